@@ -1,0 +1,10 @@
+#pragma once
+
+#include "mien/actor/marker.h"
+
+/// A marker's place in one marker group of one part, and how strongly it drives the part's points.
+struct VActorFacePartMarker {
+  int mId = -1;                   ///< The host's; no solve reads it.
+  VFaceMarker* mMarker = nullptr; ///< Not owned.
+  double mWeights[7] = {};        ///< By the part's point slot; over one group they sum to 1 or are all 0.
+};

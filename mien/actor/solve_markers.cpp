@@ -1,0 +1,96 @@
+#include "mien/actor/actor_face.h"
+#include "mien/actor/volume.h"
+#include "mien/face/face.h"
+
+#include <initializer_list>
+
+using namespace mien;
+
+namespace {
+
+/// An eye's lids move up and down only, between the poses of its templates, and its outer corner follows the
+/// squint.
+void LimitEye(const VFacePart& eye, VgeTVector (&points)[7]) {
+  enum Point { InEye, UpperEye, OutEye, LowerEye };
+  const VgeTVector* const rest = eye.mDefaultPoints;
+  const auto pose_of = [&eye](const char* name) -> const VgeTVector* {
+    const int j = eye.TemplateIndexByName(name);
+    return j >= 0 ? eye.mTemplates[j]->mPoints : nullptr;
+  };
+  const auto limit = [](double y, double low, double high) { return y < low ? low : y < high ? y : high; };
+
+  const VgeTVector* const close = pose_of("Close");
+  const VgeTVector* const wide_open = pose_of("WideOpen");
+  const double closed = close ? close[UpperEye].y : -1.0;
+  const double wide = wide_open ? wide_open[UpperEye].y : 1.0;
+  SetPoint(points[UpperEye], {rest[UpperEye].x, limit(points[UpperEye].y, closed, wide), rest[UpperEye].z});
+
+  const VgeTVector* const squint = pose_of("Squint");
+  const double squinted = squint ? squint[LowerEye].y : 0;
+  SetPoint(points[LowerEye], {rest[LowerEye].x, limit(points[LowerEye].y, -1.0, squinted), rest[LowerEye].z});
+
+  if (!squint) return;
+  const double t = (points[LowerEye].y + 1) / (squinted + 1);
+  const VgeTVector travel = Difference(squint[OutEye], rest[OutEye]);
+  SetPoint(points[OutEye],
+           {rest[OutEye].x + t * travel.x, rest[OutEye].y + t * travel.y, rest[OutEye].z + t * travel.z});
+}
+
+/// Without a marker the chin goes where the lower lip goes.
+void EstimateChin(const VFacePart& mouth, VgeTVector (&points)[7]) {
+  enum Point { RightLowerMouth = 4, LeftLowerMouth = 5, ChinCenter = 6 };
+  const auto middle_of_lower_lip = [](const VgeTVector* p) {
+    return VgeTVector{(p[RightLowerMouth].x + p[LeftLowerMouth].x) / 2,
+                      (p[RightLowerMouth].y + p[LeftLowerMouth].y) / 2,
+                      (p[RightLowerMouth].z + p[LeftLowerMouth].z) / 2};
+  };
+  const VgeTVector& rest = mouth.mDefaultPoints[ChinCenter];
+  const VgeTVector moved = Difference(middle_of_lower_lip(points), middle_of_lower_lip(mouth.mDefaultPoints));
+  SetPoint(points[ChinCenter], {rest.x + moved.x, rest.y + moved.y, rest.z + moved.z});
+}
+
+} // namespace
+
+// point_j = rest_j + sum over the part's entries of weight_j * displacement, where the displacement of a
+// marker is its position in the part's volume less the one of the reference pose, added in the order of
+// groups and entries.
+void VActorFace::Actor2FaceSolve(VFaceState* out, const VFaceMarkerSetState* in) const {
+  const VFace& face = *GetGlobalFace();
+  for (int column = 0; column < 4; ++column) SetColumn(out->mGlobal, column, Column(in->mTransform, column));
+
+  const VgeAMatrix to_head = InverseOfOrthogonalAxes(in->mTransform);
+  for (int p = 0; p < 9; ++p) {
+    const VActorFacePart& part = mParts[p];
+    VgeTVector(&points)[7] = out->mParts[p].mPoints;
+    for (int j = 0; j < 7; ++j) SetPoint(points[j], face.mParts[p].mDefaultPoints[j]);
+
+    const VgeAMatrix to_volume = InverseOfOrthogonalAxes(part.mMarkerSet.mTransform);
+    for (const auto& group : part.mGroups)
+      for (int i = 0; i < group.GetCount(); ++i) {
+        const VActorFacePartMarker& entry = *group[i];
+        const int k = entry.mMarker->mIndex;
+        const VgeTVector p_head = TransformPoint(to_head, in->mPositions[k]);
+        const VgeTVector p_volume = TransformPoint(to_volume, p_head);
+        const VgeTVector displacement = Difference(p_volume, part.mMarkerSet.mPositions[k]);
+        for (int j = 0; j < 7; ++j) {
+          const double weight = entry.mWeights[j];
+          if (weight == 0) continue;
+          points[j].x += weight * displacement.x;
+          points[j].y += weight * displacement.y;
+          points[j].z += weight * displacement.z;
+        }
+      }
+  }
+
+  for (const int eye : {RightEye, LeftEye}) LimitEye(face.mParts[eye], out->mParts[eye].mPoints);
+
+  constexpr int kChinGroup = 4;
+  out->mValid = mParts[Mouth].mGroups[kChinGroup].GetCount() > 0;
+  if (!out->mValid) EstimateChin(face.mParts[Mouth], out->mParts[Mouth].mPoints);
+}
+
+void VActorFace::ComputeGlobalPosition(VFaceMarkerSetState* dst, const VFaceMarkerSetState* src,
+                                       int count) const {
+  const VgeAMatrix to_head = InverseOfOrthogonalAxes(src->mTransform);
+  for (int k = 0; k < count; ++k) SetPoint(dst->mPositions[k], TransformPoint(to_head, src->mPositions[k]));
+}

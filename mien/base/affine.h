@@ -1,0 +1,83 @@
+#pragma once
+
+// The vector and affine arithmetic of the solves, inline. Not installed: a caller that compiled it with other
+// flags could change the library's bits.
+//
+// Every sum is added in the order x, y, z, translation.
+
+#include "mien/base/geometry.h"
+
+#include <cmath>
+
+namespace mien {
+
+inline VgeTVector Difference(const VgeTVector& a, const VgeTVector& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z, 0};
+}
+
+inline double Dot(const VgeTVector& a, const VgeTVector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+
+inline double Length(const VgeTVector& v) { return std::sqrt(Dot(v, v)); }
+
+/// v / |v|, by one division and three products; the zero vector where |v| is exactly 0.
+inline VgeTVector Unit(const VgeTVector& v) {
+  const double length = Length(v);
+  if (length == 0) return {0, 0, 0, 0};
+  const double reciprocal = 1.0 / length;
+  return {v.x * reciprocal, v.y * reciprocal, v.z * reciprocal, 0};
+}
+
+inline VgeTVector Cross(const VgeTVector& a, const VgeTVector& b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x, 0};
+}
+
+/// Copies x, y and z and leaves `to.w`, as every operation on points does.
+inline void SetPoint(VgeTVector& to, const VgeTVector& from) { to.x = from.x, to.y = from.y, to.z = from.z; }
+
+inline void SetColumn(VgeAMatrix& matrix, int column, const VgeTVector& v) {
+  matrix.m[column][0] = v.x, matrix.m[column][1] = v.y, matrix.m[column][2] = v.z;
+}
+
+inline VgeTVector Column(const VgeAMatrix& matrix, int column) {
+  return {matrix.m[column][0], matrix.m[column][1], matrix.m[column][2], 0};
+}
+
+/// The linear part of `a` applied to `v`.
+inline VgeTVector TransformDirection(const VgeAMatrix& a, const VgeTVector& v) {
+  return {a.m[0][0] * v.x + a.m[1][0] * v.y + a.m[2][0] * v.z,
+          a.m[0][1] * v.x + a.m[1][1] * v.y + a.m[2][1] * v.z,
+          a.m[0][2] * v.x + a.m[1][2] * v.y + a.m[2][2] * v.z, 0};
+}
+
+inline VgeTVector TransformPoint(const VgeAMatrix& a, const VgeTVector& p) {
+  return {a.m[0][0] * p.x + a.m[1][0] * p.y + a.m[2][0] * p.z + a.m[3][0],
+          a.m[0][1] * p.x + a.m[1][1] * p.y + a.m[2][1] * p.z + a.m[3][1],
+          a.m[0][2] * p.x + a.m[1][2] * p.y + a.m[2][2] * p.z + a.m[3][2], 1};
+}
+
+/// The transform that applies `b` first, then `a`.
+inline VgeAMatrix Product(const VgeAMatrix& a, const VgeAMatrix& b) {
+  VgeAMatrix product;
+  for (int column = 0; column < 3; ++column)
+    SetColumn(product, column, TransformDirection(a, Column(b, column)));
+  SetColumn(product, 3, TransformPoint(a, Column(b, 3)));
+  return product;
+}
+
+/// The inverse of a transform whose axis columns are mutually orthogonal (rotation times a scale per axis):
+/// row i is axis i divided by its squared length. A zero-length axis is not tested: it gives infinities.
+inline VgeAMatrix InverseOfOrthogonalAxes(const VgeAMatrix& a) {
+  VgeAMatrix inverse;
+  for (int axis = 0; axis < 3; ++axis) {
+    const VgeTVector column = Column(a, axis);
+    const double squared_length = Dot(column, column);
+    inverse.m[0][axis] = column.x / squared_length;
+    inverse.m[1][axis] = column.y / squared_length;
+    inverse.m[2][axis] = column.z / squared_length;
+  }
+  const VgeTVector moved = TransformDirection(inverse, Column(a, 3));
+  SetColumn(inverse, 3, {-moved.x, -moved.y, -moved.z, 1});
+  return inverse;
+}
+
+} // namespace mien

@@ -1,0 +1,76 @@
+#include "mien/base/geometry.h"
+
+#include <cmath>
+
+// One derivation serves all six orders. With the axes renamed to i, j, k (first, middle, last), the rotation
+// R = Rk * Rj * Ri reads as in the order XYZ. In an odd permutation the renamed axes are left-handed, which
+// turns every angle round: its sine changes sign (`handedness`). With the sines and cosines f, m, l of the
+// three angles:
+//
+//            column i    column j                 column k
+//   row i    cm * cl     cl * sm * sf - sl * cf   cl * sm * cf + sl * sf
+//   row j    cm * sl     sl * sm * sf + cl * cf   sl * sm * cf - cl * sf
+//   row k    -sm         cm * sf                  cm * cf
+
+namespace {
+
+struct Axes {
+  int i, j, k;
+  double handedness;
+};
+
+constexpr Axes kAxes[6] = {{0, 1, 2, 1},  {0, 2, 1, -1}, {1, 2, 0, 1},
+                           {1, 0, 2, -1}, {2, 0, 1, 1},  {2, 1, 0, -1}}; // XYZ XZY YZX YXZ ZXY ZYX
+
+constexpr double kRadiansPerDegree = 0.017453292519943295;
+
+double Degrees(double radians) {
+  const double degrees = radians / kRadiansPerDegree;
+  return degrees <= -180 ? 180 : degrees;
+}
+
+} // namespace
+
+void VTxRotationOrder::V2M(VgeRMatrix& out, const VgeRVector& in) const {
+  const auto [i, j, k, handedness] = kAxes[mOrder];
+  const double angles[3] = {in.x * kRadiansPerDegree, in.y * kRadiansPerDegree, in.z * kRadiansPerDegree};
+  const double sf = handedness * std::sin(angles[i]), cf = std::cos(angles[i]);
+  const double sm = handedness * std::sin(angles[j]), cm = std::cos(angles[j]);
+  const double sl = handedness * std::sin(angles[k]), cl = std::cos(angles[k]);
+
+  out.Init();
+  out.m[i][i] = cm * cl;
+  out.m[i][j] = cm * sl;
+  out.m[i][k] = -sm;
+  out.m[j][i] = cl * sm * sf - sl * cf;
+  out.m[j][j] = sl * sm * sf + cl * cf;
+  out.m[j][k] = cm * sf;
+  out.m[k][i] = cl * sm * cf + sl * sf;
+  out.m[k][j] = sl * sm * cf - cl * sf;
+  out.m[k][k] = cm * cf;
+}
+
+void VTxRotationOrder::M2V(VgeRVector& out, const VgeRMatrix& in) const {
+  const auto [i, j, k, handedness] = kAxes[mOrder];
+  const auto& m = in.m;
+
+  // Below this the cosine of the middle angle is what rounding leaves of zero.
+  constexpr double kPole = 1e-14;
+  const double cm = std::hypot(m[i][i], m[i][j]);
+  const bool at_pole = cm < kPole;
+
+  const double middle = std::atan2(-m[i][k], cm);
+  const double first = at_pole ? std::atan2(-m[k][j], m[j][j]) : std::atan2(m[j][k], m[k][k]);
+  // Near the pole `first` is uncertain, so the last angle is read from R * Ri(-first) = Rk * Rj, whose column
+  // j is
+  // (-sl, cl, 0): what `first` has too much, `last` has too little, and the pair still gives the rotation
+  // back.
+  const double sf = std::sin(first), cf = std::cos(first);
+  const double last = at_pole ? 0 : std::atan2(-(cf * m[j][i] - sf * m[k][i]), cf * m[j][j] - sf * m[k][j]);
+
+  double angles[3];
+  angles[i] = Degrees(handedness * first);
+  angles[j] = Degrees(handedness * middle);
+  angles[k] = Degrees(handedness * last);
+  out = VgeRVector(angles[0], angles[1], angles[2]);
+}

@@ -1,0 +1,43 @@
+#include "mien/base/bounded_text.h"
+#include "mien/face/face.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+
+template class VArrayTemplate<VFaceExpression*, 16>;
+
+VFace::~VFace() {
+  for (int k = 0; k < mExpressions.GetCount(); ++k) delete mExpressions[k];
+  mExpressions.Clear();
+}
+
+bool VFace::RenameExpression(const char* base, char* out) const {
+  const auto taken = [this](const char* name) {
+    for (int k = 0; k < mExpressions.GetCount(); ++k)
+      if (mien::EqualIgnoringCase(mExpressions[k]->mName, name)) return true;
+    return false;
+  };
+  const std::size_t length = std::strlen(base);
+  std::memmove(out, base, length + 1);
+  char* const digits = out + length;
+  for (int n = 1; taken(out); ++n) {
+    if (n == 100) return false;
+    std::snprintf(digits, 3, "%d", n);
+  }
+  return true;
+}
+
+int VFace::CreateExpression(const char* name) {
+  const int count = mExpressions.GetCount();
+  if (*name == '\0' || count + 1 >= 100) return -1;
+  char base[256];
+  char free_name[sizeof base + 2]; // and two digits
+  if (!mien::CopyBounded(base, name) || !RenameExpression(base, free_name)) return -1;
+  auto expression = std::make_unique<VFaceExpression>();
+  if (!mien::CopyBounded(expression->mName, free_name)) return -1;
+  if (mExpressions.Add(expression.get()) < 0) throw std::bad_alloc();
+  expression.release();
+  return count;
+}

@@ -1,0 +1,23 @@
+#include "mien/face/face.h"
+#include "mien/face/pose.h"
+
+#include <cmath>
+
+// An earlier mouth solve, kept beside the one in use: it shares a total of at most 1 among all templates by
+// how well the lips' outline agrees in direction with each template's. The rest pose takes its part of the
+// total and has no weight of its own.
+void VFace::Face2TemplateSolveMouth(VFaceTemplateState* result, const VFaceState* face) const {
+  constexpr int kLipPoints = 6;
+  const VFacePart& mouth = mParts[0];
+  const int templates = mouth.mTemplates.GetCount();
+  const auto agreement = [&](const VFacePartState& pose) {
+    return std::exp(3.0 * std::log(Face2TemplateAIAngle(&pose, &face->mParts[0], kLipPoints, true)));
+  };
+
+  double agreements[25];
+  double sum = 0;
+  for (int j = 0; j < templates; ++j) sum += agreements[j] = agreement(mien::TemplatePose(mouth, j));
+  sum += agreement(mien::RestPose(mouth));
+  if (!(sum > 0)) return;
+  for (int j = 0; j < templates; ++j) result->mParts[0].mWeights[j] = agreements[j] / sum;
+}
