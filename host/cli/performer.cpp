@@ -1,0 +1,65 @@
+#include "host/cli/commands.h"
+#include "host/cli/neutral_option.h"
+#include "host/performer/face_axes.h"
+#include "host/performer/match_markers.h"
+#include "host/performer/neutral.h"
+#include "host/performer/performer_file.h"
+#include "host/takes/read_take.h"
+#include "host/write/whole_file.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace mien {
+
+namespace {
+
+struct Options {
+  std::string take, performer, output, name;
+  std::optional<FrameRange> neutral;
+};
+
+void Save(const Options& options) {
+  CheckWritable(options.output);
+  Performer performer = FindPerformer(options.performer);
+  const Take take = ReadTake(options.take);
+  CheckMarkers(performer, take);
+  const Neutral neutral = FindNeutral(take, performer, options.neutral);
+  FaceAxes(performer, neutral.pose); // a file that no take could be solved with is not written
+  performer.neutral = neutral.pose;
+  if (!options.name.empty()) performer.name = options.name;
+  WriteWhole(options.output, [&](std::ostream& out) { WritePerformer(performer, out); });
+
+  fmt::print(stderr, "{:<10} {}\n", "neutral", neutral.how);
+  for (const std::string& note : neutral.notes) fmt::print(stderr, "{:<10} {}\n", "", note);
+  if (options.output != "-") fmt::print(stderr, "{:<10} {}\n", "wrote", options.output);
+}
+
+} // namespace
+
+void AddPerformerCommand(CLI::App& app) {
+  CLI::App* const command = app.add_subcommand(
+      "performer", "Save a performer with the neutral face of a take, to solve other takes with");
+  command->footer("Example: mien performer take.csv --performer landmarks68 --name Ada -o ada.json\n"
+                  "Then:    mien solve other.csv --performer ada.json -o weights.csv");
+  auto options = std::make_shared<Options>();
+  command->add_option("TAKE", options->take, "The take's file: landmark CSV or marker CSV")->required();
+  command
+      ->add_option("-p,--performer", options->performer,
+                   fmt::format("The markers: a performer file, or a built-in performer: {}",
+                               fmt::join(BuiltInPerformers(), ", ")))
+      ->type_name("NAME|FILE")
+      ->required();
+  command->add_option("-o,--output", options->output, "The performer file to write; - is standard output")
+      ->type_name("FILE.json")
+      ->required();
+  command->add_option("--name", options->name, "The performer's name in the file")->type_name("NAME");
+  AddNeutralOption(*command, options->neutral);
+  command->callback([options] { Save(*options); });
+}
+
+} // namespace mien

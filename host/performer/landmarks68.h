@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string_view>
+
+namespace mien {
+
+/// The performer for 68-point landmark takes: markers "lm0" to "lm67".
+///
+/// Head: the bridge of the nose, the inner corners of the eyes and the wings of the nose. These five hardly
+/// move with expression, and they make a wide, solid kite: tall enough to tell a nod from a raised brow, and
+/// without a thin triangle however the head turns. (The outer eye corners lie almost on a line with the inner
+/// ones: a set of these loses and regains triangles as the head turns, and the whole face jumps. The jaw's
+/// contour slides.)
+///
+/// Lips: the inner contour, which is what opens; the outer one thickens and thins as well. Without the chin:
+/// on the contour's lowest point it is noisier than the lips. The tails of the brows, which trackers place
+/// worst, are left out. Cheeks have no landmarks: these parts stay at rest.
+inline constexpr std::string_view kLandmarks68 = R"({
+  "format": "mien performer 1",
+  "name": "landmarks68",
+  "head": ["lm28", "lm31", "lm35", "lm39", "lm42"],
+  "parts": {
+    "Mouth": {
+      "LeftMouthHolder": ["lm54"],
+      "UpperMouthHolder": ["lm61", "lm62", "lm63"],
+      "LowerMouthHolder": ["lm65", "lm66", "lm67"],
+      "RightMouthHolder": ["lm48"]
+    },
+    "LeftBrow": { "BrowHolder": ["lm23", "lm24", "lm25"], "InBrowHolder": ["lm22"] },
+    "RightBrow": { "BrowHolder": ["lm20", "lm19", "lm18"], "InBrowHolder": ["lm21"] },
+    "LeftEye": { "UpperEyeHolder": ["lm43", "lm44"], "LowerEyeHolder": ["lm47", "lm46"] },
+    "RightEye": { "UpperEyeHolder": ["lm38", "lm37"], "LowerEyeHolder": ["lm40", "lm41"] },
+    "LeftNostril": { "NostrilHolder": ["lm35"] },
+    "RightNostril": { "NostrilHolder": ["lm31"] }
+  }
+}
+)";
+
+} // namespace mien

@@ -1,0 +1,81 @@
+#include "host/performer/match_markers.h"
+
+#include "host/error.h"
+#include "mien/face/face.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace mien {
+
+namespace {
+
+/// How many letters to change, add or drop to make one name of the other, the case of letters counting a
+/// tenth.
+double EditDistance(const std::string& a, const std::string& b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  std::vector<double> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), 0.0);
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    double diagonal = row[0];
+    row[0] += 1;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const double change = a[i] == b[j] ? 0 : lower(a[i]) == lower(b[j]) ? 0.1 : 1;
+      const double best = std::min({diagonal + change, row[j] + 1, row[j + 1] + 1});
+      diagonal = row[j + 1];
+      row[j + 1] = best;
+    }
+  }
+  return row.back();
+}
+
+std::string Mend(const std::string& name, const Take& take) {
+  const auto nearest =
+      std::min_element(take.markers.begin(), take.markers.end(), [&](const auto& a, const auto& b) {
+        return EditDistance(name, a) < EditDistance(name, b);
+      });
+  if (nearest == take.markers.end()) return "it has none";
+  return fmt::format("the nearest name it has is {}", Quoted(*nearest));
+}
+
+} // namespace
+
+std::vector<std::size_t> MarkerIndices(const Take& take, const std::vector<std::string>& names) {
+  std::vector<std::size_t> indices;
+  for (const std::string& name : names) indices.push_back(take.FindMarker(name).value());
+  return indices;
+}
+
+void CheckMarkers(const Performer& performer, const Take& take) {
+  std::vector<std::string> mistakes;
+  const auto check = [&](const std::string& place, const std::vector<std::string>& names) {
+    for (std::size_t i = 0; i < names.size(); ++i)
+      if (!take.FindMarker(names[i]))
+        mistakes.push_back(
+            InputError(performer.file, fmt::format("{}/{}", place, i),
+                       fmt::format("the take {} has no marker {}", Quoted(take.name), Quoted(names[i])),
+                       Mend(names[i], take))
+                .what());
+  };
+  check("/head", performer.head);
+  for (std::size_t p = 0; p < performer.holders.size(); ++p)
+    for (std::size_t h = 0; h < performer.holders[p].size(); ++h) {
+      const VFacePart& part = GetGlobalFace()->mParts[p];
+      check(fmt::format("/parts/{}/{}", part.mName, part.mHolderNames[h]), performer.holders[p][h]);
+    }
+
+  // A performer for another marker set lacks nearly all: the first few tell that as well.
+  constexpr std::size_t kMostShown = 5;
+  if (mistakes.size() > kMostShown) {
+    const std::size_t more = mistakes.size() - kMostShown;
+    mistakes.resize(kMostShown);
+    mistakes.push_back(fmt::format(
+        "and {} more: is this performer meant for this take? `mien info` lists its markers", more));
+  }
+  if (!mistakes.empty()) throw InputError(fmt::format("{}", fmt::join(mistakes, "\n")));
+}
+
+} // namespace mien

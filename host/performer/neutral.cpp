@@ -1,0 +1,264 @@
+#include "host/performer/neutral.h"
+
+#include "host/error.h"
+#include "host/performer/face_axes.h"
+#include "host/performer/head_motion.h"
+#include "host/performer/match_markers.h"
+#include "mien/base/affine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace mien {
+
+namespace {
+
+double Median(std::vector<double>& values) {
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  if (values.size() % 2 == 1) return *middle;
+  return (*std::max_element(values.begin(), middle) + *middle) / 2;
+}
+
+double Mean(const std::vector<double>& values) {
+  double sum = 0;
+  for (const double value : values) sum += value;
+  return sum / static_cast<double>(values.size());
+}
+
+/// The value below which the given fraction of the sorted `values` lies, interpolated between neighbours.
+double Percentile(const std::vector<double>& sorted, double fraction) {
+  const double at = fraction * static_cast<double>(sorted.size() - 1);
+  const auto below = static_cast<std::size_t>(at);
+  const std::size_t above = std::min(below + 1, sorted.size() - 1);
+  return sorted[below] + (at - static_cast<double>(below)) * (sorted[above] - sorted[below]);
+}
+
+/// The performer's markers over some frames of a take, with the head's motion removed.
+class StabilisedMarkers {
+public:
+  StabilisedMarkers(const Take& take, const Performer& performer, std::vector<std::size_t> frames)
+      : take_(take), names_(performer.Markers()), indices_(MarkerIndices(take, names_)),
+        head_(MarkerIndices(take, performer.head)), frames_(std::move(frames)), heads_(frames_.size(), VgeAMatrix()) {
+    if (head_.size() >= 3) RemoveHeadMotion();
+  }
+
+  std::size_t FrameCount() const { return frames_.size(); }
+  std::size_t FramesWithoutHead() const { return without_head_; }
+
+  /// A marker's place in the head's frame; nothing for a gap and in a frame in which the head was not found.
+  std::optional<VgeTVector> At(std::size_t f, std::size_t marker_index) const {
+    const Point* p = take_.At(frames_[f], marker_index);
+    if (!p || !heads_[f]) return std::nullopt;
+    return TransformPoint(*heads_[f], {p->x, p->y, p->z});
+  }
+
+  /// Each marker's place over the frames for which `use` is true, per axis as `middle_of` tells from all its
+  /// values.
+  template <class Use, class MiddleOf>
+  NeutralPose Pose(Use use, MiddleOf middle_of) const {
+    NeutralPose pose;
+    for (std::size_t m = 0; m < names_.size(); ++m)
+      if (const auto p = Place(indices_[m], use, middle_of)) pose[names_[m]] = *p;
+    return pose;
+  }
+
+private:
+  template <class Use, class MiddleOf>
+  std::optional<Point> Place(std::size_t marker_index, Use use, MiddleOf middle_of) const {
+    std::vector<double> x, y, z;
+    for (std::size_t f = 0; f < frames_.size(); ++f) {
+      if (!use(f)) continue;
+      if (const auto p = At(f, marker_index)) x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
+    }
+    if (x.empty()) return std::nullopt;
+    return Point{middle_of(x), middle_of(y), middle_of(z)};
+  }
+
+  HeadMotion::Markers HeadMarkers(std::size_t f) const {
+    HeadMotion::Markers markers;
+    for (std::size_t slot = 0; slot < head_.size(); ++slot)
+      if (const Point* p = take_.At(frames_[f], head_[slot])) markers[slot] = *p;
+    return markers;
+  }
+
+  void SolveHeads(const HeadMotion::Markers& reference) {
+    HeadMotion motion(reference);
+    without_head_ = 0;
+    for (std::size_t f = 0; f < frames_.size(); ++f) {
+      const auto head = motion.Solve(HeadMarkers(f));
+      heads_[f].reset();
+      if (head)
+        heads_[f] = InverseOfOrthogonalAxes(*head);
+      else
+        ++without_head_;
+    }
+  }
+
+  // A single frame's noise would be in every head frame; two rounds through the median take it out. More do
+  // not converge: they drift, by a tenth of a millimetre each.
+  void RemoveHeadMotion() {
+    const auto seen = [](const HeadMotion::Markers& markers) {
+      return std::count_if(markers.begin(), markers.end(),
+                           [](const auto& marker) { return marker.has_value(); });
+    };
+    HeadMotion::Markers reference;
+    for (std::size_t f = 0; f < frames_.size(); ++f)
+      if (const auto markers = HeadMarkers(f); seen(markers) > seen(reference)) reference = markers;
+
+    SolveHeads(reference);
+    for (int round = 0; round < 2; ++round) {
+      for (std::size_t slot = 0; slot < head_.size(); ++slot)
+        reference[slot] = Place(
+            head_[slot], [](std::size_t) { return true; }, Median);
+      SolveHeads(reference);
+    }
+  }
+
+  const Take& take_;
+  std::vector<std::string> names_;
+  std::vector<std::size_t> indices_; // of names_
+  std::vector<std::size_t> head_;
+  std::vector<std::size_t> frames_;
+  std::vector<std::optional<VgeAMatrix>>
+      heads_; // from the take into the head's frame (size: frames)
+  std::size_t without_head_ = 0;
+};
+
+/// Whether each frame's opening lies between two percentiles of all.
+class Usual {
+public:
+  explicit Usual(std::vector<std::optional<double>> openings) : openings_(std::move(openings)) {
+    for (const auto& opening : openings_)
+      if (opening) sorted_.push_back(*opening);
+    std::sort(sorted_.begin(), sorted_.end());
+  }
+
+  /// True where the opening is never measured: what nobody sees cannot be unusual.
+  bool Between(double low, double high, std::size_t f) const {
+    if (sorted_.empty()) return true;
+    return openings_[f] && *openings_[f] >= Percentile(sorted_, low) &&
+           *openings_[f] <= Percentile(sorted_, high);
+  }
+
+private:
+  std::vector<std::optional<double>> openings_;
+  std::vector<double> sorted_;
+};
+
+class RestFrames {
+public:
+  RestFrames(const StabilisedMarkers& markers, const Take& take, const Performer& performer,
+             const VgeTVector& up) {
+    enum Part { Mouth = 0, LeftEye = 3, RightEye = 4 };
+    enum Holder { UpperLip = 1, LowerLip = 2, UpperLid = 0, LowerLid = 1 };
+    const auto holder = [&](std::size_t part, std::size_t h) { return MarkerIndices(take, performer.holders[part][h]); };
+    const auto height = [&](std::size_t f, const std::vector<std::size_t>& of) -> std::optional<double> {
+      std::vector<double> heights;
+      for (const std::size_t m : of)
+        if (const auto p = markers.At(f, m)) heights.push_back(Dot(*p, up));
+      if (heights.empty()) return std::nullopt;
+      return Mean(heights);
+    };
+    // Without markers on the lower lid, the height of the upper one has to do.
+    const auto opening = [&](std::size_t f, const auto& upper, const auto& lower) -> std::optional<double> {
+      const auto top = height(f, upper), bottom = lower.empty() ? std::optional<double>(0.0) : height(f, lower);
+      if (!top || !bottom) return std::nullopt;
+      return *top - *bottom;
+    };
+
+    struct Gap {
+      std::vector<std::size_t> upper, lower;
+    };
+    const Gap lids[2] = {{holder(LeftEye, UpperLid), holder(LeftEye, LowerLid)},
+                         {holder(RightEye, UpperLid), holder(RightEye, LowerLid)}};
+    const Gap lips = {holder(Mouth, UpperLip), holder(Mouth, LowerLip)};
+    std::vector<std::optional<double>> eyes(markers.FrameCount()), mouth(markers.FrameCount());
+    for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
+      std::vector<double> openings;
+      for (const Gap& eye : lids)
+        if (const auto measured = opening(f, eye.upper, eye.lower)) openings.push_back(*measured);
+      if (!openings.empty()) eyes[f] = Mean(openings);
+      mouth[f] = opening(f, lips.upper, lips.lower);
+    }
+
+    const Usual usual_eyes(std::move(eyes)), usual_mouth(std::move(mouth));
+    for (std::size_t f = 0; f < markers.FrameCount(); ++f)
+      at_rest_.push_back(usual_eyes.Between(0.3, 0.8, f) && usual_mouth.Between(0.0, 0.5, f));
+  }
+
+  std::ptrdiff_t Count() const { return std::count(at_rest_.begin(), at_rest_.end(), true); }
+  bool operator()(std::size_t f) const { return at_rest_[f]; }
+
+private:
+  std::vector<bool> at_rest_;
+};
+
+const auto kAllFrames = [](std::size_t) { return true; };
+
+Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange& range) {
+  std::vector<std::size_t> frames;
+  for (std::size_t f = 0; f < take.FrameCount(); ++f)
+    if (take.frames[f] >= range.first && take.frames[f] <= range.last) frames.push_back(f);
+  if (frames.empty())
+    throw InputError(
+        take.name, "",
+        fmt::format("there are no frames {} to {} for the neutral pose", range.first, range.last),
+        fmt::format("the take goes from frame {} to {}", take.frames.front(), take.frames.back()));
+  Neutral neutral;
+  neutral.how = frames.size() == 1 ? fmt::format("frame {}", take.frames[frames[0]])
+                                   : fmt::format("the average of frames {} to {}",
+                                                 take.frames[frames.front()], take.frames[frames.back()]);
+  neutral.pose = StabilisedMarkers(take, performer, std::move(frames)).Pose(kAllFrames, Mean);
+  return neutral;
+}
+
+Neutral Found(const Take& take, const Performer& performer) {
+  std::vector<std::size_t> frames(take.FrameCount());
+  for (std::size_t f = 0; f < frames.size(); ++f) frames[f] = f;
+  const StabilisedMarkers markers(take, performer, std::move(frames));
+
+  Neutral neutral;
+  neutral.pose = markers.Pose(kAllFrames, Median);
+  neutral.how = fmt::format("the median of all {} frames", take.FrameCount());
+  if (neutral.pose.empty()) return neutral;
+
+  const RestFrames at_rest(markers, take, performer, Column(FaceAxes(performer, neutral.pose), 1));
+  constexpr std::ptrdiff_t kFewest = 5; // a median of fewer is a frame or two, with their noise
+  if (at_rest.Count() < kFewest) {
+    neutral.notes.push_back(
+        fmt::format("only {} frames show eyes open and lips together, so the neutral pose is {}; "
+                    "name better ones with --neutral",
+                    at_rest.Count(), neutral.how));
+    return neutral;
+  }
+  NeutralPose rest = markers.Pose(at_rest, Median);
+  rest.merge(neutral.pose); // a marker that is hidden in all rest frames keeps its place from the others
+  neutral.pose = std::move(rest);
+  neutral.how = fmt::format("the median of {} rest frames", at_rest.Count());
+  return neutral;
+}
+
+} // namespace
+
+Neutral FindNeutral(const Take& take, const Performer& performer, const std::optional<FrameRange>& asked) {
+  Neutral neutral;
+  if (asked)
+    neutral = AverageOf(take, performer, *asked);
+  else if (const auto* range = std::get_if<FrameRange>(&performer.neutral))
+    neutral = AverageOf(take, performer, *range);
+  else if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral))
+    neutral = {.pose = *pose, .how = "the performer file's", .notes = {}};
+  else
+    neutral = Found(take, performer);
+
+  if (neutral.pose.empty())
+    throw InputError(take.name, "", "no marker of the performer is seen in the neutral pose",
+                     "name other frames with --neutral, or check the take with `mien info`");
+  return neutral;
+}
+
+} // namespace mien

@@ -1,0 +1,213 @@
+#include "host/performer/performer_file.h"
+
+#include "host/error.h"
+#include "host/json_file.h"
+#include "host/performer/landmarks68.h"
+#include "host/read_file.h"
+#include "mien/face/face.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+using Json = JsonFile::Json;
+using Pointer = JsonFile::Pointer;
+
+constexpr std::string_view kFormat = "mien performer 1";
+
+constexpr std::pair<std::string_view, std::string_view> kBuiltIn[] = {
+    {"landmarks68", kLandmarks68},
+};
+
+class PerformerReader {
+public:
+  PerformerReader(std::string_view text, const std::string& file) : file_(text, file) {
+    performer_.file = file;
+  }
+
+  Performer Read() {
+    const Json& root = file_.Root();
+    const Pointer here;
+    if (!root.is_object()) {
+      file_.Mistake(here, "a performer is an object", "begin with {");
+      file_.ThrowMistakes();
+    }
+    file_.CheckKeys(here, root, {"format", "name", "head", "parts", "neutral"});
+    if (!root.contains("format") || root["format"] != kFormat)
+      file_.Mistake(here / "format", "this is not known as a performer of this version",
+                    fmt::format("write \"format\": \"{}\"", kFormat));
+    if (!root.contains("name") || !root["name"].is_string() || root["name"].get<std::string>().empty())
+      file_.Mistake(here / "name", "the performer has no name", "write \"name\": \"...\"");
+    else
+      performer_.name = root["name"].get<std::string>();
+
+    if (root.contains("head")) ReadHead(here / "head", root["head"]);
+    if (!root.contains("parts"))
+      file_.Mistake(here / "parts", "no part has markers", "write \"parts\": { \"Mouth\": { ... } }");
+    else
+      ReadParts(here / "parts", root["parts"]);
+    if (root.contains("neutral")) ReadNeutral(here / "neutral", root["neutral"]);
+    file_.ThrowMistakes();
+    return std::move(performer_);
+  }
+
+private:
+  void ReadHead(const Pointer& place, const Json& head) {
+    performer_.head = ReadNames(place, head);
+    if (performer_.head.size() > Performer::kMostHeadMarkers)
+      file_.Mistake(place, fmt::format("{} head markers", performer_.head.size()),
+                    fmt::format("name the {} that move least with expression", Performer::kMostHeadMarkers));
+  }
+
+  void ReadParts(const Pointer& place, const Json& parts) {
+    if (!RequireObject(place, parts)) return;
+    const VFace& face = *GetGlobalFace();
+    std::vector<std::string_view> known;
+    for (const VFacePart& part : face.mParts) known.push_back(part.mName);
+    file_.CheckKeys(place, parts, known);
+    for (const auto& [name, holders] : parts.items()) {
+      const int p = face.PartIndexByName(name.c_str());
+      if (p >= 0) ReadHolders(place / name, holders, p);
+    }
+    const std::size_t count = performer_.FaceMarkers().size();
+    if (count == 0) file_.Mistake(place, "no part has markers", "name the markers of at least one holder");
+    if (count > Performer::kMostMarkers)
+      file_.Mistake(place, fmt::format("{} markers drive the face", count),
+                    fmt::format("leave {} of them out: the face takes {} at most",
+                                count - Performer::kMostMarkers, Performer::kMostMarkers));
+  }
+
+  void ReadHolders(const Pointer& place, const Json& holders, int p) {
+    if (!RequireObject(place, holders)) return;
+    const VFacePart& part = GetGlobalFace()->mParts[p];
+    std::vector<std::string_view> known;
+    for (int h = 0; h < part.mHolderCount; ++h) known.push_back(part.mHolderNames[h]);
+    file_.CheckKeys(place, holders, known);
+    std::vector<std::string> in_part;
+    for (const auto& [name, markers] : holders.items()) {
+      const int h = part.HolderIndexByName(name.c_str());
+      if (h < 0) continue;
+      const std::vector<std::string> names = ReadNames(place / name, markers);
+      for (const std::string& marker : names)
+        if (std::find(in_part.begin(), in_part.end(), marker) != in_part.end())
+          file_.Mistake(
+              place / name,
+              fmt::format("the marker {} is in another holder of {} already", Quoted(marker), part.mName),
+              "a marker drives one holder of a part; keep it in one");
+      in_part.insert(in_part.end(), names.begin(), names.end());
+      performer_.holders[static_cast<std::size_t>(p)][static_cast<std::size_t>(h)] = names;
+    }
+  }
+
+  void ReadNeutral(const Pointer& place, const Json& neutral) {
+    if (!RequireObject(place, neutral)) return;
+    file_.CheckKeys(place, neutral, {"frames", "positions"});
+    if (neutral.contains("frames") == neutral.contains("positions")) {
+      file_.Mistake(place, "the neutral pose is given in no way, or in two",
+                    "write either \"frames\": [FROM, TO] or \"positions\": { ... }");
+    } else if (neutral.contains("frames")) {
+      const Json& frames = neutral["frames"];
+      if (!frames.is_array() || frames.size() != 2 || !frames[0].is_number_integer() ||
+          !frames[1].is_number_integer() || frames[0].get<std::int64_t>() > frames[1].get<std::int64_t>())
+        file_.Mistake(place / "frames", "these are not two frame numbers in order", "write [FROM, TO]");
+      else
+        performer_.neutral = FrameRange{frames[0].get<std::int64_t>(), frames[1].get<std::int64_t>()};
+    } else {
+      ReadPositions(place / "positions", neutral["positions"]);
+    }
+  }
+
+  void ReadPositions(const Pointer& place, const Json& positions) {
+    if (!RequireObject(place, positions)) return;
+    NeutralPose pose;
+    for (const auto& [marker, position] : positions.items()) {
+      const bool three_numbers = position.is_array() && position.size() == 3 &&
+                                 std::all_of(position.begin(), position.end(), [](const Json& coordinate) {
+                                   return coordinate.is_number() && std::isfinite(coordinate.get<double>());
+                                 });
+      if (!three_numbers)
+        file_.Mistake(place / marker, "this is not a position", "write [x, y, z] in millimetres");
+      else
+        pose[marker] = {position[0].get<double>(), position[1].get<double>(), position[2].get<double>()};
+    }
+    performer_.neutral = std::move(pose);
+  }
+
+  /// A list of marker names without repetition.
+  std::vector<std::string> ReadNames(const Pointer& place, const Json& names) {
+    std::vector<std::string> read;
+    if (!names.is_array()) {
+      file_.Mistake(place, "this is not a list of marker names", "write [\"NAME\", ...]");
+      return read;
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      if (!names[i].is_string())
+        file_.Mistake(place / i, "this is not a marker name", "write it in quotes");
+      else if (const auto name = names[i].get<std::string>(); name.empty() || name.size() > 255)
+        file_.Mistake(place / i, fmt::format("the marker name has {} bytes", name.size()), "use 1 to 255");
+      else if (std::find(read.begin(), read.end(), name) != read.end())
+        file_.Mistake(place / i, fmt::format("the marker {} is in the list already", Quoted(name)),
+                      "name it once");
+      else
+        read.push_back(name);
+    }
+    return read;
+  }
+
+  bool RequireObject(const Pointer& place, const Json& json) {
+    if (!json.is_object()) file_.Mistake(place, "this is not an object", "write { ... }");
+    return json.is_object();
+  }
+
+  JsonFile file_;
+  Performer performer_;
+};
+
+} // namespace
+
+Performer ReadPerformer(std::string_view text, const std::string& file) {
+  return PerformerReader(text, file).Read();
+}
+
+Performer FindPerformer(const std::string& name_or_path) {
+  for (const auto& [name, text] : kBuiltIn)
+    if (name == name_or_path) return ReadPerformer(text, name_or_path);
+  if (!std::filesystem::exists(name_or_path))
+    throw InputError(name_or_path, "", "there is no performer of this name and no such file",
+                     fmt::format("name a performer file, or one of the built-in ones: {}",
+                                 fmt::join(BuiltInPerformers(), ", ")));
+  return ReadPerformer(ReadFile(name_or_path), name_or_path);
+}
+
+std::vector<std::string> BuiltInPerformers() {
+  std::vector<std::string> names;
+  for (const auto& [name, text] : kBuiltIn) names.emplace_back(name);
+  return names;
+}
+
+void WritePerformer(const Performer& performer, std::ostream& out) {
+  Json root;
+  root["format"] = kFormat;
+  root["name"] = performer.name;
+  root["head"] = performer.head;
+  const VFace& face = *GetGlobalFace();
+  for (std::size_t p = 0; p < performer.holders.size(); ++p)
+    for (std::size_t h = 0; h < performer.holders[p].size(); ++h)
+      if (!performer.holders[p][h].empty())
+        root["parts"][face.mParts[p].mName][face.mParts[p].mHolderNames[h]] = performer.holders[p][h];
+  if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
+    root["neutral"]["frames"] = {frames->first, frames->last};
+  if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral))
+    for (const auto& [marker, p] : *pose) root["neutral"]["positions"][marker] = {p.x, p.y, p.z};
+  out << root.dump(2) << '\n';
+}
+
+} // namespace mien

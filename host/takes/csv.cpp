@@ -1,0 +1,213 @@
+#include "host/takes/csv.h"
+
+#include "host/error.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+namespace mien {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// Takes the next line off the front of `text`, without its line end.
+std::string_view TakeLine(std::string_view& text) {
+  const std::size_t length = std::min(text.find('\n'), text.size());
+  std::string_view line = text.substr(0, length);
+  text.remove_prefix(std::min(length + 1, text.size()));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+// Spreadsheets pad a table with rows of commas.
+bool IsBlankRow(std::string_view line) { return line.find_first_not_of(" \t\r,") == std::string_view::npos; }
+
+std::vector<std::string_view> SplitHeader(std::string_view line) {
+  std::vector<std::string_view> columns;
+  for (std::size_t at = 0; at <= line.size();) {
+    const std::size_t end = std::min(line.find(',', at), line.size());
+    std::string_view name = Trim(line.substr(at, end - at));
+    if (name.size() >= 2 && name.front() == '"' && name.back() == '"') name = name.substr(1, name.size() - 2);
+    columns.push_back(name);
+    at = end + 1;
+  }
+  while (!columns.empty() && columns.back().empty()) columns.pop_back();
+  return columns;
+}
+
+// Takes the header row off the front of `text` and counts the lines passed.
+std::string_view TakeHeader(std::string_view& text, std::size_t& line_number) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  while (!text.empty()) {
+    ++line_number;
+    const std::string_view line = TakeLine(text);
+    if (!IsBlankRow(line)) return line;
+  }
+  return {};
+}
+
+// Names are matched with files that are UTF-8, where a name in another encoding could never be spelled.
+bool IsUtf8(std::string_view text) {
+  for (std::size_t i = 0; i < text.size();) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    const std::size_t length = lead < 0x80   ? 1
+                               : lead < 0xC2 ? 0
+                               : lead < 0xE0 ? 2
+                               : lead < 0xF0 ? 3
+                               : lead < 0xF5 ? 4
+                                             : 0;
+    if (length == 0 || length > text.size() - i) return false;
+    for (std::size_t k = 1; k < length; ++k)
+      if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) return false;
+    if (length > 2) { // overlong forms, surrogates and what lies beyond U+10FFFF show in the second byte
+      const auto second = static_cast<unsigned char>(text[i + 1]);
+      if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+          (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F))
+        return false;
+    }
+    i += length;
+  }
+  return true;
+}
+
+} // namespace
+
+std::vector<std::string_view> CsvColumns(std::string_view bytes) {
+  std::size_t line_number = 0;
+  return SplitHeader(TakeHeader(bytes, line_number));
+}
+
+CsvReader::CsvReader(std::string_view bytes, std::string file) : file_(std::move(file)), rest_(bytes) {
+  const std::string_view header = TakeHeader(rest_, line_number_);
+  if (header.find('\r') != std::string_view::npos)
+    Fail("the line ends are bare carriage returns", "save the file with LF or CRLF line ends");
+  if (!IsUtf8(header)) Fail("the column names are not UTF-8 text", "save the file as UTF-8");
+  columns_ = SplitHeader(header);
+  if (columns_.empty()) Fail("there is no header", "name the columns in the first row");
+}
+
+std::optional<std::size_t> CsvReader::Column(std::string_view name) const {
+  const auto found = std::find(columns_.begin(), columns_.end(), name);
+  if (found == columns_.end()) return std::nullopt;
+  if (std::find(found + 1, columns_.end(), name) != columns_.end())
+    Fail(fmt::format("the column {} is there twice", Quoted(name)), "keep the right one of them");
+  return static_cast<std::size_t>(found - columns_.begin());
+}
+
+bool CsvReader::Next() {
+  if (!line_.empty()) CheckFieldCount();
+  field_ = 0;
+  at_ = 0;
+  while (!rest_.empty()) {
+    line_ = TakeLine(rest_);
+    ++line_number_;
+    if (!IsBlankRow(line_)) return true;
+  }
+  line_ = {};
+  return false;
+}
+
+std::string_view CsvReader::Text(std::size_t column) {
+  Seek(column);
+  const std::size_t end = std::min(line_.find(',', at_), line_.size());
+  return Trim(line_.substr(at_, end - at_));
+}
+
+bool CsvReader::Empty(std::size_t column) {
+  Seek(column);
+  const std::size_t content = line_.find_first_not_of(kBlanks, at_);
+  return content == std::string_view::npos || line_[content] == ',';
+}
+
+double CsvReader::Number(std::size_t column, std::string_view mend) {
+  Seek(column);
+  const char* const end = line_.data() + line_.size();
+  const auto skip_blanks = [end](const char* p) {
+    while (p != end && kBlanks.find(*p) != std::string_view::npos) ++p;
+    return p;
+  };
+  const char* first = skip_blanks(line_.data() + at_);
+  if (end - first >= 2 && *first == '+' && first[1] != '-') ++first;
+  double value = 0;
+  const auto [stop, error] = std::from_chars(first, end, value);
+  const char* const after = skip_blanks(stop);
+  const bool whole = after == end || *after == ',';
+  if (whole && error == std::errc() && std::isfinite(value)) {
+    at_ = static_cast<std::size_t>(after - line_.data()) + 1;
+    ++field_;
+    return value;
+  }
+  const std::string_view text = Text(column);
+  if (text.empty()) FailAt(column, "the field is empty", mend);
+  if (whole && error == std::errc::result_out_of_range)
+    FailAt(column, Quoted(text) + " is beyond the range of a double", mend);
+  FailAt(column,
+         Quoted(text) + (whole && error == std::errc() ? " is not a finite number" : " is not a number"),
+         mend);
+}
+
+std::int64_t CsvReader::Integer(std::size_t column) {
+  constexpr double kLargest = 9007199254740992.0; // 2^53: up to here a double holds each whole number
+  const double value = Number(column, "write a whole number");
+  if (std::trunc(value) != value || std::abs(value) > kLargest)
+    FailAt(column, Quoted(Text(column)) + " is not a whole number", "write a whole number, such as 12");
+  return static_cast<std::int64_t>(value);
+}
+
+void CsvReader::Fail(std::string_view what, std::string_view mend) const {
+  throw InputError(file_, fmt::format("{}", line_number_), what, mend);
+}
+
+void CsvReader::FailAt(std::size_t column, std::string_view what, std::string_view mend) const {
+  Fail(fmt::format("column {}: {}", Quoted(columns_[column]), what), mend);
+}
+
+void CsvReader::Seek(std::size_t column) {
+  if (column < field_) field_ = at_ = 0;
+  // Most fields of a wide table are skipped: their commas are counted block by block, which vectorises.
+  constexpr std::size_t kBlock = 64;
+  while (field_ < column && at_ + kBlock <= line_.size()) {
+    std::uint8_t commas = 0;
+    for (std::size_t i = 0; i < kBlock; ++i)
+      commas = static_cast<std::uint8_t>(commas + (line_[at_ + i] == ','));
+    if (commas >= column - field_) break;
+    field_ += commas;
+    at_ += kBlock;
+  }
+  while (field_ < column && at_ <= line_.size()) {
+    at_ = std::min(line_.find(',', at_), line_.size()) + 1;
+    ++field_;
+  }
+  if (at_ > line_.size()) FailShort(column);
+}
+
+void CsvReader::CheckFieldCount() {
+  Seek(columns_.size() - 1);
+  const std::size_t end = line_.find(',', at_);
+  if (end == std::string_view::npos || IsBlankRow(line_.substr(end))) return;
+  Fail(fmt::format("the row has {} fields and the header {}", 1 + std::count(line_.begin(), line_.end(), ','),
+                   columns_.size()),
+       "write one field per column, with decimal points and not commas");
+}
+
+void CsvReader::FailShort(std::size_t column) const {
+  FailAt(column,
+         fmt::format("the row is cut short: it has {} fields and the header {}",
+                     1 + std::count(line_.begin(), line_.end(), ','), columns_.size()),
+         "complete the row or take it out");
+}
+
+} // namespace mien

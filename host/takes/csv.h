@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mien {
+
+/// The names in a comma-separated text's header row, which is its first row that is not blank; a byte order
+/// mark, blanks and quotes around a name, and empty names at the end are taken off.
+std::vector<std::string_view> CsvColumns(std::string_view bytes);
+
+/// Walks a comma-separated table of numbers row by row and finds its fields by column.
+///
+/// Takes LF and CRLF, a byte order mark, a missing last line end, rows without content, blanks around fields
+/// and empty fields past the last column. Everything else that does not fit throws InputError with file, line
+/// and column.
+///
+/// Fields are quickest when asked for from left to right; those in between are skipped unread.
+class CsvReader {
+public:
+  /// Reads the header. `bytes` must outlive the reader; `file` is the name for messages.
+  CsvReader(std::string_view bytes, std::string file);
+
+  const std::vector<std::string_view>& Columns() const { return columns_; }
+
+  /// Index of the column of this name, letter case included.
+  std::optional<std::size_t> Column(std::string_view name) const;
+
+  /// Goes to the next row; false at the end. The row left behind is checked for too few or too many fields.
+  bool Next();
+
+  /// The current row's field without the blanks around it.
+  std::string_view Text(std::size_t column);
+
+  /// True when the field holds blanks at most.
+  bool Empty(std::size_t column);
+
+  /// The field as a number with a decimal point, whatever the locale. `mend` tells the user what else could
+  /// stand there.
+  double Number(std::size_t column, std::string_view mend = "write a plain number, such as 12.5");
+
+  /// The field as a whole number; 7.0 is one too.
+  std::int64_t Integer(std::size_t column);
+
+  /// Throws InputError at the current line, or at a column of it. Before the first Next that line is the
+  /// header.
+  [[noreturn]] void Fail(std::string_view what, std::string_view mend) const;
+  [[noreturn]] void FailAt(std::size_t column, std::string_view what, std::string_view mend) const;
+
+private:
+  void Seek(std::size_t column);
+  void CheckFieldCount();
+  [[noreturn]] void FailShort(std::size_t column) const;
+
+  std::string file_;
+  std::vector<std::string_view> columns_;
+  std::string_view rest_; // what follows the current line
+  std::size_t line_number_ = 0;
+  std::string_view line_; // the current row, without its line end; empty before the first
+  std::size_t field_ = 0; // the column that starts at at_
+  std::size_t at_ = 0;    // offset in line_; its size + 1 when there is no field_
+};
+
+} // namespace mien

@@ -1,0 +1,145 @@
+#include "host/takes/frame_times.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mien {
+namespace {
+
+constexpr double kRateOfOneFrame = 30;
+
+// Digits behind the decimal point: 3 for "0.033", 5 for "3.3e-4", 0 for "2e3". What is no number gives just
+// any count.
+int Decimals(std::string_view number) {
+  const std::size_t e = std::min(number.find_first_of("eE"), number.size());
+  const std::size_t point = std::min(number.find('.'), e);
+  const std::size_t digits = e - std::min(point + 1, e);
+  int exponent = 0;
+  if (e != number.size()) {
+    std::string_view text = number.substr(e + 1);
+    if (text.starts_with('+')) text.remove_prefix(1);
+    std::from_chars(text.data(), text.data() + text.size(), exponent);
+  }
+  constexpr int kMost = 400; // more than any double has
+  return std::clamp(
+      static_cast<int>(std::min<std::size_t>(digits, kMost)) - std::clamp(exponent, -kMost, kMost), 0, kMost);
+}
+
+// Places where something is missing, told as one note: the first three of them, and how many there are.
+class Places {
+public:
+  void Add(std::string place) {
+    if (++count_ > kShown) return;
+    if (count_ > 1) first_ += ", ";
+    first_ += place;
+  }
+  void TellTo(Take& take, std::string_view what) const {
+    if (count_ == 0) return;
+    take.notes.push_back(count_ <= kShown
+                             ? fmt::format("{}: {}", what, first_)
+                             : fmt::format("{}: {}, and at {} more places", what, first_, count_ - kShown));
+  }
+
+private:
+  static constexpr int kShown = 3;
+  int count_ = 0;
+  std::string first_;
+};
+
+// The rate that cameras run at and that lies within `room` (in Hz) of `rate`; else `rate`. A short take
+// leaves room for several: rounder ones are likelier, and 60 is likelier than 59.94.
+double Snap(double rate, double room) {
+  for (const double step : {60, 30, 25, 24, 10, 5, 1}) {
+    const double whole = std::round(rate / step) * step;
+    if (whole > 0 && std::abs(whole - rate) <= room) return whole;
+  }
+  const double ntsc = std::round(rate * 1.001) * 1000 / 1001;
+  return ntsc > 0 && std::abs(ntsc - rate) <= room ? ntsc : rate;
+}
+
+} // namespace
+
+std::size_t FrameTimes::AddFrame(CsvReader& row, Take& take) {
+  const bool first = take.frames.empty();
+  const std::int64_t number = frame_column_ ? row.Integer(*frame_column_)
+                              : first       ? 1
+                                            : take.frames.back() + 1;
+  decimals_ = std::max(decimals_, Decimals(row.Text(time_column_)));
+  const double time = row.Number(time_column_);
+  if (!first && number <= take.frames.back())
+    row.FailAt(*frame_column_, fmt::format("frame {} comes after frame {}", number, take.frames.back()),
+               "sort the rows by frame, one row per frame; give each recording its own file");
+  if (!first && !(time > take.times.back()))
+    row.FailAt(time_column_, fmt::format("the time {} s comes after {} s", time, take.times.back()),
+               "give each row a later time than the row before, in seconds, with enough decimals to tell "
+               "them apart");
+  return take.AddFrame(number, time);
+}
+
+void FrameTimes::Finish(const CsvReader& table, Take& take) const {
+  const std::size_t count = take.FrameCount();
+  if (count == 0) table.Fail("there are no frames, only a header", "export the take again with its rows");
+  if (count == 1) {
+    take.rate_hz = kRateOfOneFrame;
+    take.notes.push_back(fmt::format("one frame has no rate; taken as {} Hz", kRateOfOneFrame));
+    return;
+  }
+
+  const auto step_frames = [&](std::size_t i) {
+    return static_cast<double>(take.frames[i] - take.frames[i - 1]);
+  };
+  const auto step_seconds = [&](std::size_t i) { return take.times[i] - take.times[i - 1]; };
+
+  Places missing;
+  for (std::size_t i = 1; i < count; ++i)
+    if (const std::int64_t skipped = take.frames[i] - take.frames[i - 1] - 1; skipped > 0)
+      missing.Add(fmt::format("{} after frame {}", skipped, take.frames[i - 1]));
+  missing.TellTo(take, "frames missing");
+
+  std::vector<double> periods(count - 1);
+  for (std::size_t i = 1; i < count; ++i) periods[i - 1] = step_seconds(i) / step_frames(i);
+  const auto middle = periods.begin() + static_cast<std::ptrdiff_t>(periods.size() / 2);
+  std::nth_element(periods.begin(), middle, periods.end());
+  const double usual_period = *middle;
+
+  // Both ends of a run are rounded by half a unit in the last place. A recording that paused without skipping
+  // numbers counts as several runs: the pause would otherwise lower the rate of all of it.
+  const double rounding = std::pow(10.0, -decimals_);
+  double frames = 0;
+  double seconds = 0;
+  double error = 0;
+  Places jumps;
+  for (std::size_t begin = 0, i = 1; i <= count; ++i) {
+    const bool jump = i < count && step_seconds(i) - rounding > 1.5 * usual_period * step_frames(i);
+    if (i < count && !jump) continue;
+    if (i - begin > 1) {
+      frames += static_cast<double>(take.frames[i - 1] - take.frames[begin]);
+      seconds += take.times[i - 1] - take.times[begin];
+      error += rounding;
+    }
+    if (jump) jumps.Add(fmt::format("{:.6g} s after frame {}", step_seconds(i), take.frames[i - 1]));
+    begin = i;
+  }
+  jumps.TellTo(take, "timestamps jump");
+
+  const double rate = frames / seconds;
+  if (!(rate > 0) || !std::isfinite(rate))
+    table.Fail(
+        fmt::format("times from {} s to {} s give no frame rate", take.times.front(), take.times.back()),
+        "write the times in seconds");
+  // Times kept in single precision are off by more than their many decimals say: a millionth is room for
+  // those too.
+  take.rate_hz = Snap(rate, rate * std::max(error / seconds, 1e-6));
+  if (take.rate_hz < 1 || take.rate_hz > 10000)
+    take.notes.push_back(fmt::format("the times, read as seconds, give a rate of {:.6g} Hz", take.rate_hz));
+}
+
+} // namespace mien
