@@ -10,6 +10,8 @@
 
 namespace mien {
 
+using namespace detail; // the vector arithmetic
+
 namespace {
 
 enum PartIndex {

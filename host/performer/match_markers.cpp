@@ -37,8 +37,9 @@ std::string Mend(const std::string& name, const Take& take) {
       std::min_element(take.markers.begin(), take.markers.end(), [&](const auto& a, const auto& b) {
         return EditDistance(name, a) < EditDistance(name, b);
       });
-  if (nearest == take.markers.end()) return "it has none";
-  return fmt::format("the nearest name it has is {}", Quoted(*nearest));
+  if (nearest != take.markers.end() && EditDistance(name, *nearest) <= static_cast<double>(name.size()) / 2)
+    return fmt::format("did you mean {}?", Quoted(*nearest));
+  return "`mien info` lists the markers that it has";
 }
 
 } // namespace
@@ -72,8 +73,7 @@ void CheckMarkers(const Performer& performer, const Take& take) {
   if (mistakes.size() > kMostShown) {
     const std::size_t more = mistakes.size() - kMostShown;
     mistakes.resize(kMostShown);
-    mistakes.push_back(fmt::format(
-        "and {} more: is this performer meant for this take? `mien info` lists its markers", more));
+    mistakes.push_back(fmt::format("and {} more: is this performer meant for this take?", more));
   }
   if (!mistakes.empty()) throw InputError(fmt::format("{}", fmt::join(mistakes, "\n")));
 }

@@ -13,7 +13,7 @@ namespace mien {
 std::vector<std::size_t> MarkerIndices(const Take& take, const std::vector<std::string>& names);
 
 /// Throws InputError for every marker that the performer names and the take lacks, each by its place in the
-/// performer file, with the name in the take that comes nearest.
+/// performer file, with the name in the take that comes near.
 void CheckMarkers(const Performer& performer, const Take& take);
 
 } // namespace mien

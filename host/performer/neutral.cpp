@@ -14,6 +14,8 @@
 
 namespace mien {
 
+using namespace detail; // the vector arithmetic
+
 namespace {
 
 double Median(std::vector<double>& values) {
@@ -42,7 +44,8 @@ class StabilisedMarkers {
 public:
   StabilisedMarkers(const Take& take, const Performer& performer, std::vector<std::size_t> frames)
       : take_(take), names_(performer.Markers()), indices_(MarkerIndices(take, names_)),
-        head_(MarkerIndices(take, performer.head)), frames_(std::move(frames)), heads_(frames_.size(), VgeAMatrix()) {
+        head_(MarkerIndices(take, performer.head)), frames_(std::move(frames)),
+        heads_(frames_.size(), VgeAMatrix()) {
     if (head_.size() >= 3) RemoveHeadMotion();
   }
 
@@ -123,8 +126,7 @@ private:
   std::vector<std::size_t> indices_; // of names_
   std::vector<std::size_t> head_;
   std::vector<std::size_t> frames_;
-  std::vector<std::optional<VgeAMatrix>>
-      heads_; // from the take into the head's frame (size: frames)
+  std::vector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
   std::size_t without_head_ = 0;
 };
 
@@ -155,7 +157,9 @@ public:
              const VgeTVector& up) {
     enum Part { Mouth = 0, LeftEye = 3, RightEye = 4 };
     enum Holder { UpperLip = 1, LowerLip = 2, UpperLid = 0, LowerLid = 1 };
-    const auto holder = [&](std::size_t part, std::size_t h) { return MarkerIndices(take, performer.holders[part][h]); };
+    const auto holder = [&](std::size_t part, std::size_t h) {
+      return MarkerIndices(take, performer.holders[part][h]);
+    };
     const auto height = [&](std::size_t f, const std::vector<std::size_t>& of) -> std::optional<double> {
       std::vector<double> heights;
       for (const std::size_t m : of)
@@ -165,7 +169,8 @@ public:
     };
     // Without markers on the lower lid, the height of the upper one has to do.
     const auto opening = [&](std::size_t f, const auto& upper, const auto& lower) -> std::optional<double> {
-      const auto top = height(f, upper), bottom = lower.empty() ? std::optional<double>(0.0) : height(f, lower);
+      const auto top = height(f, upper),
+                 bottom = lower.empty() ? std::optional<double>(0.0) : height(f, lower);
       if (!top || !bottom) return std::nullopt;
       return *top - *bottom;
     };
@@ -230,9 +235,9 @@ Neutral Found(const Take& take, const Performer& performer) {
   constexpr std::ptrdiff_t kFewest = 5; // a median of fewer is a frame or two, with their noise
   if (at_rest.Count() < kFewest) {
     neutral.notes.push_back(
-        fmt::format("only {} frames show eyes open and lips together, so the neutral pose is {}; "
+        fmt::format("frames with the eyes open and the lips together: only {}, so all were taken; "
                     "name better ones with --neutral",
-                    at_rest.Count(), neutral.how));
+                    at_rest.Count()));
     return neutral;
   }
   NeutralPose rest = markers.Pose(at_rest, Median);

@@ -194,20 +194,35 @@ std::vector<std::string> BuiltInPerformers() {
 }
 
 void WritePerformer(const Performer& performer, std::ostream& out) {
-  Json root;
-  root["format"] = kFormat;
-  root["name"] = performer.name;
-  root["head"] = performer.head;
+  // Lists on one line each: a person reads this file.
+  const auto members = [](const std::vector<std::string>& lines, std::string_view indent) {
+    return fmt::format("{{\n{0}  {1}\n{0}}}", indent, fmt::join(lines, fmt::format(",\n{}  ", indent)));
+  };
+  const auto member = [](const std::string& key, const std::string& value) {
+    return fmt::format("{}: {}", Json(key).dump(), value);
+  };
+
+  std::vector<std::string> parts;
   const VFace& face = *GetGlobalFace();
-  for (std::size_t p = 0; p < performer.holders.size(); ++p)
+  for (std::size_t p = 0; p < performer.holders.size(); ++p) {
+    std::vector<std::string> holders;
     for (std::size_t h = 0; h < performer.holders[p].size(); ++h)
       if (!performer.holders[p][h].empty())
-        root["parts"][face.mParts[p].mName][face.mParts[p].mHolderNames[h]] = performer.holders[p][h];
+        holders.push_back(member(face.mParts[p].mHolderNames[h], Json(performer.holders[p][h]).dump()));
+    if (!holders.empty()) parts.push_back(member(face.mParts[p].mName, members(holders, "    ")));
+  }
+
+  std::vector<std::string> root = {
+      member("format", Json(kFormat).dump()), member("name", Json(performer.name).dump()),
+      member("head", Json(performer.head).dump()), member("parts", members(parts, "  "))};
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
-    root["neutral"]["frames"] = {frames->first, frames->last};
-  if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral))
-    for (const auto& [marker, p] : *pose) root["neutral"]["positions"][marker] = {p.x, p.y, p.z};
-  out << root.dump(2) << '\n';
+    root.push_back(member("neutral", fmt::format("{{ \"frames\": [{}, {}] }}", frames->first, frames->last)));
+  if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {
+    std::vector<std::string> positions;
+    for (const auto& [marker, p] : *pose) positions.push_back(member(marker, Json{p.x, p.y, p.z}.dump()));
+    root.push_back(member("neutral", members({member("positions", members(positions, "    "))}, "  ")));
+  }
+  out << members(root, "") << '\n';
 }
 
 } // namespace mien

@@ -10,6 +10,8 @@
 
 namespace mien {
 
+using namespace detail; // the vector arithmetic
+
 FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral, const Take& take)
     : face_axes_(FaceAxes(performer, neutral)) {
   const VgeAMatrix to_face = InverseOfOrthogonalAxes(face_axes_);

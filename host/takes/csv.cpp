@@ -97,14 +97,16 @@ CsvReader::CsvReader(std::string_view bytes, std::string file) : file_(std::move
   if (!IsUtf8(header)) Fail("the column names are not UTF-8 text", "save the file as UTF-8");
   columns_ = SplitHeader(header);
   if (columns_.empty()) Fail("there is no header", "name the columns in the first row");
+  for (std::size_t i = 0; i < columns_.size(); ++i)
+    if (!column_of_name_.try_emplace(columns_[i], i).second) repeated_names_.insert(columns_[i]);
 }
 
 std::optional<std::size_t> CsvReader::Column(std::string_view name) const {
-  const auto found = std::find(columns_.begin(), columns_.end(), name);
-  if (found == columns_.end()) return std::nullopt;
-  if (std::find(found + 1, columns_.end(), name) != columns_.end())
+  const auto found = column_of_name_.find(name);
+  if (found == column_of_name_.end()) return std::nullopt;
+  if (repeated_names_.contains(name))
     Fail(fmt::format("the column {} is there twice", Quoted(name)), "keep the right one of them");
-  return static_cast<std::size_t>(found - columns_.begin());
+  return found->second;
 }
 
 bool CsvReader::Next() {

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace mien {
@@ -27,7 +29,7 @@ public:
 
   const std::vector<std::string_view>& Columns() const { return columns_; }
 
-  /// Index of the column of this name, letter case included.
+  /// Index of the column of this name, letter case included. Throws InputError if there are two.
   std::optional<std::size_t> Column(std::string_view name) const;
 
   /// Goes to the next row; false at the end. The row left behind is checked for too few or too many fields.
@@ -58,6 +60,8 @@ private:
 
   std::string file_;
   std::vector<std::string_view> columns_;
+  std::unordered_map<std::string_view, std::size_t> column_of_name_; // the first of each name
+  std::unordered_set<std::string_view> repeated_names_;
   std::string_view rest_; // what follows the current line
   std::size_t line_number_ = 0;
   std::string_view line_; // the current row, without its line end; empty before the first

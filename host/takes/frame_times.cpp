@@ -6,7 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <initializer_list>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,15 +54,25 @@ private:
   std::string first_;
 };
 
-// The rate that cameras run at and that lies within `room` (in Hz) of `rate`; else `rate`. A short take
-// leaves room for several: rounder ones are likelier, and 60 is likelier than 59.94.
+bool Near(double a, double b, double room) { return std::abs(a - b) <= room; }
+
+// The rate that a camera may have had when the times give `rate`, give or take `room` (both in Hz). The rate itself if it
+// is as good as whole. Else a short take leaves room for several, and the likeliest is a usual one, then a whole one, then
+// an NTSC one.
 double Snap(double rate, double room) {
-  for (const double step : {60, 30, 25, 24, 10, 5, 1}) {
-    const double whole = std::round(rate / step) * step;
-    if (whole > 0 && std::abs(whole - rate) <= room) return whole;
-  }
+  // Times kept in single precision are off by more than their many decimals say, but by less than this part.
+  const double precision = rate * 1e-6;
+  const double whole = std::round(rate);
+  if (whole > 0 && Near(whole, rate, precision)) return whole;
+
+  constexpr double kUsual[] = {24, 25, 30, 48, 50, 60, 90, 100, 120, 150, 200, 240, 250, 300, 500, 1000};
+  const double usual = *std::min_element(std::begin(kUsual), std::end(kUsual), [rate](double a, double b) {
+    return std::abs(a - rate) < std::abs(b - rate);
+  });
+  if (Near(usual, rate, room)) return usual;
+  if (whole > 0 && Near(whole, rate, room)) return whole;
   const double ntsc = std::round(rate * 1.001) * 1000 / 1001;
-  return ntsc > 0 && std::abs(ntsc - rate) <= room ? ntsc : rate;
+  return ntsc > 0 && Near(ntsc, rate, std::max(room, precision)) ? ntsc : rate;
 }
 
 } // namespace
@@ -135,9 +145,7 @@ void FrameTimes::Finish(const CsvReader& table, Take& take) const {
     table.Fail(
         fmt::format("times from {} s to {} s give no frame rate", take.times.front(), take.times.back()),
         "write the times in seconds");
-  // Times kept in single precision are off by more than their many decimals say: a millionth is room for
-  // those too.
-  take.rate_hz = Snap(rate, rate * std::max(error / seconds, 1e-6));
+  take.rate_hz = Snap(rate, rate * (error / seconds));
   if (take.rate_hz < 1 || take.rate_hz > 10000)
     take.notes.push_back(fmt::format("the times, read as seconds, give a rate of {:.6g} Hz", take.rate_hz));
 }

@@ -4,6 +4,8 @@
 
 template class VArrayTemplate<VFaceMarker*, 16>;
 
+VFaceMarker::~VFaceMarker() = default;
+
 VActorFace::VActorFace() { SetupInitVolumes(); }
 
 VActorFace::~VActorFace() {

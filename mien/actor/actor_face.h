@@ -9,6 +9,7 @@
 #include "mien/base/geometry.h"
 #include "mien/face/expression_state.h"
 #include "mien/face/face_state.h"
+#include "mien/face/global_face.h"
 #include "mien/face/template_state.h"
 
 /// A head marker as the actor remembers it.
@@ -82,6 +83,7 @@ public:
   /// entered twice in one part is moved twice.
   void SetupComputeNormalisedPosition();
 
+  /// All weights of all entries to 0.
   void SetupResetWeights();
 
   /// Weights by the inverse fourth power of the distance between a marker's normalised rest position and a
@@ -112,7 +114,7 @@ public:
   /// reference.
   void UpdateRBMarkersState(const VFaceMarkerSetState* frame);
 
-  /// `frame->mRBTransform`: the rigid motion that carries the reference triangles onto the current ones,
+  /// Needs SetupRBTPI since the last SetupRBMarkers. `frame->mRBTransform`: the rigid motion that carries the reference triangles onto the current ones,
   /// averaged over those well shaped in both; the identity, and `frame->mRBValid` 0, where there is none.
   void SolveRB(VFaceMarkerSetState* frame) const;
 

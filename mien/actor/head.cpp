@@ -1,10 +1,11 @@
 #include "mien/actor/actor_face.h"
 #include "mien/base/affine.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <new>
 
-using namespace mien;
+using namespace mien::detail;
 
 template class VArrayTemplate<VActorFaceRBMarker*, 16>;
 template class VArrayTemplate<VActorFaceRBTriangle*, 16>;
@@ -15,16 +16,24 @@ namespace {
 /// tremor.
 constexpr double kSineOf10Degrees = 0.17364817766693033;
 
-/// Frees the records of the list and fills it with `count` fresh ones. Where memory runs out, std::bad_alloc;
-/// the list then holds what is there, and nulls.
 template <class Record>
-void Renew(VArrayTemplate<Record*, 16>& list, int count) {
+void Free(VArrayTemplate<Record*, 16>& list) {
   for (int i = 0; i < list.GetCount(); ++i) std::free(list[i]);
   list.Clear();
+}
+
+/// Frees the records of the list and fills it with `count` fresh ones. Where memory runs out, std::bad_alloc and an
+/// empty list.
+template <class Record>
+void Renew(VArrayTemplate<Record*, 16>& list, int count) {
+  Free(list);
   if (!list.SetCount(count)) throw std::bad_alloc();
   for (int i = 0; i < count; ++i) {
     void* const memory = std::malloc(sizeof(Record));
-    if (!memory) throw std::bad_alloc();
+    if (!memory) {
+      Free(list); // the slots beyond i are null, which free takes
+      throw std::bad_alloc();
+    }
     list[i] = ::new (memory) Record();
   }
 }
@@ -86,8 +95,8 @@ void VActorFace::SetupRBMarkers(VFaceMarkerSetState* ref) {
 
 void VActorFace::SetupRBTPI(VFaceMarkerSetState* ref) {
   const int n = mRBMarkers.GetCount();
-  Renew(mRBTPI, n * (n - 1) * (n - 2) / 6);
   ref->mRBValid = 0;
+  Renew(mRBTPI, n * (n - 1) * (n - 2) / 6);
   ForEachTriangle(n, [&](int t, int i, int j, int k) {
     VActorFaceRBTriangle& triangle = *mRBTPI[t];
     ThreePointsTransform(triangle.mFrame, triangle.mWeight, triangle.mQuality, mRBMarkers[i]->mOffset,

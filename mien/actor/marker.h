@@ -8,7 +8,7 @@ public:
   VFaceMarker() = default;
   VFaceMarker(const VFaceMarker&) = default;
   VFaceMarker& operator=(const VFaceMarker&) = default;
-  virtual ~VFaceMarker() = default;
+  virtual ~VFaceMarker();
 
   char mName[256] = {};
   int mIndex = 0; ///< Its slot in every `VFaceMarkerSetState`, 0 to 224.

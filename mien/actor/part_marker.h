@@ -6,5 +6,5 @@
 struct VActorFacePartMarker {
   int mId = -1;                   ///< The host's; no solve reads it.
   VFaceMarker* mMarker = nullptr; ///< Not owned.
-  double mWeights[7] = {};        ///< By the part's point slot; over one group they sum to 1 or are all 0.
+  double mWeights[7] = {};        ///< By the part's point slot: how far the point follows the marker.
 };

@@ -1,21 +1,23 @@
 #include "mien/actor/actor_face.h"
-#include "mien/actor/volume.h"
+#include "mien/actor/entries.h"
+#include "mien/base/affine.h"
 #include "mien/face/face.h"
+#include "mien/face/slots.h"
 
 #include <initializer_list>
 
-using namespace mien;
+using namespace mien::detail;
 
 namespace {
 
 /// An eye's lids move up and down only, between the poses of its templates, and its outer corner follows the
 /// squint.
-void LimitEye(const VFacePart& eye, VgeTVector (&points)[7]) {
-  enum Point { InEye, UpperEye, OutEye, LowerEye };
-  const VgeTVector* const rest = eye.mDefaultPoints;
-  const auto pose_of = [&eye](const char* name) -> const VgeTVector* {
-    const int j = eye.TemplateIndexByName(name);
-    return j >= 0 ? eye.mTemplates[j]->mPoints : nullptr;
+void LimitEye(const VFacePart& part, VgeTVector (&points)[7]) {
+  using namespace eye;
+  const VgeTVector* const rest = part.mDefaultPoints;
+  const auto pose_of = [&part](const char* name) -> const VgeTVector* {
+    const int j = part.TemplateIndexByName(name);
+    return j >= 0 ? part.mTemplates[j]->mPoints : nullptr;
   };
   const auto limit = [](double y, double low, double high) { return y < low ? low : y < high ? y : high; };
 
@@ -37,15 +39,15 @@ void LimitEye(const VFacePart& eye, VgeTVector (&points)[7]) {
 }
 
 /// Without a marker the chin goes where the lower lip goes.
-void EstimateChin(const VFacePart& mouth, VgeTVector (&points)[7]) {
-  enum Point { RightLowerMouth = 4, LeftLowerMouth = 5, ChinCenter = 6 };
+void EstimateChin(const VFacePart& part, VgeTVector (&points)[7]) {
+  using namespace mouth;
   const auto middle_of_lower_lip = [](const VgeTVector* p) {
     return VgeTVector{(p[RightLowerMouth].x + p[LeftLowerMouth].x) / 2,
                       (p[RightLowerMouth].y + p[LeftLowerMouth].y) / 2,
                       (p[RightLowerMouth].z + p[LeftLowerMouth].z) / 2};
   };
-  const VgeTVector& rest = mouth.mDefaultPoints[ChinCenter];
-  const VgeTVector moved = Difference(middle_of_lower_lip(points), middle_of_lower_lip(mouth.mDefaultPoints));
+  const VgeTVector& rest = part.mDefaultPoints[ChinCenter];
+  const VgeTVector moved = Difference(middle_of_lower_lip(points), middle_of_lower_lip(part.mDefaultPoints));
   SetPoint(points[ChinCenter], {rest.x + moved.x, rest.y + moved.y, rest.z + moved.z});
 }
 
@@ -65,27 +67,24 @@ void VActorFace::Actor2FaceSolve(VFaceState* out, const VFaceMarkerSetState* in)
     for (int j = 0; j < 7; ++j) SetPoint(points[j], face.mParts[p].mDefaultPoints[j]);
 
     const VgeAMatrix to_volume = InverseOfOrthogonalAxes(part.mMarkerSet.mTransform);
-    for (const auto& group : part.mGroups)
-      for (int i = 0; i < group.GetCount(); ++i) {
-        const VActorFacePartMarker& entry = *group[i];
-        const int k = entry.mMarker->mIndex;
-        const VgeTVector p_head = TransformPoint(to_head, in->mPositions[k]);
-        const VgeTVector p_volume = TransformPoint(to_volume, p_head);
-        const VgeTVector displacement = Difference(p_volume, part.mMarkerSet.mPositions[k]);
-        for (int j = 0; j < 7; ++j) {
-          const double weight = entry.mWeights[j];
-          if (weight == 0) continue;
-          points[j].x += weight * displacement.x;
-          points[j].y += weight * displacement.y;
-          points[j].z += weight * displacement.z;
-        }
+    ForEachEntry(part, [&](const VActorFacePartMarker& entry) {
+      const int k = entry.mMarker->mIndex;
+      const VgeTVector p_head = TransformPoint(to_head, in->mPositions[k]);
+      const VgeTVector p_volume = TransformPoint(to_volume, p_head);
+      const VgeTVector displacement = Difference(p_volume, part.mMarkerSet.mPositions[k]);
+      for (int j = 0; j < 7; ++j) {
+        const double weight = entry.mWeights[j];
+        if (weight == 0) continue;
+        points[j].x += weight * displacement.x;
+        points[j].y += weight * displacement.y;
+        points[j].z += weight * displacement.z;
       }
+    });
   }
 
-  for (const int eye : {RightEye, LeftEye}) LimitEye(face.mParts[eye], out->mParts[eye].mPoints);
+  for (const int p : {RightEye, LeftEye}) LimitEye(face.mParts[p], out->mParts[p].mPoints);
 
-  constexpr int kChinGroup = 4;
-  out->mValid = mParts[Mouth].mGroups[kChinGroup].GetCount() > 0;
+  out->mValid = mParts[Mouth].mGroups[mouth::ChinGroup].GetCount() > 0;
   if (!out->mValid) EstimateChin(face.mParts[Mouth], out->mParts[Mouth].mPoints);
 }
 

@@ -1,16 +1,12 @@
 #pragma once
 
-// What the ways of finding volumes share. Not installed.
+// A part's volume, and the box around its markers. Not installed.
 
-#include "mien/actor/part.h"
 #include "mien/base/affine.h"
 
-namespace mien {
+namespace mien::detail {
 
-/// The parts' indices, and for each side's parts their counterparts.
-enum Part { Mouth, LeftBrow, RightBrow, LeftEye, RightEye, LeftCheek, RightCheek, LeftNostril, RightNostril };
-
-/// A volume: the identity's axes, each scaled, around `centre`. Volumes are never turned: the take is.
+/// A volume: the identity's axes, each scaled, around `centre`. Volumes are never turned.
 inline VgeAMatrix Volume(const VgeSVector& size, const VgeTVector& centre) {
   VgeAMatrix volume;
   volume.m[0][0] = size.x;
@@ -24,7 +20,7 @@ inline VgeAMatrix Volume(const VgeSVector& size, const VgeTVector& centre) {
 struct Box {
   VgeTVector min, max;
 
-  /// An empty box between `limit` and -`limit`, which therefore has to lie beyond every coordinate.
+  /// An empty box from `limit` to -`limit`. Coordinates beyond them are not seen.
   explicit Box(double limit) : min{limit, limit, limit}, max{-limit, -limit, -limit} {}
 
   void Add(const VgeTVector& p) {
@@ -39,7 +35,7 @@ struct Box {
   VgeTVector Centre() const { return {(min.x + max.x) / 2, (min.y + max.y) / 2, (min.z + max.z) / 2}; }
 };
 
-/// Beyond every coordinate of a take, whatever its units.
-inline constexpr double kBeyondAnyTake = 1e8;
+/// The limit of the boxes that do not start from infinity: 100 km in millimetres.
+inline constexpr double kFarAway = 1e8;
 
-} // namespace mien
+} // namespace mien::detail

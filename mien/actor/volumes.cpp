@@ -13,7 +13,7 @@ void VActorFace::SetupInitVolumes() {
     VgeTVector t;
     VgeSVector s;
     SetupGetDefaultVolumesTS(p, &t, &s);
-    mParts[p].mMarkerSet.mTransform = mien::Volume(s, t);
+    mParts[p].mMarkerSet.mTransform = mien::detail::Volume(s, t);
   }
 }
 

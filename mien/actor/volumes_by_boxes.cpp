@@ -1,19 +1,22 @@
 #include "mien/actor/actor_face.h"
+#include "mien/actor/entries.h"
 #include "mien/actor/volume.h"
+
+using namespace mien::detail;
 
 // Each volume is the box around its part's markers; a flat box gets its size from another axis.
 bool VActorFace::SetupFindVolumesMethod2(const VFaceMarkerSetState* set) {
   for (VActorFacePart& part : mParts) {
     if (part.GetMarkerCount() == 0) continue;
-    mien::Box box(mien::kBeyondAnyTake);
-    for (const auto& group : part.mGroups)
-      for (int i = 0; i < group.GetCount(); ++i) box.Add(set->mPositions[group[i]->mMarker->mIndex]);
+    Box box(kFarAway);
+    ForEachEntry(part,
+                 [&](const VActorFacePartMarker& entry) { box.Add(set->mPositions[entry.mMarker->mIndex]); });
 
     VgeSVector size(box.max.x - box.min.x, box.max.y - box.min.y, box.max.z - box.min.z);
     if (size.x == 0) size.x = size.y != 0 ? size.y : 1.0;
     if (size.y == 0) size.y = size.x;
     if (size.z == 0) size.z = 1.0;
-    part.mMarkerSet.mTransform = mien::Volume(size, box.Centre());
+    part.mMarkerSet.mTransform = Volume(size, box.Centre());
   }
   return true;
 }

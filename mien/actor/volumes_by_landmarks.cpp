@@ -1,22 +1,22 @@
 #include "mien/actor/actor_face.h"
 #include "mien/actor/volume.h"
+#include "mien/face/slots.h"
 
 #include <initializer_list>
 #include <optional>
 
-using namespace mien;
+using namespace mien::detail;
 
 bool VActorFace::SetupGetPartCenterXYZ(int part, const VFaceMarkerSetState* set, double centre[3]) const {
-  Box box(kBeyondAnyTake);
+  Box box(kFarAway);
   for (const auto& group : mParts[part].mGroups) {
-    // The first marker of a mouth group is its outermost: left out, the centre stays with the lips.
+    // Of the mouth's groups, only the second and the third entry.
     const int begin = part == Mouth ? 1 : 0;
     const int end = part == Mouth && group.GetCount() > 3 ? 3 : group.GetCount();
     for (int i = begin; i < end; ++i) box.Add(set->mPositions[group[i]->mMarker->mIndex]);
   }
-  const bool lowered = box.min.x < kBeyondAnyTake || box.min.y < kBeyondAnyTake || box.min.z < kBeyondAnyTake;
-  const bool raised =
-      box.max.x > -kBeyondAnyTake || box.max.y > -kBeyondAnyTake || box.max.z > -kBeyondAnyTake;
+  const bool lowered = box.min.x < kFarAway || box.min.y < kFarAway || box.min.z < kFarAway;
+  const bool raised = box.max.x > -kFarAway || box.max.y > -kFarAway || box.max.z > -kFarAway;
   if (!lowered || !raised) {
     centre[0] = centre[1] = 0;
     return false;
@@ -30,7 +30,7 @@ bool VActorFace::SetupGetPartCenterXYZ(int part, const VFaceMarkerSetState* set,
 
 namespace {
 
-/// A height or depth of the performer's face and its counterpart on the default face.
+/// A coordinate of the performer's face and its counterpart on the default face.
 struct Sample {
   bool found;
   double measured, placed;
@@ -54,66 +54,80 @@ std::optional<Fit> LineThrough(const Sample* first, const Sample* second) {
   return Fit{scale, second->measured - second->placed * scale};
 }
 
+struct Centre {
+  bool found = false;
+  double xyz[3] = {};
+};
+
+/// The centres of mouth, brows and eyes, and where the default face has these parts (size of both: parts).
+struct Landmarks {
+  Centre centres[9];
+  VgeTVector placement[9];
+
+  double Placed(int part, int axis) const {
+    const VgeTVector& t = placement[part];
+    return axis == 0 ? t.x : axis == 1 ? t.y : t.z;
+  }
+
+  Sample Of(int part, int axis) const {
+    return {centres[part].found, centres[part].xyz[axis], Placed(part, axis)};
+  }
+
+  /// The mean of those of the two that are found, against the placement of the right one.
+  Sample OfPair(int right, int left, int axis) const {
+    const Centre &r = centres[right], &l = centres[left];
+    const double measured =
+        r.found && l.found ? (r.xyz[axis] + l.xyz[axis]) / 2 : (r.found ? r : l).xyz[axis];
+    return {r.found || l.found, measured, Placed(right, axis)};
+  }
+
+  std::optional<Fit> FitX() const {
+    double ratios = 0;
+    int sides = 0;
+    const auto add_side = [&](int brow, int eye) {
+      const Sample side = Of(centres[brow].found ? brow : eye, 0);
+      if (!side.found) return;
+      ratios += side.measured / side.placed;
+      ++sides;
+    };
+    add_side(RightBrow, RightEye);
+    add_side(LeftBrow, LeftEye);
+    if (!centres[Mouth].found || sides == 0) return std::nullopt;
+    return Fit{ratios / sides, centres[Mouth].xyz[0]};
+  }
+
+  std::optional<Fit> FitY() const {
+    const Sample mouth = Of(Mouth, 1), brows = OfPair(RightBrow, LeftBrow, 1),
+                 eyes = OfPair(RightEye, LeftEye, 1);
+    return LineThrough(FirstFound({&brows, &eyes}), FirstFound({&mouth, &eyes}));
+  }
+
+  std::optional<Fit> FitZ() const {
+    const Sample mouth = Of(Mouth, 2), brows = OfPair(RightBrow, LeftBrow, 2),
+                 eyes = OfPair(RightEye, LeftEye, 2);
+    return LineThrough(FirstFound({&mouth, &eyes}), FirstFound({&brows, &eyes, &mouth}));
+  }
+};
+
 } // namespace
 
 // The default placement, scaled and moved per axis to fit the centres of mouth, brows and eyes.
 bool VActorFace::SetupFindVolumesMethod1(const VFaceMarkerSetState* set) {
-  struct {
-    bool found;
-    double centre[3];
-  } parts[5] = {};
-  VgeTVector placement[9];
+  Landmarks landmarks;
   VgeSVector scale[9];
-  for (int p = 0; p < 9; ++p) SetupGetDefaultVolumesTS(p, &placement[p], &scale[p]);
+  for (int p = 0; p < 9; ++p) SetupGetDefaultVolumesTS(p, &landmarks.placement[p], &scale[p]);
   for (const int p : {Mouth, RightBrow, LeftBrow, RightEye, LeftEye})
-    parts[p].found = SetupGetPartCenterXYZ(p, set, parts[p].centre);
+    landmarks.centres[p].found = SetupGetPartCenterXYZ(p, set, landmarks.centres[p].xyz);
 
-  const auto pair = [&](int right, int left, int axis, double placed) {
-    const auto &r = parts[right], &l = parts[left];
-    const double measured = r.found && l.found ? (r.centre[axis] + l.centre[axis]) / 2
-                            : r.found          ? r.centre[axis]
-                                               : l.centre[axis];
-    return Sample{r.found || l.found, measured, placed};
-  };
-  const auto mouth_at = [&](int axis, double placed) {
-    return Sample{parts[Mouth].found, parts[Mouth].centre[axis], placed};
-  };
-
-  std::optional<Fit> y;
-  {
-    const Sample mouth = mouth_at(1, placement[Mouth].y);
-    const Sample brows = pair(RightBrow, LeftBrow, 1, placement[RightBrow].y);
-    const Sample eyes = pair(RightEye, LeftEye, 1, placement[RightEye].y);
-    y = LineThrough(FirstFound({&brows, &eyes}), FirstFound({&mouth, &eyes}));
-  }
-
-  std::optional<Fit> x;
-  {
-    double ratios = 0;
-    int sides = 0;
-    for (const auto& [brow, eye] : {std::pair{RightBrow, RightEye}, std::pair{LeftBrow, LeftEye}}) {
-      const int side = parts[brow].found ? brow : eye;
-      if (!parts[side].found) continue;
-      ratios += parts[side].centre[0] / placement[side].x;
-      ++sides;
-    }
-    if (parts[Mouth].found && sides > 0) x = Fit{ratios / sides, parts[Mouth].centre[0]};
-  }
-
-  std::optional<Fit> z;
-  {
-    const Sample mouth = mouth_at(2, placement[Mouth].z);
-    const Sample brows = pair(RightBrow, LeftBrow, 2, placement[RightBrow].z);
-    const Sample eyes = pair(RightEye, LeftEye, 2, placement[RightEye].z);
-    z = LineThrough(FirstFound({&mouth, &eyes}), FirstFound({&brows, &eyes, &mouth}));
-  }
-
+  const std::optional<Fit> x = landmarks.FitX(), y = landmarks.FitY(), z = landmarks.FitZ();
   if (!x || !y) return false;
   if (!z) return true;
-  for (int p = 0; p < 9; ++p)
+  for (int p = 0; p < 9; ++p) {
+    if (mParts[p].GetMarkerCount() == 0) continue;
+    const VgeTVector& t = landmarks.placement[p];
     mParts[p].mMarkerSet.mTransform =
         Volume(VgeSVector(scale[p].x * x->scale, scale[p].y * y->scale, scale[p].z * z->scale),
-               {placement[p].x * x->scale + x->offset, placement[p].y * y->scale + y->offset,
-                placement[p].z * z->scale + z->offset});
+               {t.x * x->scale + x->offset, t.y * y->scale + y->offset, t.z * z->scale + z->offset});
+  }
   return true;
 }

@@ -1,21 +1,22 @@
 #include "mien/actor/actor_face.h"
+#include "mien/actor/entries.h"
 #include "mien/actor/volume.h"
 #include "mien/face/face.h"
+#include "mien/face/slots.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-using namespace mien;
+using namespace mien::detail;
 
 bool VActorFace::Method3FindBoundingBox(int part, const VFaceMarkerSetState* set, VgeTVector& min,
                                         VgeTVector& max, VgeTVector& centre) const {
-  constexpr int kChinGroup = 4; // the jaw's travel would pull the mouth's box down
   Box box(std::numeric_limits<double>::infinity());
   for (int g = 0; g < 5; ++g) {
-    if (part == Mouth && g == kChinGroup) continue;
-    const auto& group = mParts[part].mGroups[g];
-    for (int i = 0; i < group.GetCount(); ++i) box.Add(set->mPositions[group[i]->mMarker->mIndex]);
+    if (part == Mouth && g == mouth::ChinGroup) continue; // the mouth is where the lips are
+    ForEachEntry(mParts[part].mGroups[g],
+                 [&](const VActorFacePartMarker& entry) { box.Add(set->mPositions[entry.mMarker->mIndex]); });
   }
   min = box.min;
   max = box.max;
@@ -105,19 +106,20 @@ bool VActorFace::SetupFindVolumesMethod3(const VFaceMarkerSetState* set) {
 
   // The eyes' depth comes from their upper lids, and the brows are placed from the eyes.
   if (found(kEyes)) {
-    for (const auto& [eye, brow] : {Pair{LeftEye, LeftBrow}, Pair{RightEye, RightBrow}}) {
-      constexpr int kUpperLidGroup = 0, kUpperEye = 1;
-      const auto& lid = mParts[eye].mGroups[kUpperLidGroup];
-      VgeTVector& centre = parts[eye].centre;
+    for (const int side : {0, 1}) {
+      const int eye_part = LeftEye + side, brow_part = LeftBrow + side;
+      const auto& lid = mParts[eye_part].mGroups[eye::UpperLidGroup];
+      VgeTVector& centre = parts[eye_part].centre;
       const bool anchored = lid.GetCount() > 0;
       if (anchored) {
-        const double lid_z = GetGlobalFace()->mParts[eye].mDefaultPoints[kUpperEye].z;
-        centre.z = set->mPositions[lid[0]->mMarker->mIndex].z - scale[eye].z * lid_z * s;
+        const double lid_z = GetGlobalFace()->mParts[eye_part].mDefaultPoints[eye::UpperEye].z;
+        centre.z = set->mPositions[lid[0]->mMarker->mIndex].z - scale[eye_part].z * lid_z * s;
       }
       if (found(kBrows)) {
-        parts[brow].centre.x = centre.x + (placement[brow].x - placement[eye].x) * s;
-        parts[brow].centre.y = centre.y + (placement[brow].y - placement[eye].y) * s;
-        if (anchored) parts[brow].centre.z = centre.z + (placement[brow].z - placement[eye].z) * s;
+        parts[brow_part].centre.x = centre.x + (placement[brow_part].x - placement[eye_part].x) * s;
+        parts[brow_part].centre.y = centre.y + (placement[brow_part].y - placement[eye_part].y) * s;
+        if (anchored)
+          parts[brow_part].centre.z = centre.z + (placement[brow_part].z - placement[eye_part].z) * s;
       }
     }
   }
@@ -126,7 +128,7 @@ bool VActorFace::SetupFindVolumesMethod3(const VFaceMarkerSetState* set) {
     mParts[p].mMarkerSet.mTransform =
         Volume(VgeSVector(scale[p].x * s, scale[p].y * s, scale[p].z * s), parts[p].centre);
   };
-  // Lips reach beyond their markers, and markers sit a little outside of the features they follow.
+  // Markers sit a little outside of the features they follow.
   const auto pull_together = [this](const Pair& pair, double factor) {
     double& left = mParts[pair.left].mMarkerSet.mTransform.m[3][0];
     double& right = mParts[pair.right].mMarkerSet.mTransform.m[3][0];
@@ -136,8 +138,8 @@ bool VActorFace::SetupFindVolumesMethod3(const VFaceMarkerSetState* set) {
   };
   if (parts[Mouth].found) {
     write(Mouth);
-    VgeAMatrix& mouth = mParts[Mouth].mMarkerSet.mTransform;
-    for (int axis = 0; axis < 3; ++axis) mouth.m[axis][axis] *= 1.1;
+    VgeAMatrix& volume = mParts[Mouth].mMarkerSet.mTransform; // lips reach beyond their markers
+    for (int axis = 0; axis < 3; ++axis) volume.m[axis][axis] *= 1.1;
   }
   for (const Pair& pair : {kBrows, kEyes, kCheeks, kNostrils}) {
     if (!found(pair)) continue;

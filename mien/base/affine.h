@@ -9,7 +9,7 @@
 
 #include <cmath>
 
-namespace mien {
+namespace mien::detail {
 
 inline VgeTVector Difference(const VgeTVector& a, const VgeTVector& b) {
   return {a.x - b.x, a.y - b.y, a.z - b.z, 0};
@@ -80,4 +80,4 @@ inline VgeAMatrix InverseOfOrthogonalAxes(const VgeAMatrix& a) {
   return inverse;
 }
 
-} // namespace mien
+} // namespace mien::detail

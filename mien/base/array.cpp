@@ -17,5 +17,5 @@ std::uint32_t VArrayHelper::GetNextArraySize(std::uint32_t wanted) {
   constexpr std::uint32_t kSmallest = 4;
   constexpr std::uint32_t kLargest = std::numeric_limits<std::int32_t>::max();
   const std::uint32_t roomy = wanted > kLargest - wanted / 2 ? kLargest : wanted + wanted / 2;
-  return std::max(roomy, kSmallest);
+  return std::max({roomy, wanted, kSmallest});
 }

@@ -14,14 +14,14 @@ class MIEN_API VArrayHelper {
 public:
   /// Resizes `block` (null: allocates) to `bytes`, keeping its contents. Where memory runs out the answer is
   /// null and the old block is freed: the arrays drop their reference to it in that case, and nobody else has
-  /// one. `alignment` is a power of two of at most alignof(std::max_align_t).
+  /// one. `alignment` is a power of two of at most 16.
   static void* VRealloc(void* block, std::size_t bytes, std::size_t alignment);
 
   /// Frees a block of VRealloc; null is fine.
   static void VFree(void* block, std::size_t alignment);
 
-  /// The capacity to allocate where at least `wanted` (1 to 2^31 - 1) slots are needed one after the other:
-  /// one half more, at least 4, at most 2^31 - 1.
+  /// The capacity to allocate where at least `wanted` slots are needed one after the other: one half more, at least
+  /// 4, and no more than an int32 counts, unless more are wanted.
   static std::uint32_t GetNextArraySize(std::uint32_t wanted);
 
   /// Called on slots that are about to be dropped: sets them to zero.
@@ -47,10 +47,10 @@ class VArrayTemplate {
   static_assert(std::is_trivially_copyable_v<T>, "elements are moved as bytes");
   static_assert(Alignment >= 8 && Alignment % alignof(T) == 0,
                 "the header holds two int32 and pads to the slots");
-  static_assert(Alignment <= alignof(std::max_align_t), "what the heap gives without being asked");
+  static_assert(Alignment <= 16, "what 64-bit heaps give without being asked");
 
 public:
-  VArrayTemplate() = default;
+  VArrayTemplate() {} // not defaulted: the instantiations would then lack it
   /// Exact capacity; null for an empty source.
   VArrayTemplate(const VArrayTemplate& other) { CopyFrom(other); }
   ~VArrayTemplate() { Clear(); }
@@ -63,9 +63,8 @@ public:
     return *this;
   }
 
-  /// Inverted, and kept so because callers outside have come to rely on it: true for the very same object;
-  /// false where the counts differ; otherwise true only if the elements DIFFER. Two equal arrays compare
-  /// false. Nothing inside the library calls it.
+  /// Inverted on purpose, and to be kept so: true for the very same object; false where the counts differ; otherwise
+  /// true only if the elements DIFFER. Two equal arrays compare false. Nothing inside the library calls it.
   bool operator==(const VArrayTemplate& other) const {
     if (this == &other) return true;
     const int count = GetCount();
@@ -167,7 +166,8 @@ public:
     return true;
   }
 
-  /// Removes, for each element of `other` in order, one occurrence of it, if there is one.
+  /// Removes, for each element of `other` in order, one occurrence of it, if there is one. `other` must not be this
+  /// array, which would shrink under the walk.
   void RemoveArray(const VArrayTemplate& other) {
     for (int i = 0; i < other.GetCount(); ++i) RemoveIt(other.GetAt(i));
   }

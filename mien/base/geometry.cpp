@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-using namespace mien;
+using namespace mien::detail;
 
 VgeRMatrix& VgeRMatrix::Init() {
   *this = VgeRMatrix();

@@ -76,7 +76,7 @@ struct MIEN_API VgeQuaternion {
   VgeQuaternion(double ax, double ay, double az, double aw) : x(ax), y(ay), z(az), w(aw) {}
 
   /// The unit quaternion of a proper rotation. Of the two, the one whose largest component is positive.
-  explicit VgeQuaternion(const VgeRMatrix& rotation);
+  VgeQuaternion(const VgeRMatrix& rotation);
 
   friend bool operator==(const VgeQuaternion&, const VgeQuaternion&) = default;
 };

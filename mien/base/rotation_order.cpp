@@ -61,10 +61,8 @@ void VTxRotationOrder::M2V(VgeRVector& out, const VgeRMatrix& in) const {
 
   const double middle = std::atan2(-m[i][k], cm);
   const double first = at_pole ? std::atan2(-m[k][j], m[j][j]) : std::atan2(m[j][k], m[k][k]);
-  // Near the pole `first` is uncertain, so the last angle is read from R * Ri(-first) = Rk * Rj, whose column
-  // j is
-  // (-sl, cl, 0): what `first` has too much, `last` has too little, and the pair still gives the rotation
-  // back.
+  // Near the pole `first` is uncertain, so the last angle is read from R * Ri(-first) = Rk * Rj, whose column j is
+  // (-sl, cl, 0): what `first` has too much, `last` has too little, and the pair still gives the rotation back.
   const double sf = std::sin(first), cf = std::cos(first);
   const double last = at_pole ? 0 : std::atan2(-(cf * m[j][i] - sf * m[k][i]), cf * m[j][j] - sf * m[k][j]);
 

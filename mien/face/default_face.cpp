@@ -6,8 +6,9 @@
 #include <initializer_list>
 #include <memory>
 #include <new>
+#include <span>
 
-using namespace mien;
+using namespace mien::detail;
 
 // Positions are listed in units of the part's size on the reference face and then multiplied by the part's
 // template space scale S; `mScale` undoes S and brings them to the reference size R.
@@ -18,14 +19,29 @@ struct Position {
   double x, y, z;
 };
 
-using Positions = std::initializer_list<Position>;
+using Positions = std::initializer_list<Position>; // only ever a parameter
+using Names = std::span<const char* const>;
+
+// clang-format off
+constexpr const char* kMouthPoints[] = {"LeftMouth",       "LeftUpperMouth", "RightUpperMouth", "RightMouth",
+                                        "RightLowerMouth", "LeftLowerMouth", "ChinCenter"};
+constexpr const char* kMouthHolders[] = {"LeftMouthHolder", "UpperMouthHolder", "LowerMouthHolder",
+                                         "RightMouthHolder", "ChinHolder"};
+constexpr const char* kBrowPoints[]     = {"InBrow", "MidBrow", "OutBrow"};
+constexpr const char* kBrowHolders[]    = {"BrowHolder", "InBrowHolder"};
+constexpr const char* kEyePoints[]      = {"InEye", "UpperEye", "OutEye", "LowerEye"};
+constexpr const char* kEyeHolders[]     = {"UpperEyeHolder", "LowerEyeHolder"};
+constexpr const char* kCheekPoints[]    = {"InUpperCheek", "MidLowerCheek"};
+constexpr const char* kCheekHolders[]   = {"CheekHolder"};
+constexpr const char* kNostrilPoints[]  = {"Nostril"};
+constexpr const char* kNostrilHolders[] = {"NostrilHolder"};
+// clang-format on
 
 /// What a part shares with its counterpart on the other side.
 struct Layout {
   VgeSVector s;  // template space scale
   Position size; // R
-  std::initializer_list<const char*> point_names;
-  std::initializer_list<const char*> holder_names;
+  Names point_names, holder_names;
 };
 
 void SetPose(VgeTVector (&points)[7], const VFacePartState& pose) {
@@ -40,27 +56,31 @@ void SetScaledPose(VgeTVector (&points)[7], Positions positions, const VgeSVecto
   SetPose(points, pose);
 }
 
-int CopyNames(char (*names)[256], std::initializer_list<const char*> texts) {
+int CopyNames(char (*names)[256], Names texts) {
   int count = 0;
-  for (const char* text : texts) CopyBounded(names[count++], text);
+  for (const char* text : texts) mien::CopyBounded(names[count++], text);
   return count;
 }
 
 void Fill(VFacePart& part, const char* name, const char* title, const Position& center, const Layout& layout,
           Positions rest) {
-  CopyBounded(part.mName, name);
-  CopyBounded(part.mTitle, title);
+  mien::CopyBounded(part.mName, name);
+  mien::CopyBounded(part.mTitle, title);
   SetPoint(part.mCenter, {center.x, center.y, center.z});
   part.mScale =
       VgeSVector(layout.size.x / layout.s.x, layout.size.y / layout.s.y, layout.size.z / layout.s.z);
   part.mPointCount = CopyNames(part.mPointNames, layout.point_names);
   part.mHolderCount = CopyNames(part.mHolderNames, layout.holder_names);
   SetScaledPose(part.mDefaultPoints, rest, layout.s);
+  // An array that cannot grow loses what it holds, so it grows once, while there is nothing to lose.
+  constexpr int kMostTemplates = 25;
+  if (!part.mTemplates.SetCount(kMostTemplates)) throw std::bad_alloc();
+  part.mTemplates.Empty();
 }
 
 VFacePartTemplate& AddTemplate(VFacePart& part, const char* name, const char* title) {
   auto added = std::make_unique<VFacePartTemplate>(name, title);
-  if (part.mTemplates.Add(added.get()) < 0) throw std::bad_alloc();
+  part.mTemplates.Add(added.get()); // within what Fill has made room for
   return *added.release();
 }
 
@@ -82,12 +102,8 @@ void AddMouthMirror(VFacePart& mouth, const char* name, const char* title) {
 }
 
 void DefineMouth(VFacePart& mouth) {
-  const Layout layout{.s = {2, 10, 1},
-                      .size = {3.438, 5.0, 1.0},
-                      .point_names = {"LeftMouth", "LeftUpperMouth", "RightUpperMouth", "RightMouth",
-                                      "RightLowerMouth", "LeftLowerMouth", "ChinCenter"},
-                      .holder_names = {"LeftMouthHolder", "UpperMouthHolder", "LowerMouthHolder",
-                                       "RightMouthHolder", "ChinHolder"}};
+  const Layout layout{
+      .s = {2, 10, 1}, .size = {3.438, 5.0, 1.0}, .point_names = kMouthPoints, .holder_names = kMouthHolders};
   const VgeSVector& s = layout.s;
   Fill(mouth, "Mouth", "Mouth (Close)", {0, 2.642, 19.0}, layout,
        {{0.5, 0, 0},
@@ -153,8 +169,8 @@ void DefineMouth(VFacePart& mouth) {
 void DefineBrows(VFacePart& left, VFacePart& right) {
   const Layout layout{.s = {2, 6, 1},
                       .size = {2.642, 1.318, 0.761},
-                      .point_names = {"InBrow", "MidBrow", "OutBrow"},
-                      .holder_names = {"BrowHolder", "InBrowHolder"}};
+                      .point_names = kBrowPoints,
+                      .holder_names = kBrowHolders};
   const VgeSVector& s = layout.s;
   Fill(left, "LeftBrow", "Left Brow (Mid)", {3.202, 11.601, 18.353}, layout,
        {{-0.5, 0.1, 0}, {0, 0.15, 0}, {0.5, -0.1, 0}});
@@ -168,10 +184,8 @@ void DefineBrows(VFacePart& left, VFacePart& right) {
 }
 
 void DefineEyes(VFacePart& left, VFacePart& right) {
-  const Layout layout{.s = {2, 2, 1},
-                      .size = {1.408, 1.408, 0.704},
-                      .point_names = {"InEye", "UpperEye", "OutEye", "LowerEye"},
-                      .holder_names = {"UpperEyeHolder", "LowerEyeHolder"}};
+  const Layout layout{
+      .s = {2, 2, 1}, .size = {1.408, 1.408, 0.704}, .point_names = kEyePoints, .holder_names = kEyeHolders};
   const VgeSVector& s = layout.s;
   Fill(left, "LeftEye", "Left Eye (Open)", {2.961, 9.808, 18.408}, layout,
        {{-0.5, 0, 0}, {0, 0.5, 0}, {0.5, 0, 0}, {0, -0.5, 0}});
@@ -188,10 +202,8 @@ void DefineEyes(VFacePart& left, VFacePart& right) {
 }
 
 void DefineCheeks(VFacePart& left, VFacePart& right) {
-  const Layout layout{.s = {1, 3, 1},
-                      .size = {2.0, 5.0, 2.0},
-                      .point_names = {"InUpperCheek", "MidLowerCheek"},
-                      .holder_names = {"CheekHolder"}};
+  const Layout layout{
+      .s = {1, 3, 1}, .size = {2.0, 5.0, 2.0}, .point_names = kCheekPoints, .holder_names = kCheekHolders};
   const VgeSVector& s = layout.s;
   Fill(left, "LeftCheek", "Left Cheek ( Relax )", {2.961, 6.308, 18.408}, layout,
        {{0, 0.2, 0}, {-0.4, -0.2, 0}});
@@ -200,7 +212,7 @@ void DefineCheeks(VFacePart& left, VFacePart& right) {
 
   Fill(right, "RightCheek", "Right Cheek ( Relax )", {-2.961, 6.308, 18.408}, layout,
        {{0, 0.2, 0}, {0.4, -0.2, 0}});
-  // Not the mirror image of the left one: the second point is drawn in to x = 0. Characters are built on it.
+  // Not the mirror image of the left one: the second point is drawn in to x = 0. Part of the definition.
   AddTemplate(right, "Up", "Up", s, {{0, 0.5, 0.2}, {0, 0.2, 0.2}});
   AddTemplate(right, "Out", "Out", s, {{0, 0.2, 0.4}, {0.4, -0.2, 1.4}});
 }
@@ -208,8 +220,8 @@ void DefineCheeks(VFacePart& left, VFacePart& right) {
 void DefineNostrils(VFacePart& left, VFacePart& right) {
   const Layout layout{.s = {2, 2, 2},
                       .size = {1.408, 1.408, 0.704},
-                      .point_names = {"Nostril"},
-                      .holder_names = {"NostrilHolder"}};
+                      .point_names = kNostrilPoints,
+                      .holder_names = kNostrilHolders};
   Fill(left, "LeftNostril", "Left Nostril ( Relax )", {2.0, 5.0, 18.408}, layout, {{0, 0, 0}});
   AddTemplate(left, "Up", "Up", layout.s, {{0, 0.5, 0}});
 

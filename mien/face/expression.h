@@ -9,7 +9,7 @@ public:
   VFaceExpression() = default;
   VFaceExpression(const VFaceExpression&) = default;
   VFaceExpression& operator=(const VFaceExpression&) = default;
-  virtual ~VFaceExpression() = default;
+  virtual ~VFaceExpression();
 
   char mName[256] = {};         ///< Unique in the catalogue, whatever the case of its letters.
   char mRetrieveName[256] = {}; ///< A second name, set and looked up by the host; the library only copies it.

@@ -8,6 +8,8 @@
 
 template class VArrayTemplate<VFaceExpression*, 16>;
 
+VFaceExpression::~VFaceExpression() = default;
+
 VFace::~VFace() {
   for (int k = 0; k < mExpressions.GetCount(); ++k) delete mExpressions[k];
   mExpressions.Clear();
@@ -30,13 +32,19 @@ bool VFace::RenameExpression(const char* base, char* out) const {
 }
 
 int VFace::CreateExpression(const char* name) {
+  constexpr int kMostExpressions = 99;
   const int count = mExpressions.GetCount();
-  if (*name == '\0' || count + 1 >= 100) return -1;
+  if (*name == '\0' || count >= kMostExpressions) return -1;
   char base[256];
   char free_name[sizeof base + 2]; // and two digits
   if (!mien::CopyBounded(base, name) || !RenameExpression(base, free_name)) return -1;
   auto expression = std::make_unique<VFaceExpression>();
   if (!mien::CopyBounded(expression->mName, free_name)) return -1;
+  // An array that cannot grow loses what it holds, so it grows once, while there is nothing to lose.
+  if (mExpressions.GetCapacity() == 0) {
+    if (!mExpressions.SetCount(kMostExpressions)) throw std::bad_alloc();
+    mExpressions.Empty();
+  }
   if (mExpressions.Add(expression.get()) < 0) throw std::bad_alloc();
   expression.release();
   return count;

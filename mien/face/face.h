@@ -7,23 +7,24 @@
 #include "mien/face/expression.h"
 #include "mien/face/expression_state.h"
 #include "mien/face/face_state.h"
+#include "mien/face/global_face.h"
 #include "mien/face/part.h"
 #include "mien/face/template_state.h"
 
 extern template class MIEN_API VArrayTemplate<VFaceExpression*, 16>;
 
-/// The anatomical face between performer and character: nine parts in a fixed order and a catalogue of
-/// expressions.
+/// The anatomical face between performer and character: nine parts in a fixed order and a catalogue of expressions.
 ///
-/// | part | name           | points                                                      | templates |
-/// |------|----------------|-------------------------------------------------------------|-----------------------------------|
-/// | 0    | "Mouth"        | LeftMouth, LeftUpperMouth, RightUpperMouth, RightMouth,     | Open, Whistle,
-/// CornersUpR,        | |      |                | RightLowerMouth, LeftLowerMouth, ChinCenter | CornersUpL,
-/// CornersDownR,         | |      |                | | CornersDownL, Square              | | 1, 2 |
-/// "LeftBrow" ... | InBrow, MidBrow, OutBrow                                    | Up, Down | | 3, 4 |
-/// "LeftEye" ...  | InEye, UpperEye, OutEye, LowerEye                           | Close, Squint, WideOpen |
-/// | 5, 6 | "LeftCheek"... | InUpperCheek, MidLowerCheek                                 | Up, Out | | 7, 8 |
-/// "LeftNostril"..| Nostril                                                     | Up |
+/// | index | part                      | points                                   | templates                      |
+/// |-------|---------------------------|------------------------------------------|--------------------------------|
+/// | 0     | Mouth                     | LeftMouth, LeftUpperMouth,               | Open, Whistle, CornersUpR,     |
+/// |       |                           | RightUpperMouth, RightMouth,             | CornersUpL, CornersDownR,      |
+/// |       |                           | RightLowerMouth, LeftLowerMouth,         | CornersDownL, Square           |
+/// |       |                           | ChinCenter                               |                                |
+/// | 1, 2  | LeftBrow, RightBrow       | InBrow, MidBrow, OutBrow                 | Up, Down                       |
+/// | 3, 4  | LeftEye, RightEye         | InEye, UpperEye, OutEye, LowerEye        | Close, Squint, WideOpen        |
+/// | 5, 6  | LeftCheek, RightCheek     | InUpperCheek, MidLowerCheek              | Up, Out                        |
+/// | 7, 8  | LeftNostril, RightNostril | Nostril                                  | Up                             |
 ///
 /// x grows towards the face's own left, y upward, z out of the face. Every solve addresses parts, points and
 /// templates by these indices; a face populated otherwise is not supported.
@@ -31,8 +32,8 @@ extern template class MIEN_API VArrayTemplate<VFaceExpression*, 16>;
 /// The solves read the face and their inputs and write only their results. Pointers must be valid, and a
 /// result must not be one of its sources. No argument is checked, nothing is reported, nothing is allocated.
 ///
-/// A face owns its expressions and deletes them; a copy shares expressions and templates with its source, so
-/// at most one of the two may be destroyed while both list them.
+/// A face owns its expressions and deletes them; a copy shares expressions and templates with its source, so at most one
+/// of the two may be destroyed while both list them: clear `mExpressions` and every part's `mTemplates` of the other.
 class MIEN_API VFace {
 public:
   /// Builds the default face, its catalogue empty.
@@ -76,7 +77,8 @@ public:
 
   // --- From points to template weights.
 
-  /// Measures every template of every part; weights that no part's solve writes are 0.
+  /// Measures every template of every part. Weights lie in [0, 1], but for the mouth's "Whistle", which has no limit,
+  /// and the brows: "Down" may leave [0, 1], and both are NaN on a template's pose that is the rest pose as well.
   void Face2TemplateSolve(VFaceTemplateState* result, const VFaceState* face) const;
 
   // --- From expression weights to template weights.
@@ -112,24 +114,3 @@ private:
   void Face2TemplateSolveCheek(int part, VFaceTemplateState* result, const VFaceState* face) const;
   void Face2TemplateSolveNostril(int part, VFaceTemplateState* result, const VFaceState* face) const;
 };
-
-/// The default face of the process: the same object for every caller from load to unload, never null. It is
-/// there for static objects of every source file that includes this header, also where the library is linked
-/// statically. It is only read by the solves, so threads may share it; calls that change its catalogue are
-/// the caller's to serialise.
-MIEN_API VFace* GetGlobalFace();
-
-namespace mien::detail {
-
-/// Keeps the global face alive while any source file that includes this header may need it: the first one
-/// constructed builds the face, the last one destroyed destroys it.
-struct MIEN_API GlobalFaceLease {
-  GlobalFaceLease();
-  ~GlobalFaceLease();
-  GlobalFaceLease(const GlobalFaceLease&) = delete;
-  GlobalFaceLease& operator=(const GlobalFaceLease&) = delete;
-};
-
-[[maybe_unused]] static const GlobalFaceLease global_face_lease;
-
-} // namespace mien::detail

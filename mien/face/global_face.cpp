@@ -1,3 +1,5 @@
+#include "mien/face/global_face.h"
+
 #include "mien/face/face.h"
 
 #include <new>

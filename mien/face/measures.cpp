@@ -4,10 +4,10 @@
 #include <cmath>
 #include <limits>
 
-using mien::Difference;
-using mien::Dot;
-using mien::Length;
-using mien::Unit;
+using mien::detail::Difference;
+using mien::detail::Dot;
+using mien::detail::Length;
+using mien::detail::Unit;
 
 namespace {
 
@@ -68,7 +68,7 @@ double VFace::Face2TemplateAIDistanceExclusive(const VFacePartState* a, const VF
 }
 
 // Base p - q times the height of r over it, halved. The foot of the height is found with a single division by
-// the base's length, so it is exact only for a base of length 1: the measures built on it are tuned to that.
+// the base's length, so it is exact only for a base of length 1. Kept so: it is part of the measure's definition.
 double VFace::Face2TemplateTriangleArea(const VgeTVector& p, const VgeTVector& q, const VgeTVector& r) const {
   const VgeTVector base = Difference(p, q);
   const double length = Length(base);

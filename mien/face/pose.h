@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace mien {
+namespace mien::detail {
 
 inline VFacePartState PoseOf(const VgeTVector (&points)[7]) {
   VFacePartState pose;
@@ -22,13 +22,14 @@ inline VFacePartState TemplatePose(const VFacePart& part, int j) {
   return PoseOf(part.mTemplates[j]->mPoints);
 }
 
-/// What template `j` at weight `weight` adds to the rest pose.
+/// What template `j` at a weight adds to the rest pose.
 inline VFacePartState WeightedDelta(const VFacePart& part, int j, double weight) {
-  VFacePartState delta = TemplatePose(part, j);
-  const VFacePartState rest = RestPose(part);
-  delta.Sub(&rest);
-  delta.Scale(weight);
+  VFacePartState delta;
+  for (int i = 0; i < 7; ++i) {
+    const VgeTVector &full = part.mTemplates[j]->mPoints[i], &rest = part.mDefaultPoints[i];
+    delta.mPoints[i] = {(full.x - rest.x) * weight, (full.y - rest.y) * weight, (full.z - rest.z) * weight};
+  }
   return delta;
 }
 
-} // namespace mien
+} // namespace mien::detail

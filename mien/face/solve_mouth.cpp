@@ -1,8 +1,13 @@
 #include "mien/base/affine.h"
 #include "mien/face/face.h"
+#include "mien/face/limits.h"
 #include "mien/face/pose.h"
+#include "mien/face/slots.h"
 
 #include <cmath>
+
+using namespace mien::detail;
+using namespace mien::detail::mouth;
 
 // The mouth's templates overlap in the points they move, so they are peeled off one after another: measure
 // one, take its share out of the pose, measure the next on what is left. Open, Square, Whistle, then the
@@ -10,27 +15,10 @@
 
 namespace {
 
-enum Point {
-  LeftMouth,
-  LeftUpperMouth,
-  RightUpperMouth,
-  RightMouth,
-  RightLowerMouth,
-  LeftLowerMouth,
-  ChinCenter
-};
-enum Template { Open, Whistle, CornersUpR, CornersUpL, CornersDownR, CornersDownL, Square };
-
-/// x limited to [0, 1]; a NaN becomes 0.
-double Limit01(double x) {
-  const double at_least_zero = x > 0.0 ? x : 0.0;
-  return at_least_zero < 1.0 ? at_least_zero : 1.0;
-}
-
 /// How far `moved` has gone along `full`, as a fraction of it; 0 where `full` has no length.
 double ProjectedFraction(const VgeTVector& moved, const VgeTVector& full) {
-  const double length = mien::Length(full);
-  return length == 0 ? 0 : mien::Dot(mien::Unit(full), moved) / length;
+  const double length = Length(full);
+  return length == 0 ? 0 : Dot(Unit(full), moved) / length;
 }
 
 /// The path from the left corner over the upper lip, horizontally.
@@ -44,11 +32,11 @@ double HeightOver(const VgeTVector* points, Point point, Point base) {
 }
 
 /// How far the jaw is open, at least 0 and not limited above.
-double OpenAmount(const VFaceState& face, const VFacePart& mouth) {
-  const VgeTVector* const rest = mouth.mDefaultPoints;
+double OpenAmount(const VFaceState& face, const VFacePart& definition) {
+  const VgeTVector* const rest = definition.mDefaultPoints;
   const auto fraction = [&](Point point) {
-    return ProjectedFraction(mien::Difference(face.mParts[0].mPoints[point], rest[point]),
-                             mien::Difference(mouth.mTemplates[Open]->mPoints[point], rest[point]));
+    return ProjectedFraction(Difference(face.mParts[0].mPoints[point], rest[point]),
+                             Difference(definition.mTemplates[Open]->mPoints[point], rest[point]));
   };
   const double amount =
       face.mValid ? fraction(ChinCenter) : 0.5 * (fraction(LeftLowerMouth) + fraction(RightLowerMouth));
@@ -56,66 +44,67 @@ double OpenAmount(const VFaceState& face, const VFacePart& mouth) {
 }
 
 /// How far the lips part beyond the opening: the mean of the vertical gaps of the two sides.
-double SquareAmount(const VgeTVector* points, const VFacePart& mouth) {
-  const VgeTVector* const rest = mouth.mDefaultPoints;
-  const VgeTVector* const square = mouth.mTemplates[Square]->mPoints;
+double SquareAmount(const VgeTVector* points, const VFacePart& definition) {
+  const VgeTVector* const rest = definition.mDefaultPoints;
+  const VgeTVector* const square = definition.mTemplates[Square]->mPoints;
   const auto side = [&](Point upper, Point lower) {
     const double rest_gap = HeightOver(rest, upper, lower);
     const double fraction = ProjectedFraction({0, HeightOver(points, upper, lower) - rest_gap, 0},
                                               {0, HeightOver(square, upper, lower) - rest_gap, 0});
     return fraction > 0 ? fraction : 0;
   };
-  return Limit01(0.5 * (side(LeftUpperMouth, LeftLowerMouth) + side(RightUpperMouth, RightLowerMouth)));
+  return Clamp01NanToZero(0.5 *
+                          (side(LeftUpperMouth, LeftLowerMouth) + side(RightUpperMouth, RightLowerMouth)));
 }
 
 /// How far the mouth is narrowed. Not limited: one narrower than the template gives more than 1.
-double WhistleAmount(const VgeTVector* points, const VFacePart& mouth) {
-  const double full = Width(mouth.mTemplates[Whistle]->mPoints);
-  const double rest = Width(mouth.mDefaultPoints);
+double WhistleAmount(const VgeTVector* points, const VFacePart& definition) {
+  const double full = Width(definition.mTemplates[Whistle]->mPoints);
+  const double rest = Width(definition.mDefaultPoints);
   const double width = Width(points);
   return rest > width ? 1 - (width - full) / (rest - full) : 0;
 }
 
 /// A corner against the upper lip beside it. Down is measured on the span of the up template too: the down
 /// template's own pose is not asked, so that one scale runs through the rest pose.
-void SolveCorner(const VgeTVector* points, const VFacePart& mouth, Point corner, Point lip,
+void SolveCorner(const VgeTVector* points, const VFacePart& definition, Point corner, Point lip,
                  Template up_template, double& up, double& down) {
-  const double base = HeightOver(mouth.mDefaultPoints, corner, lip);
-  const double span = HeightOver(mouth.mTemplates[up_template]->mPoints, corner, lip) - base;
+  const double base = HeightOver(definition.mDefaultPoints, corner, lip);
+  const double span = HeightOver(definition.mTemplates[up_template]->mPoints, corner, lip) - base;
   const double raised = (HeightOver(points, corner, lip) - base) / span;
   if (raised > 0) {
-    up = Limit01(raised);
+    up = Clamp01NanToZero(raised);
     down = 0;
   } else {
     up = 0;
-    down = Limit01(-raised);
+    down = Clamp01NanToZero(-raised);
   }
 }
 
 } // namespace
 
 void VFace::Face2TemplateSolveMouth2(VFaceTemplateState* result, const VFaceState* face) const {
-  const VFacePart& mouth = mParts[0];
+  const VFacePart& definition = mParts[0];
   double* const weights = result->mParts[0].mWeights;
   VFacePartState left = face->mParts[0]; // what is left of the pose
   const auto take_out = [&](Template j, double amount) {
-    const VFacePartState delta = mien::WeightedDelta(mouth, j, amount);
+    const VFacePartState delta = WeightedDelta(definition, j, amount);
     left.Sub(&delta);
   };
 
   // An opening wider than the template is taken out in full.
-  const double open = OpenAmount(*face, mouth);
-  weights[Open] = Limit01(open);
+  const double open = OpenAmount(*face, definition);
+  weights[Open] = Clamp01NanToZero(open);
   take_out(Open, open);
 
-  weights[Square] = SquareAmount(left.mPoints, mouth);
+  weights[Square] = SquareAmount(left.mPoints, definition);
   take_out(Square, weights[Square]);
 
-  weights[Whistle] = WhistleAmount(left.mPoints, mouth);
+  weights[Whistle] = WhistleAmount(left.mPoints, definition);
   take_out(Whistle, weights[Whistle]);
 
-  SolveCorner(left.mPoints, mouth, RightMouth, RightUpperMouth, CornersUpR, weights[CornersUpR],
+  SolveCorner(left.mPoints, definition, RightMouth, RightUpperMouth, CornersUpR, weights[CornersUpR],
               weights[CornersDownR]);
-  SolveCorner(left.mPoints, mouth, LeftMouth, LeftUpperMouth, CornersUpL, weights[CornersUpL],
+  SolveCorner(left.mPoints, definition, LeftMouth, LeftUpperMouth, CornersUpL, weights[CornersUpL],
               weights[CornersDownL]);
 }

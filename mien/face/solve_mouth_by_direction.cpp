@@ -16,8 +16,11 @@ void VFace::Face2TemplateSolveMouth(VFaceTemplateState* result, const VFaceState
 
   double agreements[25];
   double sum = 0;
-  for (int j = 0; j < templates; ++j) sum += agreements[j] = agreement(mien::TemplatePose(mouth, j));
-  sum += agreement(mien::RestPose(mouth));
+  for (int j = 0; j < templates; ++j) {
+    agreements[j] = agreement(mien::detail::TemplatePose(mouth, j));
+    sum += agreements[j];
+  }
+  sum += agreement(mien::detail::RestPose(mouth));
   if (!(sum > 0)) return;
   for (int j = 0; j < templates; ++j) result->mParts[0].mWeights[j] = agreements[j] / sum;
 }

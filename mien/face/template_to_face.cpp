@@ -8,10 +8,10 @@ void VFace::Template2FaceSolve(VFaceState* result, const VFaceTemplateState* wei
   for (int p = 0; p < 9; ++p) {
     const VFacePart& part = mParts[p];
     VFacePartState& pose = result->mParts[p];
-    const VFacePartState rest = mien::RestPose(part);
+    const VFacePartState rest = mien::detail::RestPose(part);
     pose.Copy(&rest);
     for (int j = 0; j < part.mTemplates.GetCount(); ++j) {
-      const VFacePartState delta = mien::WeightedDelta(part, j, weights->mParts[p].mWeights[j]);
+      const VFacePartState delta = mien::detail::WeightedDelta(part, j, weights->mParts[p].mWeights[j]);
       pose.Add(&delta);
     }
   }
@@ -19,7 +19,7 @@ void VFace::Template2FaceSolve(VFaceState* result, const VFaceTemplateState* wei
 
 void VFace::SetToDefaultState(VFaceState* result) const {
   for (int p = 0; p < 9; ++p) {
-    const VFacePartState rest = mien::RestPose(mParts[p]);
+    const VFacePartState rest = mien::detail::RestPose(mParts[p]);
     result->mParts[p].Copy(&rest);
   }
 }

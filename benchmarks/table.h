@@ -1,0 +1,26 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace benchmarks {
+
+/// Prints, once all runs are done, a line per operation: the medians over the repetitions of its benchmarks
+/// "operation/mien", "operation/eigen" and "operation/floor", and what the first two make of each other.
+class Table : public benchmark::BenchmarkReporter {
+public:
+  bool ReportContext(const Context& context) override;
+  void ReportRuns(const std::vector<Run>& runs) override;
+  void Finalize() override;
+
+private:
+  std::map<std::int64_t, std::string>
+      names_; ///< In the order of registration; the runs come in a random one.
+  std::map<std::string, std::vector<double>> nanoseconds_;
+};
+
+} // namespace benchmarks

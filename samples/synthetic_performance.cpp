@@ -1,0 +1,447 @@
+// Every number comes from +, -, *, / and sqrt, which round alike everywhere: all compilers and build types
+// write the same bytes.
+
+#include "samples/synthetic_performance.h"
+
+#include "host/performer/performer_file.h"
+#include "host/takes/landmark_csv.h"
+#include "host/takes/marker_csv.h"
+#include "host/write/template_csv.h"
+#include "mien/face/face.h"
+
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace mien::samples {
+
+namespace {
+
+// --- The performance.
+
+constexpr int kFrames = 360;
+constexpr int kRateHz = 30;
+constexpr double kNoiseMm = 0.07; // standard deviation per axis; good optical systems reach it
+
+/// One template going smoothly from 0 to its peak and back; gestures of one template add up.
+struct Gesture {
+  std::string_view column; // "LR." stands for both sides, the right one kLag frames later
+  int start;               // frame number at which it is still 0
+  int length;              // frames until it is 0 again
+  double peak;
+};
+
+constexpr int kLag = 4; // so that the sides can be told apart
+
+constexpr Gesture kGestures[] = {
+    // One template after the other. Cheeks and nostrils do not go all the way: the poses at weight 1 (28 mm of
+    // puffed cheek) are more than a face can do.
+    {"Mouth.Open", 16, 12, 1},
+    {"Mouth.Whistle", 30, 12, 1},
+    {"Mouth.Square", 44, 12, 1},
+    {"Mouth.CornersUpR", 58, 12, 1},
+    {"Mouth.CornersUpL", 72, 12, 1},
+    {"Mouth.CornersDownR", 86, 12, 1},
+    {"Mouth.CornersDownL", 100, 12, 1},
+    {"LR.Brow.Up", 114, 12, 1},
+    {"LR.Brow.Down", 132, 12, 1},
+    {"LR.Eye.Close", 150, 12, 1},
+    {"LR.Eye.Squint", 168, 12, 1},
+    {"LR.Eye.WideOpen", 186, 12, 1},
+    {"LR.Cheek.Up", 204, 12, 0.7},
+    {"LR.Cheek.Out", 222, 12, 0.6},
+    {"LR.Nostril.Up", 240, 12, 0.4},
+
+    // Talk: the jaw at four syllables a second, lips rounded and drawn apart between.
+    {"Mouth.Open", 264, 8, 0.35},
+    {"Mouth.Open", 271, 7, 0.5},
+    {"Mouth.Open", 279, 9, 0.25},
+    {"Mouth.Open", 287, 8, 0.45},
+    {"Mouth.Open", 297, 7, 0.3},
+    {"Mouth.Open", 304, 8, 0.55},
+    {"Mouth.Open", 313, 10, 0.4},
+    {"Mouth.Open", 323, 9, 0.3},
+    {"Mouth.Square", 267, 8, 0.3},
+    {"Mouth.Whistle", 276, 10, 0.6},
+    {"Mouth.Square", 292, 10, 0.5},
+    {"Mouth.Whistle", 309, 12, 0.7},
+    {"Mouth.Square", 319, 9, 0.35},
+    {"Mouth.CornersDownR", 284, 10, 0.3},
+    {"Mouth.CornersDownL", 284, 10, 0.3},
+    {"LR.Brow.Up", 268, 18, 0.5},
+    {"LR.Brow.Down", 298, 14, 0.4},
+    {"LR.Nostril.Up", 296, 10, 0.2},
+    {"LR.Eye.WideOpen", 302, 12, 0.5},
+    // The phrase ends in a smile, one corner a little ahead of the other.
+    {"Mouth.CornersUpL", 324, 26, 0.7},
+    {"Mouth.CornersUpR", 326, 26, 0.6},
+    {"LR.Cheek.Up", 326, 24, 0.4},
+    {"LR.Eye.Squint", 328, 20, 0.4},
+
+    // Blinks take both eyes at once.
+    {"LeftEye.Close", 4, 7, 1},
+    {"RightEye.Close", 4, 7, 1},
+    {"LeftEye.Close", 285, 7, 1},
+    {"RightEye.Close", 285, 7, 1},
+    {"LeftEye.Close", 321, 7, 1},
+    {"RightEye.Close", 321, 7, 1},
+};
+
+/// Decimals as they stand in the files.
+double Rounded(double value, double steps) { return std::floor(value * steps + 0.5) / steps; }
+
+/// 0 at t = 0 and t = 1, 1 halfway, level at all three.
+double Bump(double t) { return t <= 0 || t >= 1 ? 0 : 16 * t * t * (1 - t) * (1 - t); }
+
+/// Like a sine of this period, between -1 and 1 from 0 upwards, without being one.
+double Swing(int frame, int period) {
+  const int quarter_later = frame + period / 4;
+  const double t = static_cast<double>(quarter_later % period) / period;
+  const double triangle = t < 0.5 ? 2 * t : 2 - 2 * t;
+  return 2 * triangle * triangle * (3 - 2 * triangle) - 1;
+}
+
+VFaceTemplateState WeightsAt(const Animation& known, std::size_t frame) {
+  VFaceTemplateState weights;
+  for (std::size_t c = 0; c < known.templates.size(); ++c)
+    weights.mParts[known.templates[c].part].mWeights[known.templates[c].slot] = known.Weight(frame, c);
+  return weights;
+}
+
+// --- The face. Millimetres in head space: the face looks along +z, x to its left, y up.
+
+/// How far a marker goes with a point of the face: 1 is all the way. What is missing to 1 is skull, or the
+/// point of another of the marker's ties.
+struct Tie {
+  std::string point; // "Mouth.LeftMouth"
+  double share;
+};
+
+struct Spot {
+  std::string marker;
+  Point rest_mm;
+  std::vector<Tie> ties;
+};
+
+/// A spot of the left side and its mirror image on the right one.
+struct SpotPair {
+  const char* left;
+  const char* right; // "" for a spot in the middle, whose ties name both sides
+  Point rest_mm;     // of the left one
+  std::vector<Tie> ties;
+};
+
+// The rest places are those of the reference face at 10 mm per unit, brought to the proportions that the
+// volumes of VActorFace::SetupFindVolumes expect of markers: a mouth that is a tenth larger, and brows an
+// eighth closer together than the points of the reference face. The performer's full pose is then weight 1. A
+// performer whose mouth is smaller in relation to the face solves to smaller weights: that is a matter of the
+// face, not of the solve. Depths are a little rounder than the reference face, lips and brows equally deep:
+// the line between them is what the face's axes take for upright.
+constexpr double kMmPerUnit = 10;
+constexpr double kMouthSize = 1.1;
+
+const std::vector<SpotPair> kOpticalSpots = {
+    {"MouthCornerL", "MouthCornerR", {18.9, 26.4, 178}, {{"Mouth.LeftMouth", 1}}},
+    {"SmileL", "SmileR", {26, 31, 175}, {{"Mouth.LeftMouth", 0.6}}},
+    {"LipUpperL", "LipUpperR", {9.5, 31.9, 187}, {{"Mouth.LeftUpperMouth", 1}}},
+    {"LipUpperMid", "", {0, 31.9, 190}, {{"Mouth.LeftUpperMouth", 0.5}, {"Mouth.RightUpperMouth", 0.5}}},
+    {"LipLowerL", "LipLowerR", {9.5, 20.9, 186}, {{"Mouth.LeftLowerMouth", 1}}},
+    {"LipLowerMid", "", {0, 20.9, 188}, {{"Mouth.LeftLowerMouth", 0.5}, {"Mouth.RightLowerMouth", 0.5}}},
+    {"ChinL", "ChinR", {9, 8, 182}, {{"Mouth.ChinCenter", 1}}},
+    {"ChinMid", "", {0, 12.7, 187}, {{"Mouth.ChinCenter", 1}}},
+
+    {"BrowInL", "BrowInR", {14.8, 117.3, 186}, {{"LeftBrow.InBrow", 1}}},
+    {"BrowInMidL", "BrowInMidR", {21.4, 118, 185.5}, {{"LeftBrow.InBrow", 0.5}, {"LeftBrow.MidBrow", 0.5}}},
+    {"BrowMidL", "BrowMidR", {28, 118, 184}, {{"LeftBrow.MidBrow", 1}}},
+    {"BrowMidOutL",
+     "BrowMidOutR",
+     {34.6, 116.8, 182},
+     {{"LeftBrow.MidBrow", 0.5}, {"LeftBrow.OutBrow", 0.5}}},
+    {"BrowOutL", "BrowOutR", {41.2, 114.7, 180}, {{"LeftBrow.OutBrow", 1}}},
+
+    {"LidUpperInL", "LidUpperInR", {25, 103.4, 184}, {{"LeftEye.UpperEye", 1}}},
+    {"LidUpperOutL", "LidUpperOutR", {34, 103.4, 182}, {{"LeftEye.UpperEye", 1}}},
+    {"LidLowerInL", "LidLowerInR", {25, 92.8, 183}, {{"LeftEye.LowerEye", 1}}},
+    {"LidLowerOutL", "LidLowerOutR", {34, 92.8, 181}, {{"LeftEye.LowerEye", 1}}},
+
+    {"CheekUpL", "CheekUpR", {29.6, 73.1, 180}, {{"LeftCheek.InUpperCheek", 1}}},
+    {"CheekUpOutL", "CheekUpOutR", {39, 72, 172}, {{"LeftCheek.InUpperCheek", 0.8}}},
+    {"CheekMidL",
+     "CheekMidR",
+     {27, 63, 181},
+     {{"LeftCheek.InUpperCheek", 0.5}, {"LeftCheek.MidLowerCheek", 0.5}}},
+    {"CheekLowL", "CheekLowR", {21.6, 53.1, 180}, {{"LeftCheek.MidLowerCheek", 1}}},
+    {"CheekLowOutL", "CheekLowOutR", {37, 55, 172}, {{"LeftCheek.MidLowerCheek", 0.8}}},
+
+    {"NoseWingL", "NoseWingR", {18, 48.5, 188}, {{"LeftNostril.Nostril", 1}}},
+    {"NoseWingUpL", "NoseWingUpR", {17, 51.5, 189}, {{"LeftNostril.Nostril", 1}}},
+
+    // A cap of five.
+    {"HeadFront", "", {0, 165, 150}, {}},
+    {"HeadTop", "", {5, 195, 60}, {}},
+    {"HeadBack", "", {-10, 150, -40}, {}},
+    {"HeadL", "HeadR", {72, 145, 75}, {}},
+};
+
+// Where trackers put the 68 landmarks. The lips' inner contour meets when the mouth is shut, and the jaw's
+// contour swings about the ears.
+const std::vector<SpotPair> kLandmarkSpots = {
+    {"lm16", "lm0", {71, 92, 95}, {}},
+    {"lm15", "lm1", {71, 72, 98}, {{"Mouth.ChinCenter", 0.04}}},
+    {"lm14", "lm2", {69, 52, 103}, {{"Mouth.ChinCenter", 0.12}}},
+    {"lm13", "lm3", {65, 32, 111}, {{"Mouth.ChinCenter", 0.25}}},
+    {"lm12", "lm4", {59, 14, 122}, {{"Mouth.ChinCenter", 0.45}}},
+    {"lm11", "lm5", {49, 0, 138}, {{"Mouth.ChinCenter", 0.65}}},
+    {"lm10", "lm6", {35, -9, 155}, {{"Mouth.ChinCenter", 0.85}}},
+    {"lm9", "lm7", {18, -14, 169}, {{"Mouth.ChinCenter", 1}}},
+    {"lm8", "", {0, -15, 175}, {{"Mouth.ChinCenter", 1}}},
+
+    {"lm22", "lm21", {14.8, 117.3, 186}, {{"LeftBrow.InBrow", 1}}},
+    {"lm23", "lm20", {21.4, 118.2, 185.5}, {{"LeftBrow.InBrow", 0.5}, {"LeftBrow.MidBrow", 0.5}}},
+    {"lm24", "lm19", {28, 118, 184}, {{"LeftBrow.MidBrow", 1}}},
+    {"lm25", "lm18", {41.2, 114.7, 180}, {{"LeftBrow.OutBrow", 1}}},
+    {"lm26", "lm17", {49, 109, 173}, {{"LeftBrow.OutBrow", 0.7}}},
+
+    {"lm27", "", {0, 96, 189}, {}},
+    {"lm28", "", {0, 84, 195}, {}},
+    {"lm29", "", {0, 72, 202}, {}},
+    {"lm30", "", {0, 60, 208}, {}},
+    {"lm33", "", {0, 46.5, 197}, {{"LeftNostril.Nostril", 0.2}, {"RightNostril.Nostril", 0.2}}},
+    {"lm34", "lm32", {8, 48, 194}, {{"LeftNostril.Nostril", 0.5}}},
+    {"lm35", "lm31", {17, 50, 188}, {{"LeftNostril.Nostril", 1}}},
+
+    {"lm42", "lm39", {16.5, 97.5, 178}, {}},
+    {"lm43", "lm38", {25, 103.4, 184}, {{"LeftEye.UpperEye", 1}}},
+    {"lm44", "lm37", {34, 103.4, 182}, {{"LeftEye.UpperEye", 1}}},
+    {"lm45", "lm36", {43, 98.5, 172}, {{"LeftEye.OutEye", 0.5}}},
+    {"lm46", "lm41", {34, 92.8, 181}, {{"LeftEye.LowerEye", 1}}},
+    {"lm47", "lm40", {25, 92.8, 183}, {{"LeftEye.LowerEye", 1}}},
+
+    {"lm54", "lm48", {18.9, 26.4, 176}, {{"Mouth.LeftMouth", 1}}},
+    {"lm53", "lm49", {13, 30.5, 182}, {{"Mouth.LeftMouth", 0.5}, {"Mouth.LeftUpperMouth", 0.5}}},
+    {"lm52", "lm50", {5.5, 34.5, 188}, {{"Mouth.LeftUpperMouth", 0.8}, {"Mouth.RightUpperMouth", 0.2}}},
+    {"lm51", "", {0, 33.5, 190}, {{"Mouth.LeftUpperMouth", 0.5}, {"Mouth.RightUpperMouth", 0.5}}},
+    {"lm55", "lm59", {13, 21.5, 181}, {{"Mouth.LeftMouth", 0.5}, {"Mouth.LeftLowerMouth", 0.5}}},
+    {"lm56", "lm58", {6, 18, 186}, {{"Mouth.LeftLowerMouth", 0.8}, {"Mouth.RightLowerMouth", 0.2}}},
+    {"lm57", "", {0, 17, 187.5}, {{"Mouth.LeftLowerMouth", 0.5}, {"Mouth.RightLowerMouth", 0.5}}},
+    {"lm64", "lm60", {16, 26.4, 178}, {{"Mouth.LeftMouth", 1}}},
+    {"lm63", "lm61", {9, 26.9, 185}, {{"Mouth.LeftUpperMouth", 1}}},
+    {"lm62", "", {0, 27.1, 188}, {{"Mouth.LeftUpperMouth", 0.5}, {"Mouth.RightUpperMouth", 0.5}}},
+    {"lm65", "lm67", {9, 25.9, 184.5}, {{"Mouth.LeftLowerMouth", 1}}},
+    {"lm66", "", {0, 25.7, 187}, {{"Mouth.LeftLowerMouth", 0.5}, {"Mouth.RightLowerMouth", 0.5}}},
+};
+
+std::vector<Spot> BothSides(const std::vector<SpotPair>& pairs) {
+  std::vector<Spot> spots;
+  for (const auto& [left, right, rest, ties] : pairs) {
+    spots.push_back({left, rest, ties});
+    if (*right == '\0') continue;
+    Spot mirrored{right, {-rest.x, rest.y, rest.z}, ties};
+    for (Tie& tie : mirrored.ties)
+      if (const std::size_t at = tie.point.find("Left"); at != std::string::npos)
+        tie.point.replace(at, 4, "Right");
+    spots.push_back(mirrored);
+  }
+  return spots;
+}
+
+/// How far a point of the face has moved from its rest.
+Point Displacement(const VFaceState& face, const std::string& point) {
+  const std::size_t dot = point.find('.');
+  const int p = GetGlobalFace()->PartIndexByName(point.substr(0, dot).c_str());
+  const VFacePart& part = GetGlobalFace()->mParts[p];
+  const int slot = part.PointIndexByName(point.substr(dot + 1).c_str());
+  const VgeTVector &now = face.mParts[p].mPoints[slot], &rest = part.mDefaultPoints[slot];
+  const double mm = p == 0 ? kMmPerUnit * kMouthSize : kMmPerUnit;
+  return {(now.x - rest.x) * part.mScale.x * mm, (now.y - rest.y) * part.mScale.y * mm,
+          (now.z - rest.z) * part.mScale.z * mm};
+}
+
+// --- Head and camera.
+
+/// A rotation, then a translation.
+struct Motion {
+  double rows[3][3];
+  Point translation;
+
+  Point Carry(const Point& p) const {
+    const auto along = [&p](const double(&row)[3]) { return row[0] * p.x + row[1] * p.y + row[2] * p.z; };
+    return {along(rows[0]) + translation.x, along(rows[1]) + translation.y, along(rows[2]) + translation.z};
+  }
+};
+
+/// The head nods (x), turns (y) and tilts (z) about the top of the neck, by up to 12, 19 and 7 degrees; the body
+/// sways.
+Motion HeadMotionAt(int frame) {
+  // Tangents of the half angles make a quaternion that needs only its length.
+  double w = 1, x = 0.105 * Swing(frame, 97), y = 0.167 * Swing(frame, 150), z = 0.06 * Swing(frame, 211);
+  const double length = std::sqrt(w * w + x * x + y * y + z * z);
+  w /= length, x /= length, y /= length, z /= length;
+  return {{{1 - 2 * (y * y + z * z), 2 * (x * y - z * w), 2 * (x * z + y * w)},
+           {2 * (x * y + z * w), 1 - 2 * (x * x + z * z), 2 * (y * z - x * w)},
+           {2 * (x * z - y * w), 2 * (y * z + x * w), 1 - 2 * (x * x + y * y)}},
+          {40 * Swing(frame, 180), 15 * Swing(frame, 120), 30 * Swing(frame, 240)}};
+}
+
+constexpr Motion kHeadAtRest = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}};
+
+/// The camera is at the origin, the face looks at it from 60 cm.
+constexpr Motion kBeforeTheCamera = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {5, -75, -790}};
+
+/// The room's z is up, and the performer looks along (3, -4, 0).
+constexpr Motion kInTheRoom = {{{0.8, 0, 0.6}, {0.6, 0, -0.8}, {0, 1, 0}}, {310, -140, 1545}};
+
+/// Numbers that are the same on every machine: a linear congruential generator of 64 bits.
+class Random {
+public:
+  explicit Random(std::uint64_t seed) : state_(seed) {}
+
+  /// Nearly normal, with mean 0 and standard deviation 1: the sum of four uniform numbers.
+  double Normal() {
+    constexpr double kRootOfThree = 1.7320508075688772; // the sum's variance is 4 / 12
+    return (Uniform() + Uniform() + Uniform() + Uniform() - 2) * kRootOfThree;
+  }
+
+private:
+  double Uniform() {
+    state_ = state_ * 6364136223846793005u + 1442695040888963407u;
+    return static_cast<double>(state_ >> 11) * 0x1p-53;
+  }
+
+  std::uint64_t state_;
+};
+
+Take Film(const std::vector<SpotPair>& pairs, const Motion& to_take, double steps_per_mm, Head head,
+          std::uint64_t seed) {
+  const Animation known = KnownWeights();
+  const std::vector<Spot> spots = BothSides(pairs);
+  Take take;
+  for (const Spot& spot : spots) take.markers.push_back(spot.marker);
+  take.rate_hz = known.rate_hz;
+  Random random(seed);
+  for (std::size_t f = 0; f < known.frames.size(); ++f) {
+    take.AddFrame(known.frames[f], known.times[f]);
+    const VFaceTemplateState weights = WeightsAt(known, f);
+    VFaceState face;
+    GetGlobalFace()->Template2FaceSolve(&face, &weights);
+    const Motion head_now = head == Head::Moves ? HeadMotionAt(static_cast<int>(f)) : kHeadAtRest;
+    for (std::size_t m = 0; m < spots.size(); ++m) {
+      Point p = spots[m].rest_mm;
+      for (const Tie& tie : spots[m].ties) {
+        const Point d = Displacement(face, tie.point);
+        p.x += tie.share * d.x, p.y += tie.share * d.y, p.z += tie.share * d.z;
+      }
+      for (double* const axis : {&p.x, &p.y, &p.z}) *axis += kNoiseMm * random.Normal();
+      p = to_take.Carry(head_now.Carry(p));
+      for (double* const axis : {&p.x, &p.y, &p.z}) *axis = Rounded(*axis, steps_per_mm);
+      take.Set(f, m, p);
+    }
+  }
+  return take;
+}
+
+void Hide(Take& take, const std::string& marker, std::size_t first_frame, std::size_t last_frame) {
+  const std::size_t m = take.FindMarker(marker).value();
+  for (std::size_t number = first_frame; number <= last_frame; ++number) take.Clear(number - 1, m);
+}
+
+std::string Text(const std::function<void(std::ostream&)>& write) {
+  std::ostringstream out;
+  write(out);
+  return out.str();
+}
+
+} // namespace
+
+Animation KnownWeights() {
+  Animation known;
+  known.rate_hz = kRateHz;
+  const auto add = [&known](const std::string& column, const Gesture& gesture, int start) {
+    for (std::size_t c = 0; c < known.templates.size(); ++c) {
+      if (known.templates[c].name != column) continue;
+      for (int f = 0; f < kFrames; ++f)
+        known.weights[static_cast<std::size_t>(f) * known.templates.size() + c] +=
+            gesture.peak * Bump(static_cast<double>(f + 1 - start) / gesture.length);
+      return;
+    }
+    throw std::logic_error("no template " + column);
+  };
+
+  for (int f = 0; f < kFrames; ++f) {
+    known.frames.push_back(f + 1);
+    known.times.push_back(Rounded(static_cast<double>(f) / kRateHz, 1000));
+  }
+  known.weights.resize(known.frames.size() * known.templates.size());
+  for (const Gesture& gesture : kGestures) {
+    if (gesture.column.starts_with("LR.")) {
+      const std::string column(gesture.column.substr(3));
+      add("Left" + column, gesture, gesture.start);
+      add("Right" + column, gesture, gesture.start + kLag);
+    } else {
+      add(std::string(gesture.column), gesture, gesture.start);
+    }
+  }
+  for (double& weight : known.weights) weight = Rounded(weight, 10000);
+  return known;
+}
+
+Take FilmLandmarks(Head head) {
+  Take take = Film(kLandmarkSpots, kBeforeTheCamera, 10, head, 68);
+  take.name = "landmarks";
+  for (const auto& [first, last] : {std::pair<std::size_t, std::size_t>{257, 259}, {315, 315}})
+    for (const std::string& marker : take.markers) Hide(take, marker, first, last);
+  return take;
+}
+
+Take FilmMarkers(Head head) {
+  Take take = Film(kOpticalSpots, kInTheRoom, 100, head, 45);
+  take.name = "markers";
+  Hide(take, "CheekLowOutL", 40, 75);
+  Hide(take, "BrowMidOutR", 95, 112);
+  Hide(take, "HeadBack", 170, 195);
+  Hide(take, "LipUpperMid", 290, 296);
+  Hide(take, "LidLowerOutL", 300, 303);
+  return take;
+}
+
+Performer MarkerPerformer() {
+  return ReadPerformer(R"({
+    "format": "mien performer 1",
+    "name": "synthetic",
+    "head": ["HeadFront", "HeadTop", "HeadBack", "HeadL", "HeadR"],
+    "parts": {
+      "Mouth": {
+        "LeftMouthHolder": ["MouthCornerL", "SmileL"],
+        "UpperMouthHolder": ["LipUpperL", "LipUpperMid", "LipUpperR"],
+        "LowerMouthHolder": ["LipLowerL", "LipLowerMid", "LipLowerR"],
+        "RightMouthHolder": ["MouthCornerR", "SmileR"],
+        "ChinHolder": ["ChinL", "ChinMid", "ChinR"]
+      },
+      "LeftBrow": { "BrowHolder": ["BrowInMidL", "BrowMidL", "BrowMidOutL", "BrowOutL"], "InBrowHolder": ["BrowInL"] },
+      "RightBrow": { "BrowHolder": ["BrowInMidR", "BrowMidR", "BrowMidOutR", "BrowOutR"], "InBrowHolder": ["BrowInR"] },
+      "LeftEye": { "UpperEyeHolder": ["LidUpperInL", "LidUpperOutL"], "LowerEyeHolder": ["LidLowerInL", "LidLowerOutL"] },
+      "RightEye": { "UpperEyeHolder": ["LidUpperInR", "LidUpperOutR"], "LowerEyeHolder": ["LidLowerInR", "LidLowerOutR"] },
+      "LeftCheek": { "CheekHolder": ["CheekUpL", "CheekUpOutL", "CheekMidL", "CheekLowL", "CheekLowOutL"] },
+      "RightCheek": { "CheekHolder": ["CheekUpR", "CheekUpOutR", "CheekMidR", "CheekLowR", "CheekLowOutR"] },
+      "LeftNostril": { "NostrilHolder": ["NoseWingL", "NoseWingUpL"] },
+      "RightNostril": { "NostrilHolder": ["NoseWingR", "NoseWingUpR"] }
+    }
+  })",
+                       "markers.performer.json");
+}
+
+std::map<std::string, std::string> SampleFiles() {
+  return {
+      {"known_weights.csv", Text([](std::ostream& out) { WriteTemplateCsv(KnownWeights(), out); })},
+      {"landmarks.csv", Text([](std::ostream& out) { WriteLandmarkCsv(FilmLandmarks(), out); })},
+      {"markers.csv", Text([](std::ostream& out) { WriteMarkerCsv(FilmMarkers(), out); })},
+      {"markers.performer.json", Text([](std::ostream& out) { WritePerformer(MarkerPerformer(), out); })},
+  };
+}
+
+} // namespace mien::samples

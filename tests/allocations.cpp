@@ -1,0 +1,270 @@
+// The per-frame calls of the library allocate nothing. Counted is every allocation of the process, the
+// library's own included: this executable's definitions of operator new and of the malloc family take the
+// place of all others.
+//
+// Under AddressSanitizer the allocator is the sanitizer's and stays so; it reports each allocation to a hook.
+
+#include "mien/actor/actor_face.h"
+#include "mien/face/face.h"
+#include "tests/synthetic_performer.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <vector>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define UNDER_ADDRESS_SANITIZER
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define UNDER_ADDRESS_SANITIZER
+#endif
+
+namespace {
+
+// Volatile, because compilers know malloc and take for granted that it changes no variable of ours.
+volatile bool counting = false;
+volatile int allocations = 0;
+
+void Count() {
+  if (counting) allocations = allocations + 1;
+}
+
+} // namespace
+
+#if defined(UNDER_ADDRESS_SANITIZER)
+
+// From the sanitizer's runtime; GCC comes without the header that declares it.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void*,
+                                                                             std::size_t),
+                                                         void (*free_hook)(const volatile void*));
+
+namespace {
+
+[[maybe_unused]] const int hooks_installed = __sanitizer_install_malloc_and_free_hooks(
+    [](const volatile void*, std::size_t) { Count(); }, [](const volatile void*) {});
+
+} // namespace
+
+#else
+
+// glibc's own allocator under the names that survive the replacement.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* block);
+
+void* malloc(std::size_t size) noexcept { return Count(), __libc_malloc(size); }
+void* calloc(std::size_t count, std::size_t size) noexcept { return Count(), __libc_calloc(count, size); }
+void* realloc(void* block, std::size_t size) noexcept { return Count(), __libc_realloc(block, size); }
+void* memalign(std::size_t alignment, std::size_t size) noexcept {
+  return Count(), __libc_memalign(alignment, size);
+}
+void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+  return Count(), __libc_memalign(alignment, size);
+}
+int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
+  Count();
+  void* const allocated = __libc_memalign(alignment, size);
+  if (!allocated) return ENOMEM;
+  *block = allocated;
+  return 0;
+}
+void free(void* block) noexcept { __libc_free(block); }
+}
+
+// The forms that are not replaced (arrays, aligned, nothrow) come down to these or to the malloc family.
+void* operator new(std::size_t size) {
+  Count();
+  if (void* const block = __libc_malloc(size != 0 ? size : 1)) return block;
+  throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { __libc_free(block); }
+void operator delete(void* block, std::size_t) noexcept { __libc_free(block); }
+
+#endif
+
+namespace {
+
+template <class Call>
+int AllocationsOf(Call call) {
+  allocations = 0;
+  counting = true;
+  call();
+  counting = false;
+  return allocations;
+}
+
+// Keeps the optimiser from leaving out an allocation that nobody uses.
+void* volatile escaped;
+
+struct alignas(64) OverAligned {
+  char bytes[64];
+};
+
+// First of all: the counter sees what it is there to see, and nothing where there is nothing.
+TEST(AllocationCounter, SeesEveryWayToAllocate) {
+  EXPECT_EQ(AllocationsOf([] {}), 0);
+  EXPECT_EQ(AllocationsOf([] {
+              const std::vector<int> numbers(100);
+              escaped = const_cast<int*>(numbers.data());
+            }),
+            1);
+  EXPECT_EQ(AllocationsOf([] {
+              escaped = std::malloc(100);
+              std::free(escaped);
+            }),
+            1);
+  EXPECT_EQ(AllocationsOf([] {
+              escaped = std::calloc(10, 10);
+              escaped = std::realloc(escaped, 1000);
+              std::free(escaped);
+            }),
+            2);
+  EXPECT_EQ(AllocationsOf([] {
+              escaped = std::aligned_alloc(64, 128);
+              std::free(escaped);
+            }),
+            1);
+  EXPECT_EQ(AllocationsOf([] {
+              OverAligned* const aligned = new OverAligned;
+              escaped = aligned;
+              delete aligned;
+            }),
+            1);
+  EXPECT_EQ(AllocationsOf([] {
+              OverAligned* const array = new (std::nothrow) OverAligned[3];
+              escaped = array;
+              delete[] array;
+            }),
+            1);
+}
+
+// The library's own calls of operator new and of the malloc family go through the counter too, also from
+// inside a shared library.
+TEST(AllocationCounter, SeesTheLibraryAllocate) {
+  VFace face;
+  EXPECT_GE(AllocationsOf([&] { face.CreateExpression("Smile"); }),
+            2); // the expression, and room in the catalogue
+  VArrayTemplate<VFaceExpression*, 16> list;
+  EXPECT_EQ(AllocationsOf([&] { list.Add(nullptr); }), 1);
+}
+
+class PerFrame : public testing::Test {
+protected:
+  static constexpr int kFrames = 300;
+
+  PerFrame() {
+    for (int k = 0; k < 99; ++k) {
+      VFaceTemplateState& state = face.mExpressions[face.CreateExpression("Expression")]->mTemplateState;
+      state.mParts[k % 9].mWeights[k % 7] = 1;
+    }
+    for (double& weight : expressions.mWeights) weight = 0.5;
+  }
+
+  // Each frame is filmed, then `before` prepares and `call` alone is counted.
+  template <class Before, class Call>
+  int AllocationsOverTheFrames(Before before, Call call) {
+    int sum = 0;
+    for (int number = 0; number < kFrames; ++number) {
+      performer.Film(number, frame);
+      before();
+      sum += AllocationsOf(call);
+    }
+    return sum;
+  }
+
+  void Stabilise() { actor.ReferenceFromRBMarker(&frame, &performer.Reference()); }
+  void Measure() { Stabilise(), actor.Actor2FaceSolve(&states[0], &frame); }
+
+  tests::SyntheticPerformer performer;
+  VActorFace& actor = performer.Actor();
+  VFace face;
+  VFaceMarkerSetState frame, local;
+  VFaceState states[3], result;
+  VFaceTemplateState template_states[3], template_result;
+  VFaceExpressionState expressions;
+};
+
+TEST_F(PerFrame, PerformerHasMarkersOnEveryPart) {
+  EXPECT_EQ(performer.MarkerCount(), 45);
+  for (const VActorFacePart& part : actor.mParts) EXPECT_GT(part.GetMarkerCount(), 0);
+  EXPECT_EQ(performer.Reference().mRBValid, 1);
+}
+
+TEST_F(PerFrame, ReferenceFromRBMarkerAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames([] {}, [this] { Stabilise(); }), 0);
+  EXPECT_EQ(frame.mRBValid, 1);
+}
+
+TEST_F(PerFrame, Actor2FaceSolveAllocatesNothing) {
+  EXPECT_EQ(
+      AllocationsOverTheFrames([this] { Stabilise(); }, [this] { actor.Actor2FaceSolve(&result, &frame); }),
+      0);
+  EXPECT_TRUE(result.mValid);
+}
+
+TEST_F(PerFrame, ComputeGlobalPositionAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames([this] { Stabilise(); },
+                                     [this] { actor.ComputeGlobalPosition(&local, &frame, 225); }),
+            0);
+  EXPECT_NE(local.mPositions[44].y, 0);
+}
+
+TEST_F(PerFrame, Face2TemplateSolveAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames([this] { Measure(); },
+                                     [this] { face.Face2TemplateSolve(&template_result, &states[0]); }),
+            0);
+  EXPECT_TRUE(template_result.IsDefined());
+}
+
+TEST_F(PerFrame, Template2FaceSolveAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames(
+                [this] { Measure(), face.Face2TemplateSolve(&template_states[0], &states[0]); },
+                [this] { face.Template2FaceSolve(&result, &template_states[0]); }),
+            0);
+  EXPECT_NE(result.mParts[0].mPoints[0].x, 0);
+}
+
+TEST_F(PerFrame, SetToDefaultStateAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames([] {}, [this] { face.SetToDefaultState(&result); }), 0);
+  EXPECT_NE(result.mParts[0].mPoints[0].x, 0);
+}
+
+// Weights that take each way through the blend: skipped, unscaled, scaled.
+TEST_F(PerFrame, FaceStateBlendAllocatesNothing) {
+  VFaceBlendState blend;
+  blend.mWeights[1] = 0, blend.mWeights[2] = 0.5;
+  EXPECT_EQ(
+      AllocationsOverTheFrames([this] { Measure(); }, [&] { face.FaceStateBlend(&result, states, &blend); }),
+      0);
+  EXPECT_NE(result.mParts[0].mPoints[0].x, 0);
+}
+
+TEST_F(PerFrame, TemplateStateBlendAllocatesNothing) {
+  VFaceBlendState blend;
+  blend.mWeights[1] = 0, blend.mWeights[2] = 0.5;
+  EXPECT_EQ(AllocationsOverTheFrames(
+                [this] { Measure(), face.Face2TemplateSolve(&template_states[0], &states[0]); },
+                [&] { face.TemplateStateBlend(&template_result, template_states, &blend); }),
+            0);
+  EXPECT_TRUE(template_result.IsDefined());
+}
+
+TEST_F(PerFrame, Expression2TemplateSolveAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames(
+                [] {},
+                [this] { face.Expression2TemplateSolve(face.mExpressions, &template_result, &expressions); }),
+            0);
+  EXPECT_TRUE(template_result.IsDefined());
+}
+
+} // namespace

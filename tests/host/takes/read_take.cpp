@@ -1,0 +1,78 @@
+#include "host/takes/read_take.h"
+
+#include "tests/host/input_error.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+using mien::ReadTake;
+using mien::Take;
+using testing::StartsWith;
+
+namespace {
+
+const std::string kTake = "frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n";
+const std::string kKnownFormats =
+    "; the formats that can be read are landmark CSV (columns frame, timestamp, X_0, ... Z_67), "
+    "marker CSV (columns frame,time,NAME.x,NAME.y,NAME.z,...)";
+
+class ReadTakeFile : public TemporaryFolder {};
+
+std::string MemoryError(const std::string& bytes) {
+  return InputErrorOf([&] { ReadTake(bytes, "t"); });
+}
+
+} // namespace
+
+TEST_F(ReadTakeFile, TellsTheFormatByContentAndNotByEnding) {
+  const Take take = ReadTake(Write("smile.c3d", kTake));
+  EXPECT_EQ(take.name, "smile");
+  EXPECT_EQ(take.format, "marker CSV");
+  EXPECT_EQ(take.FrameCount(), 2u);
+}
+
+TEST_F(ReadTakeFile, ErrorsNameTheFileAsItWasGiven) {
+  const std::filesystem::path path = Write("bad.csv", "frame,time,A.x,A.y,A.z\n1,0,1,2,b\n");
+  EXPECT_THAT(InputErrorOf([&] { ReadTake(path); }),
+              StartsWith(path.string() + ":2: column \"A.z\": \"b\" is not a number"));
+}
+
+TEST_F(ReadTakeFile, EmptyFileIsNamed) {
+  const std::filesystem::path path = Write("empty.csv", "");
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(path); }),
+            path.string() + ": the file is empty; export the take again");
+}
+
+TEST_F(ReadTakeFile, MissingFileIsNamed) {
+  const std::filesystem::path path = folder_ / "none.csv";
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(path); }), path.string() + ": there is no such file; check the path");
+}
+
+TEST(ReadTake, TakesAnyBytesAsInput) {
+  EXPECT_EQ(MemoryError(" \r\n\t\n"), "t: the file is empty; export the take again");
+  EXPECT_EQ(MemoryError("hello"), "t: this is no take of a known format" + kKnownFormats);
+  EXPECT_EQ(MemoryError(std::string("\x02\x50\0\0,\0\n", 7)),
+            "t: this is no take of a known format" + kKnownFormats);
+  EXPECT_EQ(MemoryError("1,0,1,2,3\n"), "t: this is no take of a known format" + kKnownFormats);
+}
+
+TEST(ReadTake, NamesTheEncodingOfUtf16) {
+  EXPECT_EQ(MemoryError("\xFF\xFE"
+                        "f"),
+            "t: the text is UTF-16; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\xFE\xFF\0f", 4)), "t: the text is UTF-16; save it as UTF-8");
+}
+
+TEST(ReadTake, NamesSeparatorsThatAreNoCommas) {
+  const std::string mend = "; save the table with commas between the columns and points in the numbers";
+  EXPECT_EQ(MemoryError("frame;time;A.x;A.y;A.z\n1;0;1,5;2;3\n"),
+            "t:1: the columns are separated by semicolons" + mend);
+  EXPECT_EQ(MemoryError("frame\ttime\tA.x\tA.y\tA.z\n1\t0\t1\t2\t3\n"),
+            "t:1: the columns are separated by tabs" + mend);
+  EXPECT_EQ(MemoryError("frame; timestamp; X_0\n1;0;1\n"),
+            "t:1: the columns are separated by semicolons" + mend);
+}

@@ -1,0 +1,11 @@
+// Includes no header of the face: a performer must bring it along.
+
+#include "mien/actor/actor_face.h"
+#include "tests/install/static_initialisation.h"
+
+double MeasureMouthWidth() {
+  const VActorFace performer;
+  return performer.mParts[0].mMarkerSet.mTransform.m[0][0];
+}
+
+double mouth_width_before_main = MeasureMouthWidth();

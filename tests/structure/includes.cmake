@@ -1,0 +1,77 @@
+# Reads every #include of the library and the host and refuses those that point the wrong way.
+#
+#   cmake [-DROOT=folder] -P includes.cmake
+#
+# face, actor and character stand on base; actor and character stand on face and never see each other; the host stands
+# on all of them and none of them on the host. Beside that the library uses the standard library alone, without those of
+# its headers that are for files, threads, clocks and streams. (Of <cstdio> it may use what symbols.cmake lists.)
+
+cmake_minimum_required(VERSION 3.25)
+
+if(NOT ROOT)
+  set(ROOT ${CMAKE_CURRENT_LIST_DIR}/../..)
+endif()
+
+set(standard_headers
+  algorithm array bit cctype cfloat charconv climits cmath compare complex concepts cstddef cstdint cstdio cstdlib
+  cstring functional initializer_list iterator limits list map memory memory_resource new numbers numeric optional ranges set
+  source_location span string string_view tuple type_traits typeindex typeinfo unordered_map unordered_set utility
+  variant vector version)
+
+set(sees_mien/base mien/base)
+set(sees_mien/face mien/base mien/face)
+set(sees_mien/actor mien/base mien/face mien/actor)
+set(sees_mien/character mien/base mien/face mien/character)
+set(sees_mien/mien.h mien/base mien/face mien/actor mien/character)
+set(sees_host mien host)
+
+file(GLOB_RECURSE files RELATIVE ${ROOT} ${ROOT}/mien/*.h ${ROOT}/mien/*.cpp ${ROOT}/host/*.h ${ROOT}/host/*.cpp)
+set(includes 0)
+set(faults 0)
+
+macro(fault text)
+  message("${file}: ${text}")
+  math(EXPR faults "${faults} + 1")
+endmacro()
+
+foreach(file IN LISTS files)
+  string(REGEX MATCH "^(host|mien/[^/]+)" room ${file})
+  if(NOT DEFINED sees_${room})
+    fault("the folder ${room} is new here; say in tests/structure/includes.cmake what it may include")
+    continue()
+  endif()
+  file(STRINGS ${ROOT}/${file} lines REGEX "^[ \t]*#[ \t]*include")
+  foreach(line IN LISTS lines)
+    math(EXPR includes "${includes} + 1")
+    if(line MATCHES "include[ \t]*\"([^\"]+)\"")
+      set(header ${CMAKE_MATCH_1})
+      set(seen FALSE)
+      foreach(folder IN LISTS sees_${room})
+        string(FIND ${header} ${folder}/ at)
+        if(at EQUAL 0)
+          set(seen TRUE)
+        endif()
+      endforeach()
+      if(NOT seen)
+        fault("${room} must not include \"${header}\"")
+      elseif(NOT EXISTS ${ROOT}/${header})
+        fault("\"${header}\" is not a path from the root")
+      endif()
+    elseif(line MATCHES "include[ \t]*<([^>]+)>")
+      set(header ${CMAKE_MATCH_1})
+      if(header MATCHES "^(mien|host)/")
+        fault("our own <${header}> goes in quotes")
+      elseif(room MATCHES "^mien/" AND NOT header IN_LIST standard_headers)
+        fault("the library must not include <${header}>")
+      endif()
+    else()
+      fault("cannot read ${line}")
+    endif()
+  endforeach()
+endforeach()
+
+list(LENGTH files file_count)
+message("${includes} includes of ${file_count} files read, ${faults} refused")
+if(faults OR includes EQUAL 0)
+  message(FATAL_ERROR "includes: failed")
+endif()
