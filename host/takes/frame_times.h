@@ -21,8 +21,9 @@ public:
   /// After the last row: sets the take's rate, and notes what is missing. Throws InputError when there is no
   /// frame or the times give no rate.
   ///
-  /// The rate is frames over seconds from the first frame to the last, jumps in time left out. Where the decimals that
-  /// the times were written with leave room for it, it is made a usual rate, a whole one, or an NTSC one (k * 1000/1001).
+  /// The rate is frames over seconds from the first frame to the last, jumps in time left out. Where the
+  /// decimals that the times were written with leave room for it, it is made a usual rate, a whole one, or an
+  /// NTSC one (k * 1000/1001).
   void Finish(const CsvReader& table, Take& take) const;
 
 private:

@@ -448,14 +448,14 @@ TEST(ThreePoints, WithoutAreaHaveIdentityAxesAtTheCentroid) {
   }
 }
 
-TEST(ThreePoints, WithANumberMissingHaveNoArea) {
+TEST(ThreePoints, NotFiniteAreNeverAUsableFrame) {
   for (int point = 0; point < 3; ++point) {
     for (int axis = 0; axis < 3; ++axis) {
       for (const double bad : {kNaN, kInfinity, -kInfinity}) {
         VgeTVector p[3] = {Point(3, -2, 7), Point(-11, 5, 1), Point(4, 9, -6)};
         (axis == 0 ? p[point].x : axis == 1 ? p[point].y : p[point].z) = bad;
         const Frame frame(p[0], p[1], p[2]);
-        // An infinite side makes the normal a NaN here: it meets a product of infinity and infinity, or of 0.
+        // Of an infinite one only this much matters: no threshold takes it for a usable frame.
         if (std::isnan(bad)) {
           ExpectWithoutArea(frame);
           EXPECT_TRUE(std::isnan(frame.m.m[3][axis]));
