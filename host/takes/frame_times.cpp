@@ -36,7 +36,7 @@ int Decimals(std::string_view number) {
 // Places where something is missing, told as one note: the first three of them, and how many there are.
 class Places {
 public:
-  void Add(std::string place) {
+  void Add(const std::string& place) {
     if (++count_ > kShown) return;
     if (count_ > 1) first_ += ", ";
     first_ += place;
@@ -57,8 +57,8 @@ private:
 bool Near(double a, double b, double room) { return std::abs(a - b) <= room; }
 
 // The rate that a camera may have had when the times give `rate`, give or take `room` (both in Hz). The rate
-// itself if it is as good as whole. Else a short take leaves room for several, and the likeliest is a usual one,
-// then a whole one, then an NTSC one.
+// itself if it is as good as whole. Else a short take leaves room for several: a usual one is likeliest, then
+// a whole one, then an NTSC one.
 double Snap(double rate, double room) {
   // Times kept in single precision are off by more than their many decimals say, but by less than this part.
   const double precision = rate * 1e-6;

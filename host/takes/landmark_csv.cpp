@@ -92,7 +92,7 @@ Take ReadLandmarkCsv(std::string_view bytes, const std::string& file) {
   if (left_out > 0)
     take.notes.push_back(fmt::format("{} faces in the file; read face_id {}, left out {} rows of the others",
                                      faces.size(), first_face, left_out));
-  if (!frame) take.notes.push_back("no column \"frame\"; the rows are numbered from 1");
+  if (!frame) take.notes.emplace_back("no column \"frame\"; the rows are numbered from 1");
   frame_times.Finish(csv, take);
   return take;
 }

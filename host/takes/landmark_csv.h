@@ -20,8 +20,8 @@ namespace mien {
 bool IsLandmarkCsv(const std::vector<std::string_view>& columns);
 Take ReadLandmarkCsv(std::string_view bytes, const std::string& file);
 
-/// Writes a take that has the markers lm0 to lm67. Millimetres get `decimals` digits (0 or more; trackers write
-/// 1), times 3 or, if that is more, `decimals`. Throws InputError if a marker is missing.
+/// Writes a take that has the markers lm0 to lm67. Millimetres get `decimals` digits (0 or more; trackers
+/// write 1), times 3 or, if that is more, `decimals`. Throws InputError if a marker is missing.
 void WriteLandmarkCsv(const Take& take, std::ostream& out, int decimals = 1);
 
 } // namespace mien

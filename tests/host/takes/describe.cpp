@@ -90,6 +90,16 @@ TEST(Describe, ExtentsOfAMarkerThatAppearsLateLeaveOutTheGap) {
   EXPECT_EQ(d.low.y, 6);
 }
 
+TEST(Describe, MarkerThatIsNeverSeenHasNoPartInTheExtents) {
+  Take take({"never", "A", "never either"});
+  take.AddFrame(1, 0);
+  take.Set(0, 1, {5, 6, 7});
+  const TakeDescription d = Describe(take);
+  EXPECT_EQ(d.low.x, 5);
+  EXPECT_EQ(d.low.z, 7);
+  EXPECT_EQ(d.high.y, 6);
+}
+
 TEST(Describe, TextShowsWhatWasCounted) {
   EXPECT_EQ(ToText(Describe(Sample())),
             "sample: marker CSV\n"

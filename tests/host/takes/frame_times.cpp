@@ -130,6 +130,15 @@ TEST(FrameTimes, PauseInTimeDoesNotLowerTheRateAndIsNoted) {
   EXPECT_THAT(take.notes, ElementsAre("timestamps jump: 1.033 s after frame 59"));
 }
 
+TEST(FrameTimes, EachRunBetweenPausesHasItsOwnRounding) {
+  std::string rows;
+  for (int run = 0; run < 3; ++run)
+    for (int i = 0; i < 3; ++i) rows += fmt::format("{},{:.3f}\n", 3 * run + i, run + 0.0006 + i / 30.0);
+  // Each run's 0.0667 s comes out as 0.067 - 0.001: 30.3 Hz, give or take 0.46. The rounding of one run alone
+  // would leave 0.15, too little to reach 30.
+  EXPECT_EQ(FramesOf(rows).rate_hz, 30);
+}
+
 TEST(FrameTimes, CoarseTimesAreNoPauses) {
   // At 90 Hz with two decimals most steps are 0.01 s and each ninth is 0.02 s.
   const Take take = FramesOf(Rows(91, 90, 2));

@@ -1,0 +1,186 @@
+#include "host/performer/face_axes.h"
+
+#include "tests/host/input_error.h"
+#include "tests/host/plain_face.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using mien::FaceAxes;
+using mien::NeutralPose;
+using mien::Performer;
+using mien::Point;
+using mien::detail::Column;
+using mien::detail::Dot;
+using mien::detail::Product;
+using testing::StartsWith;
+using tests::Carried;
+using tests::Difference;
+using tests::PlainFace;
+using tests::PlainPerformer;
+
+namespace {
+
+// The shift of up to two metres is known to 2e-13 m, and some twenty sums follow.
+constexpr double kRounding = 1e-9;
+
+constexpr std::size_t kMouth = 0, kLeftBrow = 1, kRightBrow = 2, kLeftEye = 3, kRightEye = 4, kLeftCheek = 5,
+                      kRightCheek = 6, kLeftNostril = 7, kRightNostril = 8;
+
+/// The plain performer with markers on these parts only.
+Performer With(const std::vector<std::size_t>& parts) {
+  Performer performer = PlainPerformer();
+  for (std::size_t p = 0; p < 9; ++p)
+    if (std::find(parts.begin(), parts.end(), p) == parts.end()) performer.holders[p] = {};
+  return performer;
+}
+
+std::string Error(const Performer& performer, const NeutralPose& pose) {
+  return InputErrorOf([&] { FaceAxes(performer, pose); });
+}
+
+/// Whether the axes of an upright face come out: x to its left, y up, z forward, as far as the depth of the
+/// markers leaves y upright.
+void ExpectUpright(const VgeAMatrix& axes) {
+  EXPECT_NEAR(axes.m[0][0], 1, kRounding);
+  EXPECT_GT(axes.m[1][1], 0.9);
+  EXPECT_GT(axes.m[2][2], 0.9);
+}
+
+} // namespace
+
+TEST(FaceAxes, AreThoseOfAnUprightFaceAndRigid) {
+  const VgeAMatrix axes = FaceAxes(PlainPerformer(), PlainFace());
+  ExpectUpright(axes);
+  for (int a = 0; a < 3; ++a)
+    for (int b = 0; b < 3; ++b)
+      EXPECT_NEAR(Dot(Column(axes, a), Column(axes, b)), a == b ? 1 : 0, 1e-15 * 4) << a << b;
+}
+
+// From the mouth's middle to the brows' middle, square to x.
+TEST(FaceAxes, UprightIsFromTheMouthToTheBrows) {
+  const VgeAMatrix axes = FaceAxes(PlainPerformer(), PlainFace());
+  // mouth without the chin: corners (13, 92) twice, lips (18, 99), (9, 98); each brow: (59, 92), (56, 86), (54, 95)
+  const double rise = (59.0 + 56 + 54) / 3 - (13.0 + 13 + 18 + 9) / 4,
+               depth = (92.0 + 86 + 95) / 3 - (92.0 + 92 + 99 + 98) / 4, length = std::hypot(rise, depth);
+  EXPECT_NEAR(axes.m[1][1], rise / length, 1e-15 * 10);
+  EXPECT_NEAR(axes.m[1][2], depth / length, 1e-15 * 10);
+}
+
+TEST(FaceAxes, TurnWithTheTake) {
+  tests::Random random(1);
+  const VgeAMatrix still = FaceAxes(PlainPerformer(), PlainFace());
+  for (int i = 0; i < 200; ++i) {
+    const VgeAMatrix motion = tests::AnyMotion(random);
+    const VgeAMatrix axes = FaceAxes(PlainPerformer(), Carried(motion, PlainFace()));
+    ASSERT_LT(Difference(axes, Product(motion, still)), kRounding) << i;
+  }
+}
+
+TEST(FaceAxes, OriginIsTheMiddleOfTheHeadMarkersOrElseOfAll) {
+  const VgeAMatrix axes = FaceAxes(PlainPerformer(), PlainFace());
+  EXPECT_NEAR(axes.m[3][0], 0, kRounding);
+  EXPECT_NEAR(axes.m[3][1], (150.0 + 120 + 120 + 170 + 100) / 5, kRounding);
+  EXPECT_NEAR(axes.m[3][2], (80.0 + 20 + 20 - 50 - 70) / 5, kRounding);
+
+  Performer headless = With({kMouth, kLeftBrow, kRightBrow});
+  headless.head.clear();
+  const VgeAMatrix of_all = FaceAxes(headless, PlainFace());
+  EXPECT_NEAR(of_all.m[3][1], (13.0 + 18 + 9 + 13 - 12 + 2 * (59 + 56 + 54)) / 11, kRounding);
+}
+
+// The jaw may hang, or be clenched, when the neutral face is taken.
+TEST(FaceAxes, AreNotMovedByTheChin) {
+  NeutralPose open = PlainFace();
+  open["Chin"] = {14, -50, 60};
+  EXPECT_EQ(FaceAxes(PlainPerformer(), open), FaceAxes(PlainPerformer(), PlainFace()));
+}
+
+TEST(FaceAxes, AreFoundFromWhateverPairsAndHeightsThereAre) {
+  const std::vector<std::size_t> enough[] = {
+      {kMouth, kLeftBrow},             // left and right by the corners of the mouth
+      {kMouth, kLeftBrow, kRightBrow}, //
+      {kMouth, kLeftEye, kRightEye},   // eyes instead of brows
+      {kLeftBrow, kLeftNostril, kRightNostril},
+      {kRightEye, kLeftCheek, kRightCheek},
+      {kLeftEye, kRightEye, kLeftCheek},
+  };
+  for (const auto& parts : enough) {
+    SCOPED_TRACE(testing::PrintToString(parts));
+    ExpectUpright(FaceAxes(With(parts), PlainFace()));
+  }
+}
+
+// Six markers on the left brow and one on the right one do not pull the face round.
+TEST(FaceAxes, APairHasOneVoteHoweverManyMarkersItHas) {
+  Performer performer = With({kMouth, kLeftBrow, kRightBrow});
+  NeutralPose pose = PlainFace();
+  for (int i = 0; i < 20; ++i) {
+    const std::string name = "more" + std::to_string(i);
+    performer.holders[kLeftBrow][0].push_back(name);
+    pose[name] = pose["BrowL"];
+  }
+  EXPECT_NEAR(FaceAxes(performer, pose).m[0][0], 1, 1e-3);
+}
+
+TEST(FaceAxes, AHalfSeenPairDoesNotCount) {
+  const Performer performer = With({kMouth, kLeftBrow, kRightBrow, kLeftNostril, kRightNostril});
+  NeutralPose pose = PlainFace();
+  pose.erase("NoseR");
+  ExpectUpright(FaceAxes(performer, pose));
+}
+
+TEST(FaceAxes, SayWhatIsMissing) {
+  const std::string message =
+      "plain.json:/parts: the neutral pose does not tell which way the face looks; give it markers on a left "
+      "and a "
+      "right part or both corners of the mouth, on brows or eyes, and on the mouth, nostrils or cheeks";
+  Performer no_pair = With({kMouth, kLeftBrow, kLeftEye, kLeftCheek, kLeftNostril});
+  no_pair.holders[kMouth][0].clear();
+  EXPECT_EQ(Error(no_pair, PlainFace()), message);
+  EXPECT_EQ(Error(With({kMouth, kLeftCheek, kRightCheek, kLeftNostril, kRightNostril}), PlainFace()), message)
+      << "nothing above";
+  EXPECT_EQ(Error(With({kLeftBrow, kRightBrow, kLeftEye, kRightEye}), PlainFace()), message)
+      << "nothing below";
+  Performer chin = With({kMouth, kLeftBrow, kRightBrow});
+  chin.holders[kMouth] = {{{}, {}, {}, {}, {"Chin"}}};
+  EXPECT_EQ(Error(chin, PlainFace()), message) << "the chin alone";
+  EXPECT_EQ(Error(PlainPerformer(), {}), message) << "nothing seen";
+}
+
+TEST(FaceAxes, MarkersOnALineAreRefused) {
+  NeutralPose on_a_line, in_a_point;
+  for (const auto& [name, p] : PlainFace()) {
+    on_a_line[name] = {p.x, 2 * p.x, -p.x};
+    in_a_point[name] = {1, 2, 3};
+  }
+  const std::string message =
+      "plain.json:/parts: the neutral pose's markers lie on one line; check which markers are "
+      "named left, right, brow and mouth";
+  EXPECT_EQ(Error(PlainPerformer(), on_a_line), message);
+  EXPECT_EQ(Error(PlainPerformer(), in_a_point), message);
+}
+
+// Left and right that contradict each other cancel out.
+TEST(FaceAxes, PairsThatContradictEachOtherAreRefused) {
+  Performer performer = With({kMouth, kLeftBrow, kRightBrow});
+  performer.holders[kMouth] = {
+      {{"BrowR", "BrowOutR", "BrowInR"}, {"LipUp"}, {}, {"BrowL", "BrowOutL", "BrowInL"}, {}}};
+  EXPECT_THAT(Error(performer, PlainFace()), StartsWith("plain.json:/parts: "));
+}
+
+// Positions that are finite but absurd: no answer is a NaN.
+TEST(FaceAxes, HugePositionsAreAnErrorOrFinite) {
+  for (const double factor : {1e100, 1e160, 1e300}) {
+    NeutralPose pose = PlainFace();
+    for (auto& [name, p] : pose) p = {factor * p.x, factor * p.y, factor * p.z};
+    try {
+      const VgeAMatrix axes = FaceAxes(PlainPerformer(), pose);
+      for (int column = 0; column < 4; ++column)
+        for (int row = 0; row < 3; ++row) EXPECT_TRUE(std::isfinite(axes.m[column][row])) << factor;
+    } catch (const mien::InputError&) {}
+  }
+}

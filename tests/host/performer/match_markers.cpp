@@ -1,0 +1,105 @@
+#include "host/performer/match_markers.h"
+
+#include "tests/host/input_error.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+using mien::CheckMarkers;
+using mien::Performer;
+using mien::Take;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+Take TakeWith(const std::vector<std::string>& markers) {
+  Take take(markers);
+  take.name = "smile";
+  return take;
+}
+
+Performer PerformerWith(const std::string& chin_marker) {
+  Performer performer;
+  performer.file = "ada.json";
+  performer.holders[0][4] = {chin_marker};
+  return performer;
+}
+
+std::string Error(const Performer& performer, const Take& take) {
+  return InputErrorOf([&] { CheckMarkers(performer, take); });
+}
+
+} // namespace
+
+TEST(MarkerIndices, FollowTheNames) {
+  const Take take = TakeWith({"a", "b", "c"});
+  EXPECT_THAT(MarkerIndices(take, {"c", "a", "c"}), ElementsAre(2u, 0u, 2u));
+  EXPECT_THAT(MarkerIndices(take, {}), IsEmpty());
+}
+
+TEST(CheckMarkers, IsContentWhenTheTakeHasThemAllAndMore) {
+  Performer performer = PerformerWith("chin");
+  performer.head = {"top"};
+  EXPECT_NO_THROW(CheckMarkers(performer, TakeWith({"other", "top", "chin"})));
+}
+
+TEST(CheckMarkers, NamesFilePointerTakeAndTheNameThatComesNear) {
+  EXPECT_EQ(Error(PerformerWith("ChinMid"), TakeWith({"LipMid", "Chin_Mid", "Brow"})),
+            "ada.json:/parts/Mouth/ChinHolder/0: the take \"smile\" has no marker \"ChinMid\"; did you mean "
+            "\"Chin_Mid\"?");
+}
+
+TEST(CheckMarkers, LetterCaseIsADifferenceButTheSmallest) {
+  const Take take = TakeWith({"Rcheek_Ut", "RCHEEK_UP", "Rcheek_uq"});
+  EXPECT_THAT(Error(PerformerWith("Rcheek_up"), take), EndsWith("did you mean \"RCHEEK_UP\"?"));
+  // Takes exist in which names differ by letter case alone; each is its own marker.
+  const Take both = TakeWith({"Rcheek_up", "Rcheek_Up"});
+  EXPECT_EQ(Error(PerformerWith("Rcheek_up"), both), "no InputError");
+  EXPECT_EQ(Error(PerformerWith("Rcheek_Up"), both), "no InputError");
+  EXPECT_THAT(MarkerIndices(both, {"Rcheek_Up"}), ElementsAre(1u));
+  EXPECT_THAT(Error(PerformerWith("rcheek_Up"), both), EndsWith("did you mean \"Rcheek_Up\"?"));
+}
+
+TEST(CheckMarkers, NearNamesAreFoundThroughLettersChangedAddedDroppedAndPrefixes) {
+  for (const std::string near : {"Cheek_L2", "Chek_L1", "Cheeek_L1", "heek_L1", "Cheek-L1", "A:Cheek_L1"})
+    EXPECT_THAT(Error(PerformerWith("Cheek_L1"), TakeWith({"Nose", near, "C", "Brow_R77"})),
+                EndsWith("did you mean \"" + near + "\"?"));
+}
+
+TEST(CheckMarkers, ProposesNothingFarFetched) {
+  for (const Take& take : {TakeWith({"lm0", "lm1"}), TakeWith({}), TakeWith({""})})
+    EXPECT_THAT(Error(PerformerWith("Cheek"), take), EndsWith("`mien info` lists the markers that it has"));
+}
+
+TEST(CheckMarkers, ReportsTheHeadAndEachPlaceAMarkerHas) {
+  Performer performer = PerformerWith("gone");
+  performer.head = {"here", "top"};
+  performer.holders[1][1] = {"here", "gone"};
+  const std::string error = Error(performer, TakeWith({"here"}));
+  EXPECT_THAT(error, StartsWith("ada.json:/head/1: the take \"smile\" has no marker \"top\""));
+  EXPECT_THAT(error,
+              HasSubstr("\nada.json:/parts/Mouth/ChinHolder/0: the take \"smile\" has no marker \"gone\""));
+  EXPECT_THAT(error,
+              HasSubstr("\nada.json:/parts/LeftBrow/InBrowHolder/1: the take \"smile\" has no marker"));
+  EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 2);
+}
+
+TEST(CheckMarkers, AWholeStrangerIsToldInSixLines) {
+  Performer performer = PerformerWith("c");
+  for (int i = 0; i < 9; ++i) performer.holders[0][1].push_back("lip" + std::to_string(i));
+  const std::string error = Error(performer, TakeWith({"lm0"}));
+  EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 5);
+  EXPECT_THAT(error, EndsWith("\nand 5 more: is this performer meant for this take?"));
+}
+
+TEST(CheckMarkers, NamesCannotSteerTheTerminal) {
+  EXPECT_THAT(Error(PerformerWith("\x1B[2Ja"), TakeWith({"\x1B[2Jb"})), testing::Not(HasSubstr("\x1B")));
+}

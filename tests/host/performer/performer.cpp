@@ -1,0 +1,31 @@
+#include "host/performer/performer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using mien::Performer;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(Performer, NamesEachMarkerOnceInTheOrderOfFirstNaming) {
+  Performer performer;
+  performer.head = {"nose", "top"};
+  performer.holders[0][1] = {"lip", "chin"};
+  performer.holders[0][4] = {"below"};
+  performer.holders[7][0] = {"nose", "wing"};
+  performer.holders[8][0] = {"wing", "lip"}; // drives two parts
+  EXPECT_THAT(performer.FaceMarkers(), ElementsAre("lip", "chin", "below", "nose", "wing"));
+  EXPECT_THAT(performer.Markers(), ElementsAre("nose", "top", "lip", "chin", "below", "wing"));
+}
+
+TEST(Performer, WithoutMarkersNamesNone) {
+  EXPECT_THAT(Performer().FaceMarkers(), IsEmpty());
+  EXPECT_THAT(Performer().Markers(), IsEmpty());
+}
+
+TEST(Performer, HeadMarkersAloneDriveNothing) {
+  Performer performer;
+  performer.head = {"top"};
+  EXPECT_THAT(performer.FaceMarkers(), IsEmpty());
+  EXPECT_THAT(performer.Markers(), ElementsAre("top"));
+}
