@@ -1,7 +1,8 @@
 #pragma once
 
-// All of mien. Start with mien/actor/actor_face.h (markers to points) and mien/face/face.h (points to template weights).
+// All of mien. Start with mien/actor/actor_face.h (markers to points),
+// mien/face/face.h (points to template weights) and mien/character/character_face.h (template weights to a character).
 
 #include "mien/actor/actor_face.h"
-#include "mien/character/arrays.h"
+#include "mien/character/character_face.h"
 #include "mien/face/face.h"

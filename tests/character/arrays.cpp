@@ -1,4 +1,4 @@
-#include "mien/character/arrays.h"
+#include "mien/character/character_face.h"
 
 #include "tests/base/array_members.h"
 

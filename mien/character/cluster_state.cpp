@@ -1,0 +1,75 @@
+#include "mien/character/cluster_state.h"
+
+#include "mien/base/affine.h"
+#include "mien/character/rotation.h"
+
+#include <new>
+
+using namespace mien::detail;
+
+template class VArrayTemplate<VCharacterFaceClusterState*, 16>;
+template class VArrayTemplate<VCharacterFaceClusterSetState*, 16>;
+
+VCharacterFaceClusterState::VCharacterFaceClusterState(const VCharacterFaceClusterState& other)
+    : mLocalT(other.mLocalT), mLocalR(other.mLocalR), mLocalS(other.mLocalS), mGlobalT(other.mGlobalT),
+      mGlobalR(other.mGlobalR), mGlobalS(other.mGlobalS) {
+  mLocalT.w = mGlobalT.w = 1;
+}
+
+VCharacterFaceClusterState::~VCharacterFaceClusterState() = default;
+
+void VCharacterFaceClusterState::ClearState() {
+  SetPoint(mLocalT, {0, 0, 0});
+  SetPoint(mGlobalT, {0, 0, 0});
+  mLocalR.Init();
+  mGlobalR.Init();
+  mLocalS = mGlobalS = VgeSVector(1, 1, 1);
+}
+
+VCharacterFaceClusterSetState::VCharacterFaceClusterSetState(int count) {
+  if (count < 1) return;
+  if (!mClusters.SetCount(count))
+    throw std::bad_alloc(); // null until filled, so that the destructor can take over
+  for (int c = 0; c < count; ++c) mClusters[c] = new VCharacterFaceClusterState;
+}
+
+VCharacterFaceClusterSetState::~VCharacterFaceClusterSetState() {
+  for (int c = mClusters.GetCount() - 1; c >= 0; --c) delete mClusters[c];
+}
+
+namespace {
+
+/// The root's global transform: rotation * scaling, and the translation.
+VgeAMatrix RootTransform(const VCharacterFaceClusterState& root) {
+  VgeAMatrix m;
+  const double scale[3] = {root.mGlobalS.x, root.mGlobalS.y, root.mGlobalS.z};
+  for (int column = 0; column < 3; ++column)
+    for (int row = 0; row < 3; ++row) m.m[column][row] = root.mGlobalR.m[column][row] * scale[column];
+  SetColumn(m, 3, root.mGlobalT);
+  return m;
+}
+
+} // namespace
+
+void VCharacterFaceClusterSetState::ComputeGlobalZpx() {
+  const VgeAMatrix root = RootTransform(mRoot);
+  const VgeSVector& s = mRoot.mGlobalS;
+  for (int c = 0; c < mClusters.GetCount(); ++c) {
+    VCharacterFaceClusterState& cluster = *mClusters[c];
+    SetPoint(cluster.mGlobalT, TransformPoint(root, cluster.mLocalT));
+    SetProduct(cluster.mGlobalR, mRoot.mGlobalR, cluster.mLocalR);
+    cluster.mGlobalS = VgeSVector(cluster.mLocalS.x * s.x, cluster.mLocalS.y * s.y, cluster.mLocalS.z * s.z);
+  }
+}
+
+void VCharacterFaceClusterSetState::ComputeLocalZpx() {
+  const VgeAMatrix from_root = InverseOfOrthogonalAxes(RootTransform(mRoot));
+  const VgeSVector& s = mRoot.mGlobalS;
+  for (int c = 0; c < mClusters.GetCount(); ++c) {
+    VCharacterFaceClusterState& cluster = *mClusters[c];
+    SetPoint(cluster.mLocalT, TransformPoint(from_root, cluster.mGlobalT));
+    SetProduct(cluster.mLocalR, Transposed(mRoot.mGlobalR), cluster.mGlobalR);
+    cluster.mLocalS =
+        VgeSVector(cluster.mGlobalS.x / s.x, cluster.mGlobalS.y / s.y, cluster.mGlobalS.z / s.z);
+  }
+}

@@ -1,0 +1,47 @@
+#include "mien/character/character_face.h"
+#include "mien/face/face.h"
+
+#include <memory>
+#include <new>
+
+namespace {
+
+void AppendCleared(VArrayTemplate<VCharacterFaceState*, 16>& states, int count) {
+  // An array that cannot grow loses what it holds, so it grows once, while nothing new is in it.
+  const int before = states.GetCount();
+  if (!states.SetCount(before + count)) throw std::bad_alloc();
+  for (int i = before; i < before + count; ++i) states[i] = new VCharacterFaceState; // the rest are null
+}
+
+void Destroy(VArrayTemplate<VCharacterFaceState*, 16>& states) {
+  for (int i = 0; i < states.GetCount(); ++i) delete states[i];
+  states.Clear();
+}
+
+} // namespace
+
+void VCharacterFace::SetupDefineState() {
+  const VFace& face = *GetGlobalFace();
+  for (int f = 0; f < 9; ++f) AppendCleared(mTemplateStates[f], face.mParts[f].mTemplates.GetCount());
+  AppendCleared(mExpressionStates, face.mExpressions.GetCount());
+}
+
+void VCharacterFace::ClearDefineState() {
+  for (auto& states : mTemplateStates) Destroy(states);
+  Destroy(mExpressionStates);
+}
+
+bool VCharacterFace::IsExpressionUsed(int expression) const {
+  if (expression < 0 || expression >= GetGlobalFace()->mExpressions.GetCount()) return false;
+  for (int p = 0; p < mParts.GetCount(); ++p) {
+    const double* const weights = mExpressionStates[expression]->mWeights[p];
+    for (int s = 0; s < mParts[p]->mShapes.GetCount(); ++s)
+      if (weights[s] != 0) return true; // so a NaN counts
+  }
+  return false;
+}
+
+void VCharacterFace::ClearUsedExpression(VFaceExpressionState* weights) const {
+  for (int e = 0; e < GetGlobalFace()->mExpressions.GetCount(); ++e)
+    if (IsExpressionUsed(e)) weights->mWeights[e] = 0;
+}

@@ -1,0 +1,63 @@
+#include "mien/base/affine.h"
+#include "mien/character/character_face.h"
+#include "mien/character/rotation.h"
+
+#include <cmath>
+
+using namespace mien::detail;
+
+void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* sets,
+                                            const VCharacterFaceState& state) const {
+  for (int p = 0; p < mParts.GetCount(); ++p)
+    if (mParts[p]->mPartType == 1) Character2ClusterSolve(&sets[p], state, p);
+}
+
+// Around the rest pose: translations and the Euler angles of the rotation from rest to target are summed weight by
+// weight, scalings as logarithms of their ratio to rest. So half of a doubled size is the square root of 2.
+void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* set,
+                                            const VCharacterFaceState& state, int part) const {
+  const auto& definition = *static_cast<const VCharacterFacePartCluster*>(mParts[part]);
+  if (!definition.mClusterSolveEnabled) return;
+  const double* const weights = state.mWeights[part];
+  const VTxRotationOrder xyz;
+
+  for (int c = 0; c < set->mClusters.GetCount(); ++c) {
+    const VCharacterFaceClusterState& rest = *definition.mRestClusters.mClusters[c];
+    const VgeRMatrix from_rest = Transposed(rest.mLocalR);
+    VgeTVector translation = {0, 0, 0};
+    VgeRVector angles;
+    VgeSVector logarithms(0, 0, 0);
+    for (int s = 0; s < definition.mShapes.GetCount(); ++s) {
+      if (!definition.mShapes[s]->mDrivesClusters) continue;
+      const double w = weights[s];
+      const VCharacterFaceClusterState& target = *definition.mShapeClusters[s]->mClusters[c];
+
+      translation.x += w * (target.mLocalT.x - rest.mLocalT.x);
+      translation.y += w * (target.mLocalT.y - rest.mLocalT.y);
+      translation.z += w * (target.mLocalT.z - rest.mLocalT.z);
+
+      VgeRMatrix turn;
+      SetProduct(turn, from_rest, target.mLocalR);
+      VgeRVector offset;
+      xyz.M2V(offset, turn);
+      angles.x += w * offset.x;
+      angles.y += w * offset.y;
+      angles.z += w * offset.z;
+
+      logarithms.x += w * std::log(target.mLocalS.x / rest.mLocalS.x);
+      logarithms.y += w * std::log(target.mLocalS.y / rest.mLocalS.y);
+      logarithms.z += w * std::log(target.mLocalS.z / rest.mLocalS.z);
+    }
+
+    VCharacterFaceClusterState& out = *set->mClusters[c];
+    SetPoint(out.mLocalT, {translation.x + rest.mLocalT.x, translation.y + rest.mLocalT.y,
+                           translation.z + rest.mLocalT.z});
+    VgeRMatrix turn;
+    xyz.V2M(turn, angles);
+    out.mLocalR.Init();
+    SetProduct(out.mLocalR, rest.mLocalR, turn);
+    out.mLocalS = VgeSVector(std::exp(logarithms.x) * rest.mLocalS.x, std::exp(logarithms.y) * rest.mLocalS.y,
+                             std::exp(logarithms.z) * rest.mLocalS.z);
+  }
+  set->ComputeGlobalZpx();
+}

@@ -1,0 +1,101 @@
+#include "mien/character/weighted_sum.h"
+
+#include <cstddef>
+#include <cstring>
+
+namespace mien::detail {
+
+namespace {
+
+using Kernel = void(double* sum, int columns, const double* const* rows, const double* weights, int count);
+
+void AddColumns(double* sum, int first, int columns, const double* const* rows, const double* weights,
+                int count) {
+  for (int s = first; s < columns; ++s) {
+    double total = sum[s];
+    for (int k = 0; k < count; ++k) total += rows[k][s] * weights[k];
+    sum[s] = total;
+  }
+}
+
+#if defined(__GNUC__)
+
+/// `Blocks` vectors of columns stay in registers while all rows are added to them. Answers the first column that is
+/// left over.
+template <class Vector, std::size_t Blocks>
+[[gnu::always_inline]] inline int AddBlocks(double* sum, int first, int columns, const double* const* rows,
+                                            const double* weights, int count) {
+  constexpr int kColumns = static_cast<int>(Blocks * sizeof(Vector) / sizeof(double));
+  int s = first;
+  for (; s + kColumns <= columns; s += kColumns) {
+    Vector total[Blocks];
+    std::memcpy(total, &sum[s], sizeof total);
+    for (int k = 0; k < count; ++k) {
+      Vector row[Blocks];
+      std::memcpy(row, &rows[k][s], sizeof row);
+      for (std::size_t b = 0; b < Blocks; ++b) total[b] += row[b] * weights[k];
+    }
+    std::memcpy(&sum[s], total, sizeof total);
+  }
+  return s;
+}
+
+template <class Vector>
+[[gnu::always_inline]] inline void AddVectors(double* sum, int columns, const double* const* rows,
+                                              const double* weights, int count) {
+  int s = AddBlocks<Vector, 8>(sum, 0, columns, rows, weights, count);
+  s = AddBlocks<Vector, 1>(sum, s, columns, rows, weights, count);
+  AddColumns(sum, s, columns, rows, weights, count);
+}
+
+using TwoDoubles [[gnu::vector_size(16)]] = double;
+
+void AddByTwo(double* sum, int columns, const double* const* rows, const double* weights, int count) {
+  AddVectors<TwoDoubles>(sum, columns, rows, weights, count);
+}
+
+#if defined(__x86_64__)
+
+using FourDoubles [[gnu::vector_size(32)]] = double;
+using EightDoubles [[gnu::vector_size(64)]] = double;
+
+[[gnu::target("avx")]] void AddByFour(double* sum, int columns, const double* const* rows,
+                                      const double* weights, int count) {
+  AddVectors<FourDoubles>(sum, columns, rows, weights, count);
+}
+
+[[gnu::target("avx512f")]] void AddByEight(double* sum, int columns, const double* const* rows,
+                                           const double* weights, int count) {
+  AddVectors<EightDoubles>(sum, columns, rows, weights, count);
+}
+
+Kernel* WidestKernel() {
+  __builtin_cpu_init(); // static constructors may come here before the runtime has
+  if (__builtin_cpu_supports("avx512f")) return AddByEight;
+  if (__builtin_cpu_supports("avx")) return AddByFour;
+  return AddByTwo;
+}
+
+#else
+
+Kernel* WidestKernel() { return AddByTwo; }
+
+#endif
+#else
+
+Kernel* WidestKernel() {
+  return [](double* sum, int columns, const double* const* rows, const double* weights, int count) {
+    AddColumns(sum, 0, columns, rows, weights, count);
+  };
+}
+
+#endif
+
+} // namespace
+
+void AddWeightedRows(double* sum, int columns, const double* const* rows, const double* weights, int count) {
+  static Kernel* const kernel = WidestKernel();
+  kernel(sum, columns, rows, weights, count);
+}
+
+} // namespace mien::detail
