@@ -29,7 +29,9 @@ namespace {
 class Deviation {
 public:
   Deviation& Compare(double mien, double eigen) {
-    if (!(std::abs(mien - eigen) <= deviation_)) deviation_ = std::abs(mien - eigen); // a NaN stays
+    const double difference = std::abs(mien - eigen);
+    if (!(difference <= deviation_))
+      deviation_ = difference >= 0 ? difference : kInfinity; // a NaN stays seen
     if (std::abs(mien) > magnitude_) magnitude_ = std::abs(mien);
     return *this;
   }
@@ -59,6 +61,7 @@ public:
   double Relative() const { return deviation_ == 0 ? 0 : deviation_ / magnitude_; }
 
 private:
+  static constexpr double kInfinity = std::numeric_limits<double>::infinity();
   double deviation_ = 0, magnitude_ = 0;
 };
 
@@ -79,8 +82,8 @@ void Register(const std::string& name, Run run) {
 }
 
 /// The two forms of an operation on one frame, each answering its result.
-template <class Mien, class Eigen>
-void Compare(const std::string& operation, Mien mien, Eigen eigen) {
+template <class MienForm, class EigenForm>
+void Compare(const std::string& operation, MienForm mien, EigenForm eigen) {
   constexpr double kTolerance = 1e-9; // millions of roundings; the forms differ in some dozens
   for (int frame = 0; frame < kFrames; ++frame) {
     const auto& mien_result = mien(frame);
@@ -223,7 +226,7 @@ void CompareAll(Mien& mien, Plain& plain) {
       });
   Floor(
       "Face2TemplateSolve", [m](int) -> auto& {
-        m->template_weights = VFaceTemplateState();
+        std::memset(static_cast<void*>(m->template_weights.mParts), 0, sizeof m->template_weights.mParts);
         return m->template_weights;
       });
 
@@ -293,7 +296,7 @@ void CompareAll(Mien& mien, Plain& plain) {
       });
   Floor(
       "Expression2TemplateSolve", [m](int) -> auto& {
-        m->template_weights = VFaceTemplateState();
+        std::memset(static_cast<void*>(m->template_weights.mParts), 0, sizeof m->template_weights.mParts);
         return m->template_weights;
       });
 

@@ -1,7 +1,7 @@
 #include "benchmarks/table.h"
 
 #include <algorithm>
-#include <iostream>
+#include <cstdio>
 #include <optional>
 #include <set>
 

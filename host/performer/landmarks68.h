@@ -6,11 +6,12 @@ namespace mien {
 
 /// The performer for 68-point landmark takes: markers "lm0" to "lm67".
 ///
-/// Head: the bridge of the nose, the inner corners of the eyes and the wings of the nose. These five hardly
-/// move with expression, and they make a wide, solid kite: tall enough to tell a nod from a raised brow, and
-/// without a thin triangle however the head turns. (The outer eye corners lie almost on a line with the inner
-/// ones: a set of these loses and regains triangles as the head turns, and the whole face jumps. The jaw's
-/// contour slides.)
+/// Head: the bridge of the nose, the inner corners of the eyes and the wings of the nose: a wide, solid kite, tall enough
+/// to tell a nod from a raised brow, and without a thin triangle however the head turns. On recorded takes the lids'
+/// weights follow the lids best with it. (The outer eye corners lie almost on a line with the inner ones: a set of these
+/// loses and regains triangles as the head turns, and the whole face jumps. The jaw's contour slides. The middle of the
+/// nose's base in place of its wings follows the lids less.) Its price: the wings move in a sneer, which tips the head a
+/// little: the nostrils read two thirds of what they do, and the brows some "Down".
 ///
 /// Lips: the inner contour, which is what opens; the outer one thickens and thins as well. Without the chin:
 /// on the contour's lowest point it is noisier than the lips. The tails of the brows, which trackers place

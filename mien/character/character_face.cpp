@@ -7,7 +7,14 @@
 #include <memory>
 #include <new>
 
-VCharacterFace::VCharacterFace() { SetupDefineState(); }
+VCharacterFace::VCharacterFace() {
+  try {
+    SetupDefineState();
+  } catch (...) {
+    ClearDefineState(); // the destructor will not run
+    throw;
+  }
+}
 
 VCharacterFace::~VCharacterFace() {
   for (int p = 0; p < mParts.GetCount(); ++p) delete mParts[p];

@@ -26,10 +26,10 @@ void VCharacterFaceClusterState::ClearState() {
   mLocalS = mGlobalS = VgeSVector(1, 1, 1);
 }
 
-VCharacterFaceClusterSetState::VCharacterFaceClusterSetState(int count) {
+// Stands on the default constructor, so that the destructor releases what there is where memory runs out in here.
+VCharacterFaceClusterSetState::VCharacterFaceClusterSetState(int count) : VCharacterFaceClusterSetState() {
   if (count < 1) return;
-  if (!mClusters.SetCount(count))
-    throw std::bad_alloc(); // null until filled, so that the destructor can take over
+  if (!mClusters.SetCount(count)) throw std::bad_alloc(); // null until filled
   for (int c = 0; c < count; ++c) mClusters[c] = new VCharacterFaceClusterState;
 }
 

@@ -33,11 +33,9 @@ void VCharacterFace::ClearDefineState() {
 
 bool VCharacterFace::IsExpressionUsed(int expression) const {
   if (expression < 0 || expression >= GetGlobalFace()->mExpressions.GetCount()) return false;
-  for (int p = 0; p < mParts.GetCount(); ++p) {
-    const double* const weights = mExpressionStates[expression]->mWeights[p];
+  for (int p = 0; p < mParts.GetCount(); ++p)
     for (int s = 0; s < mParts[p]->mShapes.GetCount(); ++s)
-      if (weights[s] != 0) return true; // so a NaN counts
-  }
+      if (mExpressionStates[expression]->mWeights[p][s] != 0) return true; // so a NaN counts
   return false;
 }
 

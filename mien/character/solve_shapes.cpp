@@ -8,6 +8,13 @@ using namespace mien::detail;
 
 namespace {
 
+/// Without a column to fill, nothing is read: definitions and weights may then be missing.
+bool HasShapes(const VCharacterFace& character) {
+  for (int p = 0; p < character.mParts.GetCount(); ++p)
+    if (character.mParts[p]->mShapes.GetCount() > 0) return true;
+  return false;
+}
+
 /// Define states and their weights, to be summed in order.
 struct Terms {
   static constexpr int kMost =
@@ -47,6 +54,7 @@ void AddExpressions(Terms& terms, const VCharacterFace& character, const VFaceEx
 void VCharacterFace::ActorTemplate2CharacterSolve(VCharacterFaceState& out,
                                                   const VFaceTemplateState& templates) const {
   out.Clear();
+  if (!HasShapes(*this)) return;
   Terms terms;
   AddTemplates(terms, *this, templates);
   for (int p = 0; p < mParts.GetCount(); ++p) terms.AddTo(out.mWeights[p], p, mParts[p]->mShapes.GetCount());
@@ -55,6 +63,7 @@ void VCharacterFace::ActorTemplate2CharacterSolve(VCharacterFaceState& out,
 void VCharacterFace::ActorExpression2CharacterSolve(VCharacterFaceState& out,
                                                     const VFaceExpressionState& expressions) const {
   out.Clear();
+  if (!HasShapes(*this)) return;
   Terms terms;
   AddExpressions(terms, *this, expressions);
   for (int p = 0; p < mParts.GetCount(); ++p) terms.AddTo(out.mWeights[p], p, mParts[p]->mShapes.GetCount());
@@ -64,12 +73,14 @@ void VCharacterFace::ActorExpression2CharacterSolve(VCharacterFaceState& out,
 // a cleared 0.0 its bits are the same, since a sum that starts there never becomes -0.0.
 void VCharacterFace::Actor2CharacterSolve(VCharacterFaceState& out, const VFaceTemplateState& templates,
                                           const VFaceExpressionState& expressions) const {
-  const VFace& face = *GetGlobalFace();
+  out.Clear();
+  if (!HasShapes(*this)) return;
 
   // What the character does not define as an expression of its own, it shows through the templates.
   VFaceExpressionState through_templates = expressions;
   ClearUsedExpression(&through_templates);
   VFaceTemplateState all_templates = templates, of_expressions;
+  const VFace& face = *GetGlobalFace();
   face.Expression2TemplateSolve(face.mExpressions, &of_expressions, &through_templates);
   all_templates.Add(&of_expressions);
 
@@ -77,7 +88,6 @@ void VCharacterFace::Actor2CharacterSolve(VCharacterFaceState& out, const VFaceT
   AddTemplates(template_terms, *this, all_templates);
   AddExpressions(expression_terms, *this, expressions);
 
-  out.Clear();
   for (int p = 0; p < mParts.GetCount(); ++p) {
     double* const sum = out.mWeights[p];
     const int shapes = mParts[p]->mShapes.GetCount();
@@ -93,6 +103,7 @@ void VCharacterFace::Actor2CharacterSolve(VCharacterFaceState& out, const VFaceT
 void VCharacterFace::CharacterExpression2CharacterSolve(VCharacterFaceState& out,
                                                         const VArrayTemplate<double, 16>& weights) const {
   out.Clear();
+  if (!HasShapes(*this)) return;
   for (int first = 0; first < mCharacterExpressionCount; first += Terms::kMost) {
     Terms terms;
     for (int k = first; k < std::min(first + Terms::kMost, mCharacterExpressionCount); ++k)

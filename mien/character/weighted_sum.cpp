@@ -2,12 +2,11 @@
 
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 
 namespace mien::detail {
 
 namespace {
-
-using Kernel = void(double* sum, int columns, const double* const* rows, const double* weights, int count);
 
 void AddColumns(double* sum, int first, int columns, const double* const* rows, const double* weights,
                 int count) {
@@ -16,6 +15,10 @@ void AddColumns(double* sum, int first, int columns, const double* const* rows, 
     for (int k = 0; k < count; ++k) total += rows[k][s] * weights[k];
     sum[s] = total;
   }
+}
+
+void AddByOne(double* sum, int columns, const double* const* rows, const double* weights, int count) {
+  AddColumns(sum, 0, columns, rows, weights, count);
 }
 
 #if defined(__GNUC__)
@@ -69,33 +72,34 @@ using EightDoubles [[gnu::vector_size(64)]] = double;
   AddVectors<EightDoubles>(sum, columns, rows, weights, count);
 }
 
-Kernel* WidestKernel() {
-  __builtin_cpu_init(); // static constructors may come here before the runtime has
-  if (__builtin_cpu_supports("avx512f")) return AddByEight;
-  if (__builtin_cpu_supports("avx")) return AddByFour;
-  return AddByTwo;
-}
-
-#else
-
-Kernel* WidestKernel() { return AddByTwo; }
-
 #endif
-#else
-
-Kernel* WidestKernel() {
-  return [](double* sum, int columns, const double* const* rows, const double* weights, int count) {
-    AddColumns(sum, 0, columns, rows, weights, count);
-  };
-}
-
 #endif
 
 } // namespace
 
+std::span<WeightedSum* const> WeightedSums() {
+  static constexpr WeightedSum* kSums[] = {
+    AddByOne,
+#if defined(__GNUC__)
+    AddByTwo,
+#if defined(__x86_64__)
+    AddByFour,
+    AddByEight,
+#endif
+#endif
+  };
+  std::size_t runnable = std::size(kSums);
+#if defined(__GNUC__) && defined(__x86_64__)
+  __builtin_cpu_init(); // static constructors may come here before the runtime has
+  if (!__builtin_cpu_supports("avx512f")) --runnable;
+  if (!__builtin_cpu_supports("avx")) --runnable;
+#endif
+  return {kSums, runnable};
+}
+
 void AddWeightedRows(double* sum, int columns, const double* const* rows, const double* weights, int count) {
-  static Kernel* const kernel = WidestKernel();
-  kernel(sum, columns, rows, weights, count);
+  static WeightedSum* const widest = WeightedSums().back();
+  widest(sum, columns, rows, weights, count);
 }
 
 } // namespace mien::detail

@@ -2,11 +2,20 @@
 
 // The one loop in which characters spend their time. Not installed.
 
+#include <span>
+
 namespace mien::detail {
 
 /// sum[s] += rows[0][s] * weights[0], then rows[1][s] * weights[1], and so on up to `count`, for each s below
 /// `columns`. Each sum is added in that order and rounded after each step, however wide the processor's vectors are:
 /// they run across the columns. `sum` must not overlap a row.
-void AddWeightedRows(double* sum, int columns, const double* const* rows, const double* weights, int count);
+using WeightedSum = void(double* sum, int columns, const double* const* rows, const double* weights,
+                         int count);
+
+/// All that this processor can run, from one column at a time to its widest vectors. They give the same bits.
+std::span<WeightedSum* const> WeightedSums();
+
+/// By the widest of them.
+WeightedSum AddWeightedRows;
 
 } // namespace mien::detail

@@ -21,10 +21,8 @@ using mien::NeutralPose;
 using mien::Performer;
 using mien::ReadPerformer;
 using mien::WritePerformer;
-using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace {
@@ -259,7 +257,7 @@ TEST(ReadPerformer, RefusesEveryWrongType) {
       {"/head", File().substr(0, File().size() - 1) + R"(, "head": )", "}", {"[]"}},
       {"/head/0", File().substr(0, File().size() - 1) + R"(, "head": [)", "]}", {"\"text\""}},
       {"/parts", R"({"format": "mien performer 1", "name": "A", "parts": )", "}", {}},
-      {"/parts/Mouth", R"({"format": "mien performer 1", "name": "A", "parts": {"Mouth": )", "}}", {}},
+      {"/parts/Mouth", R"({"format": "mien performer 1", "name": "A", "parts": {"Mouth": )", "}}", {"{}"}},
       {"/parts/LeftEye/UpperEyeHolder",
        R"({"format": "mien performer 1", "name": "A", "parts": {"Mouth": {"ChinHolder": ["c"]}, "LeftEye": {)"
        R"("UpperEyeHolder": )",

@@ -1,0 +1,669 @@
+// The mien command as its users have it: a process with arguments, streams, files and an exit code.
+
+#include "host/read_file.h"
+#include "tests/host/process.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+using mien::ReadFile;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+namespace fs = std::filesystem;
+using Arguments = std::vector<std::string>;
+
+namespace {
+
+const fs::path kSamples = MIEN_SAMPLES_FOLDER;
+
+struct Ran : ProcessEnd {
+  std::string out, err;
+};
+
+/// What the shell and the system do before the command starts.
+struct Circumstances {
+  std::string out = "", err = ""; ///< where the streams go; "" is a file of the test's, "closed" is closed
+  void (*prepare)() = [] {};
+};
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+std::string FirstLines(const std::string& text, std::size_t count) {
+  std::size_t end = 0;
+  for (std::size_t i = 0; i < count && end != std::string::npos; ++i) end = text.find('\n', end) + 1;
+  return text.substr(0, end);
+}
+
+void Redirect(int stream, const std::string& place) {
+  close(stream);
+  if (place == "closed") return;
+  const int file = open(place.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  if (file != stream) dup2(file, stream);
+}
+
+/// Runs the command in a folder of the test's own, which holds a take of sixty frames: take.csv.
+class Command : public TemporaryFolder {
+protected:
+  Command() {
+    fs::create_directory(Streams());
+    fs::create_directory(work_);
+    take_ = FirstLines(ReadFile(kSamples / "landmarks.csv"), 61);
+    Save("take.csv", take_);
+  }
+
+  void Save(const std::string& name, const std::string& bytes) const { Write("work/" + name, bytes); }
+  std::string Saved(const std::string& name) const { return ReadFile(work_ / name); }
+
+  Ran Run(const Arguments& arguments, const Circumstances& circumstances = {}) const {
+    const fs::path out = circumstances.out.empty() ? Streams() / "out" : fs::path(circumstances.out),
+                   err = circumstances.err.empty() ? Streams() / "err" : fs::path(circumstances.err);
+    Process process([&] { return Become(arguments, out, err, circumstances.prepare); });
+    Ran ran;
+    static_cast<ProcessEnd&>(ran) = process.Wait();
+    if (circumstances.out.empty()) ran.out = ReadFile(out);
+    if (circumstances.err.empty()) ran.err = ReadFile(err);
+    return ran;
+  }
+
+  int Become(const Arguments& arguments, const std::string& out, const std::string& err,
+             void (*prepare)()) const {
+    std::vector<char*> argv = {const_cast<char*>("mien")};
+    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    if (chdir(work_.c_str()) != 0) return 127;
+    prepare();
+    Redirect(STDOUT_FILENO, out);
+    Redirect(STDERR_FILENO, err);
+    execv(MIEN_COMMAND, argv.data());
+    return 127;
+  }
+
+  /// Names of all that is in the folder in which the command runs.
+  std::vector<std::string> Files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(work_)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path Streams() const { return folder_ / "streams"; }
+
+  const fs::path work_ = folder_ / "work";
+  std::string take_;
+};
+
+Arguments Solve(const std::string& take, const std::string& performer, const std::string& output) {
+  return {"solve", take, "--performer", performer, "-o", output};
+}
+const Arguments kSolve = Solve("take.csv", "landmarks68", "w.csv");
+
+Arguments With(Arguments arguments, const Arguments& more) {
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+} // namespace
+
+// --- What it does.
+
+TEST_F(Command, SolveWritesARowPerFrameAndReportsOnStandardError) {
+  const Ran ran = Run(kSolve);
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_THAT(ran.out, IsEmpty());
+  EXPECT_THAT(ran.err,
+              AllOf(HasSubstr("60 frames at 30 Hz, 68 markers"), HasSubstr("landmarks68"),
+                    HasSubstr("rest frames"), HasSubstr("found in every frame"),
+                    HasSubstr("LeftCheek, RightCheek"), HasSubstr("w.csv: 60 frames, 23 templates")));
+  const std::vector<std::string> rows = Lines(Saved("w.csv"));
+  ASSERT_THAT(rows, SizeIs(61));
+  EXPECT_THAT(rows[0], StartsWith("frame,time,Mouth.Open,"));
+  EXPECT_THAT(rows[1], StartsWith("1,0,"));
+  EXPECT_THAT(Files(), ElementsAre("take.csv", "w.csv"));
+}
+
+TEST_F(Command, SolveToldQuietlySaysNothing) {
+  for (const std::string quiet : {"-q", "--quiet"}) {
+    const Ran ran = Run(With(kSolve, {quiet}));
+    EXPECT_EQ(ran.exit_code, 0);
+    EXPECT_THAT(ran.out + ran.err, IsEmpty());
+    EXPECT_THAT(Lines(Saved("w.csv")), SizeIs(61));
+  }
+}
+
+TEST_F(Command, SolveReportsErrorsEvenWhenQuiet) {
+  EXPECT_THAT(Run(With(Solve("none.csv", "landmarks68", "w.csv"), {"-q"})).err, HasSubstr("none.csv"));
+}
+
+TEST_F(Command, SolvingTwiceGivesTheSameBytesInAFileAndOnStandardOutput) {
+  ASSERT_EQ(Run(kSolve).exit_code, 0);
+  const std::string first = Saved("w.csv");
+  ASSERT_EQ(Run(kSolve).exit_code, 0);
+  EXPECT_TRUE(Saved("w.csv") == first);
+  const Ran ran = Run(Solve("take.csv", "landmarks68", "-"));
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_TRUE(ran.out == first);
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("60 frames"), Not(HasSubstr("wrote"))));
+}
+
+TEST_F(Command, SolveReportsWhatHadToBeHeld) {
+  const std::string sample = ReadFile(kSamples / "landmarks.csv"); // whose face is lost in four frames
+  Save("whole.csv", sample);
+  EXPECT_THAT(Run(Solve("whole.csv", "landmarks68", "w.csv")).err,
+              AllOf(HasSubstr("not found in 4 of 360 frames"), HasSubstr("104 of 9360 positions")));
+}
+
+TEST_F(Command, SolvesTheSampleMarkers) {
+  const Ran ran = Run(Solve(kSamples / "markers.csv", kSamples / "markers.performer.json", "w.csv"));
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, HasSubstr("65 of 16200 positions held in 4 markers"));
+}
+
+TEST_F(Command, ShowsNoProgressInAPipe) {
+  EXPECT_THAT(Run(kSolve).err, AllOf(Not(HasSubstr("\r")), Not(HasSubstr("\x1B"))));
+}
+
+TEST_F(Command, SolveReadsATakeFromAPipe) {
+  const fs::path pipe = work_ / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  Process writer([&] {
+    std::ofstream(pipe) << take_;
+    return 0;
+  });
+  const Ran piped = Run(Solve("pipe", "landmarks68", "piped.csv"));
+  EXPECT_EQ(piped.exit_code, 0) << piped.err;
+  ASSERT_EQ(Run(kSolve).exit_code, 0);
+  EXPECT_TRUE(Saved("piped.csv") == Saved("w.csv"));
+}
+
+TEST_F(Command, InfoDescribesTheTakeOnStandardOutput) {
+  const Ran ran = Run({"info", "take.csv"});
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_THAT(ran.out, AllOf(HasSubstr("60"), HasSubstr("lm67"), HasSubstr("30")));
+  EXPECT_THAT(ran.err, IsEmpty());
+}
+
+TEST_F(Command, ASavedPerformerSolvesLikeTheOriginal) {
+  const Ran saved = Run({"performer", "take.csv", "-p", "landmarks68", "--name", "Ada", "-o", "ada.json"});
+  ASSERT_EQ(saved.exit_code, 0) << saved.err;
+  EXPECT_THAT(saved.err, AllOf(HasSubstr("rest frames"), HasSubstr("ada.json")));
+  ASSERT_EQ(Run(kSolve).exit_code, 0);
+  const Ran ran = Run(Solve("take.csv", "ada.json", "again.csv"));
+  ASSERT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("Ada"), HasSubstr("the performer file's")));
+  EXPECT_TRUE(Saved("again.csv") == Saved("w.csv"));
+  // A saved performer can be saved anew, in its own place as well.
+  const std::string file = Saved("ada.json");
+  EXPECT_EQ(Run({"performer", "take.csv", "-p", "ada.json", "-o", "ada.json"}).exit_code, 0);
+  EXPECT_EQ(Saved("ada.json"), file);
+}
+
+TEST_F(Command, ASavedPerformerIsNamedAsAskedAndGoesToStandardOutputAsWell) {
+  const Ran ran = Run({"performer", "take.csv", "-p", "landmarks68", "-o", "-"});
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_THAT(ran.out,
+              AllOf(StartsWith("{\n"), HasSubstr("\"name\": \"landmarks68\""), HasSubstr("\"positions\"")));
+  const std::string name = "A\"d\\a \xC3\xA4";
+  const Ran named = Run({"performer", "take.csv", "-p", "landmarks68", "-o", "-", "--name", name});
+  EXPECT_THAT(named.out, HasSubstr("\"name\": \"A\\\"d\\\\a \xC3\xA4\""));
+  EXPECT_THAT(Files(), ElementsAre("take.csv"));
+}
+
+TEST_F(Command, NeutralFramesAreAskedFor) {
+  const std::pair<Arguments, std::string> forms[] = {
+      {{"--neutral", "5"}, "frame 5\n"},
+      {{"--neutral=5"}, "frame 5\n"},
+      {{"--neutral", "5-9"}, "the average of frames 5 to 9\n"},
+      {{"--neutral", "9-9"}, "frame 9\n"},
+      {{"--neutral", "50-5000"}, "the average of frames 50 to 60\n"}};
+  for (const auto& [option, how] : forms) {
+    const Ran ran = Run(With(kSolve, option));
+    EXPECT_EQ(ran.exit_code, 0) << ran.err;
+    EXPECT_THAT(ran.err, HasSubstr("neutral    " + how));
+    const Ran saved = Run(With({"performer", "take.csv", "-p", "landmarks68", "-o", "p.json"}, option));
+    EXPECT_EQ(saved.exit_code, 0) << saved.err;
+    EXPECT_THAT(saved.err, HasSubstr("neutral    " + how));
+  }
+}
+
+TEST_F(Command, NeutralFramesMayHaveNumbersBelowZero) {
+  const std::vector<std::string> rows = Lines(take_);
+  std::string renumbered = rows[0] + '\n';
+  for (std::size_t i = 1; i < rows.size(); ++i)
+    renumbered += std::to_string(static_cast<int>(i) - 10) + rows[i].substr(rows[i].find(',')) + '\n';
+  Save("early.csv", renumbered);
+  const Arguments solve = Solve("early.csv", "landmarks68", "w.csv");
+  EXPECT_THAT(Run(With(solve, {"--neutral=-3"})).err, HasSubstr("frame -3\n"));
+  EXPECT_THAT(Run(With(solve, {"--neutral=-5--2"})).err, HasSubstr("the average of frames -5 to -2\n"));
+  EXPECT_THAT(Run(With(solve, {"--neutral=-1-1"})).err, HasSubstr("the average of frames -1 to 1\n"));
+}
+
+// --- Help.
+
+TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
+  Save("other.csv", take_);
+  std::size_t examples = 0;
+  for (const Arguments& arguments : std::vector<Arguments>{{"--help"},
+                                                           {"-h"},
+                                                           {"info", "--help"},
+                                                           {"solve", "--help"},
+                                                           {"solve", "-h"},
+                                                           {"performer", "--help"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const Ran help = Run(arguments);
+    EXPECT_EQ(help.exit_code, 0);
+    EXPECT_THAT(help.err, IsEmpty());
+    EXPECT_THAT(help.out, AllOf(HasSubstr("Usage: mien"), HasSubstr("Example: mien ")));
+    for (const std::string& line : Lines(help.out)) {
+      if (!line.starts_with("Example: mien ") && !line.starts_with("Then:    mien ")) continue;
+      std::istringstream words(line.substr(line.find("mien ") + 5));
+      Arguments example;
+      for (std::string word; words >> word;) example.push_back(word);
+      const Ran ran = Run(example);
+      EXPECT_EQ(ran.exit_code, 0) << line << '\n' << ran.err;
+      ++examples;
+    }
+  }
+  EXPECT_GE(examples, 7u);
+}
+
+TEST_F(Command, HelpOfAllNamesEveryCommandAndTheBuiltInPerformers) {
+  const Ran ran = Run({"--help-all"});
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_THAT(ran.out, AllOf(HasSubstr("info"), HasSubstr("solve"), HasSubstr("performer"),
+                             HasSubstr("--neutral"), HasSubstr("landmarks68")));
+}
+
+TEST_F(Command, TellsItsVersion) {
+  const Ran ran = Run({"--version"});
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_THAT(ran.out, testing::MatchesRegex("mien [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+// --- Wrong usage: exit code 2.
+
+TEST_F(Command, WrongUsageIsToldWithTheHelpToRead) {
+  struct Case {
+    Arguments arguments;
+    std::string what, help;
+  };
+  const Case cases[] = {
+      {{}, "subcommand", "see mien --help"},
+      {{"sovle", "take.csv"}, "sovle", "see mien --help"},
+      {{"--frob"}, "--frob", "see mien --help"},
+      {{"info"}, "TAKE", "see mien info --help"},
+      {{"info", "take.csv", "other.csv"}, "other.csv", "see mien info --help"},
+      {{"solve", "take.csv"}, "--performer", "see mien solve --help"},
+      {{"solve", "take.csv", "-p", "landmarks68"}, "--output", "see mien solve --help"},
+      {{"solve", "-p", "landmarks68", "-o", "w.csv"}, "TAKE", "see mien solve --help"},
+      {With(kSolve, {"--frob"}), "--frob", "see mien solve --help"},
+      {With(kSolve, {"--neutral"}), "--neutral", "see mien solve --help"},
+      {{"performer", "take.csv", "-o", "p.json"}, "--performer", "see mien performer --help"},
+      {Solve("take.csv", "landmarks68", "w.json"), "\"w.json\" does not end in .csv",
+       "see mien solve --help"},
+      {Solve("take.csv", "landmarks68", "w"), "\"w\" does not end in .csv", "see mien solve --help"},
+      {Solve("take.csv", "landmarks68", ""), "does not end in .csv", "see mien solve --help"},
+  };
+  for (const auto& [arguments, what, help] : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const Ran ran = Run(arguments);
+    EXPECT_EQ(ran.exit_code, 2);
+    EXPECT_THAT(ran.out, IsEmpty());
+    const std::vector<std::string> lines = Lines(ran.err);
+    ASSERT_THAT(lines, SizeIs(2)) << ran.err;
+    EXPECT_THAT(lines[0], AllOf(StartsWith("mien: "), HasSubstr(what)));
+    EXPECT_EQ(lines[1], "mien: " + help);
+  }
+  EXPECT_THAT(Files(), ElementsAre("take.csv"));
+}
+
+TEST_F(Command, NeutralIsAFrameOrARange) {
+  for (const std::string text : {"", "a", "5-", "-", "--", "9-5", "1-2-3", "1.5", "5 -9", " 5", "5,9", "+5",
+                                 "0x5", "99999999999999999999", "1-99999999999999999999"}) {
+    const Ran ran = Run(With(kSolve, {"--neutral=" + text}));
+    EXPECT_EQ(ran.exit_code, 2) << text;
+    EXPECT_THAT(ran.err, HasSubstr("--neutral")) << text;
+  }
+  EXPECT_THAT(Files(), ElementsAre("take.csv"));
+}
+
+// Whatever the name by which it is called: the take would be lost.
+TEST_F(Command, TheTakeIsNeverOverwritten) {
+  fs::create_symlink("take.csv", work_ / "link.csv");
+  fs::create_hard_link(work_ / "take.csv", work_ / "hard.csv");
+  for (const std::string& output :
+       {std::string("take.csv"), std::string("./take.csv"), (work_ / "take.csv").string(),
+        std::string("link.csv"), std::string("hard.csv")})
+    for (const Arguments& arguments :
+         {Solve("take.csv", "landmarks68", output),
+          Arguments{"performer", "take.csv", "-p", "landmarks68", "-o", output}}) {
+      SCOPED_TRACE(testing::PrintToString(arguments));
+      const Ran ran = Run(arguments);
+      EXPECT_EQ(ran.exit_code, 2);
+      EXPECT_THAT(ran.err, HasSubstr("this is the take itself"));
+      ASSERT_TRUE(Saved("take.csv") == take_);
+    }
+}
+
+TEST_F(Command, TheSolvedPerformerIsNeverOverwritten) {
+  ASSERT_EQ(Run({"performer", "take.csv", "-p", "landmarks68", "-o", "ada.csv"}).exit_code, 0);
+  const std::string performer = Saved("ada.csv");
+  EXPECT_EQ(Run(Solve("take.csv", "ada.csv", "ada.csv")).exit_code, 2);
+  EXPECT_TRUE(Saved("ada.csv") == performer);
+}
+
+// --- Inputs at fault: exit code 1, what and where and the mend, and nothing left.
+
+TEST_F(Command, BadTakesAreNamedWithPlaceAndMend) {
+  const std::vector<std::string> rows = Lines(take_);
+  const std::string header = rows[0] + '\n';
+  Save("empty.csv", "");
+  Save("blank.csv", "\n\n  \n");
+  Save("header.csv", header);
+  Save("columns.csv", "frame, timestamp, confidence\n1, 0, 1\n");
+  Save("cut.csv", FirstLines(take_, 20) + rows[20].substr(0, rows[20].size() / 2));
+  Save("number.csv", FirstLines(take_, 10) + rows[10].substr(0, rows[10].rfind(',')) + ", many\n");
+  Save("nan.csv", FirstLines(take_, 10) + rows[10].substr(0, rows[10].rfind(',')) + ", nan\n");
+  Save("infinite.csv", FirstLines(take_, 10) + rows[10].substr(0, rows[10].rfind(',')) + ", 1e999\n");
+  Save("binary.csv", std::string("\x7F"
+                                 "ELF\0\1\2\3",
+                                 8));
+  Save("markers.csv", "frame,time,a.x,a.y,a.z\n1,0,1,2\n");
+  fs::create_directory(work_ / "folder.csv");
+  const std::pair<std::string, std::string> takes[] = {
+      {"none.csv", "mien: none.csv: there is no such file; "},
+      {"", "mien: "},
+      {"folder.csv", "mien: folder.csv: this is a folder; "},
+      {"empty.csv", "mien: empty.csv: the file is empty; "},
+      {"blank.csv", "mien: blank.csv: the file is empty; "},
+      {"header.csv", "mien: header.csv:"},
+      {"columns.csv", "mien: columns.csv:"},
+      {"cut.csv", "mien: cut.csv:21"},
+      {"number.csv", "mien: number.csv:11"},
+      {"nan.csv", "mien: nan.csv:11"},
+      {"infinite.csv", "mien: infinite.csv:11"},
+      {"binary.csv", "mien: binary.csv: this is no take of a known format; "},
+      {"markers.csv", "mien: markers.csv:2"},
+      {"/dev/zero", "mien: /dev/zero: this is a device; "},
+      {std::string(300, 'a'), "mien: aaa"},
+  };
+  const std::vector<std::string> before = Files();
+  for (const auto& [take, message] : takes)
+    for (const Arguments& arguments :
+         {Solve(take, "landmarks68", "w.csv"),
+          Arguments{"performer", take, "-p", "landmarks68", "-o", "p.json"}, Arguments{"info", take}}) {
+      SCOPED_TRACE(testing::PrintToString(arguments));
+      const Ran ran = Run(arguments);
+      EXPECT_EQ(ran.exit_code, 1);
+      EXPECT_THAT(ran.out, IsEmpty());
+      EXPECT_THAT(Lines(ran.err), ElementsAre(AllOf(StartsWith(message), HasSubstr("; "))));
+      EXPECT_EQ(Files(), before);
+    }
+}
+
+TEST_F(Command, BadPerformersAreNamedWithPlaceAndMend) {
+  const auto file = [](const std::string& parts, const std::string& more = "") {
+    return R"({ "format": "mien performer 1", "name": "A", "parts": )" + parts + more + " }";
+  };
+  std::string names;
+  for (int i = 0; i < 226; ++i) names += (i > 0 ? ", \"m" : "\"m") + std::to_string(i) + '"';
+  Save("empty.json", "");
+  Save("broken.json", "{\n\"format\": ");
+  Save("huge.json", file("{}", ", \"neutral\": { \"frames\": [1e999, 2] }"));
+  Save("many.json", file(R"({ "Mouth": { "ChinHolder": [)" + names + "] } }"));
+  Save("lacks.json", file(R"({ "Mouth": { "ChinHolder": ["lm8", "lm68"] } })"));
+  Save("thin.json", file(R"({ "Mouth": { "ChinHolder": ["lm8"] } })"));
+  const std::string face =
+      R"({ "Mouth": { "LeftMouthHolder": ["lm54"], "RightMouthHolder": ["lm48"] }, "LeftBrow": { "BrowHolder": ["lm24"] } })";
+  Save("frames.json", file(face, R"(, "neutral": { "frames": [500, 600] })"));
+  Save("other.json", file(face, R"(, "neutral": { "positions": { "other": [1, 2, 3] } })"));
+  fs::create_directory(work_ / "folder.json");
+  fs::create_symlink("loop.json", work_ / "loop.json");
+  const std::pair<std::string, std::string> performers[] = {
+      {"landmarks67",
+       "mien: landmarks67: there is no performer of this name and no such file; name a performer file, "
+       "or one of the built-in ones: landmarks68"},
+      {"", "mien: "},
+      {"folder.json", "mien: folder.json: this is a folder; "},
+      {"take.csv", "mien: take.csv:1:2: this is not JSON from here on; "},
+      {"empty.json", "mien: empty.json:1:1: this is not JSON from here on; "},
+      {"broken.json", "mien: broken.json:2:11: this is not JSON from here on; "},
+      {"huge.json", "mien: huge.json:"},
+      {"many.json", "mien: many.json:/parts: 226 markers drive the face; leave 1 of them out"},
+      {"lacks.json",
+       "mien: lacks.json:/parts/Mouth/ChinHolder/1: the take \"take\" has no marker \"lm68\"; did you "
+       "mean \"lm"},
+      {"thin.json", "mien: thin.json:/parts: the neutral pose does not tell which way the face looks; "},
+      {"frames.json", "mien: frames.json:/neutral"},
+      {"other.json", "mien: other.json:/neutral"},
+      {"loop.json", "mien: loop.json: "},
+      {std::string(300, 'a'), "mien: aaa"},
+  };
+  const std::vector<std::string> before = Files();
+  for (const auto& [performer, message] : performers)
+    for (const Arguments& arguments : {Solve("take.csv", performer, "w.csv"),
+                                       Arguments{"performer", "take.csv", "-p", performer, "-o", "p.json"}}) {
+      SCOPED_TRACE(testing::PrintToString(arguments));
+      const Ran ran = Run(arguments);
+      EXPECT_EQ(ran.exit_code, 1);
+      EXPECT_THAT(ran.out, IsEmpty());
+      EXPECT_THAT(Lines(ran.err), ElementsAre(AllOf(StartsWith(message), HasSubstr("; "))));
+      EXPECT_EQ(Files(), before);
+    }
+}
+
+TEST_F(Command, AllMistakesOfAPerformerAreToldEachOnALineOfItsOwn) {
+  Save("bad.json", R"({ "format": "mien performer 1", "name": "", "hat": 1, "parts": { "Mouth": 1 } })");
+  const Ran ran = Run(Solve("take.csv", "bad.json", "w.csv"));
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_THAT(Lines(ran.err), AllOf(SizeIs(4), testing::Each(StartsWith("mien: bad.json:/"))));
+}
+
+TEST_F(Command, NeutralFramesThatTheTakeHasNotAreAnInputsFault) {
+  const Ran ran = Run(With(kSolve, {"--neutral", "500-501"}));
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_THAT(ran.err, AllOf(StartsWith("mien: take"), HasSubstr("there are no frames 500 to 501"),
+                             HasSubstr("from frame 1 to 60")));
+  EXPECT_THAT(Files(), ElementsAre("take.csv"));
+}
+
+TEST_F(Command, AnOutputThatCannotBeWrittenIsToldAndLeavesNothing) {
+  fs::create_directory(work_ / "folder.csv");
+  fs::create_symlink("loop.csv", work_ / "loop.csv");
+  const std::vector<std::string> before = Files();
+  for (const std::string& output :
+       {std::string("folder.csv"), std::string("none/w.csv"), std::string("take.csv/w.csv"),
+        std::string("loop.csv"), std::string("/proc/w.csv"), std::string("/dev/full"),
+        std::string(300, 'a') + ".csv"})
+    for (const Arguments& arguments :
+         {Solve("take.csv", "landmarks68", output),
+          Arguments{"performer", "take.csv", "-p", "landmarks68", "-o", output}}) {
+      SCOPED_TRACE(testing::PrintToString(arguments));
+      const Ran ran = Run(arguments);
+      EXPECT_EQ(ran.exit_code, 1);
+      EXPECT_THAT(Lines(ran.err), ElementsAre(AllOf(StartsWith("mien: " + output + ": "), HasSubstr("; "))));
+      EXPECT_EQ(Files(), before);
+    }
+}
+
+// Nobody wants to hear at the end of the work that it was for nothing.
+TEST_F(Command, AnOutputThatCannotBeWrittenIsToldBeforeTheTakeIsRead) {
+  EXPECT_THAT(Run(Solve("none.csv", "none.json", "none/w.csv")).err, StartsWith("mien: none/w.csv: "));
+}
+
+TEST_F(Command, AFormerOutputOutlivesAFailedCommand) {
+  Save("w.csv", "former");
+  EXPECT_EQ(Run(Solve("none.csv", "landmarks68", "w.csv")).exit_code, 1);
+  EXPECT_EQ(Run(With(kSolve, {"--neutral", "500"})).exit_code, 1);
+  EXPECT_EQ(Saved("w.csv"), "former");
+  EXPECT_THAT(Files(), ElementsAre("take.csv", "w.csv"));
+}
+
+TEST_F(Command, ANameThatIsNotUtf8IsRefused) {
+  const Ran ran = Run({"performer", "take.csv", "-p", "landmarks68", "-o", "p.json", "--name", "A\xFF"});
+  EXPECT_EQ(ran.signal, 0);
+  EXPECT_THAT(ran.exit_code, testing::AnyOf(1, 2));
+  EXPECT_THAT(ran.err, HasSubstr("UTF-8"));
+  EXPECT_THAT(Files(), ElementsAre("take.csv"));
+}
+
+TEST_F(Command, WordsOfFilesCannotSteerTheTerminal) {
+  const std::string parts =
+      R"("parts": { "Mouth": { "LeftMouthHolder": ["lm54"], "RightMouthHolder": ["lm48"] },
+                                          "LeftBrow": { "BrowHolder": ["lm24"] } })";
+  Save("name.json", R"({ "format": "mien performer 1", "name": "\u001b[2J", )" + parts + " }");
+  Save("key.json", R"({ "format": "mien performer 1", "name": "A", "\u001b[2J": 1, )" + parts + " }");
+  Save("markers.csv", "frame,time,\x1B[2J.x,\x1B[2J.y,\x1B[2J.z,lm54.x,lm54.y,lm54.z,lm48.x,lm48.y,lm48.z,"
+                      "lm24.x,lm24.y,lm24.z\n1,0,,,,10,0,0,-10,0,0,0,50,0\n2,0.1,,,,10,0,0,-10,0,0,0,50,0\n");
+  Save("marker.json", R"({ "format": "mien performer 1", "name": "A", "parts": { "Mouth": { "LeftMouthHolder":
+       ["lm54", "\u001b[2J"], "RightMouthHolder": ["lm48"] }, "LeftBrow": { "BrowHolder": ["lm24"] } } })");
+  const Ran name = Run(Solve("take.csv", "name.json", "w.csv")),
+            key = Run(Solve("take.csv", "key.json", "w.csv")),
+            marker = Run(Solve("markers.csv", "marker.json", "w.csv")), info = Run({"info", "markers.csv"});
+  EXPECT_EQ(name.exit_code, 0);
+  EXPECT_EQ(key.exit_code, 1);
+  EXPECT_EQ(marker.exit_code, 0) << marker.err;
+  EXPECT_THAT(marker.err, HasSubstr("left out"));
+  for (const Ran& ran : {name, key, marker, info}) EXPECT_THAT(ran.err + ran.out, Not(HasSubstr("\x1B")));
+}
+
+// --- Streams and signals.
+
+TEST_F(Command, AFullStandardOutputIsAnError) {
+  for (const Arguments& arguments :
+       {Solve("take.csv", "landmarks68", "-"),
+        Arguments{"performer", "take.csv", "-p", "landmarks68", "-o", "-"}, Arguments{"info", "take.csv"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const Ran ran = Run(arguments, {.out = "/dev/full"});
+    EXPECT_EQ(ran.exit_code, 1);
+    EXPECT_THAT(ran.err, HasSubstr("standard output"));
+  }
+}
+
+// The weights are written and whole; that nobody hears the report does not undo them.
+TEST_F(Command, AReportThatCannotBeToldDoesNoHarm) {
+  for (const std::string err : {"/dev/full", "closed"}) {
+    const Ran ran = Run(kSolve, {.err = err});
+    EXPECT_EQ(ran.signal, 0) << err;
+    EXPECT_EQ(ran.exit_code, 0) << err;
+    EXPECT_THAT(Lines(Saved("w.csv")), SizeIs(61)) << err;
+  }
+}
+
+TEST_F(Command, ErrorsKeepTheirExitCodeWhereNobodyHearsThem) {
+  EXPECT_EQ(Run(Solve("none.csv", "landmarks68", "w.csv"), {.err = "/dev/full"}).exit_code, 1);
+  EXPECT_EQ(Run({"solve"}, {.err = "/dev/full"}).exit_code, 2);
+  EXPECT_EQ(Run({"solve"}, {.err = "closed"}).exit_code, 2);
+}
+
+TEST_F(Command, AReaderWhoHasSeenEnoughLeavesNoLitter) {
+  Save("whole.csv", ReadFile(kSamples / "landmarks.csv")); // so that the weights overfill the pipe
+  for (const std::string command : {"solve whole.csv -p landmarks68 -q -o -", "info whole.csv",
+                                    "solve whole.csv -p landmarks68 -q -o /dev/stdout"}) {
+    const std::string line = "cd '" + work_.string() + "' && '" + MIEN_COMMAND + "' " + command + " 2>'" +
+                             (Streams() / "err").string() + "' | head -n 1 >'" +
+                             (Streams() / "out").string() + "'";
+    EXPECT_EQ(std::system(line.c_str()), 0) << command;
+    EXPECT_THAT(Lines(ReadFile(Streams() / "out")), SizeIs(1)) << command;
+    EXPECT_THAT(ReadFile(Streams() / "err"), IsEmpty()) << command;
+  }
+  EXPECT_THAT(Files(), ElementsAre("take.csv", "whole.csv"));
+}
+
+TEST_F(Command, ADiskThatFillsUpLeavesTheFormerOutputAndNoLitter) {
+  Save("w.csv", "former");
+  for (const auto prepare : {+[] {}, +[] { std::signal(SIGXFSZ, SIG_IGN); }}) {
+    Process process([&] {
+      const rlimit limit = {4096, 4096};
+      setrlimit(RLIMIT_FSIZE, &limit);
+      return Become(kSolve, Streams() / "out", Streams() / "err", prepare);
+    });
+    EXPECT_EQ(process.Wait().exit_code, 1);
+    EXPECT_THAT(ReadFile(Streams() / "err"), StartsWith("mien: w.csv: cannot be written: "));
+    EXPECT_EQ(Saved("w.csv"), "former");
+    EXPECT_THAT(Files(), ElementsAre("take.csv", "w.csv"));
+  }
+}
+
+// While it waits for a take that does not come.
+TEST_F(Command, AnInterruptionEndsItAsASignalAndLeavesNothing) {
+  const fs::path pipe = work_ / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    Save("w.csv", "former");
+    std::signal(signal, SIG_DFL); // whatever this test was started with
+    Process process([&] {
+      return Become(Solve("pipe", "landmarks68", "w.csv"), Streams() / "out", Streams() / "err", [] {});
+    });
+    const int writer = open(pipe.c_str(), O_WRONLY); // returns when the command has opened it to read
+    ASSERT_GE(writer, 0);
+    process.Send(signal);
+    EXPECT_EQ(process.Wait().signal, signal);
+    close(writer);
+    EXPECT_EQ(Saved("w.csv"), "former");
+    EXPECT_THAT(Files(), ElementsAre("pipe", "take.csv", "w.csv"));
+  }
+}
+
+TEST_F(Command, OutlivesTheTerminalUnderNohup) {
+  const fs::path pipe = work_ / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  Process process([&] {
+    return Become(Solve("pipe", "landmarks68", "w.csv"), Streams() / "out", Streams() / "err",
+                  [] { std::signal(SIGHUP, SIG_IGN); });
+  });
+  const int writer = open(pipe.c_str(), O_WRONLY);
+  ASSERT_GE(writer, 0);
+  process.Send(SIGHUP);
+  std::signal(SIGPIPE, SIG_IGN); // should the command be gone
+  for (std::size_t written = 0; written < take_.size();) {
+    const ssize_t size = write(writer, take_.data() + written, take_.size() - written);
+    if (size <= 0) break;
+    written += static_cast<std::size_t>(size);
+  }
+  close(writer);
+  EXPECT_EQ(process.Wait().exit_code, 0);
+  EXPECT_TRUE(fs::exists(work_ / "w.csv"));
+}
+
+// --- Output to other things than plain files.
+
+TEST_F(Command, OutputGoesThroughLinksIntoPipesAndDevices) {
+  fs::create_symlink("real.csv", work_ / "link.csv");
+  Save("real.csv", "former");
+  ASSERT_EQ(Run(Solve("take.csv", "landmarks68", "link.csv")).exit_code, 0);
+  EXPECT_TRUE(fs::is_symlink(work_ / "link.csv"));
+  const std::string weights = Saved("real.csv");
+  EXPECT_THAT(Lines(weights), SizeIs(61));
+
+  EXPECT_EQ(Run(Solve("take.csv", "landmarks68", "/dev/null")).exit_code, 0);
+  const Ran ran = Run(Solve("take.csv", "landmarks68", "/dev/stdout"));
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_TRUE(ran.out == weights);
+  EXPECT_THAT(Files(), ElementsAre("link.csv", "real.csv", "take.csv"));
+}

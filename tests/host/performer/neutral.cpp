@@ -1,0 +1,371 @@
+#include "host/performer/neutral.h"
+
+#include "host/performer/head_motion.h"
+#include "tests/host/input_error.h"
+#include "tests/host/plain_face.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <string>
+#include <vector>
+
+using mien::FindNeutral;
+using mien::FrameRange;
+using mien::HeadMotion;
+using mien::Neutral;
+using mien::NeutralPose;
+using mien::Performer;
+using mien::Point;
+using mien::Take;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using tests::Carried;
+using tests::EmptyTake;
+using tests::Film;
+using tests::Hide;
+using tests::Motion;
+using tests::PlainFace;
+using tests::PlainPerformer;
+
+namespace {
+
+double Distance(const Point& a, const Point& b) { return std::hypot(a.x - b.x, a.y - b.y, a.z - b.z); }
+
+/// How far the pose's markers are from the plain face at most, when both heads are laid upon each other.
+double WorstError(const NeutralPose& pose) {
+  HeadMotion::Markers reference, now;
+  for (std::size_t slot = 0; slot < HeadMotion::kSlots; ++slot) {
+    const std::string name = "H" + std::to_string(slot + 1);
+    reference[slot] = PlainFace().at(name);
+    if (pose.contains(name)) now[slot] = pose.at(name);
+  }
+  const auto head = HeadMotion(reference).Solve(now);
+  if (!head) return 1e9;
+  double worst = 0;
+  for (const auto& [name, p] : PlainFace())
+    if (const auto found = pose.find(name); found != pose.end())
+      worst = std::max(worst, Distance(found->second, Carried(*head, p)));
+  return worst;
+}
+
+/// Only `markers` of the pose.
+NeutralPose Only(const NeutralPose& pose, const std::vector<std::string>& markers) {
+  NeutralPose only;
+  for (const std::string& name : markers) only[name] = pose.at(name);
+  return only;
+}
+
+void Shift(NeutralPose& face, const std::vector<std::string>& markers, double up) {
+  for (const std::string& name : markers) face[name].y += up;
+}
+
+NeutralPose Blink(double amount) {
+  NeutralPose face = PlainFace();
+  Shift(face, {"LidUpL", "LidUpR"}, -8 * amount);
+  return face;
+}
+
+void OpenMouth(NeutralPose& face, double amount) {
+  Shift(face, {"LipLow"}, -18 * amount);
+  Shift(face, {"Chin"}, -20 * amount);
+}
+
+/// A head that wanders by some 20 degrees and a decimetre.
+VgeAMatrix Wandering(int frame) {
+  return Motion({12 * std::sin(frame * 0.05), 20 * std::sin(frame * 0.031), 6 * std::sin(frame * 0.043)},
+                {50 * std::sin(frame * 0.02) + 300, 1500 - frame * 0.1, 40 * std::sin(frame * 0.033)});
+}
+
+/// 400 frames of a person who talks half of the time, blinks every 40 frames, first of all in the first one, raises
+/// the brows when opening the eyes wide, and whose head wanders. Each coordinate trembles by up to `noise`.
+Take Performance(double noise) {
+  Take take = EmptyTake();
+  tests::Random random(5);
+  for (int f = 0; f < 400; ++f) {
+    NeutralPose face = Blink(f % 40 < 6 ? 1 - std::fabs(f % 40 - 1) / 5 : 0);
+    if (f % 100 < 55) OpenMouth(face, 0.5 + 0.5 * std::sin(f * 0.6));
+    if (f % 100 >= 40 && f % 100 < 50)
+      Shift(face, {"LidUpL", "LidUpR", "BrowL", "BrowR", "BrowInL", "BrowInR"}, 5);
+    for (auto& [name, p] : face)
+      for (double* axis : {&p.x, &p.y, &p.z}) *axis += random.Between(-noise, noise);
+    Film(take, face, Wandering(f));
+  }
+  return take;
+}
+
+Neutral Found(const Take& take, const Performer& performer = PlainPerformer()) {
+  return FindNeutral(take, performer, std::nullopt);
+}
+
+constexpr double kRounding = 1e-9; // millimetres, of positions up to two metres from the origin
+
+} // namespace
+
+// --- Where it comes from.
+
+TEST(FindNeutral, AskedFramesBeatThePerformersAndThoseTheSearch) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 20; ++f) {
+    NeutralPose face = PlainFace();
+    Shift(face, {"LipLow"}, -f);
+    Film(take, face);
+  }
+  Performer performer = PlainPerformer();
+  EXPECT_THAT(Found(take).how, HasSubstr("median"));
+  performer.neutral = FrameRange{4, 4};
+  EXPECT_NEAR(Found(take, performer).pose.at("LipLow").y, 9 - 3, kRounding);
+  EXPECT_EQ(Found(take, performer).how, "frame 4");
+  const Neutral asked = FindNeutral(take, performer, FrameRange{11, 11});
+  EXPECT_NEAR(asked.pose.at("LipLow").y, 9 - 10, kRounding);
+  EXPECT_EQ(asked.how, "frame 11");
+
+  performer.neutral = NeutralPose{{"LipLow", {1, 2, 3}}};
+  EXPECT_EQ(Found(take, performer).pose.at("LipLow").y, 2);
+  EXPECT_EQ(Found(take, performer).pose.size(), 1u);
+  EXPECT_EQ(Found(take, performer).how, "the performer file's");
+  EXPECT_EQ(FindNeutral(take, performer, FrameRange{11, 11}).pose.at("LipLow").y, asked.pose.at("LipLow").y);
+}
+
+TEST(FindNeutral, FramesAreMeantByTheirNumbers) {
+  Take take = EmptyTake();
+  for (const std::int64_t number : {-5, 100, 101, 250}) {
+    NeutralPose face = PlainFace();
+    Shift(face, {"LipLow"}, static_cast<double>(number));
+    take.frames[Film(take, face)] = number;
+  }
+  EXPECT_NEAR(FindNeutral(take, PlainPerformer(), FrameRange{100, 101}).pose.at("LipLow").y, 9 + 100.5,
+              kRounding);
+  EXPECT_NEAR(FindNeutral(take, PlainPerformer(), FrameRange{-5, -5}).pose.at("LipLow").y, 9 - 5, kRounding);
+  const Neutral all = FindNeutral(take, PlainPerformer(), FrameRange{-1000, 1000});
+  EXPECT_EQ(all.how, "the average of frames -5 to 250") << "those that there are";
+}
+
+TEST(FindNeutral, FramesThatTheTakeHasNotAreAnError) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 3; ++f) Film(take, PlainFace());
+  take.frames = {10, 20, 30};
+  for (const FrameRange range : {FrameRange{31, 99}, FrameRange{0, 9}, FrameRange{11, 19}})
+    EXPECT_THAT(InputErrorOf([&] { FindNeutral(take, PlainPerformer(), range); }),
+                AllOf(HasSubstr("there are no frames " + std::to_string(range.first) + " to " +
+                                std::to_string(range.last)),
+                      HasSubstr("from frame 10 to 30")));
+}
+
+// Whose frames they are is what the user has to mend.
+TEST(FindNeutral, FramesOfThePerformerFileAreItsMistake) {
+  Take take = EmptyTake();
+  Film(take, PlainFace());
+  Performer performer = PlainPerformer();
+  performer.neutral = FrameRange{12, 40};
+  EXPECT_THAT(InputErrorOf([&] { Found(take, performer); }), HasSubstr("plain.json:/neutral"));
+}
+
+TEST(FindNeutral, NeedsAMarkerThatIsSeen) {
+  Take take = EmptyTake({"other"});
+  for (int f = 0; f < 10; ++f) take.Set(take.AddFrame(f, f), 0, {1, 2, 3});
+  EXPECT_THAT(InputErrorOf([&] { Found(take); }), HasSubstr("no marker of the performer is seen"));
+  EXPECT_THAT(InputErrorOf([&] {
+                FindNeutral(take, PlainPerformer(), FrameRange{2, 3});
+              }),
+              HasSubstr("no marker of the performer is seen"));
+}
+
+TEST(FindNeutral, KnowsThePerformersMarkersAndNoOthers) {
+  Take take = EmptyTake({"other"});
+  for (int f = 0; f < 10; ++f) take.Set(Film(take, PlainFace()), 0, {1, 2, 3});
+  const Neutral neutral = Found(take);
+  EXPECT_EQ(neutral.pose.size(), PlainFace().size());
+  EXPECT_FALSE(neutral.pose.contains("other"));
+}
+
+// --- The average of frames.
+
+TEST(FindNeutral, OneFrameIsThatFrameWhateverTheHeadDoes) {
+  const Take take = Performance(0.1);
+  const Neutral neutral = FindNeutral(take, PlainPerformer(), FrameRange{70, 70});
+  for (const auto& [name, p] : neutral.pose)
+    EXPECT_LT(Distance(p, *take.At(69, *take.FindMarker(name))), kRounding) << name;
+}
+
+TEST(FindNeutral, AMovingHeadDoesNotBlurTheAverage) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 60; ++f) Film(take, PlainFace(), Wandering(5 * f));
+  EXPECT_LT(WorstError(FindNeutral(take, PlainPerformer(), FrameRange{1, 60}).pose), kRounding);
+}
+
+TEST(FindNeutral, TheAverageIsOfTheFramesThatSeeTheMarker) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 4; ++f) {
+    NeutralPose face = PlainFace();
+    Shift(face, {"LipLow"}, f);
+    Film(take, face, Wandering(9 * f));
+  }
+  Hide(take, 0, {"LipLow"});
+  Hide(take, 2, {"LipLow", "H1", "H3"});
+  const NeutralPose pose = FindNeutral(take, PlainPerformer(), FrameRange{1, 4}).pose;
+  NeutralPose expected = PlainFace();
+  Shift(expected, {"LipLow"}, 2); // of 1 and 3
+  HeadMotion::Markers reference, now;
+  for (std::size_t slot = 0; slot < 5; ++slot) {
+    const std::string name = "H" + std::to_string(slot + 1);
+    reference[slot] = expected.at(name), now[slot] = pose.at(name);
+  }
+  const auto head = HeadMotion(reference).Solve(now);
+  ASSERT_TRUE(head);
+  for (const auto& [name, p] : expected) EXPECT_LT(Distance(pose.at(name), Carried(*head, p)), 1e-8) << name;
+}
+
+// A single frame needs no head to be brought together with others.
+TEST(FindNeutral, OneFrameCountsEvenIfItsHeadIsHidden) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 3; ++f) Film(take, PlainFace());
+  Hide(take, 1, {"H1", "H2", "H3"});
+  Neutral neutral;
+  ASSERT_EQ(InputErrorOf([&] {
+              neutral = FindNeutral(take, PlainPerformer(), FrameRange{2, 2});
+            }),
+            "no InputError");
+  EXPECT_EQ(neutral.pose.size(), PlainFace().size() - 3);
+}
+
+// --- The search.
+
+TEST(FindNeutral, FindsTheRestFaceAmongTalkBlinksAndHeadMotion) {
+  const Take take = Performance(0);
+  const Neutral neutral = Found(take);
+  EXPECT_LT(WorstError(neutral.pose),
+            1e-6); // nothing but rounding: more than half of the rest frames are at rest
+  EXPECT_THAT(neutral.notes, IsEmpty());
+  EXPECT_THAT(neutral.how, testing::MatchesRegex("the median of [0-9]+ rest frames"));
+}
+
+TEST(FindNeutral, FindsItInNoiseWhereNeitherTheFirstFrameNorTheAverageIsNear) {
+  const Take take = Performance(0.2);
+  // The median of some 40 uniform numbers between -0.2 and 0.2 has a deviation of 0.03; of 26 markers with three axes
+  // the worst is three to four times as far off, and the head's frame adds as much.
+  EXPECT_LT(WorstError(Found(take).pose), 0.25);
+  EXPECT_GT(WorstError(FindNeutral(take, PlainPerformer(), FrameRange{1, 1}).pose), 5)
+      << "the take begins in a blink";
+  EXPECT_GT(WorstError(FindNeutral(take, PlainPerformer(), FrameRange{1, 400}).pose), 3)
+      << "talk drags on the average";
+}
+
+TEST(FindNeutral, IsTheSameFaceHoweverTheTakeIsTurned) {
+  const Take take = Performance(0.2);
+  const VgeAMatrix turn = Motion({90, 20, -130}, {-700, 30, 12});
+  Take turned = take;
+  for (std::size_t f = 0; f < take.FrameCount(); ++f)
+    for (std::size_t m = 0; m < take.MarkerCount(); ++m) turned.Set(f, m, Carried(turn, *take.At(f, m)));
+  const NeutralPose expected = Carried(turn, Found(take).pose), found = Found(turned).pose;
+  // Medians are taken per axis: in other axes other values are in the middle of the noise.
+  for (const auto& [name, p] : expected) EXPECT_LT(Distance(found.at(name), p), 0.1) << name;
+}
+
+TEST(FindNeutral, FewerThanFiveRestFramesAreTooFewAndAreReported) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 8; ++f) { // whenever the eyes are as usual, the mouth is open
+    NeutralPose face = Blink(f < 4 ? 1 : 0.1 * f);
+    OpenMouth(face, f < 4 ? 0.1 * f : 1);
+    Film(take, face);
+  }
+  const Neutral neutral = Found(take);
+  EXPECT_EQ(neutral.how, "the median of all 8 frames");
+  ASSERT_EQ(neutral.notes.size(), 1u);
+  EXPECT_THAT(neutral.notes[0], AllOf(HasSubstr("so all were taken"), HasSubstr("--neutral")));
+  EXPECT_EQ(neutral.pose.size(), PlainFace().size());
+  // Of 1, 1, 1, 1, 0.4, 0.5, 0.6, 0.7 the middle two are 0.7 and 1.
+  EXPECT_NEAR(neutral.pose.at("LidUpL").y, 52 - 8 * 0.85, kRounding);
+}
+
+TEST(FindNeutral, ATakeOfOneFrameIsThatFrame) {
+  Take take = EmptyTake();
+  Film(take, PlainFace(), Wandering(77));
+  const Neutral neutral = Found(take);
+  EXPECT_EQ(neutral.notes.size(), 1u);
+  for (const auto& [name, p] : PlainFace())
+    EXPECT_LT(Distance(neutral.pose.at(name), Carried(Wandering(77), p)), kRounding) << name;
+}
+
+TEST(FindNeutral, AMarkerThatAllRestFramesHideKeepsItsPlaceFromTheOthers) {
+  Take take = Performance(0);
+  for (std::size_t f = 0; f < take.FrameCount(); ++f)
+    if (f % 100 >= 55) Hide(take, f, {"CheekL"}); // these are the frames without talk
+  const Neutral neutral = Found(take);
+  ASSERT_TRUE(neutral.pose.contains("CheekL"));
+  EXPECT_LT(WorstError(neutral.pose), 1e-6);
+}
+
+TEST(FindNeutral, AMarkerThatIsNeverSeenIsNotInThePose) {
+  Take take = Performance(0);
+  for (std::size_t f = 0; f < take.FrameCount(); ++f) Hide(take, f, {"CheekL", "H2"});
+  const Neutral neutral = Found(take);
+  EXPECT_FALSE(neutral.pose.contains("CheekL"));
+  EXPECT_FALSE(neutral.pose.contains("H2"));
+  EXPECT_EQ(neutral.pose.size(), PlainFace().size() - 2);
+  EXPECT_LT(WorstError(neutral.pose), 1e-6) << "four head markers are as good as five";
+}
+
+// Gaps all over, at no time all five head markers, some frames without a head, and whole frames lost.
+TEST(FindNeutral, LivesWithGaps) {
+  Take take = Performance(0);
+  const std::vector<std::string> head = PlainPerformer().head;
+  std::vector<std::string> names;
+  for (const auto& [name, p] : PlainFace()) names.push_back(name);
+  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
+    Hide(take, f, {head[f % 5], names[f % names.size()]});
+    if (f % 17 == 0) Hide(take, f, {head[(f + 1) % 5], head[(f + 2) % 5], head[(f + 3) % 5]});
+    if (f % 29 == 0) Hide(take, f, names);
+  }
+  const Neutral neutral = Found(take);
+  EXPECT_EQ(neutral.pose.size(), PlainFace().size());
+  EXPECT_LT(WorstError(neutral.pose), 1e-6);
+  EXPECT_THAT(neutral.notes, IsEmpty());
+}
+
+TEST(FindNeutral, WithoutHeadMarkersAStillHeadIsNoTrouble) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 100; ++f) {
+    NeutralPose face = Blink(f % 25 < 4 ? 1 : 0);
+    if (f % 20 < 9) OpenMouth(face, 1);
+    Film(take, face);
+  }
+  for (const std::size_t count : {0u, 2u}) { // two do not tell where the head is
+    Performer performer = PlainPerformer();
+    performer.head.resize(count);
+    const Neutral neutral = Found(take, performer);
+    EXPECT_EQ(neutral.pose.size(), performer.Markers().size());
+    for (const auto& [name, p] : neutral.pose)
+      EXPECT_LT(Distance(p, PlainFace().at(name)), kRounding) << name;
+  }
+}
+
+TEST(FindNeutral, WhatNobodySeesCannotBeUnusual) {
+  Performer performer = PlainPerformer();
+  performer.holders[3] = performer.holders[4] = {}; // no eyes: the mouth decides
+  const Take take = Performance(0);
+  const Neutral no_eyes = Found(take, performer);
+  EXPECT_LT(WorstError(Only(no_eyes.pose, {"H1", "H2", "H3", "H4", "H5", "LipLow", "Chin", "CornerL"})),
+            1e-6);
+  performer = PlainPerformer();
+  performer.holders[0] = {}; // no mouth: the eyes decide
+  const Neutral no_mouth = Found(take, performer);
+  EXPECT_LT(WorstError(no_mouth.pose), 1e-6);
+  EXPECT_FALSE(no_mouth.pose.contains("LipLow"));
+}
+
+TEST(FindNeutral, WithoutLowerLidsTheUpperOnesTell) {
+  Performer performer = PlainPerformer();
+  performer.holders[3][1].clear(), performer.holders[4][1].clear();
+  EXPECT_LT(WorstError(Found(Performance(0), performer).pose), 1e-6);
+}
+
+TEST(FindNeutral, AFaceThatDoesNotTellWhereItLooksIsAnError) {
+  Performer performer = PlainPerformer();
+  for (std::size_t p = 1; p < 9; ++p) performer.holders[p] = {};
+  EXPECT_THAT(InputErrorOf([&] { Found(Performance(0), performer); }), HasSubstr("plain.json:/parts"));
+}
