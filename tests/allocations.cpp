@@ -5,7 +5,9 @@
 // Under AddressSanitizer the allocator is the sanitizer's and stays so; it reports each allocation to a hook.
 
 #include "mien/actor/actor_face.h"
+#include "mien/character/character_face.h"
 #include "mien/face/face.h"
+#include "tests/character/characters.h"
 #include "tests/synthetic_performer.h"
 
 #include <gtest/gtest.h>
@@ -265,6 +267,100 @@ TEST_F(PerFrame, Expression2TemplateSolveAllocatesNothing) {
                 [this] { face.Expression2TemplateSolve(face.mExpressions, &template_result, &expressions); }),
             0);
   EXPECT_TRUE(template_result.IsDefined());
+}
+
+// A character of three parts, one of them with clusters, on a global face with a full catalogue: every other expression
+// has a definition, the others go through the templates.
+class PerFrameCharacter : public testing::Test {
+protected:
+  static constexpr int kFrames = 30, kClusters = 5;
+
+  PerFrameCharacter() {
+    for (int e = 0; e < 99; ++e) catalogue.Add().mParts[e % 9].mWeights[0] = 1;
+    character = std::make_unique<VCharacterFace>(); // with states for the catalogue
+    tests::AddPart(*character, 52);
+    tests::AddPart(*character, 7);
+    VCharacterFacePartCluster& part = tests::AddClusterPart(*character, 4, kClusters);
+    for (int s = 0; s < 4; ++s)
+      for (int c = 0; c < kClusters; ++c)
+        part.mShapeClusters[s]->mClusters[c]->mLocalT = {1.0 + s, 2.0 + c, 3};
+    for (int c = 0; c < kClusters; ++c) sets[2].mClusters.Add(new VCharacterFaceClusterState);
+
+    for (auto& states : character->mTemplateStates)
+      for (int t = 0; t < states.GetCount(); ++t) tests::FillWeights(*states[t], 0.5);
+    for (int e = 0; e < 99; e += 2) tests::FillWeights(*character->mExpressionStates[e], 0.5);
+    for (int k = 0; k < 300; ++k) { // more than a face can have
+      character->ExpressionCreate();
+      tests::FillWeights(*character->mCharacterExpressionStates[k], 0.5);
+      own_weights.Add(0.01);
+    }
+    for (VFacePartTemplateState& part_weights : templates.mParts)
+      for (double& weight : part_weights.mWeights) weight = 0.25;
+    for (double& weight : expressions.mWeights) weight = 0.5;
+  }
+
+  ~PerFrameCharacter() override {
+    while (character->mCharacterExpressionCount > 0) character->ExpressionDelete(0);
+  }
+
+  template <class Call>
+  int AllocationsOverTheFrames(Call call) {
+    int sum = 0;
+    for (int number = 0; number < kFrames; ++number) {
+      expressions.mWeights[number] = templates.mParts[0].mWeights[0] = 1.0 / (1 + number);
+      sum += AllocationsOf(call);
+    }
+    return sum;
+  }
+
+  tests::CatalogueOnLoan catalogue;
+  std::unique_ptr<VCharacterFace> character;
+  VCharacterFaceState result;
+  VCharacterFaceClusterSetState sets[3];
+  VFaceTemplateState templates;
+  VFaceExpressionState expressions;
+  VArrayTemplate<double, 16> own_weights;
+};
+
+TEST_F(PerFrameCharacter, ActorTemplate2CharacterSolveAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames([this] { character->ActorTemplate2CharacterSolve(result, templates); }),
+            0);
+  EXPECT_NE(result.mWeights[0][51], 0);
+}
+
+TEST_F(PerFrameCharacter, ActorExpression2CharacterSolveAllocatesNothing) {
+  EXPECT_EQ(
+      AllocationsOverTheFrames([this] { character->ActorExpression2CharacterSolve(result, expressions); }),
+      0);
+  EXPECT_NE(result.mWeights[0][51], 0);
+}
+
+TEST_F(PerFrameCharacter, Actor2CharacterSolveAllocatesNothing) {
+  EXPECT_TRUE(character->IsExpressionUsed(0));
+  EXPECT_FALSE(character->IsExpressionUsed(1));
+  EXPECT_EQ(
+      AllocationsOverTheFrames([this] { character->Actor2CharacterSolve(result, templates, expressions); }),
+      0);
+  EXPECT_NE(result.mWeights[0][51], 0);
+}
+
+TEST_F(PerFrameCharacter, CharacterExpression2CharacterSolveAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames(
+                [this] { character->CharacterExpression2CharacterSolve(result, own_weights); }),
+            0);
+  EXPECT_NE(result.mWeights[0][51], 0);
+}
+
+TEST_F(PerFrameCharacter, Character2ClusterSolveAllocatesNothing) {
+  character->ActorTemplate2CharacterSolve(result, templates);
+  EXPECT_EQ(AllocationsOverTheFrames([this] { character->Character2ClusterSolve(sets, result); }), 0);
+  EXPECT_NE(sets[2].mClusters[4]->mGlobalT.x, 0);
+}
+
+TEST_F(PerFrameCharacter, Character2ClusterSolveOfOnePartAllocatesNothing) {
+  character->ActorTemplate2CharacterSolve(result, templates);
+  EXPECT_EQ(AllocationsOverTheFrames([this] { character->Character2ClusterSolve(&sets[2], result, 2); }), 0);
+  EXPECT_NE(sets[2].mClusters[4]->mGlobalT.x, 0);
 }
 
 } // namespace

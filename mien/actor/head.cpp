@@ -1,5 +1,6 @@
 #include "mien/actor/actor_face.h"
 #include "mien/base/affine.h"
+#include "mien/base/rigid.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -45,13 +46,6 @@ void ForEachTriangle(int count, Visit visit) {
   for (int i = 0; i < count; ++i)
     for (int j = i + 1; j < count; ++j)
       for (int k = j + 1; k < count; ++k) visit(triangle++, i, j, k);
-}
-
-VgeQuaternion RotationOf(const VgeAMatrix& transform) {
-  VgeRMatrix rotation;
-  for (int column = 0; column < 3; ++column)
-    for (int row = 0; row < 3; ++row) rotation.m[column][row] = transform.m[column][row];
-  return VgeQuaternion(rotation);
 }
 
 double FourDot(const VgeQuaternion& a, const VgeQuaternion& b) {
@@ -124,15 +118,15 @@ void VActorFace::SolveRB(VFaceMarkerSetState* frame) const {
     if (!(reference.mQuality > kSineOf10Degrees)) return;
     VgeAMatrix current;
     double area, quality;
-    ThreePointsTransform(current, area, quality, mRBMarkers[i]->mCurrent, mRBMarkers[j]->mCurrent,
-                         mRBMarkers[k]->mCurrent);
+    TriangleFrame(current, area, quality, mRBMarkers[i]->mCurrent, mRBMarkers[j]->mCurrent,
+                  mRBMarkers[k]->mCurrent);
     if (!(quality > kSineOf10Degrees)) return;
 
     ++count;
     const VgeAMatrix motion = Product(current, reference.mInverse);
     translation = {translation.x + motion.m[3][0], translation.y + motion.m[3][1],
                    translation.z + motion.m[3][2]};
-    VgeQuaternion q = RotationOf(motion);
+    VgeQuaternion q = QuaternionOf(motion.m);
     q = VgeQuaternion(q.x * area, q.y * area, q.z * area, q.w * area);
     if (FourDot(q, rotation) < 0) q = VgeQuaternion(-q.x, -q.y, -q.z, -q.w);
     rotation = VgeQuaternion(rotation.x + q.x, rotation.y + q.y, rotation.z + q.z, rotation.w + q.w);

@@ -19,6 +19,15 @@ inline double Dot(const VgeTVector& a, const VgeTVector& b) { return a.x * b.x +
 
 inline double Length(const VgeTVector& v) { return std::sqrt(Dot(v, v)); }
 
+inline double Distance(const VgeTVector& a, const VgeTVector& b) { return Length(Difference(a, b)); }
+
+/// Over the first `n` points.
+inline double SummedDistance(const VgeTVector* a, const VgeTVector* b, int n) {
+  double sum = 0;
+  for (int i = 0; i < n; ++i) sum += Distance(a[i], b[i]);
+  return sum;
+}
+
 /// v / |v|, by one division and three products; the zero vector where |v| is exactly 0.
 inline VgeTVector Unit(const VgeTVector& v) {
   const double length = Length(v);

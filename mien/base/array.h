@@ -126,7 +126,7 @@ public:
   /// Appends all of `other`, which may be this array itself. Running out of memory in here is fatal.
   void AddArray(const VArrayTemplate& other) {
     const int added = other.GetCount();
-    if (added == 0) return;
+    if (added <= 0) return;
     const int count = GetCount();
     AddMultiple(added);
     std::memcpy(GetArray() + count, other.GetArray(), Bytes(added));
@@ -226,7 +226,7 @@ private:
 
   void CopyFrom(const VArrayTemplate& other) {
     const int count = other.GetCount();
-    if (count != 0 && SetCount(count)) std::memcpy(GetArray(), other.GetArray(), Bytes(count));
+    if (count > 0 && SetCount(count)) std::memcpy(GetArray(), other.GetArray(), Bytes(count));
   }
 
   /// Makes the count `wanted` (at least 1), new slots zero. False, and no block any more, where memory ran

@@ -57,6 +57,7 @@ public:
   bool ExpressionDelete(int index);
 
   // --- Solves to shape weights. They clear `out`, and fill the columns of the shapes that the parts have.
+  // --- `out` must not be one of the states that they sum.
 
   /// The sum over the templates of weight * define state, in the order of face parts and templates.
   void ActorTemplate2CharacterSolve(VCharacterFaceState& out, const VFaceTemplateState& templates) const;

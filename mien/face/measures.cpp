@@ -5,8 +5,10 @@
 #include <limits>
 
 using mien::detail::Difference;
+using mien::detail::Distance;
 using mien::detail::Dot;
 using mien::detail::Length;
+using mien::detail::SummedDistance;
 using mien::detail::Unit;
 
 namespace {
@@ -39,8 +41,7 @@ double VFace::Face2TemplateAIAngle(const VFacePartState* a, const VFacePartState
 
 double VFace::Face2TemplateAIDistance(const VFacePartState* a, const VFacePartState* b, int n,
                                       bool inverse) const {
-  double sum = 0;
-  for (int i = 0; i < n; ++i) sum += Length(Difference(a->mPoints[i], b->mPoints[i]));
+  const double sum = SummedDistance(a->mPoints, b->mPoints, n);
   return n == 0 || !inverse ? sum : ReciprocalOfSum(sum);
 }
 
@@ -58,7 +59,7 @@ double VFace::Face2TemplateAIDistanceExclusive(const VFacePartState* a, const VF
   double sum = 0;
   for (int i = 0; i < n; ++i) {
     if (!use[i]) continue;
-    const double distance = Length(Difference(a->mPoints[i], b->mPoints[i]));
+    const double distance = Distance(a->mPoints[i], b->mPoints[i]);
     if (inverse)
       sum += distance > 0 ? 1.0 / distance : kCoincidentPoint;
     else

@@ -22,14 +22,14 @@ inline VFacePartState TemplatePose(const VFacePart& part, int j) {
   return PoseOf(part.mTemplates[j]->mPoints);
 }
 
-/// What template `j` at a weight adds to the rest pose.
-inline VFacePartState WeightedDelta(const VFacePart& part, int j, double weight) {
-  VFacePartState delta;
+/// Adds to `points` what template `j` at a weight adds to the rest pose.
+inline void AddDelta(VgeTVector (&points)[7], const VFacePart& part, int j, double weight) {
+  const VgeTVector *const full = part.mTemplates[j]->mPoints, *const rest = part.mDefaultPoints;
   for (int i = 0; i < 7; ++i) {
-    const VgeTVector &full = part.mTemplates[j]->mPoints[i], &rest = part.mDefaultPoints[i];
-    delta.mPoints[i] = {(full.x - rest.x) * weight, (full.y - rest.y) * weight, (full.z - rest.z) * weight};
+    points[i].x += (full[i].x - rest[i].x) * weight;
+    points[i].y += (full[i].y - rest[i].y) * weight;
+    points[i].z += (full[i].z - rest[i].z) * weight;
   }
-  return delta;
 }
 
 } // namespace mien::detail

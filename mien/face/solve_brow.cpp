@@ -1,9 +1,8 @@
+#include "mien/base/affine.h"
 #include "mien/face/face.h"
-#include "mien/face/pose.h"
 #include "mien/face/slots.h"
 
 #include <cmath>
-#include <initializer_list>
 
 using namespace mien::detail;
 
@@ -12,21 +11,16 @@ using namespace mien::detail;
 // brow, "Down" on its inner end, which a frown draws down and in.
 void VFace::Face2TemplateSolveBrow(int part, VFaceTemplateState* result, const VFaceState* face) const {
   using namespace brow;
-  // clang-format off
-  constexpr bool kMeasuredOn[][3] = {{false, true,  false},  // Up: MidBrow
-                                     {true,  false, false}}; // Down: InBrow
-  // clang-format on
   const VFacePart& definition = mParts[part];
-  const VFacePartState* const s = &face->mParts[part];
+  const VgeTVector* const s = face->mParts[part].mPoints;
   double* const weights = result->mParts[part].mWeights;
 
-  const VFacePartState rest = RestPose(definition);
-  const double from_rest = Face2TemplateAIDistance(&rest, s, definition.mPointCount, false);
-  for (const Template j : {Up, Down}) {
-    const VFacePartState pose = TemplatePose(definition, j);
-    const double from_template = Face2TemplateAIDistanceExclusive(&pose, s, 3, kMeasuredOn[j], false);
-    weights[j] = from_rest / (from_rest + from_template);
-  }
+  const double from_rest = SummedDistance(definition.mDefaultPoints, s, definition.mPointCount);
+  const auto closeness = [&](Template j, Point measured) {
+    return from_rest / (from_rest + Distance(definition.mTemplates[j]->mPoints[measured], s[measured]));
+  };
+  weights[Up] = closeness(Up, MidBrow);
+  weights[Down] = closeness(Down, InBrow);
 
   // Away from rest both weights rise, whichever way the brow went. "Down" is therefore moved away from "Up", by 1.125
   // times the gap between them; nothing is clamped, so it may leave [0, 1].

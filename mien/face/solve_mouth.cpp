@@ -87,10 +87,7 @@ void VFace::Face2TemplateSolveMouth2(VFaceTemplateState* result, const VFaceStat
   const VFacePart& definition = mParts[0];
   double* const weights = result->mParts[0].mWeights;
   VFacePartState left = face->mParts[0]; // what is left of the pose
-  const auto take_out = [&](Template j, double amount) {
-    const VFacePartState delta = WeightedDelta(definition, j, amount);
-    left.Sub(&delta);
-  };
+  const auto take_out = [&](Template j, double amount) { AddDelta(left.mPoints, definition, j, -amount); };
 
   // An opening wider than the template is taken out in full.
   const double open = OpenAmount(*face, definition);

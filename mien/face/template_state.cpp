@@ -35,7 +35,7 @@ void VFaceTemplateState::Copy(const VFaceTemplateState& other) {
 }
 
 void VFaceTemplateState::Clear() {
-  for (VFacePartTemplateState& part : mParts) part.Clear();
+  for (VFacePartTemplateState& part : mParts) part = {};
 }
 
 bool VFaceTemplateState::IsRegionDefined(int part) const {

@@ -87,8 +87,9 @@ TEST(JsonFile, DeepNestingIsNoTrouble) {
 }
 
 TEST(JsonFile, AKeyTwiceInOneObjectIsAMistake) {
-  EXPECT_THAT(MistakesOf(R"({"a": 1, "b": 2, "a": 3})"),
-              AllOf(StartsWith("p.json:"), HasSubstr("the key \"a\" is in one object twice; keep one of them")));
+  EXPECT_THAT(
+      MistakesOf(R"({"a": 1, "b": 2, "a": 3})"),
+      AllOf(StartsWith("p.json:"), HasSubstr("the key \"a\" is in one object twice; keep one of them")));
   // After an inner object the outer one's keys still count; and escapes do not hide that they are equal.
   EXPECT_THAT(MistakesOf(R"({"x": {"a": {"y": 1}, "\u0061": 2}})"), HasSubstr("the key \"a\""));
   EXPECT_THAT(MistakesOf(R"([{"k": 1, "k": 1}])"), HasSubstr("the key \"k\""));

@@ -1,16 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <csignal>
-#include <fcntl.h>
 #include <functional>
-#include <string>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 /// How a process ended: its exit code, or the signal that ended it.
 struct ProcessEnd {

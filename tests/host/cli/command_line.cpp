@@ -67,6 +67,14 @@ void Redirect(int stream, const std::string& place) {
   if (file != stream) dup2(file, stream);
 }
 
+/// The writing end of a named pipe, as soon as somebody has opened it to read; -1 if nobody does.
+int WriterOf(const fs::path& pipe) {
+  int writer = -1;
+  Eventually([&] { return (writer = open(pipe.c_str(), O_WRONLY | O_NONBLOCK)) >= 0; });
+  if (writer >= 0) fcntl(writer, F_SETFL, 0); // from now on it waits
+  return writer;
+}
+
 /// Runs the command in a folder of the test's own, which holds a take of sixty frames: take.csv.
 class Command : public TemporaryFolder {
 protected:
@@ -554,15 +562,16 @@ TEST_F(Command, WordsOfFilesCannotSteerTheTerminal) {
 
 // --- Streams and signals.
 
-TEST_F(Command, AFullStandardOutputIsAnError) {
-  for (const Arguments& arguments :
-       {Solve("take.csv", "landmarks68", "-"),
-        Arguments{"performer", "take.csv", "-p", "landmarks68", "-o", "-"}, Arguments{"info", "take.csv"}}) {
-    SCOPED_TRACE(testing::PrintToString(arguments));
-    const Ran ran = Run(arguments, {.out = "/dev/full"});
-    EXPECT_EQ(ran.exit_code, 1);
-    EXPECT_THAT(ran.err, HasSubstr("standard output"));
-  }
+TEST_F(Command, AStandardOutputThatTakesNothingIsAnError) {
+  for (const std::string out : {"/dev/full", "closed"})
+    for (const Arguments& arguments : {Solve("take.csv", "landmarks68", "-"),
+                                       Arguments{"performer", "take.csv", "-p", "landmarks68", "-o", "-"},
+                                       Arguments{"info", "take.csv"}}) {
+      SCOPED_TRACE(out + testing::PrintToString(arguments));
+      const Ran ran = Run(arguments, {.out = out});
+      EXPECT_EQ(ran.exit_code, 1);
+      EXPECT_THAT(ran.err, HasSubstr("standard output"));
+    }
 }
 
 // The weights are written and whole; that nobody hears the report does not undo them.
@@ -620,7 +629,7 @@ TEST_F(Command, AnInterruptionEndsItAsASignalAndLeavesNothing) {
     Process process([&] {
       return Become(Solve("pipe", "landmarks68", "w.csv"), Streams() / "out", Streams() / "err", [] {});
     });
-    const int writer = open(pipe.c_str(), O_WRONLY); // returns when the command has opened it to read
+    const int writer = WriterOf(pipe);
     ASSERT_GE(writer, 0);
     process.Send(signal);
     EXPECT_EQ(process.Wait().signal, signal);
@@ -637,7 +646,7 @@ TEST_F(Command, OutlivesTheTerminalUnderNohup) {
     return Become(Solve("pipe", "landmarks68", "w.csv"), Streams() / "out", Streams() / "err",
                   [] { std::signal(SIGHUP, SIG_IGN); });
   });
-  const int writer = open(pipe.c_str(), O_WRONLY);
+  const int writer = WriterOf(pipe);
   ASSERT_GE(writer, 0);
   process.Send(SIGHUP);
   std::signal(SIGPIPE, SIG_IGN); // should the command be gone

@@ -292,12 +292,17 @@ TEST(FindNeutral, ATakeOfOneFrameIsThatFrame) {
 }
 
 TEST(FindNeutral, AMarkerThatAllRestFramesHideKeepsItsPlaceFromTheOthers) {
-  Take take = Performance(0);
-  for (std::size_t f = 0; f < take.FrameCount(); ++f)
-    if (f % 100 >= 55) Hide(take, f, {"CheekL"}); // these are the frames without talk
+  Take take = EmptyTake();
+  for (int f = 0; f < 20; ++f) {
+    NeutralPose face = PlainFace();
+    if (f % 5 < 2) OpenMouth(face, 1);
+    const std::size_t frame = Film(take, face);
+    if (f % 5 >= 2) Hide(take, frame, {"CheekL"});
+  }
   const Neutral neutral = Found(take);
+  EXPECT_EQ(neutral.how, "the median of 12 rest frames");
   ASSERT_TRUE(neutral.pose.contains("CheekL"));
-  EXPECT_LT(WorstError(neutral.pose), 1e-6);
+  EXPECT_LT(WorstError(neutral.pose), kRounding);
 }
 
 TEST(FindNeutral, AMarkerThatIsNeverSeenIsNotInThePose) {
@@ -358,10 +363,36 @@ TEST(FindNeutral, WhatNobodySeesCannotBeUnusual) {
   EXPECT_FALSE(no_mouth.pose.contains("LipLow"));
 }
 
-TEST(FindNeutral, WithoutLowerLidsTheUpperOnesTell) {
-  Performer performer = PlainPerformer();
-  performer.holders[3][1].clear(), performer.holders[4][1].clear();
-  EXPECT_LT(WorstError(Found(Performance(0), performer).pose), 1e-6);
+// Of the frames with the lips together, four in five have the eyes closed or wide open, and then the brows are
+// raised as well: the eyes decide.
+TEST(FindNeutral, UnusualEyesAreNoRest) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 100; ++f) {
+    const bool closed = f < 28, wide = f >= 80, talks = f >= 28 && f < 68;
+    NeutralPose face = Blink(closed ? 1 : wide ? -0.5 : 0);
+    if (closed || wide) Shift(face, {"BrowL", "BrowR", "BrowInL", "BrowInR"}, 6);
+    if (talks) OpenMouth(face, 1);
+    Film(take, face);
+  }
+  Performer without_lower_lids = PlainPerformer(); // the height of the upper ones has to do
+  without_lower_lids.holders[3][1].clear(), without_lower_lids.holders[4][1].clear();
+  for (const Performer& performer : {PlainPerformer(), without_lower_lids}) {
+    const Neutral neutral = Found(take, performer);
+    EXPECT_EQ(neutral.how, "the median of 12 rest frames");
+    EXPECT_LT(WorstError(neutral.pose), kRounding);
+  }
+}
+
+// The frame from which the search sets out has a head marker displaced by 5 mm, and all others hide one in turn.
+TEST(FindNeutral, ABadFirstReferenceIsMended) {
+  Take take = EmptyTake();
+  NeutralPose bad = PlainFace();
+  bad["H1"].x += 5;
+  Film(take, bad);
+  for (int f = 0; f < 100; ++f)
+    Hide(take, Film(take, PlainFace(), Wandering(4 * f)), {"H" + std::to_string(f % 5 + 1)});
+  // As it is, the bad frame would blur the face by 0.6 mm; one round through the median leaves 0.13, two 0.05.
+  EXPECT_LT(WorstError(Found(take).pose), 0.1);
 }
 
 TEST(FindNeutral, AFaceThatDoesNotTellWhereItLooksIsAnError) {

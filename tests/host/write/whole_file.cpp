@@ -271,49 +271,49 @@ TEST_F(WholeFile, AMinusIsStandardOutput) {
 
 // --- Signals. Each is sent while the file is half written.
 
-class WholeFileSignals : public WholeFile, public testing::WithParamInterface<int> {};
-
-TEST_P(WholeFileSignals, RemoveTheTemporaryFileAndEndTheProcess) {
+TEST_F(WholeFile, SignalsRemoveTheTemporaryFileAndEndTheProcess) {
   const fs::path path = Write("w.csv", "former");
-  std::signal(GetParam(), SIG_DFL); // whatever this test was started with
-  Process process([&] {
-    mien::RemoveTemporaryFileOnSignals();
-    WriteWhole(path, [](std::ostream& out) {
-      out << "half" << std::flush;
-      for (;;) pause();
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    std::signal(signal, SIG_DFL); // whatever this test was started with
+    Process process([&] {
+      mien::RemoveTemporaryFileOnSignals();
+      WriteWhole(path, [](std::ostream& out) {
+        out << "half" << std::flush;
+        for (;;) pause();
+      });
+      return 0;
     });
-    return 0;
-  });
-  const fs::path half = path.string() + "." + std::to_string(process.Id()) + ".part";
-  ASSERT_TRUE(Eventually([&] { return fs::exists(half) && fs::file_size(half) == 4; }));
-  process.Send(GetParam());
-  EXPECT_EQ(process.Wait().signal, GetParam()) << "a shell sees that it was interrupted";
-  EXPECT_EQ(ReadFile(path), "former");
-  EXPECT_THAT(Files(), ElementsAre("w.csv"));
+    const fs::path half = path.string() + "." + std::to_string(process.Id()) + ".part";
+    ASSERT_TRUE(Eventually([&] { return fs::exists(half) && fs::file_size(half) == 4; }));
+    process.Send(signal);
+    EXPECT_EQ(process.Wait().signal, signal) << "a shell sees that it was interrupted";
+    EXPECT_EQ(ReadFile(path), "former");
+    EXPECT_THAT(Files(), ElementsAre("w.csv"));
+  }
 }
 
 // nohup, and a shell for its background jobs, have children ignore signals. Such a child must not die of them.
-TEST_P(WholeFileSignals, ThatTheParentIgnoredStayIgnored) {
+TEST_F(WholeFile, SignalsThatTheParentHadItIgnoreStayIgnored) {
   const fs::path path = folder_ / "w.csv", go_on = folder_ / "go on";
-  Process process([&] {
-    std::signal(GetParam(), SIG_IGN);
-    mien::RemoveTemporaryFileOnSignals();
-    WriteWhole(path, [&](std::ostream& out) {
-      out << "whole" << std::flush;
-      Eventually([&] { return fs::exists(go_on); });
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    fs::remove(path), fs::remove(go_on);
+    Process process([&] {
+      std::signal(signal, SIG_IGN);
+      mien::RemoveTemporaryFileOnSignals();
+      WriteWhole(path, [&](std::ostream& out) {
+        out << "whole" << std::flush;
+        Eventually([&] { return fs::exists(go_on); });
+      });
+      return 0;
     });
-    return 0;
-  });
-  const fs::path half = path.string() + "." + std::to_string(process.Id()) + ".part";
-  ASSERT_TRUE(Eventually([&] { return fs::exists(half) && fs::file_size(half) == 5; }));
-  process.Send(GetParam());
-  Write("go on", "");
-  EXPECT_EQ(process.Wait().exit_code, 0);
-  EXPECT_TRUE(fs::exists(path));
+    const fs::path half = path.string() + "." + std::to_string(process.Id()) + ".part";
+    ASSERT_TRUE(Eventually([&] { return fs::exists(half) && fs::file_size(half) == 5; }));
+    process.Send(signal);
+    Write("go on", "");
+    EXPECT_EQ(process.Wait().exit_code, 0) << signal;
+    EXPECT_TRUE(fs::exists(path)) << signal;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(, WholeFileSignals, testing::Values(SIGINT, SIGTERM, SIGHUP),
-                         [](const auto& signal) { return std::string(sigabbrev_np(signal.param)); });
 
 TEST_F(WholeFile, ASignalAfterAFailedOrFinishedWriteRemovesNothing) {
   std::signal(SIGTERM, SIG_DFL);
