@@ -10,6 +10,18 @@
 
 namespace mien {
 
+namespace {
+
+/// "LINE:COLUMN" of a byte.
+std::string PlaceIn(std::string_view text, std::size_t at) {
+  const std::string_view before = text.substr(0, std::min(at, text.size()));
+  const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+  const std::size_t line_start = before.rfind('\n') + 1; // npos + 1 is 0
+  return fmt::format("{}:{}", line, before.size() - line_start + 1);
+}
+
+} // namespace
+
 JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(file)) {
   // The parser keeps the last of two equal keys without a word.
   std::vector<std::set<std::string>> keys_of_open_objects;
@@ -31,11 +43,19 @@ JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(fi
     const std::size_t line_start = before.rfind('\n') + 1; // npos + 1 is 0
     throw InputError(file_, fmt::format("{}:{}", line, at - line_start + 1), "this is not JSON from here on",
                      "look for a missing comma, quote or bracket just before");
+  } catch (const Json::out_of_range& error) {
+    // It quotes the number and does not say where it stands.
+    const std::string_view what = error.what();
+    const std::size_t quote = what.find('\'');
+    const std::string_view number = what.substr(quote + 1, what.rfind('\'') - quote - 1);
+    throw InputError(file_, PlaceIn(text, text.find(number)),
+                     fmt::format("the number {} is beyond what a double holds", Quoted(number)),
+                     "write a smaller one");
   }
 }
 
 void JsonFile::Mistake(const Pointer& place, std::string_view what, std::string_view mend) {
-  mistakes_.push_back(InputError(file_, place.to_string(), what, mend).what());
+  mistakes_.push_back(InputError(file_, Printable(place.to_string()), what, mend).what());
 }
 
 void JsonFile::CheckKeys(const Pointer& place, const Json& object,

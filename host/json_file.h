@@ -9,7 +9,8 @@
 namespace mien {
 
 /// A JSON file that people write, and what is wrong with it: mistakes are collected, so that the user hears
-/// of all of them at once, each by its JSON pointer.
+/// of all of them at once, each by its JSON pointer
+/// (a key that an object has twice by its name).
 class JsonFile {
 public:
   using Json = nlohmann::ordered_json;

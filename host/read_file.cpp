@@ -12,7 +12,7 @@
 namespace mien {
 
 std::string ReadFile(const std::filesystem::path& path) {
-  const std::string file = path.string();
+  const std::string file = path.empty() ? "an empty path" : path.string();
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(path, error);
   if (status.type() == std::filesystem::file_type::not_found)

@@ -1,12 +1,14 @@
 #include "host/cli/command_line.h"
 
 #include "host/cli/commands.h"
+#include "host/cli/report.h"
 #include "host/error.h"
 #include "host/write/whole_file.h"
 
 #include <fmt/format.h>
 
-#include <cstdio>
+#include <algorithm>
+#include <exception>
 #include <new>
 #include <string_view>
 
@@ -19,7 +21,7 @@ constexpr int kInputAtFault = 1, kCommandLineAtFault = 2;
 int Fail(std::string_view messages, int exit_code) {
   for (std::size_t start = 0; start <= messages.size();) {
     const std::size_t end = std::min(messages.find('\n', start), messages.size());
-    fmt::print(stderr, "mien: {}\n", messages.substr(start, end - start));
+    Report(fmt::format("mien: {}\n", messages.substr(start, end - start)));
     start = end + 1;
   }
   return exit_code;
@@ -30,7 +32,6 @@ int Fail(std::string_view messages, int exit_code) {
 int RunCommandLine(int argc, const char* const* argv) {
   RemoveTemporaryFileOnSignals();
   CLI::App app("Solves a recorded face, markers or landmarks, into template weights.", "mien");
-  app.require_subcommand(1);
   app.set_version_flag("--version", "mien " MIEN_VERSION);
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_help_all_flag("--help-all", "Print the help of every command and exit");
@@ -42,6 +43,7 @@ int RunCommandLine(int argc, const char* const* argv) {
 
   try {
     app.parse(argc, argv);
+    if (app.get_subcommands().empty()) throw CLI::RequiredError("a subcommand (info, solve or performer)");
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
   } catch (const CLI::ParseError& error) {

@@ -1,8 +1,7 @@
 #include "host/cli/commands.h"
 #include "host/takes/describe.h"
 #include "host/takes/read_take.h"
-
-#include <fmt/format.h>
+#include "host/write/whole_file.h"
 
 #include <memory>
 #include <string>
@@ -15,7 +14,10 @@ void AddInfoCommand(CLI::App& app) {
   command->footer("Example: mien info take.csv");
   auto take = std::make_shared<std::string>();
   command->add_option("TAKE", *take, "The take's file: landmark CSV or marker CSV")->required();
-  command->callback([take] { fmt::print("{}", ToText(Describe(ReadTake(*take)))); });
+  command->callback([take] {
+    const std::string text = ToText(Describe(ReadTake(*take)));
+    WriteWhole("-", [&](std::ostream& out) { out << text; });
+  });
 }
 
 } // namespace mien

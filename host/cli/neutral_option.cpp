@@ -34,8 +34,7 @@ void AddNeutralOption(CLI::App& command, std::optional<FrameRange>& range) {
                                          "\"" + text + "\" is not FRAME or FROM-TO, such as 12-40");
           },
           "The frames of the neutral face, by number; averaged if several. Default: the performer file's, or "
-          "found in "
-          "the take")
+          "found in the take")
       ->type_name("FRAME|FROM-TO");
 }
 

@@ -1,16 +1,17 @@
 #include "host/cli/commands.h"
 #include "host/cli/neutral_option.h"
+#include "host/cli/report.h"
 #include "host/performer/face_axes.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
 #include "host/takes/read_take.h"
+#include "host/utf8.h"
 #include "host/write/whole_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -24,6 +25,8 @@ struct Options {
 };
 
 void Save(const Options& options) {
+  RefuseOverwriting(options.output, options.take, "the take"); // a performer file may be renewed in its place
+  if (!IsUtf8(options.name)) throw CLI::ValidationError("--name", "this is not UTF-8 text");
   CheckWritable(options.output);
   Performer performer = FindPerformer(options.performer);
   const Take take = ReadTake(options.take);
@@ -34,9 +37,9 @@ void Save(const Options& options) {
   if (!options.name.empty()) performer.name = options.name;
   WriteWhole(options.output, [&](std::ostream& out) { WritePerformer(performer, out); });
 
-  fmt::print(stderr, "{:<10} {}\n", "neutral", neutral.how);
-  for (const std::string& note : neutral.notes) fmt::print(stderr, "{:<10} {}\n", "", note);
-  if (options.output != "-") fmt::print(stderr, "{:<10} {}\n", "wrote", options.output);
+  ReportLine("neutral", neutral.how);
+  for (const std::string& note : neutral.notes) ReportLine("", note);
+  if (options.output != "-") ReportLine("wrote", options.output);
 }
 
 } // namespace

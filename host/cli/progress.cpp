@@ -1,5 +1,8 @@
 #include "host/cli/progress.h"
 
+#include "host/cli/report.h"
+#include "host/error.h"
+
 #include <fmt/format.h>
 
 #include <cstdio>
@@ -18,7 +21,7 @@ Progress::Progress(std::string work)
       next_(std::chrono::steady_clock::now() + kInterval) {}
 
 Progress::~Progress() {
-  if (shown_) fmt::print(stderr, "\r\033[K");
+  if (shown_) Report("\r\033[K");
 }
 
 void Progress::operator()(std::size_t done, std::size_t total) {
@@ -27,7 +30,7 @@ void Progress::operator()(std::size_t done, std::size_t total) {
   if (now < next_) return;
   next_ = now + kInterval;
   shown_ = true;
-  fmt::print(stderr, "\r\033[K{}: frame {} of {}", work_, done, total);
+  Report(fmt::format("\r\033[K{}: frame {} of {}", Printable(work_), done, total));
   std::fflush(stderr);
 }
 

@@ -1,6 +1,7 @@
 #include "host/cli/commands.h"
 #include "host/cli/neutral_option.h"
 #include "host/cli/progress.h"
+#include "host/cli/report.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
@@ -12,7 +13,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -27,30 +27,27 @@ struct Options {
   bool quiet = false;
 };
 
-void Report(const Take& take, const Performer& performer, const Neutral& neutral,
-            const FaceSolver::Report& report) {
-  const auto line = [](std::string_view title, const std::string& text) {
-    fmt::print(stderr, "{:<10} {}\n", title, text);
-  };
-  line("take", fmt::format("{}: {} frames at {:.6g} Hz, {} markers", take.name, take.FrameCount(),
-                           take.rate_hz, take.MarkerCount()));
-  for (const std::string& note : take.notes) line("", note);
-  line("performer", performer.name);
-  line("neutral", neutral.how);
-  for (const std::string& note : neutral.notes) line("", note);
+void ReportOn(const Take& take, const Performer& performer, const Neutral& neutral,
+              const FaceSolver::Report& report) {
+  ReportLine("take", fmt::format("{}: {} frames at {:.6g} Hz, {} markers", take.name, take.FrameCount(),
+                                 take.rate_hz, take.MarkerCount()));
+  for (const std::string& note : take.notes) ReportLine("", note);
+  ReportLine("performer", performer.name);
+  ReportLine("neutral", neutral.how);
+  for (const std::string& note : neutral.notes) ReportLine("", note);
   for (const std::string& marker : report.left_out)
-    line("", fmt::format("the marker {} is not in the neutral pose and was left out", marker));
+    ReportLine("", fmt::format("the marker {} is not in the neutral pose and was left out", marker));
 
   if (!report.head_motion_removed)
-    line("head", "fewer than 3 head markers: the head's motion was NOT removed");
+    ReportLine("head", "fewer than 3 head markers, or all on a line: the head's motion was NOT removed");
   else if (report.frames_without_head == 0)
-    line("head", "found in every frame");
+    ReportLine("head", "found in every frame");
   else
-    line("head", fmt::format("not found in {} of {} frames, where it was held", report.frames_without_head,
-                             report.frames));
+    ReportLine("head", fmt::format("not found in {} of {} frames, where it was held",
+                                   report.frames_without_head, report.frames));
 
   if (report.held.empty()) {
-    line("gaps", "none");
+    ReportLine("gaps", "none");
   } else {
     std::size_t frames = 0;
     const FaceSolver::Report::Held* longest = &report.held[0];
@@ -58,18 +55,17 @@ void Report(const Take& take, const Performer& performer, const Neutral& neutral
       frames += held.frames;
       if (held.frames > longest->frames) longest = &held;
     }
-    line("gaps", fmt::format("{} of {} positions held in {} markers, most in {} ({} frames)", frames,
-                             report.frames * performer.FaceMarkers().size(), report.held.size(),
-                             longest->marker, longest->frames));
+    ReportLine("gaps", fmt::format("{} of {} positions held in {} markers, most in {} ({} frames)", frames,
+                                   report.frames * performer.FaceMarkers().size(), report.held.size(),
+                                   longest->marker, longest->frames));
   }
   if (!report.resting_parts.empty())
-    line("at rest", fmt::format("{} (no markers)", fmt::join(report.resting_parts, ", ")));
+    ReportLine("at rest", fmt::format("{} (no markers)", fmt::join(report.resting_parts, ", ")));
 }
 
 void Solve(const Options& options) {
-  std::error_code not_there;
-  if (std::filesystem::equivalent(options.take, options.output, not_there))
-    throw CLI::ValidationError("--output", "this is the take itself");
+  RefuseOverwriting(options.output, options.take, "the take");
+  RefuseOverwriting(options.output, options.performer, "the performer file");
   const std::string ending = std::filesystem::path(options.output).extension().string();
   if (options.output != "-" && !options.output.starts_with("/dev/") && ending != ".csv")
     throw CLI::ValidationError(
@@ -88,10 +84,10 @@ void Solve(const Options& options) {
   WriteWhole(options.output, [&](std::ostream& out) { WriteTemplateCsv(solved.animation, out); });
 
   if (options.quiet) return;
-  Report(take, performer, neutral, solved.report);
+  ReportOn(take, performer, neutral, solved.report);
   if (options.output != "-")
-    fmt::print(stderr, "{:<10} {}: {} frames, {} templates\n", "wrote", options.output,
-               solved.animation.frames.size(), solved.animation.templates.size());
+    ReportLine("wrote", fmt::format("{}: {} frames, {} templates", options.output,
+                                    solved.animation.frames.size(), solved.animation.templates.size()));
 }
 
 } // namespace

@@ -33,12 +33,15 @@ double EditDistance(const std::string& a, const std::string& b) {
 }
 
 std::string Mend(const std::string& name, const Take& take) {
-  const auto nearest =
-      std::min_element(take.markers.begin(), take.markers.end(), [&](const auto& a, const auto& b) {
-        return EditDistance(name, a) < EditDistance(name, b);
-      });
-  if (nearest != take.markers.end() && EditDistance(name, *nearest) <= static_cast<double>(name.size()) / 2)
-    return fmt::format("did you mean {}?", Quoted(*nearest));
+  double nearest = static_cast<double>(name.size()) / 2; // what is further away is another name
+  const std::string* meant = nullptr;
+  for (const std::string& marker : take.markers) {
+    const double distance = EditDistance(name, marker);
+    if (distance > nearest || (distance == nearest && meant)) continue;
+    nearest = distance;
+    meant = &marker;
+  }
+  if (meant) return fmt::format("did you mean {}?", Quoted(*meant));
   return "`mien info` lists the markers that it has";
 }
 
@@ -51,15 +54,23 @@ std::vector<std::size_t> MarkerIndices(const Take& take, const std::vector<std::
 }
 
 void CheckMarkers(const Performer& performer, const Take& take) {
+  // A performer for another marker set lacks nearly all: the first few tell that as well.
+  constexpr std::size_t kMostShown = 5;
   std::vector<std::string> mistakes;
+  std::size_t more = 0;
   const auto check = [&](const std::string& place, const std::vector<std::string>& names) {
-    for (std::size_t i = 0; i < names.size(); ++i)
-      if (!take.FindMarker(names[i]))
-        mistakes.push_back(
-            InputError(performer.file, fmt::format("{}/{}", place, i),
-                       fmt::format("the take {} has no marker {}", Quoted(take.name), Quoted(names[i])),
-                       Mend(names[i], take))
-                .what());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      if (take.FindMarker(names[i])) continue;
+      if (mistakes.size() == kMostShown) {
+        ++more;
+        continue;
+      }
+      const InputError mistake(
+          performer.file, fmt::format("{}/{}", place, i),
+          fmt::format("the take {} has no marker {}", Quoted(take.name), Quoted(names[i])),
+          Mend(names[i], take));
+      mistakes.push_back(mistake.what());
+    }
   };
   check("/head", performer.head);
   for (std::size_t p = 0; p < performer.holders.size(); ++p)
@@ -68,13 +79,7 @@ void CheckMarkers(const Performer& performer, const Take& take) {
       check(fmt::format("/parts/{}/{}", part.mName, part.mHolderNames[h]), performer.holders[p][h]);
     }
 
-  // A performer for another marker set lacks nearly all: the first few tell that as well.
-  constexpr std::size_t kMostShown = 5;
-  if (mistakes.size() > kMostShown) {
-    const std::size_t more = mistakes.size() - kMostShown;
-    mistakes.resize(kMostShown);
-    mistakes.push_back(fmt::format("and {} more: is this performer meant for this take?", more));
-  }
+  if (more > 0) mistakes.push_back(fmt::format("and {} more: is this performer meant for this take?", more));
   if (!mistakes.empty()) throw InputError(fmt::format("{}", fmt::join(mistakes, "\n")));
 }
 

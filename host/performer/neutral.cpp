@@ -46,11 +46,19 @@ public:
       : take_(take), names_(performer.Markers()), indices_(MarkerIndices(take, names_)),
         head_(MarkerIndices(take, performer.head)), frames_(std::move(frames)),
         heads_(frames_.size(), VgeAMatrix()) {
-    if (head_.size() >= 3) RemoveHeadMotion();
+    if (head_.size() >= 3 && frames_.size() > 1) RemoveHeadMotion(); // one frame has none
   }
 
   std::size_t FrameCount() const { return frames_.size(); }
-  std::size_t FramesWithoutHead() const { return without_head_; }
+  bool AnyIsSeen() const {
+    for (const std::size_t f : frames_)
+      for (const std::size_t m : indices_)
+        if (take_.At(f, m)) return true;
+    return false;
+  }
+  bool HeadIsNeverFound() const {
+    return std::none_of(heads_.begin(), heads_.end(), [](const auto& h) { return h; });
+  }
 
   /// A marker's place in the head's frame; nothing for a gap and in a frame in which the head was not found.
   std::optional<VgeTVector> At(std::size_t f, std::size_t marker_index) const {
@@ -90,14 +98,9 @@ private:
 
   void SolveHeads(const HeadMotion::Markers& reference) {
     HeadMotion motion(reference);
-    without_head_ = 0;
     for (std::size_t f = 0; f < frames_.size(); ++f) {
       const auto head = motion.Solve(HeadMarkers(f));
-      heads_[f].reset();
-      if (head)
-        heads_[f] = InverseOfOrthogonalAxes(*head);
-      else
-        ++without_head_;
+      heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
     }
   }
 
@@ -127,7 +130,6 @@ private:
   std::vector<std::size_t> head_;
   std::vector<std::size_t> frames_;
   std::vector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
-  std::size_t without_head_ = 0;
 };
 
 /// Whether each frame's opening lies between two percentiles of all.
@@ -204,20 +206,29 @@ private:
 
 const auto kAllFrames = [](std::size_t) { return true; };
 
-Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange& range) {
+/// `file` and `place` are where the range was asked for.
+Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange& range,
+                  const std::string& file, std::string_view place) {
   std::vector<std::size_t> frames;
   for (std::size_t f = 0; f < take.FrameCount(); ++f)
     if (take.frames[f] >= range.first && take.frames[f] <= range.last) frames.push_back(f);
   if (frames.empty())
     throw InputError(
-        take.name, "",
+        file, place,
         fmt::format("there are no frames {} to {} for the neutral pose", range.first, range.last),
         fmt::format("the take goes from frame {} to {}", take.frames.front(), take.frames.back()));
   Neutral neutral;
   neutral.how = frames.size() == 1 ? fmt::format("frame {}", take.frames[frames[0]])
                                    : fmt::format("the average of frames {} to {}",
                                                  take.frames[frames.front()], take.frames[frames.back()]);
-  neutral.pose = StabilisedMarkers(take, performer, std::move(frames)).Pose(kAllFrames, Mean);
+  const StabilisedMarkers markers(take, performer, std::move(frames));
+  if (markers.HeadIsNeverFound() && markers.AnyIsSeen())
+    throw InputError(
+        file, place,
+        fmt::format("too few head markers are seen in frames {} to {} to remove the head's motion",
+                    range.first, range.last),
+        "name other frames, or a single one");
+  neutral.pose = markers.Pose(kAllFrames, Mean);
   return neutral;
 }
 
@@ -251,17 +262,23 @@ Neutral Found(const Take& take, const Performer& performer) {
 
 Neutral FindNeutral(const Take& take, const Performer& performer, const std::optional<FrameRange>& asked) {
   Neutral neutral;
-  if (asked)
-    neutral = AverageOf(take, performer, *asked);
-  else if (const auto* range = std::get_if<FrameRange>(&performer.neutral))
-    neutral = AverageOf(take, performer, *range);
-  else if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral))
+  if (asked) {
+    neutral = AverageOf(take, performer, *asked, take.file, "");
+  } else if (const auto* range = std::get_if<FrameRange>(&performer.neutral)) {
+    neutral = AverageOf(take, performer, *range, performer.file, "/neutral/frames");
+  } else if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {
+    const std::vector<std::string> names = performer.Markers();
+    if (std::none_of(names.begin(), names.end(),
+                     [&](const std::string& name) { return pose->contains(name); }))
+      throw InputError(performer.file, "/neutral/positions", "none of the performer's markers is in it",
+                       "write the pose anew with `mien performer`");
     neutral = {.pose = *pose, .how = "the performer file's", .notes = {}};
-  else
+  } else {
     neutral = Found(take, performer);
+  }
 
   if (neutral.pose.empty())
-    throw InputError(take.name, "", "no marker of the performer is seen in the neutral pose",
+    throw InputError(take.file, "", "no marker of the performer is seen in the neutral pose",
                      "name other frames with --neutral, or check the take with `mien info`");
   return neutral;
 }

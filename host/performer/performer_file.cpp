@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <limits>
+#include <system_error>
 #include <utility>
 
 namespace mien {
@@ -115,8 +117,13 @@ private:
                     "write either \"frames\": [FROM, TO] or \"positions\": { ... }");
     } else if (neutral.contains("frames")) {
       const Json& frames = neutral["frames"];
-      if (!frames.is_array() || frames.size() != 2 || !frames[0].is_number_integer() ||
-          !frames[1].is_number_integer() || frames[0].get<std::int64_t>() > frames[1].get<std::int64_t>())
+      const auto is_number = [](const Json& frame) {
+        return frame.is_number_integer() &&
+               !(frame.is_number_unsigned() &&
+                 frame.get<std::uint64_t>() > std::uint64_t{std::numeric_limits<std::int64_t>::max()});
+      };
+      if (!frames.is_array() || frames.size() != 2 || !is_number(frames[0]) || !is_number(frames[1]) ||
+          frames[0].get<std::int64_t>() > frames[1].get<std::int64_t>())
         file_.Mistake(place / "frames", "these are not two frame numbers in order", "write [FROM, TO]");
       else
         performer_.neutral = FrameRange{frames[0].get<std::int64_t>(), frames[1].get<std::int64_t>()};
@@ -180,7 +187,8 @@ Performer ReadPerformer(std::string_view text, const std::string& file) {
 Performer FindPerformer(const std::string& name_or_path) {
   for (const auto& [name, text] : kBuiltIn)
     if (name == name_or_path) return ReadPerformer(text, name_or_path);
-  if (!std::filesystem::exists(name_or_path))
+  std::error_code cannot_look_up;
+  if (!std::filesystem::exists(name_or_path, cannot_look_up) && !cannot_look_up)
     throw InputError(name_or_path, "", "there is no performer of this name and no such file",
                      fmt::format("name a performer file, or one of the built-in ones: {}",
                                  fmt::join(BuiltInPerformers(), ", ")));

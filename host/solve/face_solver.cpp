@@ -66,17 +66,19 @@ void FaceSolver::SetUpActor(const Performer& performer, const NeutralPose& neutr
 void FaceSolver::SetUpHead(const Performer& performer, const NeutralPose& neutral, const Take& take) {
   const VgeAMatrix to_face = InverseOfOrthogonalAxes(face_axes_);
   HeadMotion::Markers reference;
-  std::size_t usable = 0;
   head_markers_ = MarkerIndices(take, performer.head);
   for (std::size_t slot = 0; slot < performer.head.size(); ++slot) {
     const auto place = neutral.find(performer.head[slot]);
-    if (place == neutral.end()) continue;
+    if (place == neutral.end()) {
+      report_.left_out.push_back(performer.head[slot]);
+      continue;
+    }
     const VgeTVector p = TransformPoint(to_face, {place->second.x, place->second.y, place->second.z});
     reference[slot] = Point{p.x, p.y, p.z};
-    ++usable;
   }
-  report_.head_motion_removed = usable >= 3;
-  if (usable >= 3) head_motion_ = std::make_unique<HeadMotion>(reference);
+  head_motion_ = std::make_unique<HeadMotion>(reference);
+  report_.head_motion_removed = head_motion_->Solve(reference).has_value();
+  if (!report_.head_motion_removed) head_motion_.reset();
   frame_.head = face_axes_;
 }
 

@@ -43,7 +43,7 @@ public:
     std::vector<Held> held;                 ///< the face markers that have gaps
     std::vector<std::string> resting_parts; ///< without a marker: they stay at rest
     std::vector<std::string> left_out;      ///< markers that the neutral pose lacks
-    bool head_motion_removed = true;        ///< false with fewer than three usable head markers
+    bool head_motion_removed = true; ///< false where the head markers are fewer than three or on a line
   };
   Report GetReport() const;
 

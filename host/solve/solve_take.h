@@ -15,8 +15,7 @@ struct SolvedTake {
   FaceSolver::Report report;
 };
 
-/// Solves every frame of a take. `progress(done, total)` is called before each frame and may throw to break
-/// off.
+/// Solves every frame of a take. `progress(done, total)` is called before each frame and may throw to break off.
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
                      const std::function<void(std::size_t done, std::size_t total)>& progress = nullptr);
 

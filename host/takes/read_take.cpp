@@ -60,6 +60,7 @@ Take ReadTake(std::string_view bytes, const std::string& name) {
   for (const Format& format : kFormats) {
     if (!format.is(bytes)) continue;
     Take take = format.read(bytes, name);
+    take.file = name;
     take.name = std::filesystem::path(name).stem().string();
     take.format = format.name;
     return take;

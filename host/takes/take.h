@@ -25,6 +25,7 @@ struct Take {
   Take() = default;
   explicit Take(std::vector<std::string> marker_names) : markers(std::move(marker_names)) {}
 
+  std::string file;   ///< its path as it was given, for messages
   std::string name;   ///< the file's name without folder and ending
   std::string format; ///< the source format, as a user reads it: "marker CSV"
   double rate_hz = 0; ///< frames per second; not always an integer: 30000/1001, 29.98

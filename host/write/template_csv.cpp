@@ -20,7 +20,8 @@ void WriteTemplateCsv(const Animation& animation, std::ostream& out) {
   end_row();
   for (std::size_t f = 0; f < animation.frames.size(); ++f) {
     fmt::format_to(end, "{},{}", animation.frames[f], animation.times[f]);
-    for (std::size_t c = 0; c < animation.templates.size(); ++c) fmt::format_to(end, ",{}", animation.Weight(f, c));
+    for (std::size_t c = 0; c < animation.templates.size(); ++c)
+      fmt::format_to(end, ",{}", animation.Weight(f, c));
     end_row();
   }
 }

@@ -8,6 +8,7 @@
 #include <climits>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <iostream>
 #include <system_error>
@@ -29,23 +30,39 @@ extern "C" void RemoveAndEnd(int signal) {
   std::raise(signal);
 }
 
+[[noreturn]] void FailToWrite(const fs::path& path, int error) {
+  throw InputError(path.string(), "",
+                   "cannot be written: " +
+                       (error != 0 ? std::generic_category().message(error) : "writing broke off"),
+                   "choose another place with -o, or make room there");
+}
+
 /// A file to be filled, removed again unless it is renamed.
 class TemporaryFile {
 public:
-  explicit TemporaryFile(const fs::path& target)
-      : target_(target), path_(fmt::format("{}.{}.part", target.string(), getpid())) {
-    if (path_.native().size() >= sizeof path_in_work) Fail(ENAMETOOLONG);
+  /// `given` is the target as the user wrote it, for messages.
+  TemporaryFile(const fs::path& target, const fs::path& given)
+      : target_(target), given_(given), path_(fmt::format("{}.{}.part", target.string(), getpid())) {
+    if (path_.native().size() >= sizeof path_in_work) FailToWrite(given_, ENAMETOOLONG);
+    std::error_code no_former_file;
+    const fs::file_status former = fs::status(target_, no_former_file);
+    if (fs::exists(former) && access(target_.c_str(), W_OK) != 0) FailToWrite(given_, errno);
+
+    // Made anew, and not through a link that somebody has laid there.
+    unlink(path_.c_str());
+    const int descriptor = open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (descriptor < 0) FailToWrite(given_, errno);
+    close(descriptor);
     std::strcpy(path_in_work, path_.c_str());
     file_in_work = 1;
-    errno = 0;
-    stream_.open(path_, std::ios::binary | std::ios::trunc);
-    if (!stream_) Fail(errno);
+    stream_.open(path_, std::ios::binary);
+    std::error_code not_ours; // then it gets the usual ones
+    if (fs::exists(former)) fs::permissions(path_, former.permissions(), not_ours);
   }
   ~TemporaryFile() {
     if (!renamed_) {
       stream_.close();
-      std::error_code ignored;
-      fs::remove(path_, ignored);
+      unlink(path_.c_str());
     }
     file_in_work = 0;
   }
@@ -57,72 +74,78 @@ public:
   void Rename() {
     errno = 0;
     stream_.close();
-    if (!stream_) Fail(errno);
+    if (!stream_) FailToWrite(given_, errno);
     std::error_code error;
     fs::rename(path_, target_, error);
-    if (error) Fail(error.value());
+    if (error) FailToWrite(given_, error.value());
     renamed_ = true;
   }
 
 private:
-  [[noreturn]] void Fail(int error) const {
-    throw InputError(target_.string(), "",
-                     "cannot be written: " +
-                         (error != 0 ? std::generic_category().message(error) : "writing broke off"),
-                     "choose another place with -o, or make room there");
-  }
-
-  fs::path target_, path_;
+  fs::path target_, given_, path_;
   std::ofstream stream_;
   bool renamed_ = false;
 };
 
-/// Where the bytes really go: a link is followed, so that renaming does not replace it by a file.
+/// Where the bytes really go: a link is followed, also to a file that is not there yet, so that renaming does not
+/// replace the link.
 fs::path Target(const fs::path& path) {
+  constexpr int kMostLinks = 40;
+  fs::path target = path;
   std::error_code error;
-  const fs::path target = fs::weakly_canonical(path, error);
-  return error ? path : target;
+  for (int links = 0; fs::is_symlink(fs::symlink_status(target, error)); ++links) {
+    if (links == kMostLinks) FailToWrite(path, ELOOP);
+    target = target.parent_path() / fs::read_symlink(target, error);
+    if (error) FailToWrite(path, error.value());
+  }
+  return target;
 }
 
-bool IsPlain(const fs::path& target) {
+enum class Kind { File, Device, StandardOutput };
+
+/// What is written to; throws for a place that is none.
+Kind KindOf(const fs::path& path) {
+  if (path == "-") return Kind::StandardOutput;
   std::error_code error;
-  const fs::file_type type = fs::status(target, error).type();
-  return type == fs::file_type::regular || type == fs::file_type::not_found;
+  const fs::file_type type = fs::status(path, error).type();
+  if (type == fs::file_type::directory)
+    throw InputError(path.string(), "", "this is a folder", "name a file in it with -o");
+  if (type == fs::file_type::none) FailToWrite(path, error.value());
+  return type == fs::file_type::regular || type == fs::file_type::not_found ? Kind::File : Kind::Device;
 }
 
 } // namespace
 
 void RemoveTemporaryFileOnSignals() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, RemoveAndEnd);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    if (std::signal(signal, RemoveAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN); // writing past a quota then fails as on a full disk
 }
 
 void WriteWhole(const fs::path& path, const std::function<void(std::ostream&)>& write) {
-  if (path == "-") {
+  switch (KindOf(path)) {
+  case Kind::StandardOutput:
     write(std::cout);
     if (!std::cout.flush())
       throw InputError("standard output", "", "cannot be written", "check what reads it");
     return;
-  }
-  const fs::path target = Target(path);
-  if (fs::is_directory(target))
-    throw InputError(path.string(), "", "this is a folder", "name a file in it with -o");
-  if (!IsPlain(target)) {
-    std::ofstream stream(target, std::ios::binary);
+  case Kind::Device: {
+    errno = 0;
+    std::ofstream stream(path, std::ios::binary);
     write(stream);
-    if (!stream.flush())
-      throw InputError(path.string(), "", "cannot be written", "choose another place with -o");
+    if (!stream.flush()) FailToWrite(path, errno);
     return;
   }
-  TemporaryFile file(target);
-  write(file.Stream());
-  file.Rename();
+  case Kind::File: {
+    TemporaryFile file(Target(path), path);
+    write(file.Stream());
+    file.Rename();
+  }
+  }
 }
 
 void CheckWritable(const fs::path& path) {
-  if (path == "-" || (!fs::is_directory(path) && !IsPlain(Target(path)))) return;
-  if (fs::is_directory(path))
-    throw InputError(path.string(), "", "this is a folder", "name a file in it with -o");
-  TemporaryFile file(Target(path)); // and gone again
+  if (KindOf(path) == Kind::File) TemporaryFile(Target(path), path); // and gone again
 }
 
 } // namespace mien

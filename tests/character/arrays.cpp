@@ -1,5 +1,4 @@
 #include "mien/character/character_face.h"
-
 #include "tests/base/array_members.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,7 @@
+#include "mien/character/weighted_sum.h"
+
 #include "tests/character/characters.h"
 #include "tests/character/same_bits.h"
-
-// What is tested here is no part of the library's interface, and the shared library hides it: it is compiled once more.
-#include "mien/character/weighted_sum.cpp"
 
 #include <gtest/gtest.h>
 

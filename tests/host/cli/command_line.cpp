@@ -64,7 +64,9 @@ void Redirect(int stream, const std::string& place) {
   close(stream);
   if (place == "closed") return;
   const int file = open(place.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  if (file != stream) dup2(file, stream);
+  if (file == stream) return;
+  dup2(file, stream);
+  close(file); // it may have got the number of a stream that is to be closed
 }
 
 /// The writing end of a named pipe, as soon as somebody has opened it to read; -1 if nobody does.
