@@ -55,7 +55,7 @@ JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(fi
 }
 
 void JsonFile::Mistake(const Pointer& place, std::string_view what, std::string_view mend) {
-  mistakes_.push_back(InputError(file_, Printable(place.to_string()), what, mend).what());
+  mistakes_.emplace_back(InputError(file_, Printable(place.to_string()), what, mend).what());
 }
 
 void JsonFile::CheckKeys(const Pointer& place, const Json& object,

@@ -13,17 +13,16 @@ namespace mien {
 
 namespace {
 
-/// How many letters to change, add or drop to make one name of the other, the case of letters counting a
-/// tenth.
+/// How many letters to change, add or drop to make one name of the other, the case of letters counting a tenth.
 double EditDistance(const std::string& a, const std::string& b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
   std::vector<double> row(b.size() + 1);
   std::iota(row.begin(), row.end(), 0.0);
-  for (std::size_t i = 0; i < a.size(); ++i) {
+  for (const char in_a : a) {
     double diagonal = row[0];
     row[0] += 1;
     for (std::size_t j = 0; j < b.size(); ++j) {
-      const double change = a[i] == b[j] ? 0 : lower(a[i]) == lower(b[j]) ? 0.1 : 1;
+      const double change = in_a == b[j] ? 0 : lower(in_a) == lower(b[j]) ? 0.1 : 1;
       const double best = std::min({diagonal + change, row[j] + 1, row[j + 1] + 1});
       diagonal = row[j + 1];
       row[j + 1] = best;
@@ -69,7 +68,7 @@ void CheckMarkers(const Performer& performer, const Take& take) {
           performer.file, fmt::format("{}/{}", place, i),
           fmt::format("the take {} has no marker {}", Quoted(take.name), Quoted(names[i])),
           Mend(names[i], take));
-      mistakes.push_back(mistake.what());
+      mistakes.emplace_back(mistake.what());
     }
   };
   check("/head", performer.head);

@@ -73,7 +73,7 @@ private:
     if (!RequireObject(place, parts)) return;
     const VFace& face = *GetGlobalFace();
     std::vector<std::string_view> known;
-    for (const VFacePart& part : face.mParts) known.push_back(part.mName);
+    for (const VFacePart& part : face.mParts) known.emplace_back(part.mName);
     file_.CheckKeys(place, parts, known);
     for (const auto& [name, holders] : parts.items()) {
       const int p = face.PartIndexByName(name.c_str());
@@ -91,7 +91,7 @@ private:
     if (!RequireObject(place, holders)) return;
     const VFacePart& part = GetGlobalFace()->mParts[p];
     std::vector<std::string_view> known;
-    for (int h = 0; h < part.mHolderCount; ++h) known.push_back(part.mHolderNames[h]);
+    for (int h = 0; h < part.mHolderCount; ++h) known.emplace_back(part.mHolderNames[h]);
     file_.CheckKeys(place, holders, known);
     std::vector<std::string> in_part;
     for (const auto& [name, markers] : holders.items()) {

@@ -50,7 +50,8 @@ class VArrayTemplate {
   static_assert(Alignment <= 16, "what 64-bit heaps give without being asked");
 
 public:
-  VArrayTemplate() {} // not defaulted: the instantiations would then lack it
+  // Not defaulted: the exported instantiations would then lack it.
+  VArrayTemplate() {} // NOLINT(modernize-use-equals-default)
   /// Exact capacity; null for an empty source.
   VArrayTemplate(const VArrayTemplate& other) { CopyFrom(other); }
   ~VArrayTemplate() { Clear(); }

@@ -47,7 +47,7 @@ bool VCharacterFace::GetUniquePartName(const char* base, char* out) const {
 void VCharacterFace::ExpressionCreate() {
   auto state = std::make_unique<VCharacterFaceState>();
   if (mCharacterExpressionStates.Add(state.get()) < 0) throw std::bad_alloc();
-  state.release();
+  static_cast<void>(state.release());
   if (mCharacterExpressionValues.Add(0.0) < 0) throw std::bad_alloc();
   ++mCharacterExpressionCount;
 }

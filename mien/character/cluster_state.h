@@ -35,7 +35,7 @@ class MIEN_API VCharacterFaceClusterSetState {
 public:
   /// `count` fresh clusters; none where it is below 1.
   VCharacterFaceClusterSetState(int count);
-  VCharacterFaceClusterSetState() {}
+  VCharacterFaceClusterSetState() = default;
   VCharacterFaceClusterSetState(const VCharacterFaceClusterSetState&) = default;
   /// Forgets the clusters that it listed without destroying them.
   VCharacterFaceClusterSetState& operator=(const VCharacterFaceClusterSetState&) = default;

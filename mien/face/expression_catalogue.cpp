@@ -46,6 +46,6 @@ int VFace::CreateExpression(const char* name) {
     mExpressions.Empty();
   }
   if (mExpressions.Add(expression.get()) < 0) throw std::bad_alloc();
-  expression.release();
+  static_cast<void>(expression.release());
   return count;
 }
