@@ -37,6 +37,13 @@ awk -v blocks="$scratch/blocks" '
   END { if (out != "" || other) { print FILENAME ": a fence is never closed" > "/dev/stderr"; exit 1 } }
 ' "$file"
 
+# A block ends at the first command that fails in any place of a pipe, unless it was only cut short, as by `head`.
+# shellcheck disable=SC2016
+strict='set -Euo pipefail
+trap '\''for s in "${PIPESTATUS[@]}"; do [[ $s == 0 || $s == 141 ]] || exit "$s"; done'\'' ERR
+set -x
+source "$1"'
+
 commands=0 programs=0 fragments=0
 cd "$scratch/work"
 shopt -s nullglob
@@ -46,7 +53,7 @@ while read -r block; do
   echo "--- $file:$((10#$line))"
   if [[ $block == *.sh ]]; then
     commands=$((commands + 1))
-    bash -euo pipefail -x "$block" </dev/null
+    bash -c "$strict" bash "$block" </dev/null
   else
     name=$(<"${block%.cpp}.name")
     cp "$block" "$name"

@@ -1,56 +1,11 @@
-// What the face does where memory runs out. This executable's operator new, which the library uses too, fails
-// when a test asks it to.
+// What the face does where memory runs out.
 
 #include "mien/face/face.h"
+#include "tests/failing_heap.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-int blocks = 0;          // allocated and not yet freed
-int grants_left = -1;    // until an allocation fails; negative: none does
-bool has_failed = false; // and only one does
-
-} // namespace
-
-void* operator new(std::size_t bytes) {
-  if (grants_left == 0 && !has_failed) {
-    has_failed = true;
-    throw std::bad_alloc();
-  }
-  if (grants_left > 0) --grants_left;
-  void* const block = std::malloc(bytes);
-  if (!block) throw std::bad_alloc();
-  ++blocks;
-  return block;
-}
-
-void operator delete(void* block) noexcept {
-  if (block) --blocks;
-  std::free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
-
-namespace {
-
-/// Whether `action` ends in an out-of-memory exception if its allocation number `failing` (from 0) fails.
-template <class Action>
-bool RunsOutOfMemory(int failing, Action action) {
-  grants_left = failing;
-  has_failed = false;
-  bool thrown = false;
-  try {
-    action();
-  } catch (const std::bad_alloc&) { thrown = true; }
-  grants_left = -1;
-  return thrown;
-}
-
-} // namespace
+using tests::blocks, tests::RunsOutOfMemory;
 
 TEST(FaceOutOfMemory, ConstructionThrowsAndReleasesWhatItHas) {
   int failing = 0;
