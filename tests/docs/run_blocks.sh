@@ -12,9 +12,9 @@ set -euo pipefail
 
 file=$1 source=$2 scratch=$3
 rm -rf "$scratch"
-mkdir -p "$scratch/blocks" "$scratch/work"
+mkdir -p "$scratch/blocks" "$scratch/tree"
 for entry in "$source"/*; do
-  [[ $entry == */build ]] || ln -s "$entry" "$scratch/work/"
+  [[ $entry == */build ]] || ln -s "$entry" "$scratch/tree/"
 done
 export MIEN_TEST_RUNNING=1 # a block that says scripts/test is satisfied by the run that it is part of
 
@@ -42,10 +42,11 @@ awk -v blocks="$scratch/blocks" '
 strict='set -Euo pipefail
 trap '\''for s in "${PIPESTATUS[@]}"; do [[ $s == 0 || $s == 141 ]] || exit "$s"; done'\'' ERR
 set -x
-source "$1"'
+source "$1"
+exit 0'
 
 commands=0 programs=0 fragments=0
-cd "$scratch/work"
+cd "$scratch/tree"
 shopt -s nullglob
 for block in "$scratch"/blocks/*.sh "$scratch"/blocks/*.cpp; do echo "$block"; done | sort >"$scratch/order"
 while read -r block; do
