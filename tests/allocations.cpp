@@ -56,7 +56,8 @@ namespace {
 
 #else
 
-// glibc's own allocator under the names that survive the replacement.
+// glibc's own allocator under the names that survive the replacement. Visible, so that shared libraries call it too.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -91,6 +92,7 @@ void* operator new(std::size_t size) {
 }
 void operator delete(void* block) noexcept { __libc_free(block); }
 void operator delete(void* block, std::size_t) noexcept { __libc_free(block); }
+#pragma GCC visibility pop
 
 #endif
 

@@ -30,7 +30,9 @@ public:
   Process& operator=(const Process&) = delete;
 
   pid_t Id() const { return id_; }
-  void Send(int signal) const { kill(id_, signal); }
+  void Send(int signal) const {
+    if (id_ > 0) kill(id_, signal); // -1 would be every process there is
+  }
 
   ProcessEnd Wait() {
     ProcessEnd end;
