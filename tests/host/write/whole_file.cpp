@@ -2,6 +2,7 @@
 
 #include "host/read_file.h"
 #include "tests/host/input_error.h"
+#include "tests/host/ordinary_user.h"
 #include "tests/host/process.h"
 #include "tests/host/temporary_folder.h"
 
@@ -168,7 +169,8 @@ TEST_F(WholeFile, AFolderWithoutPermissionIsRefused) {
   const fs::path closed = folder_ / "closed";
   fs::create_directory(closed);
   fs::permissions(closed, fs::perms::owner_read | fs::perms::owner_exec);
-  if (access(closed.c_str(), W_OK) == 0) GTEST_SKIP() << "this user may write everywhere";
+  const OrdinaryUser user;
+  ASSERT_TRUE(user.IsOrdinary());
   EXPECT_EQ(WriteError(closed / "w.csv"),
             (closed / "w.csv").string() +
                 ": cannot be written: Permission denied; choose another place with -o, or make room there");
