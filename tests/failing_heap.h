@@ -27,16 +27,21 @@ bool RunsOutOfMemory(int failing, Action action) {
 
 } // namespace tests
 
-void* operator new(std::size_t bytes) {
+void* operator new(std::size_t bytes, std::align_val_t alignment) {
   if (tests::grants_left == 0 && !tests::has_failed) {
     tests::has_failed = true;
     throw std::bad_alloc();
   }
   if (tests::grants_left > 0) --tests::grants_left;
-  void* const block = std::malloc(bytes);
+  const auto unit = static_cast<std::size_t>(alignment);
+  void* const block = std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit);
   if (!block) throw std::bad_alloc();
   ++tests::blocks;
   return block;
+}
+
+void* operator new(std::size_t bytes) {
+  return operator new (bytes, std::align_val_t{__STDCPP_DEFAULT_NEW_ALIGNMENT__});
 }
 
 void operator delete(void* block) noexcept {
@@ -45,3 +50,5 @@ void operator delete(void* block) noexcept {
 }
 
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+void operator delete(void* block, std::align_val_t) noexcept { operator delete(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { operator delete(block); }

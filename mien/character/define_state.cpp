@@ -1,6 +1,8 @@
 #include "mien/character/character_face.h"
 #include "mien/face/face.h"
 
+#include <bit>
+#include <cstdint>
 #include <memory>
 #include <new>
 
@@ -33,9 +35,13 @@ void VCharacterFace::ClearDefineState() {
 
 bool VCharacterFace::IsExpressionUsed(int expression) const {
   if (expression < 0 || expression >= GetGlobalFace()->mExpressions.GetCount()) return false;
-  for (int p = 0; p < mParts.GetCount(); ++p)
-    for (int s = 0; s < mParts[p]->mShapes.GetCount(); ++s)
-      if (mExpressionStates[expression]->mWeights[p][s] != 0) return true; // so a NaN counts
+  for (int p = 0; p < mParts.GetCount(); ++p) {
+    const double* const weights = mExpressionStates[expression]->mWeights[p];
+    std::uint64_t bits = 0; // of all weights of the part at once: a loop that goes to the end is vectorised
+    for (int s = 0, shapes = mParts[p]->mShapes.GetCount(); s < shapes; ++s)
+      bits |= std::bit_cast<std::uint64_t>(weights[s]);
+    if (bits << 1 != 0) return true; // the sign alone makes no difference from 0; a NaN has more bits than that
+  }
   return false;
 }
 

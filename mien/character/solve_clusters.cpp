@@ -6,6 +6,23 @@
 
 using namespace mien::detail;
 
+namespace {
+
+/// Whether the offset from one such transform to another is finite: not near what overflows, and of positive scalings.
+bool IsModerate(const VCharacterFaceClusterState& cluster) {
+  constexpr double kLarge = 1e100;
+  const auto below = [](double x) { return std::abs(x) < kLarge; }; // so a NaN is not
+  const auto between = [](double x) { return x > 1 / kLarge && x < kLarge; };
+  bool moderate = true;
+  for (int column = 0; column < 3; ++column)
+    for (int row = 0; row < 3; ++row) moderate &= below(cluster.mLocalR.m[column][row]);
+  const VgeTVector& t = cluster.mLocalT;
+  const VgeSVector& s = cluster.mLocalS;
+  return moderate && below(t.x) && below(t.y) && below(t.z) && between(s.x) && between(s.y) && between(s.z);
+}
+
+} // namespace
+
 void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* sets,
                                             const VCharacterFaceState& state) const {
   for (int p = 0; p < mParts.GetCount(); ++p)
@@ -23,6 +40,7 @@ void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* set,
 
   for (int c = 0; c < set->mClusters.GetCount(); ++c) {
     const VCharacterFaceClusterState& rest = *definition.mRestClusters.mClusters[c];
+    const bool rest_is_moderate = IsModerate(rest);
     const VgeRMatrix from_rest = Transposed(rest.mLocalR);
     VgeTVector translation = {0, 0, 0};
     VgeRVector angles;
@@ -31,6 +49,8 @@ void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* set,
       if (!definition.mShapes[s]->mDrivesClusters) continue;
       const double w = weights[s];
       const VCharacterFaceClusterState& target = *definition.mShapeClusters[s]->mClusters[c];
+      // 0 times a finite offset: adding it to sums that start from 0.0 changes nothing.
+      if (w == 0 && rest_is_moderate && IsModerate(target)) continue;
 
       translation.x += w * (target.mLocalT.x - rest.mLocalT.x);
       translation.y += w * (target.mLocalT.y - rest.mLocalT.y);

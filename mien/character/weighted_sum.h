@@ -6,9 +6,9 @@
 
 namespace mien::detail {
 
-/// sum[s] += rows[0][s] * weights[0], then rows[1][s] * weights[1], and so on up to `count`, for each s below
+/// sum[s] = 0.0 + rows[0][s] * weights[0] + rows[1][s] * weights[1] and so on up to `count`, for each s below
 /// `columns`. Each sum is added in that order and rounded after each step, however wide the processor's vectors are:
-/// they run across the columns. `sum` must not overlap a row.
+/// they run across the columns. It never becomes -0.0. `sum` must not overlap a row.
 using WeightedSum = void(double* sum, int columns, const double* const* rows, const double* weights,
                          int count);
 
@@ -16,6 +16,6 @@ using WeightedSum = void(double* sum, int columns, const double* const* rows, co
 std::span<WeightedSum* const> WeightedSums();
 
 /// By the widest of them.
-WeightedSum AddWeightedRows;
+WeightedSum SumWeightedRows;
 
 } // namespace mien::detail

@@ -318,6 +318,30 @@ TEST(ClusterSolve, ScalingsWithoutALogarithmPropagateUnchecked) {
   EXPECT_TRUE(std::isnan(rig.Out().mLocalS.x));
 }
 
+// 0 times infinity is not a number: such a shape is not left out as others at weight 0 could be.
+TEST(ClusterSolve, ShapeAtWeightZeroStillPassesOnAnOffsetThatIsNotFinite) {
+  for (const double weight : {0.0, -0.0}) {
+    const auto Solved = [weight](auto spoil) {
+      Rig rig(1, 1);
+      rig.state.mWeights[0][0] = weight;
+      spoil(rig);
+      rig.Solve();
+      return rig.Out();
+    };
+    EXPECT_TRUE(std::isnan(Solved([](Rig& rig) { rig.Target(0).mLocalT.y = kInfinity; }).mLocalT.y));
+    EXPECT_TRUE(std::isnan(Solved([](Rig& rig) {
+                             rig.Target(0).mLocalT.z = 1.7e308;
+                             rig.Rest().mLocalT.z = -1.7e308; // finite, but not their difference
+                           }).mLocalT.z));
+    EXPECT_TRUE(std::isnan(Solved([](Rig& rig) { rig.Target(0).mLocalR.m[1][0] = kNaN; }).mLocalR.m[0][0]));
+    EXPECT_TRUE(std::isnan(Solved([](Rig& rig) { rig.Target(0).mLocalS.x = 0; }).mLocalS.x));
+    EXPECT_TRUE(std::isnan(Solved([](Rig& rig) {
+                             rig.Target(0).mLocalS.z = 1e300;
+                             rig.Rest().mLocalS.z = 1e-300; // likewise their ratio
+                           }).mLocalS.z));
+  }
+}
+
 TEST(ClusterSolve, ShapesThatDriveNoClustersContributeNothing) {
   Rig rig(3, 1);
   Random random(5);
