@@ -39,18 +39,27 @@ void Table::Finalize() {
   const auto print = [](std::optional<double> value, int decimals) {
     value ? std::printf(" %10.*f |", decimals, *value) : std::printf(" %10s |", "-");
   };
-  std::printf("| %-24s | %10s | %10s | %10s | %10s |\n", "operation", "mien ns", "Eigen ns", "mien/Eigen",
-              "floor ns");
-  std::printf("|--------------------------|-----------:|-----------:|-----------:|-----------:|\n");
+  std::printf("| %-28s |", "operation");
+  for (const char* heading : {"mien ns", "Eigen ns", "native ns", "BLAS ns", "mien/best", "floor ns"})
+    std::printf(" %10s |", heading);
+  std::printf("\n|------------------------------|");
+  for (int column = 0; column < 6; ++column) std::printf("-----------:|");
+  std::printf("\n");
+
   std::set<std::string> printed;
   for (const auto& [index, name] : names_) {
     const std::string operation = name.substr(0, name.rfind('/'));
     if (!printed.insert(operation).second) continue;
-    const auto mien = median(operation + "/mien"), eigen = median(operation + "/eigen");
-    std::printf("| %-24s |", operation.c_str());
+    std::printf("| %-28s |", operation.c_str());
+    const auto mien = median(operation + "/mien");
     print(mien, 1);
-    print(eigen, 1);
-    print(mien && eigen ? std::optional(*mien / *eigen) : std::nullopt, 2);
+    std::optional<double> best;
+    for (const char* peer : {"/eigen", "/native", "/blas"}) {
+      const auto time = median(operation + peer);
+      print(time, 1);
+      if (time && (!best || *time < *best)) best = time;
+    }
+    print(mien && best ? std::optional(*mien / *best) : std::nullopt, 2);
     print(median(operation + "/floor"), 1);
     std::printf("\n");
   }

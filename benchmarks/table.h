@@ -10,7 +10,8 @@
 namespace benchmarks {
 
 /// Prints, once all runs are done, a line per operation: the medians over the repetitions of its benchmarks
-/// "operation/mien", "operation/eigen" and "operation/floor", and what the first two make of each other.
+/// "operation/mien", those of its peers, "operation/eigen", "operation/native" (Eigen for this very processor) and
+/// "operation/blas", how many times as long as the fastest of them the library takes, and "operation/floor".
 class Table : public benchmark::BenchmarkReporter {
 public:
   bool ReportContext(const Context& context) override;

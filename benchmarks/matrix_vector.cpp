@@ -1,0 +1,11 @@
+#include "benchmarks/matrix_vector.h"
+
+#include <Eigen/Dense>
+
+void benchmarks::MATRIX_VECTOR(double* result, const double* matrix, int rows, int columns, int stride,
+                               const double* vector) {
+  using Stride = Eigen::OuterStride<>;
+  const Eigen::Map<const Eigen::MatrixXd, Eigen::Unaligned, Stride> m(matrix, rows, columns, Stride(stride));
+  Eigen::Map<Eigen::VectorXd>(result, rows).noalias() =
+      m * Eigen::Map<const Eigen::VectorXd>(vector, columns);
+}
