@@ -20,42 +20,88 @@ std::string PlaceIn(std::string_view text, std::size_t at) {
   return fmt::format("{}:{}", line, before.size() - line_start + 1);
 }
 
+/// Where a number stands that is no part of a quoted text.
+std::size_t FindNumber(std::string_view text, std::string_view number) {
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (!quoted && text.substr(i).starts_with(number)) return i;
+    if (quoted && text[i] == '\\')
+      ++i; // and what it escapes
+    else if (text[i] == '"')
+      quoted = !quoted;
+  }
+  return text.size();
+}
+
+/// An object or array that the parser is in, and where in it.
+struct OpenContainer {
+  bool is_array;
+  std::size_t index;
+  std::string key;
+  std::set<std::string> keys; // so far
+};
+
+JsonFile::Pointer PointerTo(const std::vector<OpenContainer>& open) {
+  JsonFile::Pointer place;
+  for (const OpenContainer& container : open)
+    if (container.is_array)
+      place /= container.index;
+    else
+      place /= container.key;
+  return place;
+}
+
 } // namespace
 
 JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(file)) {
   // The parser keeps the last of two equal keys without a word.
-  std::vector<std::set<std::string>> keys_of_open_objects;
+  std::vector<OpenContainer> open;
   const auto note_equal_keys = [&](int, Json::parse_event_t event, Json& parsed) {
-    if (event == Json::parse_event_t::object_start) keys_of_open_objects.emplace_back();
-    if (event == Json::parse_event_t::object_end) keys_of_open_objects.pop_back();
-    if (event == Json::parse_event_t::key &&
-        !keys_of_open_objects.back().insert(parsed.get<std::string>()).second)
-      mistakes_.push_back(fmt::format("{}: the key {} is in one object twice; keep one of them", file_,
-                                      Quoted(parsed.get<std::string>())));
+    using Event = Json::parse_event_t;
+    if (event == Event::key) {
+      OpenContainer& object = open.back();
+      object.key = parsed.get<std::string>();
+      if (!object.keys.insert(object.key).second)
+        Mistake(PointerTo(open), "this key is in the object twice", "keep one of them");
+      return true;
+    }
+    if (event == Event::object_end || event == Event::array_end) open.pop_back();
+    if (event == Event::object_start || event == Event::array_start)
+      open.push_back({.is_array = event == Event::array_start, .index = 0, .key = {}, .keys = {}});
+    else if (!open.empty())
+      ++open.back().index; // a value has ended
     return true;
   };
   try {
     root_ = Json::parse(text.begin(), text.end(), note_equal_keys);
   } catch (const Json::parse_error& error) {
-    const std::size_t at = std::min(error.byte > 0 ? error.byte - 1 : 0, text.size());
-    const std::string_view before = text.substr(0, at);
-    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-    const std::size_t line_start = before.rfind('\n') + 1; // npos + 1 is 0
-    throw InputError(file_, fmt::format("{}:{}", line, at - line_start + 1), "this is not JSON from here on",
+    throw InputError(file_, PlaceIn(text, error.byte > 0 ? error.byte - 1 : 0),
+                     "this is not JSON from here on",
                      "look for a missing comma, quote or bracket just before");
   } catch (const Json::out_of_range& error) {
     // It quotes the number and does not say where it stands.
     const std::string_view what = error.what();
     const std::size_t quote = what.find('\'');
     const std::string_view number = what.substr(quote + 1, what.rfind('\'') - quote - 1);
-    throw InputError(file_, PlaceIn(text, text.find(number)),
+    throw InputError(file_, PlaceIn(text, FindNumber(text, number)),
                      fmt::format("the number {} is beyond what a double holds", Quoted(number)),
                      "write a smaller one");
   }
 }
 
 void JsonFile::Mistake(const Pointer& place, std::string_view what, std::string_view mend) {
-  mistakes_.emplace_back(InputError(file_, Printable(place.to_string()), what, mend).what());
+  constexpr std::size_t kLongest = 300; // bytes, for files that nest without end
+  std::string pointer = Printable(place.to_string());
+  if (pointer.size() > kLongest) { // where it begins and ends is of use
+    const auto splits_character = [&](std::size_t at) {
+      return (static_cast<unsigned char>(pointer[at]) & 0xC0) == 0x80; // a later byte of UTF-8
+    };
+    std::size_t from = kLongest / 2, to = pointer.size() - kLongest / 2;
+    while (splits_character(from)) --from;
+    while (to < pointer.size() && splits_character(to)) ++to;
+    pointer.replace(from, to - from, "...");
+  }
+  mistakes_.emplace_back(InputError(file_, pointer, what, mend).what());
 }
 
 void JsonFile::CheckKeys(const Pointer& place, const Json& object,
@@ -64,6 +110,56 @@ void JsonFile::CheckKeys(const Pointer& place, const Json& object,
     if (std::find(known.begin(), known.end(), key) == known.end())
       Mistake(place / key, "nothing is known by this name",
               fmt::format("use one of: {}", fmt::join(known, ", ")));
+}
+
+bool JsonFile::RequireObject(const Pointer& place, const Json& json) {
+  if (!json.is_object()) Mistake(place, "this is not an object", "write { ... }");
+  return json.is_object();
+}
+
+std::string JsonFile::ReadHeading(std::string_view format, std::string_view what) {
+  const Pointer here;
+  if (!root_.is_object()) {
+    Mistake(here, fmt::format("a {} is an object", what), "begin with {");
+    ThrowMistakes();
+  }
+  if (!root_.contains("format") || root_["format"] != format)
+    Mistake(here / "format", fmt::format("this is not known as a {} of this version", what),
+            fmt::format("write \"format\": \"{}\"", format));
+  if (root_.contains("name") && root_["name"].is_string() && !root_["name"].get<std::string>().empty())
+    return root_["name"].get<std::string>();
+  Mistake(here / "name", fmt::format("the {} has no name", what), "write \"name\": \"...\"");
+  return {};
+}
+
+std::vector<std::string> JsonFile::ReadNames(const Pointer& place, const Json& names, std::string_view what) {
+  std::vector<std::string> read;
+  if (!names.is_array()) {
+    Mistake(place, fmt::format("this is not a list of {} names", what), "write [\"NAME\", ...]");
+    return read;
+  }
+  std::set<std::string_view> known;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!names[i].is_string()) {
+      Mistake(place / i, fmt::format("this is not a {} name", what), "write it in quotes");
+      continue;
+    }
+    const auto& name = names[i].get_ref<const std::string&>();
+    if (!CheckName(place / i, name, what)) continue;
+    if (known.insert(name).second)
+      read.push_back(name);
+    else
+      Mistake(place / i, fmt::format("the {} {} is in the list already", what, Quoted(name)), "name it once");
+  }
+  return read;
+}
+
+bool JsonFile::CheckName(const Pointer& place, const std::string& name, std::string_view what) {
+  const bool fits = !name.empty() && name.size() <= 255;
+  if (!fits) Mistake(place, fmt::format("the {} name has {} bytes", what, name.size()), "use 1 to 255");
+  const bool is_text = name.find('\0') == std::string::npos;
+  if (!is_text) Mistake(place, fmt::format("the {} name has a zero byte", what), "use letters and digits");
+  return fits && is_text;
 }
 
 void JsonFile::ThrowMistakes() const {

@@ -36,21 +36,10 @@ public:
   }
 
   Performer Read() {
+    performer_.name = file_.ReadHeading(kFormat, "performer");
     const Json& root = file_.Root();
     const Pointer here;
-    if (!root.is_object()) {
-      file_.Mistake(here, "a performer is an object", "begin with {");
-      file_.ThrowMistakes();
-    }
     file_.CheckKeys(here, root, {"format", "name", "head", "parts", "neutral"});
-    if (!root.contains("format") || root["format"] != kFormat)
-      file_.Mistake(here / "format", "this is not known as a performer of this version",
-                    fmt::format("write \"format\": \"{}\"", kFormat));
-    if (!root.contains("name") || !root["name"].is_string() || root["name"].get<std::string>().empty())
-      file_.Mistake(here / "name", "the performer has no name", "write \"name\": \"...\"");
-    else
-      performer_.name = root["name"].get<std::string>();
-
     if (root.contains("head")) ReadHead(here / "head", root["head"]);
     if (!root.contains("parts"))
       file_.Mistake(here / "parts", "no part has markers", "write \"parts\": { \"Mouth\": { ... } }");
@@ -63,14 +52,14 @@ public:
 
 private:
   void ReadHead(const Pointer& place, const Json& head) {
-    performer_.head = ReadNames(place, head);
+    performer_.head = file_.ReadNames(place, head, "marker");
     if (performer_.head.size() > Performer::kMostHeadMarkers)
       file_.Mistake(place, fmt::format("{} head markers", performer_.head.size()),
                     fmt::format("name the {} that move least with expression", Performer::kMostHeadMarkers));
   }
 
   void ReadParts(const Pointer& place, const Json& parts) {
-    if (!RequireObject(place, parts)) return;
+    if (!file_.RequireObject(place, parts)) return;
     const VFace& face = *GetGlobalFace();
     std::vector<std::string_view> known;
     for (const VFacePart& part : face.mParts) known.emplace_back(part.mName);
@@ -88,7 +77,7 @@ private:
   }
 
   void ReadHolders(const Pointer& place, const Json& holders, int p) {
-    if (!RequireObject(place, holders)) return;
+    if (!file_.RequireObject(place, holders)) return;
     const VFacePart& part = GetGlobalFace()->mParts[p];
     std::vector<std::string_view> known;
     for (int h = 0; h < part.mHolderCount; ++h) known.emplace_back(part.mHolderNames[h]);
@@ -97,7 +86,7 @@ private:
     for (const auto& [name, markers] : holders.items()) {
       const int h = part.HolderIndexByName(name.c_str());
       if (h < 0) continue;
-      const std::vector<std::string> names = ReadNames(place / name, markers);
+      const std::vector<std::string> names = file_.ReadNames(place / name, markers, "marker");
       for (const std::string& marker : names)
         if (std::find(in_part.begin(), in_part.end(), marker) != in_part.end())
           file_.Mistake(
@@ -110,7 +99,7 @@ private:
   }
 
   void ReadNeutral(const Pointer& place, const Json& neutral) {
-    if (!RequireObject(place, neutral)) return;
+    if (!file_.RequireObject(place, neutral)) return;
     file_.CheckKeys(place, neutral, {"frames", "positions"});
     if (neutral.contains("frames") == neutral.contains("positions")) {
       file_.Mistake(place, "the neutral pose is given in no way, or in two",
@@ -133,7 +122,7 @@ private:
   }
 
   void ReadPositions(const Pointer& place, const Json& positions) {
-    if (!RequireObject(place, positions)) return;
+    if (!file_.RequireObject(place, positions)) return;
     NeutralPose pose;
     for (const auto& [marker, position] : positions.items()) {
       const bool three_numbers = position.is_array() && position.size() == 3 &&
@@ -146,32 +135,6 @@ private:
         pose[marker] = {position[0].get<double>(), position[1].get<double>(), position[2].get<double>()};
     }
     performer_.neutral = std::move(pose);
-  }
-
-  /// A list of marker names without repetition.
-  std::vector<std::string> ReadNames(const Pointer& place, const Json& names) {
-    std::vector<std::string> read;
-    if (!names.is_array()) {
-      file_.Mistake(place, "this is not a list of marker names", "write [\"NAME\", ...]");
-      return read;
-    }
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      if (!names[i].is_string())
-        file_.Mistake(place / i, "this is not a marker name", "write it in quotes");
-      else if (const auto name = names[i].get<std::string>(); name.empty() || name.size() > 255)
-        file_.Mistake(place / i, fmt::format("the marker name has {} bytes", name.size()), "use 1 to 255");
-      else if (std::find(read.begin(), read.end(), name) != read.end())
-        file_.Mistake(place / i, fmt::format("the marker {} is in the list already", Quoted(name)),
-                      "name it once");
-      else
-        read.push_back(name);
-    }
-    return read;
-  }
-
-  bool RequireObject(const Pointer& place, const Json& json) {
-    if (!json.is_object()) file_.Mistake(place, "this is not an object", "write { ... }");
-    return json.is_object();
   }
 
   JsonFile file_;
