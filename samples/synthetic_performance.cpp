@@ -3,10 +3,12 @@
 
 #include "samples/synthetic_performance.h"
 
+#include "host/character/character_file.h"
 #include "host/performer/performer_file.h"
 #include "host/takes/landmark_csv.h"
 #include "host/takes/marker_csv.h"
-#include "host/write/template_csv.h"
+#include "host/write/animation_glb.h"
+#include "host/write/weight_csv.h"
 #include "mien/face/face.h"
 
 #include <cmath>
@@ -436,7 +438,9 @@ Performer MarkerPerformer() {
 }
 
 std::map<std::string, std::string> SampleFiles() {
+  const Character arkit52 = FindCharacter("arkit52");
   return {
+      {"head.glb", Text([&](std::ostream& out) { WriteFace(&arkit52, out); })},
       {"known_weights.csv", Text([](std::ostream& out) { WriteTemplateCsv(KnownWeights(), out); })},
       {"landmarks.csv", Text([](std::ostream& out) { WriteLandmarkCsv(FilmLandmarks(), out); })},
       {"markers.csv", Text([](std::ostream& out) { WriteMarkerCsv(FilmMarkers(), out); })},

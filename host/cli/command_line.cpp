@@ -31,19 +31,21 @@ int Fail(std::string_view messages, int exit_code) {
 
 int RunCommandLine(int argc, const char* const* argv) {
   RemoveTemporaryFileOnSignals();
-  CLI::App app("Solves a recorded face, markers or landmarks, into template weights.", "mien");
+  CLI::App app("Solves a recorded face, markers or landmarks, into a character's animation.", "mien");
   app.set_version_flag("--version", "mien " MIEN_VERSION);
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_help_all_flag("--help-all", "Print the help of every command and exit");
-  app.footer("Example: mien solve take.csv --performer landmarks68 -o weights.csv\n"
+  app.footer("Example: mien solve take.csv --performer landmarks68 --character arkit52 -o shapes.csv\n"
              "Each command has a help of its own: mien solve --help");
   AddInfoCommand(app);
   AddSolveCommand(app);
   AddPerformerCommand(app);
+  AddCharacterCommand(app);
 
   try {
     app.parse(argc, argv);
-    if (app.get_subcommands().empty()) throw CLI::RequiredError("a subcommand (info, solve or performer)");
+    if (app.get_subcommands().empty())
+      throw CLI::RequiredError("a subcommand (info, solve, performer or character)");
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
   } catch (const CLI::ParseError& error) {

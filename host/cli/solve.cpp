@@ -1,18 +1,28 @@
+#include "host/character/character_file.h"
 #include "host/cli/commands.h"
 #include "host/cli/neutral_option.h"
 #include "host/cli/progress.h"
 #include "host/cli/report.h"
+#include "host/error.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
+#include "host/read_file.h"
+#include "host/solve/solve_character.h"
 #include "host/solve/solve_take.h"
 #include "host/takes/read_take.h"
-#include "host/write/template_csv.h"
+#include "host/write/animation_glb.h"
+#include "host/write/animation_json.h"
+#include "host/write/livelink_csv.h"
+#include "host/write/weight_csv.h"
 #include "host/write/whole_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -21,14 +31,59 @@ namespace mien {
 
 namespace {
 
+enum class Format { TemplateCsv, ShapeCsv, LiveLinkCsv, Json, Glb };
+
 struct Options {
-  std::string take, performer, output;
+  std::string take, performer, character, output, csv_style, onto, head;
+  std::vector<std::string> expressions;
   std::optional<FrameRange> neutral;
+  bool templates = false;
   bool quiet = false;
 };
 
-void ReportOn(const Take& take, const Performer& performer, const Neutral& neutral,
-              const FaceSolver::Report& report) {
+[[noreturn]] void Refuse(const char* option, const std::string& why) {
+  throw CLI::ValidationError(option, why);
+}
+
+/// What is to be written, by the output's ending and the options, which have to fit it.
+Format FormatOf(const Options& options) {
+  std::string ending = std::filesystem::path(options.output).extension().string();
+  std::transform(ending.begin(), ending.end(), ending.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  const bool is_csv = options.output == "-" || options.output.starts_with("/dev/") || ending == ".csv";
+  if (!is_csv && ending != ".json" && ending != ".glb")
+    Refuse("--output", fmt::format("\"{}\" does not end in .csv, .json or .glb, which say what to write",
+                                   options.output));
+  if (!is_csv && !options.csv_style.empty()) Refuse("--csv-style", "this is for .csv");
+  if (!is_csv && options.templates) Refuse("--templates", "this is for .csv");
+  if (ending != ".glb" && !options.onto.empty()) Refuse("--onto", "this is for .glb");
+  if (options.onto.empty() && !options.head.empty()) Refuse("--head", "this is for --onto");
+  if (ending == ".glb") return Format::Glb;
+  if (ending == ".json") return Format::Json;
+  const bool livelink = options.csv_style == "livelink";
+  if (livelink && options.templates) Refuse("--templates", "--csv-style livelink has the 52 shapes only");
+  if (livelink) return Format::LiveLinkCsv;
+  return options.templates || options.character.empty() ? Format::TemplateCsv : Format::ShapeCsv;
+}
+
+ExpressionWeights ParseExpressions(const Options& options) {
+  ExpressionWeights weights;
+  for (const std::string& text : options.expressions) {
+    const std::size_t equals = text.rfind('=');
+    const char* const end = text.data() + text.size();
+    double weight = 0;
+    const auto [parsed, error] =
+        std::from_chars(text.data() + std::min(equals + 1, text.size()), end, weight);
+    if (equals == std::string::npos || equals == 0 || error != std::errc() || parsed != end ||
+        !std::isfinite(weight))
+      Refuse("--expression", fmt::format("\"{}\" is not NAME=WEIGHT", text));
+    weights.emplace_back(text.substr(0, equals), weight);
+  }
+  return weights;
+}
+
+void ReportOnSolve(const Take& take, const Performer& performer, const Neutral& neutral,
+                   const FaceSolver::Report& report) {
   ReportLine("take", fmt::format("{}: {} frames at {:.6g} Hz, {} markers", take.name, take.FrameCount(),
                                  take.rate_hz, take.MarkerCount()));
   for (const std::string& note : take.notes) ReportLine("", note);
@@ -63,16 +118,96 @@ void ReportOn(const Take& take, const Performer& performer, const Neutral& neutr
     ReportLine("at rest", fmt::format("{} (no markers)", fmt::join(report.resting_parts, ", ")));
 }
 
+/// A few of many names.
+std::string Some(const std::vector<std::string>& names) {
+  constexpr std::size_t kShown = 10;
+  const auto end = names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), kShown));
+  std::string text = fmt::format("{}", fmt::join(names.begin(), end, ", "));
+  if (names.size() > kShown) text += fmt::format(" and {} more", names.size() - kShown);
+  return text;
+}
+
+std::vector<std::string> Told(const HeadReport& head, const Animation& animation) {
+  std::vector<std::string> told = {fmt::format("{} morph targets on {} nodes, {} clusters",
+                                               head.driven_targets, head.driven_nodes, head.driven_clusters)};
+  // Of shapes that stay 0 nobody misses the target.
+  std::vector<std::string> missing;
+  for (const std::string& shape : head.shapes_without_target) {
+    const auto s = static_cast<std::size_t>(
+        std::find(animation.shapes.begin(), animation.shapes.end(), shape) - animation.shapes.begin());
+    bool moves = s == animation.shapes.size(); // a template
+    for (std::size_t f = 0; f < animation.frames.size() && !moves; ++f)
+      moves = animation.ShapeWeight(f, s) != 0;
+    if (moves) missing.push_back(shape);
+  }
+  if (!missing.empty()) told.push_back("no morph target for " + Some(missing));
+  if (!head.targets_without_shape.empty())
+    told.push_back("nothing moves the morph targets " + Some(head.targets_without_shape));
+  if (!head.clusters_without_node.empty())
+    told.push_back("no node for the clusters " + Some(head.clusters_without_node));
+  told.insert(told.end(), head.notes.begin(), head.notes.end());
+  return told;
+}
+
+/// Writes the animation and answers what the user should hear about it: what was written, then notes.
+std::vector<std::string> Write(const Options& options, Format format, const Animation& animation,
+                               const std::optional<Character>& character, std::optional<Glb> head) {
+  const auto to_file = [&](const auto& write) { WriteWhole(options.output, write); };
+  std::vector<std::string> report;
+  switch (format) {
+  case Format::TemplateCsv:
+    to_file([&](std::ostream& out) { WriteTemplateCsv(animation, out); });
+    return {fmt::format("{} templates", animation.templates.size())};
+  case Format::ShapeCsv:
+    to_file([&](std::ostream& out) { WriteShapeCsv(animation, out); });
+    report = {fmt::format("{} shapes", animation.shapes.size())};
+    if (!animation.clusters.empty())
+      report.push_back(
+          fmt::format("without the {} clusters, which .json and .glb have", animation.clusters.size()));
+    return report;
+  case Format::LiveLinkCsv: {
+    std::vector<std::string> missing;
+    to_file([&](std::ostream& out) { missing = WriteLiveLinkCsv(animation, out); });
+    report = {"52 shapes and the head's angles"};
+    if (!missing.empty())
+      report.push_back(fmt::format("0 for what the character has not: {}", fmt::join(missing, ", ")));
+    return report;
+  }
+  case Format::Json:
+    to_file([&](std::ostream& out) { WriteAnimationJson(animation, out); });
+    return {fmt::format("{} templates, {} shapes, {} clusters", animation.templates.size(),
+                        animation.shapes.size(), animation.clusters.size())};
+  case Format::Glb:
+    to_file([&](std::ostream& out) {
+      const std::optional<std::string> node =
+          options.head.empty() ? std::nullopt : std::optional(options.head);
+      report = Told(head ? WriteAnimationOntoHead(animation, std::move(*head), node, out)
+                         : WriteFaceAnimation(animation, character ? &*character : nullptr, out),
+                    animation);
+    });
+    return report;
+  }
+  return report;
+}
+
 void Solve(const Options& options) {
   RefuseOverwriting(options.output, options.take, "the take");
   RefuseOverwriting(options.output, options.performer, "the performer file");
-  const std::string ending = std::filesystem::path(options.output).extension().string();
-  if (options.output != "-" && !options.output.starts_with("/dev/") && ending != ".csv")
-    throw CLI::ValidationError(
-        "--output", fmt::format("\"{}\" does not end in .csv, which is what is written", options.output));
+  RefuseOverwriting(options.output, options.character, "the character file");
+  RefuseOverwriting(options.output, options.onto, "the head");
+  const Format format = FormatOf(options);
+  const ExpressionWeights expressions = ParseExpressions(options);
+  if (!expressions.empty() && options.character.empty()) Refuse("--expression", "this is for --character");
 
   CheckWritable(options.output);
   const Performer performer = FindPerformer(options.performer);
+  std::optional<Character> character;
+  if (!options.character.empty())
+    character = FindCharacter(options.character);
+  else if (format == Format::LiveLinkCsv)
+    character = FindCharacter("arkit52");
+  std::optional<Glb> head;
+  if (!options.onto.empty()) head = ReadGlb(ReadFile(options.onto), options.onto);
   const Take take = ReadTake(options.take);
   CheckMarkers(performer, take);
   const Neutral neutral = FindNeutral(take, performer, options.neutral);
@@ -81,21 +216,35 @@ void Solve(const Options& options) {
     Progress progress("solving " + take.name);
     solved = SolveTake(take, performer, neutral.pose, std::ref(progress));
   }
-  WriteWhole(options.output, [&](std::ostream& out) { WriteTemplateCsv(solved.animation, out); });
+  if (character) SolveCharacter(solved.animation, *character, expressions);
+  solved.animation.CheckFinite(options.take);
+  const std::vector<std::string> written =
+      Write(options, format, solved.animation, character, std::move(head));
 
   if (options.quiet) return;
-  ReportOn(take, performer, neutral, solved.report);
+  ReportOnSolve(take, performer, neutral, solved.report);
+  if (character) ReportLine("character", character->name);
   if (options.output != "-")
-    ReportLine("wrote", fmt::format("{}: {} frames, {} templates", options.output,
-                                    solved.animation.frames.size(), solved.animation.templates.size()));
+    ReportLine("wrote", fmt::format("{}: {} frames, {}", options.output, solved.animation.frames.size(),
+                                    written.front()));
+  for (std::size_t i = 1; i < written.size(); ++i) ReportLine("", written[i]);
 }
 
 } // namespace
 
 void AddSolveCommand(CLI::App& app) {
-  CLI::App* const command = app.add_subcommand("solve", "Solve a take into the performer's template weights");
-  command->footer("Example: mien solve take.csv --performer landmarks68 -o weights.csv\n"
-                  "Writes a row per frame: frame, time, and a column per template (\"Mouth.Open\").");
+  CLI::App* const command =
+      app.add_subcommand("solve", "Solve a take into template weights, and into a character's animation");
+  command->footer(
+      "Example: mien solve take.csv --performer landmarks68 -o weights.csv\n"
+      "Example: mien solve take.csv --performer landmarks68 --character arkit52 -o shapes.csv\n"
+      "Example: mien solve take.csv --performer landmarks68 --character arkit52 --onto head.glb -o "
+      "animated.glb\n"
+      "The ending of OUT says what is written:\n"
+      "  .csv   a row per frame: frame, time, and a column per shape of the character, or else per\n"
+      "         template of the face (\"Mouth.Open\")\n"
+      "  .json  everything: templates, shapes, clusters, the head\n"
+      "  .glb   an animated head for Blender, game engines and viewers");
   auto options = std::make_shared<Options>();
   command->add_option("TAKE", options->take, "The take's file: landmark CSV or marker CSV")->required();
   command
@@ -104,10 +253,33 @@ void AddSolveCommand(CLI::App& app) {
           fmt::format("A performer file, or a built-in performer: {}", fmt::join(BuiltInPerformers(), ", ")))
       ->type_name("NAME|FILE")
       ->required();
-  command->add_option("-o,--output", options->output, "Where to write the weights; - is standard output")
-      ->type_name("OUT.csv")
+  command
+      ->add_option(
+          "-c,--character", options->character,
+          fmt::format("A character file, or a built-in character: {}", fmt::join(BuiltInCharacters(), ", ")))
+      ->type_name("NAME|FILE");
+  command->add_option("-o,--output", options->output, "Where to write; - is standard output, as .csv")
+      ->type_name("OUT")
       ->required();
   AddNeutralOption(*command, options->neutral);
+  command
+      ->add_option("--expression", options->expressions,
+                   "Add an expression of the character to every frame; more than once if wanted")
+      ->type_name("NAME=WEIGHT")
+      ->allow_extra_args(false);
+  command->add_flag("--templates", options->templates, ".csv: template weights, also with a character");
+  command
+      ->add_option(
+          "--csv-style", options->csv_style,
+          ".csv: plain, or livelink: as phone face-capture apps write it (character: arkit52 unless named)")
+      ->check(CLI::IsMember({"plain", "livelink"}))
+      ->type_name("STYLE");
+  command->add_option("--onto", options->onto, ".glb: animate this head instead of a simple one")
+      ->type_name("HEAD.glb");
+  command
+      ->add_option("--head", options->head,
+                   ".glb: the node of that head which turns with the performer's head")
+      ->type_name("NODE");
   command->add_flag("-q,--quiet", options->quiet, "Report nothing but errors");
   command->callback([options] { Solve(*options); });
 }

@@ -1,6 +1,12 @@
 #include "host/solve/animation.h"
 
+#include "host/error.h"
+#include "mien/base/affine.h"
 #include "mien/face/face.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
 
 namespace mien {
 
@@ -12,6 +18,33 @@ std::vector<TemplateColumn> TemplateColumns() {
       columns.push_back({p, j, std::string(part.mName) + "." + part.mTemplates[j]->GetName()});
   }
   return columns;
+}
+
+void Animation::CheckFinite(const std::string& file) const {
+  const auto check = [&](std::size_t frame, double value, const std::string& what) {
+    if (!std::isfinite(static_cast<float>(value)))
+      throw InputError(file, fmt::format("frame {}", frames[frame]),
+                       fmt::format("the solve gives {} for {}", value, what),
+                       "check the unit of the take's positions, and the character's weights");
+  };
+  for (std::size_t f = 0; f < frames.size(); ++f) {
+    for (std::size_t t = 0; t < templates.size(); ++t) check(f, Weight(f, t), templates[t].name);
+    for (std::size_t s = 0; s < shapes.size(); ++s) check(f, ShapeWeight(f, s), Quoted(shapes[s]));
+    const VgeAMatrix head = HeadMotion(f);
+    for (const auto& column : head.m)
+      for (const double value : column) check(f, value, "the head");
+    for (std::size_t c = 0; c < clusters.size(); ++c)
+      for (const auto* transforms : {&local_clusters, &global_clusters}) {
+        const auto& [t, r, s] = (*transforms)[f * clusters.size() + c];
+        for (const double value : {t.x, t.y, t.z, s.x, s.y, s.z}) check(f, value, Quoted(clusters[c].name));
+        for (int column = 0; column < 3; ++column)
+          for (int row = 0; row < 3; ++row) check(f, r.m[column][row], Quoted(clusters[c].name));
+      }
+  }
+}
+
+VgeAMatrix Animation::HeadMotion(std::size_t frame) const {
+  return detail::Product(detail::InverseOfOrthogonalAxes(neutral_head), heads[frame]);
 }
 
 } // namespace mien

@@ -24,6 +24,9 @@ public:
   /// Throws InputError where the pose does not tell which way the face looks.
   FaceSolver(const Performer& performer, const NeutralPose& neutral, const Take& take);
 
+  /// From a face that looks along +z, x to its left, y up, to where the neutral pose has it.
+  const VgeAMatrix& NeutralHead() const { return face_axes_; }
+
   struct Frame {
     VFaceTemplateState weights;
     VgeAMatrix head; ///< from a face that looks along +z, x to its left, y up, into the take

@@ -7,6 +7,9 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   FaceSolver solver(performer, neutral, take);
   SolvedTake solved;
   Animation& animation = solved.animation;
+  animation.take = take.name;
+  animation.performer = performer.name;
+  animation.neutral_head = solver.NeutralHead();
   animation.rate_hz = take.rate_hz;
   animation.frames = take.frames;
   animation.times = take.times;

@@ -277,13 +277,16 @@ TEST_F(Command, NeutralFramesMayHaveNumbersBelowZero) {
 
 TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
   Save("other.csv", take_);
+  Save("head.glb", ReadFile(kSamples / "head.glb"));
   std::size_t examples = 0;
   for (const Arguments& arguments : std::vector<Arguments>{{"--help"},
                                                            {"-h"},
                                                            {"info", "--help"},
                                                            {"solve", "--help"},
                                                            {"solve", "-h"},
-                                                           {"performer", "--help"}}) {
+                                                           {"performer", "--help"},
+                                                           {"character", "from-glb", "--help"},
+                                                           {"character", "save", "--help"}}) {
     SCOPED_TRACE(testing::PrintToString(arguments));
     const Ran help = Run(arguments);
     EXPECT_EQ(help.exit_code, 0);
@@ -299,20 +302,221 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
       ++examples;
     }
   }
-  EXPECT_GE(examples, 7u);
+  EXPECT_GE(examples, 11u);
 }
 
-TEST_F(Command, HelpOfAllNamesEveryCommandAndTheBuiltInPerformers) {
+TEST_F(Command, HelpOfAllNamesEveryCommandAndWhatIsBuiltIn) {
   const Ran ran = Run({"--help-all"});
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out, AllOf(HasSubstr("info"), HasSubstr("solve"), HasSubstr("performer"),
-                             HasSubstr("--neutral"), HasSubstr("landmarks68")));
+                             HasSubstr("--neutral"), HasSubstr("landmarks68"), HasSubstr("character"),
+                             HasSubstr("from-glb"), HasSubstr("arkit52")));
 }
 
 TEST_F(Command, TellsItsVersion) {
   const Ran ran = Run({"--version"});
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out, testing::MatchesRegex("mien [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+// --- Characters.
+
+const Arguments kArkit = {"solve", "take.csv", "-p", "landmarks68", "-c", "arkit52", "-o"};
+
+TEST_F(Command, ACharacterTurnsColumnsIntoItsShapes) {
+  const Ran ran = Run(With(kArkit, {"s.csv"}));
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("character  arkit52\n"), HasSubstr("s.csv: 60 frames, 52 shapes\n")));
+  const std::vector<std::string> lines = Lines(Saved("s.csv"));
+  ASSERT_THAT(lines, SizeIs(61));
+  EXPECT_THAT(lines[0], StartsWith("frame,time,eyeBlinkLeft,"));
+}
+
+TEST_F(Command, TemplatesAreWrittenWithACharacterTooWhereAskedFor) {
+  Run(kSolve);
+  EXPECT_EQ(Run(With(kArkit, {"t.csv", "--templates"})).exit_code, 0);
+  EXPECT_EQ(Saved("t.csv"), Saved("w.csv"));
+}
+
+TEST_F(Command, ThePhoneStyleTakesTheCharacterOfTheFiftyTwoShapes) {
+  const Ran ran = Run({"solve", "take.csv", "-p", "landmarks68", "--csv-style", "livelink", "-o", "p.csv"});
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, HasSubstr("character  arkit52\n"));
+  const std::vector<std::string> lines = Lines(Saved("p.csv"));
+  ASSERT_THAT(lines, SizeIs(61));
+  EXPECT_THAT(lines[0], StartsWith("Timecode,BlendShapeCount,EyeBlinkLeft,"));
+  EXPECT_THAT(lines[1], StartsWith("00:00:00:00.000,61,0."));
+  EXPECT_EQ(std::count(lines[60].begin(), lines[60].end(), ','), 62);
+}
+
+TEST_F(Command, ThePhoneStyleTellsWhatTheCharacterHasNot) {
+  const Ran ran = Run({"solve", "take.csv", "-p", "landmarks68", "-c", kSamples / "puppet.character.json",
+                       "--csv-style", "livelink", "-o", "p.csv"});
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, HasSubstr("0 for what the character has not: eyeBlinkLeft, "));
+}
+
+TEST_F(Command, TheEndingSaysWhatIsWrittenWhateverItsLetterCase) {
+  EXPECT_EQ(Run(With(kArkit, {"a.JSON"})).exit_code, 0);
+  EXPECT_THAT(Saved("a.JSON"), StartsWith("{\n  \"format\": \"mien animation 1\","));
+  EXPECT_EQ(Run(With(kArkit, {"a.Glb"})).exit_code, 0);
+  EXPECT_THAT(Saved("a.Glb"), StartsWith("glTF"));
+  const Ran ran = Run(With(kArkit, {"-"}));
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_THAT(ran.out, StartsWith("frame,time,eyeBlinkLeft,"));
+}
+
+TEST_F(Command, TheSameSolveGivesTheSameBytesInEveryFormat) {
+  for (const std::string ending : {"csv", "json", "glb"}) {
+    ASSERT_EQ(Run(With(kArkit, {"one." + ending})).exit_code, 0);
+    ASSERT_EQ(Run(With(kArkit, {"two." + ending})).exit_code, 0);
+    EXPECT_TRUE(Saved("one." + ending) == Saved("two." + ending)) << ending;
+  }
+}
+
+TEST_F(Command, AHeadIsAnimatedAndTheReportTellsWhatFoundNoTarget) {
+  Save("head.glb", ReadFile(kSamples / "head.glb"));
+  const Ran ran = Run(With(kArkit, {"a.glb", "--onto", "head.glb", "--head", "face"}));
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, HasSubstr("a.glb: 60 frames, 27 morph targets on 1 nodes, 0 clusters\n"));
+  EXPECT_THAT(ran.err, Not(HasSubstr("tongueOut"))) << "what stays 0 is not missed";
+  EXPECT_GT(Saved("a.glb").size(), Saved("head.glb").size());
+
+  Save("other.json", R"({"format": "mien character 1", "name": "other",
+    "parts": {"face": {"shapes": ["jawOpen", "horns"]}}, "templates": {"LeftNostril": {"Up": {"jawOpen": 1, "horns": 1}}}})");
+  const Ran other = Run({"solve", kSamples / "landmarks.csv", "-p", "landmarks68", "-c", "other.json",
+                         "--onto", "head.glb", "-o", "b.glb"});
+  EXPECT_EQ(other.exit_code, 0) << other.err;
+  EXPECT_THAT(other.err, AllOf(HasSubstr("no morph target for horns\n"),
+                               HasSubstr("nothing moves the morph targets eyeBlinkLeft, "),
+                               HasSubstr(" and 16 more\n")));
+}
+
+TEST_F(Command, ClustersAreToldWhereTheFormatLeavesThemOut) {
+  const Arguments puppet = {
+      "solve", "take.csv", "-p", "landmarks68", "-c", kSamples / "puppet.character.json", "-o"};
+  EXPECT_THAT(Run(With(puppet, {"p.csv"})).err,
+              HasSubstr("without the 4 clusters, which .json and .glb have\n"));
+  EXPECT_THAT(Run(With(puppet, {"p.json"})).err, HasSubstr("23 templates, 8 shapes, 4 clusters\n"));
+  EXPECT_THAT(Saved("p.json"), HasSubstr("{ \"part\": \"jaw\", \"cluster\": \"lipBone\" }"));
+  EXPECT_THAT(Run(With(puppet, {"p.glb"})).err, HasSubstr(", 4 clusters\n"));
+}
+
+TEST_F(Command, ExpressionsAreAddedToEveryFrame) {
+  const Arguments puppet = {
+      "solve", "take.csv", "-p", "landmarks68", "-c", kSamples / "puppet.character.json", "-o"};
+  ASSERT_EQ(Run(With(puppet, {"plain.csv"})).exit_code, 0);
+  ASSERT_EQ(
+      Run(With(puppet, {"stern.csv", "--expression", "Stern=0.5", "--expression", "Stern=0.25"})).exit_code,
+      0);
+  const auto column = [&](const std::string& file, const std::string& name) {
+    std::vector<double> values;
+    std::size_t index = 0;
+    for (const std::string& line : Lines(Saved(file))) {
+      std::istringstream fields(line);
+      std::string field;
+      for (std::size_t i = 0; std::getline(fields, field, ','); ++i)
+        if (values.empty() && index == 0 && field == name)
+          index = i;
+        else if (index > 0 && i == index)
+          values.push_back(std::stod(field));
+    }
+    return values;
+  };
+  const std::vector<double> plain = column("plain.csv", "frown"), stern = column("stern.csv", "frown");
+  ASSERT_THAT(plain, SizeIs(60));
+  ASSERT_THAT(stern, SizeIs(60));
+  for (std::size_t f = 0; f < plain.size(); ++f)
+    EXPECT_NEAR(stern[f], plain[f] + 0.75 * 0.2, 1e-12) << f; // two sums of a few terms
+}
+
+TEST_F(Command, AFirstCharacterIsWrittenForAHead) {
+  Save("head.glb", ReadFile(kSamples / "head.glb"));
+  const Ran ran = Run({"character", "from-glb", "head.glb", "-o", "c.json", "--name", "Ada"});
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("27 morph targets, 27 of them known by name\n"),
+                             HasSubstr("wrote      c.json\n")));
+  EXPECT_THAT(Saved("c.json"), HasSubstr("\"name\": \"Ada\""));
+  ASSERT_EQ(Run(With(kArkit, {"a.glb", "--onto", "head.glb"})).exit_code, 0);
+  ASSERT_EQ(
+      Run({"solve", "take.csv", "-p", "landmarks68", "-c", "c.json", "--onto", "head.glb", "-o", "b.glb"})
+          .exit_code,
+      0);
+  EXPECT_TRUE(Saved("a.glb") == Saved("b.glb")) << "it drives the head as arkit52 does";
+}
+
+TEST_F(Command, ASavedCharacterIsTheBuiltInOne) {
+  ASSERT_EQ(Run({"character", "save", "arkit52", "-o", "mine.json"}).exit_code, 0);
+  ASSERT_EQ(Run(With(kArkit, {"a.csv"})).exit_code, 0);
+  ASSERT_EQ(Run({"solve", "take.csv", "-p", "landmarks68", "-c", "mine.json", "-o", "b.csv"}).exit_code, 0);
+  EXPECT_EQ(Saved("a.csv"), Saved("b.csv"));
+  const Ran shown = Run({"character", "save", "arkit52", "-o", "-", "--name", "Ben"});
+  EXPECT_THAT(shown.out, HasSubstr("\"name\": \"Ben\""));
+}
+
+TEST_F(Command, AllMistakesOfACharacterAreToldEachOnALineOfItsOwn) {
+  Save("c.json", R"({"format": "mien character 1", "name": "c", "parts": {"face": {"shapes": ["a", "a"]}},
+                     "templates": {"Mouth": {"Opne": {}, "Open": {"b": 1}}}})");
+  const Ran ran = Run({"solve", "take.csv", "-p", "landmarks68", "-c", "c.json", "-o", "w.csv"});
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_THAT(
+      Lines(ran.err),
+      ElementsAre(StartsWith("mien: c.json:/parts/face/shapes/1: the shape \"a\" is in the list already"),
+                  StartsWith("mien: c.json:/templates/Mouth/Opne: nothing is known by this name"),
+                  StartsWith("mien: c.json:/templates/Mouth/Open/b: no part has a shape of this name")));
+  EXPECT_THAT(Files(), ElementsAre("c.json", "take.csv"));
+}
+
+TEST_F(Command, BadHeadsAndCharactersAreNamedWithPlaceAndMend) {
+  Save("head.glb", ReadFile(kSamples / "head.glb"));
+  Save("empty.glb", "");
+  const std::string head = "head.glb";
+  const std::pair<Arguments, std::string> cases[] = {
+      {{"-c", "nobody", "-o", "w.csv"}, "nobody: there is no character of this name and no such file; name"},
+      {{"-c", "take.csv", "-o", "w.csv"}, "take.csv:1:"},
+      {{"--onto", "none.glb", "-o", "w.glb"}, "none.glb: "},
+      {{"--onto", "empty.glb", "-o", "w.glb"}, "empty.glb: "},
+      {{"--onto", "take.csv", "-o", "w.glb"}, "take.csv: "},
+      {{"-c", "arkit52", "--onto", head, "--head", "neck", "-o", "w.glb"}, "head.glb"},
+      {{"-c", "arkit52", "--expression", "Smile=1", "-o", "w.csv"},
+       "arkit52:/expressions: there is no expression \"Smile\"; "},
+  };
+  for (const auto& [arguments, message] : cases) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    const Ran ran = Run(With({"solve", "take.csv", "-p", "landmarks68"}, arguments));
+    EXPECT_EQ(ran.exit_code, 1);
+    EXPECT_THAT(ran.out, IsEmpty());
+    EXPECT_THAT(ran.err, StartsWith("mien: " + message));
+  }
+  const Ran ran = Run({"character", "from-glb", "empty.glb", "-o", "c.json"});
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_THAT(ran.err, StartsWith("mien: empty.glb: "));
+  EXPECT_THAT(Files(), ElementsAre("empty.glb", "head.glb", "take.csv"));
+}
+
+TEST_F(Command, CharactersAndHeadsAreNeverOverwritten) {
+  Save("head.glb", ReadFile(kSamples / "head.glb"));
+  Save("c.json", ReadFile(kSamples / "puppet.character.json"));
+  for (const Arguments& arguments :
+       std::vector<Arguments>{With(kArkit, {"head.glb", "--onto", "./head.glb"}),
+                              {"solve", "take.csv", "-p", "landmarks68", "-c", "c.json", "-o", "./c.json"},
+                              {"character", "from-glb", "head.glb", "-o", "./head.glb"},
+                              {"character", "save", "c.json", "-o", "./c.json"}}) {
+    const Ran ran = Run(arguments);
+    EXPECT_EQ(ran.exit_code, 2) << testing::PrintToString(arguments);
+    EXPECT_THAT(ran.err, HasSubstr("--output: this is the "));
+  }
+  EXPECT_TRUE(Saved("head.glb") == ReadFile(kSamples / "head.glb"));
+  EXPECT_EQ(Saved("c.json"), ReadFile(kSamples / "puppet.character.json"));
+}
+
+TEST_F(Command, WeightsThatNoFileHoldsAreAnInputsFault) {
+  Save("c.json", R"({"format": "mien character 1", "name": "c", "parts": {"face": {"shapes": ["a"]}},
+                     "templates": {"LeftNostril": {"Up": {"a": 1e300}}}})");
+  const Ran ran =
+      Run({"solve", kSamples / "landmarks.csv", "-p", "landmarks68", "-c", "c.json", "-o", "w.csv"});
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("landmarks.csv:frame "), HasSubstr("for \"a\"; check the unit")));
 }
 
 // --- Wrong usage: exit code 2.
@@ -334,10 +538,28 @@ TEST_F(Command, WrongUsageIsToldWithTheHelpToRead) {
       {With(kSolve, {"--frob"}), "--frob", "see mien solve --help"},
       {With(kSolve, {"--neutral"}), "--neutral", "see mien solve --help"},
       {{"performer", "take.csv", "-o", "p.json"}, "--performer", "see mien performer --help"},
-      {Solve("take.csv", "landmarks68", "w.json"), "\"w.json\" does not end in .csv",
+      {Solve("take.csv", "landmarks68", "w.txt"), "\"w.txt\" does not end in .csv, .json or .glb",
        "see mien solve --help"},
       {Solve("take.csv", "landmarks68", "w"), "\"w\" does not end in .csv", "see mien solve --help"},
       {Solve("take.csv", "landmarks68", ""), "does not end in .csv", "see mien solve --help"},
+      {With(kArkit, {"w.json", "--templates"}), "--templates: this is for .csv", "see mien solve --help"},
+      {With(kArkit, {"w.glb", "--csv-style", "plain"}), "--csv-style: this is for .csv",
+       "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--csv-style", "phone"}), "phone", "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--csv-style", "livelink", "--templates"}), "--templates: --csv-style livelink",
+       "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--onto", "h.glb"}), "--onto: this is for .glb", "see mien solve --help"},
+      {With(kArkit, {"w.glb", "--head", "face"}), "--head: this is for --onto", "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--expression", "Smile"}), "--expression: \"Smile\" is not NAME=WEIGHT",
+       "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--expression", "=1"}), "is not NAME=WEIGHT", "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--expression", "Smile=1x"}), "is not NAME=WEIGHT", "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--expression", "Smile=inf"}), "is not NAME=WEIGHT", "see mien solve --help"},
+      {With(kSolve, {"--expression", "Smile=1"}), "--expression: this is for --character",
+       "see mien solve --help"},
+      {{"character"}, "subcommand", "see mien character --help"},
+      {{"character", "from-glb", "-o", "c.json"}, "HEAD.glb", "see mien character --help"},
+      {{"character", "save", "arkit52"}, "--output", "see mien character --help"},
   };
   for (const auto& [arguments, what, help] : cases) {
     SCOPED_TRACE(testing::PrintToString(arguments));

@@ -53,6 +53,37 @@ TEST(SolveTake, CarriesFramesTimesAndRateOver) {
   EXPECT_EQ(animation.heads.size(), 5u);
 }
 
+TEST(SolveTake, NamesTakeAndPerformerAndNoCharacter) {
+  const Animation animation = SolveTake(OddTake(), PlainPerformer(), PlainFace()).animation;
+  EXPECT_EQ(animation.take, "plain take");
+  EXPECT_EQ(animation.performer, "plain");
+  EXPECT_EQ(animation.character, "");
+  EXPECT_TRUE(animation.shapes.empty());
+  EXPECT_TRUE(animation.shape_weights.empty());
+  EXPECT_TRUE(animation.clusters.empty());
+}
+
+TEST(SolveTake, TheHeadMovesFromWhereTheNeutralPoseHasIt) {
+  using mien::detail::InverseOfOrthogonalAxes, mien::detail::Product;
+  tests::Random random(29);
+  const VgeAMatrix place = tests::AnyMotion(random); // of the neutral pose in the take
+  const NeutralPose neutral = tests::Carried(place, PlainFace());
+  const VgeAMatrix turn =
+      tests::Motion(VgeRVector(0, 20, 0), {0, 0, 0}); // of the plain face, to its own left
+  Take take = EmptyTake();
+  Film(take, neutral);
+  Film(take, PlainFace(), Product(place, turn));
+  const Animation animation = SolveTake(take, PlainPerformer(), neutral).animation;
+  EXPECT_EQ(animation.neutral_head, FaceSolver(PlainPerformer(), neutral, take).NeutralHead());
+  // Metres away, in millimetres: 1e-9 is a picometre.
+  EXPECT_LT(tests::Difference(animation.HeadMotion(0), {}), 1e-9);
+  const VgeAMatrix upright =
+      Product(InverseOfOrthogonalAxes(place), animation.neutral_head); // of the plain face
+  const VgeAMatrix expected = Product(InverseOfOrthogonalAxes(upright), Product(turn, upright));
+  EXPECT_LT(tests::Difference(animation.HeadMotion(1), expected), 1e-9);
+  EXPECT_GT(animation.HeadMotion(1).m[2][0], 0.33) << "its front goes to its left by the sine of 20 degrees";
+}
+
 TEST(SolveTake, IsFrameForFrameWhatTheSolverGives) {
   const Take take = OddTake();
   const SolvedTake solved = SolveTake(take, PlainPerformer(), PlainFace());

@@ -1,4 +1,4 @@
-#include "host/write/template_csv.h"
+#include "host/write/weight_csv.h"
 
 #include "tests/host/decimal_comma.h"
 
@@ -13,6 +13,7 @@
 #include <vector>
 
 using mien::Animation;
+using mien::WriteShapeCsv;
 using mien::WriteTemplateCsv;
 
 namespace {
@@ -33,6 +34,17 @@ const std::string kTwoFrames = "frame,time,Mouth.Open,Mouth.Whistle\n"
 std::string Written(const Animation& animation) {
   std::ostringstream out;
   WriteTemplateCsv(animation, out);
+  return out.str();
+}
+
+/// Two frames of shapes of these names, the weights of which count up by quarters.
+std::string WrittenShapes(const std::vector<std::string>& names) {
+  Animation animation = TwoFrames();
+  animation.shapes = names;
+  for (std::size_t i = 0; i < 2 * names.size(); ++i)
+    animation.shape_weights.push_back(0.25 * static_cast<double>(i));
+  std::ostringstream out;
+  WriteShapeCsv(animation, out);
   return out.str();
 }
 
@@ -80,4 +92,29 @@ TEST(TemplateCsv, DoesNotCareHowTheStreamIsSet) {
   out << std::hex << std::setprecision(2) << std::showpos << std::setfill('*') << std::setw(30);
   WriteTemplateCsv(TwoFrames(), out);
   EXPECT_EQ(out.str(), kTwoFrames);
+}
+
+TEST(ShapeCsv, HasARowPerFrameAndAColumnPerShape) {
+  EXPECT_EQ(WrittenShapes({"jawOpen", "smile_L", "ä b"}),
+            "frame,time,jawOpen,smile_L,ä b\n"
+            "-7,-0.1,0,0.25,0.5\n"
+            "9007199254740993,0.3333333333333333,0.75,1,1.25\n");
+}
+
+TEST(ShapeCsv, OfNoShapesHasTheTimesAlone) {
+  EXPECT_EQ(WrittenShapes({}), "frame,time\n-7,-0.1\n9007199254740993,0.3333333333333333\n");
+}
+
+TEST(ShapeCsv, NamesThatWouldBreakTheTableStandInQuotes) {
+  EXPECT_EQ(WrittenShapes({"a,b", "say \"hi\"", "\"", "two\nlines", "c\rd", "it's; a\ttab", " "}),
+            "frame,time,\"a,b\",\"say \"\"hi\"\"\",\"\"\"\","
+            "\"two\nlines\",\"c\rd\",it's; a\ttab, \n"
+            "-7,-0.1,0,0.25,0.5,0.75,1,1.25,1.5\n"
+            "9007199254740993,0.3333333333333333,1.75,2,2.25,2.5,2.75,3,3.25\n");
+}
+
+TEST(ShapeCsv, WritesPointsWhateverTheLocale) {
+  const std::string written = WrittenShapes({"a", "b"});
+  const DecimalComma german;
+  EXPECT_EQ(WrittenShapes({"a", "b"}), written);
 }

@@ -1,0 +1,418 @@
+#include "host/character/character_file.h"
+
+#include "host/character/arkit52.h"
+#include "host/error.h"
+#include "host/json_file.h"
+#include "host/read_file.h"
+#include "mien/base/bounded_text.h"
+#include "mien/face/face.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+using Json = JsonFile::Json;
+using Pointer = JsonFile::Pointer;
+
+constexpr std::string_view kFormat = "mien character 1";
+
+constexpr std::pair<std::string_view, std::string_view> kBuiltIn[] = {
+    {"arkit52", kArkit52},
+};
+
+/// The rotation of a quaternion of any length but 0.
+VgeRMatrix RotationOf(double x, double y, double z, double w) {
+  const double largest = std::max({std::fabs(x), std::fabs(y), std::fabs(z), std::fabs(w)});
+  x /= largest, y /= largest, z /= largest, w /= largest; // so that no square over- or underflows
+  const double s = 2 / (x * x + y * y + z * z + w * w);
+  VgeRMatrix rotation;
+  rotation.m[0][0] = 1 - s * (y * y + z * z);
+  rotation.m[0][1] = s * (x * y + z * w);
+  rotation.m[0][2] = s * (x * z - y * w);
+  rotation.m[1][0] = s * (x * y - z * w);
+  rotation.m[1][1] = 1 - s * (x * x + z * z);
+  rotation.m[1][2] = s * (y * z + x * w);
+  rotation.m[2][0] = s * (x * z + y * w);
+  rotation.m[2][1] = s * (y * z - x * w);
+  rotation.m[2][2] = 1 - s * (x * x + y * y);
+  return rotation;
+}
+
+class CharacterReader {
+public:
+  CharacterReader(std::string_view text, const std::string& file) : file_(text, file) {
+    character_.file = file;
+    const VFace& face = *GetGlobalFace();
+    for (std::size_t p = 0; p < character_.templates.size(); ++p)
+      character_.templates[p].resize(static_cast<std::size_t>(face.mParts[p].mTemplates.GetCount()));
+  }
+
+  Character Read() {
+    character_.name = file_.ReadHeading(kFormat, "character");
+    const Json& root = file_.Root();
+    const Pointer here;
+    file_.CheckKeys(here, root, {"format", "name", "range", "parts", "templates", "expressions"});
+    if (root.contains("range")) ReadRange(here / "range", root["range"]);
+    if (!root.contains("parts"))
+      file_.Mistake(here / "parts", "the character has no parts",
+                    "write \"parts\": { \"face\": { \"shapes\": [...] } }");
+    else
+      ReadParts(here / "parts", root["parts"]);
+    if (!root.contains("templates"))
+      file_.Mistake(here / "templates", "no template of the face moves the character",
+                    "write \"templates\": { \"Mouth\": { \"Open\": { \"SHAPE\": 1 } } }");
+    else
+      ReadFaceParts(here / "templates", root["templates"],
+                    [this](const Pointer& place, const Json& weights, std::size_t part, std::size_t slot) {
+                      character_.templates[part][slot] = ReadShapeWeights(place, weights);
+                    });
+    if (root.contains("expressions")) ReadExpressions(here / "expressions", root["expressions"]);
+    file_.ThrowMistakes();
+    return std::move(character_);
+  }
+
+private:
+  void ReadRange(const Pointer& place, const Json& range) {
+    if (!range.is_array() || range.size() != 2 || !range[0].is_number() || !range[1].is_number() ||
+        range[0].get<double>() > range[1].get<double>())
+      file_.Mistake(place, "these are not two numbers in order", "write [LEAST, MOST]");
+    else
+      character_.range = Character::Range{range[0].get<double>(), range[1].get<double>()};
+  }
+
+  void ReadParts(const Pointer& place, const Json& parts) {
+    if (!file_.RequireObject(place, parts)) return;
+    if (parts.empty())
+      file_.Mistake(place, "the character has no parts", "name at least one, with its shapes");
+    if (parts.size() > Character::kMostParts)
+      file_.Mistake(place, fmt::format("{} parts", parts.size()),
+                    fmt::format("join some: there may be {} at most", Character::kMostParts));
+    for (const auto& [name, part] : parts.items()) {
+      const Pointer here = place / name;
+      file_.CheckName(here, name, "part");
+      if (!file_.RequireObject(here, part)) continue;
+      file_.CheckKeys(here, part, {"shapes", "clusters"});
+      Character::Part& read = character_.parts.emplace_back();
+      read.name = name;
+      if (!part.contains("shapes"))
+        file_.Mistake(here / "shapes", "the part has no shapes", "write \"shapes\": [\"NAME\", ...]");
+      else
+        ReadShapes(here / "shapes", part["shapes"], read);
+      if (part.contains("clusters")) ReadClusters(here / "clusters", part["clusters"], read);
+    }
+  }
+
+  void ReadShapes(const Pointer& place, const Json& shapes, Character::Part& part) {
+    part.shapes = file_.ReadNames(place, shapes, "shape");
+    for (const std::string& shape : part.shapes) {
+      const auto [known, is_new] = part_of_shape_.emplace(shape, part.name);
+      if (!is_new)
+        file_.Mistake(
+            place,
+            fmt::format("the shape {} is in the part {} already", Quoted(shape), Quoted(known->second)),
+            "name it once; templates know a shape by its name alone");
+    }
+    if (shapes.is_array() && shapes.size() > Character::kMostShapesInAPart)
+      file_.Mistake(place, fmt::format("{} shapes", shapes.size()),
+                    fmt::format("move some to another part: one holds {}", Character::kMostShapesInAPart));
+  }
+
+  void ReadClusters(const Pointer& place, const Json& clusters, Character::Part& part) {
+    if (!file_.RequireObject(place, clusters)) return;
+    file_.CheckKeys(place, clusters, {"root", "rest", "poses"});
+    if (clusters.contains("root")) part.root = ReadTransform(place / "root", clusters["root"], {});
+    if (!clusters.contains("rest"))
+      file_.Mistake(place / "rest", "the clusters have no rest pose", "write \"rest\": { \"CLUSTER\": {} }");
+    else if (file_.RequireObject(place / "rest", clusters["rest"])) {
+      if (clusters["rest"].empty())
+        file_.Mistake(place / "rest", "the rest pose has no clusters",
+                      "name them, or leave \"clusters\" out");
+      for (const auto& [name, rest] : clusters["rest"].items()) {
+        file_.CheckName(place / "rest" / name, name, "cluster");
+        part.clusters.push_back({name, ReadTransform(place / "rest" / name, rest, {})});
+      }
+    }
+    if (clusters.contains("poses") && file_.RequireObject(place / "poses", clusters["poses"]))
+      for (const auto& [shape, pose] : clusters["poses"].items())
+        ReadPose(place / "poses" / shape, shape, pose, part);
+  }
+
+  void ReadPose(const Pointer& place, const std::string& shape, const Json& pose, Character::Part& part) {
+    if (std::find(part.shapes.begin(), part.shapes.end(), shape) == part.shapes.end())
+      file_.Mistake(place, fmt::format("the part {} has no shape of this name", Quoted(part.name)),
+                    "list it under \"shapes\" of the part");
+    if (!file_.RequireObject(place, pose)) return;
+    Character::Pose& read = part.poses.emplace_back();
+    read.shape = shape;
+    for (const Character::Cluster& cluster : part.clusters) read.clusters.push_back(cluster.rest);
+    for (const auto& [name, transform] : pose.items()) {
+      const auto cluster = std::find_if(part.clusters.begin(), part.clusters.end(),
+                                        [&key = name](const auto& rest) { return rest.name == key; });
+      if (cluster == part.clusters.end()) {
+        file_.Mistake(place / name, "the rest pose has no cluster of this name", "add it under \"rest\"");
+        continue;
+      }
+      const ClusterTransform target = ReadTransform(place / name, transform, cluster->rest);
+      const auto turned_over = [](double scale, double rest) { return (scale < 0) != (rest < 0); };
+      const VgeSVector &scale = target.scale, &rest = cluster->rest.scale;
+      if (turned_over(scale.x, rest.x) || turned_over(scale.y, rest.y) || turned_over(scale.z, rest.z))
+        file_.Mistake(place / name / "scale", "the sign differs from that of the rest pose",
+                      "scale by a factor above 0: between the two the cluster would vanish");
+      read.clusters[static_cast<std::size_t>(cluster - part.clusters.begin())] = target;
+    }
+  }
+
+  /// What is left out is that of `rest`.
+  ClusterTransform ReadTransform(const Pointer& place, const Json& transform, const ClusterTransform& rest) {
+    ClusterTransform read = rest;
+    if (!file_.RequireObject(place, transform)) return read;
+    file_.CheckKeys(place, transform, {"translation", "rotation", "scale"});
+    if (transform.contains("translation")) {
+      const Json& t = transform["translation"];
+      if (!AreNumbers(t, 3))
+        file_.Mistake(place / "translation", "this is not a translation", "write [x, y, z]");
+      else
+        read.translation = {t[0].get<double>(), t[1].get<double>(), t[2].get<double>()};
+    }
+    if (transform.contains("rotation")) {
+      const Json& r = transform["rotation"];
+      if (AreNumbers(r, 3))
+        VTxRotationOrder().V2M(read.rotation, {{r[0].get<double>(), r[1].get<double>(), r[2].get<double>()}});
+      else if (AreNumbers(r, 4) && std::any_of(r.begin(), r.end(), [](const Json& c) { return c != 0; }))
+        read.rotation =
+            RotationOf(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(), r[3].get<double>());
+      else
+        file_.Mistake(place / "rotation", "this is not a rotation",
+                      "write [x, y, z] in degrees, or a quaternion [x, y, z, w]");
+    }
+    if (transform.contains("scale")) {
+      const Json& s = transform["scale"];
+      if (!AreNumbers(s, 3))
+        file_.Mistake(place / "scale", "this is not a scale", "write [x, y, z]");
+      else if (std::any_of(s.begin(), s.end(), [](const Json& c) { return c == 0; }))
+        file_.Mistake(place / "scale", "a scale of 0", "scale by another factor: a cluster may not vanish");
+      else
+        read.scale = VgeSVector(s[0].get<double>(), s[1].get<double>(), s[2].get<double>());
+    }
+    return read;
+  }
+
+  static bool AreNumbers(const Json& json, std::size_t count) {
+    return json.is_array() && json.size() == count &&
+           std::all_of(json.begin(), json.end(), [](const Json& number) { return number.is_number(); });
+  }
+
+  /// Calls `read` for each template of each part that is named.
+  template <class Function>
+  void ReadFaceParts(const Pointer& place, const Json& parts, const Function& read) {
+    if (!file_.RequireObject(place, parts)) return;
+    const VFace& face = *GetGlobalFace();
+    std::vector<std::string_view> known_parts;
+    for (const VFacePart& part : face.mParts) known_parts.emplace_back(part.mName);
+    file_.CheckKeys(place, parts, known_parts);
+    for (const auto& [part_name, templates] : parts.items()) {
+      const int p = face.PartIndexByName(part_name.c_str());
+      const Pointer here = place / part_name;
+      if (p < 0 || !file_.RequireObject(here, templates)) continue;
+      const VFacePart& part = face.mParts[p];
+      std::vector<std::string_view> known;
+      for (int t = 0; t < part.mTemplates.GetCount(); ++t) known.emplace_back(part.mTemplates[t]->GetName());
+      file_.CheckKeys(here, templates, known);
+      for (const auto& [name, value] : templates.items()) {
+        const int t = part.TemplateIndexByName(name.c_str());
+        if (t >= 0) read(here / name, value, static_cast<std::size_t>(p), static_cast<std::size_t>(t));
+      }
+    }
+  }
+
+  ShapeWeights ReadShapeWeights(const Pointer& place, const Json& weights) {
+    ShapeWeights read;
+    if (!file_.RequireObject(place, weights)) return read;
+    for (const auto& [shape, weight] : weights.items()) {
+      if (!part_of_shape_.contains(shape))
+        file_.Mistake(place / shape, "no part has a shape of this name",
+                      "list it under \"shapes\" of a part");
+      else if (weight.is_number())
+        read.emplace_back(shape, weight.get<double>());
+      else
+        file_.Mistake(place / shape, "this is not a weight", "write a number");
+    }
+    return read;
+  }
+
+  void ReadExpressions(const Pointer& place, const Json& expressions) {
+    if (!file_.RequireObject(place, expressions)) return;
+    if (expressions.size() > Character::kMostExpressions)
+      file_.Mistake(place, fmt::format("{} expressions", expressions.size()),
+                    fmt::format("leave some out: there may be {} at most", Character::kMostExpressions));
+    for (const auto& [name, expression] : expressions.items()) {
+      const Pointer here = place / name;
+      file_.CheckName(here, name, "expression");
+      const auto same_name = [&key = name](const Character::Expression& other) {
+        return EqualIgnoringCase(other.name.c_str(), key.c_str());
+      };
+      if (const auto other =
+              std::find_if(character_.expressions.begin(), character_.expressions.end(), same_name);
+          other != character_.expressions.end())
+        file_.Mistake(
+            here, fmt::format("the name is that of {}, but for the case of its letters", Quoted(other->name)),
+            "give each expression its own name");
+      Character::Expression& read = character_.expressions.emplace_back();
+      read.name = name;
+      if (!file_.RequireObject(here, expression)) continue;
+      file_.CheckKeys(here, expression, {"templates", "shapes"});
+      if (expression.contains("templates"))
+        ReadFaceParts(
+            here / "templates", expression["templates"],
+            [&](const Pointer& template_place, const Json& weight, std::size_t part, std::size_t slot) {
+              if (weight.is_number())
+                read.templates.mParts[part].mWeights[slot] = weight.get<double>();
+              else
+                file_.Mistake(template_place, "this is not a weight", "write a number");
+            });
+      if (expression.contains("shapes"))
+        read.shapes = ReadShapeWeights(here / "shapes", expression["shapes"]);
+    }
+  }
+
+  JsonFile file_;
+  Character character_;
+  std::map<std::string, std::string> part_of_shape_;
+};
+
+// --- Writing: a person reads this file, so what belongs together stands on one line.
+
+std::string Key(const std::string& name) { return Json(name).dump() + ": "; }
+
+/// An object of members that are written already, on one line each.
+std::string Lines(const std::vector<std::string>& members, std::string_view indent) {
+  if (members.empty()) return "{}";
+  return fmt::format("{{\n{0}  {1}\n{0}}}", indent, fmt::join(members, fmt::format(",\n{}  ", indent)));
+}
+
+/// The same on one line.
+std::string Line(const std::vector<std::string>& members) {
+  return members.empty() ? "{}" : fmt::format("{{ {} }}", fmt::join(members, ", "));
+}
+
+std::string Written(const ShapeWeights& weights) {
+  std::vector<std::string> members;
+  for (const auto& [shape, weight] : weights) members.push_back(Key(shape) + Json(weight).dump());
+  return Line(members);
+}
+
+std::string Written(const ClusterTransform& transform) {
+  VgeRVector degrees;
+  VTxRotationOrder().M2V(degrees, transform.rotation);
+  const auto list = [](double x, double y, double z) { return Json{x, y, z}.dump(); };
+  const VgeTVector& t = transform.translation;
+  const VgeSVector& s = transform.scale;
+  return Line({Key("translation") + list(t.x, t.y, t.z),
+               Key("rotation") + list(degrees.x + 0.0, degrees.y + 0.0, degrees.z + 0.0), // no -0.0
+               Key("scale") + list(s.x, s.y, s.z)});
+}
+
+std::string Written(const Character::Part& part) {
+  std::vector<std::string> members = {Key("shapes") + Json(part.shapes).dump()};
+  if (!part.clusters.empty()) {
+    std::vector<std::string> rest, poses;
+    for (const Character::Cluster& cluster : part.clusters)
+      rest.push_back(Key(cluster.name) + Written(cluster.rest));
+    for (const Character::Pose& pose : part.poses) {
+      std::vector<std::string> clusters;
+      for (std::size_t c = 0; c < part.clusters.size(); ++c)
+        clusters.push_back(Key(part.clusters[c].name) + Written(pose.clusters[c]));
+      poses.push_back(Key(pose.shape) + Lines(clusters, "          "));
+    }
+    members.push_back(Key("clusters") +
+                      Lines({Key("root") + Written(part.root), Key("rest") + Lines(rest, "        "),
+                             Key("poses") + Lines(poses, "        ")},
+                            "      "));
+  }
+  return Lines(members, "    ");
+}
+
+/// The named templates of each part, of which `written(part, template)` gives the value, or nothing.
+template <class Function>
+std::vector<std::string> ByTemplate(std::string_view indent, const Function& written) {
+  std::vector<std::string> parts;
+  const VFace& face = *GetGlobalFace();
+  for (std::size_t p = 0; p < std::size(face.mParts); ++p) {
+    std::vector<std::string> templates;
+    for (int t = 0; t < face.mParts[p].mTemplates.GetCount(); ++t)
+      if (const std::string value = written(p, static_cast<std::size_t>(t)); !value.empty())
+        templates.push_back(Key(face.mParts[p].mTemplates[t]->GetName()) + value);
+    if (!templates.empty())
+      parts.push_back(Key(face.mParts[p].mName) +
+                      (indent.empty() ? Line(templates) : Lines(templates, indent)));
+  }
+  return parts;
+}
+
+} // namespace
+
+Character ReadCharacter(std::string_view text, const std::string& file) {
+  return CharacterReader(text, file).Read();
+}
+
+Character FindCharacter(const std::string& name_or_path) {
+  for (const auto& [name, text] : kBuiltIn)
+    if (name == name_or_path) return ReadCharacter(text, name_or_path);
+  std::error_code cannot_look_up;
+  if (!std::filesystem::exists(name_or_path, cannot_look_up) && !cannot_look_up)
+    throw InputError(name_or_path, "", "there is no character of this name and no such file",
+                     fmt::format("name a character file, or one of the built-in ones: {}",
+                                 fmt::join(BuiltInCharacters(), ", ")));
+  return ReadCharacter(ReadFile(name_or_path), name_or_path);
+}
+
+std::vector<std::string> BuiltInCharacters() {
+  std::vector<std::string> names;
+  for (const auto& [name, text] : kBuiltIn) names.emplace_back(name);
+  return names;
+}
+
+void WriteCharacter(const Character& character, std::ostream& out) {
+  std::vector<std::string> parts;
+  for (const Character::Part& part : character.parts) parts.push_back(Key(part.name) + Written(part));
+
+  std::vector<std::string> root = {Key("format") + Json(kFormat).dump(),
+                                   Key("name") + Json(character.name).dump()};
+  if (character.range)
+    root.push_back(Key("range") + Json{character.range->least, character.range->most}.dump());
+  root.push_back(Key("parts") + Lines(parts, "  "));
+  root.push_back(Key("templates") + Lines(ByTemplate("    ",
+                                                     [&](std::size_t p, std::size_t t) {
+                                                       const ShapeWeights& weights =
+                                                           character.templates[p][t];
+                                                       return weights.empty() ? "" : Written(weights);
+                                                     }),
+                                          "  "));
+  if (!character.expressions.empty()) {
+    std::vector<std::string> expressions;
+    for (const Character::Expression& expression : character.expressions) {
+      const auto weights = ByTemplate("", [&](std::size_t p, std::size_t t) {
+        const double weight = expression.templates.mParts[p].mWeights[t];
+        return weight == 0 ? "" : Json(weight).dump();
+      });
+      expressions.push_back(
+          Key(expression.name) +
+          Lines({Key("templates") + Line(weights), Key("shapes") + Written(expression.shapes)}, "    "));
+    }
+    root.push_back(Key("expressions") + Lines(expressions, "  "));
+  }
+  out << Lines(root, "") << '\n';
+}
+
+} // namespace mien

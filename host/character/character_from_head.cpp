@@ -1,0 +1,96 @@
+#include "host/character/character_from_head.h"
+
+#include "host/character/arkit_names.h"
+#include "host/character/character_file.h"
+#include "host/error.h"
+#include "mien/face/face.h"
+
+#include <fmt/format.h>
+
+#include <set>
+#include <string_view>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+using Half = ArkitMatch::Half;
+
+/// The side of a part of the face; Both for a part in the middle.
+Half SideOfPart(std::size_t part) {
+  const std::string_view name = GetGlobalFace()->mParts[part].mName;
+  return name.starts_with("Left") ? Half::Left : name.starts_with("Right") ? Half::Right : Half::Both;
+}
+
+/// What a morph target takes of the weight that a part's template gives the name that it means. The two sides' templates
+/// add up to a whole name, so a half takes all from its own.
+double Share(Half target, Half part) {
+  if (target == Half::Both || part == Half::Both) return 1;
+  return target == part ? 2 : 0;
+}
+
+} // namespace
+
+HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& targets) {
+  constexpr std::size_t kMost = Character::kMostParts * Character::kMostShapesInAPart;
+  HeadMatch match;
+  match.character.name = name;
+  match.character.file = name;
+
+  std::vector<std::pair<std::string, ArkitMatch>> matched; // targets
+  std::set<std::string_view> known;
+  std::size_t unnamed = 0;
+  for (const std::string& target : targets) {
+    if (target.empty()) {
+      ++unnamed;
+      continue;
+    }
+    if (!known.insert(target).second) continue;
+    if (target.size() > Character::kLongestName) {
+      match.notes.push_back(
+          fmt::format("the morph target {} is left out: its name has {} bytes, and {} is the most",
+                      Quoted(target), target.size(), Character::kLongestName));
+      continue;
+    }
+    auto& parts = match.character.parts;
+    if (parts.empty() || parts.back().shapes.size() == Character::kMostShapesInAPart) {
+      if (parts.size() == Character::kMostParts)
+        throw InputError(name, "", fmt::format("the head has more than {} morph targets", kMost),
+                         "export fewer of its shape keys");
+      Character::Part& part = parts.emplace_back();
+      part.name = parts.size() == 1 ? "head" : fmt::format("head {}", parts.size());
+    }
+    parts.back().shapes.push_back(target);
+    if (const auto meaning = FindArkitName(target))
+      matched.emplace_back(target, *meaning);
+    else
+      match.unmatched.push_back(target);
+  }
+  if (unnamed > 0)
+    match.notes.push_back(
+        fmt::format("{} left out: {} no name",
+                    unnamed == 1 ? "a morph target is" : fmt::format("{} morph targets are", unnamed),
+                    unnamed == 1 ? "it has" : "they have"));
+
+  const Character arkit = FindCharacter("arkit52");
+  match.character.range = arkit.range;
+  std::set<std::string_view> driven;
+  for (std::size_t p = 0; p < arkit.templates.size(); ++p) {
+    match.character.templates[p].resize(arkit.templates[p].size());
+    for (std::size_t t = 0; t < arkit.templates[p].size(); ++t)
+      for (const auto& [shape, weight] : arkit.templates[p][t]) {
+        driven.insert(shape);
+        for (const auto& [target, meaning] : matched)
+          if (const double share = Share(meaning.half, SideOfPart(p));
+              kArkitNames[meaning.name] == shape && share != 0)
+            match.character.templates[p][t].emplace_back(target, share * weight);
+      }
+  }
+  for (const auto& [target, meaning] : matched) driven.erase(kArkitNames[meaning.name]);
+  for (const std::string_view shape : kArkitNames)
+    if (driven.contains(shape)) match.missing.emplace_back(shape);
+  return match;
+}
+
+} // namespace mien

@@ -1,0 +1,174 @@
+#include "host/gltf/glb.h"
+
+#include "host/error.h"
+#include "host/gltf/json_at.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace mien {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kHeading = 12, kChunkHeading = 8;
+constexpr std::string_view kMagic = "glTF", kJsonChunk = "JSON", kBinaryChunk("BIN\0", 4);
+constexpr int kDeepest = 256; // writing goes down one call a level
+constexpr std::string_view kExportAgain = "export the head again, as .glb (glTF 2.0 binary)";
+
+std::uint32_t ReadNumber(std::string_view bytes, std::size_t at) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 4; i-- > 0;) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
+  return number;
+}
+
+std::string NumberBytes(std::uint32_t number) {
+  std::string bytes;
+  for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<char>(number >> shift & 0xFF));
+  return bytes;
+}
+
+/// What a file is that does not begin as a GLB does.
+std::string WhatItIs(std::string_view bytes) {
+  constexpr std::pair<std::string_view, std::string_view> kKnown[] = {{"Kaydara FBX Binary", "an FBX file"},
+                                                                      {"; FBX", "an FBX file"},
+                                                                      {"BLENDER", "a Blender file"},
+                                                                      {"PK\x03\x04", "a zip archive"},
+                                                                      {"\x1F\x8B", "a gzip archive"},
+                                                                      {"#usda", "a USD file"},
+                                                                      {"PXR-USDC", "a USD file"}};
+  for (const auto& [beginning, what] : kKnown)
+    if (bytes.starts_with(beginning)) return fmt::format("this is {}, not a .glb", what);
+  std::string_view text = bytes;
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  if (const std::size_t first = text.find_first_not_of(" \t\r\n");
+      first != std::string_view::npos && text[first] == '{')
+    return "this is text: a .gltf, whose data is in other files";
+  return fmt::format("this is not a .glb: it begins with {} where \"glTF\" should stand",
+                     Quoted(bytes.substr(0, 4)));
+}
+
+Json ParseJson(std::string_view text, std::size_t first_byte, const std::string& file) {
+  // Some exporters fill up with zeros where blanks belong.
+  while (!text.empty() && text.back() == '\0') text.remove_suffix(1);
+  // The parser keeps the last of two equal keys without a word.
+  std::vector<std::set<std::string>> open;
+  const auto check = [&](int depth, Json::parse_event_t event, Json& parsed) {
+    using Event = Json::parse_event_t;
+    if (depth > kDeepest)
+      throw InputError(file, "", fmt::format("its JSON is nested more than {} deep", kDeepest), kExportAgain);
+    if (event == Event::object_start) open.emplace_back();
+    if (event == Event::object_end) open.pop_back();
+    if (event == Event::key && !open.back().insert(parsed.get<std::string>()).second)
+      throw InputError(file, "",
+                       fmt::format("its JSON has the key {} twice in one object",
+                                   Quoted(parsed.get_ref<const std::string&>())),
+                       kExportAgain);
+    return true;
+  };
+  try {
+    return Json::parse(text.begin(), text.end(), check);
+  } catch (const Json::parse_error& error) {
+    const std::size_t at = std::min(error.byte > 0 ? error.byte - 1 : 0, text.size());
+    throw InputError(file, fmt::format("byte {}", first_byte + at), "its JSON is broken from here on",
+                     kExportAgain);
+  } catch (const Json::out_of_range&) {
+    throw InputError(file, "", "its JSON has a number that no double holds", kExportAgain);
+  }
+}
+
+} // namespace
+
+Glb ReadGlb(std::string_view bytes, const std::string& file) {
+  const auto fail = [&file](std::size_t at, const std::string& what) {
+    throw InputError(file, fmt::format("byte {}", at), what, kExportAgain);
+  };
+  if (bytes.empty()) throw InputError(file, "", "the file is empty", kExportAgain);
+  const std::string_view beginning = bytes.substr(0, kMagic.size());
+  if (beginning != kMagic.substr(0, beginning.size()))
+    throw InputError(file, "", WhatItIs(bytes), kExportAgain);
+  if (bytes.size() < kHeading) fail(bytes.size(), "the file ends within its heading");
+  if (const std::uint32_t version = ReadNumber(bytes, 4); version != 2)
+    fail(4, fmt::format("this is binary glTF of version {}; version 2 is known", version));
+  if (const std::uint32_t length = ReadNumber(bytes, 8); length != bytes.size())
+    fail(8, fmt::format("the file should have {} bytes and has {}: it was cut short or added to", length,
+                        bytes.size()));
+
+  struct Chunk {
+    std::size_t at; // of its heading
+    std::string_view type, data;
+  };
+  std::vector<Chunk> chunks;
+  for (std::size_t at = kHeading; at < bytes.size();) {
+    if (bytes.size() - at < kChunkHeading) fail(at, "the file ends within a chunk's heading");
+    const std::size_t length = ReadNumber(bytes, at), left = bytes.size() - at - kChunkHeading;
+    if (length > left) fail(at, fmt::format("a chunk of {} bytes, where {} are left", length, left));
+    chunks.push_back({at, bytes.substr(at + 4, 4), bytes.substr(at + kChunkHeading, length)});
+    at += kChunkHeading + length;
+  }
+  if (chunks.empty() || chunks[0].type != kJsonChunk) fail(kHeading, "the first chunk is not the JSON one");
+
+  Glb glb;
+  glb.file = file;
+  glb.json = ParseJson(chunks[0].data, kHeading + kChunkHeading, file);
+  std::size_t known = 1;
+  if (chunks.size() > known && chunks[known].type == kBinaryChunk) glb.binary = chunks[known++].data;
+  for (std::size_t c = known; c < chunks.size(); ++c)
+    if (chunks[c].data.size() % 4 != 0)
+      fail(chunks[c].at,
+           fmt::format("a chunk of {} bytes, which is no multiple of 4", chunks[c].data.size()));
+  if (known < chunks.size()) glb.further_chunks = bytes.substr(chunks[known].at);
+
+  const JsonAt root(glb);
+  const std::string version = root.At("asset").At("version").String();
+  if (!version.starts_with("2."))
+    root.At("asset").At("version").Fail(fmt::format("glTF {}, where 2.0 is known", Printable(version)),
+                                        kExportAgain);
+  return glb;
+}
+
+std::uint32_t GlbLength(std::size_t json, std::size_t binary, std::size_t further_chunks,
+                        const std::string& file) {
+  constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
+  std::size_t length = kHeading + kChunkHeading;
+  for (const std::size_t part : {json, binary > 0 ? kChunkHeading + binary : 0, further_chunks}) {
+    if (part > kMost - 3 || length + (part + 3) / 4 * 4 > kMost)
+      throw InputError(file, "", "with the animation it would not fit into the 4 GiB that a .glb may have",
+                       "make its textures smaller, or export less in one file");
+    length += (part + 3) / 4 * 4;
+  }
+  return static_cast<std::uint32_t>(length);
+}
+
+void WriteGlb(const Glb& glb, std::ostream& out) {
+  // What was read is UTF-8; a take's name need not be.
+  std::string json = glb.json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  const std::uint32_t length = GlbLength(json.size(), glb.binary.size(), glb.further_chunks.size(), glb.file);
+  json.resize((json.size() + 3) / 4 * 4, ' ');
+  const auto write = [&out](std::string_view bytes) { // whatever width the stream is set to
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  };
+  write(kMagic);
+  write(NumberBytes(2));
+  write(NumberBytes(length));
+  write(NumberBytes(static_cast<std::uint32_t>(json.size())));
+  write(kJsonChunk);
+  write(json);
+  if (!glb.binary.empty()) {
+    const std::string padding((4 - glb.binary.size() % 4) % 4, '\0');
+    write(NumberBytes(static_cast<std::uint32_t>(glb.binary.size() + padding.size())));
+    write(kBinaryChunk);
+    write(glb.binary);
+    write(padding);
+  }
+  write(glb.further_chunks);
+}
+
+} // namespace mien

@@ -1,0 +1,82 @@
+#include "host/gltf/json_at.h"
+
+#include "host/error.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <limits>
+
+namespace mien {
+
+namespace {
+
+constexpr std::string_view kExportAgain = "export the head again";
+
+} // namespace
+
+std::optional<JsonAt> JsonAt::Find(const std::string& key) const {
+  RequireObject();
+  const auto member = json_->find(key);
+  if (member == json_->end()) return std::nullopt;
+  JsonAt found(*this, *member);
+  found.place_ /= key;
+  return found;
+}
+
+JsonAt JsonAt::At(const std::string& key) const {
+  if (const auto member = Find(key)) return *member;
+  Fail(fmt::format("the member {} is missing", Quoted(key)), kExportAgain);
+}
+
+JsonAt JsonAt::Element(std::size_t index) const {
+  JsonAt element(*this, (*json_)[index]);
+  element.place_ /= index;
+  return element;
+}
+
+std::vector<JsonAt> JsonAt::Elements() const {
+  if (!json_->is_array()) Fail("this is not an array", kExportAgain);
+  std::vector<JsonAt> elements;
+  elements.reserve(json_->size());
+  for (std::size_t i = 0; i < json_->size(); ++i) elements.push_back(Element(i));
+  return elements;
+}
+
+std::vector<JsonAt> JsonAt::ElementsOf(const std::string& key) const {
+  const auto member = Find(key);
+  return member ? member->Elements() : std::vector<JsonAt>();
+}
+
+std::size_t JsonAt::Index(std::size_t count, std::string_view what) const {
+  const bool is_index = json_->is_number_integer() && *json_ >= 0 && json_->get<std::size_t>() < count;
+  if (!is_index) Fail(fmt::format("this does not lead to one of the {} {}", count, what), kExportAgain);
+  return json_->get<std::size_t>();
+}
+
+std::string JsonAt::String() const {
+  if (!json_->is_string()) Fail("this is not a text", kExportAgain);
+  return json_->get<std::string>();
+}
+
+std::vector<double> JsonAt::Numbers(std::size_t count) const {
+  std::vector<double> numbers;
+  if (json_->is_array())
+    for (const Json& number : *json_)
+      if (number.is_number() &&
+          std::fabs(number.get<double>()) <= static_cast<double>(std::numeric_limits<float>::max()))
+        numbers.push_back(number.get<double>());
+  if (!json_->is_array() || numbers.size() != json_->size() || numbers.size() != count)
+    Fail(fmt::format("this is not a list of {} number{}", count, count == 1 ? "" : "s"), kExportAgain);
+  return numbers;
+}
+
+void JsonAt::Fail(std::string_view what, std::string_view mend) const {
+  throw InputError(*file_, Printable(place_.to_string()), what, mend);
+}
+
+void JsonAt::RequireObject() const {
+  if (!json_->is_object()) Fail("this is not an object", kExportAgain);
+}
+
+} // namespace mien

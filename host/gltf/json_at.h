@@ -1,0 +1,61 @@
+#pragma once
+
+#include "host/gltf/glb.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mien {
+
+/// A value in the JSON of a GLB and where it stands there. Whoever follows a file's own references goes by it: each step
+/// throws InputError, with the value's JSON pointer, where the value is not what it should be.
+class JsonAt {
+public:
+  using Json = nlohmann::ordered_json;
+
+  /// The whole of it. The GLB must live on unchanged.
+  explicit JsonAt(const Glb& glb) : json_(&glb.json), file_(&glb.file) {}
+
+  /// A member of this object, which may be absent.
+  std::optional<JsonAt> Find(const std::string& key) const;
+
+  /// A member of this object.
+  JsonAt At(const std::string& key) const;
+
+  /// An element of this array, which has one of this index.
+  JsonAt Element(std::size_t index) const;
+
+  /// The elements of this array.
+  std::vector<JsonAt> Elements() const;
+
+  /// Those of an array that is a member of this object; none where it is absent.
+  std::vector<JsonAt> ElementsOf(const std::string& key) const;
+
+  /// An index into `count` objects. `what` is named: "meshes".
+  std::size_t Index(std::size_t count, std::string_view what) const;
+
+  std::string String() const;
+
+  /// So many numbers, each finite as a float.
+  std::vector<double> Numbers(std::size_t count) const;
+
+  const Json& Value() const { return *json_; }
+
+  /// Throws InputError about this value.
+  [[noreturn]] void Fail(std::string_view what, std::string_view mend) const;
+
+private:
+  JsonAt(const JsonAt& parent, const Json& json) : json_(&json), file_(parent.file_), place_(parent.place_) {}
+  void RequireObject() const;
+
+  const Json* json_;
+  const std::string* file_;
+  Json::json_pointer place_;
+};
+
+} // namespace mien

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "host/gltf/glb.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// A node that shows a mesh with named morph targets.
+struct MorphNode {
+  std::size_t node;
+  std::vector<std::string> targets; ///< their names, in the mesh's order
+  std::vector<double>
+      defaults; ///< the weights at rest: of the node, else of the mesh, else 0 (size: targets)
+};
+
+struct MorphTargets {
+  std::vector<MorphNode> nodes;   ///< in the file's order
+  std::vector<std::string> notes; ///< what the user should know: meshes whose targets have no names
+
+  /// The names of all targets, each once, in the order of the nodes.
+  std::vector<std::string> Names() const;
+};
+
+/// The names are those in `extras.targetNames` of the mesh or, as older exporters of avatars write them, of its first
+/// primitive. Throws InputError where the file contradicts itself: a list of names that is not as long as that of the
+/// targets would drive the wrong ones.
+MorphTargets FindMorphTargets(const Glb& head);
+
+} // namespace mien

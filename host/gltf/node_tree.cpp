@@ -1,0 +1,154 @@
+#include "host/gltf/node_tree.h"
+
+#include "host/error.h"
+#include "host/gltf/json_at.h"
+#include "mien/base/affine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+namespace mien {
+
+namespace {
+
+using detail::Cross;
+using detail::Dot;
+using detail::Length;
+
+/// Of axes whose columns are nearly orthogonal.
+ClusterTransform TransformOfMatrix(const JsonAt& matrix) {
+  const std::vector<double> m = matrix.Numbers(16); // column by column
+  VgeTVector axes[3];
+  double lengths[3];
+  for (std::size_t a = 0; a < 3; ++a) {
+    axes[a] = {m[4 * a], m[4 * a + 1], m[4 * a + 2], 0};
+    lengths[a] = Length(axes[a]);
+    if (!(lengths[a] > 0))
+      matrix.Fail("this matrix flattens its node, which cannot be turned then",
+                  "give the node a scale other than 0 and export the head again");
+    axes[a] = {axes[a].x / lengths[a], axes[a].y / lengths[a], axes[a].z / lengths[a], 0};
+  }
+  constexpr double kShear = 1e-4; // exporters write six digits
+  if (std::fabs(Dot(axes[0], axes[1])) > kShear || std::fabs(Dot(axes[1], axes[2])) > kShear ||
+      std::fabs(Dot(axes[2], axes[0])) > kShear)
+    matrix.Fail("this matrix shears its node, which no rotation and scale can do",
+                "apply the node's transform in the program that made the head and export it again");
+  const bool mirrors = Dot(Cross(axes[0], axes[1]), axes[2]) < 0;
+
+  ClusterTransform transform;
+  transform.translation = {m[12], m[13], m[14]};
+  transform.scale = VgeSVector(mirrors ? -lengths[0] : lengths[0], lengths[1], lengths[2]);
+  // Exactly orthogonal from here on: y stays, x and z give way.
+  const VgeTVector y = axes[1], z = detail::Unit(mirrors ? Cross(y, axes[0]) : Cross(axes[0], y)),
+                   x = Cross(y, z);
+  const VgeTVector proper[] = {x, y, z};
+  for (std::size_t a = 0; a < 3; ++a) {
+    transform.rotation.m[a][0] = proper[a].x;
+    transform.rotation.m[a][1] = proper[a].y;
+    transform.rotation.m[a][2] = proper[a].z;
+  }
+  return transform;
+}
+
+ClusterTransform TransformOf(const JsonAt& node) {
+  ClusterTransform transform;
+  const auto translation = node.Find("translation"), rotation = node.Find("rotation"),
+             scale = node.Find("scale");
+  if (const auto matrix = node.Find("matrix")) {
+    if (translation || rotation || scale)
+      node.Fail("this node has a matrix and a transform beside it", "export the head again");
+    return TransformOfMatrix(*matrix);
+  }
+  if (translation) {
+    const auto t = translation->Numbers(3);
+    transform.translation = {t[0], t[1], t[2]};
+  }
+  if (rotation) {
+    const auto q = rotation->Numbers(4);
+    if (q[0] == 0 && q[1] == 0 && q[2] == 0 && q[3] == 0)
+      rotation->Fail("this is no rotation: its quaternion is 0", "export the head again");
+    transform.rotation = RotationOf(VgeQuaternion(q[0], q[1], q[2], q[3]));
+  }
+  if (scale) {
+    const auto s = scale->Numbers(3);
+    transform.scale = VgeSVector(s[0], s[1], s[2]);
+  }
+  return transform;
+}
+
+JsonAt NodeAt(const Glb& glb, std::size_t node) { return JsonAt(glb).At("nodes").Element(node); }
+
+} // namespace
+
+VgeRMatrix RotationOf(const VgeQuaternion& quaternion) {
+  double x = quaternion.x, y = quaternion.y, z = quaternion.z, w = quaternion.w;
+  const double largest = std::max({std::fabs(x), std::fabs(y), std::fabs(z), std::fabs(w)});
+  x /= largest, y /= largest, z /= largest, w /= largest; // so that no square over- or underflows
+  const double s = 2 / (x * x + y * y + z * z + w * w);
+  VgeRMatrix rotation;
+  rotation.m[0][0] = 1 - s * (y * y + z * z);
+  rotation.m[0][1] = s * (x * y + z * w);
+  rotation.m[0][2] = s * (x * z - y * w);
+  rotation.m[1][0] = s * (x * y - z * w);
+  rotation.m[1][1] = 1 - s * (x * x + z * z);
+  rotation.m[1][2] = s * (y * z + x * w);
+  rotation.m[2][0] = s * (x * z + y * w);
+  rotation.m[2][1] = s * (y * z - x * w);
+  rotation.m[2][2] = 1 - s * (x * x + y * y);
+  return rotation;
+}
+
+std::map<std::string, std::vector<std::size_t>> NodesByName(const Glb& glb) {
+  std::map<std::string, std::vector<std::size_t>> nodes;
+  const std::vector<JsonAt> all = JsonAt(glb).ElementsOf("nodes");
+  for (std::size_t n = 0; n < all.size(); ++n)
+    if (const auto name = all[n].Find("name")) nodes[name->String()].push_back(n);
+  return nodes;
+}
+
+ClusterTransform TransformOfNode(const Glb& glb, std::size_t node) { return TransformOf(NodeAt(glb, node)); }
+
+void ReplaceMatrix(Glb& glb, std::size_t node) {
+  const ClusterTransform transform = TransformOfNode(glb, node);
+  auto& json = glb.json["nodes"][node];
+  if (json.erase("matrix") == 0) return;
+  const VgeQuaternion rotation(transform.rotation);
+  json["translation"] = {transform.translation.x, transform.translation.y, transform.translation.z};
+  json["rotation"] = {rotation.x, rotation.y, rotation.z, rotation.w};
+  json["scale"] = {transform.scale.x, transform.scale.y, transform.scale.z};
+}
+
+VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
+  const std::vector<JsonAt> nodes = JsonAt(glb).At("nodes").Elements();
+  std::vector<std::optional<std::size_t>> parents(nodes.size());
+  for (std::size_t n = 0; n < nodes.size(); ++n)
+    for (const JsonAt& child : nodes[n].ElementsOf("children")) {
+      auto& parent = parents[child.Index(nodes.size(), "nodes")];
+      if (parent)
+        child.Fail(fmt::format("this node is a child of node {} already", *parent), "export the head again");
+      parent = n;
+    }
+
+  VgeAMatrix axes;
+  std::size_t steps = 0;
+  for (auto parent = parents[node]; parent; parent = parents[*parent]) {
+    if (++steps > nodes.size())
+      nodes[node].Fail("this node is among its own parents", "export the head again");
+    const ClusterTransform transform = TransformOf(nodes[*parent]);
+    const double signs[] = {transform.scale.x < 0 ? -1.0 : 1.0, transform.scale.y < 0 ? -1.0 : 1.0,
+                            transform.scale.z < 0 ? -1.0 : 1.0};
+    VgeAMatrix own;
+    for (int column = 0; column < 3; ++column)
+      for (int row = 0; row < 3; ++row)
+        own.m[column][row] = transform.rotation.m[column][row] * signs[column];
+    axes = detail::Product(own, axes);
+  }
+  return axes;
+}
+
+} // namespace mien

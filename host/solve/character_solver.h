@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/character/character.h"
+#include "mien/character/character_face.h"
+#include "mien/face/expression_state.h"
+#include "mien/face/template_state.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mien {
+
+/// Weights by the names of a character's expressions.
+using ExpressionWeights = std::vector<std::pair<std::string, double>>;
+
+/// Turns template weights, frame after frame, into the shape weights and cluster transforms of a character. A frame
+/// allocates nothing.
+///
+/// A character's expressions stand in the process-wide face, so there may be one such solver at a time, and none while
+/// that face has expressions of anybody else; making one then throws std::logic_error.
+class CharacterSolver {
+public:
+  /// `expressions` is added to every frame. Throws InputError for an expression that the character has not.
+  explicit CharacterSolver(const Character& character, const ExpressionWeights& expressions = {});
+  ~CharacterSolver();
+  CharacterSolver(const CharacterSolver&) = delete;
+  CharacterSolver& operator=(const CharacterSolver&) = delete;
+
+  /// What the character makes of a frame: `mWeights[p][s]` is shape s of part p, `mClusters[p]` the part's clusters.
+  /// Valid until the next call.
+  const VCharacterFaceState& Solve(const VFaceTemplateState& templates);
+
+private:
+  void AddParts(const Character& character);
+  void AddDefinitions(const Character& character);
+
+  std::unique_ptr<VCharacterFace> face_;
+  std::unique_ptr<VCharacterFaceState> state_ = std::make_unique<VCharacterFaceState>();
+  VFaceExpressionState expressions_;
+  std::optional<Character::Range> range_;
+};
+
+} // namespace mien

@@ -1,0 +1,41 @@
+#include "host/solve/solve_character.h"
+
+namespace mien {
+
+void SolveCharacter(Animation& animation, const Character& character, const ExpressionWeights& expressions) {
+  CharacterSolver solver(character, expressions);
+  const std::size_t frames = animation.frames.size();
+  animation.character = character.name;
+  animation.shapes = character.Shapes();
+  animation.clusters.clear();
+  for (const Character::Part& part : character.parts)
+    for (const Character::Cluster& cluster : part.clusters)
+      animation.clusters.push_back({part.name, cluster.name});
+  animation.shape_weights.clear();
+  animation.shape_weights.reserve(frames * animation.shapes.size());
+  animation.local_clusters.clear();
+  animation.local_clusters.reserve(frames * animation.clusters.size());
+  animation.global_clusters.clear();
+  animation.global_clusters.reserve(frames * animation.clusters.size());
+
+  VFaceTemplateState templates;
+  for (std::size_t f = 0; f < frames; ++f) {
+    for (std::size_t t = 0; t < animation.templates.size(); ++t) {
+      const auto& [part, slot, name] = animation.templates[t];
+      templates.mParts[part].mWeights[slot] = animation.Weight(f, t);
+    }
+    const VCharacterFaceState& state = solver.Solve(templates);
+    for (std::size_t p = 0; p < character.parts.size(); ++p) {
+      const Character::Part& part = character.parts[p];
+      animation.shape_weights.insert(animation.shape_weights.end(), state.mWeights[p],
+                                     state.mWeights[p] + part.shapes.size());
+      for (std::size_t c = 0; c < part.clusters.size(); ++c) {
+        const VCharacterFaceClusterState& cluster = *state.mClusters[p].mClusters[static_cast<int>(c)];
+        animation.local_clusters.push_back({cluster.mLocalT, cluster.mLocalR, cluster.mLocalS});
+        animation.global_clusters.push_back({cluster.mGlobalT, cluster.mGlobalR, cluster.mGlobalS});
+      }
+    }
+  }
+}
+
+} // namespace mien

@@ -1,0 +1,46 @@
+// make_head OUT.glb: a head of the kind that people have, onto which nothing is easily written. The built-in face of the
+// 52 shapes is turned and placed by parents, one of them by a matrix; lashes share its shapes under names of another
+// spelling; bones, one of them with a matrix, wait for clusters.
+
+#include "host/character/character_file.h"
+#include "host/gltf/glb.h"
+#include "host/write/animation_glb.h"
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+int main(int argc, char** argv) {
+  if (argc != 2) return 2;
+  using Json = nlohmann::ordered_json;
+
+  std::ostringstream face;
+  const mien::Character character = mien::FindCharacter("arkit52");
+  mien::WriteFace(&character, face);
+  mien::Glb head = mien::ReadGlb(face.str(), "face");
+
+  Json& nodes = head.json["nodes"]; // 0 "mien" > 1 "face"
+  nodes[0]["children"] = {2};
+  nodes[0]["rotation"] = {0, 0.6, 0, 0.8};
+  nodes[0]["scale"] = {2, 2, 2};
+  nodes.push_back(
+      {{"name", "neck"},
+       {"children", {1, 3, 4, 5}},
+       {"matrix", {1, 0, 0, 0, 0, 0.8, 0.6, 0, 0, -0.6, 0.8, 0, 0.1, 1.5, 0, 1}}}); // turned about x
+  nodes[1]["rotation"] = {0.5, 0.5, -0.5, 0.5};
+  nodes.push_back({{"name", "lashes"}, {"mesh", 1}});
+  nodes.push_back({{"name", "jawBone"}, {"matrix", {0, 0, -2, 0, 0, 3, 0, 0, 1, 0, 0, 0, 5, 6, 7, 1}}});
+  nodes.push_back({{"name", "browBoneL"}, {"translation", {1, 2, 3}}});
+
+  Json lashes = head.json["meshes"][0];
+  lashes["name"] = "lashes";
+  Json names = Json::array();
+  for (const Json& name : lashes["extras"]["targetNames"])
+    names.push_back("Lashes." + name.get<std::string>());
+  lashes["extras"]["targetNames"] = names;
+  head.json["meshes"].push_back(lashes);
+
+  std::ofstream out(argv[1], std::ios::binary);
+  mien::WriteGlb(head, out);
+  return out.flush() ? 0 : 1;
+}

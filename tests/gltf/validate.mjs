@@ -1,0 +1,29 @@
+// node validate.mjs FILE.glb...
+// The format's own validator on each file: fails on any error or warning, on a hint or information that is a defect in
+// what the command writes, and where there is no file.
+import { createRequire } from 'node:module';
+import { readFileSync } from 'node:fs';
+
+// From the working directory: the package is installed in the build tree, not beside this file.
+const validator = createRequire(`${process.cwd()}/`)('gltf-validator');
+
+// What a clean file of ours may still be told:
+const HARMLESS = new Set([
+  'NODE_EMPTY', // a cluster is a node without geometry, for others to hang theirs on
+]);
+
+const files = process.argv.slice(2);
+let defects = files.length === 0 ? 1 : 0;
+for (const file of files) {
+  const report = await validator.validateBytes(new Uint8Array(readFileSync(file)), { uri: file, format: 'glb', maxIssues: 0 });
+  const { issues, info } = report;
+  if (issues.truncated) throw new Error(`${file}: not all issues were listed`);
+  const bad = issues.messages.filter(({ code }) => !HARMLESS.has(code));
+  for (const { code, message, pointer } of bad) console.error(`${file}:${pointer}: ${code}: ${message}`);
+  console.log(`${file}: ${info.animationCount} animations, ${info.drawCallCount} draw calls, ` +
+    `${info.totalVertexCount} vertices, morph targets: ${info.hasMorphTargets}; ` +
+    `${issues.messages.length - bad.length} harmless remarks, ${bad.length} defects`);
+  defects += bad.length;
+}
+console.log(`${files.length} files checked, ${defects} defects`);
+process.exit(defects > 0 ? 1 : 0);
