@@ -27,7 +27,7 @@ Character Puppet() {
     "parts": {
       "face": { "shapes": ["smile", "frown"] },
       "jaw": { "shapes": ["drop"], "clusters": {
-        "root": { "translation": [0, 0, 100] },
+        "root": { "translation": [0, 0, 100], "rotation": [0, 0, 90], "scale": [2, 3, 4] },
         "rest": { "bone": { "translation": [1, 0, 0] }, "chin": {} },
         "poses": { "drop": { "chin": { "translation": [0, -10, 0], "scale": [1, 2, 1] } } } } },
       "none": { "shapes": [] },
