@@ -41,14 +41,19 @@ struct OpenContainer {
   std::set<std::string> keys; // so far
 };
 
-JsonFile::Pointer PointerTo(const std::vector<OpenContainer>& open) {
-  JsonFile::Pointer place;
-  for (const OpenContainer& container : open)
-    if (container.is_array)
-      place /= container.index;
-    else
-      place /= container.key;
-  return place;
+/// The JSON pointer (RFC 6901) to where the parser is.
+std::string PointerTo(const std::vector<OpenContainer>& open) {
+  std::string pointer;
+  for (const OpenContainer& container : open) {
+    pointer += '/';
+    if (container.is_array) pointer += std::to_string(container.index);
+    for (const char c : container.key)
+      if (c == '~' || c == '/')
+        pointer += c == '~' ? "~0" : "~1";
+      else
+        pointer += c;
+  }
+  return pointer;
 }
 
 } // namespace
@@ -62,7 +67,7 @@ JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(fi
       OpenContainer& object = open.back();
       object.key = parsed.get<std::string>();
       if (!object.keys.insert(object.key).second)
-        Mistake(PointerTo(open), "this key is in the object twice", "keep one of them");
+        Collect(PointerTo(open), "this key is in the object twice", "keep one of them");
       return true;
     }
     if (event == Event::object_end || event == Event::array_end) open.pop_back();
@@ -90,8 +95,12 @@ JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(fi
 }
 
 void JsonFile::Mistake(const Pointer& place, std::string_view what, std::string_view mend) {
+  Collect(place.to_string(), what, mend);
+}
+
+void JsonFile::Collect(std::string_view place, std::string_view what, std::string_view mend) {
   constexpr std::size_t kLongest = 300; // bytes, for files that nest without end
-  std::string pointer = Printable(place.to_string());
+  std::string pointer = Printable(place);
   if (pointer.size() > kLongest) { // where it begins and ends is of use
     const auto splits_character = [&](std::size_t at) {
       return (static_cast<unsigned char>(pointer[at]) & 0xC0) == 0x80; // a later byte of UTF-8

@@ -43,6 +43,8 @@ public:
   void ThrowMistakes() const;
 
 private:
+  void Collect(std::string_view place, std::string_view what, std::string_view mend);
+
   std::string file_;
   Json root_;
   std::vector<std::string> mistakes_;

@@ -4,6 +4,7 @@
 #include "host/error.h"
 #include "host/json_file.h"
 #include "host/read_file.h"
+#include "host/rotation.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
 
@@ -30,24 +31,6 @@ constexpr std::string_view kFormat = "mien character 1";
 constexpr std::pair<std::string_view, std::string_view> kBuiltIn[] = {
     {"arkit52", kArkit52},
 };
-
-/// The rotation of a quaternion of any length but 0.
-VgeRMatrix RotationOf(double x, double y, double z, double w) {
-  const double largest = std::max({std::fabs(x), std::fabs(y), std::fabs(z), std::fabs(w)});
-  x /= largest, y /= largest, z /= largest, w /= largest; // so that no square over- or underflows
-  const double s = 2 / (x * x + y * y + z * z + w * w);
-  VgeRMatrix rotation;
-  rotation.m[0][0] = 1 - s * (y * y + z * z);
-  rotation.m[0][1] = s * (x * y + z * w);
-  rotation.m[0][2] = s * (x * z - y * w);
-  rotation.m[1][0] = s * (x * y - z * w);
-  rotation.m[1][1] = 1 - s * (x * x + z * z);
-  rotation.m[1][2] = s * (y * z + x * w);
-  rotation.m[2][0] = s * (x * z + y * w);
-  rotation.m[2][1] = s * (y * z - x * w);
-  rotation.m[2][2] = 1 - s * (x * x + y * y);
-  return rotation;
-}
 
 class CharacterReader {
 public:
@@ -115,11 +98,13 @@ private:
 
   void ReadShapes(const Pointer& place, const Json& shapes, Character::Part& part) {
     part.shapes = file_.ReadNames(place, shapes, "shape");
+    std::size_t i = 0; // where the file has it: what cannot be a name was left out
     for (const std::string& shape : part.shapes) {
+      while (shapes[i] != shape) ++i;
       const auto [known, is_new] = part_of_shape_.emplace(shape, part.name);
       if (!is_new)
         file_.Mistake(
-            place,
+            place / i,
             fmt::format("the shape {} is in the part {} already", Quoted(shape), Quoted(known->second)),
             "name it once; templates know a shape by its name alone");
     }
@@ -190,8 +175,8 @@ private:
       if (AreNumbers(r, 3))
         VTxRotationOrder().V2M(read.rotation, {{r[0].get<double>(), r[1].get<double>(), r[2].get<double>()}});
       else if (AreNumbers(r, 4) && std::any_of(r.begin(), r.end(), [](const Json& c) { return c != 0; }))
-        read.rotation =
-            RotationOf(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(), r[3].get<double>());
+        read.rotation = RotationOf(
+            VgeQuaternion(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(), r[3].get<double>()));
       else
         file_.Mistake(place / "rotation", "this is not a rotation",
                       "write [x, y, z] in degrees, or a quaternion [x, y, z, w]");

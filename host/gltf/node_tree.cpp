@@ -2,6 +2,7 @@
 
 #include "host/error.h"
 #include "host/gltf/json_at.h"
+#include "host/rotation.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -84,24 +85,6 @@ ClusterTransform TransformOf(const JsonAt& node) {
 JsonAt NodeAt(const Glb& glb, std::size_t node) { return JsonAt(glb).At("nodes").Element(node); }
 
 } // namespace
-
-VgeRMatrix RotationOf(const VgeQuaternion& quaternion) {
-  double x = quaternion.x, y = quaternion.y, z = quaternion.z, w = quaternion.w;
-  const double largest = std::max({std::fabs(x), std::fabs(y), std::fabs(z), std::fabs(w)});
-  x /= largest, y /= largest, z /= largest, w /= largest; // so that no square over- or underflows
-  const double s = 2 / (x * x + y * y + z * z + w * w);
-  VgeRMatrix rotation;
-  rotation.m[0][0] = 1 - s * (y * y + z * z);
-  rotation.m[0][1] = s * (x * y + z * w);
-  rotation.m[0][2] = s * (x * z - y * w);
-  rotation.m[1][0] = s * (x * y - z * w);
-  rotation.m[1][1] = 1 - s * (x * x + z * z);
-  rotation.m[1][2] = s * (y * z + x * w);
-  rotation.m[2][0] = s * (x * z + y * w);
-  rotation.m[2][1] = s * (y * z - x * w);
-  rotation.m[2][2] = 1 - s * (x * x + y * y);
-  return rotation;
-}
 
 std::map<std::string, std::vector<std::size_t>> NodesByName(const Glb& glb) {
   std::map<std::string, std::vector<std::size_t>> nodes;

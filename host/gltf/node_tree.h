@@ -11,9 +11,6 @@
 
 namespace mien {
 
-/// The rotation of a quaternion of any length but 0.
-VgeRMatrix RotationOf(const VgeQuaternion& quaternion);
-
 /// The nodes of each name, in the file's order.
 std::map<std::string, std::vector<std::size_t>> NodesByName(const Glb& glb);
 

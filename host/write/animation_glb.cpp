@@ -5,8 +5,8 @@
 #include "host/gltf/json_at.h"
 #include "host/gltf/morph_targets.h"
 #include "host/gltf/node_tree.h"
+#include "host/rotation.h"
 #include "host/write/face_mesh.h"
-#include "host/write/quaternion.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>

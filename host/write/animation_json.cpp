@@ -1,6 +1,6 @@
 #include "host/write/animation_json.h"
 
-#include "host/write/quaternion.h"
+#include "host/rotation.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -529,7 +529,8 @@ TEST(ReadCharacter, EachMistakeAloneIsToldByItsPointer) {
       {File(R"({ "p": { "shapes": ["a", "b", "a"] } })", "{}"),
        "/parts/p/shapes/2: the shape \"a\" is in the list already; name it once"},
       {File(R"({ "p": { "shapes": ["a", "b"] }, "q": { "shapes": ["c", "b"] } })", "{}"),
-       "/parts/q/shapes: the shape \"b\" is in the part \"p\" already; name it once; templates know a shape "
+       "/parts/q/shapes/1: the shape \"b\" is in the part \"p\" already; name it once; templates know a "
+       "shape "
        "by "
        "its name alone"},
       // Clusters.
@@ -728,7 +729,7 @@ TEST(ReadCharacter, ReportsEveryMistakeAtOnce) {
       "/parts/face/shapes/2: the shape \"a\" is in the list already",
       "/parts/face/shapes/3: this is not a shape name",
       "/parts/face/shapes/4: the shape name has 0 bytes",
-      "/parts/jaw/shapes: the shape \"b\" is in the part \"face\" already",
+      "/parts/jaw/shapes/1: the shape \"b\" is in the part \"face\" already",
       "/parts/jaw/clusters/root/scale: a scale of 0",
       "/parts/jaw/clusters/rest/bone/translation: this is not a translation",
       "/parts/jaw/clusters/rest/bone/scale: a scale of 0",

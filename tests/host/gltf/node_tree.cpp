@@ -14,7 +14,6 @@ using mien::ClusterTransform;
 using mien::Glb;
 using mien::NodesByName;
 using mien::ReplaceMatrix;
-using mien::RotationOf;
 using mien::TransformOfNode;
 using testing::ElementsAre;
 using testing::Pair;
@@ -38,13 +37,6 @@ std::string ErrorOfMatrix(const std::string& matrix) {
 }
 
 } // namespace
-
-TEST(NodeTree, RotationOfAQuaternionOfAnyLength) {
-  const double quarter_about_z[3][3] = {{0, 1, 0}, {-1, 0, 0}, {0, 0, 1}};
-  const double h = std::sqrt(0.5);
-  for (const double length : {1.0, -1.0, 1e-200, 1e200})
-    ExpectColumns(RotationOf(VgeQuaternion(0, 0, h * length, h * length)), quarter_about_z);
-}
 
 TEST(NodeTree, NodesAreFoundByName) {
   EXPECT_THAT(NodesByName(Nodes(R"([{"name":"b"},{},{"name":"a"},{"name":"b"}])")),

@@ -1,4 +1,4 @@
-#include "host/write/quaternion.h"
+#include "host/rotation.h"
 
 #include "tests/host/plain_face.h"
 
@@ -65,4 +65,15 @@ TEST(QuaternionNear, DoesNotJumpOnAWayRound) {
 TEST(QuaternionNear, KeepsTheLibrarysSignWhereBothAreAsNear) {
   const VgeQuaternion q = QuaternionNear(VgeQuaternion(1, 0, 0, 0), About(0, 0, 90));
   EXPECT_EQ(q, VgeQuaternion(About(0, 0, 90)));
+}
+
+TEST(RotationOf, TakesAQuaternionOfAnyLength) {
+  const double quarter_about_z[3][3] = {{0, 1, 0}, {-1, 0, 0}, {0, 0, 1}};
+  const double h = std::sqrt(0.5);
+  for (const double length : {1.0, -1.0, 1e-200, 1e200}) {
+    const VgeRMatrix rotation = RotationOf(VgeQuaternion(0, 0, h * length, h * length));
+    for (int column = 0; column < 3; ++column)
+      for (int row = 0; row < 3; ++row)
+        EXPECT_NEAR(rotation.m[column][row], quarter_about_z[column][row], 1e-15) << length;
+  }
 }

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "mien/base/geometry.h"
+
+namespace mien {
+
+/// The upper 3 x 3 of a rigid transform.
+VgeRMatrix RotationOf(const VgeAMatrix& rigid);
+
+/// The rotation of a quaternion of any length but 0.
+VgeRMatrix RotationOf(const VgeQuaternion& quaternion);
+
+/// Of the two unit quaternions of a rotation the one that is nearer to `before`, so that curves do not jump.
+VgeQuaternion QuaternionNear(const VgeQuaternion& before, const VgeRMatrix& rotation);
+
+} // namespace mien
