@@ -59,6 +59,14 @@ std::string PointerTo(const std::vector<OpenContainer>& open) {
 } // namespace
 
 JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(file)) {
+  if (text.find_first_not_of(" \t\r\n") == std::string_view::npos)
+    throw InputError(file_, "", "the file is empty", "name a JSON file");
+  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
+    throw InputError(file_, "", "this is UTF-16 text", "save it as UTF-8");
+  if (text.starts_with("glTF"))
+    throw InputError(file_, "", "this is a .glb, not JSON",
+                     "mien character from-glb makes a character file of a head");
+
   // The parser keeps the last of two equal keys without a word.
   std::vector<OpenContainer> open;
   const auto note_equal_keys = [&](int, Json::parse_event_t event, Json& parsed) {
@@ -131,6 +139,17 @@ std::string JsonFile::ReadHeading(std::string_view format, std::string_view what
   if (!root_.is_object()) {
     Mistake(here, fmt::format("a {} is an object", what), "begin with {");
     ThrowMistakes();
+  }
+  if (root_.contains("format") && root_["format"].is_string()) {
+    // "mien performer 1": the kind and its version.
+    const auto& found = root_["format"].get_ref<const std::string&>();
+    const std::string_view kind = format.substr(0, format.rfind(' ') + 1);
+    const std::size_t version = found.rfind(' ') + 1;
+    if (found.starts_with("mien ") && !found.starts_with(kind) && version > 6)
+      throw InputError(
+          file_, "/format",
+          fmt::format("this is a {} file", Quoted(std::string_view(found).substr(5, version - 6))),
+          fmt::format("name a {} file here", what));
   }
   if (!root_.contains("format") || root_["format"] != format)
     Mistake(here / "format", fmt::format("this is not known as a {} of this version", what),

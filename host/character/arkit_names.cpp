@@ -15,43 +15,54 @@ char Lower(char c) { return IsUpper(c) ? static_cast<char>(c - 'A' + 'a') : c; }
 
 /// A name's letters in lower case, without what stands between them.
 struct Folded {
+  explicit Folded(std::string_view name) {
+    for (std::size_t i = 0; i < name.size(); ++i) {
+      if (!IsLetter(name[i])) continue;
+      letters.push_back(Lower(name[i]));
+      places.push_back(i);
+      begins_word.push_back(i == 0 || !IsLetter(name[i - 1]));
+    }
+  }
+
   std::string letters;
-  std::vector<bool>
-      begins_word; ///< whether anything but a letter, or nothing, stood before it (size: letters)
+  std::vector<std::size_t> places; ///< where each letter of the name stands in it
+  std::vector<bool> begins_word;   ///< whether anything but a letter, or nothing, stands before it
 };
 
-Folded Fold(std::string_view name) {
-  Folded folded;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    if (!IsLetter(name[i])) continue;
-    folded.letters.push_back(Lower(name[i]));
-    folded.begins_word.push_back(i == 0 || !IsLetter(name[i - 1]));
-  }
-  return folded;
-}
+/// One of the 52 at the end of a name, and how long what stands before it is. No name of the 52 ends with another one.
+struct NameAtEnd {
+  std::size_t name;
+  std::size_t prefix;
+};
 
-/// No name of the 52 ends with another one, so there is one at most.
-std::optional<std::size_t> NameAtEndOf(const Folded& folded) {
+std::optional<NameAtEnd> FindAtEnd(const Folded& folded) {
   static const std::vector<std::string> kNames = [] {
     std::vector<std::string> names;
-    for (const std::string_view name : kArkitNames) names.push_back(Fold(name).letters);
+    for (const std::string_view name : kArkitNames) names.push_back(Folded(name).letters);
     return names;
   }();
-  for (std::size_t i = 0; i < kNames.size(); ++i)
-    if (folded.letters.ends_with(kNames[i]) && folded.begins_word[folded.letters.size() - kNames[i].size()])
-      return i;
+  for (std::size_t i = 0; i < kNames.size(); ++i) {
+    if (!folded.letters.ends_with(kNames[i])) continue;
+    const std::size_t start = folded.letters.size() - kNames[i].size();
+    if (folded.begins_word[start]) return NameAtEnd{i, folded.places[start]};
+  }
   return std::nullopt;
 }
 
-} // namespace
+/// What a name means by its end, and how long what stands before that is.
+struct MeaningAtEnd {
+  ArkitMatch match;
+  std::size_t prefix;
+};
 
-std::optional<ArkitMatch> FindArkitName(std::string_view name) {
+std::optional<MeaningAtEnd> FindMeaningAtEnd(std::string_view name) {
   using Half = ArkitMatch::Half;
   while (!name.empty() && !IsLetter(name.back())) name.remove_suffix(1);
-  if (const auto whole = NameAtEndOf(Fold(name))) return ArkitMatch{*whole, Half::Both};
+  if (const auto whole = FindAtEnd(Folded(name)))
+    return MeaningAtEnd{{whole->name, Half::Both}, whole->prefix};
 
   for (const auto& [side, half] : {std::pair("left", Half::Left), std::pair("right", Half::Right)}) {
-    Folded folded = Fold(name);
+    Folded folded(name);
     const std::size_t last = name.size() - 1;
     std::size_t written = 0;
     if (folded.letters.ends_with(side))
@@ -62,15 +73,22 @@ std::optional<ArkitMatch> FindArkitName(std::string_view name) {
       written = 1;
     if (written == 0) continue;
     folded.letters.resize(folded.letters.size() - written);
-    folded.begins_word.resize(folded.letters.size());
-    if (const auto halved = NameAtEndOf(folded);
-        halved && (kArkitNames[*halved] == "browInnerUp" || kArkitNames[*halved] == "cheekPuff"))
-      return ArkitMatch{*halved, half};
+    if (const auto halved = FindAtEnd(folded);
+        halved && (kArkitNames[halved->name] == "browInnerUp" || kArkitNames[halved->name] == "cheekPuff"))
+      return MeaningAtEnd{{halved->name, half}, halved->prefix};
     folded.letters += side;
-    folded.begins_word.resize(folded.letters.size());
-    if (const auto sided = NameAtEndOf(folded)) return ArkitMatch{*sided, Half::Both};
+    if (const auto sided = FindAtEnd(folded)) return MeaningAtEnd{{sided->name, Half::Both}, sided->prefix};
   }
   return std::nullopt;
+}
+
+} // namespace
+
+std::optional<ArkitMatch> FindArkitName(std::string_view name) {
+  const auto found = FindMeaningAtEnd(name);
+  // What follows another one of the 52 is a corrective for both at once, and means neither.
+  if (!found || FindMeaningAtEnd(name.substr(0, found->prefix))) return std::nullopt;
+  return found->match;
 }
 
 } // namespace mien

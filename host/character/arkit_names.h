@@ -35,7 +35,8 @@ struct ArkitMatch {
 
 /// Matches whatever the letter case and separators: "Eye_Blink_Left", "eyeBlink_L" and "EyeBlinkL" mean eyeBlinkLeft. A
 /// prefix that ends in something other than a letter ("Head.jawOpen", "A01_Jaw_Open") and what follows the last letter
-/// ("jawOpen.001") do not matter.
+/// ("jawOpen.001") do not matter; but behind another of the 52 ("browDownL_browOuterUpL", a corrective for both at once) it
+/// means none.
 std::optional<ArkitMatch> FindArkitName(std::string_view name);
 
 } // namespace mien

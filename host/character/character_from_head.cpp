@@ -6,6 +6,7 @@
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <set>
 #include <string_view>
@@ -42,7 +43,7 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
   std::set<std::string_view> known;
   std::size_t unnamed = 0;
   for (const std::string& target : targets) {
-    if (target.empty()) {
+    if (target.empty() || target.find('\0') != std::string::npos) {
       ++unnamed;
       continue;
     }
@@ -87,6 +88,20 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
             match.character.templates[p][t].emplace_back(target, share * weight);
       }
   }
+  for (const auto& [target, meaning] : matched)
+    if (!driven.contains(kArkitNames[meaning.name])) match.undriven.push_back(target);
+
+  // On different meshes that is as it should be.
+  for (std::size_t n = 0; n < kArkitNames.size(); ++n)
+    for (const Half half : {Half::Both, Half::Left, Half::Right}) {
+      std::vector<std::string> same;
+      for (const auto& [target, meaning] : matched)
+        if (meaning == ArkitMatch{n, half}) same.push_back(Quoted(target));
+      if (same.size() > 1)
+        match.notes.push_back(
+            fmt::format("{} mean the same: take all but one out of \"templates\" if they are on one mesh",
+                        fmt::join(same, ", ")));
+    }
   for (const auto& [target, meaning] : matched) driven.erase(kArkitNames[meaning.name]);
   for (const std::string_view shape : kArkitNames)
     if (driven.contains(shape)) match.missing.emplace_back(shape);

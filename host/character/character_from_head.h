@@ -11,6 +11,7 @@ namespace mien {
 struct HeadMatch {
   Character character;
   std::vector<std::string> unmatched; ///< the head's morph targets that mean none of the 52, in its order
+  std::vector<std::string> undriven;  ///< those that mean one of the 52 that arkit52 does not drive either
   std::vector<std::string> missing;   ///< of the 52 what arkit52 drives and no morph target means
   std::vector<std::string> notes;
 };

@@ -39,15 +39,15 @@ void FromGlb(const Options& options) {
                                     names);
   WriteWhole(options.output, [&](std::ostream& out) { WriteCharacter(match.character, out); });
 
-  ReportLine("head", fmt::format("{} morph targets, {} of them known by name", names.size(),
+  ReportLine("head", fmt::format("{}, {} of them known by name", Count(names.size(), "morph target"),
                                  names.size() - match.unmatched.size()));
   for (const std::string& note : targets.notes) ReportLine("", note);
   for (const std::string& note : match.notes) ReportLine("", note);
   if (!match.unmatched.empty())
-    ReportLine("unknown", fmt::format("{}: nothing drives them until you say what does",
-                                      fmt::join(match.unmatched, ", ")));
-  if (!match.missing.empty())
-    ReportLine("missing", fmt::format("the head has no {}", fmt::join(match.missing, ", ")));
+    ReportLine("unknown", Some(match.unmatched) + ": nothing drives them until you say what does");
+  if (!match.undriven.empty())
+    ReportLine("at rest", Some(match.undriven) + ": known, and no template tells of them");
+  if (!match.missing.empty()) ReportLine("missing", "the head has no " + Some(match.missing));
   if (options.output != "-") ReportLine("wrote", options.output);
 }
 

@@ -118,33 +118,29 @@ void ReportOnSolve(const Take& take, const Performer& performer, const Neutral& 
     ReportLine("at rest", fmt::format("{} (no markers)", fmt::join(report.resting_parts, ", ")));
 }
 
-/// A few of many names.
-std::string Some(const std::vector<std::string>& names) {
-  constexpr std::size_t kShown = 10;
-  const auto end = names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), kShown));
-  std::string text = fmt::format("{}", fmt::join(names.begin(), end, ", "));
-  if (names.size() > kShown) text += fmt::format(" and {} more", names.size() - kShown);
-  return text;
-}
-
-std::vector<std::string> Told(const HeadReport& head, const Animation& animation) {
-  std::vector<std::string> told = {fmt::format("{} morph targets on {} nodes, {} clusters",
-                                               head.driven_targets, head.driven_nodes, head.driven_clusters)};
-  // Of shapes that stay 0 nobody misses the target.
+std::vector<std::string> Told(const HeadReport& head, const Animation& animation,
+                              const std::optional<Character>& character) {
+  std::vector<std::string> told = {fmt::format("{} on {}, {}", Count(head.driven_targets, "morph target"),
+                                               Count(head.driven_nodes, "node"),
+                                               Count(head.driven_clusters, "cluster"))};
+  // Of shapes that stay 0, and of those that move clusters, nobody misses the target.
   std::vector<std::string> missing;
   for (const std::string& shape : head.shapes_without_target) {
     const auto s = static_cast<std::size_t>(
         std::find(animation.shapes.begin(), animation.shapes.end(), shape) - animation.shapes.begin());
-    bool moves = s == animation.shapes.size(); // a template
-    for (std::size_t f = 0; f < animation.frames.size() && !moves; ++f)
-      moves = animation.ShapeWeight(f, s) != 0;
-    if (moves) missing.push_back(shape);
+    bool missed = s == animation.shapes.size(); // a template
+    for (std::size_t f = 0; f < animation.frames.size() && !missed; ++f)
+      missed = animation.ShapeWeight(f, s) != 0;
+    if (character)
+      for (const Character::Part& part : character->parts)
+        for (const Character::Pose& pose : part.poses) missed &= pose.shape != shape;
+    if (missed) missing.push_back(shape);
   }
   if (!missing.empty()) told.push_back("no morph target for " + Some(missing));
   if (!head.targets_without_shape.empty())
     told.push_back("nothing moves the morph targets " + Some(head.targets_without_shape));
   if (!head.clusters_without_node.empty())
-    told.push_back("no node for the clusters " + Some(head.clusters_without_node));
+    told.push_back("no node of the name of the clusters " + Some(head.clusters_without_node));
   told.insert(told.end(), head.notes.begin(), head.notes.end());
   return told;
 }
@@ -157,33 +153,35 @@ std::vector<std::string> Write(const Options& options, Format format, const Anim
   switch (format) {
   case Format::TemplateCsv:
     to_file([&](std::ostream& out) { WriteTemplateCsv(animation, out); });
-    return {fmt::format("{} templates", animation.templates.size())};
+    return {Count(animation.templates.size(), "template")};
   case Format::ShapeCsv:
     to_file([&](std::ostream& out) { WriteShapeCsv(animation, out); });
-    report = {fmt::format("{} shapes", animation.shapes.size())};
+    report = {Count(animation.shapes.size(), "shape")};
     if (!animation.clusters.empty())
-      report.push_back(
-          fmt::format("without the {} clusters, which .json and .glb have", animation.clusters.size()));
+      report.push_back(fmt::format("without the {}, which .json and .glb have",
+                                   Count(animation.clusters.size(), "cluster")));
     return report;
   case Format::LiveLinkCsv: {
     std::vector<std::string> missing;
     to_file([&](std::ostream& out) { missing = WriteLiveLinkCsv(animation, out); });
     report = {"52 shapes and the head's angles"};
-    if (!missing.empty())
-      report.push_back(fmt::format("0 for what the character has not: {}", fmt::join(missing, ", ")));
+    if (!missing.empty()) report.push_back("0 for what the character has not: " + Some(missing));
     return report;
   }
   case Format::Json:
     to_file([&](std::ostream& out) { WriteAnimationJson(animation, out); });
-    return {fmt::format("{} templates, {} shapes, {} clusters", animation.templates.size(),
-                        animation.shapes.size(), animation.clusters.size())};
+    report = {Count(animation.templates.size(), "template")};
+    if (character)
+      report[0] += fmt::format(", {}, {}", Count(animation.shapes.size(), "shape"),
+                               Count(animation.clusters.size(), "cluster"));
+    return report;
   case Format::Glb:
     to_file([&](std::ostream& out) {
       const std::optional<std::string> node =
           options.head.empty() ? std::nullopt : std::optional(options.head);
       report = Told(head ? WriteAnimationOntoHead(animation, std::move(*head), node, out)
                          : WriteFaceAnimation(animation, character ? &*character : nullptr, out),
-                    animation);
+                    animation, character);
     });
     return report;
   }
@@ -199,6 +197,9 @@ void Solve(const Options& options) {
   const ExpressionWeights expressions = ParseExpressions(options);
   if (!expressions.empty() && options.character.empty()) Refuse("--expression", "this is for --character");
 
+  if (!expressions.empty() && format == Format::TemplateCsv)
+    Refuse("--expression", "--templates leaves out what expressions act on: the shapes");
+
   CheckWritable(options.output);
   const Performer performer = FindPerformer(options.performer);
   std::optional<Character> character;
@@ -206,6 +207,12 @@ void Solve(const Options& options) {
     character = FindCharacter(options.character);
   else if (format == Format::LiveLinkCsv)
     character = FindCharacter("arkit52");
+  if (character && format == Format::ShapeCsv)
+    for (const std::string& shape : character->Shapes())
+      if (shape == "frame" || shape == "time")
+        throw InputError(character->file, "/parts",
+                         fmt::format("the shape {} has the name of a .csv column", Quoted(shape)),
+                         "rename it, or write .json");
   std::optional<Glb> head;
   if (!options.onto.empty()) head = ReadGlb(ReadFile(options.onto), options.onto);
   const Take take = ReadTake(options.take);
@@ -225,14 +232,17 @@ void Solve(const Options& options) {
   ReportOnSolve(take, performer, neutral, solved.report);
   if (character) ReportLine("character", character->name);
   if (options.output != "-")
-    ReportLine("wrote", fmt::format("{}: {} frames, {}", options.output, solved.animation.frames.size(),
-                                    written.front()));
+    ReportLine("wrote", fmt::format("{}: {}, {}", options.output,
+                                    Count(solved.animation.frames.size(), "frame"), written.front()));
   for (std::size_t i = 1; i < written.size(); ++i) ReportLine("", written[i]);
 }
 
 } // namespace
 
 void AddSolveCommand(CLI::App& app) {
+  // An empty argument is a variable that somebody forgot to set.
+  const CLI::Validator not_empty([](std::string& text) { return text.empty() ? "the name is empty" : ""; },
+                                 "");
   CLI::App* const command =
       app.add_subcommand("solve", "Solve a take into template weights, and into a character's animation");
   command->footer(
@@ -257,6 +267,7 @@ void AddSolveCommand(CLI::App& app) {
       ->add_option(
           "-c,--character", options->character,
           fmt::format("A character file, or a built-in character: {}", fmt::join(BuiltInCharacters(), ", ")))
+      ->check(not_empty)
       ->type_name("NAME|FILE");
   command->add_option("-o,--output", options->output, "Where to write; - is standard output, as .csv")
       ->type_name("OUT")
@@ -275,10 +286,12 @@ void AddSolveCommand(CLI::App& app) {
       ->check(CLI::IsMember({"plain", "livelink"}))
       ->type_name("STYLE");
   command->add_option("--onto", options->onto, ".glb: animate this head instead of a simple one")
+      ->check(not_empty)
       ->type_name("HEAD.glb");
   command
       ->add_option("--head", options->head,
                    ".glb: the node of that head which turns with the performer's head")
+      ->check(not_empty)
       ->type_name("NODE");
   command->add_flag("-q,--quiet", options->quiet, "Report nothing but errors");
   command->callback([options] { Solve(*options); });

@@ -50,7 +50,7 @@ std::string WhatItIs(std::string_view bytes) {
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   if (const std::size_t first = text.find_first_not_of(" \t\r\n");
       first != std::string_view::npos && text[first] == '{')
-    return "this is text: a .gltf, whose data is in other files";
+    return "this is text, a .gltf perhaps, not a .glb";
   return fmt::format("this is not a .glb: it begins with {} where \"glTF\" should stand",
                      Quoted(bytes.substr(0, 4)));
 }

@@ -28,6 +28,9 @@ void Animation::CheckFinite(const std::string& file) const {
                        "check the unit of the take's positions, and the character's weights");
   };
   for (std::size_t f = 0; f < frames.size(); ++f) {
+    if (!std::isfinite(static_cast<float>(times[f] - times[0])))
+      throw InputError(file, fmt::format("frame {}", frames[f]), fmt::format("it comes at {} s", times[f]),
+                       "check the times");
     for (std::size_t t = 0; t < templates.size(); ++t) check(f, Weight(f, t), templates[t].name);
     for (std::size_t s = 0; s < shapes.size(); ++s) check(f, ShapeWeight(f, s), Quoted(shapes[s]));
     const VgeAMatrix head = HeadMotion(f);

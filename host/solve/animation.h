@@ -46,6 +46,7 @@ struct Animation {
   std::vector<std::string> shapes;               ///< of the character, part by part
   std::vector<double> shape_weights;             ///< (size: frames x shapes)
   std::vector<ClusterColumn> clusters;           ///< of the character, part by part
+  std::vector<ClusterTransform> rest_clusters;   ///< in their root (size: clusters)
   std::vector<ClusterTransform> local_clusters;  ///< in their root (size: frames x clusters)
   std::vector<ClusterTransform> global_clusters; ///< in the character's space (size: frames x clusters)
 

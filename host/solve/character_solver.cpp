@@ -49,9 +49,10 @@ CharacterSolver::CharacterSolver(const Character& character, const ExpressionWei
         std::vector<std::string> known;
         for (const Character::Expression& expression : character.expressions)
           known.push_back(expression.name);
-        throw InputError(
-            character.file, "/expressions", fmt::format("there is no expression {}", Quoted(name)),
-            known.empty() ? "add it there" : fmt::format("name one of: {}", fmt::join(known, ", ")));
+        throw InputError(character.file, "/expressions",
+                         fmt::format("there is no expression {}", Quoted(name)),
+                         known.empty() ? "add it to a character file, which mien character save writes"
+                                       : fmt::format("name one of: {}", fmt::join(known, ", ")));
       }
       expressions_.mWeights[e] += weight;
     }
@@ -66,7 +67,7 @@ CharacterSolver::CharacterSolver(const Character& character, const ExpressionWei
 
 CharacterSolver::~CharacterSolver() { ClearExpressions(); }
 
-// Each pointer belongs to a list that is destroyed with the face from the moment it is added.
+// Each pointer belongs, from the moment it is added, to a list that is destroyed with the face or the state.
 void CharacterSolver::AddParts(const Character& character) {
   for (std::size_t p = 0; p < character.parts.size(); ++p) {
     const Character::Part& part = character.parts[p];

@@ -8,9 +8,12 @@ void SolveCharacter(Animation& animation, const Character& character, const Expr
   animation.character = character.name;
   animation.shapes = character.Shapes();
   animation.clusters.clear();
+  animation.rest_clusters.clear();
   for (const Character::Part& part : character.parts)
-    for (const Character::Cluster& cluster : part.clusters)
+    for (const Character::Cluster& cluster : part.clusters) {
       animation.clusters.push_back({part.name, cluster.name});
+      animation.rest_clusters.push_back(cluster.rest);
+    }
   animation.shape_weights.clear();
   animation.shape_weights.reserve(frames * animation.shapes.size());
   animation.local_clusters.clear();

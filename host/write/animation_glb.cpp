@@ -8,6 +8,7 @@
 #include "host/rotation.h"
 #include "host/write/face_mesh.h"
 #include "mien/base/affine.h"
+#include "mien/character/rotation.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -102,13 +103,16 @@ struct Curves {
     return static_cast<float>((*weights)[frame * names.size() + curve]);
   }
 
-  /// The one that drives a morph target of this name.
-  std::optional<std::size_t> Driving(const std::string& target) const {
-    if (const auto same = by_name.find(target); same != by_name.end()) return same->second;
-    const auto meaning = FindArkitName(target);
-    if (!meaning) return std::nullopt;
-    const ArkitMatch whole = {meaning->name, ArkitMatch::Half::Both}; // drives both halves
-    for (const ArkitMatch& wanted : {*meaning, whole})
+  /// The one of this name.
+  std::optional<std::size_t> Named(const std::string& target) const {
+    const auto same = by_name.find(target);
+    return same != by_name.end() ? std::optional(same->second) : std::nullopt;
+  }
+
+  /// One that means this.
+  std::optional<std::size_t> Meaning(const ArkitMatch& meaning) const {
+    const ArkitMatch whole = {meaning.name, ArkitMatch::Half::Both}; // drives both halves
+    for (const ArkitMatch& wanted : {meaning, whole})
       if (const auto found = std::find(meanings.begin(), meanings.end(), wanted); found != meanings.end())
         return static_cast<std::size_t>(found - meanings.begin());
     return std::nullopt;
@@ -163,19 +167,17 @@ public:
     AddChannel(node, "rotation", AddSampler(values, "VEC4", 4));
   }
 
-  void AddCluster(std::size_t node, std::size_t cluster) {
-    const auto at = [&](std::size_t f) -> const ClusterTransform& {
-      return animation_.local_clusters[f * animation_.clusters.size() + cluster];
-    };
+  /// `transform(frame)` has a proper rotation.
+  template <class Function>
+  void AddTransform(std::size_t node, const Function& transform) {
     std::vector<float> translations, scales;
     for (const std::size_t f : keys_) {
-      const VgeTVector& t = at(f).translation;
-      const VgeSVector& s = at(f).scale;
+      const auto [t, rotation, s] = transform(f);
       for (const double component : {t.x, t.y, t.z}) translations.push_back(static_cast<float>(component));
       for (const double component : {s.x, s.y, s.z}) scales.push_back(static_cast<float>(component));
     }
     AddChannel(node, "translation", AddSampler(translations, "VEC3", 3));
-    AddRotation(node, [&](std::size_t f) { return at(f).rotation; });
+    AddRotation(node, [&](std::size_t f) { return transform(f).rotation; });
     AddChannel(node, "scale", AddSampler(scales, "VEC3", 3));
   }
 
@@ -207,7 +209,54 @@ private:
   Json channels_ = Json::array(), samplers_ = Json::array();
 };
 
+const ClusterTransform& LocalCluster(const Animation& animation, std::size_t frame, std::size_t cluster) {
+  return animation.local_clusters[frame * animation.clusters.size() + cluster];
+}
+
 // --- Onto a head
+
+/// A cluster's motion from its rest, on a node that may rest elsewhere: the same as the cluster's transform where the two
+/// rest alike.
+ClusterTransform Moved(const ClusterTransform& node, const ClusterTransform& rest,
+                       const ClusterTransform& cluster) {
+  ClusterTransform moved = node;
+  moved.translation.x += cluster.translation.x - rest.translation.x;
+  moved.translation.y += cluster.translation.y - rest.translation.y;
+  moved.translation.z += cluster.translation.z - rest.translation.z;
+  detail::SetProduct(moved.rotation, moved.rotation, detail::Transposed(rest.rotation));
+  detail::SetProduct(moved.rotation, moved.rotation, cluster.rotation);
+  moved.scale = VgeSVector(node.scale.x * (cluster.scale.x / rest.scale.x),
+                           node.scale.y * (cluster.scale.y / rest.scale.y),
+                           node.scale.z * (cluster.scale.z / rest.scale.z));
+  return moved;
+}
+
+/// The curve that drives each target of a mesh: that of its name, or else one that means the same. It drives one target,
+/// or one for each half; further spellings on the same mesh would move it twice, and go to `spare`.
+std::vector<std::optional<std::size_t>> FindDrivers(const MorphNode& node, const Curves& curves,
+                                                    std::set<std::string>& spare) {
+  using Half = ArkitMatch::Half;
+  std::vector<std::optional<std::size_t>> drivers(node.targets.size());
+  std::map<std::size_t, std::set<Half>> taken; // by curve
+  for (const bool by_name : {true, false})
+    for (std::size_t t = 0; t < node.targets.size(); ++t) {
+      if (drivers[t]) continue;
+      const auto meaning = FindArkitName(node.targets[t]);
+      const auto curve = by_name   ? curves.Named(node.targets[t])
+                         : meaning ? curves.Meaning(*meaning)
+                                   : std::nullopt;
+      if (!curve) continue;
+      const Half half = meaning ? meaning->half : Half::Both;
+      std::set<Half>& halves = taken[*curve];
+      if (halves.contains(half) || halves.contains(Half::Both) || (half == Half::Both && !halves.empty())) {
+        spare.insert(node.targets[t]);
+        continue;
+      }
+      halves.insert(half);
+      drivers[t] = curve;
+    }
+  return drivers;
+}
 
 /// "a", "b", "c" and 9 more
 std::string AFew(const std::vector<std::string>& names) {
@@ -500,23 +549,30 @@ HeadReport WriteAnimationOntoHead(const Animation& animation, Glb head,
   const std::vector<std::string> target_names = targets.Names();
 
   const Curves curves(animation, !animation.shapes.empty());
-  std::map<std::string, std::optional<std::size_t>> driving; // by target
-  std::set<std::size_t> used;                                // curves
-  for (const std::string& target : target_names) {
-    const auto curve = driving[target] = curves.Driving(target);
-    if (!curve) {
-      report.targets_without_shape.push_back(target);
-      continue;
-    }
-    ++report.driven_targets;
-    used.insert(*curve);
+  std::vector<std::vector<std::optional<std::size_t>>> drivers; // by node of `targets`
+  std::set<std::string> driven_targets, spare_targets;
+  std::set<std::size_t> driving; // curves
+  for (const MorphNode& node : targets.nodes) {
+    drivers.push_back(FindDrivers(node, curves, spare_targets));
+    for (std::size_t t = 0; t < node.targets.size(); ++t)
+      if (drivers.back()[t]) {
+        driven_targets.insert(node.targets[t]);
+        driving.insert(*drivers.back()[t]);
+      }
   }
+  report.driven_targets = driven_targets.size();
+  for (const std::string& target : target_names)
+    if (!driven_targets.contains(target)) report.targets_without_shape.push_back(target);
   for (std::size_t c = 0; c < curves.names.size(); ++c)
-    if (!used.contains(c)) report.shapes_without_target.push_back(curves.names[c]);
+    if (!driving.contains(c)) report.shapes_without_target.push_back(curves.names[c]);
+  if (!spare_targets.empty())
+    report.notes.push_back(
+        fmt::format("left at rest, since another target of the same mesh means the same: {}",
+                    AFew({spare_targets.begin(), spare_targets.end()})));
 
   const NodeNames node_names = NodesByName(head);
   const auto cluster_nodes = FindClusterNodes(animation, node_names, report);
-  if (report.driven_targets == 0 && report.driven_clusters == 0)
+  if (report.driven_targets == 0 && report.driven_clusters == 0 && !head_node)
     FailUndriven(head, target_names, curves, animation);
   if (animation.times.empty())
     throw InputError(animation.take, "", "the take has no frames", "solve one that has some");
@@ -541,16 +597,18 @@ HeadReport WriteAnimationOntoHead(const Animation& animation, Glb head,
     for (int column = 0; column < 3; ++column) std::copy_n(own.m[column], 3, rest.m[column]);
     ReplaceMatrix(head, *turned);
   }
-  for (const auto& node : cluster_nodes)
+  std::vector<ClusterTransform> rests; // of the nodes (size: clusters)
+  for (const auto& node : cluster_nodes) {
+    rests.push_back(node ? TransformOfNode(head, *node) : ClusterTransform());
     if (node) ReplaceMatrix(head, *node);
+  }
 
   AnimationBuilder builder(head, animation);
-  for (const MorphNode& node : targets.nodes) {
-    std::vector<std::optional<std::size_t>> drivers;
-    for (const std::string& target : node.targets) drivers.push_back(driving[target]);
-    if (std::none_of(drivers.begin(), drivers.end(), [](const auto& driver) { return driver.has_value(); }))
+  for (std::size_t n = 0; n < targets.nodes.size(); ++n) {
+    if (std::none_of(drivers[n].begin(), drivers[n].end(),
+                     [](const auto& driver) { return driver.has_value(); }))
       continue;
-    builder.AddWeights(node, curves, drivers);
+    builder.AddWeights(targets.nodes[n], curves, drivers[n]);
     ++report.driven_nodes;
   }
   if (turned) {
@@ -561,7 +619,10 @@ HeadReport WriteAnimationOntoHead(const Animation& animation, Glb head,
     });
   }
   for (std::size_t c = 0; c < cluster_nodes.size(); ++c)
-    if (cluster_nodes[c]) builder.AddCluster(*cluster_nodes[c], c);
+    if (cluster_nodes[c])
+      builder.AddTransform(*cluster_nodes[c], [&](std::size_t f) {
+        return Moved(rests[c], animation.rest_clusters[c], LocalCluster(animation, f, c));
+      });
   builder.Finish();
   NoteLeftOut(builder.LeftOutFrames(), report);
   WriteGlb(head, out);
@@ -578,11 +639,12 @@ HeadReport WriteFaceAnimation(const Animation& animation, const Character* chara
     const Curves curves(animation, of_shapes);
     const MorphNode node = FindMorphTargets(face).nodes[0];
     std::vector<std::optional<std::size_t>> drivers;
-    for (const FaceTarget& target : targets) drivers.push_back(curves.Driving(target.name));
+    for (const FaceTarget& target : targets) drivers.push_back(curves.Named(target.name));
     AnimationBuilder builder(face, animation);
     builder.AddWeights(node, curves, drivers);
     builder.AddRotation(kFaceNode, [&](std::size_t f) { return RotationOf(animation.HeadMotion(f)); });
-    for (std::size_t c = 0; c < cluster_nodes.size(); ++c) builder.AddCluster(cluster_nodes[c], c);
+    for (std::size_t c = 0; c < cluster_nodes.size(); ++c)
+      builder.AddTransform(cluster_nodes[c], [&](std::size_t f) { return LocalCluster(animation, f, c); });
     builder.Finish();
     NoteLeftOut(builder.LeftOutFrames(), report);
     report.driven_targets = targets.size();

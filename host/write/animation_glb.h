@@ -27,13 +27,13 @@ struct HeadReport {
 /// is copied.
 ///
 /// A shape drives the morph targets of its name and, of those that no shape has the name of, the ones that mean the same
-/// of the 52 (host/character/arkit_names.h). Without a character the templates ("Mouth.Open") are the shapes. A cluster
-/// drives the one node of its name. Targets that nothing drives keep the weights that they have at rest.
+/// of the 52 (host/character/arkit_names.h), of several on one mesh the first. Without a character the templates ("Mouth.Open") are the shapes. A cluster's
+/// motion from its rest drives the one node of its name, from that node's own rest. Targets that nothing drives keep the weights that they have at rest.
 ///
 /// `head_node` is the name of a node to turn as the head turned from the neutral pose, about the scene's axes: the head
 /// has to look along +z there.
 ///
-/// Throws InputError where the head contradicts itself, where nothing at all of the face is driven, and where
+/// Throws InputError where the head contradicts itself, where nothing at all is driven, and where
 /// `head_node` is not the name of exactly one node.
 HeadReport WriteAnimationOntoHead(const Animation& animation, Glb head,
                                   const std::optional<std::string>& head_node, std::ostream& out);

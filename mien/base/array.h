@@ -42,7 +42,7 @@ public:
 /// Not-found is -1. Indices and counts are not checked: what is marked "unchecked" needs a valid index, and
 /// therefore a block. Where memory runs out, an array ends up without block and elements; the operation
 /// answers as stated.
-template <class T, int Alignment>
+template <class T, int Alignment = 16>
 class VArrayTemplate {
   static_assert(std::is_trivially_copyable_v<T>, "elements are moved as bytes");
   static_assert(Alignment >= 8 && Alignment % alignof(T) == 0,

@@ -82,7 +82,8 @@ public:
 
   /// One cluster part: local transforms blended from the rest pose towards the poses of the shapes that drive clusters
   /// (translations linearly, rotations as Euler offsets, scalings geometrically), then the global ones. Leaves a part
-  /// whose cluster solve is not enabled. Every set of the part has the clusters of `set`.
+  /// whose cluster solve is not enabled. The rest set, and the sets of the shapes that drive
+  /// clusters, have at least the clusters of `set` and share none with it.
   void Character2ClusterSolve(VCharacterFaceClusterSetState* set, const VCharacterFaceState& state,
                               int part) const;
 

@@ -11,8 +11,8 @@
 /// weights by `VCharacterFace::Character2ClusterSolve`; only clearing resets both. Part indices are 0 to 14, unchecked.
 /// Copies share the clusters of their sets, as those say.
 struct MIEN_API VCharacterFaceState {
-  alignas(64) double mWeights[15][500]; ///< By part and shape; unbounded, 1 is the full shape. In whole cache
-                                        ///< lines, so that sums of such states read as few as can be.
+  alignas(64) double mWeights[15][500]; ///< By part and shape; unbounded, 1 is the full shape. Begins on a
+                                        ///< cache line, so that sums of such states read as few as can be.
   VCharacterFaceClusterSetState mClusters[15]; ///< By part; empty unless somebody fills them.
 
   VCharacterFaceState();

@@ -36,11 +36,13 @@ void VCharacterFace::ClearDefineState() {
 bool VCharacterFace::IsExpressionUsed(int expression) const {
   if (expression < 0 || expression >= GetGlobalFace()->mExpressions.GetCount()) return false;
   for (int p = 0; p < mParts.GetCount(); ++p) {
+    const int shapes = mParts[p]->mShapes.GetCount();
+    if (shapes == 0) continue; // there may be no definition then
     const double* const weights = mExpressionStates[expression]->mWeights[p];
     std::uint64_t bits = 0; // of all weights of the part at once: a loop that goes to the end is vectorised
-    for (int s = 0, shapes = mParts[p]->mShapes.GetCount(); s < shapes; ++s)
-      bits |= std::bit_cast<std::uint64_t>(weights[s]);
-    if (bits << 1 != 0) return true; // the sign alone makes no difference from 0; a NaN has more bits than that
+    for (int s = 0; s < shapes; ++s) bits |= std::bit_cast<std::uint64_t>(weights[s]);
+    if (bits << 1 != 0)
+      return true; // the sign alone makes no difference from 0; a NaN has more bits than that
   }
   return false;
 }

@@ -48,7 +48,7 @@ void AddTemplates(Terms& terms, const VCharacterFace& character, const VFaceTemp
       terms.Add(character.mTemplateStates[f][t], templates.mParts[f].mWeights[t]);
 }
 
-/// Clears what `sum(row, part, shapes)`, called for each part that has shapes, leaves: so every weight is written once.
+/// Clears what `sum(row, part, shapes)`, called for each part that has shapes, leaves; what it sums need not be cleared first.
 template <class Sum>
 void SumParts(VCharacterFaceState& out, const VCharacterFace& character, Sum sum) {
   const int parts = character.mParts.GetCount();

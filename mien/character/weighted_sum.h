@@ -12,7 +12,8 @@ namespace mien::detail {
 using WeightedSum = void(double* sum, int columns, const double* const* rows, const double* weights,
                          int count);
 
-/// All that this processor can run, from one column at a time to its widest vectors. They give the same bits.
+/// All that this processor can run, from one column at a time to its widest vectors. They give the same bits, but
+/// for which of several NaNs a sum becomes.
 std::span<WeightedSum* const> WeightedSums();
 
 /// By the widest of them.

@@ -131,13 +131,26 @@ TEST(ExpressionUsed, AnyOneWeightOfAShapeIsEnough) {
   AddPart(character, 0);
   AddPart(character, 500);
   for (const auto& [part, shape] : {std::pair{0, 0}, {0, 1}, {2, 0}, {2, 250}, {2, 499}})
-    for (const double weight : {1.0, -1.0, 5e-324, kInfinity, kNaN}) {
+    for (const double weight : {1.0, -1.0, 2.0, 5e-324, kInfinity, kNaN}) { // 2.0 has but one bit
       double& at = character.mExpressionStates[1]->mWeights[part][shape];
       at = weight;
       for (int e = 0; e < 3; ++e) EXPECT_EQ(character.IsExpressionUsed(e), e == 1);
       at = -0.0;
       EXPECT_FALSE(character.IsExpressionUsed(1));
     }
+}
+
+// An expression that came after the character has no definition, which nobody asks for where there is no shape.
+TEST(ExpressionUsed, WithoutAShapeNoDefinitionIsRead) {
+  CatalogueOnLoan catalogue;
+  VCharacterFace character;
+  AddPart(character, 0);
+  catalogue.Add();
+  EXPECT_FALSE(character.IsExpressionUsed(0));
+  VFaceExpressionState weights;
+  weights.mWeights[0] = 1;
+  character.ClearUsedExpression(&weights);
+  EXPECT_EQ(weights.mWeights[0], 1);
 }
 
 TEST(ExpressionUsed, WeightsWithoutAShapeDoNotCount) {

@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstring>
+#include <iterator>
 #include <numbers>
 
 using namespace tests;
@@ -339,6 +342,44 @@ TEST(ClusterSolve, ShapeAtWeightZeroStillPassesOnAnOffsetThatIsNotFinite) {
                              rig.Target(0).mLocalS.z = 1e300;
                              rig.Rest().mLocalS.z = 1e-300; // likewise their ratio
                            }).mLocalS.z));
+    EXPECT_TRUE(std::isnan(Solved([](Rig& rig) { rig.Rest().mLocalT.x = kInfinity; }).mLocalT.x));
+    EXPECT_TRUE(std::isnan(Solved([](Rig& rig) { rig.Rest().mLocalS.y = 0; }).mLocalS.y));
+    EXPECT_TRUE(
+        std::isnan(Solved([](Rig& rig) { rig.Target(0).mLocalS.x = -1; }).mLocalS.x)); // its logarithm
+    const auto overflows = [](Rig& rig) {
+      for (VgeRMatrix* rotation : {&rig.Rest().mLocalR, &rig.Target(0).mLocalR})
+        for (auto& column : rotation->m) std::fill(std::begin(column), std::end(column), 1e160);
+    };
+    EXPECT_TRUE(std::isnan(Solved(overflows).mLocalR.m[0][0])); // their product
+  }
+}
+
+// What is left out makes no difference: neither to the bits of what is not.
+TEST(ClusterSolve, ShapesAtWeightZeroMakeNoDifferenceToTheBits) {
+  Random random(11);
+  for (int round = 0; round < 50; ++round) {
+    Rig some(6, 2), all(6, 2);
+    for (int s = 0; s < 6; ++s) {
+      for (int c = 0; c < 2; ++c) {
+        Pose(some.Target(s, c), random);
+        all.Target(s, c) = some.Target(s, c);
+      }
+      const double weight = s % 2 ? 0.4 * s - 1 : round % 2 ? 0.0 : -0.0;
+      some.state.mWeights[0][s] = all.state.mWeights[0][s] = weight;
+      all.part.mShapes[s]->mDrivesClusters = true;
+      some.part.mShapes[s]->mDrivesClusters = weight != 0;
+    }
+    for (int c = 0; c < 2; ++c) {
+      Pose(some.Rest(c), random);
+      all.Rest(c) = some.Rest(c);
+    }
+    some.Solve();
+    all.Solve();
+    for (int c = 0; c < 2; ++c) {
+      EXPECT_EQ(std::memcmp(&some.Out(c).mLocalT, &all.Out(c).mLocalT, sizeof(VgeTVector)), 0);
+      EXPECT_EQ(std::memcmp(&some.Out(c).mLocalR, &all.Out(c).mLocalR, sizeof(VgeRMatrix)), 0);
+      EXPECT_EQ(std::memcmp(&some.Out(c).mLocalS, &all.Out(c).mLocalS, sizeof(VgeSVector)), 0);
+    }
   }
 }
 

@@ -576,6 +576,25 @@ TEST(ActorToCharacter, UsedExpressionLeavesNothingInTheTemplates) {
   EXPECT_EQ(out.mWeights[0][0], 0);
 }
 
+// What the character does not define is a sum of zeros, which makes no difference unless its weight is infinite or no
+// number: then it is not left out.
+TEST(ActorToCharacter, UnusedExpressionOfInfiniteWeightIsNotANumber) {
+  CatalogueOnLoan catalogue;
+  VFaceTemplateState& all = catalogue.Add();
+  for (auto& part : all.mParts) std::fill(std::begin(part.mWeights), std::end(part.mWeights), 1.0);
+  Character character;
+  AddPart(character, 1);
+  for (auto& states : character.mTemplateStates)
+    for (int t = 0; t < states.GetCount(); ++t) states[t]->mWeights[0][0] = 1;
+  VFaceExpressionState expressions;
+  VCharacterFaceState out;
+  for (const double weight : {kInfinity, -kInfinity, kNaN}) {
+    expressions.mWeights[0] = weight; // through the templates alone it would be infinite
+    character.Actor2CharacterSolve(out, VFaceTemplateState(), expressions);
+    EXPECT_TRUE(std::isnan(out.mWeights[0][0])) << weight;
+  }
+}
+
 // --- CharacterExpression2CharacterSolve
 
 TEST(CharacterExpressionToCharacter, OneExpressionGivesItsDefinitionTimesItsWeight) {

@@ -29,8 +29,8 @@ int main(int argc, char** argv) {
        {"matrix", {1, 0, 0, 0, 0, 0.8, 0.6, 0, 0, -0.6, 0.8, 0, 0.1, 1.5, 0, 1}}}); // turned about x
   nodes[1]["rotation"] = {0.5, 0.5, -0.5, 0.5};
   nodes.push_back({{"name", "lashes"}, {"mesh", 1}});
-  nodes.push_back({{"name", "jawBone"}, {"matrix", {0, 0, -2, 0, 0, 3, 0, 0, 1, 0, 0, 0, 5, 6, 7, 1}}});
-  nodes.push_back({{"name", "browBoneL"}, {"translation", {1, 2, 3}}});
+  nodes.push_back({{"name", "jawBone"}, {"matrix", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -4, 2, 1}}});
+  nodes.push_back({{"name", "browBoneL"}, {"translation", {3, 7, 9}}});
 
   Json lashes = head.json["meshes"][0];
   lashes["name"] = "lashes";

@@ -20,6 +20,10 @@ for (const file of files) {
   if (issues.truncated) throw new Error(`${file}: not all issues were listed`);
   const bad = issues.messages.filter(({ code }) => !HARMLESS.has(code));
   for (const { code, message, pointer } of bad) console.error(`${file}:${pointer}: ${code}: ${message}`);
+  if (!info) { // nothing could be read
+    defects += Math.max(1, bad.length);
+    continue;
+  }
   console.log(`${file}: ${info.animationCount} animations, ${info.drawCallCount} draw calls, ` +
     `${info.totalVertexCount} vertices, morph targets: ${info.hasMorphTargets}; ` +
     `${issues.messages.length - bad.length} harmless remarks, ${bad.length} defects`);

@@ -47,10 +47,32 @@ TEST(JsonFile, ParsesAFileThatBeginsWithAByteOrderMark) {
   EXPECT_EQ(JsonFile("\xEF\xBB\xBF{\"a\": 1}", "p.json").Root()["a"], 1);
 }
 
+TEST(JsonFile, SaysWhatAnotherFileIs) {
+  for (const std::string empty : {"", "   ", "\r\n\t"})
+    EXPECT_EQ(ParseError(empty), "p.json: the file is empty; name a JSON file");
+  EXPECT_EQ(ParseError(std::string("\xFF\xFE{\0}\0", 6)), "p.json: this is UTF-16 text; save it as UTF-8");
+  EXPECT_EQ(ParseError(std::string("\xFE\xFF\0{\0}", 6)), "p.json: this is UTF-16 text; save it as UTF-8");
+  EXPECT_EQ(ParseError("glTF\x02"),
+            "p.json: this is a .glb, not JSON; mien character from-glb makes a character file of a head");
+}
+
+TEST(JsonFile, AFileOfAnotherKindIsToldByThatAlone) {
+  const auto heading = [](const std::string& format) {
+    JsonFile file("{\"format\": \"" + format + "\", \"hat\": 1}", "p.json");
+    return InputErrorOf([&] {
+      file.ReadHeading("mien hat 1", "hat");
+      file.ThrowMistakes();
+    });
+  };
+  EXPECT_EQ(heading("mien coat 1"), "p.json:/format: this is a \"coat\" file; name a hat file here");
+  for (const std::string unknown : {"mien hat 2", "mien hat", "mien", "mien ", "mien  1", "coat 1", ""})
+    EXPECT_THAT(heading(unknown),
+                StartsWith("p.json:/format: this is not known as a hat of this version; write"))
+        << unknown;
+}
+
 TEST(JsonFile, WhatIsNotJsonIsPlacedByLineAndColumn) {
   const std::pair<std::string, std::string> broken[] = {
-      {"", "1:1"},
-      {"   ", "1:4"},
       {"{", "1:2"},
       {"{\n  \"a\" 1\n}", "2:7"},        // the colon is missing before the 1
       {"{\n  \"a\": 1\n  \"b\"", "3:5"}, // a comma is missing; a string is known for wrong at its end

@@ -130,7 +130,7 @@ TEST(FindArkitName, TakesTheExamplesOfItsHeader) {
 
 TEST(FindArkitName, APrefixEndsInSomethingOtherThanALetter) {
   for (const std::string prefix : {"Head.", "A01_", "CC_Base_", "blendShape1.", "face|", "12", "x:", "眉",
-                                   "left_", "jawOpen_", "mesh jawOpen "}) {
+                                   "left_", "jaw_", "mesh Open "}) {
     EXPECT_EQ(Meaning(prefix + "mouthClose"), "mouthClose") << prefix;
     EXPECT_EQ(Meaning(prefix + "Mouth_Smile_L"), "mouthSmileLeft") << prefix;
     EXPECT_EQ(Meaning(prefix + "cheekPuff_R"), "cheekPuff right") << prefix;
@@ -139,6 +139,14 @@ TEST(FindArkitName, APrefixEndsInSomethingOtherThanALetter) {
     EXPECT_EQ(Meaning(prefix + "mouthClose"), "nothing") << prefix;
     EXPECT_EQ(Meaning(prefix + "Mouth_Smile_L"), "nothing") << prefix;
   }
+}
+
+// Driven by one of the two alone, a corrective would fire where nothing is to be corrected.
+TEST(FindArkitName, ACorrectiveForTwoOfThemIsNone) {
+  for (const std::string name :
+       {"browDownL_browOuterUpL", "jawOpen_mouthClose", "mesh jawOpen mouthClose",
+        "EyeBlinkLeft.EyeLookDownLeft.001", "Head.jaw_open_cheekPuff_R", "mouthLeft_jawOpen_tongueOut"})
+    EXPECT_EQ(Meaning(name), "nothing") << name;
 }
 
 TEST(FindArkitName, WhatFollowsTheLastLetterDoesNotMatter) {

@@ -378,7 +378,7 @@ TEST_F(Command, AHeadIsAnimatedAndTheReportTellsWhatFoundNoTarget) {
   Save("head.glb", ReadFile(kSamples / "head.glb"));
   const Ran ran = Run(With(kArkit, {"a.glb", "--onto", "head.glb", "--head", "face"}));
   EXPECT_EQ(ran.exit_code, 0) << ran.err;
-  EXPECT_THAT(ran.err, HasSubstr("a.glb: 60 frames, 27 morph targets on 1 nodes, 0 clusters\n"));
+  EXPECT_THAT(ran.err, HasSubstr("a.glb: 60 frames, 27 morph targets on 1 node, 0 clusters\n"));
   EXPECT_THAT(ran.err, Not(HasSubstr("tongueOut"))) << "what stays 0 is not missed";
   EXPECT_GT(Saved("a.glb").size(), Saved("head.glb").size());
 
@@ -510,6 +510,29 @@ TEST_F(Command, CharactersAndHeadsAreNeverOverwritten) {
   EXPECT_EQ(Saved("c.json"), ReadFile(kSamples / "puppet.character.json"));
 }
 
+TEST_F(Command, AShapeMayNotHaveTheNameOfAColumn) {
+  Save(
+      "c.json",
+      R"({"format": "mien character 1", "name": "c", "parts": {"face": {"shapes": ["time"]}}, "templates": {}})");
+  const Arguments solve = {"solve", "take.csv", "-p", "landmarks68", "-c", "c.json", "-o"};
+  const Ran ran = Run(With(solve, {"w.csv"}));
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_EQ(
+      ran.err,
+      "mien: c.json:/parts: the shape \"time\" has the name of a .csv column; rename it, or write .json\n");
+  EXPECT_EQ(Run(With(solve, {"w.json"})).exit_code, 0);
+}
+
+TEST_F(Command, ShapesThatMoveBonesAreNotMissedAmongTheMorphTargets) {
+  Save("head.glb", ReadFile(kSamples / "head.glb"));
+  const Ran ran =
+      Run({"solve", kSamples / "landmarks.csv", "-p", "landmarks68", "-c", kSamples / "puppet.character.json",
+           "--onto", "head.glb", "--head", "face", "-o", "a.glb"});
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("no morph target for lidsDown, lidsWide, smile, frown, pucker\n"),
+                             HasSubstr("no node of the name of the clusters jawBone, ")));
+}
+
 TEST_F(Command, WeightsThatNoFileHoldsAreAnInputsFault) {
   Save("c.json", R"({"format": "mien character 1", "name": "c", "parts": {"face": {"shapes": ["a"]}},
                      "templates": {"LeftNostril": {"Up": {"a": 1e300}}}})");
@@ -556,6 +579,12 @@ TEST_F(Command, WrongUsageIsToldWithTheHelpToRead) {
       {With(kArkit, {"w.csv", "--expression", "Smile=1x"}), "is not NAME=WEIGHT", "see mien solve --help"},
       {With(kArkit, {"w.csv", "--expression", "Smile=inf"}), "is not NAME=WEIGHT", "see mien solve --help"},
       {With(kSolve, {"--expression", "Smile=1"}), "--expression: this is for --character",
+       "see mien solve --help"},
+      {With(kArkit, {"w.csv", "--templates", "--expression", "Smile=1"}),
+       "--expression: --templates leaves out", "see mien solve --help"},
+      {With(kSolve, {"-c", ""}), "--character: the name is empty", "see mien solve --help"},
+      {With(kArkit, {"w.glb", "--onto", ""}), "--onto: the name is empty", "see mien solve --help"},
+      {With(kArkit, {"w.glb", "--onto", "h.glb", "--head", ""}), "--head: the name is empty",
        "see mien solve --help"},
       {{"character"}, "subcommand", "see mien character --help"},
       {{"character", "from-glb", "-o", "c.json"}, "HEAD.glb", "see mien character --help"},
@@ -683,7 +712,7 @@ TEST_F(Command, BadPerformersAreNamedWithPlaceAndMend) {
       {"", "mien: "},
       {"folder.json", "mien: folder.json: this is a folder; "},
       {"take.csv", "mien: take.csv:1:2: this is not JSON from here on; "},
-      {"empty.json", "mien: empty.json:1:1: this is not JSON from here on; "},
+      {"empty.json", "mien: empty.json: the file is empty; "},
       {"broken.json", "mien: broken.json:2:11: this is not JSON from here on; "},
       {"huge.json", "mien: huge.json:"},
       {"many.json", "mien: many.json:/parts: 226 markers drive the face; leave 1 of them out"},

@@ -146,9 +146,8 @@ TEST(Glb, SaysWhatAnotherFileIs) {
   EXPECT_EQ(Error(""), "h.glb: the file is empty" + kMend);
   EXPECT_EQ(Error("gl"), "h.glb:byte 2: the file ends within its heading" + kMend);
   EXPECT_EQ(Error("glTF" + Number(2)), "h.glb:byte 8: the file ends within its heading" + kMend);
-  EXPECT_EQ(Error("\n { \"asset\": {} }"),
-            "h.glb: this is text: a .gltf, whose data is in other files" + kMend);
-  EXPECT_EQ(Error("\xEF\xBB\xBF{}"), "h.glb: this is text: a .gltf, whose data is in other files" + kMend);
+  EXPECT_EQ(Error("\n { \"asset\": {} }"), "h.glb: this is text, a .gltf perhaps, not a .glb" + kMend);
+  EXPECT_EQ(Error("\xEF\xBB\xBF{}"), "h.glb: this is text, a .gltf perhaps, not a .glb" + kMend);
   EXPECT_EQ(Error("Kaydara FBX Binary  "), "h.glb: this is an FBX file, not a .glb" + kMend);
   EXPECT_EQ(Error("BLENDER-v304"), "h.glb: this is a Blender file, not a .glb" + kMend);
   EXPECT_EQ(Error("PK\x03\x04"), "h.glb: this is a zip archive, not a .glb" + kMend);

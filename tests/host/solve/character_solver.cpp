@@ -448,7 +448,8 @@ TEST(CharacterSolver, TellsWhichExpressionsThereAre) {
   EXPECT_EQ(InputErrorOf([] {
               CharacterSolver(Read(kParts, kTemplates), {{"Smile", 1}});
             }),
-            "c.json:/expressions: there is no expression \"Smile\"; add it there");
+            "c.json:/expressions: there is no expression \"Smile\"; add it to a character file, "
+            "which mien character save writes");
 }
 
 // --- Clusters.

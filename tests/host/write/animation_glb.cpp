@@ -269,7 +269,21 @@ TEST(AnimationOntoHead, OtherSpellingsOfThe52AreTheSame) {
 TEST(AnimationOntoHead, TheSameNameComesBeforeTheSameMeaning) {
   const auto [report, glb] =
       Onto(Shapes({"jawOpen", "JawOpen"}, 1), HeadOf(R"("JawOpen","jawOpen","jaw_open")"));
-  EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(1 / 3.f, 1 / 2.f, 1 / 2.f));
+  EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(1 / 3.f, 1 / 2.f, 0));
+}
+
+// Otherwise the jaw would open three times as far.
+TEST(AnimationOntoHead, AShapeDrivesOneTargetOfAMesh) {
+  const auto [report, glb] = Onto(
+      Shapes({"jawOpen", "browInnerUp"}, 1),
+      HeadOf(
+          R"("Jaw_Open","jawOpen","JawOpen","browInnerUp_L","browInnerUp_R","browInnerUpLeft","BrowInnerUp")"));
+  EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(0, 1 / 2.f, 0, 1 / 3.f, 1 / 3.f, 0, 0));
+  EXPECT_EQ(report.driven_targets, 3u);
+  EXPECT_THAT(report.targets_without_shape,
+              ElementsAre("Jaw_Open", "JawOpen", "browInnerUpLeft", "BrowInnerUp"));
+  EXPECT_THAT(report.notes, ElementsAre("left at rest, since another target of the same mesh means the same: "
+                                        "\"BrowInnerUp\", \"JawOpen\", \"Jaw_Open\", \"browInnerUpLeft\""));
 }
 
 TEST(AnimationOntoHead, WithoutACharacterTheTemplatesAreTheShapes) {
@@ -371,6 +385,7 @@ TEST(AnimationOntoHead, ClustersMoveTheNodesOfTheirNames) {
   Animation animation = Shapes({"a"}, 2);
   animation.clusters = {{"jaw", "Chin"}, {"jaw", "Nowhere"}, {"brow", "Twin"}, {"brow", "Chin"}};
   animation.local_clusters.resize(8);
+  animation.rest_clusters.resize(4);
   animation.local_clusters[0].translation = VgeTVector{1, 2, 3};
   animation.local_clusters[4].translation = VgeTVector{4, 5, 6};
   animation.local_clusters[4].rotation = Rotation(0, 0, 45);
@@ -378,7 +393,7 @@ TEST(AnimationOntoHead, ClustersMoveTheNodesOfTheirNames) {
   const auto [report, glb] = Onto(
       animation,
       Head(
-          R"([{"name":"Twin"},{"name":"Twin"},{"name":"Chin","matrix":[1,0,0,0, 0,1,0,0, 0,0,1,0, 9,9,9,1]}])"));
+          R"([{"name":"Twin"},{"name":"Twin"},{"name":"Chin","matrix":[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]}])"));
   EXPECT_THAT(Curve(glb, 2, "translation"), ElementsAre(1, 2, 3, 4, 5, 6));
   EXPECT_THAT(Curve(glb, 2, "scale"), ElementsAre(1, 1, 1, 1, -2, 3));
   ExpectTurns(&Curve(glb, 2, "rotation")[4], Rotation(0, 0, 45));
@@ -388,6 +403,26 @@ TEST(AnimationOntoHead, ClustersMoveTheNodesOfTheirNames) {
   EXPECT_THAT(report.clusters_without_node, ElementsAre("Nowhere", "Twin", "Chin"));
   EXPECT_THAT(report.notes, ElementsAre("2 nodes have the name of the cluster \"Twin\", and stay as they are",
                                         "the node \"Chin\" follows the first of the clusters of its name"));
+}
+
+// Else a rest pose that the character's file does not know as the head does would make the bones collapse.
+TEST(AnimationOntoHead, AClustersMotionFromItsRestStartsFromTheRestOfItsNode) {
+  Animation animation = Shapes({"a"}, 1);
+  animation.clusters = {{"jaw", "Chin"}};
+  animation.rest_clusters.resize(1);
+  animation.rest_clusters[0].translation = VgeTVector{1, 1, 1};
+  animation.rest_clusters[0].rotation = Rotation(0, 0, 20);
+  animation.rest_clusters[0].scale = VgeSVector(2, 2, 2);
+  animation.local_clusters.resize(1);
+  animation.local_clusters[0].translation = VgeTVector{1, 2, 4};
+  animation.local_clusters[0].rotation = Rotation(0, 0, 50);
+  animation.local_clusters[0].scale = VgeSVector(2, 4, 1);
+  // The node rests at (9, 9, 9), turned by 90 degrees about z, three times as large.
+  const auto [report, glb] =
+      Onto(animation, Head(R"([{"name":"Chin","matrix":[0,3,0,0, -3,0,0,0, 0,0,3,0, 9,9,9,1]}])"));
+  EXPECT_THAT(Curve(glb, 0, "translation"), ElementsAre(9, 10, 12));
+  EXPECT_THAT(Curve(glb, 0, "scale"), ElementsAre(3, 6, 1.5));
+  ExpectTurns(Curve(glb, 0, "rotation").data(), Rotation(0, 0, 90 + 30));
 }
 
 TEST(AnimationOntoHead, FilesBesideTheHeadAreNoted) {
@@ -436,10 +471,16 @@ TEST(AnimationOntoHead, NothingDrivenIsAnErrorThatSaysWhatThereIs) {
             "\"Mouth.Whistle\", \"Mouth.CornersUpR\", \"Mouth.CornersUpL\", \"Mouth.CornersDownR\" and 18 "
             "more); solve with a "
             "character (-c), or give the targets the names of templates");
-  EXPECT_EQ(Error(Shapes({"a"}), Head(R"([{"name":"Head"}])"), "Head"),
+  EXPECT_EQ(Error(Shapes({"a"}), Head(R"([{"name":"Head"}])")),
             "h.glb: the head has no morph targets with names, which shapes could drive; export it with its "
             "shape keys and "
             "their names");
+}
+
+TEST(AnimationOntoHead, AHeadThatOnlyTurnsIsOneToo) {
+  const auto [report, glb] = Onto(Shapes({"a"}), Head(R"([{"name":"Head"}])"), "Head");
+  EXPECT_THAT(glb.json["animations"][0]["channels"], SizeIs(1));
+  EXPECT_EQ(report.driven_targets, 0u);
 }
 
 TEST(AnimationOntoHead, WithoutAFrameThereIsNothingToWrite) {
