@@ -16,7 +16,8 @@ std::string ReadFile(const std::filesystem::path& path) {
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(path, error);
   if (status.type() == std::filesystem::file_type::not_found)
-    throw InputError(file, "", "there is no such file", "check the path");
+    throw InputError(file, "", "there is no such file",
+                     path == "-" ? "standard input is /dev/stdin" : "check the path");
   if (status.type() == std::filesystem::file_type::directory)
     throw InputError(file, "", "this is a folder", "name a file in it");
   // Pipes are welcome: a shell's <(...) is one. A device could go on for ever.

@@ -21,6 +21,7 @@ namespace {
 
 struct Options {
   std::string head, character, output, name;
+  bool quiet = false;
 };
 
 void FromGlb(const Options& options) {
@@ -39,6 +40,7 @@ void FromGlb(const Options& options) {
                                     names);
   WriteWhole(options.output, [&](std::ostream& out) { WriteCharacter(match.character, out); });
 
+  if (options.quiet) return;
   ReportLine("head", fmt::format("{}, {} of them known by name", Count(names.size(), "morph target"),
                                  names.size() - match.unmatched.size()));
   for (const std::string& note : targets.notes) ReportLine("", note);
@@ -58,7 +60,7 @@ void Save(const Options& options) {
   Character character = FindCharacter(options.character);
   if (!options.name.empty()) character.name = options.name;
   WriteWhole(options.output, [&](std::ostream& out) { WriteCharacter(character, out); });
-  if (options.output != "-") ReportLine("wrote", options.output);
+  if (!options.quiet && options.output != "-") ReportLine("wrote", options.output);
 }
 
 void AddOutput(CLI::App& command, Options& options) {
@@ -66,6 +68,7 @@ void AddOutput(CLI::App& command, Options& options) {
       ->type_name("FILE.json")
       ->required();
   command.add_option("--name", options.name, "The character's name in the file")->type_name("NAME");
+  command.add_flag("-q,--quiet", options.quiet, "Report nothing but errors");
 }
 
 } // namespace

@@ -22,6 +22,7 @@ namespace {
 struct Options {
   std::string take, performer, output, name;
   std::optional<FrameRange> neutral;
+  bool quiet = false;
 };
 
 void Save(const Options& options) {
@@ -37,6 +38,7 @@ void Save(const Options& options) {
   if (!options.name.empty()) performer.name = options.name;
   WriteWhole(options.output, [&](std::ostream& out) { WritePerformer(performer, out); });
 
+  if (options.quiet) return;
   ReportLine("neutral", neutral.how);
   for (const std::string& note : neutral.notes) ReportLine("", note);
   if (options.output != "-") ReportLine("wrote", options.output);
@@ -62,6 +64,7 @@ void AddPerformerCommand(CLI::App& app) {
       ->required();
   command->add_option("--name", options->name, "The performer's name in the file")->type_name("NAME");
   AddNeutralOption(*command, options->neutral);
+  command->add_flag("-q,--quiet", options->quiet, "Report nothing but errors");
   command->callback([options] { Save(*options); });
 }
 

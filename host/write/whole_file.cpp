@@ -72,7 +72,11 @@ public:
   std::ostream& Stream() { return stream_; }
 
   void Rename() {
-    errno = 0;
+    if (stream_) {
+      errno = 0;
+      stream_.flush(); // closing would forget why it failed
+    }
+    if (!stream_) FailToWrite(given_, errno);
     stream_.close();
     if (!stream_) FailToWrite(given_, errno);
     std::error_code error;
@@ -138,6 +142,7 @@ void WriteWhole(const fs::path& path, const std::function<void(std::ostream&)>& 
   }
   case Kind::File: {
     TemporaryFile file(Target(path), path);
+    errno = 0;
     write(file.Stream());
     file.Rename();
   }

@@ -157,6 +157,19 @@ TEST_F(Command, SolveWritesARowPerFrameAndReportsOnStandardError) {
   EXPECT_THAT(Files(), ElementsAre("take.csv", "w.csv"));
 }
 
+TEST_F(Command, WhatWritesFilesSaysNothingWhenToldQuietly) {
+  Save("head.glb", ReadFile(kSamples / "head.glb"));
+  for (const Arguments& arguments :
+       std::vector<Arguments>{{"performer", "take.csv", "-p", "landmarks68", "-o", "p.json"},
+                              {"character", "save", "arkit52", "-o", "c.json"},
+                              {"character", "from-glb", "head.glb", "-o", "h.json"}}) {
+    EXPECT_THAT(Run(arguments).err, HasSubstr("wrote "));
+    const Ran ran = Run(With(arguments, {"--quiet"}));
+    EXPECT_EQ(ran.exit_code, 0);
+    EXPECT_THAT(ran.err, IsEmpty());
+  }
+}
+
 TEST_F(Command, SolveToldQuietlySaysNothing) {
   for (const std::string quiet : {"-q", "--quiet"}) {
     const Ran ran = Run(With(kSolve, {quiet}));
@@ -657,7 +670,8 @@ TEST_F(Command, BadTakesAreNamedWithPlaceAndMend) {
   Save("markers.csv", "frame,time,a.x,a.y,a.z\n1,0,1,2\n");
   fs::create_directory(work_ / "folder.csv");
   const std::pair<std::string, std::string> takes[] = {
-      {"none.csv", "mien: none.csv: there is no such file; "},
+      {"none.csv", "mien: none.csv: there is no such file; check"},
+      {"-", "mien: -: there is no such file; standard input is /dev/stdin"},
       {"", "mien: "},
       {"folder.csv", "mien: folder.csv: this is a folder; "},
       {"empty.csv", "mien: empty.csv: the file is empty; "},
@@ -870,6 +884,19 @@ TEST_F(Command, ADiskThatFillsUpLeavesTheFormerOutputAndNoLitter) {
     EXPECT_EQ(Saved("w.csv"), "former");
     EXPECT_THAT(Files(), ElementsAre("take.csv", "w.csv"));
   }
+}
+
+// A small file goes from its buffer to the disk only in the end.
+TEST_F(Command, ADiskWithoutRoomForASmallFileIsToldWithItsReason) {
+  Process process([&] {
+    const rlimit limit = {1000, 1000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    return Become({"character", "save", kSamples / "puppet.character.json", "-o", "c.json"},
+                  Streams() / "out", Streams() / "err", [] {});
+  });
+  EXPECT_EQ(process.Wait().exit_code, 1);
+  EXPECT_THAT(ReadFile(Streams() / "err"), StartsWith("mien: c.json: cannot be written: File too large; "));
+  EXPECT_THAT(Files(), ElementsAre("take.csv"));
 }
 
 // While it waits for a take that does not come.
