@@ -16,7 +16,7 @@ namespace {
 
 std::string Timecode(double seconds) {
   constexpr std::int64_t kSecond = 60'000; // thousandths of a count
-  constexpr std::int64_t kDay = 24 * 3600 * kSecond;
+  constexpr std::int64_t kDay = 86'400 * kSecond;
   const std::int64_t of_day = std::llround(std::fmod(seconds, 86400) * kSecond); // below 0 before midnight
   const std::int64_t thousandths = (of_day + kDay) % kDay;
   const std::int64_t whole = thousandths / kSecond, counts = thousandths % kSecond;
