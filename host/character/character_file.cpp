@@ -1,22 +1,20 @@
 #include "host/character/character_file.h"
 
+#include "host/built_in.h"
 #include "host/character/arkit52.h"
 #include "host/error.h"
 #include "host/json_file.h"
-#include "host/read_file.h"
+#include "host/json_text.h"
 #include "host/rotation.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <map>
 #include <set>
-#include <system_error>
 #include <utility>
 
 namespace mien {
@@ -28,7 +26,7 @@ using Pointer = JsonFile::Pointer;
 
 constexpr std::string_view kFormat = "mien character 1";
 
-constexpr std::pair<std::string_view, std::string_view> kBuiltIn[] = {
+constexpr BuiltIn kBuiltIn[] = {
     {"arkit52", kArkit52},
 };
 
@@ -276,25 +274,12 @@ private:
   std::map<std::string, std::string> part_of_shape_;
 };
 
-// --- Writing: a person reads this file, so what belongs together stands on one line.
-
-std::string Key(const std::string& name) { return Json(name).dump() + ": "; }
-
-/// An object of members that are written already, on one line each.
-std::string Lines(const std::vector<std::string>& members, std::string_view indent) {
-  if (members.empty()) return "{}";
-  return fmt::format("{{\n{0}  {1}\n{0}}}", indent, fmt::join(members, fmt::format(",\n{}  ", indent)));
-}
-
-/// The same on one line.
-std::string Line(const std::vector<std::string>& members) {
-  return members.empty() ? "{}" : fmt::format("{{ {} }}", fmt::join(members, ", "));
-}
+// --- Writing.
 
 std::string Written(const ShapeWeights& weights) {
   std::vector<std::string> members;
-  for (const auto& [shape, weight] : weights) members.push_back(Key(shape) + Json(weight).dump());
-  return Line(members);
+  for (const auto& [shape, weight] : weights) members.push_back(JsonMember(shape, Json(weight).dump()));
+  return JsonLine(members);
 }
 
 std::string Written(const ClusterTransform& transform) {
@@ -303,29 +288,29 @@ std::string Written(const ClusterTransform& transform) {
   const auto list = [](double x, double y, double z) { return Json{x, y, z}.dump(); };
   const VgeTVector& t = transform.translation;
   const VgeSVector& s = transform.scale;
-  return Line({Key("translation") + list(t.x, t.y, t.z),
-               Key("rotation") + list(degrees.x + 0.0, degrees.y + 0.0, degrees.z + 0.0), // no -0.0
-               Key("scale") + list(s.x, s.y, s.z)});
+  return JsonLine({JsonMember("translation", list(t.x, t.y, t.z)),
+                   JsonMember("rotation", list(degrees.x + 0.0, degrees.y + 0.0, degrees.z + 0.0)), // no -0.0
+                   JsonMember("scale", list(s.x, s.y, s.z))});
 }
 
 std::string Written(const Character::Part& part) {
-  std::vector<std::string> members = {Key("shapes") + Json(part.shapes).dump()};
+  std::vector<std::string> members = {JsonMember("shapes", Json(part.shapes).dump())};
   if (!part.clusters.empty()) {
     std::vector<std::string> rest, poses;
     for (const Character::Cluster& cluster : part.clusters)
-      rest.push_back(Key(cluster.name) + Written(cluster.rest));
+      rest.push_back(JsonMember(cluster.name, Written(cluster.rest)));
     for (const Character::Pose& pose : part.poses) {
       std::vector<std::string> clusters;
       for (std::size_t c = 0; c < part.clusters.size(); ++c)
-        clusters.push_back(Key(part.clusters[c].name) + Written(pose.clusters[c]));
-      poses.push_back(Key(pose.shape) + Lines(clusters, "          "));
+        clusters.push_back(JsonMember(part.clusters[c].name, Written(pose.clusters[c])));
+      poses.push_back(JsonMember(pose.shape, JsonLines(clusters, "          ")));
     }
-    members.push_back(Key("clusters") +
-                      Lines({Key("root") + Written(part.root), Key("rest") + Lines(rest, "        "),
-                             Key("poses") + Lines(poses, "        ")},
-                            "      "));
+    members.push_back(JsonMember("clusters", JsonLines({JsonMember("root", Written(part.root)),
+                                                        JsonMember("rest", JsonLines(rest, "        ")),
+                                                        JsonMember("poses", JsonLines(poses, "        "))},
+                                                       "      ")));
   }
-  return Lines(members, "    ");
+  return JsonLines(members, "    ");
 }
 
 /// The named templates of each part, of which `written(part, template)` gives the value, or nothing.
@@ -337,10 +322,10 @@ std::vector<std::string> ByTemplate(std::string_view indent, const Function& wri
     std::vector<std::string> templates;
     for (int t = 0; t < face.mParts[p].mTemplates.GetCount(); ++t)
       if (const std::string value = written(p, static_cast<std::size_t>(t)); !value.empty())
-        templates.push_back(Key(face.mParts[p].mTemplates[t]->GetName()) + value);
+        templates.push_back(JsonMember(face.mParts[p].mTemplates[t]->GetName(), value));
     if (!templates.empty())
-      parts.push_back(Key(face.mParts[p].mName) +
-                      (indent.empty() ? Line(templates) : Lines(templates, indent)));
+      parts.push_back(JsonMember(face.mParts[p].mName,
+                                 indent.empty() ? JsonLine(templates) : JsonLines(templates, indent)));
   }
   return parts;
 }
@@ -352,38 +337,27 @@ Character ReadCharacter(std::string_view text, const std::string& file) {
 }
 
 Character FindCharacter(const std::string& name_or_path) {
-  for (const auto& [name, text] : kBuiltIn)
-    if (name == name_or_path) return ReadCharacter(text, name_or_path);
-  std::error_code cannot_look_up;
-  if (!std::filesystem::exists(name_or_path, cannot_look_up) && !cannot_look_up)
-    throw InputError(name_or_path, "", "there is no character of this name and no such file",
-                     fmt::format("name a character file, or one of the built-in ones: {}",
-                                 fmt::join(BuiltInCharacters(), ", ")));
-  return ReadCharacter(ReadFile(name_or_path), name_or_path);
+  return ReadCharacter(ReadBuiltInOrFile(kBuiltIn, name_or_path, "character"), name_or_path);
 }
 
-std::vector<std::string> BuiltInCharacters() {
-  std::vector<std::string> names;
-  for (const auto& [name, text] : kBuiltIn) names.emplace_back(name);
-  return names;
-}
+std::vector<std::string> BuiltInCharacters() { return NamesOf(kBuiltIn); }
 
 void WriteCharacter(const Character& character, std::ostream& out) {
   std::vector<std::string> parts;
-  for (const Character::Part& part : character.parts) parts.push_back(Key(part.name) + Written(part));
+  for (const Character::Part& part : character.parts) parts.push_back(JsonMember(part.name, Written(part)));
 
-  std::vector<std::string> root = {Key("format") + Json(kFormat).dump(),
-                                   Key("name") + Json(character.name).dump()};
+  std::vector<std::string> root = {JsonMember("format", Json(kFormat).dump()),
+                                   JsonMember("name", Json(character.name).dump())};
   if (character.range)
-    root.push_back(Key("range") + Json{character.range->least, character.range->most}.dump());
-  root.push_back(Key("parts") + Lines(parts, "  "));
-  root.push_back(Key("templates") + Lines(ByTemplate("    ",
-                                                     [&](std::size_t p, std::size_t t) {
-                                                       const ShapeWeights& weights =
-                                                           character.templates[p][t];
-                                                       return weights.empty() ? "" : Written(weights);
-                                                     }),
-                                          "  "));
+    root.push_back(JsonMember("range", Json{character.range->least, character.range->most}.dump()));
+  root.push_back(JsonMember("parts", JsonLines(parts, "  ")));
+  root.push_back(
+      JsonMember("templates", JsonLines(ByTemplate("    ",
+                                                   [&](std::size_t p, std::size_t t) {
+                                                     const ShapeWeights& weights = character.templates[p][t];
+                                                     return weights.empty() ? "" : Written(weights);
+                                                   }),
+                                        "  ")));
   if (!character.expressions.empty()) {
     std::vector<std::string> expressions;
     for (const Character::Expression& expression : character.expressions) {
@@ -392,12 +366,13 @@ void WriteCharacter(const Character& character, std::ostream& out) {
         return weight == 0 ? "" : Json(weight).dump();
       });
       expressions.push_back(
-          Key(expression.name) +
-          Lines({Key("templates") + Line(weights), Key("shapes") + Written(expression.shapes)}, "    "));
+          JsonMember(expression.name, JsonLines({JsonMember("templates", JsonLine(weights)),
+                                                 JsonMember("shapes", Written(expression.shapes))},
+                                                "    ")));
     }
-    root.push_back(Key("expressions") + Lines(expressions, "  "));
+    root.push_back(JsonMember("expressions", JsonLines(expressions, "  ")));
   }
-  out << Lines(root, "") << '\n';
+  out << JsonLines(root, "") << '\n';
 }
 
 } // namespace mien

@@ -1,19 +1,17 @@
 #include "host/performer/performer_file.h"
 
+#include "host/built_in.h"
 #include "host/error.h"
 #include "host/json_file.h"
+#include "host/json_text.h"
 #include "host/performer/landmarks68.h"
-#include "host/read_file.h"
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <limits>
-#include <system_error>
 #include <utility>
 
 namespace mien {
@@ -25,7 +23,7 @@ using Pointer = JsonFile::Pointer;
 
 constexpr std::string_view kFormat = "mien performer 1";
 
-constexpr std::pair<std::string_view, std::string_view> kBuiltIn[] = {
+constexpr BuiltIn kBuiltIn[] = {
     {"landmarks68", kLandmarks68},
 };
 
@@ -148,52 +146,35 @@ Performer ReadPerformer(std::string_view text, const std::string& file) {
 }
 
 Performer FindPerformer(const std::string& name_or_path) {
-  for (const auto& [name, text] : kBuiltIn)
-    if (name == name_or_path) return ReadPerformer(text, name_or_path);
-  std::error_code cannot_look_up;
-  if (!std::filesystem::exists(name_or_path, cannot_look_up) && !cannot_look_up)
-    throw InputError(name_or_path, "", "there is no performer of this name and no such file",
-                     fmt::format("name a performer file, or one of the built-in ones: {}",
-                                 fmt::join(BuiltInPerformers(), ", ")));
-  return ReadPerformer(ReadFile(name_or_path), name_or_path);
+  return ReadPerformer(ReadBuiltInOrFile(kBuiltIn, name_or_path, "performer"), name_or_path);
 }
 
-std::vector<std::string> BuiltInPerformers() {
-  std::vector<std::string> names;
-  for (const auto& [name, text] : kBuiltIn) names.emplace_back(name);
-  return names;
-}
+std::vector<std::string> BuiltInPerformers() { return NamesOf(kBuiltIn); }
 
 void WritePerformer(const Performer& performer, std::ostream& out) {
-  // Lists on one line each: a person reads this file.
-  const auto members = [](const std::vector<std::string>& lines, std::string_view indent) {
-    return fmt::format("{{\n{0}  {1}\n{0}}}", indent, fmt::join(lines, fmt::format(",\n{}  ", indent)));
-  };
-  const auto member = [](const std::string& key, const std::string& value) {
-    return fmt::format("{}: {}", Json(key).dump(), value);
-  };
-
   std::vector<std::string> parts;
   const VFace& face = *GetGlobalFace();
   for (std::size_t p = 0; p < performer.holders.size(); ++p) {
     std::vector<std::string> holders;
     for (std::size_t h = 0; h < performer.holders[p].size(); ++h)
       if (!performer.holders[p][h].empty())
-        holders.push_back(member(face.mParts[p].mHolderNames[h], Json(performer.holders[p][h]).dump()));
-    if (!holders.empty()) parts.push_back(member(face.mParts[p].mName, members(holders, "    ")));
+        holders.push_back(JsonMember(face.mParts[p].mHolderNames[h], Json(performer.holders[p][h]).dump()));
+    if (!holders.empty()) parts.push_back(JsonMember(face.mParts[p].mName, JsonLines(holders, "    ")));
   }
 
   std::vector<std::string> root = {
-      member("format", Json(kFormat).dump()), member("name", Json(performer.name).dump()),
-      member("head", Json(performer.head).dump()), member("parts", members(parts, "  "))};
+      JsonMember("format", Json(kFormat).dump()), JsonMember("name", Json(performer.name).dump()),
+      JsonMember("head", Json(performer.head).dump()), JsonMember("parts", JsonLines(parts, "  "))};
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
-    root.push_back(member("neutral", fmt::format("{{ \"frames\": [{}, {}] }}", frames->first, frames->last)));
+    root.push_back(
+        JsonMember("neutral", fmt::format("{{ \"frames\": [{}, {}] }}", frames->first, frames->last)));
   if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {
     std::vector<std::string> positions;
-    for (const auto& [marker, p] : *pose) positions.push_back(member(marker, Json{p.x, p.y, p.z}.dump()));
-    root.push_back(member("neutral", members({member("positions", members(positions, "    "))}, "  ")));
+    for (const auto& [marker, p] : *pose) positions.push_back(JsonMember(marker, Json{p.x, p.y, p.z}.dump()));
+    root.push_back(
+        JsonMember("neutral", JsonLines({JsonMember("positions", JsonLines(positions, "    "))}, "  ")));
   }
-  out << members(root, "") << '\n';
+  out << JsonLines(root, "") << '\n';
 }
 
 } // namespace mien
