@@ -33,6 +33,7 @@ mien::Animation MakeAnimation() {
   animation.shapes = {"jawOpen", "browInnerUp", "a"};
   animation.shape_weights = {0, 0.5, 1, 1, 0.5, 0};
   animation.clusters = {{"part", "face"}, {"part", "b"}};
+  animation.rest_clusters.resize(2);
   animation.local_clusters.resize(4);
   return animation;
 }
