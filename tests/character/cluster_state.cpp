@@ -2,6 +2,7 @@
 
 #include "tests/base/rotations.h"
 #include "tests/character/characters.h"
+#include "tests/character/same_cluster.h"
 
 #include <gtest/gtest.h>
 
@@ -24,15 +25,6 @@ void Distinguish(VCharacterFaceClusterState& cluster, double offset) {
       cluster.mLocalR.m[column][row] = offset + 20 + 4 * column + row;
       cluster.mGlobalR.m[column][row] = offset + 40 + 4 * column + row;
     }
-}
-
-void ExpectSame(const VCharacterFaceClusterState& actual, const VCharacterFaceClusterState& expected) {
-  EXPECT_EQ(actual.mLocalT, expected.mLocalT);
-  EXPECT_EQ(actual.mLocalR, expected.mLocalR);
-  EXPECT_EQ(actual.mLocalS, expected.mLocalS);
-  EXPECT_EQ(actual.mGlobalT, expected.mGlobalT);
-  EXPECT_EQ(actual.mGlobalR, expected.mGlobalR);
-  EXPECT_EQ(actual.mGlobalS, expected.mGlobalS);
 }
 
 class RecordedCluster : public VCharacterFaceClusterState {

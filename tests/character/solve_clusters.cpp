@@ -1,6 +1,7 @@
 #include "mien/character/character_face.h"
 #include "tests/base/rotations.h"
 #include "tests/character/characters.h"
+#include "tests/character/same_cluster.h"
 
 #include <gtest/gtest.h>
 
@@ -40,15 +41,6 @@ void Spoil(VCharacterFaceClusterState& cluster) {
   for (int column = 0; column < 4; ++column)
     for (int row = 0; row < 4; ++row)
       cluster.mLocalR.m[column][row] = cluster.mGlobalR.m[column][row] = 100 + 4 * column + row;
-}
-
-void ExpectSame(const VCharacterFaceClusterState& actual, const VCharacterFaceClusterState& expected) {
-  EXPECT_EQ(actual.mLocalT, expected.mLocalT);
-  EXPECT_EQ(actual.mLocalR, expected.mLocalR);
-  EXPECT_EQ(actual.mLocalS, expected.mLocalS);
-  EXPECT_EQ(actual.mGlobalT, expected.mGlobalT);
-  EXPECT_EQ(actual.mGlobalR, expected.mGlobalR);
-  EXPECT_EQ(actual.mGlobalS, expected.mGlobalS);
 }
 
 void ExpectSpoiled(const VCharacterFaceClusterState& cluster) {
