@@ -1,6 +1,7 @@
-// Solves 4000 frames of the synthetic performer, and shows as many on characters of all sizes, and hashes the bits of
-// every result. The hashes must be the ones below in every build: debug and release, GCC and Clang, shared and static.
-// Clusters are left out: their rotations and scalings go through the sine, cosine and logarithm of the C library.
+// Solves 4000 frames of the synthetic performer, and shows as many on characters of all sizes and on clusters, and hashes
+// the bits of every result. The hashes must be the ones below in every build: debug and release, GCC and Clang, shared and
+// static; and on every processor and with every C library: rotations, clusters' scalings and the mouth solve by direction
+// take sines, logarithms and the like, which are the library's own for that reason.
 //
 // A change of an expected hash says that some result of the per-frame solves changed in at least its last bit, for
 // everybody who uses the library. Change it only together with the behaviour that was meant to change, say so
@@ -12,6 +13,7 @@
 #include "mien/character/character_face.h"
 #include "mien/face/face.h"
 #include "tests/character/characters.h"
+#include "tests/face/face_access.h"
 #include "tests/synthetic_performer.h"
 
 #include <bit>
@@ -26,6 +28,7 @@ namespace {
 constexpr int kFrames = 4000;
 constexpr std::uint64_t kExpected = 0x0851cd636a9012bc;
 constexpr std::uint64_t kExpectedOfCharacters = 0xa5a68e2131f6973d;
+constexpr std::uint64_t kExpectedOfClusters = 0x63530976d0335124;
 
 // FNV-1a, 64 bits, over the values' bytes, least significant first.
 class Hash {
@@ -42,6 +45,16 @@ public:
   void Add(const VgeAMatrix& matrix) {
     for (const auto& column : matrix.m)
       for (const double element : column) Add(element);
+  }
+  void Add(const VgeSVector& v) { Add(v.x), Add(v.y), Add(v.z); }
+  void Add(const VgeRVector& v) { Add(v.x), Add(v.y), Add(v.z); }
+  void Add(const VgeRMatrix& matrix) {
+    for (const auto& column : matrix.m)
+      for (const double element : column) Add(element);
+  }
+  void Add(const VCharacterFaceClusterState& cluster) {
+    Add(cluster.mLocalT), Add(cluster.mLocalR), Add(cluster.mLocalS);
+    Add(cluster.mGlobalT), Add(cluster.mGlobalR), Add(cluster.mGlobalS);
   }
   void Add(const VFaceState& state) {
     Add(state.mGlobal);
@@ -134,6 +147,60 @@ private:
   VCharacterFaceState mShown;
 };
 
+// Ten clusters, driven by six shapes that move, turn and scale them, under a root that does so too.
+class Clusters {
+public:
+  static constexpr int kShapes = 6, kCount = 10;
+
+  Clusters() : mPart(tests::AddClusterPart(mCharacter, kShapes, kCount)), mSet(kCount) {
+    Place(mSet.mRoot.mGlobalT, mSet.mRoot.mGlobalR, mSet.mRoot.mGlobalS);
+    for (int c = 0; c < kCount; ++c) {
+      Place(*mPart.mRestClusters.mClusters[c]);
+      for (int s = 0; s < kShapes; ++s) Place(*mPart.mShapeClusters[s]->mClusters[c]);
+    }
+  }
+
+  // The solve at weights of which every third is 0, and a rotation there and back in all six orders.
+  void Show(int number, Hash& hash) {
+    for (int s = 0; s < kShapes; ++s)
+      mState.mWeights[0][s] = (number + s) % 3 == 0 ? 0 : mRandom.Between(-0.5, 1.5);
+    mCharacter.Character2ClusterSolve(&mSet, mState, 0);
+    for (int c = 0; c < kCount; ++c) hash.Add(*mSet.mClusters[c]);
+
+    const VgeRVector angles = Angles(400);
+    for (int order = 0; order < 6; ++order) {
+      VgeRMatrix rotation;
+      VgeRVector back;
+      VTxRotationOrder{order}.V2M(rotation, angles);
+      VTxRotationOrder{order}.M2V(back, rotation);
+      hash.Add(rotation), hash.Add(back);
+    }
+  }
+
+private:
+  VgeRVector Angles(double most) {
+    const double x = mRandom.Between(-most, most), y = mRandom.Between(-most, most),
+                 z = mRandom.Between(-most, most);
+    return VgeRVector(x, y, z);
+  }
+  void Place(VgeTVector& translation, VgeRMatrix& rotation, VgeSVector& scaling) {
+    const VgeRVector point = Angles(100);
+    translation = {point.x, point.y, point.z};
+    VTxRotationOrder().V2M(rotation, Angles(180));
+    const double x = mRandom.Between(0.5, 2), y = mRandom.Between(0.5, 2), z = mRandom.Between(0.5, 2);
+    scaling = VgeSVector(x, y, z);
+  }
+  void Place(VCharacterFaceClusterState& cluster) {
+    Place(cluster.mLocalT, cluster.mLocalR, cluster.mLocalS);
+  }
+
+  tests::Random mRandom{10};
+  VCharacterFace mCharacter;
+  VCharacterFacePartCluster& mPart;
+  VCharacterFaceClusterSetState mSet;
+  VCharacterFaceState mState;
+};
+
 // How often a weight lay strictly between 0 and 1: a solve whose weights never move would prove nothing.
 struct Movement {
   long between[9] = {};
@@ -157,8 +224,9 @@ int main() {
   FillCatalogue(*face);
   FillCatalogue(*GetGlobalFace()); // it is the one that characters ask
   const auto characters = std::make_unique<Characters>();
+  const auto clusters = std::make_unique<Clusters>();
 
-  Hash hash, hash_of_characters;
+  Hash hash, hash_of_characters, hash_of_clusters;
   Movement movement;
   const auto frame = std::make_unique<VFaceMarkerSetState>();
   VFaceState measured, rebuilt;
@@ -183,6 +251,10 @@ int main() {
     movement.Watch(weights);
 
     characters->Show(number, weights, expressions, hash_of_characters);
+
+    clusters->Show(number, hash_of_clusters);
+    VFaceTestAccess{*face}.Face2TemplateSolveMouth(&weights, &measured);
+    for (const double weight : weights.mParts[0].mWeights) hash_of_clusters.Add(weight);
   }
 
   bool good = true;
@@ -207,5 +279,6 @@ int main() {
   };
   Judge("performer", hash, kExpected);
   Judge("characters", hash_of_characters, kExpectedOfCharacters);
+  Judge("clusters, rotations, mouth by direction", hash_of_clusters, kExpectedOfClusters);
   return good ? 0 : 1;
 }

@@ -1,6 +1,9 @@
+#include "mien/base/elementary.h"
 #include "mien/base/geometry.h"
 
 #include <cmath>
+
+using namespace mien::detail;
 
 // One derivation serves all six orders. With the axes renamed to i, j, k (first, middle, last), the rotation
 // R = Rk * Rj * Ri reads as in the order XYZ. In an odd permutation the renamed axes are left-handed, which
@@ -33,10 +36,11 @@ double Degrees(double radians) {
 
 void VTxRotationOrder::V2M(VgeRMatrix& out, const VgeRVector& in) const {
   const auto [i, j, k, handedness] = kAxes[mOrder];
-  const double angles[3] = {in.x * kRadiansPerDegree, in.y * kRadiansPerDegree, in.z * kRadiansPerDegree};
-  const double sf = handedness * std::sin(angles[i]), cf = std::cos(angles[i]);
-  const double sm = handedness * std::sin(angles[j]), cm = std::cos(angles[j]);
-  const double sl = handedness * std::sin(angles[k]), cl = std::cos(angles[k]);
+  const double angles[3] = {in.x, in.y, in.z};
+  const auto [first, cf] = SineAndCosineOfDegrees(angles[i]);
+  const auto [middle, cm] = SineAndCosineOfDegrees(angles[j]);
+  const auto [last, cl] = SineAndCosineOfDegrees(angles[k]);
+  const double sf = handedness * first, sm = handedness * middle, sl = handedness * last;
 
   out.Init();
   out.m[i][i] = cm * cl;
@@ -56,15 +60,16 @@ void VTxRotationOrder::M2V(VgeRVector& out, const VgeRMatrix& in) const {
 
   // Below this the cosine of the middle angle is what rounding leaves of zero.
   constexpr double kPole = 1e-14;
-  const double cm = std::hypot(m[i][i], m[i][j]);
+  const double cm = std::sqrt(m[i][i] * m[i][i] + m[i][j] * m[i][j]);
   const bool at_pole = cm < kPole;
 
-  const double middle = std::atan2(-m[i][k], cm);
-  const double first = at_pole ? std::atan2(-m[k][j], m[j][j]) : std::atan2(m[j][k], m[k][k]);
+  const double middle = ArcTangent2(-m[i][k], cm);
+  const double first = at_pole ? ArcTangent2(-m[k][j], m[j][j]) : ArcTangent2(m[j][k], m[k][k]);
   // Near the pole `first` is uncertain, so the last angle is read from R * Ri(-first) = Rk * Rj, whose column j is
-  // (-sl, cl, 0): what `first` has too much, `last` has too little, and the pair still gives the rotation back.
-  const double sf = std::sin(first), cf = std::cos(first);
-  const double last = at_pole ? 0 : std::atan2(-(cf * m[j][i] - sf * m[k][i]), cf * m[j][j] - sf * m[k][j]);
+  // (-sl, cl, 0): what `first` has too much, `last` has too little, and the pair still gives the rotation back. Sine and
+  // cosine of `first` stand in column k and j as cm * sf and cm * cf, and the angle does not ask for that factor.
+  const double last =
+      at_pole ? 0 : ArcTangent2(m[j][k] * m[k][i] - m[k][k] * m[j][i], m[k][k] * m[j][j] - m[j][k] * m[k][j]);
 
   double angles[3];
   angles[i] = Degrees(handedness * first);

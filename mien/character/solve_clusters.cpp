@@ -1,4 +1,5 @@
 #include "mien/base/affine.h"
+#include "mien/base/elementary.h"
 #include "mien/character/character_face.h"
 #include "mien/character/rotation.h"
 
@@ -10,7 +11,7 @@ namespace {
 
 /// Whether the offset from one such transform to another is finite: not near what overflows, and of positive scalings.
 bool IsModerate(const VCharacterFaceClusterState& cluster) {
-  constexpr double kLarge = 1e100;
+  constexpr double kLarge = 1e50; // angles are read from products of four elements
   const auto below = [](double x) { return std::abs(x) < kLarge; }; // so a NaN is not
   const auto between = [](double x) { return x > 1 / kLarge && x < kLarge; };
   bool moderate = true;
@@ -64,9 +65,9 @@ void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* set,
       angles.y += w * offset.y;
       angles.z += w * offset.z;
 
-      logarithms.x += w * std::log(target.mLocalS.x / rest.mLocalS.x);
-      logarithms.y += w * std::log(target.mLocalS.y / rest.mLocalS.y);
-      logarithms.z += w * std::log(target.mLocalS.z / rest.mLocalS.z);
+      logarithms.x += w * Log(target.mLocalS.x / rest.mLocalS.x);
+      logarithms.y += w * Log(target.mLocalS.y / rest.mLocalS.y);
+      logarithms.z += w * Log(target.mLocalS.z / rest.mLocalS.z);
     }
 
     VCharacterFaceClusterState& out = *set->mClusters[c];
@@ -76,8 +77,8 @@ void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* set,
     xyz.V2M(turn, angles);
     out.mLocalR.Init();
     SetProduct(out.mLocalR, rest.mLocalR, turn);
-    out.mLocalS = VgeSVector(std::exp(logarithms.x) * rest.mLocalS.x, std::exp(logarithms.y) * rest.mLocalS.y,
-                             std::exp(logarithms.z) * rest.mLocalS.z);
+    out.mLocalS = VgeSVector(Exp(logarithms.x) * rest.mLocalS.x, Exp(logarithms.y) * rest.mLocalS.y,
+                             Exp(logarithms.z) * rest.mLocalS.z);
   }
   set->ComputeGlobalZpx();
 }

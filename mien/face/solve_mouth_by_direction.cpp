@@ -1,7 +1,6 @@
+#include "mien/base/elementary.h"
 #include "mien/face/face.h"
 #include "mien/face/pose.h"
-
-#include <cmath>
 
 // An earlier mouth solve, kept beside the one in use: it shares a total of at most 1 among all templates by
 // how well the lips' outline agrees in direction with each template's. The rest pose takes its part of the
@@ -11,7 +10,8 @@ void VFace::Face2TemplateSolveMouth(VFaceTemplateState* result, const VFaceState
   const VFacePart& mouth = mParts[0];
   const int templates = mouth.mTemplates.GetCount();
   const auto agreement = [&](const VFacePartState& pose) {
-    return std::exp(3.0 * std::log(Face2TemplateAIAngle(&pose, &face->mParts[0], kLipPoints, true)));
+    return mien::detail::Exp(
+        3.0 * mien::detail::Log(Face2TemplateAIAngle(&pose, &face->mParts[0], kLipPoints, true)));
   };
 
   double agreements[25];

@@ -103,8 +103,8 @@ TEST(RotationOrder, FirstLetterTurnsFirst) {
     const bool x_before_y = order.code == 0 || order.code == 1 || order.code == 4;
     const VgeRMatrix matrix = Matrix(order, VgeRVector(90, 90, 0));
     // About x, z goes to -y, and y leaves that alone. About y, z goes to x, and x leaves that alone.
-    EXPECT_NEAR(matrix.m[2][1], x_before_y ? -1 : 0, 1e-15) << order.letters;
-    EXPECT_NEAR(matrix.m[2][0], x_before_y ? 0 : 1, 1e-15) << order.letters;
+    EXPECT_EQ(matrix.m[2][1], x_before_y ? -1 : 0) << order.letters;
+    EXPECT_EQ(matrix.m[2][0], x_before_y ? 0 : 1) << order.letters;
   }
 }
 
@@ -123,11 +123,47 @@ TEST(RotationOrder, V2MIsTheProductOfThreeAxisRotations) {
 }
 
 TEST(RotationOrder, V2MTakesAnglesBeyondOneTurn) {
-  for (const Order& order : kOrders)
-    // Five turns of 360 degrees have an error of about 5 * 360 * 1e-16 before they are taken off.
-    EXPECT_LE(Distance(Matrix(order, VgeRVector(1830, -700, 760)), Matrix(order, VgeRVector(30, 20, 40))),
-              1e-13)
+  for (const Order& order : kOrders) {
+    EXPECT_EQ(Matrix(order, VgeRVector(1830, -700, 760)), Matrix(order, VgeRVector(30, 20, 40)))
         << order.letters;
+    EXPECT_EQ(Matrix(order, VgeRVector(360e12, -3600, 1)), Matrix(order, VgeRVector(0, 0, 1)))
+        << order.letters;
+  }
+}
+
+TEST(RotationOrder, V2MOfAnInfiniteAngleIsNotANumber) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  for (const Order& order : kOrders) {
+    for (const double angle : {kInfinity, -kInfinity, kNaN}) {
+      const VgeRMatrix matrix = Matrix(order, VgeRVector(angle, 20, 30));
+      int not_numbers = 0;
+      for (int column = 0; column < 3; ++column)
+        for (int row = 0; row < 3; ++row) not_numbers += std::isnan(matrix.m[column][row]);
+      EXPECT_GE(not_numbers, 6) << order.letters; // all but the column or row of the x axis, at least
+    }
+  }
+}
+
+TEST(RotationOrder, QuarterTurnsHoldOnlyZerosAndOnes) {
+  // Any three of them, whole turns away as well: products of exact sines are exact.
+  for (const Order& order : kOrders) {
+    for (int quarters = 0; quarters < 9 * 9 * 9; ++quarters) {
+      const int of_each[] = {quarters % 9 - 4, quarters / 9 % 9 - 4, quarters / 81 - 4};
+      const double first = 90 * of_each[0], middle = 90 * of_each[1], last = 90 * of_each[2];
+      const VgeRMatrix matrix = Matrix(order, Angles(order, first, middle, last));
+      for (int column = 0; column < 3; ++column) {
+        double sizes = 0;
+        for (int row = 0; row < 3; ++row) {
+          const double element = std::abs(matrix.m[column][row]);
+          EXPECT_TRUE(element == 0 || element == 1) << order.letters << " " << element;
+          sizes += element;
+        }
+        EXPECT_EQ(sizes, 1) << order.letters;
+      }
+      EXPECT_LE(Distance(matrix, Expected(order, first, middle, last)), 4e-15) << order.letters;
+      ASSERT_FALSE(HasFailure()) << first << " " << middle << " " << last;
+    }
+  }
 }
 
 TEST(RotationOrder, ZeroAnglesAreTheIdentity) {

@@ -343,6 +343,11 @@ TEST(ClusterSolve, ShapeAtWeightZeroStillPassesOnAnOffsetThatIsNotFinite) {
         for (auto& column : rotation->m) std::fill(std::begin(column), std::end(column), 1e160);
     };
     EXPECT_TRUE(std::isnan(Solved(overflows).mLocalR.m[0][0])); // their product
+    const auto overflows_later = [](Rig& rig) {
+      for (VgeRMatrix* rotation : {&rig.Rest().mLocalR, &rig.Target(0).mLocalR})
+        for (auto& column : rotation->m) std::fill(std::begin(column), std::end(column), 1e90);
+    };
+    EXPECT_TRUE(std::isnan(Solved(overflows_later).mLocalR.m[0][0])); // products of what that product holds
   }
 }
 

@@ -1,5 +1,9 @@
 // A library that shows what it should hide and uses what it should not.
 
+#include <cmath>
 #include <cstdio>
 
-__attribute__((visibility("default"))) void Leak() { std::puts("leaking"); }
+__attribute__((visibility("default"))) double Leak(double x) {
+  std::puts("leaking");
+  return std::exp(x);
+}

@@ -1,6 +1,7 @@
 #include "host/solve/character_solver.h"
 
 #include "host/character/character_file.h"
+#include "mien/base/elementary.h"
 #include "mien/face/face.h"
 #include "tests/host/input_error.h"
 #include "tests/random.h"
@@ -145,17 +146,18 @@ ClusterTransform PlainLocal(const Character::Part& part, std::size_t c, const do
       VgeRVector turn;
       VTxRotationOrder{.mOrder = 0}.M2V(turn, Product(Transposed(rest.rotation), target.rotation));
       angles.x += w * turn.x, angles.y += w * turn.y, angles.z += w * turn.z;
-      local.scale.x += w * std::log(target.scale.x / rest.scale.x);
-      local.scale.y += w * std::log(target.scale.y / rest.scale.y);
-      local.scale.z += w * std::log(target.scale.z / rest.scale.z);
+      local.scale.x += w * mien::detail::Log(target.scale.x / rest.scale.x);
+      local.scale.y += w * mien::detail::Log(target.scale.y / rest.scale.y);
+      local.scale.z += w * mien::detail::Log(target.scale.z / rest.scale.z);
     }
   local.translation.x += rest.translation.x;
   local.translation.y += rest.translation.y;
   local.translation.z += rest.translation.z;
   VTxRotationOrder{.mOrder = 0}.V2M(local.rotation, angles);
   local.rotation = Product(rest.rotation, local.rotation);
-  local.scale = VgeSVector(std::exp(local.scale.x) * rest.scale.x, std::exp(local.scale.y) * rest.scale.y,
-                           std::exp(local.scale.z) * rest.scale.z);
+  local.scale = VgeSVector(mien::detail::Exp(local.scale.x) * rest.scale.x,
+                           mien::detail::Exp(local.scale.y) * rest.scale.y,
+                           mien::detail::Exp(local.scale.z) * rest.scale.z);
   return local;
 }
 
