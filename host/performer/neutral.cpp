@@ -2,8 +2,8 @@
 
 #include "host/error.h"
 #include "host/performer/face_axes.h"
-#include "host/performer/head_motion.h"
 #include "host/performer/match_markers.h"
+#include "host/takes/rigid_motion.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -89,15 +89,15 @@ private:
     return Point{middle_of(x), middle_of(y), middle_of(z)};
   }
 
-  HeadMotion::Markers HeadMarkers(std::size_t f) const {
-    HeadMotion::Markers markers;
+  RigidMotion::Markers HeadMarkers(std::size_t f) const {
+    RigidMotion::Markers markers;
     for (std::size_t slot = 0; slot < head_.size(); ++slot)
       if (const Point* p = take_.At(frames_[f], head_[slot])) markers[slot] = *p;
     return markers;
   }
 
-  void SolveHeads(const HeadMotion::Markers& reference) {
-    HeadMotion motion(reference);
+  void SolveHeads(const RigidMotion::Markers& reference) {
+    RigidMotion motion(reference);
     for (std::size_t f = 0; f < frames_.size(); ++f) {
       const auto head = motion.Solve(HeadMarkers(f));
       heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
@@ -107,11 +107,11 @@ private:
   // A single frame's noise would be in every head frame; two rounds through the median take it out. More do
   // not converge: they drift, by a tenth of a millimetre each.
   void RemoveHeadMotion() {
-    const auto seen = [](const HeadMotion::Markers& markers) {
+    const auto seen = [](const RigidMotion::Markers& markers) {
       return std::count_if(markers.begin(), markers.end(),
                            [](const auto& marker) { return marker.has_value(); });
     };
-    HeadMotion::Markers reference;
+    RigidMotion::Markers reference;
     for (std::size_t f = 0; f < frames_.size(); ++f)
       if (const auto markers = HeadMarkers(f); seen(markers) > seen(reference)) reference = markers;
 

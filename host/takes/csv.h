@@ -5,8 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace mien {
@@ -14,6 +12,9 @@ namespace mien {
 /// The names in a comma-separated text's header row, which is its first row that is not blank; a byte order
 /// mark, blanks and quotes around a name, and empty names at the end are taken off.
 std::vector<std::string_view> CsvColumns(std::string_view bytes);
+
+/// Whether a name is this word, whatever its letter case.
+bool IsWord(std::string_view name, std::string_view lower_case);
 
 /// Walks a comma-separated table of numbers row by row and finds its fields by column.
 ///
@@ -27,6 +28,7 @@ public:
   /// Reads the header. `bytes` must outlive the reader; `file` is the name for messages.
   CsvReader(std::string_view bytes, std::string file);
 
+  const std::string& File() const { return file_; }
   const std::vector<std::string_view>& Columns() const { return columns_; }
 
   /// Index of the column of this name, letter case included. Throws InputError if there are two.
@@ -38,12 +40,16 @@ public:
   /// The current row's field without the blanks around it.
   std::string_view Text(std::size_t column);
 
-  /// True when the field holds blanks at most.
-  bool Empty(std::size_t column);
+  /// The current row's line, counted from 1; before the first Next the header's.
+  std::size_t Line() const { return line_number_; }
 
   /// The field as a number with a decimal point, whatever the locale. `mend` tells the user what else could
   /// stand there.
   double Number(std::size_t column, std::string_view mend = "write a plain number, such as 12.5");
+
+  /// The same, but nothing for an empty field and a NaN for one, however it is spelt.
+  std::optional<double> NumberIfAny(std::size_t column,
+                                    std::string_view mend = "write a plain number, such as 12.5");
 
   /// The field as a whole number; 7.0 is one too.
   std::int64_t Integer(std::size_t column);
@@ -60,9 +66,8 @@ private:
 
   std::string file_;
   std::vector<std::string_view> columns_;
-  std::unordered_map<std::string_view, std::size_t> column_of_name_; // the first of each name
-  std::unordered_set<std::string_view> repeated_names_;
-  std::string_view rest_; // what follows the current line
+  std::vector<std::size_t> by_name_; // the columns, sorted by their names
+  std::string_view rest_;            // what follows the current line
   std::size_t line_number_ = 0;
   std::string_view line_; // the current row, without its line end; empty before the first
   std::size_t field_ = 0; // the column that starts at at_

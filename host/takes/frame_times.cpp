@@ -14,7 +14,7 @@
 namespace mien {
 namespace {
 
-constexpr double kRateOfOneFrame = 30;
+constexpr FrameRate kRateOfOneFrame = {30, 1};
 
 // Digits behind the decimal point: 3 for "0.033", 5 for "3.3e-4", 0 for "2e3". What is no number gives just
 // any count.
@@ -98,8 +98,8 @@ void FrameTimes::Finish(const CsvReader& table, Take& take) const {
   const std::size_t count = take.FrameCount();
   if (count == 0) table.Fail("there are no frames, only a header", "export the take again with its rows");
   if (count == 1) {
-    take.rate_hz = kRateOfOneFrame;
-    take.notes.push_back(fmt::format("one frame has no rate; taken as {} Hz", kRateOfOneFrame));
+    take.rate = kRateOfOneFrame;
+    take.notes.push_back(fmt::format("one frame has no rate; taken as {} Hz", ToText(take.rate)));
     return;
   }
 
@@ -141,13 +141,14 @@ void FrameTimes::Finish(const CsvReader& table, Take& take) const {
   jumps.TellTo(take, "timestamps jump");
 
   const double rate = frames / seconds;
-  if (!(rate > 0) || !std::isfinite(rate))
+  const std::optional<FrameRate> found = FrameRateOf(Snap(rate, rate * (error / seconds)));
+  if (!found)
     table.Fail(
         fmt::format("times from {} s to {} s give no frame rate", take.times.front(), take.times.back()),
         "write the times in seconds");
-  take.rate_hz = Snap(rate, rate * (error / seconds));
-  if (take.rate_hz < 1 || take.rate_hz > 10000)
-    take.notes.push_back(fmt::format("the times, read as seconds, give a rate of {:.6g} Hz", take.rate_hz));
+  take.rate = *found;
+  if (rate < 1 || rate > 10000)
+    take.notes.push_back(fmt::format("the times, read as seconds, give a rate of {:.6g} Hz", take.rate.Hz()));
 }
 
 } // namespace mien

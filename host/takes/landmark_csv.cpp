@@ -18,11 +18,56 @@ namespace {
 
 constexpr std::size_t kLandmarks = 68;
 constexpr std::string_view kAxes = "XYZ";
+constexpr std::string_view kPixelAxes = "xy";
 
 std::vector<std::string> MarkerNames() {
   std::vector<std::string> names;
   for (std::size_t i = 0; i < kLandmarks; ++i) names.push_back(fmt::format("lm{}", i));
   return names;
+}
+
+std::string ColumnName(char axis, std::size_t landmark) { return fmt::format("{}_{}", axis, landmark); }
+
+struct Coordinate {
+  std::size_t column;
+  std::size_t slot; // axis * 68 + landmark
+};
+
+// Whether there is a column "X_0", "Y_17" ... of these axes.
+bool HasAny(const CsvReader& csv, std::string_view axes) {
+  return std::any_of(csv.Columns().begin(), csv.Columns().end(), [axes](std::string_view name) {
+    return name.size() >= 3 && axes.find(name[0]) != std::string_view::npos && name[1] == '_' &&
+           name[2] >= '0' && name[2] <= '9';
+  });
+}
+
+// Where each landmark stands in a row, from left to right.
+std::vector<Coordinate> Coordinates(const CsvReader& csv, std::string_view axes) {
+  constexpr std::string_view kMend = "let the tracker write its landmarks in 3D (X_0 to Z_67, in "
+                                     "millimetres), or at least in 2D (x_0 to y_67)";
+  if (!HasAny(csv, axes)) csv.Fail("the table holds no landmarks", kMend);
+  std::vector<Coordinate> coordinates;
+  for (std::size_t slot = 0; slot < axes.size() * kLandmarks; ++slot) {
+    const std::string name = ColumnName(axes[slot / kLandmarks], slot % kLandmarks);
+    const std::optional<std::size_t> column = csv.Column(name);
+    if (!column) csv.Fail(fmt::format("the column {} is missing", Quoted(name)), kMend);
+    coordinates.push_back({*column, slot});
+  }
+  std::sort(coordinates.begin(), coordinates.end(),
+            [](const Coordinate& a, const Coordinate& b) { return a.column < b.column; });
+  return coordinates;
+}
+
+// "0, 1, 2"; ten at most.
+std::string Listed(const std::set<std::int64_t>& faces) {
+  constexpr std::size_t kMost = 10;
+  std::string list;
+  std::size_t count = 0;
+  for (const std::int64_t face : faces) {
+    if (++count > kMost) return list + fmt::format(" and {} more", faces.size() - kMost);
+    list += fmt::format("{}{}", list.empty() ? "" : ", ", face);
+  }
+  return list;
 }
 
 } // namespace
@@ -33,66 +78,72 @@ bool IsLandmarkCsv(const std::vector<std::string_view>& columns) {
   });
 }
 
-Take ReadLandmarkCsv(std::string_view bytes, const std::string& file) {
+Take ReadLandmarkCsv(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face_id) {
   CsvReader csv(bytes, file);
-
-  struct Coordinate {
-    std::size_t column;
-    std::size_t slot; // axis * 68 + landmark
-  };
-  std::vector<Coordinate> coordinates;
-  for (std::size_t slot = 0; slot < kAxes.size() * kLandmarks; ++slot) {
-    const std::string name = fmt::format("{}_{}", kAxes[slot / kLandmarks], slot % kLandmarks);
-    const std::optional<std::size_t> column = csv.Column(name);
-    if (!column)
-      csv.Fail(
-          fmt::format("the column \"{}\" is missing", name),
-          "let the tracker write its landmarks in 3D (X_0 to Z_67, in millimetres); x_0 and y_0 are pixels");
-    coordinates.push_back({*column, slot});
-  }
-  std::sort(coordinates.begin(), coordinates.end(),
-            [](const Coordinate& a, const Coordinate& b) { return a.column < b.column; });
-
+  const bool has_depth = HasAny(csv, kAxes);
+  const std::vector<Coordinate> coordinates = Coordinates(csv, has_depth ? kAxes : kPixelAxes);
   const std::optional<std::size_t> timestamp = csv.Column("timestamp");
   if (!timestamp)
     csv.Fail("the column \"timestamp\" is missing, as for single images",
              "let the tracker process the recording as a video, or add the column in seconds");
   const std::optional<std::size_t> frame = csv.Column("frame");
-  const std::optional<std::size_t> face_id = csv.Column("face_id");
+  const std::optional<std::size_t> face_column = csv.Column("face_id");
+  if (face_id && !face_column)
+    csv.Fail("there is no column \"face_id\" to choose a face by", "read the file without choosing a face");
   const std::optional<std::size_t> success = csv.Column("success");
+  const std::optional<std::size_t> confidence = success ? std::nullopt : csv.Column("confidence");
+  constexpr double kLeastConfidence = 0.5;
+  const std::string_view mend = has_depth
+                                    ? "write millimetres, such as 12.5, or success 0 if the face was lost"
+                                    : "write pixels, such as 12.5, or success 0 if the face was lost";
 
   Take take(MarkerNames());
+  take.axes = "+y up, along +z out of a face that looks at the camera";
+  take.unit = has_depth ? "mm" : "px";
   FrameTimes frame_times(frame, *timestamp);
   std::set<std::int64_t> faces;
-  std::int64_t first_face = 0;
-  std::size_t left_out = 0;
+  std::optional<std::int64_t> chosen = face_id;
+  std::size_t left_out = 0, doubtful = 0;
   while (csv.Next()) {
-    if (face_id) {
-      const std::int64_t face = csv.Integer(*face_id);
-      if (faces.empty()) first_face = face;
+    if (face_column) {
+      const std::int64_t face = csv.Integer(*face_column);
+      if (!chosen) chosen = face;
       faces.insert(face);
-      if (face != first_face) {
+      if (face != *chosen) {
         ++left_out;
         continue;
       }
     }
     const std::size_t row = frame_times.AddFrame(csv, take);
     if (success && csv.Number(*success) == 0) continue; // what stands in its other columns means nothing
+    if (confidence && csv.Number(*confidence) < kLeastConfidence) {
+      ++doubtful;
+      continue;
+    }
     std::array<double, kAxes.size() * kLandmarks> value{};
-    for (const Coordinate& c : coordinates)
-      value[c.slot] =
-          csv.Number(c.column, "write millimetres, such as 12.5, or success 0 if the face was lost");
+    for (const Coordinate& c : coordinates) value[c.slot] = csv.Number(c.column, mend);
     for (std::size_t i = 0; i < kLandmarks; ++i) {
       const double x = value[i];
       const double y = value[kLandmarks + i];
       const double z = value[2 * kLandmarks + i];
-      if (x != 0 || y != 0 || z != 0) take.Set(row, i, {x, -y, -z});
+      if (x != 0 || y != 0 || z != 0) take.Set(row, i, {x, -y, has_depth ? -z : 0});
     }
   }
-  if (left_out > 0)
+
+  if (face_id && !faces.empty() && !faces.contains(*face_id))
+    throw InputError(file, "", fmt::format("there is no face_id {}", *face_id),
+                     "those in the file are " + Listed(faces));
+  if (!face_id && left_out > 0)
     take.notes.push_back(fmt::format("{} faces in the file; read face_id {}, left out {} rows of the others",
-                                     faces.size(), first_face, left_out));
+                                     faces.size(), *chosen, left_out));
+  if (!has_depth)
+    take.notes.emplace_back(
+        "the landmarks are in pixels, of unknown depth: turns of the head will show up as "
+        "expression");
   if (!frame) take.notes.emplace_back("no column \"frame\"; the rows are numbered from 1");
+  if (doubtful > 0)
+    take.notes.push_back(fmt::format("no column \"success\"; {} rows with a confidence below {} are gaps",
+                                     doubtful, kLeastConfidence));
   frame_times.Finish(csv, take);
   return take;
 }

@@ -12,12 +12,19 @@ namespace mien {
 /// Marker CSV, this project's own plain table: a header `frame,time,NAME.x,NAME.y,NAME.z,...` and one row per
 /// frame, with whole frame numbers, seconds and millimetres in any right-handed axes. A marker that was not
 /// seen has three empty fields. Names may hold blanks and dots, not commas.
+///
+/// The third column may be `timecode@RATE` ("timecode@25"), or `timecode`, which counts at the take's own rate or, above
+/// 60 Hz, at the nearest whole part of it that is at most 60. Its first field is the take's, without a fraction of a
+/// count behind it; the others are only compared with it.
+///
+/// Forgiven with a note: `Frame`, `TIME`, `.X` and blanks around that dot; NaN, which is a gap; timecodes more than one
+/// count away from what follows from the first.
 bool IsMarkerCsv(const std::vector<std::string_view>& columns);
 Take ReadMarkerCsv(std::string_view bytes, const std::string& file);
 
-/// Writes numbers with the fewest digits that read back to the same doubles. Throws InputError if the names
-/// of the markers cannot be told apart or cannot stand in a header. The rate is not written: readers find it
-/// from the times.
+/// Writes numbers with the fewest digits that read back to the same doubles, and the timecode if the take has one.
+/// Throws InputError if the names of the markers cannot be told apart or cannot stand in a header. The rate is not
+/// written: readers find it from the times.
 void WriteMarkerCsv(const Take& take, std::ostream& out);
 
 } // namespace mien

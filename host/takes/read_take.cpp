@@ -1,14 +1,21 @@
 #include "host/takes/read_take.h"
 
 #include "host/error.h"
-#include "host/read_file.h"
+#include "host/mapped_file.h"
+#include "host/takes/c3d.h"
 #include "host/takes/csv.h"
 #include "host/takes/landmark_csv.h"
 #include "host/takes/marker_csv.h"
+#include "host/takes/timecode.h"
+#include "host/takes/trc.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -19,19 +26,75 @@ struct Format {
   std::string_view name;
   std::string_view looks; // what a user recognises it by
   bool (*is)(std::string_view bytes);
-  Take (*read)(std::string_view bytes, const std::string& file);
+  Take (*read)(std::string_view bytes, const std::string& file, const ReadOptions& options);
 };
 
 constexpr Format kFormats[] = {
+    {"C3D", "optical capture, .c3d", IsC3d,
+     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
+       return ReadC3d(bytes, file);
+     }},
+    {"TRC", "tab-separated text that starts with PathFileType", IsTrc,
+     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
+       return ReadTrc(bytes, file);
+     }},
     {"landmark CSV", "columns frame, timestamp, X_0, ... Z_67",
-     [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); }, ReadLandmarkCsv},
+     [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadLandmarkCsv(bytes, file, options.face);
+     }},
     {"marker CSV", "columns frame,time,NAME.x,NAME.y,NAME.z,...",
-     [](std::string_view bytes) { return IsMarkerCsv(CsvColumns(bytes)); }, ReadMarkerCsv},
+     [](std::string_view bytes) { return IsMarkerCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
+       return ReadMarkerCsv(bytes, file);
+     }},
 };
+
+// What phone face-capture apps write: Timecode, BlendShapeCount, then the shapes.
+bool IsShapeWeights(const std::vector<std::string_view>& columns) {
+  return columns.size() >= 2 && IsWord(columns[0], "timecode") && IsWord(columns[1], "blendshapecount");
+}
+
+// Says what is in a table of shape weights, from its timecodes: of 60 counts a second whatever the rate of its rows.
+[[noreturn]] void FailShapeWeights(std::string_view bytes, const std::string& file) {
+  constexpr FrameRate kClock = {60, 1};
+  std::size_t lines = 0; // the header among them
+  std::vector<double> times;
+  while (!bytes.empty()) {
+    const std::string_view line = bytes.substr(0, bytes.find('\n'));
+    bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
+    if (line.find_first_not_of(" \t\r,") == std::string_view::npos) continue;
+    ++lines;
+    double fraction = 0;
+    const std::optional<Timecode> timecode =
+        ParseTimecode(std::string(line.substr(0, line.find(','))), kClock, &fraction);
+    if (timecode) times.push_back((static_cast<double>(timecode->count) + fraction) / kClock.Hz());
+  }
+
+  std::string what = fmt::format("these are shape weights of a face-capture app ({} rows", lines - 1);
+  if (times.size() > 1) {
+    constexpr double kDay = 24 * 3600;
+    std::vector<double> steps;
+    for (std::size_t i = 1; i < times.size(); ++i)
+      steps.push_back(times[i] - times[i - 1] + (times[i] < times[i - 1] ? kDay : 0)); // past midnight
+    std::vector<double> sorted = steps;
+    const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+    std::nth_element(sorted.begin(), middle, sorted.end());
+    double seconds = 0, dropped = 0;
+    for (const double step : steps) {
+      seconds += step;
+      if (*middle > 0) dropped += std::max(std::round(step / *middle) - 1, 0.0);
+    }
+    what += fmt::format(" over {:.1f} s, {:.0f} frames dropped", seconds, dropped);
+  }
+  throw InputError(file, "", what + "), and no markers to solve",
+                   "give the take of markers, or bring the weights to the character as they are");
+}
 
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
   if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
     throw InputError(file, "", "the text is UTF-16", "save it as UTF-8");
+  if (IsShapeWeights(CsvColumns(bytes))) FailShapeWeights(bytes, file);
 
   std::string header(bytes.substr(0, bytes.find('\n')));
   for (const auto& [separator, name] : {std::pair(';', "semicolons"), std::pair('\t', "tabs")}) {
@@ -50,19 +113,31 @@ constexpr Format kFormats[] = {
                    "the formats that can be read are " + formats);
 }
 
+[[noreturn]] void FailStrictly(const Take& take) {
+  std::string messages;
+  for (const std::string& note : take.notes) {
+    if (!messages.empty()) messages += '\n';
+    messages += fmt::format("{}: {}; mend the file, or read it without --strict", take.file, Printable(note));
+  }
+  throw InputError(messages);
+}
+
 } // namespace
 
-Take ReadTake(const std::filesystem::path& path) { return ReadTake(ReadFile(path), path.string()); }
+Take ReadTake(const std::filesystem::path& path, const ReadOptions& options) {
+  return ReadTake(MappedFile(path).Bytes(), path.string(), options);
+}
 
-Take ReadTake(std::string_view bytes, const std::string& name) {
+Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions& options) {
   if (bytes.find_first_not_of(" \t\r\n") == std::string_view::npos)
     throw InputError(name, "", "the file is empty", "export the take again");
   for (const Format& format : kFormats) {
     if (!format.is(bytes)) continue;
-    Take take = format.read(bytes, name);
+    Take take = format.read(bytes, name, options);
     take.file = name;
     take.name = std::filesystem::path(name).stem().string();
     take.format = format.name;
+    if (options.strict && !take.notes.empty()) FailStrictly(take);
     return take;
   }
   FailUnknown(bytes, name);

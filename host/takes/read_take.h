@@ -2,17 +2,24 @@
 
 #include "host/takes/take.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace mien {
 
+struct ReadOptions {
+  bool strict = false;              ///< throw where the take would get notes
+  std::optional<std::int64_t> face; ///< of a landmark CSV with several: its face_id; the first without
+};
+
 /// Reads a take from a file. The format is told from the content, never from the file's ending. Throws
 /// InputError when the file cannot be read, is of no known format, or breaks the rules of its own.
-Take ReadTake(const std::filesystem::path& path);
+Take ReadTake(const std::filesystem::path& path, const ReadOptions& options = {});
 
 /// The same from memory. `name` is the file's name as messages show it.
-Take ReadTake(std::string_view bytes, const std::string& name);
+Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions& options = {});
 
 } // namespace mien

@@ -1,10 +1,10 @@
-#include "host/performer/head_motion.h"
+#include "host/takes/rigid_motion.h"
 
 namespace mien {
 
 // The library matches head markers by their rank among those present, so each set of seen markers has its own
 // set-up.
-HeadMotion::Subset& HeadMotion::SubsetOf(unsigned seen) {
+RigidMotion::Subset& RigidMotion::SubsetOf(unsigned seen) {
   std::unique_ptr<Subset>& subset = subsets_[seen];
   if (!subset) {
     subset = std::make_unique<Subset>();
@@ -20,7 +20,7 @@ HeadMotion::Subset& HeadMotion::SubsetOf(unsigned seen) {
   return *subset;
 }
 
-std::optional<VgeAMatrix> HeadMotion::Solve(const Markers& markers) {
+std::optional<VgeAMatrix> RigidMotion::Solve(const Markers& markers) {
   unsigned seen = 0;
   for (std::size_t slot = 0; slot < kSlots; ++slot)
     if (markers[slot] && reference_[slot]) seen |= 1u << slot;

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "host/takes/frame_rate.h"
+#include "host/takes/timecode.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +21,26 @@ struct Point {
   double z = 0;
 };
 
+/// How a position came about.
+enum class Origin : std::uint8_t {
+  None,     ///< there is none: a gap
+  Measured, ///< by the recording's cameras or tracker
+  Computed, ///< by the program that wrote the file: interpolated, filtered, made up
+  Filled,   ///< by us: see fill_gaps.h
+};
+
+/// What a camera system says of one measured position.
+struct Sighting {
+  std::uint8_t cameras = 0;  ///< bit i: camera i + 1 took part; 0 where that is not known
+  std::uint8_t residual = 0; ///< mean distance of the cameras' rays from it, in units of Take::residual_mm
+};
+
+/// A moment with a name in a recording.
+struct TakeEvent {
+  double time = 0; ///< seconds, on the clock of Take::times
+  std::string label;
+};
+
 /// A recording of markers: for each frame and marker a position in millimetres, or nothing. A marker that was
 /// not seen is a gap, never a zero or NaN position.
 ///
@@ -25,47 +49,89 @@ struct Take {
   Take() = default;
   explicit Take(std::vector<std::string> marker_names) : markers(std::move(marker_names)) {}
 
-  std::string file;   ///< its path as it was given, for messages
-  std::string name;   ///< the file's name without folder and ending
-  std::string format; ///< the source format, as a user reads it: "marker CSV"
-  double rate_hz = 0; ///< frames per second; not always an integer: 30000/1001, 29.98
+  std::string file;    ///< its path as it was given, for messages
+  std::string name;    ///< the file's name without folder and ending
+  std::string format;  ///< the source format, as a user reads it: "marker CSV"
+  std::string flavour; ///< which of its kinds: "Intel, float"; may be empty
+  std::string unit;    ///< of lengths in the file: "m"; positions here are millimetres whatever it is
+  std::string axes;    ///< what the format says of them: "+y up, ..."; empty where it says nothing
+  FrameRate rate;
+  std::optional<Timecode> timecode; ///< of the first frame; nothing where the file has none
 
   /// Marker names in the file's order, UTF-8. Complete before the first AddFrame; renaming one later is fine.
   std::vector<std::string> markers;
   std::vector<std::int64_t> frames; ///< each frame's number in the file: rising, not always from 1, may skip
   std::vector<double> times;        ///< each frame's time in seconds: rising, not always from 0
+  std::vector<TakeEvent> events;    ///< by time
 
-  /// What the reader did or noticed that the user should hear, one sentence each: "frames missing: 3 after
-  /// frame 57".
+  /// The millimetres of a Sighting's residual of 1; above 0 where the file has sightings. Set before the first AddFrame.
+  double residual_mm = 0;
+
+  /// What the reader forgave or noticed that the user should hear, one sentence each: "line 7: 7 keys instead of 8",
+  /// "frames missing: 3 after frame 57".
   std::vector<std::string> notes;
 
   std::size_t FrameCount() const { return frames.size(); }
   std::size_t MarkerCount() const { return markers.size(); }
+  bool HasSightings() const { return residual_mm > 0; }
 
   /// Appends a frame in which every marker is a gap. Returns its index.
   std::size_t AddFrame(std::int64_t number, double time) {
+    if (frames.empty()) block_bits_ = BlockBits(markers.size());
+    if (frames.size() >> block_bits_ == blocks_.size()) blocks_.emplace_back();
+    Block& block = blocks_.back();
+    const std::size_t size = block.positions.size() + markers.size();
+    if (block.positions.capacity() < size && blocks_.size() > 1) block.Reserve(*this);
+    block.positions.resize(size);
+    block.origins.resize(size, Origin::None);
+    if (HasSightings()) block.sightings.resize(size);
     frames.push_back(number);
     times.push_back(time);
-    positions_.resize(positions_.size() + markers.size());
-    present_.resize(present_.size() + markers.size(), 0);
     return frames.size() - 1;
   }
 
   /// The position at a frame and marker, both by index; null for a gap. Stays valid until the next AddFrame.
   const Point* At(std::size_t frame, std::size_t marker) const {
-    const std::size_t i = frame * markers.size() + marker;
-    return present_[i] ? &positions_[i] : nullptr;
+    const Block& block = blocks_[frame >> block_bits_];
+    const std::size_t i = IndexInBlock(frame, marker);
+    return block.origins[i] == Origin::None ? nullptr : &block.positions[i];
   }
 
-  /// `position` must be finite.
-  void Set(std::size_t frame, std::size_t marker, const Point& position) {
-    const std::size_t i = frame * markers.size() + marker;
-    positions_[i] = position;
-    present_[i] = 1;
+  Origin OriginAt(std::size_t frame, std::size_t marker) const {
+    return blocks_[frame >> block_bits_].origins[IndexInBlock(frame, marker)];
+  }
+
+  /// What the cameras say of a position; nothing of one that is not theirs, and in a take without sightings.
+  std::optional<Sighting> SightingAt(std::size_t frame, std::size_t marker) const {
+    if (!HasSightings() || OriginAt(frame, marker) != Origin::Measured) return std::nullopt;
+    return blocks_[frame >> block_bits_].sightings[IndexInBlock(frame, marker)];
+  }
+
+  /// `position` must be finite, `origin` not None.
+  void Set(std::size_t frame, std::size_t marker, const Point& position, Origin origin = Origin::Measured) {
+    Block& block = blocks_[frame >> block_bits_];
+    const std::size_t i = IndexInBlock(frame, marker);
+    block.positions[i] = position;
+    block.origins[i] = origin;
   }
 
   /// Makes a gap.
-  void Clear(std::size_t frame, std::size_t marker) { present_[frame * markers.size() + marker] = 0; }
+  void Clear(std::size_t frame, std::size_t marker) {
+    blocks_[frame >> block_bits_].origins[IndexInBlock(frame, marker)] = Origin::None;
+  }
+
+  /// All markers of one frame, to be written at once (sizes: markers; sightings empty in a take without).
+  struct Row {
+    std::span<Point> positions;
+    std::span<Origin> origins;
+    std::span<Sighting> sightings;
+  };
+  Row RowOf(std::size_t frame) {
+    Block& block = blocks_[frame >> block_bits_];
+    const std::size_t first = IndexInBlock(frame, 0), count = markers.size();
+    return {std::span(block.positions).subspan(first, count), std::span(block.origins).subspan(first, count),
+            HasSightings() ? std::span(block.sightings).subspan(first, count) : std::span<Sighting>()};
+  }
 
   /// Index of the marker with exactly this name, letter case included: takes exist in which "Rcheek_up" and
   /// "Rcheek_Up" are two markers. Of equal names the first.
@@ -76,9 +142,35 @@ struct Take {
   }
 
 private:
-  // Both frame-major (size: frames x markers).
-  std::vector<Point> positions_;
-  std::vector<std::uint8_t> present_;
+  // A run of frames, frame-major (size: frames x markers). A long take is many blocks: growing moves none of them, and
+  // each is written while it is in the cache.
+  struct Block {
+    std::vector<Point> positions;
+    std::vector<Origin> origins;
+    std::vector<Sighting> sightings; // empty in a take without
+
+    void Reserve(const Take& take) {
+      const std::size_t size = take.markers.size() << take.block_bits_;
+      positions.reserve(size);
+      origins.reserve(size);
+      if (take.HasSightings()) sightings.reserve(size);
+    }
+  };
+
+  // Of the number of frames in a block.
+  static int BlockBits(std::size_t markers) {
+    constexpr std::size_t kMostPoints = 1 << 15; // 24 bytes each
+    int bits = 0;
+    while (bits < 15 && (markers << (bits + 1)) <= kMostPoints) ++bits;
+    return bits;
+  }
+  std::size_t IndexInBlock(std::size_t frame, std::size_t marker) const {
+    const std::size_t in_block = frame & ((std::size_t{1} << block_bits_) - 1);
+    return in_block * markers.size() + marker;
+  }
+
+  std::vector<Block> blocks_;
+  int block_bits_ = 0;
 };
 
 } // namespace mien

@@ -1,6 +1,6 @@
 #include "host/performer/neutral.h"
 
-#include "host/performer/head_motion.h"
+#include "host/takes/rigid_motion.h"
 #include "tests/host/input_error.h"
 #include "tests/host/plain_face.h"
 
@@ -15,11 +15,11 @@
 
 using mien::FindNeutral;
 using mien::FrameRange;
-using mien::HeadMotion;
 using mien::Neutral;
 using mien::NeutralPose;
 using mien::Performer;
 using mien::Point;
+using mien::RigidMotion;
 using mien::Take;
 using testing::AllOf;
 using testing::HasSubstr;
@@ -38,13 +38,13 @@ double Distance(const Point& a, const Point& b) { return std::hypot(a.x - b.x, a
 
 /// How far the pose's markers are from the plain face at most, when both heads are laid upon each other.
 double WorstError(const NeutralPose& pose) {
-  HeadMotion::Markers reference, now;
-  for (std::size_t slot = 0; slot < HeadMotion::kSlots; ++slot) {
+  RigidMotion::Markers reference, now;
+  for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot) {
     const std::string name = "H" + std::to_string(slot + 1);
     reference[slot] = PlainFace().at(name);
     if (pose.contains(name)) now[slot] = pose.at(name);
   }
-  const auto head = HeadMotion(reference).Solve(now);
+  const auto head = RigidMotion(reference).Solve(now);
   if (!head) return 1e9;
   double worst = 0;
   for (const auto& [name, p] : PlainFace())
@@ -210,12 +210,12 @@ TEST(FindNeutral, TheAverageIsOfTheFramesThatSeeTheMarker) {
   const NeutralPose pose = FindNeutral(take, PlainPerformer(), FrameRange{1, 4}).pose;
   NeutralPose expected = PlainFace();
   Shift(expected, {"LipLow"}, 2); // of 1 and 3
-  HeadMotion::Markers reference, now;
+  RigidMotion::Markers reference, now;
   for (std::size_t slot = 0; slot < 5; ++slot) {
     const std::string name = "H" + std::to_string(slot + 1);
     reference[slot] = expected.at(name), now[slot] = pose.at(name);
   }
-  const auto head = HeadMotion(reference).Solve(now);
+  const auto head = RigidMotion(reference).Solve(now);
   ASSERT_TRUE(head);
   for (const auto& [name, p] : expected) EXPECT_LT(Distance(pose.at(name), Carried(*head, p)), 1e-8) << name;
 }

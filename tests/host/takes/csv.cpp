@@ -6,10 +6,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <optional>
+#include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 using mien::CsvColumns;
@@ -103,7 +110,7 @@ TEST(CsvReader, FindsAnyFieldInAnyOrder) {
       ASSERT_TRUE(csv.Next());
       EXPECT_EQ(csv.Text(from), fields[from]);
       EXPECT_EQ(csv.Text(to), fields[to]) << "from " << from << " to " << to;
-      EXPECT_EQ(csv.Empty(to), fields[to].empty());
+
       if (!fields[to].empty()) { EXPECT_EQ(csv.Number(to), std::stod(fields[to])); }
       EXPECT_FALSE(csv.Next());
     }
@@ -167,6 +174,96 @@ TEST(CsvReader, NumbersAreExactDoubles) {
   EXPECT_EQ(NumberFrom("1.7976931348623157e+308"), std::numeric_limits<double>::max());
   EXPECT_EQ(NumberFrom("4.9406564584124654e-324"), std::numeric_limits<double>::denorm_min());
   EXPECT_TRUE(std::signbit(NumberFrom("-0.0")));
+}
+
+namespace {
+
+// What std::from_chars makes of a whole field, as bits; nothing where it is no finite number.
+std::optional<std::uint64_t> Bits(std::string_view field) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
+  if (error != std::errc() || end != field.data() + field.size() || !std::isfinite(value))
+    return std::nullopt;
+  return std::bit_cast<std::uint64_t>(value);
+}
+
+// The same by the reader, with `behind` after the field.
+std::optional<std::uint64_t> ReadBits(std::string_view field, const char* behind) {
+  const std::string text = "n,m,l\n" + std::string(field) + behind;
+  CsvReader csv(text, "t.csv");
+  try {
+    if (csv.Next()) return std::bit_cast<std::uint64_t>(csv.Number(0));
+  } catch (const mien::InputError&) {}
+  return std::nullopt;
+}
+
+// Beside what is at once at the end of its line or far from it.
+void ExpectBitsOfFromChars(std::string_view field) {
+  for (const char* behind : {"", "\n", ",1\n", ",123456789,123456789\n", "  \t ,123456789\n"})
+    ASSERT_EQ(ReadBits(field, behind), Bits(field)) << '"' << field << '"' << behind;
+}
+
+} // namespace
+
+TEST(CsvReader, EveryShortFieldIsTheNumberThatFromCharsMakesOfIt) {
+  // Around the digits in ASCII, and a digit with its highest bit set.
+  constexpr std::string_view kAlphabet = "059.-/:e\xB1";
+  constexpr int kLongest = 4;
+  std::vector<std::string> fields = {""};
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (!fields[i].empty()) ExpectBitsOfFromChars(fields[i]);
+    if (fields[i].size() < kLongest)
+      for (const char c : kAlphabet) fields.push_back(fields[i] + c);
+  }
+  EXPECT_EQ(fields.size(), 1u + 9 + 81 + 729 + 6561);
+}
+
+TEST(CsvReader, DecimalsOfAnyLengthAreTheNumbersThatFromCharsMakesOfThem) {
+  std::mt19937_64 random(3);
+  for (int i = 0; i < 20000; ++i) {
+    std::string field = random() % 2 == 0 ? "-" : "";
+    const std::size_t digits = 1 + random() % 18;
+    const std::size_t point = random() % (digits + 3); // none, for the last two
+    for (std::size_t k = 0; k < digits; ++k) {
+      if (k == point) field += '.';
+      field += static_cast<char>('0' + random() % 10);
+    }
+    if (point == digits) field += '.';
+    ExpectBitsOfFromChars(field);
+  }
+}
+
+TEST(CsvReader, NumberIfAnyTellsEmptyFieldsFromNumbersAndNan) {
+  CsvReader csv("a,b,c,d,e,f\n1.5,, ,nan,-NaN(2),inf\n", "t.csv");
+  ASSERT_TRUE(csv.Next());
+  EXPECT_EQ(csv.NumberIfAny(0), 1.5);
+  EXPECT_EQ(csv.NumberIfAny(1), std::nullopt);
+  EXPECT_EQ(csv.NumberIfAny(2), std::nullopt);
+  EXPECT_TRUE(std::isnan(csv.NumberIfAny(3).value_or(0)));
+  EXPECT_TRUE(std::isnan(csv.NumberIfAny(4).value_or(0)));
+  EXPECT_EQ(InputErrorOf([&] { csv.NumberIfAny(5, "mend it"); }),
+            "t.csv:2: column \"f\": \"inf\" is not a finite number; mend it");
+  EXPECT_EQ(csv.NumberIfAny(0), 1.5);
+  EXPECT_FALSE(csv.Next());
+}
+
+TEST(CsvReader, GiantFieldsAndQuotesAreShownInPart) {
+  EXPECT_EQ(NumberError(std::string(1 << 20, 'x')),
+            "t.csv:2: column \"n\": \"" + std::string(60, 'x') +
+                "...\" is not a number; write a plain number, such as 12.5");
+  EXPECT_EQ(NumberFrom(std::string(1 << 20, '0') + "7.5"), 7.5);
+  EXPECT_EQ(NumberError("\"1.5\""),
+            "t.csv:2: column \"n\": \"\"1.5\"\" is not a number; write a plain number, such as 12.5");
+}
+
+TEST(CsvReader, FindsEachOfThousandsOfColumns) {
+  std::string header;
+  for (int i = 0; i < 5000; ++i) header += "c" + std::to_string(i * 7919 % 5000) + ",";
+  const CsvReader csv(header, "t.csv");
+  for (int i = 0; i < 5000; ++i)
+    EXPECT_EQ(csv.Column("c" + std::to_string(i * 7919 % 5000)), static_cast<std::size_t>(i));
+  EXPECT_EQ(csv.Column("c"), std::nullopt);
+  EXPECT_EQ(csv.Column("d"), std::nullopt);
 }
 
 TEST(CsvReader, WhatIsNoNumberIsShownWithItsPlace) {

@@ -44,7 +44,7 @@ TEST(FrameTimes, KeepsNumbersAndTimesOfTheFile) {
   const Take take = FramesOf("-2,10.5\n-1,10.75\n0,11\n5,12.25\n");
   EXPECT_THAT(take.frames, ElementsAre(-2, -1, 0, 5));
   EXPECT_THAT(take.times, ElementsAre(10.5, 10.75, 11, 12.25));
-  EXPECT_EQ(take.rate_hz, 4);
+  EXPECT_EQ(take.rate.Hz(), 4);
 }
 
 TEST(FrameTimes, NumbersRowsFromOneWithoutFrameColumn) {
@@ -54,13 +54,13 @@ TEST(FrameTimes, NumbersRowsFromOneWithoutFrameColumn) {
   while (csv.Next()) frame_times.AddFrame(csv, take);
   frame_times.Finish(csv, take);
   EXPECT_THAT(take.frames, ElementsAre(1, 2, 3));
-  EXPECT_EQ(take.rate_hz, 2);
+  EXPECT_EQ(take.rate.Hz(), 2);
 }
 
 TEST(FrameTimes, RoundedTimesStillGiveTheWholeRate) {
   for (const double rate : {24.0, 25.0, 30.0, 50.0, 60.0, 100.0, 120.0, 240.0})
     for (const int count : {20, 100, 1000, 18000})
-      EXPECT_EQ(FramesOf(Rows(count, rate, 3)).rate_hz, rate) << count;
+      EXPECT_EQ(FramesOf(Rows(count, rate, 3)).rate.Hz(), rate) << count;
 }
 
 TEST(FrameTimes, RoundedTimesStillGiveTheNtscRate) {
@@ -68,50 +68,50 @@ TEST(FrameTimes, RoundedTimesStillGiveTheNtscRate) {
     const double rate = whole * 1000 / 1001;
     // With fewer frames, a thousandth of a second no longer tells the rate from the whole one.
     for (const int count : {500, 1000, 18000})
-      EXPECT_EQ(FramesOf(Rows(count, rate, 3)).rate_hz, rate) << count;
+      EXPECT_EQ(FramesOf(Rows(count, rate, 3)).rate.Hz(), rate) << count;
   }
 }
 
 TEST(FrameTimes, ShortTakeThatLeavesRoomForSeveralRatesGetsTheMostUsual) {
-  EXPECT_EQ(FramesOf("1,0.000\n2,0.004\n3,0.009\n").rate_hz, 240); // 222 Hz, give or take 25
-  EXPECT_EQ(FramesOf("1,0.000\n2,0.011\n3,0.022\n").rate_hz, 90);  // 91 Hz, give or take 4
-  EXPECT_EQ(FramesOf(Rows(20, 60 * 1000 / 1001.0, 3)).rate_hz, 60);
-  EXPECT_EQ(FramesOf(Rows(100, 29, 3)).rate_hz, 29);
+  EXPECT_EQ(FramesOf("1,0.000\n2,0.004\n3,0.009\n").rate.Hz(), 240); // 222 Hz, give or take 25
+  EXPECT_EQ(FramesOf("1,0.000\n2,0.011\n3,0.022\n").rate.Hz(), 90);  // 91 Hz, give or take 4
+  EXPECT_EQ(FramesOf(Rows(20, 60 * 1000 / 1001.0, 3)).rate.Hz(), 60);
+  EXPECT_EQ(FramesOf(Rows(100, 29, 3)).rate.Hz(), 29);
 }
 
 TEST(FrameTimes, RateThatIsWholeAlreadyIsKeptHoweverShortTheTake) {
-  EXPECT_EQ(FramesOf("1,0.50\n2,0.51\n").rate_hz, 100);
-  EXPECT_EQ(FramesOf("1,0.000\n2,0.008\n").rate_hz, 125);
+  EXPECT_EQ(FramesOf("1,0.50\n2,0.51\n").rate.Hz(), 100);
+  EXPECT_EQ(FramesOf("1,0.000\n2,0.008\n").rate.Hz(), 125);
 }
 
 TEST(FrameTimes, RateThatRoundingDoesNotExplainIsKept) {
   // A camera that is off by less than NTSC, over 100 s: half a millisecond at each end cannot explain it.
   const Take take = FramesOf(Rows(3000, 29.985, 3));
-  EXPECT_NEAR(take.rate_hz, 29.985, 29.985 * 0.001 / 100); // what the rounding leaves open
-  EXPECT_NE(take.rate_hz, 30);
-  EXPECT_NE(take.rate_hz, kNtsc30);
+  EXPECT_NEAR(take.rate.Hz(), 29.985, 29.985 * 0.001 / 100); // what the rounding leaves open
+  EXPECT_NE(take.rate.Hz(), 30);
+  EXPECT_NE(take.rate.Hz(), kNtsc30);
 }
 
 TEST(FrameTimes, SameTimesWithMoreDecimalsLeaveLessRoom) {
-  EXPECT_EQ(FramesOf("1,0.00\n2,0.04\n3,0.07\n").rate_hz, 30); // 28.6 Hz, give or take 4
-  EXPECT_EQ(FramesOf("1,0.00000\n2,0.03500\n3,0.07000\n").rate_hz, 2 / 0.07);
+  EXPECT_EQ(FramesOf("1,0.00\n2,0.04\n3,0.07\n").rate.Hz(), 30); // 28.6 Hz, give or take 4
+  EXPECT_EQ(FramesOf("1,0.00000\n2,0.03500\n3,0.07000\n").rate, (mien::FrameRate{200, 7}));
 }
 
 TEST(FrameTimes, ExponentsCountAsDecimals) {
   // 0.035 s, known to a microsecond: 28.571 Hz stands. Read as one decimal it would be snapped.
-  EXPECT_EQ(FramesOf("1,0e-6\n2,35000e-6\n3,7.0000e-2\n").rate_hz, 2 / 0.07);
+  EXPECT_EQ(FramesOf("1,0e-6\n2,35000e-6\n3,7.0000e-2\n").rate, (mien::FrameRate{200, 7}));
 }
 
 TEST(FrameTimes, TimesOfSinglePrecisionGiveTheWholeRate) {
   std::string rows;
   for (int i = 0; i < 100; ++i)
     rows += fmt::format("{},{:.10f}\n", i, static_cast<double>(static_cast<float>(i) / 30.0f));
-  EXPECT_EQ(FramesOf(rows).rate_hz, 30);
+  EXPECT_EQ(FramesOf(rows).rate.Hz(), 30);
 }
 
 TEST(FrameTimes, MissingFramesDoNotChangeTheRateAndAreNoted) {
   const Take take = FramesOf("1,0.000\n2,0.033\n6,0.167\n7,0.200\n9,0.267\n");
-  EXPECT_EQ(take.rate_hz, 30);
+  EXPECT_EQ(take.rate.Hz(), 30);
   EXPECT_THAT(take.notes, ElementsAre("frames missing: 3 after frame 2, 1 after frame 7"));
 }
 
@@ -126,7 +126,7 @@ TEST(FrameTimes, PauseInTimeDoesNotLowerTheRateAndIsNoted) {
   std::string rows;
   for (int i = 0; i < 100; ++i) rows += fmt::format("{},{:.3f}\n", i, i / 30.0 + (i >= 60 ? 1 : 0));
   const Take take = FramesOf(rows);
-  EXPECT_EQ(take.rate_hz, 30);
+  EXPECT_EQ(take.rate.Hz(), 30);
   EXPECT_THAT(take.notes, ElementsAre("timestamps jump: 1.033 s after frame 59"));
 }
 
@@ -136,19 +136,19 @@ TEST(FrameTimes, EachRunBetweenPausesHasItsOwnRounding) {
     for (int i = 0; i < 3; ++i) rows += fmt::format("{},{:.3f}\n", 3 * run + i, run + 0.0006 + i / 30.0);
   // Each run's 0.0667 s comes out as 0.067 - 0.001: 30.3 Hz, give or take 0.46. The rounding of one run alone
   // would leave 0.15, too little to reach 30.
-  EXPECT_EQ(FramesOf(rows).rate_hz, 30);
+  EXPECT_EQ(FramesOf(rows).rate.Hz(), 30);
 }
 
 TEST(FrameTimes, CoarseTimesAreNoPauses) {
   // At 90 Hz with two decimals most steps are 0.01 s and each ninth is 0.02 s.
   const Take take = FramesOf(Rows(91, 90, 2));
-  EXPECT_EQ(take.rate_hz, 90);
+  EXPECT_EQ(take.rate.Hz(), 90);
   EXPECT_THAT(take.notes, IsEmpty());
 }
 
 TEST(FrameTimes, OneFrameIsTakenAsThirtyHertzAndSaysSo) {
   const Take take = FramesOf("12,3.5\n");
-  EXPECT_EQ(take.rate_hz, 30);
+  EXPECT_EQ(take.rate.Hz(), 30);
   EXPECT_THAT(take.notes, ElementsAre("one frame has no rate; taken as 30 Hz"));
 }
 

@@ -10,9 +10,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 using mien::Point;
@@ -80,6 +82,17 @@ Table Tracked(std::size_t row_count) {
   return table;
 }
 
+// The same landmarks, but for their depth, as a tracker writes pixels.
+Table Pixels(std::size_t row_count) {
+  Table table = Tracked(row_count);
+  for (const char* column : {"x_0", "y_0", "AU01_r"}) table.Drop(column);
+  for (int i = 0; i < 68; ++i) table.Drop(fmt::format("Z_{}", i));
+  for (std::string& column : table.columns)
+    if (column.starts_with("X_") || column.starts_with("Y_"))
+      column[0] = static_cast<char>(column[0] - 'X' + 'x');
+  return table;
+}
+
 void ExpectTracked(const Take& take, std::size_t frame, std::size_t row) {
   for (std::size_t i = 0; i < 68; ++i) {
     const Point* p = take.At(frame, i);
@@ -105,7 +118,8 @@ TEST(LandmarkCsv, ReadsLandmarksIntoAFrameWithYUpAndZTowardsTheCamera) {
   const Take take = ReadTake(Tracked(3).Text(), "takes/face.csv");
   EXPECT_EQ(take.name, "face");
   EXPECT_EQ(take.format, "landmark CSV");
-  EXPECT_EQ(take.rate_hz, 25);
+  EXPECT_EQ(take.unit, "mm");
+  EXPECT_EQ(take.rate.Hz(), 25);
   ASSERT_EQ(take.MarkerCount(), 68u);
   EXPECT_EQ(take.markers.front(), "lm0");
   EXPECT_EQ(take.markers.back(), "lm67");
@@ -198,19 +212,137 @@ TEST(LandmarkCsv, OfSeveralFacesTheFirstIsReadAndTheRestNoted) {
   EXPECT_THAT(take.notes, ElementsAre("3 faces in the file; read face_id 3, left out 3 rows of the others"));
 }
 
-TEST(LandmarkCsv, TwoDimensionalOutputNamesTheColumnThatIsMissing) {
-  EXPECT_EQ(
-      ReadError("frame, face_id, timestamp, confidence, success, x_0, x_1\n1, 0, 0, 0.98, 1, 5, 5\n"),
-      "face.csv:1: the column \"X_0\" is missing; let the tracker write its landmarks in 3D (X_0 to Z_67, in "
-      "millimetres); x_0 and y_0 are pixels");
-  Table table = Tracked(1);
-  table.Drop("Y_41");
-  EXPECT_THAT(ReadError(table.Text()), HasSubstr("face.csv:1: the column \"Y_41\" is missing"));
+TEST(LandmarkCsv, AFaceIsChosenByItsNumber) {
+  Table table = Tracked(6);
+  for (std::size_t row = 0; row < 6; ++row) { // two faces interleaved, the first of them lost in between
+    table.At(row, "face_id") = row % 2 == 0 ? "7" : "-3";
+    table.At(row, "frame") = std::to_string(row / 2 + 1);
+    table.At(row, "timestamp") = fmt::format("{:.2f}", static_cast<double>(row / 2) / 25);
+  }
+  table.At(2, "success") = "0";
+  for (const auto& [face, first_row] : {std::pair<std::int64_t, std::size_t>(7, 0), {-3, 1}}) {
+    const Take take = ReadTake(table.Text(), "face.csv", {.face = face});
+    EXPECT_THAT(take.frames, ElementsAre(1, 2, 3));
+    ExpectTracked(take, 0, first_row);
+    if (face == 7)
+      ExpectAllGaps(take, 1);
+    else
+      ExpectTracked(take, 1, 3);
+    ExpectTracked(take, 2, first_row + 4);
+    EXPECT_THAT(take.notes, IsEmpty());
+  }
 }
 
-TEST(LandmarkCsv, ActionUnitsAloneAreRecognisedAsATrackersOutput) {
-  EXPECT_THAT(ReadError("frame, timestamp, confidence, success, AU01_r\n1, 0, 0.98, 1, 0.5\n"),
-              HasSubstr("the column \"X_0\" is missing"));
+TEST(LandmarkCsv, AFaceThatIsNotThereIsToldWithThoseThatAre) {
+  Table table = Tracked(13);
+  for (std::size_t row = 0; row < 13; ++row) table.At(row, "face_id") = row % 2 == 0 ? "4" : "2";
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(table.Text(), "face.csv", {.face = 3}); }),
+            "face.csv: there is no face_id 3; those in the file are 2, 4");
+  for (std::size_t row = 0; row < 13; ++row) table.At(row, "face_id") = std::to_string(20 - row);
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(table.Text(), "face.csv", {.face = 3}); }),
+            "face.csv: there is no face_id 3; those in the file are 8, 9, 10, 11, 12, 13, 14, 15, 16, 17 and "
+            "3 more");
+  EXPECT_THAT(InputErrorOf([&] { ReadTake(Tracked(0).Text(), "face.csv", {.face = 3}); }),
+              HasSubstr("there are no frames, only a header"));
+  table.Drop("face_id");
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(table.Text(), "face.csv", {.face = 0}); }),
+            "face.csv:1: there is no column \"face_id\" to choose a face by; read the file without choosing "
+            "a face");
+}
+
+TEST(LandmarkCsv, PixelsAloneAreReadWithoutDepthAndNoted) {
+  const Table table = Pixels(3);
+  const Take take = ReadTake(table.Text(), "face.csv");
+  EXPECT_EQ(take.unit, "px");
+  EXPECT_EQ(take.rate.Hz(), 25);
+  ASSERT_EQ(take.MarkerCount(), 68u);
+  EXPECT_EQ(take.markers.back(), "lm67");
+  for (std::size_t frame = 0; frame < 3; ++frame)
+    for (std::size_t i = 0; i < 68; ++i) {
+      const Point* p = take.At(frame, i);
+      ASSERT_NE(p, nullptr);
+      EXPECT_EQ(p->x, Value(frame, 0, i));
+      EXPECT_EQ(p->y, -Value(frame, 1, i));
+      EXPECT_EQ(p->z, 0);
+      EXPECT_FALSE(std::signbit(p->z));
+    }
+  EXPECT_THAT(take.notes,
+              ElementsAre("the landmarks are in pixels, of unknown depth: turns of the head will show up "
+                          "as expression"));
+}
+
+TEST(LandmarkCsv, PixelInTheImagesCornerAndLostFacesAreGaps) {
+  Table table = Pixels(3);
+  table.At(0, "x_9") = table.At(0, "y_9") = "0.0";
+  table.At(0, "x_10") = "0";
+  table.At(1, "success") = "0";
+  table.At(1, "x_3") = "-nan";
+  const Take take = ReadTake(table.Text(), "face.csv");
+  EXPECT_EQ(take.At(0, 9), nullptr);
+  EXPECT_NE(take.At(0, 10), nullptr);
+  ExpectAllGaps(take, 1);
+  table.At(2, "y_3") = "?";
+  EXPECT_EQ(ReadError(table.Text()),
+            "face.csv:4: column \"y_3\": \"?\" is not a number; write pixels, such as 12.5, "
+            "or success 0 if the face was lost");
+}
+
+TEST(LandmarkCsv, MillimetresAreTakenBeforePixels) {
+  Table table = Pixels(2);
+  const Table millimetres = Tracked(2);
+  for (std::size_t column = millimetres.Index("X_0"); column <= millimetres.Index("Z_67"); ++column) {
+    table.columns.push_back(millimetres.columns[column]);
+    for (std::size_t row = 0; row < 2; ++row) table.rows[row].push_back(millimetres.rows[row][column]);
+  }
+  const Take take = ReadTake(table.Text(), "face.csv");
+  EXPECT_EQ(take.unit, "mm");
+  ExpectTracked(take, 1, 1);
+  EXPECT_THAT(take.notes, IsEmpty());
+}
+
+TEST(LandmarkCsv, LandmarksInPartNameTheColumnThatIsMissing) {
+  const std::string mend =
+      "; let the tracker write its landmarks in 3D (X_0 to Z_67, in millimetres), or at least in "
+      "2D (x_0 to y_67)";
+  EXPECT_EQ(ReadError("frame, face_id, timestamp, confidence, success, x_0, x_1\n1, 0, 0, 0.98, 1, 5, 5\n"),
+            "face.csv:1: the column \"x_2\" is missing" + mend);
+  for (const char* column : {"X_0", "Y_41", "Z_67"}) {
+    Table table = Tracked(1);
+    table.Drop(column);
+    EXPECT_EQ(ReadError(table.Text()),
+              fmt::format("face.csv:1: the column \"{}\" is missing", column) + mend);
+  }
+  // Nothing else of a tracker's output replaces landmarks.
+  EXPECT_EQ(ReadError("frame, timestamp, confidence, success, AU01_r\n1, 0, 0.98, 1, 0.5\n"),
+            "face.csv:1: the table holds no landmarks" + mend);
+}
+
+TEST(LandmarkCsv, WithoutSuccessLowConfidenceIsAGapAndNoted) {
+  Table table = Tracked(4);
+  table.At(1, "confidence") = "0.49";
+  table.At(1, "X_0") = "-nan(ind)";
+  table.At(2, "confidence") = "0.5";
+  table.Drop("success");
+  const Take take = ReadTake(table.Text(), "face.csv");
+  ExpectTracked(take, 0, 0);
+  ExpectAllGaps(take, 1);
+  ExpectTracked(take, 2, 2);
+  EXPECT_THAT(take.notes, ElementsAre("no column \"success\"; 1 rows with a confidence below 0.5 are gaps"));
+}
+
+TEST(LandmarkCsv, SuccessOutweighsConfidence) {
+  Table table = Tracked(2);
+  table.At(1, "confidence") = "0.02";
+  const Take take = ReadTake(table.Text(), "face.csv");
+  ExpectTracked(take, 1, 1);
+  EXPECT_THAT(take.notes, IsEmpty());
+}
+
+TEST(LandmarkCsv, ColumnsThatAreNotNeededAreNotRead) {
+  Table table = Tracked(2);
+  for (const char* column : {"gaze_0_x", "x_0", "y_0", "AU01_r", "confidence"})
+    for (std::size_t row = 0; row < 2; ++row) table.At(row, column) = "1.#IND";
+  ExpectTracked(ReadTake(table.Text(), "face.csv"), 1, 1);
 }
 
 TEST(LandmarkCsv, SingleImagesHaveNoTimes) {
@@ -305,6 +437,41 @@ TEST(LandmarkCsv, EveryTruncationIsReadOrRefused) {
   EXPECT_EQ(read, 3u * (2 + 5) - 1);
 }
 
+TEST(LandmarkCsv, EveryTruncationOfPixelsIsReadOrRefused) {
+  const std::string text = Pixels(2).Text();
+  std::size_t read = 0;
+  for (std::size_t length = 0; length < text.size(); ++length) {
+    const std::string cut = text.substr(0, length);
+    try {
+      EXPECT_LE(ReadTake(cut, "face.csv").FrameCount(), 2u);
+      ++read;
+    } catch (const mien::InputError&) {}
+  }
+  // Those that end with a row, with or without its line end, or within its last number: one to three characters of
+  // "46.7". The whole text is none of them.
+  EXPECT_EQ(read, 2u * (2 + 3) - 1);
+}
+
+TEST(LandmarkCsv, EveryFlippedByteOfTheHeaderIsReadOrRefused) {
+  const std::string text = Tracked(2).Text();
+  const std::size_t header = text.find('\n') + 1;
+  std::size_t read = 0, refused = 0;
+  for (std::size_t i = 0; i < header; ++i)
+    for (const int flip : {0x01, 0x06, 0x20, 0x80, 0xFF}) {
+      std::string flipped = text;
+      flipped[i] = static_cast<char>(flipped[i] ^ flip);
+      try {
+        EXPECT_LE(ReadTake(flipped, "face.csv").FrameCount(), 2u) << i;
+        ++read;
+      } catch (const mien::InputError& error) {
+        EXPECT_THAT(error.what(), testing::StartsWith("face.csv:"));
+        ++refused;
+      }
+    }
+  EXPECT_GT(read, 100u);     // the names of columns that are not needed
+  EXPECT_GT(refused, 2000u); // those of the landmarks
+}
+
 TEST(LandmarkCsv, WrittenTakeReadsBackToTheChosenDecimals) {
   std::vector<std::string> names;
   for (int i = 67; i >= 0; --i) names.push_back(fmt::format("lm{}", i)); // by name, not by order
@@ -323,7 +490,7 @@ TEST(LandmarkCsv, WrittenTakeReadsBackToTheChosenDecimals) {
     mien::WriteLandmarkCsv(take, out, decimals);
     const Take back = ReadTake(out.str(), "back.csv");
     EXPECT_EQ(back.format, "landmark CSV");
-    EXPECT_EQ(back.rate_hz, 50);
+    EXPECT_EQ(back.rate.Hz(), 50);
     EXPECT_EQ(back.frames, take.frames);
     const double half_unit =
         0.5 * std::pow(10, -decimals) * (1 + 1e-9); // and the rounding of the doubles themselves

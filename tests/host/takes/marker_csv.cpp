@@ -4,18 +4,23 @@
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
+using mien::FrameRate;
+using mien::ParseTimecode;
 using mien::Point;
 using mien::ReadTake;
 using mien::Take;
@@ -60,7 +65,7 @@ TEST(MarkerCsv, ReadsNamesWithBlanksAndDotsAndGaps) {
   EXPECT_THAT(take.markers, ElementsAre("Chin", "L brow.in"));
   EXPECT_THAT(take.frames, ElementsAre(10, 11));
   EXPECT_THAT(take.times, ElementsAre(0.5, 0.51));
-  EXPECT_EQ(take.rate_hz, 100);
+  EXPECT_EQ(take.rate.Hz(), 100);
   ASSERT_NE(take.At(0, 0), nullptr);
   EXPECT_EQ(take.At(0, 0)->x, 1.5);
   EXPECT_EQ(take.At(0, 0)->y, -2);
@@ -106,7 +111,13 @@ TEST(MarkerCsv, NamesThatDifferInCaseAreTwoMarkers) {
 
 TEST(MarkerCsv, HeaderFaultsNameColumnAndMend) {
   const std::string mend = "; write the header as frame,time,NAME.x,NAME.y,NAME.z,...";
-  EXPECT_EQ(HeaderError("Frame,time,A.x,A.y,A.z"), "m.csv:1: column 1 is \"Frame\" and not \"frame\"" + mend);
+  EXPECT_EQ(HeaderError("Frames,time,A.x,A.y,A.z"),
+            "m.csv:1: column 1 is \"Frames\" and not \"frame\"" + mend);
+  EXPECT_EQ(HeaderError("frame,time,A.x,A.y,B .z"), "m.csv:1: column 5 is \"B .z\" and not \"A.z\"" + mend);
+  EXPECT_EQ(HeaderError("frame,time,A.x,A.y,a.z"), "m.csv:1: column 5 is \"a.z\" and not \"A.z\"" + mend);
+  EXPECT_EQ(HeaderError("frame,time,timecode"), "m.csv:1: there are no markers" + mend);
+  EXPECT_EQ(HeaderError("frame,time,A.x,A.y,A.z,timecode"),
+            "m.csv:1: column 6 is \"timecode\" and not the \".x\" of a marker" + mend);
   EXPECT_EQ(HeaderError("frame,A.x,A.y,A.z"), "m.csv:1: column 2 is \"A.x\" and not \"time\"" + mend);
   EXPECT_EQ(HeaderError("frame,time"), "m.csv:1: there are no markers" + mend);
   EXPECT_EQ(HeaderError("frame,time,A.x,A.z,A.y"), "m.csv:1: column 4 is \"A.z\" and not \"A.y\"" + mend);
@@ -135,7 +146,6 @@ TEST(MarkerCsv, BadCoordinateNamesLineAndColumn) {
   for (const auto& [cell, fault] : std::vector<std::pair<std::string, std::string>>{
            {"abc", "\"abc\" is not a number"},
            {"1.2.3", "\"1.2.3\" is not a number"},
-           {"NaN", "\"NaN\" is not a finite number"},
            {"inf", "\"inf\" is not a finite number"},
            {"-1e400", "\"-1e400\" is beyond the range of a double"},
        })
@@ -176,6 +186,177 @@ TEST(MarkerCsv, EveryTruncationIsReadOrRefused) {
   EXPECT_EQ(read, 3u);
 }
 
+TEST(MarkerCsv, EveryFlippedByteIsReadOrRefused) {
+  const std::string text =
+      "frame,time,timecode@25,A.x,A.y,A.z\n1,0,10:00:00:00,1.5,-2,3e1\n2,0.04,10:00:00:01,,,\n";
+  std::size_t read = 0, refused = 0;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    for (const int flip : {0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0x40, 0x80, 0xFF}) {
+      std::string flipped = text;
+      flipped[i] = static_cast<char>(flipped[i] ^ flip);
+      try {
+        EXPECT_LE(ReadTake(flipped, "m.csv").FrameCount(), 2u) << flipped;
+        ++read;
+      } catch (const mien::InputError& error) {
+        EXPECT_THAT(error.what(), testing::StartsWith("m.csv:"));
+        ++refused;
+      }
+    }
+  EXPECT_GT(read, 50u);
+  EXPECT_GT(refused, 200u);
+}
+
+TEST(MarkerCsv, LetterCaseAndBlanksInTheHeaderAreForgivenAndNoted) {
+  const std::string rows = "\n1,0,1,2,3,4,5,6\n2,0.5,1,2,3,4,5,6\n";
+  for (const auto& [header, note] : std::vector<std::pair<std::string, std::string>>{
+           {"Frame,TIME,Chin.X,Chin.Y,Chin.Z,L brow.x,L brow.y,L brow.z",
+            "line 1: column 1 is \"Frame\" and was read as \"frame\", and 4 more so"},
+           {"frame,time,Chin.x,Chin.y,Chin.Z,L brow.x,L brow.y,L brow.z",
+            "line 1: column 5 is \"Chin.Z\" and was read as \"Chin.z\""},
+           {"frame,time,Chin .x,Chin.y,Chin. z,L brow.x,L brow.y,L brow.z",
+            "line 1: column 3 is \"Chin .x\" and was read as \"Chin.x\", and 1 more so"},
+       }) {
+    const Take take = ReadTake(header + rows, "m.csv");
+    EXPECT_THAT(take.markers, ElementsAre("Chin", "L brow"));
+    EXPECT_EQ(take.At(1, 1)->z, 6);
+    EXPECT_THAT(take.notes, ElementsAre(note));
+  }
+  // Behind blank lines the header is on a later one.
+  EXPECT_THAT(ReadTake("\n\nFrame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,1,1,2,3\n", "m.csv").notes,
+              ElementsAre("line 3: column 1 is \"Frame\" and was read as \"frame\""));
+}
+
+TEST(MarkerCsv, BlankBeforeTheDotOfAllThreeBelongsToTheName) {
+  const Take take =
+      ReadTake("frame,time,A .x,A .y,A .z,A.x,A.y,A.z\n1,0,1,2,3,4,5,6\n2,1,1,2,3,4,5,6\n", "m.csv");
+  EXPECT_THAT(take.markers, ElementsAre("A ", "A"));
+  EXPECT_THAT(take.notes, IsEmpty());
+}
+
+TEST(MarkerCsv, NanIsAGapAndNoted) {
+  const Take take = ReadTake("frame,time,A.x,A.y,A.z,B.x,B.y,B.z\n"
+                             "1,0,1,2,3,4,5,6\n"
+                             "2,0.1,1,NaN,3,nan, nan ,-nan(ind)\n"
+                             "3,0.2,,,,NAN,,\n",
+                             "m.csv");
+  EXPECT_NE(take.At(0, 0), nullptr);
+  EXPECT_NE(take.At(0, 1), nullptr);
+  for (const std::size_t frame : {1u, 2u})
+    for (const std::size_t marker : {0u, 1u}) EXPECT_EQ(take.At(frame, marker), nullptr);
+  EXPECT_THAT(take.notes, ElementsAre("5 fields are NaN and make gaps, the first: line 3, column \"A.y\""));
+  EXPECT_EQ(ReadError("frame,time,A.x,A.y,A.z\n1,nan,1,2,3\n"),
+            "m.csv:2: column \"time\": \"nan\" is not a finite number; write a plain number, such as 12.5");
+}
+
+TEST(MarkerCsv, TimecodeOfTheFirstRowIsTheTakes) {
+  const Take take = ReadTake("frame,time,timecode@29.97,A.x,A.y,A.z\n"
+                             "1,5,10:00:59;28,1,2,3\n"
+                             "2,5.033367,10:00:59;29,4,5,6\n"
+                             "3,5.066733,10:01:00;02,7,8,9\n"
+                             "4,5.1001,,,,\n",
+                             "m.csv");
+  EXPECT_EQ(take.timecode, ParseTimecode("10:00:59;28@29.97", {1, 1}));
+  ASSERT_NE(take.At(2, 0), nullptr);
+  EXPECT_EQ(take.At(2, 0)->z, 9);
+  EXPECT_EQ(take.At(3, 0), nullptr);
+  EXPECT_THAT(take.markers, ElementsAre("A"));
+  EXPECT_THAT(take.notes, IsEmpty());
+}
+
+TEST(MarkerCsv, TimecodeWithoutRateCountsAtTheTakesOwnOrAWholePartOfItUpToSixty) {
+  for (const auto& [seconds, text, rate] : std::vector<std::tuple<double, std::string, FrameRate>>{
+           {1 / 25.0, "10:00:00:00", {25, 1}},
+           {1 / 60.0, "10:00:00:59", {60, 1}},
+           {1 / 120.0, "10:00:00:00", {60, 1}},
+           {1001 / 120000.0, "10:00:00:00", {60000, 1001}},
+           {1 / 100.0, "10:00:00:00", {50, 1}},
+           {1 / 90.0, "10:00:00:00", {45, 1}},
+           {1 / 240.0, "10:00:00:00", {60, 1}},
+           {1001 / 60000.0, "10:00:00;00", {60000, 1001}},
+           {1 / 25.0, "10:00:00;00", {30000, 1001}}, // 25 counts a second have no drop
+       }) {
+    const Take take =
+        ReadTake(fmt::format("frame,time,timecode,A.x,A.y,A.z\n0,0,{},1,2,3\n1,{},,,,\n2,{},,,,\n", text,
+                             seconds, 2 * seconds),
+                 "m.csv");
+    ASSERT_TRUE(take.timecode) << text;
+    EXPECT_EQ(take.timecode->rate, rate) << seconds;
+    EXPECT_EQ(take.timecode->At(0), text);
+    EXPECT_THAT(take.notes, IsEmpty());
+  }
+}
+
+TEST(MarkerCsv, TimecodesThatDoNotFollowAreCountedInANote) {
+  const auto read = [](const std::vector<std::string>& timecodes) {
+    std::string text = "frame,time,timecode@25,A.x,A.y,A.z\n";
+    for (std::size_t i = 0; i < timecodes.size(); ++i)
+      text += fmt::format("{},{:.2f},{},1,2,3\n", i + 1, static_cast<double>(i) / 25, timecodes[i]);
+    return ReadTake(text, "m.csv");
+  };
+  EXPECT_THAT(read({"23:59:59:23", "23:59:59:24", "00:00:00:00", "00:00:00:01"}).notes, IsEmpty());
+  // One count more or less is the moment at which it was read.
+  EXPECT_THAT(read({"10:00:00:05", "10:00:00:05", "10:00:00:08", "10:00:00:07"}).notes, IsEmpty());
+  EXPECT_THAT(read({"10:00:00:05.750", "10:00:00:06.750", "10:00:00:07.750"}).notes, IsEmpty());
+  const std::string start = "column \"timecode@25\": ";
+  EXPECT_THAT(
+      read({"10:00:00:00", "10:00:00:01", "10:00:00:04", "10:00:00:05"}).notes,
+      ElementsAre(start +
+                  "2 of 4 timecodes do not follow from the first: line 4 has \"10:00:00:04\" instead of "
+                  "10:00:00:02"));
+  EXPECT_THAT(read({"10:00:00:00", "-", "10:00:00:02@25", "10:00:00:03"}).notes,
+              ElementsAre(start +
+                          "2 of 4 timecodes do not follow from the first: line 3 has \"-\" instead of "
+                          "10:00:00:01"));
+  EXPECT_EQ(read({"10:00:00:00", "-"}).timecode, ParseTimecode("10:00:00:00", {25, 1}));
+  const Take without = read({"", "10:00:00:01"});
+  EXPECT_EQ(without.timecode, std::nullopt);
+  EXPECT_THAT(without.notes, ElementsAre(start + "the first row has no timecode, so the take has none"));
+}
+
+TEST(MarkerCsv, BadTimecodesNameLineAndColumn) {
+  const auto error = [](const std::string& column, const std::string& timecode) {
+    return ReadError("frame,time," + column + ",A.x,A.y,A.z\n1,0," + timecode + ",1,2,3\n2,0.04,,1,2,3\n");
+  };
+  EXPECT_EQ(
+      error("timecode@25", "10:00:00:25"),
+      "m.csv:2: column \"timecode@25\": \"10:00:00:25\" is no time of day at 25 counts per second; write "
+      "HH:MM:SS:FF, with ; before FF for drop frame, and the rate in the column's name: timecode@29.97");
+  for (const char* timecode : {"25:00:00:00", "10:00:00", "36000.5", "10:00:00:00@25", "x"})
+    EXPECT_THAT(error("timecode", timecode), testing::HasSubstr(" is no time of day at 25 counts per second"))
+        << timecode;
+  EXPECT_THAT(error("timecode@25", "10:00:00;00"),
+              testing::HasSubstr(" is no time of day at 25 counts per second"));
+  EXPECT_EQ(error("timecode@x", "10:00:00:00"), "m.csv:1: column 3 is \"timecode@x\", and \"x\" is no rate; "
+                                                "write its counts per second behind the @, such as "
+                                                "timecode@29.97");
+}
+
+TEST(MarkerCsv, MarkersMayBeNamedTimecode) {
+  for (const std::string name : {"timecode", "timecode@25", "timecode@25.x"}) {
+    const Take take =
+        ReadTake(fmt::format("frame,time,{0}.x,{0}.y,{0}.z\n1,0,1,2,3\n2,1,4,5,6\n", name), "m.csv");
+    EXPECT_THAT(take.markers, ElementsAre(name));
+    EXPECT_EQ(take.timecode, std::nullopt);
+  }
+}
+
+TEST(MarkerCsv, TimecodeIsWrittenAndReadsBack) {
+  Take take({"A"});
+  take.timecode = ParseTimecode("23:59:59;28@29.97", {1, 1});
+  for (int frame = 0; frame < 8; ++frame)
+    take.AddFrame(frame, 3 + frame * 1001 / 60000.0); // two for each count
+  std::ostringstream out;
+  WriteMarkerCsv(take, out);
+  EXPECT_THAT(out.str(), testing::StartsWith("frame,time,timecode@30000/1001,A.x,A.y,A.z\n"
+                                             "0,3,23:59:59;28,,,\n"
+                                             "1,3.0166833333333334,23:59:59;28.500,,,\n"));
+  EXPECT_THAT(out.str(), testing::HasSubstr(",00:00:00;00,,,\n"));
+  const Take back = ReadTake(out.str(), "back.csv");
+  EXPECT_EQ(back.timecode, take.timecode);
+  EXPECT_EQ(back.times, take.times);
+  EXPECT_THAT(back.notes, IsEmpty());
+}
+
 TEST(MarkerCsv, WrittenTakeReadsBackToTheSameBits) {
   std::mt19937_64 random(7);
   std::uniform_int_distribution<std::uint64_t> any;
@@ -200,7 +381,7 @@ TEST(MarkerCsv, WrittenTakeReadsBackToTheSameBits) {
   EXPECT_EQ(back.markers, take.markers);
   EXPECT_EQ(back.frames, take.frames);
   EXPECT_EQ(back.times, take.times);
-  EXPECT_EQ(back.rate_hz, 30 * 1000 / 1001.0);
+  EXPECT_EQ(back.rate.Hz(), 30 * 1000 / 1001.0);
   ExpectSamePoints(back, take);
 }
 

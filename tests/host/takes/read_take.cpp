@@ -3,6 +3,7 @@
 #include "tests/host/input_error.h"
 #include "tests/host/temporary_folder.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -16,14 +17,29 @@ using testing::StartsWith;
 namespace {
 
 const std::string kTake = "frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n";
-const std::string kKnownFormats =
-    "; the formats that can be read are landmark CSV (columns frame, timestamp, X_0, ... Z_67), "
-    "marker CSV (columns frame,time,NAME.x,NAME.y,NAME.z,...)";
+const std::string kKnownFormats = "; the formats that can be read are C3D (optical capture, .c3d), TRC "
+                                  "(tab-separated text that starts with "
+                                  "PathFileType), landmark CSV (columns frame, timestamp, X_0, ... Z_67), "
+                                  "marker CSV (columns frame,time,NAME.x,NAME.y,NAME.z,...)";
 
 class ReadTakeFile : public TemporaryFolder {};
 
 std::string MemoryError(const std::string& bytes) {
   return InputErrorOf([&] { ReadTake(bytes, "t"); });
+}
+
+const std::string kShapeMend =
+    ", and no markers to solve; give the take of markers, or bring the weights to the character as they are";
+
+std::string ShapeRow(int counts) { // from one second before midnight, 60 a second
+  const int count = (24 * 3600 * 60 - 60 + counts) % (24 * 3600 * 60);
+  const int second = count / 60;
+  return fmt::format("{:02}:{:02}:{:02}:{:02}.473,2,0.1,1.05\n", second / 3600, second / 60 % 60, second % 60,
+                     count % 60);
+}
+
+std::string ShapeError(const std::string& text) {
+  return InputErrorOf([&] { ReadTake(text, "w.csv"); });
 }
 
 } // namespace
@@ -75,4 +91,37 @@ TEST(ReadTake, NamesSeparatorsThatAreNoCommas) {
             "t:1: the columns are separated by tabs" + mend);
   EXPECT_EQ(MemoryError("frame; timestamp; X_0\n1;0;1\n"),
             "t:1: the columns are separated by semicolons" + mend);
+}
+
+// --- Tables of shape weights, which are no takes.
+
+TEST(ReadTakeOfShapeWeights, AreNamedWithTheirRowsTimeAndDropsAcrossMidnight) {
+  for (const char* header :
+       {"Timecode,BlendShapeCount,EyeBlinkLeft,JawOpen\n", "Timecode,BlendshapeCount,A,B\r\n",
+        "\xEF\xBB\xBFtimecode , blendShapeCount,A,B\n"}) {
+    std::string text = header;
+    for (int row = 0; row < 100; ++row)
+      if (row != 20 && row != 50 && row != 51) text += ShapeRow(2 * row);
+    EXPECT_EQ(ShapeError(text),
+              "w.csv: these are shape weights of a face-capture app (97 rows over 3.3 s, 3 frames "
+              "dropped)" +
+                  kShapeMend);
+  }
+}
+
+TEST(ReadTakeOfShapeWeights, AreNamedWithoutTimesTooWhereNoneCanBeRead) {
+  const std::string header = "Timecode,BlendShapeCount,EyeBlinkLeft\n";
+  const std::string start = "w.csv: these are shape weights of a face-capture app (";
+  EXPECT_EQ(ShapeError(header), start + "0 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError("Timecode,BlendShapeCount"), start + "0 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header + ShapeRow(0)), start + "1 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header + "x,1,2\n\n,,\ny\n"), start + "2 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header + ShapeRow(0) + ShapeRow(0) + ShapeRow(0)),
+            start + "3 rows over 0.0 s, 0 frames dropped)" + kShapeMend);
+}
+
+TEST(ReadTakeOfShapeWeights, EveryTruncationIsRefused) {
+  const std::string text = "Timecode,BlendShapeCount,EyeBlinkLeft,JawOpen\n" + ShapeRow(0) + ShapeRow(1);
+  for (std::size_t length = 0; length <= text.size(); ++length)
+    EXPECT_NE(ShapeError(text.substr(0, length)), "no InputError") << length;
 }

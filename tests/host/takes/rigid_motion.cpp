@@ -1,4 +1,4 @@
-#include "host/performer/head_motion.h"
+#include "host/takes/rigid_motion.h"
 
 #include "tests/host/plain_face.h"
 
@@ -7,9 +7,9 @@
 #include <bitset>
 #include <optional>
 
-using mien::HeadMotion;
 using mien::Point;
-using Markers = HeadMotion::Markers;
+using mien::RigidMotion;
+using Markers = RigidMotion::Markers;
 using tests::Carried;
 using tests::Difference;
 
@@ -25,7 +25,7 @@ constexpr double kRounding = 1e-9;
 Markers Head(unsigned seen = kAll) {
   const mien::NeutralPose face = tests::PlainFace();
   Markers markers;
-  for (std::size_t slot = 0; slot < HeadMotion::kSlots; ++slot)
+  for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot)
     if (seen >> slot & 1) markers[slot] = face.at("H" + std::to_string(slot + 1));
   return markers;
 }
@@ -38,16 +38,16 @@ Markers Carry(const VgeAMatrix& motion, Markers markers) {
 
 } // namespace
 
-TEST(HeadMotion, ReferenceItselfIsTheIdentity) {
-  HeadMotion motion(Head());
+TEST(RigidMotion, ReferenceItselfIsTheIdentity) {
+  RigidMotion motion(Head());
   const auto found = motion.Solve(Head());
   ASSERT_TRUE(found);
   EXPECT_LT(Difference(*found, VgeAMatrix()), 1e-12); // a tenth of a metre from the origin
 }
 
-TEST(HeadMotion, RecoversAnyMotionFromAnyThreeMarkersOrMore) {
+TEST(RigidMotion, RecoversAnyMotionFromAnyThreeMarkersOrMore) {
   tests::Random random(2);
-  HeadMotion motion(Head()); // one for all subsets, in any order
+  RigidMotion motion(Head()); // one for all subsets, in any order
   int subsets = 0;
   for (int round = 0; round < 50; ++round)
     for (unsigned seen = 0; seen <= kAll; ++seen) {
@@ -65,9 +65,9 @@ TEST(HeadMotion, RecoversAnyMotionFromAnyThreeMarkersOrMore) {
 }
 
 // A marker that is hidden now and then must not make the head jump.
-TEST(HeadMotion, HiddenMarkersDoNotMoveAnExactlyRigidHead) {
+TEST(RigidMotion, HiddenMarkersDoNotMoveAnExactlyRigidHead) {
   tests::Random random(3);
-  HeadMotion motion(Head());
+  RigidMotion motion(Head());
   const VgeAMatrix truth = tests::AnyMotion(random);
   const auto all = motion.Solve(Carry(truth, Head()));
   ASSERT_TRUE(all);
@@ -79,9 +79,9 @@ TEST(HeadMotion, HiddenMarkersDoNotMoveAnExactlyRigidHead) {
   EXPECT_EQ(*motion.Solve(Carry(truth, Head())), *all) << "what was hidden in between leaves no trace";
 }
 
-TEST(HeadMotion, MarkersThatTheReferenceLacksAreIgnored) {
+TEST(RigidMotion, MarkersThatTheReferenceLacksAreIgnored) {
   tests::Random random(4);
-  HeadMotion motion(Head(0b10111));
+  RigidMotion motion(Head(0b10111));
   const VgeAMatrix truth = tests::AnyMotion(random);
   Markers markers = Carry(truth, Head());
   markers[3] = Point{9999, -9999, 9999};
@@ -92,9 +92,9 @@ TEST(HeadMotion, MarkersThatTheReferenceLacksAreIgnored) {
   EXPECT_FALSE(motion.Solve(markers));
 }
 
-TEST(HeadMotion, NoTriangleNoAnswer) {
-  EXPECT_FALSE(HeadMotion(Markers()).Solve(Head()));
-  EXPECT_FALSE(HeadMotion(Head()).Solve(Markers()));
+TEST(RigidMotion, NoTriangleNoAnswer) {
+  EXPECT_FALSE(RigidMotion(Markers()).Solve(Head()));
+  EXPECT_FALSE(RigidMotion(Head()).Solve(Markers()));
   // in a line, and in a point
   for (const double along : {10.0, 0.0}) {
     Markers line;
@@ -102,28 +102,28 @@ TEST(HeadMotion, NoTriangleNoAnswer) {
       const double s = along * static_cast<double>(slot);
       line[slot] = Point{s, 2 * s + 5, -s};
     }
-    EXPECT_FALSE(HeadMotion(line).Solve(line)) << along;
-    EXPECT_FALSE(HeadMotion(Head()).Solve(line)) << along;
-    EXPECT_FALSE(HeadMotion(line).Solve(Head())) << along;
+    EXPECT_FALSE(RigidMotion(line).Solve(line)) << along;
+    EXPECT_FALSE(RigidMotion(Head()).Solve(line)) << along;
+    EXPECT_FALSE(RigidMotion(line).Solve(Head())) << along;
   }
 }
 
 // Isosceles triangles with this angle at the tip: below 10 degrees a tremor of the base would swing the head.
-TEST(HeadMotion, ATriangleCountsFromTenDegreesOn) {
+TEST(RigidMotion, ATriangleCountsFromTenDegreesOn) {
   const auto triangle = [](double degrees) {
     const double half = degrees / 2 / 57.29577951308232;
     return Markers{Point{0, 0, 0}, Point{100 * std::cos(half), 100 * std::sin(half), 0},
                    Point{100 * std::cos(half), -100 * std::sin(half), 0}, std::nullopt, std::nullopt};
   };
-  EXPECT_FALSE(HeadMotion(triangle(9.9)).Solve(triangle(9.9)));
-  EXPECT_TRUE(HeadMotion(triangle(10.1)).Solve(triangle(10.1)));
+  EXPECT_FALSE(RigidMotion(triangle(9.9)).Solve(triangle(9.9)));
+  EXPECT_TRUE(RigidMotion(triangle(10.1)).Solve(triangle(10.1)));
 }
 
 // Three that lie on a line among five: a frame that shows only these is lost, and any other is not.
-TEST(HeadMotion, IsLostOnlyWhereTheMarkersLeftAreOnALine) {
+TEST(RigidMotion, IsLostOnlyWhereTheMarkersLeftAreOnALine) {
   Markers reference = Head();
   reference[0] = Point{-50, 100, 0}, reference[1] = Point{0, 110, 0}, reference[2] = Point{50, 120, 0};
-  HeadMotion motion(reference);
+  RigidMotion motion(reference);
   for (unsigned seen = 0; seen <= kAll; ++seen) {
     Markers markers = reference;
     for (std::size_t slot = 0; slot < 5; ++slot)
@@ -134,8 +134,8 @@ TEST(HeadMotion, IsLostOnlyWhereTheMarkersLeftAreOnALine) {
 }
 
 // A millimetre of noise on one of five moves the head by less than that.
-TEST(HeadMotion, FiveMarkersShareTheNoiseOfOne) {
-  HeadMotion motion(Head());
+TEST(RigidMotion, FiveMarkersShareTheNoiseOfOne) {
+  RigidMotion motion(Head());
   Markers markers = Head();
   markers[2]->y += 1;
   const auto found = motion.Solve(markers);

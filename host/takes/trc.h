@@ -1,0 +1,52 @@
+#pragma once
+
+#include "host/takes/take.h"
+
+#include <ostream>
+#include <string>
+#include <string_view>
+
+namespace mien {
+
+/// TRC: tab-separated text of marker positions. A line of the file's own name, a line of keys and one of
+/// their values, the marker names (one above each three columns), the labels X1, Y1, Z1, X2 ..., a blank
+/// line, and then a row for each frame: its number, its time in seconds, x, y and z of each marker. The
+/// three cells of an unseen marker are empty.
+///
+/// True for a text that starts with PathFileType, and for one with the line of keys among its first three.
+bool IsTrc(std::string_view bytes);
+
+/// Reads what programs write for TRC. What departs from the above and can be read without a guess is read,
+/// and noted with its line. Without a note pass: letter case of keys and labels, a byte order mark, CRLF,
+/// blanks around cells, "NaN" for an empty cell, empty cells at a row's end, blank lines among the rows.
+///
+/// - Values are found by their keys. Names and columns tell how many markers there are, rows how many
+///   frames. A marker without a name gets one: "marker 34". Of equal names the second becomes "NAME (2)".
+/// - Lines without a tab are separated by runs of blanks. Names and rows must be complete there: a blank
+///   tells of no gap.
+/// - A marker is also a gap where only one or two of its cells are filled, where one is infinite, where its
+///   row ends before its columns do, and at exactly 0 0 0 if its nearest other position is a millimetre or
+///   more from there.
+/// - Decimal commas are read where no number has a point and one comma cannot be a thousands separator.
+/// - Frame numbers that are missing, not whole or not rising are replaced, all of them, by counting on from
+///   the first.
+/// - The rate is DataRate, or without one what the column Time gives. Frame i is at t0 + (frames[i] -
+///   frames[0]) / rate, t0 the first row's Time. Where a row's Time is further from that than half a frame,
+///   the times are those of the column, if they rise.
+/// - Of a file that ends inside a row, the value that it ends with is left out.
+///
+/// Throws InputError for what cannot be read, and for a take that would need much more memory than its
+/// file: 32 bytes for each of the file's and a megabyte.
+Take ReadTrc(std::string_view bytes, const std::string& file);
+
+/// Writes the format as described first, in millimetres, so that ReadTrc gives the same gaps, frame numbers
+/// and rate, and the same positions to the last bit; but for a position of exactly 0 0 0, which may be a
+/// gap then. Throws InputError, before anything is written, for a take without frames or markers, and for
+/// names that would not read back: empty, there twice, not UTF-8, with a tab or line end in it or a blank
+/// around it.
+///
+/// The format has no place for which positions are Computed or Filled, cameras, events, timecode, and times
+/// that stray from the rate by less than half a frame.
+void WriteTrc(const Take& take, std::ostream& out);
+
+} // namespace mien
