@@ -324,7 +324,7 @@ Take Film(const std::vector<SpotPair>& pairs, const Motion& to_take, double step
   const std::vector<Spot> spots = BothSides(pairs);
   Take take;
   for (const Spot& spot : spots) take.markers.push_back(spot.marker);
-  take.rate_hz = known.rate_hz;
+  take.rate = known.rate;
   Random random(seed);
   for (std::size_t f = 0; f < known.frames.size(); ++f) {
     take.AddFrame(known.frames[f], known.times[f]);
@@ -362,7 +362,7 @@ std::string Text(const std::function<void(std::ostream&)>& write) {
 
 Animation KnownWeights() {
   Animation known;
-  known.rate_hz = kRateHz;
+  known.rate = {kRateHz, 1};
   const auto add = [&known](const std::string& column, const Gesture& gesture, int start) {
     for (std::size_t c = 0; c < known.templates.size(); ++c) {
       if (known.templates[c].name != column) continue;

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "host/character/character.h"
+#include "host/takes/frame_rate.h"
+#include "host/takes/timecode.h"
 #include "mien/base/geometry.h"
 #include "mien/face/template_state.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,7 +34,8 @@ struct Animation {
   std::string take; ///< names, for titles
   std::string performer;
   std::string character; ///< empty without one
-  double rate_hz = 0;
+  FrameRate rate;
+  std::optional<Timecode> timecode; ///< of the first frame
   std::vector<std::int64_t> frames; ///< numbers, as in the take
   std::vector<double> times;        ///< seconds, as in the take: rising, not always from 0 (size: frames)
 

@@ -1,60 +1,57 @@
 #include "host/solve/face_solver.h"
 
 #include "host/performer/face_axes.h"
-#include "host/performer/match_markers.h"
 #include "mien/base/affine.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace mien {
 
 using namespace detail; // the vector arithmetic
 
-FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral, const Take& take)
-    : face_axes_(FaceAxes(performer, neutral)) {
-  const VgeAMatrix to_face = InverseOfOrthogonalAxes(face_axes_);
+FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral)
+    : neutral_head_(FaceAxes(performer, neutral)) {
+  const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head_);
   for (const std::string& name : performer.FaceMarkers()) {
     const auto place = neutral.find(name);
     if (place == neutral.end()) {
-      report_.left_out.push_back(name);
+      left_out_.push_back(name);
       continue;
     }
     const auto& [x, y, z] = place->second;
-    markers_.push_back({name, MarkerIndices(take, {name})[0], TransformPoint(to_face, {x, y, z}), 0});
+    const VgeTVector p_head = TransformPoint(to_head, {x, y, z});
+    markers_.push_back(name);
+    rest_.push_back({p_head.x, p_head.y, p_head.z});
   }
-  SetUpActor(performer, neutral);
-  SetUpHead(performer, neutral, take);
+  SetUpActor(performer);
 }
 
 // The library's set-up on the neutral pose, which stands upright around the origin: head space.
-void FaceSolver::SetUpActor(const Performer& performer, const NeutralPose& neutral) {
+void FaceSolver::SetUpActor(const Performer& performer) {
   VFaceMarkerSetState reference;
   for (std::size_t slot = 0; slot < markers_.size(); ++slot) {
     auto marker = std::make_unique<VFaceMarker>();
-    CopyBounded(marker->mName, markers_[slot].name.c_str());
+    CopyBounded(marker->mName, markers_[slot].c_str());
     marker->mIndex = static_cast<int>(slot);
-    reference.mPositions[slot] = markers_[slot].p_head;
+    reference.mPositions[slot] = {rest_[slot].x, rest_[slot].y, rest_[slot].z};
     actor_->mMarkers.Add(marker.release());
   }
 
-  const VFace& face = *GetGlobalFace();
-  for (std::size_t p = 0; p < performer.holders.size(); ++p) {
-    for (std::size_t h = 0; h < performer.holders[p].size(); ++h) {
+  for (std::size_t p = 0; p < performer.holders.size(); ++p)
+    for (std::size_t h = 0; h < performer.holders[p].size(); ++h)
       for (const std::string& name : performer.holders[p][h]) {
-        if (!neutral.contains(name)) continue;
-        const auto slot = std::find_if(markers_.begin(), markers_.end(),
-                                       [&](const Marker& marker) { return marker.name == name; }) -
-                          markers_.begin();
+        const auto slot =
+            static_cast<std::size_t>(std::find(markers_.begin(), markers_.end(), name) - markers_.begin());
+        if (slot == markers_.size()) continue; // left out
         entries_.push_back(std::make_unique<VActorFacePartMarker>());
         entries_.back()->mMarker = actor_->mMarkers[static_cast<int>(slot)];
         actor_->mParts[p].mGroups[h].Add(
             entries_.back().get()); // a part's holders are its marker groups, in order
+        markers_of_[p].push_back(slot);
       }
-    }
-    if (actor_->mParts[p].GetMarkerCount() == 0) report_.resting_parts.emplace_back(face.mParts[p].mName);
-  }
 
   actor_->SetupFindVolumes(&reference);
   actor_->SetupMarkerLocalFromGlobalPosition(&reference);
@@ -63,60 +60,33 @@ void FaceSolver::SetUpActor(const Performer& performer, const NeutralPose& neutr
   actor_->SetupComputeWeights();
 }
 
-void FaceSolver::SetUpHead(const Performer& performer, const NeutralPose& neutral, const Take& take) {
-  const VgeAMatrix to_face = InverseOfOrthogonalAxes(face_axes_);
-  HeadMotion::Markers reference;
-  head_markers_ = MarkerIndices(take, performer.head);
-  for (std::size_t slot = 0; slot < performer.head.size(); ++slot) {
-    const auto place = neutral.find(performer.head[slot]);
-    if (place == neutral.end()) {
-      report_.left_out.push_back(performer.head[slot]);
-      continue;
-    }
-    const VgeTVector p = TransformPoint(to_face, {place->second.x, place->second.y, place->second.z});
-    reference[slot] = Point{p.x, p.y, p.z};
-  }
-  head_motion_ = std::make_unique<HeadMotion>(reference);
-  report_.head_motion_removed = head_motion_->Solve(reference).has_value();
-  if (!report_.head_motion_removed) head_motion_.reset();
-  frame_.head = face_axes_;
-}
-
-const FaceSolver::Frame& FaceSolver::Solve(const Take& take, std::size_t frame) {
-  ++report_.frames;
-  if (head_motion_) {
-    HeadMotion::Markers seen;
-    for (std::size_t slot = 0; slot < head_markers_.size(); ++slot)
-      if (const Point* p = take.At(frame, head_markers_[slot])) seen[slot] = *p;
-    if (const auto head = head_motion_->Solve(seen))
-      frame_.head = *head;
-    else
-      ++report_.frames_without_head;
-  }
-
-  const VgeAMatrix to_head = InverseOfOrthogonalAxes(frame_.head);
-  for (std::size_t slot = 0; slot < markers_.size(); ++slot) {
-    Marker& marker = markers_[slot];
-    if (const Point* p = take.At(frame, marker.index)) {
-      frame_set_.mPositions[slot] = {p->x, p->y, p->z};
-      marker.p_head = TransformPoint(to_head, frame_set_.mPositions[slot]);
-    } else {
-      frame_set_.mPositions[slot] = TransformPoint(frame_.head, marker.p_head);
-      ++marker.held;
-    }
-  }
-  frame_set_.mTransform = frame_.head;
-
-  actor_->Actor2FaceSolve(&face_state_, &frame_set_);
-  GetGlobalFace()->Face2TemplateSolve(&frame_.weights, &face_state_);
+const FaceSolver::Frame& FaceSolver::Solve(const std::vector<Point>& places) {
+  // In the head's frame already: the set's own frame stays the identity.
+  for (std::size_t slot = 0; slot < places.size(); ++slot)
+    frame_set_.mPositions[slot] = {places[slot].x, places[slot].y, places[slot].z};
+  actor_->Actor2FaceSolve(&solved_, &frame_set_);
+  GetGlobalFace()->Face2TemplateSolve(&frame_.weights, &solved_);
+  MeasureResiduals();
   return frame_;
 }
 
-FaceSolver::Report FaceSolver::GetReport() const {
-  Report report = report_;
-  for (const Marker& marker : markers_)
-    if (marker.held > 0) report.held.push_back({marker.name, marker.held});
-  return report;
+void FaceSolver::MeasureResiduals() {
+  const VFace& face = *GetGlobalFace();
+  face.Template2FaceSolve(&given_back_, &frame_.weights);
+  for (std::size_t p = 0; p < frame_.residual_mm.size(); ++p) {
+    frame_.residual_mm[p] = 0;
+    if (markers_of_[p].empty()) continue;
+    const VgeAMatrix& volume =
+        actor_->mParts[p].mMarkerSet.mTransform; // from the part's space to millimetres
+    const int points = face.mParts[p].mPointCount;
+    double squares = 0;
+    for (int j = 0; j < points; ++j) {
+      const VgeTVector off = TransformDirection(
+          volume, Difference(solved_.mParts[p].mPoints[j], given_back_.mParts[p].mPoints[j]));
+      squares += Dot(off, off);
+    }
+    frame_.residual_mm[p] = std::sqrt(squares / points);
+  }
 }
 
 } // namespace mien

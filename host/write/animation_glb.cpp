@@ -182,9 +182,11 @@ public:
   }
 
   void Finish() {
-    Append(
-        glb_.json, "animations",
-        {{"name", animation_.take}, {"channels", std::move(channels_)}, {"samplers", std::move(samplers_)}});
+    Append(glb_.json, "animations",
+           {{"name", animation_.take},
+            {"channels", std::move(channels_)},
+            {"samplers", std::move(samplers_)},
+            {"extras", Clock()}});
   }
 
 private:
@@ -206,6 +208,14 @@ private:
   std::optional<std::size_t> input_;
   std::map<std::pair<std::vector<std::string>, std::vector<double>>, std::size_t>
       weights_; // samplers by targets and defaults
+  /// What glTF's seconds cannot tell: the numbers of the frames, their exact rate, the time of day.
+  Json Clock() const {
+    Json clock = {{"first_frame", animation_.frames.empty() ? 0 : animation_.frames.front()},
+                  {"rate", ToText(animation_.rate)}};
+    if (animation_.timecode) clock["timecode"] = ToText(*animation_.timecode);
+    return clock;
+  }
+
   Json channels_ = Json::array(), samplers_ = Json::array();
 };
 

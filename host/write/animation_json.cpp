@@ -97,8 +97,11 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   out << fmt::format("  \"take\": {},\n  \"performer\": {},\n", Quoted(animation.take),
                      Quoted(animation.performer));
   if (!animation.character.empty()) out << fmt::format("  \"character\": {},\n", Quoted(animation.character));
-  out << fmt::format("  \"rate\": {},\n  \"frames\": [{}],\n  \"times\": [{}],\n", animation.rate_hz,
-                     fmt::join(animation.frames, ","), fmt::join(animation.times, ","));
+  out << fmt::format("  \"rate\": {},\n  \"rate_fraction\": [{}, {}],\n", animation.rate.Hz(),
+                     animation.rate.numerator, animation.rate.denominator);
+  if (animation.timecode) out << fmt::format("  \"timecode\": {},\n", Quoted(ToText(*animation.timecode)));
+  out << fmt::format("  \"frames\": [{}],\n  \"times\": [{}],\n", fmt::join(animation.frames, ","),
+                     fmt::join(animation.times, ","));
 
   out << "  \"head\": {\n    \"rotation\": ";
   VgeQuaternion before(0, 0, 0, 1);

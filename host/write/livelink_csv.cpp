@@ -14,7 +14,8 @@ namespace mien {
 
 namespace {
 
-std::string Timecode(double seconds) {
+/// On this format's clock of 60 counts a second, whatever the take's own timecode counts.
+std::string TimeOfDay(double seconds) {
   constexpr std::int64_t kSecond = 60'000; // thousandths of a count
   constexpr std::int64_t kDay = 86'400 * kSecond;
   const std::int64_t of_day = std::llround(std::fmod(seconds, 86400) * kSecond); // below 0 before midnight
@@ -71,8 +72,11 @@ std::vector<std::string> WriteLiveLinkCsv(const Animation& animation, std::ostre
     fmt::format_to(end, ",{}", title);
   }
   fmt::format_to(end, ",{}", fmt::join(kAngles, ","));
+  // A timecode, which may count 29.97 numbers a second, is told in seconds by the numbers that it shows.
+  const double start = animation.timecode ? animation.timecode->SecondsOfDay() - animation.times[0] : 0;
   for (std::size_t f = 0; f < animation.frames.size(); ++f) {
-    fmt::format_to(end, "\n{},{}", Timecode(animation.times[f]), columns.size() + std::size(kAngles));
+    fmt::format_to(end, "\n{},{}", TimeOfDay(start + animation.times[f]),
+                   columns.size() + std::size(kAngles));
     for (const std::vector<std::size_t>& shapes : columns) {
       double sum = 0;
       for (const std::size_t s : shapes) sum += animation.ShapeWeight(f, s);

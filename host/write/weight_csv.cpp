@@ -30,11 +30,13 @@ void WriteTable(const Animation& animation, const std::vector<std::string>& name
     row.clear();
   };
 
-  fmt::format_to(end, "frame,time");
+  fmt::format_to(end, "frame,time{}", animation.timecode ? ",timecode" : "");
   for (const std::string& name : names) fmt::format_to(end, ",{}", Field(name));
   end_row();
   for (std::size_t f = 0; f < animation.frames.size(); ++f) {
     fmt::format_to(end, "{},{}", animation.frames[f], animation.times[f]);
+    if (animation.timecode)
+      fmt::format_to(end, ",{}", animation.timecode->At(animation.times[f] - animation.times[0]));
     for (std::size_t c = 0; c < names.size(); ++c) fmt::format_to(end, ",{}", weights[f * names.size() + c]);
     end_row();
   }

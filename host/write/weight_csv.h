@@ -6,7 +6,7 @@
 
 namespace mien {
 
-/// One row per frame: `frame`, `time` in seconds, and a column per template named Part.Template ("Mouth.Open"). Numbers
+/// One row per frame: `frame`, `time` in seconds, `timecode` where the take has one, and a column per template named Part.Template ("Mouth.Open"). Numbers
 /// are written with the fewest digits that read back to the same doubles.
 void WriteTemplateCsv(const Animation& animation, std::ostream& out);
 

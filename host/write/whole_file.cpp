@@ -30,6 +30,15 @@ extern "C" void RemoveAndEnd(int signal) {
   std::raise(signal);
 }
 
+/// A mapped file lost its end while it was read.
+extern "C" void RemoveAndTell(int) {
+  if (file_in_work) unlink(path_in_work);
+  constexpr char kMessage[] =
+      "mien: a file was cut short while it was being read; read it again when it is whole\n";
+  if (write(STDERR_FILENO, kMessage, sizeof kMessage - 1) < 0) _exit(1); // nobody is there to read it
+  _exit(1);                                                              // the input is at fault
+}
+
 [[noreturn]] void FailToWrite(const fs::path& path, int error) {
   throw InputError(path.string(), "",
                    "cannot be written: " +
@@ -123,6 +132,7 @@ Kind KindOf(const fs::path& path) {
 void RemoveTemporaryFileOnSignals() {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP})
     if (std::signal(signal, RemoveAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
+  std::signal(SIGBUS, RemoveAndTell);
   std::signal(SIGXFSZ, SIG_IGN); // writing past a quota then fails as on a full disk
 }
 

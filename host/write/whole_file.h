@@ -14,7 +14,8 @@ namespace mien {
 void WriteWhole(const std::filesystem::path& path, const std::function<void(std::ostream&)>& write);
 
 /// Makes SIGINT, SIGTERM and SIGHUP remove the temporary file, if one is being filled, before they end the
-/// process as they would have done.
+/// process as they would have done. SIGBUS, which a mapped input raises that somebody cuts short meanwhile, ends it with a
+/// message and exit code 1.
 void RemoveTemporaryFileOnSignals();
 
 /// Throws the InputError that WriteWhole would throw for a place in which nothing can be written, so that the

@@ -98,7 +98,7 @@ inline mien::Take EmptyTake(const std::vector<std::string>& more = {}) {
   for (const auto& [name, p] : PlainFace()) names.push_back(name);
   mien::Take take(names);
   take.name = "plain take";
-  take.rate_hz = 30;
+  take.rate = {30, 1};
   return take;
 }
 

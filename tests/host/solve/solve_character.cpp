@@ -44,7 +44,7 @@ Character Puppet() {
 /// Three frames, of which every template weight is another number.
 Animation ThreeFrames() {
   Animation animation;
-  animation.take = "take", animation.performer = "Ada", animation.rate_hz = 30;
+  animation.take = "take", animation.performer = "Ada", animation.rate = {30, 1};
   animation.frames = {1, 2, 9};
   animation.times = {0, 0.1, 0.2};
   animation.heads.resize(3);

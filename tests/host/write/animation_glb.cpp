@@ -61,7 +61,7 @@ Animation Shapes(const std::vector<std::string>& shapes, std::size_t frames = 3)
   Animation animation;
   animation.take = "walk & talk";
   animation.character = "Robot";
-  animation.rate_hz = 4;
+  animation.rate = {4, 1};
   animation.shapes = shapes;
   for (std::size_t f = 0; f < frames; ++f) {
     animation.frames.push_back(static_cast<std::int64_t>(f) + 40);

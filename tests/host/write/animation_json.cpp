@@ -47,7 +47,7 @@ std::vector<std::string> Keys(const Json& object) {
 Animation Solved(std::size_t frames) {
   tests::Random random(17);
   Animation animation;
-  animation.take = "take 1", animation.performer = "Ada", animation.rate_hz = 30000.0 / 1001;
+  animation.take = "take 1", animation.performer = "Ada", animation.rate = {30000, 1001};
   animation.neutral_head = tests::AnyMotion(random);
   for (std::size_t f = 0; f < frames; ++f) {
     animation.frames.push_back(static_cast<std::int64_t>(f * f) - 1);
@@ -113,8 +113,8 @@ void ExpectRotation(const Json& json, const VgeRMatrix& rotation) {
 
 TEST(AnimationJson, HasTheKeysOfItsDescriptionInItsOrder) {
   const Json json = Parsed(WithCharacter(2));
-  EXPECT_THAT(Keys(json), ElementsAre("format", "take", "performer", "character", "rate", "frames", "times",
-                                      "head", "templates", "shapes", "clusters"));
+  EXPECT_THAT(Keys(json), ElementsAre("format", "take", "performer", "character", "rate", "rate_fraction",
+                                      "frames", "times", "head", "templates", "shapes", "clusters"));
   EXPECT_THAT(Keys(json["head"]), ElementsAre("rotation", "translation"));
   EXPECT_THAT(Keys(json["templates"]), ElementsAre("names", "weights"));
   EXPECT_THAT(Keys(json["shapes"]), ElementsAre("names", "weights"));
@@ -126,7 +126,8 @@ TEST(AnimationJson, HasTheKeysOfItsDescriptionInItsOrder) {
 TEST(AnimationJson, WithoutACharacterItsKeysAreAbsent) {
   for (const std::size_t frames : {0u, 2u})
     EXPECT_THAT(Keys(Parsed(Solved(frames))),
-                ElementsAre("format", "take", "performer", "rate", "frames", "times", "head", "templates"));
+                ElementsAre("format", "take", "performer", "rate", "rate_fraction", "frames", "times", "head",
+                            "templates"));
 }
 
 // So that a reader need not ask which kind of character it was.
@@ -317,7 +318,7 @@ TEST(AnimationJson, HasALinePerFrameInEachList) {
 
 TEST(AnimationJson, WritesPointsWhateverTheLocale) {
   Animation animation = WithCharacter(2);
-  animation.rate_hz = 1234.5;
+  animation.rate = {2469, 2};
   animation.frames = {1000000, 2000000};
   const std::string written = Written(animation);
   const DecimalComma german;

@@ -1,0 +1,128 @@
+#include "host/solve/head_track.h"
+
+#include "host/performer/match_markers.h"
+#include "host/rotation.h"
+#include "host/takes/low_pass.h"
+#include "host/takes/pick_markers.h"
+#include "host/takes/rigid_motion.h"
+#include "mien/base/affine.h"
+#include "mien/base/elementary.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <numeric>
+
+namespace mien {
+
+using namespace detail; // the vector arithmetic
+
+namespace {
+
+/// The rigid transform a fraction of the even turn and the straight way from `a` to `b`.
+VgeAMatrix Between(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
+  const VgeQuaternion from(RotationOf(a));
+  const VgeQuaternion to = QuaternionNear(from, RotationOf(b));
+  const double cosine = from.x * to.x + from.y * to.y + from.z * to.z + from.w * to.w;
+  const double x = to.x - cosine * from.x, y = to.y - cosine * from.y, z = to.z - cosine * from.z,
+               w = to.w - cosine * from.w;
+  const double sine = std::sqrt(x * x + y * y + z * z + w * w);
+  double share_from = 1 - fraction, share_to = fraction;
+  if (sine > 1e-6) { // below it the arc is straight to a part in 10^12
+    const double degrees = ArcTangent2(sine, cosine) * (180 / std::numbers::pi);
+    share_from = SineAndCosineOfDegrees((1 - fraction) * degrees).sine / sine;
+    share_to = SineAndCosineOfDegrees(fraction * degrees).sine / sine;
+  }
+  const VgeRMatrix rotation =
+      RotationOf(VgeQuaternion(share_from * from.x + share_to * to.x, share_from * from.y + share_to * to.y,
+                               share_from * from.z + share_to * to.z, share_from * from.w + share_to * to.w));
+  VgeAMatrix between;
+  for (int column = 0; column < 3; ++column)
+    SetColumn(between, column, {rotation.m[column][0], rotation.m[column][1], rotation.m[column][2]});
+  const VgeTVector p = Column(a, 3), q = Column(b, 3);
+  SetColumn(between, 3,
+            {p.x + (q.x - p.x) * fraction, p.y + (q.y - p.y) * fraction, p.z + (q.z - p.z) * fraction});
+  return between;
+}
+
+void FillUnknown(const Take& take, HeadTrack& track) {
+  const std::size_t count = track.heads.size();
+  std::size_t last = count; // the last known frame; none yet
+  for (std::size_t f = 0; f < count; ++f) {
+    if (!track.known[f]) continue;
+    for (std::size_t i = last == count ? 0 : last + 1; i < f; ++i) {
+      const double fraction =
+          last == count ? 1 : (take.times[i] - take.times[last]) / (take.times[f] - take.times[last]);
+      track.heads[i] = last == count ? track.heads[f] : Between(track.heads[last], track.heads[f], fraction);
+    }
+    last = f;
+  }
+  if (last != count)
+    std::fill(track.heads.begin() + static_cast<std::ptrdiff_t>(last), track.heads.end(), track.heads[last]);
+}
+
+} // namespace
+
+std::size_t HeadTrack::UnknownFrames() const {
+  return static_cast<std::size_t>(std::count(known.begin(), known.end(), false));
+}
+
+HeadTrack TrackHead(const Take& take, const Performer& performer, const NeutralPose& neutral,
+                    const VgeAMatrix& face_axes, const SolveOptions& options) {
+  HeadTrack track;
+  track.heads.assign(take.FrameCount(), face_axes);
+  track.known.assign(take.FrameCount(), true);
+
+  const VgeAMatrix to_face = InverseOfOrthogonalAxes(face_axes);
+  RigidMotion::Markers reference;
+  for (std::size_t slot = 0; slot < performer.head.size(); ++slot) {
+    const auto place = neutral.find(performer.head[slot]);
+    if (place == neutral.end()) {
+      track.left_out.push_back(performer.head[slot]);
+      continue;
+    }
+    const VgeTVector p = TransformPoint(to_face, {place->second.x, place->second.y, place->second.z});
+    reference[slot] = Point{p.x, p.y, p.z};
+  }
+  RigidMotion motion(reference);
+  track.motion_removed = motion.Solve(reference).has_value();
+  if (!track.motion_removed) return track;
+
+  Take head = PickMarkers(take, MarkerIndices(take, performer.head));
+  std::vector<std::size_t> slots(head.MarkerCount());
+  std::iota(slots.begin(), slots.end(), std::size_t{0});
+  if (options.head_tolerance_mm)
+    track.slipped = TakeOutSlipped(head, slots, reference, *options.head_tolerance_mm);
+  track.fills = FillGaps(head, slots, options.head_fill);
+  if (options.smooth_positions_hz) SmoothPositions(head, slots, *options.smooth_positions_hz);
+
+  for (std::size_t f = 0; f < head.FrameCount(); ++f) {
+    RigidMotion::Markers seen;
+    for (const std::size_t slot : slots)
+      if (const Point* p = head.At(f, slot)) seen[slot] = *p;
+    const auto solved = motion.Solve(seen);
+    track.known[f] = solved.has_value();
+    if (solved) track.heads[f] = *solved;
+  }
+  FillUnknown(take, track);
+  return track;
+}
+
+Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers) {
+  Take stable = PickMarkers(take, MarkerIndices(take, markers));
+  for (std::size_t f = 0; f < stable.FrameCount(); ++f) {
+    const VgeAMatrix to_head = InverseOfOrthogonalAxes(track.heads[f]);
+    for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
+      const Point* const p = stable.At(f, m);
+      if (!p) continue;
+      const VgeTVector p_head = TransformPoint(to_head, {p->x, p->y, p->z});
+      if (track.known[f])
+        stable.Set(f, m, {p_head.x, p_head.y, p_head.z}, stable.OriginAt(f, m));
+      else
+        stable.Clear(f, m);
+    }
+  }
+  return stable;
+}
+
+} // namespace mien

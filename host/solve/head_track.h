@@ -1,0 +1,40 @@
+#pragma once
+
+#include "host/performer/performer.h"
+#include "host/solve/solve_options.h"
+#include "host/takes/fill_gaps.h"
+#include "host/takes/slipped_markers.h"
+#include "host/takes/take.h"
+#include "mien/base/geometry.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// Where the head is in each frame of a take.
+struct HeadTrack {
+  /// From a face that looks along +z, x to its left, y up, into the take (size: frames). Where the markers do not tell,
+  /// evenly turned and moved between the frames around; at the ends of the take as in the nearest frame.
+  std::vector<VgeAMatrix> heads;
+  std::vector<bool> known; ///< whether the markers tell (size: frames)
+
+  bool motion_removed =
+      true; ///< false where fewer than three head markers are usable, or they stand on a line: then the head is taken as still
+  std::vector<std::string> left_out; ///< head markers that the neutral pose lacks
+  SlippedMarkers slipped;
+  std::vector<FilledMarker> fills;
+
+  std::size_t UnknownFrames() const;
+};
+
+/// `face_axes` are those of the neutral pose (FaceAxes). The take must have the performer's markers.
+HeadTrack TrackHead(const Take& take, const Performer& performer, const NeutralPose& neutral,
+                    const VgeAMatrix& face_axes, const SolveOptions& options);
+
+/// The markers of these names in the head's frame: of a face that looks along +z, x to its left, y up. In frames without a
+/// known head they are gaps.
+Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers);
+
+} // namespace mien

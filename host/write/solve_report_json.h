@@ -1,0 +1,37 @@
+#pragma once
+
+#include "host/performer/neutral.h"
+#include "host/solve/solve_options.h"
+#include "host/solve/solve_take.h"
+#include "host/takes/take.h"
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mien {
+
+/// A file, or something built in, that a result came from or went to.
+struct ReportedFile {
+  std::string role;   ///< "take", "performer", "character", "head", "output"
+  std::string name;   ///< its path as given, or the built-in's name
+  std::string sha256; ///< or in words why there is none; empty where it is built in
+};
+
+/// All that is needed to say how a solved take came about, and to repeat it.
+struct SolveRecord {
+  std::vector<std::string> command; ///< the arguments
+  std::vector<ReportedFile> files;
+  const Take* take = nullptr; ///< not owned, nor are the others
+  const Neutral* neutral = nullptr;
+  const SolveOptions* options = nullptr;
+  const SolvedTake* solved = nullptr;
+};
+
+/// Writes the record as JSON: {"format": "mien report 1", "tool", "command", "files", "take", "settings", "neutral",
+/// "head", "markers", "parts", "worst_frames"}. Frames are told by their numbers in the take.
+void WriteSolveReport(const SolveRecord& record, std::ostream& out);
+
+} // namespace mien
