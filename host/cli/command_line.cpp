@@ -38,14 +38,15 @@ int RunCommandLine(int argc, const char* const* argv) {
   app.footer("Example: mien solve take.csv --performer landmarks68 --character arkit52 -o shapes.csv\n"
              "Each command has a help of its own: mien solve --help");
   AddInfoCommand(app);
-  AddSolveCommand(app);
+  AddConvertCommand(app);
+  AddSolveCommand(app, {argv, argv + argc});
   AddPerformerCommand(app);
   AddCharacterCommand(app);
 
   try {
     app.parse(argc, argv);
     if (app.get_subcommands().empty())
-      throw CLI::RequiredError("a subcommand (info, solve, performer or character)");
+      throw CLI::RequiredError("a subcommand (info, convert, solve, performer or character)");
   } catch (const CLI::Success& help_or_version) {
     return app.exit(help_or_version);
   } catch (const CLI::ParseError& error) {

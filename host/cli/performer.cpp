@@ -1,6 +1,7 @@
 #include "host/cli/commands.h"
 #include "host/cli/neutral_option.h"
 #include "host/cli/report.h"
+#include "host/cli/take_options.h"
 #include "host/performer/face_axes.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
@@ -23,6 +24,7 @@ struct Options {
   std::string take, performer, output, name;
   std::optional<FrameRange> neutral;
   bool quiet = false;
+  ReadOptions reading;
 };
 
 void Save(const Options& options) {
@@ -30,7 +32,7 @@ void Save(const Options& options) {
   if (!IsUtf8(options.name)) throw CLI::ValidationError("--name", "this is not UTF-8 text");
   CheckWritable(options.output);
   Performer performer = FindPerformer(options.performer);
-  const Take take = ReadTake(options.take);
+  const Take take = ReadTake(options.take, options.reading);
   CheckMarkers(performer, take);
   const Neutral neutral = FindNeutral(take, performer, options.neutral);
   FaceAxes(performer, neutral.pose); // a file that no take could be solved with is not written
@@ -52,7 +54,7 @@ void AddPerformerCommand(CLI::App& app) {
   command->footer("Example: mien performer take.csv --performer landmarks68 --name Ada -o ada.json\n"
                   "Then:    mien solve other.csv --performer ada.json -o weights.csv");
   auto options = std::make_shared<Options>();
-  command->add_option("TAKE", options->take, "The take's file: landmark CSV or marker CSV")->required();
+  command->add_option("TAKE", options->take, kTakeHelp)->required();
   command
       ->add_option("-p,--performer", options->performer,
                    fmt::format("The markers: a performer file, or a built-in performer: {}",
@@ -64,6 +66,7 @@ void AddPerformerCommand(CLI::App& app) {
       ->required();
   command->add_option("--name", options->name, "The performer's name in the file")->type_name("NAME");
   AddNeutralOption(*command, options->neutral);
+  AddTakeOptions(*command, options->reading);
   command->add_flag("-q,--quiet", options->quiet, "Report nothing but errors");
   command->callback([options] { Save(*options); });
 }

@@ -31,10 +31,11 @@ std::string Some(const std::vector<std::string>& names) {
   return text;
 }
 
-void RefuseOverwriting(const std::string& output, const std::string& input, std::string_view what) {
+void RefuseOverwriting(const std::string& output, const std::string& input, std::string_view what,
+                       const char* option) {
   std::error_code not_there;
   if (std::filesystem::equivalent(input, output, not_there))
-    throw CLI::ValidationError("--output", fmt::format("this is {} itself", what));
+    throw CLI::ValidationError(option, fmt::format("this is {} itself", what));
 }
 
 } // namespace mien

@@ -20,6 +20,7 @@ std::string Some(const std::vector<std::string>& names);
 
 /// Refuses an output that is the command's input, whatever name it goes by, as a fault of the command line. `what` names
 /// the input.
-void RefuseOverwriting(const std::string& output, const std::string& input, std::string_view what);
+void RefuseOverwriting(const std::string& output, const std::string& input, std::string_view what,
+                       const char* option = "--output");
 
 } // namespace mien

@@ -3,17 +3,22 @@
 #include "host/cli/neutral_option.h"
 #include "host/cli/progress.h"
 #include "host/cli/report.h"
+#include "host/cli/solve_report.h"
+#include "host/cli/take_options.h"
 #include "host/error.h"
+#include "host/mapped_file.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
 #include "host/read_file.h"
+#include "host/sha256.h"
 #include "host/solve/solve_character.h"
 #include "host/solve/solve_take.h"
 #include "host/takes/read_take.h"
 #include "host/write/animation_glb.h"
 #include "host/write/animation_json.h"
 #include "host/write/livelink_csv.h"
+#include "host/write/solve_report_json.h"
 #include "host/write/weight_csv.h"
 #include "host/write/whole_file.h"
 
@@ -34,9 +39,13 @@ namespace {
 enum class Format { TemplateCsv, ShapeCsv, LiveLinkCsv, Json, Glb };
 
 struct Options {
-  std::string take, performer, character, output, csv_style, onto, head;
+  std::string take, performer, character, output, csv_style, onto, head, report;
   std::vector<std::string> expressions;
+  ReadOptions read;
   std::optional<FrameRange> neutral;
+  std::optional<std::string> timecode;
+  SolveOptions solve;
+  std::vector<std::string> command; // as it was typed
   bool templates = false;
   bool quiet = false;
 };
@@ -80,42 +89,6 @@ ExpressionWeights ParseExpressions(const Options& options) {
     weights.emplace_back(text.substr(0, equals), weight);
   }
   return weights;
-}
-
-void ReportOnSolve(const Take& take, const Performer& performer, const Neutral& neutral,
-                   const FaceSolver::Report& report) {
-  ReportLine("take", fmt::format("{}: {} frames at {:.6g} Hz, {} markers", take.name, take.FrameCount(),
-                                 take.rate_hz, take.MarkerCount()));
-  for (const std::string& note : take.notes) ReportLine("", note);
-  ReportLine("performer", performer.name);
-  ReportLine("neutral", neutral.how);
-  for (const std::string& note : neutral.notes) ReportLine("", note);
-  for (const std::string& marker : report.left_out)
-    ReportLine("", fmt::format("the marker {} is not in the neutral pose and was left out", marker));
-
-  if (!report.head_motion_removed)
-    ReportLine("head", "fewer than 3 head markers, or all on a line: the head's motion was NOT removed");
-  else if (report.frames_without_head == 0)
-    ReportLine("head", "found in every frame");
-  else
-    ReportLine("head", fmt::format("not found in {} of {} frames, where it was held",
-                                   report.frames_without_head, report.frames));
-
-  if (report.held.empty()) {
-    ReportLine("gaps", "none");
-  } else {
-    std::size_t frames = 0;
-    const FaceSolver::Report::Held* longest = &report.held[0];
-    for (const auto& held : report.held) {
-      frames += held.frames;
-      if (held.frames > longest->frames) longest = &held;
-    }
-    ReportLine("gaps", fmt::format("{} of {} positions held in {} markers, most in {} ({} frames)", frames,
-                                   report.frames * performer.FaceMarkers().size(), report.held.size(),
-                                   longest->marker, longest->frames));
-  }
-  if (!report.resting_parts.empty())
-    ReportLine("at rest", fmt::format("{} (no markers)", fmt::join(report.resting_parts, ", ")));
 }
 
 std::vector<std::string> Told(const HeadReport& head, const Animation& animation,
@@ -188,11 +161,62 @@ std::vector<std::string> Write(const Options& options, Format format, const Anim
   return report;
 }
 
+/// Nothing of a cleaning that cannot be done at the take's rate is begun.
+void CheckFilters(const Options& options, const Take& take) {
+  for (const auto& [option, cutoff] : {std::pair("--smooth", options.solve.smooth_positions_hz),
+                                       std::pair("--smooth-weights", options.solve.smooth_weights_hz)})
+    if (cutoff && *cutoff >= take.rate.Hz() / 2)
+      Refuse(option,
+             fmt::format("{} Hz is not below half the take's rate of {} Hz", *cutoff, ToText(take.rate)));
+}
+
+bool IsBuiltIn(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+/// Whether what is written to both would end up in one file, which need not be there yet.
+bool IsSamePlace(const std::string& a, const std::string& b) {
+  namespace fs = std::filesystem;
+  std::error_code no_place;
+  const auto place = [&](const std::string& name) {
+    return name == "-" ? fs::path("/dev/stdout") : fs::absolute(name, no_place);
+  };
+  return fs::equivalent(place(a), place(b), no_place) ||
+         fs::weakly_canonical(place(a), no_place) == fs::weakly_canonical(place(b), no_place);
+}
+
+/// The files that went into the solve and the one that came out of it.
+std::vector<ReportedFile> FilesOf(const Options& options, const MappedFile& take_file,
+                                  const std::optional<Character>& character) {
+  std::vector<ReportedFile> files = {{"take", options.take, Sha256(take_file.Bytes())}};
+  const auto add = [&](const char* role, const std::string& name, bool built_in) {
+    std::error_code no_file; // a pipe gives its bytes but once
+    files.push_back({role, name,
+                     built_in                                          ? ""
+                     : std::filesystem::is_regular_file(name, no_file) ? Sha256(MappedFile(name).Bytes())
+                                                                       : "read from a pipe"});
+  };
+  add("performer", options.performer, IsBuiltIn(BuiltInPerformers(), options.performer));
+  const std::string character_name =
+      options.character.empty() && character ? character->name : options.character;
+  if (character) add("character", character_name, IsBuiltIn(BuiltInCharacters(), character_name));
+  if (!options.onto.empty()) add("head", options.onto, false);
+  if (std::error_code no_file; std::filesystem::is_regular_file(options.output, no_file))
+    add("output", options.output, false);
+  return files;
+}
+
 void Solve(const Options& options) {
   RefuseOverwriting(options.output, options.take, "the take");
   RefuseOverwriting(options.output, options.performer, "the performer file");
   RefuseOverwriting(options.output, options.character, "the character file");
   RefuseOverwriting(options.output, options.onto, "the head");
+  RefuseOverwriting(options.report, options.take, "the take", "--report");
+  RefuseOverwriting(options.report, options.performer, "the performer file", "--report");
+  RefuseOverwriting(options.report, options.character, "the character file", "--report");
+  RefuseOverwriting(options.report, options.onto, "the head", "--report");
+  if (!options.report.empty() && IsSamePlace(options.report, options.output))
+    Refuse("--report", "this is the output itself");
   const Format format = FormatOf(options);
   const ExpressionWeights expressions = ParseExpressions(options);
   if (!expressions.empty() && options.character.empty()) Refuse("--expression", "this is for --character");
@@ -201,6 +225,7 @@ void Solve(const Options& options) {
     Refuse("--expression", "--templates leaves out what expressions act on: the shapes");
 
   CheckWritable(options.output);
+  if (!options.report.empty()) CheckWritable(options.report);
   const Performer performer = FindPerformer(options.performer);
   std::optional<Character> character;
   if (!options.character.empty())
@@ -209,37 +234,120 @@ void Solve(const Options& options) {
     character = FindCharacter("arkit52");
   if (character && format == Format::ShapeCsv)
     for (const std::string& shape : character->Shapes())
-      if (shape == "frame" || shape == "time")
+      if (shape == "frame" || shape == "time" || shape == "timecode")
         throw InputError(character->file, "/parts",
                          fmt::format("the shape {} has the name of a .csv column", Quoted(shape)),
                          "rename it, or write .json");
   std::optional<Glb> head;
   if (!options.onto.empty()) head = ReadGlb(ReadFile(options.onto), options.onto);
-  const Take take = ReadTake(options.take);
+  const MappedFile take_file(options.take);
+  Take take = ReadTake(take_file.Bytes(), options.take, options.read);
+  if (options.timecode) {
+    take.timecode = ParseTimecode(*options.timecode, take.rate);
+    if (!take.timecode)
+      Refuse(
+          "--timecode",
+          fmt::format("\"{}\" is no timecode; write HH:MM:SS:FF with FF below its rate, which is the take's "
+                      "({}) unless it follows: 10:02:59:29@30",
+                      *options.timecode, ToText(take.rate)));
+  }
+  CheckFilters(options, take);
   CheckMarkers(performer, take);
   const Neutral neutral = FindNeutral(take, performer, options.neutral);
   SolvedTake solved;
   {
     Progress progress("solving " + take.name);
-    solved = SolveTake(take, performer, neutral.pose, std::ref(progress));
+    solved = SolveTake(take, performer, neutral.pose, options.solve, std::ref(progress));
   }
   if (character) SolveCharacter(solved.animation, *character, expressions);
   solved.animation.CheckFinite(options.take);
   const std::vector<std::string> written =
       Write(options, format, solved.animation, character, std::move(head));
 
+  if (!options.report.empty()) {
+    SolveRecord record = {.command = options.command,
+                          .files = FilesOf(options, take_file, character),
+                          .take = &take,
+                          .neutral = &neutral,
+                          .options = &options.solve,
+                          .solved = &solved};
+    WriteWhole(options.report, [&](std::ostream& out) { WriteSolveReport(record, out); });
+  }
   if (options.quiet) return;
-  ReportOnSolve(take, performer, neutral, solved.report);
+  ReportOnSolve(take, performer, neutral, options.solve, solved.report);
   if (character) ReportLine("character", character->name);
   if (options.output != "-")
     ReportLine("wrote", fmt::format("{}: {}, {}", options.output,
                                     Count(solved.animation.frames.size(), "frame"), written.front()));
   for (std::size_t i = 1; i < written.size(); ++i) ReportLine("", written[i]);
+  if (!options.report.empty() && options.report != "-") ReportLine("wrote", options.report);
+}
+
+void AddCleaningOptions(CLI::App& command, Options& options) {
+  const auto fill = [&command](const char* name, const char* help, FillPlan& to) {
+    command
+        .add_option_function<std::string>(
+            name,
+            [name, &to](const std::string& text) {
+              const auto parsed = ParseFillPlan(text);
+              if (!parsed)
+                Refuse(name,
+                       fmt::format(
+                           "\"{}\" is not none, hold, linear, cubic or pattern, or several of them, such as "
+                           "cubic:0.2,pattern:1",
+                           text));
+              to = *parsed;
+            },
+            fmt::format("{}; default {}", help, ToText(to)))
+        ->type_name("METHOD[:SECONDS],...")
+        ->group("Cleaning");
+  };
+  fill("--fill", "How gaps of face markers are filled, and the longest that is", options.solve.face_fill);
+  fill("--fill-head", "How gaps of head markers are filled, and the longest that is",
+       options.solve.head_fill);
+
+  const auto number = [&command](const char* name, const char* unit, const char* example,
+                                 const std::string& help, const auto& set) {
+    return command
+        .add_option_function<std::string>(
+            name,
+            [name, unit, example, set](const std::string& text) {
+              const char* const end = text.data() + text.size();
+              double value = 0;
+              const auto [parsed, error] = std::from_chars(text.data(), end, value);
+              if (error != std::errc() || parsed != end || !(value > 0) || !std::isfinite(value))
+                Refuse(name,
+                       fmt::format("\"{}\" is not a number of {} above 0, such as {}", text, unit, example));
+              set(value);
+            },
+            help)
+        ->type_name(unit)
+        ->group("Cleaning");
+  };
+  CLI::Option* const tolerance =
+      number("--head-tolerance", "MM", "6",
+             fmt::format("How far a head marker may leave its place before it is left out; default {}",
+                         *options.solve.head_tolerance_mm),
+             [&options](double mm) { options.solve.head_tolerance_mm = mm; });
+  command
+      .add_flag_callback(
+          "--keep-slipped", [&options] { options.solve.head_tolerance_mm.reset(); },
+          "Leave no head marker out, however far from its place")
+      ->excludes(tolerance)
+      ->group("Cleaning");
+  number("--fade", "S", "0.25",
+         fmt::format("How long a part takes to come to rest where its markers are missing; default {}",
+                     options.solve.fade_s),
+         [&options](double seconds) { options.solve.fade_s = seconds; });
+  number("--smooth", "HZ", "10", "Smooth the markers: take out what is faster than this, without delay",
+         [&options](double hz) { options.solve.smooth_positions_hz = hz; });
+  number("--smooth-weights", "HZ", "10", "The same for the template weights",
+         [&options](double hz) { options.solve.smooth_weights_hz = hz; });
 }
 
 } // namespace
 
-void AddSolveCommand(CLI::App& app) {
+void AddSolveCommand(CLI::App& app, std::vector<std::string> arguments) {
   // An empty argument is a variable that somebody forgot to set.
   const CLI::Validator not_empty([](std::string& text) { return text.empty() ? "the name is empty" : ""; },
                                  "");
@@ -256,7 +364,7 @@ void AddSolveCommand(CLI::App& app) {
       "  .json  everything: templates, shapes, clusters, the head\n"
       "  .glb   an animated head for Blender, game engines and viewers");
   auto options = std::make_shared<Options>();
-  command->add_option("TAKE", options->take, "The take's file: landmark CSV or marker CSV")->required();
+  command->add_option("TAKE", options->take, kTakeHelp)->required();
   command
       ->add_option(
           "-p,--performer", options->performer,
@@ -293,7 +401,21 @@ void AddSolveCommand(CLI::App& app) {
                    ".glb: the node of that head which turns with the performer's head")
       ->check(not_empty)
       ->type_name("NODE");
+  AddCleaningOptions(*command, *options);
+  AddTakeOptions(*command, options->read);
+  command
+      ->add_option(
+          "--timecode", options->timecode,
+          "The timecode of the first frame, in place of the take's own; counts at RATE a second, or else at "
+          "the take's rate")
+      ->type_name("HH:MM:SS:FF[@RATE]");
+  command
+      ->add_option("--report", options->report,
+                   "Write what was done to the take, settings and hashes, beside the output")
+      ->check(not_empty)
+      ->type_name("FILE.json");
   command->add_flag("-q,--quiet", options->quiet, "Report nothing but errors");
+  options->command = std::move(arguments);
   command->callback([options] { Solve(*options); });
 }
 

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/performer/performer.h"
+#include "host/takes/read_take.h"
+
+#include <CLI/CLI.hpp>
+
+#include <optional>
+#include <string_view>
+
+namespace mien {
+
+/// What a command's help says of TAKE.
+inline constexpr char kTakeHelp[] = "The take's file: C3D, TRC, landmark CSV or marker CSV";
+
+/// Adds what every command that reads takes has: --strict and --face. `options` must outlive the parsing.
+void AddTakeOptions(CLI::App& command, ReadOptions& options);
+
+/// Reads FRAME or FROM-TO; numbers may be negative. Nothing for anything else, and where TO comes before FROM.
+std::optional<FrameRange> ParseFrameRange(std::string_view text);
+
+} // namespace mien
