@@ -1,0 +1,34 @@
+"""What reading a take's file takes with numpy and pandas: prints the seconds of
+one run and the megabytes that the process held at most.
+
+    /usr/bin/python3 read_takes.py c3d FILE POINTS FRAMES
+    /usr/bin/python3 read_takes.py csv FILE
+"""
+
+import resource
+import sys
+import time
+
+import numpy
+
+kind, path = sys.argv[1:3]
+if kind == "c3d":
+    points, frames = int(sys.argv[3]), int(sys.argv[4])
+    with open(path, "rb") as file:
+        block = file.read(18)[16:18]
+    start = time.perf_counter()
+    # Who knows the layout need not read the parameters.
+    words = numpy.fromfile(path, dtype="<f4", count=frames * points * 4, offset=(int.from_bytes(block, "little") - 1) * 512)
+    words = words.reshape(frames, points, 4)
+    positions = words[:, :, :3].astype(numpy.float64)
+    positions[words[:, :, 3] < 0] = numpy.nan
+    seen = numpy.isfinite(positions).sum()
+else:
+    import pandas
+
+    start = time.perf_counter()
+    table = pandas.read_csv(path, skipinitialspace=True)
+    seen = table.size
+seconds = time.perf_counter() - start
+assert seen > 0
+print(seconds, resource.getrusage(resource.RUSAGE_SELF).ru_maxrss / 1024)

@@ -1,0 +1,287 @@
+// Reading whole takes, and solving one from file to file, beside the least that anybody could do and beside what others
+// use. Every form runs in a process of its own, so that each pays for its memory and the most it held can be told; the
+// forms take turns, and the table has the medians. The files are made here, and are in the page cache.
+//
+//   mien_reading FOLDER MIEN      (FOLDER for the files, 600 MB; MIEN the command)
+
+#include "host/mapped_file.h"
+#include "host/takes/c3d.h"
+#include "host/takes/read_take.h"
+#include "samples/synthetic_performance.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using mien::MappedFile;
+using mien::Point;
+using mien::Take;
+
+constexpr int kRuns = 7;
+
+/// What one run took.
+struct Cost {
+  double seconds = 0;
+  double megabytes = 0; // the most memory that the process held, shared pages of the file included
+  bool ran = false;
+};
+
+double Now() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+/// Runs `work` in a process of its own.
+Cost Run(const std::function<void()>& work) {
+  int ends[2];
+  if (pipe(ends) != 0) return {};
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    const double start = Now();
+    work();
+    const double seconds = Now() - start;
+    const bool told = write(ends[1], &seconds, sizeof seconds) == sizeof seconds;
+    _exit(told ? 0 : 1);
+  }
+  close(ends[1]);
+  Cost cost;
+  cost.ran = read(ends[0], &cost.seconds, sizeof cost.seconds) == sizeof cost.seconds;
+  close(ends[0]);
+  int status = 0;
+  rusage used{};
+  wait4(child, &status, 0, &used);
+  cost.ran &= status == 0;
+  cost.megabytes = static_cast<double>(used.ru_maxrss) / 1024;
+  return cost;
+}
+
+/// Runs a program; its whole time counts.
+Cost Execute(const std::vector<std::string>& arguments) {
+  std::vector<char*> argv;
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  std::fflush(nullptr);
+  const double start = Now();
+  const pid_t child = fork();
+  if (child == 0) {
+    execvp(argv[0], argv.data());
+    _exit(1);
+  }
+  Cost cost;
+  int status = 0;
+  rusage used{};
+  wait4(child, &status, 0, &used);
+  cost.seconds = Now() - start;
+  cost.megabytes = static_cast<double>(used.ru_maxrss) / 1024;
+  cost.ran = status == 0;
+  return cost;
+}
+
+/// Runs read_takes.py, which prints the seconds of the reading alone and the megabytes.
+Cost RunPython(const std::string& arguments) {
+  const std::string command =
+      fmt::format("/usr/bin/python3 {}/read_takes.py {} 2>/dev/null", MIEN_BENCHMARKS_FOLDER, arguments);
+  Cost cost;
+  FILE* const output = popen(command.c_str(), "r");
+  if (!output) return cost;
+  cost.ran = std::fscanf(output, "%lf %lf", &cost.seconds, &cost.megabytes) == 2;
+  cost.ran &= pclose(output) == 0;
+  return cost;
+}
+
+// --- The least that anybody could do.
+
+/// Maps the file and turns each point into three doubles and the fourth word.
+void ConvertC3d(const fs::path& path, std::size_t points, std::size_t frames) {
+  const MappedFile file(path);
+  const char* at = file.Bytes().data() + 512 * (static_cast<unsigned char>(file.Bytes()[16]) +
+                                                256 * static_cast<unsigned char>(file.Bytes()[17]) - 1);
+  const std::unique_ptr<double[]> out(new double[points * frames * 4]);
+  for (std::size_t i = 0; i < points * frames; ++i, at += 16) {
+    float word[4];
+    std::memcpy(word, at, sizeof word);
+    for (std::size_t k = 0; k < 3; ++k) out[4 * i + k] = static_cast<double>(word[k]);
+    out[4 * i + 3] = static_cast<double>(static_cast<int>(word[3]));
+  }
+  if (out[points * frames] == 12345.678) std::abort(); // so that it is not left out
+}
+
+/// Maps the file and converts every field.
+void ConvertCsv(const fs::path& path) {
+  const MappedFile file(path);
+  std::string_view text = file.Bytes();
+  text.remove_prefix(text.find('\n') + 1);
+  std::vector<double> numbers;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at < end) {
+    while (at < end && (*at == ' ' || *at == ',' || *at == '\n')) ++at;
+    if (at == end) break;
+    double value = 0;
+    at = std::from_chars(at, end, value).ptr;
+    numbers.push_back(value);
+  }
+  if (numbers.empty()) std::abort();
+}
+
+// --- The files.
+
+/// A take of `points` markers: the sample performer's, to and fro, and copies of them beside; 1 % of all are gaps.
+Take MakeTake(std::size_t points, std::size_t frames) {
+  const Take performed = mien::samples::FilmMarkers();
+  const std::size_t known = performed.MarkerCount();
+  std::vector<std::string> names;
+  for (std::size_t m = 0; m < points; ++m)
+    names.push_back(m < known ? performed.markers[m] : fmt::format("copy{}", m));
+  Take take(std::move(names));
+  take.rate = {120, 1};
+  std::uint32_t random = 1;
+  for (std::size_t f = 0; f < frames; ++f) {
+    take.AddFrame(static_cast<std::int64_t>(f) + 1, static_cast<double>(f) / 120);
+    const std::size_t round = 2 * (performed.FrameCount() - 1), step = f % round;
+    const std::size_t from = std::min(step, round - step);
+    for (std::size_t m = 0; m < points; ++m) {
+      random = random * 1664525 + 1013904223;
+      const Point* const p = performed.At(from, m % known);
+      if (!p || random >> 24 < 3) continue; // 3 of 256
+      take.Set(f, m, {p->x + 10.0 * static_cast<double>(m / known), p->y, p->z});
+    }
+  }
+  return take;
+}
+
+void MakeC3d(const fs::path& path, std::size_t points, std::size_t frames) {
+  if (fs::exists(path)) return;
+  std::ofstream out(path, std::ios::binary);
+  mien::WriteC3d(MakeTake(points, frames), out);
+}
+
+/// As trackers write it with all column groups on: 714 columns, blanks before the names and fields.
+void MakeLandmarkCsv(const fs::path& path, std::size_t frames) {
+  if (fs::exists(path)) return;
+  std::string header = "frame, face_id, timestamp, confidence, success";
+  const auto add = [&](const std::string& name, std::size_t first, std::size_t end) {
+    for (std::size_t i = first; i < end; ++i) header += fmt::format(", {}_{}", name, i);
+  };
+  add("gaze", 0, 8);
+  for (const char* name : {"eye_lmk_x", "eye_lmk_y", "eye_lmk_X", "eye_lmk_Y", "eye_lmk_Z"}) add(name, 0, 56);
+  add("pose", 0, 6);
+  for (const char* name : {"x", "y", "X", "Y", "Z"}) add(name, 0, 68);
+  add("p", 0, 40);
+  add("AU", 0, 35);
+  std::ofstream out(path, std::ios::binary);
+  out << header << '\n';
+  std::uint32_t random = 1;
+  for (std::size_t f = 0; f < frames; ++f) {
+    std::string row = fmt::format("{}, 0, {:.3f}, 0.98, 1", f + 1, static_cast<double>(f) / 30);
+    for (std::size_t c = 5; c < 714; ++c) {
+      random = random * 1664525 + 1013904223;
+      const double value = static_cast<double>(random >> 8) / 16777216.0 * 1000 - 300;
+      row += c < 13 || c >= 639 ? fmt::format(", {:.3f}", value / 300) : fmt::format(", {:.1f}", value);
+    }
+    out << row << '\n';
+  }
+}
+
+// --- The table.
+
+struct Form {
+  std::string name;
+  std::function<Cost()> run;
+  std::vector<Cost> costs = {};
+
+  std::optional<Cost> Median() const {
+    if (costs.empty() || !costs[0].ran) return std::nullopt;
+    std::vector<Cost> sorted = costs;
+    std::sort(sorted.begin(), sorted.end(),
+              [](const Cost& a, const Cost& b) { return a.seconds < b.seconds; });
+    return sorted[sorted.size() / 2];
+  }
+};
+
+/// The first form is the library's.
+void Compare(const std::string& title, std::vector<Form> forms) {
+  for (int run = 0; run < kRuns; ++run)
+    for (Form& form : forms)
+      if (run == 0 || form.costs[0].ran) form.costs.push_back(form.run());
+  fmt::print("\n{}\n  {:<34} {:>9} {:>9} {:>10}\n", title, "", "seconds", "of it", "memory MB");
+  const std::optional<Cost> ours = forms[0].Median();
+  for (const Form& form : forms)
+    if (const auto cost = form.Median())
+      fmt::print("  {:<34} {:>9.3f} {:>9.2f} {:>10.0f}\n", form.name, cost->seconds,
+                 ours ? ours->seconds / cost->seconds : 0.0, cost->megabytes);
+    else
+      fmt::print("  {:<34} {:>9}\n", form.name, "failed");
+  std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    fmt::print(stderr, "usage: mien_reading FOLDER MIEN\n");
+    return 2;
+  }
+  const fs::path folder = argv[1];
+  fs::create_directories(folder);
+  const auto read = [](const fs::path& path) {
+    return Run([path] {
+      if (mien::ReadTake(path).FrameCount() == 0) std::abort();
+    });
+  };
+  fmt::print(
+      "Medians of {} runs, each in a process of its own. \"of it\": mien's time as a part of this one's.\n",
+      kRuns);
+
+  for (const auto& [points, frames] : {std::pair<std::size_t, std::size_t>{160, 36000}, {1300, 17000}}) {
+    const fs::path path = folder / fmt::format("{}x{}.c3d", points, frames);
+    if (!fs::exists(path)) Run([&] { MakeC3d(path, points, frames); });
+    Compare(fmt::format("C3D, {} markers x {} frames, {:.0f} MB", points, frames,
+                        static_cast<double>(fs::file_size(path)) / 1e6),
+            {{"mien", [&] { return read(path); }},
+             {"mmap and convert (the floor)", [&] { return Run([&] { ConvertC3d(path, points, frames); }); }},
+             {"numpy.fromfile",
+              [&] { return RunPython(fmt::format("c3d {} {} {}", path.string(), points, frames)); }}});
+  }
+  const fs::path csv = folder / "landmarks.csv";
+  constexpr std::size_t kRows = 18000;
+  if (!fs::exists(csv)) Run([&] { MakeLandmarkCsv(csv, kRows); });
+  Compare(fmt::format("Landmark CSV, {} rows x 714 columns, {:.0f} MB", kRows,
+                      static_cast<double>(fs::file_size(csv)) / 1e6),
+          {{"mien", [&] { return read(csv); }},
+           {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertCsv(csv); }); }},
+           {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", csv.string())); }}});
+
+  // What a user waits for: the C3D in, the weights out.
+  Form solve = {"mien solve", [&] {
+                  return Execute({argv[2], "solve", (folder / "160x36000.c3d").string(), "-p",
+                                  MIEN_SAMPLES_FOLDER "/markers.performer.json", "-q", "-o",
+                                  (folder / "weights.csv").string()});
+                }};
+  for (int run = 0; run < kRuns; ++run) solve.costs.push_back(solve.run());
+  if (const auto cost = solve.Median())
+    fmt::print("\nmien solve of 160 markers x 36000 frames, C3D to CSV: {:.2f} s, {:.0f} frames a second, "
+               "{:.0f} MB\n",
+               cost->seconds, 36000 / cost->seconds, cost->megabytes);
+  else
+    fmt::print("\nmien solve failed\n");
+  return 0;
+}
