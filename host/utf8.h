@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace mien {
@@ -28,6 +29,21 @@ inline bool IsUtf8(std::string_view text) {
     i += length;
   }
   return true;
+}
+
+/// A text of which each byte is a character of Latin-1, as UTF-8.
+inline std::string FromLatin1(std::string_view text) {
+  std::string utf8;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+      utf8 += c;
+    } else {
+      utf8 += static_cast<char>(0xC0 | byte >> 6);
+      utf8 += static_cast<char>(0x80 | (byte & 0x3F));
+    }
+  }
+  return utf8;
 }
 
 } // namespace mien

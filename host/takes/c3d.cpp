@@ -2,6 +2,7 @@
 
 #include "host/error.h"
 #include "host/takes/c3d_parameters.h"
+#include "host/takes/length_unit.h"
 #include "host/utf8.h"
 
 #include <fmt/format.h>
@@ -279,19 +280,6 @@ Layout FindLayout(const Source& source, const C3dParameters& parameters, std::ve
   return best;
 }
 
-std::string FromLatin1(std::string_view text) {
-  std::string utf8;
-  for (const char c : text) {
-    if (Byte(c) < 0x80) {
-      utf8 += c;
-    } else {
-      utf8 += static_cast<char>(0xC0 | Byte(c) >> 6);
-      utf8 += static_cast<char>(0x80 | (Byte(c) & 0x3F));
-    }
-  }
-  return utf8;
-}
-
 std::vector<std::string> MarkerNames(const C3dParameters& parameters, std::size_t points,
                                      std::vector<std::string>& notes) {
   std::vector<std::string> names = parameters.Texts("POINT", "LABELS");
@@ -338,20 +326,6 @@ std::vector<std::string> MarkerNames(const C3dParameters& parameters, std::size_
     notes.push_back(fmt::format("label that is there before, so that it got a number: {}{}", twice.first,
                                 twice.Others()));
   return names;
-}
-
-// Millimetres of a unit of length as people write it.
-std::optional<double> MillimetresOf(std::string unit) {
-  std::transform(unit.begin(), unit.end(), unit.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  static const std::unordered_map<std::string_view, double> kUnits = {
-      {"mm", 1},        {"millimeter", 1},  {"millimeters", 1},  {"millimetre", 1},   {"millimetres", 1},
-      {"cm", 10},       {"centimeter", 10}, {"centimeters", 10}, {"centimetre", 10},  {"centimetres", 10},
-      {"dm", 100},      {"m", 1000},        {"meter", 1000},     {"meters", 1000},    {"metre", 1000},
-      {"metres", 1000}, {"in", 25.4},       {"inch", 25.4},      {"inches", 25.4},    {"ft", 304.8},
-      {"foot", 304.8},  {"feet", 304.8},    {"um", 0.001},       {"\xC2\xB5m", 0.001}};
-  const auto found = kUnits.find(unit);
-  return found == kUnits.end() ? std::nullopt : std::optional(found->second);
 }
 
 double ReadUnit(const C3dParameters& parameters, Take& take) {
