@@ -2,6 +2,7 @@
 
 #include "host/error.h"
 #include "host/json_text.h"
+#include "mien/base/elementary.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -299,8 +300,9 @@ std::pair<std::string, double> NearestAxis(const Point& direction) {
   for (std::size_t axis = 1; axis < 3; ++axis)
     if (std::abs(values[axis]) > std::abs(values[nearest])) nearest = axis;
   constexpr double kDegrees = 57.29577951308232;
+  const double cosine = std::min(1.0, std::abs(values[nearest]));
   return {fmt::format("{}{}", values[nearest] < 0 ? '-' : '+', "xyz"[nearest]),
-          kDegrees * std::acos(std::min(1.0, std::abs(values[nearest])))};
+          kDegrees * detail::ArcTangent2(std::sqrt(1 - cosine * cosine), cosine)};
 }
 
 std::string GuessOfAxes(const TakeDescription& d) {

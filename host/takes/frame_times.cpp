@@ -122,7 +122,9 @@ void FrameTimes::Finish(const CsvReader& table, Take& take) const {
 
   // Both ends of a run are rounded by half a unit in the last place. A recording that paused without skipping
   // numbers counts as several runs: the pause would otherwise lower the rate of all of it.
-  const double rounding = std::pow(10.0, -decimals_);
+  double units = 1; // of the last place in a second
+  for (int i = 0; i < decimals_; ++i) units *= 10;
+  const double rounding = 1 / units;
   double frames = 0;
   double seconds = 0;
   double error = 0;

@@ -22,6 +22,8 @@
 namespace mien {
 namespace {
 
+constexpr std::string_view kLandmarkCsv = "landmark CSV";
+
 struct Format {
   std::string_view name;
   std::string_view looks; // what a user recognises it by
@@ -38,7 +40,7 @@ constexpr Format kFormats[] = {
      [](std::string_view bytes, const std::string& file, const ReadOptions&) {
        return ReadTrc(bytes, file);
      }},
-    {"landmark CSV", "columns frame, timestamp, X_0, ... Z_67",
+    {kLandmarkCsv, "columns frame, timestamp, X_0, ... Z_67",
      [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
        return ReadLandmarkCsv(bytes, file, options.face);
@@ -133,6 +135,9 @@ Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions
     throw InputError(name, "", "the file is empty", "export the take again");
   for (const Format& format : kFormats) {
     if (!format.is(bytes)) continue;
+    if (options.face && format.name != kLandmarkCsv)
+      throw InputError(name, "", fmt::format("{} has no faces to choose from", format.name),
+                       "leave out --face, which is for landmark CSV");
     Take take = format.read(bytes, name, options);
     take.file = name;
     take.name = std::filesystem::path(name).stem().string();

@@ -292,7 +292,8 @@ private:
           if (is_zero(*p))
             ++visits[m].zeros;
           else
-            visits[m].nearest = std::min(visits[m].nearest, std::hypot(p->x, p->y, p->z));
+            visits[m].nearest =
+                std::min(visits[m].nearest, std::sqrt(p->x * p->x + p->y * p->y + p->z * p->z));
         }
     Repeated cleared, kept;
     for (std::size_t m = 0; m < visits.size(); ++m) {

@@ -32,7 +32,10 @@ const Format& Of(TakeFormat format) {
                        [&](const Format& f) { return f.format == format; });
 }
 
-double Distance(const Point& a, const Point& b) { return std::hypot(a.x - b.x, a.y - b.y, a.z - b.z); }
+double Distance(const Point& a, const Point& b) {
+  const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
+  return std::sqrt(x * x + y * y + z * z);
+}
 
 std::string Counted(std::size_t count, std::string_view one, std::string_view many) {
   return fmt::format("{} {}", count, count == 1 ? one : many);

@@ -43,7 +43,7 @@ extern "C" void RemoveAndTell(int) {
   throw InputError(path.string(), "",
                    "cannot be written: " +
                        (error != 0 ? std::generic_category().message(error) : "writing broke off"),
-                   "choose another place with -o, or make room there");
+                   "choose another place, or make room there");
 }
 
 /// A file to be filled, removed again unless it is renamed.

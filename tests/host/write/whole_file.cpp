@@ -173,7 +173,7 @@ TEST_F(WholeFile, AFolderWithoutPermissionIsRefused) {
   ASSERT_TRUE(user.IsOrdinary());
   EXPECT_EQ(WriteError(closed / "w.csv"),
             (closed / "w.csv").string() +
-                ": cannot be written: Permission denied; choose another place with -o, or make room there");
+                ": cannot be written: Permission denied; choose another place, or make room there");
   EXPECT_EQ(CheckError(closed / "w.csv"), WriteError(closed / "w.csv"));
 }
 
