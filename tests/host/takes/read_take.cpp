@@ -94,7 +94,7 @@ TEST(ReadTake, NamesSeparatorsThatAreNoCommas) {
 }
 
 TEST(ReadTake, AFaceIsChosenOfLandmarksOnly) {
-  EXPECT_EQ(InputErrorOf([] { ReadTake(kTake, "t.csv", {.face = 1}); }),
+  EXPECT_EQ(InputErrorOf([] { ReadTake(kTake, "t.csv", {.strict = false, .face = 1}); }),
             "t.csv: marker CSV has no faces to choose from; leave out --face, which is for landmark CSV");
 }
 
@@ -102,9 +102,9 @@ TEST(ReadTake, StrictlyEveryNoteIsAnErrorWithTheFilesName) {
   const std::string gappy = "frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n4,1.5,4,5,6\n9,4,4,5,6\n";
   const Take take = ReadTake(gappy, "t.csv");
   ASSERT_EQ(take.notes.size(), 1u);
-  EXPECT_EQ(InputErrorOf([&] { ReadTake(gappy, "t.csv", {.strict = true}); }),
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(gappy, "t.csv", {.strict = true, .face = {}}); }),
             "t.csv: " + take.notes[0] + "; mend the file, or read it without --strict");
-  EXPECT_EQ(ReadTake(kTake, "t.csv", {.strict = true}).FrameCount(), 2u);
+  EXPECT_EQ(ReadTake(kTake, "t.csv", {.strict = true, .face = {}}).FrameCount(), 2u);
 }
 
 // --- Tables of shape weights, which are no takes.
