@@ -10,7 +10,7 @@ namespace mien {
 
 namespace {
 
-constexpr std::int64_t kMinutesADay{24 * 60};
+constexpr std::int64_t kMinutesADay = 1440;
 
 /// Numbers in a second: 30 for 29.97 counts per second.
 std::int64_t Numbers(const FrameRate& rate) { return std::llround(rate.Hz()); }
