@@ -92,7 +92,12 @@ Take Part(const Take& take, const Options& options) {
   part.unit = take.unit;
   part.rate = take.rate;
   part.residual_mm = take.residual_mm;
+  part.axes = take.axes;
   part.notes = take.notes;
+  if (options.frames &&
+      (options.frames->first < take.frames.front() || options.frames->last > take.frames.back()))
+    part.notes.push_back(fmt::format("of frames {} to {} the take has {} to {}", options.frames->first,
+                                     options.frames->last, take.frames[first], take.frames[end - 1]));
   for (const std::size_t m : markers) part.markers.push_back(take.markers[m]);
 
   const double start = take.times[first],

@@ -78,7 +78,9 @@ void Info(const Options& options) {
     try {
       const Take take = ReadTake(file, options.reading);
       TakeDescription description = Describe(take);
-      if (performer) description.face = DirectionsOf(take, *performer);
+      try {
+        if (performer) description.face = DirectionsOf(take, *performer);
+      } catch (const InputError& error) { mistakes.emplace_back(error.what()); }
       if (options.json)
         described.push_back(ToJson(description));
       else

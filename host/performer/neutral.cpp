@@ -258,6 +258,21 @@ Neutral Found(const Take& take, const Performer& performer) {
   return neutral;
 }
 
+/// A take in another unit than it says is solved all the same, but tolerances and residuals are in millimetres.
+void NoteStrangeSize(Neutral& neutral) {
+  Point low = neutral.pose.begin()->second, high = low;
+  for (const auto& [name, p] : neutral.pose) {
+    low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+    high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+  }
+  const double across = std::max({high.x - low.x, high.y - low.y, high.z - low.z});
+  constexpr double kSmallest = 20, kLargest = 2000; // mm; faces with their head markers are 100 to 400
+  if (across > 0 && (across < kSmallest || across > kLargest))
+    neutral.notes.push_back(fmt::format("the neutral face is {:.3g} mm across: is the take in another unit? "
+                                        "Head markers that slip are not found then",
+                                        across));
+}
+
 } // namespace
 
 Neutral FindNeutral(const Take& take, const Performer& performer, const std::optional<FrameRange>& asked) {
@@ -280,6 +295,7 @@ Neutral FindNeutral(const Take& take, const Performer& performer, const std::opt
   if (neutral.pose.empty())
     throw InputError(take.file, "", "no marker of the performer is seen in the neutral pose",
                      "name other frames with --neutral, or check the take with `mien info`");
+  NoteStrangeSize(neutral);
   return neutral;
 }
 

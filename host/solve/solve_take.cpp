@@ -14,54 +14,65 @@ namespace mien {
 
 namespace {
 
-/// Gathers how well the frames are solved.
+/// Counts the frames in which a part rests, and gathers how well the others are solved.
 class Residuals {
 public:
-  void Add(std::size_t frame, const FaceSolver::Frame& solved, SolveReport& report) {
-    SolveReport::Frame worst = {.frame = frame};
+  Residuals(const Take& face, const FaceSolver& solver, SolveReport& report)
+      : face_(face), solver_(solver), report_(report) {
     for (std::size_t p = 0; p < report.parts.size(); ++p) {
+      report.parts[p].name = GetGlobalFace()->mParts[p].mName;
+      report.parts[p].markers = solver.MarkersOf(p).size();
+    }
+  }
+
+  void Add(std::size_t frame, const FaceSolver::Frame& solved) {
+    SolveReport::Frame worst = {.frame = frame};
+    for (std::size_t p = 0; p < report_.parts.size(); ++p) {
+      SolveReport::Part& part = report_.parts[p];
+      const std::vector<std::size_t>& markers = solver_.MarkersOf(p);
+      const auto gone = static_cast<std::size_t>(
+          std::count_if(markers.begin(), markers.end(), [&](std::size_t m) { return !face_.At(frame, m); }));
+      if (gone == markers.size()) {
+        if (gone > 0) ++part.rest_frames;
+        continue; // at rest there is nothing to tell
+      }
+      if (gone > 0) ++part.partial_frames;
       const double residual = solved.residual_mm[p];
-      SolveReport::Part& part = report.parts[p];
       squares_[p] += residual * residual;
       if (residual > part.worst_mm) part.worst_mm = residual, part.worst_frame = frame;
       if (residual > worst.residual_mm) worst.residual_mm = residual, worst.part = p;
     }
-    constexpr std::size_t kShown = 10;
-    auto& list = report.worst_frames;
-    const auto place = std::upper_bound(list.begin(), list.end(), worst, [](const auto& a, const auto& b) {
-      return a.residual_mm > b.residual_mm;
-    });
-    list.insert(place, worst);
-    if (list.size() > kShown) list.pop_back();
-    ++frames_;
+    if (worst.residual_mm > 0) frames_.push_back(worst);
   }
 
-  void Finish(SolveReport& report) const {
-    for (std::size_t p = 0; p < report.parts.size(); ++p)
-      if (frames_ > 0) report.parts[p].rms_mm = std::sqrt(squares_[p] / static_cast<double>(frames_));
+  void Finish() {
+    for (std::size_t p = 0; p < report_.parts.size(); ++p) {
+      SolveReport::Part& part = report_.parts[p];
+      const std::size_t told = part.markers > 0 ? face_.FrameCount() - part.rest_frames : 0;
+      if (told > 0) part.rms_mm = std::sqrt(squares_[p] / static_cast<double>(told));
+    }
+    // One frame of each moment: its neighbours are nearly as bad and tell nothing new.
+    constexpr std::size_t kShown = 10;
+    constexpr double kApart_s = 0.5;
+    std::stable_sort(frames_.begin(), frames_.end(),
+                     [](const auto& a, const auto& b) { return a.residual_mm > b.residual_mm; });
+    for (const SolveReport::Frame& frame : frames_) {
+      if (report_.worst_frames.size() == kShown) break;
+      const double time = face_.times[frame.frame];
+      if (std::all_of(report_.worst_frames.begin(), report_.worst_frames.end(), [&](const auto& other) {
+            return std::abs(face_.times[other.frame] - time) >= kApart_s;
+          }))
+        report_.worst_frames.push_back(frame);
+    }
   }
 
 private:
+  const Take& face_; // in the head's frame, its gaps filled as far as they are
+  const FaceSolver& solver_;
+  SolveReport& report_;
   std::array<double, 9> squares_ = {};
-  std::size_t frames_ = 0;
+  std::vector<SolveReport::Frame> frames_;
 };
-
-void CountRestingFrames(const Take& face, const FaceSolver& solver, SolveReport& report) {
-  for (std::size_t p = 0; p < report.parts.size(); ++p) {
-    const std::vector<std::size_t>& markers = solver.MarkersOf(p);
-    report.parts[p].name = GetGlobalFace()->mParts[p].mName;
-    report.parts[p].markers = markers.size();
-    if (markers.empty()) continue;
-    for (std::size_t f = 0; f < face.FrameCount(); ++f) {
-      const auto gone = static_cast<std::size_t>(
-          std::count_if(markers.begin(), markers.end(), [&](std::size_t m) { return !face.At(f, m); }));
-      if (gone == markers.size())
-        ++report.parts[p].rest_frames;
-      else if (gone > 0)
-        ++report.parts[p].partial_frames;
-    }
-  }
-}
 
 void SmoothWeights(Animation& animation, double cutoff_hz) {
   LowPass filter(cutoff_hz, animation.rate);
@@ -105,7 +116,6 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   std::iota(all.begin(), all.end(), std::size_t{0});
   report.face_fills = FillGaps(face, all, options.face_fill);
   if (options.smooth_positions_hz) SmoothPositions(face, all, *options.smooth_positions_hz);
-  CountRestingFrames(face, solver, report);
   const RestInGaps markers(face, solver.RestPlaces(), options.fade_s);
 
   Animation& animation = solved.animation;
@@ -118,7 +128,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   animation.times = take.times;
   animation.weights.reserve(take.FrameCount() * animation.templates.size());
   animation.heads = std::move(track.heads);
-  Residuals residuals;
+  Residuals residuals(face, solver, report);
   std::vector<Point> places(face.MarkerCount());
   for (std::size_t f = 0; f < take.FrameCount(); ++f) {
     if (progress) progress(f, take.FrameCount());
@@ -126,10 +136,10 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
     const FaceSolver::Frame& frame = solver.Solve(places);
     for (const auto& [part, slot, name] : animation.templates)
       animation.weights.push_back(frame.weights.mParts[part].mWeights[slot]);
-    residuals.Add(f, frame, report);
+    residuals.Add(f, frame);
   }
   report.frames = take.FrameCount();
-  residuals.Finish(report);
+  residuals.Finish();
   if (options.smooth_weights_hz) SmoothWeights(animation, *options.smooth_weights_hz);
   return solved;
 }

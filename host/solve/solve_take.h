@@ -23,7 +23,7 @@ struct SolveReport {
     std::size_t markers = 0;        ///< that drive it; 0: it stays at rest
     std::size_t rest_frames = 0;    ///< in which all of them are gaps that were not filled
     std::size_t partial_frames = 0; ///< in which some of them are
-    double rms_mm = 0;              ///< residual over all frames; see FaceSolver::Frame
+    double rms_mm = 0; ///< residual over the frames in which it does not rest; see FaceSolver::Frame
     double worst_mm = 0;
     std::size_t worst_frame = 0; ///< index of the frame with it
   };
@@ -40,7 +40,8 @@ struct SolveReport {
   SlippedMarkers slipped;
   std::vector<FilledMarker> head_fills, face_fills; ///< of every marker that is used
   std::array<Part, 9> parts;
-  std::vector<Frame> worst_frames; ///< with the largest residual of any part, the worst first; at most ten
+  std::vector<Frame>
+      worst_frames; ///< the largest residuals of any part, half a second apart, the worst first; at most ten
 
   std::vector<std::string> RestingParts() const; ///< without markers
 };

@@ -274,8 +274,8 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
       const double seconds = SecondsUnseen(take, gap);
       const Filler filler(take, m, gap);
       for (const auto& [method, longest_s] : plan) {
-        // A millionth of room: 15 frames at 100 Hz are 0.15 s, whatever the last bit says.
-        if (seconds > longest_s * (1 + 1e-6)) continue;
+        // A quarter of a frame of room: times are often rounded, to milliseconds say.
+        if (seconds > longest_s + take.rate.Seconds(1) / 4) continue;
         Filler::Places places = filler.Fill(method, markers);
         const auto filled = static_cast<std::size_t>(
             std::count_if(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }));

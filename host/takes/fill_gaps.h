@@ -49,7 +49,9 @@ std::optional<FillPlan> ParseFillPlan(std::string_view text);
 ///     at rest                                                      4.3, 14.3
 ///
 /// Up to the default, nine of ten stay below two millimetres; with Pattern, which is still three times nearer than a
-/// marker at rest, below five. Head markers rebuilt by it are within 1.8 mm at half a second and 3.3 at two.
+/// marker at rest, below five. It is better than rest for longer still, but only as long as the neighbours are near: where a
+/// whole part is hidden it holds what was seen last. Head markers rebuilt by it are within 1.8 mm at half a second and 3.3 at
+/// two.
 double DefaultLongest(FillMethod method);
 
 struct FilledMarker {

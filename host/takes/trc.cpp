@@ -54,8 +54,11 @@ public:
     if (take_.FrameCount() == 0)
       throw InputError(file_, fmt::format("{}", lines_.Number()), "there are no frames, only a header",
                        "export the take again with its rows");
+    if (uneven_rows_ == take_.FrameCount())
+      throw InputError(file_, fmt::format("{}", header_.names_line),
+                       "a column is missing: every row ends within a marker's three", kExportAgain);
     CheckCommas();
-    for (const Repeated* repeated : {&by_blanks_, &short_rows_, &partial_, &infinite_})
+    for (const Repeated* repeated : {&by_blanks_, &short_rows_, &uneven_, &partial_, &infinite_})
       repeated->TellTo(notes);
     if (!cut_.empty()) notes.push_back(cut_);
     if (zeros_) ClearZeros();
@@ -195,6 +198,16 @@ private:
       } else if (x == Kind::Infinite || y == Kind::Infinite || z == Kind::Infinite) {
         AddInfinite(m);
       } else if (x == Kind::Number || y == Kind::Number || z == Kind::Number) {
+        if (row.is_short && lines_.Ended()) { // a cell is missing, and nobody can tell where
+          std::fill(out.origins.begin(), out.origins.end(), Origin::None);
+          ++uneven_rows_;
+          uneven_.Add([&] {
+            return AtLine("the row ends within marker {} of {}: a cell is missing somewhere in it; taken as "
+                          "gaps of all markers",
+                          m + 1, markers);
+          });
+          break;
+        }
         partial_.Add([&] {
           return AtLine("{} has {} of its 3 values; taken as a gap", Quoted(take_.markers[m]),
                         (x == Kind::Number) + (y == Kind::Number) + (z == Kind::Number));
@@ -404,6 +417,8 @@ private:
   Lines lines_;
 
   Repeated by_blanks_, short_rows_, partial_, infinite_, no_time_, commas_;
+  Repeated uneven_;
+  std::size_t uneven_rows_ = 0;
   std::size_t comma_line_ = 0; // of the first
   bool no_thousands_ = false;  // a comma cannot separate thousands
   std::string cut_;            // the note of a file that ends inside a row
@@ -452,12 +467,12 @@ Take ReadTrc(std::string_view bytes, const std::string& file) {
     const auto compare = [&](std::string_view key, std::optional<std::string_view> told, std::size_t count,
                              std::string_view what) {
       if (told && WholeNumber(ValueOf(*told)) != static_cast<std::int64_t>(count))
-        take.notes.push_back(fmt::format("line {}: {} is {}; the file has {} {}", header.values_line, key,
+        take.notes.push_back(fmt::format("line {}: {} is {}; the file has {} {}{}", header.values_line, key,
                                          told->empty() ? "empty" : Printable(told->substr(0, 60)), count,
-                                         what));
+                                         what, count == 1 ? "" : "s"));
     };
-    compare("NumMarkers", header.markers_text, take.MarkerCount(), "markers");
-    compare("NumFrames", header.frames_text, take.FrameCount(), "frames");
+    compare("NumMarkers", header.markers_text, take.MarkerCount(), "marker");
+    compare("NumFrames", header.frames_text, take.FrameCount(), "frame");
     rows.Finish();
     return take;
   }

@@ -24,6 +24,7 @@ bool IsTrc(std::string_view bytes);
 ///   frames. A marker without a name gets one: "marker 34". Of equal names the second becomes "NAME (2)".
 /// - Lines without a tab are separated by runs of blanks. Names and rows must be complete there: a blank
 ///   tells of no gap.
+/// - A row that ends within a marker's three cells lacks one somewhere: it is a gap of all markers.
 /// - A marker is also a gap where only one or two of its cells are filled, where one is infinite, where its
 ///   row ends before its columns do, and at exactly 0 0 0 if its nearest other position is a millimetre or
 ///   more from there.

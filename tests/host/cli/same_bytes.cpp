@@ -139,7 +139,7 @@ protected:
     }
     // It tells the version, the command, the hashes of what went in and came out, and all residuals.
     EXPECT_EQ(mien::Sha256(Saved("m.report.json")),
-              "c35e9779f692e888d33558410b868d4614b2fddaf2c58db3cd6d473235d84417")
+              "58f14defb61098401a95fe97de7ada481ab3bd96165c679a7955ce87d7b92f35")
         << "m.report.json";
   }
 };

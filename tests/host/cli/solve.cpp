@@ -251,7 +251,7 @@ TEST_F(SolveCommand, GapsAreFilledByTheFirstMethodThatMay) {
   const Case cases[] = {
       {"none", "{}", "{}", "{}", "{}"},
       {"hold:10", R"({"hold": 4})", R"({"hold": 7})", R"({"hold": 18})", R"({"hold": 36})"},
-      {"linear:0.23", R"({"linear": 4})", "{}", "{}", "{}"},
+      {"linear:0.22", R"({"linear": 4})", "{}", "{}", "{}"},
       {"linear:0.24", R"({"linear": 4})", R"({"linear": 7})", "{}", "{}"},
       {"cubic:0.2,pattern:0.3,linear:1", R"({"cubic": 4})", R"({"pattern": 7})", R"({"linear": 18})", "{}"},
       {"linear:1e3,cubic:1e3", R"({"linear": 4})", R"({"linear": 7})", R"({"linear": 18})",

@@ -400,3 +400,18 @@ TEST(FindNeutral, AFaceThatDoesNotTellWhereItLooksIsAnError) {
   for (std::size_t p = 1; p < 9; ++p) performer.holders[p] = {};
   EXPECT_THAT(InputErrorOf([&] { Found(Performance(0), performer); }), HasSubstr("plain.json:/parts"));
 }
+
+// All is solved alike in any unit, but for what is told and asked for in millimetres.
+TEST(FindNeutral, AFaceOfAStrangeSizeIsTold) {
+  for (const auto& [scale, told] :
+       {std::pair(1.0, false), {0.001, true}, {0.12, false}, {0.05, true}, {7.0, false}, {12.0, true}}) {
+    Take take = EmptyTake();
+    NeutralPose face = PlainFace();
+    for (auto& [name, p] : face) p = {p.x * scale, p.y * scale, p.z * scale};
+    for (int f = 0; f < 10; ++f) Film(take, face);
+    bool is_told = false;
+    for (const std::string& note : Found(take).notes)
+      is_told = is_told || note.find("is the take in another unit?") != std::string::npos;
+    EXPECT_EQ(is_told, told) << scale;
+  }
+}

@@ -588,7 +588,7 @@ TEST(SolveReport, ResidualsAreMeasuredOverAllFramesAndTheWorstAreNamed) {
   for (const double x : off) {
     NeutralPose face = PlainFace();
     face["NoseL"].x += x;
-    Film(take, face);
+    take.times[Film(take, face)] = static_cast<double>(take.FrameCount()); // moments of their own
   }
   const SolveReport report = Solve(take).report;
   const SolveReport::Part& nostril = report.parts[7];
@@ -606,12 +606,42 @@ TEST(SolveReport, ResidualsAreMeasuredOverAllFramesAndTheWorstAreNamed) {
   }
 }
 
+TEST(SolveReport, OfOneMomentOnlyTheWorstFrameIsNamed) {
+  Take take = EmptyTake();
+  take.rate = {100, 1};
+  for (int f = 0; f < 300; ++f) { // worst in the middle of each second
+    NeutralPose face = PlainFace();
+    face["NoseL"].x += 5 - std::abs(f % 100 - 50) / 10.0 + f / 1000.0;
+    take.times[Film(take, face)] = f / 100.0;
+  }
+  const SolveReport report = Solve(take).report;
+  ASSERT_GE(report.worst_frames.size(), 3u);
+  for (const std::size_t i : {0u, 1u, 2u}) EXPECT_EQ(report.worst_frames[i].frame, 250 - 100 * i);
+  for (std::size_t i = 0; i < report.worst_frames.size(); ++i)
+    for (std::size_t j = 0; j < i; ++j)
+      EXPECT_GE(std::abs(take.times[report.worst_frames[i].frame] - take.times[report.worst_frames[j].frame]),
+                0.5);
+}
+
+TEST(SolveReport, FramesAtRestDoNotMakeTheResidualSmaller) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 100; ++f) {
+    NeutralPose face = PlainFace();
+    face["NoseL"].x += 2;
+    Film(take, face);
+    if (f >= 20) Hide(take, static_cast<std::size_t>(f), {"NoseL"});
+  }
+  const SolveReport report = Solve(take).report;
+  EXPECT_EQ(report.parts[7].rest_frames, 80u);
+  EXPECT_NEAR(report.parts[7].rms_mm, 2, kRounding);
+}
+
 TEST(SolveReport, AFrameIsAsBadAsItsWorstPart) {
   Take take = EmptyTake();
   for (int f = 0; f < 3; ++f) {
     NeutralPose face = PlainFace();
     face["NoseL"].x += f, face["NoseR"].x -= 3 - 2 * f;
-    Film(take, face);
+    take.times[Film(take, face)] = f;
   }
   const SolveReport report = Solve(take).report;
   ASSERT_THAT(report.worst_frames, SizeIs(3));

@@ -118,6 +118,28 @@ Take OneMarker(const std::vector<std::int64_t>& frames, const FrameRate& rate) {
 
 } // namespace
 
+// --- A cell that is missing.
+
+// Behind the hole each marker would take its neighbour's axes.
+TEST(Trc, ARowThatLacksACellSomewhereIsAGapOfAllMarkers) {
+  const Take take =
+      Read(WithRows("1\t0.000\t1\t2\t3\t4\t5\t6\n2\t0.020\t1\t3\t4\t5\t6\n3\t0.040\t1\t2\t3\t4\t5\t6\n"));
+  EXPECT_THAT(Positions(take), ElementsAre("1 2 3", "4 5 6", "gap", "gap", "1 2 3", "4 5 6"));
+  EXPECT_THAT(take.notes, testing::Contains(testing::HasSubstr(
+                              "the row ends within marker 2 of 2: a cell is missing somewhere in it")));
+}
+
+TEST(Trc, EveryRowThatLacksACellIsAMissingColumn) {
+  EXPECT_THAT(ErrorOf(WithRows("1\t0.000\t1\t2\t3\t4\t5\n2\t0.020\t1\t3\t4\t5\t6\n")),
+              testing::HasSubstr("a column is missing: every row ends within a marker's three"));
+}
+
+// Trailing tabs are often cut: nothing is missing there.
+TEST(Trc, ARowThatEndsInEmptyCellsIsShortAndNoMore) {
+  const Take take = Read(WithRows("1\t0.000\t1\t2\t3\t\n2\t0.020\t1\t2\t3\t4\t5\t6\n"));
+  EXPECT_THAT(Positions(take), ElementsAre("1 2 3", "gap", "1 2 3", "4 5 6"));
+}
+
 // --- The format as it should be.
 
 TEST(Trc, ReadsAFileThatKeepsTheFormatWithoutANote) {

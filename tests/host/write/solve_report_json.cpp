@@ -207,7 +207,7 @@ TEST(SolveReportJson, IsOfARealSolveWhatItSays) {
   const Json json = record.Parsed();
   EXPECT_EQ(json["head"]["markers"][0]["filled_frames"], Json::parse(R"({"pattern": 2})"));
   EXPECT_THAT(json["markers"], SizeIs(tests::PlainPerformer().FaceMarkers().size()));
-  EXPECT_THAT(json["worst_frames"], SizeIs(10));
+  EXPECT_EQ(json["worst_frames"].size(), record.solved.report.worst_frames.size());
   for (const Json& frame : json["worst_frames"]) {
     EXPECT_GE(frame["frame"], 1);
     EXPECT_LE(frame["frame"], 40);
