@@ -125,16 +125,6 @@ Take Part(const Take& take, const Options& options) {
   return part;
 }
 
-void SetTimecode(Take& take, const std::string& text) {
-  take.timecode = ParseTimecode(text, take.rate);
-  if (!take.timecode)
-    throw CLI::ValidationError(
-        "--timecode",
-        fmt::format("\"{}\" is no timecode; write HH:MM:SS:FF with FF below its rate, which is the take's "
-                    "({}) unless it follows: 10:02:59:29@30",
-                    text, ToText(take.rate)));
-}
-
 void Convert(const Options& options) {
   RefuseOverwriting(options.output, options.take, "the take");
   const TakeFormat format = FormatOf(options.output);

@@ -242,15 +242,7 @@ void Solve(const Options& options) {
   if (!options.onto.empty()) head = ReadGlb(ReadFile(options.onto), options.onto);
   const MappedFile take_file(options.take);
   Take take = ReadTake(take_file.Bytes(), options.take, options.read);
-  if (options.timecode) {
-    take.timecode = ParseTimecode(*options.timecode, take.rate);
-    if (!take.timecode)
-      Refuse(
-          "--timecode",
-          fmt::format("\"{}\" is no timecode; write HH:MM:SS:FF with FF below its rate, which is the take's "
-                      "({}) unless it follows: 10:02:59:29@30",
-                      *options.timecode, ToText(take.rate)));
-  }
+  if (options.timecode) SetTimecode(take, *options.timecode);
   CheckFilters(options, take);
   CheckMarkers(performer, take);
   const Neutral neutral = FindNeutral(take, performer, options.neutral);

@@ -1,5 +1,7 @@
 #include "host/cli/take_options.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 
 namespace mien {
@@ -23,6 +25,16 @@ std::optional<FrameRange> ParseFrameRange(std::string_view text) {
   const auto last = std::from_chars(first.ptr + 1, end, range.last);
   if (last.ec != std::errc() || last.ptr != end || range.last < range.first) return std::nullopt;
   return range;
+}
+
+void SetTimecode(Take& take, const std::string& text) {
+  take.timecode = ParseTimecode(text, take.rate);
+  if (!take.timecode)
+    throw CLI::ValidationError(
+        "--timecode",
+        fmt::format("\"{}\" is no timecode; write HH:MM:SS:FF with FF below its rate, which is the take's "
+                    "({}) unless it follows: 10:02:59:29@30",
+                    text, ToText(take.rate)));
 }
 
 } // namespace mien

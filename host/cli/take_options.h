@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace mien {
@@ -18,5 +19,8 @@ void AddTakeOptions(CLI::App& command, ReadOptions& options);
 
 /// Reads FRAME or FROM-TO; numbers may be negative. Nothing for anything else, and where TO comes before FROM.
 std::optional<FrameRange> ParseFrameRange(std::string_view text);
+
+/// Gives the take's first frame the timecode of --timecode, in place of its own.
+void SetTimecode(Take& take, const std::string& text);
 
 } // namespace mien
