@@ -4,9 +4,9 @@
 //
 //   mien_reading FOLDER MIEN      (FOLDER for the files, 600 MB; MIEN the command)
 
-#include "host/mapped_file.h"
-#include "host/takes/c3d.h"
-#include "host/takes/read_take.h"
+#include "host/files/mapped_file.h"
+#include "host/formats/c3d.h"
+#include "host/formats/read_take.h"
 #include "samples/synthetic_performance.h"
 
 #include <fmt/format.h>

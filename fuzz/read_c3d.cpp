@@ -1,8 +1,8 @@
 // Any bytes are either a take that keeps a take's promises, or an InputError. A take that was read can be written, and
 // reads back as it was.
 
-#include "host/error.h"
-#include "host/takes/c3d.h"
+#include "host/base/error.h"
+#include "host/formats/c3d.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 // Any bytes are either a character that keeps a character's promises, reads back as it was written and can be solved,
 // or an InputError.
 
+#include "host/base/error.h"
 #include "host/character/character_file.h"
-#include "host/error.h"
 #include "host/solve/character_solver.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"

@@ -1,9 +1,9 @@
 // Any bytes are, to each reader of CSV, a take that keeps a take's promises, or an InputError; and what was read and can
 // be written as marker CSV reads back the same.
 
-#include "host/error.h"
-#include "host/takes/landmark_csv.h"
-#include "host/takes/marker_csv.h"
+#include "host/base/error.h"
+#include "host/formats/landmark_csv.h"
+#include "host/formats/marker_csv.h"
 
 #include <bit>
 #include <cmath>

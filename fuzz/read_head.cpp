@@ -1,11 +1,11 @@
 // Any bytes, and any JSON in a sound container, are either a head that is written back as it was read, and onto which an
 // animation is written or refused with an InputError, or an InputError.
 
+#include "host/animation/animation_glb.h"
+#include "host/base/error.h"
 #include "host/character/character_from_head.h"
-#include "host/error.h"
 #include "host/gltf/glb.h"
 #include "host/gltf/morph_targets.h"
-#include "host/write/animation_glb.h"
 
 #include <cstddef>
 #include <cstdint>

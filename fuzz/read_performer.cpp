@@ -1,7 +1,7 @@
 // Any bytes are either a performer that keeps a performer's promises and reads back as it was written, or an
 // InputError.
 
-#include "host/error.h"
+#include "host/base/error.h"
 #include "host/performer/face_axes.h"
 #include "host/performer/performer_file.h"
 

@@ -1,11 +1,11 @@
 // Any bytes are either a take that keeps a take's promises, and can be described and cleaned, or an InputError.
 
-#include "host/takes/read_take.h"
+#include "host/formats/read_take.h"
 
-#include "host/error.h"
-#include "host/takes/describe.h"
-#include "host/takes/fill_gaps.h"
-#include "host/takes/low_pass.h"
+#include "host/base/error.h"
+#include "host/cleaning/fill_gaps.h"
+#include "host/cleaning/low_pass.h"
+#include "host/inspect/describe.h"
 
 #include <algorithm>
 #include <cmath>

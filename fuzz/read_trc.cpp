@@ -1,8 +1,8 @@
 // Any bytes are either a TRC take that keeps a take's promises, is no larger than they allow, and reads back
 // as it was written, or an InputError.
 
-#include "host/error.h"
-#include "host/takes/trc.h"
+#include "host/base/error.h"
+#include "host/formats/trc.h"
 
 #include <bit>
 #include <cmath>

@@ -2,8 +2,8 @@
 //
 //   mien_make_samples FOLDER
 
-#include "host/error.h"
-#include "host/write/whole_file.h"
+#include "host/base/error.h"
+#include "host/files/whole_file.h"
 #include "samples/synthetic_performance.h"
 
 #include <fmt/format.h>

@@ -3,12 +3,12 @@
 
 #include "samples/synthetic_performance.h"
 
+#include "host/animation/animation_glb.h"
+#include "host/animation/weight_csv.h"
 #include "host/character/character_file.h"
+#include "host/formats/landmark_csv.h"
+#include "host/formats/marker_csv.h"
 #include "host/performer/performer_file.h"
-#include "host/takes/landmark_csv.h"
-#include "host/takes/marker_csv.h"
-#include "host/write/animation_glb.h"
-#include "host/write/weight_csv.h"
 #include "mien/face/face.h"
 
 #include <cmath>
@@ -438,7 +438,7 @@ Performer MarkerPerformer() {
 }
 
 std::map<std::string, std::string> SampleFiles() {
-  const Character arkit52 = FindCharacter("arkit52");
+  const Character arkit52 = LoadCharacter("arkit52");
   return {
       {"head.glb", Text([&](std::ostream& out) { WriteFace(&arkit52, out); })},
       {"known_weights.csv", Text([](std::ostream& out) { WriteTemplateCsv(KnownWeights(), out); })},

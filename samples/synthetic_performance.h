@@ -4,8 +4,8 @@
 // them, markers follow the face, the head moves, the cameras are a little noisy. So of these two takes, unlike
 // of any recorded one, the right answer is known.
 
+#include "host/animation/animation.h"
 #include "host/performer/performer.h"
-#include "host/solve/animation.h"
 #include "host/takes/take.h"
 
 #include <map>

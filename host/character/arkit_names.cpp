@@ -1,5 +1,7 @@
 #include "host/character/arkit_names.h"
 
+#include "host/base/text.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -11,14 +13,13 @@ namespace {
 bool IsLower(char c) { return c >= 'a' && c <= 'z'; }
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool IsLetter(char c) { return IsLower(c) || IsUpper(c); }
-char Lower(char c) { return IsUpper(c) ? static_cast<char>(c - 'A' + 'a') : c; }
 
 /// A name's letters in lower case, without what stands between them.
 struct Folded {
   explicit Folded(std::string_view name) {
     for (std::size_t i = 0; i < name.size(); ++i) {
       if (!IsLetter(name[i])) continue;
-      letters.push_back(Lower(name[i]));
+      letters.push_back(ToLower(name[i]));
       places.push_back(i);
       begins_word.push_back(i == 0 || !IsLetter(name[i - 1]));
     }

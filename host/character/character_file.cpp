@@ -1,11 +1,12 @@
 #include "host/character/character_file.h"
 
-#include "host/built_in.h"
+#include "host/base/error.h"
+#include "host/base/json_file.h"
+#include "host/base/json_text.h"
+#include "host/base/rotation.h"
+#include "host/base/text.h"
 #include "host/character/arkit52.h"
-#include "host/error.h"
-#include "host/json_file.h"
-#include "host/json_text.h"
-#include "host/rotation.h"
+#include "host/files/built_in.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
 
@@ -46,12 +47,12 @@ public:
     file_.CheckKeys(here, root, {"format", "name", "range", "parts", "templates", "expressions"});
     if (root.contains("range")) ReadRange(here / "range", root["range"]);
     if (!root.contains("parts"))
-      file_.Mistake(here / "parts", "the character has no parts",
+      file_.Mistake(Code::Missing, here / "parts", "the character has no parts",
                     "write \"parts\": { \"face\": { \"shapes\": [...] } }");
     else
       ReadParts(here / "parts", root["parts"]);
     if (!root.contains("templates"))
-      file_.Mistake(here / "templates", "no template of the face moves the character",
+      file_.Mistake(Code::Missing, here / "templates", "no template of the face moves the character",
                     "write \"templates\": { \"Mouth\": { \"Open\": { \"SHAPE\": 1 } } }");
     else
       ReadFaceParts(here / "templates", root["templates"],
@@ -67,7 +68,7 @@ private:
   void ReadRange(const Pointer& place, const Json& range) {
     if (!range.is_array() || range.size() != 2 || !range[0].is_number() || !range[1].is_number() ||
         range[0].get<double>() > range[1].get<double>())
-      file_.Mistake(place, "these are not two numbers in order", "write [LEAST, MOST]");
+      file_.Mistake(Code::InvalidValue, place, "these are not two numbers in order", "write [LEAST, MOST]");
     else
       character_.range = Character::Range{range[0].get<double>(), range[1].get<double>()};
   }
@@ -75,9 +76,9 @@ private:
   void ReadParts(const Pointer& place, const Json& parts) {
     if (!file_.RequireObject(place, parts)) return;
     if (parts.empty())
-      file_.Mistake(place, "the character has no parts", "name at least one, with its shapes");
+      file_.Mistake(Code::Missing, place, "the character has no parts", "name at least one, with its shapes");
     if (parts.size() > Character::kMostParts)
-      file_.Mistake(place, fmt::format("{} parts", parts.size()),
+      file_.Mistake(Code::Limit, place, fmt::format("{} parts", parts.size()),
                     fmt::format("join some: there may be {} at most", Character::kMostParts));
     for (const auto& [name, part] : parts.items()) {
       const Pointer here = place / name;
@@ -87,7 +88,8 @@ private:
       Character::Part& read = character_.parts.emplace_back();
       read.name = name;
       if (!part.contains("shapes"))
-        file_.Mistake(here / "shapes", "the part has no shapes", "write \"shapes\": [\"NAME\", ...]");
+        file_.Mistake(Code::Missing, here / "shapes", "the part has no shapes",
+                      "write \"shapes\": [\"NAME\", ...]");
       else
         ReadShapes(here / "shapes", part["shapes"], read);
       if (part.contains("clusters")) ReadClusters(here / "clusters", part["clusters"], read);
@@ -102,12 +104,12 @@ private:
       const auto [known, is_new] = part_of_shape_.emplace(shape, part.name);
       if (!is_new)
         file_.Mistake(
-            place / i,
+            Code::Duplicate, place / i,
             fmt::format("the shape {} is in the part {} already", Quoted(shape), Quoted(known->second)),
             "name it once; templates know a shape by its name alone");
     }
     if (shapes.is_array() && shapes.size() > Character::kMostShapesInAPart)
-      file_.Mistake(place, fmt::format("{} shapes", shapes.size()),
+      file_.Mistake(Code::Limit, place, fmt::format("{} shapes", shapes.size()),
                     fmt::format("move some to another part: one holds {}", Character::kMostShapesInAPart));
   }
 
@@ -116,10 +118,11 @@ private:
     file_.CheckKeys(place, clusters, {"root", "rest", "poses"});
     if (clusters.contains("root")) part.root = ReadTransform(place / "root", clusters["root"], {});
     if (!clusters.contains("rest"))
-      file_.Mistake(place / "rest", "the clusters have no rest pose", "write \"rest\": { \"CLUSTER\": {} }");
+      file_.Mistake(Code::Missing, place / "rest", "the clusters have no rest pose",
+                    "write \"rest\": { \"CLUSTER\": {} }");
     else if (file_.RequireObject(place / "rest", clusters["rest"])) {
       if (clusters["rest"].empty())
-        file_.Mistake(place / "rest", "the rest pose has no clusters",
+        file_.Mistake(Code::Missing, place / "rest", "the rest pose has no clusters",
                       "name them, or leave \"clusters\" out");
       for (const auto& [name, rest] : clusters["rest"].items()) {
         file_.CheckName(place / "rest" / name, name, "cluster");
@@ -133,7 +136,8 @@ private:
 
   void ReadPose(const Pointer& place, const std::string& shape, const Json& pose, Character::Part& part) {
     if (std::find(part.shapes.begin(), part.shapes.end(), shape) == part.shapes.end())
-      file_.Mistake(place, fmt::format("the part {} has no shape of this name", Quoted(part.name)),
+      file_.Mistake(Code::NotFound, place,
+                    fmt::format("the part {} has no shape of this name", Quoted(part.name)),
                     "list it under \"shapes\" of the part");
     if (!file_.RequireObject(place, pose)) return;
     Character::Pose& read = part.poses.emplace_back();
@@ -143,14 +147,16 @@ private:
       const auto cluster = std::find_if(part.clusters.begin(), part.clusters.end(),
                                         [&key = name](const auto& rest) { return rest.name == key; });
       if (cluster == part.clusters.end()) {
-        file_.Mistake(place / name, "the rest pose has no cluster of this name", "add it under \"rest\"");
+        file_.Mistake(Code::NotFound, place / name, "the rest pose has no cluster of this name",
+                      "add it under \"rest\"");
         continue;
       }
       const ClusterTransform target = ReadTransform(place / name, transform, cluster->rest);
       const auto turned_over = [](double scale, double rest) { return (scale < 0) != (rest < 0); };
       const VgeSVector &scale = target.scale, &rest = cluster->rest.scale;
       if (turned_over(scale.x, rest.x) || turned_over(scale.y, rest.y) || turned_over(scale.z, rest.z))
-        file_.Mistake(place / name / "scale", "the sign differs from that of the rest pose",
+        file_.Mistake(Code::Contradiction, place / name / "scale",
+                      "the sign differs from that of the rest pose",
                       "scale by a factor above 0: between the two the cluster would vanish");
       read.clusters[static_cast<std::size_t>(cluster - part.clusters.begin())] = target;
     }
@@ -164,7 +170,8 @@ private:
     if (transform.contains("translation")) {
       const Json& t = transform["translation"];
       if (!AreNumbers(t, 3))
-        file_.Mistake(place / "translation", "this is not a translation", "write [x, y, z]");
+        file_.Mistake(Code::InvalidValue, place / "translation", "this is not a translation",
+                      "write [x, y, z]");
       else
         read.translation = {t[0].get<double>(), t[1].get<double>(), t[2].get<double>()};
     }
@@ -176,15 +183,16 @@ private:
         read.rotation = RotationOf(
             VgeQuaternion(r[0].get<double>(), r[1].get<double>(), r[2].get<double>(), r[3].get<double>()));
       else
-        file_.Mistake(place / "rotation", "this is not a rotation",
+        file_.Mistake(Code::InvalidValue, place / "rotation", "this is not a rotation",
                       "write [x, y, z] in degrees, or a quaternion [x, y, z, w]");
     }
     if (transform.contains("scale")) {
       const Json& s = transform["scale"];
       if (!AreNumbers(s, 3))
-        file_.Mistake(place / "scale", "this is not a scale", "write [x, y, z]");
+        file_.Mistake(Code::InvalidValue, place / "scale", "this is not a scale", "write [x, y, z]");
       else if (std::any_of(s.begin(), s.end(), [](const Json& c) { return c == 0; }))
-        file_.Mistake(place / "scale", "a scale of 0", "scale by another factor: a cluster may not vanish");
+        file_.Mistake(Code::InvalidValue, place / "scale", "a scale of 0",
+                      "scale by another factor: a cluster may not vanish");
       else
         read.scale = VgeSVector(s[0].get<double>(), s[1].get<double>(), s[2].get<double>());
     }
@@ -224,12 +232,12 @@ private:
     if (!file_.RequireObject(place, weights)) return read;
     for (const auto& [shape, weight] : weights.items()) {
       if (!part_of_shape_.contains(shape))
-        file_.Mistake(place / shape, "no part has a shape of this name",
+        file_.Mistake(Code::NotFound, place / shape, "no part has a shape of this name",
                       "list it under \"shapes\" of a part");
       else if (weight.is_number())
         read.emplace_back(shape, weight.get<double>());
       else
-        file_.Mistake(place / shape, "this is not a weight", "write a number");
+        file_.Mistake(Code::InvalidValue, place / shape, "this is not a weight", "write a number");
     }
     return read;
   }
@@ -237,7 +245,7 @@ private:
   void ReadExpressions(const Pointer& place, const Json& expressions) {
     if (!file_.RequireObject(place, expressions)) return;
     if (expressions.size() > Character::kMostExpressions)
-      file_.Mistake(place, fmt::format("{} expressions", expressions.size()),
+      file_.Mistake(Code::Limit, place, fmt::format("{} expressions", expressions.size()),
                     fmt::format("leave some out: there may be {} at most", Character::kMostExpressions));
     for (const auto& [name, expression] : expressions.items()) {
       const Pointer here = place / name;
@@ -249,7 +257,8 @@ private:
               std::find_if(character_.expressions.begin(), character_.expressions.end(), same_name);
           other != character_.expressions.end())
         file_.Mistake(
-            here, fmt::format("the name is that of {}, but for the case of its letters", Quoted(other->name)),
+            Code::Duplicate, here,
+            fmt::format("the name is that of {}, but for the case of its letters", Quoted(other->name)),
             "give each expression its own name");
       Character::Expression& read = character_.expressions.emplace_back();
       read.name = name;
@@ -262,7 +271,7 @@ private:
               if (weight.is_number())
                 read.templates.mParts[part].mWeights[slot] = weight.get<double>();
               else
-                file_.Mistake(template_place, "this is not a weight", "write a number");
+                file_.Mistake(Code::InvalidValue, template_place, "this is not a weight", "write a number");
             });
       if (expression.contains("shapes"))
         read.shapes = ReadShapeWeights(here / "shapes", expression["shapes"]);
@@ -336,7 +345,7 @@ Character ReadCharacter(std::string_view text, const std::string& file) {
   return CharacterReader(text, file).Read();
 }
 
-Character FindCharacter(const std::string& name_or_path) {
+Character LoadCharacter(const std::string& name_or_path) {
   return ReadCharacter(ReadBuiltInOrFile(kBuiltIn, name_or_path, "character"), name_or_path);
 }
 

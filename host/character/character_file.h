@@ -39,9 +39,9 @@ namespace mien {
 Character ReadCharacter(std::string_view text, const std::string& file);
 
 /// A built-in character by its name or, failing that, the character file of that path.
-Character FindCharacter(const std::string& name_or_path);
+Character LoadCharacter(const std::string& name_or_path);
 
-/// The names that FindCharacter knows without a file.
+/// The names that LoadCharacter knows without a file.
 std::vector<std::string> BuiltInCharacters();
 
 /// Rotations are written as degrees.

@@ -1,8 +1,9 @@
 #include "host/character/character_from_head.h"
 
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/character/arkit_names.h"
 #include "host/character/character_file.h"
-#include "host/error.h"
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
@@ -57,7 +58,7 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
     auto& parts = match.character.parts;
     if (parts.empty() || parts.back().shapes.size() == Character::kMostShapesInAPart) {
       if (parts.size() == Character::kMostParts)
-        throw InputError(name, "", fmt::format("the head has more than {} morph targets", kMost),
+        throw InputError(Code::Limit, name, "", fmt::format("the head has more than {} morph targets", kMost),
                          "export fewer of its shape keys");
       Character::Part& part = parts.emplace_back();
       part.name = parts.size() == 1 ? "head" : fmt::format("head {}", parts.size());
@@ -74,7 +75,7 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
                     unnamed == 1 ? "a morph target is" : fmt::format("{} morph targets are", unnamed),
                     unnamed == 1 ? "it has" : "they have"));
 
-  const Character arkit = FindCharacter("arkit52");
+  const Character arkit = LoadCharacter("arkit52");
   match.character.range = arkit.range;
   std::set<std::string_view> driven;
   for (std::size_t p = 0; p < arkit.templates.size(); ++p) {

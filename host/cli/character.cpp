@@ -1,12 +1,13 @@
+#include "host/base/error.h"
+#include "host/base/text.h"
+#include "host/base/utf8.h"
 #include "host/character/character_file.h"
 #include "host/character/character_from_head.h"
 #include "host/cli/commands.h"
 #include "host/cli/report.h"
-#include "host/error.h"
+#include "host/files/read_file.h"
+#include "host/files/whole_file.h"
 #include "host/gltf/morph_targets.h"
-#include "host/read_file.h"
-#include "host/utf8.h"
-#include "host/write/whole_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -31,7 +32,7 @@ void FromGlb(const Options& options) {
   const MorphTargets targets = FindMorphTargets(ReadGlb(ReadFile(options.head), options.head));
   const std::vector<std::string> names = targets.Names();
   if (names.empty())
-    throw InputError(options.head, "", "it has no morph targets with names",
+    throw InputError(Code::Empty, options.head, "", "it has no morph targets with names",
                      "export the head with its shape keys, under their names");
   const std::string stem = std::filesystem::path(options.head).stem().string();
   const HeadMatch match = MatchHead(!options.name.empty()           ? options.name
@@ -57,7 +58,7 @@ void Save(const Options& options) {
   RefuseOverwriting(options.output, options.character, "the character file");
   if (!IsUtf8(options.name)) throw CLI::ValidationError("--name", "this is not UTF-8 text");
   CheckWritable(options.output);
-  Character character = FindCharacter(options.character);
+  Character character = LoadCharacter(options.character);
   if (!options.name.empty()) character.name = options.name;
   WriteWhole(options.output, [&](std::ostream& out) { WriteCharacter(character, out); });
   if (!options.quiet && options.output != "-") ReportLine("wrote", options.output);

@@ -1,9 +1,9 @@
 #include "host/cli/command_line.h"
 
+#include "host/base/error.h"
 #include "host/cli/commands.h"
 #include "host/cli/report.h"
-#include "host/error.h"
-#include "host/write/whole_file.h"
+#include "host/files/whole_file.h"
 
 #include <fmt/format.h>
 

@@ -1,10 +1,11 @@
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/cli/commands.h"
 #include "host/cli/report.h"
 #include "host/cli/take_options.h"
-#include "host/error.h"
-#include "host/takes/read_take.h"
-#include "host/takes/write_take.h"
-#include "host/write/whole_file.h"
+#include "host/files/whole_file.h"
+#include "host/formats/read_take.h"
+#include "host/formats/write_take.h"
 
 #include <fmt/format.h>
 
@@ -57,7 +58,8 @@ std::pair<std::size_t, std::size_t> Frames(const Take& take, const std::optional
   const auto first = std::lower_bound(take.frames.begin(), take.frames.end(), asked->first);
   const auto end = std::upper_bound(first, take.frames.end(), asked->last);
   if (first == end)
-    throw InputError(take.file, "", fmt::format("there are no frames {} to {}", asked->first, asked->last),
+    throw InputError(Code::NotFound, take.file, "",
+                     fmt::format("there are no frames {} to {}", asked->first, asked->last),
                      take.frames.empty() ? "the take has none"
                                          : fmt::format("the take goes from frame {} to {}",
                                                        take.frames.front(), take.frames.back()));
@@ -73,7 +75,7 @@ std::vector<std::size_t> Markers(const Take& take, const std::vector<std::string
   for (const std::string& name : asked) {
     const auto found = take.FindMarker(name);
     if (!found)
-      throw InputError(take.file, "", fmt::format("there is no marker {}", Quoted(name)),
+      throw InputError(Code::NotFound, take.file, "", fmt::format("there is no marker {}", Quoted(name)),
                        "`mien info` lists the markers that it has");
     if (std::find(markers.begin(), markers.end(), *found) == markers.end()) markers.push_back(*found);
   }

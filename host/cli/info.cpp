@@ -1,13 +1,14 @@
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/cli/commands.h"
 #include "host/cli/take_options.h"
-#include "host/error.h"
+#include "host/files/whole_file.h"
+#include "host/formats/read_take.h"
+#include "host/inspect/describe.h"
 #include "host/performer/face_axes.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
-#include "host/takes/describe.h"
-#include "host/takes/read_take.h"
-#include "host/write/whole_file.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -39,9 +40,7 @@ bool WantsUtf8() {
   for (const char* const name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
     const char* const value = std::getenv(name);
     if (!value || !*value) continue;
-    std::string locale(value);
-    std::transform(locale.begin(), locale.end(), locale.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    const std::string locale = ToLower(value);
     return locale.ends_with("utf-8") || locale.ends_with("utf8");
   }
   return false;
@@ -67,31 +66,35 @@ FaceDirections DirectionsOf(const Take& take, const Performer& performer) {
 
 void Info(const Options& options) {
   std::optional<Performer> performer;
-  if (!options.performer.empty()) performer = FindPerformer(options.performer);
+  if (!options.performer.empty()) performer = LoadPerformer(options.performer);
   const auto write = [](const std::string& text) {
     WriteWhole("-", [&](std::ostream& out) { out << text; });
   };
 
   const Terminal terminal = StandardOutput();
-  std::vector<std::string> described, mistakes;
+  std::vector<std::string> described;
+  std::vector<Problem> problems;
+  const auto gather = [&problems](const InputError& error) {
+    problems.insert(problems.end(), error.Problems().begin(), error.Problems().end());
+  };
   for (const std::string& file : options.takes) {
     try {
       const Take take = ReadTake(file, options.reading);
       TakeDescription description = Describe(take);
       try {
         if (performer) description.face = DirectionsOf(take, *performer);
-      } catch (const InputError& error) { mistakes.emplace_back(error.what()); }
+      } catch (const InputError& error) { gather(error); }
       if (options.json)
         described.push_back(ToJson(description));
       else
         described.push_back(ToText(description, terminal));
-    } catch (const InputError& error) { mistakes.emplace_back(error.what()); }
+    } catch (const InputError& error) { gather(error); }
   }
   if (options.json && options.takes.size() > 1)
     write(fmt::format("[\n{}\n]\n", fmt::join(described, ",\n")));
   else if (!described.empty())
     write(fmt::format("{}{}", fmt::join(described, "\n"), options.json ? "\n" : ""));
-  if (!mistakes.empty()) throw InputError(fmt::format("{}", fmt::join(mistakes, "\n")));
+  if (!problems.empty()) throw InputError(std::move(problems));
 }
 
 } // namespace

@@ -1,14 +1,14 @@
+#include "host/base/utf8.h"
 #include "host/cli/commands.h"
 #include "host/cli/neutral_option.h"
 #include "host/cli/report.h"
 #include "host/cli/take_options.h"
+#include "host/files/whole_file.h"
+#include "host/formats/read_take.h"
 #include "host/performer/face_axes.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
-#include "host/takes/read_take.h"
-#include "host/utf8.h"
-#include "host/write/whole_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -31,7 +31,7 @@ void Save(const Options& options) {
   RefuseOverwriting(options.output, options.take, "the take"); // a performer file may be renewed in its place
   if (!IsUtf8(options.name)) throw CLI::ValidationError("--name", "this is not UTF-8 text");
   CheckWritable(options.output);
-  Performer performer = FindPerformer(options.performer);
+  Performer performer = LoadPerformer(options.performer);
   const Take take = ReadTake(options.take, options.reading);
   CheckMarkers(performer, take);
   const Neutral neutral = FindNeutral(take, performer, options.neutral);

@@ -1,7 +1,8 @@
 #include "host/cli/progress.h"
 
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/cli/report.h"
-#include "host/error.h"
 
 #include <fmt/format.h>
 

@@ -1,6 +1,7 @@
 #include "host/cli/report.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/text.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -17,18 +18,6 @@ void Report(std::string_view text) { std::fwrite(text.data(), 1, text.size(), st
 
 void ReportLine(std::string_view title, std::string_view text) {
   Report(fmt::format("{:<10} {}\n", title, Printable(text)));
-}
-
-std::string Count(std::size_t count, std::string_view what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
-
-std::string Some(const std::vector<std::string>& names) {
-  constexpr std::size_t kShown = 10;
-  const auto end = names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), kShown));
-  std::string text = fmt::format("{}", fmt::join(names.begin(), end, ", "));
-  if (names.size() > kShown) text += fmt::format(" and {} more", names.size() - kShown);
-  return text;
 }
 
 void RefuseOverwriting(const std::string& output, const std::string& input, std::string_view what,

@@ -12,12 +12,6 @@ void Report(std::string_view text);
 /// One line of a command's report: a title column, then the text with control characters as '?'.
 void ReportLine(std::string_view title, std::string_view text);
 
-/// "1 frame", "2 frames".
-std::string Count(std::size_t count, std::string_view what);
-
-/// The first ten of many names, and how many more there are.
-std::string Some(const std::vector<std::string>& names);
-
 /// Refuses an output that is the command's input, whatever name it goes by, as a fault of the command line. `what` names
 /// the input.
 void RefuseOverwriting(const std::string& output, const std::string& input, std::string_view what,

@@ -1,3 +1,9 @@
+#include "host/animation/animation_glb.h"
+#include "host/animation/animation_json.h"
+#include "host/animation/livelink_csv.h"
+#include "host/animation/weight_csv.h"
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/character/character_file.h"
 #include "host/cli/commands.h"
 #include "host/cli/neutral_option.h"
@@ -5,22 +11,17 @@
 #include "host/cli/report.h"
 #include "host/cli/solve_report.h"
 #include "host/cli/take_options.h"
-#include "host/error.h"
-#include "host/mapped_file.h"
+#include "host/files/mapped_file.h"
+#include "host/files/read_file.h"
+#include "host/files/sha256.h"
+#include "host/files/whole_file.h"
+#include "host/formats/read_take.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
-#include "host/read_file.h"
-#include "host/sha256.h"
 #include "host/solve/solve_character.h"
+#include "host/solve/solve_report_json.h"
 #include "host/solve/solve_take.h"
-#include "host/takes/read_take.h"
-#include "host/write/animation_glb.h"
-#include "host/write/animation_json.h"
-#include "host/write/livelink_csv.h"
-#include "host/write/solve_report_json.h"
-#include "host/write/weight_csv.h"
-#include "host/write/whole_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -56,9 +57,7 @@ struct Options {
 
 /// What is to be written, by the output's ending and the options, which have to fit it.
 Format FormatOf(const Options& options) {
-  std::string ending = std::filesystem::path(options.output).extension().string();
-  std::transform(ending.begin(), ending.end(), ending.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  const std::string ending = ToLower(std::filesystem::path(options.output).extension().string());
   const bool is_csv = options.output == "-" || options.output.starts_with("/dev/") || ending == ".csv";
   if (!is_csv && ending != ".json" && ending != ".glb")
     Refuse("--output", fmt::format("\"{}\" does not end in .csv, .json or .glb, which say what to write",
@@ -226,16 +225,16 @@ void Solve(const Options& options) {
 
   CheckWritable(options.output);
   if (!options.report.empty()) CheckWritable(options.report);
-  const Performer performer = FindPerformer(options.performer);
+  const Performer performer = LoadPerformer(options.performer);
   std::optional<Character> character;
   if (!options.character.empty())
-    character = FindCharacter(options.character);
+    character = LoadCharacter(options.character);
   else if (format == Format::LiveLinkCsv)
-    character = FindCharacter("arkit52");
+    character = LoadCharacter("arkit52");
   if (character && format == Format::ShapeCsv)
     for (const std::string& shape : character->Shapes())
       if (shape == "frame" || shape == "time" || shape == "timecode")
-        throw InputError(character->file, "/parts",
+        throw InputError(Code::Duplicate, character->file, "/parts",
                          fmt::format("the shape {} has the name of a .csv column", Quoted(shape)),
                          "rename it, or write .json");
   std::optional<Glb> head;

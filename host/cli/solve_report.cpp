@@ -1,5 +1,6 @@
 #include "host/cli/solve_report.h"
 
+#include "host/base/text.h"
 #include "host/cli/report.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,7 @@
 #include "host/gltf/glb.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/gltf/json_at.h"
 
 #include <fmt/format.h>
@@ -63,11 +64,12 @@ Json ParseJson(std::string_view text, std::size_t first_byte, const std::string&
   const auto check = [&](int depth, Json::parse_event_t event, Json& parsed) {
     using Event = Json::parse_event_t;
     if (depth > kDeepest)
-      throw InputError(file, "", fmt::format("its JSON is nested more than {} deep", kDeepest), kExportAgain);
+      throw InputError(Code::Limit, file, "", fmt::format("its JSON is nested more than {} deep", kDeepest),
+                       kExportAgain);
     if (event == Event::object_start) open.emplace_back();
     if (event == Event::object_end) open.pop_back();
     if (event == Event::key && !open.back().insert(parsed.get<std::string>()).second)
-      throw InputError(file, "",
+      throw InputError(Code::Duplicate, file, "",
                        fmt::format("its JSON has the key {} twice in one object",
                                    Quoted(parsed.get_ref<const std::string&>())),
                        kExportAgain);
@@ -77,10 +79,11 @@ Json ParseJson(std::string_view text, std::size_t first_byte, const std::string&
     return Json::parse(text.begin(), text.end(), check);
   } catch (const Json::parse_error& error) {
     const std::size_t at = std::min(error.byte > 0 ? error.byte - 1 : 0, text.size());
-    throw InputError(file, fmt::format("byte {}", first_byte + at), "its JSON is broken from here on",
-                     kExportAgain);
+    throw InputError(Code::Syntax, file, fmt::format("byte {}", first_byte + at),
+                     "its JSON is broken from here on", kExportAgain);
   } catch (const Json::out_of_range&) {
-    throw InputError(file, "", "its JSON has a number that no double holds", kExportAgain);
+    throw InputError(Code::InvalidValue, file, "", "its JSON has a number that no double holds",
+                     kExportAgain);
   }
 }
 
@@ -88,12 +91,12 @@ Json ParseJson(std::string_view text, std::size_t first_byte, const std::string&
 
 Glb ReadGlb(std::string_view bytes, const std::string& file) {
   const auto fail = [&file](std::size_t at, const std::string& what) {
-    throw InputError(file, fmt::format("byte {}", at), what, kExportAgain);
+    throw InputError(Code::Syntax, file, fmt::format("byte {}", at), what, kExportAgain);
   };
-  if (bytes.empty()) throw InputError(file, "", "the file is empty", kExportAgain);
+  if (bytes.empty()) throw InputError(Code::Empty, file, "", "the file is empty", kExportAgain);
   const std::string_view beginning = bytes.substr(0, kMagic.size());
   if (beginning != kMagic.substr(0, beginning.size()))
-    throw InputError(file, "", WhatItIs(bytes), kExportAgain);
+    throw InputError(Code::UnknownFormat, file, "", WhatItIs(bytes), kExportAgain);
   if (bytes.size() < kHeading) fail(bytes.size(), "the file ends within its heading");
   if (const std::uint32_t version = ReadNumber(bytes, 4); version != 2)
     fail(4, fmt::format("this is binary glTF of version {}; version 2 is known", version));
@@ -140,7 +143,8 @@ std::uint32_t GlbLength(std::size_t json, std::size_t binary, std::size_t furthe
   std::size_t length = kHeading + kChunkHeading;
   for (const std::size_t part : {json, binary > 0 ? kChunkHeading + binary : 0, further_chunks}) {
     if (part > kMost - 3 || length + (part + 3) / 4 * 4 > kMost)
-      throw InputError(file, "", "with the animation it would not fit into the 4 GiB that a .glb may have",
+      throw InputError(Code::Limit, file, "",
+                       "with the animation it would not fit into the 4 GiB that a .glb may have",
                        "make its textures smaller, or export less in one file");
     length += (part + 3) / 4 * 4;
   }

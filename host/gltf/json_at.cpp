@@ -1,6 +1,7 @@
 #include "host/gltf/json_at.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/text.h"
 
 #include <fmt/format.h>
 
@@ -71,8 +72,8 @@ std::vector<double> JsonAt::Numbers(std::size_t count) const {
   return numbers;
 }
 
-void JsonAt::Fail(std::string_view what, std::string_view mend) const {
-  throw InputError(*file_, Printable(place_.to_string()), what, mend);
+void JsonAt::Fail(std::string_view what, std::string_view fix) const {
+  throw InputError(Code::Syntax, *file_, Printable(place_.to_string()), what, fix);
 }
 
 void JsonAt::RequireObject() const {

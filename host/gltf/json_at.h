@@ -47,7 +47,7 @@ public:
   const Json& Value() const { return *json_; }
 
   /// Throws InputError about this value.
-  [[noreturn]] void Fail(std::string_view what, std::string_view mend) const;
+  [[noreturn]] void Fail(std::string_view what, std::string_view fix) const;
 
 private:
   JsonAt(const JsonAt& parent, const Json& json) : json_(&json), file_(parent.file_), place_(parent.place_) {}

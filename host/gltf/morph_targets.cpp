@@ -1,6 +1,7 @@
 #include "host/gltf/morph_targets.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/gltf/json_at.h"
 
 #include <fmt/format.h>

@@ -1,8 +1,8 @@
 #include "host/gltf/node_tree.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/rotation.h"
 #include "host/gltf/json_at.h"
-#include "host/rotation.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,7 @@
 #include "host/performer/face_axes.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/face_parts.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -13,18 +14,6 @@ namespace mien {
 using namespace detail; // the vector arithmetic
 
 namespace {
-
-enum PartIndex {
-  Mouth,
-  LeftBrow,
-  RightBrow,
-  LeftEye,
-  RightEye,
-  LeftCheek,
-  RightCheek,
-  LeftNostril,
-  RightNostril
-};
 
 class MiddleOf {
 public:
@@ -55,10 +44,10 @@ VgeAMatrix FaceAxes(const Performer& performer, const NeutralPose& neutral) {
     return performer.holders[static_cast<std::size_t>(part)][static_cast<std::size_t>(h)];
   };
   const auto middle_of_part = [&](int part) {
-    constexpr int kChinHolder = 4; // moves with the jaw
     MiddleOf middle;
     for (int h = 0; h < 5; ++h)
-      if (part != Mouth || h != kChinHolder) middle.Add(holder(part, h), neutral);
+      if (part != kMouth || h != kChinHolder) // which moves with the jaw
+        middle.Add(holder(part, h), neutral);
     return middle.Get();
   };
 
@@ -67,13 +56,12 @@ VgeAMatrix FaceAxes(const Performer& performer, const NeutralPose& neutral) {
   const auto add_pair = [&](const std::optional<VgeTVector>& left, const std::optional<VgeTVector>& right) {
     if (left && right) left_to_right.Add(Difference(*left, *right));
   };
-  for (const int left : {LeftBrow, LeftEye, LeftCheek, LeftNostril})
+  for (const int left : {kLeftBrow, kLeftEye, kLeftCheek, kLeftNostril})
     add_pair(middle_of_part(left), middle_of_part(left + 1));
   {
-    constexpr int kLeftCorner = 0, kRightCorner = 3;
     MiddleOf left, right;
-    left.Add(holder(Mouth, kLeftCorner), neutral);
-    right.Add(holder(Mouth, kRightCorner), neutral);
+    left.Add(holder(kMouth, kLeftMouthHolder), neutral);
+    right.Add(holder(kMouth, kRightMouthHolder), neutral);
     add_pair(left.Get(), right.Get());
   }
 
@@ -86,12 +74,12 @@ VgeAMatrix FaceAxes(const Performer& performer, const NeutralPose& neutral) {
     }
     return std::optional<VgeTVector>();
   };
-  const auto upper = first_of({{LeftBrow, RightBrow}, {LeftEye, RightEye}});
-  const auto lower = first_of({{Mouth, Mouth}, {LeftNostril, RightNostril}, {LeftCheek, RightCheek}});
+  const auto upper = first_of({{kLeftBrow, kRightBrow}, {kLeftEye, kRightEye}});
+  const auto lower = first_of({{kMouth, kMouth}, {kLeftNostril, kRightNostril}, {kLeftCheek, kRightCheek}});
 
   if (!left_to_right.Get() || !upper || !lower)
     throw InputError(
-        performer.file, "/parts", "the neutral pose does not tell which way the face looks",
+        Code::Unsolvable, performer.file, "/parts", "the neutral pose does not tell which way the face looks",
         "give it markers on a left and a right part or both corners of the mouth, on brows or eyes, and on "
         "the mouth, nostrils or cheeks");
   const VgeTVector x = Unit(*left_to_right.Get());
@@ -100,7 +88,7 @@ VgeAMatrix FaceAxes(const Performer& performer, const NeutralPose& neutral) {
   const VgeTVector square = {rise.x - sideways * x.x, rise.y - sideways * x.y, rise.z - sideways * x.z, 0};
   constexpr double kThin = 1e-3; // of the face's height; measured faces have about 1
   if (!(Length(x) > 0) || !(Length(square) > kThin * Length(rise)))
-    throw InputError(performer.file, "/parts", "the neutral pose's markers lie on one line",
+    throw InputError(Code::Unsolvable, performer.file, "/parts", "the neutral pose's markers lie on one line",
                      "check which markers are named left, right, brow and mouth");
   const VgeTVector y = Unit(square);
 

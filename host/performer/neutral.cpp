@@ -1,9 +1,11 @@
 #include "host/performer/neutral.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/face_parts.h"
+#include "host/base/text.h"
+#include "host/cleaning/rigid_motion.h"
 #include "host/performer/face_axes.h"
 #include "host/performer/match_markers.h"
-#include "host/takes/rigid_motion.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -157,8 +159,6 @@ class RestFrames {
 public:
   RestFrames(const StabilisedMarkers& markers, const Take& take, const Performer& performer,
              const VgeTVector& up) {
-    enum Part { Mouth = 0, LeftEye = 3, RightEye = 4 };
-    enum Holder { UpperLip = 1, LowerLip = 2, UpperLid = 0, LowerLid = 1 };
     const auto holder = [&](std::size_t part, std::size_t h) {
       return MarkerIndices(take, performer.holders[part][h]);
     };
@@ -177,16 +177,16 @@ public:
       return *top - *bottom;
     };
 
-    struct Gap {
+    struct Opening {
       std::vector<std::size_t> upper, lower;
     };
-    const Gap lids[2] = {{holder(LeftEye, UpperLid), holder(LeftEye, LowerLid)},
-                         {holder(RightEye, UpperLid), holder(RightEye, LowerLid)}};
-    const Gap lips = {holder(Mouth, UpperLip), holder(Mouth, LowerLip)};
+    const Opening lids[2] = {{holder(kLeftEye, kUpperEyeHolder), holder(kLeftEye, kLowerEyeHolder)},
+                             {holder(kRightEye, kUpperEyeHolder), holder(kRightEye, kLowerEyeHolder)}};
+    const Opening lips = {holder(kMouth, kUpperMouthHolder), holder(kMouth, kLowerMouthHolder)};
     std::vector<std::optional<double>> eyes(markers.FrameCount()), mouth(markers.FrameCount());
     for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
       std::vector<double> openings;
-      for (const Gap& eye : lids)
+      for (const Opening& eye : lids)
         if (const auto measured = opening(f, eye.upper, eye.lower)) openings.push_back(*measured);
       if (!openings.empty()) eyes[f] = Mean(openings);
       mouth[f] = opening(f, lips.upper, lips.lower);
@@ -214,7 +214,7 @@ Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange
     if (take.frames[f] >= range.first && take.frames[f] <= range.last) frames.push_back(f);
   if (frames.empty())
     throw InputError(
-        file, place,
+        Code::NotFound, file, place,
         fmt::format("there are no frames {} to {} for the neutral pose", range.first, range.last),
         fmt::format("the take goes from frame {} to {}", take.frames.front(), take.frames.back()));
   Neutral neutral;
@@ -224,7 +224,7 @@ Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange
   const StabilisedMarkers markers(take, performer, std::move(frames));
   if (markers.HeadIsNeverFound() && markers.AnyIsSeen())
     throw InputError(
-        file, place,
+        Code::Unsolvable, file, place,
         fmt::format("too few head markers are seen in frames {} to {} to remove the head's motion",
                     range.first, range.last),
         "name other frames, or a single one");
@@ -285,7 +285,8 @@ Neutral FindNeutral(const Take& take, const Performer& performer, const std::opt
     const std::vector<std::string> names = performer.Markers();
     if (std::none_of(names.begin(), names.end(),
                      [&](const std::string& name) { return pose->contains(name); }))
-      throw InputError(performer.file, "/neutral/positions", "none of the performer's markers is in it",
+      throw InputError(Code::Unmatched, performer.file, "/neutral/positions",
+                       "none of the performer's markers is in it",
                        "write the pose anew with `mien performer`");
     neutral = {.pose = *pose, .how = "the performer file's", .notes = {}};
   } else {
@@ -293,7 +294,8 @@ Neutral FindNeutral(const Take& take, const Performer& performer, const std::opt
   }
 
   if (neutral.pose.empty())
-    throw InputError(take.file, "", "no marker of the performer is seen in the neutral pose",
+    throw InputError(Code::Unsolvable, take.file, "",
+                     "no marker of the performer is seen in the neutral pose",
                      "name other frames with --neutral, or check the take with `mien info`");
   NoteStrangeSize(neutral);
   return neutral;

@@ -1,9 +1,10 @@
 #include "host/performer/performer_file.h"
 
-#include "host/built_in.h"
-#include "host/error.h"
-#include "host/json_file.h"
-#include "host/json_text.h"
+#include "host/base/error.h"
+#include "host/base/json_file.h"
+#include "host/base/json_text.h"
+#include "host/base/text.h"
+#include "host/files/built_in.h"
 #include "host/performer/landmarks68.h"
 #include "mien/face/face.h"
 
@@ -40,7 +41,8 @@ public:
     file_.CheckKeys(here, root, {"format", "name", "head", "parts", "neutral"});
     if (root.contains("head")) ReadHead(here / "head", root["head"]);
     if (!root.contains("parts"))
-      file_.Mistake(here / "parts", "no part has markers", "write \"parts\": { \"Mouth\": { ... } }");
+      file_.Mistake(Code::Missing, here / "parts", "no part has markers",
+                    "write \"parts\": { \"Mouth\": { ... } }");
     else
       ReadParts(here / "parts", root["parts"]);
     if (root.contains("neutral")) ReadNeutral(here / "neutral", root["neutral"]);
@@ -52,7 +54,7 @@ private:
   void ReadHead(const Pointer& place, const Json& head) {
     performer_.head = file_.ReadNames(place, head, "marker");
     if (performer_.head.size() > Performer::kMostHeadMarkers)
-      file_.Mistake(place, fmt::format("{} head markers", performer_.head.size()),
+      file_.Mistake(Code::Limit, place, fmt::format("{} head markers", performer_.head.size()),
                     fmt::format("name the {} that move least with expression", Performer::kMostHeadMarkers));
   }
 
@@ -67,9 +69,10 @@ private:
       if (p >= 0) ReadHolders(place / name, holders, p);
     }
     const std::size_t count = performer_.FaceMarkers().size();
-    if (count == 0) file_.Mistake(place, "no part has markers", "name the markers of at least one holder");
+    if (count == 0)
+      file_.Mistake(Code::Missing, place, "no part has markers", "name the markers of at least one holder");
     if (count > Performer::kMostMarkers)
-      file_.Mistake(place, fmt::format("{} markers drive the face", count),
+      file_.Mistake(Code::Limit, place, fmt::format("{} markers drive the face", count),
                     fmt::format("leave {} of them out: the face takes {} at most",
                                 count - Performer::kMostMarkers, Performer::kMostMarkers));
   }
@@ -88,7 +91,7 @@ private:
       for (const std::string& marker : names)
         if (std::find(in_part.begin(), in_part.end(), marker) != in_part.end())
           file_.Mistake(
-              place / name,
+              Code::Duplicate, place / name,
               fmt::format("the marker {} is in another holder of {} already", Quoted(marker), part.mName),
               "a marker drives one holder of a part; keep it in one");
       in_part.insert(in_part.end(), names.begin(), names.end());
@@ -100,7 +103,7 @@ private:
     if (!file_.RequireObject(place, neutral)) return;
     file_.CheckKeys(place, neutral, {"frames", "positions"});
     if (neutral.contains("frames") == neutral.contains("positions")) {
-      file_.Mistake(place, "the neutral pose is given in no way, or in two",
+      file_.Mistake(Code::Contradiction, place, "the neutral pose is given in no way, or in two",
                     "write either \"frames\": [FROM, TO] or \"positions\": { ... }");
     } else if (neutral.contains("frames")) {
       const Json& frames = neutral["frames"];
@@ -111,7 +114,8 @@ private:
       };
       if (!frames.is_array() || frames.size() != 2 || !is_number(frames[0]) || !is_number(frames[1]) ||
           frames[0].get<std::int64_t>() > frames[1].get<std::int64_t>())
-        file_.Mistake(place / "frames", "these are not two frame numbers in order", "write [FROM, TO]");
+        file_.Mistake(Code::InvalidValue, place / "frames", "these are not two frame numbers in order",
+                      "write [FROM, TO]");
       else
         performer_.neutral = FrameRange{frames[0].get<std::int64_t>(), frames[1].get<std::int64_t>()};
     } else {
@@ -128,7 +132,8 @@ private:
                                    return coordinate.is_number() && std::isfinite(coordinate.get<double>());
                                  });
       if (!three_numbers)
-        file_.Mistake(place / marker, "this is not a position", "write [x, y, z] in millimetres");
+        file_.Mistake(Code::InvalidValue, place / marker, "this is not a position",
+                      "write [x, y, z] in millimetres");
       else
         pose[marker] = {position[0].get<double>(), position[1].get<double>(), position[2].get<double>()};
     }
@@ -145,7 +150,7 @@ Performer ReadPerformer(std::string_view text, const std::string& file) {
   return PerformerReader(text, file).Read();
 }
 
-Performer FindPerformer(const std::string& name_or_path) {
+Performer LoadPerformer(const std::string& name_or_path) {
   return ReadPerformer(ReadBuiltInOrFile(kBuiltIn, name_or_path, "performer"), name_or_path);
 }
 

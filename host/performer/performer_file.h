@@ -28,9 +28,9 @@ namespace mien {
 Performer ReadPerformer(std::string_view text, const std::string& file);
 
 /// A built-in performer by its name or, failing that, the performer file of that path.
-Performer FindPerformer(const std::string& name_or_path);
+Performer LoadPerformer(const std::string& name_or_path);
 
-/// The names that FindPerformer knows without a file.
+/// The names that LoadPerformer knows without a file.
 std::vector<std::string> BuiltInPerformers();
 
 void WritePerformer(const Performer& performer, std::ostream& out);

@@ -1,6 +1,7 @@
 #include "host/solve/character_solver.h"
 
-#include "host/error.h"
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
@@ -49,7 +50,7 @@ CharacterSolver::CharacterSolver(const Character& character, const ExpressionWei
         std::vector<std::string> known;
         for (const Character::Expression& expression : character.expressions)
           known.push_back(expression.name);
-        throw InputError(character.file, "/expressions",
+        throw InputError(Code::NotFound, character.file, "/expressions",
                          fmt::format("there is no expression {}", Quoted(name)),
                          known.empty() ? "add it to a character file, which mien character save writes"
                                        : fmt::format("name one of: {}", fmt::join(known, ", ")));

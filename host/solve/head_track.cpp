@@ -1,10 +1,10 @@
 #include "host/solve/head_track.h"
 
+#include "host/base/rotation.h"
+#include "host/cleaning/low_pass.h"
+#include "host/cleaning/rigid_motion.h"
 #include "host/performer/match_markers.h"
-#include "host/rotation.h"
-#include "host/takes/low_pass.h"
 #include "host/takes/pick_markers.h"
-#include "host/takes/rigid_motion.h"
 #include "mien/base/affine.h"
 #include "mien/base/elementary.h"
 

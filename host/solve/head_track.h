@@ -1,9 +1,9 @@
 #pragma once
 
+#include "host/cleaning/fill_gaps.h"
+#include "host/cleaning/slipped_markers.h"
 #include "host/performer/performer.h"
 #include "host/solve/solve_options.h"
-#include "host/takes/fill_gaps.h"
-#include "host/takes/slipped_markers.h"
 #include "host/takes/take.h"
 #include "mien/base/geometry.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/animation/animation.h"
 #include "host/character/character.h"
-#include "host/solve/animation.h"
 #include "host/solve/character_solver.h"
 
 namespace mien {

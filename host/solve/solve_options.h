@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/takes/fill_gaps.h"
+#include "host/cleaning/fill_gaps.h"
 
 #include <optional>
 

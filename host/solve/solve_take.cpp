@@ -1,9 +1,9 @@
 #include "host/solve/solve_take.h"
 
+#include "host/cleaning/low_pass.h"
+#include "host/cleaning/rest_in_gaps.h"
 #include "host/solve/face_solver.h"
 #include "host/solve/head_track.h"
-#include "host/solve/rest_in_gaps.h"
-#include "host/takes/low_pass.h"
 #include "mien/face/face.h"
 
 #include <algorithm>

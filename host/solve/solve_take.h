@@ -1,10 +1,10 @@
 #pragma once
 
+#include "host/animation/animation.h"
+#include "host/cleaning/fill_gaps.h"
+#include "host/cleaning/slipped_markers.h"
 #include "host/performer/performer.h"
-#include "host/solve/animation.h"
 #include "host/solve/solve_options.h"
-#include "host/takes/fill_gaps.h"
-#include "host/takes/slipped_markers.h"
 #include "host/takes/take.h"
 
 #include <array>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/point.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/timecode.h"
 
@@ -13,13 +14,6 @@
 #include <vector>
 
 namespace mien {
-
-/// A marker's position in millimetres.
-struct Point {
-  double x = 0;
-  double y = 0;
-  double z = 0;
-};
 
 /// How a position came about.
 enum class Origin : std::uint8_t {

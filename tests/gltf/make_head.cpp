@@ -2,9 +2,9 @@
 // 52 shapes is turned and placed by parents, one of them by a matrix; lashes share its shapes under names of another
 // spelling; bones, one of them with a matrix, wait for clusters.
 
+#include "host/animation/animation_glb.h"
 #include "host/character/character_file.h"
 #include "host/gltf/glb.h"
-#include "host/write/animation_glb.h"
 
 #include <fstream>
 #include <sstream>
@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
   using Json = nlohmann::ordered_json;
 
   std::ostringstream face;
-  const mien::Character character = mien::FindCharacter("arkit52");
+  const mien::Character character = mien::LoadCharacter("arkit52");
   mien::WriteFace(&character, face);
   mien::Glb head = mien::ReadGlb(face.str(), "face");
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/error.h"
+#include "host/base/error.h"
 
 #include <string>
 

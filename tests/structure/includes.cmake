@@ -2,9 +2,10 @@
 #
 #   cmake [-DROOT=folder] -P includes.cmake
 #
-# face, actor and character stand on base; actor and character stand on face and never see each other; the host stands
-# on all of them and none of them on the host. Beside that the library uses the standard library alone, without those of
-# its headers that are for files, threads, clocks and streams. (Of <cstdio> it may use what symbols.cmake lists.)
+# The table below lists for each folder which others it may include. The host stands on the library's installed headers and
+# the library on nothing of the host. Beside that the library uses the standard library alone, without those of its headers
+# that are for files, threads, clocks and streams (of <cstdio> it may use what symbols.cmake lists), and only host/cli knows
+# the command line's parser.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -23,7 +24,25 @@ set(sees_mien/face mien/base mien/face)
 set(sees_mien/actor mien/base mien/face mien/actor)
 set(sees_mien/character mien/base mien/face mien/character)
 set(sees_mien/mien.h mien/base mien/face mien/actor mien/character)
-set(sees_host mien host)
+
+# What uses nothing of the host but base comes first; each line sees folders of the lines above it.
+set(sees_host/base      base)
+set(sees_host/files     base files)
+set(sees_host/takes     base takes)
+set(sees_host/formats   base files takes formats)
+set(sees_host/cleaning  base takes cleaning)
+set(sees_host/inspect   base takes inspect)
+set(sees_host/performer base files takes cleaning performer)
+set(sees_host/character base files character)
+set(sees_host/gltf      base character gltf)
+set(sees_host/animation base takes character gltf animation)
+set(sees_host/solve     base takes cleaning performer character animation solve)
+set(sees_host/jobs      base files takes formats cleaning inspect performer character gltf animation solve jobs)
+set(sees_host/cli       base files takes formats cleaning inspect performer character gltf animation solve jobs cli)
+foreach(folder base files takes formats cleaning inspect performer character gltf animation solve jobs cli)
+  list(TRANSFORM sees_host/${folder} PREPEND host/)
+  list(APPEND sees_host/${folder} mien)
+endforeach()
 
 file(GLOB_RECURSE files RELATIVE ${ROOT} ${ROOT}/mien/*.h ${ROOT}/mien/*.cpp ${ROOT}/host/*.h ${ROOT}/host/*.cpp)
 set(includes 0)
@@ -35,7 +54,7 @@ macro(fault text)
 endmacro()
 
 foreach(file IN LISTS files)
-  string(REGEX MATCH "^(host|mien/[^/]+)" room ${file})
+  string(REGEX MATCH "^(host|mien)/[^/]+" room ${file})
   if(NOT DEFINED sees_${room})
     fault("the folder ${room} is new here; say in tests/structure/includes.cmake what it may include")
     continue()
@@ -61,6 +80,8 @@ foreach(file IN LISTS files)
       set(header ${CMAKE_MATCH_1})
       if(header MATCHES "^(mien|host)/")
         fault("our own <${header}> goes in quotes")
+      elseif(header MATCHES "^CLI/" AND NOT room STREQUAL "host/cli")
+        fault("only host/cli includes <${header}>")
       elseif(room MATCHES "^mien/" AND NOT header IN_LIST standard_headers)
         fault("the library must not include <${header}>")
       endif()

@@ -1,8 +1,8 @@
 #include "host/character/arkit52.h"
 
+#include "host/animation/animation.h"
 #include "host/character/arkit_names.h"
 #include "host/character/character_file.h"
-#include "host/solve/animation.h"
 #include "host/solve/character_solver.h"
 #include "mien/face/face.h"
 
@@ -27,7 +27,7 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-Character Arkit52() { return mien::FindCharacter("arkit52"); }
+Character Arkit52() { return mien::LoadCharacter("arkit52"); }
 
 const ShapeWeights& Of(const Character& character, const TemplateColumn& column) {
   return character.templates.at(static_cast<std::size_t>(column.part))

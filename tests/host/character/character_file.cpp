@@ -18,7 +18,7 @@
 
 using mien::Character;
 using mien::ClusterTransform;
-using mien::FindCharacter;
+using mien::LoadCharacter;
 using mien::ReadCharacter;
 using mien::ShapeWeights;
 using mien::WriteCharacter;
@@ -1012,7 +1012,7 @@ TEST(WriteCharacter, WritesPointsWhateverTheLocale) {
 }
 
 TEST(WriteCharacter, DoesNotCareHowTheStreamIsSet) {
-  const Character character = FindCharacter("arkit52");
+  const Character character = LoadCharacter("arkit52");
   std::ostringstream out;
   out << std::hex << std::showpos;
   out.precision(2), out.fill('*'), out.width(5000);
@@ -1023,30 +1023,30 @@ TEST(WriteCharacter, DoesNotCareHowTheStreamIsSet) {
 
 // --- Characters by name.
 
-TEST(FindCharacter, KnowsTheBuiltInOnesByName) {
+TEST(LoadCharacter, KnowsTheBuiltInOnesByName) {
   EXPECT_THAT(mien::BuiltInCharacters(), ElementsAre("arkit52"));
   for (const std::string& name : mien::BuiltInCharacters()) {
-    const Character character = FindCharacter(name);
+    const Character character = LoadCharacter(name);
     EXPECT_EQ(character.name, name);
     EXPECT_EQ(character.file, name);
     ExpectEqual(Read(Written(character)), character);
   }
 }
 
-TEST(FindCharacter, TellsTheBuiltInOnesWhereThereIsNoFile) {
+TEST(LoadCharacter, TellsTheBuiltInOnesWhereThereIsNoFile) {
   EXPECT_EQ(
-      InputErrorOf([] { FindCharacter("no such/character.json"); }),
+      InputErrorOf([] { LoadCharacter("no such/character.json"); }),
       "no such/character.json: there is no character of this name and no such file; name a character file, "
       "or one of the built-in ones: arkit52");
-  EXPECT_THAT(InputErrorOf([] { FindCharacter(""); }), Not(EndsWith("no InputError")));
+  EXPECT_THAT(InputErrorOf([] { LoadCharacter(""); }), Not(EndsWith("no InputError")));
 }
 
 TEST_F(CharacterFiles, AreFoundByTheirPath) {
   const auto path = Write("robot.json", File());
-  const Character character = FindCharacter(path);
+  const Character character = LoadCharacter(path);
   EXPECT_EQ(character.name, "Robot");
   EXPECT_EQ(character.file, path.string());
   const auto broken = Write("broken.json", File("{}"));
-  EXPECT_THAT(InputErrorOf([&] { FindCharacter(broken); }), StartsWith(broken.string() + ":/parts: "));
-  EXPECT_THAT(InputErrorOf([&] { FindCharacter(folder_); }), StartsWith(folder_.string() + ": "));
+  EXPECT_THAT(InputErrorOf([&] { LoadCharacter(broken); }), StartsWith(broken.string() + ":/parts: "));
+  EXPECT_THAT(InputErrorOf([&] { LoadCharacter(folder_); }), StartsWith(folder_.string() + ": "));
 }

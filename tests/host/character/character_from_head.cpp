@@ -14,9 +14,9 @@
 #include <vector>
 
 using mien::Character;
-using mien::FindCharacter;
 using mien::HeadMatch;
 using mien::kArkitNames;
+using mien::LoadCharacter;
 using mien::MatchHead;
 using mien::ReadCharacter;
 using mien::ShapeWeights;
@@ -47,7 +47,7 @@ std::vector<std::string> Numbered(std::size_t count) {
 } // namespace
 
 TEST(CharacterFromHead, AHeadOfThe52IsTheBuiltInCharacter) {
-  const Character arkit = FindCharacter("arkit52");
+  const Character arkit = LoadCharacter("arkit52");
   const HeadMatch match = MatchHead("Ada", {kArkitNames.begin(), kArkitNames.end()});
   EXPECT_EQ(match.character.name, "Ada");
   EXPECT_EQ(match.character.templates, arkit.templates);

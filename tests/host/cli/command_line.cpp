@@ -1,6 +1,6 @@
 // The mien command as its users have it: a process with arguments, streams, files and an exit code.
 
-#include "host/read_file.h"
+#include "host/files/read_file.h"
 #include "tests/host/process.h"
 #include "tests/host/temporary_folder.h"
 
@@ -652,7 +652,7 @@ TEST_F(Command, TheSolvedPerformerIsNeverOverwritten) {
   EXPECT_TRUE(Saved("ada.csv") == performer);
 }
 
-// --- Inputs at fault: exit code 1, what and where and the mend, and nothing left.
+// --- Inputs at fault: exit code 1, what and where and the fix, and nothing left.
 
 TEST_F(Command, BadTakesAreNamedWithPlaceAndMend) {
   const std::vector<std::string> rows = Lines(take_);

@@ -1,4 +1,4 @@
-#include "host/takes/read_take.h"
+#include "host/formats/read_take.h"
 #include "tests/host/cli/run_mien.h"
 
 #include <gmock/gmock.h>

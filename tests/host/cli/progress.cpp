@@ -1,6 +1,6 @@
 #include "host/cli/progress.h"
 
-#include "host/read_file.h"
+#include "host/files/read_file.h"
 #include "tests/host/process.h"
 #include "tests/host/temporary_folder.h"
 

@@ -2,7 +2,7 @@
 
 // The mien command as a process with arguments, an environment, streams and an exit code, in a folder of the test's own.
 
-#include "host/read_file.h"
+#include "host/files/read_file.h"
 #include "tests/host/process.h"
 #include "tests/host/temporary_folder.h"
 

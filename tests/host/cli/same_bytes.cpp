@@ -6,7 +6,7 @@
 // that disagrees with the others has found a dependence on the compiler, its flags, or the C library's exp, sin and the like,
 // which are not the same everywhere (mien/base/elementary.h has those that are).
 
-#include "host/sha256.h"
+#include "host/files/sha256.h"
 #include "tests/host/cli/run_mien.h"
 
 #include <gmock/gmock.h>

@@ -23,7 +23,7 @@ namespace {
 
 using namespace std::string_literals;
 
-const std::string kMend = "; export the head again, as .glb (glTF 2.0 binary)";
+const std::string kFix = "; export the head again, as .glb (glTF 2.0 binary)";
 const std::string kLeast = R"({"asset":{"version":"2.0"}})";
 
 std::string Number(std::size_t number) {
@@ -122,7 +122,7 @@ TEST(Glb, CutShortAnywhereIsAnError) {
     EXPECT_THAT(Error(whole.substr(0, length)), StartsWith("h.glb:")) << length;
   EXPECT_EQ(Error(whole.substr(0, 100)), "h.glb:byte 8: the file should have " +
                                              std::to_string(whole.size()) +
-                                             " bytes and has 100: it was cut short or added to" + kMend);
+                                             " bytes and has 100: it was cut short or added to" + kFix);
 }
 
 TEST(Glb, CutShortWithAHeadingThatFitsIsAnError) {
@@ -143,42 +143,42 @@ TEST(Glb, OneByteTooManyIsAnError) {
 }
 
 TEST(Glb, SaysWhatAnotherFileIs) {
-  EXPECT_EQ(Error(""), "h.glb: the file is empty" + kMend);
-  EXPECT_EQ(Error("gl"), "h.glb:byte 2: the file ends within its heading" + kMend);
-  EXPECT_EQ(Error("glTF" + Number(2)), "h.glb:byte 8: the file ends within its heading" + kMend);
-  EXPECT_EQ(Error("\n { \"asset\": {} }"), "h.glb: this is text, a .gltf perhaps, not a .glb" + kMend);
-  EXPECT_EQ(Error("\xEF\xBB\xBF{}"), "h.glb: this is text, a .gltf perhaps, not a .glb" + kMend);
-  EXPECT_EQ(Error("Kaydara FBX Binary  "), "h.glb: this is an FBX file, not a .glb" + kMend);
-  EXPECT_EQ(Error("BLENDER-v304"), "h.glb: this is a Blender file, not a .glb" + kMend);
-  EXPECT_EQ(Error("PK\x03\x04"), "h.glb: this is a zip archive, not a .glb" + kMend);
-  EXPECT_EQ(Error("\x1F\x8B\x08"), "h.glb: this is a gzip archive, not a .glb" + kMend);
-  EXPECT_EQ(Error("#usda 1.0"), "h.glb: this is a USD file, not a .glb" + kMend);
+  EXPECT_EQ(Error(""), "h.glb: the file is empty" + kFix);
+  EXPECT_EQ(Error("gl"), "h.glb:byte 2: the file ends within its heading" + kFix);
+  EXPECT_EQ(Error("glTF" + Number(2)), "h.glb:byte 8: the file ends within its heading" + kFix);
+  EXPECT_EQ(Error("\n { \"asset\": {} }"), "h.glb: this is text, a .gltf perhaps, not a .glb" + kFix);
+  EXPECT_EQ(Error("\xEF\xBB\xBF{}"), "h.glb: this is text, a .gltf perhaps, not a .glb" + kFix);
+  EXPECT_EQ(Error("Kaydara FBX Binary  "), "h.glb: this is an FBX file, not a .glb" + kFix);
+  EXPECT_EQ(Error("BLENDER-v304"), "h.glb: this is a Blender file, not a .glb" + kFix);
+  EXPECT_EQ(Error("PK\x03\x04"), "h.glb: this is a zip archive, not a .glb" + kFix);
+  EXPECT_EQ(Error("\x1F\x8B\x08"), "h.glb: this is a gzip archive, not a .glb" + kFix);
+  EXPECT_EQ(Error("#usda 1.0"), "h.glb: this is a USD file, not a .glb" + kFix);
   EXPECT_EQ(Error("o h\x1B[2Jead\n"),
-            "h.glb: this is not a .glb: it begins with \"o h?\" where \"glTF\" should stand" + kMend);
+            "h.glb: this is not a .glb: it begins with \"o h?\" where \"glTF\" should stand" + kFix);
 }
 
 TEST(Glb, SaysWhatIsWrongWithTheContainer) {
   EXPECT_EQ(Error("glTF" + Number(1) + Number(12)),
-            "h.glb:byte 4: this is binary glTF of version 1; version 2 is known" + kMend);
-  EXPECT_EQ(Error(File("")), "h.glb:byte 12: the first chunk is not the JSON one" + kMend);
+            "h.glb:byte 4: this is binary glTF of version 1; version 2 is known" + kFix);
+  EXPECT_EQ(Error(File("")), "h.glb:byte 12: the first chunk is not the JSON one" + kFix);
   EXPECT_EQ(Error(File(Chunk("BIN\0"s, "1234"))),
-            "h.glb:byte 12: the first chunk is not the JSON one" + kMend);
-  EXPECT_EQ(Error(File("1234567")), "h.glb:byte 12: the file ends within a chunk's heading" + kMend);
+            "h.glb:byte 12: the first chunk is not the JSON one" + kFix);
+  EXPECT_EQ(Error(File("1234567")), "h.glb:byte 12: the file ends within a chunk's heading" + kFix);
   EXPECT_EQ(Error(File(Number(0xFFFFFFFF) + "JSON{}  ")),
-            "h.glb:byte 12: a chunk of 4294967295 bytes, where 4 are left" + kMend);
+            "h.glb:byte 12: a chunk of 4294967295 bytes, where 4 are left" + kFix);
   EXPECT_EQ(Error(File(JsonChunk(kLeast) + Chunk("XTRA", "12345"))),
-            "h.glb:byte 48: a chunk of 5 bytes, which is no multiple of 4" + kMend);
+            "h.glb:byte 48: a chunk of 5 bytes, which is no multiple of 4" + kFix);
 }
 
 TEST(Glb, SaysWhatIsWrongWithTheJson) {
-  EXPECT_EQ(Error(File(JsonChunk("{\"a\": ]}"))), "h.glb:byte 26: its JSON is broken from here on" + kMend);
-  EXPECT_EQ(Error(File(JsonChunk(""))), "h.glb:byte 20: its JSON is broken from here on" + kMend);
+  EXPECT_EQ(Error(File(JsonChunk("{\"a\": ]}"))), "h.glb:byte 26: its JSON is broken from here on" + kFix);
+  EXPECT_EQ(Error(File(JsonChunk(""))), "h.glb:byte 20: its JSON is broken from here on" + kFix);
   EXPECT_EQ(Error(File(JsonChunk("{\"a\":\"\xFF\"}"))),
-            "h.glb:byte 26: its JSON is broken from here on" + kMend);
+            "h.glb:byte 26: its JSON is broken from here on" + kFix);
   EXPECT_EQ(Error(File(JsonChunk("{\"a\":1e999}"))),
-            "h.glb: its JSON has a number that no double holds" + kMend);
+            "h.glb: its JSON has a number that no double holds" + kFix);
   EXPECT_EQ(Error(File(JsonChunk(R"({"a":{"b":1,"c":2,"b":3}})"))),
-            "h.glb: its JSON has the key \"b\" twice in one object" + kMend);
+            "h.glb: its JSON has the key \"b\" twice in one object" + kFix);
   EXPECT_EQ(Error(File(JsonChunk("[]"))), "h.glb: this is not an object; export the head again");
   EXPECT_EQ(Error(File(JsonChunk("{}"))), "h.glb: the member \"asset\" is missing; export the head again");
   EXPECT_EQ(Error(File(JsonChunk(R"({"asset":{}})"))),
@@ -186,7 +186,7 @@ TEST(Glb, SaysWhatIsWrongWithTheJson) {
   EXPECT_EQ(Error(File(JsonChunk(R"({"asset":{"version":2}})"))),
             "h.glb:/asset/version: this is not a text; export the head again");
   EXPECT_EQ(Error(File(JsonChunk(R"({"asset":{"version":"1.0"}})"))),
-            "h.glb:/asset/version: glTF 1.0, where 2.0 is known" + kMend);
+            "h.glb:/asset/version: glTF 1.0, where 2.0 is known" + kFix);
 }
 
 TEST(Glb, JsonNestedBeyondReasonIsRefusedBeforeItCouldOverflowAStack) {
@@ -195,8 +195,8 @@ TEST(Glb, JsonNestedBeyondReasonIsRefusedBeforeItCouldOverflowAStack) {
                           std::string(depth, ']') + "}"));
   };
   EXPECT_EQ(Written(ReadGlb(nested(200), "h.glb")), nested(200));
-  EXPECT_EQ(Error(nested(300)), "h.glb: its JSON is nested more than 256 deep" + kMend);
-  EXPECT_EQ(Error(nested(1'000'000)), "h.glb: its JSON is nested more than 256 deep" + kMend);
+  EXPECT_EQ(Error(nested(300)), "h.glb: its JSON is nested more than 256 deep" + kFix);
+  EXPECT_EQ(Error(nested(1'000'000)), "h.glb: its JSON is nested more than 256 deep" + kFix);
 }
 
 TEST(Glb, TextThatIsNotUtf8IsWrittenWithReplacements) {

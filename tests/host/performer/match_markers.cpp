@@ -98,7 +98,7 @@ TEST(CheckMarkers, AWholeStrangerIsToldInSixLines) {
   for (int i = 0; i < 9; ++i) performer.holders[0][1].push_back("lip" + std::to_string(i));
   const std::string error = Error(performer, TakeWith({"lm0"}));
   EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 5);
-  EXPECT_THAT(error, EndsWith("\nand 5 more: is this performer meant for this take?"));
+  EXPECT_THAT(error, EndsWith(": 5 more of its markers are missing; is this performer meant for this take?"));
 }
 
 // Comparing every name of one with every name of the other would take a hundred thousand edit distances, though only

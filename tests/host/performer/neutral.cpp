@@ -1,6 +1,6 @@
 #include "host/performer/neutral.h"
 
-#include "host/takes/rigid_motion.h"
+#include "host/cleaning/rigid_motion.h"
 #include "tests/host/input_error.h"
 #include "tests/host/plain_face.h"
 
@@ -156,7 +156,7 @@ TEST(FindNeutral, FramesThatTheTakeHasNotAreAnError) {
                       HasSubstr("from frame 10 to 30")));
 }
 
-// Whose frames they are is what the user has to mend.
+// Whose frames they are is what the user has to fix.
 TEST(FindNeutral, FramesOfThePerformerFileAreItsMistake) {
   Take take = EmptyTake();
   Film(take, PlainFace());

@@ -15,8 +15,8 @@
 #include <variant>
 #include <vector>
 
-using mien::FindPerformer;
 using mien::FrameRange;
+using mien::LoadPerformer;
 using mien::NeutralPose;
 using mien::Performer;
 using mien::ReadPerformer;
@@ -427,7 +427,7 @@ TEST(WritePerformer, WritesPointsWhateverTheLocale) {
 TEST(BuiltInPerformers, AreValidAndCanBeSavedAndReadAgain) {
   ASSERT_THAT(mien::BuiltInPerformers(), testing::Contains("landmarks68"));
   for (const std::string& name : mien::BuiltInPerformers()) {
-    const Performer performer = FindPerformer(name);
+    const Performer performer = LoadPerformer(name);
     EXPECT_EQ(performer.name, name);
     EXPECT_EQ(performer.file, name);
     EXPECT_GE(performer.head.size(), 3u) << name << " cannot tell the head's motion";
@@ -436,7 +436,7 @@ TEST(BuiltInPerformers, AreValidAndCanBeSavedAndReadAgain) {
 }
 
 TEST(BuiltInPerformers, Landmarks68NamesLandmarksOnlyAndTheSameOnBothSides) {
-  const Performer performer = FindPerformer("landmarks68");
+  const Performer performer = LoadPerformer("landmarks68");
   std::set<std::string> landmarks;
   for (int i = 0; i < 68; ++i) landmarks.insert("lm" + std::to_string(i));
   for (const std::string& name : performer.Markers()) EXPECT_TRUE(landmarks.contains(name)) << name;
@@ -474,8 +474,8 @@ TEST(BuiltInPerformers, Landmarks68NamesLandmarksOnlyAndTheSameOnBothSides) {
       EXPECT_EQ(mirror(performer.holders[left][h]), set(performer.holders[left + 1][h])) << left << ' ' << h;
 }
 
-TEST(FindPerformer, AnUnknownNameListsTheBuiltInOnes) {
-  EXPECT_EQ(InputErrorOf([] { FindPerformer("landmarks67"); }),
+TEST(LoadPerformer, AnUnknownNameListsTheBuiltInOnes) {
+  EXPECT_EQ(InputErrorOf([] { LoadPerformer("landmarks67"); }),
             "landmarks67: there is no performer of this name and no such file; name a performer file, or one "
             "of the "
             "built-in ones: landmarks68");
@@ -483,17 +483,17 @@ TEST(FindPerformer, AnUnknownNameListsTheBuiltInOnes) {
 
 TEST_F(PerformerFiles, AreFoundByPathAndNamedInMistakes) {
   const std::filesystem::path good = Write("good.json", File()), bad = Write("bad.json", "{}");
-  EXPECT_EQ(FindPerformer(good.string()).name, "Ada");
-  EXPECT_EQ(FindPerformer(good.string()).file, good.string());
-  EXPECT_THAT(InputErrorOf([&] { FindPerformer(bad.string()); }), StartsWith(bad.string() + ":/format"));
-  EXPECT_THAT(InputErrorOf([&] { FindPerformer(folder_.string()); }), HasSubstr("this is a folder"));
+  EXPECT_EQ(LoadPerformer(good.string()).name, "Ada");
+  EXPECT_EQ(LoadPerformer(good.string()).file, good.string());
+  EXPECT_THAT(InputErrorOf([&] { LoadPerformer(bad.string()); }), StartsWith(bad.string() + ":/format"));
+  EXPECT_THAT(InputErrorOf([&] { LoadPerformer(folder_.string()); }), HasSubstr("this is a folder"));
 }
 
 // What the file system cannot even look up is an input's fault, not the program's.
 TEST_F(PerformerFiles, PathsThatCannotBeLookedUpAreInputErrors) {
   const std::string too_long(300, 'a');
-  EXPECT_THAT(InputErrorOf([&] { FindPerformer(too_long); }), StartsWith(too_long + ": "));
+  EXPECT_THAT(InputErrorOf([&] { LoadPerformer(too_long); }), StartsWith(too_long + ": "));
   const std::filesystem::path loop = folder_ / "loop.json";
   std::filesystem::create_symlink("loop.json", loop);
-  EXPECT_THAT(InputErrorOf([&] { FindPerformer(loop.string()); }), StartsWith(loop.string() + ": "));
+  EXPECT_THAT(InputErrorOf([&] { LoadPerformer(loop.string()); }), StartsWith(loop.string() + ": "));
 }

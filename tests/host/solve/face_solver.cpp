@@ -1,7 +1,7 @@
 #include "host/solve/face_solver.h"
 
+#include "host/animation/animation.h"
 #include "host/performer/face_axes.h"
-#include "host/solve/animation.h"
 #include "tests/host/input_error.h"
 #include "tests/host/plain_face.h"
 

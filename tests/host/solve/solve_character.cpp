@@ -125,9 +125,9 @@ TEST(SolveCharacter, LeavesWhatTheTakeGave) {
 
 TEST(SolveCharacter, TakesThePlaceOfAFormerCharacter) {
   Animation once = ThreeFrames(), twice = ThreeFrames();
-  SolveCharacter(once, mien::FindCharacter("arkit52"));
+  SolveCharacter(once, mien::LoadCharacter("arkit52"));
   SolveCharacter(twice, Puppet());
-  SolveCharacter(twice, mien::FindCharacter("arkit52"));
+  SolveCharacter(twice, mien::LoadCharacter("arkit52"));
   EXPECT_EQ(twice.character, "arkit52");
   EXPECT_EQ(twice.shapes, once.shapes);
   EXPECT_EQ(twice.shape_weights, once.shape_weights);

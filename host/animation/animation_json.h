@@ -1,0 +1,33 @@
+#pragma once
+
+#include "host/animation/animation.h"
+
+#include <ostream>
+
+namespace mien {
+
+/// The whole animation, a line per frame in each list:
+///
+///     {
+///       "format": "mien animation 1",
+///       "take": "...", "performer": "...", "character": "...",
+///       "rate": 29.97002997002997, "rate_fraction": [30000, 1001],
+///       "timecode": "10:02:59:29@30",
+///       "frames": [1, 2, ...],
+///       "times": [0, 0.0334, ...],
+///       "head": { "rotation": [[x, y, z, w], ...], "translation": [[x, y, z], ...] },
+///       "templates": { "names": ["Mouth.Open", ...], "weights": [[...], ...] },
+///       "shapes": { "names": ["jawOpen", ...], "weights": [[...], ...] },
+///       "clusters": {
+///         "names": [{ "part": "jaw", "cluster": "jawBone" }, ...],
+///         "local": { "translation": [[[x, y, z], ...], ...], "rotation": [[[x, y, z, w], ...], ...], "scale": ... },
+///         "global": { the same }
+///       }
+///     }
+///
+/// The head moves from the neutral pose, in the axes of the neutral face, in millimetres. Rotations are quaternions of
+/// the sign that is nearer to the frame before. "character", "shapes" and "clusters" are there where the animation has a
+/// character, "timecode", that of the first frame, where the take has one. Numbers are written with the fewest digits that read back to the same doubles; they must be finite.
+void WriteAnimationJson(const Animation& animation, std::ostream& out);
+
+} // namespace mien

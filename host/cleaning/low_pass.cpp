@@ -1,0 +1,84 @@
+#include "host/cleaning/low_pass.h"
+
+#include "mien/base/elementary.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace mien {
+
+LowPass::LowPass(double cutoff_hz, const FrameRate& rate) {
+  // Both runs together let 1 / (1 + (t / w)^4) of a wave of frequency f through, t the tangent of 180 degrees * f / rate:
+  // at the cutoff 1 / sqrt(2).
+  const auto [sine, cosine] = detail::SineAndCosineOfDegrees(180 * cutoff_hz / rate.Hz());
+  const double w = sine / cosine / std::sqrt(std::sqrt(std::numbers::sqrt2 - 1));
+  const double scale = 1 / (1 + std::numbers::sqrt2 * w + w * w);
+  b_ = w * w * scale;
+  a1_ = 2 * (1 - w * w) * scale;
+  a2_ = -(1 - std::numbers::sqrt2 * w + w * w) * scale;
+  // Its poles keep a memory that fades by e every 1 / (sqrt(2) w) frames where it is slow, w / sqrt(2) where it is all but
+  // open; after 15 of these less than a part in a million of a start is left.
+  constexpr double kMost = 1e6; // frames; a filter that is slower than any take has no more to settle in
+  settling_ = static_cast<std::size_t>(
+      std::min(std::ceil(15 * std::max(w, 1 / w) / std::numbers::sqrt2) + 15, kMost));
+}
+
+void LowPass::Run() {
+  double x1 = extended_[0], x2 = x1, y1 = x1, y2 = x1; // as if it had stood there for ever
+  for (double& value : extended_) {
+    const double x = value;
+    const double y = b_ * (x + 2 * x1 + x2) + a1_ * y1 + a2_ * y2;
+    x2 = x1, x1 = x, y2 = y1, y1 = y;
+    value = y;
+  }
+}
+
+void LowPass::Filter(std::span<double> values) {
+  if (values.size() < 2) return;
+  // Turned about its end point, a run goes on as it was; turned about both, it repeats itself, twice as far on.
+  const auto last = static_cast<std::ptrdiff_t>(values.size() - 1),
+             extra = static_cast<std::ptrdiff_t>(settling_);
+  const auto value_at = [&](std::ptrdiff_t i) {
+    const std::ptrdiff_t rounds = (i - (i < 0 ? 2 * last - 1 : 0)) / (2 * last),
+                         in_round = i - rounds * 2 * last;
+    const double on = static_cast<double>(rounds) * 2 * (values.back() - values.front());
+    return on + (in_round <= last
+                     ? values[static_cast<std::size_t>(in_round)]
+                     : 2 * values.back() - values[static_cast<std::size_t>(2 * last - in_round)]);
+  };
+  extended_.clear();
+  for (std::ptrdiff_t i = -extra; i <= last + extra; ++i) extended_.push_back(value_at(i));
+  for (int run = 0; run < 2; ++run) {
+    Run();
+    std::reverse(extended_.begin(), extended_.end());
+  }
+  std::copy_n(extended_.begin() + extra, values.size(), values.begin());
+}
+
+void SmoothPositions(Take& take, const std::vector<std::size_t>& markers, double cutoff_hz) {
+  LowPass filter(cutoff_hz, take.rate);
+  std::vector<double> axis[3];
+  for (const std::size_t m : markers)
+    ForRuns(take.frames, [&](std::size_t first, std::size_t end) {
+      while (first < end) {
+        if (!take.At(first, m)) {
+          ++first;
+          continue;
+        }
+        for (auto& values : axis) values.clear();
+        std::size_t after = first;
+        for (; after < end; ++after) {
+          const Point* const p = take.At(after, m);
+          if (!p) break;
+          axis[0].push_back(p->x), axis[1].push_back(p->y), axis[2].push_back(p->z);
+        }
+        for (auto& values : axis) filter.Filter(values);
+        for (std::size_t f = first; f < after; ++f)
+          take.Set(f, m, {axis[0][f - first], axis[1][f - first], axis[2][f - first]}, take.OriginAt(f, m));
+        first = after;
+      }
+    });
+}
+
+} // namespace mien

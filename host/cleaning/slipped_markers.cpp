@@ -1,0 +1,108 @@
+#include "host/cleaning/slipped_markers.h"
+
+#include "mien/base/affine.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+using Markers = RigidMotion::Markers;
+
+/// How far each of `markers` is from where `motion` has its place on the reference; negative where it is not known.
+std::array<double, RigidMotion::kSlots> DistancesFrom(const VgeAMatrix& motion, const Markers& reference,
+                                                      const Markers& markers) {
+  std::array<double, RigidMotion::kSlots> distances;
+  distances.fill(-1);
+  for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot)
+    if (markers[slot] && reference[slot]) {
+      const auto& [x, y, z] = *reference[slot];
+      const auto& p = *markers[slot];
+      distances[slot] = detail::Distance(detail::TransformPoint(motion, {x, y, z}), {p.x, p.y, p.z});
+    }
+  return distances;
+}
+
+Markers Only(const Markers& markers, unsigned slots) {
+  Markers only;
+  for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot)
+    if (slots >> slot & 1) only[slot] = markers[slot];
+  return only;
+}
+
+/// Whether the turn from one motion to the other is more than a right angle: the sum of the axes' cosines is 1 + 2 cos.
+bool TurnsRound(const VgeAMatrix& before, const VgeAMatrix& after) {
+  double cosines = 0;
+  for (int axis = 0; axis < 3; ++axis)
+    cosines += detail::Dot(detail::Column(before, axis), detail::Column(after, axis));
+  return cosines < 1;
+}
+
+/// The motion of the largest set of three or more that holds together, and of equal ones the tightest. But where two
+/// markers are swapped that are as far from a third, these three fit as well, with the head turned round: such a set
+/// comes after all others.
+std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference, const Markers& seen,
+                                     double tolerance_mm, const std::optional<VgeAMatrix>& before) {
+  unsigned all = 0;
+  for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot)
+    if (seen[slot] && reference[slot]) all |= 1u << slot;
+  std::optional<VgeAMatrix> best;
+  std::pair<bool, double> least;
+  for (int size = std::popcount(all); size >= 3 && !best; --size)
+    for (unsigned slots = all; slots > 0; slots = (slots - 1) & all) {
+      if (std::popcount(slots) != size) continue;
+      const Markers some = Only(seen, slots);
+      const auto motion = body.Solve(some);
+      if (!motion) continue;
+      const auto distances = DistancesFrom(*motion, reference, some);
+      const double worst = *std::max_element(distances.begin(), distances.end());
+      if (worst > tolerance_mm) continue;
+      const std::pair cost(before && TurnsRound(*before, *motion), worst);
+      if (!best || cost < least) best = motion, least = cost;
+    }
+  return best;
+}
+
+} // namespace
+
+SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& markers, const Markers& reference,
+                              double tolerance_mm) {
+  RigidMotion body(reference);
+  SlippedMarkers report;
+  std::vector<SlippedMarker> slipped(markers.size());
+  std::optional<VgeAMatrix> before; // the motion of the last frame that had one
+  for (std::size_t frame = 0; frame < take.FrameCount(); ++frame) {
+    Markers seen;
+    for (std::size_t slot = 0; slot < markers.size(); ++slot)
+      if (const Point* p = take.At(frame, markers[slot]); p && reference[slot]) seen[slot] = *p;
+    if (!body.Solve(seen)) continue; // too few for a head at all
+    const std::optional<VgeAMatrix> motion = BestMotion(body, reference, seen, tolerance_mm, before);
+    if (!motion) {
+      ++report.doubtful_frames;
+      continue;
+    }
+    before = motion;
+    const auto distances = DistancesFrom(*motion, reference, seen);
+    for (std::size_t slot = 0; slot < markers.size(); ++slot) {
+      // Some outside the set may fit it all the same: too little to upset it, and good enough to stay.
+      if (!seen[slot] || distances[slot] <= tolerance_mm) continue;
+      take.Clear(frame, markers[slot]);
+      SlippedMarker& told = slipped[slot];
+      if (told.frames++ == 0) told.first_frame = take.frames[frame];
+      told.furthest_mm = std::max(told.furthest_mm, distances[slot]);
+    }
+  }
+  for (std::size_t slot = 0; slot < markers.size(); ++slot)
+    if (slipped[slot].frames > 0) {
+      slipped[slot].marker = take.markers[markers[slot]];
+      report.markers.push_back(slipped[slot]);
+    }
+  return report;
+}
+
+} // namespace mien

@@ -1,0 +1,252 @@
+#include "host/formats/csv.h"
+
+#include "host/base/error.h"
+#include "host/base/text.h"
+#include "host/base/utf8.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <numeric>
+#include <system_error>
+#include <utility>
+
+namespace mien {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r";
+constexpr bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// Takes the next line off the front of `text`, without its line end.
+std::string_view TakeLine(std::string_view& text) {
+  const std::size_t length = std::min(text.find('\n'), text.size());
+  std::string_view line = text.substr(0, length);
+  text.remove_prefix(std::min(length + 1, text.size()));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
+}
+
+// Spreadsheets pad a table with rows of commas.
+bool IsBlankRow(std::string_view line) { return line.find_first_not_of(" \t\r,") == std::string_view::npos; }
+
+std::vector<std::string_view> SplitHeader(std::string_view line) {
+  std::vector<std::string_view> columns;
+  columns.reserve(1 + static_cast<std::size_t>(std::count(line.begin(), line.end(), ',')));
+  for (std::size_t at = 0; at <= line.size();) {
+    const std::size_t end = std::min(line.find(',', at), line.size());
+    std::string_view name = Trim(line.substr(at, end - at));
+    if (name.size() >= 2 && name.front() == '"' && name.back() == '"') name = name.substr(1, name.size() - 2);
+    columns.push_back(name);
+    at = end + 1;
+  }
+  while (!columns.empty() && columns.back().empty()) columns.pop_back();
+  return columns;
+}
+
+// "-12.5" and its like, as most fields are: up to seven characters and a sign, read all at once as a whole number over a
+// power of ten. Both are exact, so the quotient is rounded once: the bits are those of from_chars. Answers where the
+// number ends; null for anything else.
+const char* ShortDecimal(const char* p, const char* end, double& value) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr double kPower[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7};
+  const bool negative = p != end && *p == '-';
+  if (negative) ++p;
+  std::uint64_t text = 0; // the first character in the lowest byte
+  if constexpr (std::endian::native != std::endian::little) return nullptr;
+  if (end - p < static_cast<std::ptrdiff_t>(sizeof text)) return nullptr;
+  std::memcpy(&text, p, sizeof text);
+
+  text ^= kOnes * '0'; // digits are 0 to 9 now
+  std::uint64_t others = (((text & kOnes * 0x7F) + kOnes * (0x80 - 10)) | text) & kOnes * 0x80;
+  int length = std::countr_zero(others) / 8, decimals = 0;
+  if (length < 8 && p[length] == '.') {
+    others &= others - 1;
+    const std::uint64_t above = (std::uint64_t{1} << (8 * length)) - 1; // the digits before the point
+    text = (text & above) | ((text >> 8) & ~above);
+    decimals = std::countr_zero(others) / 8 - length - 1;
+    length += decimals;
+    ++p;
+  }
+  if (others == 0 || length == 0) return nullptr;
+
+  text <<= 8 * (8 - length); // leading zeros instead of what follows the number
+  text = (text * 10 + (text >> 8)) & 0x00FF00FF00FF00FF;
+  text = (text * 100 + (text >> 16)) & 0x0000FFFF0000FFFF;
+  text = (text * 10000 + (text >> 32)) & 0xFFFFFFFF;
+  const double size = static_cast<double>(text) / kPower[decimals];
+  value = negative ? -size : size;
+  return p + length;
+}
+
+// Takes the header row off the front of `text` and counts the lines passed.
+std::string_view TakeHeader(std::string_view& text, std::size_t& line_number) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  while (!text.empty()) {
+    ++line_number;
+    const std::string_view line = TakeLine(text);
+    if (!IsBlankRow(line)) return line;
+  }
+  return {};
+}
+
+} // namespace
+
+std::vector<std::string_view> CsvColumns(std::string_view bytes) {
+  std::size_t line_number = 0;
+  return SplitHeader(TakeHeader(bytes, line_number));
+}
+
+CsvReader::CsvReader(std::string_view bytes, std::string file) : file_(std::move(file)), rest_(bytes) {
+  const std::string_view header = TakeHeader(rest_, line_number_);
+  if (header.find('\r') != std::string_view::npos)
+    Fail("the line ends are bare carriage returns", "save the file with LF or CRLF line ends");
+  if (!IsUtf8(header)) Fail("the column names are not UTF-8 text", "save the file as UTF-8");
+  columns_ = SplitHeader(header);
+  if (columns_.empty()) Fail("there is no header", "name the columns in the first row");
+  by_name_.resize(columns_.size());
+  std::iota(by_name_.begin(), by_name_.end(), std::size_t{0});
+  std::sort(by_name_.begin(), by_name_.end(),
+            [this](std::size_t a, std::size_t b) { return columns_[a] < columns_[b]; });
+}
+
+std::optional<std::size_t> CsvReader::Column(std::string_view name) const {
+  const auto found = std::lower_bound(by_name_.begin(), by_name_.end(), name,
+                                      [this](std::size_t a, std::string_view b) { return columns_[a] < b; });
+  const auto named = [&](auto it) { return it != by_name_.end() && columns_[*it] == name; };
+  if (!named(found)) return std::nullopt;
+  if (named(found + 1))
+    Fail(fmt::format("the column {} is there twice", Quoted(name)), "keep the right one of them");
+  return *found;
+}
+
+bool CsvReader::Next() {
+  if (!line_.empty()) CheckFieldCount();
+  field_ = 0;
+  at_ = 0;
+  while (!rest_.empty()) {
+    line_ = TakeLine(rest_);
+    ++line_number_;
+    if (!IsBlankRow(line_)) return true;
+  }
+  line_ = {};
+  return false;
+}
+
+std::string_view CsvReader::Text(std::size_t column) {
+  Seek(column);
+  const std::size_t end = std::min(line_.find(',', at_), line_.size());
+  return Trim(line_.substr(at_, end - at_));
+}
+
+double CsvReader::Number(std::size_t column, std::string_view fix) {
+  const std::optional<double> value = NumberIfAny(column, fix);
+  if (!value) FailAt(column, "the field is empty", fix);
+  if (std::isnan(*value)) FailAt(column, Quoted(Text(column)) + " is not a finite number", fix);
+  return *value;
+}
+
+std::optional<double> CsvReader::NumberIfAny(std::size_t column, std::string_view fix) {
+  Seek(column);
+  const char* const end = line_.data() + line_.size();
+  const auto skip_blanks = [end](const char* p) {
+    while (p != end && IsBlank(*p)) ++p;
+    return p;
+  };
+  const auto is_field_end = [end](const char* p) { return p == end || *p == ','; };
+  const auto go_behind = [this](const char* field_end) {
+    at_ = static_cast<std::size_t>(field_end - line_.data()) + 1;
+    ++field_;
+  };
+
+  const char* first = skip_blanks(line_.data() + at_);
+  double value = 0;
+  if (const char* const stop = ShortDecimal(first, end, value)) {
+    const char* const after = skip_blanks(stop);
+    if (is_field_end(after)) {
+      go_behind(after);
+      return value;
+    }
+  }
+  if (is_field_end(first)) {
+    go_behind(first);
+    return std::nullopt;
+  }
+
+  if (end - first >= 2 && *first == '+' && first[1] != '-') ++first;
+  const auto [stop, error] = std::from_chars(first, end, value);
+  const char* const after = skip_blanks(stop);
+  const bool whole = is_field_end(after);
+  if (whole && error == std::errc() && !std::isinf(value)) {
+    go_behind(after);
+    return value;
+  }
+  const char* const fault = whole && error == std::errc() ? " is not a finite number"
+                            : whole && error == std::errc::result_out_of_range
+                                ? " is beyond the range of a double"
+                                : " is not a number";
+  FailAt(column, Quoted(Text(column)) + fault, fix);
+}
+
+std::int64_t CsvReader::Integer(std::size_t column) {
+  constexpr double kLargest = 9007199254740992.0; // 2^53: up to here a double holds each whole number
+  const double value = Number(column, "write a whole number");
+  if (std::trunc(value) != value || std::abs(value) > kLargest)
+    FailAt(column, Quoted(Text(column)) + " is not a whole number", "write a whole number, such as 12");
+  return static_cast<std::int64_t>(value);
+}
+
+void CsvReader::Fail(std::string_view what, std::string_view fix) const {
+  throw InputError(Code::Syntax, file_, fmt::format("{}", line_number_), what, fix);
+}
+
+void CsvReader::FailAt(std::size_t column, std::string_view what, std::string_view fix) const {
+  Fail(fmt::format("column {}: {}", Quoted(columns_[column]), what), fix);
+}
+
+void CsvReader::Seek(std::size_t column) {
+  if (column < field_) field_ = at_ = 0;
+  // Most fields of a wide table are skipped: their commas are counted block by block, which vectorises.
+  constexpr std::size_t kBlock = 64;
+  while (field_ < column && at_ + kBlock <= line_.size()) {
+    std::uint8_t commas = 0;
+    for (std::size_t i = 0; i < kBlock; ++i)
+      commas = static_cast<std::uint8_t>(commas + (line_[at_ + i] == ','));
+    if (commas >= column - field_) break;
+    field_ += commas;
+    at_ += kBlock;
+  }
+  while (field_ < column && at_ <= line_.size()) {
+    at_ = std::min(line_.find(',', at_), line_.size()) + 1;
+    ++field_;
+  }
+  if (at_ > line_.size()) FailShort(column);
+}
+
+void CsvReader::CheckFieldCount() {
+  Seek(columns_.size() - 1);
+  const std::size_t end = line_.find(',', at_);
+  if (end == std::string_view::npos || IsBlankRow(line_.substr(end))) return;
+  Fail(fmt::format("the row has {} fields and the header {}", 1 + std::count(line_.begin(), line_.end(), ','),
+                   columns_.size()),
+       "write one field per column, with decimal points and not commas");
+}
+
+void CsvReader::FailShort(std::size_t column) const {
+  FailAt(column,
+         fmt::format("the row is cut short: it has {} fields and the header {}",
+                     1 + std::count(line_.begin(), line_.end(), ','), columns_.size()),
+         "complete the row or take it out");
+}
+
+} // namespace mien

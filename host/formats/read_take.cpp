@@ -1,0 +1,152 @@
+#include "host/formats/read_take.h"
+
+#include "host/base/error.h"
+#include "host/base/text.h"
+#include "host/files/mapped_file.h"
+#include "host/formats/c3d.h"
+#include "host/formats/csv.h"
+#include "host/formats/landmark_csv.h"
+#include "host/formats/marker_csv.h"
+#include "host/formats/trc.h"
+#include "host/takes/timecode.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mien {
+namespace {
+
+constexpr std::string_view kLandmarkCsv = "landmark CSV";
+
+struct Format {
+  std::string_view name;
+  std::string_view looks; // what a user recognises it by
+  bool (*is)(std::string_view bytes);
+  Take (*read)(std::string_view bytes, const std::string& file, const ReadOptions& options);
+};
+
+constexpr Format kFormats[] = {
+    {"C3D", "optical capture, .c3d", IsC3d,
+     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
+       return ReadC3d(bytes, file);
+     }},
+    {"TRC", "tab-separated text that starts with PathFileType", IsTrc,
+     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
+       return ReadTrc(bytes, file);
+     }},
+    {kLandmarkCsv, "columns frame, timestamp, X_0, ... Z_67",
+     [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadLandmarkCsv(bytes, file, options.face);
+     }},
+    {"marker CSV", "columns frame,time,NAME.x,NAME.y,NAME.z,...",
+     [](std::string_view bytes) { return IsMarkerCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
+       return ReadMarkerCsv(bytes, file);
+     }},
+};
+
+// What phone face-capture apps write: Timecode, BlendShapeCount, then the shapes.
+bool IsShapeWeights(const std::vector<std::string_view>& columns) {
+  return columns.size() >= 2 && EqualIgnoringCase(columns[0], "timecode") &&
+         EqualIgnoringCase(columns[1], "blendshapecount");
+}
+
+// Says what is in a table of shape weights, from its timecodes: of 60 counts a second whatever the rate of its rows.
+[[noreturn]] void FailShapeWeights(std::string_view bytes, const std::string& file) {
+  constexpr FrameRate kClock = {60, 1};
+  std::size_t lines = 0; // the header among them
+  std::vector<double> times;
+  while (!bytes.empty()) {
+    const std::string_view line = bytes.substr(0, bytes.find('\n'));
+    bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
+    if (line.find_first_not_of(" \t\r,") == std::string_view::npos) continue;
+    ++lines;
+    double fraction = 0;
+    const std::optional<Timecode> timecode =
+        ParseTimecode(std::string(line.substr(0, line.find(','))), kClock, &fraction);
+    if (timecode) times.push_back((static_cast<double>(timecode->count) + fraction) / kClock.Hz());
+  }
+
+  std::string what = fmt::format("these are shape weights of a face-capture app ({} rows", lines - 1);
+  if (times.size() > 1) {
+    constexpr double kDay = 24 * 3600;
+    std::vector<double> steps;
+    for (std::size_t i = 1; i < times.size(); ++i)
+      steps.push_back(times[i] - times[i - 1] + (times[i] < times[i - 1] ? kDay : 0)); // past midnight
+    std::vector<double> sorted = steps;
+    const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+    std::nth_element(sorted.begin(), middle, sorted.end());
+    double seconds = 0, dropped = 0;
+    for (const double step : steps) {
+      seconds += step;
+      if (*middle > 0) dropped += std::max(std::round(step / *middle) - 1, 0.0);
+    }
+    what += fmt::format(" over {:.1f} s, {:.0f} frames dropped", seconds, dropped);
+  }
+  throw InputError(Code::Unsupported, file, "", what + "), and no markers to solve",
+                   "give the take of markers, or bring the weights to the character as they are");
+}
+
+[[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
+  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
+    throw InputError(Code::Unsupported, file, "", "the text is UTF-16", "save it as UTF-8");
+  if (IsShapeWeights(CsvColumns(bytes))) FailShapeWeights(bytes, file);
+
+  std::string header(bytes.substr(0, bytes.find('\n')));
+  for (const auto& [separator, name] : {std::pair(';', "semicolons"), std::pair('\t', "tabs")}) {
+    std::string with_commas = header;
+    std::replace(with_commas.begin(), with_commas.end(), separator, ',');
+    const std::vector<std::string_view> columns = CsvColumns(with_commas);
+    if (IsLandmarkCsv(columns) || IsMarkerCsv(columns))
+      throw InputError(Code::Unsupported, file, "1", fmt::format("the columns are separated by {}", name),
+                       "save the table with commas between the columns and points in the numbers");
+  }
+
+  std::string formats;
+  for (const Format& format : kFormats)
+    formats += fmt::format("{}{} ({})", formats.empty() ? "" : ", ", format.name, format.looks);
+  throw InputError(Code::UnknownFormat, file, "", "this is no take of a known format",
+                   "the formats that can be read are " + formats);
+}
+
+[[noreturn]] void FailStrictly(const Take& take) {
+  std::vector<Problem> problems;
+  for (const std::string& note : take.notes)
+    problems.push_back(
+        {Code::Doubtful, take.file, "", Printable(note), "fix the file, or read it without --strict"});
+  throw InputError(std::move(problems));
+}
+
+} // namespace
+
+Take ReadTake(const std::filesystem::path& path, const ReadOptions& options) {
+  return ReadTake(MappedFile(path).Bytes(), path.string(), options);
+}
+
+Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions& options) {
+  if (bytes.find_first_not_of(" \t\r\n") == std::string_view::npos)
+    throw InputError(Code::Empty, name, "", "the file is empty", "export the take again");
+  for (const Format& format : kFormats) {
+    if (!format.is(bytes)) continue;
+    if (options.face && format.name != kLandmarkCsv)
+      throw InputError(Code::Usage, name, "", fmt::format("{} has no faces to choose from", format.name),
+                       "leave out --face, which is for landmark CSV");
+    Take take = format.read(bytes, name, options);
+    take.file = name;
+    take.name = std::filesystem::path(name).stem().string();
+    take.format = format.name;
+    if (options.strict && !take.notes.empty()) FailStrictly(take);
+    return take;
+  }
+  FailUnknown(bytes, name);
+}
+
+} // namespace mien

@@ -1,0 +1,251 @@
+#include "host/formats/trc_header.h"
+
+#include "host/base/error.h"
+#include "host/base/text.h"
+#include "host/base/utf8.h"
+#include "host/formats/length_unit.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace mien::trc {
+
+namespace {
+
+class HeaderReader {
+public:
+  HeaderReader(std::string_view bytes, const std::string& file) : file_(file), lines_(bytes) {}
+
+  Header Read() {
+    NextLine();
+    if (StartsWithIgnoringCase(Trim(lines_.Text()), "PathFileType"))
+      NextLine();
+    else
+      Note("no line PathFileType before the keys");
+    const std::string_view keys = lines_.Text();
+    ReadKeys();
+    NextLine();
+    ReadValues(keys);
+    NextLine();
+    ReadNames();
+    ReadLabels();
+    return std::move(header_);
+  }
+
+private:
+  void NextLine() {
+    const std::size_t before = lines_.Number();
+    if (!lines_.NextFilled())
+      throw InputError(Code::Truncated, file_, fmt::format("{}", std::max<std::size_t>(before, 1)),
+                       "the header ends here, before the marker names", kExportAgain);
+    if (lines_.Text().find('\r') != std::string_view::npos)
+      Fail("there are bare carriage returns in the line", "save the file with LF or CRLF line ends");
+  }
+
+  [[noreturn]] void Fail(std::string_view what, std::string_view fix) const {
+    throw InputError(Code::Syntax, file_, fmt::format("{}", lines_.Number()), what, fix);
+  }
+
+  void Note(std::string_view what) {
+    header_.notes.push_back(fmt::format("line {}: {}", lines_.Number(), what));
+  }
+
+  void ReadKeys() {
+    Cells cells(lines_.Text());
+    std::size_t count = 0;
+    bool known[std::size(kKeys)] = {};
+    Repeated strange;
+    while (const auto cell = cells.Next()) {
+      if (cell->empty()) continue;
+      ++count;
+      const auto key = std::find_if(std::begin(kKeys), std::end(kKeys),
+                                    [&](std::string_view k) { return EqualIgnoringCase(k, *cell); });
+      const bool twice = key != std::end(kKeys) && known[key - std::begin(kKeys)];
+      if (key == std::end(kKeys) || twice)
+        strange.Add([&] {
+          return fmt::format("line {}: the key {} is {}", lines_.Number(), Quoted(*cell),
+                             twice ? "there twice; the first counts" : "not known, and not read");
+        });
+      else
+        known[key - std::begin(kKeys)] = true;
+    }
+    if (std::none_of(std::begin(known), std::end(known), [](bool is) { return is; }))
+      Fail("the keys are missing (DataRate, CameraRate, NumFrames, ...)", kExportAgain);
+    if (count != std::size(kKeys)) Note(fmt::format("{} keys instead of {}", count, std::size(kKeys)));
+    strange.TellTo(header_.notes, "keys");
+    if (!cells.SeparatedByTabs() && count > 1) Note("blanks instead of tabs");
+  }
+
+  void ReadValues(std::string_view key_line) {
+    if (StartsWithIgnoringCase(Trim(lines_.Text()), "Frame#"))
+      Fail("the line of values is missing, which belongs under the keys", kExportAgain);
+    header_.values_line = lines_.Number();
+    Cells keys(key_line), values(lines_.Text());
+    std::optional<std::string_view> found[std::size(kKeys)];
+    while (const auto key = keys.Next()) {
+      const auto value = values.Next();
+      if (!value) break;
+      for (std::size_t k = 0; k < std::size(kKeys); ++k)
+        if (EqualIgnoringCase(*key, kKeys[k]) && !found[k]) found[k] = *value;
+    }
+    const auto &data_rate = found[0], &frames = found[2], &markers = found[3], &units = found[4],
+               &first_frame = found[6]; // as in kKeys
+    if (data_rate) {
+      const Value value = ValueOf(*data_rate);
+      header_.rate_text = Quoted(*data_rate);
+      if (value.kind == Kind::Number && value.comma == value.no_thousands) {
+        header_.rate = FrameRateOf(value.number);
+        if (value.comma) Note(fmt::format("decimal commas, as in {}", Quoted(*data_rate)));
+      }
+    }
+    header_.frames_text = frames;
+    header_.markers_text = markers;
+    if (frames) header_.frames = WholeNumber(ValueOf(*frames));
+    if (first_frame) header_.first_frame = WholeNumber(ValueOf(*first_frame));
+
+    if (const auto millimetres = MillimetresOf(units.value_or(""))) {
+      header_.unit = *units;
+      header_.millimetres = *millimetres;
+    } else if (!units || units->empty()) {
+      Note("no Units; taken as mm");
+    } else {
+      Note(fmt::format("the unit {} is not known; taken as mm", Quoted(*units)));
+    }
+  }
+
+  void ReadNames() {
+    header_.names_line = lines_.Number();
+    Cells cells(lines_.Text());
+    const auto frame = cells.Next(), time = cells.Next();
+    if (!frame || !StartsWithIgnoringCase(*frame, "Frame"))
+      Fail("the line of marker names is missing, which starts with Frame#", kExportAgain);
+    if (!time || !StartsWithIgnoringCase(*time, "Time"))
+      Fail(fmt::format("the second column is {} and not Time", Quoted(time.value_or(""))),
+           "name the first two columns Frame# and Time");
+
+    bool in_place = true;
+    for (std::size_t column = 0; const auto cell = cells.Next(); ++column) {
+      if (column % 3 == 0)
+        header_.names.push_back(*cell);
+      else
+        in_place = in_place && cell->empty();
+    }
+    if (!cells.SeparatedByTabs()) {
+      header_.loose_names = "separated by blanks";
+      Note("blanks instead of tabs");
+    } else if (!in_place) {
+      header_.loose_names = "not one above each three columns";
+      Note(fmt::format("the names are {}; taken in their order", header_.loose_names));
+    }
+    if (!header_.loose_names.empty()) {
+      header_.names.clear();
+      Cells again(lines_.Text());
+      for (std::size_t column = 0; const auto cell = again.Next(); ++column)
+        if (column >= kFirstMarkerColumn && !cell->empty()) header_.names.push_back(*cell);
+    }
+    while (!header_.names.empty() && header_.names.back().empty()) header_.names.pop_back();
+  }
+
+  void ReadLabels() {
+    header_.rows = lines_;
+    if (!lines_.NextFilled()) return;
+    const std::string_view line = lines_.Text();
+    const std::string_view first = line.substr(line.find_first_not_of(kBlanksAndTabs));
+    if (ValueOf(Trim(first.substr(0, first.find_first_of(kBlanksAndTabs)))).kind != Kind::Text) {
+      Note("no labels X1, Y1, Z1, ... and no blank line before the first row");
+      return;
+    }
+    Cells cells(line);
+    std::size_t count = 0;
+    Repeated odd;
+    while (const auto cell = cells.Next()) {
+      if (cell->empty()) continue;
+      const std::string expected = fmt::format("{}{}", "XYZ"[count % 3], count / 3 + 1);
+      if (++count <= 3 * header_.names.size() && !EqualIgnoringCase(*cell, expected))
+        odd.Add([&] {
+          return fmt::format("line {}: the label {} stands where {} would", lines_.Number(), Quoted(*cell),
+                             expected);
+        });
+    }
+    odd.TellTo(header_.notes, "labels");
+    if (count != 3 * header_.names.size())
+      Note(fmt::format("{} labels for {} names", count, header_.names.size()));
+    if (!cells.SeparatedByTabs()) Note("blanks instead of tabs");
+    header_.rows = lines_;
+    if (lines_.Next() && !IsBlank(lines_.Text())) Note("no blank line before the first row");
+  }
+
+  const std::string& file_;
+  Lines lines_;
+  Header header_;
+};
+
+} // namespace
+
+Header ReadHeader(std::string_view bytes, const std::string& file) {
+  return HeaderReader(bytes, file).Read();
+}
+
+std::vector<std::string> MarkerNames(const Header& header, std::size_t markers,
+                                     std::vector<std::string>& notes) {
+  const std::size_t named = header.names.size();
+  const auto note = [&](std::string_view what) {
+    return fmt::format("line {}: {}", header.names_line, what);
+  };
+  const bool utf8 = std::all_of(header.names.begin(), header.names.end(), IsUtf8);
+  if (!utf8) notes.push_back(note("the names are not UTF-8 text; read as Latin-1"));
+
+  const auto is_blank = [&](std::size_t m) { return m >= named || header.names[m].empty(); };
+  std::vector<std::string> names(markers);
+  std::vector<std::size_t> order(markers); // by name; of equal names, the one that is in the file first
+  for (std::size_t m = 0; m < markers; ++m) {
+    names[m] = is_blank(m) ? fmt::format("marker {}", m + 1)
+               : utf8      ? std::string(header.names[m])
+                           : FromLatin1(header.names[m]);
+    order[m] = m;
+  }
+  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    const int compared = names[a].compare(names[b]);
+    return compared != 0 ? compared < 0 : std::pair(is_blank(a), a) < std::pair(is_blank(b), b);
+  });
+  const auto is_taken = [&](const std::string& name) {
+    const auto found = std::lower_bound(order.begin(), order.end(), name,
+                                        [&](std::size_t m, const std::string& n) { return names[m] < n; });
+    return found != order.end() && names[*found] == name;
+  };
+
+  std::vector<std::pair<std::size_t, std::string>> renamed; // later, as the search goes by the names before
+  Repeated twice, blank;
+  for (std::size_t i = 1, copy = 1; i < markers; ++i) {
+    const std::string& name = names[order[i]];
+    if (name != names[order[i - 1]]) {
+      copy = 1;
+      continue;
+    }
+    std::string other;
+    do other = fmt::format("{} ({})", name, ++copy);
+    while (is_taken(other));
+    if (!is_blank(order[i]))
+      twice.Add([&] {
+        return note(
+            fmt::format("the name {} is there twice; the second is called {}", Quoted(name), Quoted(other)));
+      });
+    renamed.emplace_back(order[i], std::move(other));
+  }
+  for (auto& [m, name] : renamed) names[m] = std::move(name);
+  for (std::size_t m = 0; m < named; ++m)
+    if (is_blank(m))
+      blank.Add(
+          [&] { return note(fmt::format("marker {} has no name; called {}", m + 1, Quoted(names[m]))); });
+  twice.TellTo(notes, "names");
+  blank.TellTo(notes, "markers");
+  if (markers > named)
+    notes.push_back(note(fmt::format("names for {} of {} markers; the others are called {}{}", named, markers,
+                                     Quoted(names[named]), markers - named > 1 ? " and so on" : "")));
+  return names;
+}
+
+} // namespace mien::trc

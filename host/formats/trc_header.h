@@ -1,0 +1,42 @@
+#pragma once
+
+#include "host/formats/trc_text.h"
+#include "host/takes/frame_rate.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mien::trc {
+
+inline constexpr std::string_view kKeys[] = {"DataRate",           "CameraRate",   "NumFrames",
+                                             "NumMarkers",         "Units",        "OrigDataRate",
+                                             "OrigDataStartFrame", "OrigNumFrames"};
+
+/// What stands above the rows.
+struct Header {
+  std::vector<std::string> notes;
+  std::size_t values_line = 0;
+  std::optional<FrameRate> rate;
+  std::string rate_text; // what DataRate says, quoted; empty without the key
+  std::optional<std::string_view> frames_text, markers_text;
+  std::optional<std::int64_t> frames, first_frame;
+  std::string unit = "mm";
+  double millimetres = 1; // of that unit
+  std::size_t names_line = 0;
+  std::vector<std::string_view> names; // up to the last that is not blank
+  std::string_view loose_names; // why their place does not tell whose columns are which; empty if it does
+  Lines rows{{}};               // before the first
+};
+
+/// Throws InputError for a header that does not tell the markers' columns. What it forgave is in the notes.
+Header ReadHeader(std::string_view bytes, const std::string& file);
+
+/// As many names as there are markers, all different.
+std::vector<std::string> MarkerNames(const Header& header, std::size_t markers,
+                                     std::vector<std::string>& notes);
+
+} // namespace mien::trc

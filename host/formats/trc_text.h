@@ -1,0 +1,140 @@
+#pragma once
+
+// What the reader of TRC takes a text apart with.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mien::trc {
+
+inline constexpr std::string_view kBlanks = " \r";
+inline constexpr std::string_view kBlanksAndTabs = " \r\t";
+inline constexpr std::string_view kExportAgain = "export the take again";
+inline constexpr std::size_t kFirstMarkerColumn = 2; // after Frame# and Time
+
+inline std::string_view Trim(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+inline bool IsBlank(std::string_view text) {
+  return text.find_first_not_of(kBlanksAndTabs) == std::string_view::npos;
+}
+
+// Walks a text line by line. A text without any LF has its lines ended by CR.
+class Lines {
+public:
+  explicit Lines(std::string_view text) : rest_(text) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (rest_.starts_with(kByteOrderMark)) rest_.remove_prefix(kByteOrderMark.size());
+    if (rest_.find('\n') == std::string_view::npos) end_ = '\r';
+  }
+
+  bool Next() {
+    if (rest_.empty()) return false;
+    const void* const end = std::memchr(rest_.data(), end_, rest_.size());
+    ended_ = end != nullptr;
+    const std::size_t length =
+        ended_ ? static_cast<std::size_t>(static_cast<const char*>(end) - rest_.data()) : rest_.size();
+    text_ = rest_.substr(0, length);
+    rest_.remove_prefix(std::min(length + 1, rest_.size()));
+    if (text_.ends_with('\r')) text_.remove_suffix(1);
+    ++number_;
+    return true;
+  }
+
+  bool NextFilled() {
+    while (Next())
+      if (!IsBlank(text_)) return true;
+    return false;
+  }
+
+  std::string_view Text() const { return text_; } // without its line end
+  std::size_t Number() const { return number_; }  // from 1
+  bool Ended() const { return ended_; }           // false if the file ends before the line does
+  std::string_view Rest() const { return rest_; }
+
+private:
+  std::string_view rest_;
+  char end_ = '\n';
+  std::string_view text_;
+  std::size_t number_ = 0;
+  bool ended_ = true;
+};
+
+// The cells of a line without the blanks around them: what tabs separate, or without a tab, runs of blanks.
+class Cells {
+public:
+  explicit Cells(std::string_view line)
+      : rest_(line), more_(!IsBlank(line)), tabs_(line.find('\t') != std::string_view::npos) {
+    if (!tabs_) rest_ = Trim(rest_);
+  }
+
+  bool SeparatedByTabs() const { return tabs_; }
+
+  std::optional<std::string_view> Next() {
+    if (!more_) return std::nullopt;
+    const std::size_t end = tabs_ ? rest_.find('\t') : rest_.find_first_of(kBlanks);
+    const std::string_view cell = Trim(rest_.substr(0, end));
+    more_ = end != std::string_view::npos;
+    if (more_) rest_.remove_prefix(end + 1);
+    if (!tabs_) rest_ = Trim(rest_);
+    return cell;
+  }
+
+private:
+  std::string_view rest_;
+  bool more_;
+  bool tabs_;
+};
+
+// What happens at many places alike, told as one note: the first place, and how many more there are.
+class Repeated {
+public:
+  template <typename Tell>
+  void Add(const Tell& tell) {
+    if (count_++ == 0) first_ = tell();
+  }
+  void TellTo(std::vector<std::string>& notes, std::string_view places = "lines") const {
+    if (count_ == 1) notes.push_back(first_);
+    if (count_ > 1)
+      notes.push_back(fmt::format("{}; likewise {} more {}", first_, count_ - 1,
+                                  count_ == 2 ? places.substr(0, places.size() - 1) : places));
+  }
+
+private:
+  std::size_t count_ = 0;
+  std::string first_;
+};
+
+enum class Kind : std::uint8_t {
+  Empty,    // or NaN
+  Number,   // a finite one
+  Infinite, // or too large for a double
+  Text,
+};
+
+struct Value {
+  Kind kind = Kind::Empty;
+  double number = 0;
+  bool comma = false;        // it has a decimal comma
+  bool no_thousands = false; // the comma cannot separate thousands
+};
+
+// Of a trimmed cell.
+Value ValueOf(std::string_view text);
+
+// Nothing for what is none, has a comma, or is beyond 1e12: far more frames than any camera has counted, and few enough for
+// times to tell each from the next.
+std::optional<std::int64_t> WholeNumber(const Value& value);
+
+} // namespace mien::trc

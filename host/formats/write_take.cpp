@@ -1,0 +1,228 @@
+#include "host/formats/write_take.h"
+
+#include "host/base/error.h"
+#include "host/base/text.h"
+#include "host/formats/c3d.h"
+#include "host/formats/marker_csv.h"
+#include "host/formats/trc.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+namespace mien {
+namespace {
+
+struct Format {
+  TakeFormat format;
+  std::string_view name;
+  std::string_view ending;
+  void (*write)(const Take& take, std::ostream& out);
+};
+
+constexpr Format kFormats[] = {{TakeFormat::C3d, "C3D", ".c3d", WriteC3d},
+                               {TakeFormat::Trc, "TRC", ".trc", WriteTrc},
+                               {TakeFormat::MarkerCsv, "marker CSV", ".csv", WriteMarkerCsv}};
+
+const Format& Of(TakeFormat format) {
+  return *std::find_if(std::begin(kFormats), std::end(kFormats),
+                       [&](const Format& f) { return f.format == format; });
+}
+
+double Distance(const Point& a, const Point& b) {
+  const double x = a.x - b.x, y = a.y - b.y, z = a.z - b.z;
+  return std::sqrt(x * x + y * y + z * z);
+}
+
+std::string Counted(std::size_t count, std::string_view one, std::string_view many) {
+  return fmt::format("{} {}", count, count == 1 ? one : many);
+}
+
+// What became of the positions, and of what is known of each.
+class Positions {
+public:
+  void Compare(const Take& take, std::size_t frame, const Take& kept, std::size_t kept_frame) {
+    for (std::size_t m = 0; m < std::min(take.MarkerCount(), kept.MarkerCount()); ++m) {
+      const Point* const was = take.At(frame, m);
+      const Point* const is = kept.At(kept_frame, m);
+      if (!was || !is) {
+        lost_ += was != nullptr;
+        made_up_ += is != nullptr;
+        continue;
+      }
+      if (const double moved = Distance(*was, *is); moved > most_moved_) {
+        most_moved_ = moved;
+        where_moved_ = fmt::format("{} in frame {}", Quoted(take.markers[m]), take.frames[frame]);
+      }
+      CompareOrigins(take.OriginAt(frame, m), kept.OriginAt(kept_frame, m));
+      CompareSightings(take.SightingAt(frame, m), take.residual_mm, kept.SightingAt(kept_frame, m),
+                       kept.residual_mm);
+    }
+  }
+
+  void TellTo(std::vector<std::string>& lost) const {
+    const auto tell = [&](std::size_t count, std::string_view one, std::string_view many) {
+      if (count > 0) lost.push_back(Counted(count, one, many));
+    };
+    tell(lost_, "position became a gap", "positions became gaps");
+    tell(made_up_, "position stands where there was a gap", "positions stand where there were gaps");
+    if (most_moved_ > 0)
+      lost.push_back(
+          fmt::format("positions are rounded, by {:.2g} mm at most ({})", most_moved_, where_moved_));
+    tell(computed_as_measured_,
+         "position that the take's program had computed cannot be told from measured ones",
+         "positions that the take's program had computed cannot be told from measured ones");
+    tell(filled_as_measured_, "position filled by us cannot be told from measured ones",
+         "positions filled by us cannot be told from measured ones");
+    tell(filled_as_computed_, "position filled by us counts as computed",
+         "positions filled by us count as computed");
+    tell(measured_as_computed_, "position that was measured counts as computed",
+         "positions that were measured count as computed");
+    tell(sightings_, "position loses what the cameras say of it: which took part, and the residual",
+         "positions lose what the cameras say of them: which took part, and the residual");
+    tell(cameras_, "position names other cameras", "positions name other cameras");
+    if (most_residual_ > 0)
+      lost.push_back(fmt::format("residuals are rounded, by {:.2g} mm at most", most_residual_));
+  }
+
+private:
+  void CompareOrigins(Origin was, Origin is) {
+    computed_as_measured_ += was == Origin::Computed && is != was;
+    filled_as_measured_ += was == Origin::Filled && is == Origin::Measured;
+    filled_as_computed_ += was == Origin::Filled && is == Origin::Computed;
+    measured_as_computed_ += was == Origin::Measured && is != was;
+  }
+
+  void CompareSightings(const std::optional<Sighting>& was, double was_mm, const std::optional<Sighting>& is,
+                        double is_mm) {
+    if (!was) return;
+    if (!is) {
+      ++sightings_;
+      return;
+    }
+    cameras_ += was->cameras != is->cameras;
+    most_residual_ = std::max(most_residual_, std::abs(was->residual * was_mm - is->residual * is_mm));
+  }
+
+  std::size_t lost_ = 0, made_up_ = 0;
+  double most_moved_ = 0;
+  std::string where_moved_;
+  std::size_t computed_as_measured_ = 0, filled_as_measured_ = 0, filled_as_computed_ = 0,
+              measured_as_computed_ = 0;
+  std::size_t sightings_ = 0, cameras_ = 0;
+  double most_residual_ = 0;
+};
+
+void CompareMarkers(const Take& take, const Take& kept, std::vector<std::string>& lost) {
+  if (kept.MarkerCount() != take.MarkerCount())
+    lost.push_back(fmt::format("{} markers instead of {}", kept.MarkerCount(), take.MarkerCount()));
+  std::size_t renamed = 0;
+  std::string first;
+  for (std::size_t m = 0; m < std::min(take.MarkerCount(), kept.MarkerCount()); ++m)
+    if (take.markers[m] != kept.markers[m] && renamed++ == 0)
+      first = fmt::format("{} is now {}", Quoted(take.markers[m]), Quoted(kept.markers[m]));
+  if (renamed > 0)
+    lost.push_back(
+        fmt::format("{}: {}", Counted(renamed, "marker is renamed", "markers are renamed"), first));
+}
+
+void CompareFrames(const Take& take, const Take& kept, std::vector<std::string>& lost) {
+  const std::size_t count = take.FrameCount(), kept_count = kept.FrameCount();
+  if (count == 0 || kept_count == 0) {
+    if (count != kept_count) lost.push_back(fmt::format("{} frames instead of {}", kept_count, count));
+    return;
+  }
+  const std::int64_t renumbered = kept.frames[0] - take.frames[0];
+  if (renumbered != 0)
+    lost.push_back(
+        fmt::format("the first frame's number is {} instead of {}", kept.frames[0], take.frames[0]));
+
+  Positions positions;
+  std::size_t matched = 0;
+  double most_shift = 0;
+  std::int64_t where_shifted = 0;
+  for (std::size_t f = 0, k = 0; f < count && k < kept_count;) {
+    const std::int64_t number = take.frames[f] + renumbered;
+    if (number != kept.frames[k]) {
+      ++(kept.frames[k] < number ? k : f);
+      continue;
+    }
+    ++matched;
+    positions.Compare(take, f, kept, k);
+    const double shift = std::abs((kept.times[k] - kept.times[0]) - (take.times[f] - take.times[0]));
+    if (shift > most_shift) {
+      most_shift = shift;
+      where_shifted = take.frames[f];
+    }
+    ++f;
+    ++k;
+  }
+  if (matched < count) lost.push_back(Counted(count - matched, "frame is lost", "frames are lost"));
+  if (matched < kept_count)
+    lost.push_back(Counted(kept_count - matched, "frame number that was missing is now an empty frame",
+                           "frame numbers that were missing are now empty frames"));
+
+  constexpr double kNothing = 1e-9; // seconds: what times differ by that are counted from frames in two ways
+  if (std::abs(kept.times[0] - take.times[0]) > kNothing)
+    lost.push_back(
+        fmt::format("the first frame's time is {} s instead of {} s", kept.times[0], take.times[0]));
+  if (most_shift > kNothing)
+    lost.push_back(
+        fmt::format("times are whole periods of the rate; by that they shift by {:.2g} ms at most (frame {})",
+                    1000 * most_shift, where_shifted));
+  positions.TellTo(lost);
+}
+
+void CompareEvents(const Take& take, const Take& kept, std::vector<std::string>& lost) {
+  std::size_t left_out = 0;
+  std::string labels; // of the first few of these
+  double most_shift = 0;
+  std::vector<TakeEvent> rest = kept.events;
+  for (const TakeEvent& event : take.events) {
+    const auto found = std::find_if(rest.begin(), rest.end(),
+                                    [&](const TakeEvent& other) { return other.label == event.label; });
+    if (found == rest.end()) {
+      constexpr std::size_t kShown = 3;
+      if (++left_out <= kShown) labels += (left_out > 1 ? ", " : "") + Quoted(event.label);
+      if (left_out == kShown + 1) labels += " ...";
+      continue;
+    }
+    most_shift = std::max(most_shift, std::abs(found->time - event.time));
+    rest.erase(found);
+  }
+  if (left_out > 0) lost.push_back(Counted(left_out, "event is", "events are") + " left out: " + labels);
+  if (most_shift > 0) lost.push_back(fmt::format("events shift by {:.2g} ms at most", 1000 * most_shift));
+}
+
+} // namespace
+
+std::optional<TakeFormat> TakeFormatOf(const std::filesystem::path& path) {
+  const std::string ending = ToLower(path.extension().string());
+  for (const Format& format : kFormats)
+    if (ending == format.ending) return format.format;
+  return std::nullopt;
+}
+
+std::string_view ToText(TakeFormat format) { return Of(format).name; }
+
+void WriteTake(const Take& take, TakeFormat format, std::ostream& out) { Of(format).write(take, out); }
+
+std::vector<std::string> WhatWasLost(const Take& take, const Take& kept) {
+  std::vector<std::string> lost;
+  CompareMarkers(take, kept, lost);
+  CompareFrames(take, kept, lost);
+  if (take.rate != kept.rate)
+    lost.push_back(fmt::format("the rate is {} Hz instead of {} Hz", ToText(kept.rate), ToText(take.rate)));
+  if (take.timecode && take.timecode != kept.timecode)
+    lost.push_back(kept.timecode ? fmt::format("the timecode is {} instead of {}", ToText(*kept.timecode),
+                                               ToText(*take.timecode))
+                                 : fmt::format("the timecode, {}, is left out", ToText(*take.timecode)));
+  CompareEvents(take, kept, lost);
+  return lost;
+}
+
+} // namespace mien

@@ -1,0 +1,120 @@
+#include "host/animation/weight_csv.h"
+
+#include "tests/host/decimal_comma.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <iomanip>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using mien::Animation;
+using mien::WriteShapeCsv;
+using mien::WriteTemplateCsv;
+
+namespace {
+
+Animation TwoFrames() {
+  Animation animation;
+  animation.frames = {-7, 9007199254740993};
+  animation.times = {-0.1, 1.0 / 3};
+  animation.templates.resize(2);
+  animation.weights = {0.1, -1.5, 1e-300, 123456.75};
+  return animation;
+}
+
+const std::string kTwoFrames = "frame,time,Mouth.Open,Mouth.Whistle\n"
+                               "-7,-0.1,0.1,-1.5\n"
+                               "9007199254740993,0.3333333333333333,1e-300,123456.75\n";
+
+std::string Written(const Animation& animation) {
+  std::ostringstream out;
+  WriteTemplateCsv(animation, out);
+  return out.str();
+}
+
+/// Two frames of shapes of these names, the weights of which count up by quarters.
+std::string WrittenShapes(const std::vector<std::string>& names) {
+  Animation animation = TwoFrames();
+  animation.shapes = names;
+  for (std::size_t i = 0; i < 2 * names.size(); ++i)
+    animation.shape_weights.push_back(0.25 * static_cast<double>(i));
+  std::ostringstream out;
+  WriteShapeCsv(animation, out);
+  return out.str();
+}
+
+} // namespace
+
+TEST(TemplateCsv, HasARowPerFrameAndAColumnPerTemplate) { EXPECT_EQ(Written(TwoFrames()), kTwoFrames); }
+
+TEST(TemplateCsv, NamesEveryTemplateOfTheFace) {
+  const Animation animation;
+  std::string header = "frame,time";
+  for (const auto& column : animation.templates) header += ',' + column.name;
+  EXPECT_EQ(Written(animation), header + '\n') << "and has no row without a frame";
+}
+
+TEST(TemplateCsv, NumbersReadBackToTheSameBits) {
+  Animation animation;
+  animation.frames = {1};
+  animation.times = {0};
+  animation.weights = {0.1 + 0.2,
+                       -0.0,
+                       std::nextafter(1.0, 2),
+                       std::numeric_limits<double>::min(),
+                       std::numeric_limits<double>::denorm_min(),
+                       std::numeric_limits<double>::max()};
+  animation.templates.resize(animation.weights.size());
+  std::istringstream in(Written(animation));
+  std::string field;
+  std::getline(in, field); // the header
+  for (int skipped = 0; skipped < 2; ++skipped) std::getline(in, field, ',');
+  for (const double weight : animation.weights) {
+    std::getline(in, field, ',');
+    const double read = std::strtod(field.c_str(), nullptr);
+    EXPECT_EQ(read, weight) << field;
+    EXPECT_EQ(std::signbit(read), std::signbit(weight)) << field;
+  }
+}
+
+TEST(TemplateCsv, WritesPointsWhateverTheLocale) {
+  const DecimalComma german;
+  EXPECT_EQ(Written(TwoFrames()), kTwoFrames);
+}
+
+TEST(TemplateCsv, DoesNotCareHowTheStreamIsSet) {
+  std::ostringstream out;
+  out << std::hex << std::setprecision(2) << std::showpos << std::setfill('*') << std::setw(30);
+  WriteTemplateCsv(TwoFrames(), out);
+  EXPECT_EQ(out.str(), kTwoFrames);
+}
+
+TEST(ShapeCsv, HasARowPerFrameAndAColumnPerShape) {
+  EXPECT_EQ(WrittenShapes({"jawOpen", "smile_L", "ä b"}),
+            "frame,time,jawOpen,smile_L,ä b\n"
+            "-7,-0.1,0,0.25,0.5\n"
+            "9007199254740993,0.3333333333333333,0.75,1,1.25\n");
+}
+
+TEST(ShapeCsv, OfNoShapesHasTheTimesAlone) {
+  EXPECT_EQ(WrittenShapes({}), "frame,time\n-7,-0.1\n9007199254740993,0.3333333333333333\n");
+}
+
+TEST(ShapeCsv, NamesThatWouldBreakTheTableStandInQuotes) {
+  EXPECT_EQ(WrittenShapes({"a,b", "say \"hi\"", "\"", "two\nlines", "c\rd", "it's; a\ttab", " "}),
+            "frame,time,\"a,b\",\"say \"\"hi\"\"\",\"\"\"\","
+            "\"two\nlines\",\"c\rd\",it's; a\ttab, \n"
+            "-7,-0.1,0,0.25,0.5,0.75,1,1.25,1.5\n"
+            "9007199254740993,0.3333333333333333,1.75,2,2.25,2.5,2.75,3,3.25\n");
+}
+
+TEST(ShapeCsv, WritesPointsWhateverTheLocale) {
+  const std::string written = WrittenShapes({"a", "b"});
+  const DecimalComma german;
+  EXPECT_EQ(WrittenShapes({"a", "b"}), written);
+}

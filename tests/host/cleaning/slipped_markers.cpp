@@ -1,0 +1,359 @@
+#include "host/cleaning/slipped_markers.h"
+
+#include "tests/host/plain_face.h"
+#include "tests/host/take_along.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+using mien::Origin;
+using mien::Point;
+using mien::RigidMotion;
+using mien::SlippedMarkers;
+using mien::Take;
+using mien::TakeOutSlipped;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using tests::AnyMotion;
+using tests::Carried;
+using tests::Changes;
+
+namespace {
+
+constexpr double kTolerance = 6; // mm
+
+// A head of 0.2 m within two metres of the room's origin, of which a double knows 2e-13 m.
+constexpr double kRounding = 1e-9;
+
+/// No two markers are nearly as far as each other from a third: they differ by 16 mm and more. Else their triangle would
+/// be the same with the two swapped, and nobody could tell which has slipped.
+RigidMotion::Markers Reference() {
+  return {Point{20, 155, 65}, Point{50, 115, -75}, Point{65, 150, -25}, Point{65, 130, 55},
+          Point{-25, 100, 90}};
+}
+
+/// A head that is somewhere else in each frame; the frames are numbered from 101.
+struct Head {
+  explicit Head(std::size_t frames, std::size_t markers = 5) {
+    for (std::size_t m = 0; m < markers; ++m) {
+      take.markers.push_back("H" + std::to_string(m + 1));
+      all.push_back(m);
+    }
+    tests::Random random(51);
+    take.rate = {100, 1};
+    for (std::size_t f = 0; f < frames; ++f) {
+      motions.push_back(AnyMotion(random));
+      take.AddFrame(101 + static_cast<std::int64_t>(f), static_cast<double>(f) / 100);
+      for (std::size_t m = 0; m < markers; ++m) Put(f, m, *reference[m]);
+    }
+  }
+
+  /// `place`: on the head that has not moved.
+  void Put(std::size_t frame, std::size_t marker, const Point& place) {
+    take.Set(frame, marker, Carried(motions[frame], place),
+             take.OriginAt(frame, marker) == Origin::Computed ? Origin::Computed : Origin::Measured);
+  }
+  void Slip(std::size_t frame, std::size_t marker, const Point& by) {
+    const Point& p = *reference[marker];
+    Put(frame, marker, {p.x + by.x, p.y + by.y, p.z + by.z});
+  }
+  void Swap(std::size_t frame, std::size_t a, std::size_t b) {
+    Put(frame, a, *reference[b]), Put(frame, b, *reference[a]);
+  }
+  SlippedMarkers TakeOut(double tolerance_mm = kTolerance) {
+    return TakeOutSlipped(take, all, reference, tolerance_mm);
+  }
+
+  RigidMotion::Markers reference = Reference();
+  std::vector<VgeAMatrix> motions;
+  Take take{std::vector<std::string>()};
+  std::vector<std::size_t> all;
+};
+
+/// The frames from which a marker is missing, by index.
+std::vector<std::size_t> Without(const Take& take, std::size_t marker) {
+  std::vector<std::size_t> frames;
+  for (std::size_t f = 0; f < take.FrameCount(); ++f)
+    if (!take.At(f, marker)) frames.push_back(f);
+  return frames;
+}
+
+} // namespace
+
+TEST(SlippedMarkers, AHeadThatKeepsItsShapeStaysAsItIs) {
+  Head head(20);
+  const Take before = head.take;
+  const SlippedMarkers report = head.TakeOut();
+  EXPECT_EQ(Changes(head.take, before), 0u);
+  EXPECT_THAT(report.markers, IsEmpty());
+  EXPECT_EQ(report.doubtful_frames, 0u);
+}
+
+// H1 is as far from H2 as from H3: with these two swapped, the three of them fit together as well, with the head facing
+// backwards. But heads do not turn round in a hundredth of a second.
+TEST(SlippedMarkers, TwoThatAreSwappedOnASymmetricHeadDoNotTurnItRound) {
+  const mien::NeutralPose face = tests::PlainFace();
+  RigidMotion::Markers reference;
+  Take take({"H1", "H2", "H3", "H4", "H5"});
+  take.rate = {100, 1};
+  for (std::size_t m = 0; m < 5; ++m) reference[m] = face.at(take.markers[m]);
+  for (std::size_t f = 0; f < 30; ++f) {
+    take.AddFrame(static_cast<std::int64_t>(f), static_cast<double>(f) / 100);
+    const double degrees = static_cast<double>(f);
+    const VgeAMatrix motion = tests::Motion({degrees, -degrees, 0}, {degrees, 0, 0});
+    for (std::size_t m = 0; m < 5; ++m) take.Set(f, m, Carried(motion, *reference[m]));
+    if (f < 10) continue;
+    const Point left = *take.At(f, 1), right = *take.At(f, 2);
+    take.Set(f, 1, right), take.Set(f, 2, left);
+  }
+  const SlippedMarkers report = TakeOutSlipped(take, {0, 1, 2, 3, 4}, reference, kTolerance);
+  ASSERT_THAT(report.markers, SizeIs(2));
+  EXPECT_EQ(report.markers[0].marker, "H2");
+  EXPECT_EQ(report.markers[1].marker, "H3");
+  EXPECT_EQ(report.markers[0].frames, 20u);
+  EXPECT_EQ(report.markers[0].first_frame, 10);
+  for (const std::size_t m : {0u, 3u, 4u}) EXPECT_THAT(Without(take, m), IsEmpty()) << m;
+}
+
+// Any of them, and in the frames only in which it has slipped: the motion of the other four tells by how much.
+TEST(SlippedMarkers, OneThatSlippedIsTakenOutWhereItDid) {
+  for (std::size_t m = 0; m < 5; ++m) {
+    Head head(10);
+    for (const std::size_t f : {3u, 4u, 8u}) head.Slip(f, m, {0, 12, 9});
+    head.Slip(4, m, {0, 24, 18});
+    const Take before = head.take;
+    const SlippedMarkers report = head.TakeOut();
+    EXPECT_THAT(Without(head.take, m), ElementsAre(3, 4, 8));
+    EXPECT_EQ(Changes(head.take, before), 3u);
+    ASSERT_THAT(report.markers, SizeIs(1));
+    EXPECT_EQ(report.markers[0].marker, "H" + std::to_string(m + 1));
+    EXPECT_EQ(report.markers[0].frames, 3u);
+    EXPECT_EQ(report.markers[0].first_frame, 104);
+    EXPECT_NEAR(report.markers[0].furthest_mm, 30, kRounding);
+    EXPECT_EQ(report.doubtful_frames, 0u);
+  }
+}
+
+// As long as the other three hold together.
+TEST(SlippedMarkers, TwoThatAreSwappedAreTakenOut) {
+  for (std::size_t a = 0; a < 5; ++a)
+    for (std::size_t b = a + 1; b < 5; ++b) {
+      Head head(6);
+      head.Swap(2, a, b), head.Swap(3, a, b);
+      const Take before = head.take;
+      const SlippedMarkers report = head.TakeOut();
+      EXPECT_THAT(Without(head.take, a), ElementsAre(2, 3)) << a << b;
+      EXPECT_THAT(Without(head.take, b), ElementsAre(2, 3)) << a << b;
+      EXPECT_EQ(Changes(head.take, before), 4u);
+      ASSERT_THAT(report.markers, SizeIs(2));
+      const Point &p = *head.reference[a], &q = *head.reference[b];
+      EXPECT_EQ(report.markers[0].marker, head.take.markers[a]) << "in the order given";
+      EXPECT_EQ(report.markers[1].marker, head.take.markers[b]);
+      for (const auto& marker : report.markers) {
+        EXPECT_EQ(marker.frames, 2u);
+        EXPECT_EQ(marker.first_frame, 103);
+        EXPECT_NEAR(marker.furthest_mm, tests::Distance(p, q), kRounding);
+      }
+    }
+}
+
+TEST(SlippedMarkers, DifferentOnesMaySlipInDifferentFrames) {
+  Head head(8);
+  head.Slip(1, 4, {0, 0, -40}), head.Slip(2, 0, {20, 0, 0}), head.Slip(5, 4, {0, 0, -50});
+  const SlippedMarkers report = head.TakeOut();
+  EXPECT_THAT(Without(head.take, 0), ElementsAre(2));
+  EXPECT_THAT(Without(head.take, 4), ElementsAre(1, 5));
+  ASSERT_THAT(report.markers, SizeIs(2));
+  EXPECT_EQ(report.markers[0].first_frame, 103);
+  EXPECT_EQ(report.markers[1].first_frame, 102);
+  EXPECT_NEAR(report.markers[1].furthest_mm, 50, kRounding);
+}
+
+TEST(SlippedMarkers, OfFourTheThreeThatFitTogetherStay) {
+  for (std::size_t m = 0; m < 4; ++m) {
+    Head head(5, 4);
+    head.Slip(2, m, {15, -20, 0});
+    const SlippedMarkers report = head.TakeOut();
+    EXPECT_THAT(Without(head.take, m), ElementsAre(2)) << m;
+    ASSERT_THAT(report.markers, SizeIs(1)) << m;
+    EXPECT_NEAR(report.markers[0].furthest_mm, 25, kRounding);
+    EXPECT_EQ(report.doubtful_frames, 0u);
+  }
+}
+
+TEST(SlippedMarkers, OneMayBeHiddenAndAnotherSlip) {
+  Head head(5);
+  head.take.Clear(2, 1);
+  head.Slip(2, 3, {0, 30, 0});
+  const SlippedMarkers report = head.TakeOut();
+  EXPECT_THAT(Without(head.take, 3), ElementsAre(2));
+  EXPECT_THAT(Without(head.take, 1), ElementsAre(2));
+  ASSERT_THAT(report.markers, SizeIs(1)) << "the hidden one has not slipped";
+  EXPECT_EQ(report.markers[0].marker, "H4");
+}
+
+// The sides of the triangle do not fit, but any of its corners may be the one that is wrong.
+TEST(SlippedMarkers, OfThreeThatDoNotFitNobodyCanTellWhich) {
+  Head three(6, 3), hidden(6);
+  for (Head* head : {&three, &hidden}) {
+    head->Slip(1, 0, {0, 60, 0}), head->Slip(4, 2, {-70, 0, 0});
+    if (head == &hidden)
+      for (std::size_t f = 0; f < 6; ++f) head->take.Clear(f, 3), head->take.Clear(f, 4);
+    const Take before = head->take;
+    const SlippedMarkers report = head->TakeOut();
+    EXPECT_EQ(Changes(head->take, before), 0u);
+    EXPECT_THAT(report.markers, IsEmpty());
+    EXPECT_EQ(report.doubtful_frames, 2u);
+  }
+}
+
+TEST(SlippedMarkers, OfFourOfWhichTwoAreSwappedNobodyCanTellWhich) {
+  Head head(4, 4);
+  head.Swap(1, 0, 3);
+  const Take before = head.take;
+  const SlippedMarkers report = head.TakeOut();
+  EXPECT_EQ(Changes(head.take, before), 0u);
+  EXPECT_EQ(report.doubtful_frames, 1u);
+}
+
+// Too few for a head at all: nothing to doubt, nothing to take out.
+TEST(SlippedMarkers, TwoMarkersAreLeftAlone) {
+  Head head(4, 2);
+  head.Slip(1, 0, {0, 600, 0});
+  const Take before = head.take;
+  const SlippedMarkers report = head.TakeOut();
+  EXPECT_EQ(Changes(head.take, before), 0u);
+  EXPECT_THAT(report.markers, IsEmpty());
+  EXPECT_EQ(report.doubtful_frames, 0u);
+}
+
+// Where one is wrong by d and the other four are exact, their motion has it d away; with all five that motion goes along
+// with it, so what is a little over the tolerance may stay.
+TEST(SlippedMarkers, WhatIsWithinTheToleranceStays) {
+  for (std::size_t m = 0; m < 5; ++m) {
+    Head head(3);
+    head.Slip(1, m, {0, 0, kTolerance - 1e-6});
+    const Take before = head.take;
+    EXPECT_THAT(head.TakeOut().markers, IsEmpty()) << m;
+    EXPECT_EQ(Changes(head.take, before), 0u) << m;
+  }
+}
+
+TEST(SlippedMarkers, TheToleranceIsTheCallersOwn) {
+  for (const double tolerance : {0.5, 2.0, 20.0}) {
+    Head head(3);
+    head.Slip(0, 2, {0, tolerance / 2, 0}), head.Slip(1, 2, {0, 3 * tolerance, 0});
+    const SlippedMarkers report = head.TakeOut(tolerance);
+    EXPECT_THAT(Without(head.take, 2), ElementsAre(1)) << tolerance;
+    ASSERT_THAT(report.markers, SizeIs(1));
+    EXPECT_NEAR(report.markers[0].furthest_mm, 3 * tolerance, kRounding);
+  }
+}
+
+// Whatever is kept is where the motion of what is kept has it.
+TEST(SlippedMarkers, WhatIsKeptFitsTogether) {
+  Head head(300);
+  tests::Random random(52);
+  for (std::size_t f = 0; f < 300; ++f) {
+    const auto m = static_cast<std::size_t>(random.Between(0, 5));
+    for (std::size_t other = 0; other < 5; ++other)
+      head.Slip(f, other, {random.Between(-1, 1), random.Between(-1, 1), random.Between(-1, 1)});
+    head.Slip(f, m, {random.Between(-40, 40), random.Between(-40, 40), random.Between(-40, 40)});
+  }
+  const Take before = head.take;
+  const SlippedMarkers report = head.TakeOut();
+  std::size_t taken_out = 0, kept_fit = 0;
+  for (std::size_t f = 0; f < 300; ++f) {
+    RigidMotion::Markers kept;
+    for (std::size_t m = 0; m < 5; ++m)
+      if (const Point* p = head.take.At(f, m))
+        kept[m] = *p;
+      else
+        ++taken_out;
+    const auto motion = RigidMotion(head.reference).Solve(kept);
+    ASSERT_TRUE(motion) << f;
+    for (std::size_t m = 0; m < 5; ++m)
+      if (kept[m]) {
+        // One that is outside the set and yet fits it has drawn on this motion, the set's own is not told: less than
+        // another tolerance.
+        ASSERT_LT(tests::Distance(*kept[m], Carried(*motion, *head.reference[m])), 2 * kTolerance) << f;
+        ++kept_fit;
+      }
+  }
+  std::size_t told = 0;
+  for (const auto& marker : report.markers) {
+    told += marker.frames;
+    EXPECT_GT(marker.furthest_mm, kTolerance);
+  }
+  EXPECT_EQ(told, taken_out);
+  EXPECT_EQ(Changes(head.take, before), taken_out);
+  EXPECT_GT(taken_out, 200u);
+  EXPECT_GT(kept_fit, 1000u);
+  EXPECT_EQ(report.doubtful_frames, 0u);
+}
+
+// Both takes slip in the same way; in one of them the head is upright at the origin.
+TEST(SlippedMarkers, WhereTheHeadIsMakesNoDifference) {
+  Head moving(40), still(40);
+  tests::Random random(53);
+  for (VgeAMatrix& motion : still.motions) motion = {};
+  for (std::size_t f = 0; f < 40; ++f)
+    for (std::size_t m = 0; m < 5; ++m) {
+      const double most = m == f % 5 ? 30 : 2;
+      const Point by = {random.Between(-most, most), random.Between(-most, most),
+                        random.Between(-most, most)};
+      moving.Slip(f, m, by), still.Slip(f, m, by);
+    }
+  const SlippedMarkers a = moving.TakeOut(), b = still.TakeOut();
+  for (std::size_t m = 0; m < 5; ++m) EXPECT_EQ(Without(moving.take, m), Without(still.take, m)) << m;
+  ASSERT_EQ(a.markers.size(), b.markers.size());
+  EXPECT_GE(a.markers.size(), 3u);
+  for (std::size_t i = 0; i < a.markers.size(); ++i) {
+    EXPECT_EQ(a.markers[i].frames, b.markers[i].frames);
+    EXPECT_NEAR(a.markers[i].furthest_mm, b.markers[i].furthest_mm, kRounding);
+  }
+}
+
+TEST(SlippedMarkers, TheirOrderIsThatOfTheirPlacesNotOfTheTake) {
+  Take take({"other", "H5", "H3", "H1", "H2", "H4"});
+  take.rate = {100, 1};
+  const std::vector<std::size_t> markers = {3, 4, 2, 5, 1};
+  tests::Random random(54);
+  for (int f = 0; f < 4; ++f) {
+    const std::size_t i = take.AddFrame(f, f / 100.0);
+    const VgeAMatrix motion = AnyMotion(random);
+    take.Set(i, 0, {1e6, 0, 0});
+    for (std::size_t slot = 0; slot < 5; ++slot)
+      take.Set(i, markers[slot], Carried(motion, *Reference()[slot]));
+  }
+  const Point* const there = take.At(2, 2);
+  take.Set(2, 2, {there->x + 100, there->y, there->z}); // H3
+  const SlippedMarkers report = TakeOutSlipped(take, markers, Reference(), kTolerance);
+  ASSERT_THAT(report.markers, SizeIs(1));
+  EXPECT_EQ(report.markers[0].marker, "H3");
+  EXPECT_NEAR(report.markers[0].furthest_mm, 100, kRounding);
+  EXPECT_THAT(Without(take, 2), ElementsAre(2));
+  EXPECT_THAT(Without(take, 0), IsEmpty());
+}
+
+// Of it nobody knows where it belongs.
+TEST(SlippedMarkers, AMarkerWithoutAPlaceOnTheHeadIsNeverTakenOut) {
+  Head head(4);
+  head.reference[1].reset();
+  head.take.Set(2, 1, {1e5, 0, 0});
+  const SlippedMarkers report = head.TakeOut();
+  EXPECT_THAT(report.markers, IsEmpty());
+  EXPECT_THAT(Without(head.take, 1), IsEmpty());
+}
+
+TEST(SlippedMarkers, ATakeWithoutFramesHasNone) {
+  Head head(0);
+  const SlippedMarkers report = head.TakeOut();
+  EXPECT_THAT(report.markers, IsEmpty());
+  EXPECT_EQ(report.doubtful_frames, 0u);
+}

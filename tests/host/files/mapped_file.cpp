@@ -1,0 +1,122 @@
+#include "host/files/mapped_file.h"
+
+#include "host/files/read_file.h"
+#include "tests/host/input_error.h"
+#include "tests/host/ordinary_user.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+using mien::MappedFile;
+
+namespace {
+
+class MappedFileTest : public TemporaryFolder {};
+
+std::string Bytes(std::size_t size) {
+  std::string bytes;
+  for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>(i * 31 % 257 % 256);
+  return bytes;
+}
+
+std::string Error(const std::filesystem::path& path) {
+  return InputErrorOf([&] { const MappedFile file(path); });
+}
+
+std::string ErrorOfReadFile(const std::filesystem::path& path) {
+  return InputErrorOf([&] { mien::ReadFile(path); });
+}
+
+// While it lives, standard input is another file descriptor.
+class StandardInput {
+public:
+  explicit StandardInput(int descriptor) : before_(dup(STDIN_FILENO)) { dup2(descriptor, STDIN_FILENO); }
+  ~StandardInput() {
+    if (before_ < 0) {
+      close(STDIN_FILENO);
+    } else {
+      dup2(before_, STDIN_FILENO);
+      close(before_);
+    }
+  }
+  StandardInput(const StandardInput&) = delete;
+  StandardInput& operator=(const StandardInput&) = delete;
+
+private:
+  int before_;
+};
+
+} // namespace
+
+TEST_F(MappedFileTest, GivesTheFilesBytesWhateverItsSize) {
+  for (const std::size_t size : {0u, 1u, 4095u, 4096u, 4097u, 300000u}) { // about a page, and several
+    const std::string bytes = Bytes(size);
+    EXPECT_TRUE(MappedFile(Write("any", bytes)).Bytes() == bytes) << size;
+  }
+}
+
+TEST_F(MappedFileTest, ReadsAPipeToItsEnd) {
+  const std::filesystem::path pipe = folder_ / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const std::string bytes = Bytes(300000);
+  // Opened a second time, it would give the rest or wait for ever.
+  std::thread writer([&] { std::ofstream(pipe, std::ios::binary) << bytes; });
+  const MappedFile read(pipe);
+  writer.join();
+  EXPECT_TRUE(read.Bytes() == bytes) << read.Bytes().size();
+}
+
+TEST_F(MappedFileTest, ReadsStandardInputFromAPipe) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const std::string bytes = Bytes(1000); // less than a pipe holds
+  ASSERT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  close(ends[1]);
+  const StandardInput input(ends[0]);
+  close(ends[0]);
+  EXPECT_TRUE(MappedFile("/dev/stdin").Bytes() == bytes);
+}
+
+TEST_F(MappedFileTest, ReadsStandardInputFromAFile) {
+  const std::string bytes = Bytes(5000);
+  const int file = open(Write("in", bytes).c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_GE(file, 0);
+  const StandardInput input(file);
+  close(file);
+  EXPECT_TRUE(MappedFile("/dev/stdin").Bytes() == bytes);
+}
+
+TEST_F(MappedFileTest, StaysWhatItWasWhenTheFileIsReplaced) {
+  const std::filesystem::path path = Write("take", "before");
+  const MappedFile file(path);
+  std::filesystem::rename(Write("new", "after!"), path);
+  EXPECT_EQ(file.Bytes(), "before");
+}
+
+TEST_F(MappedFileTest, ErrorsAreThoseOfReadFile) {
+  const std::filesystem::path missing = folder_ / "none.csv";
+  EXPECT_EQ(Error(missing), missing.string() + ": there is no such file; check the path");
+  EXPECT_EQ(Error(folder_), folder_.string() + ": this is a folder; name a file in it");
+  EXPECT_EQ(Error("/dev/zero"), "/dev/zero: this is a device; name a file that can be read");
+  for (const std::filesystem::path& path :
+       {missing, folder_, std::filesystem::path("/dev/zero"), std::filesystem::path(),
+        std::filesystem::path("-"), Write("a.csv", "a") / "b.csv"})
+    EXPECT_EQ(Error(path), ErrorOfReadFile(path));
+}
+
+TEST_F(MappedFileTest, FileWithoutPermissionIsNamed) {
+  const std::filesystem::path path = Write("secret.csv", "a");
+  std::filesystem::permissions(path, std::filesystem::perms::none);
+  const OrdinaryUser user;
+  ASSERT_TRUE(user.IsOrdinary());
+  EXPECT_EQ(Error(path),
+            path.string() + ": cannot be opened: Permission denied; check the file's permissions");
+}

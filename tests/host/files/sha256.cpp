@@ -1,0 +1,34 @@
+#include "host/files/sha256.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+using mien::Sha256;
+
+// The standard's own examples.
+TEST(Sha256, IsTheStandards) {
+  EXPECT_EQ(Sha256(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  EXPECT_EQ(Sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  EXPECT_EQ(Sha256("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
+            "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+  EXPECT_EQ(Sha256(std::string(1000000, 'a')),
+            "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
+}
+
+// Files hold any byte: nothing ends at a zero, and none is negative.
+TEST(Sha256, TakesEveryByte) {
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
+  EXPECT_EQ(Sha256(bytes), "40aff2e9d2d8922e47afd4648e6967497158785fbd1da870e7110266bf944880");
+  EXPECT_EQ(Sha256(std::string_view(bytes).substr(0, 1)),
+            "6e340b9cffb37a989ca544e6bb780a2c78901d3fb33738768511a30617afa01d");
+}
+
+// A block has 64 bytes, of which the last 9 need room.
+TEST(Sha256, EveryLengthHasItsOwn) {
+  std::set<std::string> sums;
+  for (std::size_t length = 0; length <= 200; ++length) sums.insert(Sha256(std::string(length, 'x')));
+  EXPECT_EQ(sums.size(), 201u);
+}

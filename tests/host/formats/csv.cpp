@@ -1,0 +1,349 @@
+#include "host/formats/csv.h"
+
+#include "tests/host/decimal_comma.h"
+#include "tests/host/input_error.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+using mien::CsvColumns;
+using mien::CsvReader;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// The number that stands alone in a row of a table with the one column "n".
+double NumberFrom(const std::string& field) {
+  const std::string text = "n\n" + field + "\n";
+  CsvReader csv(text, "t.csv");
+  if (!csv.Next()) throw std::logic_error("no row");
+  return csv.Number(0);
+}
+
+std::string NumberError(const std::string& field) {
+  return InputErrorOf([&] { NumberFrom(field); });
+}
+
+// All fields of all rows.
+std::vector<std::vector<std::string>> Table(const std::string& text) {
+  std::vector<std::vector<std::string>> table;
+  CsvReader csv(text, "t.csv");
+  while (csv.Next()) {
+    table.emplace_back();
+    for (std::size_t column = 0; column < csv.Columns().size(); ++column)
+      table.back().emplace_back(csv.Text(column));
+  }
+  return table;
+}
+
+} // namespace
+
+TEST(CsvColumns, LoseBlanksQuotesAndByteOrderMark) {
+  EXPECT_THAT(CsvColumns("\xEF\xBB\xBF frame, X_0 ,\t\"a b\",c.d\r\n1,2,3,4"),
+              ElementsAre("frame", "X_0", "a b", "c.d"));
+}
+
+TEST(CsvColumns, EmptyNamesAtTheEndAreNoColumns) {
+  EXPECT_THAT(CsvColumns("a,,b,, ,\n"), ElementsAre("a", "", "b"));
+}
+
+TEST(CsvColumns, AreFoundBehindBlankLines) {
+  EXPECT_THAT(CsvColumns("\r\n  \n,,\na,b"), ElementsAre("a", "b"));
+}
+
+TEST(CsvColumns, OfNothingAreNone) {
+  EXPECT_THAT(CsvColumns(""), IsEmpty());
+  EXPECT_THAT(CsvColumns("\xEF\xBB\xBF\n\n"), IsEmpty());
+}
+
+TEST(CsvReader, ReadsLineEndsOfBothKinds) {
+  const auto expected = ElementsAre(ElementsAre("1", "2"), ElementsAre("3", "4"));
+  EXPECT_THAT(Table("a,b\n1,2\n3,4\n"), expected);
+  EXPECT_THAT(Table("a,b\r\n1,2\r\n3,4\r\n"), expected);
+  EXPECT_THAT(Table("a,b\n1,2\r\n3,4"), expected);
+  EXPECT_THAT(Table("a,b\r\n1,2\r\n3,4\r"), expected);
+}
+
+TEST(CsvReader, PassesOverRowsWithoutContent) {
+  EXPECT_THAT(Table("\na,b\n\n1,2\n \t\n,\n,,,\n3,4\n\n\r\n"),
+              ElementsAre(ElementsAre("1", "2"), ElementsAre("3", "4")));
+}
+
+TEST(CsvReader, ForgivesEmptyFieldsPastTheLastColumn) {
+  EXPECT_THAT(Table("a,b,\n1,2,\n3,4\n5,6, , \t,\n"),
+              ElementsAre(ElementsAre("1", "2"), ElementsAre("3", "4"), ElementsAre("5", "6")));
+}
+
+TEST(CsvReader, KeepsEmptyFieldsThatHaveAColumn) {
+  EXPECT_THAT(Table("a,b,c\n,2,\n1,,\n"), ElementsAre(ElementsAre("", "2", ""), ElementsAre("1", "", "")));
+}
+
+TEST(CsvReader, FindsAnyFieldInAnyOrder) {
+  // Wide enough that fields are skipped block by block, with fields of 0 to 6 digits.
+  constexpr std::size_t kColumns = 300;
+  std::string header = "n0";
+  std::string row;
+  std::vector<std::string> fields;
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    if (i > 0) header += ",n" + std::to_string(i);
+    fields.push_back(std::to_string(i * 7919 % 999983).substr(0, i % 7));
+    row += (i > 0 ? "," : "") + fields.back();
+  }
+  const std::string text = header + "\n" + row + "\n";
+  for (std::size_t from = 0; from < kColumns; from += 13)
+    for (std::size_t to = 0; to < kColumns; ++to) {
+      CsvReader csv(text, "t.csv");
+      ASSERT_TRUE(csv.Next());
+      EXPECT_EQ(csv.Text(from), fields[from]);
+      EXPECT_EQ(csv.Text(to), fields[to]) << "from " << from << " to " << to;
+
+      if (!fields[to].empty()) { EXPECT_EQ(csv.Number(to), std::stod(fields[to])); }
+      EXPECT_FALSE(csv.Next());
+    }
+}
+
+TEST(CsvReader, FindsColumnsByExactName) {
+  const CsvReader csv("x_0, X_0,frame", "t.csv");
+  EXPECT_EQ(csv.Column("X_0"), 1u);
+  EXPECT_EQ(csv.Column("x_0"), 0u);
+  EXPECT_EQ(csv.Column("frame"), 2u);
+  EXPECT_EQ(csv.Column("Frame"), std::nullopt);
+}
+
+TEST(CsvReader, RefusesToChooseBetweenTwoColumnsOfAName) {
+  const CsvReader csv("a,b, a\n", "t.csv");
+  EXPECT_EQ(csv.Column("b"), 1u);
+  EXPECT_EQ(InputErrorOf([&] { csv.Column("a"); }),
+            "t.csv:1: the column \"a\" is there twice; keep the right one of them");
+}
+
+TEST(CsvReader, RowCutShortNamesLineAndFirstColumnLost) {
+  const std::string fix = "; complete the row or take it out";
+  EXPECT_EQ(InputErrorOf([] { Table("a,b,c\n1,2,3\n4,5\n6,7,8\n"); }),
+            "t.csv:3: column \"c\": the row is cut short: it has 2 fields and the header 3" + fix);
+  EXPECT_EQ(InputErrorOf([] {
+              CsvReader csv("a,b,c\n1", "t.csv");
+              csv.Next();
+              csv.Number(1);
+            }),
+            "t.csv:2: column \"b\": the row is cut short: it has 1 fields and the header 3" + fix);
+}
+
+TEST(CsvReader, ChecksRowsOfWhichNothingWasAsked) {
+  for (const char* text : {"a,b,c\n1,2\n3,4,5\n", "a,b,c\n1,2\n"})
+    EXPECT_EQ(InputErrorOf([&] {
+                CsvReader csv(text, "t.csv");
+                while (csv.Next()) {}
+              }),
+              "t.csv:2: column \"c\": the row is cut short: it has 2 fields and the header 3; complete the "
+              "row or take "
+              "it out");
+}
+
+TEST(CsvReader, TooManyFieldsNameTheLineThoughOnlyTheFirstWasAsked) {
+  EXPECT_EQ(InputErrorOf([] {
+              CsvReader csv("a,b\n1,2\n3,4,,5\n6,7\n", "t.csv");
+              while (csv.Next()) csv.Number(0);
+            }),
+            "t.csv:3: the row has 4 fields and the header 2; write one field per column, with decimal points "
+            "and not "
+            "commas");
+}
+
+TEST(CsvReader, NumbersAreExactDoubles) {
+  EXPECT_EQ(NumberFrom("12.5"), 12.5);
+  EXPECT_EQ(NumberFrom(" \t-0.1 "), -0.1);
+  EXPECT_EQ(NumberFrom("+7"), 7);
+  EXPECT_EQ(NumberFrom("1e3"), 1000);
+  EXPECT_EQ(NumberFrom("2.E-2"), 0.02);
+  EXPECT_EQ(NumberFrom(".5"), 0.5);
+  EXPECT_EQ(NumberFrom("1.7976931348623157e+308"), std::numeric_limits<double>::max());
+  EXPECT_EQ(NumberFrom("4.9406564584124654e-324"), std::numeric_limits<double>::denorm_min());
+  EXPECT_TRUE(std::signbit(NumberFrom("-0.0")));
+}
+
+namespace {
+
+// What std::from_chars makes of a whole field, as bits; nothing where it is no finite number.
+std::optional<std::uint64_t> Bits(std::string_view field) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
+  if (error != std::errc() || end != field.data() + field.size() || !std::isfinite(value))
+    return std::nullopt;
+  return std::bit_cast<std::uint64_t>(value);
+}
+
+// The same by the reader, with `behind` after the field.
+std::optional<std::uint64_t> ReadBits(std::string_view field, const char* behind) {
+  const std::string text = "n,m,l\n" + std::string(field) + behind;
+  CsvReader csv(text, "t.csv");
+  try {
+    if (csv.Next()) return std::bit_cast<std::uint64_t>(csv.Number(0));
+  } catch (const mien::InputError&) {}
+  return std::nullopt;
+}
+
+// Beside what is at once at the end of its line or far from it.
+void ExpectBitsOfFromChars(std::string_view field) {
+  for (const char* behind : {"", "\n", ",1\n", ",123456789,123456789\n", "  \t ,123456789\n"})
+    ASSERT_EQ(ReadBits(field, behind), Bits(field)) << '"' << field << '"' << behind;
+}
+
+} // namespace
+
+TEST(CsvReader, EveryShortFieldIsTheNumberThatFromCharsMakesOfIt) {
+  // Around the digits in ASCII, and a digit with its highest bit set.
+  constexpr std::string_view kAlphabet = "059.-/:e\xB1";
+  constexpr int kLongest = 4;
+  std::vector<std::string> fields = {""};
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    if (!fields[i].empty()) ExpectBitsOfFromChars(fields[i]);
+    if (fields[i].size() < kLongest)
+      for (const char c : kAlphabet) fields.push_back(fields[i] + c);
+  }
+  EXPECT_EQ(fields.size(), 1u + 9 + 81 + 729 + 6561);
+}
+
+TEST(CsvReader, DecimalsOfAnyLengthAreTheNumbersThatFromCharsMakesOfThem) {
+  std::mt19937_64 random(3);
+  for (int i = 0; i < 20000; ++i) {
+    std::string field = random() % 2 == 0 ? "-" : "";
+    const std::size_t digits = 1 + random() % 18;
+    const std::size_t point = random() % (digits + 3); // none, for the last two
+    for (std::size_t k = 0; k < digits; ++k) {
+      if (k == point) field += '.';
+      field += static_cast<char>('0' + random() % 10);
+    }
+    if (point == digits) field += '.';
+    ExpectBitsOfFromChars(field);
+  }
+}
+
+TEST(CsvReader, NumberIfAnyTellsEmptyFieldsFromNumbersAndNan) {
+  CsvReader csv("a,b,c,d,e,f\n1.5,, ,nan,-NaN(2),inf\n", "t.csv");
+  ASSERT_TRUE(csv.Next());
+  EXPECT_EQ(csv.NumberIfAny(0), 1.5);
+  EXPECT_EQ(csv.NumberIfAny(1), std::nullopt);
+  EXPECT_EQ(csv.NumberIfAny(2), std::nullopt);
+  EXPECT_TRUE(std::isnan(csv.NumberIfAny(3).value_or(0)));
+  EXPECT_TRUE(std::isnan(csv.NumberIfAny(4).value_or(0)));
+  EXPECT_EQ(InputErrorOf([&] { csv.NumberIfAny(5, "fix it"); }),
+            "t.csv:2: column \"f\": \"inf\" is not a finite number; fix it");
+  EXPECT_EQ(csv.NumberIfAny(0), 1.5);
+  EXPECT_FALSE(csv.Next());
+}
+
+TEST(CsvReader, GiantFieldsAndQuotesAreShownInPart) {
+  EXPECT_EQ(NumberError(std::string(1 << 20, 'x')),
+            "t.csv:2: column \"n\": \"" + std::string(60, 'x') +
+                "...\" is not a number; write a plain number, such as 12.5");
+  EXPECT_EQ(NumberFrom(std::string(1 << 20, '0') + "7.5"), 7.5);
+  EXPECT_EQ(NumberError("\"1.5\""),
+            "t.csv:2: column \"n\": \"\"1.5\"\" is not a number; write a plain number, such as 12.5");
+}
+
+TEST(CsvReader, FindsEachOfThousandsOfColumns) {
+  std::string header;
+  for (int i = 0; i < 5000; ++i) header += "c" + std::to_string(i * 7919 % 5000) + ",";
+  const CsvReader csv(header, "t.csv");
+  for (int i = 0; i < 5000; ++i)
+    EXPECT_EQ(csv.Column("c" + std::to_string(i * 7919 % 5000)), static_cast<std::size_t>(i));
+  EXPECT_EQ(csv.Column("c"), std::nullopt);
+  EXPECT_EQ(csv.Column("d"), std::nullopt);
+}
+
+TEST(CsvReader, WhatIsNoNumberIsShownWithItsPlace) {
+  const std::string fix = "; write a plain number, such as 12.5";
+  for (const std::string field :
+       {"abc", "1.2.3", "1e", "1e+", "-", "+", "+-1", "++1", "-+1", ".", "0x10", "1 2", "12mm", "1;2"})
+    EXPECT_EQ(NumberError(field), "t.csv:2: column \"n\": \"" + field + "\" is not a number" + fix);
+  EXPECT_EQ(NumberError(std::string("1\0", 2)), "t.csv:2: column \"n\": \"1?\" is not a number" + fix);
+}
+
+TEST(CsvReader, NanAndInfinityAreNoPositions) {
+  for (const std::string field : {"nan", "NaN", "-nan", "nan(1)", "inf", "-inf", "Infinity"})
+    EXPECT_EQ(NumberError(field), "t.csv:2: column \"n\": \"" + field +
+                                      "\" is not a finite number; write a plain number, such as 12.5");
+}
+
+TEST(CsvReader, NumbersTooLargeOrTooSmallForADoubleAreNotBent) {
+  for (const std::string field : {"1e999", "-1e999", "1.8e308", "1e-400", "1e99999999999999999999"})
+    EXPECT_EQ(NumberError(field),
+              "t.csv:2: column \"n\": \"" + field +
+                  "\" is beyond the range of a double; write a plain number, such as 12.5");
+}
+
+TEST(CsvReader, EmptyFieldIsNoNumber) {
+  EXPECT_EQ(InputErrorOf([] {
+              CsvReader csv("a,b\n1,\n", "t.csv");
+              csv.Next();
+              csv.Number(1, "write any");
+            }),
+            "t.csv:2: column \"b\": the field is empty; write any");
+}
+
+TEST(CsvReader, IntegersAreWholeHoweverWritten) {
+  CsvReader csv("a,b,c\n7,7.0,-9007199254740992\n", "t.csv");
+  ASSERT_TRUE(csv.Next());
+  EXPECT_EQ(csv.Integer(0), 7);
+  EXPECT_EQ(csv.Integer(1), 7);
+  EXPECT_EQ(csv.Integer(2), -9007199254740992);
+}
+
+TEST(CsvReader, IntegersWithAFractionOrBeyondExactDoublesAreRefused) {
+  for (const std::string field : {"7.5", "1e16", "-1e300"})
+    EXPECT_EQ(InputErrorOf([&] {
+                const std::string text = "n\n" + field;
+                CsvReader csv(text, "t.csv");
+                csv.Next();
+                csv.Integer(0);
+              }),
+              "t.csv:2: column \"n\": \"" + field +
+                  "\" is not a whole number; write a whole number, such as 12");
+}
+
+TEST(CsvReader, CountsLinesAcrossBlankOnes) {
+  EXPECT_EQ(InputErrorOf([] { Table("\n\na,b\r\n\r\n1,2\r\n\r\n3\r\n"); }).substr(0, 8), "t.csv:7:");
+}
+
+TEST(CsvReader, BareCarriageReturnsAreNamed) {
+  EXPECT_EQ(InputErrorOf([] { Table("a,b\r1,2\r3,4\r"); }),
+            "t.csv:1: the line ends are bare carriage returns; save the file with LF or CRLF line ends");
+}
+
+TEST(CsvReader, HeaderMustBeUtf8) {
+  const std::string refusal = "t.csv:1: the column names are not UTF-8 text; save the file as UTF-8";
+  for (const char* name : {"K\xF6rper", "\xC3", "\xC3(", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80",
+                           "\xF0\x80\x80\xAF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\x80", "\xE2\x82"})
+    EXPECT_EQ(InputErrorOf([&] { Table(std::string(name) + "\n1\n"); }), refusal) << name;
+  for (const char* name :
+       {"K\xC3\xB6rper", "\xE2\x82\xAC", "\xED\x9F\xBF", "\xF0\x9F\x98\x80", "\xF4\x8F\xBF\xBF"})
+    EXPECT_THAT(Table(std::string(name) + "\n1\n"), ElementsAre(ElementsAre("1"))) << name;
+}
+
+TEST(CsvReader, TableWithoutHeaderIsRefused) {
+  EXPECT_EQ(InputErrorOf([] { Table("\"\"\n1\n"); }),
+            "t.csv:1: there is no header; name the columns in the first row");
+}
+
+TEST(CsvReader, NumbersDoNotFollowTheLocale) {
+  const DecimalComma germany;
+  std::ostringstream proof;
+  proof << 1.5;
+  ASSERT_EQ(proof.str(), "1,5") << "the trap itself is not set";
+  EXPECT_EQ(NumberFrom("1234.5"), 1234.5);
+}

@@ -1,0 +1,141 @@
+#include "host/formats/read_take.h"
+
+#include "tests/host/input_error.h"
+#include "tests/host/temporary_folder.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+using mien::ReadTake;
+using mien::Take;
+using testing::StartsWith;
+
+namespace {
+
+const std::string kTake = "frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n";
+const std::string kKnownFormats = "; the formats that can be read are C3D (optical capture, .c3d), TRC "
+                                  "(tab-separated text that starts with "
+                                  "PathFileType), landmark CSV (columns frame, timestamp, X_0, ... Z_67), "
+                                  "marker CSV (columns frame,time,NAME.x,NAME.y,NAME.z,...)";
+
+class ReadTakeFile : public TemporaryFolder {};
+
+std::string MemoryError(const std::string& bytes) {
+  return InputErrorOf([&] { ReadTake(bytes, "t"); });
+}
+
+const std::string kShapeMend =
+    ", and no markers to solve; give the take of markers, or bring the weights to the character as they are";
+
+std::string ShapeRow(int counts) { // from one second before midnight, 60 a second
+  const int count = (24 * 3600 * 60 - 60 + counts) % (24 * 3600 * 60);
+  const int second = count / 60;
+  return fmt::format("{:02}:{:02}:{:02}:{:02}.473,2,0.1,1.05\n", second / 3600, second / 60 % 60, second % 60,
+                     count % 60);
+}
+
+std::string ShapeError(const std::string& text) {
+  return InputErrorOf([&] { ReadTake(text, "w.csv"); });
+}
+
+} // namespace
+
+TEST_F(ReadTakeFile, TellsTheFormatByContentAndNotByEnding) {
+  const Take take = ReadTake(Write("smile.c3d", kTake));
+  EXPECT_EQ(take.name, "smile");
+  EXPECT_EQ(take.format, "marker CSV");
+  EXPECT_EQ(take.FrameCount(), 2u);
+}
+
+TEST_F(ReadTakeFile, ErrorsNameTheFileAsItWasGiven) {
+  const std::filesystem::path path = Write("bad.csv", "frame,time,A.x,A.y,A.z\n1,0,1,2,b\n");
+  EXPECT_THAT(InputErrorOf([&] { ReadTake(path); }),
+              StartsWith(path.string() + ":2: column \"A.z\": \"b\" is not a number"));
+}
+
+TEST_F(ReadTakeFile, EmptyFileIsNamed) {
+  const std::filesystem::path path = Write("empty.csv", "");
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(path); }),
+            path.string() + ": the file is empty; export the take again");
+}
+
+TEST_F(ReadTakeFile, MissingFileIsNamed) {
+  const std::filesystem::path path = folder_ / "none.csv";
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(path); }), path.string() + ": there is no such file; check the path");
+}
+
+TEST(ReadTake, TakesAnyBytesAsInput) {
+  EXPECT_EQ(MemoryError(" \r\n\t\n"), "t: the file is empty; export the take again");
+  EXPECT_EQ(MemoryError("hello"), "t: this is no take of a known format" + kKnownFormats);
+  EXPECT_EQ(MemoryError(std::string("\x02\x50\0\0,\0\n", 7)),
+            "t: this is no take of a known format" + kKnownFormats);
+  EXPECT_EQ(MemoryError("1,0,1,2,3\n"), "t: this is no take of a known format" + kKnownFormats);
+}
+
+TEST(ReadTake, NamesTheEncodingOfUtf16) {
+  EXPECT_EQ(MemoryError("\xFF\xFE"
+                        "f"),
+            "t: the text is UTF-16; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\xFE\xFF\0f", 4)), "t: the text is UTF-16; save it as UTF-8");
+}
+
+TEST(ReadTake, NamesSeparatorsThatAreNoCommas) {
+  const std::string fix = "; save the table with commas between the columns and points in the numbers";
+  EXPECT_EQ(MemoryError("frame;time;A.x;A.y;A.z\n1;0;1,5;2;3\n"),
+            "t:1: the columns are separated by semicolons" + fix);
+  EXPECT_EQ(MemoryError("frame\ttime\tA.x\tA.y\tA.z\n1\t0\t1\t2\t3\n"),
+            "t:1: the columns are separated by tabs" + fix);
+  EXPECT_EQ(MemoryError("frame; timestamp; X_0\n1;0;1\n"),
+            "t:1: the columns are separated by semicolons" + fix);
+}
+
+TEST(ReadTake, AFaceIsChosenOfLandmarksOnly) {
+  EXPECT_EQ(InputErrorOf([] { ReadTake(kTake, "t.csv", {.strict = false, .face = 1}); }),
+            "t.csv: marker CSV has no faces to choose from; leave out --face, which is for landmark CSV");
+}
+
+TEST(ReadTake, StrictlyEveryNoteIsAnErrorWithTheFilesName) {
+  const std::string gappy = "frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n4,1.5,4,5,6\n9,4,4,5,6\n";
+  const Take take = ReadTake(gappy, "t.csv");
+  ASSERT_EQ(take.notes.size(), 1u);
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(gappy, "t.csv", {.strict = true, .face = {}}); }),
+            "t.csv: " + take.notes[0] + "; fix the file, or read it without --strict");
+  EXPECT_EQ(ReadTake(kTake, "t.csv", {.strict = true, .face = {}}).FrameCount(), 2u);
+}
+
+// --- Tables of shape weights, which are no takes.
+
+TEST(ReadTakeOfShapeWeights, AreNamedWithTheirRowsTimeAndDropsAcrossMidnight) {
+  for (const char* header :
+       {"Timecode,BlendShapeCount,EyeBlinkLeft,JawOpen\n", "Timecode,BlendshapeCount,A,B\r\n",
+        "\xEF\xBB\xBFtimecode , blendShapeCount,A,B\n"}) {
+    std::string text = header;
+    for (int row = 0; row < 100; ++row)
+      if (row != 20 && row != 50 && row != 51) text += ShapeRow(2 * row);
+    EXPECT_EQ(ShapeError(text),
+              "w.csv: these are shape weights of a face-capture app (97 rows over 3.3 s, 3 frames "
+              "dropped)" +
+                  kShapeMend);
+  }
+}
+
+TEST(ReadTakeOfShapeWeights, AreNamedWithoutTimesTooWhereNoneCanBeRead) {
+  const std::string header = "Timecode,BlendShapeCount,EyeBlinkLeft\n";
+  const std::string start = "w.csv: these are shape weights of a face-capture app (";
+  EXPECT_EQ(ShapeError(header), start + "0 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError("Timecode,BlendShapeCount"), start + "0 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header + ShapeRow(0)), start + "1 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header + "x,1,2\n\n,,\ny\n"), start + "2 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header + ShapeRow(0) + ShapeRow(0) + ShapeRow(0)),
+            start + "3 rows over 0.0 s, 0 frames dropped)" + kShapeMend);
+}
+
+TEST(ReadTakeOfShapeWeights, EveryTruncationIsRefused) {
+  const std::string text = "Timecode,BlendShapeCount,EyeBlinkLeft,JawOpen\n" + ShapeRow(0) + ShapeRow(1);
+  for (std::size_t length = 0; length <= text.size(); ++length)
+    EXPECT_NE(ShapeError(text.substr(0, length)), "no InputError") << length;
+}

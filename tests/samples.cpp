@@ -1,0 +1,453 @@
+#include "host/files/read_file.h"
+#include "host/formats/read_take.h"
+#include "host/performer/match_markers.h"
+#include "host/performer/neutral.h"
+#include "host/performer/performer_file.h"
+#include "host/solve/solve_take.h"
+#include "mien/face/face.h"
+#include "samples/synthetic_performance.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+using mien::Animation;
+using mien::Performer;
+using mien::Point;
+using mien::Take;
+using mien::samples::Head;
+using testing::UnorderedElementsAre;
+
+namespace {
+
+const std::filesystem::path kFolder = MIEN_SAMPLES_FOLDER;
+
+Animation Solve(const Take& take, const Performer& performer) {
+  CheckMarkers(performer, take);
+  return SolveTake(take, performer, FindNeutral(take, performer, {}).pose).animation;
+}
+
+Performer Landmarks68() { return mien::LoadPerformer("landmarks68"); }
+Performer Synthetic() { return mien::LoadPerformer(kFolder / "markers.performer.json"); }
+Take Landmarks() { return mien::ReadTake(kFolder / "landmarks.csv"); }
+Take Markers() { return mien::ReadTake(kFolder / "markers.csv"); }
+
+Take Changed(const Take& take, const std::function<Point(const Point&)>& change) {
+  Take changed = take;
+  for (std::size_t f = 0; f < take.FrameCount(); ++f)
+    for (std::size_t m = 0; m < take.MarkerCount(); ++m)
+      if (const Point* p = take.At(f, m)) changed.Set(f, m, change(*p));
+  return changed;
+}
+
+Take WithMarkersInReverse(const Take& take) {
+  Take reversed({take.markers.rbegin(), take.markers.rend()});
+  reversed.rate = take.rate;
+  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
+    reversed.AddFrame(take.frames[f], take.times[f]);
+    for (std::size_t m = 0; m < take.MarkerCount(); ++m)
+      if (const Point* p = take.At(f, m)) reversed.Set(f, take.MarkerCount() - 1 - m, *p);
+  }
+  return reversed;
+}
+
+Point MirrorImage(const Point& p) { return {-p.x, p.y, p.z}; }
+
+/// The performer in a mirror: what was left is right.
+Performer MirrorImage(Performer performer) {
+  auto& [mouth, left_brow, right_brow, left_eye, right_eye, left_cheek, right_cheek, left_nostril,
+         right_nostril] = performer.holders;
+  std::swap(mouth[0], mouth[3]); // the corners
+  std::swap(left_brow, right_brow), std::swap(left_eye, right_eye);
+  std::swap(left_cheek, right_cheek), std::swap(left_nostril, right_nostril);
+  return performer;
+}
+
+/// The animation with the columns of left and right exchanged.
+Animation MirrorImage(const Animation& animation) {
+  const auto other = [](std::string name) {
+    if (name.starts_with("Left")) return "Right" + name.substr(4);
+    if (name.starts_with("Right")) return "Left" + name.substr(5);
+    if (name.starts_with("Mouth.Corners")) name.back() = name.back() == 'L' ? 'R' : 'L';
+    return name;
+  };
+  Animation mirrored = animation;
+  for (std::size_t c = 0; c < animation.templates.size(); ++c)
+    for (std::size_t d = 0; d < animation.templates.size(); ++d)
+      if (animation.templates[d].name == other(animation.templates[c].name))
+        for (std::size_t f = 0; f < animation.frames.size(); ++f)
+          mirrored.weights[f * animation.templates.size() + c] = animation.Weight(f, d);
+  return mirrored;
+}
+
+/// What the library measures on the points themselves when they stand exactly where the known weights put them:
+/// the best that any take can give. It differs from the known weights where templates share motion.
+Animation MeasuredOnExactPoints(const Performer& performer) {
+  Animation measured = mien::samples::KnownWeights();
+  constexpr int kMouth = 0, kChinHolder = 4;
+  for (std::size_t f = 0; f < measured.frames.size(); ++f) {
+    const auto weight = [&](std::size_t c) -> double& {
+      return measured.weights[f * measured.templates.size() + c];
+    };
+    VFaceTemplateState weights;
+    for (std::size_t c = 0; c < measured.templates.size(); ++c)
+      weights.mParts[measured.templates[c].part].mWeights[measured.templates[c].slot] = weight(c);
+    VFaceState face;
+    GetGlobalFace()->Template2FaceSolve(&face, &weights);
+    face.mValid = !performer.holders[kMouth][kChinHolder].empty();
+    GetGlobalFace()->Face2TemplateSolve(&weights, &face);
+    for (std::size_t c = 0; c < measured.templates.size(); ++c) {
+      const auto& [part, slot, name] = measured.templates[c];
+      const auto& holders = performer.holders[static_cast<std::size_t>(part)];
+      const bool at_rest =
+          std::all_of(holders.begin(), holders.end(), [](const auto& h) { return h.empty(); });
+      weight(c) = at_rest ? 0 : weights.mParts[part].mWeights[slot];
+    }
+  }
+  return measured;
+}
+
+/// "LeftEye.Close" -> "Eye.Close".
+std::string WithoutSide(const std::string& column) {
+  for (const std::string side : {"Left", "Right"})
+    if (column.starts_with(side)) return column.substr(side.size());
+  return column;
+}
+
+struct Tolerance {
+  double most, rms;
+};
+
+/// Compares the columns that `tolerances` names, without sides, over the frames for which `use` is true.
+template <class Use>
+void ExpectNear(const Animation& solved, const Animation& expected,
+                const std::map<std::string, Tolerance>& tolerances, Use use) {
+  ASSERT_EQ(solved.frames, expected.frames);
+  std::size_t compared = 0;
+  for (std::size_t c = 0; c < solved.templates.size(); ++c) {
+    const auto tolerance = tolerances.find(WithoutSide(solved.templates[c].name));
+    if (tolerance == tolerances.end()) continue;
+    double most = 0, squares = 0;
+    std::size_t frames = 0, worst = 0;
+    for (std::size_t f = 0; f < solved.frames.size(); ++f) {
+      if (!use(f)) continue;
+      const double error = std::fabs(solved.Weight(f, c) - expected.Weight(f, c));
+      if (!(error <= most)) most = error, worst = f;
+      squares += error * error;
+      ++frames;
+    }
+    ASSERT_GT(frames, 0u);
+    const double rms = std::sqrt(squares / static_cast<double>(frames));
+    EXPECT_LE(most, tolerance->second.most)
+        << solved.templates[c].name << " is " << solved.Weight(worst, c) << ", not "
+        << expected.Weight(worst, c) << ", in frame " << solved.frames[worst];
+    EXPECT_LE(rms, tolerance->second.rms) << solved.templates[c].name;
+    ++compared;
+  }
+  EXPECT_GE(compared, tolerances.size());
+}
+
+const auto kAllFrames = [](std::size_t) { return true; };
+
+bool AtRest(const Animation& known, std::size_t frame) {
+  for (std::size_t c = 0; c < known.templates.size(); ++c)
+    if (known.Weight(frame, c) != 0) return false;
+  return true;
+}
+
+bool Sneers(const Animation& known, std::size_t frame) {
+  for (std::size_t c = 0; c < known.templates.size(); ++c)
+    if (WithoutSide(known.templates[c].name) == "Nostril.Up" && known.Weight(frame, c) != 0) return true;
+  return false;
+}
+
+/// The largest angle in degrees by which the face's forward direction departs from that of the first frame.
+double LargestTurn(const Animation& animation) {
+  double smallest_cosine = 1;
+  for (const VgeAMatrix& head : animation.heads) {
+    double cosine = 0;
+    for (int i = 0; i < 3; ++i) cosine += head.m[2][i] * animation.heads[0].m[2][i];
+    smallest_cosine = std::min(smallest_cosine, cosine);
+  }
+  return std::acos(smallest_cosine) * 57.29577951308232;
+}
+
+} // namespace
+
+TEST(Samples, AreWhatTheGeneratorWrites) {
+  std::vector<std::string> data;
+  for (const auto& entry : std::filesystem::directory_iterator(kFolder))
+    if (const auto type = entry.path().extension(); type == ".csv" || type == ".json" || type == ".glb")
+      data.push_back(entry.path().filename());
+  const auto files = mien::samples::SampleFiles();
+  EXPECT_THAT(data, UnorderedElementsAre("head.glb", "known_weights.csv", "landmarks.csv", "markers.csv",
+                                         "markers.performer.json", "puppet.character.json"));
+  ASSERT_EQ(files.size(), data.size() - 1) << "the puppet alone is written by hand";
+  for (const auto& [name, bytes] : files)
+    EXPECT_TRUE(mien::ReadFile(kFolder / name) == bytes)
+        << name << ": run mien_make_samples " << kFolder.string();
+}
+
+TEST(Samples, PerformEveryTemplateAndFirstOneAfterTheOther) {
+  const Animation known = mien::samples::KnownWeights();
+  for (std::size_t c = 0; c < known.templates.size(); ++c) {
+    double most = 0;
+    for (std::size_t f = 0; f < known.frames.size(); ++f) most = std::max(most, known.Weight(f, c));
+    EXPECT_GE(most, 0.4) << known.templates[c].name;
+  }
+  constexpr std::int64_t kTalkBegins = 263;
+  for (std::size_t f = 0; known.frames[f] < kTalkBegins; ++f) {
+    std::set<std::string> performed;
+    for (std::size_t c = 0; c < known.templates.size(); ++c)
+      if (known.Weight(f, c) != 0) performed.insert(WithoutSide(known.templates[c].name));
+    EXPECT_LE(performed.size(), 1u) << "frame " << known.frames[f];
+  }
+}
+
+// --- How well the solve returns what was performed. The cameras' noise of 0.07 mm weighs the more the less a
+// template moves: Open goes 33 mm, Close 11, Squint 4, WideOpen 3. In a part's unit of 7 to 11 mm it is 0.01 per
+// marker; the head's own noise comes on top.
+
+// Where a template is measured by motion that no other template shares, the known weight itself comes back.
+TEST(Samples, MarkersReturnTheKnownWeights) {
+  const std::map<std::string, Tolerance> tolerances = {
+      {"Mouth.Open", {0.02, 0.005}},
+      {"Mouth.Square", {0.03, 0.01}},
+      {"Mouth.CornersUpR", {0.06, 0.02}},
+      {"Mouth.CornersUpL", {0.06, 0.02}},
+      {"Eye.Close", {0.04, 0.01}},
+      {"Eye.Squint", {0.08, 0.02}},
+      {"Eye.WideOpen", {0.1, 0.03}},
+      {"Nostril.Up", {0.05, 0.015}},
+      {"Cheek.Up", {0.04, 0.01}},
+      {"Cheek.Out",
+       {0.12, 0.02}}, // of a cheek that is raised by 0.7, a seventh reads as puffed: Up moves it out too
+      // On the way down corners are measured by the way up, which is 7 % shorter. And the mouth's width is taken
+      // from the left corner to the right upper lip: a right corner pulled down narrows it and reads as Whistle.
+      {"Mouth.CornersDownR", {0.13, 0.02}},
+      {"Mouth.CornersDownL", {0.1, 0.02}},
+      {"Mouth.Whistle", {0.15, 0.03}}};
+  ExpectNear(Solve(Markers(), Synthetic()), mien::samples::KnownWeights(), tolerances, kAllFrames);
+}
+
+// The brows' measure is relative closeness, not a ramp, and Down goes beyond 1. So their weights are compared with
+// what is measured on points without noise or motion of the head; the other templates come closer so as well.
+TEST(Samples, MarkersReturnWhatIsMeasuredOnExactPoints) {
+  const std::map<std::string, Tolerance> tolerances = {
+      {"Mouth.Open", {0.02, 0.005}},
+      {"Mouth.Whistle",
+       {0.07, 0.015}}, // the marker in the middle of the lip does not move in: 5 % are missing
+      {"Mouth.CornersUpR", {0.06, 0.02}},
+      {"Mouth.CornersUpL", {0.06, 0.02}},
+      {"Mouth.CornersDownR", {0.06, 0.02}},
+      {"Mouth.CornersDownL", {0.06, 0.02}},
+      {"Mouth.Square", {0.03, 0.01}},
+      {"Brow.Up", {0.15, 0.05}}, // three points' noise adds up, in units of 2 mm of height, and never cancels
+      {"Brow.Down", {0.15, 0.06}},
+      {"Eye.Close", {0.04, 0.01}},
+      {"Eye.Squint", {0.08, 0.02}},
+      {"Eye.WideOpen", {0.1, 0.03}},
+      {"Cheek.Up", {0.04, 0.01}},
+      {"Cheek.Out", {0.02, 0.005}},
+      {"Nostril.Up", {0.05, 0.015}}};
+  // Where the lip's middle is hidden while the mouth changes, a curve takes its place: half a millimetre off, which
+  // weighs on the corners.
+  std::map<std::string, Tolerance> with_filled_lip;
+  for (const std::string corner : {"UpR", "UpL", "DownR", "DownL"})
+    with_filled_lip["Mouth.Corners" + corner] = {0.08, 0.04};
+  for (const std::string other : {"Open", "Whistle", "Square"})
+    with_filled_lip["Mouth." + other] = tolerances.at("Mouth." + other);
+  const Performer performer = Synthetic();
+  const Take take = Markers();
+  const Animation solved = Solve(take, performer), exact = MeasuredOnExactPoints(performer);
+  const std::size_t lip = take.FindMarker("LipUpperMid").value();
+  ExpectNear(solved, exact, tolerances, [&](std::size_t f) { return take.At(f, lip) != nullptr; });
+  ExpectNear(solved, exact, with_filled_lip, [&](std::size_t f) { return take.At(f, lip) == nullptr; });
+}
+
+// Lost frames too: they are filled.
+TEST(Samples, LandmarksReturnWhatIsMeasuredOnExactPoints) {
+  const std::map<std::string, Tolerance> tolerances = {
+      {"Mouth.Open", {0.02, 0.005}},
+      // The inner contour lies below the face's upper lip points. From there its three landmarks look almost equally
+      // near, so each lip point takes a part of the others' motion, and inward motion cancels: a fifth is missing.
+      {"Mouth.Whistle", {0.22, 0.04}},
+      {"Mouth.CornersUpR", {0.1, 0.02}}, // a pursed mouth that is measured too wide leaves some corner
+      {"Mouth.CornersUpL", {0.1, 0.02}},
+      {"Mouth.CornersDownR", {0.08, 0.02}},
+      {"Mouth.CornersDownL", {0.08, 0.02}},
+      {"Mouth.Square", {0.03, 0.01}},
+      {"Brow.Up", {0.15, 0.05}},
+      {"Brow.Down", {0.15, 0.06}},
+      {"Eye.Close", {0.04, 0.01}},
+      {"Eye.Squint", {0.08, 0.02}},
+      {"Eye.WideOpen", {0.1, 0.03}},
+      {"Cheek.Up", {0, 0}}, // no landmarks, no motion
+      {"Cheek.Out", {0, 0}},
+      {"Nostril.Up", {0.04, 0.01}}};
+  // The wings of the nose are head landmarks as well: a sneer tips the head's frame, which takes a third off the
+  // sneer and draws on everything else, the brows most of all.
+  const std::map<std::string, Tolerance> in_sneers = {
+      {"Mouth.Open", {0.04, 0.02}}, {"Mouth.Square", {0.03, 0.01}}, {"Mouth.Whistle", {0.1, 0.03}},
+      {"Brow.Up", {0.4, 0.2}},      {"Brow.Down", {0.65, 0.3}},     {"Eye.Close", {0.18, 0.07}},
+      {"Eye.Squint", {0.08, 0.03}}, {"Eye.WideOpen", {0.16, 0.05}}, {"Nostril.Up", {0.18, 0.09}}};
+  const Performer performer = Landmarks68();
+  const Animation known = mien::samples::KnownWeights(), exact = MeasuredOnExactPoints(performer);
+  const Animation solved = Solve(Landmarks(), performer);
+  ExpectNear(solved, exact, tolerances, [&](std::size_t f) { return !Sneers(known, f); });
+  ExpectNear(solved, exact, in_sneers, [&](std::size_t f) { return Sneers(known, f); });
+}
+
+// Without a chin marker the jaw is judged by the lower lip, and lips drawn into a square look like an opening jaw.
+TEST(Samples, WithoutAChinASquareMouthReadsHalfAsSquareAndAQuarterAsOpen) {
+  const Animation known = mien::samples::KnownWeights();
+  constexpr std::size_t kOpen = 0, kSquare = 6;
+  ASSERT_EQ(known.templates[kOpen].name, "Mouth.Open");
+  ASSERT_EQ(known.templates[kSquare].name, "Mouth.Square");
+  constexpr std::size_t kFrame = 49; // the height of the square that is performed by itself
+  ASSERT_EQ(known.Weight(kFrame, kSquare), 1);
+  ASSERT_EQ(known.Weight(kFrame, kOpen), 0);
+  const Animation landmarks = Solve(Landmarks(), Landmarks68()), markers = Solve(Markers(), Synthetic());
+  EXPECT_NEAR(landmarks.Weight(kFrame, kOpen), 0.24, 0.02);
+  EXPECT_NEAR(landmarks.Weight(kFrame, kSquare), 0.48, 0.02);
+  EXPECT_NEAR(markers.Weight(kFrame, kOpen), 0, 0.02);
+  EXPECT_NEAR(markers.Weight(kFrame, kSquare), 1, 0.02);
+}
+
+TEST(Samples, BrowsRiseAndFallWithWhatIsPerformed) {
+  const Animation known = mien::samples::KnownWeights();
+  for (const Animation& solved : {Solve(Markers(), Synthetic()), Solve(Landmarks(), Landmarks68())}) {
+    std::size_t steps = 0;
+    for (std::size_t c = 0; c < known.templates.size(); ++c) {
+      if (!WithoutSide(known.templates[c].name).starts_with("Brow.")) continue;
+      for (std::size_t f = 113; f < 150; ++f) { // raised and frowned by themselves
+        const double step = known.Weight(f, c) - known.Weight(f - 1, c);
+        if (std::fabs(step) < 0.1) continue; // less does not stand out from the noise
+        EXPECT_GT((solved.Weight(f, c) - solved.Weight(f - 1, c)) * step, 0)
+            << known.templates[c].name << ", frame " << known.frames[f];
+        ++steps;
+      }
+    }
+    EXPECT_GE(steps, 32u);
+  }
+}
+
+TEST(Samples, AFaceAtRestStaysAtRest) {
+  const Animation known = mien::samples::KnownWeights();
+  Animation rest = known;
+  std::fill(rest.weights.begin(), rest.weights.end(), 0.0);
+  const std::map<std::string, Tolerance> tolerances = {{"Mouth.Open", {0.01, 0.005}},
+                                                       {"Mouth.Whistle", {0.03, 0.01}},
+                                                       {"Mouth.CornersUpR", {0.04, 0.015}},
+                                                       {"Mouth.CornersUpL", {0.04, 0.015}},
+                                                       {"Mouth.CornersDownR", {0.04, 0.015}},
+                                                       {"Mouth.CornersDownL", {0.04, 0.015}},
+                                                       {"Mouth.Square", {0.02, 0.005}},
+                                                       {"Brow.Up", {0.12, 0.06}},
+                                                       {"Brow.Down", {0.12, 0.06}},
+                                                       {"Eye.Close", {0.03, 0.01}},
+                                                       {"Eye.Squint", {0.07, 0.02}},
+                                                       {"Eye.WideOpen", {0.1, 0.03}},
+                                                       {"Cheek.Up", {0.03, 0.01}},
+                                                       {"Cheek.Out", {0.02, 0.005}},
+                                                       {"Nostril.Up", {0.05, 0.015}}};
+  const auto at_rest = [&known](std::size_t f) { return AtRest(known, f); };
+  ExpectNear(Solve(Markers(), Synthetic()), rest, tolerances, at_rest);
+  const Take landmarks = Landmarks();
+  ExpectNear(Solve(landmarks, Landmarks68()), rest, tolerances,
+             [&](std::size_t f) { return at_rest(f) && landmarks.At(f, 0); });
+}
+
+TEST(Samples, LostFramesAreFilled) {
+  const Take take = Landmarks();
+  const Performer performer = Landmarks68();
+  const mien::SolvedTake solved = SolveTake(take, performer, FindNeutral(take, performer, {}).pose);
+  EXPECT_EQ(solved.report.frames_without_head, 4u);
+  for (const mien::FilledMarker& fill : solved.report.face_fills) {
+    EXPECT_EQ(fill.gap_frames, 4u) << fill.marker;
+    EXPECT_EQ(fill.FilledFrames(), 4u) << fill.marker;
+  }
+  // Nothing jumps there: no step is larger than all that are seen.
+  const Animation& animation = solved.animation;
+  std::size_t steps = 0;
+  for (std::size_t c = 0; c < animation.templates.size(); ++c) {
+    double seen = 0, filled = 0;
+    for (std::size_t f = 1; f < take.FrameCount(); ++f) {
+      const bool lost = !take.At(f, 0) || !take.At(f - 1, 0);
+      double& most = lost ? filled : seen;
+      most = std::max(most, std::fabs(animation.Weight(f, c) - animation.Weight(f - 1, c)));
+      steps += lost;
+    }
+    EXPECT_LE(filled, seen) << animation.templates[c].name;
+  }
+  EXPECT_EQ(steps, 6 * animation.templates.size()) << "into, in and out of two gaps";
+}
+
+// --- What must make no difference.
+
+// The two films differ by the motion and by how the decimals of the files then round: 0.01 mm for the markers, 0.1
+// mm for the landmarks, of which some sit only 17 mm from the head's middle.
+TEST(Samples, TheHeadsMotionIsRemoved) {
+  const auto within = [](double most, double rms) {
+    std::map<std::string, Tolerance> tolerances;
+    for (const auto& column : mien::TemplateColumns()) tolerances[WithoutSide(column.name)] = {most, rms};
+    return tolerances;
+  };
+  const Animation markers = Solve(Markers(), Synthetic());
+  const Animation still_markers = Solve(mien::samples::FilmMarkers(Head::Still), Synthetic());
+  EXPECT_GT(LargestTurn(markers), 15);
+  EXPECT_LT(LargestTurn(still_markers), 1);
+  ExpectNear(markers, still_markers, within(0.015, 0.003), kAllFrames);
+
+  const Animation landmarks = Solve(Landmarks(), Landmarks68());
+  const Animation still_landmarks = Solve(mien::samples::FilmLandmarks(Head::Still), Landmarks68());
+  EXPECT_GT(LargestTurn(landmarks), 15);
+  EXPECT_LT(LargestTurn(still_landmarks), 1);
+  ExpectNear(landmarks, still_landmarks, within(0.08, 0.02), kAllFrames);
+}
+
+// Twice the size is exact in binary, so that the weights keep every bit.
+TEST(Samples, TheSizeOfTheFaceMakesNoDifference) {
+  const auto twice = [](const Point& p) { return Point{2 * p.x, 2 * p.y, 2 * p.z}; };
+  EXPECT_EQ(Solve(Changed(Markers(), twice), Synthetic()).weights, Solve(Markers(), Synthetic()).weights);
+  EXPECT_EQ(Solve(Changed(Landmarks(), twice), Landmarks68()).weights,
+            Solve(Landmarks(), Landmarks68()).weights);
+}
+
+TEST(Samples, TheOrderOfTheMarkersInTheTakeMakesNoDifference) {
+  EXPECT_EQ(Solve(WithMarkersInReverse(Markers()), Synthetic()).weights,
+            Solve(Markers(), Synthetic()).weights);
+  EXPECT_EQ(Solve(WithMarkersInReverse(Landmarks()), Landmarks68()).weights,
+            Solve(Landmarks(), Landmarks68()).weights);
+}
+
+TEST(Samples, InAMirrorLeftAndRightAreExchanged) {
+  constexpr double kRounding = 1e-9; // sums in another order
+  std::map<std::string, Tolerance> tolerances;
+  for (const auto& column : mien::TemplateColumns())
+    tolerances[WithoutSide(column.name)] = {kRounding, kRounding};
+  // The mouth's width is measured from the left corner over the upper lip to its right point: what pulls on one side
+  // alone is seen from one side only. As weights that is 0.14 for a corner that is pulled down all the way, and the
+  // corners are measured once a Whistle of that weight is taken off.
+  tolerances["Mouth.Whistle"] = {0.15, 0.03};
+  for (const std::string corner : {"UpR", "UpL", "DownR", "DownL"})
+    tolerances["Mouth.Corners" + corner] = {0.08, 0.02};
+
+  const auto mirrored = [](const Take& take) {
+    return Changed(take, [](const Point& p) { return MirrorImage(p); });
+  };
+  ExpectNear(MirrorImage(Solve(mirrored(Markers()), MirrorImage(Synthetic()))), Solve(Markers(), Synthetic()),
+             tolerances, kAllFrames);
+  ExpectNear(MirrorImage(Solve(mirrored(Landmarks()), MirrorImage(Landmarks68()))),
+             Solve(Landmarks(), Landmarks68()), tolerances, kAllFrames);
+}
