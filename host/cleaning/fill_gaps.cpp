@@ -1,6 +1,7 @@
 #include "host/cleaning/fill_gaps.h"
 
 #include "host/cleaning/rigid_motion.h"
+#include "host/takes/gaps.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -36,7 +37,7 @@ double SquaredDistance(const Point& a, const Point& b) {
 /// One marker's way across one gap. Before and after it the marker is seen, unless the take begins or ends there.
 class Filler {
 public:
-  Filler(const Take& take, std::size_t marker, const Gap& gap)
+  Filler(const Take& take, std::size_t marker, const FrameSpan& gap)
       : take_(take), marker_(marker), gap_(gap),
         before_(gap.first > 0 ? take.At(gap.first - 1, marker) : nullptr),
         after_(gap.end < take.FrameCount() ? take.At(gap.end, marker) : nullptr) {}
@@ -58,20 +59,20 @@ public:
 
 private:
   Places Hold() const {
-    Places places(Length());
+    Places places(gap_.Count());
     if (before_) std::fill(places.begin(), places.end(), *before_);
     return places;
   }
 
   Places Linear() const {
-    Places places(Length());
+    Places places(gap_.Count());
     if (before_ && after_)
       for (std::size_t i = 0; i < places.size(); ++i) places[i] = Between(*before_, *after_, Fraction(i));
     return places;
   }
 
   Places Cubic() const {
-    Places places(Length());
+    Places places(gap_.Count());
     if (!before_ || !after_) return places;
     const double seconds = take_.times[gap_.end] - take_.times[gap_.first - 1];
     const Point leaving = Velocity(gap_.first - 1, false), arriving = Velocity(gap_.end, true);
@@ -88,7 +89,7 @@ private:
   }
 
   Places Pattern(const std::vector<std::size_t>& markers) const {
-    Places places(Length());
+    Places places(gap_.Count());
     const std::vector<std::size_t> neighbours = Neighbours(markers);
     if (neighbours.size() < 3) return places;
     std::optional<RigidMotion> from_before, from_after;
@@ -112,8 +113,6 @@ private:
     }
     return places;
   }
-
-  std::size_t Length() const { return gap_.end - gap_.first; }
 
   double Fraction(std::size_t i) const {
     const double start = take_.times[gap_.first - 1], end = take_.times[gap_.end];
@@ -172,12 +171,12 @@ private:
 
   const Take& take_;
   std::size_t marker_;
-  Gap gap_;
+  FrameSpan gap_;
   const Point *before_, *after_; // null at the take's ends
 };
 
 /// From the end of the last frame with the marker to the next one with it: frames that the recording dropped count.
-double SecondsUnseen(const Take& take, const Gap& gap) {
+double SecondsUnseen(const Take& take, const FrameSpan& gap) {
   const double frame = take.rate.Seconds(1);
   const double start = gap.first > 0 ? take.times[gap.first - 1] + frame : take.times[0];
   const double end = gap.end < take.FrameCount() ? take.times[gap.end] : take.times.back() + frame;
@@ -241,18 +240,6 @@ std::size_t FilledMarker::FilledFrames() const {
   return std::accumulate(filled_by.begin(), filled_by.end(), std::size_t{0});
 }
 
-std::vector<Gap> GapsOf(const Take& take, std::size_t marker) {
-  std::vector<Gap> gaps;
-  bool open = false;
-  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
-    const bool seen = take.At(f, marker);
-    if (!seen && !open) gaps.push_back({f, f});
-    if (!seen) gaps.back().end = f + 1;
-    open = !seen;
-  }
-  return gaps;
-}
-
 std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers,
                                    const FillPlan& plan) {
   // First all are looked at and then all are filled: what is filled is no neighbour to build upon.
@@ -266,11 +253,10 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
   for (const std::size_t m : markers) {
     FilledMarker& told = report.emplace_back();
     told.marker = take.markers[m];
-    for (const Gap& gap : GapsOf(take, m)) {
-      const std::size_t length = gap.end - gap.first;
+    for (const FrameSpan& gap : GapsOf(take, m)) {
       ++told.gaps;
-      told.gap_frames += length;
-      told.longest_gap = std::max(told.longest_gap, length);
+      told.gap_frames += gap.Count();
+      told.longest_gap = std::max(told.longest_gap, gap.Count());
       const double seconds = SecondsUnseen(take, gap);
       const Filler filler(take, m, gap);
       for (const auto& [method, longest_s] : plan) {

@@ -56,7 +56,7 @@ double DefaultLongest(FillMethod method);
 
 struct FilledMarker {
   std::string marker;
-  std::size_t gaps = 0;                   ///< runs of frames without it
+  std::size_t gaps = 0;                   ///< see GapsOf
   std::size_t gap_frames = 0;             ///< in all of them
   std::size_t longest_gap = 0;            ///< frames
   std::array<std::size_t, 5> filled_by{}; ///< of gap_frames, those that each FillMethod filled
@@ -72,13 +72,5 @@ struct FilledMarker {
 ///
 /// Times count, not frame numbers: the speed is right where a recording dropped frames.
 std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers, const FillPlan& plan);
-
-/// A run of frames without a marker: [first, end).
-struct Gap {
-  std::size_t first;
-  std::size_t end;
-};
-
-std::vector<Gap> GapsOf(const Take& take, std::size_t marker);
 
 } // namespace mien

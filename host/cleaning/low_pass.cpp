@@ -1,5 +1,6 @@
 #include "host/cleaning/low_pass.h"
 
+#include "host/takes/frame_span.h"
 #include "mien/base/elementary.h"
 
 #include <algorithm>
@@ -56,29 +57,40 @@ void LowPass::Filter(std::span<double> values) {
   std::copy_n(extended_.begin() + extra, values.size(), values.begin());
 }
 
+namespace {
+
+/// Where the marker is seen, without a gap or a dropped frame in between.
+std::vector<FrameSpan> SeenSpans(const Take& take, std::size_t marker,
+                                 const std::vector<FrameSpan>& unbroken) {
+  std::vector<FrameSpan> seen;
+  for (const FrameSpan& span : unbroken)
+    for (std::size_t f = span.first; f < span.end; ++f) {
+      if (!take.At(f, marker)) continue;
+      if (f > span.first && take.At(f - 1, marker))
+        ++seen.back().end;
+      else
+        seen.push_back({f, f + 1});
+    }
+  return seen;
+}
+
+} // namespace
+
 void SmoothPositions(Take& take, const std::vector<std::size_t>& markers, double cutoff_hz) {
   LowPass filter(cutoff_hz, take.rate);
+  const std::vector<FrameSpan> unbroken = UnbrokenSpans(take.frames);
   std::vector<double> axis[3];
   for (const std::size_t m : markers)
-    ForRuns(take.frames, [&](std::size_t first, std::size_t end) {
-      while (first < end) {
-        if (!take.At(first, m)) {
-          ++first;
-          continue;
-        }
-        for (auto& values : axis) values.clear();
-        std::size_t after = first;
-        for (; after < end; ++after) {
-          const Point* const p = take.At(after, m);
-          if (!p) break;
-          axis[0].push_back(p->x), axis[1].push_back(p->y), axis[2].push_back(p->z);
-        }
-        for (auto& values : axis) filter.Filter(values);
-        for (std::size_t f = first; f < after; ++f)
-          take.Set(f, m, {axis[0][f - first], axis[1][f - first], axis[2][f - first]}, take.OriginAt(f, m));
-        first = after;
+    for (const auto& [first, end] : SeenSpans(take, m, unbroken)) {
+      for (auto& values : axis) values.clear();
+      for (std::size_t f = first; f < end; ++f) {
+        const Point& p = *take.At(f, m);
+        axis[0].push_back(p.x), axis[1].push_back(p.y), axis[2].push_back(p.z);
       }
-    });
+      for (auto& values : axis) filter.Filter(values);
+      for (std::size_t f = first; f < end; ++f)
+        take.Set(f, m, {axis[0][f - first], axis[1][f - first], axis[2][f - first]}, take.OriginAt(f, m));
+    }
 }
 
 } // namespace mien

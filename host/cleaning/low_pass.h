@@ -33,17 +33,7 @@ private:
   std::vector<double> extended_;
 };
 
-/// Filters these markers' ways (indices), each run of frames without a gap or a missing frame number by itself.
+/// Filters these markers' ways (indices), each stretch without a gap or a missing frame number by itself.
 void SmoothPositions(Take& take, const std::vector<std::size_t>& markers, double cutoff_hz);
-
-/// Calls `work(first, end)` for each run of the take's frames whose numbers follow each other.
-template <class Work>
-void ForRuns(const std::vector<std::int64_t>& frames, Work work) {
-  for (std::size_t first = 0, end = 1; end <= frames.size(); ++end) {
-    if (end < frames.size() && frames[end] == frames[end - 1] + 1) continue;
-    work(first, end);
-    first = end;
-  }
-}
 
 } // namespace mien

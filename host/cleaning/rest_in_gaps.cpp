@@ -1,5 +1,7 @@
 #include "host/cleaning/rest_in_gaps.h"
 
+#include "host/takes/gaps.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -14,14 +16,12 @@ Point Between(const Point& a, const Point& b, double fraction) {
 } // namespace
 
 RestInGaps::RestInGaps(const Take& take, const std::vector<Point>& rest, double fade_s)
-    : take_(take), rest_(rest), fade_s_(fade_s) {
-  for (std::size_t m = 0; m < take.MarkerCount(); ++m) gaps_.push_back(GapsOf(take, m));
-}
+    : take_(take), rest_(rest), fade_s_(fade_s), gaps_(GapsOfAll(take)) {}
 
 Point RestInGaps::At(std::size_t frame, std::size_t marker) const {
   if (const Point* p = take_.At(frame, marker)) return *p;
-  const Gap& gap = *std::partition_point(gaps_[marker].begin(), gaps_[marker].end(),
-                                         [&](const Gap& other) { return other.end <= frame; });
+  const FrameSpan& gap = *std::partition_point(gaps_[marker].begin(), gaps_[marker].end(),
+                                               [&](const FrameSpan& other) { return other.end <= frame; });
   const Point* const before = gap.first > 0 ? take_.At(gap.first - 1, marker) : nullptr;
   const Point* const after = gap.end < take_.FrameCount() ? take_.At(gap.end, marker) : nullptr;
   if (!before && !after) return rest_[marker];

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/cleaning/fill_gaps.h"
+#include "host/takes/frame_span.h"
 #include "host/takes/take.h"
 
 #include <cstddef>
@@ -26,7 +26,7 @@ private:
   const Take& take_;
   const std::vector<Point>& rest_;
   double fade_s_;
-  std::vector<std::vector<Gap>> gaps_; // by marker
+  std::vector<std::vector<FrameSpan>> gaps_; // by marker
 };
 
 } // namespace mien

@@ -6,6 +6,8 @@
 #include "host/files/whole_file.h"
 #include "host/formats/read_take.h"
 #include "host/formats/write_take.h"
+#include "host/takes/frame_range.h"
+#include "host/takes/frame_span.h"
 
 #include <fmt/format.h>
 
@@ -52,19 +54,17 @@ std::pair<Timecode, bool> TimecodeAt(const Take& take, std::size_t frame) {
   return {ParseTimecode(text + "@" + ToText(take.timecode->rate), take.timecode->rate).value(), whole};
 }
 
-/// The indices of the frames that are asked for: [first, end).
-std::pair<std::size_t, std::size_t> Frames(const Take& take, const std::optional<FrameRange>& asked) {
+/// The frames that are asked for.
+FrameSpan Frames(const Take& take, const std::optional<FrameRange>& asked) {
   if (!asked) return {0, take.FrameCount()};
-  const auto first = std::lower_bound(take.frames.begin(), take.frames.end(), asked->first);
-  const auto end = std::upper_bound(first, take.frames.end(), asked->last);
-  if (first == end)
+  const FrameSpan frames = FramesIn(*asked, take.frames);
+  if (frames.Count() == 0)
     throw InputError(Code::NotFound, take.file, "",
                      fmt::format("there are no frames {} to {}", asked->first, asked->last),
                      take.frames.empty() ? "the take has none"
                                          : fmt::format("the take goes from frame {} to {}",
                                                        take.frames.front(), take.frames.back()));
-  return {static_cast<std::size_t>(first - take.frames.begin()),
-          static_cast<std::size_t>(end - take.frames.begin())};
+  return frames;
 }
 
 /// The indices of the markers that are asked for, all where none is.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/formats/read_take.h"
-#include "host/performer/performer.h"
+#include "host/takes/frame_range.h"
 
 #include <CLI/CLI.hpp>
 

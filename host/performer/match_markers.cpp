@@ -46,12 +46,6 @@ std::string Fix(const std::string& name, const Take& take) {
 
 } // namespace
 
-std::vector<std::size_t> MarkerIndices(const Take& take, const std::vector<std::string>& names) {
-  std::vector<std::size_t> indices;
-  for (const std::string& name : names) indices.push_back(take.FindMarker(name).value());
-  return indices;
-}
-
 void CheckMarkers(const Performer& performer, const Take& take) {
   // A performer for another marker set lacks nearly all: the first few tell that as well.
   constexpr std::size_t kMostShown = 5;

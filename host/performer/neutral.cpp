@@ -5,7 +5,9 @@
 #include "host/base/text.h"
 #include "host/cleaning/rigid_motion.h"
 #include "host/performer/face_axes.h"
-#include "host/performer/match_markers.h"
+#include "host/takes/frame_range.h"
+#include "host/takes/frame_span.h"
+#include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -44,16 +46,15 @@ double Percentile(const std::vector<double>& sorted, double fraction) {
 /// The performer's markers over some frames of a take, with the head's motion removed.
 class StabilisedMarkers {
 public:
-  StabilisedMarkers(const Take& take, const Performer& performer, std::vector<std::size_t> frames)
+  StabilisedMarkers(const Take& take, const Performer& performer, const FrameSpan& frames)
       : take_(take), names_(performer.Markers()), indices_(MarkerIndices(take, names_)),
-        head_(MarkerIndices(take, performer.head)), frames_(std::move(frames)),
-        heads_(frames_.size(), VgeAMatrix()) {
-    if (head_.size() >= 3 && frames_.size() > 1) RemoveHeadMotion(); // one frame has none
+        head_(MarkerIndices(take, performer.head)), frames_(frames), heads_(frames.Count(), VgeAMatrix()) {
+    if (head_.size() >= 3 && frames_.Count() > 1) RemoveHeadMotion(); // one frame has none
   }
 
-  std::size_t FrameCount() const { return frames_.size(); }
+  std::size_t FrameCount() const { return frames_.Count(); }
   bool AnyIsSeen() const {
-    for (const std::size_t f : frames_)
+    for (std::size_t f = frames_.first; f < frames_.end; ++f)
       for (const std::size_t m : indices_)
         if (take_.At(f, m)) return true;
     return false;
@@ -64,7 +65,7 @@ public:
 
   /// A marker's place in the head's frame; nothing for a gap and in a frame in which the head was not found.
   std::optional<VgeTVector> At(std::size_t f, std::size_t marker_index) const {
-    const Point* p = take_.At(frames_[f], marker_index);
+    const Point* p = take_.At(frames_.first + f, marker_index);
     if (!p || !heads_[f]) return std::nullopt;
     return TransformPoint(*heads_[f], {p->x, p->y, p->z});
   }
@@ -83,7 +84,7 @@ private:
   template <class Use, class MiddleOf>
   std::optional<Point> Place(std::size_t marker_index, Use use, MiddleOf middle_of) const {
     std::vector<double> x, y, z;
-    for (std::size_t f = 0; f < frames_.size(); ++f) {
+    for (std::size_t f = 0; f < frames_.Count(); ++f) {
       if (!use(f)) continue;
       if (const auto p = At(f, marker_index)) x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
     }
@@ -94,13 +95,13 @@ private:
   RigidMotion::Markers HeadMarkers(std::size_t f) const {
     RigidMotion::Markers markers;
     for (std::size_t slot = 0; slot < head_.size(); ++slot)
-      if (const Point* p = take_.At(frames_[f], head_[slot])) markers[slot] = *p;
+      if (const Point* p = take_.At(frames_.first + f, head_[slot])) markers[slot] = *p;
     return markers;
   }
 
   void SolveHeads(const RigidMotion::Markers& reference) {
     RigidMotion motion(reference);
-    for (std::size_t f = 0; f < frames_.size(); ++f) {
+    for (std::size_t f = 0; f < frames_.Count(); ++f) {
       const auto head = motion.Solve(HeadMarkers(f));
       heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
     }
@@ -114,7 +115,7 @@ private:
                            [](const auto& marker) { return marker.has_value(); });
     };
     RigidMotion::Markers reference;
-    for (std::size_t f = 0; f < frames_.size(); ++f)
+    for (std::size_t f = 0; f < frames_.Count(); ++f)
       if (const auto markers = HeadMarkers(f); seen(markers) > seen(reference)) reference = markers;
 
     SolveHeads(reference);
@@ -130,7 +131,7 @@ private:
   std::vector<std::string> names_;
   std::vector<std::size_t> indices_; // of names_
   std::vector<std::size_t> head_;
-  std::vector<std::size_t> frames_;
+  FrameSpan frames_;
   std::vector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
 };
 
@@ -209,19 +210,17 @@ const auto kAllFrames = [](std::size_t) { return true; };
 /// `file` and `place` are where the range was asked for.
 Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange& range,
                   const std::string& file, std::string_view place) {
-  std::vector<std::size_t> frames;
-  for (std::size_t f = 0; f < take.FrameCount(); ++f)
-    if (take.frames[f] >= range.first && take.frames[f] <= range.last) frames.push_back(f);
-  if (frames.empty())
+  const FrameSpan frames = FramesIn(range, take.frames);
+  if (frames.Count() == 0)
     throw InputError(
         Code::NotFound, file, place,
         fmt::format("there are no frames {} to {} for the neutral pose", range.first, range.last),
         fmt::format("the take goes from frame {} to {}", take.frames.front(), take.frames.back()));
   Neutral neutral;
-  neutral.how = frames.size() == 1 ? fmt::format("frame {}", take.frames[frames[0]])
-                                   : fmt::format("the average of frames {} to {}",
-                                                 take.frames[frames.front()], take.frames[frames.back()]);
-  const StabilisedMarkers markers(take, performer, std::move(frames));
+  neutral.how = frames.Count() == 1 ? fmt::format("frame {}", take.frames[frames.first])
+                                    : fmt::format("the average of frames {} to {}", take.frames[frames.first],
+                                                  take.frames[frames.end - 1]);
+  const StabilisedMarkers markers(take, performer, frames);
   if (markers.HeadIsNeverFound() && markers.AnyIsSeen())
     throw InputError(
         Code::Unsolvable, file, place,
@@ -233,9 +232,7 @@ Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange
 }
 
 Neutral Found(const Take& take, const Performer& performer) {
-  std::vector<std::size_t> frames(take.FrameCount());
-  for (std::size_t f = 0; f < frames.size(); ++f) frames[f] = f;
-  const StabilisedMarkers markers(take, performer, std::move(frames));
+  const StabilisedMarkers markers(take, performer, {0, take.FrameCount()});
 
   Neutral neutral;
   neutral.pose = markers.Pose(kAllFrames, Median);

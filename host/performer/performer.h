@@ -1,21 +1,16 @@
 #pragma once
 
-#include "host/takes/take.h"
+#include "host/base/point.h"
+#include "host/takes/frame_range.h"
 
 #include <array>
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <string>
 #include <variant>
 #include <vector>
 
 namespace mien {
-
-/// Frames by their numbers in the take, both ends included.
-struct FrameRange {
-  std::int64_t first;
-  std::int64_t last;
-};
 
 /// Where each marker stands on the neutral face, in millimetres and in the axes of the take it comes from.
 using NeutralPose = std::map<std::string, Point>;

@@ -3,7 +3,7 @@
 #include "host/base/rotation.h"
 #include "host/cleaning/low_pass.h"
 #include "host/cleaning/rigid_motion.h"
-#include "host/performer/match_markers.h"
+#include "host/takes/marker_indices.h"
 #include "host/takes/pick_markers.h"
 #include "mien/base/affine.h"
 #include "mien/base/elementary.h"

@@ -4,6 +4,7 @@
 #include "host/cleaning/rest_in_gaps.h"
 #include "host/solve/face_solver.h"
 #include "host/solve/head_track.h"
+#include "host/takes/frame_span.h"
 #include "mien/face/face.h"
 
 #include <algorithm>
@@ -76,15 +77,16 @@ private:
 
 void SmoothWeights(Animation& animation, double cutoff_hz) {
   LowPass filter(cutoff_hz, animation.rate);
+  const std::vector<FrameSpan> unbroken = UnbrokenSpans(animation.frames);
   std::vector<double> values;
   const std::size_t columns = animation.templates.size();
   for (std::size_t t = 0; t < columns; ++t)
-    ForRuns(animation.frames, [&](std::size_t first, std::size_t end) {
+    for (const auto& [first, end] : unbroken) {
       values.clear();
       for (std::size_t f = first; f < end; ++f) values.push_back(animation.weights[f * columns + t]);
       filter.Filter(values);
       for (std::size_t f = first; f < end; ++f) animation.weights[f * columns + t] = values[f - first];
-    });
+    }
 }
 
 } // namespace

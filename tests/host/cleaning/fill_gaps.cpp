@@ -1,5 +1,6 @@
 #include "host/cleaning/fill_gaps.h"
 
+#include "host/takes/gaps.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/plain_face.h"
 #include "tests/host/take_along.h"
@@ -22,7 +23,7 @@ using mien::FillGaps;
 using mien::FillMethod;
 using mien::FillPlan;
 using mien::FrameRate;
-using mien::Gap;
+using mien::FrameSpan;
 using mien::Origin;
 using mien::ParseFillPlan;
 using mien::Point;
@@ -95,21 +96,6 @@ std::vector<std::size_t> EmptyFrames(const Take& take, std::size_t marker) {
 }
 
 } // namespace
-
-// --- Gaps.
-
-TEST(GapsOf, AreTheRunsWithoutTheMarker) {
-  Take take = TakeAlong({"A", "B"}, Numbers(5, 10), k100Hz, Straight);
-  EXPECT_THAT(mien::GapsOf(take, 0), IsEmpty());
-  Hide(take, 0, 0, 2), Hide(take, 0, 3, 4), Hide(take, 0, 8, 10), Hide(take, 1, 2, 3);
-  std::vector<std::pair<std::size_t, std::size_t>> gaps;
-  for (const Gap& gap : mien::GapsOf(take, 0)) gaps.emplace_back(gap.first, gap.end);
-  EXPECT_THAT(gaps, ElementsAre(std::pair(0, 2), std::pair(3, 4), std::pair(8, 10)));
-  Hide(take, 0, 0, 10);
-  ASSERT_THAT(mien::GapsOf(take, 0), SizeIs(1));
-  EXPECT_EQ(mien::GapsOf(take, 0)[0].end, 10u);
-  EXPECT_THAT(mien::GapsOf(Take({"A"}), 0), IsEmpty());
-}
 
 // --- Hold, Linear, Cubic.
 
@@ -529,9 +515,9 @@ TEST(FillGaps, OfAnyTakeOnlyGapsChangeAndTheReportAddsUp) {
     const auto report = FillGaps(filled, All(take), plan);
     ASSERT_THAT(report, SizeIs(take.MarkerCount()));
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
-      const std::vector<Gap> gaps = mien::GapsOf(take, m);
+      const std::vector<FrameSpan> gaps = mien::GapsOf(take, m);
       std::size_t gap_frames = 0, longest = 0, filled_frames = 0;
-      for (const Gap& gap : gaps) {
+      for (const FrameSpan& gap : gaps) {
         gap_frames += gap.end - gap.first;
         longest = std::max(longest, gap.end - gap.first);
       }

@@ -227,20 +227,6 @@ TEST(LowPass, IsLinear) {
   EXPECT_LT(LargestDifference(Filtered(sum, 6), expected), 1e-12);
 }
 
-// --- Runs.
-
-TEST(ForRuns, AreTheFramesWhoseNumbersFollowEachOther) {
-  const auto runs = [](const std::vector<std::int64_t>& frames) {
-    std::vector<std::pair<std::size_t, std::size_t>> found;
-    mien::ForRuns(frames, [&](std::size_t first, std::size_t end) { found.emplace_back(first, end); });
-    return found;
-  };
-  EXPECT_THAT(runs({}), IsEmpty());
-  EXPECT_THAT(runs({7}), ElementsAre(std::pair(0, 1)));
-  EXPECT_THAT(runs({-1, 0, 1, 2}), ElementsAre(std::pair(0, 4)));
-  EXPECT_THAT(runs({1, 2, 4, 6, 7}), ElementsAre(std::pair(0, 2), std::pair(2, 3), std::pair(3, 5)));
-}
-
 // --- Takes.
 
 namespace {

@@ -13,10 +13,8 @@
 using mien::CheckMarkers;
 using mien::Performer;
 using mien::Take;
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace {
@@ -40,12 +38,6 @@ std::string Error(const Performer& performer, const Take& take) {
 
 } // namespace
 
-TEST(MarkerIndices, FollowTheNames) {
-  const Take take = TakeWith({"a", "b", "c"});
-  EXPECT_THAT(MarkerIndices(take, {"c", "a", "c"}), ElementsAre(2u, 0u, 2u));
-  EXPECT_THAT(MarkerIndices(take, {}), IsEmpty());
-}
-
 TEST(CheckMarkers, IsContentWhenTheTakeHasThemAllAndMore) {
   Performer performer = PerformerWith("chin");
   performer.head = {"top"};
@@ -65,7 +57,6 @@ TEST(CheckMarkers, LetterCaseIsADifferenceButTheSmallest) {
   const Take both = TakeWith({"Rcheek_up", "Rcheek_Up"});
   EXPECT_EQ(Error(PerformerWith("Rcheek_up"), both), "no InputError");
   EXPECT_EQ(Error(PerformerWith("Rcheek_Up"), both), "no InputError");
-  EXPECT_THAT(MarkerIndices(both, {"Rcheek_Up"}), ElementsAre(1u));
   EXPECT_THAT(Error(PerformerWith("rcheek_Up"), both), EndsWith("did you mean \"Rcheek_Up\"?"));
 }
 

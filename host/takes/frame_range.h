@@ -1,0 +1,21 @@
+#pragma once
+
+#include "host/takes/frame_span.h"
+
+#include <cstdint>
+#include <span>
+
+namespace mien {
+
+/// Frames by their numbers in the file, both ends included, as users write them: 12-40. A take need not have any of them.
+/// Frames by their places in a take are a FrameSpan.
+struct FrameRange {
+  std::int64_t first = 0;
+  std::int64_t last = 0; ///< not below `first`
+};
+
+/// The places of the frames whose numbers are in the range; an empty span where there are none. `numbers` are all frames'
+/// numbers, rising.
+FrameSpan FramesIn(const FrameRange& range, std::span<const std::int64_t> numbers);
+
+} // namespace mien

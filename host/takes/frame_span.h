@@ -1,0 +1,25 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace mien {
+
+/// Frames of a take that follow each other, by their places in it: from `first` up to `end`, which is the place after the
+/// last one. Place 0 is the take's first frame, whatever its number; a FrameRange holds numbers.
+struct FrameSpan {
+  std::size_t first = 0;
+  std::size_t end = 0; ///< not below `first`
+
+  std::size_t Count() const { return end - first; }
+  auto operator<=>(const FrameSpan&) const = default;
+};
+
+/// The longest spans in which each frame's number is one above that of the frame before: between them the recording
+/// dropped frames. `numbers` are all frames' numbers, rising.
+std::vector<FrameSpan> UnbrokenSpans(std::span<const std::int64_t> numbers);
+
+} // namespace mien
