@@ -6,6 +6,8 @@
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/low_pass.h"
 #include "host/inspect/describe.h"
+#include "host/inspect/description_json.h"
+#include "host/inspect/description_text.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,59 +1,42 @@
 #include "host/animation/animation_json.h"
 
+#include "host/base/json_text.h"
 #include "host/base/rotation.h"
-#include "host/base/text.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-#include <nlohmann/json.hpp>
-
-#include <iterator>
+#include <array>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace mien {
 
 namespace {
 
-using Text = fmt::memory_buffer;
-
-void Append(Text& text, const VgeTVector& v) {
-  fmt::format_to(std::back_inserter(text), "[{},{},{}]", v.x, v.y, v.z);
-}
-void Append(Text& text, const VgeSVector& v) {
-  fmt::format_to(std::back_inserter(text), "[{},{},{}]", v.x, v.y, v.z);
-}
-void Append(Text& text, const VgeQuaternion& q) {
-  fmt::format_to(std::back_inserter(text), "[{},{},{},{}]", q.x, q.y, q.z, q.w);
-}
-
-std::string Quoted(const std::string& text) {
-  // The name of a take is that of its file, which may hold any bytes.
-  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+void Append(std::string& text, const VgeTVector& v) { AppendJsonNumbers(text, std::array{v.x, v.y, v.z}); }
+void Append(std::string& text, const VgeSVector& v) { AppendJsonNumbers(text, std::array{v.x, v.y, v.z}); }
+void Append(std::string& text, const VgeQuaternion& q) {
+  AppendJsonNumbers(text, std::array{q.x, q.y, q.z, q.w});
 }
 
 /// A list with a line per frame, which `append(text, frame)` writes.
 template <class Function>
 void WriteFrames(std::ostream& out, std::size_t frames, const Function& append) {
-  Text line;
+  std::string line;
   out << '[';
   for (std::size_t f = 0; f < frames; ++f) {
-    line.clear();
-    fmt::format_to(std::back_inserter(line), "{}\n    ", f == 0 ? "" : ",");
+    line = f == 0 ? "\n    " : ",\n    ";
     append(line, f);
-    out.write(line.data(), static_cast<std::streamsize>(line.size()));
+    out << line;
   }
   out << ']';
 }
 
 void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
                   const std::vector<double>& weights, std::size_t frames) {
-  std::vector<std::string> quoted;
-  for (const std::string& name : names) quoted.push_back(Quoted(name));
-  out << fmt::format("{{\n    \"names\": [{}],\n    \"weights\": ", fmt::join(quoted, ", "));
-  WriteFrames(out, frames, [&](Text& line, std::size_t f) {
-    const double* const row = weights.data() + f * names.size();
-    fmt::format_to(std::back_inserter(line), "[{}]", fmt::join(row, row + names.size(), ","));
+  out << "{\n    \"names\": " << JsonValue(names).Text() << ",\n    \"weights\": ";
+  WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
+    AppendJsonNumbers(line, std::span(weights).subspan(f * names.size(), names.size()));
   });
   out << "\n  }";
 }
@@ -63,7 +46,7 @@ template <class Function>
 void WriteClusters(std::ostream& out, const Animation& animation,
                    const std::vector<ClusterTransform>& transforms, const Function& append) {
   const std::size_t clusters = animation.clusters.size();
-  WriteFrames(out, animation.frames.size(), [&](Text& line, std::size_t f) {
+  WriteFrames(out, animation.frames.size(), [&](std::string& line, std::size_t f) {
     line.push_back('[');
     for (std::size_t c = 0; c < clusters; ++c) {
       if (c > 0) line.push_back(',');
@@ -76,17 +59,18 @@ void WriteClusters(std::ostream& out, const Animation& animation,
 void WriteTransforms(std::ostream& out, const Animation& animation,
                      const std::vector<ClusterTransform>& transforms) {
   out << "{ \"translation\": ";
-  WriteClusters(out, animation, transforms,
-                [](Text& line, const ClusterTransform& t, std::size_t) { Append(line, t.translation); });
+  WriteClusters(out, animation, transforms, [](std::string& line, const ClusterTransform& t, std::size_t) {
+    Append(line, t.translation);
+  });
   out << ",\n      \"rotation\": ";
   std::vector<VgeQuaternion> before(animation.clusters.size(), VgeQuaternion(0, 0, 0, 1));
-  WriteClusters(out, animation, transforms, [&](Text& line, const ClusterTransform& t, std::size_t c) {
+  WriteClusters(out, animation, transforms, [&](std::string& line, const ClusterTransform& t, std::size_t c) {
     before[c] = QuaternionNear(before[c], t.rotation);
     Append(line, before[c]);
   });
   out << ",\n      \"scale\": ";
   WriteClusters(out, animation, transforms,
-                [](Text& line, const ClusterTransform& t, std::size_t) { Append(line, t.scale); });
+                [](std::string& line, const ClusterTransform& t, std::size_t) { Append(line, t.scale); });
   out << " }";
 }
 
@@ -94,24 +78,28 @@ void WriteTransforms(std::ostream& out, const Animation& animation,
 
 void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   const std::size_t frames = animation.frames.size();
-  out << "{\n  \"format\": \"mien animation 1\",\n";
-  out << fmt::format("  \"take\": {},\n  \"performer\": {},\n", Quoted(animation.take),
-                     Quoted(animation.performer));
-  if (!animation.character.empty()) out << fmt::format("  \"character\": {},\n", Quoted(animation.character));
-  out << fmt::format("  \"rate\": {},\n  \"rate_fraction\": [{}, {}],\n", animation.rate.Hz(),
-                     animation.rate.numerator, animation.rate.denominator);
-  if (animation.timecode) out << fmt::format("  \"timecode\": {},\n", Quoted(ToText(*animation.timecode)));
-  out << fmt::format("  \"frames\": [{}],\n  \"times\": [{}],\n", fmt::join(animation.frames, ","),
-                     fmt::join(animation.times, ","));
+  const auto member = [&out](std::string_view key, const JsonValue& value) {
+    out << "  \"" << key << "\": " << value.Text() << ",\n";
+  };
+  out << "{\n";
+  member("format", "mien animation 1");
+  member("take", animation.take);
+  member("performer", animation.performer);
+  if (!animation.character.empty()) member("character", animation.character);
+  member("rate", animation.rate.Hz());
+  member("rate_fraction", JsonList({animation.rate.numerator, animation.rate.denominator}));
+  if (animation.timecode) member("timecode", ToText(*animation.timecode));
+  member("frames", JsonTightList({animation.frames.begin(), animation.frames.end()}));
+  member("times", JsonTightList({animation.times.begin(), animation.times.end()}));
 
   out << "  \"head\": {\n    \"rotation\": ";
   VgeQuaternion before(0, 0, 0, 1);
-  WriteFrames(out, frames, [&](Text& line, std::size_t f) {
+  WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
     before = QuaternionNear(before, RotationOf(animation.HeadMotion(f)));
     Append(line, before);
   });
   out << ",\n    \"translation\": ";
-  WriteFrames(out, frames, [&](Text& line, std::size_t f) {
+  WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
     const VgeAMatrix motion = animation.HeadMotion(f);
     Append(line, VgeTVector{motion.m[3][0], motion.m[3][1], motion.m[3][2]});
   });
@@ -124,11 +112,10 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   if (!animation.character.empty()) {
     out << ",\n  \"shapes\": ";
     WriteWeights(out, animation.shapes, animation.shape_weights, frames);
-    std::vector<std::string> clusters;
+    std::vector<JsonValue> clusters;
     for (const auto& [part, name] : animation.clusters)
-      clusters.push_back(fmt::format("{{ \"part\": {}, \"cluster\": {} }}", Quoted(part), Quoted(name)));
-    out << fmt::format(",\n  \"clusters\": {{\n    \"names\": [{}],\n    \"local\": ",
-                       fmt::join(clusters, ", "));
+      clusters.push_back(JsonObject({{"part", part}, {"cluster", name}}));
+    out << ",\n  \"clusters\": {\n    \"names\": " << JsonList(clusters).Text() << ",\n    \"local\": ";
     WriteTransforms(out, animation, animation.local_clusters);
     out << ",\n    \"global\": ";
     WriteTransforms(out, animation, animation.global_clusters);

@@ -14,8 +14,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <map>
-#include <set>
+#include <optional>
 #include <utility>
 
 namespace mien {
@@ -285,58 +286,70 @@ private:
 
 // --- Writing.
 
-std::string Written(const ShapeWeights& weights) {
-  std::vector<std::string> members;
-  for (const auto& [shape, weight] : weights) members.push_back(JsonMember(shape, Json(weight).dump()));
-  return JsonLine(members);
+JsonValue Written(const ShapeWeights& weights) {
+  std::vector<JsonMember> members;
+  for (const auto& [shape, weight] : weights) members.push_back({shape, JsonDecimal(weight)});
+  return JsonObject(members);
 }
 
-std::string Written(const ClusterTransform& transform) {
+JsonValue Written(const ClusterTransform& transform) {
   VgeRVector degrees;
   VTxRotationOrder().M2V(degrees, transform.rotation);
-  const auto list = [](double x, double y, double z) { return Json{x, y, z}.dump(); };
+  const auto list = [](double x, double y, double z) {
+    return JsonTightList({JsonDecimal(x), JsonDecimal(y), JsonDecimal(z)});
+  };
   const VgeTVector& t = transform.translation;
   const VgeSVector& s = transform.scale;
-  return JsonLine({JsonMember("translation", list(t.x, t.y, t.z)),
-                   JsonMember("rotation", list(degrees.x + 0.0, degrees.y + 0.0, degrees.z + 0.0)), // no -0.0
-                   JsonMember("scale", list(s.x, s.y, s.z))});
+  return JsonObject({{"translation", list(t.x, t.y, t.z)},
+                     {"rotation", list(degrees.x + 0.0, degrees.y + 0.0, degrees.z + 0.0)}, // no -0.0
+                     {"scale", list(s.x, s.y, s.z)}});
 }
 
-std::string Written(const Character::Part& part) {
-  std::vector<std::string> members = {JsonMember("shapes", Json(part.shapes).dump())};
-  if (!part.clusters.empty()) {
-    std::vector<std::string> rest, poses;
-    for (const Character::Cluster& cluster : part.clusters)
-      rest.push_back(JsonMember(cluster.name, Written(cluster.rest)));
-    for (const Character::Pose& pose : part.poses) {
-      std::vector<std::string> clusters;
-      for (std::size_t c = 0; c < part.clusters.size(); ++c)
-        clusters.push_back(JsonMember(part.clusters[c].name, Written(pose.clusters[c])));
-      poses.push_back(JsonMember(pose.shape, JsonLines(clusters, "          ")));
-    }
-    members.push_back(JsonMember("clusters", JsonLines({JsonMember("root", Written(part.root)),
-                                                        JsonMember("rest", JsonLines(rest, "        ")),
-                                                        JsonMember("poses", JsonLines(poses, "        "))},
-                                                       "      ")));
+JsonValue WrittenClusters(const Character::Part& part) {
+  std::vector<JsonMember> rest, poses;
+  for (const Character::Cluster& cluster : part.clusters)
+    rest.push_back({cluster.name, Written(cluster.rest)});
+  for (const Character::Pose& pose : part.poses) {
+    std::vector<JsonMember> clusters;
+    for (std::size_t c = 0; c < part.clusters.size(); ++c)
+      clusters.push_back({part.clusters[c].name, Written(pose.clusters[c])});
+    poses.push_back({pose.shape, JsonObjectOnLines(clusters)});
   }
-  return JsonLines(members, "    ");
+  return JsonObjectOnLines(
+      {{"root", Written(part.root)}, {"rest", JsonObjectOnLines(rest)}, {"poses", JsonObjectOnLines(poses)}});
 }
 
-/// The named templates of each part, of which `written(part, template)` gives the value, or nothing.
+JsonValue Written(const Character::Part& part) {
+  std::vector<JsonMember> members = {{"shapes", JsonTightList({part.shapes.begin(), part.shapes.end()})}};
+  if (!part.clusters.empty()) members.push_back({"clusters", WrittenClusters(part)});
+  return JsonObjectOnLines(members);
+}
+
+/// The parts of the face and their templates, as far as `written(part, template)` gives a value. `object` joins the
+/// templates of a part.
 template <class Function>
-std::vector<std::string> ByTemplate(std::string_view indent, const Function& written) {
-  std::vector<std::string> parts;
+std::vector<JsonMember> ByTemplate(JsonValue (*object)(const std::vector<JsonMember>&),
+                                   const Function& written) {
+  std::vector<JsonMember> parts;
   const VFace& face = *GetGlobalFace();
   for (std::size_t p = 0; p < std::size(face.mParts); ++p) {
-    std::vector<std::string> templates;
+    std::vector<JsonMember> templates;
     for (int t = 0; t < face.mParts[p].mTemplates.GetCount(); ++t)
-      if (const std::string value = written(p, static_cast<std::size_t>(t)); !value.empty())
-        templates.push_back(JsonMember(face.mParts[p].mTemplates[t]->GetName(), value));
-    if (!templates.empty())
-      parts.push_back(JsonMember(face.mParts[p].mName,
-                                 indent.empty() ? JsonLine(templates) : JsonLines(templates, indent)));
+      if (const std::optional<JsonValue> value = written(p, static_cast<std::size_t>(t)))
+        templates.push_back({face.mParts[p].mTemplates[t]->GetName(), *value});
+    if (!templates.empty()) parts.push_back({face.mParts[p].mName, object(templates)});
   }
   return parts;
+}
+
+JsonValue Written(const Character::Expression& expression) {
+  const auto templates =
+      ByTemplate(JsonObject, [&](std::size_t p, std::size_t t) -> std::optional<JsonValue> {
+        const double weight = expression.templates.mParts[p].mWeights[t];
+        if (weight == 0) return std::nullopt;
+        return JsonDecimal(weight);
+      });
+  return JsonObjectOnLines({{"templates", JsonObject(templates)}, {"shapes", Written(expression.shapes)}});
 }
 
 } // namespace
@@ -352,36 +365,30 @@ Character LoadCharacter(const std::string& name_or_path) {
 std::vector<std::string> BuiltInCharacters() { return NamesOf(kBuiltIn); }
 
 void WriteCharacter(const Character& character, std::ostream& out) {
-  std::vector<std::string> parts;
-  for (const Character::Part& part : character.parts) parts.push_back(JsonMember(part.name, Written(part)));
-
-  std::vector<std::string> root = {JsonMember("format", Json(kFormat).dump()),
-                                   JsonMember("name", Json(character.name).dump())};
+  std::vector<JsonMember> root = {{"format", kFormat}, {"name", character.name}};
   if (character.range)
-    root.push_back(JsonMember("range", Json{character.range->least, character.range->most}.dump()));
-  root.push_back(JsonMember("parts", JsonLines(parts, "  ")));
-  root.push_back(
-      JsonMember("templates", JsonLines(ByTemplate("    ",
-                                                   [&](std::size_t p, std::size_t t) {
-                                                     const ShapeWeights& weights = character.templates[p][t];
-                                                     return weights.empty() ? "" : Written(weights);
-                                                   }),
-                                        "  ")));
-  if (!character.expressions.empty()) {
-    std::vector<std::string> expressions;
-    for (const Character::Expression& expression : character.expressions) {
-      const auto weights = ByTemplate("", [&](std::size_t p, std::size_t t) {
-        const double weight = expression.templates.mParts[p].mWeights[t];
-        return weight == 0 ? "" : Json(weight).dump();
+    root.push_back(
+        {"range", JsonTightList({JsonDecimal(character.range->least), JsonDecimal(character.range->most)})});
+
+  std::vector<JsonMember> parts;
+  for (const Character::Part& part : character.parts) parts.push_back({part.name, Written(part)});
+  root.push_back({"parts", JsonObjectOnLines(parts)});
+
+  const auto templates =
+      ByTemplate(JsonObjectOnLines, [&](std::size_t p, std::size_t t) -> std::optional<JsonValue> {
+        const ShapeWeights& weights = character.templates[p][t];
+        if (weights.empty()) return std::nullopt;
+        return Written(weights);
       });
-      expressions.push_back(
-          JsonMember(expression.name, JsonLines({JsonMember("templates", JsonLine(weights)),
-                                                 JsonMember("shapes", Written(expression.shapes))},
-                                                "    ")));
-    }
-    root.push_back(JsonMember("expressions", JsonLines(expressions, "  ")));
+  root.push_back({"templates", JsonObjectOnLines(templates)});
+
+  if (!character.expressions.empty()) {
+    std::vector<JsonMember> expressions;
+    for (const Character::Expression& expression : character.expressions)
+      expressions.push_back({expression.name, Written(expression)});
+    root.push_back({"expressions", JsonObjectOnLines(expressions)});
   }
-  out << JsonLines(root, "") << '\n';
+  out << JsonObjectOnLines(root).Text() << '\n';
 }
 
 } // namespace mien

@@ -157,29 +157,32 @@ Performer LoadPerformer(const std::string& name_or_path) {
 std::vector<std::string> BuiltInPerformers() { return NamesOf(kBuiltIn); }
 
 void WritePerformer(const Performer& performer, std::ostream& out) {
-  std::vector<std::string> parts;
+  const auto names = [](const std::vector<std::string>& markers) {
+    return JsonTightList({markers.begin(), markers.end()});
+  };
+  std::vector<JsonMember> parts;
   const VFace& face = *GetGlobalFace();
   for (std::size_t p = 0; p < performer.holders.size(); ++p) {
-    std::vector<std::string> holders;
+    std::vector<JsonMember> holders;
     for (std::size_t h = 0; h < performer.holders[p].size(); ++h)
       if (!performer.holders[p][h].empty())
-        holders.push_back(JsonMember(face.mParts[p].mHolderNames[h], Json(performer.holders[p][h]).dump()));
-    if (!holders.empty()) parts.push_back(JsonMember(face.mParts[p].mName, JsonLines(holders, "    ")));
+        holders.push_back({face.mParts[p].mHolderNames[h], names(performer.holders[p][h])});
+    if (!holders.empty()) parts.push_back({face.mParts[p].mName, JsonObjectOnLines(holders)});
   }
 
-  std::vector<std::string> root = {
-      JsonMember("format", Json(kFormat).dump()), JsonMember("name", Json(performer.name).dump()),
-      JsonMember("head", Json(performer.head).dump()), JsonMember("parts", JsonLines(parts, "  "))};
+  std::vector<JsonMember> root = {{"format", kFormat},
+                                  {"name", performer.name},
+                                  {"head", names(performer.head)},
+                                  {"parts", JsonObjectOnLines(parts)}};
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
-    root.push_back(
-        JsonMember("neutral", fmt::format("{{ \"frames\": [{}, {}] }}", frames->first, frames->last)));
+    root.push_back({"neutral", JsonObject({{"frames", JsonList({frames->first, frames->last})}})});
   if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {
-    std::vector<std::string> positions;
-    for (const auto& [marker, p] : *pose) positions.push_back(JsonMember(marker, Json{p.x, p.y, p.z}.dump()));
-    root.push_back(
-        JsonMember("neutral", JsonLines({JsonMember("positions", JsonLines(positions, "    "))}, "  ")));
+    std::vector<JsonMember> positions;
+    for (const auto& [marker, p] : *pose)
+      positions.push_back({marker, JsonTightList({JsonDecimal(p.x), JsonDecimal(p.y), JsonDecimal(p.z)})});
+    root.push_back({"neutral", JsonObjectOnLines({{"positions", JsonObjectOnLines(positions)}})});
   }
-  out << JsonLines(root, "") << '\n';
+  out << JsonObjectOnLines(root).Text() << '\n';
 }
 
 } // namespace mien
