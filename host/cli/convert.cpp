@@ -98,8 +98,9 @@ Take Part(const Take& take, const Options& options) {
   part.notes = take.notes;
   if (options.frames &&
       (options.frames->first < take.frames.front() || options.frames->last > take.frames.back()))
-    part.notes.push_back(fmt::format("of frames {} to {} the take has {} to {}", options.frames->first,
-                                     options.frames->last, take.frames[first], take.frames[end - 1]));
+    part.notes.push_back({Code::NotFound, "",
+                          fmt::format("of frames {} to {} the take has {} to {}", options.frames->first,
+                                      options.frames->last, take.frames[first], take.frames[end - 1])});
   for (const std::size_t m : markers) part.markers.push_back(take.markers[m]);
 
   const double start = take.times[first],
@@ -110,8 +111,9 @@ Take Part(const Take& take, const Options& options) {
     const auto [timecode, whole] = TimecodeAt(take, first);
     part.timecode = timecode;
     if (!whole)
-      part.notes.push_back(fmt::format("frame {} lies between two timecodes, {}; it gets the one before",
-                                       take.frames[first], take.timecode->At(start - take.times[0])));
+      part.notes.push_back({Code::Lossy, "",
+                            fmt::format("frame {} lies between two timecodes, {}; it gets the one before",
+                                        take.frames[first], take.timecode->At(start - take.times[0]))});
   }
 
   for (std::size_t f = first; f < end; ++f) {
@@ -138,17 +140,17 @@ void Convert(const Options& options) {
   // Read back before it is given away: so what is told of it is what any program will find.
   std::ostringstream file;
   WriteTake(take, format, file);
-  const std::vector<std::string> lost = WhatWasLost(take, ReadTake(file.view(), options.output));
+  const std::vector<Note> lost = WhatWasLost(take, ReadTake(file.view(), options.output));
   WriteWhole(options.output, [&](std::ostream& out) { out << file.view(); });
 
   if (options.quiet) return;
   ReportLine("take",
              fmt::format("{}: {}, {} at {} Hz, {}", take.name, take.format, Count(take.FrameCount(), "frame"),
                          ToText(take.rate), Count(take.MarkerCount(), "marker")));
-  for (const std::string& note : take.notes) ReportLine("", note);
+  for (const Note& note : take.notes) ReportLine("", Message(note));
   ReportLine("wrote", fmt::format("{}: {}", options.output == "-" ? "standard output" : options.output,
                                   ToText(format)));
-  for (const std::string& loss : lost) ReportLine("", loss);
+  for (const Note& loss : lost) ReportLine("", Message(loss));
 }
 
 } // namespace

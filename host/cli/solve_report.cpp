@@ -99,7 +99,7 @@ void ReportOnSolve(const Take& take, const Performer& performer, const Neutral& 
                    const SolveOptions& options, const SolveReport& report) {
   ReportLine("take", fmt::format("{}: {} at {} Hz, {}", take.name, Count(take.FrameCount(), "frame"),
                                  ToText(take.rate), Count(take.MarkerCount(), "marker")));
-  for (const std::string& note : take.notes) ReportLine("", note);
+  for (const Note& note : take.notes) ReportLine("", Message(note));
   ReportLine("performer", performer.name);
   ReportLine("neutral", neutral.how);
   for (const std::string& note : neutral.notes) ReportLine("", note);

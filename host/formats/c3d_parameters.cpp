@@ -1,6 +1,5 @@
 #include "host/formats/c3d_parameters.h"
 
-#include "host/base/error.h"
 #include "host/base/text.h"
 
 #include <fmt/format.h>
@@ -10,22 +9,16 @@
 #include <cstdlib>
 #include <utility>
 
-namespace mien {
+namespace mien::c3d {
 namespace {
 
-constexpr std::size_t kBlock = 512;
 constexpr std::size_t kMostBlocks = 255; // a byte counts them
 constexpr std::size_t kPreamble = 4;
 constexpr std::size_t kMostDimensions = 7;
 
-std::string Upper(std::string_view text) {
-  std::string upper(text);
-  for (char& c : upper)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  return upper;
+std::string Key(std::string_view group, std::string_view name) {
+  return ToLower(group) + ':' + ToLower(name);
 }
-
-std::string Key(std::string_view group, std::string_view name) { return Upper(group) + ':' + Upper(name); }
 
 int SignedByte(char c) { return static_cast<signed char>(c); }
 
@@ -37,100 +30,127 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
 }
 
-} // namespace
+// A group or a parameter in the section. Offsets count from the header.
+struct Record {
+  std::size_t at = 0;
+  std::string_view name;
+  int id = 0; // of the group; negative where this record is a group
+  std::size_t body_at = 0;
+  std::string_view body; // as much of it as is there
+  std::optional<std::size_t> next;
+};
 
-C3dParameters::C3dParameters(std::string_view bytes, std::size_t begin, std::size_t data_begin,
-                             std::size_t skipped, C3dProcessor processor, std::vector<std::string>& notes)
-    : processor_(processor) {
-  const std::size_t blocks = static_cast<unsigned char>(bytes[begin + 2]);
-  const std::size_t declared = begin + blocks * kBlock;
-  const std::size_t limit =
-      std::min({bytes.size(), std::max(declared, data_begin), begin + kMostBlocks * kBlock});
-  const auto note = [&](std::size_t at, std::string_view what) {
-    notes.push_back(fmt::format("byte {}: {}", at + skipped, what));
-  };
-
-  std::map<int, std::string_view> groups;
-  std::vector<std::pair<int, std::pair<std::string_view, Parameter>>> found; // by group id
-  std::size_t cut = 0;
-  std::string first_cut;
-  std::size_t at = begin + kPreamble;
-  end_ = std::min(at, limit);
-  while (at + 2 <= limit && bytes[at] != 0) {
-    const auto name_length = static_cast<std::size_t>(std::abs(SignedByte(bytes[at]))); // negative: locked
-    const int id = SignedByte(bytes[at + 1]);
-    const std::size_t link = at + 2 + name_length;
-    if (link + 2 > limit) {
-      note(at, "the parameters end in the middle of one");
-      break;
-    }
-    const std::string_view name = bytes.substr(at + 2, name_length);
-    const std::size_t step = C3dWord(processor, &bytes[link]);
-    const bool is_text =
-        std::none_of(name.begin(), name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
-    if (!is_text || id == 0 || step == 1) {
-      note(at, "this is no parameter; it and what follows is ignored");
-      break;
-    }
-    const bool last = step == 0;
-    const std::size_t next = last ? limit : link + step;
-    const std::size_t end = std::min(next, limit);
-    std::string_view body = bytes.substr(link + 2, end - link - 2);
-    if (id < 0) {
-      groups.try_emplace(-id, name);
-      end_ = link + 2;
-    } else if (body.size() >= 2) {
-      Parameter parameter;
-      parameter.type = SignedByte(body[0]);
-      const std::size_t dimensions = static_cast<unsigned char>(body[1]);
-      constexpr std::size_t kBeyondAnySection = std::size_t{1} << 20;
-      auto size = static_cast<std::size_t>(std::abs(parameter.type));
-      const bool known = size == 1 || parameter.type == 2 || parameter.type == 4; // -1, 1, 2, 4
-      if (!known || dimensions > kMostDimensions || 2 + dimensions > body.size()) {
-        ++cut;
-        if (first_cut.empty()) first_cut = Quoted(name);
-      } else {
-        for (std::size_t i = 0; i < dimensions; ++i) {
-          const std::size_t dimension = static_cast<unsigned char>(body[2 + i]);
-          if (i == 0) parameter.text_length = dimension;
-          size = std::min(size * dimension, kBeyondAnySection);
-        }
-        parameter.data = body.substr(2 + dimensions, size);
-        if (parameter.data.size() < size) {
-          ++cut;
-          if (first_cut.empty()) first_cut = Quoted(name);
-        }
-        parameter.end = link + 2 + 2 + dimensions + parameter.data.size();
-        end_ = parameter.end;
-        found.emplace_back(id, std::pair(name, parameter));
-      }
-    }
-    if (last) break;
-    if (next > limit) {
-      note(at, fmt::format("the parameter after {} would begin beyond the parameters' end", Quoted(name)));
-      break;
-    }
-    at = next;
+// The record at `at`, of which the first two bytes are there. Nothing, and a note, where the section breaks off.
+std::optional<Record> ReadRecord(const Header& header, std::size_t at, std::size_t limit,
+                                 std::vector<Note>& notes) {
+  const auto name_length =
+      static_cast<std::size_t>(std::abs(SignedByte(header.bytes[at]))); // negative: locked
+  const std::size_t link = at + 2 + name_length;
+  if (link + 2 > limit) {
+    notes.push_back({Code::Truncated, header.Place(at), "the parameters end in the middle of one"});
+    return std::nullopt;
   }
-  for (const auto& [id, parameter] : found)
-    if (const auto group = groups.find(id); group != groups.end())
-      parameters_.try_emplace(Key(group->second, parameter.first), parameter.second);
-  if (cut > 0)
-    notes.push_back(fmt::format("{} parameter{} shorter than declared, or of no known type; the first is {}",
-                                cut, cut == 1 ? " is" : "s are", first_cut));
+  Record record;
+  record.at = at;
+  record.name = header.bytes.substr(at + 2, name_length);
+  record.id = SignedByte(header.bytes[at + 1]);
+  const std::size_t step = WordAt(header.processor, &header.bytes[link]); // 0: the last record
+  const bool is_text = std::none_of(record.name.begin(), record.name.end(),
+                                    [](unsigned char c) { return c < 0x20 || c == 0x7F; });
+  if (!is_text || record.id == 0 || step == 1) {
+    notes.push_back({Code::Syntax, header.Place(at), "this is no parameter; it and what follows is ignored"});
+    return std::nullopt;
+  }
+  if (step > 0) record.next = link + step;
+  record.body_at = link + 2;
+  record.body =
+      header.bytes.substr(record.body_at, std::min(record.next.value_or(limit), limit) - record.body_at);
+  return record;
 }
 
-bool C3dParameters::CutAt(std::size_t data_begin) {
+// The value in a record's body of two bytes or more; nothing for one of no known type. `whole` becomes false where its data
+// end before its dimensions say.
+std::optional<Parameter> ReadParameter(const Record& record, bool& whole) {
+  Parameter parameter;
+  parameter.type = SignedByte(record.body[0]);
+  const std::size_t dimensions = Byte(record.body[1]);
+  constexpr std::size_t kBeyondAnySection = std::size_t{1} << 20;
+  auto size = static_cast<std::size_t>(std::abs(parameter.type));
+  const bool known = size == 1 || parameter.type == 2 || parameter.type == 4; // -1, 1, 2, 4
+  whole = known && dimensions <= kMostDimensions && 2 + dimensions <= record.body.size();
+  if (!whole) return std::nullopt;
+  for (std::size_t i = 0; i < dimensions; ++i) {
+    const std::size_t dimension = Byte(record.body[2 + i]);
+    if (i == 0) parameter.text_length = dimension;
+    size = std::min(size * dimension, kBeyondAnySection);
+  }
+  parameter.data = record.body.substr(2 + dimensions, size);
+  whole = parameter.data.size() == size;
+  parameter.end = record.body_at + 2 + dimensions + parameter.data.size();
+  return parameter;
+}
+
+std::size_t NumberCount(const Parameter& parameter) {
+  return parameter.type < 0 ? 0 : parameter.data.size() / static_cast<std::size_t>(parameter.type);
+}
+
+} // namespace
+
+Parameters::Parameters(const Header& header, std::vector<Note>& notes) : processor_(header.processor) {
+  const std::size_t begin = header.ParametersBegin();
+  const std::size_t declared = begin + std::size_t{Byte(header.bytes[begin + 2])} * kBlock;
+  const std::size_t limit =
+      std::min({header.bytes.size(), std::max(declared, header.DataBegin()), begin + kMostBlocks * kBlock});
+
+  std::map<int, std::string_view> groups;
+  std::vector<std::pair<Record, Parameter>> found;
+  std::vector<std::string> cut;
+  end_ = std::min(begin + kPreamble, limit);
+  for (std::size_t at = begin + kPreamble; at + 2 <= limit && header.bytes[at] != 0;) {
+    const std::optional<Record> record = ReadRecord(header, at, limit, notes);
+    if (!record) break;
+    if (record->id < 0) {
+      groups.try_emplace(-record->id, record->name);
+      end_ = record->body_at;
+    } else if (record->body.size() >= 2) {
+      bool whole = true;
+      if (const std::optional<Parameter> parameter = ReadParameter(*record, whole)) {
+        end_ = parameter->end;
+        found.emplace_back(*record, *parameter);
+      }
+      if (!whole) cut.push_back(Quoted(record->name));
+    }
+    if (!record->next) break;
+    if (*record->next > limit) {
+      notes.push_back({Code::Syntax, header.Place(at),
+                       fmt::format("the parameter after {} would begin beyond the parameters' end",
+                                   Quoted(record->name))});
+      break;
+    }
+    at = *record->next;
+  }
+  for (const auto& [record, parameter] : found)
+    if (const auto group = groups.find(record.id); group != groups.end())
+      parameters_.try_emplace(Key(group->second, record.name), parameter);
+  if (!cut.empty())
+    notes.push_back(
+        {Code::Syntax, "",
+         fmt::format("{} shorter than declared, or of no known type; the first is {}",
+                     cut.size() == 1 ? "1 parameter is" : fmt::format("{} parameters are", cut.size()),
+                     cut.front())});
+}
+
+bool Parameters::CutAt(std::size_t data_begin) {
   return std::erase_if(parameters_, [&](const auto& entry) { return entry.second.end > data_begin; }) > 0;
 }
 
-const C3dParameters::Parameter* C3dParameters::Find(std::string_view group, std::string_view name) const {
+const Parameter* Parameters::Find(std::string_view group, std::string_view name) const {
   const auto found = parameters_.find(Key(group, name));
   return found == parameters_.end() ? nullptr : &found->second;
 }
 
 template <typename Use>
-void C3dParameters::ForEachPart(std::string_view group, std::string_view name, const Use& use) const {
+void Parameters::ForEachPart(std::string_view group, std::string_view name, const Use& use) const {
   const Parameter* part = Find(group, name);
   for (int number = 2; part; ++number) {
     use(*part);
@@ -138,26 +158,22 @@ void C3dParameters::ForEachPart(std::string_view group, std::string_view name, c
   }
 }
 
-std::size_t C3dParameters::NumberCount(const Parameter& parameter) const {
-  return parameter.type < 0 ? 0 : parameter.data.size() / static_cast<std::size_t>(parameter.type);
-}
-
-double C3dParameters::NumberAt(const Parameter& parameter, std::size_t index) const {
+double Parameters::NumberAt(const Parameter& parameter, std::size_t index) const {
   const char* const at = parameter.data.data() + index * static_cast<std::size_t>(parameter.type);
   if (parameter.type == 1) return SignedByte(*at);
-  if (parameter.type == 2) return static_cast<std::int16_t>(C3dWord(processor_, at));
-  return C3dReal(processor_, at);
+  if (parameter.type == 2) return static_cast<std::int16_t>(WordAt(processor_, at));
+  return RealAt(processor_, at);
 }
 
-std::optional<double> C3dParameters::Number(std::string_view group, std::string_view name,
-                                            std::size_t index) const {
+std::optional<double> Parameters::Number(std::string_view group, std::string_view name,
+                                         std::size_t index) const {
   const Parameter* const parameter = Find(group, name);
   if (!parameter || index >= NumberCount(*parameter)) return std::nullopt;
   return NumberAt(*parameter, index);
 }
 
-std::optional<std::uint32_t> C3dParameters::Count(std::string_view group, std::string_view name,
-                                                  std::size_t index) const {
+std::optional<std::uint32_t> Parameters::Count(std::string_view group, std::string_view name,
+                                               std::size_t index) const {
   const std::optional<double> number = Number(group, name, index);
   if (!number) return std::nullopt;
   double count = std::round(*number);
@@ -167,7 +183,15 @@ std::optional<std::uint32_t> C3dParameters::Count(std::string_view group, std::s
   return static_cast<std::uint32_t>(count);
 }
 
-std::vector<double> C3dParameters::Numbers(std::string_view group, std::string_view name) const {
+std::optional<std::uint32_t> Parameters::CountOfTwoWords(std::string_view group,
+                                                         std::string_view name) const {
+  const std::optional<std::uint32_t> low = Count(group, name, 0);
+  if (!low || *low > kMostInWord) return low;
+  const std::uint32_t high = Count(group, name, 1).value_or(0);
+  return high <= kMostInWord ? high << 16 | *low : *low;
+}
+
+std::vector<double> Parameters::Numbers(std::string_view group, std::string_view name) const {
   std::vector<double> numbers;
   ForEachPart(group, name, [&](const Parameter& part) {
     for (std::size_t i = 0; i < NumberCount(part); ++i) numbers.push_back(NumberAt(part, i));
@@ -175,7 +199,7 @@ std::vector<double> C3dParameters::Numbers(std::string_view group, std::string_v
   return numbers;
 }
 
-std::vector<std::string> C3dParameters::Texts(std::string_view group, std::string_view name) const {
+std::vector<std::string> Parameters::Texts(std::string_view group, std::string_view name) const {
   std::vector<std::string> texts;
   ForEachPart(group, name, [&](const Parameter& part) {
     if (part.type != -1 || part.text_length == 0) return;
@@ -185,9 +209,9 @@ std::vector<std::string> C3dParameters::Texts(std::string_view group, std::strin
   return texts;
 }
 
-std::string C3dParameters::Text(std::string_view group, std::string_view name) const {
+std::string Parameters::Text(std::string_view group, std::string_view name) const {
   const std::vector<std::string> texts = Texts(group, name);
   return texts.empty() ? std::string() : texts.front();
 }
 
-} // namespace mien
+} // namespace mien::c3d

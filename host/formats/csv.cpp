@@ -1,6 +1,5 @@
 #include "host/formats/csv.h"
 
-#include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/base/utf8.h"
 
@@ -110,10 +109,11 @@ std::vector<std::string_view> CsvColumns(std::string_view bytes) {
 CsvReader::CsvReader(std::string_view bytes, std::string file) : file_(std::move(file)), rest_(bytes) {
   const std::string_view header = TakeHeader(rest_, line_number_);
   if (header.find('\r') != std::string_view::npos)
-    Fail("the line ends are bare carriage returns", "save the file with LF or CRLF line ends");
-  if (!IsUtf8(header)) Fail("the column names are not UTF-8 text", "save the file as UTF-8");
+    Fail(Code::Syntax, "the line ends are bare carriage returns", "save the file with LF or CRLF line ends");
+  if (!IsUtf8(header))
+    Fail(Code::Unsupported, "the column names are not UTF-8 text", "save the file as UTF-8");
   columns_ = SplitHeader(header);
-  if (columns_.empty()) Fail("there is no header", "name the columns in the first row");
+  if (columns_.empty()) Fail(Code::Missing, "there is no header", "name the columns in the first row");
   by_name_.resize(columns_.size());
   std::iota(by_name_.begin(), by_name_.end(), std::size_t{0});
   std::sort(by_name_.begin(), by_name_.end(),
@@ -126,7 +126,8 @@ std::optional<std::size_t> CsvReader::Column(std::string_view name) const {
   const auto named = [&](auto it) { return it != by_name_.end() && columns_[*it] == name; };
   if (!named(found)) return std::nullopt;
   if (named(found + 1))
-    Fail(fmt::format("the column {} is there twice", Quoted(name)), "keep the right one of them");
+    Fail(Code::Duplicate, fmt::format("the column {} is there twice", Quoted(name)),
+         "keep the right one of them");
   return *found;
 }
 
@@ -151,8 +152,9 @@ std::string_view CsvReader::Text(std::size_t column) {
 
 double CsvReader::Number(std::size_t column, std::string_view fix) {
   const std::optional<double> value = NumberIfAny(column, fix);
-  if (!value) FailAt(column, "the field is empty", fix);
-  if (std::isnan(*value)) FailAt(column, Quoted(Text(column)) + " is not a finite number", fix);
+  if (!value) FailAt(Code::Missing, column, "the field is empty", fix);
+  if (std::isnan(*value))
+    FailAt(Code::InvalidValue, column, Quoted(Text(column)) + " is not a finite number", fix);
   return *value;
 }
 
@@ -195,23 +197,24 @@ std::optional<double> CsvReader::NumberIfAny(std::size_t column, std::string_vie
                             : whole && error == std::errc::result_out_of_range
                                 ? " is beyond the range of a double"
                                 : " is not a number";
-  FailAt(column, Quoted(Text(column)) + fault, fix);
+  FailAt(Code::InvalidValue, column, Quoted(Text(column)) + fault, fix);
 }
 
 std::int64_t CsvReader::Integer(std::size_t column) {
   constexpr double kLargest = 9007199254740992.0; // 2^53: up to here a double holds each whole number
   const double value = Number(column, "write a whole number");
   if (std::trunc(value) != value || std::abs(value) > kLargest)
-    FailAt(column, Quoted(Text(column)) + " is not a whole number", "write a whole number, such as 12");
+    FailAt(Code::InvalidValue, column, Quoted(Text(column)) + " is not a whole number",
+           "write a whole number, such as 12");
   return static_cast<std::int64_t>(value);
 }
 
-void CsvReader::Fail(std::string_view what, std::string_view fix) const {
-  throw InputError(Code::Syntax, file_, fmt::format("{}", line_number_), what, fix);
+void CsvReader::Fail(Code code, std::string_view what, std::string_view fix) const {
+  throw InputError(code, file_, fmt::format("{}", line_number_), what, fix);
 }
 
-void CsvReader::FailAt(std::size_t column, std::string_view what, std::string_view fix) const {
-  Fail(fmt::format("column {}: {}", Quoted(columns_[column]), what), fix);
+void CsvReader::FailAt(Code code, std::size_t column, std::string_view what, std::string_view fix) const {
+  Fail(code, fmt::format("column {}: {}", Quoted(columns_[column]), what), fix);
 }
 
 void CsvReader::Seek(std::size_t column) {
@@ -237,13 +240,14 @@ void CsvReader::CheckFieldCount() {
   Seek(columns_.size() - 1);
   const std::size_t end = line_.find(',', at_);
   if (end == std::string_view::npos || IsBlankRow(line_.substr(end))) return;
-  Fail(fmt::format("the row has {} fields and the header {}", 1 + std::count(line_.begin(), line_.end(), ','),
+  Fail(Code::Syntax,
+       fmt::format("the row has {} fields and the header {}", 1 + std::count(line_.begin(), line_.end(), ','),
                    columns_.size()),
        "write one field per column, with decimal points and not commas");
 }
 
 void CsvReader::FailShort(std::size_t column) const {
-  FailAt(column,
+  FailAt(Code::Truncated, column,
          fmt::format("the row is cut short: it has {} fields and the header {}",
                      1 + std::count(line_.begin(), line_.end(), ','), columns_.size()),
          "complete the row or take it out");

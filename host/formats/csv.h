@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/base/error.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -53,8 +55,8 @@ public:
 
   /// Throws InputError at the current line, or at a column of it. Before the first Next that line is the
   /// header.
-  [[noreturn]] void Fail(std::string_view what, std::string_view fix) const;
-  [[noreturn]] void FailAt(std::size_t column, std::string_view what, std::string_view fix) const;
+  [[noreturn]] void Fail(Code code, std::string_view what, std::string_view fix) const;
+  [[noreturn]] void FailAt(Code code, std::size_t column, std::string_view what, std::string_view fix) const;
 
 private:
   void Seek(std::size_t column);

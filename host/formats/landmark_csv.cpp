@@ -3,7 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/formats/csv.h"
-#include "host/formats/frame_times.h"
+#include "host/formats/csv_frames.h"
 
 #include <fmt/format.h>
 
@@ -13,6 +13,10 @@
 #include <iterator>
 #include <optional>
 #include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace mien {
 namespace {
@@ -20,6 +24,7 @@ namespace {
 constexpr std::size_t kLandmarks = 68;
 constexpr std::string_view kAxes = "XYZ";
 constexpr std::string_view kPixelAxes = "xy";
+constexpr double kLeastConfidence = 0.5;
 
 std::vector<std::string> MarkerNames() {
   std::vector<std::string> names;
@@ -46,12 +51,12 @@ bool HasAny(const CsvReader& csv, std::string_view axes) {
 std::vector<Coordinate> Coordinates(const CsvReader& csv, std::string_view axes) {
   constexpr std::string_view kFix = "let the tracker write its landmarks in 3D (X_0 to Z_67, in "
                                     "millimetres), or at least in 2D (x_0 to y_67)";
-  if (!HasAny(csv, axes)) csv.Fail("the table holds no landmarks", kFix);
+  if (!HasAny(csv, axes)) csv.Fail(Code::Missing, "the table holds no landmarks", kFix);
   std::vector<Coordinate> coordinates;
   for (std::size_t slot = 0; slot < axes.size() * kLandmarks; ++slot) {
     const std::string name = ColumnName(axes[slot / kLandmarks], slot % kLandmarks);
     const std::optional<std::size_t> column = csv.Column(name);
-    if (!column) csv.Fail(fmt::format("the column {} is missing", Quoted(name)), kFix);
+    if (!column) csv.Fail(Code::Missing, fmt::format("the column {} is missing", Quoted(name)), kFix);
     coordinates.push_back({*column, slot});
   }
   std::sort(coordinates.begin(), coordinates.end(),
@@ -59,10 +64,76 @@ std::vector<Coordinate> Coordinates(const CsvReader& csv, std::string_view axes)
   return coordinates;
 }
 
+// Where a table has what is read.
+struct Columns {
+  bool has_depth = false;              // millimetres in 3D; otherwise pixels
+  std::vector<Coordinate> coordinates; // from left to right
+  std::size_t timestamp = 0;
+  std::optional<std::size_t> frame, face, success;
+  std::optional<std::size_t> confidence; // only where success is missing
+};
+
+Columns FindColumns(const CsvReader& csv, bool face_is_chosen) {
+  Columns columns;
+  columns.has_depth = HasAny(csv, kAxes);
+  columns.coordinates = Coordinates(csv, columns.has_depth ? kAxes : kPixelAxes);
+  const std::optional<std::size_t> timestamp = csv.Column("timestamp");
+  if (!timestamp)
+    csv.Fail(Code::Missing, "the column \"timestamp\" is missing, as for single images",
+             "let the tracker process the recording as a video, or add the column in seconds");
+  columns.timestamp = *timestamp;
+  columns.frame = csv.Column("frame");
+  columns.face = csv.Column("face_id");
+  if (face_is_chosen && !columns.face)
+    csv.Fail(Code::Missing, "there is no column \"face_id\" to choose a face by",
+             "read the file without choosing a face");
+  columns.success = csv.Column("success");
+  if (!columns.success) columns.confidence = csv.Column("confidence");
+  return columns;
+}
+
+// The positions of the current row's landmarks.
+void ReadLandmarks(CsvReader& csv, const Columns& columns, Take& take, std::size_t frame) {
+  const std::string_view fix = columns.has_depth
+                                   ? "write millimetres, such as 12.5, or success 0 if the face was lost"
+                                   : "write pixels, such as 12.5, or success 0 if the face was lost";
+  std::array<double, kAxes.size() * kLandmarks> value{};
+  for (const Coordinate& c : columns.coordinates) value[c.slot] = csv.Number(c.column, fix);
+  for (std::size_t i = 0; i < kLandmarks; ++i) {
+    const double x = value[i];
+    const double y = value[kLandmarks + i];
+    const double z = value[2 * kLandmarks + i];
+    if (x != 0 || y != 0 || z != 0) take.Set(frame, i, {x, -y, columns.has_depth ? -z : 0});
+  }
+}
+
 std::vector<std::string> FaceNames(const std::set<std::int64_t>& faces) {
   std::vector<std::string> names;
   for (const std::int64_t face : faces) names.push_back(std::to_string(face));
   return names;
+}
+
+// What the rows held beside the face that was read.
+struct Others {
+  std::set<std::int64_t> faces; // that one among them
+  std::size_t left_out = 0;     // rows of other faces
+  std::size_t doubtful = 0;     // rows without enough confidence
+};
+
+void NoteOthers(const Others& others, const Columns& columns, std::optional<std::int64_t> face_id,
+                std::optional<std::int64_t> chosen, std::vector<Note>& notes) {
+  const auto note = [&](Code code, std::string what) { notes.push_back({code, "", std::move(what)}); };
+  if (!face_id && others.left_out > 0)
+    note(Code::Ignored, fmt::format("{} faces in the file; read face_id {}, left out {} of the others",
+                                    others.faces.size(), *chosen, Count(others.left_out, "row")));
+  if (!columns.has_depth)
+    note(Code::Missing, "the landmarks are in pixels, of unknown depth: turns of the head will show up as "
+                        "expression");
+  if (!columns.frame) note(Code::Assumed, "no column \"frame\"; the rows are numbered from 1");
+  if (others.doubtful > 0)
+    note(Code::Doubtful,
+         fmt::format("no column \"success\"; {} with a confidence below {} {}", Count(others.doubtful, "row"),
+                     kLeastConfidence, others.doubtful == 1 ? "is a gap" : "are gaps"));
 }
 
 } // namespace
@@ -75,71 +146,36 @@ bool IsLandmarkCsv(const std::vector<std::string_view>& columns) {
 
 Take ReadLandmarkCsv(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face_id) {
   CsvReader csv(bytes, file);
-  const bool has_depth = HasAny(csv, kAxes);
-  const std::vector<Coordinate> coordinates = Coordinates(csv, has_depth ? kAxes : kPixelAxes);
-  const std::optional<std::size_t> timestamp = csv.Column("timestamp");
-  if (!timestamp)
-    csv.Fail("the column \"timestamp\" is missing, as for single images",
-             "let the tracker process the recording as a video, or add the column in seconds");
-  const std::optional<std::size_t> frame = csv.Column("frame");
-  const std::optional<std::size_t> face_column = csv.Column("face_id");
-  if (face_id && !face_column)
-    csv.Fail("there is no column \"face_id\" to choose a face by", "read the file without choosing a face");
-  const std::optional<std::size_t> success = csv.Column("success");
-  const std::optional<std::size_t> confidence = success ? std::nullopt : csv.Column("confidence");
-  constexpr double kLeastConfidence = 0.5;
-  const std::string_view fix = has_depth
-                                   ? "write millimetres, such as 12.5, or success 0 if the face was lost"
-                                   : "write pixels, such as 12.5, or success 0 if the face was lost";
-
+  const Columns columns = FindColumns(csv, face_id.has_value());
   Take take(MarkerNames());
   take.axes = "+y up, along +z out of a face that looks at the camera";
-  take.unit = has_depth ? "mm" : "px";
-  FrameTimes frame_times(frame, *timestamp);
-  std::set<std::int64_t> faces;
+  take.unit = columns.has_depth ? "mm" : "px";
+  CsvFrames frames(columns.frame, columns.timestamp);
   std::optional<std::int64_t> chosen = face_id;
-  std::size_t left_out = 0, doubtful = 0;
+  Others others;
   while (csv.Next()) {
-    if (face_column) {
-      const std::int64_t face = csv.Integer(*face_column);
+    if (columns.face) {
+      const std::int64_t face = csv.Integer(*columns.face);
       if (!chosen) chosen = face;
-      faces.insert(face);
+      others.faces.insert(face);
       if (face != *chosen) {
-        ++left_out;
+        ++others.left_out;
         continue;
       }
     }
-    const std::size_t row = frame_times.AddFrame(csv, take);
-    if (success && csv.Number(*success) == 0) continue; // what stands in its other columns means nothing
-    if (confidence && csv.Number(*confidence) < kLeastConfidence) {
-      ++doubtful;
-      continue;
-    }
-    std::array<double, kAxes.size() * kLandmarks> value{};
-    for (const Coordinate& c : coordinates) value[c.slot] = csv.Number(c.column, fix);
-    for (std::size_t i = 0; i < kLandmarks; ++i) {
-      const double x = value[i];
-      const double y = value[kLandmarks + i];
-      const double z = value[2 * kLandmarks + i];
-      if (x != 0 || y != 0 || z != 0) take.Set(row, i, {x, -y, has_depth ? -z : 0});
-    }
+    const std::size_t frame = frames.AddFrame(csv, take);
+    if (columns.success && csv.Number(*columns.success) == 0)
+      continue; // what stands in its other columns means nothing
+    if (columns.confidence && csv.Number(*columns.confidence) < kLeastConfidence)
+      ++others.doubtful;
+    else
+      ReadLandmarks(csv, columns, take, frame);
   }
-
-  if (face_id && !faces.empty() && !faces.contains(*face_id))
+  if (face_id && !others.faces.empty() && !others.faces.contains(*face_id))
     throw InputError(Code::NotFound, file, "", fmt::format("there is no face_id {}", *face_id),
-                     "those in the file are " + Some(FaceNames(faces)));
-  if (!face_id && left_out > 0)
-    take.notes.push_back(fmt::format("{} faces in the file; read face_id {}, left out {} rows of the others",
-                                     faces.size(), *chosen, left_out));
-  if (!has_depth)
-    take.notes.emplace_back(
-        "the landmarks are in pixels, of unknown depth: turns of the head will show up as "
-        "expression");
-  if (!frame) take.notes.emplace_back("no column \"frame\"; the rows are numbered from 1");
-  if (doubtful > 0)
-    take.notes.push_back(fmt::format("no column \"success\"; {} rows with a confidence below {} are gaps",
-                                     doubtful, kLeastConfidence));
-  frame_times.Finish(csv, take);
+                     "those in the file are " + Some(FaceNames(others.faces)));
+  NoteOthers(others, columns, face_id, chosen, take.notes);
+  frames.SetRate(csv, take);
   return take;
 }
 

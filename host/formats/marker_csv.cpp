@@ -3,7 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/formats/csv.h"
-#include "host/formats/frame_times.h"
+#include "host/formats/csv_frames.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/timecode.h"
 
@@ -45,75 +45,106 @@ struct Header {
   std::optional<FrameRate> timecode_rate; // if the column says it
 };
 
-Header ReadHeader(const CsvReader& csv, std::vector<std::string>& notes) {
-  constexpr std::string_view kFix = "write the header as frame,time,NAME.x,NAME.y,NAME.z,...";
-  const std::vector<std::string_view>& columns = csv.Columns();
-  std::size_t forgiven = 0;
-  std::string first_forgiven;
-  const auto forgive = [&](std::size_t column, const std::string& name) {
-    if (columns[column] == name) return;
-    if (++forgiven == 1)
-      first_forgiven = fmt::format("column {} is {} and was read as {}", column + 1, Quoted(columns[column]),
-                                   Quoted(name));
-  };
-  const auto refuse = [&](std::size_t column, const std::string& name) {
-    if (column >= columns.size()) csv.Fail(fmt::format("the column {} is missing", Quoted(name)), kFix);
-    csv.Fail(fmt::format("column {} is {} and not {}", column + 1, Quoted(columns[column]), Quoted(name)),
-             kFix);
-  };
+class HeaderReader {
+public:
+  HeaderReader(const CsvReader& csv, std::vector<Note>& notes)
+      : csv_(csv), columns_(csv.Columns()), notes_(notes) {}
 
-  Header header;
-  for (const auto& [column, name] : {std::pair<std::size_t, const char*>(0, "frame"), {1, "time"}}) {
-    if (column >= columns.size() || !EqualIgnoringCase(columns[column], name)) refuse(column, name);
-    forgive(column, name);
+  Header Read() {
+    ReadFrameAndTime();
+    ReadTimecode();
+    ReadMarkers();
+    if (!forgiven_.empty())
+      notes_.push_back({Code::Syntax, fmt::format("line {}", csv_.Line()),
+                        "column names corrected: " + Some(forgiven_, 1)});
+    return std::move(header_);
   }
-  if (columns.size() > 2) {
-    const std::string_view name = columns[2].substr(0, columns[2].find('@'));
-    if (EqualIgnoringCase(name, kTimecode) && !MarkerOf(columns[2], 'x')) {
-      header.timecode_column = header.first_marker_column++;
-      std::string expected(kTimecode);
-      if (name.size() < columns[2].size()) {
-        const std::string rate(columns[2].substr(name.size() + 1));
-        header.timecode_rate = ParseFrameRate(rate);
-        if (!header.timecode_rate)
-          csv.Fail(fmt::format("column 3 is {}, and {} is no rate", Quoted(columns[2]), Quoted(rate)),
-                   "write its counts per second behind the @, such as timecode@29.97");
-        expected += "@" + rate;
-      }
-      forgive(2, expected);
+
+private:
+  static constexpr std::string_view kFix = "write the header as frame,time,NAME.x,NAME.y,NAME.z,...";
+
+  void ReadFrameAndTime() {
+    for (const auto& [column, name] : {std::pair<std::size_t, const char*>(0, "frame"), {1, "time"}}) {
+      if (column >= columns_.size() || !EqualIgnoringCase(columns_[column], name)) Refuse(column, name);
+      Forgive(column, name);
     }
   }
-  if (columns.size() == header.first_marker_column) csv.Fail("there are no markers", kFix);
 
-  std::set<std::string_view> known;
-  for (std::size_t column = header.first_marker_column; column < columns.size(); column += kAxes.size()) {
-    const std::optional<std::string_view> first = MarkerOf(columns[column], kAxes[0]);
+  void ReadTimecode() {
+    if (columns_.size() <= 2) return;
+    const std::string_view name = columns_[2].substr(0, columns_[2].find('@'));
+    if (!EqualIgnoringCase(name, kTimecode) || MarkerOf(columns_[2], 'x')) return;
+    header_.timecode_column = header_.first_marker_column++;
+    std::string expected(kTimecode);
+    if (name.size() < columns_[2].size()) {
+      const std::string rate(columns_[2].substr(name.size() + 1));
+      header_.timecode_rate = ParseFrameRate(rate);
+      if (!header_.timecode_rate)
+        csv_.Fail(Code::InvalidValue,
+                  fmt::format("column 3 is {}, and {} is no rate", Quoted(columns_[2]), Quoted(rate)),
+                  "write its counts per second behind the @, such as timecode@29.97");
+      expected += "@" + rate;
+    }
+    Forgive(2, expected);
+  }
+
+  void ReadMarkers() {
+    if (columns_.size() == header_.first_marker_column) csv_.Fail(Code::Empty, "there are no markers", kFix);
+    std::set<std::string_view> known;
+    for (std::size_t column = header_.first_marker_column; column < columns_.size(); column += kAxes.size()) {
+      const std::string_view name = ReadMarker(column);
+      if (!known.insert(name).second)
+        csv_.Fail(Code::Duplicate, fmt::format("the marker {} is there twice", Quoted(name)),
+                  "give each marker its own name");
+      header_.markers.emplace_back(name);
+    }
+  }
+
+  // The marker of this column and the two behind it.
+  std::string_view ReadMarker(std::size_t column) {
+    const std::optional<std::string_view> first = MarkerOf(columns_[column], kAxes[0]);
     if (!first)
-      csv.Fail(
-          fmt::format("column {} is {} and not the \".x\" of a marker", column + 1, Quoted(columns[column])),
+      csv_.Fail(
+          Code::Syntax,
+          fmt::format("column {} is {} and not the \".x\" of a marker", column + 1, Quoted(columns_[column])),
           kFix);
     // Blanks before the dot belong to the name if all three columns have them.
     std::string_view name = *first;
     for (std::size_t axis = 1; axis < kAxes.size(); ++axis)
-      if (column + axis < columns.size() && MarkerOf(columns[column + axis], kAxes[axis]) != *first)
+      if (column + axis < columns_.size() && MarkerOf(columns_[column + axis], kAxes[axis]) != *first)
         name = WithoutBlanksAtEnd(*first);
     for (std::size_t axis = 0; axis < kAxes.size(); ++axis) {
       const std::string expected = fmt::format("{}.{}", name, kAxes[axis]);
       const std::optional<std::string_view> marker =
-          column + axis < columns.size() ? MarkerOf(columns[column + axis], kAxes[axis]) : std::nullopt;
+          column + axis < columns_.size() ? MarkerOf(columns_[column + axis], kAxes[axis]) : std::nullopt;
       if (!marker || (*marker != name && WithoutBlanksAtEnd(*marker) != name) || name.empty())
-        refuse(column + axis, expected);
-      forgive(column + axis, expected);
+        Refuse(column + axis, expected);
+      Forgive(column + axis, expected);
     }
-    if (!known.insert(name).second)
-      csv.Fail(fmt::format("the marker {} is there twice", Quoted(name)), "give each marker its own name");
-    header.markers.emplace_back(name);
+    return name;
   }
-  if (forgiven > 0)
-    notes.push_back(fmt::format("line {}: {}{}", csv.Line(), first_forgiven,
-                                forgiven > 1 ? fmt::format(", and {} more so", forgiven - 1) : ""));
-  return header;
-}
+
+  // Remembers a column that is not named exactly so.
+  void Forgive(std::size_t column, std::string_view name) {
+    if (columns_[column] != name)
+      forgiven_.push_back(
+          fmt::format("column {} from {} to {}", column + 1, Quoted(columns_[column]), Quoted(name)));
+  }
+
+  [[noreturn]] void Refuse(std::size_t column, std::string_view name) const {
+    if (column >= columns_.size())
+      csv_.Fail(Code::Missing, fmt::format("the column {} is missing", Quoted(name)), kFix);
+    csv_.Fail(Code::Syntax,
+              fmt::format("column {} is {} and not {}", column + 1, Quoted(columns_[column]), Quoted(name)),
+              kFix);
+  }
+
+  const CsvReader& csv_;
+  const std::vector<std::string_view>& columns_;
+  std::vector<Note>& notes_;
+  Header header_;
+  std::vector<std::string> forgiven_;
+};
 
 // A row's timecode as the file has it.
 struct RowTimecode {
@@ -130,12 +161,11 @@ FrameRate TimecodeRate(const FrameRate& take_rate) {
 
 // Sets the take's timecode from the first row's, and notes rows that do not follow from it. The rest of the take is
 // complete.
-void SetTimecode(const CsvReader& csv, const Header& header, const std::vector<RowTimecode>& rows,
-                 Take& take) {
-  const std::string_view column = csv.Columns()[*header.timecode_column];
+void SetTimecodeByRows(const CsvReader& csv, const Header& header, const std::vector<RowTimecode>& rows,
+                       Take& take) {
+  const std::string column = fmt::format("column {}", Quoted(csv.Columns()[*header.timecode_column]));
   if (rows.empty() || rows[0].frame != 0) {
-    take.notes.push_back(
-        fmt::format("column {}: the first row has no timecode, so the take has none", Quoted(column)));
+    take.notes.push_back({Code::Missing, column, "the first row has no timecode, so the take has none"});
     return;
   }
   const FrameRate rate = header.timecode_rate ? *header.timecode_rate : TimecodeRate(take.rate);
@@ -149,7 +179,7 @@ void SetTimecode(const CsvReader& csv, const Header& header, const std::vector<R
     first = parse(rows[0].text, {30000, 1001}, first_fraction); // a take at 25 Hz with drop
   if (!first)
     throw InputError(Code::InvalidValue, csv.File(), fmt::format("{}", rows[0].line),
-                     fmt::format("column {}: {} is no time of day at {} counts per second", Quoted(column),
+                     fmt::format("{}: {} is no time of day at {} counts per second", column,
                                  Quoted(rows[0].text), ToText(rate)),
                      "write HH:MM:SS:FF, with ; before FF for drop frame, and the rate in the column's name: "
                      "timecode@29.97");
@@ -171,8 +201,9 @@ void SetTimecode(const CsvReader& csv, const Header& header, const std::vector<R
       first_off = fmt::format("line {} has {} instead of {}", row.line, Quoted(row.text), first->At(seconds));
   }
   if (off > 0)
-    take.notes.push_back(fmt::format("column {}: {} of {} timecodes do not follow from the first: {}",
-                                     Quoted(column), off, rows.size(), first_off));
+    take.notes.push_back(
+        {Code::Contradiction, column,
+         fmt::format("{} of {} timecodes do not follow from the first: {}", off, rows.size(), first_off)});
 }
 
 void CheckNames(const Take& take) {
@@ -202,15 +233,15 @@ bool IsMarkerCsv(const std::vector<std::string_view>& columns) {
 Take ReadMarkerCsv(std::string_view bytes, const std::string& file) {
   CsvReader csv(bytes, file);
   Take take;
-  const Header header = ReadHeader(csv, take.notes);
+  const Header header = HeaderReader(csv, take.notes).Read();
   take.markers = header.markers;
   take.unit = "mm";
-  FrameTimes frame_times(0, 1);
+  CsvFrames frames(0, 1);
   std::vector<RowTimecode> timecodes;
   std::size_t not_numbers = 0;
   std::string first_not_number;
   while (csv.Next()) {
-    const std::size_t row = frame_times.AddFrame(csv, take);
+    const std::size_t row = frames.AddFrame(csv, take);
     if (header.timecode_column)
       if (const std::string_view text = csv.Text(*header.timecode_column); !text.empty())
         timecodes.push_back({row, csv.Line(), text});
@@ -235,7 +266,8 @@ Take ReadMarkerCsv(std::string_view bytes, const std::string& file) {
       }
       if (is_gap || empty == value.size()) continue;
       if (empty > 0)
-        csv.Fail(fmt::format("marker {}: {} of its 3 fields {} empty", Quoted(take.markers[m]), empty,
+        csv.Fail(Code::Missing,
+                 fmt::format("marker {}: {} of its 3 fields {} empty", Quoted(take.markers[m]), empty,
                              empty == 1 ? "is" : "are"),
                  "fill all three, or leave all three empty if the marker was not seen");
       take.Set(row, m, {value[0], value[1], value[2]});
@@ -243,9 +275,10 @@ Take ReadMarkerCsv(std::string_view bytes, const std::string& file) {
   }
   if (not_numbers > 0)
     take.notes.push_back(
-        fmt::format("{} fields are NaN and make gaps, the first: {}", not_numbers, first_not_number));
-  frame_times.Finish(csv, take);
-  if (header.timecode_column) SetTimecode(csv, header, timecodes, take);
+        {Code::InvalidValue, "",
+         fmt::format("{} fields are NaN and make gaps, the first: {}", not_numbers, first_not_number)});
+  frames.SetRate(csv, take);
+  if (header.timecode_column) SetTimecodeByRows(csv, header, timecodes, take);
   return take;
 }
 

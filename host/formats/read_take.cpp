@@ -119,9 +119,12 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
 
 [[noreturn]] void FailStrictly(const Take& take) {
   std::vector<Problem> problems;
-  for (const std::string& note : take.notes)
-    problems.push_back(
-        {Code::Doubtful, take.file, "", Printable(note), "fix the file, or read it without --strict"});
+  for (const Note& note : take.notes) {
+    constexpr std::string_view kLine = "line "; // a problem's place is a line's number alone
+    const std::string place = note.place.substr(note.place.starts_with(kLine) ? kLine.size() : 0);
+    problems.push_back({note.code, take.file, Printable(place), Printable(note.what),
+                        "fix the file, or read it without --strict"});
+  }
   throw InputError(std::move(problems));
 }
 

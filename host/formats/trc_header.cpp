@@ -24,7 +24,7 @@ public:
     if (StartsWithIgnoringCase(Trim(lines_.Text()), "PathFileType"))
       NextLine();
     else
-      Note("no line PathFileType before the keys");
+      AddNote(Code::Missing, "no line PathFileType before the keys");
     const std::string_view keys = lines_.Text();
     ReadKeys();
     NextLine();
@@ -42,16 +42,16 @@ private:
       throw InputError(Code::Truncated, file_, fmt::format("{}", std::max<std::size_t>(before, 1)),
                        "the header ends here, before the marker names", kExportAgain);
     if (lines_.Text().find('\r') != std::string_view::npos)
-      Fail("there are bare carriage returns in the line", "save the file with LF or CRLF line ends");
+      Fail(Code::Syntax, "there are bare carriage returns in the line",
+           "save the file with LF or CRLF line ends");
   }
 
-  [[noreturn]] void Fail(std::string_view what, std::string_view fix) const {
-    throw InputError(Code::Syntax, file_, fmt::format("{}", lines_.Number()), what, fix);
+  [[noreturn]] void Fail(Code code, std::string_view what, std::string_view fix) const {
+    throw InputError(code, file_, fmt::format("{}", lines_.Number()), what, fix);
   }
 
-  void Note(std::string_view what) {
-    header_.notes.push_back(fmt::format("line {}: {}", lines_.Number(), what));
-  }
+  Note NoteHere(Code code, std::string what) const { return {code, Line(lines_.Number()), std::move(what)}; }
+  void AddNote(Code code, std::string what) { header_.notes.push_back(NoteHere(code, std::move(what))); }
 
   void ReadKeys() {
     Cells cells(lines_.Text());
@@ -66,22 +66,24 @@ private:
       const bool twice = key != std::end(kKeys) && known[key - std::begin(kKeys)];
       if (key == std::end(kKeys) || twice)
         strange.Add([&] {
-          return fmt::format("line {}: the key {} is {}", lines_.Number(), Quoted(*cell),
-                             twice ? "there twice; the first counts" : "not known, and not read");
+          return NoteHere(twice ? Code::Duplicate : Code::Ignored,
+                          fmt::format("the key {} is {}", Quoted(*cell),
+                                      twice ? "there twice; the first counts" : "not known, and not read"));
         });
       else
         known[key - std::begin(kKeys)] = true;
     }
     if (std::none_of(std::begin(known), std::end(known), [](bool is) { return is; }))
-      Fail("the keys are missing (DataRate, CameraRate, NumFrames, ...)", kExportAgain);
-    if (count != std::size(kKeys)) Note(fmt::format("{} keys instead of {}", count, std::size(kKeys)));
-    strange.TellTo(header_.notes, "keys");
-    if (!cells.SeparatedByTabs() && count > 1) Note("blanks instead of tabs");
+      Fail(Code::Missing, "the keys are missing (DataRate, CameraRate, NumFrames, ...)", kExportAgain);
+    if (count != std::size(kKeys))
+      AddNote(Code::Syntax, fmt::format("{} keys instead of {}", count, std::size(kKeys)));
+    strange.AppendTo(header_.notes, "keys");
+    if (!cells.SeparatedByTabs() && count > 1) AddNote(Code::Syntax, "blanks instead of tabs");
   }
 
   void ReadValues(std::string_view key_line) {
     if (StartsWithIgnoringCase(Trim(lines_.Text()), "Frame#"))
-      Fail("the line of values is missing, which belongs under the keys", kExportAgain);
+      Fail(Code::Missing, "the line of values is missing, which belongs under the keys", kExportAgain);
     header_.values_line = lines_.Number();
     Cells keys(key_line), values(lines_.Text());
     std::optional<std::string_view> found[std::size(kKeys)];
@@ -98,7 +100,7 @@ private:
       header_.rate_text = Quoted(*data_rate);
       if (value.kind == Kind::Number && value.comma == value.no_thousands) {
         header_.rate = FrameRateOf(value.number);
-        if (value.comma) Note(fmt::format("decimal commas, as in {}", Quoted(*data_rate)));
+        if (value.comma) AddNote(Code::Syntax, fmt::format("decimal commas, as in {}", Quoted(*data_rate)));
       }
     }
     header_.frames_text = frames;
@@ -110,9 +112,9 @@ private:
       header_.unit = *units;
       header_.millimetres = *millimetres;
     } else if (!units || units->empty()) {
-      Note("no Units; taken as mm");
+      AddNote(Code::Assumed, "no Units; taken as mm");
     } else {
-      Note(fmt::format("the unit {} is not known; taken as mm", Quoted(*units)));
+      AddNote(Code::Assumed, fmt::format("the unit {} is not known; taken as mm", Quoted(*units)));
     }
   }
 
@@ -121,9 +123,9 @@ private:
     Cells cells(lines_.Text());
     const auto frame = cells.Next(), time = cells.Next();
     if (!frame || !StartsWithIgnoringCase(*frame, "Frame"))
-      Fail("the line of marker names is missing, which starts with Frame#", kExportAgain);
+      Fail(Code::Missing, "the line of marker names is missing, which starts with Frame#", kExportAgain);
     if (!time || !StartsWithIgnoringCase(*time, "Time"))
-      Fail(fmt::format("the second column is {} and not Time", Quoted(time.value_or(""))),
+      Fail(Code::Syntax, fmt::format("the second column is {} and not Time", Quoted(time.value_or(""))),
            "name the first two columns Frame# and Time");
 
     bool in_place = true;
@@ -135,10 +137,10 @@ private:
     }
     if (!cells.SeparatedByTabs()) {
       header_.loose_names = "separated by blanks";
-      Note("blanks instead of tabs");
+      AddNote(Code::Syntax, "blanks instead of tabs");
     } else if (!in_place) {
       header_.loose_names = "not one above each three columns";
-      Note(fmt::format("the names are {}; taken in their order", header_.loose_names));
+      AddNote(Code::Assumed, fmt::format("the names are {}; taken in their order", header_.loose_names));
     }
     if (!header_.loose_names.empty()) {
       header_.names.clear();
@@ -155,7 +157,7 @@ private:
     const std::string_view line = lines_.Text();
     const std::string_view first = line.substr(line.find_first_not_of(kBlanksAndTabs));
     if (ValueOf(Trim(first.substr(0, first.find_first_of(kBlanksAndTabs)))).kind != Kind::Text) {
-      Note("no labels X1, Y1, Z1, ... and no blank line before the first row");
+      AddNote(Code::Missing, "no labels X1, Y1, Z1, ... and no blank line before the first row");
       return;
     }
     Cells cells(line);
@@ -166,16 +168,17 @@ private:
       const std::string expected = fmt::format("{}{}", "XYZ"[count % 3], count / 3 + 1);
       if (++count <= 3 * header_.names.size() && !EqualIgnoringCase(*cell, expected))
         odd.Add([&] {
-          return fmt::format("line {}: the label {} stands where {} would", lines_.Number(), Quoted(*cell),
-                             expected);
+          return NoteHere(Code::Syntax,
+                          fmt::format("the label {} stands where {} would", Quoted(*cell), expected));
         });
     }
-    odd.TellTo(header_.notes, "labels");
+    odd.AppendTo(header_.notes, "labels");
     if (count != 3 * header_.names.size())
-      Note(fmt::format("{} labels for {} names", count, header_.names.size()));
-    if (!cells.SeparatedByTabs()) Note("blanks instead of tabs");
+      AddNote(Code::Contradiction, fmt::format("{} labels for {} names", count, header_.names.size()));
+    if (!cells.SeparatedByTabs()) AddNote(Code::Syntax, "blanks instead of tabs");
     header_.rows = lines_;
-    if (lines_.Next() && !IsBlank(lines_.Text())) Note("no blank line before the first row");
+    if (lines_.Next() && !IsBlank(lines_.Text()))
+      AddNote(Code::Missing, "no blank line before the first row");
   }
 
   const std::string& file_;
@@ -189,14 +192,13 @@ Header ReadHeader(std::string_view bytes, const std::string& file) {
   return HeaderReader(bytes, file).Read();
 }
 
-std::vector<std::string> MarkerNames(const Header& header, std::size_t markers,
-                                     std::vector<std::string>& notes) {
+std::vector<std::string> MarkerNames(const Header& header, std::size_t markers, std::vector<Note>& notes) {
   const std::size_t named = header.names.size();
-  const auto note = [&](std::string_view what) {
-    return fmt::format("line {}: {}", header.names_line, what);
+  const auto note = [&](Code code, std::string what) -> Note {
+    return {code, Line(header.names_line), std::move(what)};
   };
   const bool utf8 = std::all_of(header.names.begin(), header.names.end(), IsUtf8);
-  if (!utf8) notes.push_back(note("the names are not UTF-8 text; read as Latin-1"));
+  if (!utf8) notes.push_back(note(Code::Assumed, "the names are not UTF-8 text; read as Latin-1"));
 
   const auto is_blank = [&](std::size_t m) { return m >= named || header.names[m].empty(); };
   std::vector<std::string> names(markers);
@@ -230,20 +232,22 @@ std::vector<std::string> MarkerNames(const Header& header, std::size_t markers,
     while (is_taken(other));
     if (!is_blank(order[i]))
       twice.Add([&] {
-        return note(
-            fmt::format("the name {} is there twice; the second is called {}", Quoted(name), Quoted(other)));
+        return note(Code::Duplicate, fmt::format("the name {} is there twice; the second is called {}",
+                                                 Quoted(name), Quoted(other)));
       });
     renamed.emplace_back(order[i], std::move(other));
   }
   for (auto& [m, name] : renamed) names[m] = std::move(name);
   for (std::size_t m = 0; m < named; ++m)
     if (is_blank(m))
-      blank.Add(
-          [&] { return note(fmt::format("marker {} has no name; called {}", m + 1, Quoted(names[m]))); });
-  twice.TellTo(notes, "names");
-  blank.TellTo(notes, "markers");
+      blank.Add([&] {
+        return note(Code::Missing, fmt::format("marker {} has no name; called {}", m + 1, Quoted(names[m])));
+      });
+  twice.AppendTo(notes, "names");
+  blank.AppendTo(notes, "markers");
   if (markers > named)
-    notes.push_back(note(fmt::format("names for {} of {} markers; the others are called {}{}", named, markers,
+    notes.push_back(note(Code::Missing,
+                         fmt::format("names for {} of {} markers; the others are called {}{}", named, markers,
                                      Quoted(names[named]), markers - named > 1 ? " and so on" : "")));
   return names;
 }

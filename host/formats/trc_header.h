@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/formats/trc_text.h"
 #include "host/takes/frame_rate.h"
 
@@ -18,7 +19,7 @@ inline constexpr std::string_view kKeys[] = {"DataRate",           "CameraRate",
 
 /// What stands above the rows.
 struct Header {
-  std::vector<std::string> notes;
+  std::vector<Note> notes;
   std::size_t values_line = 0;
   std::optional<FrameRate> rate;
   std::string rate_text; // what DataRate says, quoted; empty without the key
@@ -36,7 +37,6 @@ struct Header {
 Header ReadHeader(std::string_view bytes, const std::string& file);
 
 /// As many names as there are markers, all different.
-std::vector<std::string> MarkerNames(const Header& header, std::size_t markers,
-                                     std::vector<std::string>& notes);
+std::vector<std::string> MarkerNames(const Header& header, std::size_t markers, std::vector<Note>& notes);
 
 } // namespace mien::trc

@@ -2,6 +2,8 @@
 
 // What the reader of TRC takes a text apart with.
 
+#include "host/base/error.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -97,24 +99,28 @@ private:
   bool tabs_;
 };
 
-// What happens at many places alike, told as one note: the first place, and how many more there are.
+// What happens at many places alike becomes one note: the first place's, and how many more there are.
 class Repeated {
 public:
-  template <typename Tell>
-  void Add(const Tell& tell) {
-    if (count_++ == 0) first_ = tell();
+  template <typename MakeNote>
+  void Add(const MakeNote& make_note) {
+    if (count_++ == 0) first_ = make_note();
   }
-  void TellTo(std::vector<std::string>& notes, std::string_view places = "lines") const {
-    if (count_ == 1) notes.push_back(first_);
+  void AppendTo(std::vector<Note>& notes, std::string_view places = "lines") const {
+    if (count_ == 0) return;
+    notes.push_back(first_);
     if (count_ > 1)
-      notes.push_back(fmt::format("{}; likewise {} more {}", first_, count_ - 1,
-                                  count_ == 2 ? places.substr(0, places.size() - 1) : places));
+      notes.back().what += fmt::format("; likewise {} more {}", count_ - 1,
+                                       count_ == 2 ? places.substr(0, places.size() - 1) : places);
   }
 
 private:
   std::size_t count_ = 0;
-  std::string first_;
+  Note first_;
 };
+
+// The place of a note.
+inline std::string Line(std::size_t number) { return fmt::format("line {}", number); }
 
 enum class Kind : std::uint8_t {
   Empty,    // or NaN

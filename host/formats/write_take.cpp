@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <utility>
 
 namespace mien {
 namespace {
@@ -42,6 +43,15 @@ std::string Counted(std::size_t count, std::string_view one, std::string_view ma
   return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
+struct Losses {
+  std::vector<Note> notes;
+
+  template <typename... Arguments>
+  void Add(fmt::format_string<Arguments...> what, Arguments&&... arguments) {
+    notes.push_back({Code::Lossy, "", fmt::format(what, std::forward<Arguments>(arguments)...)});
+  }
+};
+
 // What became of the positions, and of what is known of each.
 class Positions {
 public:
@@ -64,15 +74,14 @@ public:
     }
   }
 
-  void TellTo(std::vector<std::string>& lost) const {
+  void TellTo(Losses& lost) const {
     const auto tell = [&](std::size_t count, std::string_view one, std::string_view many) {
-      if (count > 0) lost.push_back(Counted(count, one, many));
+      if (count > 0) lost.Add("{}", Counted(count, one, many));
     };
     tell(lost_, "position became a gap", "positions became gaps");
     tell(made_up_, "position stands where there was a gap", "positions stand where there were gaps");
     if (most_moved_ > 0)
-      lost.push_back(
-          fmt::format("positions are rounded, by {:.2g} mm at most ({})", most_moved_, where_moved_));
+      lost.Add("positions are rounded, by {:.2g} mm at most ({})", most_moved_, where_moved_);
     tell(computed_as_measured_,
          "position that the take's program had computed cannot be told from measured ones",
          "positions that the take's program had computed cannot be told from measured ones");
@@ -85,8 +94,7 @@ public:
     tell(sightings_, "position loses what the cameras say of it: which took part, and the residual",
          "positions lose what the cameras say of them: which took part, and the residual");
     tell(cameras_, "position names other cameras", "positions name other cameras");
-    if (most_residual_ > 0)
-      lost.push_back(fmt::format("residuals are rounded, by {:.2g} mm at most", most_residual_));
+    if (most_residual_ > 0) lost.Add("residuals are rounded, by {:.2g} mm at most", most_residual_);
   }
 
 private:
@@ -117,29 +125,26 @@ private:
   double most_residual_ = 0;
 };
 
-void CompareMarkers(const Take& take, const Take& kept, std::vector<std::string>& lost) {
+void CompareMarkers(const Take& take, const Take& kept, Losses& lost) {
   if (kept.MarkerCount() != take.MarkerCount())
-    lost.push_back(fmt::format("{} markers instead of {}", kept.MarkerCount(), take.MarkerCount()));
+    lost.Add("{} markers instead of {}", kept.MarkerCount(), take.MarkerCount());
   std::size_t renamed = 0;
   std::string first;
   for (std::size_t m = 0; m < std::min(take.MarkerCount(), kept.MarkerCount()); ++m)
     if (take.markers[m] != kept.markers[m] && renamed++ == 0)
       first = fmt::format("{} is now {}", Quoted(take.markers[m]), Quoted(kept.markers[m]));
-  if (renamed > 0)
-    lost.push_back(
-        fmt::format("{}: {}", Counted(renamed, "marker is renamed", "markers are renamed"), first));
+  if (renamed > 0) lost.Add("{}: {}", Counted(renamed, "marker is renamed", "markers are renamed"), first);
 }
 
-void CompareFrames(const Take& take, const Take& kept, std::vector<std::string>& lost) {
+void CompareFrames(const Take& take, const Take& kept, Losses& lost) {
   const std::size_t count = take.FrameCount(), kept_count = kept.FrameCount();
   if (count == 0 || kept_count == 0) {
-    if (count != kept_count) lost.push_back(fmt::format("{} frames instead of {}", kept_count, count));
+    if (count != kept_count) lost.Add("{} frames instead of {}", kept_count, count);
     return;
   }
   const std::int64_t renumbered = kept.frames[0] - take.frames[0];
   if (renumbered != 0)
-    lost.push_back(
-        fmt::format("the first frame's number is {} instead of {}", kept.frames[0], take.frames[0]));
+    lost.Add("the first frame's number is {} instead of {}", kept.frames[0], take.frames[0]);
 
   Positions positions;
   std::size_t matched = 0;
@@ -161,41 +166,37 @@ void CompareFrames(const Take& take, const Take& kept, std::vector<std::string>&
     ++f;
     ++k;
   }
-  if (matched < count) lost.push_back(Counted(count - matched, "frame is lost", "frames are lost"));
+  if (matched < count) lost.Add("{}", Counted(count - matched, "frame is lost", "frames are lost"));
   if (matched < kept_count)
-    lost.push_back(Counted(kept_count - matched, "frame number that was missing is now an empty frame",
+    lost.Add("{}", Counted(kept_count - matched, "frame number that was missing is now an empty frame",
                            "frame numbers that were missing are now empty frames"));
 
   constexpr double kNothing = 1e-9; // seconds: what times differ by that are counted from frames in two ways
   if (std::abs(kept.times[0] - take.times[0]) > kNothing)
-    lost.push_back(
-        fmt::format("the first frame's time is {} s instead of {} s", kept.times[0], take.times[0]));
+    lost.Add("the first frame's time is {} s instead of {} s", kept.times[0], take.times[0]);
   if (most_shift > kNothing)
-    lost.push_back(
-        fmt::format("times are whole periods of the rate; by that they shift by {:.2g} ms at most (frame {})",
-                    1000 * most_shift, where_shifted));
+    lost.Add("times are whole periods of the rate; by that they shift by {:.2g} ms at most (frame {})",
+             1000 * most_shift, where_shifted);
   positions.TellTo(lost);
 }
 
-void CompareEvents(const Take& take, const Take& kept, std::vector<std::string>& lost) {
-  std::size_t left_out = 0;
-  std::string labels; // of the first few of these
+void CompareEvents(const Take& take, const Take& kept, Losses& lost) {
+  std::vector<std::string> left_out; // labels
   double most_shift = 0;
   std::vector<TakeEvent> rest = kept.events;
   for (const TakeEvent& event : take.events) {
     const auto found = std::find_if(rest.begin(), rest.end(),
                                     [&](const TakeEvent& other) { return other.label == event.label; });
     if (found == rest.end()) {
-      constexpr std::size_t kShown = 3;
-      if (++left_out <= kShown) labels += (left_out > 1 ? ", " : "") + Quoted(event.label);
-      if (left_out == kShown + 1) labels += " ...";
+      left_out.push_back(event.label);
       continue;
     }
     most_shift = std::max(most_shift, std::abs(found->time - event.time));
     rest.erase(found);
   }
-  if (left_out > 0) lost.push_back(Counted(left_out, "event is", "events are") + " left out: " + labels);
-  if (most_shift > 0) lost.push_back(fmt::format("events shift by {:.2g} ms at most", 1000 * most_shift));
+  if (!left_out.empty())
+    lost.Add("{} left out: {}", Counted(left_out.size(), "event is", "events are"), SomeQuoted(left_out, 3));
+  if (most_shift > 0) lost.Add("events shift by {:.2g} ms at most", 1000 * most_shift);
 }
 
 } // namespace
@@ -211,18 +212,18 @@ std::string_view ToText(TakeFormat format) { return Of(format).name; }
 
 void WriteTake(const Take& take, TakeFormat format, std::ostream& out) { Of(format).write(take, out); }
 
-std::vector<std::string> WhatWasLost(const Take& take, const Take& kept) {
-  std::vector<std::string> lost;
+std::vector<Note> WhatWasLost(const Take& take, const Take& kept) {
+  Losses lost;
   CompareMarkers(take, kept, lost);
   CompareFrames(take, kept, lost);
   if (take.rate != kept.rate)
-    lost.push_back(fmt::format("the rate is {} Hz instead of {} Hz", ToText(kept.rate), ToText(take.rate)));
-  if (take.timecode && take.timecode != kept.timecode)
-    lost.push_back(kept.timecode ? fmt::format("the timecode is {} instead of {}", ToText(*kept.timecode),
-                                               ToText(*take.timecode))
-                                 : fmt::format("the timecode, {}, is left out", ToText(*take.timecode)));
+    lost.Add("the rate is {} Hz instead of {} Hz", ToText(kept.rate), ToText(take.rate));
+  if (take.timecode && !kept.timecode)
+    lost.Add("the timecode, {}, is left out", ToText(*take.timecode));
+  else if (take.timecode && take.timecode != kept.timecode)
+    lost.Add("the timecode is {} instead of {}", ToText(*kept.timecode), ToText(*take.timecode));
   CompareEvents(take, kept, lost);
-  return lost;
+  return lost.notes;
 }
 
 } // namespace mien

@@ -120,7 +120,7 @@ TakeDescription Describe(const Take& take) {
   d.rate = take.rate;
   d.timecode = take.timecode;
   d.events = take.events;
-  d.notes = take.notes;
+  d.notes = Messages(take.notes);
   d.frame_numbers = take.frames;
   d.times = take.times;
   d.like_names = LikeNames(take.markers);

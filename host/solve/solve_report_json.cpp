@@ -16,6 +16,7 @@ JsonValue Files(const std::vector<ReportedFile>& files) {
 JsonValue TakeOf(const Take& take) {
   const std::optional<std::string> timecode =
       take.timecode ? std::optional(ToText(*take.timecode)) : std::nullopt;
+  const std::vector<std::string> notes = Messages(take.notes);
   return JsonObjectOnLines({{"format", take.format},
                             {"flavour", take.flavour},
                             {"frames", take.FrameCount()},
@@ -24,7 +25,7 @@ JsonValue TakeOf(const Take& take) {
                             {"rate", ToText(take.rate)},
                             {"timecode", timecode},
                             {"markers", take.MarkerCount()},
-                            {"notes", JsonListOnLines({take.notes.begin(), take.notes.end()})}});
+                            {"notes", JsonListOnLines({notes.begin(), notes.end()})}});
 }
 
 JsonValue Settings(const SolveOptions& options) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/base/point.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/timecode.h"
@@ -61,9 +62,9 @@ struct Take {
   /// The millimetres of a Sighting's residual of 1; above 0 where the file has sightings. Set before the first AddFrame.
   double residual_mm = 0;
 
-  /// What the reader forgave or noticed that the user should hear, one sentence each: "line 7: 7 keys instead of 8",
-  /// "frames missing: 3 after frame 57".
-  std::vector<std::string> notes;
+  /// What the reader forgave or noticed that the user should hear: "line 7: 7 keys instead of 8", "frames missing: 3 after
+  /// frame 57".
+  std::vector<Note> notes;
 
   std::size_t FrameCount() const { return frames.size(); }
   std::size_t MarkerCount() const { return markers.size(); }

@@ -347,3 +347,24 @@ TEST(CsvReader, NumbersDoNotFollowTheLocale) {
   ASSERT_EQ(proof.str(), "1,5") << "the trap itself is not set";
   EXPECT_EQ(NumberFrom("1234.5"), 1234.5);
 }
+
+TEST(CsvReader, FaultsHaveCodesAndTheirLine) {
+  const auto problem = [](const std::string& text) {
+    return ProblemOf([&] {
+      CsvReader csv(text, "t.csv");
+      csv.Column("n");
+      while (csv.Next()) csv.Integer(0);
+    });
+  };
+  EXPECT_EQ(problem("n\r1\r"), "syntax at 1");
+  EXPECT_EQ(problem("n\xE9\n1\n"), "unsupported at 1");
+  EXPECT_EQ(problem("\n\n"), "missing at 2");
+  EXPECT_EQ(problem("n,n\n"), "duplicate at 1");
+  EXPECT_EQ(problem("n,m\n1,2\n,2\n"), "missing at 3");
+  EXPECT_EQ(problem("n\nx\n"), "invalid-value at 2");
+  EXPECT_EQ(problem("n\nnan\n"), "invalid-value at 2");
+  EXPECT_EQ(problem("n\n1e999\n"), "invalid-value at 2");
+  EXPECT_EQ(problem("n\n1.5\n"), "invalid-value at 2");
+  EXPECT_EQ(problem("n,m\n1\n"), "truncated at 2");
+  EXPECT_EQ(problem("n,m\n1,2,3\n"), "syntax at 2");
+}

@@ -3,6 +3,7 @@
 #include "host/formats/read_take.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -17,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+using mien::Code;
 using mien::Point;
 using mien::ReadTake;
 using mien::Take;
@@ -326,7 +328,7 @@ TEST(LandmarkCsv, WithoutSuccessLowConfidenceIsAGapAndNoted) {
   ExpectTracked(take, 0, 0);
   ExpectAllGaps(take, 1);
   ExpectTracked(take, 2, 2);
-  EXPECT_THAT(take.notes, ElementsAre("no column \"success\"; 1 rows with a confidence below 0.5 are gaps"));
+  EXPECT_THAT(take.notes, ElementsAre("no column \"success\"; 1 row with a confidence below 0.5 is a gap"));
 }
 
 TEST(LandmarkCsv, SuccessOutweighsConfidence) {
@@ -540,4 +542,23 @@ TEST(LandmarkCsv, NumbersDoNotFollowTheLocale) {
   const std::string text = Tracked(2).Text();
   const DecimalComma germany;
   ExpectTracked(ReadTake(text, "face.csv"), 1, 1);
+}
+
+TEST(LandmarkCsv, NotesAndFaultsHaveCodes) {
+  Table table = Tracked(4);
+  for (std::size_t row = 0; row < 4; ++row) {
+    table.At(row, "face_id") = row % 2 == 0 ? "4" : "2";
+    table.At(row, "confidence") = row == 2 ? "0.2" : "0.9";
+  }
+  table.Drop("frame");
+  table.Drop("success");
+  EXPECT_THAT(ReadTake(table.Text(), "face.csv").notes,
+              ElementsAre(IsNote(Code::Ignored, "", "2 faces in the file"),
+                          IsNote(Code::Assumed, "", "no column \"frame\""),
+                          IsNote(Code::Doubtful, "", "no column \"success\"")));
+  EXPECT_THAT(ReadTake(Pixels(3).Text(), "face.csv").notes,
+              ElementsAre(IsNote(Code::Missing, "", "the landmarks are in pixels")));
+  EXPECT_EQ(ProblemOf([&] { ReadTake(table.Text(), "face.csv", {.face = 3}); }), "not-found at no place");
+  table.Drop("timestamp");
+  EXPECT_EQ(ProblemOf([&] { ReadTake(table.Text(), "face.csv"); }), "missing at 1");
 }

@@ -3,6 +3,7 @@
 #include "host/formats/read_take.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -19,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+using mien::Code;
 using mien::FrameRate;
 using mien::ParseTimecode;
 using mien::Point;
@@ -210,11 +212,11 @@ TEST(MarkerCsv, LetterCaseAndBlanksInTheHeaderAreForgivenAndNoted) {
   const std::string rows = "\n1,0,1,2,3,4,5,6\n2,0.5,1,2,3,4,5,6\n";
   for (const auto& [header, note] : std::vector<std::pair<std::string, std::string>>{
            {"Frame,TIME,Chin.X,Chin.Y,Chin.Z,L brow.x,L brow.y,L brow.z",
-            "line 1: column 1 is \"Frame\" and was read as \"frame\", and 4 more so"},
+            "line 1: column names corrected: column 1 from \"Frame\" to \"frame\" and 4 more"},
            {"frame,time,Chin.x,Chin.y,Chin.Z,L brow.x,L brow.y,L brow.z",
-            "line 1: column 5 is \"Chin.Z\" and was read as \"Chin.z\""},
+            "line 1: column names corrected: column 5 from \"Chin.Z\" to \"Chin.z\""},
            {"frame,time,Chin .x,Chin.y,Chin. z,L brow.x,L brow.y,L brow.z",
-            "line 1: column 3 is \"Chin .x\" and was read as \"Chin.x\", and 1 more so"},
+            "line 1: column names corrected: column 3 from \"Chin .x\" to \"Chin.x\" and 1 more"},
        }) {
     const Take take = ReadTake(header + rows, "m.csv");
     EXPECT_THAT(take.markers, ElementsAre("Chin", "L brow"));
@@ -223,7 +225,7 @@ TEST(MarkerCsv, LetterCaseAndBlanksInTheHeaderAreForgivenAndNoted) {
   }
   // Behind blank lines the header is on a later one.
   EXPECT_THAT(ReadTake("\n\nFrame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,1,1,2,3\n", "m.csv").notes,
-              ElementsAre("line 3: column 1 is \"Frame\" and was read as \"frame\""));
+              ElementsAre("line 3: column names corrected: column 1 from \"Frame\" to \"frame\""));
 }
 
 TEST(MarkerCsv, BlankBeforeTheDotOfAllThreeBelongsToTheName) {
@@ -426,4 +428,26 @@ TEST(MarkerCsv, NumbersDoNotFollowTheLocale) {
   std::ostringstream out; // made under the locale, and so with its commas
   WriteMarkerCsv(large, out);
   EXPECT_EQ(out.str(), "frame,time,A.x,A.y,A.z\n1234567,1.5,1234567.5,0,0\n");
+}
+
+TEST(MarkerCsv, FaultsHaveCodesAndTheirLine) {
+  const auto problem = [](const std::string& text) { return ProblemOf([&] { ReadTake(text, "m.csv"); }); };
+  EXPECT_EQ(problem("frame,time\n1,0\n"), "empty at 1");
+  EXPECT_EQ(problem("frame,time,A.x,A.y\n"), "missing at 1");
+  EXPECT_EQ(problem("frame,time,A.x,A.z,A.y\n"), "syntax at 1");
+  EXPECT_EQ(problem("frame,time,A,A.y,A.z\n"), "syntax at 1");
+  EXPECT_EQ(problem("frame,time,A.x,A.y,A.z,A.x,A.y,A.z\n"), "duplicate at 1");
+  EXPECT_EQ(problem("frame,time,timecode@x,A.x,A.y,A.z\n"), "invalid-value at 1");
+  EXPECT_EQ(problem("frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,1,1,,3\n"), "missing at 3");
+}
+
+TEST(MarkerCsv, NotesHaveCodesAndPlaces) {
+  EXPECT_THAT(ReadTake("Frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,1,nan,,\n", "m.csv").notes,
+              ElementsAre(IsNote(Code::Syntax, "line 1", "column names corrected"),
+                          IsNote(Code::InvalidValue, "", "1 fields are NaN")));
+  const std::string header = "frame,time,timecode@25,A.x,A.y,A.z\n", column = "column \"timecode@25\"";
+  EXPECT_THAT(ReadTake(header + "1,0,,1,2,3\n2,1,,1,2,3\n", "m.csv").notes,
+              ElementsAre(IsNote(Code::Missing, column, "the first row has no timecode")));
+  EXPECT_THAT(ReadTake(header + "1,0,10:00:00:00,1,2,3\n2,1,10:00:00:00,1,2,3\n", "m.csv").notes,
+              ElementsAre(IsNote(Code::Contradiction, column, "1 of 2 timecodes")));
 }

@@ -1,6 +1,7 @@
 #include "host/formats/read_take.h"
 
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 #include "tests/host/temporary_folder.h"
 
 #include <fmt/format.h>
@@ -103,8 +104,19 @@ TEST(ReadTake, StrictlyEveryNoteIsAnErrorWithTheFilesName) {
   const Take take = ReadTake(gappy, "t.csv");
   ASSERT_EQ(take.notes.size(), 1u);
   EXPECT_EQ(InputErrorOf([&] { ReadTake(gappy, "t.csv", {.strict = true, .face = {}}); }),
-            "t.csv: " + take.notes[0] + "; fix the file, or read it without --strict");
+            "t.csv: " + Message(take.notes[0]) + "; fix the file, or read it without --strict");
   EXPECT_EQ(ReadTake(kTake, "t.csv", {.strict = true, .face = {}}).FrameCount(), 2u);
+}
+
+TEST(ReadTake, StrictlyANotesCodeAndPlaceAreTheProblems) {
+  const auto strict = [](const std::string& text) {
+    return ProblemOf([&] { ReadTake(text, "t", {.strict = true, .face = {}}); });
+  };
+  EXPECT_EQ(strict("Frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n"),
+            "syntax at 1"); // as lines stand in errors
+  EXPECT_EQ(strict("frame,time,A.x,A.y,A.z\n1,0,1,2,3\n3,0.5,4,5,6\n"), "missing at no place");
+  EXPECT_EQ(strict("frame,time,timecode@25,A.x,A.y,A.z\n1,0,,1,2,3\n2,1,,1,2,3\n"),
+            "missing at column \"timecode@25\"");
 }
 
 // --- Tables of shape weights, which are no takes.

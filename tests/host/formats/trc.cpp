@@ -3,6 +3,7 @@
 #include "host/formats/read_take.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 #include "tests/random.h"
 
 #include <fmt/format.h>
@@ -21,6 +22,7 @@
 #include <utility>
 #include <vector>
 
+using mien::Code;
 using mien::FrameRate;
 using mien::InputError;
 using mien::IsTrc;
@@ -125,8 +127,8 @@ TEST(Trc, ARowThatLacksACellSomewhereIsAGapOfAllMarkers) {
   const Take take =
       Read(WithRows("1\t0.000\t1\t2\t3\t4\t5\t6\n2\t0.020\t1\t3\t4\t5\t6\n3\t0.040\t1\t2\t3\t4\t5\t6\n"));
   EXPECT_THAT(Positions(take), ElementsAre("1 2 3", "4 5 6", "gap", "gap", "1 2 3", "4 5 6"));
-  EXPECT_THAT(take.notes, testing::Contains(testing::HasSubstr(
-                              "the row ends within marker 2 of 2: a cell is missing somewhere in it")));
+  EXPECT_THAT(take.notes, testing::Contains(Says(HasSubstr(
+                              "the row ends within marker 2 of 2: a cell is missing somewhere in it"))));
 }
 
 TEST(Trc, EveryRowThatLacksACellIsAMissingColumn) {
@@ -177,7 +179,7 @@ TEST(Trc, NotesAreErrorsWhenStrict) {
   File file;
   file.blank = "";
   EXPECT_THAT(InputErrorOf([&] { mien::ReadTake(file.Text(), "t.trc", {.strict = true, .face = {}}); }),
-              StartsWith("t.trc: line 6: no blank line before the first row; "));
+              StartsWith("t.trc:6: no blank line before the first row; "));
 }
 
 // What each program does differently, and nobody needs to hear of.
@@ -636,7 +638,7 @@ TEST(Trc, AFileThatEndsInsideARowLosesWhatItEndsWith) {
   const auto last = [&](const std::string& row) {
     const Take take = Read(WithRows(first + row));
     return std::pair(take.FrameCount() == 2 ? At(take, 1, 0) + ", " + At(take, 1, 1) : "none",
-                     take.notes.back());
+                     Message(take.notes.back()));
   };
   const std::string left_out = "line 8: the file ends inside the row, which is left out";
   EXPECT_EQ(last("2"), std::pair(std::string("none"), left_out));
@@ -731,6 +733,62 @@ TEST(Trc, HugeCountsInTheHeaderCostNothing) {
   File file;
   file.values = "50\t50\t999999999999\t999999999999\tmm\t50\t1\t999999999999\n";
   EXPECT_EQ(Read(file).FrameCount(), 2u);
+}
+
+// --- What programs see of it.
+
+TEST(Trc, NotesHaveCodesAndPlaces) {
+  File file;
+  file.path_line = "";
+  file.keys = "DataRate\tStudio\tDataRate\n";
+  file.values = "50\t1\t60\n";
+  EXPECT_THAT(Read(file).notes, ElementsAre(IsNote(Code::Missing, "line 1", "no line PathFileType"),
+                                            IsNote(Code::Syntax, "line 1", "3 keys instead of 8"),
+                                            IsNote(Code::Ignored, "line 1",
+                                                   "the key \"Studio\" is not known, and not read; "
+                                                   "likewise 1 more key"),
+                                            IsNote(Code::Assumed, "line 2", "no Units")));
+
+  file = {};
+  file.values = "50.00\t50.00\t9\t2\tell\t50.00\t1\t2\n";
+  file.names = "Frame#\tTime\tChin\t\t\tChin\t\t\n";
+  file.labels = "";
+  EXPECT_THAT(Read(file).notes,
+              ElementsAre(IsNote(Code::Assumed, "line 3", "the unit"),
+                          IsNote(Code::Missing, "line 6", "no labels X1"),
+                          IsNote(Code::Duplicate, "line 4", "the name \"Chin\" is there twice"),
+                          IsNote(Code::Contradiction, "line 3", "NumFrames is 9; the file has 2 frames")));
+
+  EXPECT_THAT(
+      Read(WithRows("1\t\t1\t\t3\tinf\t5\t6\n1\t0.02\t1\t2\t3\n9\t0.04\t1\t2\t3\t4\t5\t6\n")).notes,
+      ElementsAre(IsNote(Code::Contradiction, "line 3", "NumFrames"),
+                  IsNote(Code::Missing, "line 8", "the row is too short"),
+                  IsNote(Code::Missing, "line 7", "\"Chin\" has 2 of its 3 values"),
+                  IsNote(Code::InvalidValue, "line 7", "\"L brow\" has a value that is infinite"),
+                  IsNote(Code::Order, "line 8", "frame 1 comes after frame 1; the frames are numbered"),
+                  IsNote(Code::Missing, "line 7", "no time")));
+  EXPECT_THAT(Read(WithRows("1\t0\t1\t2\t3\t4\t5\t6\n2\t0.02\t1\t2\t3\t4\t5")).notes,
+              testing::Contains(IsNote(Code::Truncated, "line 8", "the file ends inside the row")));
+  EXPECT_THAT(Read(WithRows("1\t0\t9\t2\t3\t4\t5\t6\n3\t0.9\t0\t0\t0\t4\t5\t6\n")).notes,
+              ElementsAre(IsNote(Code::Doubtful, "", "\"Chin\" is at 0 0 0 in 1 frame"),
+                          IsNote(Code::Missing, "", "frames missing: 1 after frame 1"),
+                          IsNote(Code::Contradiction, "", "frame 3 has the time 0.9 s")));
+}
+
+TEST(Trc, FaultsHaveCodesAndTheirLine) {
+  const auto problem = [](const File& file) { return ProblemOf([&] { Read(file); }); };
+  EXPECT_EQ(problem(WithRows("1\t0\tx\t2\t3\t4\t5\t6\n")), "invalid-value at 7");
+  EXPECT_EQ(problem(WithRows("1 0 1 2 3 4 5\n")), "missing at 7");
+  EXPECT_EQ(problem(WithRows("")), "empty at 6");
+  File file;
+  file.keys = "A\tB\n";
+  EXPECT_EQ(problem(file), "missing at 2");
+  file = {};
+  file.names = "Frame#\tZeit\tChin\n";
+  EXPECT_EQ(problem(file), "syntax at 4");
+  file = {};
+  file.labels = file.blank = file.rows = file.names = "";
+  EXPECT_EQ(problem(file), "truncated at 3");
 }
 
 // --- Writing.

@@ -273,8 +273,9 @@ TEST(WriteC3d, ExactRateAndTimecodeAreKept) {
 }
 
 TEST(WriteC3d, WhatDoesNotFitIsRefusedBeforeAnythingIsWritten) {
-  const auto refused = [](const Take& take, const std::string& what) {
+  const auto refused = [](const Take& take, const std::string& what, const char* code = "limit") {
     std::ostringstream out;
+    EXPECT_EQ(ProblemOf([&] { mien::WriteC3d(take, out); }), code + std::string(" at no place"));
     EXPECT_THAT(InputErrorOf([&] { mien::WriteC3d(take, out); }), HasSubstr(what));
     EXPECT_EQ(out.str(), "");
   };
@@ -295,15 +296,15 @@ TEST(WriteC3d, WhatDoesNotFitIsRefusedBeforeAnythingIsWritten) {
   take = Take(std::vector<std::string>());
   take.rate = {100, 1};
   take.AddFrame(1, 0);
-  refused(take, "no markers");
+  refused(take, "no markers", "empty");
 
   take = Take({"Chin"});
   take.rate = {100, 1};
-  refused(take, "no frames");
+  refused(take, "no frames", "empty");
 
   take = Frames({1});
   take.rate = {};
-  refused(take, "no frame rate");
+  refused(take, "no frame rate", "missing");
 
   take = Frames({1, 1 << 24});
   refused(take, "numbered from 1 to 16777216");

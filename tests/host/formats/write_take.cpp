@@ -1,6 +1,7 @@
 #include "host/formats/write_take.h"
 
 #include "host/formats/read_take.h"
+#include "tests/host/note.h"
 #include "tests/random.h"
 
 #include <gmock/gmock.h>
@@ -126,7 +127,7 @@ Take Full() {
 }
 
 // What a change makes of a take, as told.
-std::vector<std::string> Lost(const std::function<void(Take&)>& change) {
+std::vector<mien::Note> Lost(const std::function<void(Take&)>& change) {
   Take changed = Full();
   change(changed);
   return WhatWasLost(Full(), changed);
@@ -166,9 +167,14 @@ TEST(WhatWasLost, NothingOfATakeThatIsTheSame) { EXPECT_THAT(WhatWasLost(Full(),
 TEST(WhatWasLost, ATakesOwnFileIsNoMatter) {
   EXPECT_THAT(Lost([](Take& take) {
                 take.file = take.name = take.format = take.flavour = take.unit = "other";
-                take.notes = {"a note"};
+                take.notes = {{mien::Code::Doubtful, "", "a note"}};
               }),
               IsEmpty());
+}
+
+TEST(WhatWasLost, IsLossy) {
+  EXPECT_THAT(Lost([](Take& take) { take.markers[1] = "C"; }),
+              ElementsAre(IsNote(mien::Code::Lossy, "", "1 marker is renamed")));
 }
 
 TEST(WhatWasLost, PositionsThatMoved) {
@@ -255,6 +261,11 @@ TEST(WhatWasLost, RateTimecodeEventsAndNames) {
               ElementsAre("1 event is left out: \"clap\"", "events shift by 10 ms at most"));
   EXPECT_THAT(Lost([](Take& take) { take.markers[1] = "C"; }),
               ElementsAre("1 marker is renamed: \"B\" is now \"C\""));
+  Take many = Full();
+  many.events = {{0, "a"}, {0, "b"}, {0, "c"}, {0, "d"}, {0, "e"}};
+  Take none = many;
+  none.events.clear();
+  EXPECT_THAT(WhatWasLost(many, none), ElementsAre("5 events are left out: \"a\", \"b\", \"c\" and 2 more"));
 }
 
 // A take has what the other never had: nothing is lost by that.

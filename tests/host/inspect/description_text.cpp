@@ -130,7 +130,7 @@ TEST(DescriptionText, NamesCannotSteerTheTerminal) {
   Take take({"\x1B[2JA"});
   take.AddFrame(1, 0);
   take.name = take.flavour = take.unit = "\x1B[2J";
-  take.notes = {"\x1B[2J"};
+  take.notes = {{mien::Code::Doubtful, "\x1B[2J", "\x1B[2J"}};
   take.events = {{0, "\x1B[2J"}};
   const std::string text = ToText(Describe(take));
   EXPECT_THAT(text, HasSubstr("?[2JA"));

@@ -16,7 +16,7 @@ inline mien::Take Sample() {
   take.name = "sample";
   take.format = "marker CSV";
   take.rate = {20, 1};
-  take.notes = {"frames missing: 1 after frame 13"};
+  take.notes = {{mien::Code::Missing, "", "frames missing: 1 after frame 13"}};
   for (const int number : {10, 11, 12, 13, 15, 16, 17, 18}) take.AddFrame(number, number / 20.0);
   for (const std::size_t frame : {0u, 1u, 4u, 5u, 6u, 7u}) {
     const double f = static_cast<double>(frame);

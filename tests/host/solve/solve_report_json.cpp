@@ -32,7 +32,7 @@ struct Solved {
     take.file = "takes/smile.c3d", take.name = "smile", take.format = "C3D", take.flavour = "Intel, float";
     take.rate = {30000, 1001};
     take.timecode = mien::Timecode{18, {30, 1}, false};
-    take.notes = {"frames missing: 1 after frame 57"};
+    take.notes = {{mien::Code::Missing, "", "frames missing: 1 after frame 57"}};
     for (int f = 0; f < 8; ++f) take.AddFrame(50 + 3 * f, 0.1 * f);
     neutral.how = "the median of 92 rest frames";
     neutral.notes = {"few frames are at rest"};
@@ -234,7 +234,7 @@ TEST(SolveReportJson, NamesThatAreNoUtf8AreShownAllTheSame) {
   Solved solved;
   solved.solved.report.face_fills[0].marker = "Kinn \xe4 \"x\"\n\x01";
   solved.solved.report.left_out = {std::string("a\0b", 3), "\xff\xfe", "眉"};
-  solved.take.notes = {"caf\xe9"};
+  solved.take.notes = {{mien::Code::Doubtful, "", "caf\xe9"}};
   solved.neutral.how = "\xc3";
   SolveRecord record = solved.Record();
   record.command = {"\x80"};

@@ -21,7 +21,7 @@ Take FullTake() {
   take.timecode = mien::Timecode{17, {30, 1}, false};
   take.residual_mm = 0.5;
   take.events = {{1.5, "clap"}};
-  take.notes = {"a note"};
+  take.notes = {{mien::Code::Doubtful, "", "a note"}};
   for (int f = 0; f < 6; ++f) {
     take.AddFrame(2 * f - 3, f / 29.0);
     for (std::size_t m = 0; m < 4; ++m) {

@@ -1,0 +1,248 @@
+#include "host/takes/frame_times.h"
+
+#include "tests/host/note.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+using mien::AddFrame;
+using mien::Code;
+using mien::DecimalsOf;
+using mien::FrameFault;
+using mien::Take;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+// What rows such as "12,0.400\n" make: the take, or where a fault was found, that.
+struct Result {
+  Take take;
+  std::optional<FrameFault> fault;
+};
+
+Result Read(std::string rows) {
+  Result result;
+  int decimals = 0;
+  while (!rows.empty() && !result.fault) {
+    const std::size_t comma = rows.find(','), end = rows.find('\n');
+    const std::string time = rows.substr(comma + 1, end - comma - 1);
+    decimals = std::max(decimals, DecimalsOf(time));
+    result.fault = AddFrame(result.take, std::stoll(rows), std::stod(time));
+    rows.erase(0, end + 1);
+  }
+  if (!result.fault) result.fault = SetRateByTimes(result.take, decimals);
+  return result;
+}
+
+Take FramesOf(const std::string& rows) {
+  const Result result = Read(rows);
+  if (result.fault) throw std::logic_error(result.fault->what);
+  return result.take;
+}
+
+// Rows of `count` frames from 1 at `rate`, times in seconds with `decimals` digits.
+std::string Rows(int count, double rate, int decimals) {
+  std::string rows;
+  for (int i = 0; i < count; ++i) rows += fmt::format("{},{:.{}f}\n", i + 1, i / rate, decimals);
+  return rows;
+}
+
+constexpr double kNtsc30 = 30 * 1000 / 1001.0;
+
+} // namespace
+
+TEST(FrameTimes, KeepsNumbersAndTimesOfTheFile) {
+  const Take take = FramesOf("-2,10.5\n-1,10.75\n0,11\n5,12.25\n");
+  EXPECT_THAT(take.frames, ElementsAre(-2, -1, 0, 5));
+  EXPECT_THAT(take.times, ElementsAre(10.5, 10.75, 11, 12.25));
+  EXPECT_EQ(take.rate.Hz(), 4);
+}
+
+TEST(FrameTimes, FramesWithoutNumbersAreCountedFromOneOrOn) {
+  Take take;
+  EXPECT_FALSE(AddFrame(take, std::nullopt, 0));
+  EXPECT_FALSE(AddFrame(take, std::nullopt, 0.5));
+  EXPECT_FALSE(AddFrame(take, 10, 4));
+  EXPECT_FALSE(AddFrame(take, std::nullopt, 5));
+  EXPECT_THAT(take.frames, ElementsAre(1, 2, 10, 11));
+  EXPECT_THAT(take.times, ElementsAre(0, 0.5, 4, 5));
+}
+
+TEST(FrameTimes, DecimalsAreThoseThatWereWritten) {
+  for (const auto& [number, decimals] : std::initializer_list<std::pair<const char*, int>>{{"12", 0},
+                                                                                           {"0.033", 3},
+                                                                                           {"-0.0330", 4},
+                                                                                           {"0,020", 3},
+                                                                                           {".5", 1},
+                                                                                           {"5.", 0},
+                                                                                           {"3.3e-4", 5},
+                                                                                           {"35000e-6", 6},
+                                                                                           {"2e3", 0},
+                                                                                           {"1.25E+1", 1},
+                                                                                           {" 0.02\t", 2},
+                                                                                           {"", 0},
+                                                                                           {"1e-999", 400}})
+    EXPECT_EQ(DecimalsOf(number), decimals) << number;
+}
+
+TEST(FrameTimes, RoundedTimesStillGiveTheWholeRate) {
+  for (const double rate : {24.0, 25.0, 30.0, 50.0, 60.0, 100.0, 120.0, 240.0})
+    for (const int count : {20, 100, 1000, 18000})
+      EXPECT_EQ(FramesOf(Rows(count, rate, 3)).rate.Hz(), rate) << count;
+}
+
+TEST(FrameTimes, RoundedTimesStillGiveTheNtscRate) {
+  for (const double whole : {24.0, 30.0, 60.0, 120.0}) {
+    const double rate = whole * 1000 / 1001;
+    // With fewer frames, a thousandth of a second no longer tells the rate from the whole one.
+    for (const int count : {500, 1000, 18000})
+      EXPECT_EQ(FramesOf(Rows(count, rate, 3)).rate.Hz(), rate) << count;
+  }
+}
+
+TEST(FrameTimes, ShortTakeThatLeavesRoomForSeveralRatesGetsTheMostUsual) {
+  EXPECT_EQ(FramesOf("1,0.000\n2,0.004\n3,0.009\n").rate.Hz(), 240); // 222 Hz, give or take 25
+  EXPECT_EQ(FramesOf("1,0.000\n2,0.011\n3,0.022\n").rate.Hz(), 90);  // 91 Hz, give or take 4
+  EXPECT_EQ(FramesOf(Rows(20, 60 * 1000 / 1001.0, 3)).rate.Hz(), 60);
+  EXPECT_EQ(FramesOf(Rows(100, 29, 3)).rate.Hz(), 29);
+}
+
+TEST(FrameTimes, RateThatIsWholeAlreadyIsKeptHoweverShortTheTake) {
+  EXPECT_EQ(FramesOf("1,0.50\n2,0.51\n").rate.Hz(), 100);
+  EXPECT_EQ(FramesOf("1,0.000\n2,0.008\n").rate.Hz(), 125);
+}
+
+TEST(FrameTimes, RateThatRoundingDoesNotExplainIsKept) {
+  // A camera that is off by less than NTSC, over 100 s: half a millisecond at each end cannot explain it.
+  const Take take = FramesOf(Rows(3000, 29.985, 3));
+  EXPECT_NEAR(take.rate.Hz(), 29.985, 29.985 * 0.001 / 100); // what the rounding leaves open
+  EXPECT_NE(take.rate.Hz(), 30);
+  EXPECT_NE(take.rate.Hz(), kNtsc30);
+}
+
+TEST(FrameTimes, SameTimesWithMoreDecimalsLeaveLessRoom) {
+  EXPECT_EQ(FramesOf("1,0.00\n2,0.04\n3,0.07\n").rate.Hz(), 30); // 28.6 Hz, give or take 4
+  EXPECT_EQ(FramesOf("1,0.00000\n2,0.03500\n3,0.07000\n").rate, (mien::FrameRate{200, 7}));
+}
+
+TEST(FrameTimes, ExponentsCountAsDecimals) {
+  // 0.035 s, known to a microsecond: 28.571 Hz stands. Read as one decimal it would be snapped.
+  EXPECT_EQ(FramesOf("1,0e-6\n2,35000e-6\n3,7.0000e-2\n").rate, (mien::FrameRate{200, 7}));
+}
+
+TEST(FrameTimes, TimesOfSinglePrecisionGiveTheWholeRate) {
+  std::string rows;
+  for (int i = 0; i < 100; ++i)
+    rows += fmt::format("{},{:.10f}\n", i, static_cast<double>(static_cast<float>(i) / 30.0f));
+  EXPECT_EQ(FramesOf(rows).rate.Hz(), 30);
+}
+
+TEST(FrameTimes, MissingFramesDoNotChangeTheRateAndAreNoted) {
+  const Take take = FramesOf("1,0.000\n2,0.033\n6,0.167\n7,0.200\n9,0.267\n");
+  EXPECT_EQ(take.rate.Hz(), 30);
+  EXPECT_THAT(take.notes, ElementsAre("frames missing: 3 after frame 2, 1 after frame 7"));
+}
+
+TEST(FrameTimes, ManyMissingPlacesMakeOneNote) {
+  const Take take = FramesOf("1,0.1\n3,0.3\n5,0.5\n7,0.7\n9,0.9\n11,1.1\n");
+  EXPECT_THAT(take.notes,
+              ElementsAre("frames missing: 1 after frame 1, 1 after frame 3, 1 after frame 5 and 2 more"));
+}
+
+TEST(FrameTimes, PauseInTimeDoesNotLowerTheRateAndIsNoted) {
+  std::string rows;
+  for (int i = 0; i < 100; ++i) rows += fmt::format("{},{:.3f}\n", i, i / 30.0 + (i >= 60 ? 1 : 0));
+  const Take take = FramesOf(rows);
+  EXPECT_EQ(take.rate.Hz(), 30);
+  EXPECT_THAT(take.notes, ElementsAre("timestamps jump: 1.033 s after frame 59"));
+}
+
+TEST(FrameTimes, EachRunBetweenPausesHasItsOwnRounding) {
+  std::string rows;
+  for (int run = 0; run < 3; ++run)
+    for (int i = 0; i < 3; ++i) rows += fmt::format("{},{:.3f}\n", 3 * run + i, run + 0.0006 + i / 30.0);
+  // Each run's 0.0667 s comes out as 0.067 - 0.001: 30.3 Hz, give or take 0.46. The rounding of one run alone
+  // would leave 0.15, too little to reach 30.
+  EXPECT_EQ(FramesOf(rows).rate.Hz(), 30);
+}
+
+TEST(FrameTimes, CoarseTimesAreNoPauses) {
+  // At 90 Hz with two decimals most steps are 0.01 s and each ninth is 0.02 s.
+  const Take take = FramesOf(Rows(91, 90, 2));
+  EXPECT_EQ(take.rate.Hz(), 90);
+  EXPECT_THAT(take.notes, IsEmpty());
+}
+
+TEST(FrameTimes, OneFrameIsTakenAsThirtyHertzAndSaysSo) {
+  const Take take = FramesOf("12,3.5\n");
+  EXPECT_EQ(take.rate.Hz(), 30);
+  EXPECT_THAT(take.notes, ElementsAre("one frame has no rate; taken as 30 Hz"));
+}
+
+TEST(FrameTimes, MillisecondsReadAsSecondsAreNoted) {
+  EXPECT_THAT(FramesOf("0,0\n1,33\n2,67\n3,100\n").notes,
+              ElementsAre("the times, read as seconds, give a rate of 0.03 Hz"));
+}
+
+TEST(FrameTimes, NotesHaveCodes) {
+  EXPECT_THAT(FramesOf("1,0.0\n2,0.1\n4,0.3\n5,0.4\n6,2.4\n7,2.5\n").notes,
+              ElementsAre(IsNote(Code::Missing, "", "frames missing: 1 after"),
+                          IsNote(Code::Doubtful, "", "timestamps jump: 2 s after frame 5")));
+  EXPECT_THAT(FramesOf("1,0\n").notes, ElementsAre(IsNote(Code::Assumed, "", "one frame has no rate")));
+  EXPECT_THAT(FramesOf("1,0\n2,20\n").notes, ElementsAre(IsNote(Code::Doubtful, "", "the times, read as")));
+}
+
+TEST(FrameTimes, NoRowsAreRefused) {
+  const std::optional<FrameFault> fault = Read("").fault;
+  ASSERT_TRUE(fault);
+  EXPECT_EQ(fault->of, FrameFault::Of::Rows);
+  EXPECT_EQ(fault->code, Code::Empty);
+  EXPECT_EQ(fault->what, "there are no frames, only a header");
+}
+
+TEST(FrameTimes, FrameNumbersMustRise) {
+  for (const auto& [rows, what] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"1,0\n2,1\n2,2\n", "frame 2 comes after frame 2"},
+           {"8,0\n9,1\n1,2\n", "frame 1 comes after frame 9"}}) {
+    const Result result = Read(rows);
+    ASSERT_TRUE(result.fault);
+    EXPECT_EQ(result.fault->of, FrameFault::Of::Number);
+    EXPECT_EQ(result.fault->code, Code::Order);
+    EXPECT_EQ(result.fault->what, what);
+    EXPECT_EQ(result.take.FrameCount(), 2u) << "the take stays as it was";
+  }
+}
+
+TEST(FrameTimes, TimesMustRise) {
+  for (const auto& [rows, what] : std::initializer_list<std::pair<const char*, const char*>>{
+           {"1,0\n2,0.0\n", "the time 0 s comes after 0 s"},
+           {"1,0.5\n2,0.25\n", "the time 0.25 s comes after 0.5 s"},
+           {"1,0.5\n2,nan\n", "the time nan s comes after 0.5 s"}}) {
+    const Result result = Read(rows);
+    ASSERT_TRUE(result.fault);
+    EXPECT_EQ(result.fault->of, FrameFault::Of::Time);
+    EXPECT_EQ(result.fault->code, Code::Order);
+    EXPECT_EQ(result.fault->what, what);
+    EXPECT_EQ(result.take.FrameCount(), 1u) << "the take stays as it was";
+  }
+}
+
+TEST(FrameTimes, TimesBeyondAnyRateAreRefused) {
+  for (const char* rows : {"1,-1.7e308\n2,1.7e308\n", "1,0\n2,1e-300\n"}) {
+    const std::optional<FrameFault> fault = Read(rows).fault;
+    ASSERT_TRUE(fault);
+    EXPECT_EQ(fault->of, FrameFault::Of::Rows);
+    EXPECT_EQ(fault->code, Code::InvalidValue);
+    EXPECT_THAT(fault->what, testing::HasSubstr("give no frame rate"));
+    EXPECT_EQ(fault->fix, "write the times in seconds");
+  }
+}
