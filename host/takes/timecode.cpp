@@ -47,6 +47,12 @@ double Timecode::SecondsOfDay() const {
 }
 
 std::string Timecode::At(double seconds) const {
+  fmt::memory_buffer text;
+  AppendTo(fmt::appender(text), seconds);
+  return fmt::to_string(text);
+}
+
+void Timecode::AppendTo(fmt::appender text, double seconds) const {
   constexpr std::int64_t kParts = 1000;
   const double counts_later = seconds * rate.Hz();
   // In thousandths of a count; a day is far below 2^53 of them, and times beyond it come round.
@@ -57,10 +63,9 @@ std::string Timecode::At(double seconds) const {
 
   const std::int64_t number = Number(*this, thousandths / kParts);
   const std::int64_t whole = number / Numbers(rate);
-  std::string text = fmt::format("{:02}:{:02}:{:02}{}{:02}", whole / 3600, whole / 60 % 60, whole % 60,
-                                 drop ? ';' : ':', number % Numbers(rate));
-  if (thousandths % kParts != 0) text += fmt::format(".{:03}", thousandths % kParts);
-  return text;
+  fmt::format_to(text, "{:02}:{:02}:{:02}{}{:02}", whole / 3600, whole / 60 % 60, whole % 60,
+                 drop ? ';' : ':', number % Numbers(rate));
+  if (thousandths % kParts != 0) fmt::format_to(text, ".{:03}", thousandths % kParts);
 }
 
 std::optional<Timecode> ParseTimecode(const std::string& text, const FrameRate& rate_without,

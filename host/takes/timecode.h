@@ -2,6 +2,8 @@
 
 #include "host/takes/frame_rate.h"
 
+#include <fmt/core.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,6 +22,9 @@ struct Timecode {
   /// As text, `seconds` later: "10:02:59:29", with drop "10:02:59;29"; between two counts with the fraction in
   /// thousandths, "10:02:59:29.500". After midnight it starts again.
   std::string At(double seconds) const;
+
+  /// The same at the end of a buffer, for what is written row by row.
+  void AppendTo(fmt::appender text, double seconds) const;
 
   /// From midnight to midnight.
   std::int64_t CountsADay() const;
