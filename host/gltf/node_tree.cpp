@@ -2,6 +2,7 @@
 
 #include "host/base/error.h"
 #include "host/base/rotation.h"
+#include "host/gltf/glb_data.h"
 #include "host/gltf/json_at.h"
 #include "mien/base/affine.h"
 
@@ -12,6 +13,7 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <utility>
 
 namespace mien {
 
@@ -82,6 +84,13 @@ ClusterTransform TransformOf(const JsonAt& node) {
   return transform;
 }
 
+void SetTransform(nlohmann::ordered_json& node, const ClusterTransform& transform) {
+  const VgeQuaternion rotation(transform.rotation);
+  node["translation"] = {transform.translation.x, transform.translation.y, transform.translation.z};
+  node["rotation"] = {rotation.x, rotation.y, rotation.z, rotation.w};
+  node["scale"] = {transform.scale.x, transform.scale.y, transform.scale.z};
+}
+
 JsonAt NodeAt(const Glb& glb, std::size_t node) { return JsonAt(glb).At("nodes").Element(node); }
 
 } // namespace
@@ -96,14 +105,16 @@ std::map<std::string, std::vector<std::size_t>> NodesByName(const Glb& glb) {
 
 ClusterTransform TransformOfNode(const Glb& glb, std::size_t node) { return TransformOf(NodeAt(glb, node)); }
 
+std::size_t AppendNode(Glb& glb, const std::string& name, const ClusterTransform& transform) {
+  nlohmann::ordered_json node = {{"name", name}};
+  SetTransform(node, transform);
+  return AppendTo(glb, "nodes", std::move(node));
+}
+
 void ReplaceMatrix(Glb& glb, std::size_t node) {
   const ClusterTransform transform = TransformOfNode(glb, node);
   auto& json = glb.json["nodes"][node];
-  if (json.erase("matrix") == 0) return;
-  const VgeQuaternion rotation(transform.rotation);
-  json["translation"] = {transform.translation.x, transform.translation.y, transform.translation.z};
-  json["rotation"] = {rotation.x, rotation.y, rotation.z, rotation.w};
-  json["scale"] = {transform.scale.x, transform.scale.y, transform.scale.z};
+  if (json.erase("matrix") > 0) SetTransform(json, transform);
 }
 
 VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {

@@ -18,6 +18,9 @@ std::map<std::string, std::vector<std::size_t>> NodesByName(const Glb& glb);
 /// for a matrix that no such three make up.
 ClusterTransform TransformOfNode(const Glb& glb, std::size_t node);
 
+/// Appends a node that stands there in its parent, and answers its index. No other node has it as a child yet.
+std::size_t AppendNode(Glb& glb, const std::string& name, const ClusterTransform& transform);
+
 /// Gives a node that has a matrix a translation, a rotation and a scale instead: only these can be animated.
 void ReplaceMatrix(Glb& glb, std::size_t node);
 

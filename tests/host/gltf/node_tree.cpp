@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <string>
 
+using mien::AppendNode;
 using mien::AxesOfParents;
 using mien::ClusterTransform;
 using mien::Glb;
@@ -119,6 +120,20 @@ TEST(NodeTree, TransformsThatAreNoneAreErrors) {
             "h.glb:/nodes/0/scale: this is not a list of 3 numbers; export the head again");
   EXPECT_EQ(error(R"({"matrix":[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1],"scale":[1,1,1]})"),
             "h.glb:/nodes/0: this node has a matrix and a transform beside it; export the head again");
+}
+
+TEST(NodeTree, AnAppendedNodeStandsWhereItWasPut) {
+  Glb glb = Nodes(R"([{"name":"a"}])");
+  ClusterTransform transform;
+  transform.translation = {1, 2, 3};
+  transform.scale = VgeSVector(4, -5, 6);
+  EXPECT_EQ(AppendNode(glb, "b", transform), 1u);
+  EXPECT_EQ(glb.json["nodes"].dump(),
+            R"([{"name":"a"},{"name":"b","translation":[1.0,2.0,3.0],"rotation":[0.0,0.0,0.0,1.0],)"
+            R"("scale":[4.0,-5.0,6.0]}])");
+  transform.rotation = TransformOfNode(Nodes(R"([{"rotation":[0,0,0.6,0.8]}])"), 0).rotation;
+  const std::size_t turned = AppendNode(glb, "c", transform);
+  ExpectColumns(TransformOfNode(glb, turned).rotation, {{0.28, 0.96, 0}, {-0.96, 0.28, 0}, {0, 0, 1}});
 }
 
 TEST(NodeTree, ParentsTurnWhatIsBelowThem) {

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/base/error.h"
+#include "host/character/character.h"
+#include "host/gltf/glb.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// The built-in face (face_mesh.h) as a head: the only mesh of a scene of two nodes, of which the second, "face", shows it.
+struct FaceGlb {
+  static constexpr std::size_t kRoot = 0, kFace = 1; ///< the nodes
+
+  Glb glb;
+  bool has_shapes =
+      false; ///< whether its morph targets have the names of the character's shapes; otherwise of templates
+  std::vector<std::string>
+      shapes_without_target; ///< those of the character that no template produces, in its order
+  std::vector<Note> notes;
+};
+
+/// The face at rest. Its morph targets are the character's shapes: each takes its share of every template that produces it,
+/// so that together they give back what the templates show. Without a character, or where no template produces a shape of
+/// it, they are the templates.
+FaceGlb MakeFaceGlb(const Character* character);
+
+} // namespace mien

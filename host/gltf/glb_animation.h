@@ -1,0 +1,62 @@
+#pragma once
+
+#include "host/character/character.h"
+#include "host/gltf/glb.h"
+#include "host/gltf/glb_data.h"
+#include "host/gltf/morph_targets.h"
+#include "mien/base/geometry.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mien {
+
+/// Builds one more animation of a GLB, channel by channel. All curves have the same keys: one for each frame, linear
+/// between them, the first at 0 s. The functions that give a frame's values are called for the frames that have keys alone.
+class GlbAnimation {
+public:
+  /// `times`: of the frames, in seconds and rising. A frame that floats cannot tell from the one before has no key, for a
+  /// key must be later than the last one. The GLB must be one that can be appended to (glb_data.h), and outlive this.
+  GlbAnimation(Glb& glb, const std::vector<double>& times);
+
+  /// How many frames have no key.
+  std::size_t LeftOutFrames() const { return frame_count_ - keys_.size(); }
+
+  /// Drives all morph targets that a node shows, which glTF makes one curve. `weight` must depend on the targets' names and
+  /// defaults alone: nodes that have these in common share the curve.
+  void AddWeights(const MorphNode& node,
+                  const std::function<double(std::size_t frame, std::size_t target)>& weight);
+
+  /// Turns a node, which has no matrix. `rotation` is proper.
+  void AddRotation(std::size_t node, const std::function<VgeRMatrix(std::size_t frame)>& rotation);
+
+  /// Moves, turns and scales a node, which has no matrix. The rotation of `transform` is proper.
+  void AddTransform(std::size_t node, const std::function<ClusterTransform(std::size_t frame)>& transform);
+
+  /// Appends the animation. At least one channel was added; nothing can be added from here on.
+  void Finish(const std::string& name, nlohmann::ordered_json extras);
+
+private:
+  using Json = nlohmann::ordered_json;
+
+  std::size_t AddSampler(const std::vector<float>& values, ElementType type);
+  void AddChannel(std::size_t node, const char* path, std::size_t sampler);
+
+  Glb& glb_;
+  std::size_t frame_count_;
+  std::vector<std::size_t> keys_;    // frames
+  std::vector<float> times_;         // s, from the first (size: keys)
+  std::optional<std::size_t> input_; // the accessor of the times, once there is a curve
+  std::map<std::pair<std::vector<std::string>, std::vector<double>>, std::size_t>
+      weights_; // samplers by targets and defaults
+  Json channels_ = Json::array(), samplers_ = Json::array();
+};
+
+} // namespace mien

@@ -1,0 +1,128 @@
+#include "host/gltf/glb_data.h"
+
+#include "host/base/text.h"
+#include "host/gltf/json_at.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <bit>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kFloat = 5126, kUnsignedShort = 5123; // component types
+constexpr std::string_view kOneFile = "export it again as one .glb";
+
+struct ElementName {
+  const char* name;
+  std::size_t size; // components
+};
+
+ElementName NameOf(ElementType type) {
+  switch (type) {
+  case ElementType::Scalar:
+    return {"SCALAR", 1};
+  case ElementType::Vec3:
+    return {"VEC3", 3};
+  case ElementType::Vec4:
+    break;
+  }
+  return {"VEC4", 4};
+}
+
+void AppendNumber(std::string& bytes, std::uint32_t number, int size) {
+  for (int byte = 0; byte < size; ++byte) bytes.push_back(static_cast<char>(number >> 8 * byte & 0xFF));
+}
+
+std::size_t AppendView(Glb& glb, const std::string& bytes, ViewTarget target) {
+  glb.binary.resize((glb.binary.size() + 3) / 4 * 4);
+  Json view = {{"buffer", 0}, {"byteOffset", glb.binary.size()}, {"byteLength", bytes.size()}};
+  if (target != ViewTarget::None) view["target"] = static_cast<int>(target);
+  glb.binary += bytes;
+  glb.json["buffers"][0]["byteLength"] = glb.binary.size();
+  return AppendTo(glb, "bufferViews", std::move(view));
+}
+
+} // namespace
+
+std::size_t AppendTo(Glb& glb, const char* key, Json element) {
+  Json& list = glb.json[key];
+  list.push_back(std::move(element));
+  return list.size() - 1;
+}
+
+std::size_t AppendFloats(Glb& glb, std::span<const float> values, ElementType type, Bounds bounds,
+                         ViewTarget target) {
+  const auto [name, size] = NameOf(type);
+  std::string bytes;
+  bytes.reserve(4 * values.size());
+  for (const float value : values) AppendNumber(bytes, std::bit_cast<std::uint32_t>(value), 4);
+  Json accessor = {{"bufferView", AppendView(glb, bytes, target)},
+                   {"componentType", kFloat},
+                   {"count", values.size() / size},
+                   {"type", name}};
+  if (bounds == Bounds::With) {
+    Json least = Json::array(), most = Json::array();
+    for (std::size_t c = 0; c < size; ++c) {
+      float lowest = values[c], highest = values[c];
+      for (std::size_t v = c; v < values.size(); v += size) {
+        lowest = std::min(lowest, values[v]);
+        highest = std::max(highest, values[v]);
+      }
+      least.push_back(static_cast<double>(lowest)); // reads back to the same float
+      most.push_back(static_cast<double>(highest));
+    }
+    accessor["min"] = std::move(least);
+    accessor["max"] = std::move(most);
+  }
+  return AppendTo(glb, "accessors", std::move(accessor));
+}
+
+std::size_t AppendIndices(Glb& glb, std::span<const std::uint16_t> indices) {
+  std::string bytes;
+  bytes.reserve(2 * indices.size());
+  for (const std::uint16_t index : indices) AppendNumber(bytes, index, 2);
+  return AppendTo(glb, "accessors",
+                  {{"bufferView", AppendView(glb, bytes, ViewTarget::Indices)},
+                   {"componentType", kUnsignedShort},
+                   {"count", indices.size()},
+                   {"type", "SCALAR"}});
+}
+
+void CheckAppendable(const Glb& glb) {
+  const JsonAt root(glb);
+  for (const char* list : {"accessors", "bufferViews", "animations"}) root.ElementsOf(list);
+
+  const std::vector<JsonAt> buffers = root.ElementsOf("buffers");
+  if (glb.binary.empty() || buffers.empty())
+    throw InputError(Code::Missing, glb.file, "", "the head's data is not in this file", kOneFile);
+  if (const auto uri = buffers[0].Find("uri")) uri->Fail("the head's data is not in this file", kOneFile);
+  const JsonAt length = buffers[0].At("byteLength");
+  const Json& bytes = length.Value();
+  if (!bytes.is_number_integer() || bytes < 0 || bytes.get<std::size_t>() > glb.binary.size())
+    length.Fail(
+        fmt::format("the buffer is not one of the {} bytes that the file holds for it", glb.binary.size()),
+        kOneFile);
+}
+
+std::vector<Note> NotesOnFilesBeside(const Glb& glb) {
+  std::vector<Note> notes;
+  for (const char* list : {"buffers", "images"})
+    for (const JsonAt& object : JsonAt(glb).ElementsOf(list)) {
+      const auto uri = object.Find("uri");
+      if (uri && !uri->String().starts_with("data:"))
+        notes.push_back({Code::Missing, "",
+                         fmt::format("the head refers to {} beside it: keep it beside the output too",
+                                     Quoted(uri->String()))});
+    }
+  return notes;
+}
+
+} // namespace mien

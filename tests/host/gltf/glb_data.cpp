@@ -1,0 +1,131 @@
+#include "host/gltf/glb_data.h"
+
+#include "tests/host/glb_curves.h"
+#include "tests/host/head_glb.h"
+#include "tests/host/input_error.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+using mien::AppendFloats;
+using mien::AppendIndices;
+using mien::AppendTo;
+using mien::Bounds;
+using mien::CheckAppendable;
+using mien::Code;
+using mien::ElementType;
+using mien::Glb;
+using mien::Note;
+using mien::ViewTarget;
+using testing::ElementsAre;
+using testing::SizeIs;
+using tests::Floats;
+using tests::HeadOf;
+using tests::Json;
+
+namespace {
+
+std::string Error(const Glb& glb) {
+  return InputErrorOf([&] { CheckAppendable(glb); });
+}
+
+} // namespace
+
+TEST(GlbData, AnElementGoesToTheEndOfItsList) {
+  Glb glb;
+  glb.json = {{"nodes", {{{"name", "a"}}}}};
+  EXPECT_EQ(AppendTo(glb, "nodes", {{"name", "b"}}), 1u);
+  EXPECT_EQ(AppendTo(glb, "materials", {{"name", "m"}}), 0u) << "a list that was missing";
+  EXPECT_EQ(glb.json.dump(), R"({"nodes":[{"name":"a"},{"name":"b"}],"materials":[{"name":"m"}]})");
+}
+
+// Behind three bytes of data: floats start at multiples of 4.
+TEST(GlbData, FloatsAreLittleEndianBehindWhatWasThere) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<float> values = {1.f, -2.f};
+  EXPECT_EQ(AppendFloats(glb, values, ElementType::Scalar, Bounds::Without), 0u);
+  EXPECT_EQ(glb.binary, std::string("abc\0\0\0\x80\x3F\0\0\0\xC0", 12));
+  EXPECT_EQ(glb.json["buffers"][0].dump(), R"({"byteLength":12,"name":"b"})");
+  EXPECT_EQ(glb.json["bufferViews"].dump(), R"([{"buffer":0,"byteOffset":4,"byteLength":8}])");
+  EXPECT_EQ(glb.json["accessors"].dump(),
+            R"([{"bufferView":0,"componentType":5126,"count":2,"type":"SCALAR"}])");
+}
+
+TEST(GlbData, BoundsAreThoseOfEachComponent) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<float> values = {1, -2, 0.1f, -3, 5, 0.25f};
+  AppendFloats(glb, values, ElementType::Vec3, Bounds::With, ViewTarget::Vertices);
+  const Json& accessor = glb.json["accessors"][0];
+  EXPECT_EQ(accessor["count"], 2);
+  EXPECT_EQ(accessor["type"], "VEC3");
+  EXPECT_THAT(accessor["min"].get<std::vector<float>>(), ElementsAre(-3, -2, 0.1f));
+  EXPECT_THAT(accessor["max"].get<std::vector<float>>(), ElementsAre(1, 5, 0.25f));
+  EXPECT_EQ(glb.json["bufferViews"][0]["target"], 34962);
+}
+
+TEST(GlbData, QuaternionsHaveFourComponents) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<float> values = {0, 0, 0, 1, 1, 0, 0, 0};
+  const std::size_t accessor = AppendFloats(glb, values, ElementType::Vec4, Bounds::Without);
+  EXPECT_EQ(glb.json["accessors"][accessor]["type"], "VEC4");
+  EXPECT_EQ(glb.json["accessors"][accessor]["count"], 2);
+  EXPECT_EQ(Floats(glb, accessor), values);
+}
+
+TEST(GlbData, IndicesAreTwoBytesEach) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<std::uint16_t> indices = {0, 1, 0xABCD};
+  EXPECT_EQ(AppendIndices(glb, indices), 0u);
+  EXPECT_EQ(glb.binary, std::string("abc\0\0\0\1\0\xCD\xAB", 10));
+  EXPECT_EQ(glb.json["accessors"].dump(),
+            R"([{"bufferView":0,"componentType":5123,"count":3,"type":"SCALAR"}])");
+  EXPECT_EQ(glb.json["bufferViews"].dump(), R"([{"buffer":0,"byteOffset":4,"byteLength":6,"target":34963}])");
+  const std::vector<float> more = {1};
+  EXPECT_EQ(AppendFloats(glb, more, ElementType::Scalar, Bounds::Without), 1u);
+  EXPECT_EQ(glb.json["bufferViews"][1]["byteOffset"], 12) << "floats behind them start at a multiple of 4";
+}
+
+TEST(GlbData, WhatCanBeAppendedTo) { EXPECT_EQ(Error(HeadOf(R"("a")")), "no InputError"); }
+
+TEST(GlbData, DataOutsideTheFileIsAnError) {
+  Glb head = HeadOf(R"("a")");
+  head.json["buffers"][0]["uri"] = "head.bin";
+  EXPECT_EQ(Error(head),
+            "h.glb:/buffers/0/uri: the head's data is not in this file; export it again as one .glb");
+  head = HeadOf(R"("a")");
+  head.binary.clear();
+  EXPECT_EQ(Error(head), "h.glb: the head's data is not in this file; export it again as one .glb");
+  head = HeadOf(R"("a")");
+  head.json["buffers"].clear();
+  EXPECT_EQ(Error(head), "h.glb: the head's data is not in this file; export it again as one .glb");
+  for (const Json& length : {Json(5), Json(-1), Json("4"), Json(1.5)}) {
+    head = HeadOf(R"("a")");
+    head.json["buffers"][0]["byteLength"] = length;
+    EXPECT_EQ(Error(head), "h.glb:/buffers/0/byteLength: the buffer is not one of the 3 bytes "
+                           "that the file holds for it; export it again as one .glb")
+        << length;
+  }
+}
+
+TEST(GlbData, ListsThatAreNoneAreErrors) {
+  for (const std::string list : {"accessors", "bufferViews", "animations", "buffers"}) {
+    Glb head = HeadOf(R"("a")");
+    head.json[list] = "text";
+    EXPECT_EQ(Error(head), "h.glb:/" + list + ": this is not an array; export the head again");
+  }
+}
+
+TEST(GlbData, FilesBesideAreNoted) {
+  Glb glb = HeadOf(R"("a")",
+                   R"(,"images":[{"uri":"skin.png"},{"uri":"data:image/png;base64,AA"},{"bufferView":0}])");
+  glb.json["buffers"].push_back({{"uri", "more.bin"}, {"byteLength", 7}});
+  EXPECT_THAT(mien::NotesOnFilesBeside(glb),
+              ElementsAre(Note{Code::Missing, "",
+                               "the head refers to \"more.bin\" beside it: keep it beside the output too"},
+                          Note{Code::Missing, "",
+                               "the head refers to \"skin.png\" beside it: keep it beside the output too"}));
+}
