@@ -24,16 +24,16 @@ void Require(bool holds) {
 /// Two frames in which everything moves that can: names of the 52, clusters, the head.
 mien::Animation MakeAnimation() {
   mien::Animation animation;
-  animation.take = "fuzz";
+  animation.layout.take = "fuzz";
   animation.frames = {1, 2};
   animation.times = {0.5, 0.6};
-  animation.weights.assign(2 * animation.templates.size(), 0.25);
+  animation.weights.assign(2 * animation.layout.templates.size(), 0.25);
   animation.heads.resize(2);
   animation.heads[1].m[0][0] = animation.heads[1].m[2][2] = -1; // half a turn
-  animation.shapes = {"jawOpen", "browInnerUp", "a"};
+  animation.layout.shapes = {"jawOpen", "browInnerUp", "a"};
   animation.shape_weights = {0, 0.5, 1, 1, 0.5, 0};
-  animation.clusters = {{"part", "face"}, {"part", "b"}};
-  animation.rest_clusters.resize(2);
+  animation.layout.clusters = {{"part", "face"}, {"part", "b"}};
+  animation.layout.rest_clusters.resize(2);
   animation.local_clusters.resize(4);
   return animation;
 }

@@ -3,11 +3,11 @@
 
 #include "samples/synthetic_performance.h"
 
-#include "host/animation/animation_glb.h"
 #include "host/animation/weight_csv.h"
 #include "host/character/character_file.h"
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
+#include "host/gltf/face_glb.h"
 #include "host/performer/performer_file.h"
 #include "mien/face/face.h"
 
@@ -110,8 +110,9 @@ double Swing(int frame, int period) {
 
 VFaceTemplateState WeightsAt(const Animation& known, std::size_t frame) {
   VFaceTemplateState weights;
-  for (std::size_t c = 0; c < known.templates.size(); ++c)
-    weights.mParts[known.templates[c].part].mWeights[known.templates[c].slot] = known.Weight(frame, c);
+  for (std::size_t c = 0; c < known.layout.templates.size(); ++c)
+    weights.mParts[known.layout.templates[c].part].mWeights[known.layout.templates[c].slot] =
+        known.Weight(frame, c);
   return weights;
 }
 
@@ -324,7 +325,7 @@ Take Film(const std::vector<SpotPair>& pairs, const Motion& to_take, double step
   const std::vector<Spot> spots = BothSides(pairs);
   Take take;
   for (const Spot& spot : spots) take.markers.push_back(spot.marker);
-  take.rate = known.rate;
+  take.rate = known.layout.rate;
   Random random(seed);
   for (std::size_t f = 0; f < known.frames.size(); ++f) {
     take.AddFrame(known.frames[f], known.times[f]);
@@ -362,12 +363,12 @@ std::string Text(const std::function<void(std::ostream&)>& write) {
 
 Animation KnownWeights() {
   Animation known;
-  known.rate = {kRateHz, 1};
+  known.layout.rate = {kRateHz, 1};
   const auto add = [&known](const std::string& column, const Gesture& gesture, int start) {
-    for (std::size_t c = 0; c < known.templates.size(); ++c) {
-      if (known.templates[c].name != column) continue;
+    for (std::size_t c = 0; c < known.layout.templates.size(); ++c) {
+      if (known.layout.templates[c].name != column) continue;
       for (int f = 0; f < kFrames; ++f)
-        known.weights[static_cast<std::size_t>(f) * known.templates.size() + c] +=
+        known.weights[static_cast<std::size_t>(f) * known.layout.templates.size() + c] +=
             gesture.peak * Bump(static_cast<double>(f + 1 - start) / gesture.length);
       return;
     }
@@ -378,7 +379,8 @@ Animation KnownWeights() {
     known.frames.push_back(f + 1);
     known.times.push_back(Rounded(static_cast<double>(f) / kRateHz, 1000));
   }
-  known.weights.resize(known.frames.size() * known.templates.size());
+  known.heads.resize(known.frames.size());
+  known.weights.resize(known.frames.size() * known.layout.templates.size());
   for (const Gesture& gesture : kGestures) {
     if (gesture.column.starts_with("LR.")) {
       const std::string column(gesture.column.substr(3));
@@ -439,9 +441,13 @@ Performer MarkerPerformer() {
 
 std::map<std::string, std::string> SampleFiles() {
   const Character arkit52 = LoadCharacter("arkit52");
+  const Animation known = KnownWeights();
   return {
-      {"head.glb", Text([&](std::ostream& out) { WriteFace(&arkit52, out); })},
-      {"known_weights.csv", Text([](std::ostream& out) { WriteTemplateCsv(KnownWeights(), out); })},
+      {"head.glb", Text([&](std::ostream& out) { WriteGlb(MakeFaceGlb(&arkit52).glb, out); })},
+      {"known_weights.csv", Text([&](std::ostream& out) {
+         WeightCsvWriter writer(known.layout, WeightKind::Templates, out);
+         Write(known, writer);
+       })},
       {"landmarks.csv", Text([](std::ostream& out) { WriteLandmarkCsv(FilmLandmarks(), out); })},
       {"markers.csv", Text([](std::ostream& out) { WriteMarkerCsv(FilmMarkers(), out); })},
       {"markers.performer.json", Text([](std::ostream& out) { WritePerformer(MarkerPerformer(), out); })},

@@ -82,11 +82,11 @@ Animation MirrorImage(const Animation& animation) {
     return name;
   };
   Animation mirrored = animation;
-  for (std::size_t c = 0; c < animation.templates.size(); ++c)
-    for (std::size_t d = 0; d < animation.templates.size(); ++d)
-      if (animation.templates[d].name == other(animation.templates[c].name))
+  for (std::size_t c = 0; c < animation.layout.templates.size(); ++c)
+    for (std::size_t d = 0; d < animation.layout.templates.size(); ++d)
+      if (animation.layout.templates[d].name == other(animation.layout.templates[c].name))
         for (std::size_t f = 0; f < animation.frames.size(); ++f)
-          mirrored.weights[f * animation.templates.size() + c] = animation.Weight(f, d);
+          mirrored.weights[f * animation.layout.templates.size() + c] = animation.Weight(f, d);
   return mirrored;
 }
 
@@ -97,17 +97,18 @@ Animation MeasuredOnExactPoints(const Performer& performer) {
   constexpr int kMouth = 0, kChinHolder = 4;
   for (std::size_t f = 0; f < measured.frames.size(); ++f) {
     const auto weight = [&](std::size_t c) -> double& {
-      return measured.weights[f * measured.templates.size() + c];
+      return measured.weights[f * measured.layout.templates.size() + c];
     };
     VFaceTemplateState weights;
-    for (std::size_t c = 0; c < measured.templates.size(); ++c)
-      weights.mParts[measured.templates[c].part].mWeights[measured.templates[c].slot] = weight(c);
+    for (std::size_t c = 0; c < measured.layout.templates.size(); ++c)
+      weights.mParts[measured.layout.templates[c].part].mWeights[measured.layout.templates[c].slot] =
+          weight(c);
     VFaceState face;
     GetGlobalFace()->Template2FaceSolve(&face, &weights);
     face.mValid = !performer.holders[kMouth][kChinHolder].empty();
     GetGlobalFace()->Face2TemplateSolve(&weights, &face);
-    for (std::size_t c = 0; c < measured.templates.size(); ++c) {
-      const auto& [part, slot, name] = measured.templates[c];
+    for (std::size_t c = 0; c < measured.layout.templates.size(); ++c) {
+      const auto& [part, slot, name] = measured.layout.templates[c];
       const auto& holders = performer.holders[static_cast<std::size_t>(part)];
       const bool at_rest =
           std::all_of(holders.begin(), holders.end(), [](const auto& h) { return h.empty(); });
@@ -134,8 +135,8 @@ void ExpectNear(const Animation& solved, const Animation& expected,
                 const std::map<std::string, Tolerance>& tolerances, Use use) {
   ASSERT_EQ(solved.frames, expected.frames);
   std::size_t compared = 0;
-  for (std::size_t c = 0; c < solved.templates.size(); ++c) {
-    const auto tolerance = tolerances.find(WithoutSide(solved.templates[c].name));
+  for (std::size_t c = 0; c < solved.layout.templates.size(); ++c) {
+    const auto tolerance = tolerances.find(WithoutSide(solved.layout.templates[c].name));
     if (tolerance == tolerances.end()) continue;
     double most = 0, squares = 0;
     std::size_t frames = 0, worst = 0;
@@ -149,9 +150,9 @@ void ExpectNear(const Animation& solved, const Animation& expected,
     ASSERT_GT(frames, 0u);
     const double rms = std::sqrt(squares / static_cast<double>(frames));
     EXPECT_LE(most, tolerance->second.most)
-        << solved.templates[c].name << " is " << solved.Weight(worst, c) << ", not "
+        << solved.layout.templates[c].name << " is " << solved.Weight(worst, c) << ", not "
         << expected.Weight(worst, c) << ", in frame " << solved.frames[worst];
-    EXPECT_LE(rms, tolerance->second.rms) << solved.templates[c].name;
+    EXPECT_LE(rms, tolerance->second.rms) << solved.layout.templates[c].name;
     ++compared;
   }
   EXPECT_GE(compared, tolerances.size());
@@ -160,14 +161,15 @@ void ExpectNear(const Animation& solved, const Animation& expected,
 const auto kAllFrames = [](std::size_t) { return true; };
 
 bool AtRest(const Animation& known, std::size_t frame) {
-  for (std::size_t c = 0; c < known.templates.size(); ++c)
+  for (std::size_t c = 0; c < known.layout.templates.size(); ++c)
     if (known.Weight(frame, c) != 0) return false;
   return true;
 }
 
 bool Sneers(const Animation& known, std::size_t frame) {
-  for (std::size_t c = 0; c < known.templates.size(); ++c)
-    if (WithoutSide(known.templates[c].name) == "Nostril.Up" && known.Weight(frame, c) != 0) return true;
+  for (std::size_t c = 0; c < known.layout.templates.size(); ++c)
+    if (WithoutSide(known.layout.templates[c].name) == "Nostril.Up" && known.Weight(frame, c) != 0)
+      return true;
   return false;
 }
 
@@ -200,16 +202,16 @@ TEST(Samples, AreWhatTheGeneratorWrites) {
 
 TEST(Samples, PerformEveryTemplateAndFirstOneAfterTheOther) {
   const Animation known = mien::samples::KnownWeights();
-  for (std::size_t c = 0; c < known.templates.size(); ++c) {
+  for (std::size_t c = 0; c < known.layout.templates.size(); ++c) {
     double most = 0;
     for (std::size_t f = 0; f < known.frames.size(); ++f) most = std::max(most, known.Weight(f, c));
-    EXPECT_GE(most, 0.4) << known.templates[c].name;
+    EXPECT_GE(most, 0.4) << known.layout.templates[c].name;
   }
   constexpr std::int64_t kTalkBegins = 263;
   for (std::size_t f = 0; known.frames[f] < kTalkBegins; ++f) {
     std::set<std::string> performed;
-    for (std::size_t c = 0; c < known.templates.size(); ++c)
-      if (known.Weight(f, c) != 0) performed.insert(WithoutSide(known.templates[c].name));
+    for (std::size_t c = 0; c < known.layout.templates.size(); ++c)
+      if (known.Weight(f, c) != 0) performed.insert(WithoutSide(known.layout.templates[c].name));
     EXPECT_LE(performed.size(), 1u) << "frame " << known.frames[f];
   }
 }
@@ -312,8 +314,8 @@ TEST(Samples, LandmarksReturnWhatIsMeasuredOnExactPoints) {
 TEST(Samples, WithoutAChinASquareMouthReadsHalfAsSquareAndAQuarterAsOpen) {
   const Animation known = mien::samples::KnownWeights();
   constexpr std::size_t kOpen = 0, kSquare = 6;
-  ASSERT_EQ(known.templates[kOpen].name, "Mouth.Open");
-  ASSERT_EQ(known.templates[kSquare].name, "Mouth.Square");
+  ASSERT_EQ(known.layout.templates[kOpen].name, "Mouth.Open");
+  ASSERT_EQ(known.layout.templates[kSquare].name, "Mouth.Square");
   constexpr std::size_t kFrame = 49; // the height of the square that is performed by itself
   ASSERT_EQ(known.Weight(kFrame, kSquare), 1);
   ASSERT_EQ(known.Weight(kFrame, kOpen), 0);
@@ -328,13 +330,13 @@ TEST(Samples, BrowsRiseAndFallWithWhatIsPerformed) {
   const Animation known = mien::samples::KnownWeights();
   for (const Animation& solved : {Solve(Markers(), Synthetic()), Solve(Landmarks(), Landmarks68())}) {
     std::size_t steps = 0;
-    for (std::size_t c = 0; c < known.templates.size(); ++c) {
-      if (!WithoutSide(known.templates[c].name).starts_with("Brow.")) continue;
+    for (std::size_t c = 0; c < known.layout.templates.size(); ++c) {
+      if (!WithoutSide(known.layout.templates[c].name).starts_with("Brow.")) continue;
       for (std::size_t f = 113; f < 150; ++f) { // raised and frowned by themselves
         const double step = known.Weight(f, c) - known.Weight(f - 1, c);
         if (std::fabs(step) < 0.1) continue; // less does not stand out from the noise
         EXPECT_GT((solved.Weight(f, c) - solved.Weight(f - 1, c)) * step, 0)
-            << known.templates[c].name << ", frame " << known.frames[f];
+            << known.layout.templates[c].name << ", frame " << known.frames[f];
         ++steps;
       }
     }
@@ -380,7 +382,7 @@ TEST(Samples, LostFramesAreFilled) {
   // Nothing jumps there: no step is larger than all that are seen.
   const Animation& animation = solved.animation;
   std::size_t steps = 0;
-  for (std::size_t c = 0; c < animation.templates.size(); ++c) {
+  for (std::size_t c = 0; c < animation.layout.templates.size(); ++c) {
     double seen = 0, filled = 0;
     for (std::size_t f = 1; f < take.FrameCount(); ++f) {
       const bool lost = !take.At(f, 0) || !take.At(f - 1, 0);
@@ -388,9 +390,9 @@ TEST(Samples, LostFramesAreFilled) {
       most = std::max(most, std::fabs(animation.Weight(f, c) - animation.Weight(f - 1, c)));
       steps += lost;
     }
-    EXPECT_LE(filled, seen) << animation.templates[c].name;
+    EXPECT_LE(filled, seen) << animation.layout.templates[c].name;
   }
-  EXPECT_EQ(steps, 6 * animation.templates.size()) << "into, in and out of two gaps";
+  EXPECT_EQ(steps, 6 * animation.layout.templates.size()) << "into, in and out of two gaps";
 }
 
 // --- What must make no difference.

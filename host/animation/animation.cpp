@@ -10,34 +10,71 @@
 
 namespace mien {
 
-void Animation::CheckFinite(const std::string& file) const {
-  const auto check = [&](std::size_t frame, double value, const std::string& what) {
-    if (!std::isfinite(static_cast<float>(value)))
-      throw InputError(Code::InvalidValue, file, fmt::format("frame {}", frames[frame]),
-                       fmt::format("the solve gives {} for {}", value, what),
-                       "check the unit of the take's positions, and the character's weights");
-  };
-  for (std::size_t f = 0; f < frames.size(); ++f) {
-    if (!std::isfinite(static_cast<float>(times[f] - times[0])))
-      throw InputError(Code::InvalidValue, file, fmt::format("frame {}", frames[f]),
-                       fmt::format("it comes at {} s", times[f]), "check the times");
-    for (std::size_t t = 0; t < templates.size(); ++t) check(f, Weight(f, t), templates[t].name);
-    for (std::size_t s = 0; s < shapes.size(); ++s) check(f, ShapeWeight(f, s), Quoted(shapes[s]));
-    const VgeAMatrix head = HeadMotion(f);
-    for (const auto& column : head.m)
-      for (const double value : column) check(f, value, "the head");
-    for (std::size_t c = 0; c < clusters.size(); ++c)
-      for (const auto* transforms : {&local_clusters, &global_clusters}) {
-        const auto& [t, r, s] = (*transforms)[f * clusters.size() + c];
-        for (const double value : {t.x, t.y, t.z, s.x, s.y, s.z}) check(f, value, Quoted(clusters[c].name));
-        for (int column = 0; column < 3; ++column)
-          for (int row = 0; row < 3; ++row) check(f, r.m[column][row], Quoted(clusters[c].name));
-      }
-  }
+namespace {
+
+bool IsFinite(double value) { return std::isfinite(static_cast<float>(value)); }
+
+/// The frame's part of a list that has `size` values a frame.
+template <class T>
+std::span<const T> Row(const std::vector<T>& values, std::size_t frame, std::size_t size) {
+  return std::span(values).subspan(frame * size, size);
 }
 
-VgeAMatrix Animation::HeadMotion(std::size_t frame) const {
-  return detail::Product(detail::InverseOfOrthogonalAxes(neutral_head), heads[frame]);
+} // namespace
+
+std::vector<std::string> AnimationLayout::WeightNames(WeightKind kind) const {
+  if (kind == WeightKind::Shapes) return shapes;
+  std::vector<std::string> names;
+  for (const TemplateColumn& column : templates) names.push_back(column.name);
+  return names;
+}
+
+VgeAMatrix AnimationLayout::HeadMotion(const VgeAMatrix& head) const {
+  return detail::Product(detail::InverseOfOrthogonalAxes(neutral_head), head);
+}
+
+void CheckFinite(const AnimationLayout& layout, const AnimationFrame& frame, double first_time,
+                 const std::string& file) {
+  const auto fail = [&](const std::string& what, const char* fix) {
+    throw InputError(Code::InvalidValue, file, fmt::format("frame {}", frame.number), what, fix);
+  };
+  // A frame has hundreds of values, and hardly ever one that fails: its name is made for the message alone.
+  const auto check = [&](double value, const auto& name) {
+    if (!IsFinite(value))
+      fail(fmt::format("the solve gives {} for {}", value, name()),
+           "check the unit of the take's positions, and the character's weights");
+  };
+  if (!IsFinite(frame.time - first_time))
+    fail(fmt::format("it comes at {} s", frame.time), "check the times");
+  for (std::size_t t = 0; t < frame.weights.size(); ++t)
+    check(frame.weights[t], [&] { return layout.templates[t].name; });
+  for (std::size_t s = 0; s < frame.shape_weights.size(); ++s)
+    check(frame.shape_weights[s], [&] { return Quoted(layout.shapes[s]); });
+  const VgeAMatrix head = layout.HeadMotion(frame.head);
+  for (const auto& column : head.m)
+    for (const double value : column) check(value, [] { return "the head"; });
+  for (std::size_t c = 0; c < layout.clusters.size(); ++c)
+    for (const auto& transforms : {frame.local_clusters, frame.global_clusters}) {
+      const auto name = [&] { return Quoted(layout.clusters[c].name); };
+      const auto& [t, r, s] = transforms[c];
+      for (const double value : {t.x, t.y, t.z, s.x, s.y, s.z}) check(value, name);
+      for (int column = 0; column < 3; ++column)
+        for (int row = 0; row < 3; ++row) check(r.m[column][row], name);
+    }
+}
+
+AnimationFrame Animation::Frame(std::size_t frame) const {
+  return {.number = frames[frame],
+          .time = times[frame],
+          .head = heads[frame],
+          .weights = Row(weights, frame, layout.templates.size()),
+          .shape_weights = Row(shape_weights, frame, layout.shapes.size()),
+          .local_clusters = Row(local_clusters, frame, layout.clusters.size()),
+          .global_clusters = Row(global_clusters, frame, layout.clusters.size())};
+}
+
+void Animation::CheckFinite(const std::string& file) const {
+  for (std::size_t f = 0; f < frames.size(); ++f) mien::CheckFinite(layout, Frame(f), times[0], file);
 }
 
 } // namespace mien

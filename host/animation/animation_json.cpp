@@ -45,7 +45,7 @@ void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
 template <class Function>
 void WriteClusters(std::ostream& out, const Animation& animation,
                    const std::vector<ClusterTransform>& transforms, const Function& append) {
-  const std::size_t clusters = animation.clusters.size();
+  const std::size_t clusters = animation.layout.clusters.size();
   WriteFrames(out, animation.frames.size(), [&](std::string& line, std::size_t f) {
     line.push_back('[');
     for (std::size_t c = 0; c < clusters; ++c) {
@@ -63,7 +63,7 @@ void WriteTransforms(std::ostream& out, const Animation& animation,
     Append(line, t.translation);
   });
   out << ",\n      \"rotation\": ";
-  std::vector<VgeQuaternion> before(animation.clusters.size(), VgeQuaternion(0, 0, 0, 1));
+  std::vector<VgeQuaternion> before(animation.layout.clusters.size(), VgeQuaternion(0, 0, 0, 1));
   WriteClusters(out, animation, transforms, [&](std::string& line, const ClusterTransform& t, std::size_t c) {
     before[c] = QuaternionNear(before[c], t.rotation);
     Append(line, before[c]);
@@ -83,12 +83,12 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   };
   out << "{\n";
   member("format", "mien animation 1");
-  member("take", animation.take);
-  member("performer", animation.performer);
-  if (!animation.character.empty()) member("character", animation.character);
-  member("rate", animation.rate.Hz());
-  member("rate_fraction", JsonList({animation.rate.numerator, animation.rate.denominator}));
-  if (animation.timecode) member("timecode", ToText(*animation.timecode));
+  member("take", animation.layout.take);
+  member("performer", animation.layout.performer);
+  if (!animation.layout.character.empty()) member("character", animation.layout.character);
+  member("rate", animation.layout.rate.Hz());
+  member("rate_fraction", JsonList({animation.layout.rate.numerator, animation.layout.rate.denominator}));
+  if (animation.layout.timecode) member("timecode", ToText(*animation.layout.timecode));
   member("frames", JsonTightList({animation.frames.begin(), animation.frames.end()}));
   member("times", JsonTightList({animation.times.begin(), animation.times.end()}));
 
@@ -105,15 +105,13 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   });
   out << "\n  },\n";
 
-  std::vector<std::string> names;
-  for (const TemplateColumn& column : animation.templates) names.push_back(column.name);
   out << "  \"templates\": ";
-  WriteWeights(out, names, animation.weights, frames);
-  if (!animation.character.empty()) {
+  WriteWeights(out, animation.layout.WeightNames(WeightKind::Templates), animation.weights, frames);
+  if (!animation.layout.character.empty()) {
     out << ",\n  \"shapes\": ";
-    WriteWeights(out, animation.shapes, animation.shape_weights, frames);
+    WriteWeights(out, animation.layout.shapes, animation.shape_weights, frames);
     std::vector<JsonValue> clusters;
-    for (const auto& [part, name] : animation.clusters)
+    for (const auto& [part, name] : animation.layout.clusters)
       clusters.push_back(JsonObject({{"part", part}, {"cluster", name}}));
     out << ",\n  \"clusters\": {\n    \"names\": " << JsonList(clusters).Text() << ",\n    \"local\": ";
     WriteTransforms(out, animation, animation.local_clusters);

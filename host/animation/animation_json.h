@@ -6,7 +6,7 @@
 
 namespace mien {
 
-/// The whole animation, a line per frame in each list:
+/// The whole animation, a line per frame in each list, so that all of its frames have to be there:
 ///
 ///     {
 ///       "format": "mien animation 1",

@@ -1,33 +1,36 @@
 #include "host/animation/livelink_csv.h"
 
-#include "host/character/arkit_names.h"
-
-#include <fmt/format.h>
+#include "host/base/rotation.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <iterator>
 #include <numbers>
+#include <string_view>
 
 namespace mien {
 
 namespace {
 
+constexpr std::string_view kAngles[] = {"HeadYaw",     "HeadPitch",     "HeadRoll",
+                                        "LeftEyeYaw",  "LeftEyePitch",  "LeftEyeRoll",
+                                        "RightEyeYaw", "RightEyePitch", "RightEyeRoll"};
+constexpr std::size_t kHeadAngles = 3; // the others are the eyes'
+
 /// On this format's clock of 60 counts a second, whatever the take's own timecode counts.
-std::string TimeOfDay(double seconds) {
+void AppendTimeOfDay(fmt::appender row, double seconds) {
   constexpr std::int64_t kSecond = 60'000; // thousandths of a count
   constexpr std::int64_t kDay = 86'400 * kSecond;
   const std::int64_t of_day = std::llround(std::fmod(seconds, 86400) * kSecond); // below 0 before midnight
   const std::int64_t thousandths = (of_day + kDay) % kDay;
   const std::int64_t whole = thousandths / kSecond, counts = thousandths % kSecond;
-  return fmt::format("{:02}:{:02}:{:02}:{:02}.{:03}", whole / 3600, whole / 60 % 60, whole % 60,
-                     counts / 1000, counts % 1000);
+  fmt::format_to(row, "{:02}:{:02}:{:02}:{:02}.{:03}", whole / 3600, whole / 60 % 60, whole % 60,
+                 counts / 1000, counts % 1000);
 }
 
 /// With ten decimals, as these apps write; a number that they make 0 has no sign.
-void Append(fmt::memory_buffer& row, double value) {
-  fmt::format_to(std::back_inserter(row), ",{:.10f}", std::fabs(value) < 0.5e-10 ? 0.0 : value);
+void AppendNumber(fmt::appender row, double value) {
+  fmt::format_to(row, ",{:.10f}", std::fabs(value) < 0.5e-10 ? 0.0 : value);
 }
 
 /// The shapes that mean each of the 52 names.
@@ -54,48 +57,39 @@ Columns FindColumns(const std::vector<std::string>& shapes) {
 
 } // namespace
 
-std::vector<std::string> WriteLiveLinkCsv(const Animation& animation, std::ostream& out) {
-  constexpr std::string_view kAngles[] = {"HeadYaw",     "HeadPitch",     "HeadRoll",
-                                          "LeftEyeYaw",  "LeftEyePitch",  "LeftEyeRoll",
-                                          "RightEyeYaw", "RightEyePitch", "RightEyeRoll"};
-  const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
-  const Columns columns = FindColumns(animation.shapes);
+LiveLinkCsvWriter::LiveLinkCsvWriter(const AnimationLayout& layout, std::ostream& out)
+    : CsvAnimationWriter(out), layout_(layout), columns_(FindColumns(layout.shapes)) {
+  fmt::format_to(Row(), "Timecode,BlendShapeCount");
+  for (const std::string_view name : kArkitNames)
+    fmt::format_to(Row(), ",{}{}", static_cast<char>(name[0] - 'a' + 'A'), name.substr(1));
+  fmt::format_to(Row(), ",{}", fmt::join(kAngles, ","));
+  EndRow();
+}
 
+std::vector<std::string> LiveLinkCsvWriter::Missing() const {
   std::vector<std::string> missing;
-  fmt::memory_buffer row;
-  const auto end = std::back_inserter(row);
-  fmt::format_to(end, "Timecode,BlendShapeCount");
-  for (std::size_t c = 0; c < columns.size(); ++c) {
-    std::string title(kArkitNames[c]);
-    if (columns[c].empty()) missing.push_back(title);
-    title[0] = static_cast<char>(title[0] - 'a' + 'A');
-    fmt::format_to(end, ",{}", title);
-  }
-  fmt::format_to(end, ",{}", fmt::join(kAngles, ","));
-  // A timecode, which may count 29.97 numbers a second, is told in seconds by the numbers that it shows.
-  const double start = animation.timecode ? animation.timecode->SecondsOfDay() - animation.times[0] : 0;
-  for (std::size_t f = 0; f < animation.frames.size(); ++f) {
-    fmt::format_to(end, "\n{},{}", TimeOfDay(start + animation.times[f]),
-                   columns.size() + std::size(kAngles));
-    for (const std::vector<std::size_t>& shapes : columns) {
-      double sum = 0;
-      for (const std::size_t s : shapes) sum += animation.ShapeWeight(f, s);
-      Append(row, shapes.empty() ? 0 : sum / static_cast<double>(shapes.size()));
-    }
-    const VgeAMatrix head = animation.HeadMotion(f);
-    VgeRMatrix rotation;
-    std::copy(&head.m[0][0], &head.m[3][0], &rotation.m[0][0]);
-    VgeRVector degrees;
-    roll_first.M2V(degrees, rotation);
-    constexpr double kRadians = std::numbers::pi / 180;
-    for (const double angle : {degrees.y, degrees.x, degrees.z}) Append(row, angle * kRadians);
-    for (std::size_t eye = 3; eye < std::size(kAngles); ++eye) Append(row, 0);
-    out.write(row.data(), static_cast<std::streamsize>(row.size()));
-    row.clear();
-  }
-  row.push_back('\n');
-  out.write(row.data(), static_cast<std::streamsize>(row.size()));
+  for (std::size_t c = 0; c < columns_.size(); ++c)
+    if (columns_[c].empty()) missing.emplace_back(kArkitNames[c]);
   return missing;
+}
+
+void LiveLinkCsvWriter::Frame(const AnimationFrame& frame) {
+  // A timecode, which may count 29.97 numbers a second, is told in seconds by the numbers that it shows.
+  if (!start_) start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() - frame.time : 0;
+  AppendTimeOfDay(Row(), *start_ + frame.time);
+  fmt::format_to(Row(), ",{}", columns_.size() + std::size(kAngles));
+  for (const std::vector<std::size_t>& shapes : columns_) {
+    double sum = 0;
+    for (const std::size_t s : shapes) sum += frame.shape_weights[s];
+    AppendNumber(Row(), shapes.empty() ? 0 : sum / static_cast<double>(shapes.size()));
+  }
+  VgeRVector degrees;
+  const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
+  roll_first.M2V(degrees, RotationOf(layout_.HeadMotion(frame.head)));
+  constexpr double kRadians = std::numbers::pi / 180;
+  for (const double angle : {degrees.y, degrees.x, degrees.z}) AppendNumber(Row(), angle * kRadians);
+  for (std::size_t eye = kHeadAngles; eye < std::size(kAngles); ++eye) AppendNumber(Row(), 0);
+  EndRow();
 }
 
 } // namespace mien

@@ -1,7 +1,11 @@
 #pragma once
 
-#include "host/animation/animation.h"
+#include "host/animation/csv_animation_writer.h"
+#include "host/character/arkit_names.h"
 
+#include <array>
+#include <cstddef>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -15,8 +19,20 @@ namespace mien {
 /// column takes the shape of the animation that means its name (FindArkitName), or the mean of its two halves; 0 without
 /// one. The head's angles are radians from the neutral pose, applied roll first: yaw is positive to its own left, pitch
 /// downward, roll towards its own right shoulder. The eyes' are 0: the face has no gaze.
-///
-/// Answers the names of the 52 that no shape of the animation means.
-std::vector<std::string> WriteLiveLinkCsv(const Animation& animation, std::ostream& out);
+class LiveLinkCsvWriter : public CsvAnimationWriter {
+public:
+  /// Writes the header. `layout` and `out` must outlive this.
+  LiveLinkCsvWriter(const AnimationLayout& layout, std::ostream& out);
+
+  /// The names of the 52 that no shape of the layout means, in their order.
+  std::vector<std::string> Missing() const;
+
+  void Frame(const AnimationFrame& frame) override;
+
+private:
+  const AnimationLayout& layout_;
+  std::array<std::vector<std::size_t>, kArkitNames.size()> columns_; // the shapes that mean each of the 52
+  std::optional<double> start_; // what is added to a frame's time, once the first came
+};
 
 } // namespace mien

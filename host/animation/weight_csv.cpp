@@ -1,11 +1,7 @@
 #include "host/animation/weight_csv.h"
 
-#include <fmt/format.h>
-
-#include <iterator>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace mien {
 
@@ -19,39 +15,24 @@ std::string Field(std::string_view text) {
   return quoted + '"';
 }
 
-/// `weights`: frame by frame (size: frames x names).
-void WriteTable(const Animation& animation, const std::vector<std::string>& names,
-                const std::vector<double>& weights, std::ostream& out) {
-  fmt::memory_buffer row;
-  const auto end = std::back_inserter(row);
-  const auto end_row = [&row, &out] {
-    row.push_back('\n');
-    out.write(row.data(), static_cast<std::streamsize>(row.size()));
-    row.clear();
-  };
-
-  fmt::format_to(end, "frame,time{}", animation.timecode ? ",timecode" : "");
-  for (const std::string& name : names) fmt::format_to(end, ",{}", Field(name));
-  end_row();
-  for (std::size_t f = 0; f < animation.frames.size(); ++f) {
-    fmt::format_to(end, "{},{}", animation.frames[f], animation.times[f]);
-    if (animation.timecode)
-      fmt::format_to(end, ",{}", animation.timecode->At(animation.times[f] - animation.times[0]));
-    for (std::size_t c = 0; c < names.size(); ++c) fmt::format_to(end, ",{}", weights[f * names.size() + c]);
-    end_row();
-  }
-}
-
 } // namespace
 
-void WriteTemplateCsv(const Animation& animation, std::ostream& out) {
-  std::vector<std::string> names;
-  for (const TemplateColumn& column : animation.templates) names.push_back(column.name);
-  WriteTable(animation, names, animation.weights, out);
+WeightCsvWriter::WeightCsvWriter(const AnimationLayout& layout, WeightKind weights, std::ostream& out)
+    : CsvAnimationWriter(out), weights_(weights), timecode_(layout.timecode) {
+  fmt::format_to(Row(), "frame,time{}", timecode_ ? ",timecode" : "");
+  for (const std::string& name : layout.WeightNames(weights)) fmt::format_to(Row(), ",{}", Field(name));
+  EndRow();
 }
 
-void WriteShapeCsv(const Animation& animation, std::ostream& out) {
-  WriteTable(animation, animation.shapes, animation.shape_weights, out);
+void WeightCsvWriter::Frame(const AnimationFrame& frame) {
+  if (!first_time_) first_time_ = frame.time;
+  fmt::format_to(Row(), "{},{}", frame.number, frame.time);
+  if (timecode_) {
+    fmt::format_to(Row(), ",");
+    timecode_->AppendTo(Row(), frame.time - *first_time_);
+  }
+  for (const double weight : frame.WeightsOf(weights_)) fmt::format_to(Row(), ",{}", weight);
+  EndRow();
 }
 
 } // namespace mien

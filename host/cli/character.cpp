@@ -44,7 +44,7 @@ void FromGlb(const Options& options) {
   if (options.quiet) return;
   ReportLine("head", fmt::format("{}, {} of them known by name", Count(names.size(), "morph target"),
                                  names.size() - match.unmatched.size()));
-  for (const std::string& note : targets.notes) ReportLine("", note);
+  for (const Note& note : targets.notes) ReportLine("", Message(note));
   for (const std::string& note : match.notes) ReportLine("", note);
   if (!match.unmatched.empty())
     ReportLine("unknown", Some(match.unmatched) + ": nothing drives them until you say what does");

@@ -90,7 +90,7 @@ ExpressionWeights ParseExpressions(const Options& options) {
   return weights;
 }
 
-std::vector<std::string> Told(const HeadReport& head, const Animation& animation,
+std::vector<std::string> Told(const HeadCoverage& head, const Animation& animation,
                               const std::optional<Character>& character) {
   std::vector<std::string> told = {fmt::format("{} on {}, {}", Count(head.driven_targets, "morph target"),
                                                Count(head.driven_nodes, "node"),
@@ -98,9 +98,9 @@ std::vector<std::string> Told(const HeadReport& head, const Animation& animation
   // Of shapes that stay 0, and of those that move clusters, nobody misses the target.
   std::vector<std::string> missing;
   for (const std::string& shape : head.shapes_without_target) {
-    const auto s = static_cast<std::size_t>(
-        std::find(animation.shapes.begin(), animation.shapes.end(), shape) - animation.shapes.begin());
-    bool missed = s == animation.shapes.size(); // a template
+    const std::vector<std::string>& shapes = animation.layout.shapes;
+    const auto s = static_cast<std::size_t>(std::find(shapes.begin(), shapes.end(), shape) - shapes.begin());
+    bool missed = s == shapes.size(); // a template
     for (std::size_t f = 0; f < animation.frames.size() && !missed; ++f)
       missed = animation.ShapeWeight(f, s) != 0;
     if (character)
@@ -113,39 +113,50 @@ std::vector<std::string> Told(const HeadReport& head, const Animation& animation
     told.push_back("nothing moves the morph targets " + Some(head.targets_without_shape));
   if (!head.clusters_without_node.empty())
     told.push_back("no node of the name of the clusters " + Some(head.clusters_without_node));
-  told.insert(told.end(), head.notes.begin(), head.notes.end());
+  for (const Note& note : head.notes) told.push_back(Message(note));
   return told;
 }
 
 /// Writes the animation and answers what the user should hear about it: what was written, then notes.
 std::vector<std::string> Write(const Options& options, Format format, const Animation& animation,
                                const std::optional<Character>& character, std::optional<Glb> head) {
+  const AnimationLayout& layout = animation.layout;
   const auto to_file = [&](const auto& write) { WriteWhole(options.output, write); };
+  const auto weights_to_file = [&](WeightKind kind) {
+    to_file([&](std::ostream& out) {
+      WeightCsvWriter writer(layout, kind, out);
+      Write(animation, writer);
+    });
+  };
   std::vector<std::string> report;
   switch (format) {
   case Format::TemplateCsv:
-    to_file([&](std::ostream& out) { WriteTemplateCsv(animation, out); });
-    return {Count(animation.templates.size(), "template")};
+    weights_to_file(WeightKind::Templates);
+    return {Count(layout.templates.size(), "template")};
   case Format::ShapeCsv:
-    to_file([&](std::ostream& out) { WriteShapeCsv(animation, out); });
-    report = {Count(animation.shapes.size(), "shape")};
-    if (!animation.clusters.empty())
-      report.push_back(fmt::format("without the {}, which .json and .glb have",
-                                   Count(animation.clusters.size(), "cluster")));
+    weights_to_file(WeightKind::Shapes);
+    report = {Count(layout.shapes.size(), "shape")};
+    if (!layout.clusters.empty())
+      report.push_back(
+          fmt::format("without the {}, which .json and .glb have", Count(layout.clusters.size(), "cluster")));
     return report;
   case Format::LiveLinkCsv: {
     std::vector<std::string> missing;
-    to_file([&](std::ostream& out) { missing = WriteLiveLinkCsv(animation, out); });
+    to_file([&](std::ostream& out) {
+      LiveLinkCsvWriter writer(layout, out);
+      missing = writer.Missing();
+      Write(animation, writer);
+    });
     report = {"52 shapes and the head's angles"};
     if (!missing.empty()) report.push_back("0 for what the character has not: " + Some(missing));
     return report;
   }
   case Format::Json:
     to_file([&](std::ostream& out) { WriteAnimationJson(animation, out); });
-    report = {Count(animation.templates.size(), "template")};
+    report = {Count(layout.templates.size(), "template")};
     if (character)
-      report[0] += fmt::format(", {}, {}", Count(animation.shapes.size(), "shape"),
-                               Count(animation.clusters.size(), "cluster"));
+      report[0] += fmt::format(", {}, {}", Count(layout.shapes.size(), "shape"),
+                               Count(layout.clusters.size(), "cluster"));
     return report;
   case Format::Glb:
     to_file([&](std::ostream& out) {

@@ -79,10 +79,11 @@ MorphTargets FindMorphTargets(const Glb& head) {
     const auto name = mesh.Find("name");
     const std::string which = name ? Quoted(name->String()) : std::to_string(meshes.size() - 1);
     found.notes.push_back(
-        read.target_count == 1
-            ? fmt::format("the morph target of mesh {} has no name, and stays as it is", which)
-            : fmt::format("the {} morph targets of mesh {} have no names, and stay as they are",
-                          read.target_count, which));
+        {Code::Ignored, "",
+         read.target_count == 1
+             ? fmt::format("the morph target of mesh {} has no name, and stays as it is", which)
+             : fmt::format("the {} morph targets of mesh {} have no names, and stay as they are",
+                           read.target_count, which)});
   }
   const std::vector<JsonAt> nodes = root.ElementsOf("nodes");
   for (std::size_t n = 0; n < nodes.size(); ++n) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/gltf/glb.h"
 
 #include <cstddef>
@@ -17,8 +18,8 @@ struct MorphNode {
 };
 
 struct MorphTargets {
-  std::vector<MorphNode> nodes;   ///< in the file's order
-  std::vector<std::string> notes; ///< what the user should know: meshes whose targets have no names
+  std::vector<MorphNode> nodes; ///< in the file's order
+  std::vector<Note> notes;      ///< on meshes whose targets have no names
 
   /// The names of all targets, each once, in the order of the nodes.
   std::vector<std::string> Names() const;

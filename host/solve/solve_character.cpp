@@ -5,26 +5,26 @@ namespace mien {
 void SolveCharacter(Animation& animation, const Character& character, const ExpressionWeights& expressions) {
   CharacterSolver solver(character, expressions);
   const std::size_t frames = animation.frames.size();
-  animation.character = character.name;
-  animation.shapes = character.Shapes();
-  animation.clusters.clear();
-  animation.rest_clusters.clear();
+  animation.layout.character = character.name;
+  animation.layout.shapes = character.Shapes();
+  animation.layout.clusters.clear();
+  animation.layout.rest_clusters.clear();
   for (const Character::Part& part : character.parts)
     for (const Character::Cluster& cluster : part.clusters) {
-      animation.clusters.push_back({part.name, cluster.name});
-      animation.rest_clusters.push_back(cluster.rest);
+      animation.layout.clusters.push_back({part.name, cluster.name});
+      animation.layout.rest_clusters.push_back(cluster.rest);
     }
   animation.shape_weights.clear();
-  animation.shape_weights.reserve(frames * animation.shapes.size());
+  animation.shape_weights.reserve(frames * animation.layout.shapes.size());
   animation.local_clusters.clear();
-  animation.local_clusters.reserve(frames * animation.clusters.size());
+  animation.local_clusters.reserve(frames * animation.layout.clusters.size());
   animation.global_clusters.clear();
-  animation.global_clusters.reserve(frames * animation.clusters.size());
+  animation.global_clusters.reserve(frames * animation.layout.clusters.size());
 
   VFaceTemplateState templates;
   for (std::size_t f = 0; f < frames; ++f) {
-    for (std::size_t t = 0; t < animation.templates.size(); ++t) {
-      const auto& [part, slot, name] = animation.templates[t];
+    for (std::size_t t = 0; t < animation.layout.templates.size(); ++t) {
+      const auto& [part, slot, name] = animation.layout.templates[t];
       templates.mParts[part].mWeights[slot] = animation.Weight(f, t);
     }
     const VCharacterFaceState& state = solver.Solve(templates);

@@ -76,10 +76,10 @@ private:
 };
 
 void SmoothWeights(Animation& animation, double cutoff_hz) {
-  LowPass filter(cutoff_hz, animation.rate);
+  LowPass filter(cutoff_hz, animation.layout.rate);
   const std::vector<FrameSpan> unbroken = UnbrokenSpans(animation.frames);
   std::vector<double> values;
-  const std::size_t columns = animation.templates.size();
+  const std::size_t columns = animation.layout.templates.size();
   for (std::size_t t = 0; t < columns; ++t)
     for (const auto& [first, end] : unbroken) {
       values.clear();
@@ -121,14 +121,14 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   const RestInGaps markers(face, solver.RestPlaces(), options.fade_s);
 
   Animation& animation = solved.animation;
-  animation.take = take.name;
-  animation.performer = performer.name;
-  animation.neutral_head = solver.NeutralHead();
-  animation.rate = take.rate;
-  animation.timecode = take.timecode;
+  animation.layout.take = take.name;
+  animation.layout.performer = performer.name;
+  animation.layout.neutral_head = solver.NeutralHead();
+  animation.layout.rate = take.rate;
+  animation.layout.timecode = take.timecode;
   animation.frames = take.frames;
   animation.times = take.times;
-  animation.weights.reserve(take.FrameCount() * animation.templates.size());
+  animation.weights.reserve(take.FrameCount() * animation.layout.templates.size());
   animation.heads = std::move(track.heads);
   Residuals residuals(face, solver, report);
   std::vector<Point> places(face.MarkerCount());
@@ -136,7 +136,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
     if (progress) progress(f, take.FrameCount());
     for (std::size_t m = 0; m < places.size(); ++m) places[m] = markers.At(f, m);
     const FaceSolver::Frame& frame = solver.Solve(places);
-    for (const auto& [part, slot, name] : animation.templates)
+    for (const auto& [part, slot, name] : animation.layout.templates)
       animation.weights.push_back(frame.weights.mParts[part].mWeights[slot]);
     residuals.Add(f, frame);
   }

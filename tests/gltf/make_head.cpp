@@ -2,22 +2,19 @@
 // 52 shapes is turned and placed by parents, one of them by a matrix; lashes share its shapes under names of another
 // spelling; bones, one of them with a matrix, wait for clusters.
 
-#include "host/animation/animation_glb.h"
 #include "host/character/character_file.h"
+#include "host/gltf/face_glb.h"
 #include "host/gltf/glb.h"
 
 #include <fstream>
-#include <sstream>
 #include <string>
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
   using Json = nlohmann::ordered_json;
 
-  std::ostringstream face;
   const mien::Character character = mien::LoadCharacter("arkit52");
-  mien::WriteFace(&character, face);
-  mien::Glb head = mien::ReadGlb(face.str(), "face");
+  mien::Glb head = mien::MakeFaceGlb(&character).glb;
 
   Json& nodes = head.json["nodes"]; // 0 "mien" > 1 "face"
   nodes[0]["children"] = {2};

@@ -15,8 +15,10 @@
 #include <vector>
 
 using mien::Animation;
+using mien::AnimationLayout;
 using mien::ClusterTransform;
 using mien::TemplateColumn;
+using mien::WeightKind;
 using testing::ElementsAre;
 
 namespace {
@@ -26,11 +28,11 @@ Animation Full() {
   Animation animation;
   animation.frames = {7, 8};
   animation.times = {0, 1};
-  animation.weights.resize(2 * animation.templates.size());
+  animation.weights.resize(2 * animation.layout.templates.size());
   animation.heads.resize(2);
-  animation.shapes = {"jaw \"Open\"", "smile"};
+  animation.layout.shapes = {"jaw \"Open\"", "smile"};
   animation.shape_weights.resize(4);
-  animation.clusters = {{"jaw", "bone"}, {"jaw", "chin"}};
+  animation.layout.clusters = {{"jaw", "bone"}, {"jaw", "chin"}};
   animation.local_clusters.resize(4);
   animation.global_clusters.resize(4);
   return animation;
@@ -38,6 +40,11 @@ Animation Full() {
 
 std::string NotFinite(const Animation& animation) {
   return InputErrorOf([&] { animation.CheckFinite("take.csv"); });
+}
+
+std::string NotFinite(const Animation& animation, std::size_t frame) {
+  return InputErrorOf(
+      [&] { CheckFinite(animation.layout, animation.Frame(frame), animation.times[0], "take.csv"); });
 }
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -69,7 +76,7 @@ TEST(TemplateColumns, PointAtTheTemplateThatTheyName) {
 TEST(Animation, WeightsGoFrameByFrame) {
   Animation animation;
   EXPECT_TRUE(animation.frames.empty());
-  EXPECT_EQ(animation.templates.size(), 23u);
+  EXPECT_EQ(animation.layout.templates.size(), 23u);
   for (int i = 0; i < 46; ++i) animation.weights.push_back(i);
   EXPECT_EQ(animation.Weight(0, 0), 0);
   EXPECT_EQ(animation.Weight(0, 22), 22);
@@ -79,11 +86,41 @@ TEST(Animation, WeightsGoFrameByFrame) {
 
 TEST(Animation, ShapeWeightsGoFrameByFrame) {
   Animation animation;
-  animation.shapes = {"a", "b", "c"};
+  animation.layout.shapes = {"a", "b", "c"};
   animation.shape_weights = {0, 1, 2, 3, 4, 5};
   EXPECT_EQ(animation.ShapeWeight(0, 2), 2);
   EXPECT_EQ(animation.ShapeWeight(1, 0), 3);
   EXPECT_EQ(animation.ShapeWeight(1, 2), 5);
+}
+
+TEST(Animation, AFrameIsAViewOfItsNumbers) {
+  Animation animation = Full();
+  for (std::size_t i = 0; i < animation.weights.size(); ++i) animation.weights[i] = static_cast<double>(i);
+  animation.shape_weights = {0.1, 0.2, 0.3, 0.4};
+  animation.heads[1].m[3][0] = 5;
+  animation.local_clusters[3].translation.x = 6;
+  animation.global_clusters[2].translation.x = 7;
+  const mien::AnimationFrame frame = animation.Frame(1);
+  EXPECT_EQ(frame.number, 8);
+  EXPECT_EQ(frame.time, 1);
+  EXPECT_EQ(frame.head, animation.heads[1]);
+  EXPECT_EQ(frame.weights.size(), 23u);
+  EXPECT_EQ(frame.weights.data(), &animation.weights[23]) << "not a copy";
+  EXPECT_THAT(frame.shape_weights, ElementsAre(0.3, 0.4));
+  ASSERT_EQ(frame.local_clusters.size(), 2u);
+  EXPECT_EQ(frame.local_clusters[1].translation.x, 6);
+  ASSERT_EQ(frame.global_clusters.size(), 2u);
+  EXPECT_EQ(frame.global_clusters[0].translation.x, 7);
+  EXPECT_EQ(frame.WeightsOf(WeightKind::Templates).data(), frame.weights.data());
+  EXPECT_EQ(frame.WeightsOf(WeightKind::Shapes).data(), frame.shape_weights.data());
+}
+
+TEST(AnimationLayout, NamesTheWeightsOfEachKind) {
+  AnimationLayout layout;
+  layout.templates.resize(2);
+  layout.shapes = {"a", "b", "c"};
+  EXPECT_THAT(layout.WeightNames(WeightKind::Templates), ElementsAre("Mouth.Open", "Mouth.Whistle"));
+  EXPECT_THAT(layout.WeightNames(WeightKind::Shapes), ElementsAre("a", "b", "c"));
 }
 
 // --- The head.
@@ -92,8 +129,8 @@ TEST(Animation, AHeadThatStaysHasNotMoved) {
   tests::Random random(3);
   for (int i = 0; i < 50; ++i) {
     Animation animation;
-    animation.neutral_head = tests::AnyMotion(random);
-    animation.heads = {animation.neutral_head};
+    animation.layout.neutral_head = tests::AnyMotion(random);
+    animation.heads = {animation.layout.neutral_head};
     EXPECT_LT(tests::Difference(animation.HeadMotion(0), {}), 1e-12) << "metres away, in millimetres";
   }
 }
@@ -101,18 +138,19 @@ TEST(Animation, AHeadThatStaysHasNotMoved) {
 // In the take the neutral head looks along x and stands a metre up; its own axes are what counts.
 TEST(Animation, TheHeadsMotionIsInTheAxesOfTheNeutralFace) {
   Animation animation;
-  animation.neutral_head =
+  animation.layout.neutral_head =
       tests::Motion(VgeRVector(0, 90, 0), {0, 1000, 0}); // its z, the front, is the take's x
   const auto moved = [&](const VgeRVector& degrees_in_face, const mien::Point& in_face) {
     animation.heads = {
-        mien::detail::Product(animation.neutral_head, tests::Motion(degrees_in_face, in_face))};
+        mien::detail::Product(animation.layout.neutral_head, tests::Motion(degrees_in_face, in_face))};
     return animation.HeadMotion(0);
   };
   EXPECT_LT(tests::Difference(moved(VgeRVector(10, 20, 30), {1, 2, 3}),
                               tests::Motion(VgeRVector(10, 20, 30), {1, 2, 3})),
             1e-12); // a metre away, in millimetres
   // Said in the take's own axes: 5 mm along its x is forward.
-  animation.heads = {mien::detail::Product(tests::Motion(VgeRVector(), {5, 0, 0}), animation.neutral_head)};
+  animation.heads = {
+      mien::detail::Product(tests::Motion(VgeRVector(), {5, 0, 0}), animation.layout.neutral_head)};
   const VgeAMatrix forward = animation.HeadMotion(0);
   EXPECT_NEAR(forward.m[3][0], 0, 1e-12);
   EXPECT_NEAR(forward.m[3][2], 5, 1e-12);
@@ -143,7 +181,7 @@ TEST(Animation, ANumberThatIsNotFiniteIsToldByItsFrameAndName) {
        {std::pair(kNaN, "nan"), std::pair(kInfinity, "inf"), std::pair(-kInfinity, "-inf"),
         std::pair(3.5e38, "3.5e+38"), std::pair(-1e300, "-1e+300")}) {
     Animation animation = Full();
-    animation.weights[animation.templates.size()] = value;
+    animation.weights[animation.layout.templates.size()] = value;
     EXPECT_EQ(NotFinite(animation),
               "take.csv:frame 8: the solve gives " + std::string(text) + " for Mouth.Open" + fix);
     animation = Full();
@@ -180,4 +218,22 @@ TEST(Animation, EveryNumberOfTheHeadIsLookedAt) {
           << column << row;
       EXPECT_THAT(NotFinite(animation), testing::HasSubstr(" for the head; ")) << column << row;
     }
+}
+
+TEST(Animation, AFrameThatIsTooFarFromTheFirstIsToldByItsTime) {
+  Animation animation = Full();
+  animation.times = {-1e30, 3.5e38};
+  EXPECT_EQ(NotFinite(animation), "take.csv:frame 8: it comes at 3.5e+38 s; check the times");
+  animation.times = {3.5e38, 3.5e38};
+  EXPECT_EQ(NotFinite(animation), "no InputError") << "what counts is the time since the first frame";
+}
+
+// As frames come, without the others.
+TEST(Animation, EachFrameCanBeCheckedByItself) {
+  Animation animation = Full();
+  animation.weights[animation.layout.templates.size() + 1] = kNaN;
+  EXPECT_EQ(NotFinite(animation, 0), "no InputError");
+  EXPECT_EQ(NotFinite(animation, 1), NotFinite(animation));
+  EXPECT_THAT(NotFinite(animation),
+              testing::StartsWith("take.csv:frame 8: the solve gives nan for Mouth.Whistle"));
 }

@@ -47,13 +47,13 @@ std::vector<std::string> Keys(const Json& object) {
 Animation Solved(std::size_t frames) {
   tests::Random random(17);
   Animation animation;
-  animation.take = "take 1", animation.performer = "Ada", animation.rate = {30000, 1001};
-  animation.neutral_head = tests::AnyMotion(random);
+  animation.layout.take = "take 1", animation.layout.performer = "Ada", animation.layout.rate = {30000, 1001};
+  animation.layout.neutral_head = tests::AnyMotion(random);
   for (std::size_t f = 0; f < frames; ++f) {
     animation.frames.push_back(static_cast<std::int64_t>(f * f) - 1);
     animation.times.push_back(static_cast<double>(f) / 29.97 - 0.1);
-    animation.heads.push_back(mien::detail::Product(animation.neutral_head, tests::AnyMotion(random)));
-    for (std::size_t t = 0; t < animation.templates.size(); ++t)
+    animation.heads.push_back(mien::detail::Product(animation.layout.neutral_head, tests::AnyMotion(random)));
+    for (std::size_t t = 0; t < animation.layout.templates.size(); ++t)
       animation.weights.push_back(random.Between(-1, 2));
   }
   return animation;
@@ -72,9 +72,9 @@ ClusterTransform AnyTransform(tests::Random& random) {
 Animation WithCharacter(std::size_t frames) {
   tests::Random random(18);
   Animation animation = Solved(frames);
-  animation.character = "Robot";
-  animation.shapes = {"jawOpen", "say \"hi\"", "眉"};
-  animation.clusters = {{"jaw", "bone"}, {"a\\b", "bone"}};
+  animation.layout.character = "Robot";
+  animation.layout.shapes = {"jawOpen", "say \"hi\"", "眉"};
+  animation.layout.clusters = {{"jaw", "bone"}, {"a\\b", "bone"}};
   for (std::size_t f = 0; f < frames; ++f) {
     for (int s = 0; s < 3; ++s) animation.shape_weights.push_back(random.Between(-1, 2));
     for (int c = 0; c < 2; ++c) {
@@ -134,8 +134,8 @@ TEST(AnimationJson, WithoutACharacterItsKeysAreAbsent) {
 TEST(AnimationJson, WithACharacterItsKeysAreThere) {
   const Json none_per_frame = Json::parse("[[], []]");
   Animation animation = Solved(2);
-  animation.character = "Shapes alone";
-  animation.shapes = {"a"};
+  animation.layout.character = "Shapes alone";
+  animation.layout.shapes = {"a"};
   animation.shape_weights = {0, 1};
   Json json = Parsed(animation);
   EXPECT_EQ(json["shapes"]["weights"], Json::parse("[[0], [1]]"));
@@ -144,8 +144,8 @@ TEST(AnimationJson, WithACharacterItsKeysAreThere) {
     for (const std::string what : {"translation", "rotation", "scale"})
       EXPECT_EQ(json["clusters"].at(space).at(what), none_per_frame);
   animation = Solved(2);
-  animation.character = "Clusters alone";
-  animation.clusters = {{"p", "c"}};
+  animation.layout.character = "Clusters alone";
+  animation.layout.clusters = {{"p", "c"}};
   animation.local_clusters.resize(2), animation.global_clusters.resize(2);
   json = Parsed(animation);
   EXPECT_EQ(json.at("shapes").at("names"), Json::array());
@@ -172,7 +172,7 @@ TEST(AnimationJson, CarriesEveryWeightToTheSameDouble) {
   ASSERT_THAT(json["templates"]["names"], SizeIs(23));
   EXPECT_EQ(json["templates"]["names"][0], "Mouth.Open");
   EXPECT_EQ(json["templates"]["names"][22], "RightNostril.Up");
-  EXPECT_EQ(json["shapes"]["names"].get<std::vector<std::string>>(), animation.shapes);
+  EXPECT_EQ(json["shapes"]["names"].get<std::vector<std::string>>(), animation.layout.shapes);
   ASSERT_THAT(json["templates"]["weights"], SizeIs(3));
   ASSERT_THAT(json["shapes"]["weights"], SizeIs(3));
   for (std::size_t f = 0; f < 3; ++f) {
@@ -227,8 +227,8 @@ TEST(AnimationJson, QuaternionsDoNotJumpFromFrameToFrame) {
   Animation animation = WithCharacter(kFrames);
   for (std::size_t f = 0; f < kFrames; ++f) {
     const double degrees = 10.0 * static_cast<double>(f);
-    animation.heads[f] =
-        mien::detail::Product(animation.neutral_head, tests::Motion(VgeRVector(0, 0, degrees), {0, 0, 0}));
+    animation.heads[f] = mien::detail::Product(animation.layout.neutral_head,
+                                               tests::Motion(VgeRVector(0, 0, degrees), {0, 0, 0}));
     VTxRotationOrder().V2M(animation.local_clusters[2 * f].rotation, {degrees, 0, 0});
     VTxRotationOrder().V2M(animation.local_clusters[2 * f + 1].rotation, {0, 0, -degrees});
     VTxRotationOrder().V2M(animation.global_clusters[2 * f].rotation, {0, 0, degrees});
@@ -288,21 +288,21 @@ TEST(AnimationJson, WithoutFramesListsAreEmptyAndNamesAreThere) {
 
 TEST(AnimationJson, NamesAreAnyText) {
   Animation animation = WithCharacter(1);
-  animation.take = "a \"b\" \\ \n\t\x01 眉", animation.performer = "</script>",
-  animation.character = "\xC3\xA4";
+  animation.layout.take = "a \"b\" \\ \n\t\x01 眉", animation.layout.performer = "</script>",
+  animation.layout.character = "\xC3\xA4";
   const Json json = Parsed(animation);
-  EXPECT_EQ(json["take"], animation.take);
-  EXPECT_EQ(json["performer"], animation.performer);
-  EXPECT_EQ(json["character"], animation.character);
+  EXPECT_EQ(json["take"], animation.layout.take);
+  EXPECT_EQ(json["performer"], animation.layout.performer);
+  EXPECT_EQ(json["character"], animation.layout.character);
   EXPECT_EQ(json["shapes"]["names"][1], "say \"hi\"");
 }
 
 // The name of a take is that of its file, which may hold any bytes.
 TEST(AnimationJson, ATakesNameThatIsNotUtf8IsReplacedWhereItIsNot) {
   Animation animation = WithCharacter(1);
-  animation.take = "caf\xE9.c3d";
+  animation.layout.take = "caf\xE9.c3d";
   EXPECT_EQ(Parsed(animation)["take"], "caf\xEF\xBF\xBD.c3d");
-  animation.take = "\xFF\xFE\xC3";
+  animation.layout.take = "\xFF\xFE\xC3";
   EXPECT_THAT(Parsed(animation)["take"].get<std::string>(), HasSubstr("\xEF\xBF\xBD"));
 }
 
@@ -318,7 +318,7 @@ TEST(AnimationJson, HasALinePerFrameInEachList) {
 
 TEST(AnimationJson, WritesPointsWhateverTheLocale) {
   Animation animation = WithCharacter(2);
-  animation.rate = {2469, 2};
+  animation.layout.rate = {2469, 2};
   animation.frames = {1000000, 2000000};
   const std::string written = Written(animation);
   const DecimalComma german;

@@ -19,7 +19,7 @@
 
 using mien::Animation;
 using mien::kArkitNames;
-using mien::WriteLiveLinkCsv;
+using mien::LiveLinkCsvWriter;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
@@ -44,12 +44,12 @@ const std::string kHeader =
 /// Frames of these shapes, all at rest, the head where the neutral pose has it.
 Animation Frames(const std::vector<std::string>& shapes, std::size_t count = 1) {
   Animation animation;
-  animation.shapes = shapes;
+  animation.layout.shapes = shapes;
   for (std::size_t f = 0; f < count; ++f) {
     animation.frames.push_back(static_cast<std::int64_t>(f) + 1);
     animation.times.push_back(static_cast<double>(f) / 30);
   }
-  animation.weights.resize(count * animation.templates.size());
+  animation.weights.resize(count * animation.layout.templates.size());
   animation.shape_weights.resize(count * shapes.size());
   animation.heads.resize(count);
   return animation;
@@ -57,13 +57,15 @@ Animation Frames(const std::vector<std::string>& shapes, std::size_t count = 1) 
 
 std::string Written(const Animation& animation) {
   std::ostringstream out;
-  WriteLiveLinkCsv(animation, out);
+  LiveLinkCsvWriter writer(animation.layout, out);
+  Write(animation, writer);
   return out.str();
 }
 
 std::vector<std::string> Missing(const std::vector<std::string>& shapes) {
+  const Animation animation = Frames(shapes);
   std::ostringstream out;
-  return WriteLiveLinkCsv(Frames(shapes), out);
+  return LiveLinkCsvWriter(animation.layout, out).Missing();
 }
 
 std::vector<std::string> Split(const std::string& text, char separator) {
@@ -102,7 +104,7 @@ struct Head {
 
 Head Angles(const VgeAMatrix& motion, const VgeAMatrix& neutral = {}) {
   Animation animation = Frames({});
-  animation.neutral_head = neutral;
+  animation.layout.neutral_head = neutral;
   animation.heads = {mien::detail::Product(neutral, motion)};
   return {std::stod(Field(animation, "HeadYaw")), std::stod(Field(animation, "HeadPitch")),
           std::stod(Field(animation, "HeadRoll"))};
@@ -219,10 +221,10 @@ TEST(LiveLinkCsv, AnswersWhatNoShapeMeans) {
 
 TEST(LiveLinkCsv, TheBuiltInCharacterMissesNothing) {
   Animation animation = Frames({}, 2);
-  animation.weights[animation.templates.size()] = 0.5; // Mouth.Open of the second frame
+  animation.weights[animation.layout.templates.size()] = 0.5; // Mouth.Open of the second frame
   SolveCharacter(animation, mien::LoadCharacter("arkit52"));
   std::ostringstream out;
-  EXPECT_THAT(WriteLiveLinkCsv(animation, out), IsEmpty());
+  EXPECT_THAT(LiveLinkCsvWriter(animation.layout, out).Missing(), IsEmpty());
   EXPECT_EQ(Field(animation, "JawOpen", 1), "0.0000000000");
   EXPECT_EQ(Field(animation, "JawOpen", 2), "0.5000000000");
 }
@@ -238,6 +240,15 @@ TEST(LiveLinkCsv, TimecodesCount60ASecondWhateverTheRate) {
   EXPECT_EQ(Timecode(1.0 / 120), "00:00:00:00.500");
   EXPECT_EQ(Timecode(1001.0 / 30000), "00:00:00:02.002");
   EXPECT_EQ(Timecode(12 * 3600 + 34 * 60 + 56 + 0.125), "12:34:56:07.500");
+}
+
+// The numbers that a timecode of 30 shows are 30ths here, whatever its exact rate; the take's own times count from it.
+TEST(LiveLinkCsv, ATimecodeIsThatOfTheFirstFrame) {
+  Animation animation = Frames({}, 2);
+  animation.times = {7, 7.5};
+  animation.layout.timecode = mien::Timecode{.count = 3600 * 30 + 15, .rate = {30, 1}};
+  EXPECT_EQ(Field(animation, "Timecode", 1), "01:00:00:30.000");
+  EXPECT_EQ(Field(animation, "Timecode", 2), "01:00:01:00.000");
 }
 
 TEST(LiveLinkCsv, ARoundedTimecodeCarries) {
@@ -328,6 +339,7 @@ TEST(LiveLinkCsv, DoesNotCareHowTheStreamIsSet) {
   const Animation animation = Pose({{"jawOpen", 0.25}});
   std::ostringstream out;
   out << std::hex << std::setprecision(2) << std::showpos << std::setfill('*') << std::setw(300);
-  WriteLiveLinkCsv(animation, out);
+  LiveLinkCsvWriter writer(animation.layout, out);
+  Write(animation, writer);
   EXPECT_EQ(out.str(), Written(animation));
 }

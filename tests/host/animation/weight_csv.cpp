@@ -13,8 +13,8 @@
 #include <vector>
 
 using mien::Animation;
-using mien::WriteShapeCsv;
-using mien::WriteTemplateCsv;
+using mien::WeightCsvWriter;
+using mien::WeightKind;
 
 namespace {
 
@@ -22,8 +22,9 @@ Animation TwoFrames() {
   Animation animation;
   animation.frames = {-7, 9007199254740993};
   animation.times = {-0.1, 1.0 / 3};
-  animation.templates.resize(2);
+  animation.layout.templates.resize(2);
   animation.weights = {0.1, -1.5, 1e-300, 123456.75};
+  animation.heads.resize(2);
   return animation;
 }
 
@@ -31,21 +32,20 @@ const std::string kTwoFrames = "frame,time,Mouth.Open,Mouth.Whistle\n"
                                "-7,-0.1,0.1,-1.5\n"
                                "9007199254740993,0.3333333333333333,1e-300,123456.75\n";
 
-std::string Written(const Animation& animation) {
+std::string Written(const Animation& animation, WeightKind weights = WeightKind::Templates) {
   std::ostringstream out;
-  WriteTemplateCsv(animation, out);
+  WeightCsvWriter writer(animation.layout, weights, out);
+  Write(animation, writer);
   return out.str();
 }
 
 /// Two frames of shapes of these names, the weights of which count up by quarters.
 std::string WrittenShapes(const std::vector<std::string>& names) {
   Animation animation = TwoFrames();
-  animation.shapes = names;
+  animation.layout.shapes = names;
   for (std::size_t i = 0; i < 2 * names.size(); ++i)
     animation.shape_weights.push_back(0.25 * static_cast<double>(i));
-  std::ostringstream out;
-  WriteShapeCsv(animation, out);
-  return out.str();
+  return Written(animation, WeightKind::Shapes);
 }
 
 } // namespace
@@ -55,7 +55,7 @@ TEST(TemplateCsv, HasARowPerFrameAndAColumnPerTemplate) { EXPECT_EQ(Written(TwoF
 TEST(TemplateCsv, NamesEveryTemplateOfTheFace) {
   const Animation animation;
   std::string header = "frame,time";
-  for (const auto& column : animation.templates) header += ',' + column.name;
+  for (const auto& column : animation.layout.templates) header += ',' + column.name;
   EXPECT_EQ(Written(animation), header + '\n') << "and has no row without a frame";
 }
 
@@ -69,7 +69,8 @@ TEST(TemplateCsv, NumbersReadBackToTheSameBits) {
                        std::numeric_limits<double>::min(),
                        std::numeric_limits<double>::denorm_min(),
                        std::numeric_limits<double>::max()};
-  animation.templates.resize(animation.weights.size());
+  animation.layout.templates.resize(animation.weights.size());
+  animation.heads.resize(1);
   std::istringstream in(Written(animation));
   std::string field;
   std::getline(in, field); // the header
@@ -90,8 +91,21 @@ TEST(TemplateCsv, WritesPointsWhateverTheLocale) {
 TEST(TemplateCsv, DoesNotCareHowTheStreamIsSet) {
   std::ostringstream out;
   out << std::hex << std::setprecision(2) << std::showpos << std::setfill('*') << std::setw(30);
-  WriteTemplateCsv(TwoFrames(), out);
+  const Animation animation = TwoFrames();
+  WeightCsvWriter writer(animation.layout, WeightKind::Templates, out);
+  Write(animation, writer);
   EXPECT_EQ(out.str(), kTwoFrames);
+}
+
+// Counted from the first frame, whatever its time: a take need not begin at 0.
+TEST(TemplateCsv, HasTheTimecodeOfEachFrameWhereThereIsOne) {
+  Animation animation = TwoFrames();
+  animation.frames = {1, 2};
+  animation.times = {100, 100.25};
+  animation.layout.timecode = mien::Timecode{.count = 36000 * 30, .rate = {30, 1}};
+  EXPECT_EQ(Written(animation), "frame,time,timecode,Mouth.Open,Mouth.Whistle\n"
+                                "1,100,10:00:00:00,0.1,-1.5\n"
+                                "2,100.25,10:00:00:07.500,1e-300,123456.75\n");
 }
 
 TEST(ShapeCsv, HasARowPerFrameAndAColumnPerShape) {

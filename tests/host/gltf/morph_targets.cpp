@@ -7,9 +7,11 @@
 
 #include <string>
 
+using mien::Code;
 using mien::FindMorphTargets;
 using mien::Glb;
 using mien::MorphTargets;
+using mien::Note;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -84,9 +86,11 @@ TEST(MorphTargets, WithoutNamesAreNotedAndLeftAlone) {
   const MorphTargets found = Find(OneMesh(",\"name\":\"Body\""));
   EXPECT_THAT(found.nodes, IsEmpty());
   EXPECT_THAT(found.notes,
-              ElementsAre("the 2 morph targets of mesh \"Body\" have no names, and stay as they are"));
-  EXPECT_THAT(Find(R"({"meshes":[{"primitives":[{"targets":[{}]}]}]})").notes,
-              ElementsAre("the morph target of mesh 0 has no name, and stays as it is"));
+              ElementsAre(Note{Code::Ignored, "",
+                               "the 2 morph targets of mesh \"Body\" have no names, and stay as they are"}));
+  EXPECT_THAT(
+      Find(R"({"meshes":[{"primitives":[{"targets":[{}]}]}]})").notes,
+      ElementsAre(Note{Code::Ignored, "", "the morph target of mesh 0 has no name, and stays as it is"}));
 }
 
 TEST(MorphTargets, AHeadWithoutAnythingHasNone) {

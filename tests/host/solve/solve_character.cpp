@@ -44,11 +44,11 @@ Character Puppet() {
 /// Three frames, of which every template weight is another number.
 Animation ThreeFrames() {
   Animation animation;
-  animation.take = "take", animation.performer = "Ada", animation.rate = {30, 1};
+  animation.layout.take = "take", animation.layout.performer = "Ada", animation.layout.rate = {30, 1};
   animation.frames = {1, 2, 9};
   animation.times = {0, 0.1, 0.2};
   animation.heads.resize(3);
-  for (std::size_t i = 0; i < 3 * animation.templates.size(); ++i)
+  for (std::size_t i = 0; i < 3 * animation.layout.templates.size(); ++i)
     animation.weights.push_back(0.01 * static_cast<double>(i));
   return animation;
 }
@@ -65,15 +65,15 @@ void ExpectSame(const mien::ClusterTransform& a, const VgeTVector& t, const VgeR
 TEST(SolveCharacter, NamesCharacterShapesAndClusters) {
   Animation animation = ThreeFrames();
   SolveCharacter(animation, Puppet());
-  EXPECT_EQ(animation.character, "Puppet");
-  EXPECT_THAT(animation.shapes, ElementsAre("smile", "frown", "drop", "blink"));
-  ASSERT_EQ(animation.clusters.size(), 3u);
-  EXPECT_EQ(animation.clusters[0].part, "jaw");
-  EXPECT_EQ(animation.clusters[0].name, "bone");
-  EXPECT_EQ(animation.clusters[1].part, "jaw");
-  EXPECT_EQ(animation.clusters[1].name, "chin");
-  EXPECT_EQ(animation.clusters[2].part, "lids");
-  EXPECT_EQ(animation.clusters[2].name, "bone");
+  EXPECT_EQ(animation.layout.character, "Puppet");
+  EXPECT_THAT(animation.layout.shapes, ElementsAre("smile", "frown", "drop", "blink"));
+  ASSERT_EQ(animation.layout.clusters.size(), 3u);
+  EXPECT_EQ(animation.layout.clusters[0].part, "jaw");
+  EXPECT_EQ(animation.layout.clusters[0].name, "bone");
+  EXPECT_EQ(animation.layout.clusters[1].part, "jaw");
+  EXPECT_EQ(animation.layout.clusters[1].name, "chin");
+  EXPECT_EQ(animation.layout.clusters[2].part, "lids");
+  EXPECT_EQ(animation.layout.clusters[2].name, "bone");
   EXPECT_EQ(animation.shape_weights.size(), 3u * 4);
   EXPECT_EQ(animation.local_clusters.size(), 3u * 3);
   EXPECT_EQ(animation.global_clusters.size(), 3u * 3);
@@ -86,8 +86,8 @@ TEST(SolveCharacter, IsFrameForFrameWhatTheSolverGives) {
   CharacterSolver solver(Puppet(), wink);
   for (std::size_t f = 0; f < 3; ++f) {
     VFaceTemplateState templates;
-    for (std::size_t t = 0; t < animation.templates.size(); ++t)
-      templates.mParts[animation.templates[t].part].mWeights[animation.templates[t].slot] =
+    for (std::size_t t = 0; t < animation.layout.templates.size(); ++t)
+      templates.mParts[animation.layout.templates[t].part].mWeights[animation.layout.templates[t].slot] =
           animation.Weight(f, t);
     const VCharacterFaceState& state = solver.Solve(templates);
     EXPECT_EQ(animation.ShapeWeight(f, 0), state.mWeights[0][0]);
@@ -115,8 +115,8 @@ TEST(SolveCharacter, LeavesWhatTheTakeGave) {
   const Animation before = ThreeFrames();
   Animation animation = before;
   SolveCharacter(animation, Puppet());
-  EXPECT_EQ(animation.take, before.take);
-  EXPECT_EQ(animation.performer, before.performer);
+  EXPECT_EQ(animation.layout.take, before.layout.take);
+  EXPECT_EQ(animation.layout.performer, before.layout.performer);
   EXPECT_EQ(animation.frames, before.frames);
   EXPECT_EQ(animation.times, before.times);
   EXPECT_EQ(animation.weights, before.weights);
@@ -128,11 +128,11 @@ TEST(SolveCharacter, TakesThePlaceOfAFormerCharacter) {
   SolveCharacter(once, mien::LoadCharacter("arkit52"));
   SolveCharacter(twice, Puppet());
   SolveCharacter(twice, mien::LoadCharacter("arkit52"));
-  EXPECT_EQ(twice.character, "arkit52");
-  EXPECT_EQ(twice.shapes, once.shapes);
+  EXPECT_EQ(twice.layout.character, "arkit52");
+  EXPECT_EQ(twice.layout.shapes, once.layout.shapes);
   EXPECT_EQ(twice.shape_weights, once.shape_weights);
   EXPECT_EQ(twice.shape_weights.size(), 3u * 52);
-  EXPECT_THAT(twice.clusters, IsEmpty());
+  EXPECT_THAT(twice.layout.clusters, IsEmpty());
   EXPECT_THAT(twice.local_clusters, IsEmpty());
   EXPECT_THAT(twice.global_clusters, IsEmpty());
 }
@@ -140,8 +140,8 @@ TEST(SolveCharacter, TakesThePlaceOfAFormerCharacter) {
 TEST(SolveCharacter, ATakeWithoutFramesHasTheNamesAlone) {
   Animation animation;
   SolveCharacter(animation, Puppet());
-  EXPECT_EQ(animation.shapes.size(), 4u);
-  EXPECT_EQ(animation.clusters.size(), 3u);
+  EXPECT_EQ(animation.layout.shapes.size(), 4u);
+  EXPECT_EQ(animation.layout.clusters.size(), 3u);
   EXPECT_THAT(animation.shape_weights, IsEmpty());
   EXPECT_THAT(animation.local_clusters, IsEmpty());
 }
@@ -154,6 +154,6 @@ TEST(SolveCharacter, ThrowsAsTheSolverDoesAndLeavesTheAnimation) {
             "puppet.json:/expressions: there is no expression \"Smirk\"; name one of: Wink");
   const CharacterSolver other(Puppet());
   EXPECT_THROW(SolveCharacter(animation, Puppet()), std::logic_error);
-  EXPECT_EQ(animation.character, "");
-  EXPECT_THAT(animation.shapes, IsEmpty());
+  EXPECT_EQ(animation.layout.character, "");
+  EXPECT_THAT(animation.layout.shapes, IsEmpty());
 }

@@ -115,7 +115,7 @@ SolveOptions NothingFilled() {
 /// The largest difference of two animations' weights in the frames [first, end).
 double Distance(const Animation& a, const Animation& b, std::size_t first, std::size_t end) {
   double most = 0;
-  for (std::size_t i = first * a.templates.size(); i < end * a.templates.size(); ++i) {
+  for (std::size_t i = first * a.layout.templates.size(); i < end * a.layout.templates.size(); ++i) {
     const double difference = std::fabs(a.weights[i] - b.weights[i]);
     if (!(difference <= most)) most = difference; // a NaN is kept
   }
@@ -126,7 +126,7 @@ double Distance(const Animation& a, const Animation& b) { return Distance(a, b, 
 
 /// The largest step of any weight from one frame to the next.
 double LargestStep(const Animation& animation) {
-  const std::size_t columns = animation.templates.size();
+  const std::size_t columns = animation.layout.templates.size();
   double most = 0;
   for (std::size_t i = columns; i < animation.weights.size(); ++i) {
     const double step = std::fabs(animation.weights[i] - animation.weights[i - columns]);
@@ -149,8 +149,8 @@ double LargestStepWithFades(const Animation& seen, std::size_t fade_frames) {
 }
 
 double WeightOf(const Animation& animation, std::size_t frame, const std::string& name) {
-  for (std::size_t c = 0; c < animation.templates.size(); ++c)
-    if (animation.templates[c].name == name) return animation.Weight(frame, c);
+  for (std::size_t c = 0; c < animation.layout.templates.size(); ++c)
+    if (animation.layout.templates[c].name == name) return animation.Weight(frame, c);
   throw std::logic_error("no template " + name);
 }
 
@@ -164,20 +164,20 @@ TEST(SolveTake, CarriesFramesTimesRateAndTimecodeOver) {
   const Animation animation = Solve(take).animation;
   EXPECT_EQ(animation.frames, take.frames);
   EXPECT_EQ(animation.times, take.times);
-  EXPECT_EQ(animation.rate, take.rate);
-  EXPECT_EQ(animation.timecode, take.timecode);
+  EXPECT_EQ(animation.layout.rate, take.rate);
+  EXPECT_EQ(animation.layout.timecode, take.timecode);
   EXPECT_EQ(animation.weights.size(), 5u * 23);
   EXPECT_EQ(animation.heads.size(), 5u);
 }
 
 TEST(SolveTake, NamesTakeAndPerformerAndNoCharacter) {
   const Animation animation = Solve(OddTake()).animation;
-  EXPECT_EQ(animation.take, "plain take");
-  EXPECT_EQ(animation.performer, "plain");
-  EXPECT_EQ(animation.character, "");
-  EXPECT_TRUE(animation.shapes.empty());
+  EXPECT_EQ(animation.layout.take, "plain take");
+  EXPECT_EQ(animation.layout.performer, "plain");
+  EXPECT_EQ(animation.layout.character, "");
+  EXPECT_TRUE(animation.layout.shapes.empty());
   EXPECT_TRUE(animation.shape_weights.empty());
-  EXPECT_TRUE(animation.clusters.empty());
+  EXPECT_TRUE(animation.layout.clusters.empty());
 }
 
 TEST(SolveTake, TheHeadMovesFromWhereTheNeutralPoseHasIt) {
@@ -191,11 +191,11 @@ TEST(SolveTake, TheHeadMovesFromWhereTheNeutralPoseHasIt) {
   Film(take, neutral);
   Film(take, PlainFace(), Product(place, turn));
   const Animation animation = SolveTake(take, PlainPerformer(), neutral).animation;
-  EXPECT_EQ(animation.neutral_head, FaceSolver(PlainPerformer(), neutral).NeutralHead());
+  EXPECT_EQ(animation.layout.neutral_head, FaceSolver(PlainPerformer(), neutral).NeutralHead());
   // Metres away, in millimetres: 1e-9 is a picometre.
   EXPECT_LT(tests::Difference(animation.HeadMotion(0), {}), 1e-9);
   const VgeAMatrix upright =
-      Product(InverseOfOrthogonalAxes(place), animation.neutral_head); // of the plain face
+      Product(InverseOfOrthogonalAxes(place), animation.layout.neutral_head); // of the plain face
   const VgeAMatrix expected = Product(InverseOfOrthogonalAxes(upright), Product(turn, upright));
   EXPECT_LT(tests::Difference(animation.HeadMotion(1), expected), 1e-9);
   EXPECT_GT(animation.HeadMotion(1).m[2][0], 0.33) << "its front goes to its left by the sine of 20 degrees";
@@ -235,8 +235,8 @@ TEST(SolveTake, IsTheStepsThatItIsMadeOf) {
     for (std::size_t f = 0; f < take.FrameCount(); ++f) {
       for (const std::size_t m : all) places[m] = markers.At(f, m);
       const FaceSolver::Frame& frame = solver.Solve(places);
-      for (std::size_t c = 0; c < solved.animation.templates.size(); ++c) {
-        const auto& [part, slot, name] = solved.animation.templates[c];
+      for (std::size_t c = 0; c < solved.animation.layout.templates.size(); ++c) {
+        const auto& [part, slot, name] = solved.animation.layout.templates[c];
         ASSERT_EQ(solved.animation.Weight(f, c), frame.weights.mParts[part].mWeights[slot])
             << f << ' ' << name;
       }
@@ -341,10 +341,10 @@ TEST(SolveTake, APartThatIsHiddenForLongRestsAndNothingJumps) {
     options.fade_s = fade_s;
     const SolvedTake solved = Solve(take, options);
     const auto fade = static_cast<std::size_t>(fade_s * 100);
-    const std::size_t columns = solved.animation.templates.size();
+    const std::size_t columns = solved.animation.layout.templates.size();
     for (std::size_t f = 99 + fade; f <= 300 - fade; ++f)
       for (std::size_t c = 0; c < columns; ++c)
-        if (solved.animation.templates[c].part == 0) {
+        if (solved.animation.layout.templates[c].part == 0) {
           ASSERT_NEAR(solved.animation.Weight(f, c), 0, kRounding) << f;
         } else {
           ASSERT_EQ(solved.animation.Weight(f, c), seen.Weight(f, c)) << "other parts go on: " << f;
@@ -408,7 +408,7 @@ TEST(SolveTake, ATakeThatNeverShowsTheFaceIsNeutral) {
   for (int f = 0; f < 3; ++f) take.AddFrame(f, f / 30.0);
   const SolvedTake solved = Solve(take);
   for (const double weight : solved.animation.weights) EXPECT_NEAR(weight, 0, kRounding);
-  EXPECT_THAT(solved.animation.heads, Each(solved.animation.neutral_head));
+  EXPECT_THAT(solved.animation.heads, Each(solved.animation.layout.neutral_head));
   EXPECT_EQ(solved.report.frames_without_head, 3u);
   for (const auto& part : solved.report.parts) EXPECT_EQ(part.rest_frames, 3u) << part.name;
 }
@@ -452,14 +452,14 @@ TEST(SolveTake, SmoothedWeightsAreTheWeightsThroughTheFilter) {
   const Animation smooth = Solve(take, options).animation;
   EXPECT_EQ(smooth.heads, raw.heads);
   mien::LowPass filter(4, take.rate);
-  const std::size_t columns = raw.templates.size();
+  const std::size_t columns = raw.layout.templates.size();
   for (std::size_t c = 0; c < columns; ++c)
     for (const auto& [first, end] : {std::pair<std::size_t, std::size_t>(0, 70), {70, 120}}) {
       std::vector<double> values;
       for (std::size_t f = first; f < end; ++f) values.push_back(raw.Weight(f, c));
       filter.Filter(values);
       for (std::size_t f = first; f < end; ++f)
-        ASSERT_EQ(smooth.Weight(f, c), values[f - first]) << raw.templates[c].name << ' ' << f;
+        ASSERT_EQ(smooth.Weight(f, c), values[f - first]) << raw.layout.templates[c].name << ' ' << f;
     }
 }
 
@@ -564,7 +564,7 @@ TEST(SolveReport, SaysWhereTheHeadsMotionWasNotRemoved) {
   const SolvedTake solved = SolveTake(Talk(10), performer, PlainFace());
   EXPECT_FALSE(solved.report.head_motion_removed);
   EXPECT_EQ(solved.report.frames_without_head, 0u);
-  EXPECT_THAT(solved.animation.heads, Each(solved.animation.neutral_head));
+  EXPECT_THAT(solved.animation.heads, Each(solved.animation.layout.neutral_head));
 }
 
 TEST(SolveReport, ANeutralTakeLeavesNoResidual) {

@@ -1,0 +1,207 @@
+#include "host/animation/head_binding.h"
+
+#include "host/base/text.h"
+#include "host/character/arkit_names.h"
+#include "host/gltf/glb_data.h"
+#include "host/gltf/json_at.h"
+#include "host/gltf/node_tree.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+/// The names of weights, to be found by name and by meaning.
+class WeightNames {
+public:
+  explicit WeightNames(std::vector<std::string> names) : names_(std::move(names)) {
+    for (std::size_t n = 0; n < names_.size(); ++n) {
+      by_name_.emplace(names_[n], n);
+      meanings_.push_back(FindArkitName(names_[n]));
+    }
+  }
+
+  const std::vector<std::string>& All() const { return names_; }
+
+  /// The one of this name.
+  std::optional<std::size_t> Named(const std::string& target) const {
+    const auto same = by_name_.find(target);
+    return same != by_name_.end() ? std::optional(same->second) : std::nullopt;
+  }
+
+  /// One that means this.
+  std::optional<std::size_t> Meaning(const ArkitMatch& meaning) const {
+    const ArkitMatch whole = {meaning.name, ArkitMatch::Half::Both}; // drives both halves
+    for (const ArkitMatch& wanted : {meaning, whole})
+      if (const auto found = std::find(meanings_.begin(), meanings_.end(), wanted); found != meanings_.end())
+        return static_cast<std::size_t>(found - meanings_.begin());
+    return std::nullopt;
+  }
+
+private:
+  std::vector<std::string> names_;
+  std::map<std::string, std::size_t> by_name_;
+  std::vector<std::optional<ArkitMatch>> meanings_;
+};
+
+/// The weight that drives each target of a mesh: that of its name, or else one that means the same. It drives one target,
+/// or one for each half; further spellings on the same mesh would move it twice, and go to `spare`.
+TargetDrivers FindDrivers(const MorphNode& node, const WeightNames& weights, std::set<std::string>& spare) {
+  using Half = ArkitMatch::Half;
+  TargetDrivers drivers(node.targets.size());
+  std::map<std::size_t, std::set<Half>> taken; // by weight
+  for (const bool by_name : {true, false})
+    for (std::size_t t = 0; t < node.targets.size(); ++t) {
+      if (drivers[t]) continue;
+      const auto meaning = FindArkitName(node.targets[t]);
+      const auto weight = by_name   ? weights.Named(node.targets[t])
+                          : meaning ? weights.Meaning(*meaning)
+                                    : std::nullopt;
+      if (!weight) continue;
+      const Half half = meaning ? meaning->half : Half::Both;
+      std::set<Half>& halves = taken[*weight];
+      if (halves.contains(half) || halves.contains(Half::Both) || (half == Half::Both && !halves.empty())) {
+        spare.insert(node.targets[t]);
+        continue;
+      }
+      halves.insert(half);
+      drivers[t] = weight;
+    }
+  return drivers;
+}
+
+void BindTargets(const WeightNames& weights, const MorphTargets& targets, HeadBinding& binding) {
+  std::set<std::string> driven, spare; // targets
+  std::set<std::size_t> driving;       // weights
+  for (const MorphNode& node : targets.nodes) {
+    const TargetDrivers drivers = FindDrivers(node, weights, spare);
+    bool any = false;
+    for (std::size_t t = 0; t < drivers.size(); ++t) {
+      if (!drivers[t]) continue;
+      driven.insert(node.targets[t]);
+      driving.insert(*drivers[t]);
+      any = true;
+    }
+    if (any) binding.nodes.push_back({node, drivers});
+  }
+
+  HeadCoverage& coverage = binding.coverage;
+  coverage.driven_targets = driven.size();
+  coverage.driven_nodes = binding.nodes.size();
+  for (const std::string& target : targets.Names())
+    if (!driven.contains(target)) coverage.targets_without_shape.push_back(target);
+  for (std::size_t w = 0; w < weights.All().size(); ++w)
+    if (!driving.contains(w)) coverage.shapes_without_target.push_back(weights.All()[w]);
+  if (!spare.empty())
+    coverage.notes.push_back(
+        {Code::Ignored, "",
+         fmt::format("left at rest, since another target of the same mesh means the same: {}",
+                     SomeQuoted({spare.begin(), spare.end()}))});
+}
+
+using NodeNames = std::map<std::string, std::vector<std::size_t>>;
+
+void BindClusters(const std::vector<ClusterColumn>& clusters, const NodeNames& names, HeadBinding& binding) {
+  HeadCoverage& coverage = binding.coverage;
+  std::set<std::size_t> moved;
+  for (const ClusterColumn& cluster : clusters) {
+    const auto known = names.find(cluster.name);
+    const std::vector<std::size_t> found = known == names.end() ? std::vector<std::size_t>() : known->second;
+    if (found.size() == 1 && moved.insert(found[0]).second) {
+      binding.cluster_nodes.emplace_back(found[0]);
+      ++coverage.driven_clusters;
+      continue;
+    }
+    binding.cluster_nodes.emplace_back(std::nullopt);
+    coverage.clusters_without_node.push_back(cluster.name);
+    if (found.size() > 1)
+      coverage.notes.push_back({Code::Duplicate, "",
+                                fmt::format("{} nodes have the name of the cluster {}, and stay as they are",
+                                            found.size(), Quoted(cluster.name))});
+    else if (found.size() == 1)
+      coverage.notes.push_back(
+          {Code::Duplicate, "",
+           fmt::format("the node {} follows the first of the clusters of its name", Quoted(cluster.name))});
+  }
+}
+
+[[noreturn]] void FailUndriven(const Glb& head, const std::vector<std::string>& targets,
+                               const WeightNames& weights, WeightKind kind) {
+  if (targets.empty())
+    throw InputError(Code::Unmatched, head.file, "",
+                     "the head has no morph targets with names, which shapes could drive",
+                     "export it with its shape keys and their names");
+  throw InputError(Code::Unmatched, head.file, "",
+                   fmt::format("none of the head's morph targets ({}) has the name of a shape ({})",
+                               SomeQuoted(targets), SomeQuoted(weights.All())),
+                   kind == WeightKind::Templates
+                       ? "solve with a character (-c), or give the targets the names of templates"
+                       : "solve with a character whose shapes the head has");
+}
+
+std::size_t FindNode(const Glb& head, const NodeNames& nodes, const std::string& name) {
+  const auto found = nodes.find(name);
+  if (found == nodes.end()) {
+    std::vector<std::string> names;
+    for (const auto& [known, indices] : nodes) names.push_back(known);
+    throw InputError(Code::NotFound, head.file, "", fmt::format("no node has the name {}", Quoted(name)),
+                     names.empty() ? "give the head's node a name, and export again"
+                                   : "name one that there is: " + SomeQuoted(names));
+  }
+  if (found->second.size() > 1)
+    throw InputError(Code::Duplicate, head.file, "",
+                     fmt::format("{} nodes have the name {}", found->second.size(), Quoted(name)),
+                     "give the one that is the head a name of its own, and export again");
+  return found->second[0];
+}
+
+void BindHeadNode(const Glb& head, const NodeNames& names, const std::string& name, HeadBinding& binding) {
+  const std::size_t node = FindNode(head, names, name);
+  if (std::find(binding.cluster_nodes.begin(), binding.cluster_nodes.end(), node) !=
+      binding.cluster_nodes.end())
+    throw InputError(
+        Code::Contradiction, head.file, "",
+        fmt::format("the node {} is to follow the head, and the cluster of its name as well", Quoted(name)),
+        "name another node as the head, or take the cluster out of the character");
+  if (JsonAt(head).At("nodes").Element(node).Find("skin"))
+    binding.coverage.notes.push_back(
+        {Code::Doubtful, "",
+         fmt::format("the node {} shows a skinned mesh, which follows its bones alone: for the "
+                     "head to turn, name its bone",
+                     Quoted(name))});
+  binding.head_node = node;
+}
+
+} // namespace
+
+HeadBinding BindHead(const AnimationLayout& layout, const Glb& head,
+                     const std::optional<std::string>& head_node) {
+  HeadBinding binding;
+  binding.weights = layout.shapes.empty() ? WeightKind::Templates : WeightKind::Shapes;
+  MorphTargets targets = FindMorphTargets(head);
+  std::vector<Note>& notes = binding.coverage.notes;
+  notes = std::move(targets.notes);
+  std::ranges::move(NotesOnFilesBeside(head), std::back_inserter(notes));
+  if (const std::size_t own = JsonAt(head).ElementsOf("animations").size(); own > 0)
+    notes.push_back({Code::Doubtful, "",
+                     fmt::format("the head has {} of its own: this one comes after",
+                                 own == 1 ? "an animation" : Count(own, "animation"))});
+
+  const WeightNames weights(layout.WeightNames(binding.weights));
+  BindTargets(weights, targets, binding);
+  const NodeNames node_names = NodesByName(head);
+  BindClusters(layout.clusters, node_names, binding);
+  if (binding.coverage.driven_targets == 0 && binding.coverage.driven_clusters == 0 && !head_node)
+    FailUndriven(head, targets.Names(), weights, binding.weights);
+  if (head_node) BindHeadNode(head, node_names, *head_node, binding);
+  return binding;
+}
+
+} // namespace mien

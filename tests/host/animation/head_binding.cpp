@@ -1,0 +1,201 @@
+#include "host/animation/head_binding.h"
+
+#include "tests/host/head_glb.h"
+#include "tests/host/input_error.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+using mien::AnimationLayout;
+using mien::BindHead;
+using mien::BoundNode;
+using mien::Code;
+using mien::Glb;
+using mien::HeadBinding;
+using mien::Note;
+using mien::WeightKind;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using tests::Head;
+using tests::HeadOf;
+using tests::Mesh;
+
+namespace {
+
+AnimationLayout Layout(const std::vector<std::string>& shapes) {
+  AnimationLayout layout;
+  layout.shapes = shapes;
+  return layout;
+}
+
+HeadBinding Bind(const std::vector<std::string>& shapes, const Glb& head,
+                 const std::optional<std::string>& head_node = std::nullopt) {
+  return BindHead(Layout(shapes), head, head_node);
+}
+
+std::string Error(const AnimationLayout& layout, const Glb& head,
+                  const std::optional<std::string>& head_node = std::nullopt) {
+  return InputErrorOf([&] { BindHead(layout, head, head_node); });
+}
+
+constexpr std::nullopt_t kNone = std::nullopt;
+
+} // namespace
+
+// --- Morph targets
+
+TEST(HeadBinding, AShapeDrivesTheTargetOfItsName) {
+  const HeadBinding binding =
+      Bind({"a", "z", "b"}, Head(R"([{"mesh":0},{},{"mesh":0,"weights":[0.5,0.25,1]},{"mesh":1}])",
+                                 "[" + Mesh(R"("b","tongue","a")") + "," + Mesh(R"("horns")") + "]"));
+  EXPECT_EQ(binding.weights, WeightKind::Shapes);
+  ASSERT_THAT(binding.nodes, SizeIs(2)) << "a mesh of which nothing is driven is left to others";
+  EXPECT_EQ(binding.nodes[0].node.node, 0u);
+  EXPECT_THAT(binding.nodes[0].drivers, ElementsAre(2, kNone, 0));
+  EXPECT_EQ(binding.nodes[1].node.node, 2u);
+  EXPECT_THAT(binding.nodes[1].node.defaults, ElementsAre(0.5, 0.25, 1));
+  EXPECT_THAT(binding.nodes[1].drivers, ElementsAre(2, kNone, 0));
+  EXPECT_EQ(binding.coverage.driven_targets, 2u);
+  EXPECT_EQ(binding.coverage.driven_nodes, 2u);
+  EXPECT_THAT(binding.coverage.shapes_without_target, ElementsAre("z"));
+  EXPECT_THAT(binding.coverage.targets_without_shape, ElementsAre("tongue", "horns"));
+  EXPECT_THAT(binding.coverage.notes, IsEmpty());
+  EXPECT_EQ(binding.head_node, kNone);
+}
+
+TEST(HeadBinding, WithoutACharacterTheTemplatesAreTheShapes) {
+  const HeadBinding binding = Bind({}, HeadOf(R"("Mouth.Whistle","Mouth.Open","jawOpen")"));
+  EXPECT_EQ(binding.weights, WeightKind::Templates);
+  EXPECT_THAT(binding.nodes.at(0).drivers, ElementsAre(1, 0, kNone));
+  EXPECT_THAT(binding.coverage.shapes_without_target, SizeIs(AnimationLayout().templates.size() - 2));
+}
+
+TEST(HeadBinding, OtherSpellingsOfThe52AreTheSame) {
+  const HeadBinding binding = Bind(
+      {"jawOpen", "eyeBlink_L", "browInnerUp", "cheekPuffLeft", "cheekPuff"},
+      HeadOf(
+          R"("A01_Jaw_Open","EyeBlinkLeft","browInnerUp_L","browInnerUpRight","cheekPuff_L","CheekPuff_R")"));
+  EXPECT_THAT(binding.nodes.at(0).drivers, ElementsAre(0, 1, 2, 2, 3, 4));
+  EXPECT_EQ(binding.coverage.driven_targets, 6u);
+  EXPECT_THAT(binding.coverage.shapes_without_target, IsEmpty());
+}
+
+TEST(HeadBinding, TheSameNameComesBeforeTheSameMeaning) {
+  const HeadBinding binding = Bind({"jawOpen", "JawOpen"}, HeadOf(R"("JawOpen","jawOpen","jaw_open")"));
+  EXPECT_THAT(binding.nodes.at(0).drivers, ElementsAre(1, 0, kNone));
+}
+
+// Otherwise the jaw would open three times as far.
+TEST(HeadBinding, AShapeDrivesOneTargetOfAMesh) {
+  const HeadBinding binding = Bind(
+      {"jawOpen", "browInnerUp"},
+      HeadOf(
+          R"("Jaw_Open","jawOpen","JawOpen","browInnerUp_L","browInnerUp_R","browInnerUpLeft","BrowInnerUp")"));
+  EXPECT_THAT(binding.nodes.at(0).drivers, ElementsAre(kNone, 0, kNone, 1, 1, kNone, kNone));
+  EXPECT_EQ(binding.coverage.driven_targets, 3u);
+  EXPECT_THAT(binding.coverage.targets_without_shape,
+              ElementsAre("Jaw_Open", "JawOpen", "browInnerUpLeft", "BrowInnerUp"));
+  EXPECT_THAT(binding.coverage.notes,
+              ElementsAre(Note{Code::Ignored, "",
+                               "left at rest, since another target of the same mesh means the same: "
+                               "\"BrowInnerUp\", \"JawOpen\", \"Jaw_Open\", \"browInnerUpLeft\""}));
+}
+
+TEST(HeadBinding, NothingDrivenIsAnErrorThatSaysWhatThereIs) {
+  EXPECT_EQ(Error(Layout({"jawDrop", "smirk"}), HeadOf(R"("t1","t2","t3","t4","t5","t6","t7")")),
+            "h.glb: none of the head's morph targets (\"t1\", \"t2\", \"t3\", \"t4\", \"t5\" and 2 more) has "
+            "the name of a shape (\"jawDrop\", \"smirk\"); solve with a character whose shapes the head has");
+  EXPECT_EQ(Error(Layout({}), HeadOf(R"("jawOpen")")),
+            "h.glb: none of the head's morph targets (\"jawOpen\") has the name of a shape (\"Mouth.Open\", "
+            "\"Mouth.Whistle\", \"Mouth.CornersUpR\", \"Mouth.CornersUpL\", \"Mouth.CornersDownR\" and 18 "
+            "more); solve with a character (-c), or give the targets the names of templates");
+  EXPECT_EQ(Error(Layout({"a"}), Head(R"([{"name":"Head"}])")),
+            "h.glb: the head has no morph targets with names, which shapes could drive; export it with its "
+            "shape keys and their names");
+}
+
+// --- Clusters
+
+TEST(HeadBinding, AClusterMovesTheOneNodeOfItsName) {
+  AnimationLayout layout;
+  layout.clusters = {{"jaw", "Chin"}, {"jaw", "Nowhere"}, {"brow", "Twin"}, {"brow", "Chin"}};
+  const HeadBinding binding =
+      BindHead(layout, Head(R"([{"name":"Twin"},{"name":"Twin"},{"name":"Chin"}])"), kNone);
+  EXPECT_THAT(binding.cluster_nodes, ElementsAre(2, kNone, kNone, kNone));
+  EXPECT_EQ(binding.coverage.driven_clusters, 1u);
+  EXPECT_THAT(binding.coverage.clusters_without_node, ElementsAre("Nowhere", "Twin", "Chin"));
+  EXPECT_THAT(
+      binding.coverage.notes,
+      ElementsAre(
+          Note{Code::Duplicate, "", "2 nodes have the name of the cluster \"Twin\", and stay as they are"},
+          Note{Code::Duplicate, "", "the node \"Chin\" follows the first of the clusters of its name"}));
+}
+
+// --- The head's node
+
+TEST(HeadBinding, TheHeadsNodeIsTheOneOfItsName) {
+  const HeadBinding binding = Bind({"a"}, Head(R"([{},{"name":"Head"}])"), "Head");
+  EXPECT_EQ(binding.head_node, 1u);
+  EXPECT_EQ(binding.coverage.driven_targets, 0u) << "and a head that only turns is one too";
+}
+
+TEST(HeadBinding, TheHeadsNodeMustBeOne) {
+  const Glb head =
+      Head(R"([{"mesh":0,"name":"Face"},{"name":"Bone"},{"name":"Bone"}])", "[" + Mesh(R"("a")") + "]");
+  EXPECT_EQ(Error(Layout({"a"}), head, "head"),
+            "h.glb: no node has the name \"head\"; name one that there is: \"Bone\", \"Face\"");
+  EXPECT_EQ(Error(Layout({"a"}), Head(R"([{"mesh":0}])", "[" + Mesh(R"("a")") + "]"), "head"),
+            "h.glb: no node has the name \"head\"; give the head's node a name, and export again");
+  EXPECT_EQ(Error(Layout({"a"}), head, "Bone"), "h.glb: 2 nodes have the name \"Bone\"; give the one that is "
+                                                "the head a name of its own, and export again");
+  AnimationLayout layout = Layout({"a"});
+  layout.clusters = {{"face", "Face"}};
+  EXPECT_EQ(Error(layout, head, "Face"), "h.glb: the node \"Face\" is to follow the head, and the cluster "
+                                         "of its name as well; name another node as the "
+                                         "head, or take the cluster out of the character");
+}
+
+// --- Notes
+
+TEST(HeadBinding, MorphTargetsWithoutNamesAreNoted) {
+  const Glb head = Head(R"([{"mesh":0},{"mesh":1}])",
+                        "[" + Mesh(R"("a")") + R"(,{"name":"hair","primitives":[{"targets":[{}]}]}])");
+  EXPECT_THAT(Bind({"a"}, head).coverage.notes,
+              ElementsAre(Note{Code::Ignored, "",
+                               "the morph target of mesh \"hair\" has no name, and stays as it is"}));
+}
+
+TEST(HeadBinding, FilesBesideTheHeadAreNoted) {
+  const Glb head = HeadOf(
+      R"("a")", R"(,"images":[{"uri":"skin.png"},{"uri":"data:image/png;base64,AA"},{"bufferView":0}])");
+  EXPECT_THAT(Bind({"a"}, head).coverage.notes,
+              ElementsAre(Note{Code::Missing, "",
+                               "the head refers to \"skin.png\" beside it: keep it beside the output too"}));
+}
+
+TEST(HeadBinding, ASkinnedNodeThatCannotTurnIsNoted) {
+  const Glb head = Head(R"([{"mesh":0,"skin":0,"name":"Head"},{"name":"HeadBone"}])",
+                        "[" + Mesh(R"("a")") + "]", R"(,"skins":[{"joints":[1]}])");
+  EXPECT_THAT(Bind({"a"}, head, "Head").coverage.notes,
+              ElementsAre(Note{Code::Doubtful, "",
+                               "the node \"Head\" shows a skinned mesh, which follows its bones alone: for "
+                               "the head to turn, name its bone"}));
+  EXPECT_THAT(Bind({"a"}, head, "HeadBone").coverage.notes, IsEmpty());
+}
+
+TEST(HeadBinding, AnimationsOfTheHeadsOwnAreNoted) {
+  const auto notes = [](const std::string& animations) {
+    return Bind({"a"}, HeadOf(R"("a")", ",\"animations\":" + animations)).coverage.notes;
+  };
+  EXPECT_THAT(notes("[]"), IsEmpty());
+  EXPECT_THAT(notes("[{}]"), ElementsAre(Note{Code::Doubtful, "",
+                                              "the head has an animation of its own: this one comes after"}));
+  EXPECT_THAT(
+      notes("[{},{}]"),
+      ElementsAre(Note{Code::Doubtful, "", "the head has 2 animations of its own: this one comes after"}));
+}
