@@ -4,5 +4,8 @@
 // mien/face/face.h (points to template weights) and mien/character/character_face.h (template weights to a character).
 
 #include "mien/actor/actor_face.h"
+#include "mien/base/affine.h"
+#include "mien/base/bounded_text.h"
+#include "mien/base/elementary.h"
 #include "mien/character/character_face.h"
 #include "mien/face/face.h"

@@ -102,7 +102,7 @@ private:
            {std::tie(from_before, before_, carried[0]), std::tie(from_after, after_, carried[1])}) {
         if (!motion) continue;
         if (const auto moved = motion->Solve(seen)) {
-          const VgeTVector p = detail::TransformPoint(*moved, {start->x, start->y, start->z});
+          const VgeTVector p = TransformPoint(*moved, {start->x, start->y, start->z});
           to = Point{p.x, p.y, p.z};
         }
       }

@@ -12,7 +12,7 @@ namespace mien {
 LowPass::LowPass(double cutoff_hz, const FrameRate& rate) {
   // Both runs together let 1 / (1 + (t / w)^4) of a wave of frequency f through, t the tangent of 180 degrees * f / rate:
   // at the cutoff 1 / sqrt(2).
-  const auto [sine, cosine] = detail::SineAndCosineOfDegrees(180 * cutoff_hz / rate.Hz());
+  const auto [sine, cosine] = SineAndCosineOfDegrees(180 * cutoff_hz / rate.Hz());
   const double w = sine / cosine / std::sqrt(std::sqrt(std::numbers::sqrt2 - 1));
   const double scale = 1 / (1 + std::numbers::sqrt2 * w + w * w);
   b_ = w * w * scale;

@@ -23,7 +23,7 @@ std::array<double, RigidMotion::kSlots> DistancesFrom(const VgeAMatrix& motion, 
     if (markers[slot] && reference[slot]) {
       const auto& [x, y, z] = *reference[slot];
       const auto& p = *markers[slot];
-      distances[slot] = detail::Distance(detail::TransformPoint(motion, {x, y, z}), {p.x, p.y, p.z});
+      distances[slot] = Distance(TransformPoint(motion, {x, y, z}), {p.x, p.y, p.z});
     }
   return distances;
 }
@@ -38,8 +38,7 @@ Markers Only(const Markers& markers, unsigned slots) {
 /// Whether the turn from one motion to the other is more than a right angle: the sum of the axes' cosines is 1 + 2 cos.
 bool TurnsRound(const VgeAMatrix& before, const VgeAMatrix& after) {
   double cosines = 0;
-  for (int axis = 0; axis < 3; ++axis)
-    cosines += detail::Dot(detail::Column(before, axis), detail::Column(after, axis));
+  for (int axis = 0; axis < 3; ++axis) cosines += Dot(Column(before, axis), Column(after, axis));
   return cosines < 1;
 }
 

@@ -61,7 +61,7 @@ FaceDirections DirectionsOf(const Take& take, const Performer& performer) {
   CheckMarkers(performer, take);
   const VgeAMatrix axes = FaceAxes(performer, FindNeutral(take, performer, std::nullopt).pose);
   const auto direction = [&](int column) {
-    const VgeTVector d = detail::Column(axes, column);
+    const VgeTVector d = Column(axes, column);
     return Point{d.x, d.y, d.z};
   };
   return {.left = direction(0), .up = direction(1), .forward = direction(2)};

@@ -19,10 +19,6 @@ namespace mien {
 
 namespace {
 
-using detail::Cross;
-using detail::Dot;
-using detail::Length;
-
 /// Of axes whose columns are nearly orthogonal.
 ClusterTransform TransformOfMatrix(const JsonAt& matrix) {
   const std::vector<double> m = matrix.Numbers(16); // column by column
@@ -47,8 +43,7 @@ ClusterTransform TransformOfMatrix(const JsonAt& matrix) {
   transform.translation = {m[12], m[13], m[14]};
   transform.scale = VgeSVector(mirrors ? -lengths[0] : lengths[0], lengths[1], lengths[2]);
   // Exactly orthogonal from here on: y stays, x and z give way.
-  const VgeTVector y = axes[1], z = detail::Unit(mirrors ? Cross(y, axes[0]) : Cross(axes[0], y)),
-                   x = Cross(y, z);
+  const VgeTVector y = axes[1], z = Unit(mirrors ? Cross(y, axes[0]) : Cross(axes[0], y)), x = Cross(y, z);
   const VgeTVector proper[] = {x, y, z};
   for (std::size_t a = 0; a < 3; ++a) {
     transform.rotation.m[a][0] = proper[a].x;
@@ -140,7 +135,7 @@ VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
     for (int column = 0; column < 3; ++column)
       for (int row = 0; row < 3; ++row)
         own.m[column][row] = transform.rotation.m[column][row] * signs[column];
-    axes = detail::Product(own, axes);
+    axes = Product(own, axes);
   }
   return axes;
 }

@@ -11,8 +11,6 @@
 
 namespace mien {
 
-using namespace detail; // the vector arithmetic
-
 namespace {
 
 class MiddleOf {

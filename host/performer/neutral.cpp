@@ -18,8 +18,6 @@
 
 namespace mien {
 
-using namespace detail; // the vector arithmetic
-
 namespace {
 
 double Median(std::vector<double>& values) {

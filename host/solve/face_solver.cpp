@@ -10,8 +10,6 @@
 
 namespace mien {
 
-using namespace detail; // the vector arithmetic
-
 FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral)
     : neutral_head_(FaceAxes(performer, neutral)) {
   const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head_);

@@ -15,8 +15,6 @@
 
 namespace mien {
 
-using namespace detail; // the vector arithmetic
-
 namespace {
 
 /// The rigid transform a fraction of the even turn and the straight way from `a` to `b`.

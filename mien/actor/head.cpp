@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <new>
 
+using namespace mien;
 using namespace mien::detail;
 
 template class VArrayTemplate<VActorFaceRBMarker*, 16>;

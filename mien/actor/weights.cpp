@@ -6,6 +6,7 @@
 
 #include <initializer_list>
 
+using namespace mien;
 using namespace mien::detail;
 
 void VActorFace::SetupMarkerLocalFromGlobalPosition(const VFaceMarkerSetState* set) {

@@ -1,16 +1,25 @@
 #pragma once
 
-// The vector and affine arithmetic of the solves, inline. Not installed: a caller that compiled it with other
-// flags could change the library's bits.
+// The arithmetic of vectors, rotations and affine transforms, inline. Of vectors x, y and z take part, of rotations the upper
+// 3 x 3; a direction that is answered has the fourth component 0, a point 1. Every sum is added in the order x, y, z,
+// translation. Columns are 0 to 3, unchecked.
 //
-// Every sum is added in the order x, y, z, translation.
+// The library's copies have names of their own. Inline functions of one name are one function to the linker: in a
+// statically linked program it may keep a caller's copy for all, and the caller's compiler flags would change the
+// library's bits.
 
 #include "mien/base/geometry.h"
 
 #include <cmath>
 
-namespace mien::detail {
+namespace mien {
+#if defined(MIEN_BUILDING)
+inline namespace in_library {
+#else
+inline namespace in_caller {
+#endif
 
+/// The direction from `b` to `a`.
 inline VgeTVector Difference(const VgeTVector& a, const VgeTVector& b) {
   return {a.x - b.x, a.y - b.y, a.z - b.z, 0};
 }
@@ -43,6 +52,7 @@ inline VgeTVector Cross(const VgeTVector& a, const VgeTVector& b) {
 /// Copies x, y and z and leaves `to.w`, as every operation on points does.
 inline void SetPoint(VgeTVector& to, const VgeTVector& from) { to.x = from.x, to.y = from.y, to.z = from.z; }
 
+/// The fourth row stays.
 inline void SetColumn(VgeAMatrix& matrix, int column, const VgeTVector& v) {
   matrix.m[column][0] = v.x, matrix.m[column][1] = v.y, matrix.m[column][2] = v.z;
 }
@@ -58,6 +68,7 @@ inline VgeTVector TransformDirection(const VgeAMatrix& a, const VgeTVector& v) {
           a.m[0][2] * v.x + a.m[1][2] * v.y + a.m[2][2] * v.z, 0};
 }
 
+/// `a` applied to `p`, the translation included.
 inline VgeTVector TransformPoint(const VgeAMatrix& a, const VgeTVector& p) {
   return {a.m[0][0] * p.x + a.m[1][0] * p.y + a.m[2][0] * p.z + a.m[3][0],
           a.m[0][1] * p.x + a.m[1][1] * p.y + a.m[2][1] * p.z + a.m[3][1],
@@ -89,4 +100,24 @@ inline VgeAMatrix InverseOfOrthogonalAxes(const VgeAMatrix& a) {
   return inverse;
 }
 
-} // namespace mien::detail
+/// to = a * b; the fourth row and column of `to` stay. `to` may be `a` or `b`.
+inline void SetProduct(VgeRMatrix& to, const VgeRMatrix& a, const VgeRMatrix& b) {
+  double product[3][3];
+  for (int column = 0; column < 3; ++column)
+    for (int row = 0; row < 3; ++row)
+      product[column][row] =
+          a.m[0][row] * b.m[column][0] + a.m[1][row] * b.m[column][1] + a.m[2][row] * b.m[column][2];
+  for (int column = 0; column < 3; ++column)
+    for (int row = 0; row < 3; ++row) to.m[column][row] = product[column][row];
+}
+
+/// The inverse of a rotation.
+inline VgeRMatrix Transposed(const VgeRMatrix& a) {
+  VgeRMatrix transposed;
+  for (int column = 0; column < 3; ++column)
+    for (int row = 0; row < 3; ++row) transposed.m[column][row] = a.m[row][column];
+  return transposed;
+}
+
+} // namespace
+} // namespace mien

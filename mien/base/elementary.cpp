@@ -18,7 +18,7 @@
 static_assert(std::numeric_limits<double>::is_iec559, "the bits are those of IEEE 754");
 static_assert(FLT_EVAL_METHOD == 0, "doubles are computed as doubles (on 32-bit x86: -msse2 -mfpmath=sse)");
 
-namespace mien::detail {
+namespace mien {
 
 namespace {
 
@@ -235,4 +235,4 @@ double ArcTangent2(double y, double x) {
   return std::copysign(sum + rest, y);
 }
 
-} // namespace mien::detail
+} // namespace mien

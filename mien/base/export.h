@@ -3,7 +3,7 @@
 // MIEN_API marks what the library shows to its callers; everything else stays hidden.
 //
 // MIEN_STATIC is defined by the build (and handed on to users of the static library) when mien is linked
-// statically; MIEN_BUILDING only while the shared library itself is compiled.
+// statically; MIEN_BUILDING only while the library itself is compiled.
 #if defined(MIEN_STATIC)
 #define MIEN_API
 #elif defined(_WIN32)

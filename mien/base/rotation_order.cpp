@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-using namespace mien::detail;
+using namespace mien;
 
 // One derivation serves all six orders. With the axes renamed to i, j, k (first, middle, last), the rotation
 // R = Rk * Rj * Ri reads as in the order XYZ. In an odd permutation the renamed axes are left-handed, which

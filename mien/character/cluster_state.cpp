@@ -1,11 +1,10 @@
 #include "mien/character/cluster_state.h"
 
 #include "mien/base/affine.h"
-#include "mien/character/rotation.h"
 
 #include <new>
 
-using namespace mien::detail;
+using namespace mien;
 
 template class VArrayTemplate<VCharacterFaceClusterState*, 16>;
 template class VArrayTemplate<VCharacterFaceClusterSetState*, 16>;

@@ -1,11 +1,10 @@
 #include "mien/base/affine.h"
 #include "mien/base/elementary.h"
 #include "mien/character/character_face.h"
-#include "mien/character/rotation.h"
 
 #include <cmath>
 
-using namespace mien::detail;
+using namespace mien;
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "mien/base/affine.h"
 #include "mien/face/face.h"
 
-using namespace mien::detail;
+using namespace mien;
 
 // A weight of exactly 0 leaves its source out, NaNs and all; a NaN weight does not.
 

@@ -8,6 +8,7 @@
 #include <new>
 #include <span>
 
+using namespace mien;
 using namespace mien::detail;
 
 // Positions are listed in units of the part's size on the reference face and then multiplied by the part's

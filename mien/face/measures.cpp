@@ -4,12 +4,12 @@
 #include <cmath>
 #include <limits>
 
-using mien::detail::Difference;
-using mien::detail::Distance;
-using mien::detail::Dot;
-using mien::detail::Length;
-using mien::detail::SummedDistance;
-using mien::detail::Unit;
+using mien::Difference;
+using mien::Distance;
+using mien::Dot;
+using mien::Length;
+using mien::SummedDistance;
+using mien::Unit;
 
 namespace {
 

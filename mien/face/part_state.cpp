@@ -38,9 +38,9 @@ void VFacePartState::Scale(const VgeSVector& factors) {
 void VFacePartState::Scale(double factor) { Scale(VgeSVector(factor, factor, factor)); }
 
 void VFacePartState::Copy(const VFacePartState* other) {
-  for (int i = 0; i < 7; ++i) mien::detail::SetPoint(mPoints[i], other->mPoints[i]);
+  for (int i = 0; i < 7; ++i) mien::SetPoint(mPoints[i], other->mPoints[i]);
 }
 
 void VFacePartState::Clear() {
-  for (VgeTVector& point : mPoints) mien::detail::SetPoint(point, {0, 0, 0});
+  for (VgeTVector& point : mPoints) mien::SetPoint(point, {0, 0, 0});
 }

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+using namespace mien;
 using namespace mien::detail;
 
 // Each template by inverse-distance weighting between "at rest" and "at the template": 1 on the template's

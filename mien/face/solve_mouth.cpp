@@ -6,6 +6,7 @@
 
 #include <cmath>
 
+using namespace mien;
 using namespace mien::detail;
 using namespace mien::detail::mouth;
 

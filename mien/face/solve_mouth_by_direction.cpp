@@ -10,8 +10,7 @@ void VFace::Face2TemplateSolveMouth(VFaceTemplateState* result, const VFaceState
   const VFacePart& mouth = mParts[0];
   const int templates = mouth.mTemplates.GetCount();
   const auto agreement = [&](const VFacePartState& pose) {
-    return mien::detail::Exp(
-        3.0 * mien::detail::Log(Face2TemplateAIAngle(&pose, &face->mParts[0], kLipPoints, true)));
+    return mien::Exp(3.0 * mien::Log(Face2TemplateAIAngle(&pose, &face->mParts[0], kLipPoints, true)));
   };
 
   double agreements[25];

@@ -2,6 +2,7 @@
 #include "mien/face/face.h"
 #include "mien/face/pose.h"
 
+using namespace mien;
 using namespace mien::detail;
 
 // points = rest + sum over j of weight_j * (template_j - rest), added in template order. Every template is

@@ -11,7 +11,7 @@
 #include <limits>
 #include <numbers>
 
-using namespace mien::detail;
+using namespace mien;
 using tests::Random;
 
 namespace {

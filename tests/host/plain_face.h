@@ -53,7 +53,7 @@ inline mien::Performer PlainPerformer() {
 }
 
 inline mien::Point Carried(const VgeAMatrix& motion, const mien::Point& p) {
-  const VgeTVector q = mien::detail::TransformPoint(motion, {p.x, p.y, p.z});
+  const VgeTVector q = mien::TransformPoint(motion, {p.x, p.y, p.z});
   return {q.x, q.y, q.z};
 }
 
@@ -69,7 +69,7 @@ inline VgeAMatrix Motion(const VgeRVector& degrees, const mien::Point& shift) {
   VgeAMatrix motion;
   for (int column = 0; column < 3; ++column)
     for (int row = 0; row < 3; ++row) motion.m[column][row] = rotation.m[column][row];
-  mien::detail::SetColumn(motion, 3, {shift.x, shift.y, shift.z});
+  mien::SetColumn(motion, 3, {shift.x, shift.y, shift.z});
   return motion;
 }
 

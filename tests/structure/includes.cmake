@@ -2,8 +2,8 @@
 #
 #   cmake [-DROOT=folder] -P includes.cmake
 #
-# The table below lists for each folder which others it may include. The host stands on the library's installed headers and
-# the library on nothing of the host. Beside that the library uses the standard library alone, without those of its headers
+# The table below lists for each folder which others it may include. The host stands on the library's installed headers,
+# which mien/CMakeLists.txt lists, and the library on nothing of the host. Beside that the library uses the standard library alone, without those of its headers
 # that are for files, threads, clocks and streams (of <cstdio> it may use what symbols.cmake lists), and only host/cli knows
 # the command line's parser.
 
@@ -44,6 +44,13 @@ foreach(folder base files takes formats cleaning inspect performer character glt
   list(APPEND sees_host/${folder} mien)
 endforeach()
 
+file(READ ${ROOT}/mien/CMakeLists.txt text)
+if(NOT text MATCHES "set\\(public_headers([^)]+)\\)")
+  message(FATAL_ERROR "mien/CMakeLists.txt has no list public_headers")
+endif()
+string(REGEX MATCHALL "[^ \n]+" public_headers "${CMAKE_MATCH_1}")
+list(TRANSFORM public_headers PREPEND mien/)
+
 file(GLOB_RECURSE files RELATIVE ${ROOT} ${ROOT}/mien/*.h ${ROOT}/mien/*.cpp ${ROOT}/host/*.h ${ROOT}/host/*.cpp)
 set(includes 0)
 set(faults 0)
@@ -75,6 +82,8 @@ foreach(file IN LISTS files)
         fault("${room} must not include \"${header}\"")
       elseif(NOT EXISTS ${ROOT}/${header})
         fault("\"${header}\" is not a path from the root")
+      elseif(room MATCHES "^host/" AND header MATCHES "^mien/" AND NOT header IN_LIST public_headers)
+        fault("\"${header}\" is the library's own, which is not installed")
       endif()
     elseif(line MATCHES "include[ \t]*<([^>]+)>")
       set(header ${CMAKE_MATCH_1})

@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
+using mien::Column;
+using mien::Dot;
 using mien::FaceAxes;
 using mien::NeutralPose;
 using mien::Performer;
 using mien::Point;
-using mien::detail::Column;
-using mien::detail::Dot;
-using mien::detail::Product;
+using mien::Product;
 using testing::StartsWith;
 using tests::Carried;
 using tests::Difference;

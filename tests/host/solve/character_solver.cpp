@@ -146,18 +146,17 @@ ClusterTransform PlainLocal(const Character::Part& part, std::size_t c, const do
       VgeRVector turn;
       VTxRotationOrder{.mOrder = 0}.M2V(turn, Product(Transposed(rest.rotation), target.rotation));
       angles.x += w * turn.x, angles.y += w * turn.y, angles.z += w * turn.z;
-      local.scale.x += w * mien::detail::Log(target.scale.x / rest.scale.x);
-      local.scale.y += w * mien::detail::Log(target.scale.y / rest.scale.y);
-      local.scale.z += w * mien::detail::Log(target.scale.z / rest.scale.z);
+      local.scale.x += w * mien::Log(target.scale.x / rest.scale.x);
+      local.scale.y += w * mien::Log(target.scale.y / rest.scale.y);
+      local.scale.z += w * mien::Log(target.scale.z / rest.scale.z);
     }
   local.translation.x += rest.translation.x;
   local.translation.y += rest.translation.y;
   local.translation.z += rest.translation.z;
   VTxRotationOrder{.mOrder = 0}.V2M(local.rotation, angles);
   local.rotation = Product(rest.rotation, local.rotation);
-  local.scale = VgeSVector(mien::detail::Exp(local.scale.x) * rest.scale.x,
-                           mien::detail::Exp(local.scale.y) * rest.scale.y,
-                           mien::detail::Exp(local.scale.z) * rest.scale.z);
+  local.scale = VgeSVector(mien::Exp(local.scale.x) * rest.scale.x, mien::Exp(local.scale.y) * rest.scale.y,
+                           mien::Exp(local.scale.z) * rest.scale.z);
   return local;
 }
 

@@ -64,7 +64,7 @@ double Distance(const Weights& a, const Weights& b) {
 
 /// The solver's markers where this face, in the axes of the neutral pose, has them.
 std::vector<Point> Places(const FaceSolver& solver, const NeutralPose& face) {
-  const VgeAMatrix to_head = mien::detail::InverseOfOrthogonalAxes(solver.NeutralHead());
+  const VgeAMatrix to_head = mien::InverseOfOrthogonalAxes(solver.NeutralHead());
   std::vector<Point> places;
   for (const std::string& marker : solver.Markers()) places.push_back(Carried(to_head, face.at(marker)));
   return places;
@@ -161,8 +161,7 @@ TEST(FaceSolver, TellsItsMarkersTheirRestAndTheirParts) {
   const FaceSolver solver(PlainPerformer(), neutral);
   EXPECT_EQ(solver.Markers(), PlainPerformer().FaceMarkers()) << "those of the head are not among them";
   EXPECT_EQ(solver.NeutralHead(), mien::FaceAxes(PlainPerformer(), neutral));
-  const VgeAMatrix to_face =
-      mien::detail::InverseOfOrthogonalAxes(mien::FaceAxes(PlainPerformer(), PlainFace()));
+  const VgeAMatrix to_face = mien::InverseOfOrthogonalAxes(mien::FaceAxes(PlainPerformer(), PlainFace()));
   ASSERT_EQ(solver.RestPlaces().size(), solver.Markers().size());
   for (std::size_t m = 0; m < solver.Markers().size(); ++m) {
     const Point upright = Carried(to_face, PlainFace().at(solver.Markers()[m])),

@@ -16,14 +16,14 @@
 
 using mien::FillMethod;
 using mien::HeadTrack;
+using mien::InverseOfOrthogonalAxes;
 using mien::NeutralPose;
 using mien::Origin;
 using mien::Performer;
 using mien::Point;
+using mien::Product;
 using mien::SolveOptions;
 using mien::Take;
-using mien::detail::InverseOfOrthogonalAxes;
-using mien::detail::Product;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -181,7 +181,7 @@ TEST(SolveTake, NamesTakeAndPerformerAndNoCharacter) {
 }
 
 TEST(SolveTake, TheHeadMovesFromWhereTheNeutralPoseHasIt) {
-  using mien::detail::InverseOfOrthogonalAxes, mien::detail::Product;
+  using mien::InverseOfOrthogonalAxes, mien::Product;
   tests::Random random(29);
   const VgeAMatrix place = tests::AnyMotion(random); // of the neutral pose in the take
   const NeutralPose neutral = tests::Carried(place, PlainFace());
