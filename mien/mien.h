@@ -8,4 +8,5 @@
 #include "mien/base/bounded_text.h"
 #include "mien/base/elementary.h"
 #include "mien/character/character_face.h"
+#include "mien/character/expression_sum.h"
 #include "mien/face/face.h"

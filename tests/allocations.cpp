@@ -6,6 +6,7 @@
 
 #include "mien/actor/actor_face.h"
 #include "mien/character/character_face.h"
+#include "mien/character/expression_sum.h"
 #include "mien/face/face.h"
 #include "tests/character/characters.h"
 #include "tests/synthetic_performer.h"
@@ -343,6 +344,16 @@ TEST_F(PerFrameCharacter, Actor2CharacterSolveAllocatesNothing) {
   EXPECT_EQ(
       AllocationsOverTheFrames([this] { character->Actor2CharacterSolve(result, templates, expressions); }),
       0);
+  EXPECT_NE(result.mWeights[0][51], 0);
+}
+
+// Nor does it to be made, which Actor2CharacterSolve does in each frame.
+TEST_F(PerFrameCharacter, ExpressionSumAllocatesNothing) {
+  EXPECT_EQ(AllocationsOverTheFrames([this] {
+              const mien::ExpressionSum sum(*character, *GetGlobalFace());
+              sum.Solve(result, templates, expressions);
+            }),
+            0);
   EXPECT_NE(result.mWeights[0][51], 0);
 }
 

@@ -7,9 +7,11 @@
 #include <memory>
 #include <new>
 
-VCharacterFace::VCharacterFace() {
+VCharacterFace::VCharacterFace() : VCharacterFace(*GetGlobalFace()) {}
+
+VCharacterFace::VCharacterFace(const VFace& face) {
   try {
-    SetupDefineState();
+    SetupDefineState(face);
   } catch (...) {
     ClearDefineState(); // the destructor will not run
     throw;

@@ -11,6 +11,10 @@
 /// A character that the solved face drives: its parts with their shapes and clusters, and for each template and each
 /// expression of the global face the shape weights that it produces at full weight (the define state).
 ///
+/// The define state may be that of another face instead, whose catalogue has other expressions. Then mien::ExpressionSum
+/// takes the place of Actor2CharacterSolve; nor do ActorExpression2CharacterSolve, IsExpressionUsed and ClearUsedExpression
+/// apply, which mean the global face's expressions.
+///
 /// The host fills `mParts` (at most 15, of at most 500 shapes each) and the define state through the members. The
 /// solves allocate nothing, check nothing, and write only their results.
 ///
@@ -21,6 +25,8 @@ class MIEN_API VCharacterFace {
 public:
   /// With a cleared define state for the global face as it is now.
   VCharacterFace();
+  /// With a cleared define state for `face`, which is read here and not kept.
+  explicit VCharacterFace(const VFace& face);
   VCharacterFace(const VCharacterFace&) = default;
   VCharacterFace& operator=(const VCharacterFace&) = default;
   virtual ~VCharacterFace();
@@ -30,6 +36,7 @@ public:
   /// Appends a cleared state for each template of each part, and for each expression, of the global face. After a
   /// change of the global face: ClearDefineState first.
   void SetupDefineState();
+  void SetupDefineState(const VFace& face); ///< The same for any face.
   void ClearDefineState();
 
   /// Whether the define state of the global face's expression has any weight but 0 (a NaN is one) on the shapes that

@@ -1,4 +1,5 @@
-#include "mien/character/character_face.h"
+#include "mien/character/define_state.h"
+
 #include "mien/face/face.h"
 
 #include <bit>
@@ -22,8 +23,9 @@ void Destroy(VArrayTemplate<VCharacterFaceState*, 16>& states) {
 
 } // namespace
 
-void VCharacterFace::SetupDefineState() {
-  const VFace& face = *GetGlobalFace();
+void VCharacterFace::SetupDefineState() { SetupDefineState(*GetGlobalFace()); }
+
+void VCharacterFace::SetupDefineState(const VFace& face) {
   for (int f = 0; f < 9; ++f) AppendCleared(mTemplateStates[f], face.mParts[f].mTemplates.GetCount());
   AppendCleared(mExpressionStates, face.mExpressions.GetCount());
 }
@@ -33,18 +35,29 @@ void VCharacterFace::ClearDefineState() {
   Destroy(mExpressionStates);
 }
 
-bool VCharacterFace::IsExpressionUsed(int expression) const {
-  if (expression < 0 || expression >= GetGlobalFace()->mExpressions.GetCount()) return false;
-  for (int p = 0; p < mParts.GetCount(); ++p) {
-    const int shapes = mParts[p]->mShapes.GetCount();
+bool mien::detail::IsDefined(const VCharacterFace& character, int expression) {
+  for (int p = 0; p < character.mParts.GetCount(); ++p) {
+    const int shapes = character.mParts[p]->mShapes.GetCount();
     if (shapes == 0) continue; // there may be no definition then
-    const double* const weights = mExpressionStates[expression]->mWeights[p];
+    const double* const weights = character.mExpressionStates[expression]->mWeights[p];
     std::uint64_t bits = 0; // of all weights of the part at once: a loop that goes to the end is vectorised
     for (int s = 0; s < shapes; ++s) bits |= std::bit_cast<std::uint64_t>(weights[s]);
     if (bits << 1 != 0)
       return true; // the sign alone makes no difference from 0; a NaN has more bits than that
   }
   return false;
+}
+
+void mien::detail::Terms::AddTemplates(const VCharacterFace& character, const VFace& face,
+                                       const VFaceTemplateState& templates) {
+  for (int f = 0; f < 9; ++f)
+    for (int t = 0; t < face.mParts[f].mTemplates.GetCount(); ++t)
+      Add(character.mTemplateStates[f][t], templates.mParts[f].mWeights[t]);
+}
+
+bool VCharacterFace::IsExpressionUsed(int expression) const {
+  if (expression < 0 || expression >= GetGlobalFace()->mExpressions.GetCount()) return false;
+  return mien::detail::IsDefined(*this, expression);
 }
 
 void VCharacterFace::ClearUsedExpression(VFaceExpressionState* weights) const {

@@ -98,6 +98,25 @@ TEST(DefineState, ClearAndSetupFollowTheGlobalFace) {
   ExpectFreshState(character.mTemplateStates[0][0]);
 }
 
+TEST(DefineState, MayBeThatOfAnotherFace) {
+  CatalogueOnLoan catalogue;
+  for (int e = 0; e < 4; ++e) catalogue.Add();
+  VFace face;
+  for (int e = 0; e < 2; ++e) face.CreateExpression("Its own");
+  VCharacterFace character(face);
+  const auto expect_states = [&](int times) {
+    for (int f = 0; f < 9; ++f) {
+      ASSERT_EQ(character.mTemplateStates[f].GetCount(), times * kTemplateCounts[f]);
+      for (int t = 0; t < times * kTemplateCounts[f]; ++t) ExpectFreshState(character.mTemplateStates[f][t]);
+    }
+    ASSERT_EQ(character.mExpressionStates.GetCount(), times * 2);
+    for (int e = 0; e < times * 2; ++e) ExpectFreshState(character.mExpressionStates[e]);
+  };
+  expect_states(1);
+  character.SetupDefineState(face);
+  expect_states(2);
+}
+
 // --- IsExpressionUsed
 
 TEST(ExpressionUsed, NoneIsWhereEveryStateIsClear) {

@@ -1,5 +1,6 @@
 #include "mien/character/character_face.h"
 #include "tests/character/characters.h"
+#include "tests/character/plain_solves.h"
 #include "tests/character/same_bits.h"
 
 #include <gtest/gtest.h>
@@ -12,74 +13,7 @@ using namespace tests;
 
 namespace {
 
-// --- The four solves once more, step by step as they are defined, each step with a whole state of its own.
-
-struct PlainState {
-  Weights weights = {};
-
-  void Add(const PlainState& other) {
-    for (int p = 0; p < 15; ++p)
-      for (int s = 0; s < 500; ++s) weights[p][s] += other.weights[p][s];
-  }
-};
-
-template <class Term>
-void ForEachShape(const VCharacterFace& character, Term term) {
-  for (int p = 0; p < character.mParts.GetCount(); ++p)
-    for (int s = 0; s < character.mParts[p]->mShapes.GetCount(); ++s) term(p, s);
-}
-
-void PlainTemplateSolve(const VCharacterFace& character, PlainState& out,
-                        const VFaceTemplateState& templates) {
-  const VFace& face = *GetGlobalFace();
-  ForEachShape(character, [&](int p, int s) {
-    for (int f = 0; f < 9; ++f)
-      for (int t = 0; t < face.mParts[f].mTemplates.GetCount(); ++t)
-        out.weights[p][s] +=
-            character.mTemplateStates[f][t]->mWeights[p][s] * templates.mParts[f].mWeights[t];
-  });
-}
-
-void PlainExpressionSolve(const VCharacterFace& character, PlainState& out,
-                          const VFaceExpressionState& expressions) {
-  const int count = GetGlobalFace()->mExpressions.GetCount();
-  ForEachShape(character, [&](int p, int s) {
-    for (int e = 0; e < count; ++e)
-      out.weights[p][s] += character.mExpressionStates[e]->mWeights[p][s] * expressions.mWeights[e];
-  });
-}
-
-bool PlainIsUsed(const VCharacterFace& character, int expression) {
-  bool used = false;
-  ForEachShape(character, [&](int p, int s) {
-    const double weight = character.mExpressionStates[expression]->mWeights[p][s];
-    if (!(weight == 0)) used = true;
-  });
-  return used;
-}
-
-void PlainActorSolve(const VCharacterFace& character, PlainState& out, const VFaceTemplateState& templates,
-                     const VFaceExpressionState& expressions) {
-  const VFace& face = *GetGlobalFace();
-  VFaceExpressionState x = expressions;
-  VFaceTemplateState t1 = templates, t2;
-  PlainState a;
-  PlainExpressionSolve(character, a, x);
-  for (int e = 0; e < face.mExpressions.GetCount(); ++e)
-    if (PlainIsUsed(character, e)) x.mWeights[e] = 0;
-  for (int e = 0; e < face.mExpressions.GetCount(); ++e)
-    for (int f = 0; f < 9; ++f)
-      for (int t = 0; t < face.mParts[f].mTemplates.GetCount(); ++t)
-        t2.mParts[f].mWeights[t] +=
-            x.mWeights[e] * face.mExpressions[e]->mTemplateState.mParts[f].mWeights[t];
-  for (int f = 0; f < 9; ++f)
-    for (int t = 0; t < 25; ++t) t1.mParts[f].mWeights[t] += t2.mParts[f].mWeights[t];
-  PlainState b;
-  PlainTemplateSolve(character, b, t1);
-  out.Add(b);
-  out.Add(a);
-}
-
+/// That of CharacterExpression2CharacterSolve; the other definitions are in plain_solves.h.
 void PlainCharacterSolve(const VCharacterFace& character, PlainState& out,
                          const VArrayTemplate<double, 16>& weights) {
   ForEachShape(character, [&](int p, int s) {
@@ -97,55 +31,6 @@ struct Character : VCharacterFace {
   }
   Character() = default;
 };
-
-/// Every definition that the character has.
-template <class Action>
-void ForEachDefinition(const VCharacterFace& character, Action action) {
-  for (const auto& states : character.mTemplateStates)
-    for (int t = 0; t < states.GetCount(); ++t) action(*states[t]);
-  for (int e = 0; e < character.mExpressionStates.GetCount(); ++e) action(*character.mExpressionStates[e]);
-  for (int k = 0; k < character.mCharacterExpressionStates.GetCount(); ++k)
-    action(*character.mCharacterExpressionStates[k]);
-}
-
-/// Definitions on the shapes, and NaN wherever there is none: that must not be looked at.
-void FillDefinitions(VCharacterFace& character, HardNumbers& numbers) {
-  ForEachDefinition(character, [&](VCharacterFaceState& state) {
-    ForEachShape(character, [&](int p, int s) { state.mWeights[p][s] = numbers.Weight(); });
-    FillBeyondShapes(character, state, kNaN);
-  });
-}
-
-/// Leaves every third expression to the templates, with zeros of both signs.
-void UndefineSomeExpressions(VCharacterFace& character) {
-  for (int e = 0; e < character.mExpressionStates.GetCount(); e += 3)
-    ForEachShape(character, [&](int p, int s) {
-      character.mExpressionStates[e]->mWeights[p][s] = (p + s) % 2 == 0 ? 0.0 : -0.0;
-    });
-}
-
-void FillAll(VFaceTemplateState& state, HardNumbers& numbers) {
-  for (VFacePartTemplateState& part : state.mParts)
-    for (double& weight : part.mWeights) weight = numbers.Weight();
-}
-
-/// Weights for the templates of the global face, and NaN in the slots that it has no template for.
-VFaceTemplateState TemplateWeights(HardNumbers& numbers) {
-  VFaceTemplateState state;
-  for (int f = 0; f < 9; ++f)
-    for (int t = 0; t < 25; ++t)
-      state.mParts[f].mWeights[t] =
-          t < GetGlobalFace()->mParts[f].mTemplates.GetCount() ? numbers.Weight() : kNaN;
-  return state;
-}
-
-/// Weights for the global face's expressions, and NaN behind them.
-VFaceExpressionState ExpressionWeights(HardNumbers& numbers) {
-  VFaceExpressionState state;
-  for (int e = 0; e < 100; ++e)
-    state.mWeights[e] = e < GetGlobalFace()->mExpressions.GetCount() ? numbers.Weight() : kNaN;
-  return state;
-}
 
 VArrayTemplate<double, 16> CharacterWeights(const VCharacterFace& character, HardNumbers& numbers) {
   VArrayTemplate<double, 16> weights;
@@ -167,13 +52,17 @@ void ExpectDefinedBits(const VCharacterFace& character, const VFaceTemplateState
   };
   Expect(
       "ActorTemplate2CharacterSolve", [&] { character.ActorTemplate2CharacterSolve(out, templates); },
-      [&](PlainState& expected) { PlainTemplateSolve(character, expected, templates); });
+      [&](PlainState& expected) { PlainTemplateSolve(character, *GetGlobalFace(), expected, templates); });
   Expect(
       "ActorExpression2CharacterSolve", [&] { character.ActorExpression2CharacterSolve(out, expressions); },
-      [&](PlainState& expected) { PlainExpressionSolve(character, expected, expressions); });
+      [&](PlainState& expected) {
+        PlainExpressionSolve(character, *GetGlobalFace(), expected, expressions);
+      });
   Expect(
       "Actor2CharacterSolve", [&] { character.Actor2CharacterSolve(out, templates, expressions); },
-      [&](PlainState& expected) { PlainActorSolve(character, expected, templates, expressions); });
+      [&](PlainState& expected) {
+        PlainActorSolve(character, *GetGlobalFace(), expected, templates, expressions);
+      });
   Expect(
       "CharacterExpression2CharacterSolve",
       [&] { character.CharacterExpression2CharacterSolve(out, weights); },
@@ -210,7 +99,8 @@ TEST(CharacterSolves, GiveTheBitsOfTheirDefinitionForAnyCharacter) {
   for (std::uint64_t round = 0; round < 30; ++round) {
     HardNumbers numbers(round, round % 3 == 0 ? 0 : round % 3 == 1 ? 6 : 60);
     CatalogueOnLoan catalogue;
-    for (int e = kExpressions[round % 5]; e > 0; --e) FillAll(catalogue.Add(), numbers);
+    const int catalogue_size = kExpressions[round % 5];
+    for (int e = 0; e < catalogue_size; ++e) FillAll(catalogue.Add(), numbers);
     Character character;
     const int parts = round == 0 ? 15 : numbers.Below(round < 25 ? 5 : 16);
     for (int p = 0; p < parts; ++p) {
@@ -222,7 +112,7 @@ TEST(CharacterSolves, GiveTheBitsOfTheirDefinitionForAnyCharacter) {
       FillDefinitions(character, numbers);
       if (frame > 0) UndefineSomeExpressions(character);
       SCOPED_TRACE(testing::Message() << "round " << round << ", frame " << frame);
-      ExpectDefinedBits(character, TemplateWeights(numbers), ExpressionWeights(numbers),
+      ExpectDefinedBits(character, TemplateWeights(numbers), ExpressionWeights(catalogue_size, numbers),
                         CharacterWeights(character, numbers));
     }
   }
