@@ -230,6 +230,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       Require(false);
     }                                  // what was read can be written, read again and solved
   } catch (const mien::InputError&) {} // the input is at fault, and says so
-  Require(GetGlobalFace()->mExpressions.GetCount() == 0); // the solver leaves nothing behind
+  Require(GetGlobalFace()->mExpressions.GetCount() == 0); // nobody writes into the process-wide face
   return 0;
 }

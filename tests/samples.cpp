@@ -1,11 +1,15 @@
+#include "host/character/character_file.h"
 #include "host/files/read_file.h"
 #include "host/formats/read_take.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer_file.h"
+#include "host/solve/character_solver.h"
 #include "host/solve/solve_take.h"
 #include "mien/face/face.h"
 #include "samples/synthetic_performance.h"
+#include "tests/character/same_bits.h"
+#include "tests/host/global_face_solve.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -396,6 +400,37 @@ TEST(Samples, LostFramesAreFilled) {
 }
 
 // --- What must make no difference.
+
+// Every character there is, in every frame there is: its expressions may stand in the process-wide face's catalogue or
+// in one of its own.
+TEST(Samples, WhereACharactersExpressionsStandMakesNoDifference) {
+  std::vector<mien::Character> characters = {mien::LoadCharacter("arkit52")};
+  for (const auto& entry : std::filesystem::directory_iterator(kFolder))
+    if (entry.path().filename().string().ends_with(".character.json"))
+      characters.push_back(mien::LoadCharacter(entry.path()));
+  EXPECT_GE(characters.size(), 2u);
+  const Animation animations[] = {Solve(Markers(), Synthetic()), Solve(Landmarks(), Landmarks68()),
+                                  mien::samples::KnownWeights()};
+  for (const mien::Character& character : characters) {
+    std::vector<double> weights;
+    mien::ExpressionWeights by_name;
+    for (const mien::Character::Expression& expression : character.expressions) {
+      weights.push_back(0.3 + 0.1 * static_cast<double>(weights.size()));
+      by_name.emplace_back(expression.name, weights.back());
+    }
+    mien::CharacterSolver solver(character, by_name);
+    tests::GlobalFaceSolve by_global_face(character, weights);
+    for (const Animation& animation : animations)
+      for (std::size_t f = 0; f < animation.frames.size(); ++f) {
+        VFaceTemplateState templates;
+        for (std::size_t t = 0; t < animation.templates.size(); ++t)
+          templates.mParts[animation.templates[t].part].mWeights[animation.templates[t].slot] =
+              animation.Weight(f, t);
+        ASSERT_TRUE(tests::SameBits(solver.Solve(templates).mWeights, by_global_face.Solve(templates)))
+            << character.name << ", frame " << f;
+      }
+  }
+}
 
 // The two films differ by the motion and by how the decimals of the files then round: 0.01 mm for the markers, 0.1
 // mm for the landmarks, of which some sit only 17 mm from the head's middle.

@@ -2,28 +2,16 @@
 
 #include "host/base/error.h"
 #include "host/base/text.h"
-#include "mien/face/face.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
 #include <map>
-#include <stdexcept>
 
 namespace mien {
 
 namespace {
-
-bool solver_exists = false;
-
-/// Leaves the process-wide face's catalogue empty.
-void ClearExpressions() {
-  solver_exists = false;
-  auto& expressions = GetGlobalFace()->mExpressions;
-  for (int e = 0; e < expressions.GetCount(); ++e) delete expressions[e];
-  expressions.Clear();
-}
 
 void SetLocal(VCharacterFaceClusterState& to, const ClusterTransform& from) {
   to.mLocalT = from.translation;
@@ -35,38 +23,27 @@ void SetLocal(VCharacterFaceClusterState& to, const ClusterTransform& from) {
 
 CharacterSolver::CharacterSolver(const Character& character, const ExpressionWeights& expressions)
     : range_(character.range) {
-  VFace& face = *GetGlobalFace();
-  if (solver_exists || face.mExpressions.GetCount() > 0)
-    throw std::logic_error("another character is being solved, whose expressions the face has");
-  solver_exists = true;
-  try {
-    for (const Character::Expression& expression : character.expressions) {
-      const int e = face.CreateExpression(expression.name.c_str());
-      face.mExpressions[e]->mTemplateState.Copy(expression.templates);
-    }
-    for (const auto& [name, weight] : expressions) {
-      const int e = face.ExpressionIndexByName(name.c_str());
-      if (e < 0) {
-        std::vector<std::string> known;
-        for (const Character::Expression& expression : character.expressions)
-          known.push_back(expression.name);
-        throw InputError(Code::NotFound, character.file, "/expressions",
-                         fmt::format("there is no expression {}", Quoted(name)),
-                         known.empty() ? "add it to a character file, which mien character save writes"
-                                       : fmt::format("name one of: {}", fmt::join(known, ", ")));
-      }
-      expressions_.mWeights[e] += weight;
-    }
-    face_ = std::make_unique<VCharacterFace>(); // with a define state for the expressions above
-    AddParts(character);
-    AddDefinitions(character);
-  } catch (...) {
-    ClearExpressions();
-    throw;
+  for (const Character::Expression& expression : character.expressions) {
+    const int e = face_->CreateExpression(expression.name.c_str());
+    face_->mExpressions[e]->mTemplateState.Copy(expression.templates);
   }
+  for (const auto& [name, weight] : expressions) {
+    const int e = face_->ExpressionIndexByName(name.c_str());
+    if (e < 0) {
+      std::vector<std::string> known;
+      for (const Character::Expression& expression : character.expressions) known.push_back(expression.name);
+      throw InputError(Code::NotFound, character.file, "/expressions",
+                       fmt::format("there is no expression {}", Quoted(name)),
+                       known.empty() ? "add it to a character file, which mien character save writes"
+                                     : fmt::format("name one of: {}", fmt::join(known, ", ")));
+    }
+    expressions_.mWeights[e] += weight;
+  }
+  character_ = std::make_unique<VCharacterFace>(*face_); // with a define state for the expressions above
+  AddParts(character);
+  AddDefinitions(character);
+  shapes_.emplace(*character_, *face_);
 }
-
-CharacterSolver::~CharacterSolver() { ClearExpressions(); }
 
 // Each pointer belongs, from the moment it is added, to a list that is destroyed with the face or the state.
 void CharacterSolver::AddParts(const Character& character) {
@@ -74,10 +51,10 @@ void CharacterSolver::AddParts(const Character& character) {
     const Character::Part& part = character.parts[p];
     VCharacterFacePartCluster* cluster_part = nullptr;
     if (part.clusters.empty())
-      face_->mParts.Add(new VCharacterFacePart(part.name));
+      character_->mParts.Add(new VCharacterFacePart(part.name));
     else
-      face_->mParts.Add(cluster_part = new VCharacterFacePartCluster(part.name));
-    VCharacterFacePart& added = *face_->mParts[static_cast<int>(p)];
+      character_->mParts.Add(cluster_part = new VCharacterFacePartCluster(part.name));
+    VCharacterFacePart& added = *character_->mParts[static_cast<int>(p)];
     for (const std::string& name : part.shapes) {
       auto* const shape = new VCharacterFaceShape;
       added.mShapes.Add(shape);
@@ -127,20 +104,20 @@ void CharacterSolver::AddDefinitions(const Character& character) {
   };
   for (std::size_t f = 0; f < character.templates.size(); ++f)
     for (std::size_t t = 0; t < character.templates[f].size(); ++t)
-      define(*face_->mTemplateStates[f][static_cast<int>(t)], character.templates[f][t]);
+      define(*character_->mTemplateStates[f][static_cast<int>(t)], character.templates[f][t]);
   for (std::size_t e = 0; e < character.expressions.size(); ++e)
-    define(*face_->mExpressionStates[static_cast<int>(e)], character.expressions[e].shapes);
+    define(*character_->mExpressionStates[static_cast<int>(e)], character.expressions[e].shapes);
 }
 
 const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& templates) {
-  face_->Actor2CharacterSolve(*state_, templates, expressions_);
+  shapes_->Solve(*state_, templates, expressions_);
   if (range_)
-    for (int p = 0; p < face_->mParts.GetCount(); ++p)
-      for (int s = 0; s < face_->mParts[p]->mShapes.GetCount(); ++s) {
+    for (int p = 0; p < character_->mParts.GetCount(); ++p)
+      for (int s = 0; s < character_->mParts[p]->mShapes.GetCount(); ++s) {
         double& weight = state_->mWeights[p][s];
         weight = std::clamp(weight, range_->least, range_->most);
       }
-  face_->Character2ClusterSolve(state_->mClusters, *state_);
+  character_->Character2ClusterSolve(state_->mClusters, *state_);
   return *state_;
 }
 

@@ -2,10 +2,13 @@
 
 #include "host/character/character.h"
 #include "mien/character/character_face.h"
+#include "mien/character/expression_sum.h"
 #include "mien/face/expression_state.h"
+#include "mien/face/face.h"
 #include "mien/face/template_state.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,15 +19,11 @@ namespace mien {
 using ExpressionWeights = std::vector<std::pair<std::string, double>>;
 
 /// Turns template weights, frame after frame, into the shape weights and cluster transforms of a character. A frame
-/// allocates nothing.
-///
-/// A character's expressions stand in the process-wide face, so there may be one such solver at a time, and none while
-/// that face has expressions of anybody else; making one then throws std::logic_error.
+/// allocates nothing. Any number may exist at once, each used by one thread at a time: they share nothing.
 class CharacterSolver {
 public:
-  /// `expressions` is added to every frame. Throws InputError for an expression that the character has not.
+  /// `expressions` is added to every frame. Throws InputError for an expression that the character does not have.
   explicit CharacterSolver(const Character& character, const ExpressionWeights& expressions = {});
-  ~CharacterSolver();
   CharacterSolver(const CharacterSolver&) = delete;
   CharacterSolver& operator=(const CharacterSolver&) = delete;
 
@@ -36,7 +35,10 @@ private:
   void AddParts(const Character& character);
   void AddDefinitions(const Character& character);
 
-  std::unique_ptr<VCharacterFace> face_;
+  /// Has the character's expressions in its catalogue.
+  std::unique_ptr<VFace> face_ = std::make_unique<VFace>();
+  std::unique_ptr<VCharacterFace> character_;
+  std::optional<ExpressionSum> shapes_;
   std::unique_ptr<VCharacterFaceState> state_ = std::make_unique<VCharacterFaceState>();
   VFaceExpressionState expressions_;
   std::optional<Character::Range> range_;

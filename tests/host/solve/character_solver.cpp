@@ -1,8 +1,12 @@
 #include "host/solve/character_solver.h"
 
 #include "host/character/character_file.h"
+#include "mien/base/bounded_text.h"
 #include "mien/base/elementary.h"
 #include "mien/face/face.h"
+#include "tests/character/characters.h"
+#include "tests/character/same_bits.h"
+#include "tests/host/global_face_solve.h"
 #include "tests/host/input_error.h"
 #include "tests/random.h"
 
@@ -14,8 +18,8 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -534,50 +538,128 @@ TEST(CharacterSolver, ClustersOfAPartBehindAnotherAreItsOwn) {
   EXPECT_EQ(state.mClusters[2].mClusters[0]->mLocalT, At(0, 0, 14));
 }
 
-// --- One at a time.
+// Names are exact: of two that differ in nothing but case, which no file can have, the second gets a number.
+TEST(CharacterSolver, ExpressionsAreFoundByTheirExactNames) {
+  Character character = WithExpressions();
+  character.expressions[2].name = "SHAPES";
+  EXPECT_EQ(CharacterSolver(character, {{"Shapes", 1}}).Solve({}).mWeights[0][1], 3);
+  EXPECT_EQ(CharacterSolver(character, {{"SHAPES1", 1}}).Solve({}).mWeights[0][0], 8);
+  EXPECT_THROW(CharacterSolver(character, {{"SHAPES", 1}}), mien::InputError);
+}
 
-TEST(CharacterSolver, LeavesTheFaceAsItWas) {
-  ASSERT_EQ(CatalogueSize(), 0);
-  for (int again = 0; again < 2; ++again) {
-    {
-      CharacterSolver solver(WithExpressions(), {{"Shapes", 1}});
-      EXPECT_EQ(CatalogueSize(), 3);
+// --- Any number at once.
+
+TEST(CharacterSolver, GivesToTheBitWhatTheProcessWideFaceGives) {
+  for (std::uint64_t seed = 0; seed < 60; ++seed) {
+    Invented invented(seed);
+    tests::HardNumbers numbers(seed,
+                               seed % 2 == 0 ? 8 : 50); // NaNs, infinities, -0.0 and denormals among them
+    Character character = invented.AnyCharacter();
+    const std::size_t count = seed == 0 ? 99 : invented.Below(20);
+    while (character.expressions.size() < count) {
+      Character::Expression& expression = character.expressions.emplace_back();
+      expression.name = "more " + std::to_string(character.expressions.size());
+      for (VFacePartTemplateState& part : expression.templates.mParts)
+        for (double& weight : part.mWeights) weight = numbers.Weight();
+      if (invented.Chance(0.5)) expression.shapes = invented.Some(character.Shapes(), 0.3);
+      for (auto& [shape, weight] : expression.shapes) weight = numbers.Weight();
     }
-    EXPECT_EQ(CatalogueSize(), 0);
+    ExpressionWeights by_name;
+    std::vector<double> weights;
+    for (const Character::Expression& expression : character.expressions) {
+      weights.push_back(0 + numbers.Weight()); // as the solver adds up what is asked for: never -0.0
+      by_name.emplace_back(expression.name, weights.back());
+    }
+    std::vector<VFaceTemplateState> frames(3);
+    for (VFaceTemplateState& templates : frames)
+      for (VFacePartTemplateState& part : templates.mParts)
+        for (double& weight : part.mWeights) weight = numbers.Weight();
+
+    CharacterSolver solver(character, by_name);
+    tests::GlobalFaceSolve by_global_face(character, weights);
+    for (std::size_t f = 0; f < frames.size(); ++f)
+      EXPECT_TRUE(tests::SameBits(solver.Solve(frames[f]).mWeights, by_global_face.Solve(frames[f])))
+          << "seed " << seed << " frame " << f;
   }
 }
 
-TEST(CharacterSolver, LeavesTheFaceAsItWasWhenItCannotBeMade) {
-  EXPECT_THROW(CharacterSolver(WithExpressions(), {{"Nobody", 1}}), mien::InputError);
+TEST(CharacterSolver, LeavesTheProcessWideFaceAlone) {
+  ASSERT_EQ(CatalogueSize(), 0);
+  CharacterSolver solver(WithExpressions(), {{"Shapes", 1}});
+  solver.Solve(Open(1));
   EXPECT_EQ(CatalogueSize(), 0);
+}
+
+TEST(CharacterSolver, KnowsNothingOfTheProcessWideFacesExpressions) {
+  tests::CatalogueOnLoan catalogue;
+  catalogue.Add().mParts[kMouth].mWeights[kOpen] = 100;
+  VFaceExpression* const somebody_elses = GetGlobalFace()->mExpressions[0];
+  mien::CopyBounded(somebody_elses->mName, "Templates"); // as one of the character's is called
+  {
+    CharacterSolver solver(WithExpressions(), {{"Templates", 0.5}});
+    EXPECT_EQ(solver.Solve(Open(0.25)).mWeights[0][0], 1.25);
+    EXPECT_THROW(CharacterSolver(Read(kParts, kTemplates), {{"Templates", 1}}), mien::InputError);
+  }
+  ASSERT_EQ(CatalogueSize(), 1);
+  EXPECT_EQ(GetGlobalFace()->mExpressions[0], somebody_elses);
+  EXPECT_STREQ(somebody_elses->mName, "Templates");
+  EXPECT_EQ(somebody_elses->mTemplateState.mParts[kMouth].mWeights[kOpen], 100);
+}
+
+TEST(CharacterSolver, ThatCannotBeMadeLeavesTheOthers) {
+  CharacterSolver solver(WithExpressions(), {{"Templates", 1}});
+  EXPECT_THROW(CharacterSolver(WithExpressions(), {{"Nobody", 1}}), mien::InputError);
   Character inconsistent = WithExpressions(); // as no file gives it
   inconsistent.templates[kMouth][kOpen] = {{"nobody's shape", 1}};
   EXPECT_ANY_THROW(CharacterSolver{inconsistent});
-  EXPECT_EQ(CatalogueSize(), 0);
-  CharacterSolver solver(WithExpressions(), {{"Templates", 1}});
   EXPECT_EQ(solver.Solve({}).mWeights[0][0], 2);
 }
 
-TEST(CharacterSolver, IsOneAtATime) {
-  CharacterSolver first(WithExpressions(), {{"Templates", 1}});
-  EXPECT_THROW(CharacterSolver{WithExpressions()}, std::logic_error);
-  EXPECT_THROW(CharacterSolver(Read(kParts, kTemplates)), std::logic_error);
-  EXPECT_EQ(CatalogueSize(), 3);
-  EXPECT_EQ(first.Solve({}).mWeights[0][0], 2) << "the first one goes on";
+/// What the solver makes of 40 invented frames: the weights of some shapes, and the clusters.
+std::vector<double> Film(CharacterSolver& solver) {
+  Invented invented(1);
+  std::vector<double> film;
+  for (int frame = 0; frame < 40; ++frame) {
+    const VCharacterFaceState& state = solver.Solve(invented.Templates());
+    for (const auto& row : state.mWeights) film.insert(film.end(), row, row + 9);
+    for (const VCharacterFaceClusterSetState& set : state.mClusters)
+      for (int c = 0; c < set.mClusters.GetCount(); ++c)
+        for (const auto& column : set.mClusters[c]->mGlobalR.m) film.insert(film.end(), column, column + 3);
+  }
+  return film;
 }
 
-// The second one's expressions would be none that the first one has states for.
-TEST(CharacterSolver, IsOneAtATimeAlsoWithoutExpressions) {
-  CharacterSolver first(Read(kParts, kTemplates));
-  EXPECT_THROW(CharacterSolver{WithExpressions()}, std::logic_error);
-  EXPECT_THROW(CharacterSolver(Read(kParts, kTemplates)), std::logic_error);
-}
+TEST(CharacterSolver, OthersOnOtherThreadsMakeNoDifference) {
+  std::vector<Character> characters;
+  std::vector<ExpressionWeights> expressions;
+  std::vector<std::vector<double>> alone;
+  for (std::uint64_t seed = 0; seed < 6; ++seed) {
+    Invented invented(seed + 100);
+    characters.push_back(invented.AnyCharacter());
+    expressions.emplace_back();
+    for (const Character::Expression& expression : characters.back().expressions)
+      expressions.back().emplace_back(expression.name, invented.Weight());
+    CharacterSolver solver(characters.back(), expressions.back());
+    alone.push_back(Film(solver));
+  }
 
-TEST(CharacterSolver, IsNotMadeOnAFaceWithExpressionsOfOthers) {
-  auto& expressions = GetGlobalFace()->mExpressions;
-  ASSERT_EQ(GetGlobalFace()->CreateExpression("somebody's"), 0);
-  EXPECT_THROW(CharacterSolver{WithExpressions()}, std::logic_error);
-  EXPECT_EQ(CatalogueSize(), 1) << "and they stay";
-  delete expressions.RemoveLast();
-  EXPECT_NO_THROW(CharacterSolver{WithExpressions()});
+  // All at once.
+  std::vector<std::unique_ptr<CharacterSolver>> solvers;
+  for (std::size_t i = 0; i < characters.size(); ++i)
+    solvers.push_back(std::make_unique<CharacterSolver>(characters[i], expressions[i]));
+  for (std::size_t i = solvers.size(); i-- > 0;) EXPECT_EQ(Film(*solvers[i]), alone[i]) << i;
+
+  // And two threads, each of which makes and uses all of them.
+  std::vector<std::vector<double>> films[2];
+  const auto film_all = [&](std::vector<std::vector<double>>& of_thread) {
+    for (std::size_t i = 0; i < characters.size(); ++i) {
+      CharacterSolver solver(characters[i], expressions[i]);
+      of_thread.push_back(Film(solver));
+    }
+  };
+  std::thread other([&] { film_all(films[1]); });
+  film_all(films[0]);
+  other.join();
+  EXPECT_EQ(films[0], alone);
+  EXPECT_EQ(films[1], alone);
 }
