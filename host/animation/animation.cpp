@@ -30,7 +30,7 @@ std::vector<std::string> AnimationLayout::WeightNames(WeightKind kind) const {
 }
 
 VgeAMatrix AnimationLayout::HeadMotion(const VgeAMatrix& head) const {
-  return detail::Product(detail::InverseOfOrthogonalAxes(neutral_head), head);
+  return Product(InverseOfOrthogonalAxes(neutral_head), head);
 }
 
 void CheckFinite(const AnimationLayout& layout, const AnimationFrame& frame, double first_time,

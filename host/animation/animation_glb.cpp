@@ -8,7 +8,6 @@
 #include "host/gltf/morph_targets.h"
 #include "host/gltf/node_tree.h"
 #include "mien/base/affine.h"
-#include "mien/character/rotation.h"
 
 #include <fmt/format.h>
 
@@ -86,8 +85,8 @@ ClusterTransform Moved(const ClusterTransform& node, const ClusterTransform& res
   moved.translation.x += cluster.translation.x - rest.translation.x;
   moved.translation.y += cluster.translation.y - rest.translation.y;
   moved.translation.z += cluster.translation.z - rest.translation.z;
-  detail::SetProduct(moved.rotation, moved.rotation, detail::Transposed(rest.rotation));
-  detail::SetProduct(moved.rotation, moved.rotation, cluster.rotation);
+  SetProduct(moved.rotation, moved.rotation, Transposed(rest.rotation));
+  SetProduct(moved.rotation, moved.rotation, cluster.rotation);
   moved.scale = VgeSVector(node.scale.x * (cluster.scale.x / rest.scale.x),
                            node.scale.y * (cluster.scale.y / rest.scale.y),
                            node.scale.z * (cluster.scale.z / rest.scale.z));
@@ -96,10 +95,10 @@ ClusterTransform Moved(const ClusterTransform& node, const ClusterTransform& res
 
 /// Turns the head's node by the head's motion about the scene's axes, whatever its parents do.
 void AddHeadTurn(GlbAnimation& glb, const Animation& animation, std::size_t node, const HeadRest& rest) {
-  const VgeAMatrix to_parents = detail::InverseOfOrthogonalAxes(rest.head_parents);
-  const VgeAMatrix from_rest = detail::Product(rest.head_parents, rest.head);
+  const VgeAMatrix to_parents = InverseOfOrthogonalAxes(rest.head_parents);
+  const VgeAMatrix from_rest = Product(rest.head_parents, rest.head);
   glb.AddRotation(node, [&](std::size_t f) {
-    return RotationOf(detail::Product(to_parents, detail::Product(animation.HeadMotion(f), from_rest)));
+    return RotationOf(Product(to_parents, Product(animation.HeadMotion(f), from_rest)));
   });
 }
 

@@ -73,7 +73,7 @@ std::pair<std::string, double> NearestAxis(const Point& direction) {
   constexpr double kDegrees = 57.29577951308232;
   const double cosine = std::min(1.0, std::abs(values[nearest]));
   return {fmt::format("{}{}", values[nearest] < 0 ? '-' : '+', "xyz"[nearest]),
-          kDegrees * detail::ArcTangent2(std::sqrt(1 - cosine * cosine), cosine)};
+          kDegrees * ArcTangent2(std::sqrt(1 - cosine * cosine), cosine)};
 }
 
 std::string AxesText(const TakeDescription& d) {

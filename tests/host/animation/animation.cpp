@@ -141,16 +141,14 @@ TEST(Animation, TheHeadsMotionIsInTheAxesOfTheNeutralFace) {
   animation.layout.neutral_head =
       tests::Motion(VgeRVector(0, 90, 0), {0, 1000, 0}); // its z, the front, is the take's x
   const auto moved = [&](const VgeRVector& degrees_in_face, const mien::Point& in_face) {
-    animation.heads = {
-        mien::detail::Product(animation.layout.neutral_head, tests::Motion(degrees_in_face, in_face))};
+    animation.heads = {mien::Product(animation.layout.neutral_head, tests::Motion(degrees_in_face, in_face))};
     return animation.HeadMotion(0);
   };
   EXPECT_LT(tests::Difference(moved(VgeRVector(10, 20, 30), {1, 2, 3}),
                               tests::Motion(VgeRVector(10, 20, 30), {1, 2, 3})),
             1e-12); // a metre away, in millimetres
   // Said in the take's own axes: 5 mm along its x is forward.
-  animation.heads = {
-      mien::detail::Product(tests::Motion(VgeRVector(), {5, 0, 0}), animation.layout.neutral_head)};
+  animation.heads = {mien::Product(tests::Motion(VgeRVector(), {5, 0, 0}), animation.layout.neutral_head)};
   const VgeAMatrix forward = animation.HeadMotion(0);
   EXPECT_NEAR(forward.m[3][0], 0, 1e-12);
   EXPECT_NEAR(forward.m[3][2], 5, 1e-12);

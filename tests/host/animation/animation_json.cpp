@@ -52,7 +52,7 @@ Animation Solved(std::size_t frames) {
   for (std::size_t f = 0; f < frames; ++f) {
     animation.frames.push_back(static_cast<std::int64_t>(f * f) - 1);
     animation.times.push_back(static_cast<double>(f) / 29.97 - 0.1);
-    animation.heads.push_back(mien::detail::Product(animation.layout.neutral_head, tests::AnyMotion(random)));
+    animation.heads.push_back(mien::Product(animation.layout.neutral_head, tests::AnyMotion(random)));
     for (std::size_t t = 0; t < animation.layout.templates.size(); ++t)
       animation.weights.push_back(random.Between(-1, 2));
   }
@@ -227,8 +227,8 @@ TEST(AnimationJson, QuaternionsDoNotJumpFromFrameToFrame) {
   Animation animation = WithCharacter(kFrames);
   for (std::size_t f = 0; f < kFrames; ++f) {
     const double degrees = 10.0 * static_cast<double>(f);
-    animation.heads[f] = mien::detail::Product(animation.layout.neutral_head,
-                                               tests::Motion(VgeRVector(0, 0, degrees), {0, 0, 0}));
+    animation.heads[f] =
+        mien::Product(animation.layout.neutral_head, tests::Motion(VgeRVector(0, 0, degrees), {0, 0, 0}));
     VTxRotationOrder().V2M(animation.local_clusters[2 * f].rotation, {degrees, 0, 0});
     VTxRotationOrder().V2M(animation.local_clusters[2 * f + 1].rotation, {0, 0, -degrees});
     VTxRotationOrder().V2M(animation.global_clusters[2 * f].rotation, {0, 0, degrees});

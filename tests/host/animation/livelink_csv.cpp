@@ -105,7 +105,7 @@ struct Head {
 Head Angles(const VgeAMatrix& motion, const VgeAMatrix& neutral = {}) {
   Animation animation = Frames({});
   animation.layout.neutral_head = neutral;
-  animation.heads = {mien::detail::Product(neutral, motion)};
+  animation.heads = {mien::Product(neutral, motion)};
   return {std::stod(Field(animation, "HeadYaw")), std::stod(Field(animation, "HeadPitch")),
           std::stod(Field(animation, "HeadRoll"))};
 }
@@ -314,8 +314,8 @@ TEST(LiveLinkCsv, TheHeadRollsFirstThenPitchesThenYaws) {
   for (int i = 0; i < 50; ++i) {
     const double yaw = random.Between(-180, 180), pitch = random.Between(-89, 89),
                  roll = random.Between(-180, 180);
-    const VgeAMatrix motion = mien::detail::Product(
-        Turned(0, yaw, 0), mien::detail::Product(Turned(pitch, 0, 0), Turned(0, 0, roll)));
+    const VgeAMatrix motion =
+        mien::Product(Turned(0, yaw, 0), mien::Product(Turned(pitch, 0, 0), Turned(0, 0, roll)));
     ExpectAngles(Angles(motion), yaw * kDegree, pitch * kDegree, roll * kDegree);
     // Wherever the neutral pose stands in the take.
     ExpectAngles(Angles(motion, tests::AnyMotion(random)), yaw * kDegree, pitch * kDegree, roll * kDegree);
