@@ -2,7 +2,7 @@
 // InputError.
 
 #include "host/base/error.h"
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 #include "host/performer/performer_file.h"
 
 #include <algorithm>
@@ -49,7 +49,7 @@ void RequireValid(const Performer& performer) {
     for (const auto& [name, p] : *pose)
       Require(std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z));
     try {
-      const VgeAMatrix axes = mien::FaceAxes(performer, *pose);
+      const VgeAMatrix axes = mien::NeutralHead(performer, *pose);
       for (int column = 0; column < 3; ++column)
         for (int row = 0; row < 3; ++row) Require(std::fabs(axes.m[column][row]) < 1.001);
     } catch (const mien::InputError&) {} // the pose does not tell which way the face looks

@@ -423,8 +423,8 @@ TEST(Samples, WhereACharactersExpressionsStandMakesNoDifference) {
     for (const Animation& animation : animations)
       for (std::size_t f = 0; f < animation.frames.size(); ++f) {
         VFaceTemplateState templates;
-        for (std::size_t t = 0; t < animation.templates.size(); ++t)
-          templates.mParts[animation.templates[t].part].mWeights[animation.templates[t].slot] =
+        for (std::size_t t = 0; t < animation.layout.templates.size(); ++t)
+          templates.mParts[animation.layout.templates[t].part].mWeights[animation.layout.templates[t].slot] =
               animation.Weight(f, t);
         ASSERT_TRUE(tests::SameBits(solver.Solve(templates).mWeights, by_global_face.Solve(templates)))
             << character.name << ", frame " << f;

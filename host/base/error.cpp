@@ -68,8 +68,12 @@ std::string_view ToText(Code code) {
 }
 
 std::string Message(const Problem& problem) {
-  return fmt::format("{}{}{}: {}; {}", problem.file, problem.place.empty() ? "" : ":", problem.place,
-                     problem.what, problem.fix);
+  std::string message = problem.file;
+  if (!problem.file.empty() && !problem.place.empty()) message += ':';
+  message += problem.place;
+  if (!message.empty()) message += ": ";
+  message += problem.what;
+  return problem.fix.empty() ? message : message + "; " + problem.fix;
 }
 
 InputError::InputError(Code code, std::string_view file, std::string_view place, std::string_view what,

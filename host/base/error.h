@@ -49,7 +49,7 @@ struct Problem {
   bool operator==(const Problem&) const = default;
 };
 
-/// "FILE:PLACE: WHAT; FIX", one line for the user.
+/// "FILE:PLACE: WHAT; FIX", one line for the user, without what is empty.
 std::string Message(const Problem& problem);
 
 /// An input is at fault: a file, or something in it, in one place or several.

@@ -51,8 +51,9 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
     if (!known.insert(target).second) continue;
     if (target.size() > Character::kLongestName) {
       match.notes.push_back(
-          fmt::format("the morph target {} is left out: its name has {} bytes, and {} is the most",
-                      Quoted(target), target.size(), Character::kLongestName));
+          {Code::Limit, "",
+           fmt::format("the morph target {} is left out: its name has {} bytes, and {} is the most",
+                       Quoted(target), target.size(), Character::kLongestName)});
       continue;
     }
     auto& parts = match.character.parts;
@@ -71,9 +72,10 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
   }
   if (unnamed > 0)
     match.notes.push_back(
-        fmt::format("{} left out: {} no name",
-                    unnamed == 1 ? "a morph target is" : fmt::format("{} morph targets are", unnamed),
-                    unnamed == 1 ? "it has" : "they have"));
+        {Code::Ignored, "",
+         fmt::format("{} left out: {} no name",
+                     unnamed == 1 ? "a morph target is" : fmt::format("{} morph targets are", unnamed),
+                     unnamed == 1 ? "it has" : "they have")});
 
   const Character arkit = LoadCharacter("arkit52");
   match.character.range = arkit.range;
@@ -100,8 +102,9 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
         if (meaning == ArkitMatch{n, half}) same.push_back(Quoted(target));
       if (same.size() > 1)
         match.notes.push_back(
-            fmt::format("{} mean the same: take all but one out of \"templates\" if they are on one mesh",
-                        fmt::join(same, ", ")));
+            {Code::Duplicate, "",
+             fmt::format("{} mean the same: take all but one out of \"templates\" if they are on one mesh",
+                         fmt::join(same, ", "))});
     }
   for (const auto& [target, meaning] : matched) driven.erase(kArkitNames[meaning.name]);
   for (const std::string_view shape : kArkitNames)

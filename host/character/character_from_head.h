@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/character/character.h"
 
 #include <string>
@@ -13,7 +14,7 @@ struct HeadMatch {
   std::vector<std::string> unmatched; ///< the head's morph targets that mean none of the 52, in its order
   std::vector<std::string> undriven;  ///< those that mean one of the 52 that arkit52 does not drive either
   std::vector<std::string> missing;   ///< of the 52 what arkit52 drives and no morph target means
-  std::vector<std::string> notes;
+  std::vector<Note> notes;
 };
 
 /// Makes the morph targets of a head the shapes of a character of this name. Those that mean one of the 52

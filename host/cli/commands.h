@@ -1,6 +1,6 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "host/cli/command.h"
 
 #include <string>
 #include <vector>
@@ -8,11 +8,11 @@
 namespace mien {
 
 // Each adds one command, which does its work when the command line has been parsed.
-void AddCharacterCommand(CLI::App& app);
-void AddConvertCommand(CLI::App& app);
-void AddInfoCommand(CLI::App& app);
-void AddPerformerCommand(CLI::App& app);
-void AddSolveCommand(CLI::App& app,
+void AddCharacterCommand(Command& app);
+void AddConvertCommand(Command& app);
+void AddInfoCommand(Command& app);
+void AddPerformerCommand(Command& app);
+void AddSolveCommand(Command& app,
                      std::vector<std::string> arguments); ///< as they were typed, for the report
 
 } // namespace mien

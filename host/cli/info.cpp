@@ -1,42 +1,26 @@
-#include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/cli/commands.h"
+#include "host/cli/output.h"
 #include "host/cli/take_options.h"
-#include "host/files/whole_file.h"
-#include "host/formats/read_take.h"
-#include "host/inspect/describe.h"
 #include "host/inspect/description_json.h"
 #include "host/inspect/description_text.h"
-#include "host/inspect/terminal.h"
-#include "host/performer/face_axes.h"
-#include "host/performer/match_markers.h"
-#include "host/performer/neutral.h"
+#include "host/jobs/info_job.h"
 #include "host/performer/performer_file.h"
-#include "mien/base/affine.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace mien {
 
 namespace {
-
-struct Options {
-  std::vector<std::string> takes;
-  std::string performer;
-  bool json = false;
-  ReadOptions reading;
-};
 
 /// The character set that the environment asks for.
 bool WantsUtf8() {
@@ -57,69 +41,55 @@ Terminal StandardOutput() {
   return terminal;
 }
 
-FaceDirections DirectionsOf(const Take& take, const Performer& performer) {
-  CheckMarkers(performer, take);
-  const VgeAMatrix axes = FaceAxes(performer, FindNeutral(take, performer, std::nullopt).pose);
-  const auto direction = [&](int column) {
-    const VgeTVector d = Column(axes, column);
-    return Point{d.x, d.y, d.z};
-  };
-  return {.left = direction(0), .up = direction(1), .forward = direction(2)};
+/// The description with "errors" besides; of a take that cannot be read its name and these.
+JsonValue InfoAsJson(const TakeInfo& info) {
+  std::vector<JsonMember> members;
+  if (info.description)
+    members = MembersOf(*info.description);
+  else
+    members = {{"file", info.file}};
+  members.push_back({"errors", ErrorsAsJson(info.problems)});
+  return JsonObjectOnLines(members);
 }
 
-void Info(const Options& options) {
-  std::optional<Performer> performer;
-  if (!options.performer.empty()) performer = LoadPerformer(options.performer);
-  const auto write = [](const std::string& text) {
-    WriteWhole("-", [&](std::ostream& out) { out << text; });
-  };
-
+void Info(const InfoJob& job, Output& output) {
+  const std::vector<TakeInfo> infos = Run(job);
   const Terminal terminal = StandardOutput();
-  std::vector<std::string> described;
+  std::vector<std::string> texts;
+  std::vector<JsonValue> documents;
   std::vector<Problem> problems;
-  const auto gather = [&problems](const InputError& error) {
-    problems.insert(problems.end(), error.Problems().begin(), error.Problems().end());
-  };
-  for (const std::string& file : options.takes) {
-    try {
-      const Take take = ReadTake(file, options.reading);
-      TakeDescription description = Describe(take);
-      try {
-        if (performer) description.face = DirectionsOf(take, *performer);
-      } catch (const InputError& error) { gather(error); }
-      if (options.json)
-        described.push_back(ToJson(description));
-      else
-        described.push_back(ToText(description, terminal));
-    } catch (const InputError& error) { gather(error); }
+  for (const TakeInfo& info : infos) {
+    if (info.description && !output.json) texts.push_back(ToText(*info.description, terminal));
+    if (output.json) documents.push_back(InfoAsJson(info));
+    problems.insert(problems.end(), info.problems.begin(), info.problems.end());
   }
-  if (options.json && options.takes.size() > 1)
-    write(fmt::format("[\n{}\n]\n", fmt::join(described, ",\n")));
-  else if (!described.empty())
-    write(fmt::format("{}{}", fmt::join(described, "\n"), options.json ? "\n" : ""));
+  if (!texts.empty()) output.Print(fmt::format("{}", fmt::join(texts, "\n")));
+  if (output.json) output.Document(infos.size() == 1 ? documents[0] : JsonListOnLines(documents));
   if (!problems.empty()) throw InputError(std::move(problems));
 }
 
 } // namespace
 
-void AddInfoCommand(CLI::App& app) {
-  CLI::App* const command =
-      app.add_subcommand("info", "Say what is in takes: markers, frames, rate, timecode, gaps, extents");
-  command->footer("Example: mien info take.csv\n"
-                  "Example: mien info take.csv --performer landmarks68\n"
-                  "Example: mien info take.csv --json\n"
-                  "Where a take cannot be read, the others are told all the same; the exit code is 1.");
-  auto options = std::make_shared<Options>();
-  command->add_option("TAKE", options->takes, std::string(kTakeHelp) + "; several if wanted")->required();
-  command
-      ->add_option(
-          "-p,--performer", options->performer,
-          fmt::format("Tell which way the face looks, by a performer file or a built-in performer: {}",
-                      fmt::join(BuiltInPerformers(), ", ")))
-      ->type_name("NAME|FILE");
-  command->add_flag("--json", options->json, "For programs: as JSON, of several takes as a list");
-  AddTakeOptions(*command, options->reading);
-  command->callback([options] { Info(*options); });
+void AddInfoCommand(Command& app) {
+  Command command =
+      app.AddCommand("info", "Report what is in takes: markers, frames, rate, timecode, gaps, extents");
+  command.Footer("Example: mien info take.csv\n"
+                 "Example: mien info take.csv --performer landmarks68\n"
+                 "Example: mien info take.csv --json\n"
+                 "Where one take cannot be read, the others are reported all the same; the exit code is 1.");
+  auto job = std::make_shared<InfoJob>();
+  command.AddRest(
+      {.names = "TAKE", .type = "", .help = std::string(kTakeHelp) + "; several if wanted", .required = true},
+      job->takes);
+  command.Add(
+      {.names = "-p,--performer",
+       .type = "NAME|FILE",
+       .help = fmt::format("Say which way the face looks, by a performer file or a built-in performer: {}",
+                           fmt::join(BuiltInPerformers(), ", "))},
+      job->performer);
+  AddTakeOptions(command, job->reading);
+  command.AddOutputOptions();
+  command.OnRun([job](Output& output) { Info(*job, output); });
 }
 
 } // namespace mien

@@ -1,8 +1,6 @@
 #include "host/cli/progress.h"
 
-#include "host/base/error.h"
 #include "host/base/text.h"
-#include "host/cli/report.h"
 
 #include <fmt/format.h>
 
@@ -22,7 +20,7 @@ Progress::Progress(std::string work)
       next_(std::chrono::steady_clock::now() + kInterval) {}
 
 Progress::~Progress() {
-  if (shown_) Report("\r\033[K");
+  if (shown_) std::fputs("\r\033[K", stderr);
 }
 
 void Progress::operator()(std::size_t done, std::size_t total) {
@@ -31,7 +29,7 @@ void Progress::operator()(std::size_t done, std::size_t total) {
   if (now < next_) return;
   next_ = now + kInterval;
   shown_ = true;
-  Report(fmt::format("\r\033[K{}: frame {} of {}", Printable(work_), done, total));
+  fmt::print(stderr, "\r\033[K{}: frame {} of {}", Printable(work_), done, total);
   std::fflush(stderr);
 }
 

@@ -1,16 +1,15 @@
 #include "host/files/whole_file.h"
 
 #include "host/base/error.h"
+#include "host/files/unfinished_files.h"
 
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <climits>
-#include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <system_error>
 #include <unistd.h>
 
@@ -19,25 +18,6 @@ namespace mien {
 namespace {
 
 namespace fs = std::filesystem;
-
-// What a signal handler may read: the path of the one file that is being filled.
-char path_in_work[PATH_MAX];
-volatile std::sig_atomic_t file_in_work = 0;
-
-extern "C" void RemoveAndEnd(int signal) {
-  if (file_in_work) unlink(path_in_work);
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
-}
-
-/// A mapped file lost its end while it was read.
-extern "C" void RemoveAndTell(int) {
-  if (file_in_work) unlink(path_in_work);
-  constexpr char kMessage[] =
-      "mien: a file was cut short while it was being read; read it again when it is whole\n";
-  if (write(STDERR_FILENO, kMessage, sizeof kMessage - 1) < 0) _exit(1); // nobody is there to read it
-  _exit(1);                                                              // the input is at fault
-}
 
 [[noreturn]] void FailToWrite(const fs::path& path, int error) {
   throw InputError(Code::Unwritable, path.string(), "",
@@ -52,7 +32,6 @@ public:
   /// `given` is the target as the user wrote it, for messages.
   TemporaryFile(const fs::path& target, const fs::path& given)
       : target_(target), given_(given), path_(fmt::format("{}.{}.part", target.string(), getpid())) {
-    if (path_.native().size() >= sizeof path_in_work) FailToWrite(given_, ENAMETOOLONG);
     std::error_code no_former_file;
     const fs::file_status former = fs::status(target_, no_former_file);
     if (fs::exists(former) && access(target_.c_str(), W_OK) != 0) FailToWrite(given_, errno);
@@ -62,8 +41,7 @@ public:
     const int descriptor = open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (descriptor < 0) FailToWrite(given_, errno);
     close(descriptor);
-    std::strcpy(path_in_work, path_.c_str());
-    file_in_work = 1;
+    listed_.emplace(path_.string());
     stream_.open(path_, std::ios::binary);
     std::error_code not_ours; // then it gets the usual ones
     if (fs::exists(former)) fs::permissions(path_, former.permissions(), not_ours);
@@ -73,7 +51,6 @@ public:
       stream_.close();
       unlink(path_.c_str());
     }
-    file_in_work = 0;
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -98,6 +75,7 @@ private:
   fs::path target_, given_, path_;
   std::ofstream stream_;
   bool renamed_ = false;
+  std::optional<UnfinishedFile> listed_;
 };
 
 /// Where the bytes really go: a link is followed, also to a file that is not there yet, so that renaming does not
@@ -128,13 +106,6 @@ Kind KindOf(const fs::path& path) {
 }
 
 } // namespace
-
-void RemoveTemporaryFileOnSignals() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-    if (std::signal(signal, RemoveAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
-  std::signal(SIGBUS, RemoveAndTell);
-  std::signal(SIGXFSZ, SIG_IGN); // writing past a quota then fails as on a full disk
-}
 
 void WriteWhole(const fs::path& path, const std::function<void(std::ostream&)>& write) {
   switch (KindOf(path)) {

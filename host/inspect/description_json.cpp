@@ -68,27 +68,29 @@ JsonValue Marker(const MarkerDescription& m, const std::vector<std::int64_t>& nu
 
 } // namespace
 
-std::string ToJson(const TakeDescription& d) {
+std::vector<JsonMember> MembersOf(const TakeDescription& d) {
   std::vector<JsonValue> markers;
   for (const MarkerDescription& marker : d.markers) markers.push_back(Marker(marker, d.frame_numbers));
-  return JsonObjectOnLines(
-             {{"format", "mien take description 1"},
-              {"file", d.file},
-              {"name", d.name},
-              {"source", JsonObject({{"format", d.format}, {"flavour", d.flavour}, {"unit", d.unit}})},
-              {"frames", Frames(d)},
-              {"rate", Rate(d.rate)},
-              {"start_s", d.start_s},
-              {"duration_s", d.duration_s},
-              {"timecode", TimecodeOf(d)},
-              {"extents_mm", Json(d.extents)},
-              {"axes", d.axes.empty() ? JsonValue(nullptr) : JsonValue(d.axes)},
-              {"face", Face(d.face)},
-              {"events", Events(d.events)},
-              {"markers", JsonListOnLines(markers)},
-              {"like_names", d.like_names},
-              {"notes", d.notes}})
-      .Text();
+  return {{"format", "mien take description 1"},
+          {"file", d.file},
+          {"name", d.name},
+          {"source", JsonObject({{"format", d.format}, {"flavour", d.flavour}, {"unit", d.unit}})},
+          {"frames", Frames(d)},
+          {"rate", Rate(d.rate)},
+          {"start_s", d.start_s},
+          {"duration_s", d.duration_s},
+          {"timecode", TimecodeOf(d)},
+          {"extents_mm", Json(d.extents)},
+          {"axes", d.axes.empty() ? JsonValue(nullptr) : JsonValue(d.axes)},
+          {"face", Face(d.face)},
+          {"events", Events(d.events)},
+          {"markers", JsonListOnLines(markers)},
+          {"like_names", d.like_names},
+          {"notes", d.notes}};
+}
+
+std::string ToJson(const TakeDescription& description) {
+  return JsonObjectOnLines(MembersOf(description)).Text();
 }
 
 } // namespace mien

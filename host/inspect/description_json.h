@@ -1,8 +1,10 @@
 #pragma once
 
+#include "host/base/json_text.h"
 #include "host/inspect/describe.h"
 
 #include <string>
+#include <vector>
 
 namespace mien {
 
@@ -38,5 +40,8 @@ namespace mien {
 ///       "notes": ["frames missing: 1 after frame 57"]
 ///     }
 std::string ToJson(const TakeDescription& description);
+
+/// The members of that object, for a document that has more.
+std::vector<JsonMember> MembersOf(const TakeDescription& description);
 
 } // namespace mien

@@ -4,7 +4,7 @@
 #include "host/base/face_parts.h"
 #include "host/base/text.h"
 #include "host/cleaning/rigid_motion.h"
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 #include "host/takes/frame_range.h"
 #include "host/takes/frame_span.h"
 #include "host/takes/marker_indices.h"
@@ -237,13 +237,14 @@ Neutral Found(const Take& take, const Performer& performer) {
   neutral.how = fmt::format("the median of all {} frames", take.FrameCount());
   if (neutral.pose.empty()) return neutral;
 
-  const RestFrames at_rest(markers, take, performer, Column(FaceAxes(performer, neutral.pose), 1));
+  const RestFrames at_rest(markers, take, performer, Column(NeutralHead(performer, neutral.pose), 1));
   constexpr std::ptrdiff_t kFewest = 5; // a median of fewer is a frame or two, with their noise
   if (at_rest.Count() < kFewest) {
     neutral.notes.push_back(
-        fmt::format("frames with the eyes open and the lips together: only {}, so all were taken; "
-                    "name better ones with --neutral",
-                    at_rest.Count()));
+        {Code::Assumed, "",
+         fmt::format("frames with the eyes open and the lips together: only {}, so all were taken; "
+                     "name better ones with --neutral",
+                     at_rest.Count())});
     return neutral;
   }
   NeutralPose rest = markers.Pose(at_rest, Median);
@@ -263,9 +264,10 @@ void NoteStrangeSize(Neutral& neutral) {
   const double across = std::max({high.x - low.x, high.y - low.y, high.z - low.z});
   constexpr double kSmallest = 20, kLargest = 2000; // mm; faces with their head markers are 100 to 400
   if (across > 0 && (across < kSmallest || across > kLargest))
-    neutral.notes.push_back(fmt::format("the neutral face is {:.3g} mm across: is the take in another unit? "
-                                        "Head markers that slip are not found then",
-                                        across));
+    neutral.notes.push_back({Code::Doubtful, "",
+                             fmt::format("the neutral face is {:.3g} mm across: is the take in another unit? "
+                                         "Head markers that slip are not found then",
+                                         across)});
 }
 
 } // namespace

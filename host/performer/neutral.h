@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/performer/performer.h"
 #include "host/takes/take.h"
 
@@ -10,9 +11,9 @@
 namespace mien {
 
 struct Neutral {
-  NeutralPose pose;               ///< of the performer's markers that are seen in it; in the take's axes
-  std::string how;                ///< for the user: "the median of 92 rest frames"
-  std::vector<std::string> notes; ///< what the user should hear of it, one sentence each
+  NeutralPose pose;        ///< of the performer's markers that are seen in it; in the take's axes
+  std::string how;         ///< for the user: "the median of 92 rest frames"
+  std::vector<Note> notes; ///< on how far it is to be trusted
 };
 
 /// The performer's neutral face in a take: `asked` where given, else the performer's own, else found so:

@@ -1,6 +1,6 @@
 #include "host/solve/face_solver.h"
 
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 #include "mien/base/affine.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
@@ -11,7 +11,7 @@
 namespace mien {
 
 FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral)
-    : neutral_head_(FaceAxes(performer, neutral)) {
+    : neutral_head_(mien::NeutralHead(performer, neutral)) {
   const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head_);
   for (const std::string& name : performer.FaceMarkers()) {
     const auto place = neutral.find(name);

@@ -65,40 +65,26 @@ std::size_t HeadTrack::UnknownFrames() const {
   return static_cast<std::size_t>(std::count(known.begin(), known.end(), false));
 }
 
-HeadTrack TrackHead(const Take& take, const Performer& performer, const NeutralPose& neutral,
-                    const VgeAMatrix& face_axes, const SolveOptions& options) {
+HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& options) {
+  const HeadSolver& head = solver.Head();
   HeadTrack track;
-  track.heads.assign(take.FrameCount(), face_axes);
+  track.heads.assign(take.FrameCount(), head.NeutralHead());
   track.known.assign(take.FrameCount(), true);
+  if (!head.RemovesMotion()) return track;
 
-  const VgeAMatrix to_face = InverseOfOrthogonalAxes(face_axes);
-  RigidMotion::Markers reference;
-  for (std::size_t slot = 0; slot < performer.head.size(); ++slot) {
-    const auto place = neutral.find(performer.head[slot]);
-    if (place == neutral.end()) {
-      track.left_out.push_back(performer.head[slot]);
-      continue;
-    }
-    const VgeTVector p = TransformPoint(to_face, {place->second.x, place->second.y, place->second.z});
-    reference[slot] = Point{p.x, p.y, p.z};
-  }
-  RigidMotion motion(reference);
-  track.motion_removed = motion.Solve(reference).has_value();
-  if (!track.motion_removed) return track;
-
-  Take head = PickMarkers(take, MarkerIndices(take, performer.head));
-  std::vector<std::size_t> slots(head.MarkerCount());
+  Take markers = PickMarkers(take, MarkerIndices(take, head.Markers()));
+  std::vector<std::size_t> slots(markers.MarkerCount());
   std::iota(slots.begin(), slots.end(), std::size_t{0});
   if (options.head_tolerance_mm)
-    track.slipped = TakeOutSlipped(head, slots, reference, *options.head_tolerance_mm);
-  track.fills = FillGaps(head, slots, options.head_fill);
-  if (options.smooth_positions_hz) SmoothPositions(head, slots, *options.smooth_positions_hz);
+    track.slipped = TakeOutSlipped(markers, slots, head.Reference(), *options.head_tolerance_mm);
+  track.fills = FillGaps(markers, slots, options.head_fill);
+  if (options.smooth_positions_hz) SmoothPositions(markers, slots, *options.smooth_positions_hz);
 
-  for (std::size_t f = 0; f < head.FrameCount(); ++f) {
+  for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
     RigidMotion::Markers seen;
     for (const std::size_t slot : slots)
-      if (const Point* p = head.At(f, slot)) seen[slot] = *p;
-    const auto solved = motion.Solve(seen);
+      if (const Point* p = markers.At(f, slot)) seen[slot] = *p;
+    const auto solved = solver.FindHead(seen);
     track.known[f] = solved.has_value();
     if (solved) track.heads[f] = *solved;
   }

@@ -2,7 +2,7 @@
 
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
-#include "host/performer/performer.h"
+#include "host/solve/frame_solver.h"
 #include "host/solve/solve_options.h"
 #include "host/takes/take.h"
 #include "mien/base/geometry.h"
@@ -20,18 +20,14 @@ struct HeadTrack {
   std::vector<VgeAMatrix> heads;
   std::vector<bool> known; ///< whether the markers tell (size: frames)
 
-  bool motion_removed =
-      true; ///< false where fewer than three head markers are usable, or they stand on a line: then the head is taken as still
-  std::vector<std::string> left_out; ///< head markers that the neutral pose lacks
   SlippedMarkers slipped;
   std::vector<FilledMarker> fills;
 
   std::size_t UnknownFrames() const;
 };
 
-/// `face_axes` are those of the neutral pose (FaceAxes). The take must have the performer's markers.
-HeadTrack TrackHead(const Take& take, const Performer& performer, const NeutralPose& neutral,
-                    const VgeAMatrix& face_axes, const SolveOptions& options);
+/// The take must have the solver's markers.
+HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& options);
 
 /// The markers of these names in the head's frame: of a face that looks along +z, x to its left, y up. In frames without a
 /// known head they are gaps.

@@ -94,27 +94,27 @@ JsonValue WorstFrames(const Take& take, const SolveReport& report) {
 
 } // namespace
 
-void WriteSolveReport(const SolveRecord& record, std::ostream& out) {
+JsonValue SolveReportAsJson(const SolveRecord& record) {
   const Take& take = *record.take;
-  const SolveReport& report = record.solved->report;
+  const SolveReport& report = *record.report;
   const Neutral& neutral = *record.neutral;
-  out << JsonObjectOnLines(
-             {{"format", "mien report 1"},
-              {"tool", "mien " MIEN_VERSION},
-              {"command", record.command},
-              {"files", Files(record.files)},
-              {"take", TakeOf(take)},
-              {"settings", Settings(*record.options)},
-              {"neutral",
-               JsonObjectOnLines({{"from", neutral.how},
-                                  {"notes", JsonListOnLines({neutral.notes.begin(), neutral.notes.end()})}})},
-              {"head", Head(report)},
-              {"markers", Fills(report.face_fills)},
-              {"left_out", report.left_out},
-              {"parts", Parts(take, report)},
-              {"worst_frames", WorstFrames(take, report)}})
-             .Text()
-      << '\n';
+  return JsonObjectOnLines(
+      {{"format", "mien report 1"},
+       {"tool", "mien " MIEN_VERSION},
+       {"command", record.command},
+       {"files", Files(record.files)},
+       {"take", TakeOf(take)},
+       {"settings", Settings(*record.options)},
+       {"neutral", JsonObjectOnLines({{"from", neutral.how}, {"notes", Messages(neutral.notes)}})},
+       {"head", Head(report)},
+       {"markers", Fills(report.face_fills)},
+       {"left_out", report.left_out},
+       {"parts", Parts(take, report)},
+       {"worst_frames", WorstFrames(take, report)}});
+}
+
+void WriteSolveReport(const SolveRecord& record, std::ostream& out) {
+  out << SolveReportAsJson(record).Text() << '\n';
 }
 
 } // namespace mien

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "host/base/json_text.h"
 #include "host/performer/neutral.h"
 #include "host/solve/solve_options.h"
-#include "host/solve/solve_take.h"
+#include "host/solve/solve_report.h"
 #include "host/takes/take.h"
 
 #include <optional>
@@ -27,11 +28,12 @@ struct SolveRecord {
   const Take* take = nullptr; ///< not owned, nor are the others
   const Neutral* neutral = nullptr;
   const SolveOptions* options = nullptr;
-  const SolvedTake* solved = nullptr;
+  const SolveReport* report = nullptr;
 };
 
-/// Writes the record as JSON: {"format": "mien report 1", "tool", "command", "files", "take", "settings", "neutral",
-/// "head", "markers", "parts", "worst_frames"}. Frames are told by their numbers in the take.
+/// The record as JSON: {"format": "mien report 1", "tool", "command", "files", "take", "settings", "neutral",
+/// "head", "markers", "parts", "worst_frames"}. Frames are given by their numbers in the take.
+JsonValue SolveReportAsJson(const SolveRecord& record);
 void WriteSolveReport(const SolveRecord& record, std::ostream& out);
 
 } // namespace mien

@@ -3,7 +3,9 @@
 #include "host/takes/frame_span.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <string_view>
 
 namespace mien {
 
@@ -17,5 +19,8 @@ struct FrameRange {
 /// The places of the frames whose numbers are in the range; an empty span where there are none. `numbers` are all frames'
 /// numbers, rising.
 FrameSpan FramesIn(const FrameRange& range, std::span<const std::int64_t> numbers);
+
+/// Reads FRAME or FROM-TO; numbers may be negative. Nothing for anything else, and where TO comes before FROM.
+std::optional<FrameRange> ParseFrameRange(std::string_view text);
 
 } // namespace mien

@@ -4,6 +4,7 @@
 #include "host/character/character_file.h"
 #include "mien/face/face.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

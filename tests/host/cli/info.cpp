@@ -85,9 +85,9 @@ TEST_F(Info, ATakeThatCannotBeReadDoesNotHideTheOthers) {
     EXPECT_THAT(ran.err, AllOf(StartsWith("mien: none.csv: "), HasSubstr("\nmien: bad.csv:2: ")));
     if (as_json) {
       const json takes = json::parse(ran.out);
-      ASSERT_THAT(takes, SizeIs(2));
-      EXPECT_EQ(takes[0]["file"], "a.csv");
-      EXPECT_EQ(takes[1]["file"], "b.csv");
+      ASSERT_THAT(takes, SizeIs(4));
+      EXPECT_EQ(takes[1]["name"], "a");
+      EXPECT_EQ(takes[3]["name"], "b");
     } else {
       EXPECT_THAT(ran.out, AllOf(StartsWith("a: "), HasSubstr("\nb: ")));
     }
@@ -101,13 +101,22 @@ TEST_F(Info, JsonIsAListForSeveralTakesAndOnlyForThese) {
   const json two = json::parse(Run({"info", "--json", "a.csv", "b.csv"}).out);
   ASSERT_THAT(two, SizeIs(2));
   EXPECT_EQ(two[0], one);
-  EXPECT_EQ(json::parse(Run({"info", "--json", "none.csv", "none either.csv"}).out), json::array());
 }
 
-TEST_F(Info, OfASingleTakeThatCannotBeReadNothingIsWritten) {
+// A program finds each of its files in the answer, in their order, also those that cannot be read.
+TEST_F(Info, JsonOfATakeThatCannotBeReadIsItsNameAndErrors) {
   const Ran ran = Run({"info", "--json", "bad.csv"});
   EXPECT_EQ(ran.exit_code, 1);
-  EXPECT_THAT(ran.out, IsEmpty());
+  const json bad = json::parse(ran.out);
+  EXPECT_THAT(bad, SizeIs(2));
+  EXPECT_EQ(bad["file"], "bad.csv");
+  EXPECT_EQ(bad["errors"][0]["place"], "2");
+  const json three = json::parse(Run({"info", "--json", "none.csv", "a.csv", "none either.csv"}).out);
+  ASSERT_THAT(three, SizeIs(3));
+  EXPECT_EQ(three[0]["file"], "none.csv");
+  EXPECT_EQ(three[1]["name"], "a");
+  EXPECT_EQ(three[1]["errors"], json::array());
+  EXPECT_EQ(three[2]["errors"][0]["code"], "not-found");
 }
 
 TEST_F(Info, ToldStrictlyWhatWasForgivenIsAMistake) {

@@ -139,7 +139,7 @@ protected:
     }
     // It tells the version, the command, the hashes of what went in and came out, and all residuals.
     EXPECT_EQ(mien::Sha256(Saved("m.report.json")),
-              "58f14defb61098401a95fe97de7ada481ab3bd96165c679a7955ce87d7b92f35")
+              "2631d95eff3896db7cff2287d95c57e5bcb14df39bd21fa65294a84b4aa7dcdb")
         << "m.report.json";
   }
 };

@@ -276,7 +276,8 @@ TEST(FindNeutral, FewerThanFiveRestFramesAreTooFewAndAreReported) {
   const Neutral neutral = Found(take);
   EXPECT_EQ(neutral.how, "the median of all 8 frames");
   ASSERT_EQ(neutral.notes.size(), 1u);
-  EXPECT_THAT(neutral.notes[0], AllOf(HasSubstr("so all were taken"), HasSubstr("--neutral")));
+  EXPECT_EQ(neutral.notes[0].code, mien::Code::Assumed);
+  EXPECT_THAT(neutral.notes[0].what, AllOf(HasSubstr("so all were taken"), HasSubstr("--neutral")));
   EXPECT_EQ(neutral.pose.size(), PlainFace().size());
   // Of 1, 1, 1, 1, 0.4, 0.5, 0.6, 0.7 the middle two are 0.7 and 1.
   EXPECT_NEAR(neutral.pose.at("LidUpL").y, 52 - 8 * 0.85, kRounding);
@@ -410,8 +411,8 @@ TEST(FindNeutral, AFaceOfAStrangeSizeIsTold) {
     for (auto& [name, p] : face) p = {p.x * scale, p.y * scale, p.z * scale};
     for (int f = 0; f < 10; ++f) Film(take, face);
     bool is_told = false;
-    for (const std::string& note : Found(take).notes)
-      is_told = is_told || note.find("is the take in another unit?") != std::string::npos;
+    for (const mien::Note& note : Found(take).notes)
+      is_told = is_told || note.what.find("is the take in another unit?") != std::string::npos;
     EXPECT_EQ(is_told, told) << scale;
   }
 }

@@ -1,6 +1,6 @@
 #include "host/performer/performer_file.h"
 
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
 #include "tests/host/temporary_folder.h"

@@ -1,7 +1,7 @@
 #include "host/solve/face_solver.h"
 
 #include "host/animation/animation.h"
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 #include "tests/host/input_error.h"
 #include "tests/host/plain_face.h"
 
@@ -160,8 +160,9 @@ TEST(FaceSolver, TellsItsMarkersTheirRestAndTheirParts) {
   const NeutralPose neutral = Carried(AnyMotion(random), PlainFace());
   const FaceSolver solver(PlainPerformer(), neutral);
   EXPECT_EQ(solver.Markers(), PlainPerformer().FaceMarkers()) << "those of the head are not among them";
-  EXPECT_EQ(solver.NeutralHead(), mien::FaceAxes(PlainPerformer(), neutral));
-  const VgeAMatrix to_face = mien::InverseOfOrthogonalAxes(mien::FaceAxes(PlainPerformer(), PlainFace()));
+  EXPECT_EQ(solver.NeutralHead(), mien::NeutralHead(PlainPerformer(), neutral));
+  const VgeAMatrix to_face =
+      mien::InverseOfOrthogonalAxes(mien::NeutralHead(PlainPerformer(), PlainFace()));
   ASSERT_EQ(solver.RestPlaces().size(), solver.Markers().size());
   for (std::size_t m = 0; m < solver.Markers().size(); ++m) {
     const Point upright = Carried(to_face, PlainFace().at(solver.Markers()[m])),

@@ -1,6 +1,6 @@
 #include "host/solve/head_track.h"
 
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 #include "tests/host/plain_face.h"
 #include "tests/host/take_along.h"
 
@@ -46,10 +46,21 @@ constexpr double kRounding = 1e-9;
 
 const std::vector<std::string> kHead = {"H1", "H2", "H3", "H4", "H5"};
 
-VgeAMatrix Axes() { return mien::FaceAxes(PlainPerformer(), PlainFace()); }
+VgeAMatrix Axes() { return mien::NeutralHead(PlainPerformer(), PlainFace()); }
+
+HeadTrack Track(const Take& take, const mien::Performer& performer, const NeutralPose& neutral,
+                const SolveOptions& options) {
+  mien::FrameSolver solver(performer, neutral);
+  return mien::TrackHead(take, solver, options);
+}
+
+bool RemovesMotion(const mien::Performer& performer = PlainPerformer(),
+                   const NeutralPose& neutral = PlainFace()) {
+  return mien::FrameSolver(performer, neutral).Head().RemovesMotion();
+}
 
 HeadTrack Track(const Take& take, const SolveOptions& options = {}) {
-  return mien::TrackHead(take, PlainPerformer(), PlainFace(), Axes(), options);
+  return Track(take, PlainPerformer(), PlainFace(), options);
 }
 
 /// The markers are exactly rigid: no place is doubtful, and none filled in.
@@ -97,8 +108,8 @@ TEST(HeadTrack, IsTheMotionOfTheHead) {
   EXPECT_THAT(track.known, Each(true));
   EXPECT_THAT(track.known, SizeIs(30));
   EXPECT_EQ(track.UnknownFrames(), 0u);
-  EXPECT_TRUE(track.motion_removed);
-  EXPECT_THAT(track.left_out, IsEmpty());
+  EXPECT_TRUE(RemovesMotion());
+  EXPECT_THAT(mien::FrameSolver(PlainPerformer(), PlainFace()).Head().LeftOut(), IsEmpty());
   EXPECT_THAT(track.slipped.markers, IsEmpty());
   EXPECT_EQ(track.slipped.doubtful_frames, 0u);
   ASSERT_THAT(track.fills, SizeIs(5));
@@ -115,8 +126,7 @@ TEST(HeadTrack, WhereTheNeutralPoseStandsMakesNoDifference) {
     const VgeAMatrix motion = AnyMotion(random);
     Take take = EmptyTake();
     Film(take, PlainFace(), motion);
-    const HeadTrack track =
-        mien::TrackHead(take, PlainPerformer(), neutral, mien::FaceAxes(PlainPerformer(), neutral), {});
+    const HeadTrack track = Track(take, PlainPerformer(), neutral, {});
     EXPECT_LT(Difference(track.heads[0], Product(motion, Axes())), kRounding) << round;
   }
 }
@@ -221,7 +231,7 @@ TEST(HeadTrack, AHeadThatIsNeverFoundIsNeutral) {
   EXPECT_THAT(track.heads, Each(Axes()));
   EXPECT_THAT(track.known, Each(false));
   EXPECT_EQ(track.UnknownFrames(), 4u);
-  EXPECT_TRUE(track.motion_removed) << "it would be, if the markers were seen";
+  EXPECT_TRUE(RemovesMotion()) << "it would be, if the markers were seen";
 }
 
 TEST(HeadTrack, WithFewerThanThreeUsableMarkersOrThemOnALineTheHeadIsTakenAsStill) {
@@ -240,9 +250,9 @@ TEST(HeadTrack, WithFewerThanThreeUsableMarkersOrThemOnALineTheHeadIsTakenAsStil
     Film(take, PlainFace(), Motion({}, {0, 0, 300}));
     Film(take, PlainFace());
     Hide(take, 2, kHead);
-    const VgeAMatrix axes = mien::FaceAxes(performer, neutral);
-    const HeadTrack track = mien::TrackHead(take, performer, neutral, axes, {});
-    EXPECT_FALSE(track.motion_removed);
+    const VgeAMatrix axes = mien::NeutralHead(performer, neutral);
+    const HeadTrack track = Track(take, performer, neutral, {});
+    EXPECT_FALSE(RemovesMotion(performer, neutral));
     EXPECT_THAT(track.heads, ElementsAre(axes, axes, axes));
     EXPECT_THAT(track.known, ElementsAre(true, true, true)) << "there is no head to be lost";
     EXPECT_EQ(track.UnknownFrames(), 0u);
@@ -254,12 +264,12 @@ TEST(HeadTrack, MarkersThatTheNeutralPoseLacksAreTold) {
   tests::Random random(78);
   NeutralPose neutral = PlainFace();
   neutral.erase("H4"), neutral.erase("H2");
-  const VgeAMatrix axes = mien::FaceAxes(PlainPerformer(), neutral), motion = AnyMotion(random);
+  const VgeAMatrix axes = mien::NeutralHead(PlainPerformer(), neutral), motion = AnyMotion(random);
   Take take = EmptyTake();
   Film(take, PlainFace(), motion);
-  const HeadTrack track = mien::TrackHead(take, PlainPerformer(), neutral, axes, {});
-  EXPECT_THAT(track.left_out, ElementsAre("H2", "H4"));
-  EXPECT_TRUE(track.motion_removed);
+  const HeadTrack track = Track(take, PlainPerformer(), neutral, {});
+  EXPECT_THAT(mien::FrameSolver(PlainPerformer(), neutral).Head().LeftOut(), ElementsAre("H2", "H4"));
+  EXPECT_TRUE(RemovesMotion(PlainPerformer(), neutral));
   EXPECT_LT(Difference(track.heads[0], Product(motion, axes)), kRounding);
 }
 
@@ -268,7 +278,7 @@ TEST(HeadTrack, ATakeWithoutFramesHasNoHeads) {
   EXPECT_THAT(track.heads, IsEmpty());
   EXPECT_THAT(track.known, IsEmpty());
   EXPECT_EQ(track.UnknownFrames(), 0u);
-  EXPECT_TRUE(track.motion_removed);
+  EXPECT_TRUE(RemovesMotion());
 }
 
 // --- Cleaning.
@@ -379,11 +389,10 @@ TEST(Stabilise, FramesWithoutAKnownHeadAreGapsAndGapsStay) {
 TEST(Stabilise, AHeadThatIsTakenAsStillLosesNoFrame) {
   Performer performer = PlainPerformer();
   performer.head = {"H1"};
-  const VgeAMatrix axes = mien::FaceAxes(performer, PlainFace());
   Take take = EmptyTake();
   Film(take, PlainFace());
   Film(take, PlainFace(), Motion({}, {0, 0, 300}));
-  const Take stable = Stabilise(take, mien::TrackHead(take, performer, PlainFace(), axes, {}), {"Chin"});
+  const Take stable = Stabilise(take, Track(take, performer, PlainFace(), {}), {"Chin"});
   ASSERT_TRUE(stable.At(0, 0) && stable.At(1, 0));
   EXPECT_NEAR(tests::Distance(*stable.At(0, 0), *stable.At(1, 0)), 300, kRounding);
 }

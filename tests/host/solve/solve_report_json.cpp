@@ -1,5 +1,6 @@
 #include "host/solve/solve_report_json.h"
 
+#include "host/solve/solve_take.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/plain_face.h"
 
@@ -35,7 +36,7 @@ struct Solved {
     take.notes = {{mien::Code::Missing, "", "frames missing: 1 after frame 57"}};
     for (int f = 0; f < 8; ++f) take.AddFrame(50 + 3 * f, 0.1 * f);
     neutral.how = "the median of 92 rest frames";
-    neutral.notes = {"few frames are at rest"};
+    neutral.notes = {{mien::Code::Assumed, "", "few frames are at rest"}};
     options.head_tolerance_mm = 4.5;
     options.fade_s = 0.125;
     options.smooth_positions_hz = 6.25;
@@ -65,7 +66,7 @@ struct Solved {
         &take,
         &neutral,
         &options,
-        &solved};
+        &solved.report};
   }
   std::string Written() const {
     std::ostringstream out;

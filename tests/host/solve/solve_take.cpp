@@ -221,8 +221,9 @@ TEST(SolveTake, IsTheStepsThatItIsMadeOf) {
   for (const Take& take : {OddTake(), talk}) {
     const Performer performer = PlainPerformer();
     const SolveOptions options;
+    mien::FrameSolver frames(performer, PlainFace());
     FaceSolver solver(performer, PlainFace());
-    const mien::HeadTrack track = TrackHead(take, performer, PlainFace(), solver.NeutralHead(), options);
+    const mien::HeadTrack track = TrackHead(take, frames, options);
     Take face = Stabilise(take, track, solver.Markers());
     std::vector<std::size_t> all(face.MarkerCount());
     std::iota(all.begin(), all.end(), std::size_t{0});

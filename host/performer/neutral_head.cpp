@@ -1,4 +1,4 @@
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 
 #include "host/base/error.h"
 #include "host/base/face_parts.h"
@@ -37,7 +37,7 @@ private:
 
 } // namespace
 
-VgeAMatrix FaceAxes(const Performer& performer, const NeutralPose& neutral) {
+VgeAMatrix NeutralHead(const Performer& performer, const NeutralPose& neutral) {
   const auto holder = [&](int part, int h) -> const std::vector<std::string>& {
     return performer.holders[static_cast<std::size_t>(part)][static_cast<std::size_t>(h)];
   };

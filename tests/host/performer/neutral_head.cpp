@@ -1,4 +1,4 @@
-#include "host/performer/face_axes.h"
+#include "host/performer/neutral_head.h"
 
 #include "tests/host/input_error.h"
 #include "tests/host/plain_face.h"
@@ -11,7 +11,7 @@
 
 using mien::Column;
 using mien::Dot;
-using mien::FaceAxes;
+using mien::NeutralHead;
 using mien::NeutralPose;
 using mien::Performer;
 using mien::Point;
@@ -39,7 +39,7 @@ Performer With(const std::vector<std::size_t>& parts) {
 }
 
 std::string Error(const Performer& performer, const NeutralPose& pose) {
-  return InputErrorOf([&] { FaceAxes(performer, pose); });
+  return InputErrorOf([&] { NeutralHead(performer, pose); });
 }
 
 /// Whether the axes of an upright face come out: x to its left, y up, z forward, as far as the depth of the
@@ -52,8 +52,8 @@ void ExpectUpright(const VgeAMatrix& axes) {
 
 } // namespace
 
-TEST(FaceAxes, AreThoseOfAnUprightFaceAndRigid) {
-  const VgeAMatrix axes = FaceAxes(PlainPerformer(), PlainFace());
+TEST(NeutralHead, IsRigidAndUprightForAnUprightFace) {
+  const VgeAMatrix axes = NeutralHead(PlainPerformer(), PlainFace());
   ExpectUpright(axes);
   for (int a = 0; a < 3; ++a)
     for (int b = 0; b < 3; ++b)
@@ -61,8 +61,8 @@ TEST(FaceAxes, AreThoseOfAnUprightFaceAndRigid) {
 }
 
 // From the mouth's middle to the brows' middle, square to x.
-TEST(FaceAxes, UprightIsFromTheMouthToTheBrows) {
-  const VgeAMatrix axes = FaceAxes(PlainPerformer(), PlainFace());
+TEST(NeutralHead, UprightIsFromTheMouthToTheBrows) {
+  const VgeAMatrix axes = NeutralHead(PlainPerformer(), PlainFace());
   // mouth without the chin: corners (13, 92) twice, lips (18, 99), (9, 98); each brow: (59, 92), (56, 86), (54, 95)
   const double rise = (59.0 + 56 + 54) / 3 - (13.0 + 13 + 18 + 9) / 4,
                depth = (92.0 + 86 + 95) / 3 - (92.0 + 92 + 99 + 98) / 4, length = std::hypot(rise, depth);
@@ -70,36 +70,36 @@ TEST(FaceAxes, UprightIsFromTheMouthToTheBrows) {
   EXPECT_NEAR(axes.m[1][2], depth / length, 1e-15 * 10);
 }
 
-TEST(FaceAxes, TurnWithTheTake) {
+TEST(NeutralHead, TurnsWithTheTake) {
   tests::Random random(1);
-  const VgeAMatrix still = FaceAxes(PlainPerformer(), PlainFace());
+  const VgeAMatrix still = NeutralHead(PlainPerformer(), PlainFace());
   for (int i = 0; i < 200; ++i) {
     const VgeAMatrix motion = tests::AnyMotion(random);
-    const VgeAMatrix axes = FaceAxes(PlainPerformer(), Carried(motion, PlainFace()));
+    const VgeAMatrix axes = NeutralHead(PlainPerformer(), Carried(motion, PlainFace()));
     ASSERT_LT(Difference(axes, Product(motion, still)), kRounding) << i;
   }
 }
 
-TEST(FaceAxes, OriginIsTheMiddleOfTheHeadMarkersOrElseOfAll) {
-  const VgeAMatrix axes = FaceAxes(PlainPerformer(), PlainFace());
+TEST(NeutralHead, OriginIsTheMiddleOfTheHeadMarkersOrElseOfAll) {
+  const VgeAMatrix axes = NeutralHead(PlainPerformer(), PlainFace());
   EXPECT_NEAR(axes.m[3][0], 0, kRounding);
   EXPECT_NEAR(axes.m[3][1], (150.0 + 120 + 120 + 170 + 100) / 5, kRounding);
   EXPECT_NEAR(axes.m[3][2], (80.0 + 20 + 20 - 50 - 70) / 5, kRounding);
 
   Performer headless = With({kMouth, kLeftBrow, kRightBrow});
   headless.head.clear();
-  const VgeAMatrix of_all = FaceAxes(headless, PlainFace());
+  const VgeAMatrix of_all = NeutralHead(headless, PlainFace());
   EXPECT_NEAR(of_all.m[3][1], (13.0 + 18 + 9 + 13 - 12 + 2 * (59 + 56 + 54)) / 11, kRounding);
 }
 
 // The jaw may hang, or be clenched, when the neutral face is taken.
-TEST(FaceAxes, AreNotMovedByTheChin) {
+TEST(NeutralHead, IsNotMovedByTheChin) {
   NeutralPose open = PlainFace();
   open["Chin"] = {14, -50, 60};
-  EXPECT_EQ(FaceAxes(PlainPerformer(), open), FaceAxes(PlainPerformer(), PlainFace()));
+  EXPECT_EQ(NeutralHead(PlainPerformer(), open), NeutralHead(PlainPerformer(), PlainFace()));
 }
 
-TEST(FaceAxes, AreFoundFromWhateverPairsAndHeightsThereAre) {
+TEST(NeutralHead, IsFoundFromWhateverPairsAndHeightsThereAre) {
   const std::vector<std::size_t> enough[] = {
       {kMouth, kLeftBrow},             // left and right by the corners of the mouth
       {kMouth, kLeftBrow, kRightBrow}, //
@@ -110,12 +110,12 @@ TEST(FaceAxes, AreFoundFromWhateverPairsAndHeightsThereAre) {
   };
   for (const auto& parts : enough) {
     SCOPED_TRACE(testing::PrintToString(parts));
-    ExpectUpright(FaceAxes(With(parts), PlainFace()));
+    ExpectUpright(NeutralHead(With(parts), PlainFace()));
   }
 }
 
 // Six markers on the left brow and one on the right one do not pull the face round.
-TEST(FaceAxes, APairHasOneVoteHoweverManyMarkersItHas) {
+TEST(NeutralHead, APairHasOneVoteHoweverManyMarkersItHas) {
   Performer performer = With({kMouth, kLeftBrow, kRightBrow});
   NeutralPose pose = PlainFace();
   for (int i = 0; i < 20; ++i) {
@@ -123,17 +123,17 @@ TEST(FaceAxes, APairHasOneVoteHoweverManyMarkersItHas) {
     performer.holders[kLeftBrow][0].push_back(name);
     pose[name] = pose["BrowL"];
   }
-  EXPECT_NEAR(FaceAxes(performer, pose).m[0][0], 1, 1e-3);
+  EXPECT_NEAR(NeutralHead(performer, pose).m[0][0], 1, 1e-3);
 }
 
-TEST(FaceAxes, AHalfSeenPairDoesNotCount) {
+TEST(NeutralHead, AHalfSeenPairDoesNotCount) {
   const Performer performer = With({kMouth, kLeftBrow, kRightBrow, kLeftNostril, kRightNostril});
   NeutralPose pose = PlainFace();
   pose.erase("NoseR");
-  ExpectUpright(FaceAxes(performer, pose));
+  ExpectUpright(NeutralHead(performer, pose));
 }
 
-TEST(FaceAxes, SayWhatIsMissing) {
+TEST(NeutralHead, SaysWhatIsMissing) {
   const std::string message =
       "plain.json:/parts: the neutral pose does not tell which way the face looks; give it markers on a left "
       "and a "
@@ -151,7 +151,7 @@ TEST(FaceAxes, SayWhatIsMissing) {
   EXPECT_EQ(Error(PlainPerformer(), {}), message) << "nothing seen";
 }
 
-TEST(FaceAxes, MarkersOnALineAreRefused) {
+TEST(NeutralHead, MarkersOnALineAreRefused) {
   NeutralPose on_a_line, in_a_point;
   for (const auto& [name, p] : PlainFace()) {
     on_a_line[name] = {p.x, 2 * p.x, -p.x};
@@ -165,7 +165,7 @@ TEST(FaceAxes, MarkersOnALineAreRefused) {
 }
 
 // Left and right that contradict each other cancel out.
-TEST(FaceAxes, PairsThatContradictEachOtherAreRefused) {
+TEST(NeutralHead, PairsThatContradictEachOtherAreRefused) {
   Performer performer = With({kMouth, kLeftBrow, kRightBrow});
   performer.holders[kMouth] = {
       {{"BrowR", "BrowOutR", "BrowInR"}, {"LipUp"}, {}, {"BrowL", "BrowOutL", "BrowInL"}, {}}};
@@ -173,12 +173,12 @@ TEST(FaceAxes, PairsThatContradictEachOtherAreRefused) {
 }
 
 // Positions that are finite but absurd: no answer is a NaN.
-TEST(FaceAxes, HugePositionsAreAnErrorOrFinite) {
+TEST(NeutralHead, HugePositionsAreAnErrorOrFinite) {
   for (const double factor : {1e100, 1e160, 1e300}) {
     NeutralPose pose = PlainFace();
     for (auto& [name, p] : pose) p = {factor * p.x, factor * p.y, factor * p.z};
     try {
-      const VgeAMatrix axes = FaceAxes(PlainPerformer(), pose);
+      const VgeAMatrix axes = NeutralHead(PlainPerformer(), pose);
       for (int column = 0; column < 4; ++column)
         for (int row = 0; row < 3; ++row) EXPECT_TRUE(std::isfinite(axes.m[column][row])) << factor;
     } catch (const mien::InputError&) {}

@@ -12,6 +12,6 @@ namespace mien {
 /// nostrils, or the cheeks) to the brows (or else the eyes), square to x; the origin is the middle of the
 /// head markers, or else of all. Throws InputError where the performer has not the markers for that, or they
 /// lie on a line.
-VgeAMatrix FaceAxes(const Performer& performer, const NeutralPose& neutral);
+VgeAMatrix NeutralHead(const Performer& performer, const NeutralPose& neutral);
 
 } // namespace mien

@@ -1,0 +1,97 @@
+#include "host/cli/cleaning_options.h"
+
+#include "host/cleaning/fill_gaps.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <string>
+#include <system_error>
+
+namespace mien {
+
+namespace {
+
+constexpr char kGroup[] = "Cleaning";
+
+void AddFill(Command& command, const std::string& name, const std::string& help, FillPlan& plan) {
+  command.AddParsed({.names = name,
+                     .type = "METHOD[:SECONDS],...",
+                     .help = fmt::format("{}; default {}", help, ToText(plan)),
+                     .group = kGroup},
+                    [&plan](const std::string& text) -> Command::Fault {
+                      const auto parsed = ParseFillPlan(text);
+                      if (!parsed)
+                        return fmt::format(
+                            "\"{}\" is not none, hold, linear, cubic or pattern, or several of "
+                            "them, such as cubic:0.2,pattern:1",
+                            text);
+                      plan = *parsed;
+                      return std::nullopt;
+                    });
+}
+
+/// A number above 0.
+void AddNumber(Command& command, const std::string& name, const std::string& unit, const std::string& example,
+               const std::string& help, std::function<Command::Fault(double)> set) {
+  command.AddParsed({.names = name, .type = unit, .help = help, .group = kGroup},
+                    [unit, example, set = std::move(set)](const std::string& text) -> Command::Fault {
+                      const char* const end = text.data() + text.size();
+                      double value = 0;
+                      const auto [parsed, error] = std::from_chars(text.data(), end, value);
+                      if (error != std::errc() || parsed != end || !(value > 0) || !std::isfinite(value))
+                        return fmt::format("\"{}\" is not a number of {} above 0, such as {}", text, unit,
+                                           example);
+                      return set(value);
+                    });
+}
+
+} // namespace
+
+void AddCleaningOptions(Command& command, SolveOptions& options) {
+  AddFill(command, "--fill", "How gaps of face markers are filled, and the longest that is",
+          options.face_fill);
+  AddFill(command, "--fill-head", "How gaps of head markers are filled, and the longest that is",
+          options.head_fill);
+
+  // Which of the two comes first on the command line does not matter.
+  struct Tolerance {
+    bool named = false, none = false;
+  };
+  const auto tolerance = std::make_shared<Tolerance>();
+  const std::string contradiction = "--keep-slipped and --head-tolerance exclude each other";
+  AddNumber(command, "--head-tolerance", "MM", "6",
+            fmt::format("How far a head marker may leave its place before it is left out; default {}",
+                        *options.head_tolerance_mm),
+            [&options, tolerance, contradiction](double mm) -> Command::Fault {
+              if (tolerance->none) return contradiction;
+              tolerance->named = true;
+              options.head_tolerance_mm = mm;
+              return std::nullopt;
+            });
+  command.AddParsedFlag({.names = "--keep-slipped",
+                         .type = "",
+                         .help = "Leave no head marker out, however far from its place",
+                         .group = kGroup},
+                        [&options, tolerance, contradiction]() -> Command::Fault {
+                          if (tolerance->named) return contradiction;
+                          tolerance->none = true;
+                          options.head_tolerance_mm.reset();
+                          return std::nullopt;
+                        });
+
+  AddNumber(command, "--fade", "S", "0.25",
+            fmt::format("How long a part takes to come to rest where its markers are missing; default {}",
+                        options.fade_s),
+            [&options](double seconds) -> Command::Fault { return options.fade_s = seconds, std::nullopt; });
+  AddNumber(
+      command, "--smooth", "HZ", "10", "Smooth the markers: remove what is faster than this, without delay",
+      [&options](double hz) -> Command::Fault { return options.smooth_positions_hz = hz, std::nullopt; });
+  AddNumber(command, "--smooth-weights", "HZ", "10", "The same for the template weights",
+            [&options](double hz) -> Command::Fault { return options.smooth_weights_hz = hz, std::nullopt; });
+}
+
+} // namespace mien

@@ -1,0 +1,103 @@
+#include "host/cli/output.h"
+
+#include "host/base/text.h"
+#include "host/files/whole_file.h"
+#include "host/jobs/output_place.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace mien {
+
+namespace {
+
+void PrintForPeople(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(),
+              stderr); // what cannot be printed there is lost: no input is at fault
+}
+
+void PrintToStandardOutput(std::string_view text) {
+  WriteWhole("-", [&](std::ostream& out) { out << text; });
+}
+
+/// Settings that do not fit each other are the command line's options.
+std::string MessageForPeople(const Problem& problem) {
+  if (problem.code != Code::Usage || problem.place.empty() || !problem.file.empty()) return Message(problem);
+  return "--" + Message(problem);
+}
+
+int ExitCodeOf(const std::vector<Problem>& problems) {
+  if (problems.empty()) return kDone;
+  const auto is = [](Code code) { return [code](const Problem& problem) { return problem.code == code; }; };
+  if (std::any_of(problems.begin(), problems.end(), is(Code::Usage))) return kCommandLineAtFault;
+  return std::all_of(problems.begin(), problems.end(), is(Code::Limit)) ? kLimitExceeded : kInputAtFault;
+}
+
+} // namespace
+
+void Output::Line(std::string_view title, std::string_view text) const {
+  if (!quiet && !json) PrintForPeople(fmt::format("{:<10} {}\n", title, Printable(text)));
+}
+
+void Output::Remark(const Note& note, std::string_view file) {
+  Line("", Message(note));
+  notes_.push_back({std::string(file), note});
+}
+
+void Output::Remark(const std::vector<Note>& notes, std::string_view file) {
+  for (const Note& note : notes) Remark(note, file);
+}
+
+void Output::Print(std::string_view text) const {
+  if (!json) PrintToStandardOutput(text);
+}
+
+void Output::RequireFreeStandardOutput(std::string_view output, std::string_view setting) const {
+  if (json && output == "-")
+    throw UsageError(setting, "standard output is taken by --json; name a file, or leave out --json");
+}
+
+int Output::Finish(const std::vector<Problem>& problems) {
+  int exit_code = ExitCodeOf(problems);
+  for (const Problem& problem : problems)
+    PrintForPeople(fmt::format("mien: {}\n", MessageForPeople(problem)));
+  if (exit_code == kCommandLineAtFault)
+    PrintForPeople(fmt::format("mien: see mien {}{}--help\n", command, command.empty() ? "" : " "));
+  if (!json) return exit_code;
+
+  if (document_.empty()) {
+    std::vector<JsonValue> notes;
+    for (const auto& [file, note] : notes_)
+      notes.push_back(JsonObject(
+          {{"code", ToText(note.code)}, {"file", file}, {"place", note.place}, {"what", note.what}}));
+    document_ = JsonObjectOnLines({{"format", "mien result 1"},
+                                   {"command", command},
+                                   {"exit_code", exit_code},
+                                   {"result", result_},
+                                   {"notes", JsonListOnLines(notes)},
+                                   {"errors", ErrorsAsJson(problems)}})
+                    .Text();
+  }
+  try {
+    PrintToStandardOutput(document_ + "\n");
+  } catch (const InputError& error) {
+    PrintForPeople(fmt::format("mien: {}\n", error.what()));
+    exit_code = std::max(exit_code, kInputAtFault);
+  }
+  return exit_code;
+}
+
+JsonValue ErrorsAsJson(const std::vector<Problem>& problems) {
+  std::vector<JsonValue> errors;
+  for (const Problem& problem : problems)
+    errors.push_back(JsonObject({{"code", ToText(problem.code)},
+                                 {"file", problem.file},
+                                 {"place", problem.place},
+                                 {"what", problem.what},
+                                 {"fix", problem.fix}}));
+  return JsonListOnLines(errors);
+}
+
+} // namespace mien

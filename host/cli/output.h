@@ -1,0 +1,70 @@
+#pragma once
+
+#include "host/base/error.h"
+#include "host/base/json_text.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace mien {
+
+/// Exit codes of the command.
+inline constexpr int kDone = 0, kInputAtFault = 1, kCommandLineAtFault = 2, kLimitExceeded = 3;
+
+/// What a command tells its user: lines for people on standard error, or with --json one document for programs on standard
+/// output.
+///
+///     {
+///       "format": "mien result 1",
+///       "command": "convert",
+///       "exit_code": 0,
+///       "result": { ... },                                            null where there is none
+///       "notes": [{ "code": "lossy", "file": "", "place": "", "what": "..." }],
+///       "errors": [{ "code": "syntax", "file": "a.trc", "place": "7", "what": "...", "fix": "..." }]
+///     }
+class Output {
+public:
+  bool quiet = false; ///< nothing but errors for people
+  bool json = false;
+  std::string command; ///< that runs; empty before
+
+  /// One line of a command's report: a title column, then the text with control characters as '?'.
+  void Line(std::string_view title, std::string_view text) const;
+
+  /// Worth knowing about a file: a line without a title. `file` is for the document.
+  void Remark(const Note& note, std::string_view file = "");
+  void Remark(const std::vector<Note>& notes, std::string_view file = "");
+
+  /// What the command was asked for, on standard output; with --json nothing.
+  void Print(std::string_view text) const;
+
+  /// "result" of the document.
+  void Result(JsonValue result) { result_ = std::move(result); }
+
+  /// This instead of the document above.
+  void Document(const JsonValue& document) { document_ = document.Text(); }
+
+  /// With --json standard output holds the document alone: throws a usage error for an output of a command that goes there
+  /// as well.
+  void RequireFreeStandardOutput(std::string_view output, std::string_view setting = "output") const;
+
+  /// Prints the errors, and with --json the document. Answers the exit code.
+  int Finish(const std::vector<Problem>& problems);
+
+private:
+  struct FileNote {
+    std::string file;
+    Note note;
+  };
+
+  std::vector<FileNote> notes_;
+  JsonValue result_ = nullptr;
+  std::string document_;
+};
+
+/// The errors as a JSON list, as documents have them.
+JsonValue ErrorsAsJson(const std::vector<Problem>& problems);
+
+} // namespace mien

@@ -1,0 +1,43 @@
+#include "host/jobs/character_job.h"
+
+#include "host/base/error.h"
+#include "host/base/utf8.h"
+#include "host/character/character_file.h"
+#include "host/files/read_file.h"
+#include "host/files/whole_file.h"
+#include "host/gltf/morph_targets.h"
+#include "host/jobs/output_place.h"
+
+#include <filesystem>
+#include <utility>
+
+namespace mien {
+
+CharacterFromHead Run(const CharacterFromHeadJob& job) {
+  RefuseOverwriting(job.output, job.head, "the head");
+  RequireUtf8(job.name, "name");
+  CheckWritable(job.output);
+  MorphTargets targets = FindMorphTargets(ReadGlb(ReadFile(job.head), job.head));
+  const std::vector<std::string> names = targets.Names();
+  if (names.empty())
+    throw InputError(Code::Empty, job.head, "", "it has no morph targets with names",
+                     "export the head with its shape keys, under their names");
+  const std::string stem = std::filesystem::path(job.head).stem().string();
+  HeadMatch match = MatchHead(!job.name.empty()               ? job.name
+                              : IsUtf8(stem) && !stem.empty() ? stem
+                                                              : "head",
+                              names);
+  WriteWhole(job.output, [&](std::ostream& out) { WriteCharacter(match.character, out); });
+  return {std::move(match), names.size(), std::move(targets.notes)};
+}
+
+void Run(const SaveCharacterJob& job) {
+  RefuseOverwriting(job.output, job.character, "the character file");
+  RequireUtf8(job.name, "name");
+  CheckWritable(job.output);
+  Character character = LoadCharacter(job.character);
+  if (!job.name.empty()) character.name = job.name;
+  WriteWhole(job.output, [&](std::ostream& out) { WriteCharacter(character, out); });
+}
+
+} // namespace mien

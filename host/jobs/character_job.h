@@ -1,0 +1,36 @@
+#pragma once
+
+#include "host/base/error.h"
+#include "host/character/character_from_head.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// A first character for a head, by the names of its morph targets.
+struct CharacterFromHeadJob {
+  std::string head;   ///< a .glb
+  std::string output; ///< "-" is standard output
+  std::string name;   ///< the character's; the file's name without its ending where empty
+};
+
+struct CharacterFromHead {
+  HeadMatch match;
+  std::size_t morph_targets = 0; ///< of the head
+  std::vector<Note> notes;       ///< on its morph targets
+};
+
+/// Throws InputError; of Code::Usage where settings do not fit each other.
+CharacterFromHead Run(const CharacterFromHeadJob& job);
+
+/// A built-in character as a file, or a file written anew.
+struct SaveCharacterJob {
+  std::string character;
+  std::string output; ///< "-" is standard output
+  std::string name;   ///< the character's, in the file; the former one where empty
+};
+void Run(const SaveCharacterJob& job);
+
+} // namespace mien

@@ -1,0 +1,43 @@
+#include "host/jobs/convert_job.h"
+
+#include "host/files/whole_file.h"
+#include "host/jobs/output_place.h"
+#include "host/jobs/take_timecode.h"
+#include "host/takes/part_of_take.h"
+
+#include <fmt/format.h>
+
+#include <sstream>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+TakeFormat FormatOf(const std::string& output) {
+  if (output == "-" || output.starts_with("/dev/")) return TakeFormat::MarkerCsv;
+  const std::optional<TakeFormat> format = TakeFormatOf(output);
+  if (!format)
+    throw UsageError(
+        "output", fmt::format("\"{}\" does not end in .c3d, .trc or .csv, which say what to write", output));
+  return *format;
+}
+
+} // namespace
+
+ConvertResult Run(const ConvertJob& job) {
+  RefuseOverwriting(job.output, job.take, "the take");
+  const TakeFormat format = FormatOf(job.output);
+  CheckWritable(job.output);
+  Take take = ReadTake(job.take, job.reading);
+  if (job.frames || !job.markers.empty()) take = PartOfTake(take, job.frames, job.markers);
+  SetTimecode(take, job.timecode);
+
+  std::ostringstream file;
+  WriteTake(take, format, file);
+  std::vector<Note> lost = WhatWasLost(take, ReadTake(file.view(), job.output));
+  WriteWhole(job.output, [&](std::ostream& out) { out << file.view(); });
+  return {std::move(take), format, std::move(lost)};
+}
+
+} // namespace mien

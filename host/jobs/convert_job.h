@@ -1,0 +1,35 @@
+#pragma once
+
+#include "host/base/error.h"
+#include "host/formats/read_take.h"
+#include "host/formats/write_take.h"
+#include "host/takes/frame_range.h"
+#include "host/takes/take.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// A take, or a part of it, written in another format.
+struct ConvertJob {
+  std::string take;
+  std::string output; ///< its ending says the format; "-" is standard output, as marker CSV
+  ReadOptions reading;
+  std::optional<FrameRange> frames;    ///< all without
+  std::vector<std::string> markers;    ///< all where empty
+  std::optional<std::string> timecode; ///< of the first frame that is written: "10:02:59:29@30"
+};
+
+struct ConvertResult {
+  Take take; ///< as it was written
+  TakeFormat format;
+  std::vector<Note> lost; ///< what the format cannot hold
+};
+
+/// The output is read back and compared before it gets its name, so `lost` is what any program will find. Throws
+/// InputError; of Code::Usage where settings do not fit each other or the take.
+ConvertResult Run(const ConvertJob& job);
+
+} // namespace mien

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "host/base/error.h"
+#include "host/formats/read_take.h"
+#include "host/inspect/describe.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// What is in takes.
+struct InfoJob {
+  std::vector<std::string> takes;
+  std::string
+      performer; ///< a file or a built-in's name, by which the face's directions are found; may be empty
+  ReadOptions reading;
+};
+
+/// One take of an InfoJob. A take that can be read and whose face's directions cannot be found has both.
+struct TakeInfo {
+  std::string file;
+  std::optional<TakeDescription> description;
+  std::vector<Problem> problems;
+};
+
+/// In the job's order. A take that cannot be read does not keep the others from being described. Throws InputError where
+/// the performer cannot be read.
+std::vector<TakeInfo> Run(const InfoJob& job);
+
+} // namespace mien

@@ -1,0 +1,26 @@
+#include "host/jobs/performer_job.h"
+
+#include "host/files/whole_file.h"
+#include "host/jobs/output_place.h"
+#include "host/performer/match_markers.h"
+#include "host/performer/neutral_head.h"
+#include "host/performer/performer_file.h"
+
+namespace mien {
+
+Neutral Run(const PerformerJob& job) {
+  RefuseOverwriting(job.output, job.take, "the take"); // a performer file may be renewed in its place
+  RequireUtf8(job.name, "name");
+  CheckWritable(job.output);
+  Performer performer = LoadPerformer(job.performer);
+  const Take take = ReadTake(job.take, job.reading);
+  CheckMarkers(performer, take);
+  Neutral neutral = FindNeutral(take, performer, job.neutral);
+  NeutralHead(performer, neutral.pose); // throws where a take could not be solved with it
+  performer.neutral = neutral.pose;
+  if (!job.name.empty()) performer.name = job.name;
+  WriteWhole(job.output, [&](std::ostream& out) { WritePerformer(performer, out); });
+  return neutral;
+}
+
+} // namespace mien

@@ -1,0 +1,160 @@
+#include "host/jobs/solve_job.h"
+
+#include "host/base/text.h"
+#include "host/character/character_file.h"
+#include "host/files/mapped_file.h"
+#include "host/files/read_file.h"
+#include "host/files/sha256.h"
+#include "host/files/whole_file.h"
+#include "host/jobs/output_place.h"
+#include "host/jobs/take_timecode.h"
+#include "host/performer/match_markers.h"
+#include "host/performer/performer_file.h"
+#include "host/solve/solve_character.h"
+#include "host/solve/solve_report_json.h"
+#include "host/solve/solve_take.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+/// What is to be written, by the output's ending and the settings, which have to fit it.
+AnimationFormat FormatOf(const SolveJob& job) {
+  const std::string ending = ToLower(std::filesystem::path(job.output).extension().string());
+  const bool is_csv = job.output == "-" || job.output.starts_with("/dev/") || ending == ".csv";
+  if (!is_csv && ending != ".json" && ending != ".glb")
+    throw UsageError(
+        "output",
+        fmt::format("\"{}\" does not end in .csv, .json or .glb, which say what to write", job.output));
+  if (!is_csv && job.livelink) throw UsageError("csv-style", "this is for .csv");
+  if (!is_csv && job.only_templates) throw UsageError("templates", "this is for .csv");
+  if (ending != ".glb" && !job.onto.empty()) throw UsageError("onto", "this is for .glb");
+  if (job.onto.empty() && !job.head_node.empty()) throw UsageError("head", "this is for --onto");
+  if (ending == ".glb") return AnimationFormat::Glb;
+  if (ending == ".json") return AnimationFormat::Json;
+  if (job.livelink && job.only_templates)
+    throw UsageError("templates", "--csv-style livelink has the 52 shapes only");
+  if (job.livelink) return AnimationFormat::LiveLinkCsv;
+  return job.only_templates || job.character.empty() ? AnimationFormat::TemplateCsv
+                                                     : AnimationFormat::ShapeCsv;
+}
+
+void CheckPlaces(const SolveJob& job) {
+  const std::pair<const std::string&, std::string_view> inputs[] = {{job.take, "the take"},
+                                                                    {job.performer, "the performer file"},
+                                                                    {job.character, "the character file"},
+                                                                    {job.onto, "the head"}};
+  for (const auto& [input, what] : inputs) {
+    RefuseOverwriting(job.output, input, what);
+    RefuseOverwriting(job.report, input, what, "report");
+  }
+  if (!job.report.empty() && IsSamePlace(job.report, job.output))
+    throw UsageError("report", "this is the output itself");
+}
+
+void CheckExpressions(const SolveJob& job, AnimationFormat format) {
+  if (job.expressions.empty()) return;
+  if (job.character.empty()) throw UsageError("expression", "this is for --character");
+  if (format == AnimationFormat::TemplateCsv)
+    throw UsageError("expression", "--templates leaves out what expressions act on: the shapes");
+}
+
+std::optional<Character> CharacterOf(const SolveJob& job, AnimationFormat format) {
+  if (job.character.empty())
+    return format == AnimationFormat::LiveLinkCsv ? std::optional(LoadCharacter("arkit52")) : std::nullopt;
+  Character character = LoadCharacter(job.character);
+  if (format == AnimationFormat::ShapeCsv)
+    for (const std::string& shape : character.Shapes())
+      if (shape == "frame" || shape == "time" || shape == "timecode")
+        throw InputError(Code::Duplicate, character.file, "/parts",
+                         fmt::format("the shape {} has the name of a .csv column", Quoted(shape)),
+                         "rename it, or write .json");
+  return character;
+}
+
+/// Nothing of a cleaning that cannot be done at the take's rate is begun.
+void CheckFilters(const SolveOptions& options, const Take& take) {
+  for (const auto& [setting, cutoff] : {std::pair("smooth", options.smooth_positions_hz),
+                                        std::pair("smooth-weights", options.smooth_weights_hz)})
+    if (cutoff && *cutoff >= take.rate.Hz() / 2)
+      throw UsageError(setting, fmt::format("{} Hz is not below half the take's rate of {} Hz", *cutoff,
+                                            ToText(take.rate)));
+}
+
+/// The files that went into the solve and the one that came out of it.
+std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, const std::string& character) {
+  const auto is_built_in = [](const std::vector<std::string>& names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+  };
+  std::vector<ReportedFile> files = {{"take", job.take, Sha256(take.Bytes())}};
+  const auto add = [&](const char* role, const std::string& name, bool built_in) {
+    std::error_code no_file; // a pipe gives its bytes but once
+    files.push_back({role, name,
+                     built_in                                          ? ""
+                     : std::filesystem::is_regular_file(name, no_file) ? Sha256(MappedFile(name).Bytes())
+                                                                       : "read from a pipe"});
+  };
+  add("performer", job.performer, is_built_in(BuiltInPerformers(), job.performer));
+  if (!character.empty()) add("character", character, is_built_in(BuiltInCharacters(), character));
+  if (!job.onto.empty()) add("head", job.onto, false);
+  if (std::error_code no_file; std::filesystem::is_regular_file(job.output, no_file))
+    add("output", job.output, false);
+  return files;
+}
+
+} // namespace
+
+SolveRecord RecordOf(const SolveJob& job, const SolveResult& result) {
+  return {.command = job.command,
+          .files = result.files,
+          .take = &result.take,
+          .neutral = &result.neutral,
+          .options = &job.solve,
+          .report = &result.report};
+}
+
+SolveResult Run(const SolveJob& job, const JobProgress& progress) {
+  CheckPlaces(job);
+  AnimationOutput output;
+  output.path = job.output;
+  output.format = FormatOf(job);
+  if (!job.head_node.empty()) output.head_node = job.head_node;
+  CheckExpressions(job, output.format);
+  CheckWritable(job.output);
+  if (!job.report.empty()) CheckWritable(job.report);
+
+  const Performer performer = LoadPerformer(job.performer);
+  const std::optional<Character> character = CharacterOf(job, output.format);
+  if (!job.onto.empty()) output.onto = ReadGlb(ReadFile(job.onto), job.onto);
+  const MappedFile take_file(job.take);
+  SolveResult result;
+  result.take = ReadTake(take_file.Bytes(), job.take, job.reading);
+  SetTimecode(result.take, job.timecode);
+  CheckFilters(job.solve, result.take);
+  CheckMarkers(performer, result.take);
+
+  result.performer = performer.name;
+  result.neutral = FindNeutral(result.take, performer, job.neutral);
+  SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, job.solve, progress);
+  result.report = std::move(solved.report);
+  if (character) {
+    result.character = character->name;
+    SolveCharacter(solved.animation, *character, job.expressions);
+  }
+  solved.animation.CheckFinite(job.take);
+  result.written = WriteAnimation(solved.animation, character ? &*character : nullptr, std::move(output));
+
+  if (!job.report.empty() || job.hash_files)
+    result.files = FilesOf(job, take_file, job.character.empty() ? result.character : job.character);
+  if (!job.report.empty())
+    WriteWhole(job.report, [&](std::ostream& out) { WriteSolveReport(RecordOf(job, result), out); });
+  return result;
+}
+
+} // namespace mien

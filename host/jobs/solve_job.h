@@ -1,0 +1,66 @@
+#pragma once
+
+#include "host/formats/read_take.h"
+#include "host/jobs/write_animation.h"
+#include "host/performer/neutral.h"
+#include "host/performer/performer.h"
+#include "host/solve/character_solver.h"
+#include "host/solve/solve_options.h"
+#include "host/solve/solve_report.h"
+#include "host/solve/solve_report_json.h"
+#include "host/takes/frame_range.h"
+#include "host/takes/take.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// A take solved into an animation's file: what the command line, a batch or a script fills in.
+struct SolveJob {
+  std::string take;
+  std::string performer; ///< a file, or a built-in's name
+  std::string character; ///< the same; may be empty
+  std::string output; ///< its ending says what is written: .csv, .json, .glb; "-" is standard output, as .csv
+  std::string report; ///< a JSON file that says how the result came about; may be empty
+
+  ReadOptions reading;
+  std::optional<std::string> timecode; ///< of the first frame, in place of the take's own: "10:02:59:29@30"
+  std::optional<FrameRange> neutral;   ///< the frames of the neutral face; the performer's or found without
+  SolveOptions solve;
+  ExpressionWeights expressions; ///< of the character, added to every frame
+
+  bool only_templates = false; ///< .csv: template weights although there is a character
+  bool livelink = false;       ///< .csv: as phone face-capture apps write it; character arkit52 unless named
+  std::string onto;            ///< .glb: animate this head instead of a simple one; may be empty
+  std::string head_node;       ///< .glb: the node of that head which turns with the performer's; may be empty
+
+  std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
+  bool hash_files = false;          ///< answer `files` without a report as well
+};
+
+struct SolveResult {
+  Take take;
+  std::string performer; ///< names
+  std::string character; ///< empty without one
+  Neutral neutral;
+  SolveReport report;
+  WrittenAnimation written;
+  std::vector<ReportedFile>
+      files; ///< that went in and came out; empty where neither `report` nor `hash_files` asks for them
+};
+
+/// How far a job is: frames done, and of how many. May throw to break off.
+using JobProgress = std::function<void(std::size_t done, std::size_t total)>;
+
+/// Settings are checked before anything is read, and places to write to before anything is solved. Throws InputError; of
+/// Code::Usage where settings do not fit each other or the take. Any number of jobs may run at once, on any threads.
+SolveResult Run(const SolveJob& job, const JobProgress& progress = nullptr);
+
+/// What the report of a job says. Both must outlive it.
+SolveRecord RecordOf(const SolveJob& job, const SolveResult& result);
+
+} // namespace mien

@@ -1,0 +1,72 @@
+#include "host/jobs/write_animation.h"
+
+#include "host/animation/animation_glb.h"
+#include "host/animation/animation_json.h"
+#include "host/animation/livelink_csv.h"
+#include "host/animation/weight_csv.h"
+#include "host/files/whole_file.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace mien {
+
+namespace {
+
+/// Of the shapes without a morph target those that anybody would miss: not the ones that stay 0, nor those that move
+/// clusters.
+std::vector<std::string> MissedShapes(const HeadCoverage& head, const Animation& animation,
+                                      const Character* character) {
+  std::vector<std::string> missed;
+  for (const std::string& shape : head.shapes_without_target) {
+    const std::vector<std::string>& shapes = animation.layout.shapes;
+    const auto s = static_cast<std::size_t>(std::find(shapes.begin(), shapes.end(), shape) - shapes.begin());
+    bool moves = s == shapes.size(); // a template
+    for (std::size_t f = 0; f < animation.frames.size() && !moves; ++f)
+      moves = animation.ShapeWeight(f, s) != 0;
+    if (character)
+      for (const Character::Part& part : character->parts)
+        for (const Character::Pose& pose : part.poses) moves &= pose.shape != shape;
+    if (moves) missed.push_back(shape);
+  }
+  return missed;
+}
+
+} // namespace
+
+WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
+                                AnimationOutput output) {
+  const AnimationLayout& layout = animation.layout;
+  WrittenAnimation written;
+  written.path = output.path;
+  written.format = output.format;
+  written.frames = animation.frames.size();
+  written.templates = layout.templates.size();
+  written.shapes = layout.shapes.size();
+  written.clusters = layout.clusters.size();
+  WriteWhole(output.path, [&](std::ostream& out) {
+    switch (output.format) {
+    case AnimationFormat::TemplateCsv:
+    case AnimationFormat::ShapeCsv: {
+      const bool shapes = output.format == AnimationFormat::ShapeCsv;
+      WeightCsvWriter writer(layout, shapes ? WeightKind::Shapes : WeightKind::Templates, out);
+      return Write(animation, writer);
+    }
+    case AnimationFormat::LiveLinkCsv: {
+      LiveLinkCsvWriter writer(layout, out);
+      written.missing_shapes = writer.Missing();
+      return Write(animation, writer);
+    }
+    case AnimationFormat::Json:
+      return WriteAnimationJson(animation, out);
+    case AnimationFormat::Glb:
+      written.head = output.onto
+                         ? WriteAnimationOntoHead(animation, std::move(*output.onto), output.head_node, out)
+                         : WriteFaceAnimation(animation, character, out);
+    }
+  });
+  if (written.head) written.missing_shapes = MissedShapes(*written.head, animation, character);
+  return written;
+}
+
+} // namespace mien

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "host/animation/animation.h"
+#include "host/animation/head_binding.h"
+#include "host/character/character.h"
+#include "host/gltf/glb.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+enum class AnimationFormat {
+  TemplateCsv, ///< a column per template
+  ShapeCsv,    ///< a column per shape of the character
+  LiveLinkCsv, ///< as phone face-capture apps write it
+  Json,        ///< everything
+  Glb,         ///< on a head
+};
+
+/// Where an animation goes, and in which form.
+struct AnimationOutput {
+  std::string path; ///< its ending says what is written; "-" is standard output, as CSV
+  AnimationFormat format = AnimationFormat::TemplateCsv;
+  std::optional<Glb> onto;              ///< .glb: the head to animate instead of the built-in face
+  std::optional<std::string> head_node; ///< .glb: the node of `onto` that turns with the performer's head
+};
+
+/// What was written.
+struct WrittenAnimation {
+  std::string path;
+  AnimationFormat format = AnimationFormat::TemplateCsv;
+  std::size_t frames = 0;
+  std::size_t templates = 0, shapes = 0, clusters = 0; ///< of the animation
+
+  /// Phone-app CSV: those of the 52 that the character lacks, written as 0. Head: shapes that move and have no morph
+  /// target there.
+  std::vector<std::string> missing_shapes;
+  std::optional<HeadCoverage> head; ///< of .glb
+};
+
+/// Writes the whole file, or none. `character` is the one that the animation was solved for; null without one. Throws
+/// InputError.
+WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
+                                AnimationOutput output);
+
+} // namespace mien

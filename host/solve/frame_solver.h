@@ -1,0 +1,68 @@
+#pragma once
+
+#include "host/cleaning/rigid_motion.h"
+#include "host/performer/performer.h"
+#include "host/solve/character_solver.h"
+#include "host/solve/face_solver.h"
+#include "host/solve/head_solver.h"
+
+#include <optional>
+#include <vector>
+
+namespace mien {
+
+/// The markers of one frame, as a stream delivers them.
+struct FrameMarkers {
+  RigidMotion::Markers head;              ///< by the slots of HeadSolver::Markers
+  std::vector<std::optional<Point>> face; ///< in the order of FaceSolver::Markers; nothing where unseen
+};
+
+struct SolvedFrame {
+  VgeAMatrix head;         ///< from a face that looks along +z, x to its left, y up, to where the head is
+  bool head_known = false; ///< else `head` is that of the last frame with a known one, or the neutral one
+  FaceSolver::Frame face;
+  const VCharacterFaceState* character = nullptr; ///< nothing without a character; valid until the next frame
+};
+
+/// All that one frame goes through, from markers to a character: the head is found, the face's markers are brought into
+/// its frame and solved into template weights, these into the character's shapes and clusters.
+///
+/// The solve of a take calls the three stages one by one, since what needs all frames (filling gaps, smoothing without
+/// delay) happens between them; a live stream calls Solve. Nothing process-wide is written: any number of these may be at
+/// work, each on one thread at a time. A frame allocates nothing once each set of seen head markers has occurred.
+class FrameSolver {
+public:
+  /// Throws InputError where the neutral pose does not tell which way the face looks, and for an expression that the
+  /// character lacks. The character is copied as far as it is needed.
+  FrameSolver(const Performer& performer, const NeutralPose& neutral, const Character* character = nullptr,
+              const ExpressionWeights& expressions = {});
+
+  const HeadSolver& Head() const { return head_; }
+  const FaceSolver& Face() const { return face_; }
+
+  /// See HeadSolver::Solve.
+  std::optional<VgeAMatrix> FindHead(const RigidMotion::Markers& seen) { return head_.Solve(seen); }
+
+  /// See FaceSolver::Solve.
+  const FaceSolver::Frame& SolveFace(const std::vector<Point>& places_head) {
+    return face_.Solve(places_head);
+  }
+
+  /// See CharacterSolver::Solve. There must be a character.
+  const VCharacterFaceState& SolveCharacter(const VFaceTemplateState& templates) {
+    return character_->Solve(templates);
+  }
+
+  /// The three in a row. A face marker that is not seen is at its place on the neutral face; so are all of them in a
+  /// frame without a known head.
+  const SolvedFrame& Solve(const FrameMarkers& markers);
+
+private:
+  FaceSolver face_;
+  HeadSolver head_;
+  std::optional<CharacterSolver> character_;
+  std::vector<Point> places_head_;
+  SolvedFrame frame_;
+};
+
+} // namespace mien

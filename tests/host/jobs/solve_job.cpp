@@ -1,0 +1,148 @@
+#include "host/jobs/solve_job.h"
+
+#include "host/files/read_file.h"
+#include "host/jobs/output_place.h"
+#include "tests/host/input_error.h"
+#include "tests/host/temporary_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+using mien::Code;
+using mien::InputError;
+using mien::ReadFile;
+using mien::SolveJob;
+using mien::SolveResult;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+const std::filesystem::path kSamples = MIEN_SAMPLES_FOLDER;
+
+class SolveJobs : public TemporaryFolder {
+protected:
+  SolveJob Job(const std::string& output) const {
+    SolveJob job;
+    job.take = kSamples / "landmarks.csv";
+    job.performer = "landmarks68";
+    job.output = folder_ / output;
+    return job;
+  }
+
+  /// The code and the place of the one problem that a job ends with.
+  static std::pair<Code, std::string> ProblemOf(const SolveJob& job) {
+    try {
+      mien::Run(job);
+    } catch (const InputError& error) {
+      EXPECT_EQ(error.Problems().size(), 1u) << error.what();
+      return {error.Problems()[0].code, error.Problems()[0].place};
+    }
+    return {Code::Memory, "no problem"};
+  }
+};
+
+} // namespace
+
+TEST_F(SolveJobs, AnswersWhatWasDone) {
+  SolveJob job = Job("w.csv");
+  job.character = "arkit52";
+  const SolveResult result = mien::Run(job);
+  EXPECT_EQ(result.performer, "landmarks68");
+  EXPECT_EQ(result.character, "arkit52");
+  EXPECT_EQ(result.take.FrameCount(), 360u);
+  EXPECT_EQ(result.report.frames, 360u);
+  EXPECT_EQ(result.written.path, job.output);
+  EXPECT_EQ(result.written.format, mien::AnimationFormat::ShapeCsv);
+  EXPECT_EQ(result.written.frames, 360u);
+  EXPECT_EQ(result.written.shapes, 52u);
+  EXPECT_THAT(result.files, IsEmpty()) << "nobody asked for hashes";
+  EXPECT_TRUE(std::filesystem::exists(job.output));
+}
+
+TEST_F(SolveJobs, HashesItsFilesWhereThatIsAskedFor) {
+  SolveJob job = Job("w.csv");
+  job.hash_files = true;
+  std::vector<std::string> roles;
+  for (const mien::ReportedFile& file : mien::Run(job).files) roles.push_back(file.role);
+  EXPECT_THAT(roles, ElementsAre("take", "performer", "output"));
+}
+
+// A batch runs several at once. Each has expressions of its own, which once stood in one place for the whole process.
+TEST_F(SolveJobs, RunAtOnceWithoutTouchingEachOther) {
+  const auto job = [&](int i, const std::string& output) {
+    SolveJob smiling = Job(output + std::to_string(i) + ".json");
+    smiling.character = kSamples / "puppet.character.json";
+    smiling.expressions = {{i % 2 == 0 ? "Content" : "Stern", 0.25 * (i + 1)}};
+    return smiling;
+  };
+  constexpr int kJobs = 4;
+  std::vector<std::string> alone;
+  for (int i = 0; i < kJobs; ++i) {
+    mien::Run(job(i, "alone"));
+    alone.push_back(ReadFile(job(i, "alone").output));
+  }
+  EXPECT_NE(alone[0], alone[1]);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kJobs; ++i) threads.emplace_back([&, i] { mien::Run(job(i, "at once")); });
+  for (std::thread& thread : threads) thread.join();
+  for (int i = 0; i < kJobs; ++i)
+    EXPECT_EQ(ReadFile(job(i, "at once").output), alone[static_cast<std::size_t>(i)]) << i;
+}
+
+TEST_F(SolveJobs, SettingsThatDoNotFitAreUsageProblemsAtTheSetting) {
+  using Change = std::function<void(SolveJob&)>;
+  const std::vector<std::pair<Change, std::string>> changes = {
+      {[&](SolveJob& job) { job.output = folder_ / "w.txt"; }, "output"},
+      {[&](SolveJob& job) { job.output = job.take; }, "output"},
+      {[&](SolveJob& job) { job.report = job.output; }, "report"},
+      {[&](SolveJob& job) { job.onto = kSamples / "head.glb"; }, "onto"},
+      {[&](SolveJob& job) { job.head_node = "face"; }, "head"},
+      {[&](SolveJob& job) { job.livelink = true, job.only_templates = true; }, "templates"},
+      {[&](SolveJob& job) {
+         job.expressions = {{"Content", 1}};
+       },
+       "expression"},
+      {[&](SolveJob& job) { job.timecode = "noon"; }, "timecode"},
+      {[&](SolveJob& job) { job.solve.smooth_positions_hz = 1000; }, "smooth"},
+      {[&](SolveJob& job) { job.solve.smooth_weights_hz = 1000; }, "smooth-weights"},
+  };
+  for (const auto& [change, setting] : changes) {
+    SolveJob job = Job("w.csv");
+    change(job);
+    EXPECT_EQ(ProblemOf(job), std::pair(Code::Usage, setting));
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "w.csv")) << setting;
+  }
+}
+
+TEST_F(SolveJobs, FaultsOfFilesCarryTheirCodes) {
+  SolveJob job = Job("w.csv");
+  job.take = folder_ / "none.csv";
+  EXPECT_EQ(ProblemOf(job).first, Code::NotFound);
+  job.take = Write("notes.txt", "not a take");
+  EXPECT_EQ(ProblemOf(job).first, Code::UnknownFormat);
+  job = Job("w.csv");
+  job.performer = Write("broken.json", "{");
+  EXPECT_EQ(ProblemOf(job).first, Code::Syntax);
+  job = Job("w.csv");
+  job.character = kSamples / "puppet.character.json";
+  job.output = folder_ / "w.json";
+  job.expressions = {{"Smirk", 1}};
+  EXPECT_EQ(ProblemOf(job), std::pair(Code::NotFound, std::string("/expressions")));
+}
+
+TEST_F(SolveJobs, AreBrokenOffByTheirProgressAndLeaveNothing) {
+  const auto stop = [](std::size_t done, std::size_t total) {
+    EXPECT_EQ(total, 360u);
+    if (done == 100) throw std::runtime_error("stop");
+  };
+  EXPECT_THROW(mien::Run(Job("w.csv"), stop), std::runtime_error);
+  EXPECT_TRUE(std::filesystem::is_empty(folder_));
+}
