@@ -5,48 +5,21 @@
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
-#include <algorithm>
-#include <numeric>
+#include <utility>
 
 namespace mien {
 
 namespace {
 
-/// How many letters to change, add or drop to make one name of the other, the case of letters counting a tenth.
-double EditDistance(const std::string& a, const std::string& b) {
-  std::vector<double> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), 0.0);
-  for (const char in_a : a) {
-    double diagonal = row[0];
-    row[0] += 1;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const double change = in_a == b[j] ? 0 : ToLower(in_a) == ToLower(b[j]) ? 0.1 : 1;
-      const double best = std::min({diagonal + change, row[j] + 1, row[j + 1] + 1});
-      diagonal = row[j + 1];
-      row[j + 1] = best;
-    }
-  }
-  return row.back();
-}
-
-std::string Fix(const std::string& name, const Take& take) {
-  double nearest = static_cast<double>(name.size()) / 2; // what is further away is another name
-  const std::string* meant = nullptr;
-  for (const std::string& marker : take.markers) {
-    const double distance = EditDistance(name, marker);
-    if (distance > nearest || (distance == nearest && meant)) continue;
-    nearest = distance;
-    meant = &marker;
-  }
-  if (meant) return fmt::format("did you mean {}?", Quoted(*meant));
+std::string Fix(const std::string& name, const Take& take, const NameSearch& search) {
+  if (const auto meant = search(name, take.markers)) return fmt::format("did you mean {}?", Quoted(*meant));
   return "`mien info` lists the markers that it has";
 }
 
 } // namespace
 
-void CheckMarkers(const Performer& performer, const Take& take) {
+void CheckMarkers(const Performer& performer, const Take& take, const NameSearch& search) {
   // A performer for another marker set lacks nearly all: the first few tell that as well.
   constexpr std::size_t kMostShown = 5;
   std::vector<Problem> mistakes;
@@ -60,7 +33,7 @@ void CheckMarkers(const Performer& performer, const Take& take) {
       }
       mistakes.push_back({Code::Missing, performer.file, fmt::format("{}/{}", place, i),
                           fmt::format("the take {} has no marker {}", Quoted(take.name), Quoted(names[i])),
-                          Fix(names[i], take)});
+                          Fix(names[i], take, search)});
     }
   };
   check("/head", performer.head);
