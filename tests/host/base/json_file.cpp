@@ -183,6 +183,22 @@ TEST(JsonFile, UnknownKeysAreMistakesAndKnownOnesAreNot) {
 }
 
 // Where a long pointer is shortened, what is left is still text.
+TEST(JsonFile, APointerIsShownUpTo300BytesAndOfALongerOneItsEnds) {
+  const auto shown = [](std::size_t bytes) {
+    JsonFile file("{}", "p.json");
+    std::string key;
+    while (key.size() + 1 < bytes) key += static_cast<char>('a' + key.size() % 26);
+    file.Mistake(mien::Code::InvalidValue, JsonFile::Pointer() / key, "wrong", "fix it");
+    const std::string error = InputErrorOf([&] { file.ThrowMistakes(); }), pointer = '/' + key;
+    if (error == "p.json:" + pointer + ": wrong; fix it") return "whole";
+    const std::string ends = pointer.substr(0, 150) + "..." + pointer.substr(pointer.size() - 150);
+    return error == "p.json:" + ends + ": wrong; fix it" ? "its ends" : "otherwise";
+  };
+  EXPECT_EQ(shown(300), std::string("whole"));
+  EXPECT_EQ(shown(301), std::string("its ends"));
+  EXPECT_EQ(shown(5000), std::string("its ends"));
+}
+
 TEST(JsonFile, AShortenedPointerKeepsItsCharactersWhole) {
   for (int shift = 0; shift < 3; ++shift) {
     JsonFile file("{}", "p.json");

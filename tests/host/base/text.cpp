@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 using mien::Printable;
 using mien::Quoted;
@@ -25,6 +26,12 @@ TEST(Some, CountsTheNamesThatItDoesNotShow) {
   EXPECT_EQ(mien::Some({"a", "b"}, 2), "a, b");
   EXPECT_EQ(mien::Some({"a", "b", "c", "d"}, 2), "a, b and 2 more");
   EXPECT_EQ(mien::SomeQuoted({"a", "b\n", "c"}, 2), "\"a\", \"b?\" and 1 more");
+}
+
+TEST(Some, ShowsTenNamesOrFiveQuotedOnes) {
+  const std::vector<std::string> eleven(11, "a");
+  EXPECT_EQ(mien::Some(eleven), "a, a, a, a, a, a, a, a, a, a and 1 more");
+  EXPECT_EQ(mien::SomeQuoted(eleven), "\"a\", \"a\", \"a\", \"a\", \"a\" and 6 more");
 }
 
 TEST(LetterCase, IsThatOfAsciiAlone) {

@@ -244,6 +244,44 @@ TEST(FillGaps, PatternDoesNotGoByNeighboursOnALine) {
   EXPECT_THAT(EmptyFrames(take, 0), ElementsAre(2));
 }
 
+// Behind the gap they stand on a line. From before it alone the marker would be carried, and jump where it is seen again.
+TEST(FillGaps, PatternNeedsTheNeighboursOnBothSidesOfAGap) {
+  const auto way = [](double, std::size_t m) { return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0}; };
+  for (const bool before : {false, true}) {
+    Take take = TakeAlong({"M", "A", "B", "C"}, Numbers(0, 8), k64Hz, way);
+    take.Set(before ? 2 : 5, 2, {45, 0, 0}); // B, between A and C
+    Hide(take, 0, 3, 5);
+    Take unhidden = take;
+    FillGaps(take, All(take), {{FillMethod::Pattern, kNoLimit}});
+    EXPECT_THAT(EmptyFrames(take, 0), ElementsAre(3, 4)) << before;
+    unhidden.Set(before ? 2 : 5, 2, {0, 90, 0});
+    FillGaps(unhidden, All(unhidden), {{FillMethod::Pattern, kNoLimit}});
+    EXPECT_THAT(EmptyFrames(unhidden, 0), IsEmpty()) << "where they do not";
+  }
+}
+
+// The nearest neighbour wanders on the body; it is seen in all of the gap, and hidden on one side of it.
+TEST(FillGaps, PatternGoesByNeighboursThatAreSeenOnBothSidesOfAGap) {
+  for (const std::size_t beside : {3u, 7u}) {
+    Tumbling body(12, true);
+    for (std::size_t f = 0; f < 12; ++f)
+      body.take.Set(f, 1, Carried(body.motions[f], {10 + 5 * static_cast<double>(f % 3), 110, 62}));
+    body.take.Clear(beside, 1);
+    Hide(body.take, 0, 4, 7);
+    FillGaps(body.take, {0, 1, 2, 3, 4, 5, 6}, {{FillMethod::Pattern, kNoLimit}});
+    for (std::size_t f = 4; f < 7; ++f) EXPECT_LT(body.Off(f, 0), kRounding) << beside << ' ' << f;
+  }
+}
+
+// In each frame of the gap another two of the five are hidden: of any four of them two would be left in some frame.
+TEST(FillGaps, PatternGoesByAsManyAsFiveNeighbours) {
+  Tumbling body(12);
+  Hide(body.take, 0, 4, 9);
+  for (std::size_t i = 0; i < 5; ++i) body.take.Clear(4 + i, 1 + i), body.take.Clear(4 + i, 1 + (i + 1) % 5);
+  FillGaps(body.take, {0, 1, 2, 3, 4, 5}, {{FillMethod::Pattern, kNoLimit}});
+  for (std::size_t f = 4; f < 9; ++f) EXPECT_LT(body.Off(f, 0), kRounding) << f;
+}
+
 // M has moved on the body while it was hidden, by what is added here.
 TEST(FillGaps, PatternGoesFromOnePlaceOnTheBodyToTheOtherEvenlyInTime) {
   Tumbling body(12);
@@ -346,6 +384,34 @@ TEST(FillGaps, TheLongestGapIsFilledAndOneFrameMoreIsNotEvenInPart) {
         FillGaps(longer, All(longer), {{method, longest_s}});
         EXPECT_EQ(Changes(longer, unfilled), 0u) << ToText(method) << ' ' << frames << ' ' << first_number;
       }
+}
+
+// A gap that the take begins or ends with lasts as many frames as it has.
+TEST(FillGaps, AtTheEndsOfATakeTheLongestGapIsAsLongAsInItsMiddle) {
+  const auto still = [](double, std::size_t m) { return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0}; };
+  for (const FillMethod method : {FillMethod::Hold, FillMethod::Pattern})
+    for (const auto& [first, end] : {std::pair(0, 8), std::pair(5, 13), std::pair(12, 20)}) {
+      if (method == FillMethod::Hold && first == 0) continue; // which needs the marker before it
+      Take take = TakeAlong({"M", "A", "B", "C"}, Numbers(1, 20), k64Hz, still);
+      Hide(take, 0, static_cast<std::size_t>(first), static_cast<std::size_t>(end));
+      Take other = take;
+      FillGaps(take, All(take), {{method, 8 / 64.0}});
+      EXPECT_THAT(EmptyFrames(take, 0), IsEmpty()) << ToText(method) << ' ' << first;
+      FillGaps(other, All(other), {{method, 7 / 64.0}});
+      EXPECT_THAT(EmptyFrames(other, 0), SizeIs(8)) << ToText(method) << ' ' << first;
+    }
+}
+
+// Times that are rounded, to milliseconds say, make a gap seem longer than it was.
+TEST(FillGaps, AGapMaySeemAQuarterOfAFrameTooLong) {
+  constexpr double kFrame = 1 / 64.0;
+  for (const auto& [late, filled] : {std::pair(kFrame / 4, true), std::pair(kFrame * 17 / 64, false)}) {
+    Take take = TakeAlong({"A"}, Numbers(0, 12), k64Hz, Straight);
+    for (std::size_t f = 7; f < 12; ++f) take.times[f] += late;
+    Hide(take, 0, 3, 7);
+    FillGaps(take, {0}, {{FillMethod::Linear, 4 * kFrame}});
+    EXPECT_EQ(take.At(3, 0) != nullptr, filled) << late / kFrame;
+  }
 }
 
 // Two frames of the gap were recorded, and seven between them were not: it lasts nine.
@@ -597,13 +663,13 @@ TEST(FillPlan, WithoutALengthAMethodHasItsOwn) {
   EXPECT_EQ((*plan)[3].longest_s, DefaultLongest(FillMethod::Pattern));
 }
 
-// The better a method follows a face, the longer it is trusted.
-TEST(FillPlan, BetterMethodsMayFillLongerGaps) {
+// As docs/cleaning.md says: the better a method follows a face, the longer it is trusted.
+TEST(FillPlan, WhatAMethodMayFillUnlessToldOtherwise) {
   EXPECT_EQ(DefaultLongest(FillMethod::None), 0);
-  EXPECT_LT(0, DefaultLongest(FillMethod::Hold));
-  EXPECT_LT(DefaultLongest(FillMethod::Hold), DefaultLongest(FillMethod::Linear));
-  EXPECT_LT(DefaultLongest(FillMethod::Linear), DefaultLongest(FillMethod::Cubic));
-  EXPECT_LT(DefaultLongest(FillMethod::Cubic), DefaultLongest(FillMethod::Pattern));
+  EXPECT_EQ(DefaultLongest(FillMethod::Hold), 0.05);
+  EXPECT_EQ(DefaultLongest(FillMethod::Linear), 0.1);
+  EXPECT_EQ(DefaultLongest(FillMethod::Cubic), 0.15);
+  EXPECT_EQ(DefaultLongest(FillMethod::Pattern), 0.5);
 }
 
 TEST(FillPlan, RefusesWhatIsNoPlan) {

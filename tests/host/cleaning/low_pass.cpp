@@ -32,9 +32,9 @@ namespace {
 
 constexpr FrameRate k100Hz = {100, 1};
 
-// The filter forgets where it began to e^-10 before the values begin, and that is what an end may be off by: of a
-// line, whose lag is some twenty frames at most here, a thousandth of the way of one frame.
-constexpr double kSettled = 1e-3;
+// The filter forgets where it began to less than a part in a million before the values begin, and that is what an end may
+// be off by: of a line, whose lag is some twenty frames at most here, this share of the way of one frame.
+constexpr double kSettled = 2e-5;
 
 std::vector<double> Filtered(std::vector<double> values, double cutoff_hz, const FrameRate& rate = k100Hz) {
   LowPass(cutoff_hz, rate).Filter(values);

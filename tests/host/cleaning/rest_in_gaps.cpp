@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 using mien::FrameRate;
@@ -79,6 +80,24 @@ TEST(RestInGaps, AMarkerThatIsGoneComesToRestOverTheFade) {
   }
   for (std::size_t f = 4999 + kFadeFrames; f <= 15000 - kFadeFrames; ++f)
     ASSERT_LT(Distance(markers.At(f, 0), kRest[0]), kRounding) << f;
+}
+
+// 3 f^2 - 2 f^3 of a fraction f of the fade, here of 4 seconds: in binary fractions nearly exact.
+TEST(RestInGaps, TheShareOfAFractionOfTheFade) {
+  const Take take = WithGap(40, 10, 30, {1, 1});
+  const RestInGaps markers(take, kRest, 4);
+  for (const auto& [frames, share] : {std::pair(1u, 0.15625), {2u, 0.5}, {3u, 0.84375}, {4u, 1.0}}) {
+    EXPECT_NEAR(Share(markers, take, 9 + frames), share, kRounding) << frames;
+    EXPECT_NEAR(Share(markers, take, 30 - frames), share, kRounding) << frames;
+  }
+}
+
+// In the second frame or before the last, too, a marker is drawn along the way from where it was seen.
+TEST(RestInGaps, AFrameIsEnoughToBeSeenIn) {
+  const Take take = WithGap(8, 1, 7, {1, 1});
+  const RestInGaps markers(take, kRest, 4);
+  EXPECT_NEAR(Share(markers, take, 1), 0.15625, kRounding);
+  EXPECT_NEAR(Share(markers, take, 6), 0.15625, kRounding);
 }
 
 TEST(RestInGaps, NothingJumps) {

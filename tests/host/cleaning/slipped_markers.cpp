@@ -6,7 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -81,6 +85,23 @@ std::vector<std::size_t> Without(const Take& take, std::size_t marker) {
   for (std::size_t f = 0; f < take.FrameCount(); ++f)
     if (!take.At(f, marker)) frames.push_back(f);
   return frames;
+}
+
+/// How far a marker is from where the motion has its place, to the bit.
+double Off(const VgeAMatrix& motion, const Point& place, const Point& seen) {
+  using namespace mien::detail;
+  return Distance(TransformPoint(motion, {place.x, place.y, place.z}), {seen.x, seen.y, seen.z});
+}
+
+/// How far the worst of these markers is, in the first frame, from where their own motion has it.
+double WorstOf(const Head& head, const std::vector<std::size_t>& markers) {
+  RigidMotion::Markers seen;
+  for (const std::size_t m : markers) seen[m] = *head.take.At(0, m);
+  const auto motion = RigidMotion(head.reference).Solve(seen);
+  double worst = motion ? 0 : std::numeric_limits<double>::infinity();
+  for (const std::size_t m : markers)
+    if (motion) worst = std::max(worst, Off(*motion, *head.reference[m], *seen[m]));
+  return worst;
 }
 
 } // namespace
@@ -242,6 +263,65 @@ TEST(SlippedMarkers, WhatIsWithinTheToleranceStays) {
     EXPECT_THAT(head.TakeOut().markers, IsEmpty()) << m;
     EXPECT_EQ(Changes(head.take, before), 0u) << m;
   }
+}
+
+// To the bit: the set of all five fits with a tolerance of just what its worst is off, and no longer with a smaller one.
+TEST(SlippedMarkers, ASetFitsThatIsOffByTheToleranceAndNoMore) {
+  for (std::size_t slipping = 0; slipping < 5; ++slipping) {
+    Head head(1);
+    head.motions[0] = {};
+    for (std::size_t m = 0; m < 5; ++m) head.Put(0, m, *head.reference[m]);
+    head.Slip(0, slipping, {0, 9, 0});
+    const double worst = WorstOf(head, {0, 1, 2, 3, 4});
+    ASSERT_LT(worst, 9) << "the motion of all five goes along with the one that is off";
+    const Take before = head.take;
+    EXPECT_THAT(head.TakeOut(worst).markers, IsEmpty()) << slipping;
+    EXPECT_EQ(Changes(head.take, before), 0u) << slipping;
+    EXPECT_THAT(head.TakeOut(std::nextafter(worst, 0)).markers, SizeIs(1)) << slipping;
+    EXPECT_THAT(Without(head.take, slipping), ElementsAre(0));
+  }
+}
+
+// H1, H2 and H3 are near each other and H4 is far off: with H1 off by a little, all four would tilt H4 by more than that. The
+// other three fit, and H1, which is no part of them, stays as long as it is within the tolerance of where they have it.
+TEST(SlippedMarkers, OneOutsideTheSetStaysThatIsOffByTheToleranceAndNoMore) {
+  Head head(1, 4);
+  head.reference = {Point{0, 0, 0}, Point{10, 0, 0}, Point{0, 10, 0}, Point{40, 40, 0}, std::nullopt};
+  head.motions[0] = {};
+  for (std::size_t m = 0; m < 4; ++m) head.Put(0, m, *head.reference[m]);
+  head.Slip(0, 0, {0, 0, 1});
+  RigidMotion body(head.reference);
+  const auto motion = body.Solve({std::nullopt, *head.take.At(0, 1), *head.take.At(0, 2), *head.take.At(0, 3)});
+  ASSERT_TRUE(motion);
+  const double off = Off(*motion, *head.reference[0], *head.take.At(0, 0));
+  ASSERT_GT(WorstOf(head, {0, 1, 2, 3}), off);
+  const Take before = head.take;
+  EXPECT_THAT(head.TakeOut(off).markers, IsEmpty());
+  EXPECT_EQ(Changes(head.take, before), 0u);
+  EXPECT_THAT(head.TakeOut(std::nextafter(off, 0)).markers, SizeIs(1));
+  EXPECT_THAT(Without(head.take, 0), ElementsAre(0));
+}
+
+// Three markers fit exactly where they have turned about the one that they share with three others, and these three stand
+// where the head was a frame before, but for half a millimetre. Up to a right angle the better fit counts.
+TEST(SlippedMarkers, ASetThatTurnsTheHeadByMoreThanARightAngleComesLast) {
+  for (const double degrees : {89.0, 91.0})
+    for (const bool last_three_turn : {false, true}) {
+      Head head(2);
+      head.reference = {Point{-80, 0, 0}, Point{-30, 60, 20}, Point{0, 0, 0}, Point{70, 10, 30}, Point{20, -50, 60}};
+      head.motions[0] = head.motions[1] = {};
+      for (std::size_t f = 0; f < 2; ++f)
+        for (std::size_t m = 0; m < 5; ++m) head.Put(f, m, *head.reference[m]);
+      const std::vector<std::size_t> turned = last_three_turn ? std::vector<std::size_t>{3, 4} : std::vector<std::size_t>{0, 1},
+                                     others = last_three_turn ? std::vector<std::size_t>{0, 1} : std::vector<std::size_t>{3, 4};
+      for (const std::size_t m : turned)
+        head.take.Set(1, m, Carried(tests::Motion({0, 0, degrees}, {}), *head.reference[m]));
+      head.Slip(1, others[0], {0.5, 0, 0});
+      const SlippedMarkers report = head.TakeOut();
+      for (const std::size_t m : degrees < 90 ? others : turned) EXPECT_THAT(Without(head.take, m), ElementsAre(1)) << degrees;
+      for (const std::size_t m : degrees < 90 ? turned : others) EXPECT_THAT(Without(head.take, m), IsEmpty()) << degrees;
+      EXPECT_THAT(report.markers, SizeIs(2));
+    }
 }
 
 TEST(SlippedMarkers, TheToleranceIsTheCallersOwn) {

@@ -63,8 +63,13 @@ TEST(ReadC3d, UnitsBecomeMillimetres) {
 
 namespace {
 
+/// How often each came about.
+struct Outcomes {
+  int takes = 0, errors = 0;
+};
+
 // The file is at fault or it is not: nothing else happens, and a take is a take.
-void ExpectTakeOrError(const std::string& bytes) {
+void ExpectTakeOrError(const std::string& bytes, Outcomes& outcomes) {
   try {
     const Take take = ReadTake(bytes, "t");
     ASSERT_GT(take.FrameCount(), 0u);
@@ -74,7 +79,11 @@ void ExpectTakeOrError(const std::string& bytes) {
     for (const Cell& cell : Cells(take))
       ASSERT_TRUE(std::isfinite(std::get<1>(cell)) && std::isfinite(std::get<2>(cell)) &&
                   std::isfinite(std::get<3>(cell)));
-  } catch (const mien::InputError& error) { ASSERT_THAT(error.what(), StartsWith("t:")); }
+    ++outcomes.takes;
+  } catch (const mien::InputError& error) {
+    ASSERT_THAT(error.what(), StartsWith("t:"));
+    ++outcomes.errors;
+  }
 }
 
 C3dBuilder FileWithEverything(int processor, bool real) {
@@ -100,18 +109,37 @@ TEST(ReadC3d, EveryTruncationGivesATakeOrAnError) {
   for (int processor = C3dBuilder::kIntel; processor <= C3dBuilder::kSgi; ++processor)
     for (const bool real : {false, true}) {
       const std::string bytes = FileWithEverything(processor, real).Bytes();
-      for (std::size_t size = 0; size < bytes.size(); ++size) ExpectTakeOrError(bytes.substr(0, size));
+      Outcomes outcomes;
+      for (std::size_t size = 0; size < bytes.size(); ++size)
+        ExpectTakeOrError(bytes.substr(0, size), outcomes);
+      EXPECT_GT(outcomes.takes, 10) << "from the end of the first frame on";
+      EXPECT_GT(outcomes.errors, 1000) << "up to it";
     }
 }
 
 TEST(ReadC3d, EveryFlippedBitGivesATakeOrAnError) {
   for (const bool real : {false, true}) {
     const std::string bytes = FileWithEverything(C3dBuilder::kIntel, real).Bytes();
+    Outcomes outcomes;
     for (std::size_t i = 0; i < bytes.size(); ++i)
       for (int bit = 0; bit < 8; ++bit) {
         std::string flipped = bytes;
         flipped[i] = static_cast<char>(flipped[i] ^ (1 << bit));
-        ExpectTakeOrError(flipped);
+        ExpectTakeOrError(flipped, outcomes);
       }
+    EXPECT_GT(outcomes.takes, 1000);
+    EXPECT_GT(outcomes.errors, 5);
+  }
+}
+
+// A header that says its parameters begin within the first 31 blocks is one; a later block has to bear it out.
+TEST(ReadC3d, AHeaderIsBelievedUpToTheThirtyFirstBlock) {
+  for (const int block : {2, 31, 32}) {
+    std::string bytes(512 * 40, '\0');
+    bytes[0] = static_cast<char>(block);
+    bytes[1] = 0x50;
+    EXPECT_EQ(mien::IsC3d(bytes), block < 32) << block;
+    bytes[static_cast<std::size_t>(block - 1) * 512 + 3] = 84;
+    EXPECT_TRUE(mien::IsC3d(bytes)) << block;
   }
 }

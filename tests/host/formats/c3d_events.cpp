@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <limits>
 #include <vector>
 
@@ -77,4 +78,33 @@ TEST(C3dEvents, NotesHaveCodes) {
               ElementsAre(IsNote(Code::Missing, "", "EVENT:TIMES has 8 numbers"),
                           IsNote(Code::InvalidValue, "", "the header says 19 events"),
                           IsNote(Code::InvalidValue, "", "events whose time is no number, not read: 1")));
+}
+
+// The header's repeats the group's where they are within half a frame of each other.
+TEST(C3dEvents, AnEventIsToldOnceWhereBothSayItWithinHalfAFrame) {
+  for (const auto& [seconds, events] : {std::pair(0.504, 1u), {0.506, 2u}}) {
+    C3dBuilder file; // at 100 Hz
+    file.header = {{150, 0x3039}, {151, 1}};
+    file.header_reals = {{153, 0.5}};
+    file.header_texts = {{199, "RHS "}};
+    file.Words("EVENT", "USED", {1});
+    file.Texts("EVENT", "LABELS", {"Foot Strike"});
+    file.Reals("EVENT", "TIMES", {0, seconds});
+    EXPECT_EQ(Read(file).events.size(), events) << seconds;
+  }
+}
+
+TEST(C3dEvents, TheHeaderHasRoomForEighteenEvents) {
+  for (const int count : {18, 19}) {
+    C3dBuilder file;
+    file.header = {{150, 0x3039}, {151, count}};
+    for (int i = 0; i < 18; ++i) file.header_reals[153 + 2 * i] = 1 + i;
+    const Take take = Read(file);
+    ASSERT_EQ(take.events.size(), 18u);
+    EXPECT_EQ(take.events.back().time, 18);
+    if (count == 18)
+      EXPECT_THAT(take.notes, IsEmpty());
+    else
+      EXPECT_THAT(take.notes, ElementsAre("the header says 19 events and has room for 18"));
+  }
 }

@@ -132,3 +132,25 @@ TEST(C3dParameters, NotesHaveCodesAndPlaces) {
   file.Set("POINT", "LABELS", {-1, {4, 200}, {}, "LipU"});
   EXPECT_THAT(Read(file).notes, Contains(IsNote(Code::Syntax, "", "1 parameter is shorter than declared")));
 }
+
+TEST(C3dParameters, ParametersHaveUpToSevenDimensions) {
+  C3dBuilder file;
+  file.Set("POINT", "LABELS", {-1, {4, 2, 1, 1, 1, 1, 1}, {}, "LipUChin"});
+  EXPECT_THAT(Read(file).markers, ElementsAre("LipU", "Chin"));
+  EXPECT_THAT(Read(file).notes, IsEmpty());
+  file.Set("POINT", "LABELS", {-1, {4, 2, 1, 1, 1, 1, 1, 1}, {}, "LipUChin"});
+  EXPECT_THAT(Read(file).markers, ElementsAre("point 1", "point 2"));
+}
+
+// A byte counts them. The labels stand in the last one.
+TEST(C3dParameters, ParametersFillUpTo255Blocks) {
+  C3dBuilder file;
+  const std::string text(255 * 255, 'x');
+  for (const char* name : {"TEXT", "TEXT2"})
+    file.parameters.insert(file.parameters.begin(), {"OTHER", name, {-1, {255, 255}, {}, text}});
+  const std::string bytes = file.Bytes();
+  ASSERT_EQ(static_cast<unsigned char>(bytes[512 + 2]), 255);
+  ASSERT_GT(bytes.find("LipUChin"), 512u * (1 + 254));
+  EXPECT_THAT(ReadTake(bytes, "t").markers, ElementsAre("LipU", "Chin"));
+  EXPECT_THAT(ReadTake(bytes, "t").notes, IsEmpty());
+}

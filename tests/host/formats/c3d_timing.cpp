@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <cstdint>
 #include <functional>
 #include <limits>
 
@@ -110,4 +112,40 @@ TEST(C3dTiming, NotesHaveCodes) {
               ElementsAre(IsNote(Code::Contradiction, "", "MIEN:RATE is"),
                           IsNote(Code::InvalidValue, "", "MIEN:TIMECODE is"),
                           IsNote(Code::InvalidValue, "", "MIEN:FIRST_FRAME is")));
+}
+
+TEST(C3dTiming, RatesThatAreOffByMoreThanAThousandthAreNoted) {
+  for (const auto& [header, noted] : {std::pair(100.09, false), {100.11, true}, {99.91, false}, {99.89, true}}) {
+    C3dBuilder file;
+    file.header_reals[11] = header;
+    EXPECT_EQ(Read(file).rate, (mien::FrameRate{100, 1}));
+    EXPECT_EQ(Read(file).notes.size(), noted ? 1u : 0u) << header;
+  }
+}
+
+// POINT:RATE is this rate in single precision, which is off by less than a millionth.
+TEST(C3dTiming, AnExactRateOfOurOwnIsThatOfPointRateToAMillionth) {
+  for (const auto& [text, believed] : {std::pair("299700002/10000000", true), {"29970028/1000000", true}, {"29970032/1000000", false}}) {
+    C3dBuilder file;
+    file.Reals("POINT", "RATE", {29.97});
+    file.header_reals[11] = 29.97;
+    file.Texts("MIEN", "RATE", {text});
+    const Take take = Read(file);
+    EXPECT_EQ(take.rate == mien::ParseFrameRate(text), believed) << text;
+    EXPECT_EQ(take.notes.empty(), believed) << text;
+  }
+}
+
+TEST(C3dTiming, AFirstFrameOfOurOwnIsWithinTwoToThe48th) {
+  for (const auto& [text, first] : {std::pair("281474976710656", std::int64_t{1} << 48),
+                                    {"-281474976710656", -(std::int64_t{1} << 48)},
+                                    {"281474976710657", 1},
+                                    {"-281474976710657", 1},
+                                    {"7.5", 1}}) {
+    C3dBuilder file;
+    file.Texts("MIEN", "FIRST_FRAME", {text});
+    const Take take = Read(file);
+    EXPECT_EQ(take.frames.front(), first) << text;
+    EXPECT_EQ(take.notes.empty(), first != 1) << text;
+  }
 }

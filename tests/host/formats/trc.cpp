@@ -162,6 +162,7 @@ TEST(Trc, IsKnownByItsFirstLineOrItsKeys) {
   EXPECT_TRUE(IsTrc("\xEF\xBB\xBF \r\n pathfiletype\t4"));
   EXPECT_TRUE(IsTrc(file.keys + file.values));
   EXPECT_TRUE(IsTrc("smile.trc\n" + file.keys));
+  EXPECT_TRUE(IsTrc("1\n2\n" + file.keys));
   EXPECT_TRUE(IsTrc("datarate NumFrames\n"));
   EXPECT_FALSE(IsTrc(""));
   EXPECT_FALSE(IsTrc("frame,time,A.x,A.y,A.z\n"));
@@ -475,6 +476,10 @@ TEST(Trc, DecimalCommas) {
 TEST(Trc, CommasThatMaySeparateThousandsAreRefused) {
   EXPECT_THAT(ErrorOf(WithRows("1\t0\t1,234\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")),
               StartsWith("t.trc:7: nothing tells whether the commas are decimal or separate thousands; "));
+  EXPECT_THAT(ErrorOf(WithRows("1\t0\t123,456\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")),
+              StartsWith("t.trc:7: nothing tells whether the commas are decimal or separate thousands; "));
+  EXPECT_EQ(At(Read(WithRows("1\t0\t1234,567\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")), 0, 0), "1234.567 2 3")
+      << "thousands are three digits at most";
   EXPECT_THAT(ErrorOf(WithRows("1\t0.00\t1\t2\t3\t4\t5\t6\n2\t0.02\t1,25\t2\t3\t4\t5\t6\n")),
               StartsWith("t.trc:8: a number has a comma, while others have points; "));
   EXPECT_THAT(ErrorOf(WithRows("1\t0\t1,234.5\t2\t3\t4\t5\t6\n")),
@@ -532,6 +537,16 @@ TEST(Trc, FrameNumbersThatDoNotTellTheFramesApartAreReplaced) {
   }
 }
 
+// Times tell each of them from the next.
+TEST(Trc, FrameNumbersGoUpToTenToTheTwelfth) {
+  const std::string cells = "\t\t1\t2\t3\t4\t5\t6\n";
+  Take take = Read(WithRows("999999999999" + cells + "1000000000000" + cells));
+  EXPECT_THAT(take.frames, ElementsAre(999999999999, 1000000000000));
+  take = Read(WithRows("1000000000000" + cells + "1000000000001" + cells));
+  EXPECT_THAT(take.frames, ElementsAre(1000000000000, 1000000000001)) << "counted on";
+  EXPECT_THAT(take.notes, testing::Contains(HasSubstr("the frame number 1000000000001 is none")));
+}
+
 TEST(Trc, FrameNumbersWrittenAsDecimalsAreWhole) {
   const Take take = Read(WithRows("1.0\t0\t1\t2\t3\t4\t5\t6\n+2.00\t0.02\t1\t2\t3\t4\t5\t6\n"));
   EXPECT_THAT(take.frames, ElementsAre(1, 2));
@@ -558,6 +573,14 @@ TEST(Trc, TimesHalfAFrameAstrayAreThoseOfTheColumn) {
   take = Read(WithRows("1\t0\t1\t2\t3\t4\t5\t6\n2\t0.029\t1\t2\t3\t4\t5\t6\n"));
   EXPECT_THAT(take.times, ElementsAre(0, 0.02));
   EXPECT_THAT(take.notes, IsEmpty());
+}
+
+// At 64 Hz these times are exact.
+TEST(Trc, ATimeThatIsAstrayByJustHalfAFrameIsCountedFromTheRate) {
+  File file = WithRows("1\t0\t1\t2\t3\t4\t5\t6\n2\t0.0234375\t1\t2\t3\t4\t5\t6\n");
+  file.values = "64\t64\t2\t2\tmm\t64\t1\t2\n";
+  EXPECT_THAT(Read(file).times, ElementsAre(0, 1 / 64.0));
+  EXPECT_THAT(Read(file).notes, IsEmpty());
 }
 
 TEST(Trc, TimesThatDoNotRiseAreNotUsed) {
@@ -703,6 +726,7 @@ TEST(Trc, BytesThatAreNoTextAreATakeOrAnError) {
   constexpr std::string_view kPieces[] = {"\t",     " ",    "\n",       "\r\n",      "1",   "0",
                                           ".5",     ",5",   "nan",      "-",         "inf", "A",
                                           "Frame#", "Time", "DataRate", "Units\tmm", "\x01"};
+  int takes = 0, errors = 0;
   for (int i = 0; i < 2000; ++i) {
     const File file;
     std::string text = file.path_line + file.keys + file.values + (i % 2 ? file.names : "");
@@ -711,8 +735,14 @@ TEST(Trc, BytesThatAreNoTextAreATakeOrAnError) {
     try {
       const Take take = Read(text);
       ExpectSame(Read(Written(take)), take);
-    } catch (const InputError& error) { EXPECT_THAT(error.what(), StartsWith("t.trc:")); }
+      ++takes;
+    } catch (const InputError& error) {
+      EXPECT_THAT(error.what(), StartsWith("t.trc:"));
+      ++errors;
+    }
   }
+  EXPECT_GT(takes, 50);
+  EXPECT_GT(errors, 500);
 }
 
 TEST(Trc, ARowOfManyNamesAndRowsOfNothingAreRefusedBeforeTheyFillTheMemory) {
@@ -726,6 +756,29 @@ TEST(Trc, ARowOfManyNamesAndRowsOfNothingAreRefusedBeforeTheyFillTheMemory) {
   EXPECT_THAT(ErrorOf(file), HasSubstr("the rows are much shorter than their 10000 markers need; "));
   file.names = "Frame#\tTime\tA\n";
   file.rows += "100000\t2000" + std::string(30000, '\t') + "1\n";
+  EXPECT_THAT(ErrorOf(file), HasSubstr("the rows are much shorter than their 10000 markers need; "));
+}
+
+// 32 bytes for each of the file's, and a megabyte. A frame needs its markers' positions and where these are from, its number and
+// its time.
+TEST(Trc, ATakeMayNeedMoreMemoryThanItsFileByAKnownMeasure) {
+  constexpr std::size_t kMarkers = 10000, kFrame = kMarkers * (3 * 8 + 1) + 2 * 8;
+  File file;
+  file.names = "Frame#\tTime";
+  for (std::size_t m = 0; m < kMarkers; ++m) file.names += "\tm\t\t";
+  file.names += '\n';
+  file.labels.clear();
+  file.rows.clear();
+  std::size_t frames = 0;
+  const auto room = [&] { return 32 * file.Text().size() + (std::size_t{1} << 20); };
+  const auto add_row = [&] {
+    file.rows += fmt::format("{}\t{}\n", frames, static_cast<double>(frames) / 50);
+    ++frames;
+  };
+  for (add_row(); (frames + 1) * kFrame <= room();) add_row();
+  EXPECT_EQ(Read(file).FrameCount(), frames);
+  add_row();
+  ASSERT_GT(frames * kFrame, room());
   EXPECT_THAT(ErrorOf(file), HasSubstr("the rows are much shorter than their 10000 markers need; "));
 }
 

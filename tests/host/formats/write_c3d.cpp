@@ -272,6 +272,22 @@ TEST(WriteC3d, ExactRateAndTimecodeAreKept) {
   }
 }
 
+TEST(WriteC3d, NamesHaveUpTo255Bytes) {
+  Take take = Frames({1});
+  take.markers[0] = std::string(255, 'm');
+  take.events = {{0, std::string(255, 'e')}};
+  const Take back = WrittenAndRead(take);
+  EXPECT_THAT(back.markers, ElementsAre(take.markers[0]));
+  ASSERT_EQ(back.events.size(), 1u);
+  EXPECT_EQ(back.events[0].label, take.events[0].label);
+}
+
+// The bytes themselves would be 268 million.
+TEST(WriteC3d, FramesGoUpTo2ToThe24thWithoutTheLast) {
+  std::ostream nowhere(nullptr);
+  EXPECT_EQ(InputErrorOf([&] { mien::WriteC3d(Frames({1, (1 << 24) - 1}), nowhere); }), "no InputError");
+}
+
 TEST(WriteC3d, WhatDoesNotFitIsRefusedBeforeAnythingIsWritten) {
   const auto refused = [](const Take& take, const std::string& what, const char* code = "limit") {
     std::ostringstream out;
@@ -287,6 +303,16 @@ TEST(WriteC3d, WhatDoesNotFitIsRefusedBeforeAnythingIsWritten) {
   take.rate = {100, 1};
   take.AddFrame(1, 0);
   refused(take, "65536 markers");
+
+  take = Take(std::vector<std::string>(65535, "x")); // as many as there may be, were it not for their names
+  take.rate = {100, 1};
+  take.AddFrame(1, 0);
+  refused(take, "too long for a C3D file");
+
+  take = Take(std::vector<std::string>(200, std::string(200, 'x'))); // 40000 bytes in one record
+  take.rate = {100, 1};
+  take.AddFrame(1, 0);
+  refused(take, "too long for a C3D file");
 
   take = Take(std::vector<std::string>(1000, std::string(200, 'x')));
   take.rate = {100, 1};

@@ -246,6 +246,27 @@ TEST(WhatWasLost, TimesThatShift) {
               ElementsAre("the first frame's time is 1.5 s instead of 0 s"));
 }
 
+// Counted from frames in two ways, times differ by less than a billionth of a second.
+TEST(WhatWasLost, TimesThatShiftByLessThanANanosecondAreTheSame) {
+  for (const auto& [shift, told] : {std::pair(0.5e-9, false), {2e-9, true}}) {
+    EXPECT_EQ(Lost([&, by = shift](Take& take) { take.times[0] += by; }).empty(), !told) << shift;
+    EXPECT_EQ(Lost([&, by = shift](Take& take) { take.times[3] += by; }).empty(), !told) << shift;
+  }
+}
+
+TEST(WhatWasLost, OfManyEventsTheFirstThreeAreNamed) {
+  Take take = Full(), without = Full();
+  take.events.clear(), without.events.clear();
+  std::string named;
+  for (const char* label : {"a", "b", "c", "d", "e"}) {
+    take.events.push_back({0.01, label});
+    const std::size_t count = take.events.size();
+    if (count <= 3) named += std::string(count == 1 ? "" : ", ") + '"' + label + '"';
+    const std::string event = count == 1 ? "1 event is" : std::to_string(count) + " events are";
+    EXPECT_THAT(WhatWasLost(take, without), ElementsAre(event + " left out: " + named + (count > 3 ? " ..." : "")));
+  }
+}
+
 TEST(WhatWasLost, RateTimecodeEventsAndNames) {
   EXPECT_THAT(Lost([](Take& take) {
                 take.rate = {30000, 1001};

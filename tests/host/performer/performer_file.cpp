@@ -23,6 +23,7 @@ using mien::ReadPerformer;
 using mien::WritePerformer;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace {
@@ -472,6 +473,23 @@ TEST(BuiltInPerformers, Landmarks68NamesLandmarksOnlyAndTheSameOnBothSides) {
   for (const std::size_t left : {1u, 3u, 5u, 7u})
     for (std::size_t h = 0; h < 5; ++h)
       EXPECT_EQ(mirror(performer.holders[left][h]), set(performer.holders[left + 1][h])) << left << ' ' << h;
+}
+
+// As docs/concepts.md and the performer itself say why.
+TEST(BuiltInPerformers, Landmarks68GoesByTheNoseTheInnerCornersOfTheEyesAndTheInnerLips) {
+  const Performer performer = LoadPerformer("landmarks68");
+  const auto names = [](const std::vector<int>& landmarks) {
+    std::vector<std::string> named;
+    for (const int landmark : landmarks) named.push_back("lm" + std::to_string(landmark));
+    return testing::UnorderedElementsAreArray(named);
+  };
+  EXPECT_THAT(performer.head, names({28, 39, 42, 31, 35}));
+  EXPECT_THAT(performer.holders[0][1], names({61, 62, 63}));
+  EXPECT_THAT(performer.holders[0][2], names({65, 66, 67}));
+  EXPECT_THAT(performer.holders[0][4], IsEmpty()) << "no chin";
+  for (const std::size_t cheek : {5u, 6u}) EXPECT_THAT(performer.holders[cheek], testing::Each(IsEmpty()));
+  const std::vector<std::string> markers = performer.Markers();
+  for (const char* tail : {"lm17", "lm26"}) EXPECT_THAT(markers, testing::Not(testing::Contains(tail)));
 }
 
 TEST(LoadPerformer, AnUnknownNameListsTheBuiltInOnes) {

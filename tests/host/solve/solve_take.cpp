@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <numbers>
@@ -320,6 +321,22 @@ TEST(SolveTake, AMarkerThatIsHiddenForAShortTimeIsFilled) {
   }
 }
 
+// As docs/cleaning.md says: cubic up to 0.15 s, then pattern up to 0.5 s, and what is longer not even in part.
+TEST(SolveTake, HowLongAGapIsTellsWhatFillsIt) {
+  for (const auto& [frames, method] :
+       {std::pair<std::size_t, FillMethod>(15, FillMethod::Cubic), {16, FillMethod::Pattern},
+        {50, FillMethod::Pattern}, {51, FillMethod::None}}) {
+    Take take = Talk(100);
+    HideFor(take, 20, 20 + frames, {"BrowL"});
+    const SolveReport report = Solve(take).report;
+    std::array<std::size_t, 5> filled_by{};
+    if (method != FillMethod::None) filled_by[static_cast<std::size_t>(method)] = frames;
+    for (const auto& fill : report.face_fills)
+      if (fill.marker == "BrowL") { EXPECT_EQ(fill.filled_by, filled_by) << frames; }
+    EXPECT_EQ(report.parts[1].partial_frames, method == FillMethod::None ? frames : 0) << frames;
+  }
+}
+
 // In the take's axes the hidden markers would stay behind when the head moves on.
 TEST(SolveTake, WhatIsHiddenIsCarriedAlongByTheHead) {
   tests::Random random(9);
@@ -408,10 +425,12 @@ TEST(SolveTake, ATakeThatNeverShowsTheFaceIsNeutral) {
   Take take = EmptyTake();
   for (int f = 0; f < 3; ++f) take.AddFrame(f, f / 30.0);
   const SolvedTake solved = Solve(take);
-  for (const double weight : solved.animation.weights) EXPECT_NEAR(weight, 0, kRounding);
+  EXPECT_THAT(solved.animation.weights, SizeIs(3u * 23));
+  EXPECT_THAT(solved.animation.weights, Each(testing::DoubleNear(0, kRounding)));
   EXPECT_THAT(solved.animation.heads, Each(solved.animation.layout.neutral_head));
   EXPECT_EQ(solved.report.frames_without_head, 3u);
   for (const auto& part : solved.report.parts) EXPECT_EQ(part.rest_frames, 3u) << part.name;
+  EXPECT_THAT(solved.report.worst_frames, IsEmpty()) << "at rest there is nothing to tell";
 }
 
 TEST(SolveTake, WithoutAHeadInSightTheFaceRests) {
@@ -622,6 +641,38 @@ TEST(SolveReport, OfOneMomentOnlyTheWorstFrameIsNamed) {
     for (std::size_t j = 0; j < i; ++j)
       EXPECT_GE(std::abs(take.times[report.worst_frames[i].frame] - take.times[report.worst_frames[j].frame]),
                 0.5);
+}
+
+// Six frames a quarter of a second apart, each worse than the one before: of two that are half a second apart both are
+// named, of two that are nearer only the worse.
+TEST(SolveReport, FramesHalfASecondApartAreMomentsOfTheirOwn) {
+  Take take = EmptyTake();
+  take.rate = {4, 1};
+  for (int f = 0; f < 6; ++f) {
+    NeutralPose face = PlainFace();
+    face["NoseL"].x += 1 + f;
+    take.times[Film(take, face)] = f / 4.0;
+  }
+  const auto named = [&] {
+    std::vector<std::size_t> frames;
+    for (const SolveReport::Frame& worst : Solve(take).report.worst_frames) frames.push_back(worst.frame);
+    return frames;
+  };
+  EXPECT_THAT(named(), ElementsAre(5, 3, 1));
+  take.times[5] -= 1 / 1024.0;
+  EXPECT_THAT(named(), ElementsAre(5, 2, 0));
+}
+
+// The same frame again and again, to the bit.
+TEST(SolveReport, OfEquallyBadFramesTheFirstAreNamed) {
+  NeutralPose face = PlainFace();
+  face["NoseL"].x += 3;
+  Take take = EmptyTake();
+  for (int f = 0; f < 40; ++f) take.times[Film(take, face)] = f;
+  const SolveReport report = Solve(take).report;
+  ASSERT_THAT(report.worst_frames, SizeIs(10));
+  for (std::size_t i = 0; i < 10; ++i) EXPECT_EQ(report.worst_frames[i].frame, i);
+  EXPECT_EQ(report.parts[7].worst_frame, 0u);
 }
 
 TEST(SolveReport, FramesAtRestDoNotMakeTheResidualSmaller) {

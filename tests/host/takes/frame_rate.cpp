@@ -50,6 +50,8 @@ TEST(FrameRate, WholeRatesAreWholeInSinglePrecisionToo) {
     for (const double off : {1.0, 1 + 6e-8, 1 - 6e-8})
       EXPECT_EQ(FrameRateOf(static_cast<double>(whole) * off), Fraction(whole, 1)) << off;
   EXPECT_EQ(FrameRateOf(120.00001), Fraction(120, 1));
+  EXPECT_EQ(FrameRateOf(120.0001), Fraction(120, 1)) << "off by less than a millionth";
+  EXPECT_EQ(FrameRateOf(120.0002), Fraction(600001, 5000)) << "off by more";
 }
 
 TEST(FrameRate, RatesNearAUsualOneStayThemselves) {
@@ -58,9 +60,18 @@ TEST(FrameRate, RatesNearAUsualOneStayThemselves) {
   EXPECT_EQ(FrameRateOf(29.971), Fraction(29971, 1000));
   EXPECT_EQ(FrameRateOf(59.95), Fraction(1199, 20));
   EXPECT_EQ(FrameRateOf(23.97), Fraction(2397, 100));
+  EXPECT_EQ(FrameRateOf(24.98), Fraction(1249, 50)) << "no camera has 25000/1001";
+  EXPECT_EQ(FrameRateOf(99.9), Fraction(999, 10)) << "nor 100000/1001";
   EXPECT_EQ(FrameRateOf(200 / 7.0), Fraction(200, 7));
   EXPECT_EQ(FrameRateOf(12.5), Fraction(25, 2));
   EXPECT_EQ(FrameRateOf(1 / 3.0), Fraction(1, 3));
+}
+
+TEST(FrameRate, IsTheSimplestFractionWithinABillionth) {
+  EXPECT_EQ(FrameRateOf(200 / 7.0 * (1 + 5e-10)), Fraction(200, 7));
+  const std::optional<FrameRate> further = FrameRateOf(200 / 7.0 * (1 + 5e-9));
+  ASSERT_TRUE(further);
+  EXPECT_GT(further->denominator, 7);
 }
 
 TEST(FrameRate, RatesThatNoCameraHasAreNone) {
@@ -70,6 +81,8 @@ TEST(FrameRate, RatesThatNoCameraHasAreNone) {
     EXPECT_EQ(FrameRateOf(hz), std::nullopt) << hz;
   EXPECT_EQ(FrameRateOf(1e-6), Fraction(1, 1000000));
   EXPECT_EQ(FrameRateOf(1e9), Fraction(1000000000, 1));
+  EXPECT_EQ(FrameRateOf(std::nextafter(1e-6, 0)), std::nullopt);
+  EXPECT_EQ(FrameRateOf(std::nextafter(1e9, kInfinity)), std::nullopt);
 }
 
 TEST(FrameRate, AnyRateIsAReducedFractionAsNearAsPromisedAndReadsBackFromItsText) {
@@ -97,6 +110,7 @@ TEST(FrameRate, TextIsAsShortAsReadsBack) {
   EXPECT_EQ(ToText({120, 1}), "120");
   EXPECT_EQ(ToText({1499, 50}), "29.98");
   EXPECT_EQ(ToText({25, 2}), "12.5");
+  EXPECT_EQ(ToText({7716, 625}), "12.3456");
   EXPECT_EQ(ToText({30000, 1001}), "30000/1001");
   EXPECT_EQ(ToText({200, 7}), "200/7");
   EXPECT_EQ(ToText({2997, 100}), "2997/100"); // "29.97" would be read as 30000/1001
@@ -108,6 +122,17 @@ TEST(FrameRate, ReadsDecimalsAndFractions) {
   EXPECT_EQ(ParseFrameRate("25"), Fraction(25, 1));
   EXPECT_EQ(ParseFrameRate("60000/2002"), Fraction(30000, 1001));
   EXPECT_EQ(ParseFrameRate("1e2"), Fraction(100, 1));
+}
+
+// Up to here a double holds both numbers exactly.
+TEST(FrameRate, FractionsGoUpToTenToTheFifteenthAndOverTheRangeOfRates) {
+  EXPECT_EQ(ParseFrameRate("1000000000000000/999999999999999"), Fraction(1000000000000000, 999999999999999));
+  EXPECT_EQ(ParseFrameRate("1000000000000001/1000000000000000"), std::nullopt);
+  EXPECT_EQ(ParseFrameRate("1000000000000000/1000000000000001"), std::nullopt);
+  EXPECT_EQ(ParseFrameRate("1/1000000"), Fraction(1, 1000000));
+  EXPECT_EQ(ParseFrameRate("1/1000001"), std::nullopt);
+  EXPECT_EQ(ParseFrameRate("1000000000/1"), Fraction(1000000000, 1));
+  EXPECT_EQ(ParseFrameRate("1000000001/1"), std::nullopt);
 }
 
 TEST(FrameRate, WhatIsNoRateIsNotRead) {

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <vector>
+#include <tuple>
 #include <algorithm>
 #include <cstdint>
 #include <optional>
@@ -18,8 +20,11 @@ using mien::Code;
 using mien::DecimalsOf;
 using mien::FrameFault;
 using mien::Take;
+using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
@@ -245,4 +250,56 @@ TEST(FrameTimes, TimesBeyondAnyRateAreRefused) {
     EXPECT_THAT(fault->what, testing::HasSubstr("give no frame rate"));
     EXPECT_EQ(fault->fix, "write the times in seconds");
   }
+}
+
+// Each time leaves room for this rate and for a whole one that is nearer.
+TEST(FrameTimes, AUsualRateIsLikelierThanAnyOther) {
+  for (const auto& [periods, time, rate] : std::vector<std::tuple<int, const char*, double>>{
+           {2, "0.09", 24},   {3, "0.11", 25},    {1, "0.03", 30},   {2, "0.041", 48},
+           {6, "0.11", 50},   {1, "0.016", 60},   {1, "0.011", 90},  {2, "0.019", 100},
+           {1, "0.009", 120}, {1, "0.006", 150},  {3, "0.014", 200}, {1, "0.0041", 240},
+           {3, "0.011", 250}, {1, "0.003", 300},  {1, "0.0019", 500}, {1, "0.0009", 1000}})
+    EXPECT_EQ(FramesOf(fmt::format("1,0\n{},{}\n", 1 + periods, time)).rate.Hz(), rate);
+  EXPECT_EQ(FramesOf("1,0\n3,0.0081\n").rate.Hz(), 247) << "near none of them"; // 246.9 Hz, give or take 3
+}
+
+// 29.985 Hz: four decimals leave 0.04 Hz of room, which reaches 30, and six do not.
+TEST(FrameTimes, SixDecimalsAreMoreThanFour) {
+  EXPECT_EQ(FramesOf("1,0.0000\n3,0.0667\n").rate.Hz(), 30);
+  EXPECT_EQ(FramesOf("1,0.000000\n3,0.066700\n").rate, (mien::FrameRate{20000, 667}));
+}
+
+// 100 periods of 100000/1001 Hz are 1.001 s, of which single precision is off by 5e-8.
+TEST(FrameTimes, TimesOfSinglePrecisionGiveTheNtscRate) {
+  EXPECT_EQ(FramesOf(fmt::format("0,0\n100,{:.10f}\n", static_cast<double>(1.001f))).rate,
+            (mien::FrameRate{100000, 1001}));
+}
+
+TEST(FrameTimes, ARateThatIsOffByMoreThanSinglePrecisionIsItself) {
+  EXPECT_EQ(FramesOf("0,0\n100,1.00000050\n").rate.Hz(), 100) << "off by half a millionth";
+  EXPECT_NE(FramesOf("0,0\n100,1.00000500\n").rate.Hz(), 100) << "by five";
+}
+
+// Whole seconds are known to a second: four after steps of two may have been three, one and a half times as long.
+TEST(FrameTimes, AJumpIsLongerThanOneAndAHalfPeriods) {
+  EXPECT_THAT(FramesOf("1,0\n2,2\n3,4\n4,6\n5,10\n").notes, Not(Contains(Says(HasSubstr("timestamps jump")))));
+  EXPECT_THAT(FramesOf("1,0\n2,2\n3,4\n4,6\n5,11\n").notes, Contains("timestamps jump: 5 s after frame 4"));
+  EXPECT_THAT(FramesOf("1,0.000\n2,0.100\n3,0.200\n4,0.300\n5,0.448\n").notes, IsEmpty());
+  EXPECT_THAT(FramesOf("1,0.000\n2,0.100\n3,0.200\n4,0.300\n5,0.453\n").notes,
+              ElementsAre("timestamps jump: 0.153 s after frame 4"));
+}
+
+TEST(FrameTimes, RatesBelowOneHertzAndAboveTenThousandAreNoted) {
+  const auto noted = [](const char* rows) {
+    const Take take = FramesOf(rows);
+    return std::any_of(take.notes.begin(), take.notes.end(), [](const mien::Note& note) {
+      return note.what.find("the times, read as seconds, give a rate of") != std::string::npos;
+    });
+  };
+  EXPECT_FALSE(noted("0,0\n1,1\n2,2\n"));              // 1 Hz
+  EXPECT_TRUE(noted("0,0\n95,100.000\n"));             // 0.95
+  EXPECT_FALSE(noted("0,0\n105,100.000\n"));           // 1.05
+  EXPECT_FALSE(noted("0,0\n1,0.00010\n2,0.00020\n"));  // 10000
+  EXPECT_FALSE(noted("0,0\n95,0.010000\n"));           // 9500
+  EXPECT_TRUE(noted("0,0\n105,0.010000\n"));           // 10500
 }

@@ -16,7 +16,7 @@ namespace {
 Take FullTake() {
   Take take({"A", "B", "C", "D"});
   take.file = "folder/a.c3d", take.name = "a", take.format = "C3D", take.flavour = "Intel, float",
-  take.unit = "m";
+  take.unit = "m", take.axes = "+z up";
   take.rate = {30000, 1001};
   take.timecode = mien::Timecode{17, {30, 1}, false};
   take.residual_mm = 0.5;

@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+using mien::Origin;
 using mien::Point;
 using mien::Take;
 
@@ -46,6 +53,51 @@ TEST(Take, ClearMakesAGap) {
   take.Clear(0, 0);
   EXPECT_EQ(take.At(0, 0), nullptr);
   EXPECT_NE(take.At(0, 1), nullptr);
+}
+
+// Positions are kept in blocks of frames: a few markers fill many frames, and very many more than one.
+TEST(Take, PositionsStayWhereTheyAreHoweverManyFramesAndMarkersThereAre) {
+  for (const auto& [markers, frames] :
+       {std::pair<std::size_t, std::size_t>(1, 70000), {2, 40000}, {3, 30000}, {1000, 100}, {40000, 3}}) {
+    Take take(std::vector<std::string>(markers, "A"));
+    take.residual_mm = 0.5;
+    const auto value = [&](std::size_t f, std::size_t m) { return static_cast<double>(f * markers + m); };
+    for (std::size_t f = 0; f < frames; ++f) {
+      ASSERT_EQ(take.AddFrame(static_cast<std::int64_t>(f), value(f, 0)), f);
+      const Take::Row row = take.RowOf(f);
+      ASSERT_EQ(row.positions.size(), markers);
+      for (std::size_t m = 0; m < markers; ++m)
+        if ((f + m) % 5 != 0) {
+          take.Set(f, m, {value(f, m), 0, 0});
+          row.sightings[m].residual = static_cast<std::uint8_t>((f + 3 * m) % 256);
+        }
+    }
+    for (std::size_t f = 0; f < frames; ++f)
+      for (std::size_t m = 0; m < markers; ++m) {
+        const Point* const p = take.At(f, m);
+        ASSERT_EQ(p != nullptr, (f + m) % 5 != 0) << markers << ' ' << f << ' ' << m;
+        if (!p) continue;
+        ASSERT_EQ(p->x, value(f, m)) << markers << ' ' << f << ' ' << m;
+        ASSERT_EQ(take.SightingAt(f, m)->residual, (f + 3 * m) % 256) << markers << ' ' << f << ' ' << m;
+      }
+  }
+}
+
+TEST(Take, ASightingIsOfWhatTheCamerasMeasuredAlone) {
+  Take take({"A", "B", "C", "D"});
+  take.residual_mm = 0.1;
+  take.AddFrame(1, 0);
+  for (mien::Sighting& sighting : take.RowOf(0).sightings) sighting = {3, 7};
+  take.Set(0, 0, {1, 2, 3}), take.Set(0, 1, {1, 2, 3}, Origin::Computed), take.Set(0, 2, {1, 2, 3}, Origin::Filled);
+  ASSERT_TRUE(take.SightingAt(0, 0));
+  EXPECT_EQ(take.SightingAt(0, 0)->cameras, 3);
+  EXPECT_EQ(take.SightingAt(0, 0)->residual, 7);
+  for (const std::size_t m : {1u, 2u, 3u}) EXPECT_FALSE(take.SightingAt(0, m)) << m;
+  Take without({"A"});
+  without.AddFrame(1, 0);
+  without.Set(0, 0, {1, 2, 3});
+  EXPECT_FALSE(without.HasSightings());
+  EXPECT_FALSE(without.SightingAt(0, 0));
 }
 
 TEST(Take, FindsMarkersByExactName) {

@@ -96,6 +96,7 @@ TEST(Timecode, BetweenTwoCountsHasThousandths) {
   EXPECT_EQ(Later("10:00:00:00@25", 0.0400001), "10:00:00:01"); // less than half a thousandth
   EXPECT_EQ(Later("10:00:00:00@25", -0.01), "09:59:59:24.750");
   EXPECT_EQ(Later("10:00:00:00@25", 1 / 120.0), "10:00:00:00.208");
+  EXPECT_EQ(Later("10:00:00:00@25", 0.00004), "10:00:00:00.001");
 }
 
 TEST(Timecode, NtscTakeShowsWholeCountsOnEachOfItsFrames) {
@@ -120,7 +121,7 @@ TEST(Timecode, RateIsItsOwnOrTheOneGivenOrThatOfDrop) {
 
 TEST(Timecode, TextWithRateReadsBack) {
   for (const char* text : {"10:02:59:29@30", "10:02:59;29@30000/1001", "00:00:00:00@24", "23:59:59:49@50",
-                           "12:00:00:10@29.98", "00:00:00:119@120"}) {
+                           "12:00:00:10@29.98", "00:00:00:119@120", "00:00:01:00@1", "00:00:00:999@1000"}) {
     const std::optional<Timecode> timecode = ParseTimecode(text, {1, 1});
     ASSERT_TRUE(timecode) << text;
     EXPECT_EQ(ToText(*timecode), text);
@@ -151,6 +152,8 @@ TEST(Timecode, WhatIsNoTimeOfDayIsNotRead) {
                            "10:00:00:00@30 ",
                            "10:00:00:00@1e9",
                            "10:00:00;00@25",
+                           "10:00:00;00@45",
+                           "10:00:00:00@1001",
                            "+1:00:00:00",
                            "10:01:00;00",
                            "10:01:00;01",
