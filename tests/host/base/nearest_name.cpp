@@ -29,7 +29,8 @@ TEST(NearestName, IsTheOneWithTheFewestLettersToChange) {
 }
 
 TEST(NearestName, AnotherCaseOfALetterCountsATenth) {
-  EXPECT_EQ(Nearest("abcdefghi", {"abcdefghx", "ABCDEFGHI"}), "ABCDEFGHI") << "nine of them are less than a letter";
+  EXPECT_EQ(Nearest("abcdefghi", {"abcdefghx", "ABCDEFGHI"}), "ABCDEFGHI")
+      << "nine of them are less than a letter";
   EXPECT_EQ(Nearest("abcdefghijk", {"ABCDEFGHIJK", "abcdefghijx"}), "abcdefghijx") << "eleven are more";
 }
 

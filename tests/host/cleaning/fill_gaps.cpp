@@ -246,7 +246,9 @@ TEST(FillGaps, PatternDoesNotGoByNeighboursOnALine) {
 
 // Behind the gap they stand on a line. From before it alone the marker would be carried, and jump where it is seen again.
 TEST(FillGaps, PatternNeedsTheNeighboursOnBothSidesOfAGap) {
-  const auto way = [](double, std::size_t m) { return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0}; };
+  const auto way = [](double, std::size_t m) {
+    return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0};
+  };
   for (const bool before : {false, true}) {
     Take take = TakeAlong({"M", "A", "B", "C"}, Numbers(0, 8), k64Hz, way);
     take.Set(before ? 2 : 5, 2, {45, 0, 0}); // B, between A and C
@@ -388,7 +390,9 @@ TEST(FillGaps, TheLongestGapIsFilledAndOneFrameMoreIsNotEvenInPart) {
 
 // A gap that the take begins or ends with lasts as many frames as it has.
 TEST(FillGaps, AtTheEndsOfATakeTheLongestGapIsAsLongAsInItsMiddle) {
-  const auto still = [](double, std::size_t m) { return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0}; };
+  const auto still = [](double, std::size_t m) {
+    return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0};
+  };
   for (const FillMethod method : {FillMethod::Hold, FillMethod::Pattern})
     for (const auto& [first, end] : {std::pair(0, 8), std::pair(5, 13), std::pair(12, 20)}) {
       if (method == FillMethod::Hold && first == 0) continue; // which needs the marker before it

@@ -291,7 +291,8 @@ TEST(SlippedMarkers, OneOutsideTheSetStaysThatIsOffByTheToleranceAndNoMore) {
   for (std::size_t m = 0; m < 4; ++m) head.Put(0, m, *head.reference[m]);
   head.Slip(0, 0, {0, 0, 1});
   RigidMotion body(head.reference);
-  const auto motion = body.Solve({std::nullopt, *head.take.At(0, 1), *head.take.At(0, 2), *head.take.At(0, 3)});
+  const auto motion =
+      body.Solve({std::nullopt, *head.take.At(0, 1), *head.take.At(0, 2), *head.take.At(0, 3)});
   ASSERT_TRUE(motion);
   const double off = Off(*motion, *head.reference[0], *head.take.At(0, 0));
   ASSERT_GT(WorstOf(head, {0, 1, 2, 3}), off);
@@ -308,18 +309,23 @@ TEST(SlippedMarkers, ASetThatTurnsTheHeadByMoreThanARightAngleComesLast) {
   for (const double degrees : {89.0, 91.0})
     for (const bool last_three_turn : {false, true}) {
       Head head(2);
-      head.reference = {Point{-80, 0, 0}, Point{-30, 60, 20}, Point{0, 0, 0}, Point{70, 10, 30}, Point{20, -50, 60}};
+      head.reference = {Point{-80, 0, 0}, Point{-30, 60, 20}, Point{0, 0, 0}, Point{70, 10, 30},
+                        Point{20, -50, 60}};
       head.motions[0] = head.motions[1] = {};
       for (std::size_t f = 0; f < 2; ++f)
         for (std::size_t m = 0; m < 5; ++m) head.Put(f, m, *head.reference[m]);
-      const std::vector<std::size_t> turned = last_three_turn ? std::vector<std::size_t>{3, 4} : std::vector<std::size_t>{0, 1},
-                                     others = last_three_turn ? std::vector<std::size_t>{0, 1} : std::vector<std::size_t>{3, 4};
+      const std::vector<std::size_t> turned = last_three_turn ? std::vector<std::size_t>{3, 4}
+                                                              : std::vector<std::size_t>{0, 1},
+                                     others = last_three_turn ? std::vector<std::size_t>{0, 1}
+                                                              : std::vector<std::size_t>{3, 4};
       for (const std::size_t m : turned)
         head.take.Set(1, m, Carried(tests::Motion({0, 0, degrees}, {}), *head.reference[m]));
       head.Slip(1, others[0], {0.5, 0, 0});
       const SlippedMarkers report = head.TakeOut();
-      for (const std::size_t m : degrees < 90 ? others : turned) EXPECT_THAT(Without(head.take, m), ElementsAre(1)) << degrees;
-      for (const std::size_t m : degrees < 90 ? turned : others) EXPECT_THAT(Without(head.take, m), IsEmpty()) << degrees;
+      for (const std::size_t m : degrees < 90 ? others : turned)
+        EXPECT_THAT(Without(head.take, m), ElementsAre(1)) << degrees;
+      for (const std::size_t m : degrees < 90 ? turned : others)
+        EXPECT_THAT(Without(head.take, m), IsEmpty()) << degrees;
       EXPECT_THAT(report.markers, SizeIs(2));
     }
 }

@@ -42,8 +42,8 @@ protected:
 TEST_F(Signals, RemoveTheTemporaryFileAndEndTheProcess) {
   const fs::path path = Write("w.csv", "former");
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    std::signal(signal, SIG_DFL); // whatever this test was started with
     Process process([&] {
+      std::signal(signal, SIG_DFL); // whatever this test was started with
       mien::HandleSignals();
       WriteWhole(path, [](std::ostream& out) {
         out << "half" << std::flush;
@@ -84,8 +84,8 @@ TEST_F(Signals, ThatTheParentHadItIgnoreStayIgnored) {
 }
 
 TEST_F(Signals, ASignalAfterAFailedOrFinishedWriteRemovesNothing) {
-  std::signal(SIGTERM, SIG_DFL);
   Process process([&] {
+    std::signal(SIGTERM, SIG_DFL);
     mien::HandleSignals();
     WriteWhole(folder_ / "w.csv", kNew);
     InputErrorOf([&] { WriteWhole(folder_ / "none" / "w.csv", kNew); });

@@ -695,8 +695,8 @@ protected:
   std::pair<ProcessEnd, std::string> End(const std::function<void(const Process&)>& meanwhile) const {
     const fs::path pipe = folder_ / "pipe.csv";
     if (mkfifo(pipe.c_str(), 0600) != 0) return {};
-    std::signal(SIGINT, SIG_DFL); // whatever this test was started with
     Process process([&] {
+      std::signal(SIGINT, SIG_DFL); // whatever this test was started with
       if (chdir(folder_.c_str()) != 0 || !freopen("err", "w", stderr)) return 127;
       execl(MIEN_COMMAND, "mien", "solve", "markers.csv", "-p", "markers.performer.json", "-o", "pipe.csv",
             "--report", "r.json", static_cast<char*>(nullptr));

@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <utility>
 #include <limits>
+#include <utility>
 #include <vector>
 
 using mien::Code;

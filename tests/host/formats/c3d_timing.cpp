@@ -6,10 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <utility>
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <utility>
 
 using mien::Code;
 using mien::Take;
@@ -115,7 +115,8 @@ TEST(C3dTiming, NotesHaveCodes) {
 }
 
 TEST(C3dTiming, RatesThatAreOffByMoreThanAThousandthAreNoted) {
-  for (const auto& [header, noted] : {std::pair(100.09, false), {100.11, true}, {99.91, false}, {99.89, true}}) {
+  for (const auto& [header, noted] :
+       {std::pair(100.09, false), {100.11, true}, {99.91, false}, {99.89, true}}) {
     C3dBuilder file;
     file.header_reals[11] = header;
     EXPECT_EQ(Read(file).rate, (mien::FrameRate{100, 1}));
@@ -125,7 +126,8 @@ TEST(C3dTiming, RatesThatAreOffByMoreThanAThousandthAreNoted) {
 
 // POINT:RATE is this rate in single precision, which is off by less than a millionth.
 TEST(C3dTiming, AnExactRateOfOurOwnIsThatOfPointRateToAMillionth) {
-  for (const auto& [text, believed] : {std::pair("299700002/10000000", true), {"29970028/1000000", true}, {"29970032/1000000", false}}) {
+  for (const auto& [text, believed] :
+       {std::pair("299700002/10000000", true), {"29970028/1000000", true}, {"29970032/1000000", false}}) {
     C3dBuilder file;
     file.Reals("POINT", "RATE", {29.97});
     file.header_reals[11] = 29.97;

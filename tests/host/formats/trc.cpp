@@ -478,7 +478,8 @@ TEST(Trc, CommasThatMaySeparateThousandsAreRefused) {
               StartsWith("t.trc:7: nothing tells whether the commas are decimal or separate thousands; "));
   EXPECT_THAT(ErrorOf(WithRows("1\t0\t123,456\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")),
               StartsWith("t.trc:7: nothing tells whether the commas are decimal or separate thousands; "));
-  EXPECT_EQ(At(Read(WithRows("1\t0\t1234,567\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")), 0, 0), "1234.567 2 3")
+  EXPECT_EQ(At(Read(WithRows("1\t0\t1234,567\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")), 0, 0),
+            "1234.567 2 3")
       << "thousands are three digits at most";
   EXPECT_THAT(ErrorOf(WithRows("1\t0.00\t1\t2\t3\t4\t5\t6\n2\t0.02\t1,25\t2\t3\t4\t5\t6\n")),
               StartsWith("t.trc:8: a number has a comma, while others have points; "));

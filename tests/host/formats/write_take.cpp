@@ -263,7 +263,8 @@ TEST(WhatWasLost, OfManyEventsTheFirstThreeAreNamed) {
     const std::size_t count = take.events.size();
     if (count <= 3) named += std::string(count == 1 ? "" : ", ") + '"' + label + '"';
     const std::string event = count == 1 ? "1 event is" : std::to_string(count) + " events are";
-    EXPECT_THAT(WhatWasLost(take, without), ElementsAre(event + " left out: " + named + (count > 3 ? " ..." : "")));
+    EXPECT_THAT(WhatWasLost(take, without),
+                ElementsAre(event + " left out: " + named + (count > 3 ? " ..." : "")));
   }
 }
 

@@ -103,7 +103,8 @@ TEST(CheckMarkers, OfAWholeStrangerOnlyWhatIsShownIsSearchedFor) {
   const std::string error = InputErrorOf([&] { CheckMarkers(performer, take, search); });
   EXPECT_THAT(searched, ElementsAre("top", "lip0", "lip1", "lip2", "lip3"));
   EXPECT_THAT(error, HasSubstr("no marker \"lip3\"; did you mean \"this one\"?"));
-  EXPECT_THAT(error, EndsWith(": 97 more of its markers are missing; is this performer meant for this take?"));
+  EXPECT_THAT(error,
+              EndsWith(": 97 more of its markers are missing; is this performer meant for this take?"));
 }
 
 TEST(CheckMarkers, WhereNothingIsMissingNothingIsSearchedFor) {

@@ -398,7 +398,8 @@ Neutral FoundAmong(int frames, const std::vector<std::string>& markers, const Pe
   Take take = EmptyTake();
   for (int f = 0; f < frames; ++f) {
     NeutralPose face = PlainFace();
-    Shift(face, markers, 0.1 * (f * 37 % frames)); // 37 has no factor in common with the numbers of frames below
+    Shift(face, markers,
+          0.1 * (f * 37 % frames)); // 37 has no factor in common with the numbers of frames below
     Film(take, face);
   }
   return Found(take, performer);
@@ -460,7 +461,8 @@ TEST(FindNeutral, TheHeadIsFoundByTheFullestFrameAndThenTwiceByTheMedian) {
   tests::Random random(6);
   for (int f = 0; f < 25; ++f) {
     NeutralPose face = PlainFace();
-    for (auto& [name, p] : face) p.x += random.Between(-2, 2), p.y += random.Between(-2, 2), p.z += random.Between(-2, 2);
+    for (auto& [name, p] : face)
+      p.x += random.Between(-2, 2), p.y += random.Between(-2, 2), p.z += random.Between(-2, 2);
     const std::size_t frame = Film(take, face, Wandering(7 * f));
     if (f != 8 && f != 13) Hide(take, frame, {"H" + std::to_string(f % 5 + 1)});
   }
@@ -493,7 +495,8 @@ TEST(FindNeutral, TheHeadIsFoundByTheFullestFrameAndThenTwiceByTheMedian) {
   RigidMotion::Markers reference = head_of(8); // the first that sees all five
   for (int rounds = 0; rounds < 4; ++rounds) {
     double off = 0;
-    for (const std::string& name : names) off = std::max(off, Distance(found.at(name), place_of(reference, name, false)));
+    for (const std::string& name : names)
+      off = std::max(off, Distance(found.at(name), place_of(reference, name, false)));
     if (rounds == 2)
       EXPECT_LT(off, kRounding);
     else
@@ -533,8 +536,10 @@ TEST(FindNeutral, AFaceIsOfStrangeSizeBelowTwoCentimetresAndAboveTwoMetres) {
     return Point{axis == 0 ? mm : 1, axis == 1 ? mm : -2, axis == 2 ? mm : 3};
   };
   for (const std::size_t axis : {0u, 1u, 2u}) {
-    for (const double mm : {20.0, 20.5, 1999.5, 2000.0}) EXPECT_EQ(notes(along(axis, mm)), 0u) << axis << ' ' << mm;
-    for (const double mm : {-19.5, 19.5, 2000.5, -2000.5}) EXPECT_EQ(notes(along(axis, mm)), 1u) << axis << ' ' << mm;
+    for (const double mm : {20.0, 20.5, 1999.5, 2000.0})
+      EXPECT_EQ(notes(along(axis, mm)), 0u) << axis << ' ' << mm;
+    for (const double mm : {-19.5, 19.5, 2000.5, -2000.5})
+      EXPECT_EQ(notes(along(axis, mm)), 1u) << axis << ' ' << mm;
   }
   EXPECT_EQ(notes({0, 0, 0}), 0u);
 }

@@ -125,15 +125,18 @@ TEST(FaceAxes, UprightIsFromTheFirstOfTheseThatThereAre) {
     const VgeAMatrix axes = FaceAxes(With(parts), pose);
     return axes.m[1][2] / axes.m[1][1];
   };
-  const std::vector<std::string> nose = {"NoseL", "NoseR"}, cheeks = {"CheekUpL", "CheekUpR", "CheekL", "CheekR"},
+  const std::vector<std::string> nose = {"NoseL", "NoseR"},
+                                 cheeks = {"CheekUpL", "CheekUpR", "CheekL", "CheekR"},
                                  brows = {"BrowL", "BrowR", "BrowOutL", "BrowOutR", "BrowInL", "BrowInR"},
                                  lids = {"LidUpL", "LidUpR", "LidLowL", "LidLowR"};
   const double brow = (59.0 + 56 + 54) / 3, lid = (52.0 + 44) / 2, nostril = 25, cheek = (36.0 + 26) / 2;
   const std::vector<std::size_t> without_mouth = {kLeftBrow,  kRightBrow,  kLeftEye,     kRightEye,
                                                   kLeftCheek, kRightCheek, kLeftNostril, kRightNostril};
   EXPECT_NEAR(y_of(without_mouth, nose, brows), 10 / (brow - nostril), 1e-14);
-  EXPECT_NEAR(y_of({kLeftBrow, kRightBrow, kLeftCheek, kRightCheek}, cheeks, brows), 10 / (brow - cheek), 1e-14);
-  EXPECT_NEAR(y_of({kLeftEye, kRightEye, kLeftNostril, kRightNostril}, nose, lids), 10 / (lid - nostril), 1e-14);
+  EXPECT_NEAR(y_of({kLeftBrow, kRightBrow, kLeftCheek, kRightCheek}, cheeks, brows), 10 / (brow - cheek),
+              1e-14);
+  EXPECT_NEAR(y_of({kLeftEye, kRightEye, kLeftNostril, kRightNostril}, nose, lids), 10 / (lid - nostril),
+              1e-14);
 }
 
 // Brows a metre beside the mouth and `height` above it.
@@ -141,7 +144,8 @@ TEST(FaceAxes, AThousandthOfTheWayUpIsNoLine) {
   for (const double height : {0.99, 1.01}) {
     Performer performer = With({kMouth, kLeftBrow, kRightBrow});
     performer.holders[kMouth] = {{{}, {"LipUp"}, {}, {}, {}}};
-    const NeutralPose pose = {{"LipUp", {0, 0, 0}}, {"BrowL", {1001, height, 0}}, {"BrowR", {999, height, 0}}};
+    const NeutralPose pose = {
+        {"LipUp", {0, 0, 0}}, {"BrowL", {1001, height, 0}}, {"BrowR", {999, height, 0}}};
     EXPECT_EQ(Error(performer, pose) == "no InputError", height > 1) << height;
   }
 }

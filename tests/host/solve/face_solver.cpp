@@ -161,8 +161,7 @@ TEST(FaceSolver, TellsItsMarkersTheirRestAndTheirParts) {
   const FaceSolver solver(PlainPerformer(), neutral);
   EXPECT_EQ(solver.Markers(), PlainPerformer().FaceMarkers()) << "those of the head are not among them";
   EXPECT_EQ(solver.NeutralHead(), mien::NeutralHead(PlainPerformer(), neutral));
-  const VgeAMatrix to_face =
-      mien::InverseOfOrthogonalAxes(mien::NeutralHead(PlainPerformer(), PlainFace()));
+  const VgeAMatrix to_face = mien::InverseOfOrthogonalAxes(mien::NeutralHead(PlainPerformer(), PlainFace()));
   ASSERT_EQ(solver.RestPlaces().size(), solver.Markers().size());
   for (std::size_t m = 0; m < solver.Markers().size(); ++m) {
     const Point upright = Carried(to_face, PlainFace().at(solver.Markers()[m])),

@@ -323,9 +323,10 @@ TEST(SolveTake, AMarkerThatIsHiddenForAShortTimeIsFilled) {
 
 // As docs/cleaning.md says: cubic up to 0.15 s, then pattern up to 0.5 s, and what is longer not even in part.
 TEST(SolveTake, HowLongAGapIsTellsWhatFillsIt) {
-  for (const auto& [frames, method] :
-       {std::pair<std::size_t, FillMethod>(15, FillMethod::Cubic), {16, FillMethod::Pattern},
-        {50, FillMethod::Pattern}, {51, FillMethod::None}}) {
+  for (const auto& [frames, method] : {std::pair<std::size_t, FillMethod>(15, FillMethod::Cubic),
+                                       {16, FillMethod::Pattern},
+                                       {50, FillMethod::Pattern},
+                                       {51, FillMethod::None}}) {
     Take take = Talk(100);
     HideFor(take, 20, 20 + frames, {"BrowL"});
     const SolveReport report = Solve(take).report;

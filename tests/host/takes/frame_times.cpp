@@ -6,14 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <vector>
-#include <tuple>
 #include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 using mien::AddFrame;
 using mien::Code;
@@ -254,11 +254,23 @@ TEST(FrameTimes, TimesBeyondAnyRateAreRefused) {
 
 // Each time leaves room for this rate and for a whole one that is nearer.
 TEST(FrameTimes, AUsualRateIsLikelierThanAnyOther) {
-  for (const auto& [periods, time, rate] : std::vector<std::tuple<int, const char*, double>>{
-           {2, "0.09", 24},   {3, "0.11", 25},    {1, "0.03", 30},   {2, "0.041", 48},
-           {6, "0.11", 50},   {1, "0.016", 60},   {1, "0.011", 90},  {2, "0.019", 100},
-           {1, "0.009", 120}, {1, "0.006", 150},  {3, "0.014", 200}, {1, "0.0041", 240},
-           {3, "0.011", 250}, {1, "0.003", 300},  {1, "0.0019", 500}, {1, "0.0009", 1000}})
+  for (const auto& [periods, time, rate] :
+       std::vector<std::tuple<int, const char*, double>>{{2, "0.09", 24},
+                                                         {3, "0.11", 25},
+                                                         {1, "0.03", 30},
+                                                         {2, "0.041", 48},
+                                                         {6, "0.11", 50},
+                                                         {1, "0.016", 60},
+                                                         {1, "0.011", 90},
+                                                         {2, "0.019", 100},
+                                                         {1, "0.009", 120},
+                                                         {1, "0.006", 150},
+                                                         {3, "0.014", 200},
+                                                         {1, "0.0041", 240},
+                                                         {3, "0.011", 250},
+                                                         {1, "0.003", 300},
+                                                         {1, "0.0019", 500},
+                                                         {1, "0.0009", 1000}})
     EXPECT_EQ(FramesOf(fmt::format("1,0\n{},{}\n", 1 + periods, time)).rate.Hz(), rate);
   EXPECT_EQ(FramesOf("1,0\n3,0.0081\n").rate.Hz(), 247) << "near none of them"; // 246.9 Hz, give or take 3
 }
@@ -282,7 +294,8 @@ TEST(FrameTimes, ARateThatIsOffByMoreThanSinglePrecisionIsItself) {
 
 // Whole seconds are known to a second: four after steps of two may have been three, one and a half times as long.
 TEST(FrameTimes, AJumpIsLongerThanOneAndAHalfPeriods) {
-  EXPECT_THAT(FramesOf("1,0\n2,2\n3,4\n4,6\n5,10\n").notes, Not(Contains(Says(HasSubstr("timestamps jump")))));
+  EXPECT_THAT(FramesOf("1,0\n2,2\n3,4\n4,6\n5,10\n").notes,
+              Not(Contains(Says(HasSubstr("timestamps jump")))));
   EXPECT_THAT(FramesOf("1,0\n2,2\n3,4\n4,6\n5,11\n").notes, Contains("timestamps jump: 5 s after frame 4"));
   EXPECT_THAT(FramesOf("1,0.000\n2,0.100\n3,0.200\n4,0.300\n5,0.448\n").notes, IsEmpty());
   EXPECT_THAT(FramesOf("1,0.000\n2,0.100\n3,0.200\n4,0.300\n5,0.453\n").notes,
@@ -296,10 +309,10 @@ TEST(FrameTimes, RatesBelowOneHertzAndAboveTenThousandAreNoted) {
       return note.what.find("the times, read as seconds, give a rate of") != std::string::npos;
     });
   };
-  EXPECT_FALSE(noted("0,0\n1,1\n2,2\n"));              // 1 Hz
-  EXPECT_TRUE(noted("0,0\n95,100.000\n"));             // 0.95
-  EXPECT_FALSE(noted("0,0\n105,100.000\n"));           // 1.05
-  EXPECT_FALSE(noted("0,0\n1,0.00010\n2,0.00020\n"));  // 10000
-  EXPECT_FALSE(noted("0,0\n95,0.010000\n"));           // 9500
-  EXPECT_TRUE(noted("0,0\n105,0.010000\n"));           // 10500
+  EXPECT_FALSE(noted("0,0\n1,1\n2,2\n"));             // 1 Hz
+  EXPECT_TRUE(noted("0,0\n95,100.000\n"));            // 0.95
+  EXPECT_FALSE(noted("0,0\n105,100.000\n"));          // 1.05
+  EXPECT_FALSE(noted("0,0\n1,0.00010\n2,0.00020\n")); // 10000
+  EXPECT_FALSE(noted("0,0\n95,0.010000\n"));          // 9500
+  EXPECT_TRUE(noted("0,0\n105,0.010000\n"));          // 10500
 }

@@ -88,7 +88,8 @@ TEST(Take, ASightingIsOfWhatTheCamerasMeasuredAlone) {
   take.residual_mm = 0.1;
   take.AddFrame(1, 0);
   for (mien::Sighting& sighting : take.RowOf(0).sightings) sighting = {3, 7};
-  take.Set(0, 0, {1, 2, 3}), take.Set(0, 1, {1, 2, 3}, Origin::Computed), take.Set(0, 2, {1, 2, 3}, Origin::Filled);
+  take.Set(0, 0, {1, 2, 3}), take.Set(0, 1, {1, 2, 3}, Origin::Computed),
+      take.Set(0, 2, {1, 2, 3}, Origin::Filled);
   ASSERT_TRUE(take.SightingAt(0, 0));
   EXPECT_EQ(take.SightingAt(0, 0)->cameras, 3);
   EXPECT_EQ(take.SightingAt(0, 0)->residual, 7);
