@@ -32,15 +32,13 @@ double Share(Half target, Half part) {
   return target == part ? 2 : 0;
 }
 
-} // namespace
+/// The morph targets that mean one of the 52, each with its meaning.
+using Meanings = std::vector<std::pair<std::string, ArkitMatch>>;
 
-HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& targets) {
+/// Makes a shape of each target, in parts as large as they can be.
+Meanings AddShapes(HeadMatch& match, const std::vector<std::string>& targets) {
   constexpr std::size_t kMost = Character::kMostParts * Character::kMostShapesInAPart;
-  HeadMatch match;
-  match.character.name = name;
-  match.character.file = name;
-
-  std::vector<std::pair<std::string, ArkitMatch>> matched; // targets
+  Meanings meanings;
   std::set<std::string_view> known;
   std::size_t unnamed = 0;
   for (const std::string& target : targets) {
@@ -59,14 +57,15 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
     auto& parts = match.character.parts;
     if (parts.empty() || parts.back().shapes.size() == Character::kMostShapesInAPart) {
       if (parts.size() == Character::kMostParts)
-        throw InputError(Code::Limit, name, "", fmt::format("the head has more than {} morph targets", kMost),
+        throw InputError(Code::Limit, match.character.name, "",
+                         fmt::format("the head has more than {} morph targets", kMost),
                          "export fewer of its shape keys");
       Character::Part& part = parts.emplace_back();
       part.name = parts.size() == 1 ? "head" : fmt::format("head {}", parts.size());
     }
     parts.back().shapes.push_back(target);
     if (const auto meaning = FindArkitName(target))
-      matched.emplace_back(target, *meaning);
+      meanings.emplace_back(target, *meaning);
     else
       match.unmatched.push_back(target);
   }
@@ -76,8 +75,11 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
          fmt::format("{} left out: {} no name",
                      unnamed == 1 ? "a morph target is" : fmt::format("{} morph targets are", unnamed),
                      unnamed == 1 ? "it has" : "they have")});
+  return meanings;
+}
 
-  const Character arkit = LoadCharacter("arkit52");
+/// Has the templates drive the targets as they drive the shapes of arkit52.
+void DriveAsArkit(HeadMatch& match, const Meanings& meanings, const Character& arkit) {
   match.character.range = arkit.range;
   std::set<std::string_view> driven;
   for (std::size_t p = 0; p < arkit.templates.size(); ++p) {
@@ -85,20 +87,25 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
     for (std::size_t t = 0; t < arkit.templates[p].size(); ++t)
       for (const auto& [shape, weight] : arkit.templates[p][t]) {
         driven.insert(shape);
-        for (const auto& [target, meaning] : matched)
+        for (const auto& [target, meaning] : meanings)
           if (const double share = Share(meaning.half, SideOfPart(p));
               kArkitNames[meaning.name] == shape && share != 0)
             match.character.templates[p][t].emplace_back(target, share * weight);
       }
   }
-  for (const auto& [target, meaning] : matched)
+  for (const auto& [target, meaning] : meanings)
     if (!driven.contains(kArkitNames[meaning.name])) match.undriven.push_back(target);
+  for (const auto& [target, meaning] : meanings) driven.erase(kArkitNames[meaning.name]);
+  for (const std::string_view shape : kArkitNames)
+    if (driven.contains(shape)) match.missing.emplace_back(shape);
+}
 
-  // On different meshes that is as it should be.
+/// On different meshes targets of one meaning are as it should be.
+void NoteEqualMeanings(HeadMatch& match, const Meanings& meanings) {
   for (std::size_t n = 0; n < kArkitNames.size(); ++n)
     for (const Half half : {Half::Both, Half::Left, Half::Right}) {
       std::vector<std::string> same;
-      for (const auto& [target, meaning] : matched)
+      for (const auto& [target, meaning] : meanings)
         if (meaning == ArkitMatch{n, half}) same.push_back(Quoted(target));
       if (same.size() > 1)
         match.notes.push_back(
@@ -106,9 +113,17 @@ HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& tar
              fmt::format("{} mean the same: take all but one out of \"templates\" if they are on one mesh",
                          fmt::join(same, ", "))});
     }
-  for (const auto& [target, meaning] : matched) driven.erase(kArkitNames[meaning.name]);
-  for (const std::string_view shape : kArkitNames)
-    if (driven.contains(shape)) match.missing.emplace_back(shape);
+}
+
+} // namespace
+
+HeadMatch MatchHead(const std::string& name, const std::vector<std::string>& targets) {
+  HeadMatch match;
+  match.character.name = name;
+  match.character.file = name;
+  const Meanings meanings = AddShapes(match, targets);
+  DriveAsArkit(match, meanings, LoadCharacter("arkit52"));
+  NoteEqualMeanings(match, meanings);
   return match;
 }
 

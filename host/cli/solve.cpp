@@ -100,6 +100,7 @@ void Solve(SolveJob job, Output& output) {
 
 } // namespace
 
+// As long as the list of its options, in the order in which help shows them.
 void AddSolveCommand(Command& app, std::vector<std::string> arguments) {
   Command command =
       app.AddCommand("solve", "Solve a take into template weights, and into a character's animation");
@@ -155,7 +156,7 @@ void AddSolveCommand(Command& app, std::vector<std::string> arguments) {
       [job](const std::string& text) -> Command::Fault {
         if (text != "plain" && text != "livelink")
           return fmt::format("\"{}\" is not plain or livelink", text);
-        job->livelink = text == "livelink";
+        job->csv_style = text == "livelink" ? CsvStyle::LiveLink : CsvStyle::Plain;
         return std::nullopt;
       });
   command.Add({.names = "--onto",

@@ -32,15 +32,16 @@ AnimationFormat FormatOf(const SolveJob& job) {
     throw UsageError(
         "output",
         fmt::format("\"{}\" does not end in .csv, .json or .glb, which say what to write", job.output));
-  if (!is_csv && job.livelink) throw UsageError("csv-style", "this is for .csv");
+  if (!is_csv && job.csv_style) throw UsageError("csv-style", "this is for .csv");
   if (!is_csv && job.only_templates) throw UsageError("templates", "this is for .csv");
   if (ending != ".glb" && !job.onto.empty()) throw UsageError("onto", "this is for .glb");
   if (job.onto.empty() && !job.head_node.empty()) throw UsageError("head", "this is for --onto");
   if (ending == ".glb") return AnimationFormat::Glb;
   if (ending == ".json") return AnimationFormat::Json;
-  if (job.livelink && job.only_templates)
+  const bool livelink = job.csv_style == CsvStyle::LiveLink;
+  if (livelink && job.only_templates)
     throw UsageError("templates", "--csv-style livelink has the 52 shapes only");
-  if (job.livelink) return AnimationFormat::LiveLinkCsv;
+  if (livelink) return AnimationFormat::LiveLinkCsv;
   return job.only_templates || job.character.empty() ? AnimationFormat::TemplateCsv
                                                      : AnimationFormat::ShapeCsv;
 }

@@ -19,6 +19,11 @@
 
 namespace mien {
 
+enum class CsvStyle {
+  Plain,    ///< a column per template or shape
+  LiveLink, ///< as phone face-capture apps write it; the character is arkit52 unless named
+};
+
 /// A take solved into an animation's file: what the command line, a batch or a script fills in.
 struct SolveJob {
   std::string take;
@@ -33,10 +38,10 @@ struct SolveJob {
   SolveOptions solve;
   ExpressionWeights expressions; ///< of the character, added to every frame
 
-  bool only_templates = false; ///< .csv: template weights although there is a character
-  bool livelink = false;       ///< .csv: as phone face-capture apps write it; character arkit52 unless named
-  std::string onto;            ///< .glb: animate this head instead of a simple one; may be empty
-  std::string head_node;       ///< .glb: the node of that head which turns with the performer's; may be empty
+  bool only_templates = false;       ///< .csv: template weights although there is a character
+  std::optional<CsvStyle> csv_style; ///< .csv: plain unless named
+  std::string onto;                  ///< .glb: animate this head instead of a simple one; may be empty
+  std::string head_node; ///< .glb: the node of that head which turns with the performer's; may be empty
 
   std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
   bool hash_files = false;          ///< answer `files` without a report as well

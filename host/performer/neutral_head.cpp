@@ -35,6 +35,21 @@ private:
   double count_ = 0;
 };
 
+/// Upright axes: x along `left`, y along `rise` as far as that is square to x. Nothing where the two lie on a line.
+std::optional<VgeAMatrix> UprightAxes(const VgeTVector& left, const VgeTVector& rise) {
+  const VgeTVector x = Unit(left);
+  const double sideways = Dot(rise, x);
+  const VgeTVector square = {rise.x - sideways * x.x, rise.y - sideways * x.y, rise.z - sideways * x.z, 0};
+  constexpr double kThin = 1e-3; // of the face's height; measured faces have about 1
+  if (!(Length(x) > 0) || !(Length(square) > kThin * Length(rise))) return std::nullopt;
+  const VgeTVector y = Unit(square);
+  VgeAMatrix axes;
+  SetColumn(axes, 0, x);
+  SetColumn(axes, 1, y);
+  SetColumn(axes, 2, Cross(x, y));
+  return axes;
+}
+
 } // namespace
 
 VgeAMatrix NeutralHead(const Performer& performer, const NeutralPose& neutral) {
@@ -80,26 +95,17 @@ VgeAMatrix NeutralHead(const Performer& performer, const NeutralPose& neutral) {
         Code::Unsolvable, performer.file, "/parts", "the neutral pose does not tell which way the face looks",
         "give it markers on a left and a right part or both corners of the mouth, on brows or eyes, and on "
         "the mouth, nostrils or cheeks");
-  const VgeTVector x = Unit(*left_to_right.Get());
-  const VgeTVector rise = Difference(*upper, *lower);
-  const double sideways = Dot(rise, x);
-  const VgeTVector square = {rise.x - sideways * x.x, rise.y - sideways * x.y, rise.z - sideways * x.z, 0};
-  constexpr double kThin = 1e-3; // of the face's height; measured faces have about 1
-  if (!(Length(x) > 0) || !(Length(square) > kThin * Length(rise)))
+  std::optional<VgeAMatrix> axes = UprightAxes(*left_to_right.Get(), Difference(*upper, *lower));
+  if (!axes)
     throw InputError(Code::Unsolvable, performer.file, "/parts", "the neutral pose's markers lie on one line",
                      "check which markers are named left, right, brow and mouth");
-  const VgeTVector y = Unit(square);
 
   MiddleOf origin;
   origin.Add(performer.head, neutral);
   if (!origin.Get()) origin.Add(performer.FaceMarkers(), neutral);
 
-  VgeAMatrix axes;
-  SetColumn(axes, 0, x);
-  SetColumn(axes, 1, y);
-  SetColumn(axes, 2, Cross(x, y));
-  SetColumn(axes, 3, *origin.Get());
-  return axes;
+  SetColumn(*axes, 3, *origin.Get());
+  return *axes;
 }
 
 } // namespace mien

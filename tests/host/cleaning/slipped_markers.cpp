@@ -89,8 +89,7 @@ std::vector<std::size_t> Without(const Take& take, std::size_t marker) {
 
 /// How far a marker is from where the motion has its place, to the bit.
 double Off(const VgeAMatrix& motion, const Point& place, const Point& seen) {
-  using namespace mien::detail;
-  return Distance(TransformPoint(motion, {place.x, place.y, place.z}), {seen.x, seen.y, seen.z});
+  return mien::Distance(mien::TransformPoint(motion, {place.x, place.y, place.z}), {seen.x, seen.y, seen.z});
 }
 
 /// How far the worst of these markers is, in the first frame, from where their own motion has it.

@@ -264,7 +264,8 @@ TEST(WhatWasLost, OfManyEventsTheFirstThreeAreNamed) {
     if (count <= 3) named += std::string(count == 1 ? "" : ", ") + '"' + label + '"';
     const std::string event = count == 1 ? "1 event is" : std::to_string(count) + " events are";
     EXPECT_THAT(WhatWasLost(take, without),
-                ElementsAre(event + " left out: " + named + (count > 3 ? " ..." : "")));
+                ElementsAre(event + " left out: " + named +
+                            (count > 3 ? " and " + std::to_string(count - 3) + " more" : "")));
   }
 }
 

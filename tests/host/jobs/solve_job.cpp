@@ -105,7 +105,10 @@ TEST_F(SolveJobs, SettingsThatDoNotFitAreUsageProblemsAtTheSetting) {
       {[&](SolveJob& job) { job.report = job.output; }, "report"},
       {[&](SolveJob& job) { job.onto = kSamples / "head.glb"; }, "onto"},
       {[&](SolveJob& job) { job.head_node = "face"; }, "head"},
-      {[&](SolveJob& job) { job.livelink = true, job.only_templates = true; }, "templates"},
+      {[&](SolveJob& job) { job.csv_style = mien::CsvStyle::LiveLink, job.only_templates = true; },
+       "templates"},
+      {[&](SolveJob& job) { job.csv_style = mien::CsvStyle::Plain, job.output = folder_ / "w.json"; },
+       "csv-style"},
       {[&](SolveJob& job) {
          job.expressions = {{"Content", 1}};
        },

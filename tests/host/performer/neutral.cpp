@@ -2,6 +2,7 @@
 
 #include "host/cleaning/rigid_motion.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 #include "tests/host/plain_face.h"
 
 #include <gmock/gmock.h>
@@ -436,7 +437,7 @@ TEST(FindNeutral, FiveRestFramesAreEnoughAndFourAreNot) {
   EXPECT_THAT(five.notes, IsEmpty());
   const Neutral four = FoundAmong(9, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0}));
   EXPECT_EQ(four.how, "the median of all 9 frames");
-  EXPECT_THAT(four.notes, testing::ElementsAre(HasSubstr("only 4, so all were taken")));
+  EXPECT_THAT(four.notes, testing::ElementsAre(Says(HasSubstr("only 4, so all were taken"))));
 }
 
 // Either eye, half closed while the other is open, is as unusual.
@@ -480,7 +481,7 @@ TEST(FindNeutral, TheHeadIsFoundByTheFullestFrameAndThenTwiceByTheMedian) {
       const auto head = motion.Solve(head_of(f));
       const Point* const p = take.At(f, take.FindMarker(name).value());
       if (!head || !p) continue;
-      const Point q = Carried(mien::detail::InverseOfOrthogonalAxes(*head), *p);
+      const Point q = Carried(mien::InverseOfOrthogonalAxes(*head), *p);
       axis[0].push_back(q.x), axis[1].push_back(q.y), axis[2].push_back(q.z);
     }
     const auto middle = [&](std::vector<double> values) {

@@ -115,14 +115,14 @@ TEST(NeutralHead, IsFoundFromWhateverPairsAndHeightsThereAre) {
 }
 
 // y is from the mouth, or else the nostrils, or the cheeks, to the brows, or else the eyes: exactly where depths are equal.
-TEST(FaceAxes, UprightIsFromTheFirstOfTheseThatThereAre) {
+TEST(NeutralHead, UprightIsFromTheFirstOfTheseThatThereAre) {
   const auto y_of = [](const std::vector<std::size_t>& parts, const std::vector<std::string>& lower,
                        const std::vector<std::string>& upper) {
     NeutralPose pose = PlainFace();
     for (auto& [name, p] : pose) p = {p.x, p.y, 0};
     for (const std::string& name : lower) pose[name].z = 10;
     for (const std::string& name : upper) pose[name].z = 20;
-    const VgeAMatrix axes = FaceAxes(With(parts), pose);
+    const VgeAMatrix axes = NeutralHead(With(parts), pose);
     return axes.m[1][2] / axes.m[1][1];
   };
   const std::vector<std::string> nose = {"NoseL", "NoseR"},
@@ -140,7 +140,7 @@ TEST(FaceAxes, UprightIsFromTheFirstOfTheseThatThereAre) {
 }
 
 // Brows a metre beside the mouth and `height` above it.
-TEST(FaceAxes, AThousandthOfTheWayUpIsNoLine) {
+TEST(NeutralHead, AThousandthOfTheWayUpIsNoLine) {
   for (const double height : {0.99, 1.01}) {
     Performer performer = With({kMouth, kLeftBrow, kRightBrow});
     performer.holders[kMouth] = {{{}, {"LipUp"}, {}, {}, {}}};
