@@ -76,7 +76,7 @@ TEST(JsonValue, NumbersHaveTheFewestDigits) {
   EXPECT_EQ(Text(1e15), "1000000000000000");
   EXPECT_EQ(Text(1e16), "1e+16");
   EXPECT_EQ(Text(1e-5), "1e-05");
-  EXPECT_EQ(Text(2.5f), "2.5");
+  EXPECT_EQ(Text(static_cast<double>(2.5f)), "2.5");
 }
 
 TEST(JsonDecimal, HasAPointOrAnExponent) {

@@ -61,7 +61,9 @@ TEST(Take, PositionsStayWhereTheyAreHoweverManyFramesAndMarkersThereAre) {
        {std::pair<std::size_t, std::size_t>(1, 70000), {2, 40000}, {3, 30000}, {1000, 100}, {40000, 3}}) {
     Take take(std::vector<std::string>(markers, "A"));
     take.residual_mm = 0.5;
-    const auto value = [&](std::size_t f, std::size_t m) { return static_cast<double>(f * markers + m); };
+    const auto value = [count = markers](std::size_t f, std::size_t m) {
+      return static_cast<double>(f * count + m);
+    };
     for (std::size_t f = 0; f < frames; ++f) {
       ASSERT_EQ(take.AddFrame(static_cast<std::int64_t>(f), value(f, 0)), f);
       const Take::Row row = take.RowOf(f);
