@@ -11,7 +11,7 @@
 namespace mien {
 
 /// The built-in face (face_mesh.h) as a head: the only mesh of a scene of two nodes, of which the second, "face", shows it.
-struct FaceGlb {
+struct FaceGlb { // NOLINT(bugprone-exception-escape): moving a JSON value does not throw, whatever it says
   static constexpr std::size_t kRoot = 0, kFace = 1; ///< the nodes
 
   Glb glb;

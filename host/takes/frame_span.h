@@ -15,7 +15,7 @@ struct FrameSpan {
   std::size_t end = 0; ///< not below `first`
 
   std::size_t Count() const { return end - first; }
-  auto operator<=>(const FrameSpan&) const = default;
+  auto operator<=>(const FrameSpan&) const = default; // NOLINT(modernize-use-nullptr): there is no pointer
 };
 
 /// The longest spans in which each frame's number is one above that of the frame before: between them the recording
