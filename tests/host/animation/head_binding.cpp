@@ -2,6 +2,7 @@
 
 #include "tests/host/head_glb.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,6 +4,7 @@
 #include "host/character/character_file.h"
 #include "host/gltf/face_mesh.h"
 #include "tests/host/glb_curves.h"
+#include "tests/host/note.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

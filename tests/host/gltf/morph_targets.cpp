@@ -1,6 +1,7 @@
 #include "host/gltf/morph_targets.h"
 
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
