@@ -114,7 +114,7 @@ TEST(AnimationWriter, AfterItsLongestRowACsvAllocatesNothing) {
     std::fill(shape_weights.begin(), shape_weights.end(), -1.2345678901234567e-300);
     writer->Frame(frame);
     for (int f = 0; f < 200; ++f) {
-      frame.time = 0.001 * f; // most are between two counts of the timecode
+      frame.time = 0.0101 * f; // mostly between two counts of the timecode, and of 100 and more: its longest
       for (double& weight : weights) weight = random.Between(-1, 1);
       for (double& weight : shape_weights) weight = random.Between(-1, 1);
       frame.head = tests::AnyMotion(random);
