@@ -77,18 +77,19 @@ void WriteTransforms(std::ostream& out, const Animation& animation,
 } // namespace
 
 void WriteAnimationJson(const Animation& animation, std::ostream& out) {
+  const AnimationLayout& layout = animation.layout;
   const std::size_t frames = animation.frames.size();
   const auto member = [&out](std::string_view key, const JsonValue& value) {
     out << "  \"" << key << "\": " << value.Text() << ",\n";
   };
   out << "{\n";
   member("format", "mien animation 1");
-  member("take", animation.layout.take);
-  member("performer", animation.layout.performer);
-  if (!animation.layout.character.empty()) member("character", animation.layout.character);
-  member("rate", animation.layout.rate.Hz());
-  member("rate_fraction", JsonList({animation.layout.rate.numerator, animation.layout.rate.denominator}));
-  if (animation.layout.timecode) member("timecode", ToText(*animation.layout.timecode));
+  member("take", layout.take);
+  member("performer", layout.performer);
+  if (!layout.character.empty()) member("character", layout.character);
+  member("rate", layout.rate.Hz());
+  member("rate_fraction", JsonList({layout.rate.numerator, layout.rate.denominator}));
+  if (layout.timecode) member("timecode", ToText(*layout.timecode));
   member("frames", JsonTightList({animation.frames.begin(), animation.frames.end()}));
   member("times", JsonTightList({animation.times.begin(), animation.times.end()}));
 
@@ -106,12 +107,12 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   out << "\n  },\n";
 
   out << "  \"templates\": ";
-  WriteWeights(out, animation.layout.WeightNames(WeightKind::Templates), animation.weights, frames);
-  if (!animation.layout.character.empty()) {
+  WriteWeights(out, layout.WeightNames(WeightKind::Templates), animation.weights, frames);
+  if (!layout.character.empty()) {
     out << ",\n  \"shapes\": ";
-    WriteWeights(out, animation.layout.shapes, animation.shape_weights, frames);
+    WriteWeights(out, layout.shapes, animation.shape_weights, frames);
     std::vector<JsonValue> clusters;
-    for (const auto& [part, name] : animation.layout.clusters)
+    for (const auto& [part, name] : layout.clusters)
       clusters.push_back(JsonObject({{"part", part}, {"cluster", name}}));
     out << ",\n  \"clusters\": {\n    \"names\": " << JsonList(clusters).Text() << ",\n    \"local\": ";
     WriteTransforms(out, animation, animation.local_clusters);

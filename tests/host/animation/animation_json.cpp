@@ -306,6 +306,74 @@ TEST(AnimationJson, ATakesNameThatIsNotUtf8IsReplacedWhereItIsNot) {
   EXPECT_THAT(Parsed(animation)["take"].get<std::string>(), HasSubstr("\xEF\xBF\xBD"));
 }
 
+TEST(AnimationJson, IsLaidOutForPeopleToRead) {
+  Animation animation;
+  animation.layout.take = "take \"1\"", animation.layout.performer = "Ada",
+  animation.layout.character = "Robot";
+  animation.layout.rate = {30000, 1001};
+  animation.frames = {1, 3};
+  animation.times = {0, 0.1};
+  animation.heads.resize(2);
+  animation.layout.templates.resize(2);
+  animation.weights = {0, 0.25, 1, 1e16};
+  animation.layout.shapes = {"a", "b"};
+  animation.shape_weights = {2, 3, 4, 5};
+  animation.layout.clusters = {{"jaw", "bone"}, {"jaw", "chin"}};
+  animation.local_clusters.resize(4), animation.global_clusters.resize(4);
+  EXPECT_EQ(Written(animation), R"({
+  "format": "mien animation 1",
+  "take": "take \"1\"",
+  "performer": "Ada",
+  "character": "Robot",
+  "rate": 29.97002997002997,
+  "rate_fraction": [30000, 1001],
+  "frames": [1,3],
+  "times": [0,0.1],
+  "head": {
+    "rotation": [
+    [0,0,0,1],
+    [0,0,0,1]],
+    "translation": [
+    [0,0,0],
+    [0,0,0]]
+  },
+  "templates": {
+    "names": ["Mouth.Open", "Mouth.Whistle"],
+    "weights": [
+    [0,0.25],
+    [1,1e+16]]
+  },
+  "shapes": {
+    "names": ["a", "b"],
+    "weights": [
+    [2,3],
+    [4,5]]
+  },
+  "clusters": {
+    "names": [{ "part": "jaw", "cluster": "bone" }, { "part": "jaw", "cluster": "chin" }],
+    "local": { "translation": [
+    [[0,0,0],[0,0,0]],
+    [[0,0,0],[0,0,0]]],
+      "rotation": [
+    [[0,0,0,1],[0,0,0,1]],
+    [[0,0,0,1],[0,0,0,1]]],
+      "scale": [
+    [[1,1,1],[1,1,1]],
+    [[1,1,1],[1,1,1]]] },
+    "global": { "translation": [
+    [[0,0,0],[0,0,0]],
+    [[0,0,0],[0,0,0]]],
+      "rotation": [
+    [[0,0,0,1],[0,0,0,1]],
+    [[0,0,0,1],[0,0,0,1]]],
+      "scale": [
+    [[1,1,1],[1,1,1]],
+    [[1,1,1],[1,1,1]]] }
+  }
+}
+)");
+}
+
 TEST(AnimationJson, HasALinePerFrameInEachList) {
   const Animation animation = WithCharacter(5);
   const std::string written = Written(animation);
