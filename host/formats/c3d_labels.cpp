@@ -2,37 +2,15 @@
 
 #include "host/base/text.h"
 #include "host/base/utf8.h"
+#include "host/formats/different_names.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
+#include <utility>
 
 namespace mien::c3d {
-namespace {
-
-// The names so far.
-class Names {
-public:
-  /// The name, or "NAME (2)" and so on where it is there before. Answers whether it is.
-  bool MakeDifferent(std::string& name) {
-    if (known_.insert(name).second) return false;
-    std::size_t& number = last_number_.try_emplace(name, 1).first->second;
-    std::string other;
-    do other = fmt::format("{} ({})", name, ++number);
-    while (!known_.insert(other).second);
-    name = other;
-    return true;
-  }
-
-private:
-  std::unordered_set<std::string> known_;
-  std::unordered_map<std::string, std::size_t> last_number_;
-};
-
-} // namespace
 
 std::vector<std::string> MarkerNames(const Parameters& parameters, std::size_t points,
                                      std::vector<Note>& notes) {
@@ -45,20 +23,21 @@ std::vector<std::string> MarkerNames(const Parameters& parameters, std::size_t p
                                  points, labels + 1)});
   names.resize(points);
 
+  std::vector<bool> made_up(points);
   std::vector<std::string> blank, latin, twice;
-  Names known;
   for (std::size_t i = 0; i < points; ++i) {
     std::string& name = names[i];
-    if (name.empty()) {
+    made_up[i] = name.empty();
+    if (made_up[i]) {
       name = fmt::format("point {}", i + 1);
       if (i < labels) blank.push_back(name);
     } else if (!IsUtf8(name)) {
       name = FromLatin1(name);
       latin.push_back(name);
     }
-    const std::string label = name;
-    if (known.MakeDifferent(name)) twice.push_back(label);
   }
+  for (RenamedMarker& renamed : MakeNamesDifferent(names, made_up))
+    twice.push_back(std::move(renamed.before));
 
   const auto note = [&](Code code, std::string_view what, const std::vector<std::string>& which) {
     if (!which.empty()) notes.push_back({code, "", fmt::format("{}{}", what, SomeQuoted(which, 1))});

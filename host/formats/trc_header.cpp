@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/base/utf8.h"
+#include "host/formats/different_names.h"
 #include "host/formats/length_unit.h"
 
 #include <fmt/format.h>
@@ -200,46 +201,23 @@ std::vector<std::string> MarkerNames(const Header& header, std::size_t markers, 
   const bool utf8 = std::all_of(header.names.begin(), header.names.end(), IsUtf8);
   if (!utf8) notes.push_back(note(Code::Assumed, "the names are not UTF-8 text; read as Latin-1"));
 
-  const auto is_blank = [&](std::size_t m) { return m >= named || header.names[m].empty(); };
   std::vector<std::string> names(markers);
-  std::vector<std::size_t> order(markers); // by name; of equal names, the one that is in the file first
+  std::vector<bool> made_up(markers);
   for (std::size_t m = 0; m < markers; ++m) {
-    names[m] = is_blank(m) ? fmt::format("marker {}", m + 1)
-               : utf8      ? std::string(header.names[m])
-                           : FromLatin1(header.names[m]);
-    order[m] = m;
+    made_up[m] = m >= named || header.names[m].empty();
+    names[m] = made_up[m] ? fmt::format("marker {}", m + 1)
+               : utf8     ? std::string(header.names[m])
+                          : FromLatin1(header.names[m]);
   }
-  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-    const int compared = names[a].compare(names[b]);
-    return compared != 0 ? compared < 0 : std::pair(is_blank(a), a) < std::pair(is_blank(b), b);
-  });
-  const auto is_taken = [&](const std::string& name) {
-    const auto found = std::lower_bound(order.begin(), order.end(), name,
-                                        [&](std::size_t m, const std::string& n) { return names[m] < n; });
-    return found != order.end() && names[*found] == name;
-  };
-
-  std::vector<std::pair<std::size_t, std::string>> renamed; // later, as the search goes by the names before
   Repeated twice, blank;
-  for (std::size_t i = 1, copy = 1; i < markers; ++i) {
-    const std::string& name = names[order[i]];
-    if (name != names[order[i - 1]]) {
-      copy = 1;
-      continue;
-    }
-    std::string other;
-    do other = fmt::format("{} ({})", name, ++copy);
-    while (is_taken(other));
-    if (!is_blank(order[i]))
-      twice.Add([&] {
+  for (const auto& [m, before] : MakeNamesDifferent(names, made_up))
+    if (!made_up[m])
+      twice.Add([&, &before = before, m = m] {
         return note(Code::Duplicate, fmt::format("the name {} is there twice; the second is called {}",
-                                                 Quoted(name), Quoted(other)));
+                                                 Quoted(before), Quoted(names[m])));
       });
-    renamed.emplace_back(order[i], std::move(other));
-  }
-  for (auto& [m, name] : renamed) names[m] = std::move(name);
   for (std::size_t m = 0; m < named; ++m)
-    if (is_blank(m))
+    if (made_up[m])
       blank.Add([&] {
         return note(Code::Missing, fmt::format("marker {} has no name; called {}", m + 1, Quoted(names[m])));
       });

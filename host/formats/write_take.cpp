@@ -223,7 +223,7 @@ std::vector<Note> WhatWasLost(const Take& take, const Take& kept) {
   else if (take.timecode && take.timecode != kept.timecode)
     lost.Add("the timecode is {} instead of {}", ToText(*kept.timecode), ToText(*take.timecode));
   CompareEvents(take, kept, lost);
-  return lost.notes;
+  return std::move(lost.notes);
 }
 
 } // namespace mien

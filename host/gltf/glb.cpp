@@ -132,8 +132,8 @@ Glb ReadGlb(std::string_view bytes, const std::string& file) {
   const JsonAt root(glb);
   const std::string version = root.At("asset").At("version").String();
   if (!version.starts_with("2."))
-    root.At("asset").At("version").Fail(fmt::format("glTF {}, where 2.0 is known", Printable(version)),
-                                        kExportAgain);
+    root.At("asset").At("version").Fail(
+        Code::Unsupported, fmt::format("glTF {}, where 2.0 is known", Printable(version)), kExportAgain);
   return glb;
 }
 

@@ -103,11 +103,13 @@ void CheckAppendable(const Glb& glb) {
   const std::vector<JsonAt> buffers = root.ElementsOf("buffers");
   if (glb.binary.empty() || buffers.empty())
     throw InputError(Code::Missing, glb.file, "", "the head's data is not in this file", kOneFile);
-  if (const auto uri = buffers[0].Find("uri")) uri->Fail("the head's data is not in this file", kOneFile);
+  if (const auto uri = buffers[0].Find("uri"))
+    uri->Fail(Code::Unsupported, "the head's data is not in this file", kOneFile);
   const JsonAt length = buffers[0].At("byteLength");
   const Json& bytes = length.Value();
   if (!bytes.is_number_integer() || bytes < 0 || bytes.get<std::size_t>() > glb.binary.size())
     length.Fail(
+        Code::Contradiction,
         fmt::format("the buffer is not one of the {} bytes that the file holds for it", glb.binary.size()),
         kOneFile);
 }

@@ -1,6 +1,5 @@
 #include "host/gltf/json_at.h"
 
-#include "host/base/error.h"
 #include "host/base/text.h"
 
 #include <fmt/format.h>
@@ -27,7 +26,7 @@ std::optional<JsonAt> JsonAt::Find(const std::string& key) const {
 
 JsonAt JsonAt::At(const std::string& key) const {
   if (const auto member = Find(key)) return *member;
-  Fail(fmt::format("the member {} is missing", Quoted(key)), kExportAgain);
+  Fail(Code::Missing, fmt::format("the member {} is missing", Quoted(key)), kExportAgain);
 }
 
 JsonAt JsonAt::Element(std::size_t index) const {
@@ -37,7 +36,7 @@ JsonAt JsonAt::Element(std::size_t index) const {
 }
 
 std::vector<JsonAt> JsonAt::Elements() const {
-  if (!json_->is_array()) Fail("this is not an array", kExportAgain);
+  if (!json_->is_array()) Fail(Code::InvalidValue, "this is not an array", kExportAgain);
   std::vector<JsonAt> elements;
   elements.reserve(json_->size());
   for (std::size_t i = 0; i < json_->size(); ++i) elements.push_back(Element(i));
@@ -51,12 +50,14 @@ std::vector<JsonAt> JsonAt::ElementsOf(const std::string& key) const {
 
 std::size_t JsonAt::Index(std::size_t count, std::string_view what) const {
   const bool is_index = json_->is_number_integer() && *json_ >= 0 && json_->get<std::size_t>() < count;
-  if (!is_index) Fail(fmt::format("this does not lead to one of the {} {}", count, what), kExportAgain);
+  if (!is_index)
+    Fail(Code::InvalidValue, fmt::format("this does not lead to one of the {} {}", count, what),
+         kExportAgain);
   return json_->get<std::size_t>();
 }
 
 std::string JsonAt::String() const {
-  if (!json_->is_string()) Fail("this is not a text", kExportAgain);
+  if (!json_->is_string()) Fail(Code::InvalidValue, "this is not a text", kExportAgain);
   return json_->get<std::string>();
 }
 
@@ -68,16 +69,16 @@ std::vector<double> JsonAt::Numbers(std::size_t count) const {
           std::fabs(number.get<double>()) <= static_cast<double>(std::numeric_limits<float>::max()))
         numbers.push_back(number.get<double>());
   if (!json_->is_array() || numbers.size() != json_->size() || numbers.size() != count)
-    Fail(fmt::format("this is not a list of {} number{}", count, count == 1 ? "" : "s"), kExportAgain);
+    Fail(Code::InvalidValue, fmt::format("this is not a list of {}", Count(count, "number")), kExportAgain);
   return numbers;
 }
 
-void JsonAt::Fail(std::string_view what, std::string_view fix) const {
-  throw InputError(Code::Syntax, *file_, Printable(place_.to_string()), what, fix);
+void JsonAt::Fail(Code code, std::string_view what, std::string_view fix) const {
+  throw InputError(code, *file_, Printable(place_.to_string()), what, fix);
 }
 
 void JsonAt::RequireObject() const {
-  if (!json_->is_object()) Fail("this is not an object", kExportAgain);
+  if (!json_->is_object()) Fail(Code::InvalidValue, "this is not an object", kExportAgain);
 }
 
 } // namespace mien

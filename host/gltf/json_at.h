@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/gltf/glb.h"
 
 #include <nlohmann/json.hpp>
@@ -47,7 +48,7 @@ public:
   const Json& Value() const { return *json_; }
 
   /// Throws InputError about this value.
-  [[noreturn]] void Fail(std::string_view what, std::string_view fix) const;
+  [[noreturn]] void Fail(Code code, std::string_view what, std::string_view fix) const;
 
 private:
   JsonAt(const JsonAt& parent, const Json& json) : json_(&json), file_(parent.file_), place_(parent.place_) {}

@@ -27,6 +27,7 @@ std::size_t CountTargets(const std::vector<JsonAt>& primitives) {
     const std::size_t own = primitive.ElementsOf("targets").size();
     if (count && own != *count)
       primitive.Fail(
+          Code::Contradiction,
           fmt::format("this primitive has {} morph targets, and the mesh's first one {}", own, *count),
           "give every material of the mesh the same targets, then export the head again");
     count = own;
@@ -49,7 +50,8 @@ Mesh ReadMesh(const JsonAt& mesh) {
   if (names) {
     for (const JsonAt& name : names->Elements()) read.names.push_back(name.String());
     if (read.names.size() != read.target_count)
-      names->Fail(fmt::format("{} names for {} morph targets: which is whose cannot be told",
+      names->Fail(Code::Contradiction,
+                  fmt::format("{} names for {} morph targets: which is whose cannot be told",
                               read.names.size(), read.target_count),
                   "export the head again with a name for each target");
   }

@@ -28,14 +28,14 @@ ClusterTransform TransformOfMatrix(const JsonAt& matrix) {
     axes[a] = {m[4 * a], m[4 * a + 1], m[4 * a + 2], 0};
     lengths[a] = Length(axes[a]);
     if (!(lengths[a] > 0))
-      matrix.Fail("this matrix flattens its node, which cannot be turned then",
+      matrix.Fail(Code::InvalidValue, "this matrix flattens its node, which cannot be turned then",
                   "give the node a scale other than 0 and export the head again");
     axes[a] = {axes[a].x / lengths[a], axes[a].y / lengths[a], axes[a].z / lengths[a], 0};
   }
   constexpr double kShear = 1e-4; // exporters write six digits
   if (std::fabs(Dot(axes[0], axes[1])) > kShear || std::fabs(Dot(axes[1], axes[2])) > kShear ||
       std::fabs(Dot(axes[2], axes[0])) > kShear)
-    matrix.Fail("this matrix shears its node, which no rotation and scale can do",
+    matrix.Fail(Code::InvalidValue, "this matrix shears its node, which no rotation and scale can do",
                 "apply the node's transform in the program that made the head and export it again");
   const bool mirrors = Dot(Cross(axes[0], axes[1]), axes[2]) < 0;
 
@@ -59,7 +59,8 @@ ClusterTransform TransformOf(const JsonAt& node) {
              scale = node.Find("scale");
   if (const auto matrix = node.Find("matrix")) {
     if (translation || rotation || scale)
-      node.Fail("this node has a matrix and a transform beside it", "export the head again");
+      node.Fail(Code::Contradiction, "this node has a matrix and a transform beside it",
+                "export the head again");
     return TransformOfMatrix(*matrix);
   }
   if (translation) {
@@ -69,7 +70,7 @@ ClusterTransform TransformOf(const JsonAt& node) {
   if (rotation) {
     const auto q = rotation->Numbers(4);
     if (q[0] == 0 && q[1] == 0 && q[2] == 0 && q[3] == 0)
-      rotation->Fail("this is no rotation: its quaternion is 0", "export the head again");
+      rotation->Fail(Code::InvalidValue, "this is no rotation: its quaternion is 0", "export the head again");
     transform.rotation = RotationOf(VgeQuaternion(q[0], q[1], q[2], q[3]));
   }
   if (scale) {
@@ -119,7 +120,8 @@ VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
     for (const JsonAt& child : nodes[n].ElementsOf("children")) {
       auto& parent = parents[child.Index(nodes.size(), "nodes")];
       if (parent)
-        child.Fail(fmt::format("this node is a child of node {} already", *parent), "export the head again");
+        child.Fail(Code::Duplicate, fmt::format("this node is a child of node {} already", *parent),
+                   "export the head again");
       parent = n;
     }
 
@@ -127,7 +129,7 @@ VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
   std::size_t steps = 0;
   for (auto parent = parents[node]; parent; parent = parents[*parent]) {
     if (++steps > nodes.size())
-      nodes[node].Fail("this node is among its own parents", "export the head again");
+      nodes[node].Fail(Code::Contradiction, "this node is among its own parents", "export the head again");
     const ClusterTransform transform = TransformOf(nodes[*parent]);
     const double signs[] = {transform.scale.x < 0 ? -1.0 : 1.0, transform.scale.y < 0 ? -1.0 : 1.0,
                             transform.scale.z < 0 ? -1.0 : 1.0};

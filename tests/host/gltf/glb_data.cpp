@@ -112,6 +112,16 @@ TEST(GlbData, DataOutsideTheFileIsAnError) {
   }
 }
 
+TEST(GlbData, DataOutsideTheFileHasItsCode) {
+  const auto problem = [](const char* key, const Json& value) {
+    Glb head = HeadOf(R"("a")");
+    head.json["buffers"][0][key] = value;
+    return ProblemOf([&] { CheckAppendable(head); });
+  };
+  EXPECT_EQ(problem("uri", "head.bin"), "unsupported at /buffers/0/uri");
+  EXPECT_EQ(problem("byteLength", 5), "contradiction at /buffers/0/byteLength");
+}
+
 TEST(GlbData, ListsThatAreNoneAreErrors) {
   for (const std::string list : {"accessors", "bufferViews", "animations", "buffers"}) {
     Glb head = HeadOf(R"("a")");

@@ -43,7 +43,8 @@ TEST(JsonAt, AnIndexIsAWholeNumberBelowTheCount) {
 TEST(JsonAt, ItsMessagesSayWhere) {
   const Glb glb = File(R"({"a":[0,{"b/~":{"\u001b[2J":[1]}}]})");
   const JsonAt deep = JsonAt(glb).At("a").Element(1).At("b/~");
-  EXPECT_EQ(InputErrorOf([&] { deep.Fail("WHAT", "MEND"); }), "h.glb:/a/1/b~1~0: WHAT; MEND");
+  EXPECT_EQ(InputErrorOf([&] { deep.Fail(mien::Code::Doubtful, "WHAT", "MEND"); }),
+            "h.glb:/a/1/b~1~0: WHAT; MEND");
   EXPECT_EQ(InputErrorOf([&] { deep.At("\x1B[2J").String(); }),
             "h.glb:/a/1/b~1~0/?[2J: this is not a text; export the head again")
       << "a file does not steer the terminal";
@@ -51,4 +52,16 @@ TEST(JsonAt, ItsMessagesSayWhere) {
             "h.glb:/a/1/b~1~0/?[2J: this is not a list of 2 numbers; export the head again");
   EXPECT_EQ(InputErrorOf([&] { deep.At("\x1B[2J").Numbers(0); }),
             "h.glb:/a/1/b~1~0/?[2J: this is not a list of 0 numbers; export the head again");
+}
+
+TEST(JsonAt, ItsErrorsHaveCodes) {
+  const Glb glb = File(R"({"a":[0]})");
+  const JsonAt root(glb), list = root.At("a"), number = list.Element(0);
+  EXPECT_EQ(ProblemOf([&] { root.At("b"); }), "missing at no place");
+  EXPECT_EQ(ProblemOf([&] { list.At("b"); }), "invalid-value at /a");
+  EXPECT_EQ(ProblemOf([&] { root.Elements(); }), "invalid-value at no place");
+  EXPECT_EQ(ProblemOf([&] { number.Index(0, "nodes"); }), "invalid-value at /a/0");
+  EXPECT_EQ(ProblemOf([&] { number.String(); }), "invalid-value at /a/0");
+  EXPECT_EQ(ProblemOf([&] { list.Numbers(2); }), "invalid-value at /a");
+  EXPECT_EQ(ProblemOf([&] { list.Fail(mien::Code::Doubtful, "WHAT", "MEND"); }), "doubtful at /a");
 }

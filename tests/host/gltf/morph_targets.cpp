@@ -138,3 +138,10 @@ TEST(MorphTargets, WhatIsFollowedIsChecked) {
       << "no float holds it";
   EXPECT_EQ(Error(OneMesh(",\"name\":5")), "h.glb:/meshes/0/name: this is not a text" + again);
 }
+
+TEST(MorphTargets, ErrorsHaveCodes) {
+  EXPECT_EQ(ProblemOf([] { Find(OneMesh(R"(,"extras":{"targetNames":["jawOpen"]})")); }),
+            "contradiction at /meshes/0/extras/targetNames");
+  EXPECT_EQ(ProblemOf([] { Find(R"({"meshes":[{"primitives":[{"targets":[{},{}]},{"targets":[{}]}]}]})"); }),
+            "contradiction at /meshes/0/primitives/1");
+}

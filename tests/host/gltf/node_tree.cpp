@@ -177,3 +177,21 @@ TEST(NodeTree, ALongLineOfParentsIsWalkedWithoutRecursion) {
   const Glb glb{{{"nodes", nodes}}, "", "", "h.glb"};
   ExpectColumns(AxesOfParents(glb, kDeep - 1), {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
 }
+
+TEST(NodeTree, ErrorsHaveCodes) {
+  const auto of_node = [](const std::string& node) {
+    return ProblemOf([&] { TransformOfNode(Nodes("[" + node + "]"), 0); });
+  };
+  EXPECT_EQ(of_node(R"({"matrix":[1,0,0,0, 0.1,1,0,0, 0,0,1,0, 0,0,0,1]})"),
+            "invalid-value at /nodes/0/matrix");
+  EXPECT_EQ(of_node(R"({"matrix":[1,0,0,0, 0,0,0,0, 0,0,1,0, 0,0,0,1]})"),
+            "invalid-value at /nodes/0/matrix");
+  EXPECT_EQ(of_node(R"({"rotation":[0,0,0,0]})"), "invalid-value at /nodes/0/rotation");
+  EXPECT_EQ(of_node(R"({"matrix":[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1],"scale":[1,1,1]})"),
+            "contradiction at /nodes/0");
+  const auto of_parents = [](const std::string& nodes, std::size_t node) {
+    return ProblemOf([&] { AxesOfParents(Nodes(nodes), node); });
+  };
+  EXPECT_EQ(of_parents(R"([{"children":[0]}])", 0), "contradiction at /nodes/0");
+  EXPECT_EQ(of_parents(R"([{"children":[2]},{"children":[2]},{}])", 2), "duplicate at /nodes/1/children/0");
+}
