@@ -1,7 +1,11 @@
 #pragma once
 
-// All of mien. Start with mien/actor/actor_face.h (markers to points),
-// mien/face/face.h (points to template weights) and mien/character/character_face.h (template weights to a character).
+/// @file
+/// All of mien. Start with mien/actor/actor_face.h (markers to points), mien/face/face.h (points to template
+/// weights) and mien/character/character_face.h (template weights to a character).
+
+/// @namespace mien
+/// The library's functions and newer classes, and everything that its host programs are made of.
 
 #include "mien/actor/actor_face.h"
 #include "mien/base/affine.h"

@@ -14,8 +14,7 @@ template class VArrayTemplate<VActorFaceRBTriangle*, 16>;
 
 namespace {
 
-/// A triangle counts only while its smallest angle is above 10 degrees: a sliver's frame turns with every
-/// tremor.
+/// A triangle counts only if its smallest angle is above 10 degrees: noise turns the frame of a thinner one.
 constexpr double kSineOf10Degrees = 0.17364817766693033;
 
 template <class Record>
@@ -24,8 +23,8 @@ void Free(VArrayTemplate<Record*, 16>& list) {
   list.Clear();
 }
 
-/// Frees the records of the list and fills it with `count` fresh ones. Where memory runs out, std::bad_alloc and an
-/// empty list.
+/// Frees the records of the list and fills it with `count` new ones. If memory runs out, throws
+/// std::bad_alloc and leaves the list empty.
 template <class Record>
 void Renew(VArrayTemplate<Record*, 16>& list, int count) {
   Free(list);
@@ -33,7 +32,7 @@ void Renew(VArrayTemplate<Record*, 16>& list, int count) {
   for (int i = 0; i < count; ++i) {
     void* const memory = std::malloc(sizeof(Record));
     if (!memory) {
-      Free(list); // the slots beyond i are null, which free takes
+      Free(list); // the slots after i are null, which free accepts
       throw std::bad_alloc();
     }
     list[i] = ::new (memory) Record();
@@ -107,9 +106,10 @@ void VActorFace::UpdateRBMarkersState(const VFaceMarkerSetState* frame) {
     if (frame->mRBPresent[slot]) SetPoint(mRBMarkers[r++]->mCurrent, frame->mRBPositions[slot]);
 }
 
-// Each triangle that is well shaped now and was so in the reference gives the transform that carries it from
-// there to here. Translations are averaged; rotations as quaternions, weighted by the triangle's present area
-// and turned to the side of the sum, since q and -q are the same rotation.
+// Each triangle that is well shaped both now and in the reference gives the transform that carries it from
+// its reference position to the current one. Translations are averaged. Rotations are summed as quaternions,
+// weighted by the triangle's current area, with the sign that agrees with the sum, since q and -q are the
+// same rotation.
 void VActorFace::SolveRB(VFaceMarkerSetState* frame) const {
   int count = 0;
   VgeTVector translation = {0, 0, 0};

@@ -11,7 +11,7 @@ using namespace mien::detail;
 
 namespace {
 
-/// An eye's lids move up and down only, between the poses of its templates, and its outer corner follows the
+/// The lids of an eye only move up and down, between the poses of its templates. The outer corner follows the
 /// squint.
 void LimitEye(const VFacePart& part, VgeTVector (&points)[7]) {
   using namespace eye;
@@ -39,7 +39,7 @@ void LimitEye(const VFacePart& part, VgeTVector (&points)[7]) {
            {rest[OutEye].x + t * travel.x, rest[OutEye].y + t * travel.y, rest[OutEye].z + t * travel.z});
 }
 
-/// Without a marker the chin goes where the lower lip goes.
+/// Without a marker the chin follows the lower lip.
 void EstimateChin(const VFacePart& part, VgeTVector (&points)[7]) {
   using namespace mouth;
   const auto middle_of_lower_lip = [](const VgeTVector* p) {
@@ -54,9 +54,9 @@ void EstimateChin(const VFacePart& part, VgeTVector (&points)[7]) {
 
 } // namespace
 
-// point_j = rest_j + sum over the part's entries of weight_j * displacement, where the displacement of a
-// marker is its position in the part's volume less the one of the reference pose, added in the order of
-// groups and entries.
+// point_j = rest_j + the sum over the part's entries of weight_j * displacement, in the order of groups and
+// entries. The displacement of a marker is its position in the part's volume minus its position in the
+// reference pose.
 void VActorFace::Actor2FaceSolve(VFaceState* out, const VFaceMarkerSetState* in) const {
   const VFace& face = *GetGlobalFace();
   for (int column = 0; column < 4; ++column) SetColumn(out->mGlobal, column, Column(in->mTransform, column));

@@ -1,12 +1,13 @@
 #pragma once
 
-// A part's volume, and the box around its markers. Not installed.
+/// @file
+/// A part's volume, and the box around its markers. Not installed.
 
 #include "mien/base/affine.h"
 
 namespace mien::detail {
 
-/// A volume: the identity's axes, each scaled, around `centre`. Volumes are never turned.
+/// A volume: the axes of the identity, each scaled, around `centre`. Volumes are never rotated.
 inline VgeAMatrix Volume(const VgeSVector& size, const VgeTVector& centre) {
   VgeAMatrix volume;
   volume.m[0][0] = size.x;
@@ -16,11 +17,11 @@ inline VgeAMatrix Volume(const VgeSVector& size, const VgeTVector& centre) {
   return volume;
 }
 
-/// A box around points, inside out until it has seen one. A NaN coordinate is passed over.
+/// A box around points; inside out while it is empty. NaN coordinates are ignored.
 struct Box {
   VgeTVector min, max;
 
-  /// An empty box from `limit` to -`limit`. Coordinates beyond them are not seen.
+  /// An empty box from `limit` to -`limit`. Coordinates beyond them are ignored.
   explicit Box(double limit) : min{limit, limit, limit}, max{-limit, -limit, -limit} {}
 
   void Add(const VgeTVector& p) {

@@ -4,7 +4,7 @@
 
 using namespace mien::detail;
 
-// Each volume is the box around its part's markers; a flat box gets its size from another axis.
+// Each volume is the box around its part's markers. A flat box takes its size from another axis.
 bool VActorFace::SetupFindVolumesMethod2(const VFaceMarkerSetState* set) {
   for (VActorFacePart& part : mParts) {
     if (part.GetMarkerCount() == 0) continue;

@@ -10,7 +10,7 @@ using namespace mien::detail;
 bool VActorFace::SetupGetPartCenterXYZ(int part, const VFaceMarkerSetState* set, double centre[3]) const {
   Box box(kFarAway);
   for (const auto& group : mParts[part].mGroups) {
-    // Of the mouth's groups, only the second and the third entry.
+    // Of each of the mouth's groups, only the second and the third entry.
     const int begin = part == Mouth ? 1 : 0;
     const int end = part == Mouth && group.GetCount() > 3 ? 3 : group.GetCount();
     for (int i = begin; i < end; ++i) box.Add(set->mPositions[group[i]->mMarker->mIndex]);
@@ -47,7 +47,7 @@ const Sample* FirstFound(std::initializer_list<const Sample*> samples) {
   return nullptr;
 }
 
-/// The line through two samples; none where there are not two different ones.
+/// The line through two samples; none if there are no two different ones.
 std::optional<Fit> LineThrough(const Sample* first, const Sample* second) {
   if (!first || !second || first == second) return std::nullopt;
   const double scale = (first->measured - second->measured) / (first->placed - second->placed);
@@ -59,7 +59,8 @@ struct Centre {
   double xyz[3] = {};
 };
 
-/// The centres of mouth, brows and eyes, and where the default face has these parts (size of both: parts).
+/// The centres of mouth, brows and eyes, and the positions of these parts on the default face (size of both:
+/// parts).
 struct Landmarks {
   Centre centres[9];
   VgeTVector placement[9];
@@ -73,7 +74,7 @@ struct Landmarks {
     return {centres[part].found, centres[part].xyz[axis], Placed(part, axis)};
   }
 
-  /// The mean of those of the two that are found, against the placement of the right one.
+  /// The mean of those of the two that are found, and the placement of the right one.
   Sample OfPair(int right, int left, int axis) const {
     const Centre &r = centres[right], &l = centres[left];
     const double measured =

@@ -14,7 +14,7 @@ bool VActorFace::Method3FindBoundingBox(int part, const VFaceMarkerSetState* set
                                         VgeTVector& max, VgeTVector& centre) const {
   Box box(std::numeric_limits<double>::infinity());
   for (int g = 0; g < 5; ++g) {
-    if (part == Mouth && g == mouth::ChinGroup) continue; // the mouth is where the lips are
+    if (part == Mouth && g == mouth::ChinGroup) continue; // the lips determine where the mouth is
     ForEachEntry(mParts[part].mGroups[g],
                  [&](const VActorFacePartMarker& entry) { box.Add(set->mPositions[entry.mMarker->mIndex]); });
   }
@@ -37,10 +37,10 @@ constexpr Pair kBrows = {LeftBrow, RightBrow}, kEyes = {LeftEye, RightEye}, kChe
 struct FoundBox {
   bool found = false;
   Box box{std::numeric_limits<double>::infinity()};
-  VgeTVector centre; // of a face without a mouth box this default stands in: height 0
+  VgeTVector centre; // a face without a mouth box uses this default: height 0
 };
 
-/// Makes the two boxes mirror images about x0, each as large as needed to hold both.
+/// Makes the two boxes mirror images of each other about x0, each large enough for both.
 void MakeSymmetric(FoundBox& left, FoundBox& right, double x0) {
   VgeTVector &lmin = left.box.min, &lmax = left.box.max, &rmin = right.box.min, &rmax = right.box.max;
   lmin.y = rmin.y = std::min(lmin.y, rmin.y);
@@ -61,8 +61,8 @@ void MakeSymmetric(FoundBox& left, FoundBox& right, double x0) {
 
 } // namespace
 
-// Boxes around the markers, made symmetric about the face's middle, give the places; one scale for the whole
-// face, from the heights of the pairs over the mouth, gives the sizes.
+// Boxes around the markers, made symmetric about the face's middle, determine the positions. One scale for
+// the whole face, from the heights of the pairs above the mouth, determines the sizes.
 bool VActorFace::SetupFindVolumesMethod3(const VFaceMarkerSetState* set) {
   FoundBox parts[9];
   VgeTVector placement[9];
@@ -128,7 +128,7 @@ bool VActorFace::SetupFindVolumesMethod3(const VFaceMarkerSetState* set) {
     mParts[p].mMarkerSet.mTransform =
         Volume(VgeSVector(scale[p].x * s, scale[p].y * s, scale[p].z * s), parts[p].centre);
   };
-  // Markers sit a little outside of the features they follow.
+  // Markers are a little outside the features that they follow.
   const auto pull_together = [this](const Pair& pair, double factor) {
     double& left = mParts[pair.left].mMarkerSet.mTransform.m[3][0];
     double& right = mParts[pair.right].mMarkerSet.mTransform.m[3][0];

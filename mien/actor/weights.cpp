@@ -87,12 +87,12 @@ void VActorFace::SetupComputeWeights() {
       drive(part, BrowGroup, {InBrow, MidBrow, OutBrow});
     }
     SetupWeightNormalized(part, 2, 3);
-    // A lone marker moves the middle of the brow; the outer end follows it only a little. After the normalisation,
-    // which would undo it.
+    // A lone marker moves the middle of the brow; the outer end follows it only a little. After the
+    // normalisation, which would undo it.
     if (whole.GetCount() == 1) whole[0]->mWeights[OutBrow] *= 0.25;
   }
   for (const int part : {LeftEye, RightEye}) {
-    using namespace eye; // whose corners have no markers
+    using namespace eye; // its corners have no markers
     drive(part, UpperLidGroup, {UpperEye});
     drive(part, LowerLidGroup, {LowerEye});
     SetupWeightNormalized(part, 2, 4);

@@ -1,12 +1,13 @@
 #pragma once
 
-// The arithmetic of vectors, rotations and affine transforms, inline. Of vectors x, y and z take part, of rotations the upper
-// 3 x 3; a direction that is answered has the fourth component 0, a point 1. Every sum is added in the order x, y, z,
-// translation. Columns are 0 to 3, unchecked.
-//
-// The library's copies have names of their own. Inline functions of one name are one function to the linker: in a
-// statically linked program it may keep a caller's copy for all, and the caller's compiler flags would change the
-// library's bits.
+/// @file
+/// The arithmetic of vectors, rotations and affine transforms, inline. It reads x, y and z of vectors and the
+/// upper 3 x 3 of rotations. A returned direction has the fourth component 0, a returned point 1. Every sum
+/// is added in the order x, y, z, translation. Columns are 0 to 3, unchecked.
+///
+/// The library's own copies have different names. The linker treats inline functions of the same name as one
+/// function: in a statically linked program it may keep the caller's copy for everybody, and the caller's
+/// compiler flags would then change the library's bits.
 
 #include "mien/base/geometry.h"
 
@@ -24,13 +25,16 @@ inline VgeTVector Difference(const VgeTVector& a, const VgeTVector& b) {
   return {a.x - b.x, a.y - b.y, a.z - b.z, 0};
 }
 
+/// The dot product.
 inline double Dot(const VgeTVector& a, const VgeTVector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
+/// The Euclidean length.
 inline double Length(const VgeTVector& v) { return std::sqrt(Dot(v, v)); }
 
+/// The length of `a` - `b`.
 inline double Distance(const VgeTVector& a, const VgeTVector& b) { return Length(Difference(a, b)); }
 
-/// Over the first `n` points.
+/// The sum of the distances between `a[i]` and `b[i]` over the first `n` points.
 inline double SummedDistance(const VgeTVector* a, const VgeTVector* b, int n) {
   double sum = 0;
   for (int i = 0; i < n; ++i) sum += Distance(a[i], b[i]);
@@ -45,18 +49,20 @@ inline VgeTVector Unit(const VgeTVector& v) {
   return {v.x * reciprocal, v.y * reciprocal, v.z * reciprocal, 0};
 }
 
+/// The cross product a x b.
 inline VgeTVector Cross(const VgeTVector& a, const VgeTVector& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x, 0};
 }
 
-/// Copies x, y and z and leaves `to.w`, as every operation on points does.
+/// Copies x, y and z. Leaves `to.w` unchanged, as every operation on points does.
 inline void SetPoint(VgeTVector& to, const VgeTVector& from) { to.x = from.x, to.y = from.y, to.z = from.z; }
 
-/// The fourth row stays.
+/// Sets the upper three rows of a column. The fourth row is unchanged.
 inline void SetColumn(VgeAMatrix& matrix, int column, const VgeTVector& v) {
   matrix.m[column][0] = v.x, matrix.m[column][1] = v.y, matrix.m[column][2] = v.z;
 }
 
+/// The upper three rows of a column.
 inline VgeTVector Column(const VgeAMatrix& matrix, int column) {
   return {matrix.m[column][0], matrix.m[column][1], matrix.m[column][2], 0};
 }
@@ -85,7 +91,7 @@ inline VgeAMatrix Product(const VgeAMatrix& a, const VgeAMatrix& b) {
 }
 
 /// The inverse of a transform whose axis columns are mutually orthogonal (rotation times a scale per axis):
-/// row i is axis i divided by its squared length. A zero-length axis is not tested: it gives infinities.
+/// row i is axis i divided by its squared length. An axis of length 0 is not checked: it gives infinities.
 inline VgeAMatrix InverseOfOrthogonalAxes(const VgeAMatrix& a) {
   VgeAMatrix inverse;
   for (int axis = 0; axis < 3; ++axis) {
@@ -100,7 +106,7 @@ inline VgeAMatrix InverseOfOrthogonalAxes(const VgeAMatrix& a) {
   return inverse;
 }
 
-/// to = a * b; the fourth row and column of `to` stay. `to` may be `a` or `b`.
+/// to = a * b. The fourth row and column of `to` are unchanged. `to` may be `a` or `b`.
 inline void SetProduct(VgeRMatrix& to, const VgeRMatrix& a, const VgeRMatrix& b) {
   double product[3][3];
   for (int column = 0; column < 3; ++column)

@@ -1,6 +1,7 @@
 #pragma once
 
-// The growable array behind every list of the library.
+/// @file
+/// The growable array behind every list of the library.
 
 #include "mien/base/export.h"
 
@@ -12,19 +13,19 @@
 /// The memory of the arrays.
 class MIEN_API VArrayHelper {
 public:
-  /// Resizes `block` (null: allocates) to `bytes`, keeping its contents. Where memory runs out the answer is
-  /// null and the old block is freed: the arrays drop their reference to it in that case, and nobody else has
-  /// one. `alignment` is a power of two of at most 16.
+  /// Resizes `block` to `bytes` and keeps its contents; a null `block` allocates a new one. If memory runs
+  /// out, the old block is freed and the result is null: the array that owns it drops its only reference.
+  /// `alignment` is a power of two of at most 16.
   static void* VRealloc(void* block, std::size_t bytes, std::size_t alignment);
 
-  /// Frees a block of VRealloc; null is fine.
+  /// Frees a block of VRealloc. `block` may be null.
   static void VFree(void* block, std::size_t alignment);
 
-  /// The capacity to allocate where at least `wanted` slots are needed one after the other: one half more, at least
-  /// 4, and no more than an int32 counts, unless more are wanted.
+  /// The capacity to allocate for an array that grows slot by slot and needs `wanted` now: one half more, at
+  /// least 4, and at most what an int32 can count, unless more are wanted.
   static std::uint32_t GetNextArraySize(std::uint32_t wanted);
 
-  /// Called on slots that are about to be dropped: sets them to zero.
+  /// Sets `count` slots that are about to be dropped to zero.
   template <class T>
   static void Clear(T* first, int count) {
     if (count > 0) std::memset(static_cast<void*>(first), 0, static_cast<std::size_t>(count) * sizeof(T));
@@ -32,16 +33,16 @@ public:
 };
 
 /// A growable array of plain values, in this library nearly always pointers. It stores and compares the
-/// values and never creates, copies or destroys what they point to: whoever owns the objects deletes them and
+/// values. It never creates, copies or destroys the objects that they point to: their owner deletes them and
 /// then calls Clear.
 ///
-/// One pointer large. The pointer is null until something is stored, and again after Clear. Otherwise it
-/// leads to a block: count (int32) at byte 0, capacity (int32) at byte 4, and the slots from byte 16
-/// (`Alignment`) onward.
+/// The array has the size of one pointer. The pointer is null until something is stored, and again after
+/// Clear. Otherwise it points to a block: count (int32) at byte 0, capacity (int32) at byte 4, and the slots
+/// from byte 16 (`Alignment`) on.
 ///
-/// Not-found is -1. Indices and counts are not checked: what is marked "unchecked" needs a valid index, and
-/// therefore a block. Where memory runs out, an array ends up without block and elements; the operation
-/// answers as stated.
+/// Searches return -1 if nothing is found. Indices and counts are not checked: operations marked "unchecked"
+/// need a valid index, and therefore a block. If memory runs out, the array loses its block and its elements,
+/// and the operation returns what its comment says.
 template <class T, int Alignment = 16>
 class VArrayTemplate {
   static_assert(std::is_trivially_copyable_v<T>, "elements are moved as bytes");
@@ -50,10 +51,13 @@ class VArrayTemplate {
   static_assert(Alignment <= 16, "what 64-bit heaps give without being asked");
 
 public:
-  // Not defaulted: the exported instantiations would then lack it.
+  // If it were defaulted, the exported instantiations would lack it.
+  /// An empty array without a block.
   VArrayTemplate() {} // NOLINT(modernize-use-equals-default)
-  /// Exact capacity; null for an empty source.
+  /// Copies the elements. The capacity becomes the source's count; an empty source gives an array without a
+  /// block.
   VArrayTemplate(const VArrayTemplate& other) { CopyFrom(other); }
+  /// Frees the block, not the objects that the elements point to.
   ~VArrayTemplate() { Clear(); }
   /// Frees this array's block first, so the capacity becomes the other's count.
   VArrayTemplate& operator=(const VArrayTemplate& other) {
@@ -64,8 +68,8 @@ public:
     return *this;
   }
 
-  /// Inverted on purpose, and to be kept so: true for the very same object; false where the counts differ; otherwise
-  /// true only if the elements DIFFER. Two equal arrays compare false. Nothing inside the library calls it.
+  /// Inverted on purpose; keep it so. True for the same object; false if the counts differ; otherwise true
+  /// only if the elements DIFFER. Two equal arrays compare false. The library itself never calls it.
   bool operator==(const VArrayTemplate& other) const {
     if (this == &other) return true;
     const int count = GetCount();
@@ -73,23 +77,26 @@ public:
     return count != 0 && std::memcmp(GetArray(), other.GetArray(), Bytes(count)) != 0;
   }
 
+  /// The number of elements.
   int GetCount() const { return mBlock ? mBlock->count : 0; }
+  /// The number of slots in the block; 0 without one.
   int GetCapacity() const { return mBlock ? mBlock->capacity : 0; }
+  /// Always 0: the elements start at the first slot.
   int GetOffset() const { return 0; }
 
-  /// Address of slot 0. Unchecked: needs a block.
+  /// The address of slot 0. Unchecked: needs a block.
   T* GetArray() const { return reinterpret_cast<T*>(reinterpret_cast<char*>(mBlock) + Alignment); }
-  T& GetAt(int i) const { return GetArray()[i]; }           ///< Unchecked.
-  T& operator[](int i) const { return GetArray()[i]; }      ///< Unchecked.
-  T& GetFirst() const { return GetArray()[0]; }             ///< Unchecked.
-  T& GetLast() const { return GetArray()[GetCount() - 1]; } ///< Unchecked.
-  void SetAt(int i, T element) { GetArray()[i] = element; } ///< Unchecked.
-  void SetLast(T element) { GetLast() = element; }          ///< Unchecked.
+  T& GetAt(int i) const { return GetArray()[i]; }           ///< Element `i`. Unchecked.
+  T& operator[](int i) const { return GetArray()[i]; }      ///< Element `i`. Unchecked.
+  T& GetFirst() const { return GetArray()[0]; }             ///< The first element. Unchecked.
+  T& GetLast() const { return GetArray()[GetCount() - 1]; } ///< The last element. Unchecked.
+  void SetAt(int i, T element) { GetArray()[i] = element; } ///< Replaces element `i`. Unchecked.
+  void SetLast(T element) { GetLast() = element; }          ///< Replaces the last element. Unchecked.
 
-  /// Index of the first slot equal to `element`, or -1.
+  /// The index of the first element equal to `element`, or -1.
   int Find(T element) const { return FindAfter(-1, element); }
 
-  /// The first one at an index above `i`, or -1. `i` is at least -1.
+  /// Like Find, but only at indices above `i`, which is at least -1.
   int FindAfter(int i, T element) const {
     const int count = GetCount();
     for (++i; i < count; ++i)
@@ -97,17 +104,17 @@ public:
     return -1;
   }
 
-  /// The last one at an index below `i`, or -1. `i` is not compared with the count.
+  /// The last index below `i` of an element equal to `element`, or -1. `i` is not compared with the count.
   int FindBefore(int i, T element) const {
     for (--i; i >= 0; --i)
       if (GetAt(i) == element) return i;
     return -1;
   }
 
-  /// Appends; answers the element's index, or -1 where memory ran out.
+  /// Appends. Returns the element's index, or -1 if memory ran out.
   int Add(T element) { return InsertAt(GetCount(), element); }
 
-  /// Inserts before slot `i`; beyond the end it appends. Answers the index used, or -1 where memory ran out.
+  /// Inserts before slot `i`; beyond the end it appends. Returns the index used, or -1 if memory ran out.
   int InsertAt(int i, T element) {
     const int count = GetCount();
     if (i > count) i = count;
@@ -118,13 +125,13 @@ public:
     return i;
   }
 
-  /// The index of the first occurrence; appends only if there is none.
+  /// Returns the index of the first occurrence; appends only if there is none.
   int AddUnique(T element) {
     const int found = Find(element);
     return found >= 0 ? found : Add(element);
   }
 
-  /// Appends all of `other`, which may be this array itself. Running out of memory in here is fatal.
+  /// Appends all elements of `other`, which may be this array itself. Running out of memory here is fatal.
   void AddArray(const VArrayTemplate& other) {
     const int added = other.GetCount();
     if (added <= 0) return;
@@ -133,12 +140,12 @@ public:
     std::memcpy(GetArray() + count, other.GetArray(), Bytes(added));
   }
 
-  /// AddUnique for each element of `other` in order: one that `other` repeats is added once.
+  /// Calls AddUnique for each element of `other`, in order: an element that `other` repeats is added once.
   void AddArrayNoDuplicate(const VArrayTemplate& other) {
     for (int i = 0; i < other.GetCount(); ++i) AddUnique(other.GetAt(i));
   }
 
-  /// Appends `n` zero slots. Ending at count 0 frees the block.
+  /// Appends `n` zero slots. If the count is then 0, the block is freed.
   void AddMultiple(int n) {
     const int wanted = GetCount() + n;
     if (wanted == 0)
@@ -147,7 +154,7 @@ public:
       Grow(wanted, Capacity::Exact);
   }
 
-  /// Removes and answers the element at `i`; the capacity stays. Unchecked.
+  /// Removes and returns the element at `i`. The capacity is unchanged. Unchecked.
   T RemoveAt(int i) {
     T* const slot = GetArray() + i;
     const T removed = *slot;
@@ -157,9 +164,10 @@ public:
     return removed;
   }
 
-  T RemoveLast() { return RemoveAt(GetCount() - 1); } ///< Unchecked: needs an element.
+  /// Removes and returns the last element. Unchecked: needs an element.
+  T RemoveLast() { return RemoveAt(GetCount() - 1); }
 
-  /// Removes the first occurrence; false where there is none.
+  /// Removes the first occurrence. False if there is none.
   bool RemoveIt(T element) {
     const int found = Find(element);
     if (found < 0) return false;
@@ -167,21 +175,22 @@ public:
     return true;
   }
 
-  /// Removes, for each element of `other` in order, one occurrence of it, if there is one. `other` must not be this
-  /// array, which would shrink under the walk.
+  /// For each element of `other`, in order, removes its first occurrence, if there is one. `other` must not
+  /// be this array, which would shrink during the loop.
   void RemoveArray(const VArrayTemplate& other) {
     for (int i = 0; i < other.GetCount(); ++i) RemoveIt(other.GetAt(i));
   }
 
-  /// Sets the count. Grows to the exact capacity with zero slots; shrinking frees nothing and leaves the
-  /// slots beyond the count as they are. False where memory ran out.
+  /// Sets the count. Growing allocates exactly `n` slots and sets the new ones to zero. Shrinking frees
+  /// nothing and leaves the slots beyond the count as they are. False if memory ran out.
   bool SetCount(int n) {
     if (n > GetCount()) return Grow(n, Capacity::Exact);
     if (mBlock) mBlock->count = n;
     return true;
   }
 
-  /// Like SetCount, but 0 frees the block, and the capacity grows with room to spare unless `exact`.
+  /// Like SetCount, but a count of 0 frees the block, and the capacity grows with room to spare unless
+  /// `exact`.
   bool Resize(int n, bool exact) {
     if (n == 0) {
       Clear();
@@ -190,7 +199,7 @@ public:
     return Grow(n, exact ? Capacity::Exact : Capacity::Amortised);
   }
 
-  /// Makes room for `n` elements without changing the count; never shrinks. Running out of memory in here is
+  /// Makes room for `n` elements without changing the count. Never shrinks. Running out of memory here is
   /// fatal.
   void Reserve(int n) {
     if (n <= GetCapacity()) return;
@@ -199,14 +208,14 @@ public:
     mBlock->count = count;
   }
 
-  /// Count 0; keeps the block, its slots set to zero.
+  /// Sets the count to 0 and all slots to zero. Keeps the block.
   void Empty() {
     if (!mBlock) return;
     VArrayHelper::Clear(GetArray(), mBlock->count);
     mBlock->count = 0;
   }
 
-  /// Count 0; frees the block.
+  /// Sets the count to 0 and frees the block.
   void Clear() {
     if (!mBlock) return;
     VArrayHelper::Clear(GetArray(), mBlock->count);
@@ -214,7 +223,7 @@ public:
     mBlock = nullptr;
   }
 
-  /// Does nothing and answers false: the array owns no objects.
+  /// Does nothing and returns false: the array owns no objects.
   bool DeleteOrDestroy(T) { return false; }
 
 private:
@@ -230,8 +239,8 @@ private:
     if (count > 0 && SetCount(count)) std::memcpy(GetArray(), other.GetArray(), Bytes(count));
   }
 
-  /// Makes the count `wanted` (at least 1), new slots zero. False, and no block any more, where memory ran
-  /// out.
+  /// Sets the count to `wanted` (at least 1) and new slots to zero. If memory runs out, returns false and the
+  /// block is gone.
   bool Grow(int wanted, Capacity policy) {
     const int count = GetCount();
     if (wanted > GetCapacity()) {

@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <limits>
 
-// All four work alike. The argument is brought near zero, where a short series does. What comes near to the size of the
-// result is carried as a sum of two doubles, a rounded one and what its rounding left over, so that the last addition is
-// nearly the only rounding that counts.
+// All four work in the same way. The argument is reduced to a value near zero, where a short series is
+// sufficient. Terms of about the size of the result are kept as a sum of two doubles, the rounded value and
+// its rounding error, so that the last addition is nearly the only rounding that counts.
 //
-// The coefficients are those of the Taylor series, each as a quotient of whole numbers. The first term left out is below
-// 0.05 units in the last place of the result.
+// The coefficients are those of the Taylor series, each computed as a quotient of whole numbers. The first
+// omitted term is below 0.05 units in the last place of the result.
 
 static_assert(std::numeric_limits<double>::is_iec559, "the bits are those of IEEE 754");
 static_assert(FLT_EVAL_METHOD == 0, "doubles are computed as doubles (on 32-bit x86: -msse2 -mfpmath=sse)");
@@ -25,8 +25,9 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// Constants as two doubles. The first one of kLn2 ends in eleven zero bits, so that a product with an exponent is exact;
-// that of kRadiansPerDegree has 26 bits, so that one with 26 more is. Elsewhere it is the nearest double.
+// Constants as two doubles. The high part of kLn2 ends in eleven zero bits, so that its product with an
+// exponent is exact; that of kRadiansPerDegree has 26 bits, so that its product with a number of 26 bits is
+// exact. The other high parts are the nearest doubles.
 struct Double2 {
   double high, low;
 };
@@ -36,7 +37,7 @@ constexpr Double2 kArcTangentOfQuarter = {0x1.f5b75f92c80ddp-3, 0x1.8ab6e3cf7afb
 constexpr Double2 kArcTangentOfHalf = {0x1.dac670561bb4fp-2, 0x1.a2b7f222f65e2p-56};
 constexpr Double2 kRadiansPerDegree = {0x1.1df46a0000000p-6, 0x1.294e9c8ae0ec6p-33};
 
-/// 1 / first! and on, `step` apart, each divided by the factor `ratio` more than the last.
+/// 1 / first!, 1 / (first + step)! and so on, with the i-th one multiplied by ratio to the power of i.
 template <std::size_t Count>
 constexpr std::array<double, Count> InverseFactorials(int first, int step, double ratio) {
   std::array<double, Count> coefficients{};
@@ -50,7 +51,7 @@ constexpr std::array<double, Count> InverseFactorials(int first, int step, doubl
   return coefficients;
 }
 
-/// 1/3, 1/5, 1/7 and on, with the sign changing each time where `ratio` is -1.
+/// 1/3, 1/5, 1/7 and so on, with the i-th one multiplied by ratio to the power of i.
 template <std::size_t Count>
 constexpr std::array<double, Count> InverseOddNumbers(double ratio) {
   std::array<double, Count> coefficients{};
@@ -60,8 +61,8 @@ constexpr std::array<double, Count> InverseOddNumbers(double ratio) {
   return coefficients;
 }
 
-/// c[0] + c[1] x + c[2] x^2 and on: neighbours first, then pairs of them. In a chain from the last to the first each step
-/// would wait for the one before.
+/// c[0] + c[1] x + c[2] x^2 and so on. Sums neighbours first, then pairs of them: in a chain from the last
+/// coefficient to the first, each step would wait for the previous one.
 template <std::size_t Count>
 inline double Polynomial(const std::array<double, Count>& c, double x) {
   if constexpr (Count == 1) {
@@ -74,15 +75,15 @@ inline double Polynomial(const std::array<double, Count>& c, double x) {
   }
 }
 
-/// x with the first `count` bits of its 53. Products are exact as long as the counts add up to no more than 53.
+/// The first `count` of the 53 bits of x. Products are exact if the counts add up to at most 53.
 inline double FirstBits(double x, int count) {
   return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) & ~std::uint64_t{0} << (53 - count));
 }
 
-/// What `sum` = a + b, |a| >= |b| or a = 0, lost to rounding.
+/// The rounding error of `sum` = a + b, where |a| >= |b| or a = 0.
 inline double LostInSum(double a, double b, double sum) { return b - (sum - a); }
 
-/// What `product` = a * b lost to rounding.
+/// The rounding error of `product` = a * b.
 inline double LostInProduct(double a, double b, double product) {
   const double a1 = FirstBits(a, 26), a2 = a - a1, b1 = FirstBits(b, 26), b2 = b - b1;
   return ((a1 * b1 - product) + a1 * b2 + a2 * b1) + a2 * b2;
@@ -93,8 +94,8 @@ inline double PowerOfTwo(std::int64_t n) {
   return std::bit_cast<double>(static_cast<std::uint64_t>(n + 1023) << 52);
 }
 
-/// Added to a number of less than 2^51 in size, it leaves no place for a fraction: the number is rounded to a whole one,
-/// which then stands in the low bits.
+/// Adding it to a number below 2^51 in size leaves no bits for a fraction: the number is rounded to a whole
+/// number, which is then in the low bits.
 constexpr double kRounder = 0x1.8p52;
 
 } // namespace
@@ -104,23 +105,23 @@ double Exp(double x) {
   if (!(std::abs(x) < 746)) return std::isnan(x) ? x : x > 0 ? kInfinity : 0;
   constexpr double kPerLn2 = 0x1.71547652b82fep+0;
   const double k = (x * kPerLn2 + kRounder) - kRounder;
-  const double r_high = x - k * kLn2.high, r_low = -k * kLn2.low; // the high one is exact
+  const double r_high = x - k * kLn2.high, r_low = -k * kLn2.low; // r_high is exact
   const double r = r_high + r_low, lost = LostInSum(r_high, r_low, r);
 
   constexpr auto kSeries = InverseFactorials<12>(2, 1, 1);
   const double sum = 1 + r;
   const double rest = LostInSum(1, r, sum) + ((lost + lost * r) + r * r * Polynomial(kSeries, r));
 
-  // In two steps: 2^k itself may be out of range where the result is not.
+  // In two steps: 2^k may be out of range even if the result is not.
   const auto exponent = static_cast<std::int64_t>(k), half = exponent / 2;
   return (sum + rest) * PowerOfTwo(half) * PowerOfTwo(exponent - half);
 }
 
-// x = 2^k (1 + f), 1 + f between the root of 1/2 and that of 2. With s = f / (2 + f), log(1 + f) is
+// x = 2^k (1 + f), with 1 + f between the roots of 1/2 and 2. With s = f / (2 + f), log(1 + f) is
 //
 //   log((1 + s) / (1 - s)) = 2 s + 2 (s^3/3 + s^5/5 + ...) = f - f^2/2 + s (f^2/2 + 2 (s^2/3 + s^4/5 + ...)),
 //
-// where f is exact and the quotient s has a part in the small terms only.
+// where f is exact and the quotient s occurs only in the small terms.
 double Log(double x) {
   std::int64_t k = 0;
   if (!(x >= DBL_MIN && x < kInfinity)) {
@@ -131,7 +132,7 @@ double Log(double x) {
   }
   const auto bits = std::bit_cast<std::uint64_t>(x);
   constexpr std::uint64_t kRootOfHalf = 0x3fe6a09e667f3bcd;
-  const std::uint64_t exponent = (bits - kRootOfHalf) & 0xfff0000000000000; // in its place, two's complement
+  const std::uint64_t exponent = (bits - kRootOfHalf) & 0xfff0000000000000; // not shifted; two's complement
   k += static_cast<std::int64_t>(exponent) >> 52;
   const double f = std::bit_cast<double>(bits - exponent) - 1;
 
@@ -146,13 +147,13 @@ double Log(double x) {
   return sum + ((lost + scale * kLn2.low) + (series - 0.5 * (f - upper) * (f + upper)));
 }
 
-// The angle less a multiple of 90 degrees, which is exact, is at most 45 degrees, x in radians.
+// The angle minus a multiple of 90 degrees, which is exact, is at most 45 degrees; in radians it is x.
 SineAndCosine SineAndCosineOfDegrees(double degrees) {
   double size = std::abs(degrees);
-  if (size < 0x1p-900) { // what products leave over would be lost
+  if (size < 0x1p-900) { // rounding errors of products would underflow
     return {degrees * (kRadiansPerDegree.high + kRadiansPerDegree.low), 1};
   }
-  if (!(size < 1e9)) size = std::fmod(size, 360); // exact, too
+  if (!(size < 1e9)) size = std::fmod(size, 360); // also exact
   const double quarters = size * (1.0 / 90) + kRounder;
   const double r = size - 90 * (quarters - kRounder);
 
@@ -162,7 +163,8 @@ SineAndCosine SineAndCosineOfDegrees(double degrees) {
       upper * kRadiansPerDegree.low + (r - upper) * (kRadiansPerDegree.high + kRadiansPerDegree.low);
   const double x = x_high + x_low, lost = LostInSum(x_high, x_low, x);
 
-  // The square and the cube of x in two parts each: that of the first 17 bits is exact until the cube is divided.
+  // The square and the cube of x in two parts each. The part from the first 17 bits is exact until the cube
+  // is divided.
   const double first = FirstBits(x, 17), x2 = x * x;
   const double square = 0.5 * first * first, rest_of_square = 0.5 * (x - first) * (x + first);
   const double cube = first * first * first * (1.0 / 6),
@@ -177,7 +179,7 @@ SineAndCosine SineAndCosineOfDegrees(double degrees) {
   const double sum = 1 - square;
   const double cosine = sum + (LostInSum(1, -square, sum) + (cosine_series - (rest_of_square + lost * x)));
 
-  // Turned on by whole quarters. The differences from 0 are negative numbers, but no negative zeros.
+  // Turned further by whole quarters. 0 - x instead of -x: it never gives a negative zero.
   const auto quadrant = std::bit_cast<std::uint64_t>(quarters) & 3;
   const bool odd = quadrant % 2 == 1;
   const double across = odd ? cosine : sine, along = odd ? sine : cosine;
@@ -185,8 +187,8 @@ SineAndCosine SineAndCosineOfDegrees(double degrees) {
   return {sign * (quadrant >= 2 ? 0 - across : across), quadrant == 1 || quadrant == 2 ? 0 - along : along};
 }
 
-// The angle from the nearer axis, arctan t with t = small / large in [0, 1], lies within 0.17 of arctan c, c = 0, 1/4, 1/2
-// or 1, and
+// The angle from the nearer axis is arctan t with t = small / large in [0, 1]. It is within 0.17 of arctan c
+// for one of c = 0, 1/4, 1/2 or 1, and
 //
 //   arctan t = arctan c + arctan u,  u = (t - c) / (1 + c t) = (small - c large) / (large + c small).
 double ArcTangent2(double y, double x) {
@@ -215,7 +217,7 @@ double ArcTangent2(double y, double x) {
     const double across = small - c * large, more = c * small; // both exact
     const double along = large + more;
     const double u = across / along;
-    // across - u along, without what the roundings of u and `along` have cost
+    // across - u along, corrected for the rounding errors of u and `along`
     const double product = u * along;
     const double remainder =
         (across - product) - LostInProduct(u, along, product) - u * LostInSum(large, more, along);

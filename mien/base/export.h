@@ -1,9 +1,13 @@
 #pragma once
 
-// MIEN_API marks what the library shows to its callers; everything else stays hidden.
-//
-// MIEN_STATIC is defined by the build (and handed on to users of the static library) when mien is linked
-// statically; MIEN_BUILDING only while the library itself is compiled.
+/// @file
+/// How the library exports its symbols.
+
+/// @def MIEN_API
+/// Marks the symbols that the library exports. All others are hidden.
+///
+/// The build defines MIEN_STATIC when mien is linked statically, also for users of the static library, and
+/// MIEN_BUILDING only while it compiles the library itself.
 #if defined(MIEN_STATIC)
 #define MIEN_API
 #elif defined(_WIN32)

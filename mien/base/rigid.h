@@ -1,6 +1,7 @@
 #pragma once
 
-// The frame of a triangle and the quaternion of a rotation, inline for the head's solve. Not installed.
+/// @file
+/// The frame of a triangle and the quaternion of a rotation, inline for the head's solve. Not installed.
 
 #include "mien/base/affine.h"
 #include "mien/base/geometry.h"
@@ -10,8 +11,8 @@
 
 namespace mien::detail {
 
-/// The unit quaternion of the upper 3 x 3, a proper rotation. From the largest of the four components, whose square is at
-/// least 1/4: the divisor stays away from zero.
+/// The unit quaternion of the upper 3 x 3, a proper rotation. Computed from the largest of the four
+/// components, whose square is at least 1/4, so that the divisor is never near zero.
 inline VgeQuaternion QuaternionOf(const double (&m)[4][4]) {
   double x, y, z, w;
   const double xx = m[0][0], yy = m[1][1], zz = m[2][2];
@@ -44,7 +45,7 @@ inline VgeQuaternion QuaternionOf(const double (&m)[4][4]) {
   return VgeQuaternion(x, y, z, w);
 }
 
-/// What ThreePointsTransform answers.
+/// Computes what ThreePointsTransform returns.
 inline void TriangleFrame(VgeAMatrix& out, double& area, double& quality, const VgeTVector& p0,
                           const VgeTVector& p1, const VgeTVector& p2) {
   out = VgeAMatrix();
@@ -61,8 +62,8 @@ inline void TriangleFrame(VgeAMatrix& out, double& area, double& quality, const 
   SetColumn(out, 1, Cross(z_axis, x_axis));
   SetColumn(out, 2, z_axis);
 
-  // The smallest angle lies between the two longest sides, and twice the area is their product times its sine. The
-  // sides are ordered by their squares, so that only two roots are taken.
+  // The smallest angle is between the two longest sides, and twice the area is their product times its sine.
+  // The sides are sorted by their squares, so that only two roots are needed.
   const double s1 = Dot(e1, e1), s2 = Dot(e2, e2), s3 = Dot(e3, e3);
   const double high = std::max(s1, s2), low = std::min(s1, s2);
   const double longest = std::sqrt(std::max(high, s3)), middle = std::sqrt(std::max(low, std::min(high, s3)));

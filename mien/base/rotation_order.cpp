@@ -5,10 +5,10 @@
 
 using namespace mien;
 
-// One derivation serves all six orders. With the axes renamed to i, j, k (first, middle, last), the rotation
-// R = Rk * Rj * Ri reads as in the order XYZ. In an odd permutation the renamed axes are left-handed, which
-// turns every angle round: its sine changes sign (`handedness`). With the sines and cosines f, m, l of the
-// three angles:
+// One derivation applies to all six orders. With the axes renamed to i, j, k (first, middle, last), the
+// rotation is R = Rk * Rj * Ri as in the order XYZ. In an odd permutation the renamed axes are left-handed,
+// which reverses every angle: its sine changes sign (`handedness`). With s and c for sine and cosine, and f,
+// m, l for the three angles:
 //
 //            column i    column j                 column k
 //   row i    cm * cl     cl * sm * sf - sl * cf   cl * sm * cf + sl * sf
@@ -58,16 +58,17 @@ void VTxRotationOrder::M2V(VgeRVector& out, const VgeRMatrix& in) const {
   const auto [i, j, k, handedness] = kAxes[mOrder];
   const auto& m = in.m;
 
-  // Below this the cosine of the middle angle is what rounding leaves of zero.
+  // A cosine of the middle angle below this is zero with rounding errors.
   constexpr double kPole = 1e-14;
   const double cm = std::sqrt(m[i][i] * m[i][i] + m[i][j] * m[i][j]);
   const bool at_pole = cm < kPole;
 
   const double middle = ArcTangent2(-m[i][k], cm);
   const double first = at_pole ? ArcTangent2(-m[k][j], m[j][j]) : ArcTangent2(m[j][k], m[k][k]);
-  // Near the pole `first` is uncertain, so the last angle is read from R * Ri(-first) = Rk * Rj, whose column j is
-  // (-sl, cl, 0): what `first` has too much, `last` has too little, and the pair still gives the rotation back. Sine and
-  // cosine of `first` stand in column k and j as cm * sf and cm * cf, and the angle does not ask for that factor.
+  // Near the pole `first` is uncertain, so the last angle is computed from R * Ri(-first) = Rk * Rj, whose
+  // column j is (-sl, cl, 0): an error of `first` is compensated by `last`, and the pair still gives the
+  // rotation back. Columns k and j contain the sine and cosine of `first` as cm * sf and cm * cf; the angle
+  // does not depend on that factor.
   const double last =
       at_pole ? 0 : ArcTangent2(m[j][k] * m[k][i] - m[k][k] * m[j][i], m[k][k] * m[j][j] - m[j][k] * m[k][j]);
 

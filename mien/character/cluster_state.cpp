@@ -25,7 +25,7 @@ void VCharacterFaceClusterState::ClearState() {
   mLocalS = mGlobalS = VgeSVector(1, 1, 1);
 }
 
-// Stands on the default constructor, so that the destructor releases what there is where memory runs out in here.
+// Delegates to the default constructor, so that the destructor releases the clusters if memory runs out here.
 VCharacterFaceClusterSetState::VCharacterFaceClusterSetState(int count) : VCharacterFaceClusterSetState() {
   if (count < 1) return;
   if (!mClusters.SetCount(count)) throw std::bad_alloc(); // null until filled

@@ -10,7 +10,7 @@
 namespace {
 
 void AppendCleared(VArrayTemplate<VCharacterFaceState*, 16>& states, int count) {
-  // An array that cannot grow loses what it holds, so it grows once, while nothing new is in it.
+  // An array that cannot grow loses its contents, so it grows once, before it contains anything new.
   const int before = states.GetCount();
   if (!states.SetCount(before + count)) throw std::bad_alloc();
   for (int i = before; i < before + count; ++i) states[i] = new VCharacterFaceState; // the rest are null
@@ -38,12 +38,12 @@ void VCharacterFace::ClearDefineState() {
 bool mien::detail::IsDefined(const VCharacterFace& character, int expression) {
   for (int p = 0; p < character.mParts.GetCount(); ++p) {
     const int shapes = character.mParts[p]->mShapes.GetCount();
-    if (shapes == 0) continue; // there may be no definition then
+    if (shapes == 0) continue; // then there may be no definition
     const double* const weights = character.mExpressionStates[expression]->mWeights[p];
-    std::uint64_t bits = 0; // of all weights of the part at once: a loop that goes to the end is vectorised
+    std::uint64_t bits = 0; // of all weights of the part together: a loop without an exit is vectorised
     for (int s = 0; s < shapes; ++s) bits |= std::bit_cast<std::uint64_t>(weights[s]);
-    if (bits << 1 != 0)
-      return true; // the sign alone makes no difference from 0; a NaN has more bits than that
+    // The sign does not count: -0.0 equals 0. A NaN has other bits as well.
+    if (bits << 1 != 0) return true;
   }
   return false;
 }

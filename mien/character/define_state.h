@@ -1,6 +1,7 @@
 #pragma once
 
-// What the solves to shape weights read of a define state, and how they sum it. Not installed.
+/// @file
+/// How the solves to shape weights read a define state and sum it. Not installed.
 
 #include "mien/character/character_face.h"
 #include "mien/character/weighted_sum.h"
@@ -12,20 +13,22 @@
 
 namespace mien::detail {
 
-/// Without a column to fill, nothing is read: definitions and weights may then be missing.
+/// Whether any part has a shape. Without one the solves read nothing: definitions and weights may then be
+/// missing.
 inline bool HasShapes(const VCharacterFace& character) {
   for (int p = 0; p < character.mParts.GetCount(); ++p)
     if (character.mParts[p]->mShapes.GetCount() > 0) return true;
   return false;
 }
 
-/// Whether the character defines an expression: any weight but 0 (a NaN is one) on the shapes that its parts have.
+/// Whether the character defines an expression: any weight other than 0 (NaN included) on the shapes of its
+/// parts.
 bool IsDefined(const VCharacterFace& character, int expression);
 
 /// Define states and their weights, to be summed in order.
 struct Terms {
-  static constexpr int kMost =
-      9 * 25; // all templates that a face can have weights for; more than its expressions
+  // All templates for which a face can have weights. It can have fewer expressions.
+  static constexpr int kMost = 9 * 25;
   const VCharacterFaceState* states[kMost];
   double weights[kMost];
   int count = 0;
@@ -36,7 +39,7 @@ struct Terms {
     ++count;
   }
 
-  /// All templates of the face.
+  /// Adds the terms of all templates of the face.
   void AddTemplates(const VCharacterFace& character, const VFace& face, const VFaceTemplateState& templates);
 
   /// sum[s] = the sum of weight * state, term by term from 0.0, for each shape s of a part.
@@ -47,7 +50,8 @@ struct Terms {
   }
 };
 
-/// Clears what `sum(row, part, shapes)`, called for each part that has shapes, leaves; what it sums need not be cleared first.
+/// Calls `sum(row, part, shapes)` for each part that has shapes, and clears everything else in `out`. `sum`
+/// gets rows that are not cleared.
 template <class Sum>
 void SumParts(VCharacterFaceState& out, const VCharacterFace& character, Sum sum) {
   const int parts = character.mParts.GetCount();

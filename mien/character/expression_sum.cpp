@@ -15,13 +15,13 @@ ExpressionSum::ExpressionSum(const VCharacterFace& character, const VFace& face)
   for (int e = 0; e < face.mExpressions.GetCount(); ++e) defined_[e] = detail::IsDefined(character, e);
 }
 
-// out = (sum over templates) + (sum over expressions), each summed by itself from 0.0.
+// out = (sum over templates) + (sum over expressions), each summed separately from 0.0.
 void ExpressionSum::Solve(VCharacterFaceState& out, const VFaceTemplateState& templates,
                           const VFaceExpressionState& expressions) const {
   if (!detail::HasShapes(*character_)) return out.Clear();
 
-  // What the character does not define as an expression of its own, it shows through the templates. Directly it is then
-  // a sum of zeros, which changes nothing unless its weight is infinite or not a number.
+  // An expression that the character does not define drives it through the templates. Its direct term is a
+  // sum of zeros, which changes nothing unless the weight is infinite or NaN.
   VFaceExpressionState through_templates = expressions;
   Terms expression_terms;
   for (int e = 0; e < face_->mExpressions.GetCount(); ++e) {

@@ -10,22 +10,26 @@ class VFace;
 
 namespace mien {
 
-/// Turns template and expression weights, frame after frame, into a character's shape weights:
-/// VCharacterFace::Actor2CharacterSolve, to the bit, for the expressions of any face instead of the global one's.
+/// Turns template and expression weights into a character's shape weights, frame by frame. Gives the same
+/// bits as VCharacterFace::Actor2CharacterSolve, but for the expressions of any face instead of the global
+/// face.
 ///
-/// With a VFace for each, whose catalogue are the expressions of one character, and a VCharacterFace made for it, any number
-/// of characters are solved at once, each with expressions of its own, on any threads.
+/// Give each character its own VFace, whose catalogue contains the character's expressions, and a
+/// VCharacterFace made for that face. Any number of characters can then be solved at the same time, on any
+/// threads.
 class MIEN_API ExpressionSum {
 public:
-  /// Finds out which of the face's expressions the character defines. The character's define state is that of `face`
-  /// (VCharacterFace::SetupDefineState). Both are kept by their addresses and must outlive this object; after a change of
-  /// the parts, of the catalogue, or of a definition, make a new one, which allocates nothing.
+  /// Finds out which of the face's expressions the character defines. The character's define state must
+  /// belong to `face` (VCharacterFace::SetupDefineState). Both are kept by address and must outlive this
+  /// object. After a change of the parts, the catalogue or a definition, construct a new one; that allocates
+  /// nothing.
   ExpressionSum(const VCharacterFace& character, const VFace& face);
 
-  /// Clears `out` and fills the columns of the shapes that the parts have: the sum over the templates of weight * define
-  /// state, and that over the expressions. An expression that the character defines drives it directly, any other one
-  /// through the templates that it stands for. Allocates nothing, checks nothing, and writes only `out`, which must not
-  /// be one of the define states. At most 100 expressions.
+  /// Clears `out` and fills the columns of the shapes that the parts have with two sums of weight * define
+  /// state: over the templates and over the expressions. An expression that the character defines drives it
+  /// directly; any other expression drives it through the templates that the expression consists of.
+  /// Allocates nothing, checks nothing, and writes only `out`, which must not be one of the define states. At
+  /// most 100 expressions.
   void Solve(VCharacterFaceState& out, const VFaceTemplateState& templates,
              const VFaceExpressionState& expressions) const;
 

@@ -8,10 +8,11 @@ using namespace mien;
 
 namespace {
 
-/// Whether the offset from one such transform to another is finite: not near what overflows, and of positive scalings.
+/// Whether the offset from one such transform to another is finite: no element near overflow, all scalings
+/// positive.
 bool IsModerate(const VCharacterFaceClusterState& cluster) {
   constexpr double kLarge = 1e50; // angles are read from products of four elements
-  const auto below = [](double x) { return std::abs(x) < kLarge; }; // so a NaN is not
+  const auto below = [](double x) { return std::abs(x) < kLarge; }; // false for NaN
   const auto between = [](double x) { return x > 1 / kLarge && x < kLarge; };
   bool moderate = true;
   for (int column = 0; column < 3; ++column)
@@ -29,8 +30,9 @@ void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* sets,
     if (mParts[p]->mPartType == 1) Character2ClusterSolve(&sets[p], state, p);
 }
 
-// Around the rest pose: translations and the Euler angles of the rotation from rest to target are summed weight by
-// weight, scalings as logarithms of their ratio to rest. So half of a doubled size is the square root of 2.
+// Relative to the rest pose: translations and the Euler angles of the rotation from rest to target are summed
+// with their weights, scalings as logarithms of their ratio to rest. So half of a doubled size is the square
+// root of 2.
 void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* set,
                                             const VCharacterFaceState& state, int part) const {
   const auto& definition = *static_cast<const VCharacterFacePartCluster*>(mParts[part]);

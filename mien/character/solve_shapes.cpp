@@ -43,8 +43,8 @@ void VCharacterFace::CharacterExpression2CharacterSolve(VCharacterFaceState& out
       ++count;
     };
     for (int k = 0; k < mCharacterExpressionCount; ++k) {
-      if (count ==
-          Terms::kMost) { // goes on from the sum so far; it is not -0.0, so 0.0 + sum * 1.0 has its bits
+      // Continue from the sum so far. It is not -0.0, so 0.0 + sum * 1.0 has the same bits.
+      if (count == Terms::kMost) {
         SumWeightedRows(sum, shapes, rows, row_weights, count);
         std::copy_n(sum, shapes, so_far);
         count = 0;

@@ -24,13 +24,13 @@ void SumByOne(double* sum, int columns, const double* const* rows, const double*
 template <class Vector>
 [[gnu::always_inline]] inline void AddProduct(Vector& total, const double* row, double weight) {
   Vector columns;
-  std::memcpy(&columns, row, sizeof columns); // a copy of several at once would be made in narrower pieces
+  std::memcpy(&columns, row, sizeof columns); // the compiler would split a longer copy into narrower pieces
   total += columns * weight;
 }
 
-/// Sums `Blocks` vectors of columns, which stay in registers while all rows are added to them. They follow one another
-/// from column `at` on, except that the first and the last are moved inwards where they would stick out: a column that
-/// two of them cover then gets the same sum twice.
+/// Sums `Blocks` vectors of columns, which stay in registers while all rows are added to them. They are
+/// consecutive from column `at` on, except that the first and the last are moved inwards if they would extend
+/// beyond the columns: a column that two of them cover then gets the same sum twice.
 template <class Vector, std::size_t Blocks>
 [[gnu::always_inline]] inline void SumTile(double* sum, std::ptrdiff_t at, int columns,
                                            const double* const* rows, const double* weights, int count) {
@@ -44,7 +44,7 @@ template <class Vector, std::size_t Blocks>
   Vector total[Blocks] = {};
   for (int k = 0; k < count; ++k) {
     const double* row = rows[k] + second;
-    asm("" : "+r"(row)); // one address for all; the compiler would give each an index, which is slower
+    asm("" : "+r"(row)); // one address for all; separate indices, the compiler's choice, are slower
     AddProduct(total[0], rows[k] + first, weights[k]);
     for (std::size_t b = 1; b < kLast; ++b) AddProduct(total[b], row + (b - 1) * kWidth, weights[k]);
     if (Blocks > 1) AddProduct(total[kLast], rows[k] + last, weights[k]);
@@ -64,13 +64,15 @@ template <class Vector, std::size_t... Indices>
          ...);
 }
 
-/// At least a vector of columns, in as few tiles as registers allow, since every row lies in other pages of the memory.
-/// They are as equal as can be: a tile of one vector would wait for each of its additions.
+/// Sums at least one vector of columns, in as few tiles as the registers allow, since every row is in other
+/// memory pages. The tiles are as equal as possible: a tile of one vector would wait for each of its
+/// additions.
 template <class Vector, std::size_t MostBlocks>
 [[gnu::always_inline]] inline void SumVectors(double* sum, int columns, const double* const* rows,
                                               const double* weights, int count) {
   constexpr std::ptrdiff_t kWidth = sizeof(Vector) / sizeof(double);
-  // From where vectors of the first row, and of those that lie like it, cross no border between cache lines.
+  // From this column on, the vectors of the first row, and of rows aligned like it, cross no cache line
+  // boundary.
   const auto beyond_border = count > 0 ? reinterpret_cast<std::uintptr_t>(rows[0]) % sizeof(Vector) : 0;
   std::ptrdiff_t at = -static_cast<std::ptrdiff_t>(beyond_border / sizeof(double));
   auto left = static_cast<std::size_t>((columns - at + kWidth - 1) / kWidth);
@@ -124,7 +126,7 @@ std::span<WeightedSum* const> WeightedSums() {
   };
   std::size_t runnable = std::size(kSums);
 #if defined(__GNUC__) && defined(__x86_64__)
-  __builtin_cpu_init(); // static constructors may come here before the runtime has
+  __builtin_cpu_init(); // static constructors may call this before the runtime does
   if (!__builtin_cpu_supports("avx512f")) --runnable;
   if (!__builtin_cpu_supports("avx")) --runnable;
 #endif

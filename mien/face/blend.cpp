@@ -3,7 +3,7 @@
 
 using namespace mien;
 
-// A weight of exactly 0 leaves its source out, NaNs and all; a NaN weight does not.
+// A weight of exactly 0 leaves its source out, even its NaNs. A NaN weight does not.
 
 // Points are blended as offsets from the rest pose, which is added back once.
 void VFace::FaceStateBlend(VFaceState* result, const VFaceState* three_sources,
@@ -28,8 +28,8 @@ void VFace::FaceStateBlend(VFaceState* result, const VFaceState* three_sources,
   result->mValid = false;
 }
 
-// Weights are offsets from neutral already, and summed as they stand. A source that is left out gives way to zeros: a sum
-// that starts at +0.0 never is -0.0, so adding +0.0 changes none of its bits.
+// Weights are already offsets from neutral, so they are summed directly. A source that is left out is
+// replaced by zeros: a sum that starts at +0.0 is never -0.0, so adding +0.0 changes none of its bits.
 void VFace::TemplateStateBlend(VFaceTemplateState* result, const VFaceTemplateState* three_sources,
                                const VFaceBlendState* weights) const {
   const VFaceTemplateState nothing;

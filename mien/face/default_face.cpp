@@ -20,7 +20,7 @@ struct Position {
   double x, y, z;
 };
 
-using Positions = std::initializer_list<Position>; // only ever a parameter
+using Positions = std::initializer_list<Position>; // used only for parameters
 using Names = std::span<const char* const>;
 
 // clang-format off
@@ -38,7 +38,7 @@ constexpr const char* kNostrilPoints[]  = {"Nostril"};
 constexpr const char* kNostrilHolders[] = {"NostrilHolder"};
 // clang-format on
 
-/// What a part shares with its counterpart on the other side.
+/// The data that a part shares with its counterpart on the other side.
 struct Layout {
   VgeSVector s;  // template space scale
   Position size; // R
@@ -73,7 +73,7 @@ void Fill(VFacePart& part, const char* name, const char* title, const Position& 
   part.mPointCount = CopyNames(part.mPointNames, layout.point_names);
   part.mHolderCount = CopyNames(part.mHolderNames, layout.holder_names);
   SetScaledPose(part.mDefaultPoints, rest, layout.s);
-  // An array that cannot grow loses what it holds, so it grows once, while there is nothing to lose.
+  // An array that cannot grow loses its contents, so it grows once, while it is empty.
   constexpr int kMostTemplates = 25;
   if (!part.mTemplates.SetCount(kMostTemplates)) throw std::bad_alloc();
   part.mTemplates.Empty();
@@ -81,7 +81,7 @@ void Fill(VFacePart& part, const char* name, const char* title, const Position& 
 
 VFacePartTemplate& AddTemplate(VFacePart& part, const char* name, const char* title) {
   auto added = std::make_unique<VFacePartTemplate>(name, title);
-  part.mTemplates.Add(added.get()); // within what Fill has made room for
+  part.mTemplates.Add(added.get()); // Fill has reserved the room
   return *added.release();
 }
 
@@ -92,7 +92,8 @@ VFacePartTemplate& AddTemplate(VFacePart& part, const char* name, const char* ti
   return added;
 }
 
-/// The mirror image of the template added last: left and right mouth points exchange, the chin stays.
+/// The mirror image of the template added last: left and right mouth points are exchanged, the chin is
+/// unchanged.
 void AddMouthMirror(VFacePart& mouth, const char* name, const char* title) {
   constexpr int kMirrorSlot[7] = {3, 2, 1, 0, 5, 4, 6};
   const VFacePartTemplate& source = *mouth.mTemplates.GetLast();
@@ -131,7 +132,7 @@ void DefineMouth(VFacePart& mouth) {
                                             {-0.15, -0.12, 0.7},
                                             {0.15, -0.12, 0.7},
                                             {0, -0.25, 0}});
-  // The listed pose is a strong one: the template is four fifths of the way there.
+  // The listed pose is strong: the template is at four fifths of it.
   const VFacePartState rest = RestPose(mouth);
   VFacePartState softened = PoseOf(whistle.mPoints);
   softened.Sub(&rest);
@@ -190,7 +191,7 @@ void DefineEyes(VFacePart& left, VFacePart& right) {
   const VgeSVector& s = layout.s;
   Fill(left, "LeftEye", "Left Eye (Open)", {2.961, 9.808, 18.408}, layout,
        {{-0.5, 0, 0}, {0, 0.5, 0}, {0.5, 0, 0}, {0, -0.5, 0}});
-  // The negative zeros are in the left eye only.
+  // Only the left eye has the negative zeros.
   AddTemplate(left, "Close", "Close", s, {{-0.5, -0.0, 0}, {0, -0.25, 0}, {0.5, -0.0, 0}, {0, -0.5, 0}});
   AddTemplate(left, "Squint", "Squint", s, {{-0.5, 0, 0}, {0, 0.5, 0}, {0.4, 0.2, 0}, {0, -0.2, 0}});
   AddTemplate(left, "WideOpen", "Wide Open", s, {{-0.4, 0, 0}, {0, 0.7, 0}, {0.4, 0, 0}, {0, -0.5, 0}});
@@ -213,7 +214,8 @@ void DefineCheeks(VFacePart& left, VFacePart& right) {
 
   Fill(right, "RightCheek", "Right Cheek ( Relax )", {-2.961, 6.308, 18.408}, layout,
        {{0, 0.2, 0}, {0.4, -0.2, 0}});
-  // Not the mirror image of the left one: the second point is drawn in to x = 0. Part of the definition.
+  // Not the mirror image of the left one: the second point is moved in to x = 0. This is part of the
+  // definition.
   AddTemplate(right, "Up", "Up", s, {{0, 0.5, 0.2}, {0, 0.2, 0.2}});
   AddTemplate(right, "Out", "Out", s, {{0, 0.2, 0.4}, {0.4, -0.2, 1.4}});
 }

@@ -6,13 +6,20 @@
 /// A named combination of template weights over the whole face.
 class MIEN_API VFaceExpression {
 public:
+  /// Without names, all weights 0.
   VFaceExpression() = default;
+  /// Copies all members.
   VFaceExpression(const VFaceExpression&) = default;
+  /// Copies all members.
   VFaceExpression& operator=(const VFaceExpression&) = default;
   virtual ~VFaceExpression();
 
-  char mName[256] = {};         ///< Unique in the catalogue, whatever the case of its letters.
-  char mRetrieveName[256] = {}; ///< A second name, set and looked up by the host; the library only copies it.
-  VFaceTemplateState mTemplateState; ///< The weights that make up the expression.
-  bool mFlag = false;                ///< The host's; the library only copies it.
+  /// Unique in the catalogue, ignoring the case of its letters.
+  char mName[256] = {};
+  /// A second name that the host sets and looks up. The library only copies it.
+  char mRetrieveName[256] = {};
+  /// The template weights that the expression consists of.
+  VFaceTemplateState mTemplateState;
+  /// For the host's use. The library only copies it.
+  bool mFlag = false;
 };

@@ -36,11 +36,11 @@ int VFace::CreateExpression(const char* name) {
   const int count = mExpressions.GetCount();
   if (*name == '\0' || count >= kMostExpressions) return -1;
   char base[256];
-  char free_name[sizeof base + 2]; // and two digits
+  char free_name[sizeof base + 2]; // two digits more
   if (!mien::CopyBounded(base, name) || !RenameExpression(base, free_name)) return -1;
   auto expression = std::make_unique<VFaceExpression>();
   if (!mien::CopyBounded(expression->mName, free_name)) return -1;
-  // An array that cannot grow loses what it holds, so it grows once, while there is nothing to lose.
+  // An array that cannot grow loses its contents, so it grows once, while it is empty.
   if (mExpressions.GetCapacity() == 0) {
     if (!mExpressions.SetCount(kMostExpressions)) throw std::bad_alloc();
     mExpressions.Empty();

@@ -2,12 +2,16 @@
 
 #include "mien/base/export.h"
 
-/// One weight per expression of the face's catalogue, which holds at most 99. Unbounded; 1 is the full
-/// expression.
+/// One weight per expression of the face's catalogue, which has at most 99 expressions.
 struct MIEN_API VFaceExpressionState {
-  int mIndex = -1; ///< A tag for the caller's use: copied by assignment, untouched by Clear and Copy.
-  double mWeights[100] = {}; ///< Entries beyond the catalogue are carried along and not read by the solves.
+  /// A tag for the caller's use. Assignment copies it; Clear and Copy leave it unchanged.
+  int mIndex = -1;
+  /// By catalogue index; unbounded, 1 is the full expression. Entries beyond the catalogue are copied, but
+  /// the solves do not read them.
+  double mWeights[100] = {};
 
+  /// Sets all weights to 0.
   void Clear();
-  void Copy(const VFaceExpressionState& other); ///< The weights; unlike assignment, not `mIndex`.
+  /// Copies the weights; unlike assignment, not `mIndex`.
+  void Copy(const VFaceExpressionState& other);
 };

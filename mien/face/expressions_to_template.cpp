@@ -1,7 +1,7 @@
 #include "mien/face/face.h"
 
-// Restricted to the template slots that this face has. Expressions at weight 0 are visited too, and the
-// additions to one weight happen in expression order.
+// Only the template slots that this face has are summed. Expressions at weight 0 are included, and each
+// weight is summed in expression order.
 void VFace::Expression2TemplateSolve(const VArrayTemplate<VFaceExpression*, 16>& expressions,
                                      VFaceTemplateState* result, const VFaceExpressionState* weights) const {
   result->Clear();

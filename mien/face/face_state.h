@@ -4,18 +4,29 @@
 #include "mien/base/geometry.h"
 #include "mien/face/part_state.h"
 
-/// The positions of the points of all nine parts, and the head frame they were measured in.
+/// The positions of the points of all nine parts, and the head frame in which they were measured.
+///
+/// The operations work on x, y and z of all slots of all parts. A state may be combined with itself.
 struct MIEN_API VFaceState {
-  VgeAMatrix
-      mGlobal; ///< The head's frame. Carried along: copied by assignment, untouched by the operations below.
-  VFacePartState mParts[9]; ///< In the face's part order.
-  bool mValid = false;      ///< Whether the chin was measured rather than estimated; the mouth solve asks.
+  /// The head's frame. Assignment copies it; the operations below leave it unchanged.
+  VgeAMatrix mGlobal;
+  /// In the face's part order.
+  VFacePartState mParts[9];
+  /// Whether the chin was measured rather than estimated. The mouth's solve reads it.
+  bool mValid = false;
 
+  /// Adds another state, slot by slot.
   void Add(const VFaceState* other);
-  void Add(const VgeTVector* offset); ///< The same offset to every slot of every part.
+  /// Adds the same offset to every slot of every part.
+  void Add(const VgeTVector* offset);
+  /// Subtracts another state, slot by slot.
   void Sub(const VFaceState* other);
+  /// Multiplies every slot by a factor per axis.
   void Scale(const VgeSVector& factors);
+  /// Multiplies every slot by a factor.
   void Scale(double factor);
-  void Copy(const VFaceState* other); ///< Points (x, y, z) and `mValid`; unlike assignment, not `mGlobal`.
-  void Clear();                       ///< Points to zero, `mValid` to false; `mGlobal` stays.
+  /// Copies the points (x, y, z) and `mValid`; unlike assignment, not `mGlobal`.
+  void Copy(const VFaceState* other);
+  /// Sets the points to zero and `mValid` to false.
+  void Clear();
 };

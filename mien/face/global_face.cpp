@@ -7,12 +7,13 @@
 namespace {
 
 alignas(VFace) unsigned char storage[sizeof(VFace)];
-int leases = 0; // constant-initialised, so it counts before any constructor has run
+int leases = 0; // constant-initialised, so it is valid before any constructor has run
 
 } // namespace
 
-// Static objects of one source file are constructed in order, and each that can see the face stands behind
-// the lease of the header it includes. So the face is built before the first of them and outlives the last.
+// Static objects of one source file are constructed in order, and each that can use the face comes after the
+// lease of the header that the file includes. So the face is built before the first of them and outlives the
+// last.
 mien::detail::GlobalFaceLease::GlobalFaceLease() {
   if (leases++ == 0) ::new (storage) VFace;
 }

@@ -2,18 +2,23 @@
 
 #include "mien/base/export.h"
 
+/// @file
+/// The face that all performers and characters share unless they are given another one.
+
 class VFace;
 
-/// The default face of the process: the same object for every caller from load to unload, never null. It is there for
-/// static objects of every source file that includes this header (each header of the library whose objects need the
-/// face does), also where the library is linked statically. It is only read by the solves, so threads may share it;
-/// calls that change its catalogue are the caller's to serialise.
+/// The default face of the process: the same object for every caller from load to unload, never null.
+///
+/// It exists for the whole life of the static objects of every source file that includes this header, also if
+/// the library is linked statically; each header of the library whose objects need the face includes this
+/// one. The solves only read the face, so threads may share it. The caller must serialise calls that change
+/// its catalogue.
 MIEN_API VFace* GetGlobalFace();
 
 namespace mien::detail {
 
-/// Keeps the global face alive while any source file that includes this header may need it: the first one constructed
-/// builds the face, the last one destroyed destroys it.
+/// Keeps the global face alive while any source file that includes this header may need it. The first lease
+/// that is constructed builds the face; the last one that is destroyed destroys it.
 struct MIEN_API GlobalFaceLease {
   GlobalFaceLease();
   ~GlobalFaceLease();
@@ -21,6 +26,7 @@ struct MIEN_API GlobalFaceLease {
   GlobalFaceLease& operator=(const GlobalFaceLease&) = delete;
 };
 
+/// The lease of the source file that includes this header.
 [[maybe_unused]] static const GlobalFaceLease global_face_lease;
 
 } // namespace mien::detail

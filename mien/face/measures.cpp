@@ -13,10 +13,10 @@ using mien::Unit;
 
 namespace {
 
-/// What a reciprocal of a whole sum answers where the sum is not positive.
+/// The result of the reciprocal of a sum that is not positive.
 constexpr double kCoincidentSum = 10000000.0;
-/// What the reciprocal of a single distance answers there. A different number on purpose: one coincident
-/// point among several has to outweigh all others.
+/// The result of the reciprocal of a single distance that is not positive. A different number on purpose: one
+/// coincident point among several has to outweigh all others.
 constexpr double kCoincidentPoint = std::numeric_limits<double>::max();
 
 double ReciprocalOfSum(double sum) { return sum > 0 ? 1.0 / sum : kCoincidentSum; }
@@ -45,7 +45,7 @@ double VFace::Face2TemplateAIDistance(const VFacePartState* a, const VFacePartSt
   return n == 0 || !inverse ? sum : ReciprocalOfSum(sum);
 }
 
-// The axis is used as passed: its length scales the result.
+// The axis is not normalised: its length scales the result.
 double VFace::Face2TemplateAIDistanceAlongAxis(const VFacePartState* a, VgeTVector origin, VgeTVector axis,
                                                int n, bool inverse) const {
   double sum = 0;
@@ -53,7 +53,7 @@ double VFace::Face2TemplateAIDistanceAlongAxis(const VFacePartState* a, VgeTVect
   return n == 0 || !inverse ? sum : ReciprocalOfSum(sum);
 }
 
-// Inverse gives the sum of the reciprocals here, not the reciprocal of the sum.
+// Here `inverse` gives the sum of the reciprocals, not the reciprocal of the sum.
 double VFace::Face2TemplateAIDistanceExclusive(const VFacePartState* a, const VFacePartState* b, int n,
                                                const bool* use, bool inverse) const {
   double sum = 0;
@@ -68,8 +68,9 @@ double VFace::Face2TemplateAIDistanceExclusive(const VFacePartState* a, const VF
   return sum;
 }
 
-// Base p - q times the height of r over it, halved. The foot of the height is found with a single division by
-// the base's length, so it is exact only for a base of length 1. Kept so: it is part of the measure's definition.
+// Half the base p - q times the height of r above it. The foot of the height is computed with a single
+// division by the base's length, so it is exact only for a base of length 1. Keep it so: this is part of the
+// measure's definition.
 double VFace::Face2TemplateTriangleArea(const VgeTVector& p, const VgeTVector& q, const VgeTVector& r) const {
   const VgeTVector base = Difference(p, q);
   const double length = Length(base);
@@ -78,9 +79,9 @@ double VFace::Face2TemplateTriangleArea(const VgeTVector& p, const VgeTVector& q
   return Length(Difference(r, foot)) * length * 0.5;
 }
 
-// Closeness of the areas inside the lips. The two fans of triangles differ on purpose: the one of `a` counts
-// (5, 1, 2) twice where the one of `b` has (5, 2, 4). So the measure is not symmetric, and a pose compared
-// with itself is not "coincident".
+// Closeness of the areas inside the lips. The two fans of triangles differ on purpose: that of `a` has (5, 1,
+// 2) twice where that of `b` has (5, 2, 4). So the measure is not symmetric, and a pose compared with itself
+// is not "coincident".
 double VFace::Face2TemplateAIMouthSurface(const VFacePartState* a, const VFacePartState* b,
                                           int /*unused*/) const {
   const auto area = [this](const VFacePartState* pose, int i, int j, int k) {

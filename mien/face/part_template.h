@@ -3,16 +3,19 @@
 #include "mien/base/export.h"
 #include "mien/base/geometry.h"
 
-/// One elementary deformation of a part: where each of the part's points stands when it is fully applied.
+/// One elementary deformation of a part: the position of each of the part's points when it is fully applied.
 class MIEN_API VFacePartTemplate {
 public:
-  /// Keeps both pointers; the texts must outlive the template (in the default face they are constants).
+  /// Keeps both pointers: the texts must outlive the template. In the default face they are constants.
   VFacePartTemplate(const char* name, const char* title) : mName(name), mTitle(title) {}
 
-  const char* GetName() const { return mName; }
-  const char* GetTitle() const { return mTitle; }
+  const char* GetName() const { return mName; }   ///< Returns `mName`.
+  const char* GetTitle() const { return mTitle; } ///< Returns `mTitle`.
 
-  const char* mName;     ///< Identifies it within its part: "CornersUpR". Not owned.
-  const char* mTitle;    ///< For display: "Corners UpR". Not owned.
-  VgeTVector mPoints[7]; ///< In the part's template space; slots beyond the part's points as constructed.
+  /// Identifies the template within its part, for example "CornersUpR". Not owned.
+  const char* mName;
+  /// For display, for example "Corners UpR". Not owned.
+  const char* mTitle;
+  /// By point slot, in the part's template space. Slots beyond the part's points keep their initial values.
+  VgeTVector mPoints[7];
 };

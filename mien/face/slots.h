@@ -1,13 +1,14 @@
 #pragma once
 
-// The indices by which the solves address the default face. Not installed.
+/// @file
+/// The indices by which the solves address the default face. Not installed.
 
 namespace mien::detail {
 
 /// The face's parts. A right part follows its left one.
 enum Part { Mouth, LeftBrow, RightBrow, LeftEye, RightEye, LeftCheek, RightCheek, LeftNostril, RightNostril };
 
-// Per kind of part: its point slots, its holders, which are the actor's marker groups, and its templates.
+// For each kind of part: its point slots, its holders (the actor's marker groups), and its templates.
 
 namespace mouth {
 enum Point {

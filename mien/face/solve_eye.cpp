@@ -4,7 +4,8 @@
 
 using namespace mien::detail;
 
-// "WideOpen" and "Close": the height of the upper lid above and below rest. "Squint": the height of the lower lid.
+// "WideOpen" and "Close": the height of the upper lid above and below rest. "Squint": the height of the lower
+// lid.
 void VFace::Face2TemplateSolveEye(int part, VFaceTemplateState* result, const VFaceState* face) const {
   using namespace eye;
   const VFacePart& definition = mParts[part];
@@ -24,7 +25,8 @@ void VFace::Face2TemplateSolveEye(int part, VFaceTemplateState* result, const VF
     weights[WideOpen] = 0.0;
   }
 
-  // Without a test of direction: a lower lid that moves down divides to a negative number and is clamped to 0.
+  // The direction needs no test: a lower lid that moves down gives a negative quotient, which is clamped to
+  // 0.
   const double lower = face->mParts[part].mPoints[LowerEye].y;
   const double lower_rest = definition.mDefaultPoints[LowerEye].y;
   weights[Squint] = Clamp01NanToOne((lower - lower_rest) / (pose_y(Squint, LowerEye) - lower_rest));

@@ -10,13 +10,12 @@ using namespace mien;
 using namespace mien::detail;
 using namespace mien::detail::mouth;
 
-// The mouth's templates overlap in the points they move, so they are peeled off one after another: measure
-// one, take its share out of the pose, measure the next on what is left. Open, Square, Whistle, then the
-// corners.
+// The mouth's templates move the same points, so they are measured one after another: measure one, subtract
+// its share from the pose, measure the next on the remainder. Open, Square, Whistle, then the corners.
 
 namespace {
 
-/// How far `moved` has gone along `full`, as a fraction of it; 0 where `full` has no length.
+/// How far `moved` has gone along `full`, as a fraction of it; 0 if `full` has length 0.
 double ProjectedFraction(const VgeTVector& moved, const VgeTVector& full) {
   const double length = Length(full);
   return length == 0 ? 0 : Dot(Unit(full), moved) / length;
@@ -58,7 +57,7 @@ double SquareAmount(const VgeTVector* points, const VFacePart& definition) {
                           (side(LeftUpperMouth, LeftLowerMouth) + side(RightUpperMouth, RightLowerMouth)));
 }
 
-/// How far the mouth is narrowed. Not limited: one narrower than the template gives more than 1.
+/// How far the mouth is narrowed. Not limited: a mouth narrower than the template gives more than 1.
 double WhistleAmount(const VgeTVector* points, const VFacePart& definition) {
   const double full = Width(definition.mTemplates[Whistle]->mPoints);
   const double rest = Width(definition.mDefaultPoints);
@@ -66,8 +65,9 @@ double WhistleAmount(const VgeTVector* points, const VFacePart& definition) {
   return rest > width ? 1 - (width - full) / (rest - full) : 0;
 }
 
-/// A corner against the upper lip beside it. Down is measured on the span of the up template too: the down
-/// template's own pose is not asked, so that one scale runs through the rest pose.
+/// The height of a corner relative to the upper lip beside it. Down is measured on the span of the up
+/// template too, not on the down template's own pose, so that the scale is the same on both sides of the rest
+/// pose.
 void SolveCorner(const VgeTVector* points, const VFacePart& definition, Point corner, Point lip,
                  Template up_template, double& up, double& down) {
   const double base = HeightOver(definition.mDefaultPoints, corner, lip);
@@ -87,10 +87,10 @@ void SolveCorner(const VgeTVector* points, const VFacePart& definition, Point co
 void VFace::Face2TemplateSolveMouth2(VFaceTemplateState* result, const VFaceState* face) const {
   const VFacePart& definition = mParts[0];
   double* const weights = result->mParts[0].mWeights;
-  VFacePartState left = face->mParts[0]; // what is left of the pose
+  VFacePartState left = face->mParts[0]; // the part of the pose that is not yet explained
   const auto take_out = [&](Template j, double amount) { AddDelta(left.mPoints, definition, j, -amount); };
 
-  // An opening wider than the template is taken out in full.
+  // An opening wider than the template is subtracted in full.
   const double open = OpenAmount(*face, definition);
   weights[Open] = Clamp01NanToZero(open);
   take_out(Open, open);

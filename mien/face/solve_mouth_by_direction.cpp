@@ -2,9 +2,9 @@
 #include "mien/face/face.h"
 #include "mien/face/pose.h"
 
-// An earlier mouth solve, kept beside the one in use: it shares a total of at most 1 among all templates by
-// how well the lips' outline agrees in direction with each template's. The rest pose takes its part of the
-// total and has no weight of its own.
+// An earlier mouth solve, kept beside the one in use: it distributes a total of at most 1 among all templates
+// by how well the direction of the lips' outline agrees with each template's. The rest pose takes a share of
+// the total but has no weight.
 void VFace::Face2TemplateSolveMouth(VFaceTemplateState* result, const VFaceState* face) const {
   constexpr int kLipPoints = 6;
   const VFacePart& mouth = mParts[0];

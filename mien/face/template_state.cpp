@@ -40,7 +40,7 @@ void VFaceTemplateState::Clear() {
 
 bool VFaceTemplateState::IsRegionDefined(int part) const {
   for (const double weight : mParts[part].mWeights)
-    if (weight != 0) return true; // so a NaN counts and -0.0 does not
+    if (weight != 0) return true; // true for NaN, false for -0.0
   return false;
 }
 
