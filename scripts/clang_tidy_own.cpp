@@ -1,7 +1,9 @@
-// A plugin of clang-tidy 14: the check mien-own-declarations, which reports nothing and keeps all other checks out of the
-// system's headers. What they find there is never shown, and looking for it takes most of their time.
+// A plugin of clang-tidy 14 with the check mien-own-declarations, which reports nothing and keeps all other
+// checks out of the system's headers. Findings there are never shown, and searching for them takes most of
+// the time.
 //
-// All checks walk one tree of declarations together. This one is asked at the tree's root, before anything below it.
+// All checks share one traversal of the declarations. This check is called at the root, before everything
+// else.
 
 #include <clang-tidy/ClangTidyCheck.h>
 #include <clang-tidy/ClangTidyModule.h>

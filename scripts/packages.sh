@@ -1,14 +1,14 @@
-# shellcheck shell=bash
-# install_packages NAME...: installs the Debian packages that are not there yet, as root or with sudo. Where all are
-# there it needs neither rights nor a network.
+# shellcheck shell=bash install_packages NAME...: installs the Debian packages that are missing, as root or
+# with sudo. If none is missing, it needs neither rights nor a network.
 install_packages() {
   if ! command -v dpkg-query >/dev/null; then
-    echo "this is not Debian: assuming that these packages' equals are there: $*"
+    echo "this is not Debian: assuming that the equivalents of these packages are installed: $*"
     return
   fi
   local missing=() package
   for package in "$@"; do
-    [[ $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) == installed ]] || missing+=("$package")
+    [[ $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) == installed ]] ||
+      missing+=("$package")
   done
   if [[ ${#missing[@]} -eq 0 ]]; then
     echo "all $# packages are installed"
@@ -18,8 +18,9 @@ install_packages() {
   local as_root=()
   [[ $EUID -eq 0 ]] || as_root=(sudo)
   "${as_root[@]}" apt-get update -qq
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -qq -y --no-install-recommends "${missing[@]}" </dev/null
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -qq -y --no-install-recommends "${missing[@]}" </dev/null
 }
 
-# What the library and the command are built with.
+# The packages that the library and the command are built with.
 build_packages=(cmake ninja-build g++ libcli11-dev libfmt-dev libssl-dev nlohmann-json3-dev)
