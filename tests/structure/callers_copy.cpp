@@ -1,5 +1,5 @@
-// A library that holds copies of inline functions under the names that its callers' have.
+// A library with copies of inline functions under the same names as its callers' copies.
 
 #include "mien/base/affine.h"
 
-double (*dot)(const VgeTVector&, const VgeTVector&) = mien::Dot; // so that there is a copy in every build
+double (*dot)(const VgeTVector&, const VgeTVector&) = mien::Dot; // so that every build contains a copy

@@ -1,8 +1,9 @@
-# Compiles every public header as a source of its own and checks that none was left out.
+# Compiles every public header separately and checks that none was left out.
 #
 #   cmake -DBUILD=folder -DHEADERS=include-folder -P headers_alone.cmake
 #
-# HEADERS is where the headers were installed: what users get is what is checked.
+# HEADERS is the folder in which the headers were installed, so that the check covers the headers that users
+# get.
 
 cmake_minimum_required(VERSION 3.25)
 

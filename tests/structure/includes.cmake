@@ -2,10 +2,11 @@
 #
 #   cmake [-DROOT=folder] -P includes.cmake
 #
-# The table below lists for each folder which others it may include. The host stands on the library's installed headers,
-# which mien/CMakeLists.txt lists, and the library on nothing of the host. Beside that the library uses the standard library alone, without those of its headers
-# that are for files, threads, clocks and streams (of <cstdio> it may use what symbols.cmake lists), and only host/cli knows
-# the command line's parser.
+# The table below lists the folders that each folder may include. The host may include the library's installed
+# headers, which mien/CMakeLists.txt lists; the library includes nothing of the host. Apart from itself, the
+# library includes only the standard library, without the headers for files, threads, clocks and streams
+# (symbols.cmake lists the functions of <cstdio> that it may use). Only host/cli includes the command line's
+# parser.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -14,10 +15,10 @@ if(NOT ROOT)
 endif()
 
 set(standard_headers
-  algorithm array bit cctype cfloat charconv climits cmath compare complex concepts cstddef cstdint cstdio cstdlib
-  cstring functional initializer_list iterator limits list map memory memory_resource new numbers numeric optional ranges set
-  source_location span string string_view tuple type_traits typeindex typeinfo unordered_map unordered_set utility
-  variant vector version)
+  algorithm array bit cctype cfloat charconv climits cmath compare complex concepts cstddef cstdint cstdio
+  cstdlib cstring functional initializer_list iterator limits list map memory memory_resource new numbers
+  numeric optional ranges set source_location span string string_view tuple type_traits typeindex typeinfo
+  unordered_map unordered_set utility variant vector version)
 
 set(sees_mien/base mien/base)
 set(sees_mien/face mien/base mien/face)
@@ -25,7 +26,8 @@ set(sees_mien/actor mien/base mien/face mien/actor)
 set(sees_mien/character mien/base mien/face mien/character)
 set(sees_mien/mien.h mien/base mien/face mien/actor mien/character)
 
-# What uses nothing of the host but base comes first; each line sees folders of the lines above it.
+# Folders that use nothing of the host but base come first; each line lists only folders of the lines above
+# it.
 set(sees_host/base      base)
 set(sees_host/files     base files)
 set(sees_host/takes     base takes)
@@ -37,8 +39,10 @@ set(sees_host/character base files character)
 set(sees_host/gltf      base character gltf)
 set(sees_host/animation base takes character gltf animation)
 set(sees_host/solve     base takes cleaning performer character animation solve)
-set(sees_host/jobs      base files takes formats cleaning inspect performer character gltf animation solve jobs)
-set(sees_host/cli       base files takes formats cleaning inspect performer character gltf animation solve jobs cli)
+set(sees_host/jobs      base files takes formats cleaning inspect performer character gltf animation
+                        solve jobs)
+set(sees_host/cli       base files takes formats cleaning inspect performer character gltf animation
+                        solve jobs cli)
 foreach(folder base files takes formats cleaning inspect performer character gltf animation solve jobs cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
@@ -51,7 +55,8 @@ endif()
 string(REGEX MATCHALL "[^ \n]+" public_headers "${CMAKE_MATCH_1}")
 list(TRANSFORM public_headers PREPEND mien/)
 
-file(GLOB_RECURSE files RELATIVE ${ROOT} ${ROOT}/mien/*.h ${ROOT}/mien/*.cpp ${ROOT}/host/*.h ${ROOT}/host/*.cpp)
+file(GLOB_RECURSE files RELATIVE ${ROOT}
+  ${ROOT}/mien/*.h ${ROOT}/mien/*.cpp ${ROOT}/host/*.h ${ROOT}/host/*.cpp)
 set(includes 0)
 set(faults 0)
 
@@ -63,7 +68,7 @@ endmacro()
 foreach(file IN LISTS files)
   string(REGEX MATCH "^(host|mien)/[^/]+" room ${file})
   if(NOT DEFINED sees_${room})
-    fault("the folder ${room} is new here; say in tests/structure/includes.cmake what it may include")
+    fault("the folder ${room} is new; list in tests/structure/includes.cmake what it may include")
     continue()
   endif()
   file(STRINGS ${ROOT}/${file} lines REGEX "^[ \t]*#[ \t]*include")
@@ -83,7 +88,7 @@ foreach(file IN LISTS files)
       elseif(NOT EXISTS ${ROOT}/${header})
         fault("\"${header}\" is not a path from the root")
       elseif(room MATCHES "^host/" AND header MATCHES "^mien/" AND NOT header IN_LIST public_headers)
-        fault("\"${header}\" is the library's own, which is not installed")
+        fault("\"${header}\" is not installed with the library")
       endif()
     elseif(line MATCHES "include[ \t]*<([^>]+)>")
       set(header ${CMAKE_MATCH_1})

@@ -1,9 +1,10 @@
-# Reads the inline functions that a static library holds copies of.
+# Checks the inline functions of which a static library contains copies.
 #
 #   cmake -DNM=nm -DLIBRARY=libmien.a -P inline_functions.cmake
 #
-# The linker keeps one copy of each for the whole program. What a public header offers therefore stands in the library under
-# names that no caller's copy has (mien/base/affine.h); what is in mien::detail, no caller compiles.
+# The linker keeps one copy of each for the whole program. The library's copies of inline functions in public
+# headers therefore have names that no caller's copy has (mien/base/affine.h). No caller compiles the
+# functions of mien::detail.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -13,7 +14,7 @@ list(REMOVE_DUPLICATES functions)
 set(faults 0)
 foreach(function IN LISTS functions)
   if(NOT function MATCHES "^ W mien::(in_library|detail)::")
-    message("a caller's copy may take its place:${function}")
+    message("a caller's copy could replace it:${function}")
     math(EXPR faults "${faults} + 1")
   endif()
 endforeach()

@@ -1,4 +1,4 @@
-// A library that shows what it should hide and uses what it should not.
+// A library that exports what it should hide and uses what it should not.
 
 #include <cmath>
 #include <cstdio>

@@ -1,12 +1,12 @@
-# Reads the shared library's symbol table in both directions.
+# Checks the shared library's exported and imported symbols.
 #
 #   cmake -DNM=nm -DLIBRARY=libmien.so -DHEADERS=include-folder -P symbols.cmake
 #
-# Outward, only what a public header marks with MIEN_API is to be seen. Weak symbols of std are no leak: the compiler
-# emits them wherever it does not inline them, and all libraries share them. Inward, of the C library only exact
-# arithmetic, memory and strings are used: the library opens no file, starts no thread, prints nothing, ends no process and
-# reads neither clock nor environment. The C library's exp, sin and the like round as they please: mien/base/elementary.h
-# has those that give the same bits everywhere.
+# It exports only what a public header marks with MIEN_API. Weak symbols of std are allowed: the compiler
+# emits them wherever it does not inline them, and all libraries share them. From the C library it imports
+# only exact arithmetic, memory and strings: it opens no file, starts no thread, prints nothing, ends no
+# process, and reads neither clock nor environment. The rounding of the C library's exp, sin and so on is not
+# defined; mien/base/elementary.h has functions with the same bits everywhere.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -23,7 +23,7 @@ macro(fault text)
   math(EXPR faults "${faults} + 1")
 endmacro()
 
-# read_symbols(out options...): lines of a type letter, a blank and the symbol.
+# read_symbols(out options...): returns lines of a type letter, a blank and the symbol.
 function(read_symbols out)
   execute_process(COMMAND ${NM} -D -C ${ARGN} ${LIBRARY} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL " [A-Za-z] [^\n]+" lines "${text}")
@@ -49,8 +49,8 @@ list(LENGTH public public_count)
 read_symbols(exported --defined-only)
 set(exported_count 0)
 foreach(symbol IN LISTS exported)
-  string(REGEX REPLACE "^. (typeinfo for |typeinfo name for |vtable for |guard variable for )?(mien::|detail::)*" ""
-    name "${symbol}")
+  string(REGEX REPLACE
+    "^. (typeinfo for |typeinfo name for |vtable for |guard variable for )?(mien::|detail::)*" "" name "${symbol}")
   if(symbol MATCHES "^[WV]" AND name MATCHES "^operator new|^([^(<]* )?(std|__gnu_cxx)::")
     continue()
   endif()
@@ -70,12 +70,12 @@ foreach(symbol IN LISTS imported)
   endif()
   math(EXPR imported_count "${imported_count} + 1")
   if(NOT name IN_LIST c_functions)
-    fault("the library has no business with ${name}")
+    fault("the library must not use ${name}")
   endif()
 endforeach()
 
-message("${exported_count} symbols exported under ${public_count} public names, ${imported_count} C functions used, "
-  "${faults} refused")
+message("${exported_count} symbols exported under ${public_count} public names, "
+  "${imported_count} C functions used, ${faults} refused")
 if(faults OR exported_count EQUAL 0 OR public_count EQUAL 0 OR imported_count EQUAL 0)
   message(FATAL_ERROR "symbols: failed")
 endif()
