@@ -52,7 +52,7 @@ void RequireValid(const Performer& performer) {
       const VgeAMatrix axes = mien::NeutralHead(performer, *pose);
       for (int column = 0; column < 3; ++column)
         for (int row = 0; row < 3; ++row) Require(std::fabs(axes.m[column][row]) < 1.001);
-    } catch (const mien::InputError&) {} // the pose does not tell which way the face looks
+    } catch (const mien::InputError&) {} // the pose does not show which way the face looks
   }
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 bool IsFinite(double value) { return std::isfinite(static_cast<float>(value)); }
 
-/// The frame's part of a list that has `size` values a frame.
+/// The frame's part of a list with `size` values per frame.
 template <class T>
 std::span<const T> Row(const std::vector<T>& values, std::size_t frame, std::size_t size) {
   return std::span(values).subspan(frame * size, size);
@@ -38,14 +38,14 @@ void CheckFinite(const AnimationLayout& layout, const AnimationFrame& frame, dou
   const auto fail = [&](const std::string& what, const char* fix) {
     throw InputError(Code::InvalidValue, file, fmt::format("frame {}", frame.number), what, fix);
   };
-  // A frame has hundreds of values, and hardly ever one that fails: its name is made for the message alone.
+  // A frame has hundreds of values, which almost never fail: a name is computed only for the message.
   const auto check = [&](double value, const auto& name) {
     if (!IsFinite(value))
-      fail(fmt::format("the solve gives {} for {}", value, name()),
+      fail(fmt::format("the result for {} is {}", name(), value),
            "check the unit of the take's positions, and the character's weights");
   };
   if (!IsFinite(frame.time - first_time))
-    fail(fmt::format("it comes at {} s", frame.time), "check the times");
+    fail(fmt::format("its time is {} s", frame.time), "check the times");
   for (std::size_t t = 0; t < frame.weights.size(); ++t)
     check(frame.weights[t], [&] { return layout.templates[t].name; });
   for (std::size_t s = 0; s < frame.shape_weights.size(); ++s)

@@ -24,39 +24,40 @@ struct ClusterColumn {
 /// The two kinds of weights that an animation has: of the face's templates, and of a character's shapes.
 enum class WeightKind { Templates, Shapes };
 
-/// What holds for every frame of an animation, and is known before the first one: the names and the order of the numbers
-/// that a frame has, and what they are measured from.
+/// The properties that all frames of an animation share and that are known before the first frame: the names
+/// and order of a frame's numbers, and their reference.
 struct AnimationLayout {
-  std::string take; ///< names, for titles
-  std::string performer;
-  std::string character; ///< empty without one
+  std::string take;      ///< its name, for titles
+  std::string performer; ///< its name, for titles
+  std::string character; ///< its name, for titles; empty without one
   FrameRate rate;
   std::optional<Timecode> timecode; ///< of the first frame
 
   std::vector<TemplateColumn> templates = TemplateColumns();
   std::vector<std::string> shapes;             ///< of the character, part by part
   std::vector<ClusterColumn> clusters;         ///< of the character, part by part
-  std::vector<ClusterTransform> rest_clusters; ///< in their root (size: clusters)
-  VgeAMatrix
-      neutral_head; ///< from a face that looks along +z, x to its left, y up, to the neutral pose in the take
+  std::vector<ClusterTransform> rest_clusters; ///< relative to their root (size: clusters)
+  /// From a face that looks along +z, x to its left, y up, to the neutral pose in the take.
+  VgeAMatrix neutral_head;
 
   /// The names of the templates, or those of the shapes.
   std::vector<std::string> WeightNames(WeightKind kind) const;
 
-  /// How far the head has gone from the neutral pose, in the axes of the neutral face: x to its left, y up, z out of it.
-  /// `head` as AnimationFrame has it.
+  /// The head's motion from the neutral pose, in the axes of the neutral face: x to its left, y up, z out of
+  /// it. `head` is that of an AnimationFrame.
   VgeAMatrix HeadMotion(const VgeAMatrix& head) const;
 };
 
-/// One frame of an animation: a view of numbers that somebody else keeps. The layout says how many they are, and in which
-/// order.
+/// One frame of an animation: a view of numbers that are stored elsewhere. The layout defines their number
+/// and order.
 struct AnimationFrame {
   std::int64_t number = 0; ///< as in the take
   double time = 0;         ///< seconds, as in the take: rising, not always from 0
-  VgeAMatrix head = {}; ///< from a face that looks along +z, x to its left, y up, to where it is in the take
+  /// From a face that looks along +z, x to its left, y up, to its position in the take.
+  VgeAMatrix head = {};
   std::span<const double> weights = {};                   ///< (size: templates)
   std::span<const double> shape_weights = {};             ///< (size: shapes)
-  std::span<const ClusterTransform> local_clusters = {};  ///< in their root (size: clusters)
+  std::span<const ClusterTransform> local_clusters = {};  ///< relative to their root (size: clusters)
   std::span<const ClusterTransform> global_clusters = {}; ///< in the character's space (size: clusters)
 
   std::span<const double> WeightsOf(WeightKind kind) const {
@@ -64,16 +65,17 @@ struct AnimationFrame {
   }
 };
 
-/// Throws InputError where a number of the frame is infinite or no number, or would be in single precision, as files have
-/// it. `first_time` is that of the animation's first frame; `file` is the name for the message.
+/// Throws InputError if a number of the frame is infinite or NaN, or would be in single precision, which
+/// files use. `first_time` is the time of the animation's first frame; `file` is the name for the message.
 void CheckFinite(const AnimationLayout& layout, const AnimationFrame& frame, double first_time,
                  const std::string& file);
 
-/// A solved take: for each of its frames the template weights, where the head was, and what a character makes of it.
+/// A solved take: for each of its frames the template weights, the head, and the character's shapes and
+/// clusters.
 struct Animation {
   AnimationLayout layout;
 
-  // Frame by frame; AnimationFrame says what each is.
+  // Frame by frame; see AnimationFrame.
   std::vector<std::int64_t> frames;              ///< numbers
   std::vector<double> times;                     ///< (size: frames)
   std::vector<double> weights;                   ///< (size: frames x templates)

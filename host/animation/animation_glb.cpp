@@ -35,8 +35,8 @@ void AddWeights(GlbAnimation& glb, const Animation& animation, WeightKind kind, 
   });
 }
 
-/// Completes the animation under its take's name, with what glTF's seconds cannot tell: the number of the first frame, the
-/// exact rate, the time of day.
+/// Completes the animation under its take's name, with the data that glTF's seconds cannot express: the
+/// number of the first frame, the exact rate, the timecode.
 void Finish(GlbAnimation& glb, const Animation& animation, HeadCoverage& coverage) {
   const AnimationLayout& layout = animation.layout;
   nlohmann::ordered_json clock = {{"first_frame", animation.frames.front()}, {"rate", ToText(layout.rate)}};
@@ -45,15 +45,15 @@ void Finish(GlbAnimation& glb, const Animation& animation, HeadCoverage& coverag
   if (const std::size_t frames = glb.LeftOutFrames(); frames > 0)
     coverage.notes.push_back(
         {Code::Lossy, "",
-         fmt::format("{} left out: too soon after the one before for the times of glTF",
+         fmt::format("{} left out: too close to the previous frame for the times of glTF",
                      frames == 1 ? "1 frame was" : fmt::format("{} frames were", frames))});
 }
 
 // --- Onto a head
 
-/// How the nodes that are to move stand in the head as it was read.
+/// The transforms of the nodes to be moved, as read from the head.
 struct HeadRest {
-  VgeAMatrix head_parents;                // the axes in which the head's node stands
+  VgeAMatrix head_parents;                // the axes of its parents, in the scene
   VgeAMatrix head;                        // its own rotation
   std::vector<ClusterTransform> clusters; // of their nodes (size: clusters)
 };
@@ -70,15 +70,15 @@ HeadRest ReadRest(const Glb& head, const HeadBinding& binding) {
   return rest;
 }
 
-/// Gives the nodes that are to move a transform that can be animated.
+/// Gives the nodes to be moved a transform that can be animated.
 void MakeMovable(Glb& head, const HeadBinding& binding) {
   if (binding.head_node) ReplaceMatrix(head, *binding.head_node);
   for (const auto& node : binding.cluster_nodes)
     if (node) ReplaceMatrix(head, *node);
 }
 
-/// A cluster's motion from its rest, on a node that may rest elsewhere: the same as the cluster's transform where the two
-/// rest alike.
+/// A cluster's motion from its rest, applied to a node that may have another rest: equal to the cluster's
+/// transform if both have the same rest.
 ClusterTransform Moved(const ClusterTransform& node, const ClusterTransform& rest,
                        const ClusterTransform& cluster) {
   ClusterTransform moved = node;
@@ -93,7 +93,7 @@ ClusterTransform Moved(const ClusterTransform& node, const ClusterTransform& res
   return moved;
 }
 
-/// Turns the head's node by the head's motion about the scene's axes, whatever its parents do.
+/// Turns the head's node by the head's motion about the scene's axes, whatever the transforms of its parents.
 void AddHeadTurn(GlbAnimation& glb, const Animation& animation, std::size_t node, const HeadRest& rest) {
   const VgeAMatrix to_parents = InverseOfOrthogonalAxes(rest.head_parents);
   const VgeAMatrix from_rest = Product(rest.head_parents, rest.head);
@@ -106,7 +106,7 @@ void AddHeadTurn(GlbAnimation& glb, const Animation& animation, std::size_t node
 
 nlohmann::ordered_json& NodeAt(Glb& glb, std::size_t node) { return glb.json["nodes"][node]; }
 
-/// A node for each cluster, below one for its part. Answers the clusters' nodes.
+/// Adds a node for each cluster, below one for its part. Returns the clusters' nodes.
 std::vector<std::size_t> AppendClusterNodes(Glb& glb, const AnimationLayout& layout,
                                             const Character* character) {
   std::vector<std::size_t> nodes;
@@ -128,7 +128,7 @@ std::vector<std::size_t> AppendClusterNodes(Glb& glb, const AnimationLayout& lay
   return nodes;
 }
 
-/// The face's targets have the names of weights: templates', or those of the character's shapes.
+/// The face's targets have the names of weights: of templates, or of the character's shapes.
 BoundNode BindFace(const Glb& face, const std::vector<std::string>& weights) {
   BoundNode bound = {FindMorphTargets(face).nodes[0], {}};
   for (const std::string& target : bound.node.targets) {
@@ -148,7 +148,7 @@ HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head,
   HeadBinding binding = BindHead(animation.layout, head, head_node);
   if (animation.frames.empty())
     throw InputError(Code::Empty, animation.layout.take, "", "the take has no frames",
-                     "solve one that has some");
+                     "solve a take with frames");
   const HeadRest rest = ReadRest(head, binding);
   MakeMovable(head, binding);
 
@@ -172,7 +172,7 @@ HeadCoverage WriteFaceAnimation(const Animation& animation, const Character* cha
   coverage.shapes_without_target = std::move(face.shapes_without_target);
   coverage.notes = std::move(face.notes);
   coverage.driven_clusters = cluster_nodes.size();
-  if (!animation.frames.empty()) { // else the face at rest
+  if (!animation.frames.empty()) { // otherwise the face at rest
     const WeightKind kind = face.has_shapes ? WeightKind::Shapes : WeightKind::Templates;
     GlbAnimation glb(face.glb, animation.times);
     const BoundNode bound = BindFace(face.glb, animation.layout.WeightNames(kind));

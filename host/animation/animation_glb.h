@@ -1,6 +1,7 @@
 #pragma once
 
-// Animations as GLB. Each curve is a list of its own in the file, so that the whole animation has to be there.
+/// @file
+/// Animations as GLB. The file has a separate list for each curve, so the whole animation is needed.
 
 #include "host/animation/animation.h"
 #include "host/animation/head_binding.h"
@@ -13,20 +14,21 @@
 
 namespace mien {
 
-/// Writes the head with one more animation, which has the take's name and begins at 0 s. Whatever the head holds besides
-/// is copied.
+/// Writes the head with one more animation, which has the take's name and begins at 0 s. Everything else in
+/// the head is copied.
 ///
-/// BindHead says what drives what. A cluster's motion from its rest drives its node from that node's own rest. Morph
-/// targets that nothing drives keep the weights that they have at rest. `head_node` is the name of a node to turn as the
-/// head turned from the neutral pose, about the scene's axes: the head has to look along +z there.
+/// BindHead determines what drives what. A cluster's motion from its rest moves its node from the node's own
+/// rest. Morph targets that nothing drives keep their rest weights. `head_node` is the name of the node that
+/// turns as the head turned from the neutral pose, about the scene's axes: the head has to look along +z in
+/// the scene.
 ///
-/// Throws InputError as BindHead does, where the head's data is not in it, and where there are no frames; nothing is
-/// written then.
+/// Throws InputError as BindHead does, and if the head's data is not in the file or there are no frames.
+/// Nothing is written then.
 HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head,
                                     const std::optional<std::string>& head_node, std::ostream& out);
 
-/// Writes the built-in face (host/gltf/face_glb.h) with the animation on it, and below it a node for each cluster.
-/// `character` is the one that the animation was solved for; null where it has none.
+/// Writes the built-in face (host/gltf/face_glb.h) with the animation, and below it a node for each cluster.
+/// `character` is the character of the animation; null without one.
 HeadCoverage WriteFaceAnimation(const Animation& animation, const Character* character, std::ostream& out);
 
 } // namespace mien

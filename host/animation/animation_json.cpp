@@ -41,7 +41,8 @@ void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
   out << "\n  }";
 }
 
-/// A list with a line per frame, in each a value per cluster, which `append(text, transform, cluster)` writes.
+/// A list with a line per frame, in each a value per cluster, which `append(text, transform, cluster)`
+/// writes.
 template <class Function>
 void WriteClusters(std::ostream& out, const Animation& animation,
                    const std::vector<ClusterTransform>& transforms, const Function& append) {

@@ -6,7 +6,7 @@
 
 namespace mien {
 
-/// The whole animation, a line per frame in each list, so that all of its frames have to be there:
+/// Writes the whole animation as JSON, with a line per frame in each list, so all frames are needed:
 ///
 ///     {
 ///       "format": "mien animation 1",
@@ -20,14 +20,17 @@ namespace mien {
 ///       "shapes": { "names": ["jawOpen", ...], "weights": [[...], ...] },
 ///       "clusters": {
 ///         "names": [{ "part": "jaw", "cluster": "jawBone" }, ...],
-///         "local": { "translation": [[[x, y, z], ...], ...], "rotation": [[[x, y, z, w], ...], ...], "scale": ... },
+///         "local": {
+///           "translation": [[[x, y, z], ...], ...], "rotation": [[[x, y, z, w], ...], ...], "scale": ...
+///         },
 ///         "global": { the same }
 ///       }
 ///     }
 ///
-/// The head moves from the neutral pose, in the axes of the neutral face, in millimetres. Rotations are quaternions of
-/// the sign that is nearer to the frame before. "character", "shapes" and "clusters" are there where the animation has a
-/// character, "timecode", that of the first frame, where the take has one. Numbers are written with the fewest digits that read back to the same doubles; they must be finite.
+/// The head's motion is from the neutral pose, in the axes of the neutral face, in millimetres. Rotations are
+/// quaternions, with the sign that is closer to the previous frame. "character", "shapes" and "clusters" are
+/// present if the animation has a character, "timecode" (of the first frame) if the take has one. Numbers are
+/// written with the fewest digits that read back to the same doubles; they must be finite.
 void WriteAnimationJson(const Animation& animation, std::ostream& out);
 
 } // namespace mien

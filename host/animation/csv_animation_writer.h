@@ -8,18 +8,18 @@
 
 namespace mien {
 
-/// What the CSV writers have in common: a row is made in a buffer and written whole. The buffer is used again for the next
-/// row, so that a frame allocates nothing once a row was as long as its own.
+/// The common part of the CSV writers: a row is built in a buffer and written at once. The buffer is reused,
+/// so that a frame allocates nothing if an earlier row was at least as long.
 class CsvAnimationWriter : public AnimationWriter {
 public:
-  /// Writes out what the stream still holds back.
+  /// Flushes the stream.
   void End() override;
 
 protected:
   /// `out` must outlive this.
   explicit CsvAnimationWriter(std::ostream& out) : out_(out) {}
 
-  /// Where the row in the making goes on.
+  /// Appends to the current row.
   fmt::appender Row() { return fmt::appender(row_); }
 
   void EndRow();

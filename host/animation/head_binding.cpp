@@ -18,7 +18,7 @@ namespace mien {
 
 namespace {
 
-/// The names of weights, to be found by name and by meaning.
+/// Finds weights by name and by meaning.
 class WeightNames {
 public:
   explicit WeightNames(std::vector<std::string> names) : names_(std::move(names)) {
@@ -30,13 +30,13 @@ public:
 
   const std::vector<std::string>& All() const { return names_; }
 
-  /// The one of this name.
+  /// The weight of this name.
   std::optional<std::size_t> Named(const std::string& target) const {
     const auto same = by_name_.find(target);
     return same != by_name_.end() ? std::optional(same->second) : std::nullopt;
   }
 
-  /// One that means this.
+  /// A weight with this meaning.
   std::optional<std::size_t> Meaning(const ArkitMatch& meaning) const {
     const ArkitMatch whole = {meaning.name, ArkitMatch::Half::Both}; // drives both halves
     for (const ArkitMatch& wanted : {meaning, whole})
@@ -51,8 +51,9 @@ private:
   std::vector<std::optional<ArkitMatch>> meanings_;
 };
 
-/// The weight that drives each target of a mesh: that of its name, or else one that means the same. It drives one target,
-/// or one for each half; further spellings on the same mesh would move it twice, and go to `spare`.
+/// The weight that drives each target of a mesh: the one of its name, otherwise one with the same meaning. A
+/// weight drives one target, or one for each half. Further spellings on the same mesh would move it twice;
+/// they are added to `spare`.
 TargetDrivers FindDrivers(const MorphNode& node, const WeightNames& weights, std::set<std::string>& spare) {
   using Half = ArkitMatch::Half;
   TargetDrivers drivers(node.targets.size());
@@ -102,7 +103,7 @@ void BindTargets(const WeightNames& weights, const MorphTargets& targets, HeadBi
   if (!spare.empty())
     coverage.notes.push_back(
         {Code::Ignored, "",
-         fmt::format("left at rest, since another target of the same mesh means the same: {}",
+         fmt::format("left at rest, because another target of the same mesh has the same meaning: {}",
                      SomeQuoted({spare.begin(), spare.end()}))});
 }
 
@@ -123,7 +124,7 @@ void BindClusters(const std::vector<ClusterColumn>& clusters, const NodeNames& n
     coverage.clusters_without_node.push_back(cluster.name);
     if (found.size() > 1)
       coverage.notes.push_back({Code::Duplicate, "",
-                                fmt::format("{} nodes have the name of the cluster {}, and stay as they are",
+                                fmt::format("{} nodes have the name of the cluster {} and are not moved",
                                             found.size(), Quoted(cluster.name))});
     else if (found.size() == 1)
       coverage.notes.push_back(
@@ -136,7 +137,7 @@ void BindClusters(const std::vector<ClusterColumn>& clusters, const NodeNames& n
                                const WeightNames& weights, WeightKind kind) {
   if (targets.empty())
     throw InputError(Code::Unmatched, head.file, "",
-                     "the head has no morph targets with names, which shapes could drive",
+                     "the head has no named morph targets for shapes to drive",
                      "export it with its shape keys and their names");
   throw InputError(Code::Unmatched, head.file, "",
                    fmt::format("none of the head's morph targets ({}) has the name of a shape ({})",
@@ -152,13 +153,13 @@ std::size_t FindNode(const Glb& head, const NodeNames& nodes, const std::string&
     std::vector<std::string> names;
     for (const auto& [known, indices] : nodes) names.push_back(known);
     throw InputError(Code::NotFound, head.file, "", fmt::format("no node has the name {}", Quoted(name)),
-                     names.empty() ? "give the head's node a name, and export again"
-                                   : "name one that there is: " + SomeQuoted(names));
+                     names.empty() ? "name the head's node, and export again"
+                                   : "name one of its nodes: " + SomeQuoted(names));
   }
   if (found->second.size() > 1)
     throw InputError(Code::Duplicate, head.file, "",
                      fmt::format("{} nodes have the name {}", found->second.size(), Quoted(name)),
-                     "give the one that is the head a name of its own, and export again");
+                     "give the head's node a unique name, and export again");
   return found->second[0];
 }
 
@@ -168,13 +169,13 @@ void BindHeadNode(const Glb& head, const NodeNames& names, const std::string& na
       binding.cluster_nodes.end())
     throw InputError(
         Code::Contradiction, head.file, "",
-        fmt::format("the node {} is to follow the head, and the cluster of its name as well", Quoted(name)),
-        "name another node as the head, or take the cluster out of the character");
+        fmt::format("the node {} would follow both the head and the cluster of its name", Quoted(name)),
+        "name another node as the head, or remove the cluster from the character");
   if (JsonAt(head).At("nodes").Element(node).Find("skin"))
     binding.coverage.notes.push_back(
         {Code::Doubtful, "",
-         fmt::format("the node {} shows a skinned mesh, which follows its bones alone: for the "
-                     "head to turn, name its bone",
+         fmt::format("the node {} has a skinned mesh, which follows only its bones: to turn the head, name "
+                     "its bone",
                      Quoted(name))});
   binding.head_node = node;
 }
@@ -191,7 +192,7 @@ HeadBinding BindHead(const AnimationLayout& layout, const Glb& head,
   std::ranges::move(NotesOnFilesBeside(head), std::back_inserter(notes));
   if (const std::size_t own = JsonAt(head).ElementsOf("animations").size(); own > 0)
     notes.push_back({Code::Doubtful, "",
-                     fmt::format("the head has {} of its own: this one comes after",
+                     fmt::format("the head already has {}: this one is added after it",
                                  own == 1 ? "an animation" : Count(own, "animation"))});
 
   const WeightNames weights(layout.WeightNames(binding.weights));

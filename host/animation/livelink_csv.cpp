@@ -15,9 +15,9 @@ namespace {
 constexpr std::string_view kAngles[] = {"HeadYaw",     "HeadPitch",     "HeadRoll",
                                         "LeftEyeYaw",  "LeftEyePitch",  "LeftEyeRoll",
                                         "RightEyeYaw", "RightEyePitch", "RightEyeRoll"};
-constexpr std::size_t kHeadAngles = 3; // the others are the eyes'
+constexpr std::size_t kHeadAngles = 3; // the others are those of the eyes
 
-/// On this format's clock of 60 counts a second, whatever the take's own timecode counts.
+/// On this format's clock of 60 counts per second, whatever the take's own timecode counts.
 void AppendTimeOfDay(fmt::appender row, double seconds) {
   constexpr std::int64_t kSecond = 60'000; // thousandths of a count
   constexpr std::int64_t kDay = 86'400 * kSecond;
@@ -28,7 +28,7 @@ void AppendTimeOfDay(fmt::appender row, double seconds) {
                  counts / 1000, counts % 1000);
 }
 
-/// With ten decimals, as these apps write; a number that they make 0 has no sign.
+/// With ten decimals, as these apps write; a number that is rounded to 0 has no sign.
 void AppendNumber(fmt::appender row, double value) {
   fmt::format_to(row, ",{:.10f}", std::fabs(value) < 0.5e-10 ? 0.0 : value);
 }
@@ -42,7 +42,7 @@ Columns FindColumns(const std::vector<std::string>& shapes) {
     if (const auto match = FindArkitName(shapes[s]))
       (match->half == ArkitMatch::Half::Both ? columns : halves)[match->name].push_back(s);
   for (std::size_t c = 0; c < columns.size(); ++c) {
-    // Of several spellings the name itself, or else the first.
+    // Of several spellings, the name itself, otherwise the first.
     const auto exact = std::find_if(columns[c].begin(), columns[c].end(),
                                     [&](std::size_t s) { return shapes[s] == kArkitNames[c]; });
     if (exact != columns[c].end())
@@ -74,7 +74,7 @@ std::vector<std::string> LiveLinkCsvWriter::Missing() const {
 }
 
 void LiveLinkCsvWriter::Frame(const AnimationFrame& frame) {
-  // A timecode, which may count 29.97 numbers a second, is told in seconds by the numbers that it shows.
+  // A timecode may count 29.97 numbers per second; its seconds are those that its numbers show.
   if (!start_) start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() - frame.time : 0;
   AppendTimeOfDay(Row(), *start_ + frame.time);
   fmt::format_to(Row(), ",{}", columns_.size() + std::size(kAngles));

@@ -7,7 +7,7 @@ namespace mien {
 
 namespace {
 
-/// As RFC 4180 has it.
+/// Quoted as in RFC 4180.
 std::string Field(std::string_view text) {
   if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
   std::string quoted = "\"";

@@ -7,12 +7,13 @@
 
 namespace mien {
 
-/// One row per frame: `frame`, `time` in seconds, `timecode` where the layout has one, and a column per template, named
-/// Part.Template ("Mouth.Open"), or per shape of the character, by its name, which stands in quotes where it has a comma, a
-/// quote or a line break. Numbers are written with the fewest digits that read back to the same doubles.
+/// Writes one row per frame: `frame`, `time` in seconds, `timecode` if the layout has one, and a column per
+/// template, named Part.Template ("Mouth.Open"), or per shape of the character, by its name. A name with a
+/// comma, a quote or a line break is quoted. Numbers are written with the fewest digits that read back to the
+/// same doubles.
 class WeightCsvWriter : public CsvAnimationWriter {
 public:
-  /// `weights`: which of them. Writes the header. `out` must outlive this.
+  /// Writes the header. `weights` selects templates or shapes. `out` must outlive this.
   WeightCsvWriter(const AnimationLayout& layout, WeightKind weights, std::ostream& out);
 
   void Frame(const AnimationFrame& frame) override;
@@ -20,7 +21,7 @@ public:
 private:
   WeightKind weights_;
   std::optional<Timecode> timecode_;
-  std::optional<double> first_time_; // of the first frame, once it came
+  std::optional<double> first_time_; // of the first frame; known from then on
 };
 
 } // namespace mien

@@ -4,12 +4,13 @@
 
 namespace mien {
 
-/// The character of the 52 shapes that phone face capture made common. docs/arkit52.md gives the reason for each weight,
-/// and for each shape that nothing drives.
+/// The character with the 52 shapes that phone face capture made common. docs/arkit52.md has the reason for
+/// each weight, and for each shape that is not driven.
 ///
-/// A brow's two templates are measured by closeness, so that both leave 0 whichever way the brow goes; their difference
-/// tells the way. Each brow shape therefore takes one and gives back the other, and the range cuts off what is left of
-/// the wrong way: "Up" at its pose reads 1.00 - 0.16, hence the 1.2; "Down" at its pose reads 1.55 - 0.51.
+/// A brow's two templates are measured by closeness, so both leave 0 whichever way the brow moves; the sign
+/// of their difference is the direction. Each brow shape therefore adds one and subtracts the other, and the
+/// range cuts off the opposite direction: "Up" at its pose reads 1.00 - 0.16, hence the 1.2; "Down" at its
+/// pose reads 1.55 - 0.51.
 inline constexpr std::string_view kArkit52 = R"({
   "format": "mien character 1",
   "name": "arkit52",
@@ -17,13 +18,17 @@ inline constexpr std::string_view kArkit52 = R"({
   "parts": {
     "face": {
       "shapes": [
-        "eyeBlinkLeft", "eyeLookDownLeft", "eyeLookInLeft", "eyeLookOutLeft", "eyeLookUpLeft", "eyeSquintLeft", "eyeWideLeft",
-        "eyeBlinkRight", "eyeLookDownRight", "eyeLookInRight", "eyeLookOutRight", "eyeLookUpRight", "eyeSquintRight",
-        "eyeWideRight",
+        "eyeBlinkLeft", "eyeLookDownLeft", "eyeLookInLeft", "eyeLookOutLeft", "eyeLookUpLeft",
+        "eyeSquintLeft", "eyeWideLeft",
+        "eyeBlinkRight", "eyeLookDownRight", "eyeLookInRight", "eyeLookOutRight", "eyeLookUpRight",
+        "eyeSquintRight", "eyeWideRight",
         "jawForward", "jawLeft", "jawRight", "jawOpen",
-        "mouthClose", "mouthFunnel", "mouthPucker", "mouthLeft", "mouthRight", "mouthSmileLeft", "mouthSmileRight",
-        "mouthFrownLeft", "mouthFrownRight", "mouthDimpleLeft", "mouthDimpleRight", "mouthStretchLeft", "mouthStretchRight",
-        "mouthRollLower", "mouthRollUpper", "mouthShrugLower", "mouthShrugUpper", "mouthPressLeft", "mouthPressRight",
+        "mouthClose", "mouthFunnel", "mouthPucker", "mouthLeft", "mouthRight", "mouthSmileLeft",
+        "mouthSmileRight",
+        "mouthFrownLeft", "mouthFrownRight", "mouthDimpleLeft", "mouthDimpleRight", "mouthStretchLeft",
+        "mouthStretchRight",
+        "mouthRollLower", "mouthRollUpper", "mouthShrugLower", "mouthShrugUpper", "mouthPressLeft",
+        "mouthPressRight",
         "mouthLowerDownLeft", "mouthLowerDownRight", "mouthUpperUpLeft", "mouthUpperUpRight",
         "browDownLeft", "browDownRight", "browInnerUp", "browOuterUpLeft", "browOuterUpRight",
         "cheekPuff", "cheekSquintLeft", "cheekSquintRight", "noseSneerLeft", "noseSneerRight", "tongueOut"
@@ -38,7 +43,9 @@ inline constexpr std::string_view kArkit52 = R"({
       "CornersUpL": { "mouthSmileLeft": 1 },
       "CornersDownR": { "mouthFrownRight": 1 },
       "CornersDownL": { "mouthFrownLeft": 1 },
-      "Square": { "mouthUpperUpLeft": 1, "mouthUpperUpRight": 1, "mouthLowerDownLeft": 1, "mouthLowerDownRight": 1 }
+      "Square": {
+        "mouthUpperUpLeft": 1, "mouthUpperUpRight": 1, "mouthLowerDownLeft": 1, "mouthLowerDownRight": 1
+      }
     },
     "LeftBrow": {
       "Up": { "browOuterUpLeft": 1.2, "browInnerUp": 0.6, "browDownLeft": -1 },

@@ -14,7 +14,7 @@ bool IsLower(char c) { return c >= 'a' && c <= 'z'; }
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool IsLetter(char c) { return IsLower(c) || IsUpper(c); }
 
-/// A name's letters in lower case, without what stands between them.
+/// A name's letters in lower case, without the characters between them.
 struct Folded {
   explicit Folded(std::string_view name) {
     for (std::size_t i = 0; i < name.size(); ++i) {
@@ -26,11 +26,12 @@ struct Folded {
   }
 
   std::string letters;
-  std::vector<std::size_t> places; ///< where each letter of the name stands in it
-  std::vector<bool> begins_word;   ///< whether anything but a letter, or nothing, stands before it
+  std::vector<std::size_t> places; ///< the position of each letter in the name
+  std::vector<bool> begins_word;   ///< whether the character before it, if any, is not a letter
 };
 
-/// One of the 52 at the end of a name, and how long what stands before it is. No name of the 52 ends with another one.
+/// One of the 52 at the end of a name, and the length of its prefix. None of the 52 names ends with another
+/// one.
 struct NameAtEnd {
   std::size_t name;
   std::size_t prefix;
@@ -50,7 +51,7 @@ std::optional<NameAtEnd> FindAtEnd(const Folded& folded) {
   return std::nullopt;
 }
 
-/// What a name means by its end, and how long what stands before that is.
+/// The meaning of a name by its end, and the length of its prefix.
 struct MeaningAtEnd {
   ArkitMatch match;
   std::size_t prefix;
@@ -69,7 +70,7 @@ std::optional<MeaningAtEnd> FindMeaningAtEnd(std::string_view name) {
     if (folded.letters.ends_with(side))
       written = std::string_view(side).size();
     else if (folded.letters.ends_with(side[0]) &&
-             last > 0 && // a word by itself, or a capital behind a small letter
+             last > 0 && // a separate word, or a capital after a small letter
              (!IsLetter(name[last - 1]) || (IsLower(name[last - 1]) && IsUpper(name[last]))))
       written = 1;
     if (written == 0) continue;
@@ -87,7 +88,7 @@ std::optional<MeaningAtEnd> FindMeaningAtEnd(std::string_view name) {
 
 std::optional<ArkitMatch> FindArkitName(std::string_view name) {
   const auto found = FindMeaningAtEnd(name);
-  // What follows another one of the 52 is a corrective for both at once, and means neither.
+  // If the prefix is also one of the 52, the target is a corrective for both, and means neither.
   if (!found || FindMeaningAtEnd(name.substr(0, found->prefix))) return std::nullopt;
   return found->match;
 }

@@ -12,7 +12,7 @@
 
 namespace mien {
 
-/// Where a cluster stands in its parent; the character's own unit of length.
+/// The transform of a cluster relative to its parent; in the character's own unit of length.
 struct ClusterTransform {
   VgeTVector translation = {0, 0, 0};
   VgeRMatrix rotation; ///< proper
@@ -22,10 +22,9 @@ struct ClusterTransform {
 /// Weights by the names of shapes.
 using ShapeWeights = std::vector<std::pair<std::string, double>>;
 
-/// What is known of one character: its shapes and clusters, and what each template and each expression of the face does
-/// to them.
+/// A character: its shapes and clusters, and what each template and each expression of the face does to them.
 struct Character {
-  static constexpr std::size_t kMostParts = 15; ///< these four are what the library holds
+  static constexpr std::size_t kMostParts = 15; ///< these four are the library's limits
   static constexpr std::size_t kMostShapesInAPart = 500;
   static constexpr std::size_t kMostExpressions = 99;
   static constexpr std::size_t kLongestName = 255; ///< bytes
@@ -46,13 +45,13 @@ struct Character {
     std::vector<std::string> shapes; ///< each name once in the whole character
     ClusterTransform root;           ///< the clusters' parent, which does not move
     std::vector<Cluster> clusters;   ///< each name once in the part
-    std::vector<Pose> poses;         ///< of other shapes the clusters know nothing
+    std::vector<Pose> poses;         ///< all other shapes do not move clusters
   };
 
   struct Expression {
-    std::string name;             ///< once in the character, whatever the case of its letters
-    VFaceTemplateState templates; ///< what it is made of
-    ShapeWeights shapes;          ///< what it produces; if nothing, its templates are used instead
+    std::string name;             ///< unique in the character, ignoring case
+    VFaceTemplateState templates; ///< the templates that it consists of
+    ShapeWeights shapes;          ///< the weights that it produces; if empty, its templates are used instead
   };
 
   struct Range {
@@ -61,14 +60,14 @@ struct Character {
   };
 
   std::string name;
-  std::string file; ///< where it was read from, for messages
+  std::string file; ///< the file that it was read from, for messages
   std::vector<Part> parts;
 
-  /// By part of the face and template: the shape weights that it produces at weight 1.
+  /// By part of the face and template: the shape weights that the template produces at weight 1.
   std::array<std::vector<ShapeWeights>, 9> templates;
   std::vector<Expression> expressions;
 
-  /// What every shape weight is limited to after the solve; without it, weights are what they come to.
+  /// The limits of every shape weight after the solve; without it, weights are not limited.
   std::optional<Range> range;
 
   /// All shapes, part by part.

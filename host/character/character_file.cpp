@@ -80,7 +80,7 @@ private:
       file_.Mistake(Code::Missing, place, "the character has no parts", "name at least one, with its shapes");
     if (parts.size() > Character::kMostParts)
       file_.Mistake(Code::Limit, place, fmt::format("{} parts", parts.size()),
-                    fmt::format("join some: there may be {} at most", Character::kMostParts));
+                    fmt::format("combine some: a character has at most {}", Character::kMostParts));
     for (const auto& [name, part] : parts.items()) {
       const Pointer here = place / name;
       file_.CheckName(here, name, "part");
@@ -99,19 +99,20 @@ private:
 
   void ReadShapes(const Pointer& place, const Json& shapes, Character::Part& part) {
     part.shapes = file_.ReadNames(place, shapes, "shape");
-    std::size_t i = 0; // where the file has it: what cannot be a name was left out
+    std::size_t i = 0; // the index in the file, which also has the elements that are no names
     for (const std::string& shape : part.shapes) {
       while (shapes[i] != shape) ++i;
       const auto [known, is_new] = part_of_shape_.emplace(shape, part.name);
       if (!is_new)
         file_.Mistake(
             Code::Duplicate, place / i,
-            fmt::format("the shape {} is in the part {} already", Quoted(shape), Quoted(known->second)),
-            "name it once; templates know a shape by its name alone");
+            fmt::format("the part {} already has the shape {}", Quoted(known->second), Quoted(shape)),
+            "name it once; templates find a shape only by its name");
     }
     if (shapes.is_array() && shapes.size() > Character::kMostShapesInAPart)
-      file_.Mistake(Code::Limit, place, fmt::format("{} shapes", shapes.size()),
-                    fmt::format("move some to another part: one holds {}", Character::kMostShapesInAPart));
+      file_.Mistake(
+          Code::Limit, place, fmt::format("{} shapes", shapes.size()),
+          fmt::format("move some to another part: a part has at most {}", Character::kMostShapesInAPart));
   }
 
   void ReadClusters(const Pointer& place, const Json& clusters, Character::Part& part) {
@@ -156,14 +157,13 @@ private:
       const auto turned_over = [](double scale, double rest) { return (scale < 0) != (rest < 0); };
       const VgeSVector &scale = target.scale, &rest = cluster->rest.scale;
       if (turned_over(scale.x, rest.x) || turned_over(scale.y, rest.y) || turned_over(scale.z, rest.z))
-        file_.Mistake(Code::Contradiction, place / name / "scale",
-                      "the sign differs from that of the rest pose",
-                      "scale by a factor above 0: between the two the cluster would vanish");
+        file_.Mistake(Code::Contradiction, place / name / "scale", "the sign differs from the rest pose",
+                      "scale by a factor above 0: between the two poses the cluster would vanish");
       read.clusters[static_cast<std::size_t>(cluster - part.clusters.begin())] = target;
     }
   }
 
-  /// What is left out is that of `rest`.
+  /// Omitted members are those of `rest`.
   ClusterTransform ReadTransform(const Pointer& place, const Json& transform, const ClusterTransform& rest) {
     ClusterTransform read = rest;
     if (!file_.RequireObject(place, transform)) return read;
@@ -247,7 +247,7 @@ private:
     if (!file_.RequireObject(place, expressions)) return;
     if (expressions.size() > Character::kMostExpressions)
       file_.Mistake(Code::Limit, place, fmt::format("{} expressions", expressions.size()),
-                    fmt::format("leave some out: there may be {} at most", Character::kMostExpressions));
+                    fmt::format("leave some out: a character has at most {}", Character::kMostExpressions));
     for (const auto& [name, expression] : expressions.items()) {
       const Pointer here = place / name;
       file_.CheckName(here, name, "expression");
@@ -259,8 +259,8 @@ private:
           other != character_.expressions.end())
         file_.Mistake(
             Code::Duplicate, here,
-            fmt::format("the name is that of {}, but for the case of its letters", Quoted(other->name)),
-            "give each expression its own name");
+            fmt::format("the name differs from {} only in the case of its letters", Quoted(other->name)),
+            "give each expression a different name");
       Character::Expression& read = character_.expressions.emplace_back();
       read.name = name;
       if (!file_.RequireObject(here, expression)) continue;
@@ -325,8 +325,8 @@ JsonValue Written(const Character::Part& part) {
   return JsonObjectOnLines(members);
 }
 
-/// The parts of the face and their templates, as far as `written(part, template)` gives a value. `object` joins the
-/// templates of a part.
+/// The parts of the face and their templates for which `written(part, template)` returns a value. `object`
+/// joins the templates of a part.
 template <class Function>
 std::vector<JsonMember> ByTemplate(JsonValue (*object)(const std::vector<JsonMember>&),
                                    const Function& written) {

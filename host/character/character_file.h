@@ -9,7 +9,7 @@
 
 namespace mien {
 
-/// A character file:
+/// Reads a character file:
 ///
 ///     {
 ///       "format": "mien character 1",
@@ -32,19 +32,19 @@ namespace mien {
 ///       }
 ///     }
 ///
-/// A TRANSFORM is { "translation": [x, y, z], "rotation": [x, y, z] or [x, y, z, w], "scale": [x, y, z] }: degrees about
-/// x, then y, then z, or a quaternion. What is left out is that of the rest pose, and there 0, 0 and 1. Parts and
-/// templates of the face carry the names of the default face. Throws InputError with every mistake, each by its JSON
-/// pointer. `file` is the name for messages.
+/// A TRANSFORM is { "translation": [x, y, z], "rotation": [x, y, z] or [x, y, z, w], "scale": [x, y, z] }. A
+/// rotation is in degrees about x, then y, then z, or a quaternion. Omitted members are those of the rest
+/// pose; in the rest pose they are 0, 0 and 1. Parts and templates of the face have the names of the default
+/// face. Throws InputError with every mistake, each with its JSON pointer. `file` is the name for messages.
 Character ReadCharacter(std::string_view text, const std::string& file);
 
-/// A built-in character by its name or, failing that, the character file of that path.
+/// The built-in character of this name or, if there is none, the character file at this path.
 Character LoadCharacter(const std::string& name_or_path);
 
 /// The names that LoadCharacter knows without a file.
 std::vector<std::string> BuiltInCharacters();
 
-/// Rotations are written as degrees.
+/// Writes a character file, with rotations in degrees.
 void WriteCharacter(const Character& character, std::ostream& out);
 
 } // namespace mien

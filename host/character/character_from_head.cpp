@@ -25,8 +25,8 @@ Half SideOfPart(std::size_t part) {
   return name.starts_with("Left") ? Half::Left : name.starts_with("Right") ? Half::Right : Half::Both;
 }
 
-/// What a morph target takes of the weight that a part's template gives the name that it means. The two sides' templates
-/// add up to a whole name, so a half takes all from its own.
+/// The factor for a morph target on the weight that a part's template gives to the name that it means. The
+/// templates of the two sides add up to a whole name, so a half gets the full sum from its own side.
 double Share(Half target, Half part) {
   if (target == Half::Both || part == Half::Both) return 1;
   return target == part ? 2 : 0;
@@ -35,7 +35,7 @@ double Share(Half target, Half part) {
 /// The morph targets that mean one of the 52, each with its meaning.
 using Meanings = std::vector<std::pair<std::string, ArkitMatch>>;
 
-/// Makes a shape of each target, in parts as large as they can be.
+/// Makes a shape of each target, in parts of the largest possible size.
 Meanings AddShapes(HeadMatch& match, const std::vector<std::string>& targets) {
   constexpr std::size_t kMost = Character::kMostParts * Character::kMostShapesInAPart;
   Meanings meanings;
@@ -50,7 +50,7 @@ Meanings AddShapes(HeadMatch& match, const std::vector<std::string>& targets) {
     if (target.size() > Character::kLongestName) {
       match.notes.push_back(
           {Code::Limit, "",
-           fmt::format("the morph target {} is left out: its name has {} bytes, and {} is the most",
+           fmt::format("the morph target {} is left out: its name has {} bytes, the limit is {}",
                        Quoted(target), target.size(), Character::kLongestName)});
       continue;
     }
@@ -78,7 +78,7 @@ Meanings AddShapes(HeadMatch& match, const std::vector<std::string>& targets) {
   return meanings;
 }
 
-/// Has the templates drive the targets as they drive the shapes of arkit52.
+/// Makes the templates drive the targets as they drive the shapes of arkit52.
 void DriveAsArkit(HeadMatch& match, const Meanings& meanings, const Character& arkit) {
   match.character.range = arkit.range;
   std::set<std::string_view> driven;
@@ -100,7 +100,7 @@ void DriveAsArkit(HeadMatch& match, const Meanings& meanings, const Character& a
     if (driven.contains(shape)) match.missing.emplace_back(shape);
 }
 
-/// On different meshes targets of one meaning are as it should be.
+/// Targets of the same meaning are normal on different meshes.
 void NoteEqualMeanings(HeadMatch& match, const Meanings& meanings) {
   for (std::size_t n = 0; n < kArkitNames.size(); ++n)
     for (const Half half : {Half::Both, Half::Left, Half::Right}) {
@@ -110,7 +110,7 @@ void NoteEqualMeanings(HeadMatch& match, const Meanings& meanings) {
       if (same.size() > 1)
         match.notes.push_back(
             {Code::Duplicate, "",
-             fmt::format("{} mean the same: take all but one out of \"templates\" if they are on one mesh",
+             fmt::format("{} mean the same: if they are on one mesh, remove all but one from \"templates\"",
                          fmt::join(same, ", "))});
     }
 }

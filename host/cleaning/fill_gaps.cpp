@@ -34,7 +34,8 @@ double SquaredDistance(const Point& a, const Point& b) {
   return x * x + y * y + z * z;
 }
 
-/// One marker's way across one gap. Before and after it the marker is seen, unless the take begins or ends there.
+/// Fills one gap of one marker. The frames before and after the gap have the marker, unless the take begins
+/// or ends there.
 class Filler {
 public:
   Filler(const Take& take, std::size_t marker, const FrameSpan& gap)
@@ -44,7 +45,7 @@ public:
 
   using Places = std::vector<std::optional<Point>>; // by frame of the gap
 
-  /// A place for each frame that the method can fill.
+  /// A position for each frame that the method can fill.
   Places Fill(FillMethod method, const std::vector<std::size_t>& markers) const {
     Places places = method == FillMethod::Hold      ? Hold()
                     : method == FillMethod::Linear  ? Linear()
@@ -53,7 +54,7 @@ public:
                                                     : Places();
     for (std::optional<Point>& place : places)
       if (place && !(std::isfinite(place->x) && std::isfinite(place->y) && std::isfinite(place->z)))
-        place.reset(); // a curve through absurd positions
+        place.reset(); // a curve through absurdly large positions
     return places;
   }
 
@@ -77,7 +78,7 @@ private:
     const double seconds = take_.times[gap_.end] - take_.times[gap_.first - 1];
     const Point leaving = Velocity(gap_.first - 1, false), arriving = Velocity(gap_.end, true);
     for (std::size_t i = 0; i < places.size(); ++i) {
-      // Hermite's basis on [0, 1].
+      // The Hermite basis on [0, 1].
       const double u = Fraction(i), v = 1 - u;
       const double from = v * v * (1 + 2 * u), to = u * u * (1 + 2 * v);
       const double out = u * v * v * seconds, in = -u * u * v * seconds;
@@ -120,8 +121,8 @@ private:
     return (take_.times[gap_.first + i] - start) / (end - start);
   }
 
-  /// Millimetres a second at a seen frame beside the gap, over a few frames on its far side: a single one would turn
-  /// the noise of two positions into a curve.
+  /// The velocity, in millimetres per second, in the frame next to the gap, measured over a few frames on the
+  /// other side: a single step would turn the noise of two positions into a curve.
   Point Velocity(std::size_t at, bool later) const {
     constexpr std::size_t kFrames = 3;
     std::size_t far = at;
@@ -135,7 +136,7 @@ private:
     const Point* const here = take_.At(at, marker_);
     double seconds = take_.times[far] - take_.times[at];
     Point way = {there->x - here->x, there->y - here->y, there->z - here->z};
-    if (far == at) { // a single sight: as if on the straight way
+    if (far == at) { // a single position: as on the straight line
       seconds = take_.times[gap_.end] - take_.times[gap_.first - 1];
       way = {after_->x - before_->x, after_->y - before_->y, after_->z - before_->z};
     }
@@ -172,10 +173,11 @@ private:
   const Take& take_;
   std::size_t marker_;
   FrameSpan gap_;
-  const Point *before_, *after_; // null at the take's ends
+  const Point *before_, *after_; // null at the ends of the take
 };
 
-/// From the end of the last frame with the marker to the next one with it: frames that the recording dropped count.
+/// From the end of the last frame with the marker to the next frame with it. Includes frames that the
+/// recording dropped.
 double SecondsUnseen(const Take& take, const FrameSpan& gap) {
   const double frame = take.rate.Seconds(1);
   const double start = gap.first > 0 ? take.times[gap.first - 1] + frame : take.times[0];
@@ -242,7 +244,7 @@ std::size_t FilledMarker::FilledFrames() const {
 
 std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers,
                                    const FillPlan& plan) {
-  // First all are looked at and then all are filled: what is filled is no neighbour to build upon.
+  // All fills are computed before any is stored, so that filled positions are not used as neighbours.
   struct Fill {
     std::size_t marker;
     std::size_t first;
@@ -251,22 +253,22 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
   std::vector<Fill> fills;
   std::vector<FilledMarker> report;
   for (const std::size_t m : markers) {
-    FilledMarker& told = report.emplace_back();
-    told.marker = take.markers[m];
+    FilledMarker& entry = report.emplace_back();
+    entry.marker = take.markers[m];
     for (const FrameSpan& gap : GapsOf(take, m)) {
-      ++told.gaps;
-      told.gap_frames += gap.Count();
-      told.longest_gap = std::max(told.longest_gap, gap.Count());
+      ++entry.gaps;
+      entry.gap_frames += gap.Count();
+      entry.longest_gap = std::max(entry.longest_gap, gap.Count());
       const double seconds = SecondsUnseen(take, gap);
       const Filler filler(take, m, gap);
       for (const auto& [method, longest_s] : plan) {
-        // A quarter of a frame of room: times are often rounded, to milliseconds say.
+        // Allow a quarter of a frame: times are often rounded, for instance to milliseconds.
         if (seconds > longest_s + take.rate.Seconds(1) / 4) continue;
         Filler::Places places = filler.Fill(method, markers);
         const auto filled = static_cast<std::size_t>(
             std::count_if(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }));
         if (filled == 0) continue;
-        told.filled_by[static_cast<std::size_t>(method)] += filled;
+        entry.filled_by[static_cast<std::size_t>(method)] += filled;
         fills.push_back({m, gap.first, std::move(places)});
         break;
       }

@@ -11,35 +11,41 @@
 
 namespace mien {
 
-/// What takes the place of a marker that was not seen for a while.
+/// The position of a missing marker.
 enum class FillMethod {
-  None,   ///< nothing
-  Hold,   ///< where it was seen last
-  Linear, ///< the straight way from where it was seen last to where it is seen next
-  Cubic,  ///< the curve that leaves and arrives with the marker's speed before and after
-  Pattern ///< where its neighbours, taken as one rigid body, have carried it
+  None,   ///< none: the gap is not filled
+  Hold,   ///< the marker's last position
+  Linear, ///< on the straight line from its last position to its next
+  Cubic,  ///< on the curve from its last position to its next, with its speeds before and after
+  Pattern ///< where its neighbours, as one rigid body, have carried it
 };
 
+/// The method's name: "none", "hold", "linear", "cubic" or "pattern".
 std::string_view ToText(FillMethod method);
 
-/// A method, and the longest gap that it may fill, in seconds. A longer one it does not fill, not even in part.
+/// A method, and the longest gap that it may fill, in seconds. Longer gaps are not filled, not even in part.
 struct FillStep {
   FillMethod method;
   double longest_s;
 };
 
-/// What is tried for a gap, in this order: the first step that may fill it and can does. Empty: nothing is filled.
+/// The steps that are tried for a gap, in this order. The first one that may and can fill it does. Without
+/// steps, nothing is filled.
 using FillPlan = std::vector<FillStep>;
 
-/// "cubic:0.15,pattern:0.5", "none": methods, and behind a colon the longest gap in seconds. Without it the method's own
-/// longest: it is DefaultLongest. Nothing for anything else.
+/// The plan as text: methods, each with its longest gap in seconds after a colon, "cubic:0.15,pattern:0.5";
+/// or "none".
 std::string ToText(const FillPlan& plan);
+
+/// Reads a plan. A method without a longest gap gets DefaultLongest. Returns nothing if the text is not a
+/// plan.
 std::optional<FillPlan> ParseFillPlan(std::string_view text);
 
-/// The longest gap, in seconds, that a method may fill unless told otherwise.
+/// The longest gap, in seconds, that a method fills by default.
 ///
-/// On a face at 100 Hz that talks, sings and turns by up to 38 degrees, seen stretches of 16 markers were hidden and filled
-/// in the head's frame. The largest error in each, in millimetres, for the middle one and for nine of ten:
+/// Measured on a face at 100 Hz that talks, sings and turns by up to 38 degrees: visible stretches of 16
+/// markers were hidden and filled in the head's frame. The largest error in a stretch, in millimetres, median
+/// and 90th percentile:
 ///
 ///     hidden for   0.05 s      0.1 s       0.15 s      0.2 s       0.5 s        1 s
 ///     Hold         0.4, 2.0    0.6, 3.6    0.8, 4.7    1.0, 5.9    2.3, 10.8    3.9, 15.6
@@ -48,29 +54,33 @@ std::optional<FillPlan> ParseFillPlan(std::string_view text);
 ///     Pattern      0.2, 0.6    0.3, 1.2    0.4, 1.6    0.6, 2.1    1.4,  4.3    2.4,  6.7
 ///     at rest                                                      4.3, 14.3
 ///
-/// Up to the default, nine of ten stay below two millimetres; with Pattern, which is still three times nearer than a
-/// marker at rest, below five. It is better than rest for longer still, but only as long as the neighbours are near: where a
-/// whole part is hidden it holds what was seen last. Head markers rebuilt by it are within 1.8 mm at half a second and 3.3 at
-/// two.
+/// Up to the default, the 90th percentile is below two millimetres; with Pattern it is below five, a third of
+/// the error of a marker at rest. Pattern is better than rest for longer gaps as well, but only while the
+/// neighbours are near: if a whole part is hidden, it freezes the last pose. For head markers its 90th
+/// percentile is 1.8 mm at half a second and 3.3 mm at two seconds.
 double DefaultLongest(FillMethod method);
 
+/// What FillGaps did to one marker.
 struct FilledMarker {
-  std::string marker;
+  std::string marker;                     ///< its name
   std::size_t gaps = 0;                   ///< see GapsOf
-  std::size_t gap_frames = 0;             ///< in all of them
+  std::size_t gap_frames = 0;             ///< in all gaps
   std::size_t longest_gap = 0;            ///< frames
   std::array<std::size_t, 5> filled_by{}; ///< of gap_frames, those that each FillMethod filled
 
+  /// Of gap_frames, those that are filled.
   std::size_t FilledFrames() const;
 };
 
-/// Fills the gaps of these markers (indices) in a take; the filled positions' origin is Filled. Linear and Cubic need
-/// the marker on both sides of a gap, Hold before it. Pattern needs it on one side where the take begins or ends there, else on
-/// both, and neighbours that are seen there and in the gap: up to five of `markers`, those that are seen in most of the gap and
-/// then the nearest. Frames of the gap in which fewer than three of them are seen stay empty. Answers what was done,
-/// for each of `markers`.
+/// Fills the gaps of these markers (indices) in a take; the origin of the new positions is Filled.
 ///
-/// Times count, not frame numbers: the speed is right where a recording dropped frames.
+/// Linear and Cubic need a position of the marker before and after the gap, Hold before it. Pattern needs
+/// both, or one if the take begins or ends with the gap, and neighbours with positions there and in the gap:
+/// up to five of `markers`, first those visible in most of the gap, then the nearest. Frames of the gap with
+/// fewer than three of them stay empty.
+///
+/// Uses times, not frame numbers, so that speeds are correct if the recording dropped frames. Returns what
+/// was done for each of `markers`.
 std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers, const FillPlan& plan);
 
 } // namespace mien

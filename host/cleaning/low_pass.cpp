@@ -10,23 +10,24 @@
 namespace mien {
 
 LowPass::LowPass(double cutoff_hz, const FrameRate& rate) {
-  // Both runs together let 1 / (1 + (t / w)^4) of a wave of frequency f through, t the tangent of 180 degrees * f / rate:
-  // at the cutoff 1 / sqrt(2).
+  // Both runs together pass 1 / (1 + (t / w)^4) of a wave of frequency f, where t is the tangent of 180
+  // degrees * f / rate; at the cutoff this is 1 / sqrt(2).
   const auto [sine, cosine] = SineAndCosineOfDegrees(180 * cutoff_hz / rate.Hz());
   const double w = sine / cosine / std::sqrt(std::sqrt(std::numbers::sqrt2 - 1));
   const double scale = 1 / (1 + std::numbers::sqrt2 * w + w * w);
   b_ = w * w * scale;
   a1_ = 2 * (1 - w * w) * scale;
   a2_ = -(1 - std::numbers::sqrt2 * w + w * w) * scale;
-  // Its poles keep a memory that fades by e every 1 / (sqrt(2) w) frames where it is slow, w / sqrt(2) where it is all but
-  // open; after 15 of these less than a part in a million of a start is left.
-  constexpr double kMost = 1e6; // frames; a filter that is slower than any take has no more to settle in
+  // The response to the start decays by a factor of e every 1 / (sqrt(2) w) frames for a low cutoff, and
+  // every w / sqrt(2) frames for a cutoff near half the rate. After 15 of these, less than a millionth of it
+  // is left.
+  constexpr double kMost = 1e6; // frames; no take is longer than a slower filter would need
   settling_ = static_cast<std::size_t>(
       std::min(std::ceil(15 * std::max(w, 1 / w) / std::numbers::sqrt2) + 15, kMost));
 }
 
 void LowPass::Run() {
-  double x1 = extended_[0], x2 = x1, y1 = x1, y2 = x1; // as if it had stood there for ever
+  double x1 = extended_[0], x2 = x1, y1 = x1, y2 = x1; // as if the value had always been the first one
   for (double& value : extended_) {
     const double x = value;
     const double y = b_ * (x + 2 * x1 + x2) + a1_ * y1 + a2_ * y2;
@@ -37,7 +38,7 @@ void LowPass::Run() {
 
 void LowPass::Filter(std::span<double> values) {
   if (values.size() < 2) return;
-  // Turned about its end point, a run goes on as it was; turned about both, it repeats itself, twice as far on.
+  // The values are rotated about an end point; rotating about both ends repeats them with an offset.
   const auto last = static_cast<std::ptrdiff_t>(values.size() - 1),
              extra = static_cast<std::ptrdiff_t>(settling_);
   const auto value_at = [&](std::ptrdiff_t i) {
@@ -59,7 +60,7 @@ void LowPass::Filter(std::span<double> values) {
 
 namespace {
 
-/// Where the marker is seen, without a gap or a dropped frame in between.
+/// The stretches with the marker, without a gap or a dropped frame in between.
 std::vector<FrameSpan> SeenSpans(const Take& take, std::size_t marker,
                                  const std::vector<FrameSpan>& unbroken) {
   std::vector<FrameSpan> seen;

@@ -9,14 +9,15 @@
 
 namespace mien {
 
-/// A low-pass filter that shifts nothing in time: a Butterworth of second order, run forwards and then backwards.
+/// A low-pass filter without delay: a second-order Butterworth, run forwards and then backwards.
 ///
-/// At the cutoff frequency it lets 0.707 of a wave through (both runs together), far above it a fourth-order filter's
-/// share. A constant and a straight line come through as they are. The values go on beyond their ends, turned about
-/// the end point again and again, for as long as the filter takes to settle.
+/// Both runs together pass 0.707 of the amplitude at the cutoff frequency, and fall like a fourth-order
+/// filter far above it. A constant and a straight line are unchanged. The values are continued beyond their
+/// ends, by repeated rotation about the end point, for as long as the filter takes to settle.
 ///
-/// The coefficients are those of the bilinear transform of 1 / (1 + sqrt(2) s + s^2), at a cutoff that is raised by
-/// (sqrt(2) - 1)^(-1/4), for the two runs: D. Winter, "Biomechanics and Motor Control of Human Movement".
+/// The coefficients are those of the bilinear transform of 1 / (1 + sqrt(2) s + s^2). The cutoff is raised by
+/// a factor of (sqrt(2) - 1)^(-1/4) to compensate for the two runs; see D. Winter, "Biomechanics and Motor
+/// Control of Human Movement".
 class LowPass {
 public:
   /// `cutoff_hz` must be above 0 and below half the rate.
@@ -33,7 +34,8 @@ private:
   std::vector<double> extended_;
 };
 
-/// Filters these markers' ways (indices), each stretch without a gap or a missing frame number by itself.
+/// Filters the positions of these markers (indices). Each stretch without a gap or a missing frame number is
+/// filtered separately.
 void SmoothPositions(Take& take, const std::vector<std::size_t>& markers, double cutoff_hz);
 
 } // namespace mien

@@ -8,18 +8,20 @@
 
 namespace mien {
 
-/// Where the face's markers are taken to be in the frames that nobody saw them in: at rest, on the neutral face.
+/// The assumed positions of the face's markers in frames in which they are missing: at rest, on the neutral
+/// face.
 ///
-/// A marker that goes missing comes to rest over the fade's time, and leaves its rest in the same time before it is
-/// seen again: each place on the straight way from where it was seen last to where it is seen next is drawn towards the
-/// place at rest, by a share that rises smoothly from 0 at the gap's ends to 1 when the fade is over. In a gap shorter than two
-/// fades it does not come to full rest. What was seen is never changed.
+/// A missing marker comes to rest within the fade time, and leaves rest in the same time before it is visible
+/// again. Its position is interpolated from the last to the next visible position, and blended with the
+/// position at rest. The weight of the rest rises smoothly from 0 at the gap's ends to 1 after the fade time,
+/// so in a gap shorter than two fades it stays below 1. Visible positions are never changed.
 class RestInGaps {
 public:
-  /// `rest`: the markers' places on the neutral face, in the frame of the take (size: markers). All must outlive this.
+  /// `rest`: the markers' positions on the neutral face, in the frame of the take (size: markers). All
+  /// arguments must outlive this object. `fade_s` is in seconds.
   RestInGaps(const Take& take, const std::vector<Point>& rest, double fade_s);
 
-  /// The marker's place in any frame: as seen, or as said above.
+  /// The marker's position in any frame: the visible one, or the assumed one.
   Point At(std::size_t frame, std::size_t marker) const;
 
 private:

@@ -2,8 +2,8 @@
 
 namespace mien {
 
-// The library matches head markers by their rank among those present, so each set of seen markers has its own
-// set-up.
+// The library matches head markers by their rank among those present, so each set of visible markers has its
+// own set-up.
 RigidMotion::Subset& RigidMotion::SubsetOf(unsigned seen) {
   std::unique_ptr<Subset>& subset = subsets_[seen];
   if (!subset) {

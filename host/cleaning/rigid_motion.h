@@ -11,20 +11,20 @@
 
 namespace mien {
 
-/// Finds where a rigid body has gone, above all the head, from up to five markers on it.
+/// Finds the motion of a rigid body, in particular the head, from up to five markers on it.
 ///
-/// A frame in which some of them are hidden is solved with those that are left, as long as they hold a
-/// triangle whose smallest angle is above 10 degrees.
+/// A frame in which some of them are hidden is solved with the others, if they form a triangle whose smallest
+/// angle is above 10 degrees.
 class RigidMotion {
 public:
   static constexpr std::size_t kSlots = 5;
-  using Markers =
-      std::array<std::optional<Point>, kSlots>; ///< nothing for a hidden marker, and beyond the last
+  /// Nothing for a hidden marker, and in slots beyond the last marker.
+  using Markers = std::array<std::optional<Point>, kSlots>;
 
-  /// `reference`: the markers' places when the body has not moved.
+  /// `reference`: the markers' positions before any motion.
   explicit RigidMotion(const Markers& reference) : reference_(reference) {}
 
-  /// The rigid transform that carries the reference onto `markers`; nothing where too few of them are seen.
+  /// The rigid transform that carries the reference onto `markers`; nothing if too few of them are visible.
   std::optional<VgeAMatrix> Solve(const Markers& markers);
 
 private:
@@ -35,7 +35,7 @@ private:
   Subset& SubsetOf(unsigned seen);
 
   Markers reference_;
-  std::map<unsigned, std::unique_ptr<Subset>> subsets_; ///< by the seen slots' bits
+  std::map<unsigned, std::unique_ptr<Subset>> subsets_; // by the bits of the visible slots
 };
 
 } // namespace mien

@@ -14,7 +14,8 @@ namespace {
 
 using Markers = RigidMotion::Markers;
 
-/// How far each of `markers` is from where `motion` has its place on the reference; negative where it is not known.
+/// The distance of each of `markers` from its position on the reference, moved by `motion`; negative if
+/// unknown.
 std::array<double, RigidMotion::kSlots> DistancesFrom(const VgeAMatrix& motion, const Markers& reference,
                                                       const Markers& markers) {
   std::array<double, RigidMotion::kSlots> distances;
@@ -35,16 +36,16 @@ Markers Only(const Markers& markers, unsigned slots) {
   return only;
 }
 
-/// Whether the turn from one motion to the other is more than a right angle: the sum of the axes' cosines is 1 + 2 cos.
+/// Whether the rotation between two motions exceeds a right angle: the sum of the axes' cosines is 1 + 2 cos.
 bool TurnsRound(const VgeAMatrix& before, const VgeAMatrix& after) {
   double cosines = 0;
   for (int axis = 0; axis < 3; ++axis) cosines += Dot(Column(before, axis), Column(after, axis));
   return cosines < 1;
 }
 
-/// The motion of the largest set of three or more that holds together, and of equal ones the tightest. But where two
-/// markers are swapped that are as far from a third, these three fit as well, with the head turned round: such a set
-/// comes after all others.
+/// The motion of the largest set of three or more markers that fits together; of sets of equal size, the one
+/// that fits best. If two markers are swapped that have the same distance from a third, these three fit as
+/// well, with the head turned around: such a set is used only if there are no others.
 std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference, const Markers& seen,
                                      double tolerance_mm, const std::optional<VgeAMatrix>& before) {
   unsigned all = 0;
@@ -79,7 +80,7 @@ SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& marker
     Markers seen;
     for (std::size_t slot = 0; slot < markers.size(); ++slot)
       if (const Point* p = take.At(frame, markers[slot]); p && reference[slot]) seen[slot] = *p;
-    if (!body.Solve(seen)) continue; // too few for a head at all
+    if (!body.Solve(seen)) continue; // too few markers to find the head
     const std::optional<VgeAMatrix> motion = BestMotion(body, reference, seen, tolerance_mm, before);
     if (!motion) {
       ++report.doubtful_frames;
@@ -88,12 +89,12 @@ SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& marker
     before = motion;
     const auto distances = DistancesFrom(*motion, reference, seen);
     for (std::size_t slot = 0; slot < markers.size(); ++slot) {
-      // Some outside the set may fit it all the same: too little to upset it, and good enough to stay.
+      // Markers outside the set may also be within the tolerance: they stay.
       if (!seen[slot] || distances[slot] <= tolerance_mm) continue;
       take.Clear(frame, markers[slot]);
-      SlippedMarker& told = slipped[slot];
-      if (told.frames++ == 0) told.first_frame = take.frames[frame];
-      told.furthest_mm = std::max(told.furthest_mm, distances[slot]);
+      SlippedMarker& marker = slipped[slot];
+      if (marker.frames++ == 0) marker.first_frame = take.frames[frame];
+      marker.furthest_mm = std::max(marker.furthest_mm, distances[slot]);
     }
   }
   for (std::size_t slot = 0; slot < markers.size(); ++slot)

@@ -9,27 +9,30 @@
 
 namespace mien {
 
+/// A head marker that slipped in some frames.
 struct SlippedMarker {
-  std::string marker;
-  std::size_t frames = 0;       ///< in which it was taken out
-  std::int64_t first_frame = 0; ///< number of the first of them
-  double furthest_mm = 0;       ///< that it was ever away from its place
+  std::string marker;           ///< its name
+  std::size_t frames = 0;       ///< in which it was removed
+  std::int64_t first_frame = 0; ///< the number of the first of them
+  double furthest_mm = 0;       ///< its largest distance from its expected position
 };
 
+/// The result of TakeOutSlipped.
 struct SlippedMarkers {
   std::vector<SlippedMarker> markers; ///< those that slipped, in the order given
 
-  /// Frames in which the markers do not fit together, and no three of them tell which is wrong.
+  /// Frames in which the markers contradict each other, but no three of them agree.
   std::size_t doubtful_frames = 0;
 };
 
-/// Takes head markers out of the frames in which they are not where the head has carried them: slipped, swapped,
-/// mislabelled. They become gaps.
+/// Removes head markers from the frames in which they are not where the head has carried them, because they
+/// are slipped, swapped or mislabelled. They become gaps.
 ///
-/// `markers` (indices in the take, at most RigidMotion::kSlots) have their places on the head in `reference`. In each frame
-/// the largest set of at least three markers is kept of which none is more than `tolerance_mm` away from where the set's
-/// own rigid motion has it; of several such sets the one that fits best, but one that turns the head by more than a right
-/// angle from the frame before only after all others. Where no set fits, all stay: nobody could say which are right.
+/// `reference` has the positions of `markers` (indices in the take, at most RigidMotion::kSlots) on the head.
+/// In each frame, the largest set of at least three markers is kept in which each is at most `tolerance_mm`
+/// from the position that the set's own rigid motion predicts. Of several such sets, the one that fits best
+/// is kept; sets that turn the head by more than a right angle since the previous frame are used only if
+/// there are no others. If no set fits, all markers stay, because it is unknown which are correct.
 SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& markers,
                               const RigidMotion::Markers& reference, double tolerance_mm);
 

@@ -6,16 +6,17 @@ namespace mien {
 
 /// The performer for 68-point landmark takes: markers "lm0" to "lm67".
 ///
-/// Head: the bridge of the nose, the inner corners of the eyes and the wings of the nose: a wide, solid kite, tall enough
-/// to tell a nod from a raised brow, and without a thin triangle however the head turns. On recorded takes the lids'
-/// weights follow the lids best with it. (The outer eye corners lie almost on a line with the inner ones: a set of these
-/// loses and regains triangles as the head turns, and the whole face jumps. The jaw's contour slides. The middle of the
-/// nose's base in place of its wings follows the lids less.) Its price: the wings move in a sneer, which tips the head a
-/// little: the nostrils read two thirds of what they do, and the brows some "Down".
+/// Head: the bridge of the nose, the inner corners of the eyes and the wings of the nose. They form a wide,
+/// rigid kite, tall enough to distinguish a nod from a raised brow, and without a thin triangle however the
+/// head turns. On recorded takes, the weights of the lids follow the lids best with this set. (The outer eye
+/// corners are almost on a line with the inner ones: a set of these loses and regains triangles as the head
+/// turns, and the whole face jumps. The contour of the jaw slides. With the middle of the nose's base instead
+/// of its wings, the weights follow the lids less.) The disadvantage: the wings move in a sneer, which tilts
+/// the head slightly: the nostrils read two thirds of their motion, and the brows read some "Down".
 ///
-/// Lips: the inner contour, which is what opens; the outer one thickens and thins as well. Without the chin:
-/// on the contour's lowest point it is noisier than the lips. The tails of the brows, which trackers place
-/// worst, are left out. Cheeks have no landmarks: these parts stay at rest.
+/// Lips: the inner contour, because it shows the opening; the outer one also thickens and thins. The chin is
+/// left out: the lowest point of the contour is noisier than the lips. The tails of the brows are left out:
+/// trackers place them worst. Cheeks have no landmarks: these parts stay at rest.
 inline constexpr std::string_view kLandmarks68 = R"({
   "format": "mien performer 1",
   "name": "landmarks68",

@@ -20,7 +20,7 @@ std::string Fix(const std::string& name, const Take& take, const NameSearch& sea
 } // namespace
 
 void CheckMarkers(const Performer& performer, const Take& take, const NameSearch& search) {
-  // A performer for another marker set lacks nearly all: the first few tell that as well.
+  // With a performer for another marker set nearly all are missing: the first few show that.
   constexpr std::size_t kMostShown = 5;
   std::vector<Problem> mistakes;
   std::size_t more = 0;
@@ -46,7 +46,7 @@ void CheckMarkers(const Performer& performer, const Take& take, const NameSearch
   if (more > 0)
     mistakes.push_back({Code::Missing, performer.file, "",
                         fmt::format("{} more of its markers are missing", more),
-                        "is this performer meant for this take?"});
+                        "use the performer file for this take's marker set"});
   if (!mistakes.empty()) throw InputError(std::move(mistakes));
 }
 

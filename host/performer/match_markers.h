@@ -12,13 +12,13 @@
 
 namespace mien {
 
-/// Finds the name that one was meant to be: NearestName.
+/// Finds the name that was probably meant, as NearestName does.
 using NameSearch =
     std::function<std::optional<std::string>(std::string_view name, const std::vector<std::string>& names)>;
 
-/// Throws InputError for every marker that the performer names and the take lacks: the first five, each by its place in
-/// the performer file and with the take's name that comes near, and how many more there are. `search`, which compares
-/// with every name of the take, is called for these five alone.
+/// Throws InputError if the take lacks markers that the performer names. It lists the first five, each with
+/// its place in the performer file and the most similar name in the take, and how many more there are.
+/// `search`, which compares with every name of the take, is called only for these five.
 void CheckMarkers(const Performer& performer, const Take& take, const NameSearch& search = NearestName);
 
 } // namespace mien

@@ -33,7 +33,7 @@ double Mean(const std::vector<double>& values) {
   return sum / static_cast<double>(values.size());
 }
 
-/// The value below which the given fraction of the sorted `values` lies, interpolated between neighbours.
+/// The value below which the given fraction of the sorted values is, interpolated between neighbours.
 double Percentile(const std::vector<double>& sorted, double fraction) {
   const double at = fraction * static_cast<double>(sorted.size() - 1);
   const auto below = static_cast<std::size_t>(at);
@@ -61,15 +61,15 @@ public:
     return std::none_of(heads_.begin(), heads_.end(), [](const auto& h) { return h; });
   }
 
-  /// A marker's place in the head's frame; nothing for a gap and in a frame in which the head was not found.
+  /// A marker's position in the head's frame; nothing for a gap, and in frames in which the head was not
+  /// found.
   std::optional<VgeTVector> At(std::size_t f, std::size_t marker_index) const {
     const Point* p = take_.At(frames_.first + f, marker_index);
     if (!p || !heads_[f]) return std::nullopt;
     return TransformPoint(*heads_[f], {p->x, p->y, p->z});
   }
 
-  /// Each marker's place over the frames for which `use` is true, per axis as `middle_of` tells from all its
-  /// values.
+  /// Each marker's position over the frames for which `use` is true: per axis, `middle_of` of all values.
   template <class Use, class MiddleOf>
   NeutralPose Pose(Use use, MiddleOf middle_of) const {
     NeutralPose pose;
@@ -105,8 +105,8 @@ private:
     }
   }
 
-  // A single frame's noise would be in every head frame; two rounds through the median take it out. More do
-  // not converge: they drift, by a tenth of a millimetre each.
+  // The noise of a single reference frame would be in every head frame; two rounds with the median remove it.
+  // More rounds do not converge: each drifts by a tenth of a millimetre.
   void RemoveHeadMotion() {
     const auto seen = [](const RigidMotion::Markers& markers) {
       return std::count_if(markers.begin(), markers.end(),
@@ -130,10 +130,10 @@ private:
   std::vector<std::size_t> indices_; // of names_
   std::vector<std::size_t> head_;
   FrameSpan frames_;
-  std::vector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
+  std::vector<std::optional<VgeAMatrix>> heads_; // from the take to the head's frame (size: frames)
 };
 
-/// Whether each frame's opening lies between two percentiles of all.
+/// Whether each frame's opening is between two percentiles of all.
 class Usual {
 public:
   explicit Usual(std::vector<std::optional<double>> openings) : openings_(std::move(openings)) {
@@ -142,7 +142,7 @@ public:
     std::sort(sorted_.begin(), sorted_.end());
   }
 
-  /// True where the opening is never measured: what nobody sees cannot be unusual.
+  /// Always true if the opening is measured in no frame.
   bool Between(double low, double high, std::size_t f) const {
     if (sorted_.empty()) return true;
     return openings_[f] && *openings_[f] >= Percentile(sorted_, low) &&
@@ -168,7 +168,7 @@ public:
       if (heights.empty()) return std::nullopt;
       return Mean(heights);
     };
-    // Without markers on the lower lid, the height of the upper one has to do.
+    // Without markers on the lower lid, the height of the upper one is used.
     const auto opening = [&](std::size_t f, const auto& upper, const auto& lower) -> std::optional<double> {
       const auto top = height(f, upper),
                  bottom = lower.empty() ? std::optional<double>(0.0) : height(f, lower);
@@ -205,7 +205,7 @@ private:
 
 const auto kAllFrames = [](std::size_t) { return true; };
 
-/// `file` and `place` are where the range was asked for.
+/// `file` and `place` state where the range was given.
 Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange& range,
                   const std::string& file, std::string_view place) {
   const FrameSpan frames = FramesIn(range, take.frames);
@@ -222,7 +222,7 @@ Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange
   if (markers.HeadIsNeverFound() && markers.AnyIsSeen())
     throw InputError(
         Code::Unsolvable, file, place,
-        fmt::format("too few head markers are seen in frames {} to {} to remove the head's motion",
+        fmt::format("too few head markers are visible in frames {} to {} to remove the head's motion",
                     range.first, range.last),
         "name other frames, or a single one");
   neutral.pose = markers.Pose(kAllFrames, Mean);
@@ -238,23 +238,23 @@ Neutral Found(const Take& take, const Performer& performer) {
   if (neutral.pose.empty()) return neutral;
 
   const RestFrames at_rest(markers, take, performer, Column(NeutralHead(performer, neutral.pose), 1));
-  constexpr std::ptrdiff_t kFewest = 5; // a median of fewer is a frame or two, with their noise
+  constexpr std::ptrdiff_t kFewest = 5; // a median of fewer would have the noise of one or two frames
   if (at_rest.Count() < kFewest) {
     neutral.notes.push_back(
         {Code::Assumed, "",
-         fmt::format("frames with the eyes open and the lips together: only {}, so all were taken; "
+         fmt::format("frames with the eyes open and the lips together: only {}, so all frames were used; "
                      "name better ones with --neutral",
                      at_rest.Count())});
     return neutral;
   }
   NeutralPose rest = markers.Pose(at_rest, Median);
-  rest.merge(neutral.pose); // a marker that is hidden in all rest frames keeps its place from the others
+  rest.merge(neutral.pose); // a marker that is hidden in all rest frames keeps its position from the others
   neutral.pose = std::move(rest);
   neutral.how = fmt::format("the median of {} rest frames", at_rest.Count());
   return neutral;
 }
 
-/// A take in another unit than it says is solved all the same, but tolerances and residuals are in millimetres.
+/// A take whose unit is not the declared one can be solved, but tolerances and residuals are in millimetres.
 void NoteStrangeSize(Neutral& neutral) {
   Point low = neutral.pose.begin()->second, high = low;
   for (const auto& [name, p] : neutral.pose) {
@@ -262,11 +262,11 @@ void NoteStrangeSize(Neutral& neutral) {
     high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
   }
   const double across = std::max({high.x - low.x, high.y - low.y, high.z - low.z});
-  constexpr double kSmallest = 20, kLargest = 2000; // mm; faces with their head markers are 100 to 400
+  constexpr double kSmallest = 20, kLargest = 2000; // mm; faces with head markers measure 100 to 400
   if (across > 0 && (across < kSmallest || across > kLargest))
     neutral.notes.push_back({Code::Doubtful, "",
-                             fmt::format("the neutral face is {:.3g} mm across: is the take in another unit? "
-                                         "Head markers that slip are not found then",
+                             fmt::format("the neutral face is {:.3g} mm across: the take is probably in "
+                                         "another unit, and slipped head markers are then not found",
                                          across)});
 }
 
@@ -283,8 +283,8 @@ Neutral FindNeutral(const Take& take, const Performer& performer, const std::opt
     if (std::none_of(names.begin(), names.end(),
                      [&](const std::string& name) { return pose->contains(name); }))
       throw InputError(Code::Unmatched, performer.file, "/neutral/positions",
-                       "none of the performer's markers is in it",
-                       "write the pose anew with `mien performer`");
+                       "it has none of the performer's markers",
+                       "write the pose again with `mien performer`");
     neutral = {.pose = *pose, .how = "the performer file's", .notes = {}};
   } else {
     neutral = Found(take, performer);
@@ -292,7 +292,7 @@ Neutral FindNeutral(const Take& take, const Performer& performer, const std::opt
 
   if (neutral.pose.empty())
     throw InputError(Code::Unsolvable, take.file, "",
-                     "no marker of the performer is seen in the neutral pose",
+                     "no marker of the performer is visible in the neutral pose",
                      "name other frames with --neutral, or check the take with `mien info`");
   NoteStrangeSize(neutral);
   return neutral;

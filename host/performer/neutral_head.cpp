@@ -35,7 +35,8 @@ private:
   double count_ = 0;
 };
 
-/// Upright axes: x along `left`, y along `rise` as far as that is square to x. Nothing where the two lie on a line.
+/// Upright axes: x along `left`, y along the part of `rise` that is perpendicular to x. Nothing if the two
+/// are parallel.
 std::optional<VgeAMatrix> UprightAxes(const VgeTVector& left, const VgeTVector& rise) {
   const VgeTVector x = Unit(left);
   const double sideways = Dot(rise, x);
@@ -59,12 +60,12 @@ VgeAMatrix NeutralHead(const Performer& performer, const NeutralPose& neutral) {
   const auto middle_of_part = [&](int part) {
     MiddleOf middle;
     for (int h = 0; h < 5; ++h)
-      if (part != kMouth || h != kChinHolder) // which moves with the jaw
+      if (part != kMouth || h != kChinHolder) // the chin moves with the jaw
         middle.Add(holder(part, h), neutral);
     return middle.Get();
   };
 
-  // A pair counts with one vote, however many markers it has, and only if both sides are there.
+  // Each pair counts once, however many markers it has, and only if both sides have some.
   MiddleOf left_to_right;
   const auto add_pair = [&](const std::optional<VgeTVector>& left, const std::optional<VgeTVector>& right) {
     if (left && right) left_to_right.Add(Difference(*left, *right));
@@ -92,12 +93,12 @@ VgeAMatrix NeutralHead(const Performer& performer, const NeutralPose& neutral) {
 
   if (!left_to_right.Get() || !upper || !lower)
     throw InputError(
-        Code::Unsolvable, performer.file, "/parts", "the neutral pose does not tell which way the face looks",
-        "give it markers on a left and a right part or both corners of the mouth, on brows or eyes, and on "
-        "the mouth, nostrils or cheeks");
+        Code::Unsolvable, performer.file, "/parts", "the neutral pose does not show which way the face looks",
+        "add markers on a left and a right part or both corners of the mouth, on brows or eyes, and on the "
+        "mouth, nostrils or cheeks");
   std::optional<VgeAMatrix> axes = UprightAxes(*left_to_right.Get(), Difference(*upper, *lower));
   if (!axes)
-    throw InputError(Code::Unsolvable, performer.file, "/parts", "the neutral pose's markers lie on one line",
+    throw InputError(Code::Unsolvable, performer.file, "/parts", "the neutral pose's markers are on one line",
                      "check which markers are named left, right, brow and mouth");
 
   MiddleOf origin;

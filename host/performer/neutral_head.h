@@ -5,13 +5,12 @@
 
 namespace mien {
 
-/// The rigid transform from a face that looks along +z, x to its own left, y up, to where the neutral pose
-/// has it.
+/// The rigid transform from a face that looks along +z, with x to its own left and y up, to the neutral pose.
 ///
-/// x runs from the markers of the right parts to those of the left ones; y from the mouth (or else the
-/// nostrils, or the cheeks) to the brows (or else the eyes), square to x; the origin is the middle of the
-/// head markers, or else of all. Throws InputError where the performer has not the markers for that, or they
-/// lie on a line.
+/// x points from the markers of the right parts to those of the left parts; y from the mouth (if it has no
+/// markers, from the nostrils or the cheeks) to the brows (if they have none, the eyes), perpendicular to x.
+/// The origin is the mean of the head markers or, without any, of all. Throws InputError if the performer
+/// lacks markers for this, or if they are on a line.
 VgeAMatrix NeutralHead(const Performer& performer, const NeutralPose& neutral);
 
 } // namespace mien

@@ -12,30 +12,29 @@
 
 namespace mien {
 
-/// Where each marker stands on the neutral face, in millimetres and in the axes of the take it comes from.
+/// The position of each marker on the neutral face, in millimetres and in the axes of the take that it comes
+/// from.
 using NeutralPose = std::map<std::string, Point>;
 
-/// What is known of one performer: which markers drive which holders of the face, which tell the head's
-/// motion, and the neutral face.
+/// A performer: the markers that drive each holder of the face, the head markers, and the neutral face.
 struct Performer {
-  static constexpr std::size_t kMostMarkers = 225; ///< what a marker set of the library holds
+  static constexpr std::size_t kMostMarkers = 225; ///< the capacity of a marker set of the library
   static constexpr std::size_t kMostHeadMarkers = 5;
 
   std::string name;
-  std::string file; ///< where it was read from, for messages
+  std::string file; ///< the file that it was read from, for messages
 
-  /// Markers that move with the skull alone; at most 5. With fewer than 3 the head's motion cannot be
-  /// removed.
+  /// Markers that move only with the skull; at most 5. With fewer than 3 the head's motion cannot be removed.
   std::vector<std::string> head;
 
   /// Marker names by part and holder, in the order of the default face. A holder may be empty, and a part
   /// without any marker stays at rest. A marker may drive several parts, but within one part only one holder.
   std::array<std::array<std::vector<std::string>, 5>, 9> holders;
 
-  /// Nothing: found in each take. Frames: the average of those. A pose: this one.
+  /// Nothing: it is found in each take. Frames: their average. A pose: that pose.
   std::variant<std::monostate, FrameRange, NeutralPose> neutral;
 
-  /// All markers that drive holders, each once, in the order in which they are named first.
+  /// All markers that drive holders, each once, in the order of their first use.
   std::vector<std::string> FaceMarkers() const;
 
   /// The head's and the face's markers, each once.

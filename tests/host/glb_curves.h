@@ -1,6 +1,6 @@
 #pragma once
 
-// What a GLB holds, read back number by number as glTF lays it out.
+// Reads the numbers of a GLB back as glTF defines them.
 
 #include "host/gltf/glb.h"
 #include "mien/base/geometry.h"
@@ -23,7 +23,7 @@ using Json = nlohmann::ordered_json;
 
 inline std::size_t Number(const Json& json) { return json.get<std::size_t>(); }
 
-/// The numbers of an accessor of floats, whose view stands where and as it has to.
+/// The numbers of an accessor of floats. Checks the position and layout of its view.
 inline std::vector<float> Floats(const mien::Glb& glb, const Json& accessor_index) {
   const Json& accessor = glb.json["accessors"][Number(accessor_index)];
   EXPECT_EQ(accessor["componentType"], 5126);
@@ -54,7 +54,7 @@ inline std::optional<Json> Sampler(const mien::Glb& glb, std::size_t node, const
   return std::nullopt;
 }
 
-/// What it goes through; empty without one.
+/// The values of the curve; empty without one.
 inline std::vector<float> Curve(const mien::Glb& glb, std::size_t node, const std::string& path) {
   const auto sampler = Sampler(glb, node, path);
   return sampler ? Floats(glb, (*sampler)["output"]) : std::vector<float>();
@@ -72,7 +72,7 @@ inline VgeAMatrix Affine(const VgeRMatrix& rotation) {
   return affine;
 }
 
-/// A quaternion's image of a vector.
+/// A vector rotated by a quaternion.
 inline std::array<double, 3> Turned(const float* q, const std::array<double, 3>& v) {
   const double x = static_cast<double>(q[0]), y = static_cast<double>(q[1]), z = static_cast<double>(q[2]),
                w = static_cast<double>(q[3]);
@@ -82,7 +82,7 @@ inline std::array<double, 3> Turned(const float* q, const std::array<double, 3>&
           v[2] + w * t[2] + x * t[1] - y * t[0]};
 }
 
-inline constexpr double kFloatRounding = 1e-6; // of quaternions kept as floats
+inline constexpr double kFloatRounding = 1e-6; // of quaternions stored as floats
 
 inline void ExpectTurns(const float* q, const VgeRMatrix& rotation) {
   for (std::size_t column = 0; column < 3; ++column) {

@@ -1,7 +1,8 @@
 #pragma once
 
-// A character's shape weights by way of the process-wide face: its expressions in that face's catalogue for as long as
-// this object lives, its define state in a character of that face, and VCharacterFace::Actor2CharacterSolve.
+// A character's shape weights computed with the global face: its expressions are in that face's catalogue as
+// long as this object exists, its define state in a character of that face, solved by
+// VCharacterFace::Actor2CharacterSolve.
 
 #include "host/character/character.h"
 #include "tests/character/characters.h"
@@ -18,7 +19,7 @@ namespace tests {
 
 class GlobalFaceSolve {
 public:
-  /// `weights` by the character's expressions.
+  /// `weights`: by expression of the character.
   GlobalFaceSolve(const mien::Character& character, const std::vector<double>& weights)
       : range_(character.range) {
     for (const mien::Character::Expression& expression : character.expressions)
@@ -34,7 +35,7 @@ public:
       Define(*face_->mExpressionStates[static_cast<int>(e)], character, character.expressions[e].shapes);
   }
 
-  /// Within the character's range.
+  /// Limits weights to the character's range.
   const Weights& Solve(const VFaceTemplateState& templates) {
     face_->Actor2CharacterSolve(state_, templates, weights_);
     if (range_)

@@ -1,6 +1,6 @@
 #pragma once
 
-// Heads as others make them, said in a few characters of JSON.
+// Heads as other programs write them, from a few characters of JSON.
 
 #include "host/gltf/glb.h"
 
@@ -10,7 +10,7 @@
 
 namespace tests {
 
-/// A head of these nodes and meshes, with three bytes of data, so that what follows needs padding.
+/// A head with these nodes and meshes, and three bytes of data, so that padding is needed.
 inline mien::Glb Head(const std::string& nodes, const std::string& meshes = "[]",
                       const std::string& more = "") {
   return {nlohmann::ordered_json::parse(R"({"asset":{"version":"2.0","generator":"theirs"},"nodes":)" +
@@ -19,7 +19,7 @@ inline mien::Glb Head(const std::string& nodes, const std::string& meshes = "[]"
           "abc", "", "h.glb"};
 }
 
-/// A mesh with morph targets of these names ("a", "b" in JSON).
+/// A mesh with morph targets with these names (as JSON: "a", "b").
 inline std::string Mesh(const std::string& names, const std::string& more = "") {
   const auto count = static_cast<std::size_t>(std::count(names.begin(), names.end(), ',')) + 1;
   std::string targets = "{}";
@@ -28,7 +28,7 @@ inline std::string Mesh(const std::string& names, const std::string& more = "") 
          more + "}";
 }
 
-/// One node, "Head", that shows one mesh, and `more` members of the file.
+/// One node "Head" with one mesh, and `more` members of the file.
 inline mien::Glb HeadOf(const std::string& names, const std::string& more = "") {
   return Head(R"([{"mesh":0,"name":"Head"}])", "[" + Mesh(names) + "]", more);
 }

@@ -2,7 +2,8 @@
 
 #include <unistd.h>
 
-/// While it lives, this process may open no more files than an ordinary user may, also where root runs the tests.
+/// While it lives, this process may open no more files than an ordinary user may, also where root runs the
+/// tests.
 class OrdinaryUser {
 public:
   OrdinaryUser() : was_root_(geteuid() == 0) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// A face whose markers stand in known places, without noise, for the tests to perform on and to carry about.
+// A face with markers in known positions, without noise, for tests to animate and move.
 
 #include "host/performer/performer.h"
 #include "host/takes/take.h"
@@ -16,8 +16,9 @@
 
 namespace tests {
 
-/// Where the markers stand, in millimetres: the face looks along +z, x to its left, y up. Its left side mirrors its
-/// right one. "H1" to "H5" are on the head; any three of them make a triangle without an angle below 20 degrees.
+/// The markers' positions, in millimetres: the face looks along +z, x to its left, y up. Its left side
+/// mirrors its right one. "H1" to "H5" are on the head; any three of them form a triangle without an angle
+/// below 20 degrees.
 inline mien::NeutralPose PlainFace() {
   mien::NeutralPose face = {
       {"H1", {0, 150, 80}},    {"H2", {70, 120, 20}},  {"H3", {-70, 120, 20}}, {"H4", {40, 170, -50}},
@@ -62,7 +63,7 @@ inline mien::NeutralPose Carried(const VgeAMatrix& motion, mien::NeutralPose pos
   return pose;
 }
 
-/// The rigid motion that turns by these angles about x, y and z, in that order, and then shifts.
+/// The rigid motion that rotates by these angles about x, y and z, in that order, and then translates.
 inline VgeAMatrix Motion(const VgeRVector& degrees, const mien::Point& shift) {
   VgeRMatrix rotation;
   VTxRotationOrder().V2M(rotation, degrees);
@@ -73,7 +74,7 @@ inline VgeAMatrix Motion(const VgeRVector& degrees, const mien::Point& shift) {
   return motion;
 }
 
-/// Any rotation, and a shift within a room of four metres.
+/// A random rotation, and a translation within a room of four metres.
 inline VgeAMatrix AnyMotion(Random& random) {
   const auto angle = [&random](double most) { return random.Between(-most, most); };
   const auto metres = [&random] { return random.Between(-2000, 2000); };
@@ -92,7 +93,7 @@ inline double Difference(const VgeAMatrix& a, const VgeAMatrix& b) {
   return most;
 }
 
-/// A take of the face's markers, and of `more`, that has no frame yet.
+/// A take of the face's markers and `more`, without frames.
 inline mien::Take EmptyTake(const std::vector<std::string>& more = {}) {
   std::vector<std::string> names = more;
   for (const auto& [name, p] : PlainFace()) names.push_back(name);
@@ -102,7 +103,7 @@ inline mien::Take EmptyTake(const std::vector<std::string>& more = {}) {
   return take;
 }
 
-/// Appends a frame, numbered from 1, in which the face stands where `motion` carries it. Answers its index.
+/// Appends a frame, numbered from 1, with the face moved by `motion`. Returns its index.
 inline std::size_t Film(mien::Take& take, const mien::NeutralPose& face, const VgeAMatrix& motion = {}) {
   const auto number = static_cast<std::int64_t>(take.FrameCount()) + 1;
   const std::size_t f = take.AddFrame(number, static_cast<double>(number - 1) / 30);

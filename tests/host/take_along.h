@@ -1,6 +1,6 @@
 #pragma once
 
-// Takes whose markers go known ways, and how two takes differ.
+// Takes whose markers follow known paths, and how two takes differ.
 
 #include "host/takes/take.h"
 
@@ -14,14 +14,14 @@
 
 namespace tests {
 
-/// `count` numbers that follow each other.
+/// `count` consecutive numbers.
 inline std::vector<std::int64_t> Numbers(std::int64_t first, std::size_t count) {
   std::vector<std::int64_t> numbers(count);
   for (std::size_t i = 0; i < count; ++i) numbers[i] = first + static_cast<std::int64_t>(i);
   return numbers;
 }
 
-/// Frames of these numbers, each at its number's time; `way(seconds, marker)` says where a marker then is.
+/// Frames with these numbers, each at its number's time; `way(seconds, marker)` returns a marker's position.
 template <class Way>
 mien::Take TakeAlong(std::vector<std::string> markers, const std::vector<std::int64_t>& numbers,
                      const mien::FrameRate& rate, Way way) {
@@ -54,13 +54,13 @@ inline bool Same(const mien::Point* a, const mien::Point* b) {
   return a->x == b->x && a->y == b->y && a->z == b->z;
 }
 
-/// Whether both takes have the same marker there, or the same gap: position and origin.
+/// Whether both takes have the same position and origin there, or the same gap.
 inline bool Same(const mien::Take& a, const mien::Take& b, std::size_t frame, std::size_t marker) {
   return a.OriginAt(frame, marker) == b.OriginAt(frame, marker) &&
          Same(a.At(frame, marker), b.At(frame, marker));
 }
 
-/// How many frames and markers of two takes of equal size are not the same.
+/// The number of samples that differ between two takes of equal size.
 inline std::size_t Changes(const mien::Take& a, const mien::Take& b) {
   std::size_t changes = 0;
   for (std::size_t f = 0; f < a.FrameCount(); ++f)

@@ -23,7 +23,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// Frames 7 and 8 of everything that an animation has, each number 0 or 1.
+/// Frames 7 and 8 with all parts of an animation, each number 0 or 1.
 Animation Full() {
   Animation animation;
   animation.frames = {7, 8};
@@ -125,7 +125,7 @@ TEST(AnimationLayout, NamesTheWeightsOfEachKind) {
 
 // --- The head.
 
-TEST(Animation, AHeadThatStaysHasNotMoved) {
+TEST(Animation, AHeadAtRestHasNotMoved) {
   tests::Random random(3);
   for (int i = 0; i < 50; ++i) {
     Animation animation;
@@ -135,7 +135,7 @@ TEST(Animation, AHeadThatStaysHasNotMoved) {
   }
 }
 
-// In the take the neutral head looks along x and stands a metre up; its own axes are what counts.
+// In the take, the neutral head looks along x, one metre above the origin; only its own axes count.
 TEST(Animation, TheHeadsMotionIsInTheAxesOfTheNeutralFace) {
   Animation animation;
   animation.layout.neutral_head =
@@ -147,7 +147,7 @@ TEST(Animation, TheHeadsMotionIsInTheAxesOfTheNeutralFace) {
   EXPECT_LT(tests::Difference(moved(VgeRVector(10, 20, 30), {1, 2, 3}),
                               tests::Motion(VgeRVector(10, 20, 30), {1, 2, 3})),
             1e-12); // a metre away, in millimetres
-  // Said in the take's own axes: 5 mm along its x is forward.
+  // In the take's own axes: 5 mm along x is forward.
   animation.heads = {mien::Product(tests::Motion(VgeRVector(), {5, 0, 0}), animation.layout.neutral_head)};
   const VgeAMatrix forward = animation.HeadMotion(0);
   EXPECT_NEAR(forward.m[3][0], 0, 1e-12);
@@ -161,19 +161,19 @@ TEST(Animation, EachFrameHasItsOwnHead) {
   EXPECT_EQ(animation.HeadMotion(1).m[3][1], 2);
 }
 
-// --- Numbers that no file should have.
+// --- Numbers that are not finite.
 
-TEST(Animation, FiniteNumbersAreFine) {
+TEST(Animation, FiniteNumbersAreAccepted) {
   EXPECT_EQ(NotFinite(Animation()), "no InputError");
   EXPECT_EQ(NotFinite(Full()), "no InputError");
   Animation animation = Full();
   animation.weights[3] = 3.4e38; // the largest numbers of single precision are 3.40282e38
   animation.shape_weights[1] = -3.4e38;
-  animation.local_clusters[2].translation.y = 1e-300; // becomes 0, which is near
+  animation.local_clusters[2].translation.y = 1e-300; // becomes 0, which is close enough
   EXPECT_EQ(NotFinite(animation), "no InputError");
 }
 
-TEST(Animation, ANumberThatIsNotFiniteIsToldByItsFrameAndName) {
+TEST(Animation, ANumberThatIsNotFiniteIsReportedWithItsFrameAndName) {
   const std::string fix = "; check the unit of the take's positions, and the character's weights";
   for (const auto& [value, text] :
        {std::pair(kNaN, "nan"), std::pair(kInfinity, "inf"), std::pair(-kInfinity, "-inf"),
@@ -181,19 +181,19 @@ TEST(Animation, ANumberThatIsNotFiniteIsToldByItsFrameAndName) {
     Animation animation = Full();
     animation.weights[animation.layout.templates.size()] = value;
     EXPECT_EQ(NotFinite(animation),
-              "take.csv:frame 8: the solve gives " + std::string(text) + " for Mouth.Open" + fix);
+              "take.csv:frame 8: the result for Mouth.Open is " + std::string(text) + fix);
     animation = Full();
     animation.shape_weights[0] = value;
     EXPECT_EQ(NotFinite(animation),
-              "take.csv:frame 7: the solve gives " + std::string(text) + " for \"jaw \"Open\"\"" + fix);
+              "take.csv:frame 7: the result for \"jaw \"Open\"\" is " + std::string(text) + fix);
     animation = Full();
     animation.global_clusters[3].translation.z = value;
     EXPECT_EQ(NotFinite(animation),
-              "take.csv:frame 8: the solve gives " + std::string(text) + " for \"chin\"" + fix);
+              "take.csv:frame 8: the result for \"chin\" is " + std::string(text) + fix);
   }
 }
 
-TEST(Animation, EveryNumberOfAClusterIsLookedAt) {
+TEST(Animation, EveryNumberOfAClusterIsChecked) {
   for (auto clusters : {&Animation::local_clusters, &Animation::global_clusters})
     for (int number = 0; number < 15; ++number) {
       Animation animation = Full();
@@ -202,36 +202,36 @@ TEST(Animation, EveryNumberOfAClusterIsLookedAt) {
                                  &cluster.scale.x,       &cluster.scale.y,       &cluster.scale.z};
       (number < 6 ? *numbers[number] : cluster.rotation.m[(number - 6) / 3][(number - 6) % 3]) = kNaN;
       EXPECT_THAT(NotFinite(animation),
-                  testing::StartsWith("take.csv:frame 7: the solve gives nan for \"chin\""))
+                  testing::StartsWith("take.csv:frame 7: the result for \"chin\" is nan"))
           << number;
     }
 }
 
-TEST(Animation, EveryNumberOfTheHeadIsLookedAt) {
+TEST(Animation, EveryNumberOfTheHeadIsChecked) {
   for (int column = 0; column < 4; ++column)
     for (int row = 0; row < 3; ++row) {
       Animation animation = Full();
       animation.heads[1].m[column][row] = kInfinity;
-      EXPECT_THAT(NotFinite(animation), testing::HasSubstr("take.csv:frame 8: the solve gives "))
+      EXPECT_THAT(NotFinite(animation), testing::HasSubstr("take.csv:frame 8: the result for "))
           << column << row;
       EXPECT_THAT(NotFinite(animation), testing::HasSubstr(" for the head; ")) << column << row;
     }
 }
 
-TEST(Animation, AFrameThatIsTooFarFromTheFirstIsToldByItsTime) {
+TEST(Animation, AFrameTooFarFromTheFirstIsReportedWithItsTime) {
   Animation animation = Full();
   animation.times = {-1e30, 3.5e38};
-  EXPECT_EQ(NotFinite(animation), "take.csv:frame 8: it comes at 3.5e+38 s; check the times");
+  EXPECT_EQ(NotFinite(animation), "take.csv:frame 8: its time is 3.5e+38 s; check the times");
   animation.times = {3.5e38, 3.5e38};
-  EXPECT_EQ(NotFinite(animation), "no InputError") << "what counts is the time since the first frame";
+  EXPECT_EQ(NotFinite(animation), "no InputError") << "only the time since the first frame counts";
 }
 
-// As frames come, without the others.
-TEST(Animation, EachFrameCanBeCheckedByItself) {
+// One frame at a time, without the others.
+TEST(Animation, EachFrameCanBeCheckedSeparately) {
   Animation animation = Full();
   animation.weights[animation.layout.templates.size() + 1] = kNaN;
   EXPECT_EQ(NotFinite(animation, 0), "no InputError");
   EXPECT_EQ(NotFinite(animation, 1), NotFinite(animation));
   EXPECT_THAT(NotFinite(animation),
-              testing::StartsWith("take.csv:frame 8: the solve gives nan for Mouth.Whistle"));
+              testing::StartsWith("take.csv:frame 8: the result for Mouth.Whistle is nan"));
 }

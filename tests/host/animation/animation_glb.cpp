@@ -52,7 +52,7 @@ using tests::Turned;
 
 namespace {
 
-/// Frames at 1/4 s from second 10 on, whose shape s weighs (frame + 1) / (s + 2).
+/// Frames every 1/4 s from second 10 on; shape s has the weight (frame + 1) / (s + 2).
 Animation Shapes(const std::vector<std::string>& shapes, std::size_t frames = 3) {
   Animation animation;
   animation.layout.take = "walk & talk";
@@ -101,15 +101,16 @@ TEST(AnimationOntoHead, TheWeightsOfAMeshAreOneCurveFrameByFrame) {
   EXPECT_THAT(coverage.notes, IsEmpty());
 }
 
-TEST(AnimationOntoHead, FramesThatFloatsCannotTellApartAreLeftOut) {
+TEST(AnimationOntoHead, FramesThatAreEqualInFloatsAreLeftOut) {
   Animation animation = Shapes({"a"}, 4);
   animation.times = {1e6, 1e6 + 100, std::nextafter(1e6 + 100, 2e6), 1e6 + 101};
   const auto [coverage, glb] = Onto(animation, HeadOf(R"("a")"));
   EXPECT_THAT(Floats(glb, (*Sampler(glb, 0, "weights"))["input"]), ElementsAre(0, 100, 101));
   EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(0.5f, 1, 2));
-  EXPECT_THAT(coverage.notes,
-              ElementsAre(Note{Code::Lossy, "",
-                               "1 frame was left out: too soon after the one before for the times of glTF"}));
+  EXPECT_THAT(
+      coverage.notes,
+      ElementsAre(Note{Code::Lossy, "",
+                       "1 frame was left out: too close to the previous frame for the times of glTF"}));
 }
 
 TEST(AnimationOntoHead, ASingleFrameIsAnAnimation) {
@@ -117,7 +118,7 @@ TEST(AnimationOntoHead, ASingleFrameIsAnAnimation) {
   EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(0.5f));
 }
 
-TEST(AnimationOntoHead, SaysWhatSecondsCannotTell) {
+TEST(AnimationOntoHead, HasFirstFrameRateAndTimecode) {
   Animation animation = Shapes({"a"});
   animation.layout.rate = {30000, 1001};
   EXPECT_EQ(Onto(animation, HeadOf(R"("a")")).glb.json["animations"][0]["extras"],
@@ -127,7 +128,7 @@ TEST(AnimationOntoHead, SaysWhatSecondsCannotTell) {
             "00:00:10:00@25");
 }
 
-TEST(AnimationOntoHead, WhatTheHeadHoldsStaysAsItIs) {
+TEST(AnimationOntoHead, TheHeadsContentIsUnchanged) {
   Glb head = Head(R"([{"mesh":0,"name":"Head","matrix":[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]},{"matrix":7}])",
                   "[" + Mesh(R"("a")") + "]",
                   R"(,"zeta":[1e-7],"accessors":[{"count":1}],"bufferViews":[{"buffer":0,"byteLength":3}],
@@ -143,7 +144,7 @@ TEST(AnimationOntoHead, WhatTheHeadHoldsStaysAsItIs) {
     while (rest[list].size() > 1) rest[list].erase(rest[list].size() - 1);
   EXPECT_EQ(rest["buffers"][0]["byteLength"], glb.binary.size());
   rest["buffers"][0]["byteLength"] = 3;
-  EXPECT_EQ(rest.dump(), head.json.dump()) << "in the same order as well";
+  EXPECT_EQ(rest.dump(), head.json.dump()) << "including its order";
 }
 
 TEST(AnimationOntoHead, MeshesOfTheSameTargetsShareOneCurve) {
@@ -155,18 +156,18 @@ TEST(AnimationOntoHead, MeshesOfTheSameTargetsShareOneCurve) {
   const auto output = [&](std::size_t node) { return (*Sampler(glb, node, "weights"))["output"]; };
   EXPECT_EQ(output(0), output(1));
   EXPECT_NE(output(0), output(2)) << "another order";
-  EXPECT_NE(output(0), output(3)) << "other weights at rest";
+  EXPECT_NE(output(0), output(3)) << "other rest weights";
   EXPECT_THAT(glb.json["accessors"], SizeIs(4)) << "the times and three curves";
 }
 
-TEST(AnimationOntoHead, TargetsThatNothingDrivesKeepTheirRest) {
+TEST(AnimationOntoHead, TargetsThatAreNotDrivenKeepTheirRest) {
   const auto [coverage, glb] =
       Onto(Shapes({"a", "z"}, 2),
            Head(R"([{"mesh":0},{"mesh":0,"weights":[0.5,0.25]},{"mesh":1}])",
                 "[" + Mesh(R"("a","tongue")", R"(,"weights":[1,0.75])") + "," + Mesh(R"("horns")") + "]"));
   EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(0.5f, 0.75f, 1, 0.75f));
   EXPECT_THAT(Curve(glb, 1, "weights"), ElementsAre(0.5f, 0.25f, 1, 0.25f));
-  EXPECT_FALSE(Sampler(glb, 2, "weights")) << "a mesh of which nothing is driven is left to others";
+  EXPECT_FALSE(Sampler(glb, 2, "weights")) << "a mesh without driven targets has no curve";
   EXPECT_EQ(coverage.driven_targets, 1u);
   EXPECT_EQ(coverage.driven_nodes, 2u);
   EXPECT_THAT(coverage.shapes_without_target, ElementsAre("z"));
@@ -197,10 +198,11 @@ TEST(AnimationOntoHead, TheHeadTurnsAboutTheScenesAxes) {
   };
   for (std::size_t f = 0; f < 3; ++f) {
     animation.heads[f] = product(animation.layout.neutral_head, turns[f]);
-    animation.heads[f].m[3][0] = 1000; // where it went does not matter
+    animation.heads[f].m[3][0] = 1000; // its position does not matter
   }
 
-  // The parents turn by a quarter about z and then, by a matrix, about x; the node's own rest is a quarter about y.
+  // The parents are rotated by 90 degrees about z and then, by a matrix, about x; the node's own rest by 90
+  // degrees about y.
   const std::string h = "0.7071067811865476";
   const Glb head = Head(R"([{"name":"neck","children":[1],"matrix":[2,0,0,0, 0,0,2,0, 0,-2,0,0, 1,2,3,1]},
                             {"children":[2],"rotation":[0,0,)" +
@@ -223,10 +225,10 @@ TEST(AnimationOntoHead, TheHeadTurnsAboutTheScenesAxes) {
         EXPECT_NEAR(shown[row], expected, tests::kFloatRounding) << "frame " << f;
       }
     }
-  EXPECT_TRUE(glb.json["nodes"][0].contains("matrix")) << "the parents stay as they are";
+  EXPECT_TRUE(glb.json["nodes"][0].contains("matrix")) << "the parents are unchanged";
 }
 
-TEST(AnimationOntoHead, BelowAMirroringParentTheHeadStillTurnsItsWay) {
+TEST(AnimationOntoHead, BelowAMirroringParentTheHeadTurnsTheRightWay) {
   Animation animation = Shapes({"a"}, 1);
   animation.heads[0] = Affine(Rotation(0, 30, 10));
   const Glb glb = Onto(animation,
@@ -234,10 +236,10 @@ TEST(AnimationOntoHead, BelowAMirroringParentTheHeadStillTurnsItsWay) {
                             "[" + Mesh(R"("a")") + "]"),
                        "Head")
                       .glb;
-  ExpectTurns(Curve(glb, 1, "rotation").data(), Rotation(0, -30, -10)); // as in a mirror
+  ExpectTurns(Curve(glb, 1, "rotation").data(), Rotation(0, -30, -10)); // mirrored
 }
 
-TEST(AnimationOntoHead, ANodeThatTurnsGivesUpItsMatrix) {
+TEST(AnimationOntoHead, ANodeThatTurnsLosesItsMatrix) {
   Animation animation = Shapes({"a"}, 1);
   const Glb glb = Onto(animation,
                        Head(R"([{"name":"Head","mesh":0,"matrix":[0,2,0,0, -2,0,0,0, 0,0,2,0, 5,6,7,1]}])",
@@ -273,7 +275,7 @@ TEST(AnimationOntoHead, ClustersMoveTheNodesOfTheirNames) {
   EXPECT_THAT(coverage.clusters_without_node, ElementsAre("Nowhere", "Twin", "Chin"));
 }
 
-// Else a rest pose that the character's file does not know as the head does would make the bones collapse.
+// Otherwise bones would collapse if the rest pose in the character file differs from the head's.
 TEST(AnimationOntoHead, AClustersMotionFromItsRestStartsFromTheRestOfItsNode) {
   Animation animation = Shapes({"a"}, 1);
   animation.layout.clusters = {{"jaw", "Chin"}};
@@ -285,7 +287,7 @@ TEST(AnimationOntoHead, AClustersMotionFromItsRestStartsFromTheRestOfItsNode) {
   animation.local_clusters[0].translation = VgeTVector{1, 2, 4};
   animation.local_clusters[0].rotation = Rotation(0, 0, 50);
   animation.local_clusters[0].scale = VgeSVector(2, 4, 1);
-  // The node rests at (9, 9, 9), turned by 90 degrees about z, three times as large.
+  // The node's rest is at (9, 9, 9), rotated by 90 degrees about z, scaled by 3.
   const auto [coverage, glb] =
       Onto(animation, Head(R"([{"name":"Chin","matrix":[0,3,0,0, -3,0,0,0, 0,0,3,0, 9,9,9,1]}])"));
   EXPECT_THAT(Curve(glb, 0, "translation"), ElementsAre(9, 10, 12));
@@ -293,13 +295,13 @@ TEST(AnimationOntoHead, AClustersMotionFromItsRestStartsFromTheRestOfItsNode) {
   ExpectTurns(Curve(glb, 0, "rotation").data(), Rotation(0, 0, 90 + 30));
 }
 
-TEST(AnimationOntoHead, TheNameOfATakeMayHoldAnyBytes) {
+TEST(AnimationOntoHead, TheNameOfATakeMayContainAnyBytes) {
   Animation animation = Shapes({"a"});
   animation.layout.take = "\xFF";
   EXPECT_EQ(Onto(animation, HeadOf(R"("a")")).glb.json["animations"][0]["name"], "\xEF\xBF\xBD");
 }
 
-TEST(AnimationOntoHead, AHeadThatOnlyTurnsIsOneToo) {
+TEST(AnimationOntoHead, AHeadMayOnlyTurn) {
   const auto [coverage, glb] = Onto(Shapes({"a"}), Head(R"([{"name":"Head"}])"), "Head");
   EXPECT_THAT(glb.json["animations"][0]["channels"], SizeIs(1));
   EXPECT_EQ(coverage.driven_targets, 0u);
@@ -307,10 +309,10 @@ TEST(AnimationOntoHead, AHeadThatOnlyTurnsIsOneToo) {
 
 TEST(AnimationOntoHead, WithoutAFrameThereIsNothingToWrite) {
   EXPECT_EQ(Error(Shapes({"a"}, 0), HeadOf(R"("a")")),
-            "walk & talk: the take has no frames; solve one that has some");
+            "walk & talk: the take has no frames; solve a take with frames");
 }
 
-TEST(AnimationOntoHead, ListsThatAreNoneAreErrors) {
+TEST(AnimationOntoHead, MembersThatShouldBeListsAreErrors) {
   for (const std::string list :
        {"accessors", "bufferViews", "animations", "nodes", "meshes", "buffers", "images"}) {
     Glb head = HeadOf(R"("a")");
@@ -358,7 +360,7 @@ TEST(FaceAnimation, WeightsAndTheHeadMove) {
   EXPECT_EQ(coverage.driven_nodes, 1u);
 }
 
-TEST(FaceAnimation, WithoutAFrameIsTheFaceAtRest) {
+TEST(FaceAnimation, WithoutFramesItIsTheFaceAtRest) {
   std::ostringstream still;
   WriteGlb(MakeFaceGlb(nullptr).glb, still);
   std::ostringstream out;
@@ -374,7 +376,7 @@ TEST(FaceAnimation, ShapesFollowTheCharactersWeights) {
   EXPECT_THAT(Curve(glb, 1, "weights"), ElementsAre(1 / 3.f, 1 / 4.f, 2 / 3.f, 1 / 2.f));
 }
 
-TEST(FaceAnimation, ACharacterThatNoTemplateMovesIsShownByTemplates) {
+TEST(FaceAnimation, ACharacterWithoutShapesIsShownByTemplates) {
   const Character character = CharacterOf(R"(["still"])", "{}");
   Animation animation = Shapes({"still"}, 1);
   animation.weights[0] = 0.5;
@@ -410,7 +412,7 @@ TEST(FaceAnimation, ClustersAreNodesBelowTheirParts) {
   EXPECT_EQ(nodes[2]["children"], Json::array({3, 4}));
   EXPECT_EQ(nodes[3]["name"], "chin");
   EXPECT_EQ(nodes[3]["translation"], Json::array({1.0, 2.0, 3.0}));
-  EXPECT_EQ(nodes[6]["name"], "face") << "as the face's node, and still not taken for it";
+  EXPECT_EQ(nodes[6]["name"], "face") << "the same name as the face's node, but not taken for it";
   EXPECT_THAT(Curve(glb, 6, "translation"), ElementsAre(0, 0, 0, 7, 8, 9));
   EXPECT_THAT(Curve(glb, 3, "rotation"), ElementsAre(0, 0, 0, 1, 0, 0, 0, 1));
   EXPECT_EQ(coverage.driven_clusters, 3u);

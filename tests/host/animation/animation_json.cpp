@@ -43,7 +43,7 @@ std::vector<std::string> Keys(const Json& object) {
   return keys;
 }
 
-/// Frames without a character, every number of which is another one.
+/// Frames without a character, in which all numbers differ.
 Animation Solved(std::size_t frames) {
   tests::Random random(17);
   Animation animation;
@@ -111,7 +111,7 @@ void ExpectRotation(const Json& json, const VgeRMatrix& rotation) {
 
 } // namespace
 
-TEST(AnimationJson, HasTheKeysOfItsDescriptionInItsOrder) {
+TEST(AnimationJson, HasTheDocumentedKeysInTheirOrder) {
   const Json json = Parsed(WithCharacter(2));
   EXPECT_THAT(Keys(json), ElementsAre("format", "take", "performer", "character", "rate", "rate_fraction",
                                       "frames", "times", "head", "templates", "shapes", "clusters"));
@@ -130,8 +130,8 @@ TEST(AnimationJson, WithoutACharacterItsKeysAreAbsent) {
                             "templates"));
 }
 
-// So that a reader need not ask which kind of character it was.
-TEST(AnimationJson, WithACharacterItsKeysAreThere) {
+// So that a reader need not know the kind of character.
+TEST(AnimationJson, WithACharacterItsKeysArePresent) {
   const Json none_per_frame = Json::parse("[[], []]");
   Animation animation = Solved(2);
   animation.layout.character = "Shapes alone";
@@ -153,7 +153,7 @@ TEST(AnimationJson, WithACharacterItsKeysAreThere) {
   EXPECT_EQ(json["clusters"]["local"]["scale"], Json::parse("[[[1, 1, 1]], [[1, 1, 1]]]"));
 }
 
-TEST(AnimationJson, CarriesNamesRateFramesAndTimes) {
+TEST(AnimationJson, HasNamesRateFramesAndTimes) {
   Animation animation = WithCharacter(3);
   animation.frames = {-7, 0, 9007199254740993};
   const Json json = Parsed(animation);
@@ -166,7 +166,7 @@ TEST(AnimationJson, CarriesNamesRateFramesAndTimes) {
   EXPECT_EQ(json["times"].get<std::vector<double>>(), animation.times);
 }
 
-TEST(AnimationJson, CarriesEveryWeightToTheSameDouble) {
+TEST(AnimationJson, EveryWeightReadsBackToTheSameDouble) {
   const Animation animation = WithCharacter(3);
   const Json json = Parsed(animation);
   ASSERT_THAT(json["templates"]["names"], SizeIs(23));
@@ -185,7 +185,7 @@ TEST(AnimationJson, CarriesEveryWeightToTheSameDouble) {
   }
 }
 
-TEST(AnimationJson, CarriesEveryClusterToTheSameDoubles) {
+TEST(AnimationJson, EveryClusterReadsBackToTheSameDoubles) {
   const Animation animation = WithCharacter(3);
   const Json clusters = Parsed(animation)["clusters"];
   EXPECT_EQ(clusters["names"],
@@ -206,7 +206,7 @@ TEST(AnimationJson, CarriesEveryClusterToTheSameDoubles) {
   }
 }
 
-TEST(AnimationJson, CarriesTheHeadsMotion) {
+TEST(AnimationJson, HasTheHeadsMotion) {
   const Animation animation = Solved(4);
   const Json head = Parsed(animation)["head"];
   ASSERT_THAT(head["rotation"], SizeIs(4));
@@ -221,7 +221,7 @@ TEST(AnimationJson, CarriesTheHeadsMotion) {
   }
 }
 
-// Two turns: a quaternion that begins anew at every frame would change its sign on the way.
+// Two full rotations: quaternions computed separately for each frame would change sign in between.
 TEST(AnimationJson, QuaternionsDoNotJumpFromFrameToFrame) {
   constexpr std::size_t kFrames = 72;
   Animation animation = WithCharacter(kFrames);
@@ -271,7 +271,7 @@ TEST(AnimationJson, NumbersReadBackToTheSameDoubles) {
   EXPECT_EQ(Parsed(animation)["templates"]["weights"][0][0].get<double>(), 0.0);
 }
 
-TEST(AnimationJson, WithoutFramesListsAreEmptyAndNamesAreThere) {
+TEST(AnimationJson, WithoutFramesListsAreEmptyAndNamesArePresent) {
   const Json json = Parsed(WithCharacter(0));
   EXPECT_EQ(json["frames"], Json::array());
   EXPECT_EQ(json["times"], Json::array());
@@ -286,7 +286,7 @@ TEST(AnimationJson, WithoutFramesListsAreEmptyAndNamesAreThere) {
       EXPECT_EQ(json["clusters"][space][what], Json::array());
 }
 
-TEST(AnimationJson, NamesAreAnyText) {
+TEST(AnimationJson, NamesCanBeAnyText) {
   Animation animation = WithCharacter(1);
   animation.layout.take = "a \"b\" \\ \n\t\x01 眉", animation.layout.performer = "</script>",
   animation.layout.character = "\xC3\xA4";
@@ -297,8 +297,8 @@ TEST(AnimationJson, NamesAreAnyText) {
   EXPECT_EQ(json["shapes"]["names"][1], "say \"hi\"");
 }
 
-// The name of a take is that of its file, which may hold any bytes.
-TEST(AnimationJson, ATakesNameThatIsNotUtf8IsReplacedWhereItIsNot) {
+// The name of a take is its file's name, which may contain any bytes.
+TEST(AnimationJson, InvalidUtf8InATakesNameIsReplaced) {
   Animation animation = WithCharacter(1);
   animation.layout.take = "caf\xE9.c3d";
   EXPECT_EQ(Parsed(animation)["take"], "caf\xEF\xBF\xBD.c3d");
@@ -306,7 +306,7 @@ TEST(AnimationJson, ATakesNameThatIsNotUtf8IsReplacedWhereItIsNot) {
   EXPECT_THAT(Parsed(animation)["take"].get<std::string>(), HasSubstr("\xEF\xBF\xBD"));
 }
 
-TEST(AnimationJson, IsLaidOutForPeopleToRead) {
+TEST(AnimationJson, IsReadableForPeople) {
   Animation animation;
   animation.layout.take = "take \"1\"", animation.layout.performer = "Ada",
   animation.layout.character = "Robot";
@@ -378,13 +378,13 @@ TEST(AnimationJson, HasALinePerFrameInEachList) {
   const Animation animation = WithCharacter(5);
   const std::string written = Written(animation);
   const auto lines = [](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); };
-  // Five lines more of frames in each of the ten lists: head, templates, shapes, clusters.
+  // Five more frames are five more lines in each of the ten lists: head, templates, shapes, clusters.
   EXPECT_EQ(lines(Written(WithCharacter(10))) - lines(written), 5 * (2 + 1 + 1 + 6));
   EXPECT_EQ(written.back(), '\n');
   EXPECT_THAT(written, Not(HasSubstr("\r")));
 }
 
-TEST(AnimationJson, WritesPointsWhateverTheLocale) {
+TEST(AnimationJson, WritesDecimalPointsInAnyLocale) {
   Animation animation = WithCharacter(2);
   animation.layout.rate = {2469, 2};
   animation.frames = {1000000, 2000000};
@@ -393,7 +393,7 @@ TEST(AnimationJson, WritesPointsWhateverTheLocale) {
   EXPECT_EQ(Written(animation), written);
 }
 
-TEST(AnimationJson, DoesNotCareHowTheStreamIsSet) {
+TEST(AnimationJson, DoesNotDependOnTheStreamsFormat) {
   const Animation animation = WithCharacter(2);
   std::ostringstream out;
   out << std::hex << std::setprecision(2) << std::showpos << std::setfill('*') << std::left;

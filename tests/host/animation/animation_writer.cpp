@@ -26,7 +26,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// A layout that uses all that a row can have.
+/// A layout with all columns that a row can have.
 AnimationLayout Layout() {
   AnimationLayout layout;
   layout.shapes = {"jawOpen", "browInnerUp_L", "browInnerUp_R"};
@@ -34,7 +34,7 @@ AnimationLayout Layout() {
   return layout;
 }
 
-/// Writers of every format that takes frames as they come.
+/// Writers of all formats that are written frame by frame.
 std::vector<std::unique_ptr<AnimationWriter>> Writers(const AnimationLayout& layout, std::ostream& out) {
   std::vector<std::unique_ptr<AnimationWriter>> writers;
   writers.push_back(std::make_unique<WeightCsvWriter>(layout, WeightKind::Templates, out));
@@ -43,7 +43,7 @@ std::vector<std::unique_ptr<AnimationWriter>> Writers(const AnimationLayout& lay
   return writers;
 }
 
-/// Keeps no byte of what is written to it.
+/// Discards everything that is written to it.
 class Nowhere : public std::streambuf {
 protected:
   std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
@@ -72,8 +72,8 @@ TEST(AnimationWriter, WriteGivesEveryFrameInOrderAndThenTheEnd) {
   EXPECT_THAT(three.calls, ElementsAre("4", "9", "10", "end"));
 }
 
-// Whoever reads along has each row as soon as its frame came.
-TEST(AnimationWriter, CsvRowsComeWithTheirFrames) {
+// A concurrent reader gets each row as soon as its frame is written.
+TEST(AnimationWriter, CsvRowsAreWrittenWithTheirFrames) {
   const AnimationLayout layout = Layout();
   const std::vector<double> weights(layout.templates.size(), 0.25), shape_weights(layout.shapes.size(), 0.5);
   for (std::size_t w = 0; w < 3; ++w) {
@@ -109,12 +109,12 @@ TEST(AnimationWriter, AfterItsLongestRowACsvAllocatesNothing) {
   std::ostream out(&nowhere);
   for (const auto& writer : Writers(layout, out)) {
     frame.time = -1.2345678901234567e-300;
-    std::fill(shape_weights.begin(), shape_weights.end(), 1e15); // the longest where decimals are fixed
+    std::fill(shape_weights.begin(), shape_weights.end(), 1e15); // the longest with fixed decimals
     writer->Frame(frame);
     std::fill(shape_weights.begin(), shape_weights.end(), -1.2345678901234567e-300);
     writer->Frame(frame);
     for (int f = 0; f < 200; ++f) {
-      frame.time = 0.0101 * f; // mostly between two counts of the timecode, and of 100 and more: its longest
+      frame.time = 0.0101 * f; // between counts, and above 100: the longest timecode
       for (double& weight : weights) weight = random.Between(-1, 1);
       for (double& weight : shape_weights) weight = random.Between(-1, 1);
       frame.head = tests::AnyMotion(random);
@@ -122,5 +122,5 @@ TEST(AnimationWriter, AfterItsLongestRowACsvAllocatesNothing) {
     }
   }
   EXPECT_TRUE(tests::RunsOutOfMemory(0, [] { const std::string allocated(100, 'x'); }))
-      << "what allocates is seen";
+      << "allocations are detected";
 }

@@ -55,7 +55,7 @@ TEST(HeadBinding, AShapeDrivesTheTargetOfItsName) {
       Bind({"a", "z", "b"}, Head(R"([{"mesh":0},{},{"mesh":0,"weights":[0.5,0.25,1]},{"mesh":1}])",
                                  "[" + Mesh(R"("b","tongue","a")") + "," + Mesh(R"("horns")") + "]"));
   EXPECT_EQ(binding.weights, WeightKind::Shapes);
-  ASSERT_THAT(binding.nodes, SizeIs(2)) << "a mesh of which nothing is driven is left to others";
+  ASSERT_THAT(binding.nodes, SizeIs(2)) << "a mesh without driven targets is not bound";
   EXPECT_EQ(binding.nodes[0].node.node, 0u);
   EXPECT_THAT(binding.nodes[0].drivers, ElementsAre(2, kNone, 0));
   EXPECT_EQ(binding.nodes[1].node.node, 2u);
@@ -103,11 +103,11 @@ TEST(HeadBinding, AShapeDrivesOneTargetOfAMesh) {
               ElementsAre("Jaw_Open", "JawOpen", "browInnerUpLeft", "BrowInnerUp"));
   EXPECT_THAT(binding.coverage.notes,
               ElementsAre(Note{Code::Ignored, "",
-                               "left at rest, since another target of the same mesh means the same: "
+                               "left at rest, because another target of the same mesh has the same meaning: "
                                "\"BrowInnerUp\", \"JawOpen\", \"Jaw_Open\", \"browInnerUpLeft\""}));
 }
 
-TEST(HeadBinding, NothingDrivenIsAnErrorThatSaysWhatThereIs) {
+TEST(HeadBinding, NothingDrivenIsAnErrorThatListsNames) {
   EXPECT_EQ(Error(Layout({"jawDrop", "smirk"}), HeadOf(R"("t1","t2","t3","t4","t5","t6","t7")")),
             "h.glb: none of the head's morph targets (\"t1\", \"t2\", \"t3\", \"t4\", \"t5\" and 2 more) has "
             "the name of a shape (\"jawDrop\", \"smirk\"); solve with a character whose shapes the head has");
@@ -116,13 +116,13 @@ TEST(HeadBinding, NothingDrivenIsAnErrorThatSaysWhatThereIs) {
             "\"Mouth.Whistle\", \"Mouth.CornersUpR\", \"Mouth.CornersUpL\", \"Mouth.CornersDownR\" and 18 "
             "more); solve with a character (-c), or give the targets the names of templates");
   EXPECT_EQ(Error(Layout({"a"}), Head(R"([{"name":"Head"}])")),
-            "h.glb: the head has no morph targets with names, which shapes could drive; export it with its "
+            "h.glb: the head has no named morph targets for shapes to drive; export it with its "
             "shape keys and their names");
 }
 
 // --- Clusters
 
-TEST(HeadBinding, AClusterMovesTheOneNodeOfItsName) {
+TEST(HeadBinding, AClusterMovesTheOnlyNodeOfItsName) {
   AnimationLayout layout;
   layout.clusters = {{"jaw", "Chin"}, {"jaw", "Nowhere"}, {"brow", "Twin"}, {"brow", "Chin"}};
   const HeadBinding binding =
@@ -133,32 +133,32 @@ TEST(HeadBinding, AClusterMovesTheOneNodeOfItsName) {
   EXPECT_THAT(
       binding.coverage.notes,
       ElementsAre(
-          Note{Code::Duplicate, "", "2 nodes have the name of the cluster \"Twin\", and stay as they are"},
+          Note{Code::Duplicate, "", "2 nodes have the name of the cluster \"Twin\" and are not moved"},
           Note{Code::Duplicate, "", "the node \"Chin\" follows the first of the clusters of its name"}));
 }
 
 // --- The head's node
 
-TEST(HeadBinding, TheHeadsNodeIsTheOneOfItsName) {
+TEST(HeadBinding, TheHeadsNodeIsFoundByItsName) {
   const HeadBinding binding = Bind({"a"}, Head(R"([{},{"name":"Head"}])"), "Head");
   EXPECT_EQ(binding.head_node, 1u);
-  EXPECT_EQ(binding.coverage.driven_targets, 0u) << "and a head that only turns is one too";
+  EXPECT_EQ(binding.coverage.driven_targets, 0u) << "a head may only turn";
 }
 
-TEST(HeadBinding, TheHeadsNodeMustBeOne) {
+TEST(HeadBinding, TheHeadsNodeMustBeUnique) {
   const Glb head =
       Head(R"([{"mesh":0,"name":"Face"},{"name":"Bone"},{"name":"Bone"}])", "[" + Mesh(R"("a")") + "]");
   EXPECT_EQ(Error(Layout({"a"}), head, "head"),
-            "h.glb: no node has the name \"head\"; name one that there is: \"Bone\", \"Face\"");
+            "h.glb: no node has the name \"head\"; name one of its nodes: \"Bone\", \"Face\"");
   EXPECT_EQ(Error(Layout({"a"}), Head(R"([{"mesh":0}])", "[" + Mesh(R"("a")") + "]"), "head"),
-            "h.glb: no node has the name \"head\"; give the head's node a name, and export again");
-  EXPECT_EQ(Error(Layout({"a"}), head, "Bone"), "h.glb: 2 nodes have the name \"Bone\"; give the one that is "
-                                                "the head a name of its own, and export again");
+            "h.glb: no node has the name \"head\"; name the head's node, and export again");
+  EXPECT_EQ(Error(Layout({"a"}), head, "Bone"),
+            "h.glb: 2 nodes have the name \"Bone\"; give the head's node a unique name, and export again");
   AnimationLayout layout = Layout({"a"});
   layout.clusters = {{"face", "Face"}};
-  EXPECT_EQ(Error(layout, head, "Face"), "h.glb: the node \"Face\" is to follow the head, and the cluster "
-                                         "of its name as well; name another node as the "
-                                         "head, or take the cluster out of the character");
+  EXPECT_EQ(Error(layout, head, "Face"),
+            "h.glb: the node \"Face\" would follow both the head and the cluster of its name; name another "
+            "node as the head, or remove the cluster from the character");
 }
 
 // --- Notes
@@ -184,19 +184,20 @@ TEST(HeadBinding, ASkinnedNodeThatCannotTurnIsNoted) {
                         "[" + Mesh(R"("a")") + "]", R"(,"skins":[{"joints":[1]}])");
   EXPECT_THAT(Bind({"a"}, head, "Head").coverage.notes,
               ElementsAre(Note{Code::Doubtful, "",
-                               "the node \"Head\" shows a skinned mesh, which follows its bones alone: for "
-                               "the head to turn, name its bone"}));
+                               "the node \"Head\" has a skinned mesh, which follows only its bones: to turn "
+                               "the head, name its bone"}));
   EXPECT_THAT(Bind({"a"}, head, "HeadBone").coverage.notes, IsEmpty());
 }
 
-TEST(HeadBinding, AnimationsOfTheHeadsOwnAreNoted) {
+TEST(HeadBinding, AnimationsInTheHeadAreNoted) {
   const auto notes = [](const std::string& animations) {
     return Bind({"a"}, HeadOf(R"("a")", ",\"animations\":" + animations)).coverage.notes;
   };
   EXPECT_THAT(notes("[]"), IsEmpty());
-  EXPECT_THAT(notes("[{}]"), ElementsAre(Note{Code::Doubtful, "",
-                                              "the head has an animation of its own: this one comes after"}));
+  EXPECT_THAT(
+      notes("[{}]"),
+      ElementsAre(Note{Code::Doubtful, "", "the head already has an animation: this one is added after it"}));
   EXPECT_THAT(
       notes("[{},{}]"),
-      ElementsAre(Note{Code::Doubtful, "", "the head has 2 animations of its own: this one comes after"}));
+      ElementsAre(Note{Code::Doubtful, "", "the head already has 2 animations: this one is added after it"}));
 }

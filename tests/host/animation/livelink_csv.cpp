@@ -41,7 +41,7 @@ const std::string kHeader =
     "LeftEyePitch,"
     "LeftEyeRoll,RightEyeYaw,RightEyePitch,RightEyeRoll";
 
-/// Frames of these shapes, all at rest, the head where the neutral pose has it.
+/// Frames of these shapes, all at rest, with the head in the neutral pose.
 Animation Frames(const std::vector<std::string>& shapes, std::size_t count = 1) {
   Animation animation;
   animation.layout.shapes = shapes;
@@ -75,7 +75,7 @@ std::vector<std::string> Split(const std::string& text, char separator) {
   return pieces;
 }
 
-/// The field of a row, from 1, under a title.
+/// The field of a row, counted from 1, in the column of this title.
 std::string Field(const Animation& animation, const std::string& title, std::size_t row = 1) {
   const std::vector<std::string> titles = Split(kHeader, ',');
   const auto column =
@@ -89,7 +89,7 @@ std::string Timecode(double seconds) {
   return Field(animation, "Timecode");
 }
 
-/// One frame in which these shapes have these weights.
+/// One frame with these weights.
 Animation Pose(const std::vector<std::pair<std::string, double>>& weights) {
   std::vector<std::string> names;
   for (const auto& [name, weight] : weights) names.push_back(name);
@@ -111,7 +111,7 @@ Head Angles(const VgeAMatrix& motion, const VgeAMatrix& neutral = {}) {
 }
 
 void ExpectAngles(const Head& head, double yaw, double pitch, double roll) {
-  constexpr double kWritten = 1e-9; // ten digits behind the point
+  constexpr double kWritten = 1e-9; // ten decimals
   EXPECT_NEAR(head.yaw, yaw, kWritten);
   EXPECT_NEAR(head.pitch, pitch, kWritten);
   EXPECT_NEAR(head.roll, roll, kWritten);
@@ -144,7 +144,7 @@ TEST(LiveLinkCsv, HasARowOf63FieldsPerFrame) {
   }
 }
 
-TEST(LiveLinkCsv, WritesTenDigitsBehindThePoint) {
+TEST(LiveLinkCsv, WritesTenDecimals) {
   EXPECT_EQ(Field(Pose({{"jawOpen", 1.0 / 3}}), "JawOpen"), "0.3333333333");
   EXPECT_EQ(Field(Pose({{"jawOpen", 1}}), "JawOpen"), "1.0000000000");
   EXPECT_EQ(Field(Pose({{"jawOpen", 0.00000000005}}), "JawOpen"), "0.0000000001") << "rounded";
@@ -152,14 +152,14 @@ TEST(LiveLinkCsv, WritesTenDigitsBehindThePoint) {
   EXPECT_EQ(Field(Pose({{"jawOpen", -2}}), "JawOpen"), "-2.0000000000");
 }
 
-// What is not there is 0, of either sign.
+// A zero of either sign.
 TEST(LiveLinkCsv, ZeroHasNoSign) {
   for (const std::string& field : Split(Split(Written(Frames({"jawOpen"})), '\n').at(1), ','))
     EXPECT_NE(field, "-0.0000000000");
   EXPECT_EQ(Field(Pose({{"jawOpen", -0.0}}), "JawOpen"), "0.0000000000");
 }
 
-TEST(LiveLinkCsv, EachShapeComesUnderItsName) {
+TEST(LiveLinkCsv, EachShapeIsInTheColumnOfItsName) {
   std::vector<std::pair<std::string, double>> weights;
   for (const std::string_view name : kArkitNames)
     weights.emplace_back(name, 0.01 * static_cast<double>(weights.size() + 1));
@@ -193,7 +193,8 @@ TEST(LiveLinkCsv, ShapesMayBeSpeltInOtherWays) {
 
 TEST(LiveLinkCsv, OfSeveralSpellingsTheNameItselfCounts) {
   EXPECT_EQ(Field(Pose({{"A.jawOpen", 0.1}, {"jawOpen", 0.2}, {"JawOpen", 0.3}}), "JawOpen"), "0.2000000000");
-  EXPECT_EQ(Field(Pose({{"JawOpen", 0.3}, {"A.jawOpen", 0.1}}), "JawOpen"), "0.3000000000") << "or the first";
+  EXPECT_EQ(Field(Pose({{"JawOpen", 0.3}, {"A.jawOpen", 0.1}}), "JawOpen"), "0.3000000000")
+      << "otherwise the first";
 }
 
 TEST(LiveLinkCsv, TwoHalvesAreTheirMean) {
@@ -204,10 +205,10 @@ TEST(LiveLinkCsv, TwoHalvesAreTheirMean) {
   EXPECT_EQ(
       Field(Pose({{"browInnerUp_L", 0.2}, {"browInnerUp", 0.9}, {"browInnerUp_R", 0.6}}), "BrowInnerUp"),
       "0.9000000000")
-      << "a whole one goes before its halves";
+      << "a whole one comes before its halves";
 }
 
-TEST(LiveLinkCsv, AnswersWhatNoShapeMeans) {
+TEST(LiveLinkCsv, ListsTheNamesThatNoShapeMeans) {
   EXPECT_THAT(Missing({}), testing::ElementsAreArray(kArkitNames));
   std::vector<std::string> shapes;
   for (const std::string_view name : kArkitNames)
@@ -219,7 +220,7 @@ TEST(LiveLinkCsv, AnswersWhatNoShapeMeans) {
   EXPECT_THAT(Missing(shapes), IsEmpty());
 }
 
-TEST(LiveLinkCsv, TheBuiltInCharacterMissesNothing) {
+TEST(LiveLinkCsv, TheBuiltInCharacterHasAllNames) {
   Animation animation = Frames({}, 2);
   animation.weights[animation.layout.templates.size()] = 0.5; // Mouth.Open of the second frame
   SolveCharacter(animation, mien::LoadCharacter("arkit52"));
@@ -231,7 +232,7 @@ TEST(LiveLinkCsv, TheBuiltInCharacterMissesNothing) {
 
 // --- Time.
 
-TEST(LiveLinkCsv, TimecodesCount60ASecondWhateverTheRate) {
+TEST(LiveLinkCsv, TimecodesCount60PerSecondAtAnyRate) {
   EXPECT_EQ(Timecode(0), "00:00:00:00.000");
   EXPECT_EQ(Timecode(1.0 / 30), "00:00:00:02.000");
   EXPECT_EQ(Timecode(2.0 / 30), "00:00:00:04.000");
@@ -242,8 +243,9 @@ TEST(LiveLinkCsv, TimecodesCount60ASecondWhateverTheRate) {
   EXPECT_EQ(Timecode(12 * 3600 + 34 * 60 + 56 + 0.125), "12:34:56:07.500");
 }
 
-// The numbers that a timecode of 30 shows are 30ths here, whatever its exact rate; the take's own times count from it.
-TEST(LiveLinkCsv, ATimecodeIsThatOfTheFirstFrame) {
+// The counts of a timecode of 30 are 30ths of a second here, whatever its exact rate; the take's own times
+// are added.
+TEST(LiveLinkCsv, TheTakesTimecodeIsThatOfTheFirstFrame) {
   Animation animation = Frames({}, 2);
   animation.times = {7, 7.5};
   animation.layout.timecode = mien::Timecode{.count = 3600 * 30 + 15, .rate = {30, 1}};
@@ -259,7 +261,7 @@ TEST(LiveLinkCsv, ARoundedTimecodeCarries) {
   EXPECT_EQ(Timecode(0.0166666), "00:00:00:01.000");
 }
 
-TEST(LiveLinkCsv, TimecodesBeginAnewAtMidnight) {
+TEST(LiveLinkCsv, TimecodesRestartAtMidnight) {
   EXPECT_EQ(Timecode(86399.5), "23:59:59:30.000");
   EXPECT_EQ(Timecode(86399.999999), "00:00:00:00.000");
   EXPECT_EQ(Timecode(86400), "00:00:00:00.000");
@@ -270,8 +272,8 @@ TEST(LiveLinkCsv, TimecodesBeginAnewAtMidnight) {
   EXPECT_EQ(Timecode(-86400 - 3600), "23:00:00:00.000");
 }
 
-// A take may count its times from any day, and in nanoseconds by mistake.
-TEST(LiveLinkCsv, TimecodesOfAnyTimeAreTimecodes) {
+// A take's times may count from any day, or be in nanoseconds by mistake.
+TEST(LiveLinkCsv, AnyTimeGivesAValidTimecode) {
   tests::Random random(12);
   Animation animation = Frames({}, 500);
   for (double& seconds : animation.times)
@@ -289,17 +291,17 @@ TEST(LiveLinkCsv, TimecodesOfAnyTimeAreTimecodes) {
 
 TEST(LiveLinkCsv, TheHeadsAnglesAreRadiansFromTheNeutralPose) {
   ExpectAngles(Angles(Turned(0, 0, 0)), 0, 0, 0);
-  // About its own y, up: its front, z, goes to x, its left.
+  // About its own y, up: its front, z, turns to x, its left.
   ExpectAngles(Angles(Turned(0, 30, 0)), 30 * kDegree, 0, 0);
-  // About its own x, left: its front goes down.
+  // About its own x, left: its front turns down.
   ExpectAngles(Angles(Turned(20, 0, 0)), 0, 20 * kDegree, 0);
-  // About its front: its left goes up, so that its top leans to the right shoulder.
+  // About its front: its left rises, so that its top leans to the right shoulder.
   ExpectAngles(Angles(Turned(0, 0, 10)), 0, 0, 10 * kDegree);
   ExpectAngles(Angles(Turned(-5, 0, 0)), 0, -5 * kDegree, 0);
   ExpectAngles(Angles(Turned(0, -170, 0)), -170 * kDegree, 0, 0);
 }
 
-TEST(LiveLinkCsv, TheSignsAreWhatAPersonWouldSee) {
+TEST(LiveLinkCsv, TheSignsMatchTheVisibleMotion) {
   const VgeAMatrix left = Turned(0, 30, 0), down = Turned(20, 0, 0), leaning = Turned(0, 0, 10);
   EXPECT_GT(left.m[2][0], 0) << "the front goes to the face's own left";
   EXPECT_GT(Angles(left).yaw, 0);
@@ -317,25 +319,25 @@ TEST(LiveLinkCsv, TheHeadRollsFirstThenPitchesThenYaws) {
     const VgeAMatrix motion =
         mien::Product(Turned(0, yaw, 0), mien::Product(Turned(pitch, 0, 0), Turned(0, 0, roll)));
     ExpectAngles(Angles(motion), yaw * kDegree, pitch * kDegree, roll * kDegree);
-    // Wherever the neutral pose stands in the take.
+    // Whatever the neutral pose's position in the take.
     ExpectAngles(Angles(motion, tests::AnyMotion(random)), yaw * kDegree, pitch * kDegree, roll * kDegree);
   }
 }
 
-TEST(LiveLinkCsv, WhereTheHeadIsDoesNotTurnIt) {
+TEST(LiveLinkCsv, TheHeadsPositionDoesNotChangeItsAngles) {
   ExpectAngles(Angles(tests::Motion(VgeRVector(0, 15, 0), {100, -200, 300})), 15 * kDegree, 0, 0);
 }
 
 // --- The stream.
 
-TEST(LiveLinkCsv, WritesPointsWhateverTheLocale) {
+TEST(LiveLinkCsv, WritesDecimalPointsInAnyLocale) {
   const Animation animation = Pose({{"jawOpen", 1234.5}});
   const std::string written = Written(animation);
   const DecimalComma german;
   EXPECT_EQ(Written(animation), written);
 }
 
-TEST(LiveLinkCsv, DoesNotCareHowTheStreamIsSet) {
+TEST(LiveLinkCsv, DoesNotDependOnTheStreamsFormat) {
   const Animation animation = Pose({{"jawOpen", 0.25}});
   std::ostringstream out;
   out << std::hex << std::setprecision(2) << std::showpos << std::setfill('*') << std::setw(300);

@@ -39,7 +39,7 @@ std::string Written(const Animation& animation, WeightKind weights = WeightKind:
   return out.str();
 }
 
-/// Two frames of shapes of these names, the weights of which count up by quarters.
+/// Two frames of shapes with these names, whose weights rise by a quarter.
 std::string WrittenShapes(const std::vector<std::string>& names) {
   Animation animation = TwoFrames();
   animation.layout.shapes = names;
@@ -56,7 +56,7 @@ TEST(TemplateCsv, NamesEveryTemplateOfTheFace) {
   const Animation animation;
   std::string header = "frame,time";
   for (const auto& column : animation.layout.templates) header += ',' + column.name;
-  EXPECT_EQ(Written(animation), header + '\n') << "and has no row without a frame";
+  EXPECT_EQ(Written(animation), header + '\n') << "no row without a frame";
 }
 
 TEST(TemplateCsv, NumbersReadBackToTheSameBits) {
@@ -83,12 +83,12 @@ TEST(TemplateCsv, NumbersReadBackToTheSameBits) {
   }
 }
 
-TEST(TemplateCsv, WritesPointsWhateverTheLocale) {
+TEST(TemplateCsv, WritesDecimalPointsInAnyLocale) {
   const DecimalComma german;
   EXPECT_EQ(Written(TwoFrames()), kTwoFrames);
 }
 
-TEST(TemplateCsv, DoesNotCareHowTheStreamIsSet) {
+TEST(TemplateCsv, DoesNotDependOnTheStreamsFormat) {
   std::ostringstream out;
   out << std::hex << std::setprecision(2) << std::showpos << std::setfill('*') << std::setw(30);
   const Animation animation = TwoFrames();
@@ -97,8 +97,8 @@ TEST(TemplateCsv, DoesNotCareHowTheStreamIsSet) {
   EXPECT_EQ(out.str(), kTwoFrames);
 }
 
-// Counted from the first frame, whatever its time: a take need not begin at 0.
-TEST(TemplateCsv, HasTheTimecodeOfEachFrameWhereThereIsOne) {
+// Counted from the first frame, whatever its time: a take need not start at 0.
+TEST(TemplateCsv, HasTheTimecodeOfEachFrameIfThereIsOne) {
   Animation animation = TwoFrames();
   animation.frames = {1, 2};
   animation.times = {100, 100.25};
@@ -115,11 +115,11 @@ TEST(ShapeCsv, HasARowPerFrameAndAColumnPerShape) {
             "9007199254740993,0.3333333333333333,0.75,1,1.25\n");
 }
 
-TEST(ShapeCsv, OfNoShapesHasTheTimesAlone) {
+TEST(ShapeCsv, WithoutShapesHasOnlyTheTimes) {
   EXPECT_EQ(WrittenShapes({}), "frame,time\n-7,-0.1\n9007199254740993,0.3333333333333333\n");
 }
 
-TEST(ShapeCsv, NamesThatWouldBreakTheTableStandInQuotes) {
+TEST(ShapeCsv, NamesThatWouldBreakTheTableAreQuoted) {
   EXPECT_EQ(WrittenShapes({"a,b", "say \"hi\"", "\"", "two\nlines", "c\rd", "it's; a\ttab", " "}),
             "frame,time,\"a,b\",\"say \"\"hi\"\"\",\"\"\"\","
             "\"two\nlines\",\"c\rd\",it's; a\ttab, \n"
@@ -127,7 +127,7 @@ TEST(ShapeCsv, NamesThatWouldBreakTheTableStandInQuotes) {
             "9007199254740993,0.3333333333333333,1.75,2,2.25,2.5,2.75,3,3.25\n");
 }
 
-TEST(ShapeCsv, WritesPointsWhateverTheLocale) {
+TEST(ShapeCsv, WritesDecimalPointsInAnyLocale) {
   const std::string written = WrittenShapes({"a", "b"});
   const DecimalComma german;
   EXPECT_EQ(WrittenShapes({"a", "b"}), written);

@@ -40,7 +40,7 @@ TemplateColumn Column(const std::string& name) {
   throw std::out_of_range(name);
 }
 
-/// The shapes that each template of the face stands for.
+/// The shapes that each template of the face drives.
 const std::map<std::string, std::set<std::string>> kStandsFor = {
     {"Mouth.Open", {"jawOpen"}},
     {"Mouth.Whistle", {"mouthPucker", "mouthFunnel"}},
@@ -67,7 +67,7 @@ const std::map<std::string, std::set<std::string>> kStandsFor = {
     {"RightNostril.Up", {"noseSneerRight"}},
 };
 
-/// "eyeBlinkLeft" for "eyeBlinkRight" and the reverse; a shape without a side is its own mirror.
+/// "eyeBlinkLeft" for "eyeBlinkRight" and vice versa; a shape without a side is its own mirror image.
 std::string Mirrored(const std::string& shape) {
   const auto exchange = [&](const std::string& from, const std::string& to) {
     return shape.substr(0, shape.size() - from.size()) + to;
@@ -86,7 +86,7 @@ std::string MirroredTemplate(const std::string& name) {
   return name;
 }
 
-/// What the character shows of a face that stands in the pose of these template weights: the face is measured anew.
+/// The character's shapes for a face posed with these template weights and then measured.
 std::map<std::string, double> ShapesOfPose(const std::vector<std::string>& templates) {
   const VFace& face = *GetGlobalFace();
   VFaceTemplateState posed, measured;
@@ -118,7 +118,7 @@ TEST(Arkit52, HasEachOfThe52NamesOnce) {
   EXPECT_EQ(character.range->most, 1);
 }
 
-TEST(Arkit52, EveryTemplateRaisesTheShapesThatItStandsForAndNoOthers) {
+TEST(Arkit52, EveryTemplateRaisesOnlyItsShapes) {
   ASSERT_EQ(kStandsFor.size(), mien::TemplateColumns().size());
   const Character character = Arkit52();
   for (const TemplateColumn& column : mien::TemplateColumns()) {
@@ -140,8 +140,8 @@ TEST(Arkit52, LeftIsTheMirrorOfRight) {
   }
 }
 
-// A side's templates move that side: left is the face's own left.
-TEST(Arkit52, ASideMovesItsOwnSideAlone) {
+// The templates of a side move that side: left is the face's own left.
+TEST(Arkit52, ASideMovesOnlyItsOwnSide) {
   const Character character = Arkit52();
   for (const TemplateColumn& column : mien::TemplateColumns()) {
     const bool left = column.name.starts_with("Left") || column.name.ends_with("L");
@@ -152,18 +152,18 @@ TEST(Arkit52, ASideMovesItsOwnSideAlone) {
   }
 }
 
-TEST(Arkit52, MapsTheMouthAsItsNamesSay) {
+TEST(Arkit52, TheMouthsShapesMatchTheirNames) {
   const Character character = Arkit52();
   EXPECT_THAT(Of(character, Column("Mouth.Open")), UnorderedElementsAre(Pair("jawOpen", 1)));
   EXPECT_THAT(Of(character, Column("Mouth.CornersUpL")), UnorderedElementsAre(Pair("mouthSmileLeft", 1)));
   EXPECT_THAT(Of(character, Column("Mouth.CornersDownR")), UnorderedElementsAre(Pair("mouthFrownRight", 1)));
 }
 
-TEST(Arkit52, ARestingFaceShowsNothing) {
+TEST(Arkit52, ARestingFaceHasAllShapesAtZero) {
   for (const auto& [shape, weight] : ShapesOfPose({})) EXPECT_EQ(weight, 0) << shape;
 }
 
-// From a pose of the face, through what is measured of it, to the shapes.
+// From a pose of the face, measured, to the shapes.
 TEST(Arkit52, TheShapesOfAPoseAreTheLargest) {
   for (const auto& [name, stands_for] : kStandsFor) {
     const std::map<std::string, double> shapes = ShapesOfPose({name});
@@ -182,14 +182,14 @@ TEST(Arkit52, TheShapesOfAPoseAreTheLargest) {
   }
 }
 
-TEST(Arkit52, BothBrowsUpShowNoBrowDown) {
+TEST(Arkit52, RaisedBrowsShowNoBrowDown) {
   auto shapes = ShapesOfPose({"LeftBrow.Up", "RightBrow.Up"});
   for (const std::string up : {"browOuterUpLeft", "browOuterUpRight", "browInnerUp"})
     EXPECT_GT(shapes.at(up), 0.9) << up;
   for (const std::string down : {"browDownLeft", "browDownRight"}) EXPECT_EQ(shapes.at(down), 0) << down;
 }
 
-TEST(Arkit52, BothBrowsDownShowNoBrowUp) {
+TEST(Arkit52, LoweredBrowsShowNoBrowUp) {
   auto shapes = ShapesOfPose({"LeftBrow.Down", "RightBrow.Down"});
   for (const std::string down : {"browDownLeft", "browDownRight"}) EXPECT_GT(shapes.at(down), 0.9) << down;
   for (const std::string up : {"browOuterUpLeft", "browOuterUpRight", "browInnerUp"})
@@ -200,12 +200,12 @@ TEST(Arkit52, OneBrowMovesItsOwnSideAndHalfOfTheMiddle) {
   auto left = ShapesOfPose({"LeftBrow.Up"}), right = ShapesOfPose({"RightBrow.Up"});
   EXPECT_GT(left.at("browOuterUpLeft"), 0.9);
   EXPECT_EQ(left.at("browOuterUpRight"), 0);
-  EXPECT_NEAR(left.at("browInnerUp"), 0.5, 0.05); // half of a whole one, which is limited to 1
+  EXPECT_NEAR(left.at("browInnerUp"), 0.5, 0.05); // half of both brows, which is limited to 1
   EXPECT_GT(right.at("browOuterUpRight"), 0.9);
   EXPECT_EQ(right.at("browOuterUpLeft"), 0);
 }
 
-TEST(Arkit52, BothCheeksOutPuffWholly) {
+TEST(Arkit52, BothCheeksOutPuffFully) {
   EXPECT_GT(ShapesOfPose({"LeftCheek.Out", "RightCheek.Out"}).at("cheekPuff"), 0.9);
   EXPECT_NEAR(ShapesOfPose({"LeftCheek.Out"}).at("cheekPuff"), 0.5, 0.05); // half of that
 }

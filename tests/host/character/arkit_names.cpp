@@ -18,7 +18,7 @@ namespace {
 
 using Half = ArkitMatch::Half;
 
-/// "eyeBlinkLeft" as the name matches it, "browInnerUp left" for a half; "nothing".
+/// The match as text: "eyeBlinkLeft", "browInnerUp left" for a half, or "nothing".
 std::string Meaning(const std::string& name) {
   const auto match = FindArkitName(name);
   if (!match) return "nothing";
@@ -59,12 +59,12 @@ std::pair<std::string, char> WithoutSide(const std::string& name) {
 
 } // namespace
 
-TEST(ArkitNames, Are52DifferentOnesEachItsOwnMeaning) {
+TEST(ArkitNames, Are52DifferentNamesEachWithItsOwnMeaning) {
   EXPECT_EQ(std::set<std::string_view>(kArkitNames.begin(), kArkitNames.end()).size(), 52u);
   for (const std::string_view name : kArkitNames) EXPECT_EQ(Meaning(std::string(name)), name);
 }
 
-TEST(ArkitNames, StandInTheOrderOfThePhonesCsv) {
+TEST(ArkitNames, AreInTheOrderOfThePhonesCsv) {
   const auto at = [](std::string_view name) {
     return std::find(kArkitNames.begin(), kArkitNames.end(), name) - kArkitNames.begin();
   };
@@ -80,15 +80,15 @@ TEST(ArkitNames, StandInTheOrderOfThePhonesCsv) {
   EXPECT_EQ(at("tongueOut"), 51);
 }
 
-// What the match stands on: a name is found at another one's end.
-TEST(ArkitNames, NoneEndsWithAnotherOne) {
+// The match relies on this: it looks for a name at the end of another.
+TEST(ArkitNames, NoneEndsWithAnother) {
   for (const std::string_view name : kArkitNames)
     for (const std::string_view other : kArkitNames)
       EXPECT_TRUE(name == other || !Lower(std::string(name)).ends_with(Lower(std::string(other))))
           << name << ' ' << other;
 }
 
-TEST(FindArkitName, DoesNotCareAboutLetterCaseAndSeparators) {
+TEST(FindArkitName, IgnoresLetterCaseAndSeparators) {
   for (const std::string_view original : kArkitNames) {
     const std::string name(original);
     for (const std::string& spelling :
@@ -99,7 +99,7 @@ TEST(FindArkitName, DoesNotCareAboutLetterCaseAndSeparators) {
   }
 }
 
-TEST(FindArkitName, TakesASideByItsFirstLetter) {
+TEST(FindArkitName, AcceptsASideByItsFirstLetter) {
   int sided = 0;
   for (const std::string_view original : kArkitNames) {
     const std::string name(original);
@@ -113,7 +113,7 @@ TEST(FindArkitName, TakesASideByItsFirstLetter) {
           Lower(stem) + capital, Separated(stem, "_") + "_" + capital,
           stem + "_" + Lower(name.substr(stem.size())), stem + "_" + Upper(name.substr(stem.size()))})
       EXPECT_EQ(Meaning(spelling), name) << spelling;
-    // A small letter, or a capital among capitals, is the word's own.
+    // A small letter, or a capital among capitals, belongs to the word.
     EXPECT_EQ(Meaning(stem + small), "nothing");
     EXPECT_EQ(Meaning(Upper(stem) + capital), "nothing");
     EXPECT_EQ(Meaning(stem), "nothing") << "without a side";
@@ -121,14 +121,14 @@ TEST(FindArkitName, TakesASideByItsFirstLetter) {
   EXPECT_EQ(sided, 14 + 2 + 16 + 4 + 2 + 2); // eyes, jaw, mouth, brows, cheeks, nose
 }
 
-TEST(FindArkitName, TakesTheExamplesOfItsHeader) {
+TEST(FindArkitName, MatchesTheExamplesOfItsHeader) {
   for (const std::string name : {"Eye_Blink_Left", "eyeBlink_L", "EyeBlinkL"})
     EXPECT_EQ(Meaning(name), "eyeBlinkLeft") << name;
   for (const std::string name : {"Head.jawOpen", "A01_Jaw_Open", "jawOpen.001"})
     EXPECT_EQ(Meaning(name), "jawOpen") << name;
 }
 
-TEST(FindArkitName, APrefixEndsInSomethingOtherThanALetter) {
+TEST(FindArkitName, APrefixDoesNotEndInALetter) {
   for (const std::string prefix : {"Head.", "A01_", "CC_Base_", "blendShape1.", "face|", "12", "x:", "眉",
                                    "left_", "jaw_", "mesh Open "}) {
     EXPECT_EQ(Meaning(prefix + "mouthClose"), "mouthClose") << prefix;
@@ -141,15 +141,15 @@ TEST(FindArkitName, APrefixEndsInSomethingOtherThanALetter) {
   }
 }
 
-// Driven by one of the two alone, a corrective would fire where nothing is to be corrected.
-TEST(FindArkitName, ACorrectiveForTwoOfThemIsNone) {
+// Driven by only one of the two, a corrective would act when nothing needs correction.
+TEST(FindArkitName, ACorrectiveForTwoOfThemMeansNone) {
   for (const std::string name :
        {"browDownL_browOuterUpL", "jawOpen_mouthClose", "mesh jawOpen mouthClose",
         "EyeBlinkLeft.EyeLookDownLeft.001", "Head.jaw_open_cheekPuff_R", "mouthLeft_jawOpen_tongueOut"})
     EXPECT_EQ(Meaning(name), "nothing") << name;
 }
 
-TEST(FindArkitName, WhatFollowsTheLastLetterDoesNotMatter) {
+TEST(FindArkitName, EverythingAfterTheLastLetterIsIgnored) {
   const std::string suffixes[] = {".001", "_", "01", " ", "_1.2", "%", "眉", "\n", std::string("\0", 1)};
   for (const std::string& suffix : suffixes) {
     EXPECT_EQ(Meaning("mouthClose" + suffix), "mouthClose") << suffix;
@@ -161,7 +161,7 @@ TEST(FindArkitName, WhatFollowsTheLastLetterDoesNotMatter) {
     EXPECT_EQ(Meaning("mouthClose" + suffix), "nothing") << suffix;
 }
 
-TEST(FindArkitName, TwoOfThemComeInHalves) {
+TEST(FindArkitName, TwoOfThemHaveHalves) {
   for (const std::string name : {"browInnerUp", "cheekPuff"}) {
     EXPECT_EQ(Meaning(name), name);
     for (const std::string side : {"Left", "_L", "_l", "L", "_left", ".Left", "_LEFT"})
@@ -179,7 +179,7 @@ TEST(FindArkitName, OthersHaveNoHalves) {
       EXPECT_EQ(Meaning(name + side), "nothing") << name << side;
 }
 
-TEST(FindArkitName, ASideTwiceIsNone) {
+TEST(FindArkitName, ADoubleSideMeansNone) {
   for (const std::string name :
        {"eyeBlinkLeftL", "eyeBlinkLeft_L", "eyeBlinkLeft_R", "browInnerUp_L_L", "jawLeft_R"})
     EXPECT_EQ(Meaning(name), "nothing") << name;

@@ -36,14 +36,14 @@ namespace {
 const std::string kParts = R"({ "face": { "shapes": ["a", "b"] } })";
 const std::string kTemplates = R"({ "Mouth": { "Open": { "a": 1 } } })";
 
-/// A character file of these parts and templates and, after them, `more` members.
+/// A character file with these parts and templates, followed by `more` members.
 std::string File(const std::string& parts = kParts, const std::string& templates = kTemplates,
                  const std::string& more = "") {
   return R"({ "format": "mien character 1", "name": "Robot", "parts": )" + parts + R"(, "templates": )" +
          templates + (more.empty() ? "" : ", ") + more + " }";
 }
 
-/// The same with one part "face" of the shapes "a" and "b" and of these clusters.
+/// The same with one part "face" with the shapes "a" and "b" and these clusters.
 std::string WithClusters(const std::string& clusters) {
   return File(R"({ "face": { "shapes": ["a", "b"], "clusters": )" + clusters + " } }");
 }
@@ -80,7 +80,7 @@ std::string Written(const Character& character) {
   return out.str();
 }
 
-/// `count` times `one(i)`, with commas between.
+/// `count` times `one(i)`, separated by commas.
 template <class Function>
 std::string List(int count, const Function& one) {
   std::string list;
@@ -110,7 +110,7 @@ VgeRMatrix Euler(double x, double y, double z) {
   return rotation;
 }
 
-/// Everything but rotations to the bit of its value; those to what the way through degrees costs.
+/// Compares values exactly, except rotations: those to the precision of a conversion through degrees.
 void ExpectEqual(const ClusterTransform& a, const ClusterTransform& b) {
   EXPECT_EQ(a.translation, b.translation);
   EXPECT_LT(Difference(a.rotation, b.rotation), 1e-12);
@@ -164,7 +164,7 @@ class CharacterFiles : public TemporaryFolder {};
 
 // --- What is read.
 
-TEST(ReadCharacter, TakesEveryMemberToItsPlace) {
+TEST(ReadCharacter, ReadsEveryMember) {
   const Character character = Read(R"({
     "format": "mien character 1", "name": "Robot", "range": [-0.5, 2],
     "parts": {
@@ -269,7 +269,7 @@ TEST(ReadCharacter, TheOrderOfMembersDoesNotMatter) {
   EXPECT_EQ(character.expressions.at(0).shapes, (ShapeWeights{{"a", 1.0}}));
 }
 
-TEST(ReadCharacter, NamesAreAnyText) {
+TEST(ReadCharacter, NamesCanBeAnyText) {
   const Character character = Read(R"({
     "format": "mien character 1", "name": "眉 \"x\"",
     "parts": { "a/b": { "shapes": ["ä/ß", "~", "a b", "a\\b", "A", "a", "."],
@@ -283,13 +283,13 @@ TEST(ReadCharacter, NamesAreAnyText) {
   EXPECT_EQ(character.parts[1].name, "A/B");
   EXPECT_THAT(character.parts[0].shapes, ElementsAre("ä/ß", "~", "a b", "a\\b", "A", "a", "."));
   EXPECT_EQ(character.parts[0].clusters[0].name, "眉/~");
-  EXPECT_EQ(character.parts[1].clusters[0].name, "a") << "a cluster's name is its part's own";
+  EXPECT_EQ(character.parts[1].clusters[0].name, "a") << "clusters of different parts may have the same name";
   EXPECT_EQ(character.parts[0].poses[0].shape, "~");
   EXPECT_THAT(character.templates[kMouth][kOpen], ElementsAre(Pair("ä/ß", 1), Pair("~", 2), Pair("a\\b", 3)));
   EXPECT_EQ(character.expressions[0].name, "/");
 }
 
-TEST(ReadCharacter, WeightsAreAnyNumbers) {
+TEST(ReadCharacter, WeightsCanBeAnyNumbers) {
   EXPECT_THAT(Read(File(R"({ "p": { "shapes": ["a", "b", "c", "d", "e", "f"] } })",
                         R"({ "Mouth": { "Open": { "a": -3, "b": 1e308, "c": 0, "d": 18446744073709551615,
                                                   "e": 0.1, "f": 5e-324 } } })"))
@@ -300,7 +300,7 @@ TEST(ReadCharacter, WeightsAreAnyNumbers) {
 
 // --- Transforms.
 
-TEST(ReadCharacter, ATransformLeavesOutWhatItWants) {
+TEST(ReadCharacter, TransformsCanOmitAnyMember) {
   ExpectEqual(ReadTransform("{}"), {At(0, 0, 0), VgeRMatrix(), VgeSVector(1, 1, 1)});
   ExpectEqual(ReadTransform(R"({ "scale": [2, 3, 4] })"), {At(0, 0, 0), VgeRMatrix(), VgeSVector(2, 3, 4)});
   ExpectEqual(ReadTransform(R"({ "translation": [2, 3, 4] })"),
@@ -308,7 +308,7 @@ TEST(ReadCharacter, ATransformLeavesOutWhatItWants) {
   EXPECT_EQ(ReadTransform("{}").rotation, VgeRMatrix());
 }
 
-TEST(ReadCharacter, ThreeNumbersTurnAboutXThenYThenZInDegrees) {
+TEST(ReadCharacter, ThreeNumbersAreDegreesAboutXThenYThenZ) {
   const VgeRMatrix about_x = ReadTransform(R"({ "rotation": [90, 0, 0] })").rotation;
   EXPECT_NEAR(about_x.m[1][2], 1, 1e-15) << "y goes to z";
   const VgeRMatrix about_y = ReadTransform(R"({ "rotation": [0, 90, 0] })").rotation;
@@ -338,7 +338,7 @@ TEST(ReadCharacter, FourNumbersAreAQuaternionXyzw) {
             1e-5); // six digits are written
 }
 
-TEST(ReadCharacter, AQuaternionHasAnyLengthAndSign) {
+TEST(ReadCharacter, AQuaternionCanHaveAnyLengthAndSign) {
   const VgeRMatrix unit = ReadTransform(R"({ "rotation": [0.36, -0.48, 0.8, 0.0] })").rotation;
   const VgeRMatrix turn = ReadTransform(R"({ "rotation": [1, -2, 3, -4] })").rotation;
   for (const std::string same : {"[-1, 2, -3, 4]", "[10, -20, 30, -40]", "[1e300, -2e300, 3e300, -4e300]",
@@ -348,12 +348,12 @@ TEST(ReadCharacter, AQuaternionHasAnyLengthAndSign) {
   for (const std::string identity :
        {"[0, 0, 0, -1]", "[0, 0, 0, 5e-324]", "[0, 0, 0, 1.7e308]", "[-0.0, 0, 0, 18446744073709551615]"})
     EXPECT_EQ(ReadTransform("{ \"rotation\": " + identity + " }").rotation, VgeRMatrix()) << identity;
-  // The shortest numbers there are, where each has one bit.
+  // The smallest numbers, which have one bit.
   const VgeRMatrix tiny = ReadTransform(R"({ "rotation": [5e-324, 5e-324, -5e-324, 5e-324] })").rotation;
   EXPECT_LT(Difference(tiny, ReadTransform(R"({ "rotation": [1, 1, -1, 1] })").rotation), 1e-15);
 }
 
-// Against the library's own way back: the rotation that was read has this quaternion.
+// Compared with the library's conversion: the rotation that was read has this quaternion.
 TEST(ReadCharacter, QuaternionsAreProperRotations) {
   tests::Random random(5);
   for (int i = 0; i < 200; ++i) {
@@ -379,7 +379,7 @@ TEST(ReadCharacter, QuaternionsAreProperRotations) {
   }
 }
 
-TEST(ReadCharacter, APoseNamesOnlyWhatDiffersFromRest) {
+TEST(ReadCharacter, APoseNamesOnlyDifferencesFromRest) {
   const Character character = Read(WithClusters(R"({
     "rest": { "c": { "translation": [1, 2, 3], "rotation": [10, 20, 30], "scale": [2, -3, 4] },
               "d": { "translation": [7, 8, 9] } },
@@ -395,15 +395,15 @@ TEST(ReadCharacter, APoseNamesOnlyWhatDiffersFromRest) {
   EXPECT_EQ(part.poses[0].clusters[0].rotation, part.clusters[0].rest.rotation);
 }
 
-TEST(ReadCharacter, APoseMayMirrorWhatTheRestPoseMirrors) {
+TEST(ReadCharacter, APoseMayMirrorIfTheRestPoseDoes) {
   EXPECT_EQ(Error(WithClusters(R"({ "rest": { "c": { "scale": [-1, 1, -2] } },
                                     "poses": { "a": { "c": { "scale": [-3, 5e-324, -1e308] } } } })")),
             "no InputError");
 }
 
-// --- How much fits.
+// --- Limits.
 
-TEST(ReadCharacter, TakesAsManyPartsAsTheLibraryHolds) {
+TEST(ReadCharacter, AcceptsTheLibrarysNumberOfParts) {
   const auto parts = [](int count) {
     return "{ " +
            List(count,
@@ -413,27 +413,28 @@ TEST(ReadCharacter, TakesAsManyPartsAsTheLibraryHolds) {
            " }";
   };
   EXPECT_EQ(Read(File(parts(15), "{}")).parts.size(), 15u);
-  EXPECT_EQ(Error(File(parts(16), "{}")), "c.json:/parts: 16 parts; join some: there may be 15 at most");
+  EXPECT_EQ(Error(File(parts(16), "{}")),
+            "c.json:/parts: 16 parts; combine some: a character has at most 15");
 }
 
-TEST(ReadCharacter, TakesAsManyShapesAsAPartHolds) {
+TEST(ReadCharacter, AcceptsTheLibrarysNumberOfShapesPerPart) {
   const auto parts = [](int first, int second) {
     return R"({ "p": { "shapes": )" + Names(first, "s") + R"( }, "q": { "shapes": )" + Names(second, "t") +
            " } }";
   };
   EXPECT_EQ(Read(File(parts(500, 500), "{}")).Shapes().size(), 1000u);
   EXPECT_EQ(Error(File(parts(500, 501), "{}")),
-            "c.json:/parts/q/shapes: 501 shapes; move some to another part: one holds 500");
+            "c.json:/parts/q/shapes: 501 shapes; move some to another part: a part has at most 500");
 }
 
-TEST(ReadCharacter, TakesAsManyExpressionsAsTheFaceHolds) {
+TEST(ReadCharacter, AcceptsTheLibrarysNumberOfExpressions) {
   const auto expressions = [](int count) {
     return WithExpressions("{ " + List(count, [](int i) { return "\"e" + std::to_string(i) + "\": {}"; }) +
                            " }");
   };
   EXPECT_EQ(Read(expressions(99)).expressions.size(), 99u);
   EXPECT_EQ(Error(expressions(100)),
-            "c.json:/expressions: 100 expressions; leave some out: there may be 99 at most");
+            "c.json:/expressions: 100 expressions; leave some out: a character has at most 99");
 }
 
 TEST(ReadCharacter, NamesHaveUpTo255Bytes) {
@@ -466,12 +467,12 @@ TEST(ReadCharacter, NamesHaveUpTo255Bytes) {
                  kParts + R"(, "templates": {} })")
                 .name,
             longer + longer)
-      << "the character's own name stands in no table";
+      << "the character's own name is not stored in the library";
 }
 
-// --- What is refused: each mistake alone.
+// --- What is refused: single mistakes.
 
-TEST(ReadCharacter, NoJsonAtAllIsPlacedByLineAndColumn) {
+TEST(ReadCharacter, InvalidJsonIsReportedByLineAndColumn) {
   EXPECT_THAT(Error("frame,time,a.x"), StartsWith("c.json:1:2: this is not JSON"));
   EXPECT_EQ(Error(""), "c.json: the file is empty; name a JSON file");
   EXPECT_THAT(Error(File().substr(0, 60)), StartsWith("c.json:1:"));
@@ -483,7 +484,7 @@ TEST(ReadCharacter, AnythingButAnObjectIsRefused) {
     EXPECT_EQ(Error(text), "c.json: a character is an object; begin with {") << text;
 }
 
-TEST(ReadCharacter, SaysWhatAnEmptyObjectLacks) {
+TEST(ReadCharacter, ReportsWhatAnEmptyObjectLacks) {
   EXPECT_THAT(
       Lines(Error("{}")),
       ElementsAre(
@@ -495,15 +496,15 @@ TEST(ReadCharacter, SaysWhatAnEmptyObjectLacks) {
           "\"Mouth\": { \"Open\": { \"SHAPE\": 1 } } }"));
 }
 
-TEST(ReadCharacter, EachMistakeAloneIsToldByItsPointer) {
+TEST(ReadCharacter, EachMistakeIsReportedByItsPointer) {
   const std::string not_object = ": this is not an object; write { ... }";
   const std::string not_translation = ": this is not a translation; write [x, y, z]",
                     not_scale = ": this is not a scale; write [x, y, z]",
                     not_rotation =
                         ": this is not a rotation; write [x, y, z] in degrees, or a quaternion [x, y, z, w]",
                     zero_scale = ": a scale of 0; scale by another factor: a cluster may not vanish",
-                    other_sign = ": the sign differs from that of the rest pose; scale by a factor above 0: "
-                                 "between the two the cluster would vanish",
+                    other_sign = ": the sign differs from the rest pose; scale by a factor above 0: "
+                                 "between the two poses the cluster would vanish",
                     not_weight = ": this is not a weight; write a number",
                     unknown = ": nothing is known by this name; use one of: ",
                     no_shape = ": no part has a shape of this name; list it under \"shapes\" of a part",
@@ -529,10 +530,8 @@ TEST(ReadCharacter, EachMistakeAloneIsToldByItsPointer) {
       {File(R"({ "p": { "shapes": ["a", "b", "a"] } })", "{}"),
        "/parts/p/shapes/2: the shape \"a\" is in the list already; name it once"},
       {File(R"({ "p": { "shapes": ["a", "b"] }, "q": { "shapes": ["c", "b"] } })", "{}"),
-       "/parts/q/shapes/1: the shape \"b\" is in the part \"p\" already; name it once; templates know a "
-       "shape "
-       "by "
-       "its name alone"},
+       "/parts/q/shapes/1: the part \"p\" already has the shape \"b\"; name it once; templates find a "
+       "shape only by its name"},
       // Clusters.
       {WithClusters("[]"), "/parts/face/clusters" + not_object},
       {WithClusters(R"({ "rest": { "c": {} }, "pose": {} })"),
@@ -622,9 +621,8 @@ TEST(ReadCharacter, EachMistakeAloneIsToldByItsPointer) {
       {WithExpressions(R"({ "E": { "shapes": { "x": 1 } } })"), "/expressions/E/shapes/x" + no_shape},
       {WithExpressions(R"({ "E": { "shapes": { "a": null } } })"), "/expressions/E/shapes/a" + not_weight},
       {WithExpressions(R"({ "Smile": {}, "smILE": {} })"),
-       "/expressions/smILE: the name is that of \"Smile\", but for the case of its letters; give each "
-       "expression "
-       "its own name"},
+       "/expressions/smILE: the name differs from \"Smile\" only in the case of its letters; give each "
+       "expression a different name"},
       {WithExpressions(R"({ "E": {}, "E": {} })"),
        "/expressions/E: this key is in the object twice; keep one of them"},
       // The range.
@@ -639,11 +637,11 @@ TEST(ReadCharacter, EachMistakeAloneIsToldByItsPointer) {
   for (const auto& [text, message] : mistakes) EXPECT_EQ(Error(text), "c.json:" + message) << text;
 }
 
-TEST(ReadCharacter, ARangeMayBeOneNumber) {
+TEST(ReadCharacter, TheLimitsOfARangeMayBeEqual) {
   EXPECT_EQ(Error(File(kParts, kTemplates, R"("range": [0.5, 0.5])")), "no InputError");
 }
 
-// Names end up in the library's texts, which end with a zero.
+// Names are stored in the library's texts, which end with a zero byte.
 TEST(ReadCharacter, NamesHaveNoZeroByte) {
   const std::string zero = "name has a zero byte; use letters and digits";
   for (const std::string name : {R"(\u0000)", R"(\u0000Smile)", R"(Smile\u0000)"}) {
@@ -686,7 +684,7 @@ TEST(ReadCharacter, PointersEscapeSlashesAndTildes) {
 
 // --- What is refused: all at once.
 
-TEST(ReadCharacter, ReportsEveryMistakeAtOnce) {
+TEST(ReadCharacter, ReportsAllMistakesTogether) {
   const std::string error = Error(R"({
     "format": "mien character 2",
     "name": 7,
@@ -729,7 +727,7 @@ TEST(ReadCharacter, ReportsEveryMistakeAtOnce) {
       "/parts/face/shapes/2: the shape \"a\" is in the list already",
       "/parts/face/shapes/3: this is not a shape name",
       "/parts/face/shapes/4: the shape name has 0 bytes",
-      "/parts/jaw/shapes/1: the shape \"b\" is in the part \"face\" already",
+      "/parts/jaw/shapes/1: the part \"face\" already has the shape \"b\"",
       "/parts/jaw/clusters/root/scale: a scale of 0",
       "/parts/jaw/clusters/rest/bone/translation: this is not a translation",
       "/parts/jaw/clusters/rest/bone/scale: a scale of 0",
@@ -755,19 +753,19 @@ TEST(ReadCharacter, ReportsEveryMistakeAtOnce) {
   std::vector<testing::Matcher<std::string>> expected;
   for (const std::string& place : places) expected.emplace_back(StartsWith("c.json:" + place));
   EXPECT_THAT(Lines(error), testing::UnorderedElementsAreArray(expected));
-  for (const std::string& line : Lines(error)) EXPECT_THAT(line, HasSubstr("; ")) << "what to do about it";
+  for (const std::string& line : Lines(error)) EXPECT_THAT(line, HasSubstr("; ")) << "a fix";
 }
 
-TEST(ReadCharacter, TooMuchOfEverythingIsToldAtOnce) {
+TEST(ReadCharacter, AllExceededLimitsAreReportedTogether) {
   std::string parts = "{ \"big\": { \"shapes\": " + Names(501, "s") + " }";
   for (int i = 1; i < 16; ++i) parts += ", \"p" + std::to_string(i) + "\": { \"shapes\": [] }";
   EXPECT_THAT(
       Lines(Error(File(parts + " }", "{}",
                        "\"expressions\": { " +
                            List(100, [](int i) { return "\"e" + std::to_string(i) + "\": {}"; }) + " }"))),
-      ElementsAre("c.json:/parts: 16 parts; join some: there may be 15 at most",
-                  "c.json:/parts/big/shapes: 501 shapes; move some to another part: one holds 500",
-                  "c.json:/expressions: 100 expressions; leave some out: there may be 99 at most"));
+      ElementsAre("c.json:/parts: 16 parts; combine some: a character has at most 15",
+                  "c.json:/parts/big/shapes: 501 shapes; move some to another part: a part has at most 500",
+                  "c.json:/expressions: 100 expressions; leave some out: a character has at most 99"));
 }
 
 TEST(ReadCharacter, RefusesEveryWrongType) {
@@ -846,7 +844,7 @@ TEST(ReadCharacter, RefusesEveryWrongType) {
     }
 }
 
-TEST(ReadCharacter, AKeyTwiceIsAMistakeWhereverItIs) {
+TEST(ReadCharacter, ADuplicateKeyIsAMistakeAnywhere) {
   for (const auto& [text, pointer] : {
            std::pair(File(R"({ "p": { "shapes": [] }, "p": { "shapes": [] } })", "{}"), "/parts/p"),
            std::pair(File(R"({ "p": { "shapes": [], "shapes": [] } })", "{}"), "/parts/p/shapes"),
@@ -864,7 +862,7 @@ TEST(ReadCharacter, AKeyTwiceIsAMistakeWhereverItIs) {
               std::string("c.json:") + pointer + ": this key is in the object twice; keep one of them");
 }
 
-TEST(ReadCharacter, RefusesNumbersThatNoDoubleHolds) {
+TEST(ReadCharacter, RefusesNumbersBeyondTheRangeOfDoubles) {
   for (const std::string number : {"1e999", "-1e999"}) {
     EXPECT_THAT(Error(File(kParts, R"({ "Mouth": { "Open": { "a": )" + number + " } } }")),
                 StartsWith("c.json:1:"));
@@ -872,7 +870,7 @@ TEST(ReadCharacter, RefusesNumbersThatNoDoubleHolds) {
   }
 }
 
-TEST(ReadCharacter, DeepNestingInAnyPlaceIsAMistakeAndNoCrash) {
+TEST(ReadCharacter, DeepNestingAnywhereIsAMistakeAndNotACrash) {
   const auto deep = [](const std::string& open, const std::string& inner, const std::string& close) {
     std::string text;
     for (int i = 0; i < 50000; ++i) text += open;
@@ -894,7 +892,7 @@ TEST(ReadCharacter, DeepNestingInAnyPlaceIsAMistakeAndNoCrash) {
   }
 }
 
-TEST(ReadCharacter, TheFilesOwnWordsCannotSteerTheTerminal) {
+TEST(ReadCharacter, TheFilesTextCannotControlTheTerminal) {
   const std::string error = Error(File(R"({ "\u001b[2J": { "shapes": ["\u001b[3J\n", "\u001b[3J\n"] },
                                             "q": { "shapes": ["\u001b[3J\n"] } })",
                                        R"({ "\u001b[4J": {} })", R"("expressions": { "\u001b[5J\r": [] })"));
@@ -903,7 +901,7 @@ TEST(ReadCharacter, TheFilesOwnWordsCannotSteerTheTerminal) {
   EXPECT_THAT(error, Not(HasSubstr("\r")));
 }
 
-TEST(ReadCharacter, ReadsPointsWhateverTheLocale) {
+TEST(ReadCharacter, ReadsDecimalPointsInAnyLocale) {
   const DecimalComma german;
   EXPECT_EQ(ReadTransform(R"({ "translation": [1234.5, 0.25, -1000000] })").translation,
             At(1234.5, 0.25, -1000000));
@@ -939,11 +937,11 @@ TEST(WriteCharacter, ReadsBackTheSame) {
   ExpectEqual(Read(Written(back)), character);
 }
 
-TEST(WriteCharacter, RotationsOfEveryKindComeBack) {
+TEST(WriteCharacter, AllRotationsReadBack) {
   tests::Random random(8);
   Character character = Read(WithRest("{}"));
   for (int i = 0; i < 300; ++i) {
-    // Among them the poles, where the first and the last angle turn about the same axis.
+    // Including the poles, at which the first and the last angle turn about the same axis.
     const double middle = i % 3 == 0 ? 90 : i % 3 == 1 ? -90 : random.Between(-90, 90);
     character.parts[0].clusters[0].rest.rotation =
         Euler(random.Between(-180, 180), middle, random.Between(-180, 180));
@@ -951,7 +949,7 @@ TEST(WriteCharacter, RotationsOfEveryKindComeBack) {
   }
 }
 
-TEST(WriteCharacter, WritesAFileForPeopleToRead) {
+TEST(WriteCharacter, IsReadableForPeople) {
   const Character character = Read(File(
       R"({ "face": { "shapes": ["a"] },
            "jaw": { "shapes": ["b", "c"], "clusters": {
@@ -1002,7 +1000,7 @@ TEST(WriteCharacter, WritesAFileForPeopleToRead) {
 )");
 }
 
-TEST(WriteCharacter, WritesPointsWhateverTheLocale) {
+TEST(WriteCharacter, WritesDecimalPointsInAnyLocale) {
   const Character character =
       Read(WithClusters(R"({ "rest": { "c": { "translation": [1234.5, 0.25, -1000000] } } })"));
   const std::string written = Written(character);
@@ -1011,7 +1009,7 @@ TEST(WriteCharacter, WritesPointsWhateverTheLocale) {
   ExpectEqual(Read(written), character);
 }
 
-TEST(WriteCharacter, DoesNotCareHowTheStreamIsSet) {
+TEST(WriteCharacter, DoesNotDependOnTheStreamsFormat) {
   const Character character = LoadCharacter("arkit52");
   std::ostringstream out;
   out << std::hex << std::showpos;
@@ -1023,7 +1021,7 @@ TEST(WriteCharacter, DoesNotCareHowTheStreamIsSet) {
 
 // --- Characters by name.
 
-TEST(LoadCharacter, KnowsTheBuiltInOnesByName) {
+TEST(LoadCharacter, FindsTheBuiltInOnesByName) {
   EXPECT_THAT(mien::BuiltInCharacters(), ElementsAre("arkit52"));
   for (const std::string& name : mien::BuiltInCharacters()) {
     const Character character = LoadCharacter(name);
@@ -1033,7 +1031,7 @@ TEST(LoadCharacter, KnowsTheBuiltInOnesByName) {
   }
 }
 
-TEST(LoadCharacter, TellsTheBuiltInOnesWhereThereIsNoFile) {
+TEST(LoadCharacter, ListsTheBuiltInOnesIfThereIsNoFile) {
   EXPECT_EQ(
       InputErrorOf([] { LoadCharacter("no such/character.json"); }),
       "no such/character.json: there is no character of this name and no such file; name a character file, "

@@ -47,7 +47,7 @@ std::vector<std::string> Numbered(std::size_t count) {
 
 } // namespace
 
-TEST(CharacterFromHead, AHeadOfThe52IsTheBuiltInCharacter) {
+TEST(CharacterFromHead, AHeadWithThe52IsTheBuiltInCharacter) {
   const Character arkit = LoadCharacter("arkit52");
   const HeadMatch match = MatchHead("Ada", {kArkitNames.begin(), kArkitNames.end()});
   EXPECT_EQ(match.character.name, "Ada");
@@ -71,7 +71,7 @@ TEST(CharacterFromHead, TheHeadsOwnSpellingsAreDriven) {
   EXPECT_THAT(match.unmatched, ElementsAre("Horns"));
 }
 
-TEST(CharacterFromHead, WhatTheHeadLacksIsNamedWhereSomethingWouldDriveIt) {
+TEST(CharacterFromHead, MissingTargetsThatWouldBeDrivenAreListed) {
   std::vector<std::string> names;
   for (const std::string_view name : kArkitNames)
     if (name != "jawOpen" && name != "tongueOut" && name != "eyeBlinkLeft") names.emplace_back(name);
@@ -80,7 +80,7 @@ TEST(CharacterFromHead, WhatTheHeadLacksIsNamedWhereSomethingWouldDriveIt) {
   EXPECT_THAT(MatchHead("Ada", {}).missing, Not(Contains("tongueOut")));
 }
 
-TEST(CharacterFromHead, HalvesAreDrivenByTheirOwnSideAlone) {
+TEST(CharacterFromHead, HalvesAreDrivenOnlyByTheirOwnSide) {
   // arkit52 gives browInnerUp 0.6 for each brow, and cheekPuff 0.5 for each cheek.
   const Character halves =
       MatchHead("Ada", {"browInnerUpLeft", "browInnerUp_R", "cheekPuff_L", "cheekPuffRight"}).character;
@@ -96,7 +96,7 @@ TEST(CharacterFromHead, HalvesAreDrivenByTheirOwnSideAlone) {
   EXPECT_THAT(Produced(whole, "RightBrow", "Up"), ElementsAre(Pair("browInnerUp", 0.6)));
 }
 
-TEST(CharacterFromHead, PartsHoldFiveHundredShapesEach) {
+TEST(CharacterFromHead, PartsHaveUpToFiveHundredShapes) {
   const Character character = MatchHead("Ada", Numbered(1001)).character;
   ASSERT_EQ(character.parts.size(), 3u);
   EXPECT_EQ(character.parts[0].name, "head");
@@ -107,19 +107,19 @@ TEST(CharacterFromHead, PartsHoldFiveHundredShapesEach) {
   EXPECT_THAT(character.parts[2].shapes, ElementsAre("s1000"));
 }
 
-TEST(CharacterFromHead, MoreThanACharacterHoldsIsAnError) {
+TEST(CharacterFromHead, MoreThanACharacterCanHaveIsAnError) {
   EXPECT_THAT(MatchHead("Ada", Numbered(7500)).character.parts, SizeIs(15));
   EXPECT_EQ(InputErrorOf([] { MatchHead("Ada", Numbered(7501)); }),
             "Ada: the head has more than 7500 morph targets; export fewer of its shape keys");
 }
 
-TEST(CharacterFromHead, NamesThatAreNoneAreLeftOut) {
+TEST(CharacterFromHead, TargetsWithoutUsableNamesAreLeftOut) {
   const std::string longest(255, 'n'), too_long(256, 'n');
   const HeadMatch match = MatchHead("Ada", {"", longest, too_long, "a", "a"});
   EXPECT_THAT(match.character.Shapes(), ElementsAre(longest, "a"));
   EXPECT_THAT(match.notes,
               UnorderedElementsAre("the morph target \"" + std::string(60, 'n') +
-                                       "...\" is left out: its name has 256 bytes, and 255 is the most",
+                                       "...\" is left out: its name has 256 bytes, the limit is 255",
                                    "a morph target is left out: it has no name"));
   EXPECT_THAT(MatchHead("Ada", {"", ""}).notes,
               ElementsAre("2 morph targets are left out: they have no name"));

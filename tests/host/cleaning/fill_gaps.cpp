@@ -42,12 +42,12 @@ using tests::TakeAlong;
 
 namespace {
 
-// Powers of two: times, shares of a gap and speeds are then exact.
+// Powers of two, so that times, fractions of a gap and speeds are exact.
 constexpr FrameRate k64Hz = {64, 1};
 constexpr FrameRate k100Hz = {100, 1};
 constexpr double kNoLimit = 1e9;
 
-// A body of half a metre within two metres of the room's origin, of which a double knows 2e-13 m.
+// A body of half a metre within two metres of the room's origin, where doubles are exact to 2e-13 m.
 constexpr double kRounding = 1e-9;
 
 Point Straight(double seconds, std::size_t) { return {64 * seconds, 1 - 128 * seconds, 3 + 32 * seconds}; }
@@ -59,7 +59,7 @@ std::vector<std::size_t> All(const Take& take) {
   return all;
 }
 
-/// "M" and the plain face's head markers, and one that is further away: all of one rigid body.
+/// "M" and the plain face's head markers, and a more distant one: all on one rigid body.
 const std::vector<std::string> kBody = {"M", "H1", "H2", "H3", "H4", "H5", "Far"};
 Point OnBody(std::size_t marker) {
   if (kBody[marker] == "M") return {10, 110, 60};
@@ -67,7 +67,7 @@ Point OnBody(std::size_t marker) {
   return tests::PlainFace().at(kBody[marker]);
 }
 
-/// The body in any place, another in each frame, at 64 Hz. Without `far`, M has five neighbours.
+/// The body in a random position in each frame, at 64 Hz. Without `far`, M has five neighbours.
 struct Tumbling {
   explicit Tumbling(std::size_t frames, bool far = false) : take({kBody.begin(), kBody.end() - !far}) {
     tests::Random random(41);
@@ -79,7 +79,7 @@ struct Tumbling {
       for (std::size_t m = 0; m < take.MarkerCount(); ++m) take.Set(f, m, Carried(motions[f], OnBody(m)));
     }
   }
-  /// How far a marker is from where the body has carried it.
+  /// The distance of a marker from where the body has carried it.
   double Off(std::size_t frame, std::size_t marker) const {
     return Distance(take.At(frame, marker), Carried(motions[frame], OnBody(marker)));
   }
@@ -99,7 +99,7 @@ std::vector<std::size_t> EmptyFrames(const Take& take, std::size_t marker) {
 
 // --- Hold, Linear, Cubic.
 
-TEST(FillGaps, HoldStaysWhereTheMarkerWasSeenLast) {
+TEST(FillGaps, HoldUsesTheLastPosition) {
   Take take = TakeAlong({"A"}, Numbers(0, 9), k64Hz, Straight);
   const Take whole = take;
   Hide(take, 0, 3, 5), Hide(take, 0, 7, 9);
@@ -108,7 +108,7 @@ TEST(FillGaps, HoldStaysWhereTheMarkerWasSeenLast) {
   for (const std::size_t f : {7u, 8u}) EXPECT_TRUE(Same(take.At(f, 0), whole.At(6, 0))) << f;
 }
 
-TEST(FillGaps, LinearAndCubicFollowAStraightWayToTheBit) {
+TEST(FillGaps, LinearAndCubicFollowAStraightLineToTheBit) {
   for (const FillMethod method : {FillMethod::Linear, FillMethod::Cubic}) {
     Take take = TakeAlong({"A"}, Numbers(0, 16), k64Hz, Straight);
     const Take whole = take;
@@ -119,8 +119,8 @@ TEST(FillGaps, LinearAndCubicFollowAStraightWayToTheBit) {
   }
 }
 
-// By their numbers the frames of the gap would be thirds of the way apart.
-TEST(FillGaps, LinearAndCubicGoByTimeWhereFramesWereDropped) {
+// By their numbers, the frames of the gap would be a third of the way apart.
+TEST(FillGaps, LinearAndCubicUseTimesIfFramesWereDropped) {
   const std::vector<std::int64_t> numbers = {0, 1, 3, 4, /* gap */ 5, 10, /* seen */ 12, 15, 16, 18};
   for (const FillMethod method : {FillMethod::Linear, FillMethod::Cubic}) {
     Take take = TakeAlong({"A"}, numbers, k64Hz, Straight);
@@ -132,9 +132,9 @@ TEST(FillGaps, LinearAndCubicGoByTimeWhereFramesWereDropped) {
   }
 }
 
-// Hermite's curve is in its middle at (a + b) / 2 + T (v_a - v_b) / 8. On the parabola of frame numbers n^2, with 4
-// frames seen on each side of the gap from 7 to 15: a = 49, b = 225, T = 8 frames, and over three frames
-// v_a = (49 - 16) / 3 = 11 and v_b = (324 - 225) / 3 = 33 a frame.
+// The middle of the Hermite curve is (a + b) / 2 + T (v_a - v_b) / 8. On the parabola of frame numbers n^2,
+// with 4 visible frames on each side of the gap from 7 to 15: a = 49, b = 225, T = 8 frames, and over three
+// frames v_a = (49 - 16) / 3 = 11 and v_b = (324 - 225) / 3 = 33 per frame.
 TEST(FillGaps, CubicLeavesAndArrivesWithTheSpeedOfThreeFrames) {
   Take take = TakeAlong({"A"}, Numbers(4, 15), k64Hz, Parabola);
   Hide(take, 0, 4, 11);
@@ -144,8 +144,8 @@ TEST(FillGaps, CubicLeavesAndArrivesWithTheSpeedOfThreeFrames) {
   EXPECT_EQ(take.At(7, 0)->y, 0);
 }
 
-// More than three frames away nothing matters, nor does what lies behind another gap.
-TEST(FillGaps, CubicTakesNoSpeedFromFarOffNorFromBeyondAnotherGap) {
+// Frames more than three frames away, or beyond another gap, do not matter.
+TEST(FillGaps, CubicTakesNoSpeedFromFarFramesNorFromBeyondAnotherGap) {
   Take take = TakeAlong({"A"}, Numbers(0, 24), k64Hz, Parabola);
   for (std::size_t f = 0; f < 4; ++f) take.Set(f, 0, {-1e6, 0, 0});
   take.Set(22, 0, {1e6, 0, 0}), take.Set(23, 0, {1e6, 0, 0});
@@ -153,21 +153,21 @@ TEST(FillGaps, CubicTakesNoSpeedFromFarOffNorFromBeyondAnotherGap) {
   Take beside_gap = take;
   FillGaps(take, {0}, {{FillMethod::Cubic, kNoLimit}});
   EXPECT_EQ(take.At(11, 0)->x, (49 + 225) / 2.0 + (11 - 33));
-  // 6 and 7 alone before: v_a = 13. 15 and 16 alone behind: v_b = 31.
+  // Only 6 and 7 before: v_a = 13. Only 15 and 16 after: v_b = 31.
   beside_gap.Set(5, 0, {-1e6, 0, 0}), beside_gap.Set(18, 0, {1e6, 0, 0});
   beside_gap.Clear(5, 0), beside_gap.Clear(17, 0);
   FillGaps(beside_gap, {0}, {{FillMethod::Cubic, 7 / 64.0}});
   EXPECT_EQ(beside_gap.At(11, 0)->x, (49 + 225) / 2.0 + (13 - 31));
 }
 
-TEST(FillGaps, CubicBetweenSingleSightsIsTheStraightWay) {
+TEST(FillGaps, CubicBetweenSingleFramesIsAStraightLine) {
   Take take = TakeAlong({"A"}, Numbers(0, 9), k64Hz, Parabola);
   Hide(take, 0, 1, 8);
   FillGaps(take, {0}, {{FillMethod::Cubic, kNoLimit}});
   for (std::size_t f = 1; f < 8; ++f) EXPECT_EQ(take.At(f, 0)->x, 8.0 * static_cast<double>(f)) << f;
 }
 
-// The step into the gap and out of it is that of the motion around it, however fine the frames.
+// The steps into and out of the gap equal those of the motion around it, at any rate.
 TEST(FillGaps, CubicLeavesNoKinkAtTheEndsOfAGap) {
   const auto swing = [](double t, std::size_t) {
     return Point{100 * std::sin(2 * t), 100 * std::cos(3 * t), 0};
@@ -181,10 +181,10 @@ TEST(FillGaps, CubicLeavesNoKinkAtTheEndsOfAGap) {
   Hide(take, 0, 400, 700), Hide(linear, 0, 400, 700);
   FillGaps(take, {0}, {{FillMethod::Cubic, kNoLimit}});
   FillGaps(linear, {0}, {{FillMethod::Linear, kNoLimit}});
-  // The swing's own acceleration is below 1000 mm/s^2: 0.001 mm over two frames. The speed is that of one and a half frames
-  // before: as much again and half more; and the curve may bend a few times harder than the swing.
+  // The motion's own acceleration is below 1000 mm/s^2: 0.001 mm over two frames. The speed is that of one
+  // and a half frames earlier: another 0.0015 mm; and the curve may bend a few times more than the motion.
   for (const std::size_t f : {399u, 400u, 699u, 700u}) EXPECT_LT(bend(take, f), 0.006) << f;
-  EXPECT_GT(bend(linear, 399), 0.03) << "a kink is seen";
+  EXPECT_GT(bend(linear, 399), 0.03) << "a kink is detected";
   EXPECT_GT(bend(linear, 700), 0.03);
 }
 
@@ -200,7 +200,7 @@ TEST(FillGaps, WithoutTheMarkerOnBothSidesLinearAndCubicFillNothing) {
   }
 }
 
-TEST(FillGaps, HoldFillsNothingBeforeTheMarkerIsFirstSeen) {
+TEST(FillGaps, HoldFillsNothingBeforeTheFirstPosition) {
   Take take = TakeAlong({"A"}, Numbers(0, 8), k64Hz, Straight);
   Hide(take, 0, 0, 2);
   FillGaps(take, {0}, {{FillMethod::Hold, kNoLimit}});
@@ -220,7 +220,7 @@ TEST(FillGaps, PatternIsExactUnderAnyMotionOfTheNeighbours) {
   }
 }
 
-TEST(FillGaps, PatternNeedsThreeNeighboursAndNoMore) {
+TEST(FillGaps, PatternNeedsOnlyThreeNeighbours) {
   for (const std::size_t neighbours : {2u, 3u}) {
     Tumbling body(8);
     Hide(body.take, 0, 3, 5);
@@ -235,8 +235,8 @@ TEST(FillGaps, PatternNeedsThreeNeighboursAndNoMore) {
   }
 }
 
-// Neighbours on a line do not tell how they have turned about it.
-TEST(FillGaps, PatternDoesNotGoByNeighboursOnALine) {
+// Neighbours on a line do not determine the rotation about it.
+TEST(FillGaps, PatternDoesNotUseNeighboursOnALine) {
   const auto way = [](double, std::size_t m) { return Point{static_cast<double>(m), m == 0 ? 5.0 : 0.0, 0}; };
   Take take = TakeAlong({"M", "A", "B", "C", "D"}, Numbers(0, 5), k64Hz, way);
   Hide(take, 0, 2, 3);
@@ -244,7 +244,8 @@ TEST(FillGaps, PatternDoesNotGoByNeighboursOnALine) {
   EXPECT_THAT(EmptyFrames(take, 0), ElementsAre(2));
 }
 
-// Behind the gap they stand on a line. From before it alone the marker would be carried, and jump where it is seen again.
+// After the gap they are on a line. Carried only from before it, the marker would jump when it is visible
+// again.
 TEST(FillGaps, PatternNeedsTheNeighboursOnBothSidesOfAGap) {
   const auto way = [](double, std::size_t m) {
     return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0};
@@ -258,12 +259,12 @@ TEST(FillGaps, PatternNeedsTheNeighboursOnBothSidesOfAGap) {
     EXPECT_THAT(EmptyFrames(take, 0), ElementsAre(3, 4)) << before;
     unhidden.Set(before ? 2 : 5, 2, {0, 90, 0});
     FillGaps(unhidden, All(unhidden), {{FillMethod::Pattern, kNoLimit}});
-    EXPECT_THAT(EmptyFrames(unhidden, 0), IsEmpty()) << "where they do not";
+    EXPECT_THAT(EmptyFrames(unhidden, 0), IsEmpty()) << "if they are not";
   }
 }
 
-// The nearest neighbour wanders on the body; it is seen in all of the gap, and hidden on one side of it.
-TEST(FillGaps, PatternGoesByNeighboursThatAreSeenOnBothSidesOfAGap) {
+// The nearest neighbour moves on the body; it is visible in the whole gap, and hidden on one side of it.
+TEST(FillGaps, PatternUsesNeighboursThatAreVisibleOnBothSidesOfAGap) {
   for (const std::size_t beside : {3u, 7u}) {
     Tumbling body(12, true);
     for (std::size_t f = 0; f < 12; ++f)
@@ -275,8 +276,8 @@ TEST(FillGaps, PatternGoesByNeighboursThatAreSeenOnBothSidesOfAGap) {
   }
 }
 
-// In each frame of the gap another two of the five are hidden: of any four of them two would be left in some frame.
-TEST(FillGaps, PatternGoesByAsManyAsFiveNeighbours) {
+// In each frame of the gap, another two of the five are hidden: of any four, some frame would have only two.
+TEST(FillGaps, PatternUsesUpToFiveNeighbours) {
   Tumbling body(12);
   Hide(body.take, 0, 4, 9);
   for (std::size_t i = 0; i < 5; ++i) body.take.Clear(4 + i, 1 + i), body.take.Clear(4 + i, 1 + (i + 1) % 5);
@@ -284,8 +285,8 @@ TEST(FillGaps, PatternGoesByAsManyAsFiveNeighbours) {
   for (std::size_t f = 4; f < 9; ++f) EXPECT_LT(body.Off(f, 0), kRounding) << f;
 }
 
-// M has moved on the body while it was hidden, by what is added here.
-TEST(FillGaps, PatternGoesFromOnePlaceOnTheBodyToTheOtherEvenlyInTime) {
+// M has moved on the body while it was hidden, by the offsets added here.
+TEST(FillGaps, PatternInterpolatesBetweenTwoPositionsOnTheBodyByTime) {
   Tumbling body(12);
   const Point moved = {14, 102, 61};
   for (std::size_t f = 10; f < 12; ++f) body.take.Set(f, 0, Carried(body.motions[f], moved));
@@ -300,7 +301,7 @@ TEST(FillGaps, PatternGoesFromOnePlaceOnTheBodyToTheOtherEvenlyInTime) {
   }
 }
 
-TEST(FillGaps, PatternGoesByTheFiveNearestNeighbours) {
+TEST(FillGaps, PatternUsesTheFiveNearestNeighbours) {
   Tumbling body(10, true);
   for (std::size_t f = 0; f < 10; ++f)
     body.take.Set(f, 6, {1000.0 * static_cast<double>(f % 3), 9, 9}); // "Far"
@@ -309,9 +310,10 @@ TEST(FillGaps, PatternGoesByTheFiveNearestNeighbours) {
   for (std::size_t f = 4; f < 7; ++f) EXPECT_LT(body.Off(f, 0), kRounding) << f;
 }
 
-TEST(FillGaps, PatternGoesByNeighboursThatAreSeenRatherThanByTheNearest) {
+TEST(FillGaps, PatternPrefersVisibleNeighboursToTheNearest) {
   Tumbling body(10, true);
-  // H1, the nearest, is not of the body, and hidden in the gap's middle; far-away "Far" is seen throughout.
+  // H1, the nearest, is not on the body, and hidden in the middle of the gap; the distant "Far" is always
+  // visible.
   for (std::size_t f = 0; f < 10; ++f)
     body.take.Set(f, 1, Carried(body.motions[f], {10 + static_cast<double>(f % 3), 110, 62}));
   Hide(body.take, 0, 4, 7), Hide(body.take, 1, 5, 6);
@@ -319,8 +321,8 @@ TEST(FillGaps, PatternGoesByNeighboursThatAreSeenRatherThanByTheNearest) {
   for (std::size_t f = 4; f < 7; ++f) EXPECT_LT(body.Off(f, 0), kRounding) << f;
 }
 
-// Else an error would grow from marker to marker, and the result would depend on their order.
-TEST(FillGaps, WhatIsFilledIsNoNeighbourToBuildUpon) {
+// Otherwise errors would grow from marker to marker, and the result would depend on their order.
+TEST(FillGaps, FilledPositionsAreNotUsedAsNeighbours) {
   Tumbling body(10, true);
   Hide(body.take, 0, 4, 7), Hide(body.take, 1, 4, 7), Hide(body.take, 2, 4, 7);
   Take other = body.take;
@@ -333,10 +335,10 @@ TEST(FillGaps, WhatIsFilledIsNoNeighbourToBuildUpon) {
     for (std::size_t f = 4; f < 7; ++f) EXPECT_LT(body.Off(f, m), kRounding) << m << ' ' << f;
   EXPECT_EQ(Changes(body.take, other), 0u);
   for (std::size_t m = 0; m < 4; ++m)
-    EXPECT_THAT(EmptyFrames(four.take, m), ElementsAre(4, 5, 6)) << "H4 and H5 alone carry nothing";
+    EXPECT_THAT(EmptyFrames(four.take, m), ElementsAre(4, 5, 6)) << "H4 and H5 are too few";
 }
 
-TEST(FillGaps, WhereFewerThanThreeNeighboursAreSeenThePatternIsLost) {
+TEST(FillGaps, WithFewerThanThreeVisibleNeighboursAPatternFrameStaysEmpty) {
   Tumbling body(12);
   Hide(body.take, 0, 3, 8);
   Hide(body.take, 1, 5, 6), Hide(body.take, 2, 5, 6), Hide(body.take, 3, 5, 7);
@@ -347,7 +349,7 @@ TEST(FillGaps, WhereFewerThanThreeNeighboursAreSeenThePatternIsLost) {
   EXPECT_EQ(report[0].FilledFrames(), 4u);
 }
 
-TEST(FillGaps, AMarkerThatIsNeverSeenStaysAway) {
+TEST(FillGaps, AMarkerThatIsNeverVisibleStaysEmpty) {
   Tumbling body(10);
   Hide(body.take, 0, 0, 10);
   const auto report = FillGaps(body.take, All(body.take),
@@ -370,7 +372,7 @@ TEST(FillGaps, TheLongestGapIsFilledAndOneFrameMoreIsNotEvenInPart) {
          {std::tuple(k100Hz, 15u, 0.15), std::tuple(k100Hz, 1u, 0.01), std::tuple(k100Hz, 50u, 0.5),
           std::tuple(FrameRate{30000, 1001}, 9u, 9 * 1001 / 30000.0),
           std::tuple(FrameRate{240, 1}, 24u, 0.1)})
-      for (const std::int64_t first_number : {1, 8640000}) { // a day later seconds have fewer digits left
+      for (const std::int64_t first_number : {1, 8640000}) { // after a day, seconds are less exact
         const std::size_t end = 5 + frames;
         Take take = TakeAlong({"M", "A", "B", "C"}, Numbers(first_number, end + 20), rate,
                               [](double t, std::size_t m) {
@@ -388,14 +390,14 @@ TEST(FillGaps, TheLongestGapIsFilledAndOneFrameMoreIsNotEvenInPart) {
       }
 }
 
-// A gap that the take begins or ends with lasts as many frames as it has.
-TEST(FillGaps, AtTheEndsOfATakeTheLongestGapIsAsLongAsInItsMiddle) {
+// A gap at the beginning or end of a take lasts as long as its frames.
+TEST(FillGaps, TheLongestGapIsTheSameAtTheEndsOfATake) {
   const auto still = [](double, std::size_t m) {
     return Point{m == 1 ? 90.0 : 0, m == 2 ? 90.0 : 0, m == 0 ? 9.0 : 0};
   };
   for (const FillMethod method : {FillMethod::Hold, FillMethod::Pattern})
     for (const auto& [first, end] : {std::pair(0, 8), std::pair(5, 13), std::pair(12, 20)}) {
-      if (method == FillMethod::Hold && first == 0) continue; // which needs the marker before it
+      if (method == FillMethod::Hold && first == 0) continue; // Hold needs a position before it
       Take take = TakeAlong({"M", "A", "B", "C"}, Numbers(1, 20), k64Hz, still);
       Hide(take, 0, static_cast<std::size_t>(first), static_cast<std::size_t>(end));
       Take other = take;
@@ -406,7 +408,7 @@ TEST(FillGaps, AtTheEndsOfATakeTheLongestGapIsAsLongAsInItsMiddle) {
     }
 }
 
-// Times that are rounded, to milliseconds say, make a gap seem longer than it was.
+// Rounded times, for instance milliseconds, make a gap seem longer than it is.
 TEST(FillGaps, AGapMaySeemAQuarterOfAFrameTooLong) {
   constexpr double kFrame = 1 / 64.0;
   for (const auto& [late, filled] : {std::pair(kFrame / 4, true), std::pair(kFrame * 17 / 64, false)}) {
@@ -418,7 +420,7 @@ TEST(FillGaps, AGapMaySeemAQuarterOfAFrameTooLong) {
   }
 }
 
-// Two frames of the gap were recorded, and seven between them were not: it lasts nine.
+// Of the gap's nine frames, two were recorded and the seven between them were dropped.
 TEST(FillGaps, DroppedFramesCountInAGapsLength) {
   const std::vector<std::int64_t> numbers = {9, 10, 11, /* gap */ 12, 20, /* seen */ 21, 22};
   Take take = TakeAlong({"A"}, numbers, k100Hz, Straight);
@@ -430,9 +432,9 @@ TEST(FillGaps, DroppedFramesCountInAGapsLength) {
   EXPECT_THAT(EmptyFrames(other, 0), IsEmpty());
 }
 
-// The marker was not seen for ten seconds, though one frame alone of these was recorded: a curve through it would swing
-// far out with the speeds from before and after.
-TEST(FillGaps, DroppedFramesBesideAGapCountInItsLength) {
+// The marker was missing for ten seconds, of which only one frame was recorded: a curve through it would
+// swing far out with the speeds before and after.
+TEST(FillGaps, DroppedFramesNextToAGapCountInItsLength) {
   const std::vector<std::int64_t> numbers = {1, 2, 3, /* gap */ 500, /* seen */ 1000, 1001, 1002};
   for (const FillMethod method : {FillMethod::Linear, FillMethod::Cubic, FillMethod::Hold}) {
     Take take = TakeAlong({"A"}, numbers, k100Hz, Parabola);
@@ -461,7 +463,7 @@ TEST(FillGaps, TheFirstStepThatMayFillAGapFillsIt) {
   }
 }
 
-TEST(FillGaps, AStepThatMayButCannotLeavesTheGapToTheNext) {
+TEST(FillGaps, AStepThatCannotFillAGapLeavesItToTheNext) {
   const FillPlan plan = {{FillMethod::Cubic, 1}, {FillMethod::Hold, 1}, {FillMethod::Pattern, 1}};
   Tumbling body(30);
   Hide(body.take, 0, 0, 4), Hide(body.take, 0, 10, 12), Hide(body.take, 0, 25, 30);
@@ -484,7 +486,7 @@ TEST(FillGaps, WithoutAPlanNothingIsFilled) {
   }
 }
 
-TEST(FillGaps, TakesWithHardlyAnyFramesAreNoTrouble) {
+TEST(FillGaps, TakesWithVeryFewFramesAreAccepted) {
   const FillPlan plan = {{FillMethod::Cubic, kNoLimit},
                          {FillMethod::Linear, kNoLimit},
                          {FillMethod::Pattern, kNoLimit},
@@ -505,9 +507,9 @@ TEST(FillGaps, TakesWithHardlyAnyFramesAreNoTrouble) {
   EXPECT_TRUE(Same(two.At(1, 0), two.At(0, 0)));
 }
 
-// --- What is filled, and what is not touched.
+// --- What is filled, and what is unchanged.
 
-TEST(FillGaps, WhatIsFilledSaysSoAndHasNoCameras) {
+TEST(FillGaps, FilledPositionsAreMarkedAndHaveNoCameras) {
   Take take({"A"});
   take.rate = k64Hz;
   take.residual_mm = 0.1;
@@ -524,7 +526,7 @@ TEST(FillGaps, WhatIsFilledSaysSoAndHasNoCameras) {
   EXPECT_EQ(take.SightingAt(4, 0)->residual, 7);
 }
 
-TEST(FillGaps, FillsTheMarkersAskedForAndNoOthers) {
+TEST(FillGaps, FillsOnlyTheGivenMarkers) {
   Take take = TakeAlong({"A", "B", "C"}, Numbers(0, 6), k64Hz, Straight);
   for (std::size_t m = 0; m < 3; ++m) Hide(take, m, 2, 3 + m);
   const auto report = FillGaps(take, {2, 0}, {{FillMethod::Linear, kNoLimit}});
@@ -538,7 +540,7 @@ TEST(FillGaps, FillsTheMarkersAskedForAndNoOthers) {
   EXPECT_EQ(report[1].gap_frames, 1u);
 }
 
-TEST(FillGaps, TellsGapsTheirFramesAndTheLongest) {
+TEST(FillGaps, ReportsGapsTheirFramesAndTheLongest) {
   Take take = TakeAlong({"A", "B"}, Numbers(0, 40), k100Hz, Straight);
   Hide(take, 0, 0, 3), Hide(take, 0, 5, 6), Hide(take, 0, 10, 17), Hide(take, 0, 38, 40);
   const auto report = FillGaps(take, {0, 1}, {{FillMethod::Linear, 0.02}, {FillMethod::Hold, 0.05}});
@@ -550,7 +552,7 @@ TEST(FillGaps, TellsGapsTheirFramesAndTheLongest) {
   EXPECT_EQ(report[1].gaps + report[1].gap_frames + report[1].longest_gap + report[1].FilledFrames(), 0u);
 }
 
-/// Markers that wander and are hidden now and then for a while, at odd frame numbers.
+/// Markers that move and are hidden for random stretches, with irregular frame numbers.
 Take RandomTake(tests::Random& random) {
   const auto below = [&random](double most) { return static_cast<std::size_t>(random.Between(0, most)); };
   Take take({"A", "B", "C", "D", "E", "F", "G"});
@@ -572,7 +574,7 @@ Take RandomTake(tests::Random& random) {
   return take;
 }
 
-TEST(FillGaps, OfAnyTakeOnlyGapsChangeAndTheReportAddsUp) {
+TEST(FillGaps, ChangesOnlyGapsAndTheReportAddsUp) {
   tests::Random random(42);
   std::size_t filled_in_all = 0, left_in_all = 0;
   for (int round = 0; round < 300; ++round) {
@@ -614,7 +616,7 @@ TEST(FillGaps, OfAnyTakeOnlyGapsChangeAndTheReportAddsUp) {
   EXPECT_GT(left_in_all, 1000u);
 }
 
-// Readers let any finite number pass.
+// Readers accept any finite number.
 TEST(FillGaps, AbsurdPositionsNeverBecomeInfiniteOnes) {
   constexpr double kHuge = std::numeric_limits<double>::max();
   for (const FillMethod method :
@@ -637,7 +639,7 @@ TEST(FillGaps, AbsurdPositionsNeverBecomeInfiniteOnes) {
 
 // --- Plans as text.
 
-TEST(FillPlan, IsReadFromWhatItIsWrittenAs) {
+TEST(FillPlan, ReadsWhatItWrites) {
   const std::pair<const char*, FillPlan> plans[] = {
       {"none", {}},
       {"hold:0.05", {{FillMethod::Hold, 0.05}}},
@@ -657,7 +659,7 @@ TEST(FillPlan, IsReadFromWhatItIsWrittenAs) {
   }
 }
 
-TEST(FillPlan, WithoutALengthAMethodHasItsOwn) {
+TEST(FillPlan, AMethodHasADefaultLength) {
   const std::optional<FillPlan> plan = ParseFillPlan("hold,linear,cubic:9,pattern");
   ASSERT_TRUE(plan);
   ASSERT_THAT(*plan, SizeIs(4));
@@ -667,8 +669,8 @@ TEST(FillPlan, WithoutALengthAMethodHasItsOwn) {
   EXPECT_EQ((*plan)[3].longest_s, DefaultLongest(FillMethod::Pattern));
 }
 
-// As docs/cleaning.md says: the better a method follows a face, the longer it is trusted.
-TEST(FillPlan, WhatAMethodMayFillUnlessToldOtherwise) {
+// As in docs/cleaning.md: the better a method follows a face, the longer the gaps that it fills.
+TEST(FillPlan, TheDefaultLengths) {
   EXPECT_EQ(DefaultLongest(FillMethod::None), 0);
   EXPECT_EQ(DefaultLongest(FillMethod::Hold), 0.05);
   EXPECT_EQ(DefaultLongest(FillMethod::Linear), 0.1);
@@ -676,7 +678,7 @@ TEST(FillPlan, WhatAMethodMayFillUnlessToldOtherwise) {
   EXPECT_EQ(DefaultLongest(FillMethod::Pattern), 0.5);
 }
 
-TEST(FillPlan, RefusesWhatIsNoPlan) {
+TEST(FillPlan, RefusesOtherText) {
   for (const char* text : {"",
                            " ",
                            ",",
@@ -711,13 +713,13 @@ TEST(FillPlan, RefusesWhatIsNoPlan) {
     EXPECT_FALSE(ParseFillPlan(text)) << '"' << text << '"';
   EXPECT_FALSE(ParseFillPlan(std::string_view("cubic\0", 6)));
   const auto plan =
-      ParseFillPlan(std::string_view("cubic:0.15,hold", 9)); // reads no further than the text goes
+      ParseFillPlan(std::string_view("cubic:0.15,hold", 9)); // does not read beyond the end of the text
   ASSERT_TRUE(plan);
   ASSERT_THAT(*plan, SizeIs(1));
   EXPECT_EQ(plan->front().longest_s, 0.1);
 }
 
-TEST(FillPlan, HasAPointInItsNumbersInAnyLanguage) {
+TEST(FillPlan, UsesDecimalPointsInAnyLocale) {
   const DecimalComma german;
   EXPECT_EQ(ToText(FillPlan{{FillMethod::Cubic, 0.15}, {FillMethod::Hold, 1234.5}}),
             "cubic:0.15,hold:1234.5");

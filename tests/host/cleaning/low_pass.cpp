@@ -32,8 +32,8 @@ namespace {
 
 constexpr FrameRate k100Hz = {100, 1};
 
-// The filter forgets where it began to less than a part in a million before the values begin, and that is what an end may
-// be off by: of a line, whose lag is some twenty frames at most here, this share of the way of one frame.
+// The response to the filter's start falls below a millionth before the values begin. An end may be off by
+// that: of a line, whose lag is at most about twenty frames here, by this fraction of one frame's motion.
 constexpr double kSettled = 2e-5;
 
 std::vector<double> Filtered(std::vector<double> values, double cutoff_hz, const FrameRate& rate = k100Hz) {
@@ -61,7 +61,8 @@ std::vector<double> Line(std::size_t count, double start, double step) {
   return line;
 }
 
-/// What becomes of a wave of `cycles` a frame far from the ends, as a factor: its size is the gain, its angle the shift.
+/// The complex factor on a wave of `cycles` per frame far from the ends: its size is the gain, its angle the
+/// shift.
 std::complex<double> Response(double cycles, double cutoff_hz, const FrameRate& rate) {
   constexpr std::size_t kFrames = 12000, kEnds = 3000;
   const double w = 2 * std::numbers::pi * cycles;
@@ -72,7 +73,7 @@ std::complex<double> Response(double cycles, double cutoff_hz, const FrameRate& 
   }
   const std::vector<double> real = Filtered(cosine, cutoff_hz, rate),
                             imaginary = Filtered(sine, cutoff_hz, rate);
-  // Of a linear filter that is the same at all times every frame gives the same factor.
+  // For a linear time-invariant filter, every frame gives the same factor.
   const auto at = [&](std::size_t i) {
     return std::complex(real[i], imaginary[i]) / std::complex(cosine[i], sine[i]);
   };
@@ -87,15 +88,15 @@ std::complex<double> Response(double cycles, double cutoff_hz, const FrameRate& 
 
 // --- Frequencies.
 
-TEST(LowPass, AtTheCutoffSevenTenthsOfAWavePass) {
+TEST(LowPass, PassesSevenTenthsOfAWaveAtTheCutoff) {
   for (const FrameRate& rate : {k100Hz, FrameRate{30, 1}, FrameRate{60000, 1001}})
     for (const double share : {0.01, 0.05, 0.1, 0.2, 0.3, 0.4, 0.45}) // of the rate
       EXPECT_NEAR(std::abs(Response(share, share * rate.Hz(), rate)), std::numbers::sqrt2 / 2, 1e-3)
           << share << " of " << rate.Hz();
 }
 
-// 1 / (1 + (f / f')^4) with f' = f_cutoff (sqrt(2) - 1)^(-1/4). As far below half the rate as here the bilinear transform warps
-// frequencies by half of a hundredth, so gains by two.
+// 1 / (1 + (f / f')^4) with f' = f_cutoff (sqrt(2) - 1)^(-1/4). This far below half the rate, the bilinear
+// transform warps frequencies by half a percent, so gains by two percent.
 TEST(LowPass, FallsWithTheFourthPowerAboveTheCutoff) {
   for (const double times : {0.1, 0.25, 0.5, 1.0, 1.5, 2.0, 4.0}) {
     const double expected = 1 / (1 + (std::numbers::sqrt2 - 1) * std::pow(times, 4));
@@ -103,16 +104,16 @@ TEST(LowPass, FallsWithTheFourthPowerAboveTheCutoff) {
   }
 }
 
-TEST(LowPass, LetsSlowWavesThroughAndStopsFastOnes) {
+TEST(LowPass, PassesSlowWavesAndStopsFastOnes) {
   EXPECT_GT(std::abs(Response(0.005, 6, k100Hz)), 0.9999);
   EXPECT_LT(std::abs(Response(0.4, 6, k100Hz)), 0.001);
-  std::vector<double> flicker(400); // to and fro from frame to frame: half the rate
+  std::vector<double> flicker(400); // alternating from frame to frame: half the rate
   for (std::size_t i = 0; i < flicker.size(); ++i) flicker[i] = i % 2 == 0 ? 1 : -1;
   const std::vector<double> calm = Filtered(flicker, 10);
   for (std::size_t i = 100; i < 300; ++i) EXPECT_NEAR(calm[i], 0, 1e-6) << i;
 }
 
-TEST(LowPass, ShiftsNoWaveInTime) {
+TEST(LowPass, DelaysNoWave) {
   for (const double cutoff_hz : {1.0, 6.0, 15.0, 30.0})
     for (const double share : {0.2, 0.7, 1.0, 1.5}) {
       const std::complex<double> factor = Response(share * cutoff_hz / 100, cutoff_hz, k100Hz);
@@ -122,7 +123,7 @@ TEST(LowPass, ShiftsNoWaveInTime) {
 }
 
 // A gain above 1 would make noise larger.
-TEST(LowPass, EnlargesNothingUpToHalfTheRate) {
+TEST(LowPass, AmplifiesNoFrequency) {
   for (const double share : {0.001, 0.1, 0.3, 0.45, 0.49, 0.4999}) {
     std::vector<double> values(500);
     tests::Random random(61);
@@ -135,7 +136,7 @@ TEST(LowPass, EnlargesNothingUpToHalfTheRate) {
 
 // --- Ends, lines, directions.
 
-TEST(LowPass, AConstantStaysToRounding) {
+TEST(LowPass, AConstantIsUnchangedUpToRounding) {
   for (const std::size_t count : {1u, 2u, 3u, 10u, 50u, 1000u})
     for (const double cutoff_hz : {0.5, 6.0, 25.0, 49.0}) {
       const std::vector<double> constant(count, 1234.5);
@@ -144,15 +145,15 @@ TEST(LowPass, AConstantStaysToRounding) {
     }
 }
 
-TEST(LowPass, AStraightLineComesThrough) {
+TEST(LowPass, AStraightLineIsUnchanged) {
   for (const double cutoff_hz : {1.0, 6.0, 25.0, 49.0}) {
     const std::vector<double> line = Line(1000, -50, 1);
     EXPECT_LT(LargestDifference(Filtered(line, cutoff_hz), line), kSettled) << cutoff_hz;
   }
 }
 
-// Between two gaps a few frames may be all there is. The promise holds for them too.
-TEST(LowPass, AStraightLineComesThroughHoweverShortItIs) {
+// There may be only a few frames between two gaps. The guarantee holds for them too.
+TEST(LowPass, AShortStraightLineIsUnchanged) {
   for (const double cutoff_hz : {1.0, 6.0, 25.0, 49.0}) {
     double most = 0;
     std::size_t worst = 0;
@@ -165,8 +166,8 @@ TEST(LowPass, AStraightLineComesThroughHoweverShortItIs) {
   }
 }
 
-TEST(LowPass, AddsNothingOfItsOwnAtTheEnds) {
-  // Its way at both ends is that of a straight line, which the mirror image goes on.
+TEST(LowPass, AddsNoArtefactsAtTheEnds) {
+  // At both ends it is a straight line, which the mirror image continues.
   std::vector<double> way(300);
   for (std::size_t i = 0; i < 300; ++i)
     way[i] = static_cast<double>(i) + 5 * std::exp(-std::pow((static_cast<double>(i) - 150) / 20, 2));
@@ -184,8 +185,9 @@ TEST(LowPass, RunsTheSameInBothDirections) {
         << cutoff_hz;
 }
 
-// Also of values that end before the filter has settled: else a short rise of a brow would come late or early.
-TEST(LowPass, WhatIsSymmetricStaysSymmetric) {
+// Also for values that end before the filter has settled; otherwise a short rise of a brow would be shifted
+// in time.
+TEST(LowPass, SymmetryIsKept) {
   for (const std::size_t count : {5u, 11u, 31u, 101u, 401u}) {
     std::vector<double> bump(count);
     for (std::size_t i = 0; i < count; ++i)
@@ -197,12 +199,12 @@ TEST(LowPass, WhatIsSymmetricStaysSymmetric) {
   }
 }
 
-TEST(LowPass, OneValueStaysAndNoneIsNoTrouble) {
+TEST(LowPass, AcceptsOneValueAndNone) {
   EXPECT_THAT(Filtered({}, 6), IsEmpty());
   EXPECT_THAT(Filtered({3.7}, 6), ElementsAre(3.7));
 }
 
-TEST(LowPass, OneFilterDoesForManyWays) {
+TEST(LowPass, OneFilterCanBeUsedManyTimes) {
   tests::Random random(63);
   LowPass filter(6, k100Hz);
   for (const std::size_t count : {300u, 7u, 40u, 300u}) {
@@ -239,7 +241,7 @@ Point Noisy(double seconds, std::size_t marker) {
 
 } // namespace
 
-TEST(SmoothPositions, FiltersEachAxisOfEachMarkerAskedFor) {
+TEST(SmoothPositions, FiltersEachAxisOfEachGivenMarker) {
   Take take = TakeAlong({"A", "B", "C"}, Numbers(1, 80), k100Hz, Noisy);
   const Take before = take;
   std::vector<double> y;
@@ -253,7 +255,7 @@ TEST(SmoothPositions, FiltersEachAxisOfEachMarkerAskedFor) {
   EXPECT_GT(tests::Distance(*take.At(40, 0), *before.At(40, 0)), 0.01);
 }
 
-TEST(SmoothPositions, NothingCrossesAGapOrAMissingFrame) {
+TEST(SmoothPositions, DoesNotFilterAcrossAGapOrAMissingFrame) {
   std::vector<std::int64_t> numbers = Numbers(1, 30);
   for (std::size_t f = 20; f < 30; ++f) numbers[f] += 1; // 21 is missing
   Take take = TakeAlong({"A"}, numbers, k100Hz, Noisy);
@@ -286,7 +288,7 @@ TEST(SmoothPositions, ChangesNoOrigin) {
         << f;
 }
 
-TEST(SmoothPositions, ASingleSightStaysWhereItIs) {
+TEST(SmoothPositions, ASinglePositionIsUnchanged) {
   Take take = TakeAlong({"A", "B"}, Numbers(1, 9), k100Hz, Noisy);
   Hide(take, 0, 0, 4), Hide(take, 0, 5, 9), Hide(take, 1, 0, 9);
   const Take before = take;

@@ -23,24 +23,24 @@ using tests::TakeAlong;
 namespace {
 
 constexpr double kFade = 0.25;          // seconds
-constexpr FrameRate kFine = {10000, 1}; // for walks on which no step can hide
-constexpr double kRounding = 1e-12;     // of some 100 mm
+constexpr FrameRate kFine = {10000, 1}; // so fine that no jump can hide between frames
+constexpr double kRounding = 1e-12;     // of about 100 mm
 
 const std::vector<Point> kRest = {{10, -20, 30}, {-5, 5, 0}};
 
-/// A way that is 20 to 60 mm from rest and goes 30 mm a second.
+/// A path at 20 to 60 mm from rest with a speed of 30 mm per second.
 Point Way(double seconds, std::size_t marker) {
   return {kRest[marker].x + 20 + 30 * seconds, kRest[marker].y, kRest[marker].z};
 }
 
-/// Seen along the way but for the frames [first, end).
+/// Visible along the path except in the frames [first, end).
 Take WithGap(std::size_t frames, std::size_t first, std::size_t end, const FrameRate& rate = kFine) {
   Take take = TakeAlong({"A", "B"}, Numbers(0, frames), rate, Way);
   Hide(take, 0, first, end);
   return take;
 }
 
-/// How far the place has been drawn from the straight way, on which Way goes on, to the place at rest.
+/// The weight of the position at rest in the blend with the straight line on which Way continues.
 double Share(const RestInGaps& markers, const Take& take, std::size_t frame) {
   const Point on_way = Way(take.times[frame], 0);
   return Distance(markers.At(frame, 0), on_way) / Distance(kRest[0], on_way);
@@ -48,7 +48,7 @@ double Share(const RestInGaps& markers, const Take& take, std::size_t frame) {
 
 } // namespace
 
-TEST(RestInGaps, WhatWasSeenIsNeverChanged) {
+TEST(RestInGaps, VisiblePositionsAreNeverChanged) {
   const Take take = WithGap(8000, 2000, 6000);
   const RestInGaps markers(take, kRest, kFade);
   for (std::size_t f = 0; f < 8000; ++f)
@@ -59,16 +59,16 @@ TEST(RestInGaps, WhatWasSeenIsNeverChanged) {
       }
 }
 
-// From both ends the share rises from 0 to 1, in the fade's time: it starts and ends without a kink, always rises, and
-// never faster than twice as fast as evenly.
-TEST(RestInGaps, AMarkerThatIsGoneComesToRestOverTheFade) {
+// From both ends the weight rises from 0 to 1 within the fade time: it starts and ends without a kink, always
+// rises, and is never steeper than twice the average slope.
+TEST(RestInGaps, AMissingMarkerComesToRestOverTheFade) {
   const Take take = WithGap(20000, 5000, 15000);
   const RestInGaps markers(take, kRest, kFade);
   constexpr std::size_t kFadeFrames = 2500;
   double before = 0;
   for (std::size_t i = 0; i <= kFadeFrames; ++i) {
     const double share = Share(markers, take, 4999 + i), leaving = Share(markers, take, 15000 - i);
-    ASSERT_NEAR(share, leaving, 1e-9) << "the way out mirrors the way in: " << i;
+    ASSERT_NEAR(share, leaving, 1e-9) << "leaving mirrors arriving: " << i;
     ASSERT_GE(share, before - kRounding) << i;
     ASSERT_LE(share - before, 2.0 / kFadeFrames) << i;
     before = share;
@@ -82,8 +82,8 @@ TEST(RestInGaps, AMarkerThatIsGoneComesToRestOverTheFade) {
     ASSERT_LT(Distance(markers.At(f, 0), kRest[0]), kRounding) << f;
 }
 
-// 3 f^2 - 2 f^3 of a fraction f of the fade, here of 4 seconds: in binary fractions nearly exact.
-TEST(RestInGaps, TheShareOfAFractionOfTheFade) {
+// 3 f^2 - 2 f^3 of a fraction f of the fade, here of 4 seconds: nearly exact in binary fractions.
+TEST(RestInGaps, TheWeightAtAFractionOfTheFade) {
   const Take take = WithGap(40, 10, 30, {1, 1});
   const RestInGaps markers(take, kRest, 4);
   for (const auto& [frames, share] : {std::pair(1u, 0.15625), {2u, 0.5}, {3u, 0.84375}, {4u, 1.0}}) {
@@ -92,8 +92,8 @@ TEST(RestInGaps, TheShareOfAFractionOfTheFade) {
   }
 }
 
-// In the second frame or before the last, too, a marker is drawn along the way from where it was seen.
-TEST(RestInGaps, AFrameIsEnoughToBeSeenIn) {
+// The fade also starts from the first frame and ends at the last.
+TEST(RestInGaps, ASingleVisibleFrameIsEnough) {
   const Take take = WithGap(8, 1, 7, {1, 1});
   const RestInGaps markers(take, kRest, 4);
   EXPECT_NEAR(Share(markers, take, 1), 0.15625, kRounding);
@@ -105,7 +105,7 @@ TEST(RestInGaps, NothingJumps) {
     for (const double fade_s : {0.05, 0.25, 2.0}) {
       const Take take = WithGap(12000, 1500, 1500 + length);
       const RestInGaps markers(take, kRest, fade_s);
-      // Its way is 30 mm a second; it is drawn over at most 60 mm, at most twice as fast as evenly.
+      // The path moves 30 mm per second; the blend moves at most 60 mm, with at most twice the average slope.
       const double most = (30 + 2 * 60 / fade_s) / 10000;
       for (std::size_t f = 1; f < 12000; ++f)
         ASSERT_LE(Distance(markers.At(f, 0), markers.At(f - 1, 0)), most)
@@ -113,7 +113,7 @@ TEST(RestInGaps, NothingJumps) {
     }
 }
 
-TEST(RestInGaps, InAShortGapItDoesNotComeToFullRest) {
+TEST(RestInGaps, InAShortGapItDoesNotReachRest) {
   const Take take = WithGap(12000, 2000, 6000); // less than two fades
   const RestInGaps markers(take, kRest, kFade);
   double most = 0;
@@ -122,25 +122,25 @@ TEST(RestInGaps, InAShortGapItDoesNotComeToFullRest) {
   EXPECT_GT(most, 0.5);
   EXPECT_LT(Share(markers, take, 3999), most + kRounding) << "its middle is nearest to rest";
   EXPECT_GT(Share(markers, take, 3999), most - 1e-6);
-  // A frame or two at a camera's rate stay where they would have been.
+  // One or two frames at a camera's rate stay close to the path.
   const Take blink = WithGap(50, 20, 22, {100, 1});
   const RestInGaps in_blink(blink, kRest, kFade);
   EXPECT_LT(Share(in_blink, blink, 20), 0.02);
   EXPECT_LT(Share(in_blink, blink, 21), 0.02);
 }
 
-TEST(RestInGaps, TheStraightWayGoesFromWhereItWasSeenLastToWhereItIsSeenNext) {
+TEST(RestInGaps, TheStraightLineIsFromTheLastPositionToTheNext) {
   Take take = TakeAlong({"A", "B"}, Numbers(0, 12), {100, 1}, [](double, std::size_t) { return Point{}; });
   take.Set(2, 0, {0, 0, 0}), take.Set(9, 0, {70, 0, -14});
   Hide(take, 0, 3, 9);
-  const RestInGaps markers(take, kRest, 1e6); // hardly drawn to rest at all
+  const RestInGaps markers(take, kRest, 1e6); // almost no blend with rest
   for (std::size_t f = 3; f < 9; ++f) {
     const double share = static_cast<double>(f - 2) / 7;
     EXPECT_LT(Distance(markers.At(f, 0), {70 * share, 0, -14 * share}), 1e-6) << f;
   }
 }
 
-TEST(RestInGaps, BeforeItIsFirstSeenAndAfterItIsLastSeenItRests) {
+TEST(RestInGaps, ItRestsBeforeItsFirstPositionAndAfterItsLast) {
   Take take = WithGap(12000, 0, 5000);
   Hide(take, 0, 7000, 12000);
   const RestInGaps markers(take, kRest, kFade);
@@ -148,7 +148,7 @@ TEST(RestInGaps, BeforeItIsFirstSeenAndAfterItIsLastSeenItRests) {
     EXPECT_LT(Distance(markers.At(f, 0), kRest[0]), kRounding) << f;
   EXPECT_GT(Distance(markers.At(2600, 0), kRest[0]), 1e-3) << "it leaves its rest in time";
   EXPECT_GT(Distance(markers.At(9300, 0), kRest[0]), 1e-3);
-  // As it draws near, from where it is seen first or last: the share of the fade, of one place.
+  // Near its first or last position, the fade applies to that position.
   const double step = Distance(*take.At(5000, 0), kRest[0]) * 2 / (kFade * 10000) + kRounding;
   for (std::size_t f = 1; f <= 5000; ++f)
     ASSERT_LE(Distance(markers.At(f, 0), markers.At(f - 1, 0)), step) << f;
@@ -157,7 +157,7 @@ TEST(RestInGaps, BeforeItIsFirstSeenAndAfterItIsLastSeenItRests) {
     ASSERT_LE(Distance(markers.At(f, 0), markers.At(f - 1, 0)), later_step) << f;
 }
 
-TEST(RestInGaps, AMarkerThatIsNeverSeenRests) {
+TEST(RestInGaps, AMarkerThatIsNeverVisibleRests) {
   Take take = WithGap(50, 0, 50);
   const RestInGaps markers(take, kRest, kFade);
   for (std::size_t f = 0; f < 50; ++f) {
@@ -166,7 +166,7 @@ TEST(RestInGaps, AMarkerThatIsNeverSeenRests) {
   }
 }
 
-// Between the numbers 3 and 300 nothing was recorded but one frame: by its time the fade is long over.
+// Only one frame between the numbers 3 and 300 was recorded: by its time the fade has long ended.
 TEST(RestInGaps, TimeCountsNotTheNumberOfFrames) {
   Take take = TakeAlong({"A", "B"}, {1, 2, 3, 150, 300, 301}, {100, 1}, Way);
   take.Clear(3, 0);
@@ -174,13 +174,13 @@ TEST(RestInGaps, TimeCountsNotTheNumberOfFrames) {
   EXPECT_LT(Distance(markers.At(3, 0), kRest[0]), kRounding);
 }
 
-TEST(RestInGaps, WithoutAFadeItRestsAtOnce) {
+TEST(RestInGaps, WithoutAFadeItRestsImmediately) {
   const Take take = WithGap(50, 20, 30, {100, 1});
   const RestInGaps markers(take, kRest, 0);
   for (std::size_t f = 20; f < 30; ++f) EXPECT_LT(Distance(markers.At(f, 0), kRest[0]), kRounding) << f;
 }
 
-TEST(RestInGaps, EachMarkerHasGapsAndRestOfItsOwn) {
+TEST(RestInGaps, EachMarkerHasItsOwnGapsAndRest) {
   Take take = WithGap(400, 100, 300, {100, 1});
   Hide(take, 1, 350, 400), Hide(take, 0, 320, 330);
   const RestInGaps markers(take, kRest, kFade);

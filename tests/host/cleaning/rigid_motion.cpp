@@ -17,11 +17,11 @@ namespace {
 
 constexpr unsigned kAll = 0b11111;
 
-// Positions are up to two metres from the room's origin, of which a double knows 2e-13 m; rotations amplify that by
-// the room's size over the head's, some ten times.
+// Positions are up to two metres from the room's origin, where doubles are exact to 2e-13 m; rotations
+// amplify that by the size of the room relative to the head, about ten times.
 constexpr double kRounding = 1e-9;
 
-/// The plain face's head markers, those whose bits are set.
+/// Those head markers of the plain face whose bits are set.
 Markers Head(unsigned seen = kAll) {
   const mien::NeutralPose face = tests::PlainFace();
   Markers markers;
@@ -38,7 +38,7 @@ Markers Carry(const VgeAMatrix& motion, Markers markers) {
 
 } // namespace
 
-TEST(RigidMotion, ReferenceItselfIsTheIdentity) {
+TEST(RigidMotion, TheReferenceGivesTheIdentity) {
   RigidMotion motion(Head());
   const auto found = motion.Solve(Head());
   ASSERT_TRUE(found);
@@ -64,7 +64,7 @@ TEST(RigidMotion, RecoversAnyMotionFromAnyThreeMarkersOrMore) {
   EXPECT_EQ(subsets, 50 * 16);
 }
 
-// A marker that is hidden now and then must not make the head jump.
+// A marker that is hidden sometimes must not make the head jump.
 TEST(RigidMotion, HiddenMarkersDoNotMoveAnExactlyRigidHead) {
   tests::Random random(3);
   RigidMotion motion(Head());
@@ -76,7 +76,7 @@ TEST(RigidMotion, HiddenMarkersDoNotMoveAnExactlyRigidHead) {
     ASSERT_TRUE(some);
     EXPECT_LT(Difference(*some, *all), kRounding) << std::bitset<5>(seen);
   }
-  EXPECT_EQ(*motion.Solve(Carry(truth, Head())), *all) << "what was hidden in between leaves no trace";
+  EXPECT_EQ(*motion.Solve(Carry(truth, Head())), *all) << "earlier hidden markers have no effect";
 }
 
 TEST(RigidMotion, MarkersThatTheReferenceLacksAreIgnored) {
@@ -88,11 +88,11 @@ TEST(RigidMotion, MarkersThatTheReferenceLacksAreIgnored) {
   const auto found = motion.Solve(markers);
   ASSERT_TRUE(found);
   EXPECT_LT(Difference(*found, truth), kRounding);
-  markers[0].reset(), markers[1].reset(); // three are seen, of which the reference has two
+  markers[0].reset(), markers[1].reset(); // three are visible, of which the reference has two
   EXPECT_FALSE(motion.Solve(markers));
 }
 
-TEST(RigidMotion, NoTriangleNoAnswer) {
+TEST(RigidMotion, NothingWithoutATriangle) {
   EXPECT_FALSE(RigidMotion(Markers()).Solve(Head()));
   EXPECT_FALSE(RigidMotion(Head()).Solve(Markers()));
   // in a line, and in a point
@@ -108,7 +108,7 @@ TEST(RigidMotion, NoTriangleNoAnswer) {
   }
 }
 
-// Isosceles triangles with this angle at the tip: below 10 degrees a tremor of the base would swing the head.
+// Isosceles triangles with this angle at the tip: below 10 degrees, noise at the base would swing the head.
 TEST(RigidMotion, ATriangleCountsFromTenDegreesOn) {
   const auto triangle = [](double degrees) {
     const double half = degrees / 2 / 57.29577951308232;
@@ -119,8 +119,8 @@ TEST(RigidMotion, ATriangleCountsFromTenDegreesOn) {
   EXPECT_TRUE(RigidMotion(triangle(10.1)).Solve(triangle(10.1)));
 }
 
-// Three that lie on a line among five: a frame that shows only these is lost, and any other is not.
-TEST(RigidMotion, IsLostOnlyWhereTheMarkersLeftAreOnALine) {
+// Three of five are on a line: a frame with only these three is lost, and any other is not.
+TEST(RigidMotion, IsLostOnlyIfTheVisibleMarkersAreOnALine) {
   Markers reference = Head();
   reference[0] = Point{-50, 100, 0}, reference[1] = Point{0, 110, 0}, reference[2] = Point{50, 120, 0};
   RigidMotion motion(reference);

@@ -31,17 +31,18 @@ namespace {
 
 constexpr double kTolerance = 6; // mm
 
-// A head of 0.2 m within two metres of the room's origin, of which a double knows 2e-13 m.
+// A head of 0.2 m within two metres of the room's origin, where doubles are exact to 2e-13 m.
 constexpr double kRounding = 1e-9;
 
-/// No two markers are nearly as far as each other from a third: they differ by 16 mm and more. Else their triangle would
-/// be the same with the two swapped, and nobody could tell which has slipped.
+/// No two markers have nearly the same distance from a third: the distances differ by at least 16 mm.
+/// Otherwise their triangle would be the same with the two swapped, and it would be unknown which has
+/// slipped.
 RigidMotion::Markers Reference() {
   return {Point{20, 155, 65}, Point{50, 115, -75}, Point{65, 150, -25}, Point{65, 130, 55},
           Point{-25, 100, 90}};
 }
 
-/// A head that is somewhere else in each frame; the frames are numbered from 101.
+/// A head in a different position in each frame; the frames are numbered from 101.
 struct Head {
   explicit Head(std::size_t frames, std::size_t markers = 5) {
     for (std::size_t m = 0; m < markers; ++m) {
@@ -57,7 +58,7 @@ struct Head {
     }
   }
 
-  /// `place`: on the head that has not moved.
+  /// `place`: on the head in its reference position.
   void Put(std::size_t frame, std::size_t marker, const Point& place) {
     take.Set(frame, marker, Carried(motions[frame], place),
              take.OriginAt(frame, marker) == Origin::Computed ? Origin::Computed : Origin::Measured);
@@ -87,12 +88,12 @@ std::vector<std::size_t> Without(const Take& take, std::size_t marker) {
   return frames;
 }
 
-/// How far a marker is from where the motion has its place, to the bit.
+/// The distance of a marker from its position moved by the motion, to the bit.
 double Off(const VgeAMatrix& motion, const Point& place, const Point& seen) {
   return mien::Distance(mien::TransformPoint(motion, {place.x, place.y, place.z}), {seen.x, seen.y, seen.z});
 }
 
-/// How far the worst of these markers is, in the first frame, from where their own motion has it.
+/// The largest distance, in the first frame, of these markers from where their own motion carries them.
 double WorstOf(const Head& head, const std::vector<std::size_t>& markers) {
   RigidMotion::Markers seen;
   for (const std::size_t m : markers) seen[m] = *head.take.At(0, m);
@@ -105,7 +106,7 @@ double WorstOf(const Head& head, const std::vector<std::size_t>& markers) {
 
 } // namespace
 
-TEST(SlippedMarkers, AHeadThatKeepsItsShapeStaysAsItIs) {
+TEST(SlippedMarkers, ARigidHeadIsUnchanged) {
   Head head(20);
   const Take before = head.take;
   const SlippedMarkers report = head.TakeOut();
@@ -114,9 +115,9 @@ TEST(SlippedMarkers, AHeadThatKeepsItsShapeStaysAsItIs) {
   EXPECT_EQ(report.doubtful_frames, 0u);
 }
 
-// H1 is as far from H2 as from H3: with these two swapped, the three of them fit together as well, with the head facing
-// backwards. But heads do not turn round in a hundredth of a second.
-TEST(SlippedMarkers, TwoThatAreSwappedOnASymmetricHeadDoNotTurnItRound) {
+// H1 has the same distance from H2 and H3: with these two swapped, the three also fit together, with the head
+// facing backwards. But heads do not turn around in a hundredth of a second.
+TEST(SlippedMarkers, TwoSwappedMarkersOnASymmetricHeadDoNotTurnItAround) {
   const mien::NeutralPose face = tests::PlainFace();
   RigidMotion::Markers reference;
   Take take({"H1", "H2", "H3", "H4", "H5"});
@@ -140,8 +141,9 @@ TEST(SlippedMarkers, TwoThatAreSwappedOnASymmetricHeadDoNotTurnItRound) {
   for (const std::size_t m : {0u, 3u, 4u}) EXPECT_THAT(Without(take, m), IsEmpty()) << m;
 }
 
-// Any of them, and in the frames only in which it has slipped: the motion of the other four tells by how much.
-TEST(SlippedMarkers, OneThatSlippedIsTakenOutWhereItDid) {
+// Any of them, only in the frames in which it has slipped; the motion of the other four determines by how
+// much.
+TEST(SlippedMarkers, ASlippedMarkerIsRemovedWhereItSlipped) {
   for (std::size_t m = 0; m < 5; ++m) {
     Head head(10);
     for (const std::size_t f : {3u, 4u, 8u}) head.Slip(f, m, {0, 12, 9});
@@ -159,8 +161,8 @@ TEST(SlippedMarkers, OneThatSlippedIsTakenOutWhereItDid) {
   }
 }
 
-// As long as the other three hold together.
-TEST(SlippedMarkers, TwoThatAreSwappedAreTakenOut) {
+// If the other three fit together.
+TEST(SlippedMarkers, TwoSwappedMarkersAreRemoved) {
   for (std::size_t a = 0; a < 5; ++a)
     for (std::size_t b = a + 1; b < 5; ++b) {
       Head head(6);
@@ -182,7 +184,7 @@ TEST(SlippedMarkers, TwoThatAreSwappedAreTakenOut) {
     }
 }
 
-TEST(SlippedMarkers, DifferentOnesMaySlipInDifferentFrames) {
+TEST(SlippedMarkers, DifferentMarkersMaySlipInDifferentFrames) {
   Head head(8);
   head.Slip(1, 4, {0, 0, -40}), head.Slip(2, 0, {20, 0, 0}), head.Slip(5, 4, {0, 0, -50});
   const SlippedMarkers report = head.TakeOut();
@@ -206,7 +208,7 @@ TEST(SlippedMarkers, OfFourTheThreeThatFitTogetherStay) {
   }
 }
 
-TEST(SlippedMarkers, OneMayBeHiddenAndAnotherSlip) {
+TEST(SlippedMarkers, OneMarkerMayBeHiddenAndAnotherSlip) {
   Head head(5);
   head.take.Clear(2, 1);
   head.Slip(2, 3, {0, 30, 0});
@@ -217,8 +219,8 @@ TEST(SlippedMarkers, OneMayBeHiddenAndAnotherSlip) {
   EXPECT_EQ(report.markers[0].marker, "H4");
 }
 
-// The sides of the triangle do not fit, but any of its corners may be the one that is wrong.
-TEST(SlippedMarkers, OfThreeThatDoNotFitNobodyCanTellWhich) {
+// The sides of the triangle do not fit, but any of its corners may be wrong.
+TEST(SlippedMarkers, ThreeThatDoNotFitAreDoubtful) {
   Head three(6, 3), hidden(6);
   for (Head* head : {&three, &hidden}) {
     head->Slip(1, 0, {0, 60, 0}), head->Slip(4, 2, {-70, 0, 0});
@@ -232,7 +234,7 @@ TEST(SlippedMarkers, OfThreeThatDoNotFitNobodyCanTellWhich) {
   }
 }
 
-TEST(SlippedMarkers, OfFourOfWhichTwoAreSwappedNobodyCanTellWhich) {
+TEST(SlippedMarkers, FourWithTwoSwappedAreDoubtful) {
   Head head(4, 4);
   head.Swap(1, 0, 3);
   const Take before = head.take;
@@ -241,8 +243,8 @@ TEST(SlippedMarkers, OfFourOfWhichTwoAreSwappedNobodyCanTellWhich) {
   EXPECT_EQ(report.doubtful_frames, 1u);
 }
 
-// Too few for a head at all: nothing to doubt, nothing to take out.
-TEST(SlippedMarkers, TwoMarkersAreLeftAlone) {
+// Too few to find a head: nothing is doubtful and nothing is removed.
+TEST(SlippedMarkers, TwoMarkersAreUnchanged) {
   Head head(4, 2);
   head.Slip(1, 0, {0, 600, 0});
   const Take before = head.take;
@@ -252,9 +254,9 @@ TEST(SlippedMarkers, TwoMarkersAreLeftAlone) {
   EXPECT_EQ(report.doubtful_frames, 0u);
 }
 
-// Where one is wrong by d and the other four are exact, their motion has it d away; with all five that motion goes along
-// with it, so what is a little over the tolerance may stay.
-TEST(SlippedMarkers, WhatIsWithinTheToleranceStays) {
+// If one is wrong by d and the other four are exact, their motion shows it d away. The motion of all five
+// partly follows it, so a marker slightly beyond the tolerance may stay.
+TEST(SlippedMarkers, MarkersWithinTheToleranceStay) {
   for (std::size_t m = 0; m < 5; ++m) {
     Head head(3);
     head.Slip(1, m, {0, 0, kTolerance - 1e-6});
@@ -264,15 +266,15 @@ TEST(SlippedMarkers, WhatIsWithinTheToleranceStays) {
   }
 }
 
-// To the bit: the set of all five fits with a tolerance of just what its worst is off, and no longer with a smaller one.
-TEST(SlippedMarkers, ASetFitsThatIsOffByTheToleranceAndNoMore) {
+// To the bit: the set of all five fits if the tolerance equals its largest error, and not with a smaller one.
+TEST(SlippedMarkers, ASetFitsIfItsLargestErrorIsTheTolerance) {
   for (std::size_t slipping = 0; slipping < 5; ++slipping) {
     Head head(1);
     head.motions[0] = {};
     for (std::size_t m = 0; m < 5; ++m) head.Put(0, m, *head.reference[m]);
     head.Slip(0, slipping, {0, 9, 0});
     const double worst = WorstOf(head, {0, 1, 2, 3, 4});
-    ASSERT_LT(worst, 9) << "the motion of all five goes along with the one that is off";
+    ASSERT_LT(worst, 9) << "the motion of all five partly follows the one that is off";
     const Take before = head.take;
     EXPECT_THAT(head.TakeOut(worst).markers, IsEmpty()) << slipping;
     EXPECT_EQ(Changes(head.take, before), 0u) << slipping;
@@ -281,9 +283,9 @@ TEST(SlippedMarkers, ASetFitsThatIsOffByTheToleranceAndNoMore) {
   }
 }
 
-// H1, H2 and H3 are near each other and H4 is far off: with H1 off by a little, all four would tilt H4 by more than that. The
-// other three fit, and H1, which is no part of them, stays as long as it is within the tolerance of where they have it.
-TEST(SlippedMarkers, OneOutsideTheSetStaysThatIsOffByTheToleranceAndNoMore) {
+// H1, H2 and H3 are near each other and H4 is distant: with a small error of H1, all four would tilt H4 by
+// more. The other three fit, and H1, which is not in their set, stays if it is within the tolerance.
+TEST(SlippedMarkers, AMarkerOutsideTheSetStaysIfItsErrorIsTheTolerance) {
   Head head(1, 4);
   head.reference = {Point{0, 0, 0}, Point{10, 0, 0}, Point{0, 10, 0}, Point{40, 40, 0}, std::nullopt};
   head.motions[0] = {};
@@ -302,8 +304,9 @@ TEST(SlippedMarkers, OneOutsideTheSetStaysThatIsOffByTheToleranceAndNoMore) {
   EXPECT_THAT(Without(head.take, 0), ElementsAre(0));
 }
 
-// Three markers fit exactly where they have turned about the one that they share with three others, and these three stand
-// where the head was a frame before, but for half a millimetre. Up to a right angle the better fit counts.
+// Three markers fit exactly if they have turned about the one that they share with three others; those three
+// are where the head was one frame earlier, within half a millimetre. Up to a right angle the better fit
+// counts.
 TEST(SlippedMarkers, ASetThatTurnsTheHeadByMoreThanARightAngleComesLast) {
   for (const double degrees : {89.0, 91.0})
     for (const bool last_three_turn : {false, true}) {
@@ -329,7 +332,7 @@ TEST(SlippedMarkers, ASetThatTurnsTheHeadByMoreThanARightAngleComesLast) {
     }
 }
 
-TEST(SlippedMarkers, TheToleranceIsTheCallersOwn) {
+TEST(SlippedMarkers, TheCallerSetsTheTolerance) {
   for (const double tolerance : {0.5, 2.0, 20.0}) {
     Head head(3);
     head.Slip(0, 2, {0, tolerance / 2, 0}), head.Slip(1, 2, {0, 3 * tolerance, 0});
@@ -340,8 +343,8 @@ TEST(SlippedMarkers, TheToleranceIsTheCallersOwn) {
   }
 }
 
-// Whatever is kept is where the motion of what is kept has it.
-TEST(SlippedMarkers, WhatIsKeptFitsTogether) {
+// All kept markers are where the motion of the kept markers carries them.
+TEST(SlippedMarkers, KeptMarkersFitTogether) {
   Head head(300);
   tests::Random random(52);
   for (std::size_t f = 0; f < 300; ++f) {
@@ -364,8 +367,8 @@ TEST(SlippedMarkers, WhatIsKeptFitsTogether) {
     ASSERT_TRUE(motion) << f;
     for (std::size_t m = 0; m < 5; ++m)
       if (kept[m]) {
-        // One that is outside the set and yet fits it has drawn on this motion, the set's own is not told: less than
-        // another tolerance.
+        // A marker outside the set that fits it also affects this motion, unlike the set's own: by less than
+        // one more tolerance.
         ASSERT_LT(tests::Distance(*kept[m], Carried(*motion, *head.reference[m])), 2 * kTolerance) << f;
         ++kept_fit;
       }
@@ -382,8 +385,8 @@ TEST(SlippedMarkers, WhatIsKeptFitsTogether) {
   EXPECT_EQ(report.doubtful_frames, 0u);
 }
 
-// Both takes slip in the same way; in one of them the head is upright at the origin.
-TEST(SlippedMarkers, WhereTheHeadIsMakesNoDifference) {
+// Both takes have the same slips; in one of them the head is upright at the origin.
+TEST(SlippedMarkers, DoesNotDependOnTheHeadsPosition) {
   Head moving(40), still(40);
   tests::Random random(53);
   for (VgeAMatrix& motion : still.motions) motion = {};
@@ -404,7 +407,7 @@ TEST(SlippedMarkers, WhereTheHeadIsMakesNoDifference) {
   }
 }
 
-TEST(SlippedMarkers, TheirOrderIsThatOfTheirPlacesNotOfTheTake) {
+TEST(SlippedMarkers, TheyMatchTheReferenceByTheGivenOrderNotTheTakes) {
   Take take({"other", "H5", "H3", "H1", "H2", "H4"});
   take.rate = {100, 1};
   const std::vector<std::size_t> markers = {3, 4, 2, 5, 1};
@@ -426,8 +429,8 @@ TEST(SlippedMarkers, TheirOrderIsThatOfTheirPlacesNotOfTheTake) {
   EXPECT_THAT(Without(take, 0), IsEmpty());
 }
 
-// Of it nobody knows where it belongs.
-TEST(SlippedMarkers, AMarkerWithoutAPlaceOnTheHeadIsNeverTakenOut) {
+// Its correct position is unknown.
+TEST(SlippedMarkers, AMarkerWithoutAReferenceIsNeverRemoved) {
   Head head(4);
   head.reference[1].reset();
   head.take.Set(2, 1, {1e5, 0, 0});

@@ -737,7 +737,7 @@ TEST_F(Command, BadPerformersAreNamedWithPlaceAndMend) {
       {"lacks.json",
        "mien: lacks.json:/parts/Mouth/ChinHolder/1: the take \"take\" has no marker \"lm68\"; did you "
        "mean \"lm"},
-      {"thin.json", "mien: thin.json:/parts: the neutral pose does not tell which way the face looks; "},
+      {"thin.json", "mien: thin.json:/parts: the neutral pose does not show which way the face looks; "},
       {"frames.json", "mien: frames.json:/neutral"},
       {"other.json", "mien: other.json:/neutral"},
       {"loop.json", "mien: loop.json: "},

@@ -40,22 +40,22 @@ std::string Error(const Performer& performer, const Take& take) {
 
 } // namespace
 
-TEST(CheckMarkers, IsContentWhenTheTakeHasThemAllAndMore) {
+TEST(CheckMarkers, AcceptsATakeThatHasThemAllAndMore) {
   Performer performer = PerformerWith("chin");
   performer.head = {"top"};
   EXPECT_NO_THROW(CheckMarkers(performer, TakeWith({"other", "top", "chin"})));
 }
 
-TEST(CheckMarkers, NamesFilePointerTakeAndTheNameThatComesNear) {
+TEST(CheckMarkers, NamesFilePointerTakeAndTheMostSimilarName) {
   EXPECT_EQ(Error(PerformerWith("ChinMid"), TakeWith({"LipMid", "Chin_Mid", "Brow"})),
             "ada.json:/parts/Mouth/ChinHolder/0: the take \"smile\" has no marker \"ChinMid\"; did you mean "
             "\"Chin_Mid\"?");
 }
 
-TEST(CheckMarkers, LetterCaseIsADifferenceButTheSmallest) {
+TEST(CheckMarkers, LetterCaseIsTheSmallestDifference) {
   const Take take = TakeWith({"Rcheek_Ut", "RCHEEK_UP", "Rcheek_uq"});
   EXPECT_THAT(Error(PerformerWith("Rcheek_up"), take), EndsWith("did you mean \"RCHEEK_UP\"?"));
-  // Takes exist in which names differ by letter case alone; each is its own marker.
+  // In some takes, names differ only by letter case; they are different markers.
   const Take both = TakeWith({"Rcheek_up", "Rcheek_Up"});
   EXPECT_EQ(Error(PerformerWith("Rcheek_up"), both), "no InputError");
   EXPECT_EQ(Error(PerformerWith("Rcheek_Up"), both), "no InputError");
@@ -67,7 +67,7 @@ TEST(CheckMarkers, ProposesNothingFarFetched) {
     EXPECT_THAT(Error(PerformerWith("Cheek"), take), EndsWith("`mien info` lists the markers that it has"));
 }
 
-TEST(CheckMarkers, ReportsTheHeadAndEachPlaceAMarkerHas) {
+TEST(CheckMarkers, ReportsTheHeadAndEachPlaceOfAMarker) {
   Performer performer = PerformerWith("gone");
   performer.head = {"here", "top"};
   performer.holders[1][1] = {"here", "gone"};
@@ -80,16 +80,19 @@ TEST(CheckMarkers, ReportsTheHeadAndEachPlaceAMarkerHas) {
   EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 2);
 }
 
-TEST(CheckMarkers, AWholeStrangerIsToldInSixLines) {
+TEST(CheckMarkers, ADifferentMarkerSetIsReportedInSixLines) {
   Performer performer = PerformerWith("c");
   for (int i = 0; i < 9; ++i) performer.holders[0][1].push_back("lip" + std::to_string(i));
   const std::string error = Error(performer, TakeWith({"lm0"}));
   EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 5);
-  EXPECT_THAT(error, EndsWith(": 5 more of its markers are missing; is this performer meant for this take?"));
+  EXPECT_THAT(
+      error,
+      EndsWith(": 5 more of its markers are missing; use the performer file for this take's marker set"));
 }
 
-// Comparing each of a hundred names with each of a take's thousand would take seconds, though five are shown.
-TEST(CheckMarkers, OfAWholeStrangerOnlyWhatIsShownIsSearchedFor) {
+// To compare each of a hundred names with each of a take's thousand would take seconds, but only five are
+// shown.
+TEST(CheckMarkers, SearchesOnlyForTheMarkersThatAreShown) {
   Performer performer = PerformerWith("chin");
   performer.head = {"top", "front"};
   for (int i = 0; i < 100; ++i) performer.holders[0][1].push_back("lip" + std::to_string(i));
@@ -103,11 +106,12 @@ TEST(CheckMarkers, OfAWholeStrangerOnlyWhatIsShownIsSearchedFor) {
   const std::string error = InputErrorOf([&] { CheckMarkers(performer, take, search); });
   EXPECT_THAT(searched, ElementsAre("top", "lip0", "lip1", "lip2", "lip3"));
   EXPECT_THAT(error, HasSubstr("no marker \"lip3\"; did you mean \"this one\"?"));
-  EXPECT_THAT(error,
-              EndsWith(": 97 more of its markers are missing; is this performer meant for this take?"));
+  EXPECT_THAT(
+      error,
+      EndsWith(": 97 more of its markers are missing; use the performer file for this take's marker set"));
 }
 
-TEST(CheckMarkers, WhereNothingIsMissingNothingIsSearchedFor) {
+TEST(CheckMarkers, SearchesForNothingIfNothingIsMissing) {
   CheckMarkers(PerformerWith("chin"), TakeWith({"chin"}),
                [](std::string_view name, const std::vector<std::string>&) -> std::optional<std::string> {
                  ADD_FAILURE() << name;
@@ -115,6 +119,6 @@ TEST(CheckMarkers, WhereNothingIsMissingNothingIsSearchedFor) {
                });
 }
 
-TEST(CheckMarkers, NamesCannotSteerTheTerminal) {
+TEST(CheckMarkers, NamesCannotControlTheTerminal) {
   EXPECT_THAT(Error(PerformerWith("\x1B[2Ja"), TakeWith({"\x1B[2Jb"})), testing::Not(HasSubstr("\x1B")));
 }

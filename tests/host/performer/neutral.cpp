@@ -38,8 +38,8 @@ namespace {
 
 double Distance(const Point& a, const Point& b) { return std::hypot(a.x - b.x, a.y - b.y, a.z - b.z); }
 
-/// How far the pose's markers are from the plain face at most, when both heads are laid upon each other. `lacking`: so many
-/// of the plain face's markers are not in the pose.
+/// The largest distance of the pose's markers from the plain face, with both heads aligned. `lacking`: the
+/// number of the plain face's markers that are not in the pose.
 double WorstError(const NeutralPose& pose, std::size_t lacking = 0) {
   EXPECT_EQ(pose.size() + lacking, PlainFace().size());
   RigidMotion::Markers reference, now;
@@ -79,14 +79,15 @@ void OpenMouth(NeutralPose& face, double amount) {
   Shift(face, {"Chin"}, -20 * amount);
 }
 
-/// A head that wanders by some 20 degrees and a decimetre.
+/// A head that moves by about 20 degrees and a decimetre.
 VgeAMatrix Wandering(int frame) {
   return Motion({12 * std::sin(frame * 0.05), 20 * std::sin(frame * 0.031), 6 * std::sin(frame * 0.043)},
                 {50 * std::sin(frame * 0.02) + 300, 1500 - frame * 0.1, 40 * std::sin(frame * 0.033)});
 }
 
-/// 400 frames of a person who talks half of the time, blinks every 40 frames, first of all in the first one, raises
-/// the brows when opening the eyes wide, and whose head wanders. Each coordinate trembles by up to `noise`.
+/// 400 frames of a person who talks half of the time, blinks every 40 frames beginning with the first one,
+/// raises the brows when opening the eyes wide, and moves the head. Each coordinate has noise of up to
+/// `noise`.
 Take Performance(double noise) {
   Take take = EmptyTake();
   tests::Random random(5);
@@ -110,9 +111,9 @@ constexpr double kRounding = 1e-9; // millimetres, of positions up to two metres
 
 } // namespace
 
-// --- Where it comes from.
+// --- Its source.
 
-TEST(FindNeutral, AskedFramesBeatThePerformersAndThoseTheSearch) {
+TEST(FindNeutral, AskedFramesComeBeforeThePerformersAndTheseBeforeTheSearch) {
   Take take = EmptyTake();
   for (int f = 0; f < 20; ++f) {
     NeutralPose face = PlainFace();
@@ -135,7 +136,7 @@ TEST(FindNeutral, AskedFramesBeatThePerformersAndThoseTheSearch) {
   EXPECT_EQ(FindNeutral(take, performer, FrameRange{11, 11}).pose.at("LipLow").y, asked.pose.at("LipLow").y);
 }
 
-TEST(FindNeutral, FramesAreMeantByTheirNumbers) {
+TEST(FindNeutral, FramesAreGivenByTheirNumbers) {
   Take take = EmptyTake();
   for (const std::int64_t number : {-5, 100, 101, 250}) {
     NeutralPose face = PlainFace();
@@ -146,10 +147,10 @@ TEST(FindNeutral, FramesAreMeantByTheirNumbers) {
               kRounding);
   EXPECT_NEAR(FindNeutral(take, PlainPerformer(), FrameRange{-5, -5}).pose.at("LipLow").y, 9 - 5, kRounding);
   const Neutral all = FindNeutral(take, PlainPerformer(), FrameRange{-1000, 1000});
-  EXPECT_EQ(all.how, "the average of frames -5 to 250") << "those that there are";
+  EXPECT_EQ(all.how, "the average of frames -5 to 250") << "those that exist";
 }
 
-TEST(FindNeutral, FramesThatTheTakeHasNotAreAnError) {
+TEST(FindNeutral, FramesOutsideTheTakeAreAnError) {
   Take take = EmptyTake();
   for (int f = 0; f < 3; ++f) Film(take, PlainFace());
   take.frames = {10, 20, 30};
@@ -160,7 +161,7 @@ TEST(FindNeutral, FramesThatTheTakeHasNotAreAnError) {
                       HasSubstr("from frame 10 to 30")));
 }
 
-// Whose frames they are is what the user has to fix.
+// The error is in the file that names the frames.
 TEST(FindNeutral, FramesOfThePerformerFileAreItsMistake) {
   Take take = EmptyTake();
   Film(take, PlainFace());
@@ -169,17 +170,17 @@ TEST(FindNeutral, FramesOfThePerformerFileAreItsMistake) {
   EXPECT_THAT(InputErrorOf([&] { Found(take, performer); }), HasSubstr("plain.json:/neutral"));
 }
 
-TEST(FindNeutral, NeedsAMarkerThatIsSeen) {
+TEST(FindNeutral, NeedsAVisibleMarker) {
   Take take = EmptyTake({"other"});
   for (int f = 0; f < 10; ++f) take.Set(take.AddFrame(f, f), 0, {1, 2, 3});
-  EXPECT_THAT(InputErrorOf([&] { Found(take); }), HasSubstr("no marker of the performer is seen"));
+  EXPECT_THAT(InputErrorOf([&] { Found(take); }), HasSubstr("no marker of the performer is visible"));
   EXPECT_THAT(InputErrorOf([&] {
                 FindNeutral(take, PlainPerformer(), FrameRange{2, 3});
               }),
-              HasSubstr("no marker of the performer is seen"));
+              HasSubstr("no marker of the performer is visible"));
 }
 
-TEST(FindNeutral, KnowsThePerformersMarkersAndNoOthers) {
+TEST(FindNeutral, ContainsOnlyThePerformersMarkers) {
   Take take = EmptyTake({"other"});
   for (int f = 0; f < 10; ++f) take.Set(Film(take, PlainFace()), 0, {1, 2, 3});
   const Neutral neutral = Found(take);
@@ -203,7 +204,7 @@ TEST(FindNeutral, AMovingHeadDoesNotBlurTheAverage) {
   EXPECT_LT(WorstError(FindNeutral(take, PlainPerformer(), FrameRange{1, 60}).pose), kRounding);
 }
 
-TEST(FindNeutral, TheAverageIsOfTheFramesThatSeeTheMarker) {
+TEST(FindNeutral, TheAverageIsOfTheFramesThatHaveTheMarker) {
   Take take = EmptyTake();
   for (int f = 0; f < 4; ++f) {
     NeutralPose face = PlainFace();
@@ -225,7 +226,7 @@ TEST(FindNeutral, TheAverageIsOfTheFramesThatSeeTheMarker) {
   for (const auto& [name, p] : expected) EXPECT_LT(Distance(pose.at(name), Carried(*head, p)), 1e-8) << name;
 }
 
-// A single frame needs no head to be brought together with others.
+// A single frame needs no head to be combined with others.
 TEST(FindNeutral, OneFrameCountsEvenIfItsHeadIsHidden) {
   Take take = EmptyTake();
   for (int f = 0; f < 3; ++f) Film(take, PlainFace());
@@ -244,36 +245,36 @@ TEST(FindNeutral, FindsTheRestFaceAmongTalkBlinksAndHeadMotion) {
   const Take take = Performance(0);
   const Neutral neutral = Found(take);
   EXPECT_LT(WorstError(neutral.pose),
-            1e-6); // nothing but rounding: more than half of the rest frames are at rest
+            1e-6); // only rounding: more than half of the rest frames are at rest
   EXPECT_THAT(neutral.notes, IsEmpty());
   EXPECT_THAT(neutral.how, testing::MatchesRegex("the median of [0-9]+ rest frames"));
 }
 
 TEST(FindNeutral, FindsItInNoiseWhereNeitherTheFirstFrameNorTheAverageIsNear) {
   const Take take = Performance(0.2);
-  // The median of some 40 uniform numbers between -0.2 and 0.2 has a deviation of 0.03; of 26 markers with three axes
-  // the worst is three to four times as far off, and the head's frame adds as much.
+  // The median of some 40 uniform numbers between -0.2 and 0.2 has a deviation of 0.03; of 26 markers with
+  // three axes the worst is three to four times as far off, and the head's frame adds the same again.
   EXPECT_LT(WorstError(Found(take).pose), 0.25);
   EXPECT_GT(WorstError(FindNeutral(take, PlainPerformer(), FrameRange{1, 1}).pose), 5)
       << "the take begins in a blink";
   EXPECT_GT(WorstError(FindNeutral(take, PlainPerformer(), FrameRange{1, 400}).pose), 3)
-      << "talk drags on the average";
+      << "speech biases the average";
 }
 
-TEST(FindNeutral, IsTheSameFaceHoweverTheTakeIsTurned) {
+TEST(FindNeutral, DoesNotDependOnTheTakesAxes) {
   const Take take = Performance(0.2);
   const VgeAMatrix turn = Motion({90, 20, -130}, {-700, 30, 12});
   Take turned = take;
   for (std::size_t f = 0; f < take.FrameCount(); ++f)
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) turned.Set(f, m, Carried(turn, *take.At(f, m)));
   const NeutralPose expected = Carried(turn, Found(take).pose), found = Found(turned).pose;
-  // Medians are taken per axis: in other axes other values are in the middle of the noise.
+  // Medians are per axis: in other axes, other values are in the middle of the noise.
   for (const auto& [name, p] : expected) EXPECT_LT(Distance(found.at(name), p), 0.1) << name;
 }
 
 TEST(FindNeutral, FewerThanFiveRestFramesAreTooFewAndAreReported) {
   Take take = EmptyTake();
-  for (int f = 0; f < 8; ++f) { // whenever the eyes are as usual, the mouth is open
+  for (int f = 0; f < 8; ++f) { // in all frames with usual eyes, the mouth is open
     NeutralPose face = Blink(f < 4 ? 1 : 0.1 * f);
     OpenMouth(face, f < 4 ? 0.1 * f : 1);
     Film(take, face);
@@ -282,7 +283,7 @@ TEST(FindNeutral, FewerThanFiveRestFramesAreTooFewAndAreReported) {
   EXPECT_EQ(neutral.how, "the median of all 8 frames");
   ASSERT_EQ(neutral.notes.size(), 1u);
   EXPECT_EQ(neutral.notes[0].code, mien::Code::Assumed);
-  EXPECT_THAT(neutral.notes[0].what, AllOf(HasSubstr("so all were taken"), HasSubstr("--neutral")));
+  EXPECT_THAT(neutral.notes[0].what, AllOf(HasSubstr("so all frames were used"), HasSubstr("--neutral")));
   EXPECT_EQ(neutral.pose.size(), PlainFace().size());
   // Of 1, 1, 1, 1, 0.4, 0.5, 0.6, 0.7 the middle two are 0.7 and 1.
   EXPECT_NEAR(neutral.pose.at("LidUpL").y, 52 - 8 * 0.85, kRounding);
@@ -297,7 +298,7 @@ TEST(FindNeutral, ATakeOfOneFrameIsThatFrame) {
     EXPECT_LT(Distance(neutral.pose.at(name), Carried(Wandering(77), p)), kRounding) << name;
 }
 
-TEST(FindNeutral, AMarkerThatAllRestFramesHideKeepsItsPlaceFromTheOthers) {
+TEST(FindNeutral, AMarkerHiddenInAllRestFramesKeepsItsPositionFromTheOthers) {
   Take take = EmptyTake();
   for (int f = 0; f < 20; ++f) {
     NeutralPose face = PlainFace();
@@ -311,7 +312,7 @@ TEST(FindNeutral, AMarkerThatAllRestFramesHideKeepsItsPlaceFromTheOthers) {
   EXPECT_LT(WorstError(neutral.pose), kRounding);
 }
 
-TEST(FindNeutral, AMarkerThatIsNeverSeenIsNotInThePose) {
+TEST(FindNeutral, AMarkerThatIsNeverVisibleIsNotInThePose) {
   Take take = Performance(0);
   for (std::size_t f = 0; f < take.FrameCount(); ++f) Hide(take, f, {"CheekL", "H2"});
   const Neutral neutral = Found(take);
@@ -321,8 +322,8 @@ TEST(FindNeutral, AMarkerThatIsNeverSeenIsNotInThePose) {
   EXPECT_LT(WorstError(neutral.pose, 2), 1e-6) << "four head markers are as good as five";
 }
 
-// Gaps all over, at no time all five head markers, some frames without a head, and whole frames lost.
-TEST(FindNeutral, LivesWithGaps) {
+// Gaps everywhere, never all five head markers, some frames without a head, and whole frames lost.
+TEST(FindNeutral, ToleratesGaps) {
   Take take = Performance(0);
   const std::vector<std::string> head = PlainPerformer().head;
   std::vector<std::string> names;
@@ -338,14 +339,14 @@ TEST(FindNeutral, LivesWithGaps) {
   EXPECT_THAT(neutral.notes, IsEmpty());
 }
 
-TEST(FindNeutral, WithoutHeadMarkersAStillHeadIsNoTrouble) {
+TEST(FindNeutral, WithoutHeadMarkersAStillHeadIsFound) {
   Take take = EmptyTake();
   for (int f = 0; f < 100; ++f) {
     NeutralPose face = Blink(f % 25 < 4 ? 1 : 0);
     if (f % 20 < 9) OpenMouth(face, 1);
     Film(take, face);
   }
-  for (const std::size_t count : {0u, 2u}) { // two do not tell where the head is
+  for (const std::size_t count : {0u, 2u}) { // two do not determine the head
     Performer performer = PlainPerformer();
     performer.head.resize(count);
     const Neutral neutral = Found(take, performer);
@@ -355,7 +356,7 @@ TEST(FindNeutral, WithoutHeadMarkersAStillHeadIsNoTrouble) {
   }
 }
 
-TEST(FindNeutral, WhatNobodySeesCannotBeUnusual) {
+TEST(FindNeutral, UnmeasuredOpeningsAreIgnored) {
   Performer performer = PlainPerformer();
   performer.holders[3] = performer.holders[4] = {}; // no eyes: the mouth decides
   const Take take = Performance(0);
@@ -370,9 +371,9 @@ TEST(FindNeutral, WhatNobodySeesCannotBeUnusual) {
   EXPECT_FALSE(no_mouth.pose.contains("LipLow"));
 }
 
-// Of the frames with the lips together, four in five have the eyes closed or wide open, and then the brows are
-// raised as well: the eyes decide.
-TEST(FindNeutral, UnusualEyesAreNoRest) {
+// Of the frames with the lips together, four in five have the eyes closed or wide open, and then the brows
+// are raised as well: the eyes decide.
+TEST(FindNeutral, UnusualEyesAreNotAtRest) {
   Take take = EmptyTake();
   for (int f = 0; f < 100; ++f) {
     const bool closed = f < 28, wide = f >= 80, talks = f >= 28 && f < 68;
@@ -381,7 +382,7 @@ TEST(FindNeutral, UnusualEyesAreNoRest) {
     if (talks) OpenMouth(face, 1);
     Film(take, face);
   }
-  Performer without_lower_lids = PlainPerformer(); // the height of the upper ones has to do
+  Performer without_lower_lids = PlainPerformer(); // the height of the upper lids is used
   without_lower_lids.holders[3][1].clear(), without_lower_lids.holders[4][1].clear();
   for (const Performer& performer : {PlainPerformer(), without_lower_lids}) {
     const Neutral neutral = Found(take, performer);
@@ -390,11 +391,11 @@ TEST(FindNeutral, UnusualEyesAreNoRest) {
   }
 }
 
-// Nothing moves but what is measured, and no frame is like another: which are at rest is then a matter of counting.
+// Only what is measured moves, and all frames differ, so the rest frames can be counted.
 namespace {
 
-/// In each frame `markers` are higher than in the one before, by a tenth of a millimetre; the frames' order is mixed. Those of
-/// the performer's markers that are given.
+/// In each frame `markers` are a tenth of a millimetre higher than in another one; the frames' order is
+/// mixed. Only the given markers of the performer.
 Neutral FoundAmong(int frames, const std::vector<std::string>& markers, const Performer& performer) {
   Take take = EmptyTake();
   for (int f = 0; f < frames; ++f) {
@@ -408,14 +409,14 @@ Neutral FoundAmong(int frames, const std::vector<std::string>& markers, const Pe
 
 Performer WithoutHeadAnd(const std::vector<std::size_t>& parts) {
   Performer performer = PlainPerformer();
-  performer.head.clear(); // so that nothing is rounded
+  performer.head.clear(); // so that there is no rounding
   for (const std::size_t part : parts) performer.holders[part] = {};
   return performer;
 }
 
 } // namespace
 
-// Of 101 the percentiles are frames of their own: the 30th to the 80th are 51.
+// Of 101 frames, the percentiles are exactly frames: the 30th to the 80th are 51.
 TEST(FindNeutral, EyesAreAsUsualBetweenThe30thAndThe80thPercentile) {
   const Neutral neutral = FoundAmong(101, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0}));
   EXPECT_EQ(neutral.how, "the median of 51 rest frames");
@@ -428,8 +429,8 @@ TEST(FindNeutral, TheMouthIsAsUsualUpToThe50thPercentile) {
   EXPECT_NEAR(neutral.pose.at("LipUp").y, 18 + 0.1 * 25, kRounding);
 }
 
-// Of 12 they lie between frames: 3.3 and 8.8, counted from 0. 4 to 8 are five, which are just enough; of 9 it is 2.4 to 6.4, and 3
-// to 6 are not.
+// Of 12 frames, they are between frames: 3.3 and 8.8, counted from 0. 4 to 8 are five, just enough. Of 9
+// frames it is 2.4 to 6.4, and 3 to 6 are not enough.
 TEST(FindNeutral, FiveRestFramesAreEnoughAndFourAreNot) {
   const Neutral five = FoundAmong(12, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0}));
   EXPECT_EQ(five.how, "the median of 5 rest frames");
@@ -437,16 +438,16 @@ TEST(FindNeutral, FiveRestFramesAreEnoughAndFourAreNot) {
   EXPECT_THAT(five.notes, IsEmpty());
   const Neutral four = FoundAmong(9, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0}));
   EXPECT_EQ(four.how, "the median of all 9 frames");
-  EXPECT_THAT(four.notes, testing::ElementsAre(Says(HasSubstr("only 4, so all were taken"))));
+  EXPECT_THAT(four.notes, testing::ElementsAre(Says(HasSubstr("only 4, so all frames were used"))));
 }
 
-// Either eye, half closed while the other is open, is as unusual.
-TEST(FindNeutral, BothEyesAreLookedAt) {
+// Either eye, half closed while the other is open, is equally unusual.
+TEST(FindNeutral, BothEyesCount) {
   for (const char* lid : {"LidUpL", "LidUpR"})
     EXPECT_EQ(FoundAmong(101, {lid}, WithoutHeadAnd({0})).how, "the median of 51 rest frames") << lid;
 }
 
-TEST(FindNeutral, ThreeHeadMarkersTellTheHeadsMotion) {
+TEST(FindNeutral, ThreeHeadMarkersDetermineTheHeadsMotion) {
   Take take = EmptyTake();
   for (int f = 0; f < 60; ++f) Film(take, PlainFace(), Wandering(5 * f));
   Performer performer = PlainPerformer();
@@ -455,8 +456,8 @@ TEST(FindNeutral, ThreeHeadMarkersTellTheHeadsMotion) {
   EXPECT_LT(WorstError(FindNeutral(take, performer, FrameRange{1, 60}).pose, 2), kRounding);
 }
 
-// What the header says is done, done here step by step. Each round through the median brings another place to light, so that one
-// more or less would show.
+// The steps that the header describes, done here one by one. Each round with the median gives other
+// positions, so that one round more or less would be detected.
 TEST(FindNeutral, TheHeadIsFoundByTheFullestFrameAndThenTwiceByTheMedian) {
   Take take = EmptyTake();
   tests::Random random(6);
@@ -493,7 +494,7 @@ TEST(FindNeutral, TheHeadIsFoundByTheFullestFrameAndThenTwiceByTheMedian) {
     return Point{middle(axis[0]), middle(axis[1]), middle(axis[2])};
   };
   const NeutralPose found = FindNeutral(take, PlainPerformer(), FrameRange{1, 25}).pose;
-  RigidMotion::Markers reference = head_of(8); // the first that sees all five
+  RigidMotion::Markers reference = head_of(8); // the first frame with all five
   for (int rounds = 0; rounds < 4; ++rounds) {
     double off = 0;
     for (const std::string& name : names)
@@ -508,26 +509,27 @@ TEST(FindNeutral, TheHeadIsFoundByTheFullestFrameAndThenTwiceByTheMedian) {
   }
 }
 
-// The frame from which the search sets out has a head marker displaced by 5 mm, and all others hide one in turn.
-TEST(FindNeutral, ABadFirstReferenceIsMended) {
+// The frame with which the search starts has a head marker displaced by 5 mm, and all others hide one in
+// turn.
+TEST(FindNeutral, ABadFirstReferenceIsCorrected) {
   Take take = EmptyTake();
   NeutralPose bad = PlainFace();
   bad["H1"].x += 5;
   Film(take, bad);
   for (int f = 0; f < 100; ++f)
     Hide(take, Film(take, PlainFace(), Wandering(4 * f)), {"H" + std::to_string(f % 5 + 1)});
-  // As it is, the bad frame would blur the face by 0.6 mm; one round through the median leaves 0.13, two 0.05.
+  // The bad frame alone would blur the face by 0.6 mm; one round with the median leaves 0.13, two 0.05.
   EXPECT_LT(WorstError(Found(take).pose), 0.1);
 }
 
-TEST(FindNeutral, AFaceThatDoesNotTellWhereItLooksIsAnError) {
+TEST(FindNeutral, AFaceWithoutADirectionIsAnError) {
   Performer performer = PlainPerformer();
   for (std::size_t p = 1; p < 9; ++p) performer.holders[p] = {};
   EXPECT_THAT(InputErrorOf([&] { Found(Performance(0), performer); }), HasSubstr("plain.json:/parts"));
 }
 
-// From 20 mm to two metres across, along whichever axis. A single place is not across anything.
-TEST(FindNeutral, AFaceIsOfStrangeSizeBelowTwoCentimetresAndAboveTwoMetres) {
+// Sizes from 20 mm to two metres, along any axis, are usual. A single point has no size.
+TEST(FindNeutral, ASizeBelowTwoCentimetresOrAboveTwoMetresIsUnusual) {
   const auto notes = [](const Point& p) {
     Performer performer = PlainPerformer();
     performer.neutral = NeutralPose{{"Chin", {100, 200, 300}}, {"LipUp", {100 + p.x, 200 + p.y, 300 + p.z}}};
@@ -545,17 +547,17 @@ TEST(FindNeutral, AFaceIsOfStrangeSizeBelowTwoCentimetresAndAboveTwoMetres) {
   EXPECT_EQ(notes({0, 0, 0}), 0u);
 }
 
-// All is solved alike in any unit, but for what is told and asked for in millimetres.
-TEST(FindNeutral, AFaceOfAStrangeSizeIsTold) {
+// The solve is the same in any unit, except for limits and results in millimetres.
+TEST(FindNeutral, AFaceOfUnusualSizeIsReported) {
   for (const auto& [scale, told] :
        {std::pair(1.0, false), {0.001, true}, {0.12, false}, {0.05, true}, {7.0, false}, {12.0, true}}) {
     Take take = EmptyTake();
     NeutralPose face = PlainFace();
     for (auto& [name, p] : face) p = {p.x * scale, p.y * scale, p.z * scale};
     for (int f = 0; f < 10; ++f) Film(take, face);
-    bool is_told = false;
+    bool reported = false;
     for (const mien::Note& note : Found(take).notes)
-      is_told = is_told || note.what.find("is the take in another unit?") != std::string::npos;
-    EXPECT_EQ(is_told, told) << scale;
+      reported = reported || note.what.find("the take is probably in another unit") != std::string::npos;
+    EXPECT_EQ(reported, told) << scale;
   }
 }

@@ -24,13 +24,13 @@ using tests::PlainPerformer;
 
 namespace {
 
-// The shift of up to two metres is known to 2e-13 m, and some twenty sums follow.
+// The shift of up to two metres is exact to 2e-13 m, and about twenty sums follow.
 constexpr double kRounding = 1e-9;
 
 constexpr std::size_t kMouth = 0, kLeftBrow = 1, kRightBrow = 2, kLeftEye = 3, kRightEye = 4, kLeftCheek = 5,
                       kRightCheek = 6, kLeftNostril = 7, kRightNostril = 8;
 
-/// The plain performer with markers on these parts only.
+/// The plain performer with markers only on these parts.
 Performer With(const std::vector<std::size_t>& parts) {
   Performer performer = PlainPerformer();
   for (std::size_t p = 0; p < 9; ++p)
@@ -42,8 +42,8 @@ std::string Error(const Performer& performer, const NeutralPose& pose) {
   return InputErrorOf([&] { NeutralHead(performer, pose); });
 }
 
-/// Whether the axes of an upright face come out: x to its left, y up, z forward, as far as the depth of the
-/// markers leaves y upright.
+/// Whether the axes are those of an upright face: x to its left, y up, z forward, as exactly as the depth of
+/// the markers allows for y.
 void ExpectUpright(const VgeAMatrix& axes) {
   EXPECT_NEAR(axes.m[0][0], 1, kRounding);
   EXPECT_GT(axes.m[1][1], 0.9);
@@ -60,10 +60,11 @@ TEST(NeutralHead, IsRigidAndUprightForAnUprightFace) {
       EXPECT_NEAR(Dot(Column(axes, a), Column(axes, b)), a == b ? 1 : 0, 1e-15 * 4) << a << b;
 }
 
-// From the mouth's middle to the brows' middle, square to x.
+// From the middle of the mouth to the middle of the brows, perpendicular to x.
 TEST(NeutralHead, UprightIsFromTheMouthToTheBrows) {
   const VgeAMatrix axes = NeutralHead(PlainPerformer(), PlainFace());
-  // mouth without the chin: corners (13, 92) twice, lips (18, 99), (9, 98); each brow: (59, 92), (56, 86), (54, 95)
+  // mouth without the chin: corners (13, 92) twice, lips (18, 99), (9, 98); each brow: (59, 92), (56, 86),
+  // (54, 95)
   const double rise = (59.0 + 56 + 54) / 3 - (13.0 + 13 + 18 + 9) / 4,
                depth = (92.0 + 86 + 95) / 3 - (92.0 + 92 + 99 + 98) / 4, length = std::hypot(rise, depth);
   EXPECT_NEAR(axes.m[1][1], rise / length, 1e-15 * 10);
@@ -80,7 +81,7 @@ TEST(NeutralHead, TurnsWithTheTake) {
   }
 }
 
-TEST(NeutralHead, OriginIsTheMiddleOfTheHeadMarkersOrElseOfAll) {
+TEST(NeutralHead, TheOriginIsTheMeanOfTheHeadMarkersOrOfAll) {
   const VgeAMatrix axes = NeutralHead(PlainPerformer(), PlainFace());
   EXPECT_NEAR(axes.m[3][0], 0, kRounding);
   EXPECT_NEAR(axes.m[3][1], (150.0 + 120 + 120 + 170 + 100) / 5, kRounding);
@@ -92,14 +93,14 @@ TEST(NeutralHead, OriginIsTheMiddleOfTheHeadMarkersOrElseOfAll) {
   EXPECT_NEAR(of_all.m[3][1], (13.0 + 18 + 9 + 13 - 12 + 2 * (59 + 56 + 54)) / 11, kRounding);
 }
 
-// The jaw may hang, or be clenched, when the neutral face is taken.
+// The jaw may hang or be clenched in the neutral face.
 TEST(NeutralHead, IsNotMovedByTheChin) {
   NeutralPose open = PlainFace();
   open["Chin"] = {14, -50, 60};
   EXPECT_EQ(NeutralHead(PlainPerformer(), open), NeutralHead(PlainPerformer(), PlainFace()));
 }
 
-TEST(NeutralHead, IsFoundFromWhateverPairsAndHeightsThereAre) {
+TEST(NeutralHead, IsFoundFromAnyPairsAndHeights) {
   const std::vector<std::size_t> enough[] = {
       {kMouth, kLeftBrow},             // left and right by the corners of the mouth
       {kMouth, kLeftBrow, kRightBrow}, //
@@ -114,8 +115,9 @@ TEST(NeutralHead, IsFoundFromWhateverPairsAndHeightsThereAre) {
   }
 }
 
-// y is from the mouth, or else the nostrils, or the cheeks, to the brows, or else the eyes: exactly where depths are equal.
-TEST(NeutralHead, UprightIsFromTheFirstOfTheseThatThereAre) {
+// y is from the mouth, otherwise the nostrils or the cheeks, to the brows, otherwise the eyes; exactly if
+// depths are equal.
+TEST(NeutralHead, UprightIsFromTheFirstOfThesePartsWithMarkers) {
   const auto y_of = [](const std::vector<std::size_t>& parts, const std::vector<std::string>& lower,
                        const std::vector<std::string>& upper) {
     NeutralPose pose = PlainFace();
@@ -139,8 +141,8 @@ TEST(NeutralHead, UprightIsFromTheFirstOfTheseThatThereAre) {
               1e-14);
 }
 
-// Brows a metre beside the mouth and `height` above it.
-TEST(NeutralHead, AThousandthOfTheWayUpIsNoLine) {
+// Brows one metre beside the mouth and `height` above it.
+TEST(NeutralHead, AThousandthOfHeightIsNotALine) {
   for (const double height : {0.99, 1.01}) {
     Performer performer = With({kMouth, kLeftBrow, kRightBrow});
     performer.holders[kMouth] = {{{}, {"LipUp"}, {}, {}, {}}};
@@ -150,8 +152,8 @@ TEST(NeutralHead, AThousandthOfTheWayUpIsNoLine) {
   }
 }
 
-// Six markers on the left brow and one on the right one do not pull the face round.
-TEST(NeutralHead, APairHasOneVoteHoweverManyMarkersItHas) {
+// Six markers on the left brow and one on the right one do not turn the face.
+TEST(NeutralHead, APairCountsOnceHoweverManyMarkersItHas) {
   Performer performer = With({kMouth, kLeftBrow, kRightBrow});
   NeutralPose pose = PlainFace();
   for (int i = 0; i < 20; ++i) {
@@ -162,18 +164,17 @@ TEST(NeutralHead, APairHasOneVoteHoweverManyMarkersItHas) {
   EXPECT_NEAR(NeutralHead(performer, pose).m[0][0], 1, 1e-3);
 }
 
-TEST(NeutralHead, AHalfSeenPairDoesNotCount) {
+TEST(NeutralHead, APairWithOneVisibleSideDoesNotCount) {
   const Performer performer = With({kMouth, kLeftBrow, kRightBrow, kLeftNostril, kRightNostril});
   NeutralPose pose = PlainFace();
   pose.erase("NoseR");
   ExpectUpright(NeutralHead(performer, pose));
 }
 
-TEST(NeutralHead, SaysWhatIsMissing) {
+TEST(NeutralHead, ReportsWhatIsMissing) {
   const std::string message =
-      "plain.json:/parts: the neutral pose does not tell which way the face looks; give it markers on a left "
-      "and a "
-      "right part or both corners of the mouth, on brows or eyes, and on the mouth, nostrils or cheeks";
+      "plain.json:/parts: the neutral pose does not show which way the face looks; add markers on a left "
+      "and a right part or both corners of the mouth, on brows or eyes, and on the mouth, nostrils or cheeks";
   Performer no_pair = With({kMouth, kLeftBrow, kLeftEye, kLeftCheek, kLeftNostril});
   no_pair.holders[kMouth][0].clear();
   EXPECT_EQ(Error(no_pair, PlainFace()), message);
@@ -183,8 +184,8 @@ TEST(NeutralHead, SaysWhatIsMissing) {
       << "nothing below";
   Performer chin = With({kMouth, kLeftBrow, kRightBrow});
   chin.holders[kMouth] = {{{}, {}, {}, {}, {"Chin"}}};
-  EXPECT_EQ(Error(chin, PlainFace()), message) << "the chin alone";
-  EXPECT_EQ(Error(PlainPerformer(), {}), message) << "nothing seen";
+  EXPECT_EQ(Error(chin, PlainFace()), message) << "only the chin";
+  EXPECT_EQ(Error(PlainPerformer(), {}), message) << "nothing visible";
 }
 
 TEST(NeutralHead, MarkersOnALineAreRefused) {
@@ -194,7 +195,7 @@ TEST(NeutralHead, MarkersOnALineAreRefused) {
     in_a_point[name] = {1, 2, 3};
   }
   const std::string message =
-      "plain.json:/parts: the neutral pose's markers lie on one line; check which markers are "
+      "plain.json:/parts: the neutral pose's markers are on one line; check which markers are "
       "named left, right, brow and mouth";
   EXPECT_EQ(Error(PlainPerformer(), on_a_line), message);
   EXPECT_EQ(Error(PlainPerformer(), in_a_point), message);
@@ -208,7 +209,7 @@ TEST(NeutralHead, PairsThatContradictEachOtherAreRefused) {
   EXPECT_THAT(Error(performer, PlainFace()), StartsWith("plain.json:/parts: "));
 }
 
-// Positions that are finite but absurd: no answer is a NaN.
+// Positions that are finite but absurd: no result is NaN.
 TEST(NeutralHead, HugePositionsAreAnErrorOrFinite) {
   for (const double factor : {1e100, 1e160, 1e300}) {
     NeutralPose pose = PlainFace();

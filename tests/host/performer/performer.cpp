@@ -7,7 +7,7 @@ using mien::Performer;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(Performer, NamesEachMarkerOnceInTheOrderOfFirstNaming) {
+TEST(Performer, NamesEachMarkerOnceInTheOrderOfFirstUse) {
   Performer performer;
   performer.head = {"nose", "top"};
   performer.holders[0][1] = {"lip", "chin"};
@@ -23,7 +23,7 @@ TEST(Performer, WithoutMarkersNamesNone) {
   EXPECT_THAT(Performer().Markers(), IsEmpty());
 }
 
-TEST(Performer, HeadMarkersAloneDriveNothing) {
+TEST(Performer, HeadMarkersDriveNothing) {
   Performer performer;
   performer.head = {"top"};
   EXPECT_THAT(performer.FaceMarkers(), IsEmpty());
