@@ -16,7 +16,7 @@
 namespace benchmarks {
 namespace {
 
-constexpr int kOwnExpressions[] = {2, 3, 7}; // of the ten, those that characters define
+constexpr int kOwnExpressions[] = {2, 3, 7}; // those of the ten that characters define
 
 class Numbers {
 public:
@@ -28,7 +28,8 @@ private:
   std::minstd_rand engine_{3};
 };
 
-/// Uneven, of up to 20 degrees about each axis, so that the turn from one to another is far from a pole.
+/// Irregular rotations of up to 20 degrees about each axis, so that the rotation between two is far from a
+/// pole.
 void Place(VCharacterFaceClusterSetState& set, int clusters, Numbers& numbers) {
   for (int c = 0; c < clusters; ++c) {
     auto cluster = std::make_unique<VCharacterFaceClusterState>();
@@ -63,7 +64,8 @@ std::unique_ptr<VCharacterFacePartCluster> ClusterPart(int shapes, int clusters)
   return part;
 }
 
-/// A character that owns these parts. Every template, and every expression of its own, moves every shape.
+/// A character that owns these parts. Every template, and every expression that it defines, moves every
+/// shape.
 std::unique_ptr<VCharacterFace> CharacterOf(std::vector<std::unique_ptr<VCharacterFacePart>> parts) {
   Numbers numbers;
   auto character = std::make_unique<VCharacterFace>();
@@ -88,7 +90,7 @@ std::unique_ptr<VCharacterFace> CharacterOf(int parts, int shapes) {
   return CharacterOf(std::move(list));
 }
 
-/// A character in both forms, and what is solved to it.
+/// A character in both forms, and its inputs.
 struct Example {
   Example(std::unique_ptr<VCharacterFace> of, const Performer& performer)
       : character(std::move(of)), eigen(*character), eigen_weights(eigen.NoWeights()) {
@@ -102,9 +104,9 @@ struct Example {
   TemplateVector templates[kFrames];
 };
 
-// --- The sum of define states: the library's loop alone, beside the matrix-vector products that there are.
+// --- The sum of define states: only the library's loop, compared with other matrix-vector products.
 
-/// By part, where the weights of its shapes begin in each define state.
+/// By part: the start of the weights of its shapes in each define state.
 using Rows = std::vector<std::vector<const double*>>;
 
 Rows InDefineStates(const Example& example) {
@@ -117,7 +119,7 @@ Rows InDefineStates(const Example& example) {
   return rows;
 }
 
-/// In the matrix that the products have.
+/// In the matrix of the products.
 Rows InOneBlock(const Example& example) {
   const DefineStates& states = example.eigen.templates;
   Rows rows;
@@ -189,7 +191,7 @@ void CompareSolves(const std::string& size, const std::shared_ptr<Example>& exam
         });
 }
 
-/// The shapes move as the templates do.
+/// The shapes' weights change as the templates' do.
 void CompareClusters(const Performer& performer) {
   constexpr int kShapes = 20, kClusters = 40;
   struct Clusters {
@@ -259,7 +261,7 @@ void CompareChain(Mien* m, Plain* e) {
 } // namespace
 
 void CompareCharacter(Mien& mien, Plain& plain) {
-  openblas_set_num_threads(1); // no sum here is long enough for a second one to gain anything
+  openblas_set_num_threads(1); // no sum here is long enough for a second thread to help
   VFace& face = *GetGlobalFace();
   for (int k = 0; k < kExpressions; ++k) {
     const int index = face.CreateExpression("Expression");

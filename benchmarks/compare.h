@@ -1,6 +1,6 @@
 #pragma once
 
-// How an operation and its peers are put into the table.
+// Adds an operation and its alternatives to the table.
 
 #include "benchmarks/deviation.h"
 #include "benchmarks/performer.h"
@@ -13,7 +13,7 @@
 
 namespace benchmarks {
 
-/// Times `run(frame)`, which answers its result, over the frames of the take again and again.
+/// Times `run(frame)`, which returns its result, repeatedly over the frames of the take.
 template <class Run>
 void Register(const std::string& name, Run run) {
   benchmark::RegisterBenchmark(name.c_str(), [run](benchmark::State& state) {
@@ -27,11 +27,11 @@ void Register(const std::string& name, Run run) {
   });
 }
 
-/// Ends the program with a message where the two forms of an operation, each of which answers the result of a frame,
-/// disagree in a frame.
+/// Ends the program with a message if the two forms of an operation, each of which returns the result of a
+/// frame, disagree in a frame.
 template <class MienForm, class PeerForm>
 void DemandAgreement(const std::string& name, MienForm mien, PeerForm peer) {
-  constexpr double kTolerance = 1e-9; // millions of roundings; the forms differ in some dozens
+  constexpr double kTolerance = 1e-9; // millions of rounding errors; the forms differ by some dozens
   for (int frame = 0; frame < kFrames; ++frame) {
     const auto& mien_result = mien(frame);
     const double deviation = Deviation().Compare(mien_result, peer(frame)).Relative();
@@ -43,7 +43,7 @@ void DemandAgreement(const std::string& name, MienForm mien, PeerForm peer) {
   }
 }
 
-/// A form beside the library's: `peer` is a column of the table.
+/// An alternative to the library's form: `peer` is a column of the table.
 template <class MienForm, class PeerForm>
 void CompareWith(const std::string& operation, const char* peer, MienForm mien, PeerForm form) {
   const std::string name = operation + "/" + peer;
@@ -51,14 +51,14 @@ void CompareWith(const std::string& operation, const char* peer, MienForm mien, 
   Register(name, form);
 }
 
-/// The library's form and plain Eigen's.
+/// The forms of the library and of plain Eigen.
 template <class MienForm, class EigenForm>
 void Compare(const std::string& operation, MienForm mien, EigenForm eigen) {
   Register(operation + "/mien", mien);
   CompareWith(operation, "eigen", mien, eigen);
 }
 
-/// No operation can take less: it writes as many bytes as the result has, and reads them where they depend on
+/// The minimum time of an operation: writes as many bytes as the result has, and reads them if they depend on
 /// the frame.
 template <class Run>
 void Floor(const std::string& operation, Run run) {

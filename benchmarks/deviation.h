@@ -14,7 +14,7 @@ public:
   Deviation& Compare(double mien, double eigen) {
     const double difference = std::abs(mien - eigen);
     if (!(difference <= deviation_))
-      deviation_ = difference >= 0 ? difference : kInfinity; // a NaN stays seen
+      deviation_ = difference >= 0 ? difference : kInfinity; // NaN counts as infinite
     if (std::abs(mien) > magnitude_) magnitude_ = std::abs(mien);
     return *this;
   }

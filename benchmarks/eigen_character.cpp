@@ -51,7 +51,7 @@ EigenTransform LocalOf(const VCharacterFaceClusterState& cluster) {
   return local;
 }
 
-/// Of Rz * Ry * Rx. (Eigen's own eulerAngles answers others of the angles that give the same rotation.)
+/// The angles of Rz * Ry * Rx. (Eigen's own eulerAngles returns other angles for the same rotation.)
 Vector3d AnglesOf(const Matrix3d& r) {
   return {std::atan2(r(2, 1), r(2, 2)), std::atan2(-r(2, 0), std::hypot(r(0, 0), r(1, 0))),
           std::atan2(r(1, 0), r(0, 0))};

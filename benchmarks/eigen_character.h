@@ -1,7 +1,7 @@
 #pragma once
 
-// The character's solves once more, in plain Eigen. What the definition alone decides (which expressions the character
-// has, how many templates there are) is known beforehand.
+// The character's solves in plain Eigen. Everything that depends only on the definition (which expressions
+// the character has, how many templates there are) is known in advance.
 
 #include "benchmarks/eigen_solves.h"
 #include "mien/character/character_face.h"
@@ -10,8 +10,8 @@
 
 namespace benchmarks {
 
-/// The weights of define states in one block, a column per state with the shapes of all parts below each other. Columns
-/// start where cache lines do, as products are fastest with.
+/// The weights of define states in one block, a column per state with the shapes of all parts below each
+/// other. Columns are aligned to cache lines, which is fastest for products.
 class DefineStates {
 public:
   DefineStates(const VCharacterFace& character, const std::vector<const VCharacterFaceState*>& states);
@@ -51,20 +51,20 @@ using EigenClusterSet = std::vector<EigenCluster>;
 struct EigenCharacter {
   explicit EigenCharacter(const VCharacterFace& character);
 
-  /// Clears `result` to the size of the library's, as its users may expect, and sums.
+  /// Clears as many numbers of `result` as the library does, and sums.
   void TemplatesToCharacter(EigenWeights& result, const TemplateVector& templates) const;
   void ActorToCharacter(EigenWeights& result, const TemplateVector& templates,
                         const Eigen::Vector<double, kExpressions>& expressions) const;
 
-  EigenWeights NoWeights() const; ///< Not a number, until they are written.
+  EigenWeights NoWeights() const; ///< NaN until they are written.
 
   std::vector<int> shapes; ///< By part.
   DefineStates templates, expressions;
   std::vector<int> own;                            ///< The expressions that are columns of `expressions`.
-  Eigen::Matrix<double, 23, kExpressions> through; ///< What the others show of each template.
+  Eigen::Matrix<double, 23, kExpressions> through; ///< The template weights of the other expressions.
 };
 
-/// A cluster part all shapes of which drive its clusters; its root is the identity.
+/// A cluster part in which all shapes drive the clusters; its root is the identity.
 struct EigenClusterPart {
   explicit EigenClusterPart(const VCharacterFacePartCluster& part);
 
@@ -73,7 +73,7 @@ struct EigenClusterPart {
   /// With the offsets of all shapes kept from set-up.
   void SolveFromOffsets(EigenClusterSet& result, const double* weights) const;
 
-  EigenClusterSet NoClusters() const; ///< Not a number, until they are written.
+  EigenClusterSet NoClusters() const; ///< NaN until they are written.
 
   struct Offset {
     Eigen::Vector3d translation, angles;

@@ -1,9 +1,9 @@
 #pragma once
 
-// The per-frame operations once more, in plain Eigen: what one would write without the library. They keep its
-// shapes (nine parts, seven point slots, 25 weight slots, 225 marker slots, positions by marker index) and
-// its arithmetic, and allocate nothing. What cannot change between frames, such as which template is
-// "Squint", is known beforehand.
+// The per-frame operations in plain Eigen, as they would be written without the library. They have its shapes
+// (nine parts, seven point slots, 25 weight slots, 225 marker slots, positions by marker index) and its
+// arithmetic, and allocate nothing. Properties that cannot change between frames, such as which template is
+// "Squint", are known in advance.
 
 #include "benchmarks/performer.h"
 
@@ -64,7 +64,7 @@ struct EigenActor {
   };
   struct Part {
     Eigen::Affine3d volume;
-    std::vector<Entry> entries; ///< Those of all groups, one group after the other.
+    std::vector<Entry> entries; ///< Of all groups, one group after the other.
   };
   struct Triangle {
     int i, j, k;

@@ -10,7 +10,7 @@ void CompareFaceAndActor(Mien& mien, Plain& plain) {
   Mien* const m = &mien;
   Plain* const e = &plain;
 
-  // First of all, since it gives the frames the heads that the other solves work with.
+  // First, because it computes the heads of the frames, which the other solves need.
   Compare(
       "ReferenceFromRBMarker",
       [m](int f) -> auto& {
@@ -22,7 +22,7 @@ void CompareFaceAndActor(Mien& mien, Plain& plain) {
         return e->frames[f].head;
       });
 
-  // With the head markers' update, without which every frame would be the same.
+  // Including the update of the head markers; otherwise every frame would be the same.
   Compare(
       "SolveRB",
       [m](int f) -> auto& {

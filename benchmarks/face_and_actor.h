@@ -4,7 +4,8 @@
 
 namespace benchmarks {
 
-/// The solves from markers to template weights. The comparison gives the frames the heads that the solves work with.
+/// The solves from markers to template weights. The comparison computes the heads of the frames, which the
+/// solves need.
 void CompareFaceAndActor(Mien& mien, Plain& plain);
 
 } // namespace benchmarks

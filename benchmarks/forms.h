@@ -15,7 +15,7 @@ struct Mien : Performer {
   VFaceMarkerSetState head_space;
 };
 
-/// The results are not a number until they are written: a form that leaves something out cannot agree.
+/// The results are NaN until they are written: a form that leaves something out cannot agree.
 struct Plain {
   explicit Plain(const Performer& performer)
       : face(FromMien(performer.catalogue)), actor(FromMien(performer.actor)),

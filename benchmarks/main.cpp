@@ -1,8 +1,8 @@
-// Every per-frame operation of the library beside the same arithmetic in plain Eigen, and its largest loop beside the
-// fastest that others have for it, in one process.
+// Compares every per-frame operation of the library with the same arithmetic in plain Eigen, and its largest
+// loop with the fastest alternatives, in one process.
 //
-// An operation is timed only after all forms have computed the same for every frame: the program ends with a
-// message where they do not.
+// An operation is timed only after all forms have computed the same for every frame: otherwise the program
+// ends with a message.
 
 #include "benchmarks/character.h"
 #include "benchmarks/face_and_actor.h"
@@ -42,7 +42,7 @@ int main(int argc, char** argv) {
   CompareFaceAndActor(*mien, *plain);
   CompareCharacter(*mien, *plain);
 
-  // Before the caller's own arguments, which therefore win.
+  // Before the caller's arguments, so that those take precedence.
   char repetitions[] = "--benchmark_repetitions=9",
        interleaving[] = "--benchmark_enable_random_interleaving=true", time[] = "--benchmark_min_time=0.05";
   std::vector<char*> arguments = {argv[0], repetitions, interleaving, time};

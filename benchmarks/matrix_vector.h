@@ -1,20 +1,20 @@
 #pragma once
 
-// The sum of define states as others have it ready-made: a product of a matrix, a column per template, and the vector
-// of their weights.
+// The sum of define states as other libraries offer it: the product of a matrix, with a column per template,
+// and the vector of their weights.
 
 namespace benchmarks {
 
-/// `matrix` is column-major, with `stride` numbers from one column to the next. That is the faster layout for each of
-/// these; a row of 23 for each shape takes Eigen up to four times as long.
+/// `matrix` is column-major, with `stride` numbers from one column to the next. This is the faster layout for
+/// all of them; with a row of 23 for each shape, Eigen takes up to four times as long.
 using MatrixVector = void(double* result, const double* matrix, int rows, int columns, int stride,
                           const double* vector);
 
-MatrixVector EigenMatrixVector; ///< Compiled as all the rest is, for every 64-bit x86 processor.
+MatrixVector EigenMatrixVector; ///< Compiled like everything else, for any 64-bit x86 processor.
 
 #if defined(MIEN_BENCHMARKS_NATIVE)
-/// The same source, compiled with -march=native. It lives in a shared library that shows nothing else, so that no
-/// inline function of either form is linked into the other.
+/// The same source, compiled with -march=native. It is in a shared library that exports nothing else, so that
+/// no inline function of either form is linked into the other.
 [[gnu::visibility("default")]] MatrixVector NativeEigenMatrixVector;
 #endif
 

@@ -7,7 +7,7 @@
 namespace benchmarks {
 namespace {
 
-/// A marker sits near one of the points that its group drives.
+/// A marker is near one of the points that its group drives.
 struct Place {
   int group, point;
 };
@@ -30,7 +30,7 @@ const std::vector<Place>& PlacesOn(int part) {
 constexpr double kHeadMarkerPlaces[kHeadMarkers][3] = {
     {0, 160, 190}, {-65, 140, 160}, {65, 140, 160}, {-80, 90, 40}, {80, 90, 40}};
 
-constexpr double kMillimetresPerUnit = 10; // the default face is drawn in centimetres
+constexpr double kMillimetresPerUnit = 10; // the default face is in centimetres
 
 /// 0 to 1 and back, `cycles` times in the take, smoothly.
 double Wave(int frame, int cycles, double phase) {
@@ -43,12 +43,12 @@ double Between(std::minstd_rand& engine, double low, double high) {
   return low + (high - low) * (static_cast<double>(engine()) / static_cast<double>(engine.max()));
 }
 
-/// Template j of the part comes and goes at its own pace.
+/// Template j of the part rises and falls with its own period.
 double Activation(int frame, int part, int j) {
   return Wave(frame, 1 + (part + j) % 4, 0.13 * part + 0.29 * j);
 }
 
-/// A rotation by up to some 14 degrees about each axis, through a quaternion that is not of unit length.
+/// A rotation by up to about 14 degrees about each axis, from a quaternion that is not normalised.
 void TurnHead(int frame, double (&rotation)[3][3]) {
   const double x = 0.24 * (Wave(frame, 2, 0.1) - 0.5), y = 0.24 * (Wave(frame, 1, 0.4) - 0.5),
                z = 0.24 * (Wave(frame, 3, 0.7) - 0.5);
@@ -108,7 +108,7 @@ void Performer::PlaceMarkers() {
       entries_.back()->mMarker = marker.get();
       actor.mParts[p].mGroups[place.group].Add(entries_.back().get());
 
-      // Up to 3 mm beside the point, and never two at one place.
+      // Up to 3 mm from the point, with different positions.
       const VgeTVector& point = part.mDefaultPoints[place.point];
       const auto beside = [&](double centre, double scale, double coordinate) {
         return kMillimetresPerUnit * (centre + scale * coordinate) + Between(engine, -3, 3);
@@ -136,8 +136,8 @@ void Performer::SetUp() {
   actor.SetupRBTPI(&reference);
 }
 
-// Each marker goes with the templates as the point does that it sits near; then the head moves, and every
-// position trembles as measured ones do.
+// Each marker moves with the templates like the point near it; then the head moves, and every
+// position gets noise like a measurement.
 void Performer::Move(int frame) {
   std::minstd_rand engine(static_cast<unsigned>(frame) + 2);
   const auto tremble = [&engine](VgeTVector& p) {

@@ -1,5 +1,5 @@
-"""What reading a take's file takes with numpy and pandas: prints the seconds of
-one run and the megabytes that the process held at most.
+"""Measures reading a take's file with numpy and pandas: prints the seconds of
+one run and the peak memory of the process in megabytes.
 
     /usr/bin/python3 read_takes.py c3d FILE POINTS FRAMES
     /usr/bin/python3 read_takes.py csv FILE
@@ -17,9 +17,9 @@ if kind == "c3d":
     with open(path, "rb") as file:
         block = file.read(18)[16:18]
     start = time.perf_counter()
-    # Who knows the layout need not read the parameters.
-    words = numpy.fromfile(path, dtype="<f4", count=frames * points * 4, offset=(int.from_bytes(block, "little") - 1) * 512)
-    words = words.reshape(frames, points, 4)
+    # With a known layout, the parameters need not be read.
+    offset = (int.from_bytes(block, "little") - 1) * 512
+    words = numpy.fromfile(path, dtype="<f4", count=frames * points * 4, offset=offset).reshape(frames, points, 4)
     positions = words[:, :, :3].astype(numpy.float64)
     positions[words[:, :, 3] < 0] = numpy.nan
     seen = numpy.isfinite(positions).sum()

@@ -1,6 +1,6 @@
-// Reading whole takes, and solving one from file to file, beside the least that anybody could do and beside what others
-// use. Every form runs in a process of its own, so that each pays for its memory and the most it held can be told; the
-// forms take turns, and the table has the medians. The files are made here, and are in the page cache.
+// Compares reading complete takes, and solving one from file to file, with the minimum and with common
+// readers. Each form runs in a separate process, so that its memory and its peak are measured separately; the
+// forms alternate, and the table has the medians. The program writes the files, which are in the page cache.
 //
 //   mien_reading FOLDER MIEN      (FOLDER for the files, 600 MB; MIEN the command)
 
@@ -37,7 +37,7 @@ using mien::Take;
 
 constexpr int kRuns = 7;
 
-/// What one run took.
+/// The time and memory of one run.
 struct Cost {
   double seconds = 0;
   double megabytes = 0; // the most memory that the process held, shared pages of the file included
@@ -48,7 +48,7 @@ double Now() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-/// Runs `work` in a process of its own.
+/// Runs `work` in a separate process.
 Cost Run(const std::function<void()>& work) {
   int ends[2];
   if (pipe(ends) != 0) return {};
@@ -73,7 +73,7 @@ Cost Run(const std::function<void()>& work) {
   return cost;
 }
 
-/// Runs a program; its whole time counts.
+/// Runs a program; its total time counts.
 Cost Execute(const std::vector<std::string>& arguments) {
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
@@ -95,7 +95,7 @@ Cost Execute(const std::vector<std::string>& arguments) {
   return cost;
 }
 
-/// Runs read_takes.py, which prints the seconds of the reading alone and the megabytes.
+/// Runs read_takes.py, which prints the seconds of only the reading, and the megabytes.
 Cost RunPython(const std::string& arguments) {
   const std::string command =
       fmt::format("/usr/bin/python3 {}/read_takes.py {} 2>/dev/null", MIEN_BENCHMARKS_FOLDER, arguments);
@@ -107,7 +107,7 @@ Cost RunPython(const std::string& arguments) {
   return cost;
 }
 
-// --- The least that anybody could do.
+// --- The minimum.
 
 /// Maps the file and turns each point into three doubles and the fourth word.
 void ConvertC3d(const fs::path& path, std::size_t points, std::size_t frames) {
@@ -121,7 +121,7 @@ void ConvertC3d(const fs::path& path, std::size_t points, std::size_t frames) {
     for (std::size_t k = 0; k < 3; ++k) out[4 * i + k] = static_cast<double>(word[k]);
     out[4 * i + 3] = static_cast<double>(static_cast<int>(word[3]));
   }
-  if (out[points * frames] == 12345.678) std::abort(); // so that it is not left out
+  if (out[points * frames] == 12345.678) std::abort(); // so that the compiler does not remove it
 }
 
 /// Maps the file and converts every field.
@@ -144,7 +144,8 @@ void ConvertCsv(const fs::path& path) {
 
 // --- The files.
 
-/// A take of `points` markers: the sample performer's, to and fro, and copies of them beside; 1 % of all are gaps.
+/// A take of `points` markers: the sample performer's, forwards and backwards, and copies next to them; 1 %
+/// are gaps.
 Take MakeTake(std::size_t points, std::size_t frames) {
   const Take performed = mien::samples::FilmMarkers();
   const std::size_t known = performed.MarkerCount();
@@ -174,7 +175,7 @@ void MakeC3d(const fs::path& path, std::size_t points, std::size_t frames) {
   mien::WriteC3d(MakeTake(points, frames), out);
 }
 
-/// As trackers write it with all column groups on: 714 columns, blanks before the names and fields.
+/// As trackers write it with all column groups: 714 columns, blanks before the names and fields.
 void MakeLandmarkCsv(const fs::path& path, std::size_t frames) {
   if (fs::exists(path)) return;
   std::string header = "frame, face_id, timestamp, confidence, success";
@@ -270,7 +271,7 @@ int main(int argc, char** argv) {
            {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertCsv(csv); }); }},
            {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", csv.string())); }}});
 
-  // What a user waits for: the C3D in, the weights out.
+  // What users wait for: from the C3D file to the weights.
   Form solve = {"mien solve", [&] {
                   return Execute({argv[2], "solve", (folder / "160x36000.c3d").string(), "-p",
                                   MIEN_SAMPLES_FOLDER "/markers.performer.json", "-q", "-o",

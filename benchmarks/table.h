@@ -9,9 +9,10 @@
 
 namespace benchmarks {
 
-/// Prints, once all runs are done, a line per operation: the medians over the repetitions of its benchmarks
-/// "operation/mien", those of its peers, "operation/eigen", "operation/native" (Eigen for this very processor) and
-/// "operation/blas", how many times as long as the fastest of them the library takes, and "operation/floor".
+/// After all runs, prints a line per operation: the medians over the repetitions of its benchmarks
+/// "operation/mien", those of its peers, "operation/eigen", "operation/native" (Eigen for this very
+/// processor) and "operation/blas", the library's time relative to the fastest of them, and
+/// "operation/floor".
 class Table : public benchmark::BenchmarkReporter {
 public:
   bool ReportContext(const Context& context) override;
@@ -19,8 +20,7 @@ public:
   void Finalize() override;
 
 private:
-  std::map<std::int64_t, std::string>
-      names_; ///< In the order of registration; the runs come in a random one.
+  std::map<std::int64_t, std::string> names_; ///< In the order of registration; the runs are in random order.
   std::map<std::string, std::vector<double>> nanoseconds_;
 };
 

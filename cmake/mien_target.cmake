@@ -1,7 +1,7 @@
-# What every target of ours is compiled with.
+# The compiler settings of all targets of this project.
 #
-# Contraction stays off everywhere: a fused multiply-add rounds once where the stated arithmetic rounds twice, and the
-# solves promise the same bits from every compiler and build type.
+# Contraction is off everywhere: a fused multiply-add rounds once where the stated arithmetic rounds twice,
+# and the solves guarantee the same bits from every compiler and build type.
 function(mien_target target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES
@@ -14,7 +14,7 @@ function(mien_target target)
     -ffp-contract=off -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wdouble-promotion -Wshadow
     -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2 -Wundef
     $<$<CXX_COMPILER_ID:GNU>:-Wuseless-cast -Wduplicated-cond -Wlogical-op>
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>) # GCC 12 sees overlaps in "text" + std::string that are not there
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>) # GCC 12 reports false overlaps in "text" + std::string
   if(MIEN_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -1,4 +1,4 @@
-// Writes the sample files anew:
+// Writes the sample files:
 //
 //   mien_make_samples FOLDER
 

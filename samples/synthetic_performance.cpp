@@ -1,5 +1,5 @@
-// Every number comes from +, -, *, / and sqrt, which round alike everywhere: all compilers and build types
-// write the same bytes.
+// Every number is computed with +, -, *, / and sqrt, which round the same everywhere: all compilers and build
+// types write the same bytes.
 
 #include "samples/synthetic_performance.h"
 
@@ -28,9 +28,9 @@ namespace {
 
 constexpr int kFrames = 360;
 constexpr int kRateHz = 30;
-constexpr double kNoiseMm = 0.07; // standard deviation per axis; good optical systems reach it
+constexpr double kNoiseMm = 0.07; // standard deviation per axis, as of good optical systems
 
-/// One template going smoothly from 0 to its peak and back; gestures of one template add up.
+/// One template that rises smoothly from 0 to its peak and falls back; gestures of one template add up.
 struct Gesture {
   std::string_view column; // "LR." stands for both sides, the right one kLag frames later
   int start;               // frame number at which it is still 0
@@ -38,11 +38,11 @@ struct Gesture {
   double peak;
 };
 
-constexpr int kLag = 4; // so that the sides can be told apart
+constexpr int kLag = 4; // so that the sides differ
 
 constexpr Gesture kGestures[] = {
-    // One template after the other. Cheeks and nostrils do not go all the way: the poses at weight 1 (28 mm of
-    // puffed cheek) are more than a face can do.
+    // One template after the other. Cheeks and nostrils do not reach weight 1, whose poses (28 mm of
+    // puffed cheek) exceed what a face can do.
     {"Mouth.Open", 16, 12, 1},
     {"Mouth.Whistle", 30, 12, 1},
     {"Mouth.Square", 44, 12, 1},
@@ -59,7 +59,7 @@ constexpr Gesture kGestures[] = {
     {"LR.Cheek.Out", 222, 12, 0.6},
     {"LR.Nostril.Up", 240, 12, 0.4},
 
-    // Talk: the jaw at four syllables a second, lips rounded and drawn apart between.
+    // Speech: the jaw at four syllables per second, lips rounded and spread in between.
     {"Mouth.Open", 264, 8, 0.35},
     {"Mouth.Open", 271, 7, 0.5},
     {"Mouth.Open", 279, 9, 0.25},
@@ -79,13 +79,13 @@ constexpr Gesture kGestures[] = {
     {"LR.Brow.Down", 298, 14, 0.4},
     {"LR.Nostril.Up", 296, 10, 0.2},
     {"LR.Eye.WideOpen", 302, 12, 0.5},
-    // The phrase ends in a smile, one corner a little ahead of the other.
+    // The phrase ends with a smile, one corner slightly before the other.
     {"Mouth.CornersUpL", 324, 26, 0.7},
     {"Mouth.CornersUpR", 326, 26, 0.6},
     {"LR.Cheek.Up", 326, 24, 0.4},
     {"LR.Eye.Squint", 328, 20, 0.4},
 
-    // Blinks take both eyes at once.
+    // Both eyes blink at the same time.
     {"LeftEye.Close", 4, 7, 1},
     {"RightEye.Close", 4, 7, 1},
     {"LeftEye.Close", 285, 7, 1},
@@ -94,13 +94,13 @@ constexpr Gesture kGestures[] = {
     {"RightEye.Close", 321, 7, 1},
 };
 
-/// Decimals as they stand in the files.
+/// Decimals in the files.
 double Rounded(double value, double steps) { return std::floor(value * steps + 0.5) / steps; }
 
-/// 0 at t = 0 and t = 1, 1 halfway, level at all three.
+/// 0 at t = 0 and t = 1, 1 at the middle, with slope 0 at all three.
 double Bump(double t) { return t <= 0 || t >= 1 ? 0 : 16 * t * t * (1 - t) * (1 - t); }
 
-/// Like a sine of this period, between -1 and 1 from 0 upwards, without being one.
+/// Similar to a sine of this period: between -1 and 1, rising from 0.
 double Swing(int frame, int period) {
   const int quarter_later = frame + period / 4;
   const double t = static_cast<double>(quarter_later % period) / period;
@@ -118,7 +118,7 @@ VFaceTemplateState WeightsAt(const Animation& known, std::size_t frame) {
 
 // --- The face. Millimetres in head space: the face looks along +z, x to its left, y up.
 
-/// How far a marker goes with a point of the face: 1 is all the way. What is missing to 1 is skull, or the
+/// How far a marker follows a point of the face: 1 is fully. The rest follows the skull, or the
 /// point of another of the marker's ties.
 struct Tie {
   std::string point; // "Mouth.LeftMouth"
@@ -131,20 +131,20 @@ struct Spot {
   std::vector<Tie> ties;
 };
 
-/// A spot of the left side and its mirror image on the right one.
+/// A marker position on the left side and its mirror image on the right side.
 struct SpotPair {
   const char* left;
-  const char* right; // "" for a spot in the middle, whose ties name both sides
-  Point rest_mm;     // of the left one
+  const char* right; // "" for a position in the middle, whose ties name both sides
+  Point rest_mm;     // of the left marker
   std::vector<Tie> ties;
 };
 
-// The rest places are those of the reference face at 10 mm per unit, brought to the proportions that the
-// volumes of VActorFace::SetupFindVolumes expect of markers: a mouth that is a tenth larger, and brows an
-// eighth closer together than the points of the reference face. The performer's full pose is then weight 1. A
-// performer whose mouth is smaller in relation to the face solves to smaller weights: that is a matter of the
-// face, not of the solve. Depths are a little rounder than the reference face, lips and brows equally deep:
-// the line between them is what the face's axes take for upright.
+// The rest positions are those of the reference face at 10 mm per unit, with the proportions that the volumes
+// of VActorFace::SetupFindVolumes expect of markers: a mouth that is a tenth larger, and brows an eighth
+// closer together than the points of the reference face. A full pose of the performer is then weight 1. A
+// performer with a mouth that is smaller relative to the face has smaller weights; this is a property of the
+// face, not of the solve. Depths are rounder than on the reference face, with lips and brows equally deep:
+// the line between them defines upright for the face's axes.
 constexpr double kMmPerUnit = 10;
 constexpr double kMouthSize = 1.1;
 
@@ -184,15 +184,15 @@ const std::vector<SpotPair> kOpticalSpots = {
     {"NoseWingL", "NoseWingR", {18, 48.5, 188}, {{"LeftNostril.Nostril", 1}}},
     {"NoseWingUpL", "NoseWingUpR", {17, 51.5, 189}, {{"LeftNostril.Nostril", 1}}},
 
-    // A cap of five.
+    // Five markers on a cap.
     {"HeadFront", "", {0, 165, 150}, {}},
     {"HeadTop", "", {5, 195, 60}, {}},
     {"HeadBack", "", {-10, 150, -40}, {}},
     {"HeadL", "HeadR", {72, 145, 75}, {}},
 };
 
-// Where trackers put the 68 landmarks. The lips' inner contour meets when the mouth is shut, and the jaw's
-// contour swings about the ears.
+// The 68 landmarks as trackers place them. The inner contour of the lips meets when the mouth is shut, and
+// the jaw's contour rotates about the ears.
 const std::vector<SpotPair> kLandmarkSpots = {
     {"lm16", "lm0", {71, 92, 95}, {}},
     {"lm15", "lm1", {71, 72, 98}, {{"Mouth.ChinCenter", 0.04}}},
@@ -253,7 +253,7 @@ std::vector<Spot> BothSides(const std::vector<SpotPair>& pairs) {
   return spots;
 }
 
-/// How far a point of the face has moved from its rest.
+/// The displacement of a point of the face from rest.
 Point Displacement(const VFaceState& face, const std::string& point) {
   const std::size_t dot = point.find('.');
   const int p = GetGlobalFace()->PartIndexByName(point.substr(0, dot).c_str());
@@ -278,10 +278,10 @@ struct Motion {
   }
 };
 
-/// The head nods (x), turns (y) and tilts (z) about the top of the neck, by up to 12, 19 and 7 degrees; the body
-/// sways.
+/// The head nods (x), turns (y) and tilts (z) about the top of the neck, by up to 12, 19 and 7 degrees; the
+/// body sways.
 Motion HeadMotionAt(int frame) {
-  // Tangents of the half angles make a quaternion that needs only its length.
+  // Tangents of the half angles make a quaternion that only needs to be normalised.
   double w = 1, x = 0.105 * Swing(frame, 97), y = 0.167 * Swing(frame, 150), z = 0.06 * Swing(frame, 211);
   const double length = std::sqrt(w * w + x * x + y * y + z * z);
   w /= length, x /= length, y /= length, z /= length;
@@ -296,7 +296,7 @@ constexpr Motion kHeadAtRest = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}};
 /// The camera is at the origin, the face looks at it from 60 cm.
 constexpr Motion kBeforeTheCamera = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {5, -75, -790}};
 
-/// The room's z is up, and the performer looks along (3, -4, 0).
+/// In the room z is up, and the performer looks along (3, -4, 0).
 constexpr Motion kInTheRoom = {{{0.8, 0, 0.6}, {0.6, 0, -0.8}, {0, 1, 0}}, {310, -140, 1545}};
 
 /// Numbers that are the same on every machine: a linear congruential generator of 64 bits.

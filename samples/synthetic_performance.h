@@ -1,8 +1,8 @@
 #pragma once
 
-// A performer and a performance that exist in arithmetic alone: template weights are decided, a face follows
-// them, markers follow the face, the head moves, the cameras are a little noisy. So of these two takes, unlike
-// of any recorded one, the right answer is known.
+// A synthetic performer and performance: template weights are chosen, a face follows
+// them, markers follow the face, the head moves, the cameras have noise. Unlike for
+// a recording, the correct result of these two takes is known.
 
 #include "host/animation/animation.h"
 #include "host/performer/performer.h"
@@ -13,26 +13,26 @@
 
 namespace mien::samples {
 
-/// What is performed: 12 seconds at 30 Hz. First every template by itself, left before right where there are
-/// two; from frame 263 on talk, with blinks, a smile and raised brows. The eyes are open and the lips together
-/// in more than half of the frames. `heads` is empty.
+/// The performance: 12 seconds at 30 Hz. First every template separately, left before right where there are
+/// two; from frame 263 on speech, with blinks, a smile and raised brows. The eyes are open and the lips
+/// together in more than half of the frames. `heads` is empty.
 Animation KnownWeights();
 
-/// How it is filmed. The noise is the same either way.
+/// How it is recorded. The noise is the same in both cases.
 enum class Head { Moves, Still };
 
-/// As a tracker of face landmarks sees it: the markers lm0 to lm67, in the axes of ReadLandmarkCsv. The face is
-/// lost in a few frames.
+/// As a tracker of face landmarks records it: the markers lm0 to lm67, in the axes of ReadLandmarkCsv. The
+/// face is lost in a few frames.
 Take FilmLandmarks(Head head = Head::Moves);
 
-/// As an optical system sees it: 45 markers on the face and 5 on the head, in a room whose z is up and to
-/// whose axes the performer does not keep. A few markers have gaps.
+/// As an optical system records it: 45 markers on the face and 5 on the head, in a room with z up, to
+/// whose axes the performer is not aligned. A few markers have gaps.
 Take FilmMarkers(Head head = Head::Moves);
 
-/// For FilmMarkers. Its neutral pose is to be found in the take.
+/// The performer for FilmMarkers. Its neutral pose is found in the take.
 Performer MarkerPerformer();
 
-/// The generated files of this folder, each whole, by name.
+/// The complete contents of the generated files of this folder, by name.
 std::map<std::string, std::string> SampleFiles();
 
 } // namespace mien::samples

@@ -1,8 +1,8 @@
-// The per-frame calls of the library allocate nothing. Counted is every allocation of the process, the
+// The per-frame calls of the library allocate nothing. The tests count every allocation of the process, the
 // library's own included: this executable's definitions of operator new and of the malloc family take the
 // place of all others.
 //
-// Under AddressSanitizer the allocator is the sanitizer's and stays so; it reports each allocation to a hook.
+// Under AddressSanitizer the sanitizer's allocator is not replaced; it reports each allocation to a hook.
 
 #include "mien/actor/actor_face.h"
 #include "mien/character/character_face.h"
@@ -31,7 +31,7 @@
 
 namespace {
 
-// Volatile, because compilers know malloc and take for granted that it changes no variable of ours.
+// Volatile, because compilers know malloc and assume that it changes no variable of this program.
 volatile bool counting = false;
 volatile int allocations = 0;
 
@@ -57,7 +57,8 @@ namespace {
 
 #else
 
-// glibc's own allocator under the names that survive the replacement. Visible, so that shared libraries call it too.
+// glibc's own allocator under the names that survive the replacement. Visible, so that shared libraries call
+// it too.
 #pragma GCC visibility push(default)
 extern "C" {
 void* __libc_malloc(std::size_t size);
@@ -85,7 +86,7 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexce
 void free(void* block) noexcept { __libc_free(block); }
 }
 
-// The forms that are not replaced (arrays, aligned, nothrow) come down to these or to the malloc family.
+// The forms that are not replaced (arrays, aligned, nothrow) call these or the malloc family.
 void* operator new(std::size_t size) {
   Count();
   if (void* const block = __libc_malloc(size != 0 ? size : 1)) return block;
@@ -108,15 +109,15 @@ int AllocationsOf(Call call) {
   return allocations;
 }
 
-// Keeps the optimiser from leaving out an allocation that nobody uses.
+// Keeps the optimiser from removing an unused allocation.
 void* volatile escaped;
 
 struct alignas(64) OverAligned {
   char bytes[64];
 };
 
-// First of all: the counter sees what it is there to see, and nothing where there is nothing.
-TEST(AllocationCounter, SeesEveryWayToAllocate) {
+// The counter itself: it counts every allocation, and nothing else.
+TEST(AllocationCounter, CountsEveryKindOfAllocation) {
   EXPECT_EQ(AllocationsOf([] {}), 0);
   EXPECT_EQ(AllocationsOf([] {
               const std::vector<int> numbers(100);
@@ -155,7 +156,7 @@ TEST(AllocationCounter, SeesEveryWayToAllocate) {
 
 // The library's own calls of operator new and of the malloc family go through the counter too, also from
 // inside a shared library.
-TEST(AllocationCounter, SeesTheLibraryAllocate) {
+TEST(AllocationCounter, CountsTheLibrarysAllocations) {
   VFace face;
   EXPECT_GE(AllocationsOf([&] { face.CreateExpression("Smile"); }),
             2); // the expression, and room in the catalogue
@@ -175,7 +176,7 @@ protected:
     for (double& weight : expressions.mWeights) weight = 0.5;
   }
 
-  // Each frame is filmed, then `before` prepares and `call` alone is counted.
+  // Each frame is recorded, then `before` prepares, and only `call` is counted.
   template <class Before, class Call>
   int AllocationsOverTheFrames(Before before, Call call) {
     int sum = 0;
@@ -244,7 +245,7 @@ TEST_F(PerFrame, SetToDefaultStateAllocatesNothing) {
   EXPECT_NE(result.mParts[0].mPoints[0].x, 0);
 }
 
-// Weights that take each way through the blend: skipped, unscaled, scaled.
+// Weights for each branch of the blend: skipped, unscaled, scaled.
 TEST_F(PerFrame, FaceStateBlendAllocatesNothing) {
   VFaceBlendState blend;
   blend.mWeights[1] = 0, blend.mWeights[2] = 0.5;
@@ -272,8 +273,8 @@ TEST_F(PerFrame, Expression2TemplateSolveAllocatesNothing) {
   EXPECT_TRUE(template_result.IsDefined());
 }
 
-// A character of three parts, one of them with clusters, on a global face with a full catalogue: every other expression
-// has a definition, the others go through the templates.
+// A character of three parts, one of them with clusters, on a global face with a full catalogue: every other
+// expression has a definition, the others go through the templates.
 class PerFrameCharacter : public testing::Test {
 protected:
   static constexpr int kFrames = 30, kClusters = 5;
@@ -347,7 +348,7 @@ TEST_F(PerFrameCharacter, Actor2CharacterSolveAllocatesNothing) {
   EXPECT_NE(result.mWeights[0][51], 0);
 }
 
-// Nor does it to be made, which Actor2CharacterSolve does in each frame.
+// Its construction, which Actor2CharacterSolve does in each frame, allocates nothing either.
 TEST_F(PerFrameCharacter, ExpressionSumAllocatesNothing) {
   EXPECT_EQ(AllocationsOverTheFrames([this] {
               const mien::ExpressionSum sum(*character, *GetGlobalFace());

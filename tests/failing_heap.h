@@ -1,7 +1,7 @@
 #pragma once
 
-// A heap that fails when a test asks it to. Replaces operator new of the executable, which the library uses too: include
-// it in one source file of an executable.
+// A heap that fails when a test asks it to. Replaces operator new of the executable, which the library uses
+// too: include it in one source file of an executable.
 
 #include <cstdlib>
 #include <new>
@@ -10,7 +10,7 @@ namespace tests {
 
 inline int blocks = 0;          // allocated and not yet freed
 inline int grants_left = -1;    // until an allocation fails; negative: none does
-inline bool has_failed = false; // and only one does
+inline bool has_failed = false; // only one allocation fails
 
 /// Whether `action` ends in an out-of-memory exception if its allocation number `failing` (from 0) fails.
 template <class Action>

@@ -1,7 +1,7 @@
 #pragma once
 
 // Numbers for property tests: the same on every run, compiler and platform, so that a failing case can be
-// looked at again.
+// reproduced.
 
 #include <cstdint>
 
@@ -12,7 +12,7 @@ class Random {
 public:
   explicit Random(std::uint64_t seed) : mState(seed) {}
 
-  /// In [low, high).
+  /// A number in [low, high).
   double Between(double low, double high) {
     mState = mState * 6364136223846793005u + 1442695040888963407u;
     return low + (high - low) * (static_cast<double>(mState >> 11) * 0x1p-53);

@@ -1,12 +1,13 @@
-// Solves 4000 frames of the synthetic performer, and shows as many on characters of all sizes and on clusters, and hashes
-// the bits of every result. The hashes must be the ones below in every build: debug and release, GCC and Clang, shared and
-// static; and on every processor and with every C library: rotations, clusters' scalings and the mouth solve by direction
-// take sines, logarithms and the like, which are the library's own for that reason.
+// Solves 4000 frames of the synthetic performer, and shows as many on characters of all sizes and on
+// clusters, and hashes the bits of every result. The hashes must be the ones below in every build: debug and
+// release, GCC and Clang, shared and static; and on every processor and with every C library: rotations,
+// clusters' scalings and the mouth solve by direction use sines, logarithms and similar functions, which is
+// why the library has its own.
 //
-// A change of an expected hash says that some result of the per-frame solves changed in at least its last bit, for
-// everybody who uses the library. Change it only together with the behaviour that was meant to change, say so
+// A changed hash means that some result of the per-frame solves changed in at least its last bit, for
+// all users of the library. Change it only together with an intended change of behaviour, record it
 // in the changelog, and only when all builds agree on the new value. A build that disagrees with the others
-// has found a dependence on compiler or flags (contraction, reassociation, a libm call), which is a fault of
+// shows a dependence on compiler or flags (contraction, reassociation, a libm call), which is a defect of
 // the library.
 
 #include "mien/actor/actor_face.h"
@@ -66,7 +67,7 @@ public:
     for (const VFacePartTemplateState& part : state.mParts)
       for (const double weight : part.mWeights) Add(weight);
   }
-  // The weights of the shapes that there are, and of the first place behind them.
+  // The weights of the existing shapes, and the first one after them.
   void Add(const VCharacterFaceState& state, const VCharacterFace& character) {
     for (int p = 0; p < character.mParts.GetCount(); ++p)
       for (int s = 0; s <= character.mParts[p]->mShapes.GetCount() && s < 500; ++s) Add(state.mWeights[p][s]);
@@ -91,8 +92,8 @@ void FillCatalogue(VFace& face) {
   }
 }
 
-// Fifteen characters, of 1 to 15 parts. Their definitions are as sparse as real ones, and every other expression is the
-// character's own.
+// Fifteen characters, of 1 to 15 parts. Their definitions are as sparse as real ones, and every other
+// expression is the character's own.
 class Characters {
 public:
   static constexpr int kCount = 15;
@@ -119,7 +120,7 @@ public:
   Characters(const Characters&) = delete;
   Characters& operator=(const Characters&) = delete;
 
-  // A frame belongs to one character; all four solves.
+  // Each frame belongs to one character, with all four solves.
   void Show(int number, const VFaceTemplateState& templates, const VFaceExpressionState& expressions,
             Hash& hash) {
     const VCharacterFace& character = mCharacters[number % kCount];
@@ -160,7 +161,7 @@ public:
     }
   }
 
-  // The solve at weights of which every third is 0, and a rotation there and back in all six orders.
+  // The solve with weights of which every third is 0, and the conversion of a rotation in all six orders.
   void Show(int number, Hash& hash) {
     for (int s = 0; s < kShapes; ++s)
       mState.mWeights[0][s] = (number + s) % 3 == 0 ? 0 : mRandom.Between(-0.5, 1.5);
@@ -201,7 +202,7 @@ private:
   VCharacterFaceState mState;
 };
 
-// How often a weight lay strictly between 0 and 1: a solve whose weights never move would prove nothing.
+// How often a weight was strictly between 0 and 1: constant weights would prove nothing.
 struct Movement {
   long between[9] = {};
 
@@ -222,7 +223,7 @@ int main() {
   const auto performer = std::make_unique<tests::SyntheticPerformer>();
   const auto face = std::make_unique<VFace>();
   FillCatalogue(*face);
-  FillCatalogue(*GetGlobalFace()); // it is the one that characters ask
+  FillCatalogue(*GetGlobalFace()); // characters use this catalogue
   const auto characters = std::make_unique<Characters>();
   const auto clusters = std::make_unique<Clusters>();
 
@@ -259,7 +260,7 @@ int main() {
 
   bool good = true;
   if (!movement.OfEveryPart()) {
-    std::printf("some part hardly moves:");
+    std::printf("some part almost never moves:");
     for (const long count : movement.between) std::printf(" %ld", count);
     std::printf("\n");
     good = false;

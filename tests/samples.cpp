@@ -67,7 +67,7 @@ Take WithMarkersInReverse(const Take& take) {
 
 Point MirrorImage(const Point& p) { return {-p.x, p.y, p.z}; }
 
-/// The performer in a mirror: what was left is right.
+/// The mirrored performer: left becomes right.
 Performer MirrorImage(Performer performer) {
   auto& [mouth, left_brow, right_brow, left_eye, right_eye, left_cheek, right_cheek, left_nostril,
          right_nostril] = performer.holders;
@@ -94,8 +94,8 @@ Animation MirrorImage(const Animation& animation) {
   return mirrored;
 }
 
-/// What the library measures on the points themselves when they stand exactly where the known weights put them:
-/// the best that any take can give. It differs from the known weights where templates share motion.
+/// What the library measures on the points at their exact positions for the known weights:
+/// the best possible result of any take. It differs from the known weights where templates share motion.
 Animation MeasuredOnExactPoints(const Performer& performer) {
   Animation measured = mien::samples::KnownWeights();
   constexpr int kMouth = 0, kChinHolder = 4;
@@ -133,7 +133,7 @@ struct Tolerance {
   double most, rms;
 };
 
-/// Compares the columns that `tolerances` names, without sides, over the frames for which `use` is true.
+/// Compares the columns in `tolerances`, named without sides, over the frames for which `use` is true.
 template <class Use>
 void ExpectNear(const Animation& solved, const Animation& expected,
                 const std::map<std::string, Tolerance>& tolerances, Use use) {
@@ -177,7 +177,7 @@ bool Sneers(const Animation& known, std::size_t frame) {
   return false;
 }
 
-/// The largest angle in degrees by which the face's forward direction departs from that of the first frame.
+/// The largest angle, in degrees, between the face's forward direction and that of the first frame.
 double LargestTurn(const Animation& animation) {
   double smallest_cosine = 1;
   for (const VgeAMatrix& head : animation.heads) {
@@ -204,7 +204,7 @@ TEST(Samples, AreWhatTheGeneratorWrites) {
         << name << ": run mien_make_samples " << kFolder.string();
 }
 
-TEST(Samples, PerformEveryTemplateAndFirstOneAfterTheOther) {
+TEST(Samples, PerformEveryTemplateFirstOneAfterTheOther) {
   const Animation known = mien::samples::KnownWeights();
   for (std::size_t c = 0; c < known.layout.templates.size(); ++c) {
     double most = 0;
@@ -220,11 +220,11 @@ TEST(Samples, PerformEveryTemplateAndFirstOneAfterTheOther) {
   }
 }
 
-// --- How well the solve returns what was performed. The cameras' noise of 0.07 mm weighs the more the less a
-// template moves: Open goes 33 mm, Close 11, Squint 4, WideOpen 3. In a part's unit of 7 to 11 mm it is 0.01 per
-// marker; the head's own noise comes on top.
+// --- How well the solve recovers the performance. The cameras' noise of 0.07 mm has more effect the less a
+// template moves: Open moves 33 mm, Close 11, Squint 4, WideOpen 3. In a part's unit of 7 to 11 mm it is 0.01
+// per marker, plus the noise of the head.
 
-// Where a template is measured by motion that no other template shares, the known weight itself comes back.
+// Templates measured by motion that no other template shares give the known weight.
 TEST(Samples, MarkersReturnTheKnownWeights) {
   const std::map<std::string, Tolerance> tolerances = {
       {"Mouth.Open", {0.02, 0.005}},
@@ -236,18 +236,19 @@ TEST(Samples, MarkersReturnTheKnownWeights) {
       {"Eye.WideOpen", {0.1, 0.03}},
       {"Nostril.Up", {0.05, 0.015}},
       {"Cheek.Up", {0.04, 0.01}},
-      {"Cheek.Out",
-       {0.12, 0.02}}, // of a cheek that is raised by 0.7, a seventh reads as puffed: Up moves it out too
-      // On the way down corners are measured by the way up, which is 7 % shorter. And the mouth's width is taken
-      // from the left corner to the right upper lip: a right corner pulled down narrows it and reads as Whistle.
+      {"Cheek.Out", {0.12, 0.02}}, // a cheek raised by 0.7 reads a seventh as puffed: Up also moves it out
+      // Lowered corners are measured by the stroke of Up, which is 7 % shorter. And the mouth's width is
+      // measured from the left corner to the right upper lip: a right corner pulled down narrows it and reads
+      // as Whistle.
       {"Mouth.CornersDownR", {0.13, 0.02}},
       {"Mouth.CornersDownL", {0.1, 0.02}},
       {"Mouth.Whistle", {0.15, 0.03}}};
   ExpectNear(Solve(Markers(), Synthetic()), mien::samples::KnownWeights(), tolerances, kAllFrames);
 }
 
-// The brows' measure is relative closeness, not a ramp, and Down goes beyond 1. So their weights are compared with
-// what is measured on points without noise or motion of the head; the other templates come closer so as well.
+// The brows' measure is relative closeness, not a ramp, and Down exceeds 1. So their weights are compared
+// with those measured on points without noise or motion of the head; the other templates are closer to these
+// as well.
 TEST(Samples, MarkersReturnWhatIsMeasuredOnExactPoints) {
   const std::map<std::string, Tolerance> tolerances = {
       {"Mouth.Open", {0.02, 0.005}},
@@ -258,7 +259,7 @@ TEST(Samples, MarkersReturnWhatIsMeasuredOnExactPoints) {
       {"Mouth.CornersDownR", {0.06, 0.02}},
       {"Mouth.CornersDownL", {0.06, 0.02}},
       {"Mouth.Square", {0.03, 0.01}},
-      {"Brow.Up", {0.15, 0.05}}, // three points' noise adds up, in units of 2 mm of height, and never cancels
+      {"Brow.Up", {0.15, 0.05}}, // the noise of three points adds up, in units of 2 mm, and never cancels
       {"Brow.Down", {0.15, 0.06}},
       {"Eye.Close", {0.04, 0.01}},
       {"Eye.Squint", {0.08, 0.02}},
@@ -266,8 +267,8 @@ TEST(Samples, MarkersReturnWhatIsMeasuredOnExactPoints) {
       {"Cheek.Up", {0.04, 0.01}},
       {"Cheek.Out", {0.02, 0.005}},
       {"Nostril.Up", {0.05, 0.015}}};
-  // Where the lip's middle is hidden while the mouth changes, a curve takes its place: half a millimetre off, which
-  // weighs on the corners.
+  // While the middle of the lip is hidden and the mouth changes, a curve replaces it: half a millimetre off,
+  // which affects the corners.
   std::map<std::string, Tolerance> with_filled_lip;
   for (const std::string corner : {"UpR", "UpL", "DownR", "DownL"})
     with_filled_lip["Mouth.Corners" + corner] = {0.08, 0.04};
@@ -281,14 +282,15 @@ TEST(Samples, MarkersReturnWhatIsMeasuredOnExactPoints) {
   ExpectNear(solved, exact, with_filled_lip, [&](std::size_t f) { return take.At(f, lip) == nullptr; });
 }
 
-// Lost frames too: they are filled.
+// Including lost frames, which are filled.
 TEST(Samples, LandmarksReturnWhatIsMeasuredOnExactPoints) {
   const std::map<std::string, Tolerance> tolerances = {
       {"Mouth.Open", {0.02, 0.005}},
-      // The inner contour lies below the face's upper lip points. From there its three landmarks look almost equally
-      // near, so each lip point takes a part of the others' motion, and inward motion cancels: a fifth is missing.
+      // The inner contour is below the face's upper lip points. Its three landmarks are almost equally near
+      // to them, so each lip point takes a part of the others' motion, and inward motion cancels: a fifth is
+      // lost.
       {"Mouth.Whistle", {0.22, 0.04}},
-      {"Mouth.CornersUpR", {0.1, 0.02}}, // a pursed mouth that is measured too wide leaves some corner
+      {"Mouth.CornersUpR", {0.1, 0.02}}, // a pursed mouth measured too wide moves the corners
       {"Mouth.CornersUpL", {0.1, 0.02}},
       {"Mouth.CornersDownR", {0.08, 0.02}},
       {"Mouth.CornersDownL", {0.08, 0.02}},
@@ -301,8 +303,8 @@ TEST(Samples, LandmarksReturnWhatIsMeasuredOnExactPoints) {
       {"Cheek.Up", {0, 0}}, // no landmarks, no motion
       {"Cheek.Out", {0, 0}},
       {"Nostril.Up", {0.04, 0.01}}};
-  // The wings of the nose are head landmarks as well: a sneer tips the head's frame, which takes a third off the
-  // sneer and draws on everything else, the brows most of all.
+  // The wings of the nose are also head landmarks: a sneer tilts the head's frame, which reduces the sneer by
+  // a third and affects everything else, the brows most.
   const std::map<std::string, Tolerance> in_sneers = {
       {"Mouth.Open", {0.04, 0.02}}, {"Mouth.Square", {0.03, 0.01}}, {"Mouth.Whistle", {0.1, 0.03}},
       {"Brow.Up", {0.4, 0.2}},      {"Brow.Down", {0.65, 0.3}},     {"Eye.Close", {0.18, 0.07}},
@@ -314,13 +316,13 @@ TEST(Samples, LandmarksReturnWhatIsMeasuredOnExactPoints) {
   ExpectNear(solved, exact, in_sneers, [&](std::size_t f) { return Sneers(known, f); });
 }
 
-// Without a chin marker the jaw is judged by the lower lip, and lips drawn into a square look like an opening jaw.
+// Without a chin marker the jaw is measured by the lower lip, and square lips look like an opening jaw.
 TEST(Samples, WithoutAChinASquareMouthReadsHalfAsSquareAndAQuarterAsOpen) {
   const Animation known = mien::samples::KnownWeights();
   constexpr std::size_t kOpen = 0, kSquare = 6;
   ASSERT_EQ(known.layout.templates[kOpen].name, "Mouth.Open");
   ASSERT_EQ(known.layout.templates[kSquare].name, "Mouth.Square");
-  constexpr std::size_t kFrame = 49; // the height of the square that is performed by itself
+  constexpr std::size_t kFrame = 49; // the peak of the square that is performed separately
   ASSERT_EQ(known.Weight(kFrame, kSquare), 1);
   ASSERT_EQ(known.Weight(kFrame, kOpen), 0);
   const Animation landmarks = Solve(Landmarks(), Landmarks68()), markers = Solve(Markers(), Synthetic());
@@ -330,15 +332,15 @@ TEST(Samples, WithoutAChinASquareMouthReadsHalfAsSquareAndAQuarterAsOpen) {
   EXPECT_NEAR(markers.Weight(kFrame, kSquare), 1, 0.02);
 }
 
-TEST(Samples, BrowsRiseAndFallWithWhatIsPerformed) {
+TEST(Samples, BrowsRiseAndFallWithThePerformance) {
   const Animation known = mien::samples::KnownWeights();
   for (const Animation& solved : {Solve(Markers(), Synthetic()), Solve(Landmarks(), Landmarks68())}) {
     std::size_t steps = 0;
     for (std::size_t c = 0; c < known.layout.templates.size(); ++c) {
       if (!WithoutSide(known.layout.templates[c].name).starts_with("Brow.")) continue;
-      for (std::size_t f = 113; f < 150; ++f) { // raised and frowned by themselves
+      for (std::size_t f = 113; f < 150; ++f) { // raised and lowered separately
         const double step = known.Weight(f, c) - known.Weight(f - 1, c);
-        if (std::fabs(step) < 0.1) continue; // less does not stand out from the noise
+        if (std::fabs(step) < 0.1) continue; // smaller steps are below the noise
         EXPECT_GT((solved.Weight(f, c) - solved.Weight(f - 1, c)) * step, 0)
             << known.layout.templates[c].name << ", frame " << known.frames[f];
         ++steps;
@@ -383,7 +385,7 @@ TEST(Samples, LostFramesAreFilled) {
     EXPECT_EQ(fill.gap_frames, 4u) << fill.marker;
     EXPECT_EQ(fill.FilledFrames(), 4u) << fill.marker;
   }
-  // Nothing jumps there: no step is larger than all that are seen.
+  // Nothing jumps there: no step is larger than the largest visible one.
   const Animation& animation = solved.animation;
   std::size_t steps = 0;
   for (std::size_t c = 0; c < animation.layout.templates.size(); ++c) {
@@ -399,11 +401,11 @@ TEST(Samples, LostFramesAreFilled) {
   EXPECT_EQ(steps, 6 * animation.layout.templates.size()) << "into, in and out of two gaps";
 }
 
-// --- What must make no difference.
+// --- Invariance.
 
-// Every character there is, in every frame there is: its expressions may stand in the process-wide face's catalogue or
-// in one of its own.
-TEST(Samples, WhereACharactersExpressionsStandMakesNoDifference) {
+// Every character in every frame: its expressions may be in the global face's catalogue or
+// in its own catalogue.
+TEST(Samples, TheCatalogueOfACharactersExpressionsMakesNoDifference) {
   std::vector<mien::Character> characters = {mien::LoadCharacter("arkit52")};
   for (const auto& entry : std::filesystem::directory_iterator(kFolder))
     if (entry.path().filename().string().ends_with(".character.json"))
@@ -432,8 +434,8 @@ TEST(Samples, WhereACharactersExpressionsStandMakesNoDifference) {
   }
 }
 
-// The two films differ by the motion and by how the decimals of the files then round: 0.01 mm for the markers, 0.1
-// mm for the landmarks, of which some sit only 17 mm from the head's middle.
+// The two recordings differ by the motion and the resulting rounding of the decimals in the files: 0.01 mm
+// for the markers, 0.1 mm for the landmarks, some of which are only 17 mm from the middle of the head.
 TEST(Samples, TheHeadsMotionIsRemoved) {
   const auto within = [](double most, double rms) {
     std::map<std::string, Tolerance> tolerances;
@@ -453,7 +455,7 @@ TEST(Samples, TheHeadsMotionIsRemoved) {
   ExpectNear(landmarks, still_landmarks, within(0.08, 0.02), kAllFrames);
 }
 
-// Twice the size is exact in binary, so that the weights keep every bit.
+// Twice the size is exact in binary, so all bits of the weights are equal.
 TEST(Samples, TheSizeOfTheFaceMakesNoDifference) {
   const auto twice = [](const Point& p) { return Point{2 * p.x, 2 * p.y, 2 * p.z}; };
   EXPECT_EQ(Solve(Changed(Markers(), twice), Synthetic()).weights, Solve(Markers(), Synthetic()).weights);
@@ -473,9 +475,9 @@ TEST(Samples, InAMirrorLeftAndRightAreExchanged) {
   std::map<std::string, Tolerance> tolerances;
   for (const auto& column : mien::TemplateColumns())
     tolerances[WithoutSide(column.name)] = {kRounding, kRounding};
-  // The mouth's width is measured from the left corner over the upper lip to its right point: what pulls on one side
-  // alone is seen from one side only. As weights that is 0.14 for a corner that is pulled down all the way, and the
-  // corners are measured once a Whistle of that weight is taken off.
+  // The mouth's width is measured from the left corner over the upper lip to its right point: motion of one
+  // side only counts on one side. In weights this is 0.14 for a fully lowered corner, and the corners are
+  // measured after a Whistle of that weight is subtracted.
   tolerances["Mouth.Whistle"] = {0.15, 0.03};
   for (const std::string corner : {"UpR", "UpL", "DownR", "DownL"})
     tolerances["Mouth.Corners" + corner] = {0.08, 0.02};

@@ -1,8 +1,8 @@
 #pragma once
 
-// A performer who exists in arithmetic only: 45 face markers over all nine parts, five head markers, and as
-// many frames of talking, blinking and nodding as a test wants. Every number comes from +, -, *, / and sqrt,
-// which IEEE 754 rounds the same everywhere, so every build sees the same bits.
+// A synthetic performer: 45 face markers on all nine parts, five head markers, and as many frames of talking,
+// blinking and nodding as a test needs. Every number is computed with +, -, *, / and sqrt, which IEEE 754
+// rounds the same everywhere, so every build has the same bits.
 
 #include "mien/actor/actor_face.h"
 #include "tests/random.h"
@@ -71,7 +71,7 @@ public:
   const VFaceMarkerSetState& Reference() const { return mReference; }
   int MarkerCount() const { return mCount; }
 
-  /// All 45 markers and the head markers of frame `number`, where the cameras saw them. Allocates nothing.
+  /// All 45 markers and the head markers of frame `number`, in camera space. Allocates nothing.
   void Film(int number, VFaceMarkerSetState& frame) const {
     const HeadPose head(number);
     Random noise(static_cast<std::uint64_t>(number) * 2654435761u + 17);
@@ -111,13 +111,13 @@ private:
     Add(left_part, group, x, y, z), Add(left_part + 1, group, -x, y, z);
   }
 
-  /// From 0 up to 1 and back once in `period` frames, along parabolas: smooth enough, and without a sine.
+  /// From 0 to 1 and back once in `period` frames, along parabolas: smooth enough, and without a sine.
   static double Wave(int number, int period) {
     const double t = static_cast<double>(number % period) / period;
     return 4 * t * (1 - t);
   }
 
-  /// Several gestures at once, each with a period of its own; all of them go somewhat beyond the templates.
+  /// Several gestures at the same time, each with its own period; all of them exceed the templates slightly.
   static void Gesture(int number, const Entry& entry, VgeTVector& p) {
     const double side = p.x < 0 ? -1 : 1;
     const double open = Wave(number, 97), smile = 2 * Wave(number, 211) - 1, pucker = Wave(number, 173);
@@ -147,7 +147,7 @@ private:
     }
   }
 
-  /// Turns and moves the head: a unit quaternion whose vector part wanders, and a translation.
+  /// Rotates and moves the head: a unit quaternion whose vector part varies, and a translation.
   struct HeadPose {
     double rotation[3][3], translation[3]; // rotation[row][column]
 
@@ -178,7 +178,7 @@ private:
   VFaceMarkerSetState mReference;
   Entry mEntries[kMarkerCount];
   int mCount = 0;
-  VActorFace mActor; // last: its groups point at the entries
+  VActorFace mActor; // last, because its groups point to the entries
 };
 
 } // namespace tests

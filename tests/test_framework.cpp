@@ -1,1 +1,1 @@
-// Holds nothing: its target has the precompiled header of the test framework, which all test executables share.
+// Empty: its target has the precompiled header of the test framework, which all test executables share.

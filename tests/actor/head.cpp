@@ -18,20 +18,20 @@ namespace {
 constexpr double no_number = std::numeric_limits<double>::quiet_NaN();
 constexpr double pi = std::numbers::pi;
 
-/// sin(10 degrees): a triangle counts only if the sine of its smallest angle is above.
+/// sin(10 degrees): a triangle counts only if the sine of its smallest angle is larger.
 const double threshold = std::sin(0.17453292519943295);
 
-/// Motions are recovered to this: positions of a few hundred units, triangles of a hundred.
+/// The accuracy of recovered motions, for positions of a few hundred units and triangles of a hundred.
 constexpr double recovered = 1e-9;
 
-/// A rigid head: five well spread markers in millimetres, no three of them near a line.
+/// A rigid head: five well distributed markers in millimetres, no three of them near a line.
 const std::array<VgeTVector, 5> head = {
     {{-70, 10, 5}, {80, -5, 12}, {5, 90, -30}, {10, -40, 85}, {-25, 60, 70}}};
 
-/// A set that presents the given positions in the given slots.
+/// A set with the given positions present in the given slots.
 VFaceMarkerSetState HeadSet(const std::vector<VgeTVector>& positions, const std::vector<int>& slots) {
   VFaceMarkerSetState set;
-  for (VgeTVector& position : set.mRBPositions) position = {1e6, -1e6, 1e6}; // what absent slots may hold
+  for (VgeTVector& position : set.mRBPositions) position = {1e6, -1e6, 1e6}; // any value in absent slots
   for (std::size_t r = 0; r < slots.size(); ++r) {
     set.mRBPositions[slots[r]] = positions[r];
     set.mRBPresent[slots[r]] = true;
@@ -69,8 +69,8 @@ VgeTVector Mean(const std::vector<VgeTVector>& points) {
   return Times(1.0 / static_cast<double>(points.size()), sum);
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
-// The head solve once more, written plainly.
+// ------------------------------------------------------------------------------------------------------
+// A second, simple implementation of the head solve.
 
 struct Triangle {
   VgeAMatrix frame;
@@ -126,7 +126,7 @@ VgeAMatrix RotationOf(const Quaternion& q) {
 struct HeadMotion {
   int counted = 0;
   VgeAMatrix transform;
-  VgeTVector area_weighted_translation{0, 0, 0}; // what the translation would be if areas weighed in it too
+  VgeTVector area_weighted_translation{0, 0, 0}; // the translation if it were weighted by area as well
 };
 
 HeadMotion PlainHeadSolve(const std::vector<VgeTVector>& reference, const std::vector<VgeTVector>& current) {
@@ -198,7 +198,7 @@ TEST(HeadMarkers, RecordsArePointsWhateverTheSetsFourthComponent) {
   for (int r = 0; r < 3; ++r) EXPECT_EQ(actor.mRBMarkers[r]->mCurrent.w, 1.0);
 }
 
-TEST(HeadMarkers, TheCentroidGoesIntoTheTranslationAlone) {
+TEST(HeadMarkers, TheCentroidIsWrittenOnlyToTheTranslation) {
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet({{1, 2, 3}, {3, 6, 9}}, {1, 2});
   const VgeAMatrix before = WithScaledAxes(Rigid({1, 2, 3}, 1, {7, 7, 7}), 2, 3, 4);
@@ -224,7 +224,7 @@ TEST(HeadMarkers, OfNoneAreNoneAndTheirCentroidIsTheOrigin) {
   EXPECT_TRUE(IsMatrix(ref.mRBTransform, VgeAMatrix()));
 }
 
-TEST(HeadMarkers, SetUpAnewReplaceTheFormerOnes) {
+TEST(HeadMarkers, SetUpAgainReplaceTheFormerOnes) {
   VActorFace actor;
   for (const int count : {5, 2, 4}) { // AddressSanitizer counts the records that are freed
     VFaceMarkerSetState ref = HeadSet(count);
@@ -260,7 +260,7 @@ TEST(HeadTriangles, AreAllTriplesInLexicographicOrder) {
   }
 }
 
-TEST(HeadTriangles, OfTooFewMarkersTakeBackTheValidity) {
+TEST(HeadTriangles, OfTooFewMarkersResetTheValidity) {
   for (int count = 0; count < 3; ++count) {
     VActorFace actor;
     VFaceMarkerSetState ref = HeadSet(5);
@@ -283,7 +283,7 @@ TEST(HeadTriangles, OnALineAreRecordedButNotValid) {
   EXPECT_EQ(ref.mRBValid, 0);
 }
 
-TEST(HeadTriangles, OneWellShapedIsEnough) {
+TEST(HeadTriangles, OneWellShapedTriangleIsEnough) {
   VActorFace actor;
   VFaceMarkerSetState ref =
       HeadSet({{0, 0, 0}, {1, 0, 0}, {100, 0, 0}, {100, 1, 0}, {50, 0.5, 70}}, {0, 1, 2, 3, 4});
@@ -297,8 +297,8 @@ TEST(HeadTriangles, OneWellShapedIsEnough) {
 
 TEST(HeadTriangles, CountOnlyAboveTheSineOfTenDegrees) {
   EXPECT_EQ(threshold, 0.17364817766693033);
-  // Walk the height of a triangle through the threshold, bit by bit: some are below, one or more exactly on
-  // it, some above.
+  // Vary the height of a triangle across the threshold, bit by bit: some are below, at least one is exactly
+  // at it, some above.
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(3);
   actor.SetupRBMarkers(&ref);
@@ -360,7 +360,7 @@ TEST(HeadMarkersOfAFrame, ThatAreMissingKeepTheirLastPosition) {
   EXPECT_TRUE(IsPoint(actor.mRBMarkers[2]->mCurrent, {3, 3, 3}));
 }
 
-TEST(HeadMarkersOfAFrame, GoNowhereWithoutSetUp) {
+TEST(HeadMarkersOfAFrame, AreNotStoredWithoutSetUp) {
   VActorFace actor;
   VFaceMarkerSetState frame = HeadSet(5);
   actor.UpdateRBMarkersState(&frame);
@@ -383,14 +383,14 @@ TEST(HeadMotionSolve, RecoversRigidMotionsOfThreeToFiveMarkers) {
     actor.UpdateRBMarkersState(&frame);
     actor.SolveRB(&frame);
     EXPECT_EQ(frame.mRBValid, 1);
-    // It carries the offsets, which start from the centroid.
+    // It moves the offsets, which are relative to the centroid.
     const VgeAMatrix from_centroid = ref.mRBTransform;
     EXPECT_TRUE(IsMatrixNear(frame.mRBTransform, Composed(motion, from_centroid), recovered))
         << "round " << round;
   }
 }
 
-TEST(HeadMotionSolve, RecoversHalfTurnsAboutAnyAxis) {
+TEST(HeadMotionSolve, RecoversRotationsBy180DegreesAboutAnyAxis) {
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(5);
   SetUpHead(actor, ref);
@@ -409,15 +409,15 @@ TEST(HeadMotionSolve, RecoversHalfTurnsAboutAnyAxis) {
       }
 }
 
-// Near half a turn the triangles of a slightly deformed head give quaternions of either sign for nearly the
-// same rotation. Added as they are they would cancel; turned to one side they average to the motion.
+// Near 180 degrees, the triangles of a slightly deformed head give quaternions of either sign for nearly the
+// same rotation. Their plain sum would cancel; with equal signs they average to the motion.
 TEST(HeadMotionSolve, QuaternionsOfOppositeSignDoNotCancel) {
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(5);
   SetUpHead(actor, ref);
   Random random(2);
   for (int round = 0; round < 2000; ++round) {
-    // About an axis between x and -y or the like, where the two largest components differ in sign only.
+    // About an axis such as between x and -y, where the two largest components differ only in sign.
     const VgeTVector axes[] = {{1, -1, 0.1}, {-1, 0.2, 1}, {0.1, 1, -1}, {1, -1, 1}};
     const VgeAMatrix motion = Rigid(axes[round % 4], pi + random.Between(-1e-3, 1e-3), {10, 20, 30});
     VFaceMarkerSetState frame = Moved(ref, motion);
@@ -431,7 +431,7 @@ TEST(HeadMotionSolve, QuaternionsOfOppositeSignDoNotCancel) {
   }
 }
 
-TEST(HeadMotionSolve, OfADeformedHeadAgreesWithAPlainlyWrittenOne) {
+TEST(HeadMotionSolve, OfADeformedHeadAgreesWithASimpleImplementation) {
   Random random(3);
   double largest_difference = 0;
   int partly_counted = 0;
@@ -442,7 +442,7 @@ TEST(HeadMotionSolve, OfADeformedHeadAgreesWithAPlainlyWrittenOne) {
     VFaceMarkerSetState ref = HeadSet(count);
     SetUpHead(actor, ref);
     const VgeAMatrix motion = RandomMotion(random);
-    const double noise = round % 2 ? 3 : 60; // skin that slides; or hardly the same head, with slivers
+    const double noise = round % 2 ? 3 : 60; // sliding skin; or an almost different head, with thin triangles
     std::vector<VgeTVector> current;
     std::vector<int> slots;
     for (const VgeTVector& position : reference) {
@@ -462,7 +462,8 @@ TEST(HeadMotionSolve, OfADeformedHeadAgreesWithAPlainlyWrittenOne) {
       largest_difference = std::max(largest_difference, Length(Minus(t, expected.area_weighted_translation)));
   }
   EXPECT_GT(partly_counted, 50);
-  // The areas weigh the rotations alone: these heads would tell if they weighed the translations too.
+  // The areas weight only the rotations: with these heads the test would fail if they weighted the
+  // translations.
   EXPECT_GT(largest_difference, 1.0);
 }
 
@@ -483,7 +484,7 @@ TEST(HeadMotionSolve, GivesAProperRotation) {
     for (int column = 0; column < 3; ++column)
       for (int row = 0; row < 3; ++row) transposed.m[column][row] = rotation.m[row][column];
     EXPECT_TRUE(IsMatrixNear(Composed(rotation, transposed), VgeAMatrix(), 1e-14)); // entries of at most 1
-    EXPECT_TRUE(IsMatrixNear(Inverse(rotation), transposed, 1e-14));                // and no mirror image
+    EXPECT_TRUE(IsMatrixNear(Inverse(rotation), transposed, 1e-14));                // not a mirror image
     const VgeTVector x{rotation.m[0][0], rotation.m[0][1], rotation.m[0][2]};
     const VgeTVector y{rotation.m[1][0], rotation.m[1][1], rotation.m[1][2]};
     EXPECT_TRUE(IsPointNear(Cross(x, y), {rotation.m[2][0], rotation.m[2][1], rotation.m[2][2]}, 1e-14));
@@ -507,7 +508,7 @@ TEST(HeadMotionSolve, WithoutTrianglesIsTheIdentity) {
   }
 }
 
-TEST(HeadMotionSolve, BeforeAnySetUpIsTheIdentity) {
+TEST(HeadMotionSolve, WithoutSetUpIsTheIdentity) {
   const VActorFace actor;
   VFaceMarkerSetState frame = HeadSet(5);
   frame.mRBValid = 1;
@@ -517,10 +518,10 @@ TEST(HeadMotionSolve, BeforeAnySetUpIsTheIdentity) {
   EXPECT_TRUE(IsMatrix(frame.mRBTransform, VgeAMatrix()));
 }
 
-TEST(HeadMotionSolve, ASliverAtSetUpNeverCounts) {
-  // The fourth marker is nearly on the first: its triangles with it are needles. When it comes loose, the
-  // triangles that counted at set-up without it still tell the motion; those with it, though well shaped by
-  // now, must not.
+TEST(HeadMotionSolve, AThinTriangleAtSetUpNeverCounts) {
+  // The fourth marker is nearly on the first: its triangles with it are thin. When it comes off, the
+  // triangles without it that counted at set-up still determine the motion; those with it, although well
+  // shaped now, must not count.
   const std::vector<VgeTVector> reference = {{-70, 0, 0}, {70, 0, 0}, {0, 90, 0}, {-70, 1, 0}};
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(reference, {0, 1, 2, 3});
@@ -536,7 +537,7 @@ TEST(HeadMotionSolve, ASliverAtSetUpNeverCounts) {
   EXPECT_TRUE(IsMatrixNear(frame.mRBTransform, expected.transform, recovered));
 }
 
-TEST(HeadMotionSolve, ASliverInTheFrameDoesNotCount) {
+TEST(HeadMotionSolve, AThinTriangleInTheFrameDoesNotCount) {
   // Marker 3 slides onto the line of markers 0 and 1; with 2 it still forms triangles.
   std::vector<VgeTVector> current = FirstOfHead(4);
   current[3] = Times(0.5, Sum(current[0], current[1]));
@@ -553,7 +554,7 @@ TEST(HeadMotionSolve, ASliverInTheFrameDoesNotCount) {
   EXPECT_TRUE(IsMatrixNear(frame.mRBTransform, expected.transform, recovered));
 }
 
-TEST(HeadMotionSolve, AFrameOfSliversIsTheIdentity) {
+TEST(HeadMotionSolve, AFrameOfThinTrianglesIsTheIdentity) {
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(5);
   SetUpHead(actor, ref);
@@ -603,7 +604,7 @@ TEST(HeadMotionSolve, TheFramesQualityMustExceedTheThreshold) {
   EXPECT_GT(on, 0);
 }
 
-TEST(HeadMotionSolve, WeighsByTheFramesAreasNotTheReferences) {
+TEST(HeadMotionSolve, UsesTheFramesAreasNotTheReferences) {
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(5);
   SetUpHead(actor, ref);
@@ -618,18 +619,18 @@ TEST(HeadMotionSolve, WeighsByTheFramesAreasNotTheReferences) {
   EXPECT_EQ(again.mRBTransform, frame.mRBTransform);
 }
 
-TEST(HeadMotionSolve, GoesByTheRecordsNotByTheFrame) {
+TEST(HeadMotionSolve, UsesTheRecordsNotTheFrame) {
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(5);
   SetUpHead(actor, ref);
-  VFaceMarkerSetState frame; // presents nothing
+  VFaceMarkerSetState frame; // without present markers
   actor.SolveRB(&frame);
   EXPECT_EQ(frame.mRBValid, 1);
   EXPECT_TRUE(IsMatrixNear(frame.mRBTransform, ref.mRBTransform, recovered));
   EXPECT_EQ(frame.mTransform, VgeAMatrix());
 }
 
-TEST(HeadMotionSolve, AMarkerWithoutPositionLeavesTheOthersToSolve) {
+TEST(HeadMotionSolve, AMissingMarkerLeavesTheOthersToSolve) {
   Random random(6);
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(5);
@@ -663,17 +664,17 @@ TEST(HeadFrame, OfTheReferenceIsItsOwn) {
   }
 }
 
-TEST(HeadFrame, GoesWithTheHead) {
+TEST(HeadFrame, MovesWithTheHead) {
   Random random(8);
   for (int round = 0; round < 1000; ++round) {
     VActorFace actor;
     VFaceMarkerSetState ref = HeadSet(3 + round % 3);
-    // A reference frame that has its own place, and sizes per axis too.
+    // A reference frame with its own position and a scale per axis.
     ref.mTransform = WithScaledAxes(RandomMotion(random), 1, round % 2 ? 2 : 1, round % 2 ? 0.5 : 1);
     SetUpHead(actor, ref);
     const VgeAMatrix motion = RandomMotion(random);
     VFaceMarkerSetState frame = Moved(ref, motion);
-    frame.mTransform = ScaleAndTranslation(9, 9, 9, 9, 9, 9); // what it held does not matter
+    frame.mTransform = ScaleAndTranslation(9, 9, 9, 9, 9, 9); // its former value does not matter
     actor.ReferenceFromRBMarker(&frame, &ref);
     EXPECT_TRUE(IsMatrixNear(frame.mTransform, Composed(motion, ref.mTransform), recovered))
         << "round " << round;
@@ -686,8 +687,8 @@ TEST(HeadFrame, IsTheReferenceFrameRelativeToTheReferencesHeadFrame) {
     VActorFace actor;
     VFaceMarkerSetState ref = HeadSet(5);
     ref.mTransform = RandomMotion(random);
-    // Set-up writes the translation alone: turned and scaled axes of the reference's head frame stay, and are
-    // undone.
+    // Set-up writes only the translation: rotated and scaled axes of the reference's head frame are kept, and
+    // are inverted.
     ref.mRBTransform = WithScaledAxes(RandomMotion(random), 2, 3, 0.5);
     SetUpHead(actor, ref);
     VFaceMarkerSetState frame = Moved(ref, RandomMotion(random));
@@ -697,7 +698,7 @@ TEST(HeadFrame, IsTheReferenceFrameRelativeToTheReferencesHeadFrame) {
   }
 }
 
-TEST(HeadFrame, LeavesTheReferenceAlone) {
+TEST(HeadFrame, LeavesTheReferenceUnchanged) {
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(5);
   ref.mTransform = Rigid({1, 2, 3}, 1, {4, 5, 6});
@@ -716,7 +717,7 @@ TEST(HeadFrame, LeavesTheReferenceAlone) {
   }
 }
 
-TEST(HeadFrame, WithoutTrianglesIsTheReferenceFrameSeenFromItsHeadFrame) {
+TEST(HeadFrame, WithoutTrianglesIsTheReferenceFrameRelativeToItsHeadFrame) {
   for (int count = 0; count < 3; ++count) {
     VActorFace actor;
     VFaceMarkerSetState ref = HeadSet(count);
@@ -726,15 +727,15 @@ TEST(HeadFrame, WithoutTrianglesIsTheReferenceFrameSeenFromItsHeadFrame) {
     actor.ReferenceFromRBMarker(&frame, &ref);
     EXPECT_EQ(frame.mRBValid, 0);
     EXPECT_TRUE(IsMatrix(frame.mRBTransform, VgeAMatrix()));
-    VgeAMatrix expected = ref.mTransform; // less the centroid
+    VgeAMatrix expected = ref.mTransform; // minus the centroid
     for (int row = 0; row < 3; ++row) expected.m[3][row] -= ref.mRBTransform.m[3][row];
     EXPECT_TRUE(IsMatrixNear(frame.mTransform, expected, 1e-13));
   }
 }
 
-// One set as frame and reference: its head frame is overwritten by the solve before it is undone, so its own
-// frame comes back wherever the head has gone.
-TEST(HeadFrame, OfASetThatIsItsOwnReferenceStays) {
+// One set as frame and reference: the solve overwrites its head frame before it is inverted, so its own
+// frame is unchanged wherever the head is.
+TEST(HeadFrame, OfASetThatIsItsOwnReferenceIsUnchanged) {
   Random random(10);
   for (int round = 0; round < 100; ++round) {
     VActorFace actor;
@@ -750,7 +751,7 @@ TEST(HeadFrame, OfASetThatIsItsOwnReferenceStays) {
   }
 }
 
-TEST(HeadFrame, SlotsMayChangeAsLongAsTheirOrderStays) {
+TEST(HeadFrame, SlotsMayChangeIfTheirOrderStays) {
   const VgeAMatrix motion = Rigid({1, 2, 3}, 1, {4, 5, 6});
   VActorFace actor;
   VFaceMarkerSetState ref = HeadSet(FirstOfHead(3), {0, 2, 4});
@@ -762,7 +763,7 @@ TEST(HeadFrame, SlotsMayChangeAsLongAsTheirOrderStays) {
   EXPECT_TRUE(IsMatrixNear(frame.mTransform, motion, recovered));
 }
 
-TEST(HeadFrame, LetsTheMarkerSolveForgetTheHeadsMotion) {
+TEST(HeadFrame, RemovesTheHeadsMotionFromTheMarkerSolve) {
   TestActor actor;
   VFaceMarkerSetState ref = HeadSet(4);
   VActorFacePartMarker* const entry = actor.Place(LeftCheek, 0, ref, {30, 10, 90});

@@ -14,7 +14,7 @@ using namespace actor_test;
 
 namespace {
 
-/// Counts how often one of its kind is destroyed.
+/// Counts destructor calls.
 class CountedMarker : public VFaceMarker {
 public:
   explicit CountedMarker(int& destroyed) : destroyed_(&destroyed) {}
@@ -46,8 +46,7 @@ void ExpectSameMarkerSet(const VFaceMarkerSetState& actual, const VFaceMarkerSet
   }
 }
 
-/// Lets both a copy and its source be destroyed: the lists of owned pointers are the source's alone from now
-/// on.
+/// Allows both a copy and its source to be destroyed: from now on, only the source owns the pointers.
 void Disown(VActorFace& copy) {
   copy.mMarkers.Clear();
   copy.mRBMarkers.Clear();
@@ -67,7 +66,7 @@ TEST(ActorRecords, OnlyMarkerAndActorFaceArePolymorphic) {
 // --- VFaceMarker
 
 TEST(FaceMarker, StartsWithEmptyNameAndSlotZero) {
-  // Over memory that is not zero, so that a field which nobody sets shows.
+  // In memory that is not zero, so that an uninitialised field is detected.
   alignas(VFaceMarker) unsigned char memory[sizeof(VFaceMarker)];
   std::memset(memory, 0xa5, sizeof memory);
   auto* const marker = new (memory) VFaceMarker();
@@ -79,7 +78,7 @@ TEST(FaceMarker, StartsWithEmptyNameAndSlotZero) {
 TEST(FaceMarker, CopiesAllNameBytesAndTheSlot) {
   VFaceMarker source;
   for (int i = 0; i < 256; ++i)
-    source.mName[i] = static_cast<char>(i % 128); // bytes behind the first NUL as well
+    source.mName[i] = static_cast<char>(i % 128); // including bytes after the first NUL
   source.mIndex = 224;
 
   const VFaceMarker copy(source);
@@ -104,7 +103,7 @@ TEST(MarkerSetState, StartsInvalidAtTheOriginWithoutHeadMarkers) {
   for (const bool present : set.mRBPresent) EXPECT_FALSE(present);
 }
 
-TEST(MarkerSetState, HoldsTwoHundredTwentyFiveMarkersAndFiveHeadMarkers) {
+TEST(MarkerSetState, HasTwoHundredTwentyFiveMarkersAndFiveHeadMarkers) {
   EXPECT_EQ(std::extent_v<decltype(VFaceMarkerSetState::mPositions)>, 225U);
   EXPECT_EQ(std::extent_v<decltype(VFaceMarkerSetState::mRBPositions)>, 5U);
   EXPECT_EQ(std::extent_v<decltype(VFaceMarkerSetState::mRBPresent)>, 5U);
@@ -192,7 +191,7 @@ TEST(ActorFacePart, CopiesShareEntriesButNotLists) {
 
   VActorFacePart copy(source);
   VActorFacePart assigned;
-  assigned.mGroups[1].Add(&second); // goes with the assignment
+  assigned.mGroups[1].Add(&second); // lost by the assignment
   assigned = source;
   for (VActorFacePart* const part : {&copy, &assigned}) {
     EXPECT_EQ(part->mMatrix, source.mMatrix);
@@ -219,7 +218,7 @@ TEST(ActorFacePart, AssignedToItselfKeepsItsGroups) {
   EXPECT_EQ(part.mGroups[3][0], &entry);
 }
 
-TEST(ActorFacePart, DestructionLeavesTheEntriesAlone) {
+TEST(ActorFacePart, DestructionDoesNotDeleteTheEntries) {
   const auto entry = std::make_unique<VActorFacePartMarker>();
   {
     VActorFacePart part;
@@ -275,8 +274,8 @@ TEST(ActorFace, DestructionSkipsNullMarkers) {
 }
 
 TEST(ActorFace, DestructionFreesHeadRecordsOfTheCHeap) {
-  // A caller may store and restore the records itself: they are blocks of the C heap. AddressSanitizer tells
-  // a leak and a block that is given back to another allocator.
+  // A caller may store and restore the records itself: they are blocks of the C heap. AddressSanitizer
+  // reports leaks and blocks that are freed by another allocator.
   VActorFace actor;
   actor.mRBMarkers.Add(new (std::malloc(sizeof(VActorFaceRBMarker))) VActorFaceRBMarker());
   actor.mRBTPI.Add(new (std::malloc(sizeof(VActorFaceRBTriangle))) VActorFaceRBTriangle());
@@ -284,7 +283,7 @@ TEST(ActorFace, DestructionFreesHeadRecordsOfTheCHeap) {
   EXPECT_EQ(actor.mRBTPI.GetCount(), 1);
 }
 
-TEST(ActorFace, DestructionLeavesGroupEntriesAlone) {
+TEST(ActorFace, DestructionDoesNotDeleteGroupEntries) {
   const auto entry = std::make_unique<VActorFacePartMarker>();
   {
     VActorFace actor;
@@ -295,8 +294,8 @@ TEST(ActorFace, DestructionLeavesGroupEntriesAlone) {
   EXPECT_EQ(entry->mId, -1); // under AddressSanitizer: not freed
 }
 
-// Copies share on purpose, and whoever copies decides who stays the owner: a deep copy would double markers
-// that the caller knows by address.
+// Copies share on purpose, and the caller decides which one is the owner: a deep copy would duplicate markers
+// to which the caller has pointers.
 TEST(ActorFace, CopiesShareMarkersGroupEntriesAndHeadRecords) {
   int destroyed = 0;
   VActorFacePartMarker entry;
@@ -363,7 +362,7 @@ TEST(ActorFace, AssignmentForgetsTheFormerMarkersWithoutDestroyingThem) {
   EXPECT_EQ(destroyed, 0);
 }
 
-TEST(ActorFace, DestroyedThroughItsBaseFreesWhatADerivedActorHolds) {
+TEST(ActorFace, DestroyedThroughItsBaseFreesTheMembersOfADerivedActor) {
   struct Derived : VActorFace {
     explicit Derived(int& count) : marker(count) {}
     CountedMarker marker;

@@ -18,14 +18,14 @@ constexpr double no_number = std::numeric_limits<double>::quiet_NaN();
 
 VgeTVector DefaultPoint(int part, int point) { return GetGlobalFace()->mParts[part].mDefaultPoints[point]; }
 
-/// Where a template puts a point; the templates are there.
+/// The position of a point in a template.
 VgeTVector TemplatePoint(int part, const char* name, int point) {
   const VFacePart& face_part = GetGlobalFace()->mParts[part];
   return face_part.mTemplates[face_part.TemplateIndexByName(name)]->mPoints[point];
 }
 
-/// An actor in head space itself: unit volumes, so that a marker's displacement is a point's at weight 1. The
-/// host may set weights as it likes, and the tests do.
+/// An actor with unit volumes in head space, so that at weight 1 a point has the marker's displacement. The
+/// tests set weights directly, as a host may.
 struct UnitActor {
   TestActor actor;
   VFaceMarkerSetState frame;
@@ -34,7 +34,7 @@ struct UnitActor {
   UnitActor() {
     for (int part = 0; part < part_count; ++part) actor.Volume(part) = VgeAMatrix();
   }
-  /// A marker at rest in the origin that drives `point` alone.
+  /// A marker at rest in the origin that drives only `point`.
   VActorFacePartMarker* Drive(int part, int group, int point, double weight = 1) {
     VActorFacePartMarker* const entry = actor.Place(part, group);
     entry->mWeights[point] = weight;
@@ -47,7 +47,7 @@ struct UnitActor {
   VgeTVector& Point(int part, int point) { return out.mParts[part].mPoints[point]; }
 };
 
-/// A whole performer, set up on a neutral set as a host does it.
+/// A complete performer, set up with a neutral set as a host does.
 struct WholeActor {
   TestActor actor;
   VFaceMarkerSetState neutral;
@@ -70,7 +70,7 @@ struct WholeActor {
   }
 };
 
-/// The solve once more, written plainly.
+/// A second, simple implementation of the solve.
 VFaceState PlainSolve(TestActor& actor, const VFaceMarkerSetState& in) {
   const VFace& face = *GetGlobalFace();
   VFaceState out;
@@ -162,14 +162,14 @@ TEST(MarkerSolve, MeasuresInThePartsVolume) {
 TEST(MarkerSolve, RemovesTheFramesTransformFirst) {
   UnitActor solve;
   VActorFacePartMarker* const entry = solve.Drive(LeftCheek, 0, 0);
-  // A quarter turn about z with axes of length 2, 4 and 1/2.
+  // 90 degrees about z with axes of length 2, 4 and 1/2.
   solve.frame.mTransform = {{{0, 2, 0, 0}, {-4, 0, 0, 0}, {0, 0, 0.5, 0}, {10, 20, 30, 1}}};
   solve.Move(entry, {10 - 4 * 2, 20 + 2 * 1, 30 + 0.5 * 3});
   solve.Solve();
   EXPECT_TRUE(IsPoint(solve.Point(LeftCheek, 0), Sum(DefaultPoint(LeftCheek, 0), {1, 2, 3})));
 }
 
-TEST(MarkerSolve, CarriesTheFramesTransformOver) {
+TEST(MarkerSolve, CopiesTheFramesTransform) {
   UnitActor solve;
   solve.frame.mTransform = WithScaledAxes(Rigid({1, 2, 3}, 0.5, {4, 5, 6}), 1, 2, 3);
   solve.out.mGlobal = ScaleAndTranslation(9, 9, 9, 9, 9, 9);
@@ -188,7 +188,7 @@ TEST(MarkerSolve, AnEntryInTwoGroupsContributesTwice) {
   EXPECT_TRUE(IsPoint(solve.Point(LeftNostril, 0), {2, 4, 6})); // its default is 0
 }
 
-TEST(MarkerSolve, AMarkerInTwoPartsMovesBothFromItsOwnRestPositions) {
+TEST(MarkerSolve, AMarkerInTwoPartsMovesEachFromItsRestPositionThere) {
   UnitActor solve;
   VActorFacePartMarker* const brow = solve.Drive(LeftBrow, 0, 1);
   VActorFacePartMarker* const cheek = solve.actor.Assign(brow->mMarker, LeftCheek, 0);
@@ -201,7 +201,7 @@ TEST(MarkerSolve, AMarkerInTwoPartsMovesBothFromItsOwnRestPositions) {
   EXPECT_TRUE(IsPointNear(solve.Point(LeftCheek, 1), Sum(DefaultPoint(LeftCheek, 1), {4, 3, 4}), 0));
 }
 
-TEST(MarkerSolve, WeightsOfZeroKeepANonsensePositionOut) {
+TEST(MarkerSolve, WeightsOfZeroIgnoreANonsensePosition) {
   for (const double nonsense : {no_number, infinity}) {
     UnitActor solve;
     VActorFacePartMarker* const entry = solve.Drive(Mouth, 0, 0);
@@ -221,7 +221,7 @@ TEST(MarkerSolve, MovesEvenSlotsThatThePartDoesNotUse) {
   EXPECT_TRUE(IsPoint(solve.Point(LeftNostril, 6), Sum(DefaultPoint(LeftNostril, 6), {1, 2, 3})));
 }
 
-TEST(MarkerSolve, ChangesNothingButItsResult) {
+TEST(MarkerSolve, ChangesOnlyItsResult) {
   Random random(5);
   WholeActor whole(random);
   VFaceMarkerSetState frame = whole.neutral;
@@ -242,7 +242,7 @@ TEST(MarkerSolve, ChangesNothingButItsResult) {
   }
 }
 
-TEST(MarkerSolve, AgreesWithAPlainlyWrittenOne) {
+TEST(MarkerSolve, AgreesWithASimpleImplementation) {
   for (std::uint64_t seed = 0; seed < 200; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Random random(seed);
@@ -264,7 +264,7 @@ TEST(MarkerSolve, AgreesWithAPlainlyWrittenOne) {
   }
 }
 
-TEST(MarkerSolve, DoesNotSeeTheHeadMove) {
+TEST(MarkerSolve, DoesNotDependOnTheHeadsMotion) {
   for (std::uint64_t seed = 0; seed < 50; ++seed) {
     Random random(seed);
     WholeActor whole(random);
@@ -287,7 +287,7 @@ TEST(MarkerSolve, DoesNotSeeTheHeadMove) {
 
 // --- Eyes
 
-TEST(EyeLimits, TheUpperLidMovesUpAndDownOnly) {
+TEST(EyeLimits, TheUpperLidOnlyMovesUpAndDown) {
   for (const int eye : {LeftEye, RightEye}) {
     UnitActor solve;
     VActorFacePartMarker* const lid = solve.Drive(eye, 0, 1);
@@ -323,7 +323,7 @@ TEST(EyeLimits, TheUpperLidHasLimitsWithoutTemplatesToo) {
     EXPECT_EQ(solve.Point(eye, 1).y, -1.0);
     solve.Move(lid, {0, 10, 0});
     solve.Solve();
-    EXPECT_EQ(solve.Point(eye, 1).y, 1.4); // WideOpen is still there
+    EXPECT_EQ(solve.Point(eye, 1).y, 1.4); // WideOpen still exists
 
     part.HideTemplate("WideOpen");
     solve.Solve();
@@ -349,7 +349,7 @@ TEST(EyeLimits, TheLowerLidMovesUpAndDownBetweenItsRestAndSquint) {
     }
 }
 
-// A lid without a position goes where a lid goes that moved too far up: the limits are the only heights
+// A lid without a position is placed like a lid that moved too far up: the limits are the only heights
 // known.
 TEST(EyeLimits, ANaNEndsAtTheUpperLimit) {
   for (const int eye : {LeftEye, RightEye}) {
@@ -379,7 +379,7 @@ TEST(EyeLimits, TheOuterCornerFollowsTheSquint) {
   }
 }
 
-TEST(EyeLimits, TheOuterCornerForgetsWhatMarkersDidToIt) {
+TEST(EyeLimits, TheOuterCornerIgnoresItsMarkers) {
   for (const int eye : {LeftEye, RightEye}) {
     UnitActor solve;
     VActorFacePartMarker* const corner = solve.Drive(eye, 0, 2);
@@ -389,7 +389,7 @@ TEST(EyeLimits, TheOuterCornerForgetsWhatMarkersDidToIt) {
   }
 }
 
-TEST(EyeLimits, WithoutSquintTheOuterCornerStaysWhereMarkersPutIt) {
+TEST(EyeLimits, WithoutSquintTheOuterCornerFollowsItsMarkers) {
   for (const int eye : {LeftEye, RightEye}) {
     ChangedGlobalPart part(eye);
     part.HideTemplate("Squint");
@@ -429,15 +429,15 @@ TEST(EyeLimits, AreHeightsNotDistancesFromTheRest) {
   EXPECT_TRUE(IsPoint(solve.Point(LeftEye, 3), {-0.5, -1, -0.25}));
 }
 
-TEST(EyeLimits, TheOuterCornersShareIsMeasuredFromMinusOneToo) {
+TEST(EyeLimits, TheOuterCornersFractionIsAlsoMeasuredFromMinusOne) {
   const ChangedGlobalPart eye(RightEye);
-  eye->mDefaultPoints[3].y = -0.7; // halfway to the squint already
+  eye->mDefaultPoints[3].y = -0.7; // already halfway to the squint
   UnitActor solve;
   solve.Solve();
   EXPECT_TRUE(IsPointNear(solve.Point(RightEye, 2), {-0.9, 0.2, 0}, 1e-15));
 }
 
-TEST(EyeLimits, AreForEyesAlone) {
+TEST(EyeLimits, ApplyOnlyToEyes) {
   for (const int part : {Mouth, LeftBrow, RightBrow, LeftCheek, RightCheek, LeftNostril, RightNostril}) {
     UnitActor solve;
     for (int j = 0; j < 4; ++j) solve.Move(solve.Drive(part, 0, j), {10, 20, 30});
@@ -450,7 +450,7 @@ TEST(EyeLimits, AreForEyesAlone) {
 
 // --- Chin
 
-TEST(Chin, FollowsTheLowerLipWithoutAMarkerOfItsOwn) {
+TEST(Chin, FollowsTheLowerLipWithoutItsOwnMarker) {
   UnitActor solve;
   solve.Move(solve.Drive(Mouth, 2, 4), {1, 2, 3});
   solve.Move(solve.Drive(Mouth, 2, 5), {3, -4, 5});
@@ -460,7 +460,7 @@ TEST(Chin, FollowsTheLowerLipWithoutAMarkerOfItsOwn) {
   EXPECT_FALSE(solve.out.mValid);
 }
 
-TEST(Chin, IsMeasuredWithAMarkerOfItsOwn) {
+TEST(Chin, IsMeasuredWithItsOwnMarker) {
   UnitActor solve;
   solve.Move(solve.Drive(Mouth, 2, 4), {1, 2, 3});
   solve.Move(solve.Drive(Mouth, 4, 6), {0, -1, 0});
@@ -469,7 +469,7 @@ TEST(Chin, IsMeasuredWithAMarkerOfItsOwn) {
   EXPECT_TRUE(solve.out.mValid);
 }
 
-TEST(Chin, AMarkerOfItsOwnCountsEvenWithoutWeight) {
+TEST(Chin, ItsOwnMarkerCountsEvenWithoutWeight) {
   UnitActor solve;
   solve.Move(solve.Drive(Mouth, 2, 4), {1, 2, 3});
   solve.Move(solve.Drive(Mouth, 4, 6, 0), {0, -1, 0});
@@ -478,7 +478,7 @@ TEST(Chin, AMarkerOfItsOwnCountsEvenWithoutWeight) {
   EXPECT_TRUE(solve.out.mValid);
 }
 
-TEST(Chin, TheEstimateReplacesWhatOtherGroupsDidToIt) {
+TEST(Chin, TheEstimateReplacesTheEffectOfOtherGroups) {
   UnitActor solve;
   solve.Move(solve.Drive(Mouth, 2, 6), {7, 7, 7});
   solve.Solve();

@@ -1,6 +1,6 @@
 #pragma once
 
-// Performers for tests, and the little geometry that expected values are worked out with. None of it uses the
+// Performers for tests, and the geometry with which expected values are computed. None of it uses the
 // library's own arithmetic.
 
 #include "mien/actor/actor_face.h"
@@ -23,7 +23,7 @@ inline constexpr int part_count = 9;
 inline constexpr int group_count = 5;
 inline constexpr int point_count = 7;
 
-/// An actor that keeps its group entries: VActorFace owns the markers alone.
+/// An actor that owns its group entries: VActorFace owns only the markers.
 class TestActor : public VActorFace {
 public:
   using VActorFace::Method3FindBoundingBox;
@@ -76,8 +76,8 @@ private:
   std::vector<std::unique_ptr<VActorFacePartMarker>> entries_;
 };
 
-/// A part of the global face to be changed, and put back at the end of the test: rest points, placement,
-/// scale and the names of the templates.
+/// A part of the global face that can be changed, and is restored at the end of the test: rest points,
+/// placement, scale and the names of the templates.
 class ChangedGlobalPart {
 public:
   explicit ChangedGlobalPart(int part) : part_(GetGlobalFace()->mParts[part]) {
@@ -96,7 +96,7 @@ public:
 
   VFacePart* operator->() const { return &part_; }
 
-  /// From here on the part has no template of this name.
+  /// Renames the part's template of this name.
   void HideTemplate(const char* name) { part_.mTemplates[part_.TemplateIndexByName(name)]->mName = "hidden"; }
 
 private:
@@ -108,7 +108,7 @@ private:
 };
 
 /// The same numbers with every compiler and standard library, which the standard's distributions do not
-/// promise.
+/// guarantee.
 class Random {
 public:
   explicit Random(std::uint64_t seed) : engine_(seed) {}
@@ -137,7 +137,7 @@ inline VgeAMatrix ScaleAndTranslation(double sx, double sy, double sz, double tx
   return {{{sx, 0, 0, 0}, {0, sy, 0, 0}, {0, 0, sz, 0}, {tx, ty, tz, 1}}};
 }
 
-/// A turn about an axis of any length but zero, by Rodrigues' formula, then a translation.
+/// A rotation about an axis of any length except zero, by Rodrigues' formula, then a translation.
 inline VgeAMatrix Rigid(const VgeTVector& axis, double radians, const VgeTVector& translation) {
   const double length = std::sqrt(axis.x * axis.x + axis.y * axis.y + axis.z * axis.z);
   const double k[3] = {axis.x / length, axis.y / length, axis.z / length};
@@ -174,7 +174,7 @@ inline VgeAMatrix Composed(const VgeAMatrix& a, const VgeAMatrix& b) {
   return out;
 }
 
-/// Of any invertible affine matrix, by cofactors: it does not lean on orthogonal axes.
+/// The inverse of any invertible affine matrix, by cofactors: it does not require orthogonal axes.
 inline VgeAMatrix Inverse(const VgeAMatrix& a) {
   const auto minor_of = [&a](int column, int row) {
     const int c1 = (column + 1) % 3, c2 = (column + 2) % 3, r1 = (row + 1) % 3, r2 = (row + 2) % 3;
@@ -190,7 +190,7 @@ inline VgeAMatrix Inverse(const VgeAMatrix& a) {
   return out;
 }
 
-/// x, y and z to the bit, but for the sign of a zero. The points of a solve give no promise about w.
+/// Compares x, y and z to the bit, except the sign of a zero. Solves do not define w.
 inline ::testing::AssertionResult IsPoint(const VgeTVector& actual, const VgeTVector& expected) {
   if (actual.x == expected.x && actual.y == expected.y && actual.z == expected.z)
     return ::testing::AssertionSuccess();
@@ -210,7 +210,7 @@ inline ::testing::AssertionResult IsPointNear(const VgeTVector& actual, const Vg
          << expected.y << ", " << expected.z << "), " << error << " away";
 }
 
-/// Element by element; with tolerance 0 equal but for the sign of a zero.
+/// Compares element by element; with tolerance 0, to the bit except the sign of a zero.
 inline ::testing::AssertionResult IsMatrixNear(const VgeAMatrix& actual, const VgeAMatrix& expected,
                                                double tolerance) {
   for (int column = 0; column < 4; ++column)

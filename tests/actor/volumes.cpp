@@ -18,7 +18,7 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double no_number = std::numeric_limits<double>::quiet_NaN();
 
-/// Where the default face places each part, and how large: the quotients of its reference sizes and template
+/// The positions and sizes of the default face's parts: the quotients of its reference sizes and template
 /// scales.
 struct Placement {
   double t[3], s[3];
@@ -43,7 +43,7 @@ VgeAMatrix DefaultVolume(int part) {
   return ScaleAndTranslation(p.s[0], p.s[1], p.s[2], p.t[0], p.t[1], p.t[2]);
 }
 
-/// A volume that no fit gives, sheared and different for each part: what is left of it shows.
+/// A volume that no fit gives, sheared and different for each part, so that unchanged elements are detected.
 VgeAMatrix Untouched(int part) {
   VgeAMatrix a;
   for (int column = 0; column < 4; ++column)
@@ -77,8 +77,8 @@ struct Performer {
   }
 };
 
-// ---------------------------------------------------------------------------------------------------------------------
-// The fits once more, written plainly.
+// ------------------------------------------------------------------------------------------------------
+// A second, simple implementation of the fits.
 
 struct Volume {
   double size[3], centre[3];
@@ -189,7 +189,7 @@ std::optional<Volumes> SymmetricBoxFit(const Layout& layout) {
   return volumes;
 }
 
-/// The centre that the landmark fit sees: of a mouth only the second and third marker of each group count.
+/// The centre that the landmark fit uses: of a mouth, only the second and third marker of each group count.
 std::optional<Box> Landmark(const Layout& layout, int part) {
   Box box;
   for (const std::vector<VgeTVector>& group : layout.groups[part])
@@ -218,8 +218,8 @@ std::optional<Volumes> LandmarkFit(const Layout& layout) {
   };
   const auto brows = pair(right_brow, left_brow, RightBrow), eyes = pair(right_eye, left_eye, RightEye);
 
-  // The x fit needs the mouth and something at its side; with those two the fits of y and z have their
-  // samples too: the brows before the eyes against the mouth.
+  // The x fit needs the mouth and another part; with those two, the fits of y and z have their
+  // samples too: the brows (or else the eyes) and the mouth.
   if (!mouth || (!brows && !eyes)) return std::nullopt;
   const Sample upper = brows ? *brows : *eyes;
 
@@ -258,9 +258,9 @@ std::optional<Volumes> LandmarkFit(const Layout& layout) {
   return volumes;
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ------------------------------------------------------------------------------------------------------
 
-/// What is written equals the expectation to `tolerance`; what is not keeps its bits.
+/// Written elements equal the expectation to `tolerance`; all others keep their bits.
 void ExpectVolumes(Performer& performer, const Volumes& expected, double tolerance) {
   for (int part = 0; part < part_count; ++part) {
     const auto& volume = expected[static_cast<std::size_t>(part)];
@@ -274,7 +274,7 @@ void ExpectVolumes(Performer& performer, const Volumes& expected, double toleran
   }
 }
 
-/// Positions around where a face six times the size of the default one has the part.
+/// Positions around the part on a face six times the size of the default one.
 VgeTVector SomewhereIn(int part, Random& random) {
   const double* const t = defaults[part].t;
   return Sum(random.PointBetween(-12, 12), {6 * t[0] + 4, 6 * t[1] - 30, 6 * t[2] - 90});
@@ -298,7 +298,7 @@ TEST(DefaultVolumes, AreThoseOfTheTable) {
     EXPECT_TRUE(IsMatrix(actor.Volume(part), DefaultVolume(part))) << "part " << part;
 }
 
-TEST(DefaultVolumes, ComeBackWithInit) {
+TEST(DefaultVolumes, AreRestoredByInit) {
   Performer performer;
   performer.Untouch();
   performer.actor.SetupInitVolumes();
@@ -306,7 +306,7 @@ TEST(DefaultVolumes, ComeBackWithInit) {
     EXPECT_TRUE(IsMatrix(performer.actor.Volume(part), DefaultVolume(part))) << "part " << part;
 }
 
-TEST(DefaultVolumes, InitTouchesNothingButTheVolumes) {
+TEST(DefaultVolumes, InitChangesOnlyTheVolumes) {
   Performer performer;
   performer.actor.mParts[Mouth].mMatrix = Untouched(3);
   performer.actor.mParts[Mouth].mMarkerSet.mPositions[17] = {1, 2, 3};
@@ -317,7 +317,7 @@ TEST(DefaultVolumes, InitTouchesNothingButTheVolumes) {
   EXPECT_EQ(performer.actor.mParts[Mouth].mMarkerSet.mRBTransform, Untouched(4));
 }
 
-TEST(DefaultVolumes, AreAnsweredAsTranslationAndScale) {
+TEST(DefaultVolumes, AreReturnedAsTranslationAndScale) {
   const TestActor actor;
   for (int part = 0; part < part_count; ++part) {
     VgeTVector t{7, 7, 7};
@@ -370,8 +370,8 @@ TEST(PartCentre, IsTheMiddleOfTheBoxOfAllGroups) {
   EXPECT_EQ(centre[2], -3.0);
 }
 
-// The lips' outermost markers stay out: a corner or chin marker would pull the landmark away from the mouth's
-// middle.
+// The outermost markers of the lips are left out: a corner or chin marker would move the landmark away from
+// the mouth's middle.
 TEST(PartCentre, OfTheMouthCountsOnlySecondAndThirdMarkerOfEachGroup) {
   Performer performer;
   for (int group = 0; group < group_count; ++group)
@@ -409,7 +409,7 @@ TEST(PartCentre, OfAMouthWithSingleMarkersIsMissing) {
   EXPECT_EQ(centre[2], 7.0);
 }
 
-TEST(PartCentre, UsesTheMarkersSlotNotItsPlaceInTheList) {
+TEST(PartCentre, UsesTheMarkersSlotNotItsPositionInTheList) {
   Performer performer;
   VActorFacePartMarker* const entry = performer.actor.Place(LeftCheek, 0);
   entry->mMarker->mIndex = 224;
@@ -422,8 +422,8 @@ TEST(PartCentre, UsesTheMarkersSlotNotItsPlaceInTheList) {
   EXPECT_EQ(centre[2], 6.0);
 }
 
-// The box starts from 1e8 and -1e8, not from infinity: what lies beyond in every coordinate is not seen.
-TEST(PartCentre, DoesNotSeeMarkersBeyondAHundredMillion) {
+// The box starts from 1e8 and -1e8, not from infinity: markers beyond in every coordinate are ignored.
+TEST(PartCentre, IgnoresMarkersBeyondAHundredMillion) {
   for (const double far : {1e8, 2e8, -1e8, -2e8}) {
     Performer performer;
     performer.actor.Place(LeftCheek, 0, performer.set, {far, far, far});
@@ -435,7 +435,7 @@ TEST(PartCentre, DoesNotSeeMarkersBeyondAHundredMillion) {
   }
 }
 
-TEST(PartCentre, OneCoordinateBeyondAHundredMillionMeetsTheBoxesStart) {
+TEST(PartCentre, OneCoordinateBeyondAHundredMillionUsesTheInitialBox) {
   Performer performer;
   performer.actor.Place(LeftCheek, 0, performer.set, {2e8, 4, 6});
   double centre[3];
@@ -470,7 +470,7 @@ TEST(PartCentre, IgnoresNaNCoordinates) {
   EXPECT_EQ(centre[2], 2.0);
 }
 
-TEST(PartCentre, OfNaNsAloneIsMissing) {
+TEST(PartCentre, OfOnlyNaNsIsMissing) {
   Performer performer;
   performer.actor.Place(LeftCheek, 0, performer.set, {no_number, no_number, no_number});
   double centre[3] = {9, 8, 7};
@@ -515,7 +515,7 @@ TEST(BoundingBox, OfTheMouthCountsEveryMarkerOfAGroup) {
 
 TEST(BoundingBox, OfNothingIsInsideOut) {
   Performer performer;
-  performer.actor.Place(Mouth, 4, performer.set, {1, 2, 3}); // the chin alone is no mouth
+  performer.actor.Place(Mouth, 4, performer.set, {1, 2, 3}); // a chin without lips is not a mouth
   for (int part = 0; part < part_count; ++part) {
     VgeTVector min, max, centre;
     EXPECT_FALSE(performer.actor.Method3FindBoundingBox(part, &performer.set, min, max, centre));
@@ -526,7 +526,7 @@ TEST(BoundingBox, OfNothingIsInsideOut) {
 
 TEST(BoundingBox, OfOneMarkerIsThatMarker) {
   Performer performer;
-  performer.actor.Place(LeftEye, 1, performer.set, {2e8, -2e8, 3e9}); // no start value of 1e8 here
+  performer.actor.Place(LeftEye, 1, performer.set, {2e8, -2e8, 3e9}); // no initial value of 1e8 here
   VgeTVector min, max, centre;
   EXPECT_TRUE(performer.actor.Method3FindBoundingBox(LeftEye, &performer.set, min, max, centre));
   EXPECT_TRUE(IsPoint(min, {2e8, -2e8, 3e9}));
@@ -658,7 +658,7 @@ TEST(LandmarkFitOfVolumes, WorkedByHand) {
 }
 
 // The width is measured from x = 0, not from the mouth: a face beside the origin gets two very different
-// ratios. Their mean still is its width, and the offset is the mouth's x.
+// ratios. Their mean is still its width, and the offset is the mouth's x.
 TEST(LandmarkFitOfVolumes, MeasuresTheWidthFromTheOrigin) {
   Layout layout;
   layout.groups[Mouth][1] = {{}, {10, 0, 19}};
@@ -692,7 +692,7 @@ TEST(LandmarkFitOfVolumes, PrefersBrowsToEyes) {
     EXPECT_EQ(a.actor.Volume(part), b.actor.Volume(part)) << "part " << part;
 }
 
-TEST(LandmarkFitOfVolumes, AgreesWithAPlainlyWrittenOne) {
+TEST(LandmarkFitOfVolumes, AgreesWithASimpleImplementation) {
   int fitted = 0, refused = 0;
   for (int present = 0; present < 32; ++present) // mouth, both brows, both eyes
     for (int mouth_shape = 0; mouth_shape < 3; ++mouth_shape)
@@ -701,7 +701,7 @@ TEST(LandmarkFitOfVolumes, AgreesWithAPlainlyWrittenOne) {
                      ", round " + std::to_string(round));
         Random random(static_cast<std::uint64_t>(present * 1000 + mouth_shape * 100 + round));
         Layout layout;
-        // Markers of a mouth that is not seen are single ones; of one that is seen, some group has more.
+        // A mouth without a centre has single markers; otherwise some group has more.
         for (int group = 0; group < group_count; ++group)
           if (mouth_shape != 0) AddSome(layout, Mouth, group, random.Below(2), random);
         if (present & 1)
@@ -717,7 +717,7 @@ TEST(LandmarkFitOfVolumes, AgreesWithAPlainlyWrittenOne) {
         const auto expected = LandmarkFit(layout);
         ASSERT_EQ(performer.actor.SetupFindVolumesMethod1(&performer.set), expected.has_value());
         ExpectVolumes(performer, expected.value_or(Volumes()), rounding);
-        if (HasFailure()) return; // one layout tells enough
+        if (HasFailure()) return; // one layout is enough
         ++(expected ? fitted : refused);
       }
   EXPECT_GT(fitted, 500);
@@ -741,7 +741,7 @@ TEST(SymmetricBoxFitOfVolumes, WorkedByHand) {
   layout.groups[RightBrow][0] = {{-9, 17.918, 40}, {-3, 17.918, 40}};
 
   // The middle: mouth 0.5, eyes -0.5, brows 0.
-  // The eyes span 2 to 9 on both sides: 5.5, pulled to 5.3625. The brows stand above them by twice the
+  // The eyes span 2 to 9 on both sides: 5.5, moved to 5.3625. The brows are above them by twice the
   // default: 0.241 to the side (5.982, pulled to 5.23425), 1.793 up, 0.055 back.
   Performer performer(layout);
   EXPECT_TRUE(performer.actor.SetupFindVolumesMethod3(&performer.set));
@@ -779,7 +779,7 @@ TEST(SymmetricBoxFitOfVolumes, BoxesGrowToMirrorImages) {
                            ScaleAndTranslation(1.719 * s * 1.1, 0.55 * s, 1.1 * s, 0.5, 0, 0), 4 * e));
 }
 
-TEST(SymmetricBoxFitOfVolumes, AHalfPairTakesNoPart) {
+TEST(SymmetricBoxFitOfVolumes, AnIncompletePairDoesNotCount) {
   Layout layout;
   layout.groups[Mouth][0] = {{-1, 0, 0}, {1, 2, 0}};
   layout.groups[LeftEye][0] = {{9, 30, 10}};
@@ -843,15 +843,15 @@ TEST(SymmetricBoxFitOfVolumes, AnEyeWithoutUpperLidMarkerKeepsItsBoxesDepthAndIt
   EXPECT_NEAR(performer.actor.Volume(LeftBrow).m[3][2], 23, 1e-13); // (20 + 26) / 2
   EXPECT_NEAR(performer.actor.Volume(RightEye).m[3][2], 9, 1e-13);
   EXPECT_NEAR(performer.actor.Volume(RightBrow).m[3][2], 9 - 2 * 0.055, 1e-13);
-  // Across and up the left brow still stands by its eye.
+  // In x and y, the left brow is still placed relative to its eye.
   EXPECT_NEAR(performer.actor.Volume(LeftBrow).m[3][0], (10 + 2 * 0.241) * 0.875, 1e-13);
   EXPECT_NEAR(performer.actor.Volume(LeftBrow).m[3][1], 14.332 + 2 * 1.793, 1e-13);
 }
 
-TEST(SymmetricBoxFitOfVolumes, BrowsWithoutEyesStandInTheirOwnBoxes) {
+TEST(SymmetricBoxFitOfVolumes, BrowsWithoutEyesUseTheirOwnBoxes) {
   Layout layout;
   layout.groups[Mouth][0] = {{0, 0, 0}};
-  layout.groups[LeftEye][0] = {{10, 50, 3}}; // half a pair
+  layout.groups[LeftEye][0] = {{10, 50, 3}}; // an incomplete pair
   layout.groups[LeftBrow][0] = {{8, 17.918, 20}};
   layout.groups[RightBrow][0] = {{-8, 17.918, 26}};
   Performer performer(layout);
@@ -874,9 +874,9 @@ TEST(SymmetricBoxFitOfVolumes, TheLidAnchorsTheEyeAtTheHeightOfItsDefaultPoint) 
   EXPECT_NEAR(performer.actor.Volume(RightEye).m[3][2], 9, 1e-13);
 }
 
-// What the fit did not write, its final adjustments leave alone too: a second call must not pull a pair
+// The final adjustments do not change volumes that the fit did not write: a second call must not move a pair
 // further in.
-TEST(SymmetricBoxFitOfVolumes, FinalAdjustmentsSpareVolumesOfEarlierFits) {
+TEST(SymmetricBoxFitOfVolumes, FinalAdjustmentsDoNotChangeVolumesOfEarlierFits) {
   Layout layout;
   layout.groups[LeftCheek][0] = {{10, 12, 3}};
   layout.groups[RightCheek][0] = {{-10, 12, 3}};
@@ -891,9 +891,9 @@ TEST(SymmetricBoxFitOfVolumes, FinalAdjustmentsSpareVolumesOfEarlierFits) {
   }
 }
 
-TEST(SymmetricBoxFitOfVolumes, AgreesWithAPlainlyWrittenOne) {
-  // Per pair: none, left only, right only, both; with and without mouth (or with its chin alone); the upper
-  // lids seen or not.
+TEST(SymmetricBoxFitOfVolumes, AgreesWithASimpleImplementation) {
+  // Per pair: none, left only, right only, both; with and without mouth (or only its chin); the upper
+  // lids visible or not.
   int fitted = 0, refused = 0;
   for (int pairs = 0; pairs < 256; ++pairs)
     for (int mouth = 0; mouth < 3; ++mouth)
@@ -918,14 +918,14 @@ TEST(SymmetricBoxFitOfVolumes, AgreesWithAPlainlyWrittenOne) {
         const auto expected = SymmetricBoxFit(layout);
         ASSERT_EQ(performer.actor.SetupFindVolumesMethod3(&performer.set), expected.has_value());
         ExpectVolumes(performer, expected.value_or(Volumes()), rounding);
-        if (HasFailure()) return; // one layout tells enough
+        if (HasFailure()) return; // one layout is enough
         ++(expected ? fitted : refused);
       }
   EXPECT_GT(fitted, 500);
   EXPECT_GT(refused, 100);
 }
 
-TEST(SymmetricBoxFitOfVolumes, AFaceAndItsMirrorImageGetMirroredVolumes) {
+TEST(SymmetricBoxFitOfVolumes, AMirroredFaceGetsMirroredVolumes) {
   for (std::uint64_t seed = 0; seed < 50; ++seed) {
     Random random(seed);
     Layout layout, mirrored;
@@ -978,7 +978,7 @@ TEST(SymmetricBoxFitOfVolumes, GrowsAndMovesWithTheFace) {
 
 // --- The three in their order
 
-TEST(FindVolumes, TakesTheFirstMethodThatSucceeds) {
+TEST(FindVolumes, UsesTheFirstMethodThatSucceeds) {
   Layout symmetric; // a pair and the mouth: the symmetric fit, which both the others could replace
   symmetric.groups[Mouth][0] = {{-4, -2, 10}, {0, 0, 11}, {4, 2, 12}};
   symmetric.groups[LeftEye][0] = {{8, 20, 9}};
@@ -988,7 +988,7 @@ TEST(FindVolumes, TakesTheFirstMethodThatSucceeds) {
   first.actor.SetupFindVolumes(&first.set);
   for (int part = 0; part < part_count; ++part) EXPECT_EQ(first.actor.Volume(part), third.actor.Volume(part));
 
-  Layout landmarks = symmetric; // half a pair
+  Layout landmarks = symmetric; // an incomplete pair
   landmarks.groups[LeftEye][0].clear();
   Performer second(landmarks), one(landmarks);
   ASSERT_TRUE(one.actor.SetupFindVolumesMethod1(&one.set));
@@ -996,7 +996,7 @@ TEST(FindVolumes, TakesTheFirstMethodThatSucceeds) {
   for (int part = 0; part < part_count; ++part) EXPECT_EQ(second.actor.Volume(part), one.actor.Volume(part));
   EXPECT_FALSE(second.actor.Volume(RightEye) == Untouched(RightEye));
 
-  Layout boxes; // a lone pair
+  Layout boxes; // a single pair
   boxes.groups[LeftEye][0] = {{8, 20, 9}, {10, 22, 13}};
   boxes.groups[RightEye][0] = {{-9, 21, 8}};
   Performer last(boxes);
@@ -1006,7 +1006,7 @@ TEST(FindVolumes, TakesTheFirstMethodThatSucceeds) {
   EXPECT_TRUE(IsMatrix(last.actor.Volume(Mouth), Untouched(Mouth)));
 }
 
-TEST(FindVolumes, KeepsThePlacesOfPartsWithoutMarkersInEveryMethod) {
+TEST(FindVolumes, KeepsPartsWithoutMarkersInEveryMethod) {
   Random random(3);
   for (int present = 0; present < 512; ++present) {
     Layout layout;
@@ -1014,7 +1014,7 @@ TEST(FindVolumes, KeepsThePlacesOfPartsWithoutMarkersInEveryMethod) {
       if (present >> part & 1) AddSome(layout, part, random.Below(group_count), 1 + random.Below(3), random);
     Performer performer(layout);
     performer.actor.SetupFindVolumes(&performer.set);
-    if (HasFailure()) return; // one layout tells enough
+    if (HasFailure()) return; // one layout is enough
     for (int part = 0; part < part_count; ++part)
       if (!(present >> part & 1)) {
         EXPECT_TRUE(IsMatrix(performer.actor.Volume(part), Untouched(part))) << "present " << present;

@@ -60,7 +60,7 @@ TEST(LocalPositions, AreThoseOfTheSetInAnIdentityFrame) {
 }
 
 TEST(LocalPositions, UndoTheFrameOfTheSet) {
-  // A quarter turn about z, axes of length 2, 4 and 1/2, moved: every step is exact.
+  // 90 degrees about z, axes of length 2, 4 and 1/2, translated: every step is exact.
   TestActor actor;
   VFaceMarkerSetState set;
   set.mTransform = {{{0, 2, 0, 0}, {-4, 0, 0, 0}, {0, 0, 0.5, 0}, {10, 20, 30, 1}}};
@@ -82,7 +82,7 @@ TEST(LocalPositions, UndoAnyRigidFrameWithScaledAxes) {
     VActorFacePartMarker* const entry = actor.Place(round % part_count, round % group_count, set, {});
     set.mPositions[entry->mMarker->mIndex] = Apply(set.mTransform, local);
     actor.SetupMarkerLocalFromGlobalPosition(&set);
-    // Positions of up to 500 rounded to 1e-13, seen in axes a tenth as long.
+    // Positions of up to 500 rounded to 1e-13, in axes of a tenth of the length.
     EXPECT_TRUE(IsPointNear(actor.Rest(round % part_count, entry), local, 1e-11));
   }
 }
@@ -101,7 +101,7 @@ TEST(LocalPositions, AreKeptPerPartAndOnlyForItsMarkers) {
   EXPECT_TRUE(IsPoint(actor.mParts[LeftBrow].mMarkerSet.mPositions[50], {8, 8, 8}));
 }
 
-TEST(LocalPositions, LeaveTheVolumesAlone) {
+TEST(LocalPositions, LeaveTheVolumesUnchanged) {
   TestActor actor;
   VFaceMarkerSetState set;
   set.mTransform = ScaleAndTranslation(2, 2, 2, 1, 1, 1);
@@ -146,7 +146,7 @@ TEST(NormalisedPositions, AreRelativeToThePartsVolume) {
         << "part " << part;
 }
 
-TEST(NormalisedPositions, UndoTurnedVolumesToo) {
+TEST(NormalisedPositions, UndoRotatedVolumes) {
   Random random(2);
   for (int round = 0; round < 200; ++round) {
     TestActor actor;
@@ -174,9 +174,9 @@ TEST(NormalisedPositions, WaitUntilAllVolumesAreSet) {
   EXPECT_TRUE(IsPoint(actor.Rest(RightNostril, unplaced), {4, 5, 6}));
 }
 
-// Callers that enter a marker twice in a part see it moved twice; the solve then measures against that place.
-// It is known and kept: recordings set up so would solve differently otherwise.
-TEST(NormalisedPositions, OfAMarkerEnteredTwiceInAPartAreMovedTwice) {
+// A marker that a part lists twice is transformed twice, and the solve measures from that position. This is
+// known and kept; otherwise recordings with such a set-up would solve differently.
+TEST(NormalisedPositions, OfAMarkerEnteredTwiceInAPartAreTransformedTwice) {
   TestActor actor;
   VActorFacePartMarker* const entry = actor.Place(Mouth, 1);
   actor.Assign(entry->mMarker, Mouth, 2);
@@ -188,7 +188,7 @@ TEST(NormalisedPositions, OfAMarkerEnteredTwiceInAPartAreMovedTwice) {
   EXPECT_TRUE(IsPoint(actor.Rest(Mouth, entry), {1.5, 3.5, 7.5}));
 }
 
-TEST(NormalisedPositions, OfAMarkerInTwoPartsAreMovedOnceInEach) {
+TEST(NormalisedPositions, OfAMarkerInTwoPartsAreTransformedOnceInEach) {
   TestActor actor;
   VActorFacePartMarker* const entry = actor.Place(LeftBrow, 0);
   actor.Assign(entry->mMarker, LeftEye, 0);
@@ -268,7 +268,7 @@ TEST(RawWeight, IsAtMostAHundredThousand) {
   }
 }
 
-TEST(RawWeight, IsWrittenForTheListedPointsAlone) {
+TEST(RawWeight, IsWrittenOnlyForTheListedPoints) {
   TestActor actor;
   VActorFacePartMarker* const entry = actor.Place(Mouth, 2);
   VActorFacePartMarker* const in_other_group = actor.Place(Mouth, 1);
@@ -276,7 +276,7 @@ TEST(RawWeight, IsWrittenForTheListedPointsAlone) {
   for (VActorFacePartMarker* const e : {entry, in_other_group, in_other_part}) SetWeights(e, 0.5);
   actor.Rest(Mouth, entry) = Sum(DefaultPoint(Mouth, 5), {0, 0, 1});
   const int points[] = {5, 4, 6};
-  actor.SetupWeightUnnormalized(Mouth, 2, 2, points); // the third listed point is not asked for
+  actor.SetupWeightUnnormalized(Mouth, 2, 2, points); // the count excludes the third listed point
   // RightLowerMouth is 1 away from LeftLowerMouth: d2 = 1 + 1.
   ExpectWeights(entry, {0.5, 0.5, 0.5, 0.5, 0.25, 1, 0.5});
   ExpectWeights(in_other_group, {0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5});
@@ -351,14 +351,14 @@ TEST(NormalisedWeights, OfNoGroupOrPointStay) {
   ExpectWeights(entry, {4, 4, 4, 4, 4, 4, 4});
 }
 
-TEST(NormalisedWeights, StayWhereTheirSumIsNotPositive) {
+TEST(NormalisedWeights, StayIfTheirSumIsNotPositive) {
   TestActor actor;
   VActorFacePartMarker* const a = actor.Place(Mouth, 0);
   VActorFacePartMarker* const b = actor.Place(Mouth, 0);
   a->mWeights[1] = 1, b->mWeights[1] = -1;
   a->mWeights[2] = 1, b->mWeights[2] = -3;
   a->mWeights[3] = no_number, b->mWeights[3] = 5;
-  a->mWeights[4] = 3, b->mWeights[4] = -1; // a positive sum counts, whatever it is made of
+  a->mWeights[4] = 3, b->mWeights[4] = -1; // a positive sum counts, whatever its terms
   actor.SetupWeightNormalized(Mouth, 5, 7);
   EXPECT_EQ(a->mWeights[0], 0.0);
   EXPECT_EQ(a->mWeights[1], 1.0);
@@ -373,7 +373,7 @@ TEST(NormalisedWeights, StayWhereTheirSumIsNotPositive) {
 
 // --- SetupComputeWeights
 
-TEST(MarkerWeights, ALoneMarkerDrivesThePointsOfItsGroup) {
+TEST(MarkerWeights, ASingleMarkerDrivesThePointsOfItsGroup) {
   for (const Drive& drive : Drives()) {
     SCOPED_TRACE("part " + std::to_string(drive.part) + ", group " + std::to_string(drive.group));
     TestActor actor;
@@ -405,7 +405,7 @@ TEST(MarkerWeights, OtherGroupsDriveNothing) {
     }
 }
 
-TEST(MarkerWeights, OfAMarkerOnAPointAreOneWhenAlone) {
+TEST(MarkerWeights, OfASingleMarkerOnAPointAreOne) {
   TestActor actor;
   VActorFacePartMarker* const entry = actor.Place(Mouth, 4);
   actor.Rest(Mouth, entry) = DefaultPoint(Mouth, 6);
@@ -429,7 +429,7 @@ TEST(MarkerWeights, OfTheLowerLipPreferTheNearerSide) {
   ExpectWeights(right, {0, 0, 0, 0, 0.8, 0.2, 0});
 }
 
-TEST(MarkerWeights, OfEyesLeaveTheCornersAlone) {
+TEST(MarkerWeights, OfEyesLeaveTheCornersAtZero) {
   for (const int eye : {LeftEye, RightEye}) {
     TestActor actor;
     for (int group = 0; group < 2; ++group)
@@ -447,9 +447,9 @@ TEST(MarkerWeights, OfEyesLeaveTheCornersAlone) {
   }
 }
 
-// A lone brow marker sits on the outer brow's neighbours more than on the outer brow: it moves that point a
+// A single brow marker is closer to the other points than to the outer brow: it moves that point by a
 // quarter.
-TEST(BrowWeights, OfALoneMarkerAreAQuarterTowardsTheOuterBrow) {
+TEST(BrowWeights, OfASingleMarkerAreAQuarterForTheOuterBrow) {
   for (const int brow : {LeftBrow, RightBrow}) {
     TestActor actor;
     VActorFacePartMarker* const entry = actor.Place(brow, 0);
@@ -460,7 +460,7 @@ TEST(BrowWeights, OfALoneMarkerAreAQuarterTowardsTheOuterBrow) {
   }
 }
 
-TEST(BrowWeights, AnInnerMarkerTakesTheInnerPoint) {
+TEST(BrowWeights, AnInnerMarkerDrivesTheInnerPoint) {
   for (const int brow : {LeftBrow, RightBrow}) {
     TestActor actor;
     VActorFacePartMarker* const inner = actor.Place(brow, 1);
@@ -468,7 +468,7 @@ TEST(BrowWeights, AnInnerMarkerTakesTheInnerPoint) {
     actor.SetupResetWeights();
     actor.SetupComputeWeights();
     ExpectWeights(inner, {1, 0, 0, 0, 0, 0, 0});
-    ExpectWeights(outer, {0, 1, 0.25, 0, 0, 0, 0}); // still alone in its group
+    ExpectWeights(outer, {0, 1, 0.25, 0, 0, 0, 0}); // still the only one in its group
   }
 }
 
@@ -497,7 +497,7 @@ TEST(BrowWeights, TwoInnerMarkersDoNotChangeTheQuarter) {
   ExpectWeights(outer, {0, 1, 0.25, 0, 0, 0, 0});
 }
 
-TEST(BrowWeights, OfAnEmptyGroupZeroNeedNoCare) {
+TEST(BrowWeights, OfAnEmptyGroupZeroAreAccepted) {
   TestActor actor;
   VActorFacePartMarker* const inner = actor.Place(RightBrow, 1);
   actor.SetupResetWeights();
@@ -516,8 +516,8 @@ TEST(MarkerWeights, AreTheSameHoweverOftenTheyAreComputed) {
   }
 }
 
-// Computing does not reset: what stood in a slot that no group drives takes part in the normalisation.
-TEST(MarkerWeights, KeepWhatWasNotReset) {
+// Computing does not reset: old values in slots that no group drives are normalised as well.
+TEST(MarkerWeights, KeepValuesThatWereNotReset) {
   TestActor actor;
   VActorFacePartMarker* const lid = actor.Place(LeftEye, 0);
   SetWeights(lid, 7);
@@ -528,7 +528,7 @@ TEST(MarkerWeights, KeepWhatWasNotReset) {
   ExpectWeights(cheek, {1, 1, 7, 7, 7, 7, 7});
 }
 
-TEST(MarkerWeights, AgreeWithAPlainlyWrittenRule) {
+TEST(MarkerWeights, AgreeWithASimpleImplementation) {
   for (std::uint64_t seed = 0; seed < 200; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Random random(seed);

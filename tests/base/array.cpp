@@ -22,7 +22,7 @@ using testing::ElementsAre;
 #endif
 
 #if defined(MIEN_TESTS_UNDER_ADDRESS_SANITIZER)
-// The sanitizer ends a program that asks for too much memory, unless told that the program copes. Visible,
+// The sanitizer ends a program that requests too much memory unless this option is set. Exported,
 // because its runtime may be a library of its own.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options();
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
@@ -54,14 +54,14 @@ std::vector<Thing*> Elements(const Things& array) {
   return elements;
 }
 
-/// The slots `from` to the capacity: what the array has allocated and does not count.
+/// The slots from `from` to the capacity, which are allocated but beyond the count.
 std::vector<Thing*> SlotsFrom(int from, const Things& array) {
   std::vector<Thing*> slots;
   for (int i = from; i < array.GetCapacity(); ++i) slots.push_back(array.GetAt(i));
   return slots;
 }
 
-/// Five elements in a block of exactly five slots of which only the first `count` are counted.
+/// Five elements in a block of exactly five slots, with the count set to `count`.
 Things FiveSlotsCounting(int count) {
   Things array;
   array.SetCount(5);
@@ -101,7 +101,7 @@ TEST(Array, WithoutBlockFindsAndRemovesNothing) {
   EXPECT_EQ(Block(array), nullptr);
 }
 
-TEST(Array, WithoutBlockStaysWithoutWhereNothingIsToBeStored) {
+TEST(Array, WithoutBlockAllocatesNothingToStoreNothing) {
   Things array;
   array.Clear();
   array.Empty();
@@ -117,9 +117,9 @@ TEST(Array, WithoutBlockStaysWithoutWhereNothingIsToBeStored) {
 
 // --- The block. Its layout is shared with code outside that reads it directly.
 
-TEST(Array, IsOnePointerLarge) { EXPECT_EQ(sizeof(Things), sizeof(void*)); }
+TEST(Array, HasTheSizeOfOnePointer) { EXPECT_EQ(sizeof(Things), sizeof(void*)); }
 
-TEST(Array, BlockHoldsCountThenCapacityThenSlotsFromByteSixteen) {
+TEST(Array, BlockHasCountThenCapacityThenSlotsFromByteSixteen) {
   Things array;
   array.Reserve(7);
   array.Add(a);
@@ -151,7 +151,7 @@ TEST(Array, OffsetIsAlwaysZero) {
 
 // --- Copies.
 
-TEST(Array, CopyHoldsTheSameElementsInABlockOfItsOwn) {
+TEST(Array, CopyHasTheSameElementsInItsOwnBlock) {
   Things source = ListOf({a, b, c});
   Things copy(source);
   EXPECT_THAT(Elements(copy), ElementsAre(a, b, c));
@@ -159,7 +159,7 @@ TEST(Array, CopyHoldsTheSameElementsInABlockOfItsOwn) {
   EXPECT_THAT(Elements(source), ElementsAre(a, b, c));
 }
 
-TEST(Array, CopyTakesExactlyTheSlotsItNeeds) {
+TEST(Array, CopyAllocatesExactlyTheSlotsItNeeds) {
   Things source;
   source.Reserve(50);
   source.Add(a);
@@ -191,13 +191,13 @@ TEST(Array, AssignmentToItselfKeepsElementsAndBlock) {
   EXPECT_EQ(Block(array), block);
 }
 
-TEST(Array, AssignmentAnswersTheArray) {
+TEST(Array, AssignmentReturnsTheArray) {
   Things array;
   EXPECT_EQ(&(array = ListOf({a})), &array);
 }
 
-// --- The comparison is inverted: it tells of two arrays whether they DIFFER. Callers outside rely on it, so
-// a repair would break them without a word.
+// --- The comparison is inverted: it returns whether two arrays DIFFER. Callers elsewhere rely on it, so a
+// correction would break them silently.
 
 TEST(Array, ComparesTrueWithItself) {
   const Things empty, full = ListOf({a, b});
@@ -205,15 +205,15 @@ TEST(Array, ComparesTrueWithItself) {
   EXPECT_TRUE(full == full);
 }
 
-TEST(Array, ComparesFalseWhereTheCountsDiffer) {
+TEST(Array, ComparesFalseIfTheCountsDiffer) {
   EXPECT_FALSE(ListOf({a, b}) == ListOf({a}));
   EXPECT_FALSE(ListOf({a}) == Things());
   EXPECT_FALSE(Things() == ListOf({a}));
 }
 
-TEST(Array, ComparesFalseWhereTheElementsAreTheSame) { EXPECT_FALSE(ListOf({a, b}) == ListOf({a, b})); }
+TEST(Array, ComparesFalseIfTheElementsAreEqual) { EXPECT_FALSE(ListOf({a, b}) == ListOf({a, b})); }
 
-TEST(Array, ComparesTrueWhereTheElementsDiffer) {
+TEST(Array, ComparesTrueIfTheElementsDiffer) {
   EXPECT_TRUE(ListOf({a, b}) == ListOf({a, c}));
   EXPECT_TRUE(ListOf({a, b}) == ListOf({b, a}));
 }
@@ -226,7 +226,7 @@ TEST(Array, TwoEmptyArraysCompareFalse) {
   EXPECT_FALSE(Things() == allocated);
 }
 
-TEST(Array, ComparisonLooksAtCountedSlotsOnly) {
+TEST(Array, ComparisonReadsOnlyCountedSlots) {
   const Things left = FiveSlotsCounting(2);
   Things right = FiveSlotsCounting(2);
   right.SetAt(4, a);
@@ -244,7 +244,7 @@ TEST(Array, SlotsAreReachedByIndexAndFromBothEnds) {
   EXPECT_EQ(array.GetArray()[2], c);
 }
 
-TEST(Array, AccessorsAnswerTheSlotItself) {
+TEST(Array, AccessorsReturnReferencesToSlots) {
   Things array = ListOf({a, a, a});
   array[1] = b;
   array.GetAt(0) = c;
@@ -263,16 +263,16 @@ TEST(Array, SetAtAndSetLastReplace) {
 
 // --- Searching.
 
-TEST(Array, FindAnswersTheFirstOccurrence) {
+TEST(Array, FindReturnsTheFirstOccurrence) {
   const Things array = ListOf({a, b, a, b});
   EXPECT_EQ(array.Find(a), 0);
   EXPECT_EQ(array.Find(b), 1);
   EXPECT_EQ(array.Find(c), -1);
 }
 
-TEST(Array, FindSeesCountedSlotsOnly) { EXPECT_EQ(FiveSlotsCounting(0).Find(d), -1); }
+TEST(Array, FindSearchesOnlyCountedSlots) { EXPECT_EQ(FiveSlotsCounting(0).Find(d), -1); }
 
-TEST(Array, FindAfterStartsBehindTheIndex) {
+TEST(Array, FindAfterStartsAfterTheIndex) {
   const Things array = ListOf({a, b, a, b});
   EXPECT_EQ(array.FindAfter(-1, a), 0);
   EXPECT_EQ(array.FindAfter(0, a), 2);
@@ -293,13 +293,13 @@ TEST(Array, FindBeforeSearchesDownwards) {
 }
 
 TEST(Array, FindBeforeDoesNotCompareItsStartWithTheCount) {
-  // It trusts its caller: slots that are allocated but no longer counted are found.
+  // Its argument is unchecked: it finds slots that are allocated but no longer counted.
   EXPECT_EQ(FiveSlotsCounting(2).FindBefore(5, d), 4);
 }
 
 // --- Adding.
 
-TEST(Array, AddAppendsAndAnswersTheIndex) {
+TEST(Array, AddAppendsAndReturnsTheIndex) {
   Things array;
   EXPECT_EQ(array.Add(a), 0);
   EXPECT_EQ(array.Add(b), 1);
@@ -307,7 +307,7 @@ TEST(Array, AddAppendsAndAnswersTheIndex) {
   EXPECT_THAT(Elements(array), ElementsAre(a, b, a));
 }
 
-TEST(Array, NullIsAnElementLikeAnyOther) {
+TEST(Array, NullIsAnOrdinaryElement) {
   Things array = ListOf({a, nullptr, b});
   EXPECT_EQ(array.Find(nullptr), 1);
   EXPECT_EQ(array.AddUnique(nullptr), 1);
@@ -341,7 +341,7 @@ TEST(Array, ManyInsertionsAtTheFrontKeepTheOrder) {
   for (int i = 0; i < 1000; ++i) ASSERT_EQ(array[i], &many[999 - i]) << "slot " << i;
 }
 
-TEST(Array, AddingOneByOneReallocatesSeldom) {
+TEST(Array, AddingOneByOneReallocatesRarely) {
   Things array;
   int growths = 0;
   for (int i = 0; i < 100000; ++i) {
@@ -351,10 +351,10 @@ TEST(Array, AddingOneByOneReallocatesSeldom) {
     ASSERT_GE(array.GetCapacity(), array.GetCount());
   }
   EXPECT_LT(growths,
-            100); // any geometric growth is far below; growth by a constant of up to 1000 slots is not
+            100); // any geometric growth is far below; growth by up to 1000 slots at a time is not
 }
 
-TEST(Array, AddUniqueAnswersTheFirstOccurrenceAndChangesNothing) {
+TEST(Array, AddUniqueReturnsTheFirstOccurrenceAndChangesNothing) {
   Things array = ListOf({a, b, a});
   EXPECT_EQ(array.AddUnique(a), 0);
   EXPECT_EQ(array.AddUnique(b), 1);
@@ -374,7 +374,7 @@ TEST(Array, AddArrayAppendsInOrderWithDuplicates) {
   EXPECT_THAT(Elements(array), ElementsAre(a, b, a, b));
 }
 
-TEST(Array, AddArrayTakesExactlyTheSlotsItNeeds) {
+TEST(Array, AddArrayAllocatesExactlyTheSlotsItNeeds) {
   Things array;
   array.AddArray(ListOf({a, b, c}));
   EXPECT_EQ(array.GetCapacity(), 3);
@@ -406,7 +406,7 @@ TEST(Array, AddArrayNoDuplicateAddsEachElementOnce) {
   EXPECT_THAT(Elements(array), ElementsAre(a, b, c, d));
 }
 
-TEST(Array, AddArrayNoDuplicateKeepsDuplicatesThatAreThereAlready) {
+TEST(Array, AddArrayNoDuplicateKeepsExistingDuplicates) {
   Things array = ListOf({a, a});
   array.AddArrayNoDuplicate(ListOf({a, b}));
   EXPECT_THAT(Elements(array), ElementsAre(a, a, b));
@@ -425,7 +425,7 @@ TEST(Array, AddMultipleAppendsZeroSlotsInExactCapacity) {
   EXPECT_EQ(array.GetCapacity(), 7);
 }
 
-TEST(Array, AddMultipleZeroesSlotsThatHeldSomething) {
+TEST(Array, AddMultipleZeroesUsedSlots) {
   Things array = FiveSlotsCounting(1);
   array.AddMultiple(3);
   EXPECT_THAT(Elements(array), ElementsAre(d, nullptr, nullptr, nullptr));
@@ -448,7 +448,7 @@ TEST(Array, AddMultipleOfNoneKeepsElements) {
 
 // --- Removing.
 
-TEST(Array, RemoveAtAnswersTheElementAndClosesTheGap) {
+TEST(Array, RemoveAtReturnsTheElementAndClosesTheGap) {
   Things array = ListOf({a, b, c, d});
   EXPECT_EQ(array.RemoveAt(1), b);
   EXPECT_THAT(Elements(array), ElementsAre(a, c, d));
@@ -457,7 +457,7 @@ TEST(Array, RemoveAtAnswersTheElementAndClosesTheGap) {
   EXPECT_THAT(Elements(array), ElementsAre(c));
 }
 
-TEST(Array, RemoveLastAnswersTheLastElement) {
+TEST(Array, RemoveLastReturnsTheLastElement) {
   Things array = ListOf({a, b});
   EXPECT_EQ(array.RemoveLast(), b);
   EXPECT_THAT(Elements(array), ElementsAre(a));
@@ -471,7 +471,7 @@ TEST(Array, RemoveItRemovesTheFirstOccurrenceOnly) {
   EXPECT_THAT(Elements(array), ElementsAre(b, b, a));
 }
 
-TEST(Array, RemoveItDoesNotFindWhatIsNoLongerCounted) {
+TEST(Array, RemoveItDoesNotFindUncountedElements) {
   Things array = FiveSlotsCounting(0);
   EXPECT_FALSE(array.RemoveIt(d));
   EXPECT_EQ(array.GetCount(), 0);
@@ -508,7 +508,7 @@ TEST(Array, EmptyKeepsTheBlockAndZeroesItsElements) {
   EXPECT_THAT(SlotsFrom(0, array), Each(nullptr));
 }
 
-TEST(Array, EmptyZeroesCountedSlotsOnly) {
+TEST(Array, EmptyZeroesOnlyCountedSlots) {
   Things array = FiveSlotsCounting(2);
   array.Empty();
   EXPECT_THAT(SlotsFrom(0, array), ElementsAre(nullptr, nullptr, d, d, d));
@@ -524,7 +524,7 @@ TEST(Array, ClearFreesTheBlock) {
   EXPECT_EQ(array.Add(c), 0);
 }
 
-TEST(Array, NeverDestroysWhatItsElementsPointTo) {
+TEST(Array, NeverDestroysTheObjectsItPointsTo) {
   struct Counted {
     int* destroyed;
     ~Counted() { ++*destroyed; }
@@ -579,7 +579,7 @@ TEST(Array, SetCountToZeroKeepsTheBlock) {
   EXPECT_THAT(SlotsFrom(0, array), Each(d));
 }
 
-TEST(Array, SetCountGrowingAgainZeroesWhatIsLeftInTheSlots) {
+TEST(Array, SetCountZeroesOldSlotsWhenItGrowsAgain) {
   Things array = FiveSlotsCounting(2);
   EXPECT_TRUE(array.SetCount(4));
   EXPECT_THAT(Elements(array), ElementsAre(d, d, nullptr, nullptr));
@@ -602,7 +602,7 @@ TEST(Array, ResizeExactAllocatesExactly) {
   EXPECT_THAT(Elements(array), Each(nullptr));
 }
 
-TEST(Array, ResizeOtherwiseAllocatesAsAddDoes) {
+TEST(Array, ResizeNotExactAllocatesLikeAdd) {
   Things array;
   EXPECT_TRUE(array.Resize(11, false));
   EXPECT_EQ(array.GetCount(), 11);
@@ -627,7 +627,7 @@ TEST(Array, ResizeDownLeavesTheDroppedSlotsAsTheyAre) {
   EXPECT_THAT(SlotsFrom(2, array), ElementsAre(d, d, d));
 }
 
-TEST(Array, ReserveChangesTheCapacityAlone) {
+TEST(Array, ReserveChangesOnlyTheCapacity) {
   Things array = ListOf({a, b});
   array.Reserve(20);
   EXPECT_EQ(array.GetCapacity(), 20);
@@ -643,7 +643,7 @@ TEST(Array, ReserveOnAnArrayWithoutBlockAllocates) {
   EXPECT_THAT(SlotsFrom(0, array), Each(nullptr));
 }
 
-TEST(Array, ReserveNeverShrinksAndLeavesTheSlotsWithinTheCapacityAlone) {
+TEST(Array, ReserveNeverShrinksAndKeepsTheSlotsWithinTheCapacity) {
   Things array = FiveSlotsCounting(2);
   const unsigned char* const block = Block(array);
   array.Reserve(5);
@@ -654,7 +654,7 @@ TEST(Array, ReserveNeverShrinksAndLeavesTheSlotsWithinTheCapacityAlone) {
   EXPECT_THAT(SlotsFrom(2, array), Each(d));
 }
 
-TEST(Array, ReserveThatReallocatesZeroesAllSlotsBehindTheCount) {
+TEST(Array, ReserveThatReallocatesZeroesAllSlotsBeyondTheCount) {
   Things array = FiveSlotsCounting(2);
   array.Reserve(8);
   EXPECT_THAT(SlotsFrom(0, array), ElementsAre(d, d, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
@@ -669,9 +669,9 @@ TEST(Array, AddingWithinTheReservedCapacityAllocatesNothing) {
   EXPECT_EQ(array.GetCapacity(), 4);
 }
 
-// --- An array of numbers: what the character side needs of it.
+// --- An array of numbers, as characters use it.
 
-TEST(Array, HoldsDoubles) {
+TEST(Array, StoresDoubles) {
   VArrayTemplate<double, 16> array;
   EXPECT_EQ(array.InsertAt(0, 2.5), 0);
   EXPECT_EQ(array.InsertAt(0, -0.0), 0);
@@ -686,14 +686,14 @@ TEST(Array, HoldsDoubles) {
 
 // --- The memory behind it.
 
-TEST(ArrayHelper, NextSizeHoldsWhatIsWanted) {
+TEST(ArrayHelper, NextSizeIsSufficient) {
   for (const std::uint32_t wanted : {1u, 2u, 3u, 4u, 5u, 16u, 17u, 99u, 1000u, 65535u, 65536u, 1431655764u,
                                      1431655765u, 1431655766u, 2147483646u, 2147483647u})
     EXPECT_GE(VArrayHelper::GetNextArraySize(wanted), wanted);
 }
 
-TEST(ArrayHelper, NextSizeHoldsWhatIsWantedBeyondTheSignedRange) {
-  // No array asks for it; the operation takes and gives unsigned numbers, though.
+TEST(ArrayHelper, NextSizeIsSufficientBeyondTheSignedRange) {
+  // No array requests this, but the operation takes and returns unsigned numbers.
   for (const std::uint32_t wanted : {2147483648u, 3000000000u, 4294967295u})
     EXPECT_GE(VArrayHelper::GetNextArraySize(wanted), wanted);
 }
@@ -716,8 +716,8 @@ TEST(ArrayHelper, ReallocationKeepsTheContents) {
   VArrayHelper::VFree(block, 16);
 }
 
-TEST(ArrayHelper, ReallocationAnswersNullWhereMemoryRunsOut) {
-  // A volatile size, or the compiler would see and warn that no heap gives it.
+TEST(ArrayHelper, ReallocationReturnsNullIfMemoryRunsOut) {
+  // A volatile size; otherwise the compiler would warn that it is too large.
   const volatile std::size_t bytes = std::size_t{1} << 60;
   EXPECT_EQ(VArrayHelper::VRealloc(nullptr, bytes, 16), nullptr);
   void* const block = VArrayHelper::VRealloc(nullptr, 32, 16);
@@ -733,7 +733,7 @@ namespace {
 struct Boulder {
   char bytes[512 * 1024];
 
-  /// Without a look at either, so that AddUnique may search slots that do not exist.
+  /// Reads neither element, so that AddUnique can search slots that do not exist.
   friend bool operator==(const Boulder&, const Boulder&) { return false; }
 };
 
@@ -741,11 +741,11 @@ using Boulders = VArrayTemplate<Boulder, 16>;
 
 const Boulder boulder{};
 
-/// 128 TiB, all that a process can address, is less than this many boulders.
+/// This many boulders exceed 128 TiB, the address space of a process.
 constexpr int kTooMany = 1 << 28;
 
-/// Lets the header of an array's block claim a count and capacity that nothing stands behind: no machine
-/// holds an array that is one element short of what it cannot hold.
+/// Writes a false count and capacity to the header of an array's block: no machine
+/// can store an array one element below the limit of its memory.
 void Claim(Boulders& array, int count) {
   std::memcpy(Block(array), &count, 4);
   std::memcpy(Block(array) + 4, &count, 4);
@@ -764,7 +764,7 @@ protected:
 
 } // namespace
 
-TEST_F(ArrayOutOfMemory, ResizeAnswersFalseAndLosesTheBlock) {
+TEST_F(ArrayOutOfMemory, ResizeReturnsFalseAndLosesTheBlock) {
   for (const bool exact : {false, true}) {
     Boulders array;
     ASSERT_TRUE(array.SetCount(2));
@@ -773,13 +773,13 @@ TEST_F(ArrayOutOfMemory, ResizeAnswersFalseAndLosesTheBlock) {
   }
 }
 
-TEST_F(ArrayOutOfMemory, ResizeOfAnArrayWithoutBlockAnswersFalse) {
+TEST_F(ArrayOutOfMemory, ResizeOfAnArrayWithoutBlockReturnsFalse) {
   Boulders array;
   EXPECT_FALSE(array.Resize(kMaxCount, true));
   ExpectWithoutBlockAndUsable(array);
 }
 
-TEST_F(ArrayOutOfMemory, SetCountAnswersFalseAndLosesTheBlock) {
+TEST_F(ArrayOutOfMemory, SetCountReturnsFalseAndLosesTheBlock) {
   Boulders array;
   ASSERT_TRUE(array.SetCount(2));
   EXPECT_FALSE(array.SetCount(kMaxCount));
@@ -793,7 +793,7 @@ TEST_F(ArrayOutOfMemory, AddMultipleLosesTheBlock) {
   ExpectWithoutBlockAndUsable(array);
 }
 
-TEST_F(ArrayOutOfMemory, AddAnswersMinusOneAndLosesTheBlock) {
+TEST_F(ArrayOutOfMemory, AddReturnsMinusOneAndLosesTheBlock) {
   Boulders array;
   ASSERT_TRUE(array.SetCount(1));
   Claim(array, kMaxCount - 1);
@@ -801,7 +801,7 @@ TEST_F(ArrayOutOfMemory, AddAnswersMinusOneAndLosesTheBlock) {
   ExpectWithoutBlockAndUsable(array);
 }
 
-TEST_F(ArrayOutOfMemory, InsertAtAnswersMinusOneAndLosesTheBlock) {
+TEST_F(ArrayOutOfMemory, InsertAtReturnsMinusOneAndLosesTheBlock) {
   Boulders array;
   ASSERT_TRUE(array.SetCount(1));
   Claim(array, kMaxCount - 1);
@@ -809,7 +809,7 @@ TEST_F(ArrayOutOfMemory, InsertAtAnswersMinusOneAndLosesTheBlock) {
   ExpectWithoutBlockAndUsable(array);
 }
 
-TEST_F(ArrayOutOfMemory, AddUniqueAnswersMinusOneAndLosesTheBlock) {
+TEST_F(ArrayOutOfMemory, AddUniqueReturnsMinusOneAndLosesTheBlock) {
   Boulders array;
   ASSERT_TRUE(array.SetCount(1));
   Claim(array, kTooMany);
@@ -817,7 +817,7 @@ TEST_F(ArrayOutOfMemory, AddUniqueAnswersMinusOneAndLosesTheBlock) {
   ExpectWithoutBlockAndUsable(array);
 }
 
-TEST_F(ArrayOutOfMemory, CopiesStayWithoutBlock) {
+TEST_F(ArrayOutOfMemory, CopiesHaveNoBlock) {
   Boulders source;
   ASSERT_TRUE(source.SetCount(1));
   Claim(source, kTooMany);

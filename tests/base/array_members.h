@@ -12,7 +12,8 @@
 
 namespace tests {
 
-/// Takes the address of each named member, and uses those that have none (constructors, destructor).
+/// Takes the address of each named member, and calls the members without an address (constructors,
+/// destructor).
 template <class T>
 void ExpectEveryMemberWorks() {
   using Array = VArrayTemplate<T*, 16>;
@@ -48,8 +49,8 @@ void ExpectEveryMemberWorks() {
   const auto empty = &Array::Empty;
   const auto delete_or_destroy = &Array::DeleteOrDestroy;
 
-  // The array never looks at what its elements point to, so addresses of plain bytes do, also of a type that
-  // is only declared here.
+  // The array never reads the objects that it points to, so addresses of plain bytes are enough, even of a
+  // type that is only declared here.
   static std::array<char, 4> bytes;
   T* const a = reinterpret_cast<T*>(static_cast<void*>(&bytes[0]));
   T* const b = reinterpret_cast<T*>(static_cast<void*>(&bytes[1]));

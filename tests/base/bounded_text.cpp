@@ -8,14 +8,14 @@
 using mien::CopyBounded;
 using mien::EqualIgnoringCase;
 
-TEST(CopyBounded, TakesATextOf255Characters) {
+TEST(CopyBounded, AcceptsATextOf255Characters) {
   const std::string text(255, 'x');
   char buffer[256];
   EXPECT_TRUE(CopyBounded(buffer, text.c_str()));
   EXPECT_EQ(buffer, text);
 }
 
-TEST(CopyBounded, RejectsAnythingLongerAndLeavesTheBufferAlone) {
+TEST(CopyBounded, RejectsLongerTextsAndKeepsTheBuffer) {
   for (const std::size_t length : {256u, 257u, 100000u}) {
     char buffer[256], before[256];
     std::memset(buffer, '#', sizeof buffer);
@@ -25,7 +25,7 @@ TEST(CopyBounded, RejectsAnythingLongerAndLeavesTheBufferAlone) {
   }
 }
 
-TEST(CopyBounded, TakesAnEmptyText) {
+TEST(CopyBounded, AcceptsAnEmptyText) {
   char buffer[256] = "before";
   EXPECT_TRUE(CopyBounded(buffer, ""));
   EXPECT_STREQ(buffer, "");
@@ -43,7 +43,7 @@ TEST(CopyBounded, KeepsBytesBeyondAscii) {
   EXPECT_STREQ(buffer, "\xc3\xa4\xff");
 }
 
-TEST(CopyBounded, TakesTheBufferItself) {
+TEST(CopyBounded, AcceptsTheBufferItself) {
   char buffer[256] = "Smile";
   EXPECT_TRUE(CopyBounded(buffer, buffer));
   EXPECT_STREQ(buffer, "Smile");
@@ -55,15 +55,15 @@ TEST(EqualIgnoringCase, IgnoresTheCaseOfEveryLetter) {
   EXPECT_TRUE(EqualIgnoringCase("", ""));
 }
 
-TEST(EqualIgnoringCase, TellsTextsOfDifferentLengthApart) {
+TEST(EqualIgnoringCase, DistinguishesTextsOfDifferentLength) {
   EXPECT_FALSE(EqualIgnoringCase("Smile", "Smile1"));
   EXPECT_FALSE(EqualIgnoringCase("Smile1", "Smile"));
   EXPECT_FALSE(EqualIgnoringCase("", "a"));
   EXPECT_FALSE(EqualIgnoringCase("a", ""));
 }
 
-TEST(EqualIgnoringCase, KnowsNoCaseButThatOfAToZ) {
-  // Each pair differs in the one bit that tells a capital letter from a small one, and is no pair of ASCII
+TEST(EqualIgnoringCase, IgnoresOnlyTheCaseOfAToZ) {
+  // Each pair differs in the bit that distinguishes capital and small letters, but is not a pair of ASCII
   // letters.
   EXPECT_FALSE(EqualIgnoringCase("@", "`"));
   EXPECT_FALSE(EqualIgnoringCase("[", "{"));
@@ -72,7 +72,7 @@ TEST(EqualIgnoringCase, KnowsNoCaseButThatOfAToZ) {
   EXPECT_FALSE(EqualIgnoringCase("\xc3\x84", "\xc3\xa4")); // and in UTF-8
 }
 
-TEST(EqualIgnoringCase, OfAllSingleBytesMatchesLettersOnly) {
+TEST(EqualIgnoringCase, OfAllSingleBytesOnlyLettersMatch) {
   for (int i = 1; i < 256; ++i) {
     for (int j = 1; j < 256; ++j) {
       const char a[] = {static_cast<char>(i), '\0'}, b[] = {static_cast<char>(j), '\0'};

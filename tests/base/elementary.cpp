@@ -26,13 +26,13 @@ std::uint64_t Bits(double x) { return std::bit_cast<std::uint64_t>(x); }
 double Sine(double degrees) { return SineAndCosineOfDegrees(degrees).sine; }
 double Cosine(double degrees) { return SineAndCosineOfDegrees(degrees).cosine; }
 
-/// A number of either sign and of a size between 2^low and 2^high, each power of two as likely as the next.
+/// A number of either sign and of a size between 2^low and 2^high, with all powers of two equally likely.
 double OfAnySize(Random& random, int low, int high) {
   const double size = random.Between(1, 2), sign = random.Between(-1, 1);
   return std::ldexp(std::copysign(size, sign), static_cast<int>(std::floor(random.Between(low, high))));
 }
 
-/// The worst error seen, in units in the last place of the true value, and where.
+/// The largest error found, in units in the last place of the true value, and its argument.
 class Worst {
 public:
   void See(double found, long double expected, double argument) {
@@ -41,7 +41,7 @@ public:
     const int exponent = std::max(std::ilogb(nearest == 0 ? kSmallest : nearest) - 52, -1074);
     const auto error =
         static_cast<double>(std::abs(std::ldexp(static_cast<long double>(found) - expected, -exponent)));
-    if (!(error <= mError)) mError = error, mArgument = argument; // so a NaN is the worst
+    if (!(error <= mError)) mError = error, mArgument = argument; // a NaN is the largest error
   }
   double Error() const { return mError; }
   double Argument() const { return mArgument; }
@@ -50,14 +50,14 @@ private:
   double mError = 0, mArgument = 0;
 };
 
-/// Compares with the C library's long double, which is only of use as the truth where it has more digits.
+/// Compares with the C library's long double, which is usable as a reference only if it has more digits.
 class ElementaryErrors : public testing::Test {
 protected:
   void SetUp() override {
-    ASSERT_GE(std::numeric_limits<long double>::digits, 64) << "long double is no finer than double here";
+    ASSERT_GE(std::numeric_limits<long double>::digits, 64) << "long double is as imprecise as double";
   }
   static constexpr int kInputs = 200'000;
-  static constexpr double kPromised = 0.75, kPromisedOfDenormals = 1; // as the header says
+  static constexpr double kPromised = 0.75, kPromisedOfDenormals = 1; // as stated in the header
 };
 
 } // namespace
@@ -97,7 +97,7 @@ TEST_F(ElementaryErrors, OfSineAndCosine) {
   Random random(3);
   Worst sines, cosines, denormal;
   for (int i = 0; i < kInputs; ++i) {
-    // One turn; next to multiples of 90 degrees, where one of them is nearly 0; and all sizes.
+    // One rotation; near multiples of 90 degrees, where one of them is nearly 0; and all sizes.
     const double x = i % 3 == 0   ? random.Between(-360, 360)
                      : i % 3 == 1 ? 90 * std::floor(random.Between(-9, 9)) + OfAnySize(random, -40, 0)
                                   : OfAnySize(random, -1074, 1024);
@@ -120,7 +120,7 @@ TEST_F(ElementaryErrors, OfTheAngleOfAPoint) {
   Random random(4);
   Worst everywhere, denormal;
   for (int i = 0; i < kInputs; ++i) {
-    // In a square; of any ratio; of any size.
+    // In a square; with any ratio; with any size.
     double y = random.Between(-1, 1), x = random.Between(-1, 1);
     if (i % 3 == 1) y = OfAnySize(random, -40, 40), x = OfAnySize(random, -40, 40);
     if (i % 3 == 2) {
@@ -145,7 +145,7 @@ TEST(Exponential, IsExactAtZeroAndAtTheEnds) {
   EXPECT_TRUE(std::isnan(Exp(kNaN)));
 }
 
-TEST(Exponential, OverflowsToInfinityAndUnderflowsToZeroWhereTheResultsRangeEnds) {
+TEST(Exponential, OverflowsToInfinityAndUnderflowsToZeroAtTheEndsOfTheRange) {
   EXPECT_LT(Exp(709.782712893384), kInfinity); // the largest double whose exponential is one
   EXPECT_GT(Exp(709.782712893384), 0.99999999 * kLargest);
   EXPECT_EQ(Exp(std::nextafter(709.782712893384, 800)), kInfinity);
@@ -158,7 +158,7 @@ TEST(Exponential, OverflowsToInfinityAndUnderflowsToZeroWhereTheResultsRangeEnds
   EXPECT_EQ(Bits(Exp(-kLargest)), Bits(0.0));
 }
 
-TEST(Logarithm, IsWhatTheStandardSaysForWhatHasNone) {
+TEST(Logarithm, FollowsTheStandardForArgumentsWithoutALogarithm) {
   EXPECT_EQ(Log(0.0), -kInfinity);
   EXPECT_EQ(Log(-0.0), -kInfinity);
   EXPECT_TRUE(std::isnan(Log(-kSmallest)));
@@ -170,19 +170,20 @@ TEST(Logarithm, IsWhatTheStandardSaysForWhatHasNone) {
 
 TEST(Logarithm, OfOneIsPositiveZero) { EXPECT_EQ(Bits(Log(1)), Bits(0.0)); }
 
-TEST(Logarithm, OfEveryPowerOfTwoIsTheNearestMultipleOfThatOfTwo) {
+TEST(Logarithm, OfEveryPowerOfTwoIsTheNearestMultipleOfLogTwo) {
   constexpr long double kLogarithmOfTwo = std::numbers::ln2_v<long double>;
-  ASSERT_GE(std::numeric_limits<long double>::digits, 64) << "the products would not be finer than double";
+  ASSERT_GE(std::numeric_limits<long double>::digits, 64) << "the products are as imprecise as double";
   for (int k = -1074; k <= 1023; ++k)
     EXPECT_EQ(Log(std::ldexp(1.0, k)), static_cast<double>(k * kLogarithmOfTwo)) << k;
 }
 
-// Both factors are sums of two doubles; a wrong second one would go unseen where only the last place tells.
-TEST(Logarithm, BringsTheExponentialBack) {
+// Both factors are sums of two doubles; only the last place would show an error in the second one.
+TEST(Logarithm, InvertsTheExponential) {
   Random random(5);
   for (int i = 0; i < 10'000; ++i) {
     const double x = random.Between(-700, 700);
-    // The exponential's error is relative, so absolute in its logarithm: 2^-53 at most, and the rounding of x's size.
+    // The exponential's error is relative, so it is absolute in the logarithm: at most 2^-53, plus a rounding
+    // of x's size.
     ASSERT_NEAR(Log(Exp(x)), x, 2.3e-16 + 1.2e-16 * std::abs(x)) << x;
   }
 }
@@ -202,7 +203,7 @@ TEST(SineAndCosine, OfRightAnglesAreExact) {
   }
 }
 
-TEST(SineAndCosine, AreTheSameAfterWholeTurns) {
+TEST(SineAndCosine, AreTheSameAfterWholeRotations) {
   for (const double degrees : {0.5, 1.0, 29.75, 44.0, 45.0, 46.5, 90.25, 135.0, 179.0, 225.0, 315.5, 359.0})
     for (const double turns :
          {360.0, 720.0, 360e6, 360.0 * 2777777, 360.0 * 2777778, 360e12}) { // on both sides of 1e9
@@ -232,14 +233,14 @@ TEST(SineAndCosine, AreExchangedByTheComplement) {
   }
 }
 
-TEST(SineAndCosine, OfWhatIsNoAngleAreNotNumbers) {
+TEST(SineAndCosine, OfInfinityAndNaNAreNaN) {
   for (const double x : {kInfinity, -kInfinity, kNaN}) {
     EXPECT_TRUE(std::isnan(Sine(x)));
     EXPECT_TRUE(std::isnan(Cosine(x)));
   }
 }
 
-TEST(ArcTangent2, IsWhatTheStandardSaysOfZerosAndInfinities) {
+TEST(ArcTangent2, FollowsTheStandardForZerosAndInfinities) {
   constexpr double pi = std::numbers::pi;
   const struct {
     double y, x, angle;
@@ -275,22 +276,22 @@ TEST(ArcTangent2, OfDiagonalsAreOddEighthsOfATurn) {
     const double a = std::ldexp(1.0, exponent);
     ASSERT_EQ(ArcTangent2(a, a), std::numbers::pi / 4) << a;
     ASSERT_EQ(ArcTangent2(a, -a), 3 * (std::numbers::pi / 4))
-        << a; // the nearest double of both, as it happens
+        << a; // happens to be the nearest double of both
   }
 }
 
-TEST(ArcTangent2, MirrorsToTheBitAndForgetsTheSize) {
+TEST(ArcTangent2, MirrorsToTheBitAndIgnoresTheSize) {
   Random random(7);
   for (int i = 0; i < 100'000; ++i) {
     const double y = OfAnySize(random, -50, 50), x = OfAnySize(random, -50, 50);
     const double angle = ArcTangent2(y, x);
     ASSERT_EQ(Bits(ArcTangent2(-y, x)), Bits(-angle)) << y << " " << x;
-    for (const double size : {0x1p-900, 0x1p-600, 0x1p450, 0x1p900}) // exact, and beyond where all is scaled
+    for (const double size : {0x1p-900, 0x1p-600, 0x1p450, 0x1p900}) // exact, some of them scaled inside
       ASSERT_EQ(Bits(ArcTangent2(y * size, x * size)), Bits(angle)) << y << " " << x << " " << size;
   }
 }
 
-// Where one series takes over from another, two errors of less than a unit could let the function fall by one.
+// Where one series replaces another, two errors of less than a unit could make the function fall by one.
 TEST(Elementary, FunctionsRiseAcrossTheSeamsOfTheirSeries) {
   const auto ExpectRising = [](const char* what, double seam, auto function) {
     double x = seam;
@@ -311,8 +312,8 @@ TEST(Elementary, FunctionsRiseAcrossTheSeamsOfTheirSeries) {
   for (const double degrees : {-135.0, -45.0, 225.0}) ExpectRising("cos", degrees, Cosine);
 }
 
-// What the file is for: the numbers below hold for every compiler, optimisation, processor and C library. They may only
-// change together with the functions.
+// The purpose of the functions: the numbers below are the same for every compiler, optimisation, processor
+// and C library. They may only change together with the functions.
 TEST(Elementary, BitsAreTheSameInEveryBuild) {
   struct Hash { // FNV-1a, 64 bits, over the values' bytes, least significant first
     std::uint64_t value = 0xcbf29ce484222325u;

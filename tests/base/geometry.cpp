@@ -64,7 +64,7 @@ TEST(TVector, IsFourDoublesInARow) {
   EXPECT_EQ(offsetof(VgeTVector, w), 24u);
 }
 
-TEST(TVector, CopiesCarryAllFourComponents) {
+TEST(TVector, CopiesHaveAllFourComponents) {
   VgeTVector source = Point(1, 2, 3);
   source.w = 4;
   const VgeTVector copy(source);
@@ -78,7 +78,7 @@ TEST(TVector, CopiesCarryAllFourComponents) {
   }
 }
 
-TEST(TVector, TakesFourConsecutiveDoubles) {
+TEST(TVector, CopiesFourConsecutiveDoubles) {
   const double doubles[] = {1, 2, 3, 4, 5};
   VgeTVector v;
   EXPECT_EQ(&(v = &doubles[1]), &v);
@@ -88,7 +88,7 @@ TEST(TVector, TakesFourConsecutiveDoubles) {
   EXPECT_EQ(v.w, 5);
 }
 
-TEST(TVector, IsTakenFromTheComponentsOfAnother) {
+TEST(TVector, CopiesTheComponentsOfAnother) {
   std::array<double, 4> components = {1, 2, 3, 4};
   VgeTVector source;
   source = components.data();
@@ -104,7 +104,7 @@ TEST(SVector, ChangesNothingByDefault) {
   EXPECT_EQ(s.z, 1);
 }
 
-TEST(SVector, HoldsThreeFactors) {
+TEST(SVector, HasThreeFactors) {
   EXPECT_EQ(sizeof(VgeSVector), 3 * sizeof(double));
   const VgeSVector s(2, -3, 4), copy(s);
   VgeSVector assigned;
@@ -157,7 +157,7 @@ TEST(Matrices, AreEqualByValue) {
   EXPECT_FALSE(other == VgeAMatrix());
 }
 
-TEST(RMatrix, InitIsTheIdentityAgain) {
+TEST(RMatrix, InitRestoresTheIdentity) {
   VgeRMatrix r;
   for (auto& column : r.m)
     for (double& element : column) element = kNaN;
@@ -192,10 +192,10 @@ TEST(Quaternion, OfATurnAboutAnAxisHasTheSineOfHalfTheAngleThere) {
     for (double angle = -179; angle <= 179; angle += 1) {
       const VgeQuaternion q(AxisRotation(axis, angle));
       const double sine = std::sin(tests::Radians(angle / 2)), cosine = std::cos(tests::Radians(angle / 2));
-      // Beyond -90 degrees the sine is the larger one, and negative: the other quaternion of the rotation is
-      // meant.
+      // Below -90 degrees the sine is larger than the cosine, and negative: the other quaternion of the
+      // rotation is expected.
       const double sign = angle < -90 ? -1 : 1;
-      if (std::abs(angle) == 90 && sine < 0) continue; // both of one size, either sign will do
+      if (std::abs(angle) == 90 && sine < 0) continue; // equal sizes: either sign is correct
       const double vector[] = {q.x, q.y, q.z};
       for (int k = 0; k < 3; ++k)
         EXPECT_NEAR(vector[k], k == axis ? sign * sine : 0, 1e-14) << angle << " degrees";
@@ -225,13 +225,13 @@ TEST(Quaternion, LargestComponentIsPositive) {
   for (int i = 0; i < 5000; ++i) {
     const VgeQuaternion q(RandomRotation(random));
     const double largest = std::max({q.x, q.y, q.z, q.w}), smallest = std::min({q.x, q.y, q.z, q.w});
-    // Where two components are of one size but for rounding, either may be taken for the larger one.
+    // If two components have the same size up to rounding, either may be the larger one.
     ASSERT_GE(largest, -smallest - 1e-14) << q.x << " " << q.y << " " << q.z << " " << q.w;
   }
 }
 
 TEST(Quaternion, StaysAccurateNextToHalfATurn) {
-  // Where the scalar part goes to zero, its sign and size must still be read from the matrix.
+  // As the scalar part goes to zero, its sign and size must still be read from the matrix.
   for (const double missing : {1e-3, 1e-6, 1e-9, 1e-12}) {
     const VgeQuaternion q(AxisRotation(1, std::sin(missing), -std::cos(missing))); // pi - missing, in radians
     EXPECT_NEAR(q.y, 1, missing);
@@ -239,7 +239,7 @@ TEST(Quaternion, StaysAccurateNextToHalfATurn) {
   }
 }
 
-TEST(Quaternion, ReadsTheUpperThreeByThreeAlone) {
+TEST(Quaternion, ReadsOnlyTheUpperThreeByThree) {
   VgeRMatrix clean = AxisRotation(1, 40), soiled = clean;
   for (int k = 0; k < 4; ++k) soiled.m[3][k] = soiled.m[k][3] = kNaN;
   EXPECT_EQ(VgeQuaternion(soiled), VgeQuaternion(clean));
@@ -249,7 +249,7 @@ TEST(Quaternion, ReadsTheUpperThreeByThreeAlone) {
 
 namespace {
 
-/// A triangle's frame, computed into variables that hold something else.
+/// A triangle's frame, computed into variables with other values.
 struct Frame {
   VgeAMatrix m;
   double area = kNaN, quality = kNaN;
@@ -297,14 +297,14 @@ TEST(ThreePoints, FrameOfARightTriangle) {
   EXPECT_DOUBLE_EQ(frame.quality, 0.6); // sides 3, 4, 5: the smallest angle is opposite to 3
 }
 
-TEST(ThreePoints, XPointsToTheSecondPointWhereverTheThirdIs) {
+TEST(ThreePoints, XPointsToTheSecondPoint) {
   const Frame frame(Point(0, 0, 0), Point(0, 0, -2), Point(3, 0, 5));
   ExpectNear(frame.Axis(0), Point(0, 0, -1), 0);
   ExpectNear(frame.Axis(2), Point(0, -1, 0), 0); // (0, 0, -2) x (3, 0, 5) = (0, -6, 0)
   ExpectNear(frame.Axis(1), Point(1, 0, 0), 0);
 }
 
-TEST(ThreePoints, ExchangedPointsTurnTheNormalRound) {
+TEST(ThreePoints, ExchangedPointsReverseTheNormal) {
   const Frame frame(Point(0, 0, 0), Point(0, 3, 0), Point(4, 0, 0));
   ExpectNear(frame.Axis(0), Point(0, 1, 0), 0);
   ExpectNear(frame.Axis(2), Point(0, 0, -1), 0);
@@ -336,7 +336,7 @@ TEST(ThreePoints, AreaAndQualityAreThoseOfTheTriangle) {
   for (int i = 0; i < 5000; ++i) {
     const VgeTVector p[3] = {RandomPoint(random), RandomPoint(random), RandomPoint(random)};
     const Frame frame(p[0], p[1], p[2]);
-    // By Heron's formula and the law of cosines, neither of which knows a cross product.
+    // By Heron's formula and the law of cosines, which use no cross product.
     double squared[3];
     for (int k = 0; k < 3; ++k) {
       const VgeTVector &q = p[(k + 1) % 3], &r = p[(k + 2) % 3];
@@ -350,8 +350,8 @@ TEST(ThreePoints, AreaAndQualityAreThoseOfTheTriangle) {
     std::sort(squared, squared + 3);
     const double cosine = (squared[1] + squared[2] - squared[0]) / (2 * std::sqrt(squared[1] * squared[2]));
     const double sine = std::sqrt(1 - cosine * cosine);
-    if (sine < 1e-3) continue; // both formulas cancel on needles
-    // The cancellation costs them up to 1 / sine^2 roundings.
+    if (sine < 1e-3) continue; // both formulas cancel on thin triangles
+    // The cancellation multiplies their rounding errors by up to 1 / sine^2.
     ASSERT_NEAR(frame.area / area, 1, 1e-15 * 10 / (sine * sine)) << "case " << i;
     ASSERT_NEAR(frame.quality / sine, 1, 1e-15 * 10 / (sine * sine)) << "case " << i;
   }
@@ -362,13 +362,13 @@ TEST(ThreePoints, FrameIsRightHandedAndOrthonormal) {
   for (int i = 0; i < 5000; ++i) {
     const VgeTVector p0 = RandomPoint(random), p1 = RandomPoint(random), p2 = RandomPoint(random);
     const Frame frame(p0, p1, p2);
-    if (frame.quality < 1e-3) continue; // the normal of a needle carries the roundings of its sides
+    if (frame.quality < 1e-3) continue; // the normal of a thin triangle is not exact
     for (int k = 0; k < 3; ++k) {
       ASSERT_NEAR(Dot(frame.Axis(k), frame.Axis(k)), 1, 1e-12);
       ASSERT_NEAR(Dot(frame.Axis(k), frame.Axis((k + 1) % 3)), 0, 1e-12);
     }
     ExpectNear(Cross(frame.Axis(0), frame.Axis(1)), frame.Axis(2), 1e-12);
-    // x along the first side; the third point on the side of +y; nothing of the triangle off the xy plane.
+    // x along the first side; the third point on the side of +y; the whole triangle in the xy plane.
     const VgeTVector e1 = Point(p1.x - p0.x, p1.y - p0.y, p1.z - p0.z),
                      e2 = Point(p2.x - p0.x, p2.y - p0.y, p2.z - p0.z);
     ASSERT_NEAR(Dot(e1, frame.Axis(0)), std::sqrt(Dot(e1, e1)), 1e-11);
@@ -387,9 +387,9 @@ TEST(ThreePoints, FrameMovesWithTheTriangle) {
     const VgeRMatrix r = RandomRotation(random);
     const VgeTVector t = RandomPoint(random);
     const Frame still(p[0], p[1], p[2]);
-    if (still.quality < 1e-2) continue; // a needle's normal is not determined to the tolerance below
+    if (still.quality < 1e-2) continue; // the normal of a thin triangle is not exact to the tolerance below
     const Frame moved(Sum(Rotated(r, p[0]), t), Sum(Rotated(r, p[1]), t), Sum(Rotated(r, p[2]), t));
-    // Roundings of positions of size 300, over sides that may be a hundredth as long as the longest.
+    // Rounding errors of positions of size 300, relative to sides that may be a hundredth of the longest.
     for (int k = 0; k < 3; ++k) ExpectNear(moved.Axis(k), Rotated(r, still.Axis(k)), 1e-10);
     const VgeTVector centroid = Point(still.m.m[3][0], still.m.m[3][1], still.m.m[3][2]);
     ExpectNear(Point(moved.m.m[3][0], moved.m.m[3][1], moved.m.m[3][2]), Sum(Rotated(r, centroid), t), 1e-12);
@@ -414,7 +414,7 @@ TEST(ThreePoints, AreaAndQualityDoNotDependOnTheOrderOfThePoints) {
   }
 }
 
-TEST(ThreePoints, UnitsChangeTheAreaAndNothingElse) {
+TEST(ThreePoints, UnitsChangeOnlyTheArea) {
   // A power of two, so that every result is exact.
   const VgeTVector p0 = Point(3, -2, 7), p1 = Point(-11, 5, 1), p2 = Point(4, 9, -6);
   const auto scaled = [](const VgeTVector& p) { return Point(p.x * 1024, p.y * 1024, p.z * 1024); };
@@ -448,14 +448,14 @@ TEST(ThreePoints, WithoutAreaHaveIdentityAxesAtTheCentroid) {
   }
 }
 
-TEST(ThreePoints, NotFiniteAreNeverAUsableFrame) {
+TEST(ThreePoints, NonFinitePointsNeverGiveAUsableFrame) {
   for (int point = 0; point < 3; ++point) {
     for (int axis = 0; axis < 3; ++axis) {
       for (const double bad : {kNaN, kInfinity, -kInfinity}) {
         VgeTVector p[3] = {Point(3, -2, 7), Point(-11, 5, 1), Point(4, 9, -6)};
         (axis == 0 ? p[point].x : axis == 1 ? p[point].y : p[point].z) = bad;
         const Frame frame(p[0], p[1], p[2]);
-        // Of an infinite one only this much matters: no threshold takes it for a usable frame.
+        // For an infinite one only this matters: no threshold accepts it as a usable frame.
         if (std::isnan(bad)) {
           ExpectWithoutArea(frame);
           EXPECT_TRUE(std::isnan(frame.m.m[3][axis]));

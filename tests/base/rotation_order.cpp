@@ -63,8 +63,8 @@ void ExpectInRange(const Order& order, const VgeRVector& angles) {
   EXPECT_LE(Component(angles, order.middle), 90);
 }
 
-/// Angles in range that lead back to the matrix. The bound is the promised one; the matrices here are of unit
-/// size.
+/// Checks that angles are in range and give the matrix back. The bound is the guaranteed one; the matrices
+/// here have unit size.
 void ExpectRoundTrip(const Order& order, const VgeRMatrix& matrix) {
   const VgeRVector angles = Vector(order, matrix);
   ExpectInRange(order, angles);
@@ -74,7 +74,7 @@ void ExpectRoundTrip(const Order& order, const VgeRMatrix& matrix) {
 
 } // namespace
 
-TEST(RotationOrder, IsXYZUnlessSaidOtherwise) {
+TEST(RotationOrder, IsXYZByDefault) {
   EXPECT_EQ(VTxRotationOrder().mOrder, 0);
   VgeRMatrix matrix;
   VTxRotationOrder().V2M(matrix, VgeRVector(10, 20, 30));
@@ -82,8 +82,8 @@ TEST(RotationOrder, IsXYZUnlessSaidOtherwise) {
             1e-15);
 }
 
-TEST(RotationOrder, TurnsAxesTowardsEachOtherByDegrees) {
-  // A quarter turn about x carries y to z; about y, z to x; about z, x to y. In every order.
+TEST(RotationOrder, RotatesAxesByDegrees) {
+  // 90 degrees about x carry y to z; about y, z to x; about z, x to y. In every order.
   for (const Order& order : kOrders) {
     const VgeRMatrix about_x = Matrix(order, VgeRVector(90, 0, 0));
     const VgeRMatrix about_y = Matrix(order, VgeRVector(0, 90, 0));
@@ -97,12 +97,13 @@ TEST(RotationOrder, TurnsAxesTowardsEachOtherByDegrees) {
   }
 }
 
-TEST(RotationOrder, FirstLetterTurnsFirst) {
-  // Two quarter turns, x then y in the order's own sequence, carry z to a different axis than y then x.
+TEST(RotationOrder, FirstLetterIsAppliedFirst) {
+  // Two rotations by 90 degrees, x then y, carry z to a different axis than y then x.
   for (const Order& order : kOrders) {
     const bool x_before_y = order.code == 0 || order.code == 1 || order.code == 4;
     const VgeRMatrix matrix = Matrix(order, VgeRVector(90, 90, 0));
-    // About x, z goes to -y, and y leaves that alone. About y, z goes to x, and x leaves that alone.
+    // About x, z goes to -y, which a rotation about y keeps. About y, z goes to x, which a rotation about x
+    // keeps.
     EXPECT_EQ(matrix.m[2][1], x_before_y ? -1 : 0) << order.letters;
     EXPECT_EQ(matrix.m[2][0], x_before_y ? 0 : 1) << order.letters;
   }
@@ -114,7 +115,7 @@ TEST(RotationOrder, V2MIsTheProductOfThreeAxisRotations) {
     const double first = random.Between(-180, 180), middle = random.Between(-180, 180),
                  last = random.Between(-180, 180);
     for (const Order& order : kOrders)
-      // A few roundings of products of sines.
+      // A few rounding errors of products of sines.
       ASSERT_LE(
           Distance(Matrix(order, Angles(order, first, middle, last)), Expected(order, first, middle, last)),
           4e-15)
@@ -122,7 +123,7 @@ TEST(RotationOrder, V2MIsTheProductOfThreeAxisRotations) {
   }
 }
 
-TEST(RotationOrder, V2MTakesAnglesBeyondOneTurn) {
+TEST(RotationOrder, V2MAcceptsAnglesBeyondOneRotation) {
   for (const Order& order : kOrders) {
     EXPECT_EQ(Matrix(order, VgeRVector(1830, -700, 760)), Matrix(order, VgeRVector(30, 20, 40)))
         << order.letters;
@@ -139,13 +140,13 @@ TEST(RotationOrder, V2MOfAnInfiniteAngleIsNotANumber) {
       int not_numbers = 0;
       for (int column = 0; column < 3; ++column)
         for (int row = 0; row < 3; ++row) not_numbers += std::isnan(matrix.m[column][row]);
-      EXPECT_GE(not_numbers, 6) << order.letters; // all but the column or row of the x axis, at least
+      EXPECT_GE(not_numbers, 6) << order.letters; // at least all except the column or row of the x axis
     }
   }
 }
 
-TEST(RotationOrder, QuarterTurnsHoldOnlyZerosAndOnes) {
-  // Any three of them, whole turns away as well: products of exact sines are exact.
+TEST(RotationOrder, MultiplesOf90DegreesGiveOnlyZerosAndOnes) {
+  // Any three of them, also after whole rotations: products of exact sines are exact.
   for (const Order& order : kOrders) {
     for (int quarters = 0; quarters < 9 * 9 * 9; ++quarters) {
       const int of_each[] = {quarters % 9 - 4, quarters / 9 % 9 - 4, quarters / 81 - 4};
@@ -190,7 +191,7 @@ TEST(RotationOrder, V2MWritesTheWholeMatrix) {
   }
 }
 
-TEST(RotationOrder, M2VReadsTheUpperThreeByThreeAlone) {
+TEST(RotationOrder, M2VReadsOnlyTheUpperThreeByThree) {
   for (const Order& order : kOrders) {
     const VgeRMatrix clean = Matrix(order, VgeRVector(10, 20, 30));
     VgeRMatrix soiled = clean;
@@ -200,22 +201,22 @@ TEST(RotationOrder, M2VReadsTheUpperThreeByThreeAlone) {
 }
 
 TEST(RotationOrder, V2MIgnoresTheFourthComponent) {
-  // A position is taken where angles are expected, with whatever it has for w.
+  // A position can be passed as angles, with any w.
   VgeTVector position;
   position.x = 10, position.y = 20, position.z = 30, position.w = kNaN;
   for (const Order& order : kOrders)
     EXPECT_EQ(Matrix(order, position), Matrix(order, VgeRVector(10, 20, 30))) << order.letters;
 }
 
-TEST(RotationOrder, M2VFindsTheAnglesAgain) {
+TEST(RotationOrder, M2VReturnsTheAngles) {
   Random random(2);
   for (int i = 0; i < 3000; ++i) {
     const double first = random.Between(-180, 180), middle = random.Between(-89, 89),
                  last = random.Between(-180, 180);
     for (const Order& order : kOrders) {
       const VgeRVector angles = Vector(order, Matrix(order, Angles(order, first, middle, last)));
-      // One degree from the pole, first and last are read from elements of size 1/57: 57 * 57 roundings in
-      // degrees.
+      // One degree from the pole, first and last are read from elements of size 1/57: 57 * 57 rounding errors
+      // in degrees.
       ASSERT_NEAR(Component(angles, order.first), first, 1e-11) << order.letters;
       ASSERT_NEAR(Component(angles, order.middle), middle, 1e-11) << order.letters;
       ASSERT_NEAR(Component(angles, order.last), last, 1e-11) << order.letters;
@@ -223,7 +224,7 @@ TEST(RotationOrder, M2VFindsTheAnglesAgain) {
   }
 }
 
-TEST(RotationOrder, EveryRotationComesBackInEveryOrder) {
+TEST(RotationOrder, EveryRotationIsRestoredInEveryOrder) {
   Random random(3);
   for (int i = 0; i < 3000; ++i) {
     const VgeRMatrix matrix =
@@ -233,7 +234,7 @@ TEST(RotationOrder, EveryRotationComesBackInEveryOrder) {
   }
 }
 
-TEST(RotationOrder, RotationsAtAndNextToThePolesComeBack) {
+TEST(RotationOrder, RotationsAtAndNearThePolesAreRestored) {
   std::vector<double> distances = {0};
   for (double degrees = 10; degrees > 1e-17; degrees /= 3) distances.push_back(degrees);
   Random random(4);
@@ -242,8 +243,8 @@ TEST(RotationOrder, RotationsAtAndNextToThePolesComeBack) {
       for (const double pole : {-90.0, 90.0}) {
         for (int i = 0; i < 40; ++i) {
           const double first = random.Between(-180, 180), last = random.Between(-180, 180);
-          // The middle rotation from its distance to the pole, so that distances below the spacing of doubles
-          // at 90 degrees are reached; on both sides of the pole.
+          // The middle rotation is made from its distance to the pole, so that distances below the spacing of
+          // doubles at 90 degrees are possible; on both sides of the pole.
           for (const double side : {-1.0, 1.0}) {
             const double sine = std::copysign(std::cos(tests::Radians(distance)), pole);
             const double cosine = side * std::sin(tests::Radians(distance));
@@ -261,8 +262,8 @@ TEST(RotationOrder, RotationsAtAndNextToThePolesComeBack) {
 TEST(RotationOrder, AtThePoleTheLastAngleIsZero) {
   Random random(5);
   for (const Order& order : kOrders) {
-    // What turns about the last axis after a middle angle at the pole also turns about the first axis: the
-    // same way at +90 and the other way at -90 degrees in even orders, the reverse in odd ones.
+    // With the middle angle at the pole, a rotation about the last axis is also one about the first axis: in
+    // the same way at +90 and the other way at -90 degrees in even orders, the reverse in odd ones.
     const bool even = (order.middle - order.first + 3) % 3 == 1;
     for (const double pole : {-90.0, 90.0}) {
       const VgeRMatrix middle = AxisRotation(order.middle, pole > 0 ? 1.0 : -1.0, 0.0);
@@ -280,9 +281,9 @@ TEST(RotationOrder, AtThePoleTheLastAngleIsZero) {
   }
 }
 
-TEST(RotationOrder, RightAnglesComeBackExactlyInRange) {
+TEST(RotationOrder, RightAnglesAreRestoredExactlyAndInRange) {
   // All 24 rotations of a cube onto itself, each with every sign of its zeros: half turns must become 180,
-  // never -180, and what lies at a pole must not depend on the sign of a zero.
+  // never -180, and rotations at a pole must not depend on the sign of a zero.
   constexpr int permutations[6][3] = {{0, 1, 2}, {1, 2, 0}, {2, 0, 1}, {0, 2, 1}, {2, 1, 0}, {1, 0, 2}};
   int rotations = 0;
   for (int p = 0; p < 6; ++p) {
@@ -318,7 +319,7 @@ TEST(RotationOrder, RightAnglesComeBackExactlyInRange) {
 }
 
 TEST(RotationOrder, AnElementRoundedBeyondOneIsAtThePole) {
-  // A sine of the middle angle just above 1, as a product of rotations can leave it, must not become a NaN.
+  // A sine of the middle angle just above 1, as products of rotations can have, must not become NaN.
   for (const Order& order : kOrders) {
     for (const double pole : {-90.0, 90.0}) {
       const double sine = std::copysign(std::nextafter(1.0, 2.0), pole);
@@ -327,11 +328,11 @@ TEST(RotationOrder, AnElementRoundedBeyondOneIsAtThePole) {
   }
 }
 
-TEST(RotationOrder, MinusHalfATurnReadsAsPlusHalfATurn) {
+TEST(RotationOrder, Minus180DegreesReadsAsPlus180) {
   for (const Order& order : kOrders) {
     EXPECT_NEAR(Component(Vector(order, Matrix(order, Angles(order, -180, 0, 0))), order.first), 180, 1e-13);
     EXPECT_NEAR(Component(Vector(order, Matrix(order, Angles(order, 0, 0, -180))), order.last), 180, 1e-13);
-    // A half turn about the middle axis is one about each of the others.
+    // 180 degrees about the middle axis equal 180 degrees about each of the others.
     const VgeRVector angles = Vector(order, Matrix(order, Angles(order, 0, 180, 0)));
     EXPECT_NEAR(std::abs(Component(angles, order.first)), 180, 1e-12) << order.letters;
     EXPECT_NEAR(Component(angles, order.middle), 0, 1e-12) << order.letters;

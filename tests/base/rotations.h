@@ -1,6 +1,6 @@
 #pragma once
 
-// Rotation matrices written out by hand: what the library's conversions are compared with.
+// Rotation matrices written by hand, to compare the library's conversions with.
 
 #include "mien/base/geometry.h"
 
@@ -28,7 +28,7 @@ inline VgeRMatrix AxisRotation(int axis, double degrees) {
   return AxisRotation(axis, std::sin(Radians(degrees)), std::cos(Radians(degrees)));
 }
 
-/// The rotation that applies `second` to what `first` has turned.
+/// The rotation that applies `first`, then `second`.
 inline VgeRMatrix Product(const VgeRMatrix& second, const VgeRMatrix& first) {
   VgeRMatrix product;
   for (int column = 0; column < 3; ++column)

@@ -29,7 +29,7 @@ void DeleteExpressions(VCharacterFace& character) {
   while (character.mCharacterExpressionCount > 0) character.ExpressionDelete(0);
 }
 
-/// Lets a copy and its source both be destroyed: the objects stay the source's.
+/// Allows both a copy and its source to be destroyed: the source keeps the objects.
 void Disown(VCharacterFace& copy) {
   copy.mParts.Clear();
   for (auto& states : copy.mTemplateStates) states.Clear();
@@ -44,7 +44,7 @@ std::string UniqueName(const VCharacterFace& character, const char* base) {
 
 } // namespace
 
-TEST(CharacterFace, StartsWithoutPartsAndExpressionsOfItsOwn) {
+TEST(CharacterFace, StartsWithoutPartsAndOwnExpressions) {
   const VCharacterFace character;
   EXPECT_EQ(character.mParts.GetCount(), 0);
   EXPECT_EQ(character.mCharacterExpressionStates.GetCount(), 0);
@@ -67,7 +67,7 @@ TEST(CharacterFace, DestroysItsPartsThroughTheirVirtualDestructorInListOrder) {
 }
 
 // Only ExpressionDelete releases one: a host may still use the states.
-TEST(CharacterFace, DestructionLeavesTheCharactersExpressionsAlone) {
+TEST(CharacterFace, DestructionDoesNotDeleteTheCharactersExpressions) {
   std::unique_ptr<VCharacterFaceState> expression;
   {
     VCharacterFace character;
@@ -91,7 +91,7 @@ TEST(CharacterFace, CopiesSharePartsAndStatesButNotTheLists) {
     source.mState.mWeights[3][4] = 5;
 
     VCharacterFace copy(source), assigned;
-    assigned.ClearDefineState(); // assignment would forget the states without destroying them
+    assigned.ClearDefineState(); // assignment would drop the states without destroying them
     assigned = source;
     for (VCharacterFace* const character : {&copy, &assigned}) {
       ASSERT_EQ(character->mParts.GetCount(), 1);
@@ -125,7 +125,7 @@ TEST(CharacterFace, CopiesSharePartsAndStatesButNotTheLists) {
   EXPECT_EQ(gone, (std::vector{1}));
 }
 
-TEST(CharacterFace, AssignmentForgetsFormerPartsWithoutDestroyingThem) {
+TEST(CharacterFace, AssignmentDropsFormerPartsWithoutDestroyingThem) {
   std::vector<int> gone;
   const auto former = std::make_unique<Recorded<VCharacterFacePart>>(gone, 1);
   VCharacterFace character, empty;
@@ -137,7 +137,7 @@ TEST(CharacterFace, AssignmentForgetsFormerPartsWithoutDestroyingThem) {
   EXPECT_TRUE(gone.empty());
 }
 
-TEST(CharacterFace, AssignedToItselfKeepsWhatItHas) {
+TEST(CharacterFace, AssignedToItselfKeepsItsMembers) {
   VCharacterFace character;
   AddPart(character, 2);
   character.mState.mWeights[0][0] = 1;
@@ -172,7 +172,7 @@ TEST(PartShapeCount, CountsThePosesOfAClusterPart) {
   EXPECT_EQ(character.GetPartShapeCount(1), 0); // four shapes, no pose
 }
 
-// The number decides, not the class.
+// The type number counts, not the class.
 TEST(PartShapeCount, PartTypeDecides) {
   VCharacterFace character;
   VCharacterFacePartCluster& part = AddClusterPart(character, 2, 1);
@@ -185,7 +185,7 @@ TEST(PartShapeCount, PartTypeDecides) {
   }
 }
 
-TEST(PartShapeCount, IndexThatThereIsNotCountsNothing) {
+TEST(PartShapeCount, AnInvalidIndexCountsZero) {
   VCharacterFace character;
   for (const int p : {-1, 0, 1}) EXPECT_EQ(character.GetPartShapeCount(p), 0);
   AddPart(character, 3);
@@ -196,7 +196,7 @@ TEST(PartShapeCount, IndexThatThereIsNotCountsNothing) {
 
 // --- GetUniquePartName
 
-TEST(UniquePartName, FreeNameIsTakenAsItIs) {
+TEST(UniquePartName, AFreeNameIsUnchanged) {
   VCharacterFace character;
   EXPECT_EQ(UniqueName(character, "Mouth"), "Mouth");
   AddPart(character, 0, "mouth");
@@ -207,7 +207,7 @@ TEST(UniquePartName, FreeNameIsTakenAsItIs) {
   EXPECT_EQ(UniqueName(character, ""), "");
 }
 
-TEST(UniquePartName, TakenNameGetsABlankAndTheFirstFreeNumber) {
+TEST(UniquePartName, ATakenNameGetsABlankAndTheFirstFreeNumber) {
   VCharacterFace character;
   AddPart(character, 0, "mouth");
   EXPECT_EQ(UniqueName(character, "Mouth"), "Mouth 1");
@@ -227,7 +227,7 @@ TEST(UniquePartName, NumbersArePlainDecimal) {
   EXPECT_EQ(UniqueName(character, "Brow"), "Brow 10");
 }
 
-TEST(UniquePartName, LetterCaseIsThatOfAsciiAlone) {
+TEST(UniquePartName, OnlyTheCaseOfAsciiIsIgnored) {
   VCharacterFace character;
   AddPart(character, 0, "\xc3\x84uge [Z]"); // an umlaut in UTF-8
   EXPECT_EQ(UniqueName(character, "\xc3\xa4uge [z]"), "\xc3\xa4uge [z]");
@@ -242,7 +242,7 @@ TEST(UniquePartName, LastOfAHundredCandidatesIsStillTried) {
   EXPECT_EQ(UniqueName(character, "Part"), "Part 99");
 }
 
-TEST(UniquePartName, HundredTakenCandidatesAnswerFalseAndTheLastOne) {
+TEST(UniquePartName, AHundredTakenCandidatesReturnFalseAndTheLastOne) {
   VCharacterFace character;
   AddPart(character, 0, "Part");
   for (int n = 1; n < 100; ++n) AddPart(character, 0, ("PART " + std::to_string(n)).c_str());
@@ -253,7 +253,7 @@ TEST(UniquePartName, HundredTakenCandidatesAnswerFalseAndTheLastOne) {
 
 // --- The character's own expressions
 
-TEST(CharacterExpressions, CreatedOneIsClearAtTheFormerCount) {
+TEST(CharacterExpressions, ACreatedOneIsClearAtTheFormerCount) {
   VCharacterFace character;
   for (int k = 0; k < 20; ++k) {
     character.ExpressionCreate();
@@ -274,7 +274,7 @@ TEST(CharacterExpressions, CreatedOneIsClearAtTheFormerCount) {
   DeleteExpressions(character);
 }
 
-TEST(CharacterExpressions, DeletingOneRenumbersThoseBehindIt) {
+TEST(CharacterExpressions, DeletingOneRenumbersThoseAfterIt) {
   VCharacterFace character;
   for (int k = 0; k < 3; ++k) {
     character.ExpressionCreate();
@@ -297,7 +297,7 @@ TEST(CharacterExpressions, DeletingOneRenumbersThoseBehindIt) {
   EXPECT_FALSE(character.ExpressionDelete(0));
 }
 
-TEST(CharacterExpressions, DeletingAnIndexThatThereIsNotChangesNothing) {
+TEST(CharacterExpressions, DeletingAnInvalidIndexChangesNothing) {
   VCharacterFace character;
   EXPECT_FALSE(character.ExpressionDelete(0));
   character.ExpressionCreate();

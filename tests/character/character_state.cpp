@@ -16,7 +16,7 @@ using namespace tests;
 
 namespace {
 
-/// A different weight in each place, none of them 0.
+/// Different weights everywhere, none of them 0.
 void FillWithDistinctWeights(VCharacterFaceState& state, double offset) {
   for (int p = 0; p < 15; ++p)
     for (int s = 0; s < 500; ++s) state.mWeights[p][s] = offset + 1000 * p + s;
@@ -56,13 +56,13 @@ void ExpectIdentity(const VCharacterFaceClusterState& cluster) {
 
 } // namespace
 
-TEST(CharacterState, HoldsFifteenPartsOfFiveHundredShapesInOneBlock) {
+TEST(CharacterState, HasFifteenPartsOfFiveHundredShapesInOneBlock) {
   EXPECT_TRUE((std::is_same_v<decltype(VCharacterFaceState::mWeights), double[15][500]>));
   EXPECT_EQ(std::extent_v<decltype(VCharacterFaceState::mClusters)>, 15U);
 }
 
 TEST(CharacterState, StartsClearAndWithoutClusters) {
-  // Over memory that is not zero, so that a weight which nobody sets shows.
+  // In memory that is not zero, so that an uninitialised weight is detected.
   struct alignas(VCharacterFaceState) Memory {
     unsigned char bytes[sizeof(VCharacterFaceState)];
   };
@@ -70,7 +70,7 @@ TEST(CharacterState, StartsClearAndWithoutClusters) {
   std::memset(memory->bytes, 0xa5, sizeof memory->bytes);
   auto* const state = new (memory->bytes) VCharacterFaceState();
   EXPECT_TRUE(state->IsClear());
-  EXPECT_TRUE(SameBits(state->mWeights, Weights{})); // and none is -0.0
+  EXPECT_TRUE(SameBits(state->mWeights, Weights{})); // none is -0.0
   for (const VCharacterFaceClusterSetState& set : state->mClusters) EXPECT_EQ(set.mClusters.GetCount(), 0);
   state->~VCharacterFaceState();
 }
@@ -105,7 +105,7 @@ TEST(CharacterState, NegativeZeroIsClearAndNaNIsNot) {
   EXPECT_FALSE(state.IsClearPart(7));
 }
 
-TEST(CharacterState, ClustersAreNotLookedAtForClearness) {
+TEST(CharacterState, ClustersDoNotAffectIsClear) {
   VCharacterFaceState state;
   AddPosedCluster(state, 3);
   EXPECT_TRUE(state.IsClear());
@@ -126,7 +126,7 @@ TEST(CharacterState, ClearResetsWeightsAndClustersAndLeavesRoots) {
   }
 }
 
-TEST(CharacterState, ClearPartResetsThatPartAlone) {
+TEST(CharacterState, ClearPartResetsOnlyThatPart) {
   VCharacterFaceState state;
   FillWithDistinctWeights(state, 1);
   for (int p = 0; p < 15; ++p) AddPosedCluster(state, p);
@@ -162,7 +162,7 @@ TEST(CharacterState, AddedToItselfDoublesEveryWeight) {
     for (int s = 0; s < 500; ++s) ASSERT_EQ(state.mWeights[p][s], 2 * DistinctWeight(0.25, p, s));
 }
 
-TEST(CharacterState, AddKeepsWhatIsNotANumber) {
+TEST(CharacterState, AddKeepsNaNs) {
   VCharacterFaceState state, other;
   state.mWeights[0][0] = kNaN;
   other.mWeights[0][1] = kInfinity;
@@ -173,7 +173,7 @@ TEST(CharacterState, AddKeepsWhatIsNotANumber) {
   EXPECT_TRUE(SameBits(state.mWeights[0][2], -0.0));
 }
 
-TEST(CharacterState, AddPartSumsThatPartAlone) {
+TEST(CharacterState, AddPartSumsOnlyThatPart) {
   VCharacterFaceState state, other;
   FillWithDistinctWeights(state, 1);
   FillWeights(other, 0.5);
@@ -184,7 +184,7 @@ TEST(CharacterState, AddPartSumsThatPartAlone) {
   ExpectPosed(cluster);
 }
 
-TEST(CharacterState, CopyTakesWeightsAndLeavesClusters) {
+TEST(CharacterState, CopyCopiesWeightsAndLeavesClusters) {
   VCharacterFaceState state, other;
   FillWithDistinctWeights(other, 1);
   other.mWeights[3][3] = kNaN;
@@ -196,7 +196,7 @@ TEST(CharacterState, CopyTakesWeightsAndLeavesClusters) {
   EXPECT_EQ(state.mClusters[8].mClusters.GetCount(), 0);
 }
 
-TEST(CharacterState, CopyPartTakesThatPartAlone) {
+TEST(CharacterState, CopyPartCopiesOnlyThatPart) {
   VCharacterFaceState state, other;
   FillWithDistinctWeights(state, 1);
   FillWithDistinctWeights(other, 0.5);
@@ -207,7 +207,7 @@ TEST(CharacterState, CopyPartTakesThatPartAlone) {
   ExpectPosed(cluster);
 }
 
-TEST(CharacterState, CopyPartTakesOneRowIntoAnother) {
+TEST(CharacterState, CopyPartCopiesOneRowToAnother) {
   VCharacterFaceState state, other;
   FillWithDistinctWeights(state, 1);
   FillWithDistinctWeights(other, 0.5);
@@ -219,7 +219,7 @@ TEST(CharacterState, CopyPartTakesOneRowIntoAnother) {
   ExpectPosed(cluster);
 }
 
-TEST(CharacterState, RowsOfOneStateAreCopiedToo) {
+TEST(CharacterState, CopyPartCopiesBetweenRowsOfOneState) {
   VCharacterFaceState state;
   FillWithDistinctWeights(state, 1);
   state.CopyPart(&state, 2, 5);
@@ -229,8 +229,8 @@ TEST(CharacterState, RowsOfOneStateAreCopiedToo) {
     for (int s = 0; s < 500; ++s) ASSERT_EQ(state.mWeights[p][s], DistinctWeight(1, p == 2 ? 5 : p, s));
 }
 
-// A copy shares the clusters of its source, and so does what is moved: there is no move of its own.
-TEST(CharacterState, CopiesAndMovesTakeWeightsRootsAndTheSameClusters) {
+// A copy shares the clusters of its source, and so does a move, because there is no move constructor.
+TEST(CharacterState, CopiesAndMovesHaveWeightsRootsAndTheSameClusters) {
   VCharacterFaceState source;
   FillWithDistinctWeights(source, 1);
   for (int p = 0; p < 15; ++p) AddPosedCluster(source, p);
@@ -242,7 +242,7 @@ TEST(CharacterState, CopiesAndMovesTakeWeightsRootsAndTheSameClusters) {
   const auto moved = std::make_unique<VCharacterFaceState>(std::move(source));
   *move_assigned = std::move(source);
 
-  // NOLINTNEXTLINE(bugprone-use-after-move): that the source stays as it was is what is tested
+  // NOLINTNEXTLINE(bugprone-use-after-move): the test checks that the source is unchanged
   for (const VCharacterFaceState* const state :
        {&source, copied.get(), moved.get(), assigned.get(), move_assigned.get()}) {
     for (int p = 0; p < 15; ++p) {
@@ -258,7 +258,7 @@ TEST(CharacterState, CopiesAndMovesTakeWeightsRootsAndTheSameClusters) {
   EXPECT_EQ(move_assigned->mClusters[9].mRoot.mGlobalT.w, 5);
   for (VCharacterFaceState* const state : {copied.get(), moved.get(), assigned.get(), move_assigned.get()})
     for (VCharacterFaceClusterSetState& set : state->mClusters)
-      set.mClusters.Clear(); // they stay the source's
+      set.mClusters.Clear(); // the source keeps them
 }
 
 TEST(CharacterState, DestructionDestroysTheClusters) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Characters for the tests: parts put together shape by shape, weights that are hard on arithmetic, and the global
-// face's catalogue on loan.
+// Characters for the tests: parts built shape by shape, weights with special values, and temporary
+// expressions in the global face's catalogue.
 
 #include "mien/character/character_face.h"
 #include "mien/face/face.h"
@@ -17,7 +17,7 @@ namespace tests {
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// Expressions of the global face for the length of one test: they go with this object.
+/// Expressions of the global face for one test: they are removed with this object.
 class CatalogueOnLoan {
 public:
   CatalogueOnLoan() = default;
@@ -49,7 +49,7 @@ inline VCharacterFacePart& AddPart(VCharacterFace& character, int shapes, const 
   return *part.release();
 }
 
-/// A cluster part that is solved, all shapes of which drive all clusters; each pose is fresh.
+/// A cluster part that is solved; all its shapes drive all clusters, with new poses.
 inline VCharacterFacePartCluster& AddClusterPart(VCharacterFace& character, int shapes, int clusters) {
   auto part = std::make_unique<VCharacterFacePartCluster>("Clusters");
   AddShapes(*part, shapes);
@@ -68,14 +68,15 @@ inline void FillWeights(VCharacterFaceState& state, double weight) {
     for (double& w : row) w = weight;
 }
 
-/// Fills what no part has a shape for: the rows beyond the parts and the columns beyond each part's shapes.
+/// Fills everything for which there is no shape: the rows beyond the parts and the columns beyond each part's
+/// shapes.
 inline void FillBeyondShapes(const VCharacterFace& character, VCharacterFaceState& state, double weight) {
   for (int p = 0; p < 15; ++p)
     for (int s = p < character.mParts.GetCount() ? character.mParts[p]->mShapes.GetCount() : 0; s < 500; ++s)
       state.mWeights[p][s] = weight;
 }
 
-/// Weights of which one in `one_in` is hard on arithmetic.
+/// Weights of which one in `one_in` is a special value.
 class HardNumbers : public Random {
 public:
   HardNumbers(std::uint64_t seed, int one_in) : Random(seed), mOneIn(one_in) {}

@@ -14,7 +14,7 @@ using namespace tests;
 
 namespace {
 
-/// All six transforms and the fourth rows and columns of the matrices are told apart by `offset`.
+/// `offset` makes all six members and the fourth rows and columns of the matrices different.
 void Distinguish(VCharacterFaceClusterState& cluster, double offset) {
   cluster.mLocalT = {offset + 1, offset + 2, offset + 3, offset + 4};
   cluster.mLocalS = VgeSVector(offset + 5, offset + 6, offset + 7);
@@ -69,7 +69,7 @@ TEST(ClusterState, StartsAtTheIdentity) {
   EXPECT_EQ(cluster.mGlobalS, VgeSVector(1, 1, 1));
 }
 
-// A copy is a point again, an assignment a faithful image: the difference is kept.
+// A copy has w = 1, an assignment copies w: this difference is intended.
 TEST(ClusterState, CopyConstructionSetsTheFourthComponentsToOne) {
   VCharacterFaceClusterState source;
   Distinguish(source, 100);
@@ -106,7 +106,7 @@ TEST(ClusterState, ClearStateSetsBothTransformsToTheIdentity) {
 
 // --- VCharacterFaceClusterSetState
 
-TEST(ClusterSet, StartsWithAsManyFreshClustersAsAskedFor) {
+TEST(ClusterSet, StartsWithTheGivenNumberOfNewClusters) {
   const VCharacterFaceClusterSetState set(3);
   ASSERT_EQ(set.mClusters.GetCount(), 3);
   for (int c = 0; c < 3; ++c) ExpectSame(*set.mClusters[c], VCharacterFaceClusterState());
@@ -143,7 +143,7 @@ TEST(ClusterSet, DestroysItsClustersFromTheLastToTheFirst) {
   EXPECT_EQ(gone, (std::vector{3, 2, 1}));
 }
 
-TEST(ClusterSet, CopiesShareTheClustersAndHaveARootOfTheirOwn) {
+TEST(ClusterSet, CopiesShareTheClustersAndHaveTheirOwnRoot) {
   std::vector<int> gone;
   {
     VCharacterFaceClusterSetState source(0);
@@ -171,7 +171,7 @@ TEST(ClusterSet, CopiesShareTheClustersAndHaveARootOfTheirOwn) {
   EXPECT_EQ(gone, (std::vector{2, 1}));
 }
 
-TEST(ClusterSet, AssignmentForgetsTheFormerClustersWithoutDestroyingThem) {
+TEST(ClusterSet, AssignmentDropsTheFormerClustersWithoutDestroyingThem) {
   std::vector<int> gone;
   const auto former = std::make_unique<RecordedCluster>(gone, 1);
   VCharacterFaceClusterSetState set(0);
@@ -200,8 +200,9 @@ TEST(ClusterSetGlobal, IdentityRootMakesEveryGlobalTransformTheLocalOne) {
   }
 }
 
-// By hand, all numbers exact: the root turns by 90 degrees about z (x to y, y to -x), scales before it turns, and moves.
-TEST(ClusterSetGlobal, RootScalesThenTurnsThenMoves) {
+// By hand, all numbers exact: the root scales, rotates by 90 degrees about z (x to y, y to -x), and
+// translates.
+TEST(ClusterSetGlobal, RootScalesThenRotatesThenTranslates) {
   VCharacterFaceClusterSetState set(1);
   set.mRoot.mGlobalT = {100, 200, 300};
   set.mRoot.mGlobalR = AxisRotation(2, 1.0, 0.0);
@@ -213,14 +214,14 @@ TEST(ClusterSetGlobal, RootScalesThenTurnsThenMoves) {
   set.ComputeGlobalZpx();
   EXPECT_EQ(cluster.mGlobalT, (VgeTVector{100 - 30, 200 + 2, 300 + 35}));
   EXPECT_EQ(cluster.mGlobalS, VgeSVector(1, 12, -5));
-  // x to y, y to z and z (by the cluster to -y, then by the root) to x: the root turns what the cluster has turned. The
-  // root's scaling has no part in it.
+  // x to y, y to z and z (by the cluster to -y, then by the root) to x: the root's rotation follows the
+  // cluster's. The root's scaling does not affect it.
   EXPECT_EQ(cluster.mGlobalR.m[0][1], 1);
   EXPECT_EQ(cluster.mGlobalR.m[1][2], 1);
   EXPECT_EQ(cluster.mGlobalR.m[2][0], 1);
 }
 
-TEST(ClusterSetGlobal, LocalTransformsAndRootsOwnLocalOneHaveNoOtherPart) {
+TEST(ClusterSetGlobal, LocalTransformsAreUnchangedAndTheRootsLocalOneIsNotRead) {
   VCharacterFaceClusterSetState set(2);
   Distinguish(set.mRoot, 3);
   set.mRoot.mGlobalR = AxisRotation(1, 0.6, 0.8);
@@ -242,7 +243,7 @@ TEST(ClusterSetGlobal, LocalTransformsAndRootsOwnLocalOneHaveNoOtherPart) {
   EXPECT_EQ(set.mClusters[0]->mGlobalT, global);
 }
 
-TEST(ClusterSetGlobal, FourthRowsAndColumnsStayAndHaveNoPart) {
+TEST(ClusterSetGlobal, FourthRowsAndColumnsAreUnchangedAndNotRead) {
   VCharacterFaceClusterSetState set(1);
   VCharacterFaceClusterState& cluster = *set.mClusters[0];
   for (int i = 0; i < 4; ++i) {
@@ -264,7 +265,7 @@ TEST(ClusterSetGlobal, FourthRowsAndColumnsStayAndHaveNoPart) {
   EXPECT_EQ(cluster.mGlobalT, (VgeTVector{1, 2, 3, 8}));
 }
 
-TEST(ClusterSetGlobal, SetWithoutClustersIsLeftAlone) {
+TEST(ClusterSetGlobal, ASetWithoutClustersIsUnchanged) {
   VCharacterFaceClusterSetState set(0);
   Distinguish(set.mRoot, 3);
   VCharacterFaceClusterState root;
@@ -292,7 +293,7 @@ TEST(ClusterSetLocal, UndoesTheRootByHand) {
   EXPECT_EQ(cluster.mLocalS, VgeSVector(0.5, 3, -10));
 }
 
-TEST(ClusterSetLocal, BringsBackWhatComputeGlobalStartedFrom) {
+TEST(ClusterSetLocal, InvertsComputeGlobal) {
   Random random(2);
   for (int round = 0; round < 200; ++round) {
     VCharacterFaceClusterSetState set(3);
@@ -315,12 +316,13 @@ TEST(ClusterSetLocal, BringsBackWhatComputeGlobalStartedFrom) {
     set.ComputeLocalZpx();
     for (int c = 0; c < 3; ++c) {
       const VCharacterFaceClusterState& cluster = *set.mClusters[c];
-      // Coordinates of up to 700 come and go through two matrices: a few roundings of 1e-13, and the root's scaling of
+      // Coordinates of up to 700 pass two matrices: a few rounding errors of 1e-13, and the root's scaling of
       // at least 1/4 multiplies them by up to 4.
       EXPECT_NEAR(cluster.mLocalT.x, before[c].mLocalT.x, 4e-12);
       EXPECT_NEAR(cluster.mLocalT.y, before[c].mLocalT.y, 4e-12);
       EXPECT_NEAR(cluster.mLocalT.z, before[c].mLocalT.z, 4e-12);
-      EXPECT_LT(Distance(cluster.mLocalR, before[c].mLocalR), 1e-14); // elements of at most 1, nine roundings
+      EXPECT_LT(Distance(cluster.mLocalR, before[c].mLocalR),
+                1e-14); // nine roundings of at most 1
       EXPECT_DOUBLE_EQ(cluster.mLocalS.x, before[c].mLocalS.x);
       EXPECT_DOUBLE_EQ(cluster.mLocalS.y, before[c].mLocalS.y);
       EXPECT_DOUBLE_EQ(cluster.mLocalS.z, before[c].mLocalS.z);
@@ -328,8 +330,8 @@ TEST(ClusterSetLocal, BringsBackWhatComputeGlobalStartedFrom) {
   }
 }
 
-// Row i of the inverse is column i over its squared length: a root whose "rotation" is stretched as well is undone for
-// positions, while the rotation is only transposed.
+// Row i of the inverse is column i over its squared length: a root with a stretched "rotation" is inverted
+// for positions, while the rotation is only transposed.
 TEST(ClusterSetLocal, InverseIsThatOfOrthogonalColumnsOfAnyLength) {
   VCharacterFaceClusterSetState set(1);
   set.mRoot.mGlobalR.m[0][0] = 2, set.mRoot.mGlobalR.m[1][1] = 4, set.mRoot.mGlobalR.m[2][2] = -8;
@@ -343,8 +345,8 @@ TEST(ClusterSetLocal, InverseIsThatOfOrthogonalColumnsOfAnyLength) {
   EXPECT_EQ(cluster.mLocalS, VgeSVector(1, 1, 1));
 }
 
-// The first column of a sheared root is divided by its own squared length, 2, whatever the others are.
-TEST(ClusterSetLocal, ShearedRootIsTakenForOrthogonal) {
+// The first column of a sheared root is divided by its own squared length, 2, whatever the other columns.
+TEST(ClusterSetLocal, AShearedRootIsTreatedAsOrthogonal) {
   VCharacterFaceClusterSetState set(1);
   set.mRoot.mGlobalR.m[0][1] = 1; // x to x + y
   set.mClusters[0]->mGlobalT = {3, 5, 7};
@@ -352,7 +354,7 @@ TEST(ClusterSetLocal, ShearedRootIsTakenForOrthogonal) {
   EXPECT_EQ(set.mClusters[0]->mLocalT, (VgeTVector{4, 5, 7}));
 }
 
-TEST(ClusterSetLocal, GlobalTransformsFourthComponentsAndRootStay) {
+TEST(ClusterSetLocal, GlobalTransformsFourthComponentsAndRootAreUnchanged) {
   VCharacterFaceClusterSetState set(1);
   Distinguish(set.mRoot, 3);
   VCharacterFaceClusterState& cluster = *set.mClusters[0];
@@ -382,7 +384,7 @@ TEST(ClusterSetLocal, RootScalingOfZeroGivesInfinitiesAndNaNs) {
   EXPECT_EQ(cluster.mLocalT.y, 1);
   EXPECT_EQ(cluster.mLocalT.z, 3);
   EXPECT_EQ(cluster.mLocalS, VgeSVector(kInfinity, 3, 0));
-  EXPECT_EQ(cluster.mLocalR, VgeRMatrix()); // the rotation knows nothing of the scaling
+  EXPECT_EQ(cluster.mLocalR, VgeRMatrix()); // the rotation does not depend on the scaling
   cluster.mGlobalS = VgeSVector(0, 0, 0);
   set.ComputeLocalZpx();
   EXPECT_TRUE(std::isnan(cluster.mLocalS.x));

@@ -22,10 +22,9 @@ void ExpectFreshState(const VCharacterFaceState* state) {
 
 } // namespace
 
-TEST(DefineState, FreshCharacterHasAClearedStateForEveryTemplateAndExpression) {
+TEST(DefineState, ANewCharacterHasAClearedStateForEveryTemplateAndExpression) {
   CatalogueOnLoan catalogue;
-  for (int e = 0; e < 4; ++e)
-    catalogue.Add().mParts[0].mWeights[0] = 1; // what they are made of does not matter
+  for (int e = 0; e < 4; ++e) catalogue.Add().mParts[0].mWeights[0] = 1; // their templates do not matter
   const VCharacterFace character;
   for (int f = 0; f < 9; ++f) {
     ASSERT_EQ(character.mTemplateStates[f].GetCount(), kTemplateCounts[f]);
@@ -41,7 +40,7 @@ TEST(DefineState, EmptyCatalogueGivesNoExpressionStates) {
   EXPECT_EQ(character.mExpressionStates.GetCount(), 0);
 }
 
-TEST(DefineState, SetupAppendsToWhatThereIs) {
+TEST(DefineState, SetupAppends) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
   VCharacterFace character;
@@ -83,7 +82,7 @@ TEST(DefineState, ClearSkipsNullStates) {
   EXPECT_EQ(character.mTemplateStates[0].GetCount(), 0);
 }
 
-// The way to follow a catalogue that has changed. All definitions are lost.
+// After a change of the catalogue. All definitions are lost.
 TEST(DefineState, ClearAndSetupFollowTheGlobalFace) {
   CatalogueOnLoan catalogue;
   VCharacterFace character;
@@ -98,7 +97,7 @@ TEST(DefineState, ClearAndSetupFollowTheGlobalFace) {
   ExpectFreshState(character.mTemplateStates[0][0]);
 }
 
-TEST(DefineState, MayBeThatOfAnotherFace) {
+TEST(DefineState, CanBelongToAnotherFace) {
   CatalogueOnLoan catalogue;
   for (int e = 0; e < 4; ++e) catalogue.Add();
   VFace face;
@@ -119,7 +118,7 @@ TEST(DefineState, MayBeThatOfAnotherFace) {
 
 // --- IsExpressionUsed
 
-TEST(ExpressionUsed, NoneIsWhereEveryStateIsClear) {
+TEST(ExpressionUsed, NoneIfEveryStateIsClear) {
   CatalogueOnLoan catalogue;
   for (int e = 0; e < 3; ++e) catalogue.Add();
   VCharacterFace character;
@@ -128,7 +127,7 @@ TEST(ExpressionUsed, NoneIsWhereEveryStateIsClear) {
   for (int e = -1; e <= 3; ++e) EXPECT_FALSE(character.IsExpressionUsed(e)) << e;
 }
 
-TEST(ExpressionUsed, IndexThatTheCatalogueHasNotIsNotUsed) {
+TEST(ExpressionUsed, AnIndexOutsideTheCatalogueIsNotUsed) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
   VCharacterFace character;
@@ -150,7 +149,7 @@ TEST(ExpressionUsed, AnyOneWeightOfAShapeIsEnough) {
   AddPart(character, 0);
   AddPart(character, 500);
   for (const auto& [part, shape] : {std::pair{0, 0}, {0, 1}, {2, 0}, {2, 250}, {2, 499}})
-    for (const double weight : {1.0, -1.0, 2.0, 5e-324, kInfinity, kNaN}) { // 2.0 has but one bit
+    for (const double weight : {1.0, -1.0, 2.0, 5e-324, kInfinity, kNaN}) { // 2.0 has only one bit
       double& at = character.mExpressionStates[1]->mWeights[part][shape];
       at = weight;
       for (int e = 0; e < 3; ++e) EXPECT_EQ(character.IsExpressionUsed(e), e == 1);
@@ -159,7 +158,7 @@ TEST(ExpressionUsed, AnyOneWeightOfAShapeIsEnough) {
     }
 }
 
-// An expression that came after the character has no definition, which nobody asks for where there is no shape.
+// An expression that is newer than the character has no definition; without shapes none is needed.
 TEST(ExpressionUsed, WithoutAShapeNoDefinitionIsRead) {
   CatalogueOnLoan catalogue;
   VCharacterFace character;
@@ -182,8 +181,8 @@ TEST(ExpressionUsed, WeightsWithoutAShapeDoNotCount) {
   EXPECT_FALSE(character.IsExpressionUsed(0));
 }
 
-// Of a cluster part too the shapes count, and not the poses.
-TEST(ExpressionUsed, ClusterPartsAreAskedForTheirShapesAlone) {
+// For cluster parts, too, the shapes count, not the poses.
+TEST(ExpressionUsed, OnlyTheShapesOfClusterPartsCount) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
   VCharacterFace character;
@@ -200,7 +199,7 @@ TEST(ExpressionUsed, ClusterPartsAreAskedForTheirShapesAlone) {
 
 // --- ClearUsedExpression
 
-TEST(ClearUsedExpression, ZeroesTheUsedOnesAndLeavesTheOthers) {
+TEST(ClearUsedExpression, ZeroesOnlyTheUsedOnes) {
   CatalogueOnLoan catalogue;
   for (int e = 0; e < 5; ++e) catalogue.Add();
   VCharacterFace character;

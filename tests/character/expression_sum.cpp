@@ -18,7 +18,7 @@ using mien::ExpressionSum;
 
 namespace {
 
-/// A face of one's own with so many expressions, of any template weights.
+/// A face with this number of expressions, with random template weights.
 std::unique_ptr<VFace> FaceOf(int expressions, HardNumbers& numbers) {
   auto face = std::make_unique<VFace>();
   for (int e = 0; e < expressions; ++e)
@@ -26,8 +26,8 @@ std::unique_ptr<VFace> FaceOf(int expressions, HardNumbers& numbers) {
   return face;
 }
 
-/// A character with a define state for the face: some parts, of which some have no shapes, and some expressions that it
-/// does not define.
+/// A character with a define state for the face: some parts, some of them without shapes, and some
+/// expressions that it does not define.
 std::unique_ptr<VCharacterFace> CharacterOf(const VFace& face, HardNumbers& numbers) {
   constexpr int kShapes[] = {0, 1, 2, 3, 7, 8, 9, 0, 31, 52};
   auto character = std::make_unique<VCharacterFace>(face);
@@ -55,7 +55,7 @@ std::vector<double> Film(const ExpressionSum& sum, std::uint64_t seed) {
 
 } // namespace
 
-// Each number of expressions there can be; numbers of which none, one in six or one in sixty is hard on arithmetic. And
+// Every possible number of expressions; values of which none, one in six or one in sixty is special. And
 // the same bits as the process-wide face with the same catalogue.
 TEST(ExpressionSum, GivesTheBitsOfItsDefinitionForAnyCharacter) {
   for (int count = 0; count <= 99; ++count) {
@@ -81,7 +81,7 @@ TEST(ExpressionSum, GivesTheBitsOfItsDefinitionForAnyCharacter) {
   }
 }
 
-TEST(ExpressionSum, TakesTheLargestCharacter) {
+TEST(ExpressionSum, AcceptsTheLargestCharacter) {
   HardNumbers numbers(5, 40);
   const auto face = FaceOf(99, numbers);
   VCharacterFace character(*face);
@@ -97,7 +97,7 @@ TEST(ExpressionSum, TakesTheLargestCharacter) {
   EXPECT_TRUE(SameBits(out.mWeights, expected.weights));
 }
 
-TEST(ExpressionSum, AnExpressionDrivesWhatTheCharacterDefinesAndElseItsTemplates) {
+TEST(ExpressionSum, AnExpressionDrivesItsDefinitionOrElseItsTemplates) {
   VFace face;
   for (const char* name : {"Shapes", "Templates"})
     face.mExpressions[face.CreateExpression(name)]->mTemplateState.mParts[0].mWeights[0] = 1;
@@ -116,7 +116,7 @@ TEST(ExpressionSum, AnExpressionDrivesWhatTheCharacterDefinesAndElseItsTemplates
   EXPECT_EQ(out.mWeights[0][1], 2.5);
 }
 
-// Sets of clusters belong to the result; their roots are the caller's.
+// Sets of clusters belong to the result; their roots belong to the caller.
 TEST(ExpressionSum, ClearsTheResultWithItsClustersAndLeavesRoots) {
   const VFace face;
   VCharacterFace character(face);
@@ -155,7 +155,7 @@ TEST(ExpressionSum, WithoutShapesNoDefinitionIsRead) {
 
 // --- Many at once.
 
-TEST(ExpressionSum, KnowsNothingOfTheProcessWideCatalogue) {
+TEST(ExpressionSum, DoesNotDependOnTheGlobalCatalogue) {
   HardNumbers numbers(11, 0);
   const auto face = FaceOf(6, numbers);
   const auto character = std::make_unique<VCharacterFace>(*face);
@@ -176,7 +176,7 @@ TEST(ExpressionSum, KnowsNothingOfTheProcessWideCatalogue) {
   for (int e = 0; e < 40; ++e) EXPECT_EQ(catalogue[e], before[static_cast<std::size_t>(e)]);
 }
 
-TEST(ExpressionSum, SeveralOnSeveralThreadsGiveWhatEachGivesAlone) {
+TEST(ExpressionSum, SeveralOnSeveralThreadsGiveTheSameAsEachAlone) {
   struct Example {
     std::unique_ptr<VFace> face;
     std::unique_ptr<VCharacterFace> character;
@@ -195,7 +195,7 @@ TEST(ExpressionSum, SeveralOnSeveralThreadsGiveWhatEachGivesAlone) {
     example.sum = std::make_unique<ExpressionSum>(*example.character, *example.face);
     example.alone = Film(*example.sum, 3);
   }
-  // One that two threads share as well: a solve writes nothing but its result.
+  // Also one that two threads share: a solve writes only its result.
   std::vector<std::vector<double>> films(2 * examples.size());
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < films.size(); ++i)

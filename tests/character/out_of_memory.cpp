@@ -1,4 +1,4 @@
-// What a character does where memory runs out.
+// A character when memory runs out.
 
 #include "mien/character/character_face.h"
 #include "tests/character/characters.h"
@@ -10,7 +10,7 @@ using namespace tests;
 
 namespace {
 
-/// Lets each allocation of `action` fail in turn. Answers how many there are; none may leave a block behind.
+/// Makes each allocation of `action` fail in turn, and checks that no memory leaks. Returns their number.
 template <class Action>
 int FailEachAllocation(Action action) {
   for (int failing = 0; failing < 1000; ++failing) {

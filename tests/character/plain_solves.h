@@ -1,7 +1,7 @@
 #pragma once
 
-// The solves to shape weights once more, step by step as they are defined, each step with a whole state of its own; and
-// definitions and weights to compare them on.
+// Simple implementations of the solves to shape weights, step by step as they are defined, each step with its
+// own state; and definitions and weights to compare them on.
 
 #include "mien/character/character_face.h"
 #include "mien/face/face.h"
@@ -86,7 +86,7 @@ inline void ForEachDefinition(const VCharacterFace& character, Action action) {
     action(*character.mCharacterExpressionStates[k]);
 }
 
-/// Definitions on the shapes, and NaN wherever there is none: that must not be looked at.
+/// Definitions for the shapes, and NaN everywhere else, where nothing may be read.
 inline void FillDefinitions(VCharacterFace& character, HardNumbers& numbers) {
   ForEachDefinition(character, [&](VCharacterFaceState& state) {
     ForEachShape(character, [&](int p, int s) { state.mWeights[p][s] = numbers.Weight(); });
@@ -117,7 +117,7 @@ inline VFaceTemplateState TemplateWeights(HardNumbers& numbers) {
   return state;
 }
 
-/// Weights for `count` expressions, and NaN behind them.
+/// Weights for `count` expressions, and NaN after them.
 inline VFaceExpressionState ExpressionWeights(int count, HardNumbers& numbers) {
   VFaceExpressionState state;
   for (int e = 0; e < 100; ++e) state.mWeights[e] = e < count ? numbers.Weight() : kNaN;

@@ -16,7 +16,7 @@ using namespace tests;
 
 namespace {
 
-/// Objects of a part write down the order in which they go.
+/// Objects of a part record the order of their destruction.
 template <class Base>
 class Recorded : public Base {
 public:
@@ -34,7 +34,7 @@ using RecordedShape = Recorded<VCharacterFaceShape>;
 using RecordedSet = Recorded<VCharacterFaceClusterSetState>;
 using RecordedCluster = Recorded<VCharacterFaceClusterState>;
 
-/// Lets a copy and its source both be destroyed: the objects stay the source's.
+/// Allows both a copy and its source to be destroyed: the source keeps the objects.
 void Disown(VCharacterFacePart& copy) { copy.mShapes.Clear(); }
 void Disown(VCharacterFacePartCluster& copy) {
   copy.mShapes.Clear();
@@ -57,7 +57,7 @@ TEST(CharacterRecords, OnlyTheStateOfWeightsIsNotPolymorphic) {
 // --- VCharacterFaceShape
 
 TEST(CharacterFaceShape, StartsWithoutLabelAndDrivesNoClusters) {
-  // Over memory that is not zero, so that a field which nobody sets shows.
+  // In memory that is not zero, so that an uninitialised field is detected.
   alignas(VCharacterFaceShape) unsigned char memory[sizeof(VCharacterFaceShape)];
   std::memset(memory, 0xa5, sizeof memory);
   auto* const shape = new (memory) VCharacterFaceShape();
@@ -70,7 +70,7 @@ TEST(CharacterFaceShape, StartsWithoutLabelAndDrivesNoClusters) {
 TEST(CharacterFaceShape, CopiesAllLabelBytesAndBothFields) {
   VCharacterFaceShape source;
   for (int i = 0; i < 256; ++i)
-    source.mLabel[i] = static_cast<char>(i % 128); // bytes behind the first NUL as well
+    source.mLabel[i] = static_cast<char>(i % 128); // including bytes after the first NUL
   source.mUserValue = -7;
   source.mDrivesClusters = true;
 
@@ -84,7 +84,7 @@ TEST(CharacterFaceShape, CopiesAllLabelBytesAndBothFields) {
   }
 }
 
-TEST(CharacterFaceShape, LabelIsReadWhereItIsKept) {
+TEST(CharacterFaceShape, GetLabelReturnsTheMember) {
   VCharacterFaceShape shape;
   EXPECT_STREQ(shape.GetLabel(), "");
   shape.SetLabel("jawOpen");
@@ -96,14 +96,14 @@ TEST(CharacterFaceShape, LabelIsReadWhereItIsKept) {
   EXPECT_STREQ(shape.GetLabel(), "");
 }
 
-TEST(CharacterFaceShape, LabelOfUpTo255BytesIsTaken) {
+TEST(CharacterFaceShape, LabelOfUpTo255BytesIsAccepted) {
   const std::string longest(255, 'x');
   VCharacterFaceShape shape;
   shape.SetLabel(longest.c_str());
   EXPECT_EQ(shape.GetLabel(), longest);
 }
 
-// A label that was cut short could be that of another shape.
+// A label that is cut short could equal the label of another shape.
 TEST(CharacterFaceShape, LongerLabelIsRejectedAndNotCutShort) {
   VCharacterFaceShape shape;
   shape.SetLabel("jawOpen");
@@ -113,7 +113,7 @@ TEST(CharacterFaceShape, LongerLabelIsRejectedAndNotCutShort) {
   }
 }
 
-TEST(CharacterFaceShape, DerivedShapeMayKeepItsLabelElsewhere) {
+TEST(CharacterFaceShape, DerivedShapeMayStoreItsLabelElsewhere) {
   class Linked : public VCharacterFaceShape {
   public:
     void SetLabel(const char* text) override { mText = text; }
@@ -149,7 +149,7 @@ TEST(CharacterFacePart, DestroysItsShapesFromTheFirstToTheLast) {
   EXPECT_EQ(gone, (std::vector{1, 2, 3}));
 }
 
-// Copies share on purpose: whoever copies decides who stays the owner.
+// Copies share on purpose: the caller decides which one is the owner.
 TEST(CharacterFacePart, CopiesShareTheShapesButNotTheList) {
   std::vector<int> gone;
   {
@@ -174,7 +174,7 @@ TEST(CharacterFacePart, CopiesShareTheShapesButNotTheList) {
   EXPECT_EQ(gone, (std::vector{1, 2}));
 }
 
-TEST(CharacterFacePart, AssignmentForgetsTheFormerShapesWithoutDestroyingThem) {
+TEST(CharacterFacePart, AssignmentDropsTheFormerShapesWithoutDestroyingThem) {
   std::vector<int> gone;
   const auto former = std::make_unique<RecordedShape>(gone, 1);
   VCharacterFacePart part("Head");
@@ -185,7 +185,7 @@ TEST(CharacterFacePart, AssignmentForgetsTheFormerShapesWithoutDestroyingThem) {
   EXPECT_TRUE(gone.empty());
 }
 
-TEST(CharacterFacePart, AssignedToItselfKeepsWhatItHas) {
+TEST(CharacterFacePart, AssignedToItselfKeepsItsMembers) {
   VCharacterFacePart part("Head");
   AddShapes(part, 2);
   VCharacterFacePart& same = part;
@@ -256,7 +256,7 @@ TEST(CharacterFacePartCluster, CopiesShareShapesAndPoses) {
   EXPECT_EQ(gone, (std::vector{11, 21, 1}));
 }
 
-TEST(CharacterFacePartCluster, AssignmentForgetsFormerPosesWithoutDestroyingThem) {
+TEST(CharacterFacePartCluster, AssignmentDropsFormerPosesWithoutDestroyingThem) {
   std::vector<int> gone;
   const auto pose = std::make_unique<RecordedSet>(gone, 1);
   const auto rest = std::make_unique<RecordedCluster>(gone, 2);

@@ -10,7 +10,7 @@
 
 namespace tests {
 
-/// The same bits, or both not a number: which one a sum of two NaNs keeps is not stated.
+/// The same bits, or both NaN: which NaN a sum of two keeps is not defined.
 inline bool SameBits(double a, double b) {
   return std::isnan(a) ? std::isnan(b) : std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }

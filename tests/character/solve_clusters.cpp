@@ -17,7 +17,7 @@ using namespace tests;
 
 namespace {
 
-/// A character with one cluster part and a set of as many clusters for its result.
+/// A character with one cluster part, and a set with the same number of clusters for its result.
 struct Rig {
   Rig(int shapes, int clusters) : part(AddClusterPart(character, shapes, clusters)), set(clusters) {}
 
@@ -34,7 +34,7 @@ struct Rig {
   VCharacterFaceState state;
 };
 
-/// Nothing that a solve would write by accident.
+/// A value that a solve would not write by accident.
 void Spoil(VCharacterFaceClusterState& cluster) {
   cluster.mLocalT = cluster.mGlobalT = {91, 92, 93, 94};
   cluster.mLocalS = cluster.mGlobalS = VgeSVector(95, 96, 97);
@@ -60,7 +60,7 @@ VgeSVector RandomScaling(Random& random) {
   return {x, y, z};
 }
 
-/// By angles about x, y and z, applied in this order; the middle one of at most `most_y`.
+/// A rotation by angles about x, y and z, applied in this order; the middle one is at most `most_y`.
 VgeRMatrix RandomRotation(Random& random, double most, double most_y) {
   const VgeRMatrix x = AxisRotation(0, random.Between(-most, most)),
                    y = AxisRotation(1, random.Between(-most_y, most_y)),
@@ -81,7 +81,7 @@ VgeRMatrix Transposed(const VgeRMatrix& rotation) {
   return transposed;
 }
 
-// --- The solve once more, as it is defined, with conversions of its own.
+// --- A second implementation of the solve, as it is defined, with its own conversions.
 
 VCharacterFaceClusterState PlainBlend(Rig& rig, int cluster) {
   const VCharacterFaceClusterState& rest = rig.Rest(cluster);
@@ -138,7 +138,7 @@ void ExpectNear(const VgeSVector& actual, const VgeSVector& expected, double tol
 
 } // namespace
 
-TEST(ClusterSolve, PartThatIsNotEnabledLeavesItsSet) {
+TEST(ClusterSolve, APartThatIsNotEnabledLeavesItsSetUnchanged) {
   Rig rig(2, 2);
   Random random(1);
   for (int c = 0; c < 2; ++c) Pose(rig.Target(0, c), random), Spoil(rig.Out(c));
@@ -197,9 +197,10 @@ TEST(ClusterSolve, FullWeightReproducesTheTarget) {
     rig.Solve();
     for (int c = 0; c < 2; ++c) {
       const VCharacterFaceClusterState &target = rig.Target(1, c), &out = rig.Out(c);
-      ExpectNear(out.mLocalT, target.mLocalT, 1e-14); // (t - r) + r: a rounding of numbers of up to 20
-      EXPECT_LT(Distance(out.mLocalR, target.mLocalR), 2e-12); // the Euler round trip promises 1e-12
-      ExpectNear(out.mLocalS, target.mLocalS, 4e-15);          // a logarithm there and back
+      ExpectNear(out.mLocalT, target.mLocalT, 1e-14); // (t - r) + r: a rounding error of numbers of up to 20
+      EXPECT_LT(Distance(out.mLocalR, target.mLocalR),
+                2e-12);                               // the Euler round trip is exact to 1e-12
+      ExpectNear(out.mLocalS, target.mLocalS, 4e-15); // a logarithm and an exponential
       EXPECT_EQ(out.mGlobalT, out.mLocalT);
       EXPECT_EQ(out.mGlobalR, out.mLocalR);
       EXPECT_EQ(out.mGlobalS, out.mLocalS);
@@ -232,7 +233,7 @@ TEST(ClusterSolve, TranslationsAreAddedInShapeOrderAndRestLast) {
   EXPECT_EQ(rig.Out().mLocalT, (VgeTVector{0.5, 1, 0})); // any other order gives 0 or 2
 }
 
-TEST(ClusterSolve, HalfAQuarterTurnIsAnEighth) {
+TEST(ClusterSolve, HalfOf90DegreesIs45) {
   for (int axis = 0; axis < 3; ++axis) {
     Rig rig(1, 1);
     rig.Target(0).mLocalR = AxisRotation(axis, axis == 1 ? 60.0 : 90.0);
@@ -242,24 +243,24 @@ TEST(ClusterSolve, HalfAQuarterTurnIsAnEighth) {
     rig.state.mWeights[0][0] = -1;
     rig.Solve();
     EXPECT_LT(Distance(rig.Out().mLocalR, AxisRotation(axis, axis == 1 ? -60.0 : -90.0)), 1e-14) << axis;
-    rig.state.mWeights[0][0] = 3; // goes beyond what the angles of one matrix can say
+    rig.state.mWeights[0][0] = 3; // beyond the range of the angles of one matrix
     rig.Solve();
     EXPECT_LT(Distance(rig.Out().mLocalR, AxisRotation(axis, axis == 1 ? 180.0 : 270.0)), 1e-14) << axis;
   }
 }
 
-// The target's rotation is taken relative to rest, in rest's own axes, and put behind rest again.
+// The target's rotation is computed relative to rest, in the axes of rest, and applied after rest.
 TEST(ClusterSolve, RotationsAreOffsetsInTheAxesOfRest) {
   Rig rig(1, 1);
-  rig.Rest().mLocalR = AxisRotation(0, 1.0, 0.0); // a quarter turn about x
+  rig.Rest().mLocalR = AxisRotation(0, 1.0, 0.0); // 90 degrees about x
   rig.Target(0).mLocalR = Product(rig.Rest().mLocalR, AxisRotation(2, 40.0));
   rig.state.mWeights[0][0] = 0.5;
   rig.Solve();
   EXPECT_LT(Distance(rig.Out().mLocalR, Product(rig.Rest().mLocalR, AxisRotation(2, 20.0))), 1e-14);
 }
 
-// Euler angles add up, which rotations do not: x 30 and z 50 give z after x, in whichever order the shapes stand.
-TEST(ClusterSolve, AnglesOfSeveralShapesAreSummedAndTurnedXThenYThenZ) {
+// Euler angles are added, not rotations: x 30 and z 50 give z after x, whatever the order of the shapes.
+TEST(ClusterSolve, AnglesOfSeveralShapesAreSummedAndAppliedXThenYThenZ) {
   const double angles[3] = {30, -20, 50};
   for (const auto& order : {std::array{0, 1, 2}, std::array{2, 1, 0}, std::array{1, 2, 0}}) {
     Rig rig(3, 1);
@@ -287,13 +288,13 @@ TEST(ClusterSolve, ScalingsBlendGeometrically) {
     ExpectNear(rig.Out().mLocalS, expected, 5e-14);
   };
   Expect(1, 0, {2, 12, -8});
-  Expect(2, 0, {4, 48, -32}); // twice the doubling is four times
+  Expect(2, 0, {4, 48, -32}); // weight 2 of a doubling is a factor of four
   Expect(0.5, 0, {std::sqrt(2.0), 6, -4});
   Expect(-1, 0, {0.5, 0.75, -0.5});
   Expect(0.5, 1, {std::sqrt(2.0), 12, -4});
 }
 
-// A scaling of 0, or one that changes its sign, has no logarithm. What comes of it is passed on as it is.
+// A scaling of 0, or one that changes its sign, has no logarithm. The result is not checked.
 TEST(ClusterSolve, ScalingsWithoutALogarithmPropagateUnchecked) {
   Rig rig(1, 1);
   rig.Rest().mLocalS = VgeSVector(1, 0, 1);
@@ -308,13 +309,13 @@ TEST(ClusterSolve, ScalingsWithoutALogarithmPropagateUnchecked) {
   rig.Solve();
   EXPECT_EQ(rig.Out().mLocalS.x, kInfinity);
   EXPECT_EQ(rig.Out().mGlobalS.x, kInfinity);
-  rig.state.mWeights[0][0] = 0; // still visited
+  rig.state.mWeights[0][0] = 0; // still included
   rig.Solve();
   EXPECT_TRUE(std::isnan(rig.Out().mLocalS.x));
 }
 
-// 0 times infinity is not a number: such a shape is not left out as others at weight 0 could be.
-TEST(ClusterSolve, ShapeAtWeightZeroStillPassesOnAnOffsetThatIsNotFinite) {
+// 0 times infinity is NaN: such a shape is not left out, as others at weight 0 may be.
+TEST(ClusterSolve, AShapeAtWeightZeroPassesOnANonFiniteOffset) {
   for (const double weight : {0.0, -0.0}) {
     const auto Solved = [weight](auto spoil) {
       Rig rig(1, 1);
@@ -347,12 +348,12 @@ TEST(ClusterSolve, ShapeAtWeightZeroStillPassesOnAnOffsetThatIsNotFinite) {
       for (VgeRMatrix* rotation : {&rig.Rest().mLocalR, &rig.Target(0).mLocalR})
         for (auto& column : rotation->m) std::fill(std::begin(column), std::end(column), 1e90);
     };
-    EXPECT_TRUE(std::isnan(Solved(overflows_later).mLocalR.m[0][0])); // products of what that product holds
+    EXPECT_TRUE(std::isnan(Solved(overflows_later).mLocalR.m[0][0])); // products of its elements
   }
 }
 
-// What is left out makes no difference: neither to the bits of what is not.
-TEST(ClusterSolve, ShapesAtWeightZeroMakeNoDifferenceToTheBits) {
+// Leaving shapes out does not change the bits of the others.
+TEST(ClusterSolve, ShapesAtWeightZeroDoNotChangeTheBits) {
   Random random(11);
   for (int round = 0; round < 50; ++round) {
     Rig some(6, 2), all(6, 2);
@@ -410,7 +411,7 @@ TEST(ClusterSolve, WeightsAreThoseOfThePartsRow) {
   EXPECT_EQ(set.mClusters[0]->mLocalT, (VgeTVector{2, 0, 0}));
 }
 
-TEST(ClusterSolve, SetDecidesHowManyClustersAreSolved) {
+TEST(ClusterSolve, TheSetDeterminesHowManyClustersAreSolved) {
   Rig rig(1, 3);
   for (int c = 0; c < 3; ++c) rig.Target(0, c).mLocalT = {1.0 + c, 0, 0};
   rig.state.mWeights[0][0] = 1;
@@ -432,7 +433,7 @@ TEST(ClusterSolve, RestPosesShapePosesAndRootAreOnlyRead) {
     for (int s = 0; s < 2; ++s) Pose(rig.Target(s, c), random);
   }
   Pose(rig.set.mRoot, random);
-  // The roots of the definitions have no part in the solve, nor have the global transforms there.
+  // The solve reads neither the roots nor the global transforms of the definitions.
   rig.part.mRestClusters.mRoot.mGlobalT.x = rig.part.mShapeClusters[0]->mRoot.mGlobalS.y = kNaN;
   rig.Rest().mGlobalT.x = rig.Target(0).mGlobalR.m[1][1] = rig.Target(0).mGlobalS.z = kNaN;
   VCharacterFaceClusterState rest, target, root;
@@ -449,8 +450,8 @@ TEST(ClusterSolve, RestPosesShapePosesAndRootAreOnlyRead) {
   }
 }
 
-// Several shapes, clusters and weights beyond [0, 1], under roots that turn, scale and move.
-TEST(ClusterSolve, GivesWhatItsDefinitionSays) {
+// Several shapes, clusters and weights beyond [0, 1], with roots that rotate, scale and translate.
+TEST(ClusterSolve, AgreesWithItsDefinition) {
   Random random(7);
   for (int round = 0; round < 300; ++round) {
     const int shapes = 1 + round % 8;
@@ -465,8 +466,8 @@ TEST(ClusterSolve, GivesWhatItsDefinitionSays) {
       for (int s = 0; s < shapes; ++s) {
         VCharacterFaceClusterState& target = rig.Target(s, c);
         Pose(target, random);
-        // Where the middle angle is near its pole or an outer one near its turning from 180 to -180, two good
-        // conversions may answer differently.
+        // If the middle angle is near its pole or an outer one near the step from 180 to -180, two correct
+        // conversions may give different results.
         target.mLocalR = Product(rig.Rest(c).mLocalR, RandomRotation(random, 170, 80));
         if (s % 4 == 3) rig.part.mShapes[s]->mDrivesClusters = false;
       }
@@ -477,7 +478,8 @@ TEST(ClusterSolve, GivesWhatItsDefinitionSays) {
       for (int c = 0; c < 3; ++c) {
         const VCharacterFaceClusterState expected = PlainBlend(rig, c);
         const VCharacterFaceClusterState& out = rig.Out(c);
-        // Some dozens of roundings of numbers below 500: positions of up to 200, angles of up to 1000 degrees.
+        // Some dozens of rounding errors of numbers below 500: positions of up to 200, angles of up to 1000
+        // degrees.
         ExpectNear(out.mLocalT, expected.mLocalT, 1e-12);
         ExpectNear(out.mGlobalT, expected.mGlobalT, 1e-12);
         EXPECT_LT(Distance(out.mLocalR, expected.mLocalR), 1e-12);
@@ -488,7 +490,7 @@ TEST(ClusterSolve, GivesWhatItsDefinitionSays) {
         EXPECT_NEAR(out.mGlobalS.x / expected.mGlobalS.x, 1, 1e-12);
         EXPECT_NEAR(out.mGlobalS.y / expected.mGlobalS.y, 1, 1e-12);
         EXPECT_NEAR(out.mGlobalS.z / expected.mGlobalS.z, 1, 1e-12);
-        for (int i = 0; i < 4; ++i) { // the local one starts from the identity, the global one stays
+        for (int i = 0; i < 4; ++i) { // the local one starts from the identity, the global one is unchanged
           EXPECT_EQ(out.mLocalR.m[i][3], i == 3 ? 1 : 0);
           EXPECT_EQ(out.mLocalR.m[3][i], i == 3 ? 1 : 0);
           EXPECT_EQ(out.mGlobalR.m[i][3], 100 + 4 * i + 3);
@@ -510,7 +512,7 @@ TEST(ClusterSolveOfAllParts, SolvesTheClusterPartsIntoTheirOwnSetsAndLeavesTheOt
   AddPart(character, 1);
   AddClusterPart(character, 1, 1).mClusterSolveEnabled = false;
   AddClusterPart(character, 1, 1).mShapeClusters[0]->mClusters[0]->mLocalT = {2, 0, 0};
-  // The state's own sets are what they are meant for.
+  // Usually these are the state's own sets.
   VCharacterFaceState state;
   for (int p = 0; p < 15; ++p) {
     state.mWeights[p][0] = 1 + p;
@@ -530,8 +532,8 @@ TEST(ClusterSolveOfAllParts, SolvesTheClusterPartsIntoTheirOwnSetsAndLeavesTheOt
   }
 }
 
-// The single part is the caller's word; over all parts the type decides.
-TEST(ClusterSolveOfAllParts, TypeIsAskedForOverAllPartsAlone) {
+// For a single part the caller decides; for all parts the type decides.
+TEST(ClusterSolveOfAllParts, TheTypeOnlyMattersForAllParts) {
   Rig rig(1, 1);
   rig.Target(0).mLocalT = {1, 0, 0};
   rig.state.mWeights[0][0] = 1;
@@ -545,7 +547,7 @@ TEST(ClusterSolveOfAllParts, TypeIsAskedForOverAllPartsAlone) {
   }
 }
 
-TEST(ClusterSolveOfAllParts, CharacterWithoutPartsTouchesNothing) {
+TEST(ClusterSolveOfAllParts, ACharacterWithoutPartsChangesNothing) {
   const VCharacterFace character;
   VCharacterFaceClusterSetState set(1);
   Spoil(*set.mClusters[0]);

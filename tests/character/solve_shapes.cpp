@@ -13,7 +13,7 @@ using namespace tests;
 
 namespace {
 
-/// That of CharacterExpression2CharacterSolve; the other definitions are in plain_solves.h.
+/// The definition of CharacterExpression2CharacterSolve; the others are in plain_solves.h.
 void PlainCharacterSolve(const VCharacterFace& character, PlainState& out,
                          const VArrayTemplate<double, 16>& weights) {
   ForEachShape(character, [&](int p, int s) {
@@ -39,7 +39,7 @@ VArrayTemplate<double, 16> CharacterWeights(const VCharacterFace& character, Har
   return weights;
 }
 
-/// All four solves of the character, each into a state full of NaN, against their definitions.
+/// Compares all four solves of the character, each into a state full of NaN, with their definitions.
 void ExpectDefinedBits(const VCharacterFace& character, const VFaceTemplateState& templates,
                        const VFaceExpressionState& expressions, const VArrayTemplate<double, 16>& weights) {
   VCharacterFaceState out;
@@ -69,7 +69,7 @@ void ExpectDefinedBits(const VCharacterFace& character, const VFaceTemplateState
       [&](PlainState& expected) { PlainCharacterSolve(character, expected, weights); });
 }
 
-/// Calls `check(name, solve)` for each of the four, `solve(out)` with every weight at 1.
+/// Calls `check(name, solve)` for each of the four solves; `solve(out)` has every weight at 1.
 template <class Check>
 void ForEachSolve(const VCharacterFace& character, Check check) {
   VFaceTemplateState templates;
@@ -152,7 +152,7 @@ TEST(CharacterSolves, ClearTheResultWithItsClustersAndLeaveRoots) {
   });
 }
 
-// No part, parts without shapes, a catalogue that has grown since, definitions that are gone: there is nothing to sum,
+// No part, parts without shapes, a catalogue that has grown, removed definitions: there is nothing to sum,
 // so nothing is read.
 TEST(CharacterSolves, WithoutShapesTheResultIsCleared) {
   CatalogueOnLoan catalogue;
@@ -202,7 +202,7 @@ TEST(CharacterSolves, ColumnsBeyondAPartsShapesStayZero) {
   });
 }
 
-// Not even into arithmetic that is thrown away: 0 times infinity would raise the processor's flag.
+// Not even for unused arithmetic: 0 times infinity would set the processor's flag.
 TEST(CharacterSolves, ColumnsBeyondAPartsShapesAreNotRead) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
@@ -226,12 +226,12 @@ TEST(CharacterSolves, ColumnsBeyondAPartsShapesAreNotRead) {
   character.CharacterExpression2CharacterSolve(out, weights);
   EXPECT_EQ(std::fetestexcept(FE_INVALID), 0);
 
-  character.mTemplateStates[0][0]->mWeights[1][0] = kInfinity; // the flag is there to be raised
+  character.mTemplateStates[0][0]->mWeights[1][0] = kInfinity; // sets the flag if it is read
   character.ActorTemplate2CharacterSolve(out, templates);
   EXPECT_NE(std::fetestexcept(FE_INVALID), 0);
 }
 
-// Of a cluster part too, the shapes have weights, however many poses there are.
+// In cluster parts, too, the shapes have weights, whatever the number of poses.
 TEST(CharacterSolves, ClusterPartsAreSummedOverTheirShapes) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
@@ -249,8 +249,8 @@ TEST(CharacterSolves, ClusterPartsAreSummedOverTheirShapes) {
   });
 }
 
-// No term is left out for a zero weight or a zero definition: 0 times infinity is not a number.
-TEST(CharacterSolves, ZeroWeightStillVisitsItsDefinition) {
+// Terms with a zero weight or a zero definition are included: 0 times infinity is NaN.
+TEST(CharacterSolves, ZeroWeightIncludesItsDefinition) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
   Character character;
@@ -269,7 +269,7 @@ TEST(CharacterSolves, ZeroWeightStillVisitsItsDefinition) {
   EXPECT_EQ(out.mWeights[0][0], 0);
 }
 
-TEST(CharacterSolves, WorkingStateAndExpressionValuesHaveNoPart) {
+TEST(CharacterSolves, WorkingStateAndExpressionValuesAreNotRead) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
   Character character;
@@ -313,7 +313,7 @@ TEST(TemplateToCharacter, TemplatesAreAddedInTheOrderOfPartsAndTemplates) {
   Character character;
   AddPart(character, 1);
   VFaceTemplateState templates;
-  // 1e16 swallows the first 1 and not the last: any other order of adding gives 0 or 2.
+  // 1e16 absorbs the first 1 but not the last: any other order gives 0 or 2.
   const struct {
     int part, slot;
     double value;
@@ -343,7 +343,7 @@ TEST(TemplateToCharacter, SlotsWithoutATemplateAreNotRead) {
 
 TEST(ExpressionToCharacter, ExpressionsAreAddedInCatalogueOrder) {
   CatalogueOnLoan catalogue;
-  for (int e = 0; e < 4; ++e) catalogue.Add().mParts[0].mWeights[0] = kNaN; // no template has a part in it
+  for (int e = 0; e < 4; ++e) catalogue.Add().mParts[0].mWeights[0] = kNaN; // templates are not read
   Character character;
   AddPart(character, 1);
   VFaceExpressionState expressions;
@@ -360,7 +360,7 @@ TEST(ExpressionToCharacter, ExpressionsAreAddedInCatalogueOrder) {
 
 // --- Actor2CharacterSolve
 
-TEST(ActorToCharacter, ExpressionThatTheCharacterDefinesIsNotCountedTwice) {
+TEST(ActorToCharacter, AnExpressionThatTheCharacterDefinesIsNotCountedTwice) {
   CatalogueOnLoan catalogue;
   catalogue.Add().mParts[0].mWeights[0] = 1;
   Character character;
@@ -373,10 +373,10 @@ TEST(ActorToCharacter, ExpressionThatTheCharacterDefinesIsNotCountedTwice) {
   character.Actor2CharacterSolve(out, VFaceTemplateState(), expressions);
   EXPECT_EQ(out.mWeights[0][3], 1);
   EXPECT_EQ(out.mWeights[0][2], 0);
-  EXPECT_EQ(expressions.mWeights[0], 1); // the caller's weights stay
+  EXPECT_EQ(expressions.mWeights[0], 1); // the caller's weights are unchanged
 }
 
-TEST(ActorToCharacter, OtherExpressionsGoThroughTheTemplates) {
+TEST(ActorToCharacter, OtherExpressionsDriveThroughTheTemplates) {
   CatalogueOnLoan catalogue;
   VFaceTemplateState& smile = catalogue.Add();
   smile.mParts[0].mWeights[0] = 0.5;
@@ -393,11 +393,11 @@ TEST(ActorToCharacter, OtherExpressionsGoThroughTheTemplates) {
   character.Actor2CharacterSolve(out, templates, expressions);
   EXPECT_EQ(out.mWeights[0][2], 0.125 + 0.25);
   EXPECT_EQ(out.mWeights[0][4], 0.375);
-  EXPECT_EQ(templates.mParts[0].mWeights[0], 0.125); // the caller's weights stay
+  EXPECT_EQ(templates.mParts[0].mWeights[0], 0.125); // the caller's weights are unchanged
 }
 
-// A definition beyond the shapes is none.
-TEST(ActorToCharacter, ExpressionDefinedBeyondTheShapesGoesThroughTheTemplates) {
+// A definition beyond the shapes does not count.
+TEST(ActorToCharacter, AnExpressionDefinedBeyondTheShapesDrivesThroughTheTemplates) {
   CatalogueOnLoan catalogue;
   catalogue.Add().mParts[0].mWeights[0] = 1;
   Character character;
@@ -412,7 +412,7 @@ TEST(ActorToCharacter, ExpressionDefinedBeyondTheShapesGoesThroughTheTemplates) 
   EXPECT_EQ(out.mWeights[0][3], 0);
 }
 
-TEST(ActorToCharacter, TemplatesAndExpressionsAreSummedApart) {
+TEST(ActorToCharacter, TemplatesAndExpressionsAreSummedSeparately) {
   CatalogueOnLoan catalogue;
   catalogue.Add();
   catalogue.Add();
@@ -426,10 +426,10 @@ TEST(ActorToCharacter, TemplatesAndExpressionsAreSummedApart) {
   expressions.mWeights[0] = expressions.mWeights[1] = 1;
   VCharacterFaceState out;
   character.Actor2CharacterSolve(out, templates, expressions);
-  EXPECT_EQ(out.mWeights[0][0], 1e16 + 2); // one after the other, 1e16 would swallow both
+  EXPECT_EQ(out.mWeights[0][0], 1e16 + 2); // in one sum, 1e16 would absorb both
 }
 
-TEST(ActorToCharacter, TemplateWeightsAreAddedBeforeTheyMeetTheDefinitions) {
+TEST(ActorToCharacter, TemplateWeightsAreAddedBeforeTheProducts) {
   CatalogueOnLoan catalogue;
   catalogue.Add().mParts[0].mWeights[0] = 1;
   Character character;
@@ -445,8 +445,8 @@ TEST(ActorToCharacter, TemplateWeightsAreAddedBeforeTheyMeetTheDefinitions) {
   EXPECT_NE(3e16 + 3, 3e16);
 }
 
-// An expression that is not a number and that the character defines stays away from the templates.
-TEST(ActorToCharacter, UsedExpressionLeavesNothingInTheTemplates) {
+// A NaN expression weight that the character defines does not affect the templates.
+TEST(ActorToCharacter, AUsedExpressionDoesNotAffectTheTemplates) {
   CatalogueOnLoan catalogue;
   catalogue.Add().mParts[0].mWeights[0] = 1;
   Character character;
@@ -466,9 +466,9 @@ TEST(ActorToCharacter, UsedExpressionLeavesNothingInTheTemplates) {
   EXPECT_EQ(out.mWeights[0][0], 0);
 }
 
-// What the character does not define is a sum of zeros, which makes no difference unless its weight is infinite or no
-// number: then it is not left out.
-TEST(ActorToCharacter, UnusedExpressionOfInfiniteWeightIsNotANumber) {
+// An expression that the character does not define is a sum of zeros, which changes nothing unless its weight
+// is infinite or NaN: then it is included.
+TEST(ActorToCharacter, AnUnusedExpressionOfInfiniteWeightGivesNaN) {
   CatalogueOnLoan catalogue;
   VFaceTemplateState& all = catalogue.Add();
   for (auto& part : all.mParts) std::fill(std::begin(part.mWeights), std::end(part.mWeights), 1.0);
@@ -479,7 +479,7 @@ TEST(ActorToCharacter, UnusedExpressionOfInfiniteWeightIsNotANumber) {
   VFaceExpressionState expressions;
   VCharacterFaceState out;
   for (const double weight : {kInfinity, -kInfinity, kNaN}) {
-    expressions.mWeights[0] = weight; // through the templates alone it would be infinite
+    expressions.mWeights[0] = weight; // through the templates only, it would be infinite
     character.Actor2CharacterSolve(out, VFaceTemplateState(), expressions);
     EXPECT_TRUE(std::isnan(out.mWeights[0][0])) << weight;
   }
@@ -503,7 +503,7 @@ TEST(CharacterExpressionToCharacter, OneExpressionGivesItsDefinitionTimesItsWeig
   EXPECT_EQ(out.mWeights[0][1], 1.5);
 }
 
-TEST(CharacterExpressionToCharacter, CountDecidesHowManyAreRead) {
+TEST(CharacterExpressionToCharacter, TheCountDeterminesHowManyAreRead) {
   Character character;
   AddPart(character, 1);
   for (int k = 0; k < 3; ++k) {
@@ -519,7 +519,7 @@ TEST(CharacterExpressionToCharacter, CountDecidesHowManyAreRead) {
   EXPECT_EQ(out.mWeights[0][0], 11);
 }
 
-// There is no limit to their number, as there is to that of the face's.
+// Unlike the face's expressions, their number has no limit.
 TEST(CharacterExpressionToCharacter, HundredsOfExpressionsAddUpInOrder) {
   HardNumbers numbers(51, 0);
   Character character;

@@ -13,8 +13,8 @@ using mien::detail::SumWeightedRows, mien::detail::WeightedSum, mien::detail::We
 
 namespace {
 
-/// Rows and sums that start at any address, each row at its own, and that end with their memory, so that
-/// AddressSanitizer sees a step beyond the last column.
+/// Rows and sums at arbitrary addresses, each row at a different one, that end with their memory, so that
+/// AddressSanitizer detects any access beyond the last column.
 struct Sheet {
   Sheet(int column_count, int row_count, int shifted_by, HardNumbers& numbers)
       : columns(column_count), shift(shifted_by) {
@@ -27,7 +27,7 @@ struct Sheet {
     }
   }
 
-  /// With what lies before the sums.
+  /// Including the memory before the sums.
   std::vector<double> Sum(WeightedSum& sum_rows) const {
     std::vector<double> sum(static_cast<std::size_t>(shift + columns), 0.5);
     sum_rows(sum.data() + shift, columns, row_starts.data(), weights.data(), static_cast<int>(rows.size()));
@@ -56,7 +56,7 @@ testing::AssertionResult SameBits(const std::vector<double>& actual, const std::
 
 } // namespace
 
-TEST(WeightedSum, ThereIsOneForThisProcessorBesideColumnByColumn) {
+TEST(WeightedSum, HasAVectorVariantForThisProcessor) {
   EXPECT_GE(WeightedSums().size(), 2U);
 #if defined(__x86_64__)
   EXPECT_EQ(WeightedSums().size(),
@@ -64,7 +64,7 @@ TEST(WeightedSum, ThereIsOneForThisProcessorBesideColumnByColumn) {
 #endif
 }
 
-// All widths from below one vector to beyond two tiles of the widest, and what the longest part has.
+// All widths from below one vector to beyond two tiles of the widest, and the width of the longest part.
 TEST(WeightedSum, EveryWidthGivesTheBitsOfTheStatedOrder) {
   HardNumbers numbers(31, 0);
   std::vector<int> columns{383, 384, 385, 498, 499, 500};
@@ -105,7 +105,7 @@ TEST(WeightedSum, ProductsAreRoundedBeforeTheyAreAdded) {
   }
 }
 
-// Callers count on it when they leave out additions of 0.0.
+// Callers rely on it when they leave out additions of 0.0.
 TEST(WeightedSum, StartsFromZeroAndNeverBecomesMinusZero) {
   const std::vector<double> zero(200, -0.0), tiny(200, 5e-324);
   const double* const rows[3] = {zero.data(), zero.data(), tiny.data()};

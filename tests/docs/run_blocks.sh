@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Runs what a Markdown file tells its readers to run.
+# Runs the commands and programs of a Markdown file.
 #
 #   run_blocks.sh FILE SOURCE_FOLDER SCRATCH_FOLDER
 #
-# Blocks fenced as ```sh are run by bash, those fenced as ```cpp that have a main are compiled and run, all in the order
-# of the file and in one scratch folder that shows the source tree's entries but keeps what the blocks write. A cpp block
-# is saved as program.cpp, or under the name that follows on its fence (```cpp open_mouth.cpp). What must not be run is
-# fenced otherwise: ```console, ```text. The environment says which mien the blocks see: PATH, CMAKE_PREFIX_PATH,
-# PKG_CONFIG_PATH, LD_LIBRARY_PATH, CXX.
+# Blocks fenced as ```sh are run by bash; those fenced as ```cpp that have a main are compiled and run. They
+# run in the order of the file, in one scratch folder that links to the source tree's entries and receives all
+# output. A cpp block is saved as program.cpp, or under the name that follows on its fence (```cpp
+# open_mouth.cpp). Blocks that must not be run have another fence: ```console, ```text. The environment
+# determines which mien the blocks use: PATH, CMAKE_PREFIX_PATH, PKG_CONFIG_PATH, LD_LIBRARY_PATH, CXX.
 set -euo pipefail
 
 file=$1 source=$2 scratch=$3
@@ -16,9 +16,10 @@ mkdir -p "$scratch/blocks" "$scratch/tree"
 for entry in "$source"/*; do
   [[ $entry == */build ]] || ln -s "$entry" "$scratch/tree/"
 done
-export MIEN_TEST_RUNNING=1 # a block that says scripts/test is satisfied by the run that it is part of
+export MIEN_TEST_RUNNING=1 # scripts/test does nothing in a block, which may be part of a run of it
 
-# One file per block: NNNN.sh or NNNN.cpp, NNNN its line in the document; NNNN.name holds what a cpp block is saved as.
+# One file per block: NNNN.sh or NNNN.cpp, with NNNN its line in the document. NNNN.name has the file name of
+# a cpp block.
 awk -v blocks="$scratch/blocks" '
   out != "" && /^[ ]*```[ ]*$/ { close(out); out = ""; next }
   out != "" { print substr($0, indent + 1) > out; next }
@@ -32,13 +33,16 @@ awk -v blocks="$scratch/blocks" '
     at = sprintf("%s/%04d", blocks, NR)
     out = at "." word[1]
     printf "" > out
-    if (word[1] == "cpp") { print (word[2] != "" ? word[2] : "program.cpp") > (at ".name"); close(at ".name") }
+    if (word[1] == "cpp") {
+      print (word[2] != "" ? word[2] : "program.cpp") > (at ".name")
+      close(at ".name")
+    }
   }
   END { if (out != "" || other) { print FILENAME ": a fence is never closed" > "/dev/stderr"; exit 1 } }
 ' "$file"
 
-# A block ends at the first command that fails in any place of a pipe, unless it was only cut short, as by `head`.
-# shellcheck disable=SC2016
+# A block fails with the first command that fails, also inside a pipe, unless it was only cut short, as by
+# `head`. shellcheck disable=SC2016
 strict='set -Euo pipefail
 trap '\''for s in "${PIPESTATUS[@]}"; do [[ $s == 0 || $s == 141 ]] || exit "$s"; done'\'' ERR
 set -x
@@ -69,5 +73,5 @@ while read -r block; do
   fi
 done <"$scratch/order"
 
-echo "$file: $commands command blocks and $programs programs ran; $fragments fragments were left alone"
+echo "$file: $commands command blocks and $programs programs ran; $fragments fragments were not run"
 [[ $((commands + programs)) -gt 0 || $(basename "$file") != README.md ]]

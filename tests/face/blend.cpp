@@ -15,7 +15,7 @@ VFaceBlendState Weights(double first, double second, double third) {
   return weights;
 }
 
-// Three poses and three template states that agree in no value.
+// Three poses and three template states, in which all values differ.
 struct Sources {
   VFaceState poses[3];
   VFaceTemplateState templates[3];
@@ -57,7 +57,7 @@ TEST(FaceStateBlend, OneSourceAtFullWeightIsThatSource) {
     const VFaceBlendState blend = Weights(i == 0, i == 1, i == 2);
     VFaceState result;
     face.FaceStateBlend(&result, sources.poses, &blend);
-    // Rest is subtracted and added back: two roundings of coordinates below 16.
+    // Rest is subtracted and added: two rounding errors of coordinates below 16.
     EXPECT_TRUE(SamePoints(result, sources.poses[i], 4e-15));
   }
 }
@@ -71,7 +71,7 @@ TEST(FaceStateBlend, NoSourceGivesTheRestPose) {
   EXPECT_TRUE(SamePoints(result, RestPose(face)));
 }
 
-// Not an average: the offsets from rest add up, and rest comes back once.
+// Not an average: the offsets from rest add up, and rest is added once.
 TEST(FaceStateBlend, DefaultWeightsAddTheOffsetsUp) {
   VFace face;
   Sources sources(face);
@@ -100,7 +100,7 @@ TEST(FaceStateBlend, WeightsThatSumToOneAverage) {
       SetXyz(average.mParts[p].mPoints[k], (a.x + b.x + 2 * c.x) / 4, (a.y + b.y + 2 * c.y) / 4,
              (a.z + b.z + 2 * c.z) / 4);
     }
-  EXPECT_TRUE(SamePoints(result, average, 1e-14)); // half a dozen roundings of coordinates below 16
+  EXPECT_TRUE(SamePoints(result, average, 1e-14)); // half a dozen rounding errors of coordinates below 16
 }
 
 TEST(FaceStateBlend, SourcesAreAddedInOrderWithoutClamp) {
@@ -114,7 +114,7 @@ TEST(FaceStateBlend, SourcesAreAddedInOrderWithoutClamp) {
   }
 }
 
-// Exactly zero, of either sign, leaves a source out, whatever it holds.
+// A weight of exactly zero, of either sign, leaves a source out, whatever it contains.
 TEST(FaceStateBlend, ZeroWeightSkipsItsSource) {
   const VFace face;
   Sources sources(face);
@@ -153,7 +153,7 @@ TEST(FaceStateBlend, WeightThatIsNotANumberMakesEveryPointNotANumber) {
   }
 }
 
-TEST(FaceStateBlend, ForgetsWhatTheResultHeld) {
+TEST(FaceStateBlend, OverwritesTheResult) {
   const VFace face;
   const Sources sources(face);
   VFaceState result;
@@ -210,8 +210,8 @@ TEST(TemplateStateBlend, HalfAndHalfIsTheMean) {
                     2);
 }
 
-// Template weights are offsets from neutral already: they add up as they stand, with nothing taken off or put
-// back.
+// Template weights are already offsets from neutral: they are added directly, without subtracting or adding
+// rest.
 TEST(TemplateStateBlend, SourcesAddUpInOrderWithoutClamp) {
   const VFace face;
   const Sources sources(face);

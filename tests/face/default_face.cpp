@@ -227,12 +227,12 @@ TEST(DefaultFace, PartsAreNamedAndTitledInOrder) {
   }
 }
 
-TEST(DefaultFace, PartsSitWhereTheReferenceFaceHasThem) {
+TEST(DefaultFace, PartsAreAtTheirPositionsOnTheReferenceFace) {
   const VFace face;
   for (int k = 0; k < 9; ++k) ExpectPoint(face.mParts[k].mCenter, parts[k].center, parts[k].name);
 }
 
-TEST(DefaultFace, ScalesLeadFromTemplateSpaceToTheReferenceSize) {
+TEST(DefaultFace, ScalesConvertFromTemplateSpaceToTheReferenceSize) {
   const VFace face;
   for (int k = 0; k < 9; ++k) {
     EXPECT_EQ(face.mParts[k].mScale.x, parts[k].size.x / parts[k].scale.x) << parts[k].name;
@@ -242,7 +242,7 @@ TEST(DefaultFace, ScalesLeadFromTemplateSpaceToTheReferenceSize) {
 }
 
 TEST(DefaultFace, ScalesAreTheKnownNumbers) {
-  // Beside the division above, the quotients themselves.
+  // In addition to the division above, the quotients themselves.
   const VFace face;
   constexpr double expected[9][3] = {
       {1.719, 0.5, 1.0},     {1.321, 1.318 / 6, 0.761}, {1.321, 1.318 / 6, 0.761},
@@ -306,7 +306,7 @@ TEST(DefaultFace, TemplatePointsAreTheListedOnesInTemplateSpace) {
   EXPECT_EQ(checked, 20); // of 23 templates
 }
 
-TEST(DefaultFace, WhistleIsPulledAFifthOfTheWayBackToRest) {
+TEST(DefaultFace, WhistleIsFourFifthsOfTheListedPose) {
   const VFace face;
   for (int i = 0; i < 7; ++i) {
     const Position rest = Scaled(parts[kMouth], parts[kMouth].rest, i);
@@ -318,7 +318,7 @@ TEST(DefaultFace, WhistleIsPulledAFifthOfTheWayBackToRest) {
   }
 }
 
-TEST(DefaultFace, WhistleBringsTheLeftCornerIn) {
+TEST(DefaultFace, WhistleMovesTheLeftCornerIn) {
   const VFace face;
   EXPECT_DOUBLE_EQ(MouthPoint(face, kWhistle, 0).x, 0.6);
   EXPECT_DOUBLE_EQ(MouthPoint(face, kWhistle, 0).y, 0.24);
@@ -369,14 +369,14 @@ TEST(DefaultFace, ClosedLeftEyeHasTwoNegativeZerosAndTheRightEyeNone) {
   }
 }
 
-TEST(DefaultFace, RightCheekUpIsDrawnInToTheMiddle) {
+TEST(DefaultFace, RightCheekUpIsMovedInToTheMiddle) {
   // Not the mirror image of the left cheek, whose point stays at -0.4. Characters are built on it.
   const VFace face;
   EXPECT_EQ(face.mParts[kLeftCheek].mTemplates[0]->mPoints[1].x, -0.4);
   EXPECT_EQ(face.mParts[kRightCheek].mTemplates[0]->mPoints[1].x, 0);
 }
 
-TEST(DefaultFace, RightSideMirrorsTheLeftButForOneCheekPoint) {
+TEST(DefaultFace, RightSideMirrorsTheLeftExceptOneCheekPoint) {
   const VFace face;
   const auto expect_mirrored = [](const VgeTVector& left, const VgeTVector& right, const std::string& where) {
     EXPECT_EQ(right.x, -left.x) << where;
@@ -437,7 +437,7 @@ struct CountedExpression : VFaceExpression {
   int& mDestroyed;
 };
 
-/// Lets go of what a copied face shares with its source, which will delete it.
+/// Clears the lists that a copied face shares with its source, which will delete their objects.
 void ReleaseShared(VFace& copy) {
   copy.mExpressions.Clear();
   for (VFacePart& part : copy.mParts) part.mTemplates.Clear();
@@ -445,7 +445,7 @@ void ReleaseShared(VFace& copy) {
 
 } // namespace
 
-TEST(DefaultFace, DestructionDeletesExpressionsAsWhatTheyAre) {
+TEST(DefaultFace, DestructionDeletesExpressionsThroughTheirVirtualDestructor) {
   int destroyed = 0;
   {
     VFace face;

@@ -17,7 +17,7 @@ std::vector<std::string> Names(const VFace& face) {
   return names;
 }
 
-/// Appends without asking for a free name.
+/// Appends without looking for a free name.
 void Append(VFace& face, const std::string& name) {
   auto* const expression = new VFaceExpression;
   std::strncpy(expression->mName, name.c_str(), sizeof expression->mName - 1);
@@ -26,7 +26,7 @@ void Append(VFace& face, const std::string& name) {
 
 void Append(VFace& face, const char* name) { Append(face, std::string(name)); }
 
-/// "Other0", "Other1" ... of a catalogue that must be full of something.
+/// "Other0", "Other1" ... to fill a catalogue.
 void AppendOthers(VFace& face, int count) {
   for (int k = 0; k < count; ++k) Append(face, "Other" + std::to_string(k));
 }
@@ -37,7 +37,7 @@ void AppendAllSmiles(VFace& face) {
   for (int n = 1; n < 100; ++n) Append(face, "Smile" + std::to_string(n));
 }
 
-/// What RenameExpression answers and leaves in `out`, with room for any base.
+/// What RenameExpression returns and writes to `out`, with room for any base.
 struct Renamed {
   bool free;
   std::string name;
@@ -84,7 +84,7 @@ TEST(RenameExpression, IgnoresTheCaseOfLetters) {
   EXPECT_EQ(Rename(face, "Smile").name, "Smile2");
 }
 
-TEST(RenameExpression, KnowsNoCaseBeyondAscii) {
+TEST(RenameExpression, IgnoresOnlyTheCaseOfAscii) {
   VFace face;
   Append(face, "L\xc3\xa4"
                "cheln");
@@ -100,14 +100,14 @@ TEST(RenameExpression, KnowsNoCaseBeyondAscii) {
             "CHELN1");
 }
 
-TEST(RenameExpression, LooksAtNamesAndNotAtRetrieveNames) {
+TEST(RenameExpression, ComparesNamesAndNotRetrieveNames) {
   VFace face;
   Append(face, "Frown");
   std::strcpy(face.mExpressions[0]->mRetrieveName, "Smile");
   EXPECT_EQ(Rename(face, "Smile").name, "Smile");
 }
 
-TEST(RenameExpression, TakesPercentSignsForText) {
+TEST(RenameExpression, TreatsPercentSignsAsText) {
   VFace face;
   EXPECT_EQ(Rename(face, "100%s%n%d").name, "100%s%n%d");
   Append(face, "100%s%n%d");
@@ -130,7 +130,7 @@ TEST(RenameExpression, FindsTheLastOfItsHundredCandidates) {
   EXPECT_EQ(renamed.name, "Smile99");
 }
 
-TEST(RenameExpression, GivesUpAfterAHundredCandidates) {
+TEST(RenameExpression, FailsAfterAHundredCandidates) {
   VFace face;
   AppendAllSmiles(face);
   const Renamed renamed = Rename(face, "sMILE");
@@ -138,8 +138,8 @@ TEST(RenameExpression, GivesUpAfterAHundredCandidates) {
   EXPECT_EQ(renamed.name, "sMILE99"); // the last one tried
 }
 
-TEST(RenameExpression, IsNotBoundByTheRoomForNames) {
-  // Only the caller's buffer bounds it; an expression could not hold the result.
+TEST(RenameExpression, IsNotLimitedByTheLengthOfNames) {
+  // Only the caller's buffer limits it; an expression could not store the result.
   VFace face;
   const std::string base(600, 'x');
   EXPECT_TRUE(Rename(face, base).free);
@@ -181,7 +181,7 @@ TEST(CreateExpression, MakesADefaultExpression) {
   EXPECT_FALSE(expression.mFlag);
 }
 
-TEST(CreateExpression, LeavesTheOthersAsTheyAre) {
+TEST(CreateExpression, LeavesTheOthersUnchanged) {
   VFace face;
   face.CreateExpression("Smile");
   VFaceExpression* const first = face.mExpressions[0];
@@ -209,8 +209,8 @@ TEST(CreateExpression, StopsAtNinetyNine) {
   EXPECT_EQ(Names(face), full);
 }
 
-TEST(CreateExpression, NamesNinetyNineOfOneKind) {
-  // Every number that fits the catalogue is reached: the last one is 98.
+TEST(CreateExpression, NamesNinetyNineExpressionsWithOneBase) {
+  // Every number that the catalogue can need is possible: the last one is 98.
   VFace face;
   for (int k = 0; k < 99; ++k) ASSERT_EQ(face.CreateExpression("Smile"), k);
   EXPECT_STREQ(face.mExpressions[98]->mName, "Smile98");
@@ -218,7 +218,7 @@ TEST(CreateExpression, NamesNinetyNineOfOneKind) {
   EXPECT_EQ(face.mExpressions.GetCount(), 99);
 }
 
-TEST(CreateExpression, RefusesWhereNoCandidateIsFree) {
+TEST(CreateExpression, RefusesIfNoCandidateIsFree) {
   // More expressions than it would ever create itself; it must not add to them either.
   VFace face;
   AppendAllSmiles(face);
@@ -227,7 +227,7 @@ TEST(CreateExpression, RefusesWhereNoCandidateIsFree) {
   EXPECT_EQ(face.mExpressions.GetCount(), 100);
 }
 
-TEST(CreateExpression, TakesANameOf255Characters) {
+TEST(CreateExpression, AcceptsANameOf255Characters) {
   VFace face;
   const std::string name(255, 'x');
   EXPECT_EQ(face.CreateExpression(name.c_str()), 0);
@@ -260,7 +260,7 @@ TEST(CreateExpression, RefusesANameWhoseFreeFormIsTooLong) {
 }
 
 TEST(CreateExpression, DoesNotCutANameThatIsTooLong) {
-  // Cut, the name would be a free one.
+  // Cut short, the name would be free.
   VFace face;
   const std::string longest(255, 'x');
   Append(face, longest);

@@ -37,7 +37,7 @@ TEST(ExpressionState, ClearZeroesAllHundredWeightsAndKeepsTheIndex) {
   EXPECT_EQ(state.mIndex, 7);
 }
 
-TEST(ExpressionState, CopyTakesTheWeightsButNotTheIndex) {
+TEST(ExpressionState, CopyCopiesTheWeightsButNotTheIndex) {
   VFaceExpressionState state = Numbered(1, 5);
   state.Copy(Numbered(10, 7));
   ExpectWeights(state, 10);

@@ -9,7 +9,7 @@ namespace {
 
 using namespace tests;
 
-// A face with a catalogue of its own, which its destructor deletes.
+// A face with its own catalogue, which its destructor deletes.
 struct ExpressionFace : VFace {
   VFaceTemplateState& Add(const char* name) { return mExpressions[CreateExpression(name)]->mTemplateState; }
 
@@ -64,7 +64,7 @@ TEST(ExpressionSolve, FullWeightGivesTheExpressionOnTheTemplatesOfTheFace) {
                 HasTemplate(face, part, j) ? smile.mParts[part].mWeights[j] : 0);
 }
 
-TEST(ExpressionSolve, TwoHalvesMakeAWhole) {
+TEST(ExpressionSolve, TwoHalvesAddUpToTheWhole) {
   ExpressionFace face;
   face.Add("Shout").mParts[kMouth].mWeights[0] = 1;
   face.Add("Yawn").mParts[kMouth].mWeights[0] = 1;
@@ -89,7 +89,7 @@ TEST(ExpressionSolve, ExpressionsAreAddedInCatalogueOrder) {
   for (const double value : values) face.Add("Order").mParts[kLeftEye].mWeights[2] = value;
   VFaceExpressionState weights;
   for (double& weight : weights.mWeights) weight = 1;
-  // 1e16 swallows the first 1 and not the last: any other order of adding gives 0 or 2.
+  // 1e16 absorbs the first 1 but not the last: any other order gives 0 or 2.
   EXPECT_EQ(face.Solve(weights).mParts[kLeftEye].mWeights[2], 1);
 }
 
@@ -131,7 +131,7 @@ TEST(ExpressionSolve, SlotsThatTheFaceDoesNotHaveStayZero) {
 }
 
 // No expression is left out for a zero weight: 0 times infinity is not a number.
-TEST(ExpressionSolve, ZeroWeightStillVisitsItsExpression) {
+TEST(ExpressionSolve, ZeroWeightIncludesItsExpression) {
   ExpressionFace face;
   face.Add("Broken").mParts[kMouth].mWeights[1] = kInfinity;
   const VFaceTemplateState result = face.Solve(VFaceExpressionState());
@@ -139,7 +139,7 @@ TEST(ExpressionSolve, ZeroWeightStillVisitsItsExpression) {
   EXPECT_EQ(result.mParts[kMouth].mWeights[0], 0);
 }
 
-TEST(ExpressionSolve, TakesAnyListAndNotOnlyTheFacesOwn) {
+TEST(ExpressionSolve, AcceptsAnyListAndNotOnlyTheFacesOwn) {
   const VFace face;
   VFaceExpression smile, frown;
   smile.mTemplateState.mParts[kMouth].mWeights[2] = 1;
@@ -156,7 +156,7 @@ TEST(ExpressionSolve, TakesAnyListAndNotOnlyTheFacesOwn) {
   EXPECT_EQ(result.mParts[kMouth].mWeights[4], 0.5);
 }
 
-TEST(ExpressionSolve, TagsHaveNoPartInIt) {
+TEST(ExpressionSolve, TagsAreNotRead) {
   ExpressionFace face;
   VFaceTemplateState& smile = face.Add("Smile");
   smile.mParts[kMouth].mWeights[2] = 1;

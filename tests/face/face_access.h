@@ -2,7 +2,7 @@
 
 #include "mien/face/face.h"
 
-/// The measures and region solves that VFace keeps to itself, under their own names.
+/// Gives tests access to VFace's private measures and region solves.
 struct VFaceTestAccess {
   const VFace& face;
 

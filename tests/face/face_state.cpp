@@ -36,8 +36,8 @@ VFaceState Numbered(double factor, bool valid) {
   return state;
 }
 
-/// Expects each coordinate to be what `expected(number, axis)` makes of its number, and w to be `w` times its
-/// own.
+/// Expects each coordinate to be `expected(number, axis)` of its number, and w to be `w` times its
+/// number.
 template <class F>
 void ExpectPoints(const VFaceState& state, F expected, double w) {
   for (int k = 0; k < 9; ++k)
@@ -60,7 +60,7 @@ TEST(FaceState, StartsInvalidAtTheOriginOfAnIdentityFrame) {
     for (const VgeTVector& point : part.mPoints) EXPECT_EQ(point, VgeTVector());
 }
 
-TEST(FaceState, CopiesCarryFrameFlagAndAllFourComponents) {
+TEST(FaceState, CopiesHaveFrameFlagAndAllFourComponents) {
   VFaceState source = Numbered(3, true);
   const VFaceState copied(source), moved(std::move(source));
   VFaceState copy_assigned, move_assigned, temporary = copied;
@@ -105,7 +105,7 @@ TEST(FaceState, SubSubtractsPartByPart) {
   EXPECT_FALSE(state.mValid);
 }
 
-TEST(FaceState, ScaleByAFactorTouchesPositionsAlone) {
+TEST(FaceState, ScaleByAFactorChangesOnlyPositions) {
   VFaceState state = Numbered(1, true);
   state.Scale(-0.25);
   ExpectPoints(
@@ -134,8 +134,8 @@ TEST(FaceState, ScaleByAVectorIsPerAxis) {
       state, [&](double n, int axis) { return expected[axis] * n; }, 1);
 }
 
-TEST(FaceState, CopyTakesPointsAndFlagButNotTheFrame) {
-  // Unlike assignment: a solve may copy a pose into a state and keep the head frame that is already there.
+TEST(FaceState, CopyCopiesPointsAndFlagButNotTheFrame) {
+  // Unlike assignment: a solve may copy a pose into a state and keep the state's head frame.
   for (const bool valid : {false, true}) {
     VFaceState state = Numbered(1, !valid);
     const VFaceState other = Numbered(10, valid);
@@ -171,7 +171,7 @@ TEST(FaceState, CombinesWithItself) {
   EXPECT_TRUE(copied.mValid);
 }
 
-TEST(FaceState, BlendsAPoseByWeight) {
+TEST(FaceState, CanBlendAPoseByWeight) {
   // Rest + weight * (pose - rest), as every solve from weights to points builds it.
   const VFaceState rest = Numbered(1, false), pose = Numbered(3, false);
   VFaceState difference = pose, blended = rest;

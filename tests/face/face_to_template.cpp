@@ -43,9 +43,9 @@ TEST(Face2TemplateSolve, WeightsThatNoRegionWritesAreCleared) {
     }
 }
 
-// A lid exactly at rest is neither closed nor wide open: its solve writes neither weight, and the clearing
-// shows.
-TEST(Face2TemplateSolve, RestingLidShowsTheClearedWeights) {
+// A lid exactly at rest is neither closed nor wide open: its solve writes neither weight, and the cleared
+// values remain.
+TEST(Face2TemplateSolve, RestingLidKeepsTheClearedWeights) {
   const VFace face;
   const VFaceTemplateState result = Solve(face, RestPose(face));
   for (const int eye : {kLeftEye, kRightEye}) {
@@ -54,7 +54,7 @@ TEST(Face2TemplateSolve, RestingLidShowsTheClearedWeights) {
   }
 }
 
-TEST(Face2TemplateSolve, EveryPartIsSolvedByItsRegionAndTheMouthByPeeling) {
+TEST(Face2TemplateSolve, EveryPartIsSolvedByItsRegionsSolve) {
   const VFace face;
   const VFaceTestAccess regions{face};
   Numbers numbers(92);
@@ -94,7 +94,7 @@ TEST(Face2TemplateSolve, MirroredSidesGetTheSameWeights) {
   }
 }
 
-// What the points were made from is what the solve finds, for the templates that do not show in one another.
+// The solve returns the weights from which the points were made, for templates that do not affect each other.
 TEST(Face2TemplateSolve, RecoversLidsSquintCheeksAndNostrilsFromTheirPoints) {
   const VFace face;
   struct Wanted {
@@ -112,7 +112,7 @@ TEST(Face2TemplateSolve, RecoversLidsSquintCheeksAndNostrilsFromTheirPoints) {
         << face.mParts[w.part].mName << ", template " << w.template_index;
 }
 
-TEST(Face2TemplateSolve, MeasuresThroughTheTemplatesToTheWholeFace) {
+TEST(Face2TemplateSolve, InvertsTheTemplateSolveOfTheWholeFace) {
   const VFace face;
   VFaceTemplateState weights;
   weights.mParts[kMouth].mWeights[0] = 0.5;       // Open

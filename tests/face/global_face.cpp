@@ -14,7 +14,7 @@ public:
     mSquareDepth = mFace->mParts[0].mTemplates[6]->mPoints[1].z;
   }
 
-  /// No test is left to fail by then; a face that is gone ends the program with an error of its own.
+  /// No test can fail by then; if the face no longer exists, this ends the program with an error.
   ~EarlyUser() {
     const VFacePart& nostril = GetGlobalFace()->mParts[8];
     if (GetGlobalFace() != mFace || nostril.mTemplates.GetCount() != 1 ||
@@ -31,7 +31,7 @@ EarlyUser early_user;
 
 } // namespace
 
-TEST(GlobalFace, IsThereForStaticObjectsBeforeMain) {
+TEST(GlobalFace, ExistsForStaticObjectsBeforeMain) {
   EXPECT_EQ(early_user.mFace, GetGlobalFace());
   EXPECT_EQ(early_user.mChin, 6);
   EXPECT_EQ(early_user.mSquareDepth, 0.3);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The lookups only read: they are there for a face that must not be changed.
+// The lookups only read: they can be called on a constant face.
 const VFace& Face() { return *GetGlobalFace(); }
 
 void AddExpression(VFace& face, const char* name, const char* retrieve_name) {
@@ -25,7 +25,7 @@ TEST(PartLookup, FindsEachPartAtItsIndex) {
   for (int k = 0; k < 9; ++k) EXPECT_EQ(Face().PartIndexByName(names[k]), k) << names[k];
 }
 
-TEST(PartLookup, AnswersMinusOneForAnythingElse) {
+TEST(PartLookup, ReturnsMinusOneForAnythingElse) {
   for (const char* name :
        {"Nose", "", "mouth", "MOUTH", "Mout", "Mouth ", " Mouth", "Mouth (Close)", "LeftBro"})
     EXPECT_EQ(Face().PartIndexByName(name), -1) << '"' << name << '"';
@@ -36,7 +36,7 @@ TEST(PartLookup, ComparesTextsNotAddresses) {
   EXPECT_EQ(Face().PartIndexByName(name.c_str()), 3);
 }
 
-TEST(PartLookup, AnswersTheFirstOfEqualNames) {
+TEST(PartLookup, ReturnsTheFirstOfEqualNames) {
   VFace face;
   std::strcpy(face.mParts[5].mName, "LeftBrow");
   EXPECT_EQ(face.PartIndexByName("LeftBrow"), 1);
@@ -107,7 +107,7 @@ TEST(TemplateLookup, ComparesTextsNotAddresses) {
   EXPECT_EQ(Face().mParts[0].TemplateIndexByName(name.c_str()), 5);
 }
 
-TEST(TemplateLookup, AnswersTheFirstOfEqualNames) {
+TEST(TemplateLookup, ReturnsTheFirstOfEqualNames) {
   VFacePart part;
   for (const char* name : {"Up", "Down", "Down"}) part.mTemplates.Add(new VFacePartTemplate(name, name));
   EXPECT_EQ(part.TemplateIndexByName("Down"), 1);
@@ -120,7 +120,7 @@ TEST(TemplateLookup, FindsNothingWithoutTemplates) {
   EXPECT_EQ(part.TemplateIndexByName(""), -1);
 }
 
-TEST(ExpressionLookup, ByNameIsCaseSensitiveAndAnswersTheFirst) {
+TEST(ExpressionLookup, ByNameIsCaseSensitiveAndReturnsTheFirst) {
   VFace face;
   AddExpression(face, "Smile", "");
   AddExpression(face, "Frown", "Smirk");

@@ -38,7 +38,7 @@ double Distance(const VgeTVector& a, const VgeTVector& b) {
   return std::sqrt(x * x + y * y + z * z);
 }
 
-// One plus the dot product of the directions of two segments, each made a unit by multiplying with 1 /
+// One plus the dot product of the directions of two segments, each normalised by multiplying with 1 /
 // length.
 double Agreement(const VgeTVector& b0, const VgeTVector& b1, const VgeTVector& a0, const VgeTVector& a1) {
   double u[3] = {b1.x - b0.x, b1.y - b0.y, b1.z - b0.z}, v[3] = {a1.x - a0.x, a1.y - a0.y, a1.z - a0.z};
@@ -59,7 +59,7 @@ double BaseTimesHeight(const VgeTVector& p, const VgeTVector& q, const VgeTVecto
 
 // --- Agreement of directions.
 
-TEST(AngleMeasure, PoseAgreesWithItselfByTwoPerSegment) {
+TEST(AngleMeasure, APoseAndItselfGiveTwoPerSegment) {
   const VFacePartState square = Square(3);
   EXPECT_EQ(Measures().Face2TemplateAIAngle(square, square, 4, false), 8);
   EXPECT_EQ(Measures().Face2TemplateAIAngle(square, square, 4, true), 16);
@@ -68,7 +68,7 @@ TEST(AngleMeasure, PoseAgreesWithItselfByTwoPerSegment) {
             4); // the chord is the segment once more
 }
 
-TEST(AngleMeasure, FewerThanTwoPointsAgreeByOne) {
+TEST(AngleMeasure, FewerThanTwoPointsGiveOne) {
   Numbers numbers(31);
   const VFacePartState a = numbers.PartPose(5), b = numbers.PartPose(5);
   for (const int n : {0, 1})
@@ -112,7 +112,7 @@ TEST(AngleMeasure, FarPointsBeyondTheCountAreNotRead) {
   EXPECT_EQ(Measures().Face2TemplateAIAngle(a, b, 4, true), 16);
 }
 
-// The unit vectors are made with one reciprocal and products: 49 * (1 / 49) falls short of 1, and so does the
+// The unit vectors are computed with one reciprocal and products: 49 * (1 / 49) is below 1, and so is the
 // measure.
 TEST(AngleMeasure, UnitVectorsAreMadeByMultiplyingWithTheReciprocal) {
   VFacePartState pose;
@@ -136,7 +136,7 @@ TEST(AngleMeasure, IsTheProductOfTheAgreementsInSlotOrder) {
   }
 }
 
-TEST(AngleMeasure, IsSymmetricAndIgnoresPlaceAndSize) {
+TEST(AngleMeasure, IsSymmetricAndIgnoresPositionAndSize) {
   Numbers numbers(33);
   for (int round = 0; round < 50; ++round) {
     const VFacePartState a = numbers.PartPose(5), b = numbers.PartPose(5);
@@ -151,7 +151,7 @@ TEST(AngleMeasure, IsSymmetricAndIgnoresPlaceAndSize) {
   }
 }
 
-TEST(AngleMeasure, CoordinateThatIsNotANumberSpoilsIt) {
+TEST(AngleMeasure, ANaNCoordinateGivesNaN) {
   VFacePartState broken = Square(1);
   broken.mPoints[2].y = kNaN;
   EXPECT_TRUE(std::isnan(Measures().Face2TemplateAIAngle(broken, Square(1), 4, false)));
@@ -201,7 +201,7 @@ TEST(DistanceMeasure, SumThatIsNotANumberFallsBackOnlyInTheReciprocal) {
   EXPECT_EQ(Measures().Face2TemplateAIDistance(broken, Square(1), 2, true), kReciprocalOfNothing);
 }
 
-TEST(DistanceMeasure, InfinitelyFarHasReciprocalZero) {
+TEST(DistanceMeasure, InfiniteDistanceHasReciprocalZero) {
   VFacePartState far;
   far.mPoints[1].x = -kInfinity;
   EXPECT_EQ(Measures().Face2TemplateAIDistance(far, Square(1), 2, false), kInfinity);
@@ -234,7 +234,7 @@ TEST(AxisMeasure, EveryComponentOfTheAxisCounts) {
   EXPECT_EQ(Measures().Face2TemplateAIDistanceAlongAxis(pose, origin, axis, 1, false), 235);
 }
 
-// The axis is taken as it comes: its length scales the measure.
+// The axis is not normalised: its length scales the measure.
 TEST(AxisMeasure, AxisIsNotNormalised) {
   Numbers numbers(35);
   const VFacePartState pose = numbers.PartPose(5);
@@ -261,7 +261,7 @@ TEST(AxisMeasure, NoPointsGiveZeroInEitherForm) {
 
 // --- Summed distances over chosen points.
 
-TEST(ExclusiveDistanceMeasure, CountsTheFlaggedPointsAlone) {
+TEST(ExclusiveDistanceMeasure, CountsOnlyTheFlaggedPoints) {
   VFacePartState a, b;
   SetXyz(a.mPoints[0], 3, 4, 0);    // 5
   SetXyz(a.mPoints[1], kNaN, 0, 0); // not flagged: not read
@@ -270,7 +270,7 @@ TEST(ExclusiveDistanceMeasure, CountsTheFlaggedPointsAlone) {
   EXPECT_EQ(Measures().Face2TemplateAIDistanceExclusive(a, b, 3, use, false), 7);
 }
 
-// Each point's reciprocal by itself, unlike the plain distance, which takes the reciprocal of the sum.
+// The sum of the points' reciprocals, unlike the plain distance, which has the reciprocal of the sum.
 TEST(ExclusiveDistanceMeasure, InverseSumsTheReciprocals) {
   VFacePartState a, b;
   SetXyz(a.mPoints[0], 4, 0, 0);
@@ -295,9 +295,9 @@ TEST(ExclusiveDistanceMeasure, SumsInSlotOrder) {
   }
 }
 
-// A coincident point is worth the largest double here, not the other measures' ten million: it outranks
-// everything.
-TEST(ExclusiveDistanceMeasure, CoincidentPointIsWorthTheLargestDouble) {
+// A coincident point counts as the largest double here, not as ten million as in the other measures: it
+// outweighs everything.
+TEST(ExclusiveDistanceMeasure, CoincidentPointCountsAsTheLargestDouble) {
   VFacePartState a, b;
   SetXyz(a.mPoints[1], 4, 0, 0);
   const bool first[2] = {true, false}, both[2] = {true, true};
@@ -336,20 +336,20 @@ TEST(TriangleArea, IsExactForAUnitBase) {
   EXPECT_EQ(Measures().Face2TemplateTriangleArea({1, 0, 5, 1}, {0, 0, 5, 1}, {0.25, 0, 7, 1}), 1);
 }
 
-TEST(TriangleArea, IsExactWhereTheApexIsAboveTheSecondPoint) {
+TEST(TriangleArea, IsExactIfTheApexIsAboveTheSecondPoint) {
   EXPECT_EQ(Measures().Face2TemplateTriangleArea({2, 0, 0, 1}, {0, 0, 0, 1}, {0, 1, 0, 1}), 1);
 }
 
-// The foot point divides by the base's length once, not by its square: it lands too far along a base longer
-// than 1, and the "height" becomes slanted. The mouth surface is built on exactly this number.
+// The foot point is divided by the base's length once, not by its square: it is too far along a base longer
+// than 1, and the "height" is slanted. The mouth surface uses exactly this number.
 TEST(TriangleArea, FootPointIsOffForABaseThatIsNotOne) {
   EXPECT_EQ(Measures().Face2TemplateTriangleArea({2, 0, 0, 1}, {0, 0, 0, 1}, {1, 1, 0, 1}), std::sqrt(2.0));
-  // Base 0.5: the foot of (0.5, 1) lands at x = 0.25 instead of 0.5.
+  // Base 0.5: the foot of (0.5, 1) is at x = 0.25 instead of 0.5.
   EXPECT_EQ(Measures().Face2TemplateTriangleArea({0.5, 0, 0, 1}, {0, 0, 0, 1}, {0.5, 1, 0, 1}),
             std::sqrt(0.25 * 0.25 + 1) * 0.5 * 0.5);
 }
 
-TEST(TriangleArea, CoincidentBasePointsGiveNoNumber) {
+TEST(TriangleArea, CoincidentBasePointsGiveNaN) {
   const VgeTVector point{1, 2, 3, 1}, apex{4, 5, 6, 1};
   EXPECT_TRUE(std::isnan(Measures().Face2TemplateTriangleArea(point, point, apex)));
   EXPECT_TRUE(std::isnan(Measures().Face2TemplateTriangleArea(point, point, point)));
@@ -407,7 +407,7 @@ TEST(MouthSurfaceMeasure, IsNotSymmetric) {
 }
 
 TEST(MouthSurfaceMeasure, EqualSurfacesFallBack) {
-  // Three lip points in one place: the triangles (5, 1, 2) and (5, 2, 4), in which a mouth differs from
+  // Three coincident lip points: the triangles (5, 1, 2) and (5, 2, 4), in which a mouth differs from
   // itself, have no area, and the others cancel.
   VFacePartState pose;
   SetXyz(pose.mPoints[0], 2, 0, 0);

@@ -1,4 +1,4 @@
-// What the face does where memory runs out.
+// The face when memory runs out.
 
 #include "mien/face/face.h"
 #include "tests/failing_heap.h"
@@ -7,7 +7,7 @@
 
 using tests::blocks, tests::RunsOutOfMemory;
 
-TEST(FaceOutOfMemory, ConstructionThrowsAndReleasesWhatItHas) {
+TEST(FaceOutOfMemory, ConstructionThrowsAndReleasesItsMemory) {
   int failing = 0;
   for (;; ++failing) {
     ASSERT_LT(failing, 1000);

@@ -14,7 +14,7 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// Every coordinate of every slot has a value of its own: factor * (100 * slot + 1, 2, 3), and w = factor *
+/// Every coordinate of every slot has a different value: factor * (100 * slot + 1, 2, 3), and w = factor *
 /// -slot.
 VFacePartState Numbered(double factor) {
   VFacePartState state;
@@ -41,7 +41,7 @@ TEST(PartState, StartsWithDefaultPoints) {
   for (int i = 0; i < 7; ++i) ExpectSlot(state, i, 0, 0, 0, 1);
 }
 
-TEST(PartState, CopiesCarryAllFourComponents) {
+TEST(PartState, CopiesHaveAllFourComponents) {
   VFacePartState source = Numbered(1);
   const VFacePartState copied(source), moved(std::move(source));
   VFacePartState copy_assigned, move_assigned, temporary = copied;
@@ -90,8 +90,8 @@ TEST(PartState, ScaleByAVectorIsPerAxisAndLeavesW) {
     ExpectSlot(state, i, -(100 * i + 1), 2 * (100 * i + 2), 0.25 * (100 * i + 3), -i);
 }
 
-TEST(PartState, CopyTakesPositionsAndLeavesW) {
-  // Unlike assignment, which takes w as well.
+TEST(PartState, CopyCopiesPositionsAndLeavesW) {
+  // Unlike assignment, which copies w as well.
   VFacePartState state = Numbered(1);
   const VFacePartState other = Numbered(10);
   state.Copy(&other);
@@ -125,7 +125,7 @@ TEST(PartState, CombinesWithItself) {
 }
 
 TEST(PartState, ArithmeticIsPlainAndClampsNothing) {
-  // Not a number stays what it is: nothing is skipped for being multiplied by zero or not finite.
+  // NaN stays NaN: no term is skipped because it is multiplied by zero or not finite.
   VFacePartState state;
   state.mPoints[0].x = kNaN;
   state.mPoints[0].y = kInfinity;

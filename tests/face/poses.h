@@ -1,7 +1,7 @@
 #pragma once
 
-// Poses of the face for the tests of its solves, put together coordinate by coordinate: without the
-// operations that the solves themselves are made of.
+// Poses of the face for the tests of its solves, built coordinate by coordinate, without the
+// operations that the solves themselves use.
 
 #include "mien/face/face.h"
 #include "tests/random.h"
@@ -46,13 +46,13 @@ inline void Engage(VFaceState& pose, const VFace& face, int part, int template_i
   }
 }
 
-/// Leaves the part without templates; with `keep_storage` in a list that has stored some before.
+/// Removes the part's templates; with `keep_storage` the list keeps its storage.
 inline void RemoveTemplates(VFacePart& part, bool keep_storage) {
   for (int i = 0; i < part.mTemplates.GetCount(); ++i) delete part.mTemplates[i];
   keep_storage ? part.mTemplates.Empty() : part.mTemplates.Clear();
 }
 
-/// Coordinates and poses made of them.
+/// Random coordinates and poses.
 class Numbers : public Random {
 public:
   using Random::Random;
@@ -101,7 +101,7 @@ inline testing::AssertionResult SamePoints(const VFaceState& actual, const VFace
   return testing::AssertionSuccess();
 }
 
-/// A head frame that no operation could have written by accident.
+/// A head frame that no operation writes by accident.
 inline VgeAMatrix UnusualFrame() {
   VgeAMatrix frame;
   for (int column = 0; column < 4; ++column)

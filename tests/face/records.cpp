@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <utility>
 
-// Who derives from these relies on the destructor being virtual; the templates of a part are plain data.
+// Derived classes rely on the virtual destructors; the templates of a part are plain data.
 static_assert(std::has_virtual_destructor_v<VFace>);
 static_assert(std::has_virtual_destructor_v<VFacePart>);
 static_assert(std::has_virtual_destructor_v<VFaceExpression>);
@@ -24,7 +24,7 @@ VgeTVector Point(double x, double y, double z, double w) {
   return p;
 }
 
-/// Every field holds something else than its default.
+/// No field has its default value.
 void FillFields(VFacePart& part) {
   std::strcpy(part.mName, "Ear");
   std::strcpy(part.mTitle, "Ear ( Relax )");
@@ -58,7 +58,7 @@ void ExpectFilledFields(const VFacePart& part) {
 
 // --- Templates.
 
-TEST(PartTemplate, AnswersTheVeryTextsItWasGiven) {
+TEST(PartTemplate, ReturnsTheTextsThatItWasGiven) {
   const char name[] = "Open", title[] = "Wide Open";
   const VFacePartTemplate record(name, title);
   EXPECT_EQ(record.GetName(), name);
@@ -72,7 +72,7 @@ TEST(PartTemplate, StartsWithDefaultPoints) {
   for (const VgeTVector& point : record.mPoints) EXPECT_EQ(point, VgeTVector());
 }
 
-TEST(PartTemplate, CopiesShareTheTextsAndOwnThePoints) {
+TEST(PartTemplate, CopiesShareTheTextsAndHaveTheirOwnPoints) {
   const char name[] = "Open", title[] = "Wide Open";
   VFacePartTemplate source(name, title);
   for (int i = 0; i < 7; ++i) source.mPoints[i] = Point(i, 2 * i, 3 * i, 4 * i);
@@ -102,7 +102,7 @@ TEST(Part, StartsEmptyAtTheOriginInUnitScale) {
 }
 
 TEST(Part, StartsWithoutPointsAndHolders) {
-  // So that a lookup in a part that no face has filled finds nothing.
+  // So that lookups in an empty part find nothing.
   const VFacePart part;
   EXPECT_EQ(part.mPointCount, 0);
   EXPECT_EQ(part.mHolderCount, 0);
@@ -110,7 +110,7 @@ TEST(Part, StartsWithoutPointsAndHolders) {
   EXPECT_EQ(part.HolderIndexByName(""), -1);
 }
 
-TEST(Part, CopiesCarryEveryField) {
+TEST(Part, CopiesHaveEveryField) {
   VFacePart source;
   FillFields(source);
   const VFacePart copied(source);
@@ -132,7 +132,7 @@ TEST(Part, CopiesShareTheTemplates) {
     ASSERT_EQ(part->mTemplates.GetCount(), 2);
     EXPECT_EQ(part->mTemplates[0], open);
     EXPECT_EQ(part->mTemplates[1], up);
-    part->mTemplates.Clear(); // or the shared templates would be deleted more than once
+    part->mTemplates.Clear(); // otherwise the shared templates would be deleted more than once
   }
   EXPECT_EQ(source.mTemplates.GetCount(), 2);
 }
@@ -158,7 +158,7 @@ TEST(Expression, StartsUnnamedUnsetAndUnflagged) {
   EXPECT_FALSE(expression.mFlag);
 }
 
-TEST(Expression, CopiesCarryEveryField) {
+TEST(Expression, CopiesHaveEveryField) {
   VFaceExpression source;
   std::strcpy(source.mName, "Smile");
   std::strcpy(source.mRetrieveName, "smile of the first take");

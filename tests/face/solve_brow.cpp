@@ -20,7 +20,7 @@ BrowWeights Solve(const VFace& face, int part, const VFaceState& pose) {
   return {result.mParts[part].mWeights[0], result.mParts[part].mWeights[1]};
 }
 
-// A brow whose three distances are set at will along x: the pose rests but for "MidBrow", which is
+// A brow with three chosen distances along x: the pose is at rest except "MidBrow", which is
 // `from_rest` away; "MidBrow" is `from_up` away from its "Up" and "InBrow" `from_down` away from its "Down".
 BrowWeights SolveAtDistances(int part, double from_rest, double from_up, double from_down) {
   VFace face;
@@ -45,7 +45,7 @@ TEST(BrowSolve, RestPoseGivesZeroWeights) {
   }
 }
 
-// Weights 0.5 and 0.25, a gap of 0.25: "Down" moves away from "Up" by 1.125 times the gap.
+// Weights 0.5 and 0.25, a difference of 0.25: "Down" moves away from "Up" by 1.125 times the difference.
 TEST(BrowSolve, LesserDownIsPushedBelowZero) {
   for (const int part : {kLeftBrow, kRightBrow}) {
     const BrowWeights weights = SolveAtDistances(part, 1, 1, 3);
@@ -54,7 +54,7 @@ TEST(BrowSolve, LesserDownIsPushedBelowZero) {
   }
 }
 
-// Weights 0.25 and 1, a gap of 0.75. Neither weight is limited to [0, 1]: what the blend needs is their
+// Weights 0.25 and 1, a difference of 0.75. Neither weight is limited to [0, 1]: the blend needs their
 // separation.
 TEST(BrowSolve, GreaterDownIsPushedAboveOne) {
   for (const int part : {kLeftBrow, kRightBrow}) {
@@ -64,7 +64,7 @@ TEST(BrowSolve, GreaterDownIsPushedAboveOne) {
   }
 }
 
-TEST(BrowSolve, EqualWeightsStayAsTheyAre) {
+TEST(BrowSolve, EqualWeightsAreUnchanged) {
   const BrowWeights weights = SolveAtDistances(kLeftBrow, 2, 6, 6);
   EXPECT_EQ(weights.up, 0.25);
   EXPECT_EQ(weights.down, 0.25);
@@ -76,14 +76,14 @@ TEST(BrowSolve, OnItsTemplateAWeightIsOneBeforeTheSeparation) {
   EXPECT_EQ(weights.down, 0.25 - 0.75 * 1.125);
 }
 
-TEST(BrowSolve, AtRestOnBothTemplatesNothingIsANumber) {
+TEST(BrowSolve, AtRestOnBothTemplatesBothWeightsAreNaN) {
   const BrowWeights weights = SolveAtDistances(kLeftBrow, 0, 0, 0);
   EXPECT_TRUE(std::isnan(weights.up));
   EXPECT_TRUE(std::isnan(weights.down));
 }
 
-// 0 / (0 + 0) for "Up" and 0 / (0 + 3) for "Down"; a gap that is not a number moves nothing.
-TEST(BrowSolve, UpWithoutAStrokeAtRestLeavesDownAlone) {
+// 0 / (0 + 0) for "Up" and 0 / (0 + 3) for "Down"; a NaN difference moves nothing.
+TEST(BrowSolve, UpWithoutAStrokeAtRestLeavesDownUnchanged) {
   const BrowWeights weights = SolveAtDistances(kRightBrow, 0, 0, 3);
   EXPECT_TRUE(std::isnan(weights.up));
   EXPECT_EQ(weights.down, 0);
@@ -152,7 +152,7 @@ TEST(BrowSolve, FollowsItsDefinitionToTheBit) {
       EXPECT_EQ(weights.down, up > down ? down - push : down + push);
     }
   }
-  EXPECT_GT(pushed_down, 100); // both branches were walked
+  EXPECT_GT(pushed_down, 100); // both branches were tested
   EXPECT_GT(pushed_up, 100);
 }
 
@@ -170,7 +170,7 @@ TEST(BrowSolve, MirroredBrowHasTheSameWeights) {
   }
 }
 
-TEST(BrowSolve, PositionThatIsNotANumberSpoilsTheWeights) {
+TEST(BrowSolve, ANaNPositionGivesNaNWeights) {
   const VFace face;
   VFaceState pose = RestPose(face);
   pose.mParts[kLeftBrow].mPoints[2].z = kNaN;
@@ -178,7 +178,7 @@ TEST(BrowSolve, PositionThatIsNotANumberSpoilsTheWeights) {
   EXPECT_TRUE(std::isnan(Solve(face, kLeftBrow, pose).down));
 }
 
-TEST(BrowSolve, WritesItsTwoWeightsAlone) {
+TEST(BrowSolve, WritesOnlyItsTwoWeights) {
   const VFace face;
   const VFaceState pose = RestPose(face);
   VFaceTemplateState result;

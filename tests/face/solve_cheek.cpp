@@ -68,14 +68,14 @@ TEST(CheekSolve, DefaultFaceReachesFullWeightOnItsTemplatePoses) {
   for (const int part : {kLeftCheek, kRightCheek}) {
     EXPECT_EQ(Solve(face, part, 0.5 * 3, 0).up, 1);
     EXPECT_EQ(Solve(face, part, 0.2 * 3, 1.4).out, 1);
-    // Halfway from 0.6 to 1.5, which are no doubles: within a few roundings of the quotient.
+    // Halfway from 0.6 to 1.5, which are not exact doubles: within a few rounding errors of the quotient.
     EXPECT_DOUBLE_EQ(Solve(face, part, 1.05, 0).up, 0.5);
     EXPECT_DOUBLE_EQ(Solve(face, part, 0.2 * 3, 0.7).out, 0.5);
   }
 }
 
-// "Up" pushes the lower point out a little as well, and "Out" does not take that back.
-TEST(CheekSolve, UpPoseShowsAsSomeOutToo) {
+// "Up" also pushes the lower point out a little, and "Out" does not compensate for that.
+TEST(CheekSolve, UpPoseAlsoReadsSomeOut) {
   const VFace face;
   for (const int part : {kLeftCheek, kRightCheek}) {
     VFaceState pose = RestPose(face);
@@ -115,7 +115,7 @@ TEST(CheekSolve, OnlyTheTwoCoordinatesAreRead) {
   EXPECT_EQ(result.mParts[kLeftCheek].mWeights[1], 0.25);
 }
 
-TEST(CheekSolve, WritesItsTwoWeightsAlone) {
+TEST(CheekSolve, WritesOnlyItsTwoWeights) {
   const VFace face;
   const VFaceState pose = RestPose(face);
   VFaceTemplateState result;

@@ -13,7 +13,7 @@ struct EyeWeights {
 };
 
 // The weights for an upper and a lower lid at the given heights. On the default face the upper lid rests at
-// 1, closes at -0.5 and opens wide at 1.4; the lower lid rests at -1 and squints at -0.4. The weights hold 7
+// 1, closes at -0.5 and opens wide at 1.4; the lower lid rests at -1 and squints at -0.4. The weights are 7
 // before the solve.
 EyeWeights Solve(const VFace& face, int part, double upper, double lower) {
   VFaceState pose = RestPose(face);
@@ -49,7 +49,7 @@ TEST(EyeSolve, RaisedLidOpensWide) {
     EXPECT_EQ(Solve(face, part, 0.7 * 2, -1).wide_open, 1);
     EXPECT_EQ(Solve(face, part, 2, -1).wide_open, 1);
     EXPECT_EQ(Solve(face, part, kInfinity, -1).wide_open, 1);
-    EXPECT_DOUBLE_EQ(Solve(face, part, 1.2, -1).wide_open, 0.5); // 1.2 and 1.4 are no doubles
+    EXPECT_DOUBLE_EQ(Solve(face, part, 1.2, -1).wide_open, 0.5); // 1.2 and 1.4 are not exact doubles
     face.mParts[part].mTemplates[2]->mPoints[1].y = 3;
     EXPECT_EQ(Solve(face, part, 1.5, -1).wide_open, 0.25);
   }
@@ -61,7 +61,7 @@ TEST(EyeSolve, RaisedLidIsNotClosed) {
   EXPECT_EQ(Solve(face, kRightEye, 5, -1).close, 0);
 }
 
-// Both weights keep what the result held: the driver has cleared it.
+// Both weights of the result are unchanged: the caller has cleared them.
 TEST(EyeSolve, RestingLidWritesNeitherCloseNorWideOpen) {
   const VFace face;
   for (const int part : {kLeftEye, kRightEye}) {
@@ -90,7 +90,7 @@ TEST(EyeSolve, LowerLidSquintsWhateverTheUpperLidDoes) {
   }
 }
 
-TEST(EyeSolve, LowerLidMovingDownIsNoSquint) {
+TEST(EyeSolve, LowerLidMovingDownDoesNotSquint) {
   const VFace face;
   for (const int part : {kLeftEye, kRightEye}) {
     EXPECT_EQ(Solve(face, part, 1, -1.5).squint, 0);
@@ -122,7 +122,7 @@ TEST(EyeSolve, SquintWithoutAStrokeIsFullUnlessTheLidGoesDown) {
   EXPECT_EQ(Solve(face, kRightEye, 1, kNaN).squint, 1); // any eye whose lower lid is not a number
 }
 
-TEST(EyeSolve, LidTemplatesWithoutAStrokeAreFullAtOnce) {
+TEST(EyeSolve, LidTemplatesWithoutAStrokeAreFullImmediately) {
   VFace face;
   face.mParts[kLeftEye].mTemplates[0]->mPoints[1].y = 1;
   face.mParts[kLeftEye].mTemplates[2]->mPoints[1].y = 1;
@@ -148,7 +148,7 @@ TEST(EyeSolve, OnlyTheHeightsOfTheLidsAreRead) {
   EXPECT_EQ(result.mParts[kRightEye].mWeights[2], 0);
 }
 
-TEST(EyeSolve, WritesItsThreeWeightsAlone) {
+TEST(EyeSolve, WritesOnlyItsThreeWeights) {
   const VFace face;
   VFaceState pose = RestPose(face);
   pose.mParts[kLeftEye].mPoints[1].y = 0.25;

@@ -96,7 +96,7 @@ TEST(MouthSolve, RestPoseGivesZeroWeights) {
 
 // --- Open.
 
-TEST(MouthSolve, ChinAloneDecidesOpenWhereItWasMeasured) {
+TEST(MouthSolve, AMeasuredChinDeterminesOpen) {
   const RoundMouth face;
   VFaceState pose = face.Rest();
   Point(pose, kChin).y = -6;
@@ -105,7 +105,7 @@ TEST(MouthSolve, ChinAloneDecidesOpenWhereItWasMeasured) {
   EXPECT_EQ(Solve(face, pose)[kOpen], 0.5);
 }
 
-TEST(MouthSolve, LowerLipDecidesOpenWhereTheChinWasNotMeasured) {
+TEST(MouthSolve, TheLowerLipDeterminesOpenIfTheChinWasNotMeasured) {
   const RoundMouth face;
   VFaceState pose = RestPose(face);
   SetXyz(Point(pose, kChin), kNaN, kNaN, kNaN);
@@ -141,7 +141,7 @@ TEST(MouthSolve, RaisedChinDoesNotOpenAndNothingIsRemoved) {
   const RoundMouth face;
   VFaceState pose = face.Rest();
   Point(pose, kChin).y = 0;
-  // Removing a negative opening would pull the lower lip down and show as "Square".
+  // Subtracting a negative opening would pull the lower lip down and read as "Square".
   ExpectWeights(Solve(face, pose), kNothing);
 }
 
@@ -160,9 +160,9 @@ TEST(MouthSolve, OpeningIsTheProjectionOntoTheTemplatesDirection) {
   EXPECT_DOUBLE_EQ(Solve(face, pose)[kOpen], 1.5 / 5); // the unit vector (0, -0.6, -0.8) is rounded
 }
 
-// The opening that is removed has no limit: however wide the mouth, what remains is the mouth as if it were
+// The subtracted opening has no limit: however wide the mouth, the remainder is the mouth as if it were
 // closed.
-TEST(MouthSolve, OpeningWiderThanTheTemplateIsRemovedInFull) {
+TEST(MouthSolve, OpeningWiderThanTheTemplateIsSubtractedInFull) {
   const RoundMouth face;
   for (const double opening : {0.25, 1.0, 2.0, 8.0}) {
     VFaceState pose = face.Rest();
@@ -174,15 +174,15 @@ TEST(MouthSolve, OpeningWiderThanTheTemplateIsRemovedInFull) {
   }
 }
 
-TEST(MouthSolve, DefaultMouthOpenedAnyAmountShowsNothingButOpen) {
+TEST(MouthSolve, DefaultMouthOpenedByAnyAmountReadsOnlyOpen) {
   const VFace face;
   for (const bool measured_chin : {false, true})
     for (const double opening : {0.0, 0.1, 0.5, 0.9, 1.0, 1.5, 2.0, 3.0}) {
       VFaceState pose = RestPose(face);
       pose.mValid = measured_chin;
       Engage(pose, face, kMouth, kOpen, opening);
-      // Removing up to three times a delta of 7 leaves roundings of an ulp of 32, 7e-15, over strokes down to
-      // 0.6.
+      // Subtracting up to three times a delta of 7 leaves rounding errors of an ulp of 32, 7e-15, over
+      // strokes down to 0.6.
       ExpectWeights(Solve(face, pose), Only(kOpen, std::min(opening, 1.0)), 1e-13);
     }
 }
@@ -208,9 +208,8 @@ TEST(MouthSolve, ChinThatIsNotANumberDoesNotOpen) {
   ExpectWeights(Solve(face, pose), kNothing);
 }
 
-// The infinite opening is removed and leaves points that are not numbers, which no later template is measured
-// on.
-TEST(MouthSolve, InfinitelyLowChinOpensFullyAndNothingElse) {
+// The infinite opening is subtracted and leaves NaN points, on which no later template is measured.
+TEST(MouthSolve, InfinitelyLowChinOnlyOpensFully) {
   const RoundMouth face;
   VFaceState pose = face.Rest();
   Point(pose, kChin).y = -kInfinity;
@@ -230,7 +229,7 @@ TEST(MouthSolve, SquareIsTheMeanOfTheTwoLipGaps) {
 TEST(MouthSolve, SquareIsLimitedToOneAsAWhole) {
   const RoundMouth face;
   VFaceState pose = face.Rest();
-  Point(pose, kLeftLower).y -= 3; // a contribution of 1.5, which makes up for 0.25 on the other side
+  Point(pose, kLeftLower).y -= 3; // a contribution of 1.5, which compensates 0.25 on the other side
   Point(pose, kRightLower).y -= 0.5;
   EXPECT_EQ(Solve(face, pose)[kSquare], 0.875);
   Point(pose, kLeftLower).y -= 10;
@@ -266,7 +265,7 @@ TEST(MouthSolve, SquareTemplateThatNarrowsTheGapIsMeasuredByNarrowing) {
   EXPECT_EQ(Solve(face, pose)[kSquare], 0.5);
 }
 
-// A gap change projected onto nothing is nothing, not infinitely much.
+// A change of the gap projected onto a stroke of 0 is 0, not infinite.
 TEST(MouthSolve, SquareTemplateWithoutAStrokeIsNeverSquare) {
   RoundMouth face;
   for (const int slot : {kLeftUpper, kRightUpper, kRightLower, kLeftLower})
@@ -277,14 +276,14 @@ TEST(MouthSolve, SquareTemplateWithoutAStrokeIsNeverSquare) {
   EXPECT_EQ(Solve(face, pose)[kSquare], 0);
 }
 
-TEST(MouthSolve, SquareIsRemovedAsFarAsItIsLimited) {
+TEST(MouthSolve, SquareIsSubtractedWithItsLimitedWeight) {
   RoundMouth face;
   face.Target(kSquare, kLeft).x = 3; // a square mouth narrower by 1
   VFaceState pose = face.Rest();
   Engage(pose, face, kMouth, kSquare, 1);
   ExpectWeights(Solve(face, pose), Only(kSquare, 1));
   Engage(pose, face, kMouth, kSquare, 1);       // twice the template: only one of the two is removed,
-  EXPECT_EQ(Solve(face, pose)[kWhistle], 0.25); // and the other's narrowing shows
+  EXPECT_EQ(Solve(face, pose)[kWhistle], 0.25); // and the narrowing of the other remains
 }
 
 // --- Whistle.
@@ -298,7 +297,7 @@ TEST(MouthSolve, WhistleIsTheNarrowingOfTheMouth) {
   }
 }
 
-TEST(MouthSolve, MouthNarrowerThanTheTemplateWhistlesAboveOne) {
+TEST(MouthSolve, MouthNarrowerThanTheTemplateReadsAboveOne) {
   const RoundMouth face;
   VFaceState pose = face.Rest();
   for (int slot = 0; slot < 6; ++slot) Point(pose, slot).x = 0; // width 0, where the template has 2
@@ -323,7 +322,7 @@ TEST(MouthSolve, TemplateWiderThanRestGivesANegativeWhistle) {
 }
 
 // The width runs from the left corner over the two upper-lip points; the right corner is not on the path.
-TEST(MouthSolve, RightCornerHasNoPartInTheWidth) {
+TEST(MouthSolve, RightCornerDoesNotAffectTheWidth) {
   const RoundMouth face;
   VFaceState pose = face.Rest();
   Point(pose, kRight).x = -1;
@@ -342,14 +341,14 @@ TEST(MouthSolve, WidthFoldsBackOnCrossingPoints) {
   EXPECT_EQ(Solve(face, pose)[kWhistle], 0.25);
 }
 
-TEST(MouthSolve, WidthCountsAcrossTheFaceOnly) {
+TEST(MouthSolve, WidthIsMeasuredOnlyAcrossTheFace) {
   const RoundMouth face;
   VFaceState pose = face.Rest();
   for (int slot = 0; slot < 6; ++slot) Point(pose, slot).z = 9 - 2 * slot;
   ExpectWeights(Solve(face, pose), kNothing);
 }
 
-TEST(MouthSolve, WhistleIsRemovedInFullBeforeTheCorners) {
+TEST(MouthSolve, WhistleIsSubtractedInFullBeforeTheCorners) {
   RoundMouth face;
   face.Target(kWhistle, kLeft).y = face.Target(kWhistle, kRight).y = 1;
   for (const double amount : {0.5, 1.0, 1.25}) {
@@ -366,7 +365,7 @@ TEST(MouthSolve, WidthThatIsNotANumberDoesNotWhistle) {
   ExpectWeights(Solve(face, pose), kNothing);
 }
 
-// Nothing limits the quotient: it is infinite, and what is left after its removal moves no corner.
+// The quotient is not limited: it is infinite, and after its subtraction no corner has moved.
 TEST(MouthSolve, WhistleTemplateAsWideAsRestGivesAnInfiniteWhistle) {
   RoundMouth face;
   for (int slot = 0; slot < 6; ++slot) face.Target(kWhistle, slot) = face.mouth.mDefaultPoints[slot];
@@ -416,7 +415,7 @@ TEST(MouthSolve, LoweredCornerIsDownOnTheSpanOfUp) {
   }
 }
 
-TEST(MouthSolve, PosesOfTheDownTemplatesAreNotConsulted) {
+TEST(MouthSolve, PosesOfTheDownTemplatesAreNotRead) {
   VFace face;
   Numbers numbers(61);
   const VFaceState pose = numbers.PoseAround(face, 2);
@@ -426,7 +425,7 @@ TEST(MouthSolve, PosesOfTheDownTemplatesAreNotConsulted) {
   ExpectWeights(Solve(face, pose), before);
 }
 
-TEST(MouthSolve, CornerCountsAgainstItsOwnUpperLipPoint) {
+TEST(MouthSolve, CornerIsMeasuredAgainstItsOwnUpperLipPoint) {
   const RoundMouth face;
   for (const Corner& side : kCorners) {
     VFaceState pose = face.Rest();
@@ -447,8 +446,8 @@ TEST(MouthSolve, BothCornersAreIndependent) {
   ExpectWeights(Solve(face, pose), expected);
 }
 
-// 0 / 0 is neither up nor, limited, down; a real displacement over nothing is full at once.
-TEST(MouthSolve, CornersWithoutAStrokeAreFullAtOnce) {
+// 0 / 0 is neither up nor, after the limit, down; any displacement over a stroke of 0 is full.
+TEST(MouthSolve, CornersWithoutAStrokeAreFullImmediately) {
   RoundMouth face;
   for (const Corner& side : kCorners) {
     face.Target(side.up, side.corner).y = 0;
@@ -489,7 +488,7 @@ TEST(MouthSolve, BothCornerWeightsOfASideAreWritten) {
 // --- The whole solve.
 
 // "Whistle" is measured on the left half of the mouth's outline, so a mirrored mouth may whistle differently.
-// What does not involve it is mirrored exactly.
+// Everything else is mirrored exactly.
 TEST(MouthSolve, MirroredMouthSwapsItsCorners) {
   const VFace face;
   Numbers numbers(62);
@@ -512,7 +511,7 @@ TEST(MouthSolve, MirroredMouthSwapsItsCorners) {
   EXPECT_GT(compared, 20);
 }
 
-TEST(MouthSolve, RecoversTheTemplatesThatLeaveTheOthersAlone) {
+TEST(MouthSolve, RecoversTheTemplatesThatDoNotAffectOthers) {
   const VFace face;
   for (const int j : {kOpen, kWhistle, kCornersUpR, kCornersUpL, kSquare})
     for (const double amount : {0.0, 0.2, 0.5, 0.8, 1.0}) {
@@ -524,7 +523,7 @@ TEST(MouthSolve, RecoversTheTemplatesThatLeaveTheOthersAlone) {
     }
 }
 
-// The solve written down once more, in one piece and with plain quotients.
+// A second implementation of the solve, in one piece and with plain quotients.
 struct PlainSolve {
   double k_open, weights[7];
 
@@ -597,19 +596,19 @@ TEST(MouthSolve, AgreesWithThePlainSolveOnAnyPose) {
     const PlainSolve plain(face, pose);
     MouthWeights expected;
     std::copy_n(plain.weights, 7, expected.weights);
-    // The two forms differ in a dozen roundings of coordinates below 32, over strokes down to 0.5.
+    // The two forms differ by a dozen rounding errors of coordinates below 32, over strokes down to 0.5.
     ExpectWeights(Solve(face, pose), expected, 1e-12);
 
     wider_than_open += plain.k_open > 1;
     above_one += plain.weights[kWhistle] > 1;
     for (int j = 0; j < 7; ++j) between[j] += plain.weights[j] > 0 && plain.weights[j] < 1;
   }
-  EXPECT_GT(wider_than_open, 300); // every branch was walked
+  EXPECT_GT(wider_than_open, 300); // every branch was tested
   EXPECT_GT(above_one, 300);
   for (int j = 0; j < 7; ++j) EXPECT_GT(between[j], 300) << "template " << j;
 }
 
-TEST(MouthSolve, InputIsLeftAlone) {
+TEST(MouthSolve, InputIsUnchanged) {
   const VFace face;
   Numbers numbers(64);
   VFaceState pose = numbers.PoseAround(face, 2);

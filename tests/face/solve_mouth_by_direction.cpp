@@ -1,4 +1,4 @@
-// The mouth solve by agreement of directions: a private alternative that the driver does not call.
+// The mouth solve by agreement of directions: a private alternative that Face2TemplateSolve does not call.
 
 #include "mien/face/face.h"
 #include "tests/face/face_access.h"
@@ -40,7 +40,7 @@ void SetOutline(VgeTVector* points, double sign) {
     SetXyz(points[slot], sign * outline[slot][0], sign * outline[slot][1], 0);
 }
 
-TEST(MouthSolveByDirection, SharesTheCubesOfTheAgreementsAmongTemplatesAndRest) {
+TEST(MouthSolveByDirection, DistributesTheCubesOfTheAgreementsOverTemplatesAndRest) {
   const VFace face;
   const VFacePart& mouth = face.mParts[kMouth];
   Numbers numbers(71);
@@ -66,8 +66,8 @@ TEST(MouthSolveByDirection, TemplatesEqualToRestShareWithItEvenly) {
   for (int j = 0; j < 7; ++j) EXPECT_DOUBLE_EQ(result.mParts[kMouth].mWeights[j], 1.0 / 8);
 }
 
-// The rest pose takes its share of the sum and gets no weight: even a mouth at rest engages every template a
-// little.
+// The rest pose takes its share of the sum but has no weight: even a mouth at rest gives every template a
+// small weight.
 TEST(MouthSolveByDirection, WeightsAddUpToLessThanOne) {
   const VFace face;
   Numbers numbers(72);
@@ -83,7 +83,7 @@ TEST(MouthSolveByDirection, WeightsAddUpToLessThanOne) {
   }
 }
 
-// A template that disagrees in one direction completely has no share: the logarithm of 0 comes back as 0.
+// A template with one opposite direction has no share: the exponential of the logarithm of 0 is 0.
 TEST(MouthSolveByDirection, OppositeDirectionGetsNoWeight) {
   VFace face;
   VFacePart& mouth = face.mParts[kMouth];
@@ -96,7 +96,7 @@ TEST(MouthSolveByDirection, OppositeDirectionGetsNoWeight) {
   EXPECT_DOUBLE_EQ(result.mParts[kMouth].mWeights[0], 1.0 / 7); // six templates and rest
 }
 
-TEST(MouthSolveByDirection, NothingIsWrittenWhereNothingAgrees) {
+TEST(MouthSolveByDirection, NothingIsWrittenIfNothingAgrees) {
   VFace face;
   VFacePart& mouth = face.mParts[kMouth];
   VFaceState pose = RestPose(face);
@@ -108,7 +108,7 @@ TEST(MouthSolveByDirection, NothingIsWrittenWhereNothingAgrees) {
     for (const double weight : part.mWeights) EXPECT_EQ(weight, 7);
 }
 
-TEST(MouthSolveByDirection, NothingIsWrittenWhereAPointIsNotANumber) {
+TEST(MouthSolveByDirection, NothingIsWrittenIfAPointIsNaN) {
   const VFace face;
   VFaceState pose = RestPose(face);
   pose.mParts[kMouth].mPoints[5].z = kNaN;

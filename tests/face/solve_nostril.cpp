@@ -62,7 +62,7 @@ TEST(NostrilSolve, TemplateAtOrBelowRestIsFullAsSoonAsTheNostrilRises) {
   }
 }
 
-// A quotient that is not a number is taken as full, by the order of the limit's two comparisons.
+// A NaN quotient counts as full, because of the order of the limit's two comparisons.
 TEST(NostrilSolve, QuotientThatIsNotANumberIsFull) {
   VFace face;
   face.mParts[kLeftNostril].mTemplates[0]->mPoints[0].y = kNaN;
@@ -84,7 +84,7 @@ TEST(NostrilSolve, OnlyTheHeightOfTheNostrilIsRead) {
   EXPECT_EQ(result.mParts[kRightNostril].mWeights[0], 0.5);
 }
 
-TEST(NostrilSolve, WritesItsOneWeightAlone) {
+TEST(NostrilSolve, WritesOnlyItsWeight) {
   const VFace face;
   const VFaceState pose = RestPose(face);
   VFaceTemplateState result;

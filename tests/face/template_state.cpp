@@ -70,7 +70,7 @@ TEST(PartTemplateState, AssignmentsCopyAllWeights) {
   ExpectWeights(move_assigned, 3);
 }
 
-TEST(PartTemplateState, ClearForgetsNotANumber) {
+TEST(PartTemplateState, ClearOverwritesNaN) {
   VFacePartTemplateState state;
   state.mWeights[24] = kNaN;
   state.Clear();
@@ -108,7 +108,7 @@ TEST(TemplateState, AssignmentsCopyIndexAndWeights) {
   }
 }
 
-TEST(TemplateState, CopyTakesTheWeightsButNotTheIndex) {
+TEST(TemplateState, CopyCopiesTheWeightsButNotTheIndex) {
   VFaceTemplateState state = Numbered(1, 5);
   state.Copy(Numbered(10, 7));
   ExpectWeights(state, 10);
@@ -152,7 +152,7 @@ TEST(TemplateState, WeightsAreNotClamped) {
   ExpectWeights(state, -2e6);
 }
 
-TEST(TemplateState, OneWeightDefinesItsRegionAndNoOther) {
+TEST(TemplateState, OneWeightDefinesOnlyItsRegion) {
   for (int part = 0; part < 9; ++part) {
     for (int slot = 0; slot < 25; ++slot) {
       VFaceTemplateState state;
@@ -165,7 +165,7 @@ TEST(TemplateState, OneWeightDefinesItsRegionAndNoOther) {
 }
 
 TEST(TemplateState, TheSmallestWeightInTheLastSlotCounts) {
-  // No part has 25 templates; the slot counts nevertheless, and so does a weight too small to be seen.
+  // No part has 25 templates, but the slot counts, and so does a weight that is too small to be visible.
   for (const double weight : {1e-300, std::numeric_limits<double>::denorm_min()}) {
     VFaceTemplateState state;
     state.mParts[8].mWeights[24] = weight;

@@ -151,9 +151,9 @@ TEST(Template2FaceSolve, AllSevenSlotsTakePartWhateverThePointCount) {
   EXPECT_EQ(point.z, 2);
 }
 
-// No template is left out for a zero weight: 0 times an infinite delta is not a number, and shows that the
-// face is broken even while nothing engages the template.
-TEST(Template2FaceSolve, ZeroWeightStillVisitsItsTemplate) {
+// Templates with weight zero are included: 0 times an infinite delta is NaN, and shows that the
+// face is invalid even if the template is not used.
+TEST(Template2FaceSolve, ZeroWeightIncludesItsTemplate) {
   VFace face;
   face.mParts[kMouth].mTemplates[0]->mPoints[2].y = kInfinity;
   const VFaceTemplateState weights;
@@ -163,7 +163,7 @@ TEST(Template2FaceSolve, ZeroWeightStillVisitsItsTemplate) {
   EXPECT_EQ(result.mParts[kMouth].mPoints[2].x, face.mParts[kMouth].mDefaultPoints[2].x);
 }
 
-// The added zero is visible in one more place: a rest coordinate of -0.0 comes out as +0.0.
+// The added zero has another visible effect: a rest coordinate of -0.0 becomes +0.0.
 TEST(Template2FaceSolve, ZeroWeightAddsAZeroDelta) {
   VFace face;
   face.mParts[kLeftNostril].mDefaultPoints[0].x = -0.0;
@@ -173,7 +173,7 @@ TEST(Template2FaceSolve, ZeroWeightAddsAZeroDelta) {
   EXPECT_FALSE(std::signbit(result.mParts[kLeftNostril].mPoints[0].x));
 }
 
-TEST(Template2FaceSolve, WeightThatIsNotANumberSpoilsItsPartAlone) {
+TEST(Template2FaceSolve, ANaNWeightAffectsOnlyItsPart) {
   const VFace face;
   VFaceTemplateState weights;
   weights.mParts[kLeftCheek].mWeights[1] = kNaN;
@@ -203,7 +203,7 @@ TEST(Template2FaceSolve, ReadsTheFaceItIsCalledOn) {
   EXPECT_EQ(point.z, 8);
 }
 
-TEST(Template2FaceSolve, ForgetsWhatTheResultHeld) {
+TEST(Template2FaceSolve, OverwritesTheResult) {
   const VFace face;
   const VFaceTemplateState weights;
   VFaceState result;
@@ -227,7 +227,7 @@ TEST(Template2FaceSolve, KeepsTheHeadFrameAndEveryW) {
     for (const VgeTVector& point : part.mPoints) EXPECT_EQ(point.w, 42);
 }
 
-// Points made from weights were not measured: the mouth solve must not trust their chin.
+// Points computed from weights were not measured: the mouth solve must not use their chin.
 TEST(Template2FaceSolve, LeavesTheResultInvalid) {
   const VFace face;
   const VFaceTemplateState weights;

@@ -1,11 +1,11 @@
-"""Whether Blender, importing an animated .glb, shows what the same solve says as .json.
+"""Checks that Blender shows an animated .glb as the .json of the same solve describes it.
 
 blender --background --factory-startup --python-exit-code 1 --python blender_check.py -- ANIMATED.glb SOLVED.json
     [--head NODE] [--rest HEAD.glb] [--least COUNT]
 
-Goes to ten frames spread over the take. Each shape key with the name of a shape or a template ("Lashes.jawOpen" has that
-of jawOpen), each object with the name of a cluster, and the turn of NODE against its rest in HEAD.glb (without: against
-none) must be that of the .json to 1e-4. Fails where fewer than COUNT values were compared, or none.
+Compares ten frames spread over the take. Each shape key with the name of a shape or a template ("Lashes.jawOpen" has that
+of jawOpen), each object with the name of a cluster, and the rotation of NODE from its rest in HEAD.glb (without: from
+the identity) must equal the .json to 1e-4. Fails if fewer than COUNT values were compared, or none.
 """
 
 import argparse
@@ -17,12 +17,12 @@ import numpy
 from mathutils import Matrix, Quaternion, Vector
 
 if not hasattr(numpy, "bool"):
-    numpy.bool = bool  # the importer of Blender 3.4 asks for it, and numpy 1.24 has it no more
+    numpy.bool = bool  # the importer of Blender 3.4 needs it, and numpy 1.24 removed it
 
-TOLERANCE = 1e-4  # Blender holds keys as floats, and interpolates where a key's time is not quite a frame's
+TOLERANCE = 1e-4  # Blender stores keys as floats, and interpolates if a key's time is not exactly a frame's
 FRAMES = 10
 
-# Blender turns the y-up scene of the format into its z-up one.
+# Blender converts the y-up scene of the format to its z-up scene.
 Z_UP = Matrix(((1, 0, 0, 0), (0, 0, -1, 0), (0, 1, 0, 0), (0, 0, 0, 1)))
 
 
@@ -47,7 +47,7 @@ def load(path):
     bpy.context.scene.render.fps = 30
     bpy.ops.import_scene.gltf(filepath=path)
     for shape_keys in bpy.data.shape_keys:
-        for key in shape_keys.key_blocks:  # the importer opens a range as far as the first frame needs it
+        for key in shape_keys.key_blocks:  # the importer sets the range for the first frame only
             key.slider_min, key.slider_max = -10, 10
     bpy.context.view_layer.update()
 

@@ -1,6 +1,6 @@
-// make_head OUT.glb: a head of the kind that people have, onto which nothing is easily written. The built-in face of the
-// 52 shapes is turned and placed by parents, one of them by a matrix; lashes share its shapes under names of another
-// spelling; bones, one of them with a matrix, wait for clusters.
+// make_head OUT.glb: writes a head with the complications of real ones. The built-in face with the 52 shapes
+// is rotated and placed by parents, one of them with a matrix; lashes share its shapes under names with
+// another spelling; bones, one of them with a matrix, are for clusters.
 
 #include "host/character/character_file.h"
 #include "host/gltf/face_glb.h"
@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   nodes.push_back(
       {{"name", "neck"},
        {"children", {1, 3, 4, 5}},
-       {"matrix", {1, 0, 0, 0, 0, 0.8, 0.6, 0, 0, -0.6, 0.8, 0, 0.1, 1.5, 0, 1}}}); // turned about x
+       {"matrix", {1, 0, 0, 0, 0, 0.8, 0.6, 0, 0, -0.6, 0.8, 0, 0.1, 1.5, 0, 1}}}); // rotated about x
   nodes[1]["rotation"] = {0.5, 0.5, -0.5, 0.5};
   nodes.push_back({{"name", "lashes"}, {"mesh", 1}});
   nodes.push_back({{"name", "jawBone"}, {"matrix", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -4, 2, 1}}});

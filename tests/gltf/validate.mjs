@@ -1,21 +1,22 @@
 // node validate.mjs FILE.glb...
-// The format's own validator on each file: fails on any error or warning, on a hint or information that is a defect in
-// what the command writes, and where there is no file.
+// Runs the format's validator on each file. Fails on any error or warning, on a hint or information that is a defect in
+// the command's output, and without files.
 import { createRequire } from 'node:module';
 import { readFileSync } from 'node:fs';
 
 // From the working directory: the package is installed in the build tree, not beside this file.
 const validator = createRequire(`${process.cwd()}/`)('gltf-validator');
 
-// What a clean file of ours may still be told:
+// Messages that are accepted for a correct file:
 const HARMLESS = new Set([
-  'NODE_EMPTY', // a cluster is a node without geometry, for others to hang theirs on
+  'NODE_EMPTY', // a cluster is a node without geometry, to which others can be attached
 ]);
 
 const files = process.argv.slice(2);
 let defects = files.length === 0 ? 1 : 0;
 for (const file of files) {
-  const report = await validator.validateBytes(new Uint8Array(readFileSync(file)), { uri: file, format: 'glb', maxIssues: 0 });
+  const bytes = new Uint8Array(readFileSync(file));
+  const report = await validator.validateBytes(bytes, { uri: file, format: 'glb', maxIssues: 0 });
   const { issues, info } = report;
   if (issues.truncated) throw new Error(`${file}: not all issues were listed`);
   const bad = issues.messages.filter(({ code }) => !HARMLESS.has(code));

@@ -1,11 +1,11 @@
 #pragma once
 
-/// Of a mouth that was opened all the way, measured by an object that was constructed before main.
+/// The opening of a fully opened mouth, measured by an object that is constructed before main.
 extern double opening_before_main;
 
-/// Likewise the width of the default mouth volume of a performer, in reference-face units.
+/// The width of a performer's default mouth volume, in reference-face units, measured in the same way.
 extern double mouth_width_before_main;
 
-/// Both measured now.
+/// Measure both now.
 double MeasureOpening();
 double MeasureMouthWidth();

@@ -1,4 +1,4 @@
-// Includes no header of the face: a performer must bring it along.
+// Includes no header of the face: the performer's header must include it.
 
 #include "mien/actor/actor_face.h"
 #include "tests/install/static_initialisation.h"
