@@ -17,7 +17,8 @@ namespace mien {
 /// allocates nothing.
 class FaceSolver {
 public:
-  /// Sets the performer up on the neutral pose. Throws InputError where the pose does not tell which way the face looks.
+  /// Sets the performer up on the neutral pose. Throws InputError where the pose does not determine which way the face looks,
+  /// and for a marker more than a kilometre away on an axis.
   FaceSolver(const Performer& performer, const NeutralPose& neutral);
 
   /// From a face that looks along +z, x to its left, y up, to where the neutral pose has it.

@@ -2,6 +2,7 @@
 
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
+#include "host/solve/quality.h"
 
 #include <array>
 #include <cstddef>
@@ -36,6 +37,7 @@ struct SolveReport {
   std::array<Part, 9> parts;
   std::vector<Frame>
       worst_frames; ///< the largest residuals of any part, half a second apart, the worst first; at most ten
+  Quality quality;
 
   std::vector<std::string> RestingParts() const; ///< without markers
 };

@@ -32,7 +32,7 @@ struct SolveRecord {
 };
 
 /// The record as JSON: {"format": "mien report 1", "tool", "command", "files", "take", "settings", "neutral",
-/// "head", "markers", "parts", "worst_frames"}. Frames are given by their numbers in the take.
+/// "head", "markers", "left_out", "quality", "flags", "parts", "worst_frames"}. Frames are given by their numbers in the take.
 JsonValue SolveReportAsJson(const SolveRecord& record);
 void WriteSolveReport(const SolveRecord& record, std::ostream& out);
 

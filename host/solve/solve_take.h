@@ -24,8 +24,11 @@ struct SolvedTake {
 /// 4. What stays empty is at rest, with a fade.
 /// 5. Each frame is solved, and the weights smoothed if asked for.
 ///
-/// The take must have the performer's markers (CheckMarkers). `progress(done, total)` is called before each frame and may
-/// throw to break off.
+/// What comes out is judged before it is smoothed: see AssessQuality.
+///
+/// The take must have the performer's markers (CheckMarkers). Throws InputError where the neutral pose does not determine a
+/// solve, and where a residual or a slipped head marker is off by a length that no take has. `progress(done, total)` is
+/// called before each frame and may throw to break off.
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
                      const SolveOptions& options = {},
                      const std::function<void(std::size_t done, std::size_t total)>& progress = nullptr);

@@ -563,6 +563,29 @@ TEST_F(SolveCommand, TheReportAndWhatIsPrintedTellTheSame) {
                                           worst[0]["residual_mm"].get<double>())));
 }
 
+// A tracking program that takes one eye's markers for the other's.
+TEST_F(SolveCommand, SwappedLidsAreNamedInTheReportAndWhatIsPrinted) {
+  EXPECT_THAT(Solved("markers.csv").second,
+              AllOf(HasSubstr("grade      good: "), HasSubstr("flags      none\n")));
+  Table take(Saved("markers.csv"));
+  for (std::size_t f = 100; f < 168; ++f)
+    for (const std::string lid : {"LidUpperIn", "LidUpperOut"})
+      for (const char* axis : {".x", ".y", ".z"})
+        std::swap(take.At(f, lid + "L" + axis), take.At(f, lid + "R" + axis));
+  Write("swapped.csv", take.Text());
+  const std::string told = Solved("swapped.csv", {"--report", "report.json"}).second;
+  EXPECT_THAT(told, HasSubstr("flags      LidUpperInL and LidUpperInR are swapped, frames 101-168\n"
+                              "           LidUpperOutL and LidUpperOutR are swapped, frames 101-168\n"));
+  const Json report = Json::parse(Saved("report.json"));
+  ASSERT_THAT(report["flags"], SizeIs(2));
+  EXPECT_EQ(report["flags"][0]["kind"], "swap");
+  EXPECT_EQ(report["flags"][0]["part"], "LeftEye");
+  EXPECT_EQ(report["flags"][0]["markers"], Json::parse(R"(["LidUpperInL", "LidUpperInR"])"));
+  EXPECT_EQ(report["flags"][0]["first_frame"], 101);
+  EXPECT_EQ(report["flags"][0]["last_frame"], 168);
+  EXPECT_THAT(told, HasSubstr("grade      " + report["quality"]["grade"].get<std::string>() + ": "));
+}
+
 TEST_F(SolveCommand, TheReportIsNeverAnInputNorTheOutput) {
   for (const char* name : {"head.glb", "puppet.character.json"})
     fs::copy_file(kSamples / name, folder_ / name);
