@@ -22,17 +22,18 @@ void PrintHead(const SolveOptions& options, const SolveReport& report, const Out
   else if (report.frames_without_head == 0)
     output.Line("head", "found in every frame");
   else
-    output.Line("head", fmt::format("not found in {} of {} frames: there it is put between the others, and "
-                                    "the face's markers count as missing",
+    output.Line("head", fmt::format("not found in {} of {} frames: it is interpolated there, and the face's "
+                                    "markers count as missing",
                                     report.frames_without_head, report.frames));
   for (const SlippedMarker& marker : report.slipped.markers)
-    output.Line("", fmt::format("{} left its place by up to {:.1f} mm and was left out in {}, first in {}",
-                                marker.marker, marker.furthest_mm, Count(marker.frames, "frame"),
-                                marker.first_frame));
+    output.Line("",
+                fmt::format("{} was up to {:.1f} mm away from its place and was ignored in {}, first in {}",
+                            marker.marker, marker.furthest_mm, Count(marker.frames, "frame"),
+                            marker.first_frame));
   if (report.slipped.doubtful_frames > 0)
     output.Line(
-        "", fmt::format("in {} the head markers do not keep their places within {} mm, and which are wrong "
-                        "cannot be decided",
+        "", fmt::format("in {} the head markers are not within {} mm of their places, and which of them are "
+                        "wrong is unclear",
                         Count(report.slipped.doubtful_frames, "frame"), *options.head_tolerance_mm));
 }
 
@@ -61,7 +62,7 @@ void PrintGaps(std::string_view title, const FillPlan& plan, const std::vector<F
                                                              : fmt::format(", {} filled", frames)));
   }
   output.Line(title, fmt::format("{} missing, {} filled ({})", Count(missing, "position"), filled,
-                                 plan.empty() ? "none asked for" : ToText(plan)));
+                                 plan.empty() ? "filling is off" : ToText(plan)));
   output.Line("", "in " + Some(names));
 }
 
@@ -163,7 +164,7 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
   output.Remark(result.neutral.notes, take.file);
   for (const std::string& marker : report.left_out)
     output.Remark({Code::Unmatched, "",
-                   fmt::format("the marker {} is not in the neutral pose and was left out", marker)},
+                   fmt::format("the marker {} is missing from the neutral pose and was left out", marker)},
                   take.file);
   PrintHead(job.solve, report, output);
   if (std::any_of(report.head_fills.begin(), report.head_fills.end(),

@@ -16,7 +16,7 @@ namespace mien {
 
 namespace {
 
-/// As takes have them. Further out, the squares of lengths overflow in the end.
+/// As positions in takes are. Further away, squared lengths overflow sooner or later.
 void CheckWithinAKilometre(const Performer& performer, const NeutralPose& neutral) {
   constexpr double kKilometre_mm = 1e6;
   for (const auto& [name, p] : neutral)
@@ -47,7 +47,7 @@ FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral) {
   SetUpActor(performer);
 }
 
-// The library's set-up on the neutral pose, which stands upright around the origin: head space.
+// The library's set-up on the neutral pose, upright around the origin: head space.
 void FaceSolver::SetUpActor(const Performer& performer) {
   VFaceMarkerSetState reference;
   for (std::size_t slot = 0; slot < markers_.size(); ++slot) {

@@ -18,19 +18,19 @@ VgeTVector Vector(const Point& p) { return {p.x, p.y, p.z}; }
 
 std::size_t OtherSide(std::size_t part) { return part % 2 == 1 ? part + 1 : part - 1; } // not of the mouth
 
-/// The marker's place where it was seen; null where it is a gap or was filled.
+/// The marker's place if it was seen; null if it is a gap or was filled.
 const Point* SeenAt(const Take& face, std::size_t frame, std::size_t marker) {
   return face.OriginAt(frame, marker) == Origin::Filled ? nullptr : face.At(frame, marker);
 }
 
-/// Flags of one thing, frame by frame: frames that are close together become one flag.
+/// Collects the flags of single frames; frames that are close together become one flag.
 class Stretches {
 public:
   explicit Stretches(const std::vector<double>& times) : times_(times) {}
 
   /// `flag` is of one frame. Frames rise.
   void Add(QualityFlag flag) {
-    // Noise lifts a marker or a weight off its place for a frame or two.
+    // Noise moves a marker or a weight away for a frame or two.
     constexpr double kBreak_s = 0.1;
     if (!flags_.empty() && times_[flag.first] - times_[flags_.back().last] <= kBreak_s) {
       flags_.back().last = flag.last;
@@ -61,8 +61,8 @@ double Travel(const TemplateColumn& column) {
   return most;
 }
 
-/// The most that the fastest movement of a face covers of a shut lid's way in a time: the middle of a movement of
-/// 70 ms whose speed rises and falls as smoothly as it can (least jerk). Blinks shut the eye in 70 to 100 ms.
+/// The largest share of the distance from open to shut that the fastest movement of a face covers in a time.
+/// Blinks shut the eye in 70 to 100 ms; this is the middle of a movement of 70 ms with minimum jerk.
 double LargestShareOfLid(double seconds) {
   constexpr double kFastest_s = 0.07;
   const double u = seconds / kFastest_s;
@@ -78,7 +78,7 @@ public:
     const std::vector<TemplateColumn>& templates = solved_.layout.templates;
     const double lid = Travel({kLeftEye, 0, "LeftEye.Close"});
     for (std::size_t c = 0; c < templates.size(); ++c) {
-      constexpr double kLeast = 0.5; // what is less is noise, or of no consequence
+      constexpr double kLeast = 0.5; // less may be noise, and matters less
       const double lids = lid / Travel(templates[c]);
       const auto part = static_cast<std::size_t>(templates[c].part);
       for (std::size_t f = 1; f < solved_.frames.size(); ++f) {
@@ -98,10 +98,10 @@ private:
                        [&](std::size_t m) { return SeenAt(face_, frame, m) != nullptr; });
   }
 
-  /// Whether the weight is on one side of the middle of its change from frame - 1 to `frame` before it, and on the other
-  /// after it. A take that begins or ends in that time does not tell.
+  /// Whether the weight is on one side of the middle of its change from frame - 1 to `frame` before the
+  /// change, and on the other after it. False if the take begins or ends in that time.
   bool Stays(std::size_t frame, std::size_t column) const {
-    constexpr double kHold_s = 0.2; // a blink is over; one that lasts longer shuts the eye slower than a jump
+    constexpr double kHold_s = 0.2; // after it a blink is over
     const std::vector<double>& times = solved_.times;
     const double before = solved_.Weight(frame - 1, column), after = solved_.Weight(frame, column);
     const double middle = before + (after - before) / 2;
@@ -122,7 +122,7 @@ private:
 
 // --- Weights at their limit.
 
-/// A weight without a limit is hardly ever exactly 1, let alone for long: brows and `Whistle` have none.
+/// Brows and `Whistle` have no limit. They are not exactly 1 for long.
 void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
   for (std::size_t c = 0; c < solved.layout.templates.size(); ++c) {
     const TemplateColumn& column = solved.layout.templates[c];
@@ -130,7 +130,8 @@ void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
     for (std::size_t f = 0; f < solved.frames.size(); ++f)
       if (solved.Weight(f, c) == 1)
         at_limit.Add({FlagKind::Limit, static_cast<std::size_t>(column.part), column.name, {}, f, f, 0});
-    // A syllable or the height of a smile touches the limit for a moment. Eyes that are shut do so for longer, and lose nothing.
+    // The peak of an expression touches the limit for a moment. A shut eye is at its limit, and loses
+    // nothing.
     const double long_s = column.name.ends_with("Eye.Close") ? 3 : 0.5;
     for (QualityFlag flag : at_limit.Flags()) {
       flag.size = solved.times[flag.last] - solved.times[flag.first];
@@ -183,8 +184,7 @@ private:
     std::size_t marker;
   };
 
-  /// How far apart two markers rest; 0 where that is too little for landmarks, which scatter by a millimetre or two, to tell
-  /// them apart.
+  /// How far apart two markers rest; 0 if noise could confuse them.
   double Apart(std::size_t m, std::size_t n) const {
     constexpr double kLeast_mm = 5;
     const double apart = Distance(rest_[m], rest_[n]);
@@ -200,8 +200,9 @@ private:
            !any_of([&](std::size_t part) { return drives(n, part); });
   }
 
-  /// Whether markers `m`, which is at `p`, and `n` have exchanged places. An expression moves neighbours alike; it may bring
-  /// them together, as it shuts an eye, but not past each other by three quarters of the distance at which they rest.
+  /// Whether markers `m`, which is at `p`, and `n` have exchanged places. Expressions move neighbours in the
+  /// same direction, or bring them together as shutting an eye does, but not past each other by three
+  /// quarters of their distance at rest.
   bool AreSwapped(std::size_t frame, std::size_t m, const VgeTVector& p, std::size_t n) const {
     const Point* const seen = SeenAt(face_, frame, n);
     if (!seen) return false;
@@ -210,8 +211,8 @@ private:
            Dot(Difference(p, q), way) < -0.75 * Dot(way, way);
   }
 
-  /// The marker whose place `m` has, where it is at `p`: of those with which it is swapped the nearest, else the nearest of
-  /// the other side.
+  /// The marker whose place `m`, which is at `p`, has: the nearest of those that it is swapped with, else the
+  /// nearest of the other side.
   std::optional<Other> InPlaceOf(std::size_t frame, std::size_t m, const VgeTVector& p) const {
     std::optional<Other> found;
     double nearest = kNever;
@@ -248,11 +249,11 @@ std::optional<double> EyeCorners_mm(const FaceSolver& solver) {
     const auto count = static_cast<double>(markers.size());
     return VgeTVector{sum.x / count, sum.y / count, sum.z / count};
   };
-  // On faces with landmarks on the corners as well, lids were found to be 1.34 to 1.37 times nearer together, brows 1.39 to
-  // 1.50.
+  // Measured on four faces with landmarks on the corners as well: 1.34 to 1.37 for eyes, 1.39 to 1.50 for
+  // brows.
   for (const auto& [left, ratio] : {std::pair(kLeftEye, 1.35), std::pair(kLeftBrow, 1.45)}) {
     const auto l = middle(left), r = middle(OtherSide(left));
-    constexpr double kLeast_mm = 0.001; // whatever the unit, less is no face
+    constexpr double kLeast_mm = 0.001; // in any unit, less is not a face
     if (l && r && Distance(*l, *r) >= kLeast_mm) return ratio * Distance(*l, *r);
   }
   return std::nullopt;
@@ -302,12 +303,12 @@ std::string_view ToText(FlagKind kind) {
   return "limit";
 }
 
-Quality AssessQuality(const Animation& solved, const Take& face, const FaceSolver& solver,
-                      const std::array<double, 9>& residual_mm) {
+Quality AssessQuality(const Animation& solved, const Take& face, bool head_motion_removed,
+                      const FaceSolver& solver, const std::array<double, 9>& residual_mm) {
   Quality quality;
   Jumps(solved, face, solver).Find(quality.flags);
   FindLimits(solved, quality.flags);
-  MarkerPlaces(face, solver).Find(quality.flags);
+  if (head_motion_removed) MarkerPlaces(face, solver).Find(quality.flags);
   std::stable_sort(quality.flags.begin(), quality.flags.end(),
                    [](const QualityFlag& a, const QualityFlag& b) { return a.first < b.first; });
   SetGrades(solver, residual_mm, quality);

@@ -34,8 +34,8 @@ void SmoothWeights(Animation& animation, double cutoff_hz) {
     }
 }
 
-/// Takes have their positions within a kilometre. What is off by a thousand of them, or by no number at all, was divided by a
-/// face without extent; no report shows it.
+/// Positions are within a kilometre of each other. A larger length, or one that is infinite or NaN, comes
+/// from a face without extent; no report may show it.
 void CheckLength(double mm, const Take& take, std::int64_t frame, const std::string& name) {
   constexpr double kBeyondAnyTake_mm = 1e9;
   if (!(mm < kBeyondAnyTake_mm))
@@ -98,7 +98,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   residuals.Finish();
   std::array<double, 9> residual_mm{};
   for (std::size_t p = 0; p < residual_mm.size(); ++p) residual_mm[p] = report.parts[p].rms_mm;
-  report.quality = AssessQuality(animation, face, solver.Face(), residual_mm);
+  report.quality = AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm);
   if (options.smooth_weights_hz) SmoothWeights(animation, *options.smooth_weights_hz);
   return solved;
 }

@@ -71,7 +71,7 @@ public:
     for (std::size_t f = first; f < end; ++f) face.Clear(f, Slot(marker));
   }
 
-  Quality Assessed() const { return AssessQuality(animation, face, solver, residual_mm); }
+  Quality Assessed() const { return AssessQuality(animation, face, true, solver, residual_mm); }
   std::vector<QualityFlag> Flags() const { return Assessed().flags; }
   std::vector<QualityFlag> Limits() const {
     std::vector<QualityFlag> flags = Flags();
@@ -168,7 +168,8 @@ TEST(QualityJump, ASpikeOfNoiseIsNone) {
   EXPECT_THAT(solved.Flags(), IsEmpty());
 }
 
-// A real lid shuts in 70 to 100 ms. How much of that falls between two frames depends on the rate and on where they fall.
+// A real lid shuts in 70 to 100 ms. How much of that falls between two frames depends on the rate and on
+// where they fall.
 TEST(QualityJump, AnEyeThatShutsAsFastAsALidCanAndStaysShutIsNone) {
   for (const double hz : {25.0, 29.97, 50.0, 60.0, 100.0, 120.0, 240.0})
     for (int phase = 0; phase < 10; ++phase) {
@@ -180,7 +181,8 @@ TEST(QualityJump, AnEyeThatShutsAsFastAsALidCanAndStaysShutIsNone) {
     }
 }
 
-// At 25 Hz a lid covers up to 86 hundredths of its way between two frames, at 30 Hz 77, at 60 Hz less than half.
+// At 25 Hz a lid covers up to 86 hundredths of its way between two frames, at 30 Hz 77, at 60 Hz less than
+// half.
 TEST(QualityJump, HowFarAFaceMovesInAFrameIsMeasuredInSeconds) {
   const auto flags = [](double hz, double weight) {
     Solved solved(static_cast<std::size_t>(2 * hz), hz);
@@ -354,6 +356,14 @@ TEST(QualityMislabel, IsAMarkerInThePlaceOfOneOfTheOtherSide) {
   EXPECT_THAT(solved.Flags(), SizeIs(1)) << "two markers on one eye";
 }
 
+TEST(QualityMislabel, HasTheLargestDistanceOfItsFrames) {
+  Solved solved(200);
+  const Point there = solved.Rest("LidUpR");
+  for (const auto& [frame, further] : {std::pair(20u, 1.0), std::pair(21u, 4.0), std::pair(22u, 2.0)})
+    solved.Move("LidUpL", frame, frame + 1, Shifted(there, -further, 0, 0));
+  EXPECT_THAT(solved.Flags(), ElementsAre(testing::Field(&QualityFlag::size, 36)));
+}
+
 TEST(QualityMislabel, IsWithinAThirdOfTheWay) {
   Solved solved(200);
   const Point own = solved.Rest("NoseL"), other = solved.Rest("NoseR");
@@ -364,7 +374,8 @@ TEST(QualityMislabel, IsWithinAThirdOfTheWay) {
   }
 }
 
-// An expression brings a marker to where another one of its part rests: an open mouth the lower lip to the chin.
+// An expression brings a marker to where another one of its part rests: an open mouth the lower lip to the
+// chin.
 TEST(QualityMislabel, IsNoneWithinAPartOrBetweenOtherParts) {
   Solved solved(200);
   solved.Move("LipLow", 20, 88, solved.Rest("Chin")), solved.Move("BrowL", 20, 88, solved.Rest("LidUpL"));
@@ -387,6 +398,13 @@ TEST(QualityMislabel, WhatWasFilledIsNotJudged) {
   EXPECT_THAT(solved.Flags(),
               ElementsAre(QualityFlag{FlagKind::Mislabel, 4, "", {"LidUpR", "LidUpL"}, 30, 39, 32}))
       << "its place was filled, not seen";
+}
+
+TEST(QualityMislabel, WithTheHeadsMotionInItNoPlaceIsJudged) {
+  Solved solved(200);
+  solved.Swap("LidUpL", "LidUpR", 20, 88), solved.Move("NoseL", 20, 88, solved.Rest("NoseR"));
+  EXPECT_THAT(solved.Flags(), SizeIs(2));
+  EXPECT_THAT(AssessQuality(solved.animation, solved.face, false, solved.solver, {}).flags, IsEmpty());
 }
 
 TEST(QualityMislabel, AMomentBackDoesNotEndIt) {

@@ -720,6 +720,16 @@ TEST(SolveReport, NeitherTalkNorGapsAreFlagged) {
   }
 }
 
+// A head that is taken as still carries one side's markers to the other side's places as it turns.
+TEST(SolveReport, MarkersAreNotMislabelledWhereTheHeadIsNotFound) {
+  Performer performer = PlainPerformer();
+  performer.head = {"H1", "H2"};
+  Take take = EmptyTake();
+  for (int f = 0; f < 30; ++f) Film(take, PlainFace(), tests::Motion({}, {-32, 0, 0}));
+  EXPECT_THAT(SolveTake(take, performer, PlainFace()).report.quality.flags,
+              Each(testing::Field(&mien::QualityFlag::kind, mien::FlagKind::Limit)));
+}
+
 TEST(SolveReport, SwappedLidsAreFlaggedHoweverTheWeightsAreSmoothed) {
   Take take = Talk(300);
   const std::size_t left = take.FindMarker("LidUpL").value(), right = take.FindMarker("LidUpR").value();
