@@ -7,7 +7,9 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mien {
@@ -20,17 +22,18 @@ void PrintHead(const SolveOptions& options, const SolveReport& report, const Out
   else if (report.frames_without_head == 0)
     output.Line("head", "found in every frame");
   else
-    output.Line("head", fmt::format("not found in {} of {} frames: there it is put between the others, and "
-                                    "the face's markers count as missing",
+    output.Line("head", fmt::format("not found in {} of {} frames: it is interpolated there, and the face's "
+                                    "markers count as missing",
                                     report.frames_without_head, report.frames));
   for (const SlippedMarker& marker : report.slipped.markers)
-    output.Line("", fmt::format("{} left its place by up to {:.1f} mm and was left out in {}, first in {}",
-                                marker.marker, marker.furthest_mm, Count(marker.frames, "frame"),
-                                marker.first_frame));
+    output.Line("",
+                fmt::format("{} was up to {:.1f} mm away from its place and was ignored in {}, first in {}",
+                            marker.marker, marker.furthest_mm, Count(marker.frames, "frame"),
+                            marker.first_frame));
   if (report.slipped.doubtful_frames > 0)
     output.Line(
-        "", fmt::format("in {} the head markers do not keep their places within {} mm, and which are wrong "
-                        "cannot be decided",
+        "", fmt::format("in {} the head markers are not within {} mm of their places, and which of them are "
+                        "wrong is unclear",
                         Count(report.slipped.doubtful_frames, "frame"), *options.head_tolerance_mm));
 }
 
@@ -59,7 +62,7 @@ void PrintGaps(std::string_view title, const FillPlan& plan, const std::vector<F
                                                              : fmt::format(", {} filled", frames)));
   }
   output.Line(title, fmt::format("{} missing, {} filled ({})", Count(missing, "position"), filled,
-                                 plan.empty() ? "none asked for" : ToText(plan)));
+                                 plan.empty() ? "filling is off" : ToText(plan)));
   output.Line("", "in " + Some(names));
 }
 
@@ -95,6 +98,59 @@ void PrintResiduals(const Take& take, const SolveReport& report, const Output& o
   if (!worst.empty()) output.Line("", fmt::format("the worst frames are {}", fmt::join(worst, ", ")));
 }
 
+/// The parts that have the take's grade, the worst first.
+void PrintGrade(const SolveReport& report, const Output& output) {
+  const Quality& quality = report.quality;
+  if (quality.grade == Grade::None) return;
+  std::vector<std::size_t> parts;
+  for (std::size_t p = 0; p < report.parts.size(); ++p)
+    if (quality.grades[p] == quality.grade) parts.push_back(p);
+  std::stable_sort(parts.begin(), parts.end(),
+                   [&](std::size_t a, std::size_t b) { return quality.share[a] > quality.share[b]; });
+  std::vector<std::string> shares;
+  for (const std::size_t p : parts)
+    shares.push_back(fmt::format("{} {:.1f} %", report.parts[p].name, 100 * *quality.share[p]));
+  output.Line("grade", fmt::format("{}: {} of {:.3g} mm between the outer eye corners", ToText(quality.grade),
+                                   fmt::join(shares, ", "), *quality.eye_corners_mm));
+}
+
+/// What a flag says, without its frames.
+std::string Statement(const QualityFlag& flag) {
+  switch (flag.kind) {
+  case FlagKind::Swap:
+    return fmt::format("{} and {} are swapped", flag.markers[0], flag.markers[1]);
+  case FlagKind::Mislabel:
+    return fmt::format("{} is where {} belongs", flag.markers[0], flag.markers[1]);
+  case FlagKind::Jump:
+    return fmt::format("{} jumps", flag.weight);
+  case FlagKind::Limit:
+    break;
+  }
+  return fmt::format("{} stays at its limit", flag.weight);
+}
+
+/// A line for each statement, with all its frames; what is wrong for certain comes first.
+void PrintFlags(const Take& take, const SolveReport& report, const Output& output) {
+  std::vector<QualityFlag> flags = report.quality.flags;
+  std::stable_sort(flags.begin(), flags.end(), [](const auto& a, const auto& b) { return a.kind < b.kind; });
+  std::vector<std::pair<std::string, std::vector<std::string>>> lines;
+  for (const QualityFlag& flag : flags) {
+    const std::int64_t first = take.frames[flag.first], last = take.frames[flag.last];
+    const std::string statement = Statement(flag);
+    auto line = std::find_if(lines.begin(), lines.end(), [&](const auto& l) { return l.first == statement; });
+    if (line == lines.end()) line = lines.insert(lines.end(), {statement, {}});
+    line->second.push_back(flag.kind == FlagKind::Jump ? fmt::format("{} ({:+.2f})", last, flag.size)
+                           : first == last             ? std::to_string(first)
+                                                       : fmt::format("{}-{}", first, last));
+  }
+  constexpr std::size_t kShownLines = 10, kShownStretches = 5;
+  for (std::size_t i = 0; i < lines.size() && i < kShownLines; ++i)
+    output.Line(i == 0 ? "flags" : "",
+                fmt::format("{}, frames {}", lines[i].first, Some(lines[i].second, kShownStretches)));
+  if (lines.empty()) output.Line("flags", "none");
+  if (lines.size() > kShownLines) output.Line("", fmt::format("and {} more", lines.size() - kShownLines));
+}
+
 } // namespace
 
 void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& output) {
@@ -108,7 +164,7 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
   output.Remark(result.neutral.notes, take.file);
   for (const std::string& marker : report.left_out)
     output.Remark({Code::Unmatched, "",
-                   fmt::format("the marker {} is not in the neutral pose and was left out", marker)},
+                   fmt::format("the marker {} is missing from the neutral pose and was left out", marker)},
                   take.file);
   PrintHead(job.solve, report, output);
   if (std::any_of(report.head_fills.begin(), report.head_fills.end(),
@@ -121,6 +177,8 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
   if (job.solve.smooth_weights_hz)
     output.Line("smoothed", fmt::format("template weights, below {} Hz", *job.solve.smooth_weights_hz));
   PrintResiduals(take, report, output);
+  PrintGrade(report, output);
+  PrintFlags(take, report, output);
 }
 
 } // namespace mien

@@ -5,7 +5,7 @@
 
 namespace mien {
 
-/// Prints, in lines, what was done to a take while it was solved, and how well that went.
+/// Prints what was done to a take while it was solved, and how good the result is.
 void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& output);
 
 } // namespace mien

@@ -18,17 +18,19 @@ namespace mien {
 /// Weights by the names of a character's expressions.
 using ExpressionWeights = std::vector<std::pair<std::string, double>>;
 
-/// Turns template weights, frame after frame, into the shape weights and cluster transforms of a character. A frame
-/// allocates nothing. Any number may exist at once, each used by one thread at a time: they share nothing.
+/// Turns template weights, frame after frame, into the shape weights and cluster transforms of a character. A
+/// frame allocates nothing. Any number may exist at once, each used by one thread at a time: they share
+/// nothing.
 class CharacterSolver {
 public:
-  /// `expressions` is added to every frame. Throws InputError for an expression that the character does not have.
+  /// `expressions` is added to every frame. Throws InputError for an expression that the character does not
+  /// have.
   explicit CharacterSolver(const Character& character, const ExpressionWeights& expressions = {});
   CharacterSolver(const CharacterSolver&) = delete;
   CharacterSolver& operator=(const CharacterSolver&) = delete;
 
-  /// What the character makes of a frame: `mWeights[p][s]` is shape s of part p, `mClusters[p]` the part's clusters.
-  /// Valid until the next call.
+  /// What the character makes of a frame: `mWeights[p][s]` is shape s of part p, `mClusters[p]` the part's
+  /// clusters. Valid until the next call.
   const VCharacterFaceState& Solve(const VFaceTemplateState& templates);
 
 private:

@@ -1,17 +1,37 @@
 #include "host/solve/face_solver.h"
 
+#include "host/base/error.h"
+#include "host/base/text.h"
 #include "host/performer/neutral_head.h"
 #include "mien/base/affine.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 
 namespace mien {
 
-FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral)
-    : neutral_head_(mien::NeutralHead(performer, neutral)) {
+namespace {
+
+/// As positions in takes are. Further away, squared lengths overflow sooner or later.
+void CheckWithinAKilometre(const Performer& performer, const NeutralPose& neutral) {
+  constexpr double kKilometre_mm = 1e6;
+  for (const auto& [name, p] : neutral)
+    for (const double length : {p.x, p.y, p.z})
+      if (!(std::fabs(length) <= kKilometre_mm))
+        throw InputError(Code::InvalidValue, performer.file, "/neutral",
+                         fmt::format("the marker {} is more than a kilometre away", Quoted(name)),
+                         "give its position in millimetres");
+}
+
+} // namespace
+
+FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral) {
+  CheckWithinAKilometre(performer, neutral);
+  neutral_head_ = mien::NeutralHead(performer, neutral);
   const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head_);
   for (const std::string& name : performer.FaceMarkers()) {
     const auto place = neutral.find(name);
@@ -27,7 +47,7 @@ FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral)
   SetUpActor(performer);
 }
 
-// The library's set-up on the neutral pose, which stands upright around the origin: head space.
+// The library's set-up on the neutral pose, upright around the origin: head space.
 void FaceSolver::SetUpActor(const Performer& performer) {
   VFaceMarkerSetState reference;
   for (std::size_t slot = 0; slot < markers_.size(); ++slot) {

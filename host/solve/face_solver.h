@@ -17,7 +17,8 @@ namespace mien {
 /// allocates nothing.
 class FaceSolver {
 public:
-  /// Sets the performer up on the neutral pose. Throws InputError where the pose does not tell which way the face looks.
+  /// Sets the performer up on the neutral pose. Throws InputError where the pose does not determine which way
+  /// the face looks, and for a marker more than a kilometre away on an axis.
   FaceSolver(const Performer& performer, const NeutralPose& neutral);
 
   /// From a face that looks along +z, x to its left, y up, to where the neutral pose has it.
@@ -32,14 +33,14 @@ public:
   /// Which of the markers drive a part, by their indices.
   const std::vector<std::size_t>& MarkersOf(std::size_t part) const { return markers_of_[part]; }
 
-  /// Markers that the neutral pose lacks.
+  /// Markers missing from the neutral pose.
   const std::vector<std::string>& LeftOut() const { return left_out_; }
 
   struct Frame {
     VFaceTemplateState weights;
 
-    /// How far the points of each part are from those that the weights give back: the root of the mean square, in
-    /// millimetres on the performer's face. 0 for a part without markers.
+    /// How far the points of each part are from those that the weights give back: the root of the mean
+    /// square, in millimetres on the performer's face. 0 for a part without markers.
     std::array<double, 9> residual_mm;
   };
 

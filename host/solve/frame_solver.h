@@ -24,16 +24,17 @@ struct SolvedFrame {
   const VCharacterFaceState* character = nullptr; ///< nothing without a character; valid until the next frame
 };
 
-/// All that one frame goes through, from markers to a character: the head is found, the face's markers are brought into
-/// its frame and solved into template weights, these into the character's shapes and clusters.
+/// All that one frame goes through, from markers to a character: the head is found, the face's markers are
+/// brought into its frame and solved into template weights, these into the character's shapes and clusters.
 ///
-/// The solve of a take calls the three stages one by one, since what needs all frames (filling gaps, smoothing without
-/// delay) happens between them; a live stream calls Solve. Nothing process-wide is written: any number of these may be at
-/// work, each on one thread at a time. A frame allocates nothing once each set of seen head markers has occurred.
+/// The solve of a take calls the three stages separately, since what needs all frames (filling gaps,
+/// smoothing without delay) happens between them; a live stream calls Solve. Nothing process-wide is written:
+/// any number of these may be at work, each on one thread at a time. A frame allocates nothing once each set
+/// of seen head markers has occurred.
 class FrameSolver {
 public:
-  /// Throws InputError where the neutral pose does not tell which way the face looks, and for an expression that the
-  /// character lacks. The character is copied as far as it is needed.
+  /// Throws InputError if FaceSolver does, and for an expression that the character does not have. Copies
+  /// what it needs of the character.
   FrameSolver(const Performer& performer, const NeutralPose& neutral, const Character* character = nullptr,
               const ExpressionWeights& expressions = {});
 
@@ -53,7 +54,7 @@ public:
     return character_->Solve(templates);
   }
 
-  /// The three in a row. A face marker that is not seen is at its place on the neutral face; so are all of them in a
+  /// All three. A face marker that is not seen is at its place on the neutral face; so are all of them in a
   /// frame without a known head.
   const SolvedFrame& Solve(const FrameMarkers& markers);
 

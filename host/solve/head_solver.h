@@ -19,20 +19,20 @@ public:
   /// The performer's head markers, by the slots that Solve takes them in (size: at most RigidMotion::kSlots).
   const std::vector<std::string>& Markers() const { return markers_; }
 
-  /// Their places on the neutral face, in the head's frame; nothing for those that the neutral pose lacks.
+  /// Their places on the neutral face, in the head's frame; nothing for those missing from the neutral pose.
   const RigidMotion::Markers& Reference() const { return reference_; }
 
-  /// Head markers that the neutral pose lacks.
+  /// Head markers missing from the neutral pose.
   const std::vector<std::string>& LeftOut() const { return left_out_; }
 
-  /// False where fewer than three head markers are usable, or all stand on a line. The head is then taken as still:
-  /// Solve answers the neutral head for every frame.
+  /// False where fewer than three head markers are usable, or all are on a line. The head then counts as
+  /// still: Solve answers the neutral head for every frame.
   bool RemovesMotion() const { return removes_motion_; }
 
   const VgeAMatrix& NeutralHead() const { return neutral_head_; }
 
-  /// From a face that looks along +z, x to its left, y up, to where the head is. Nothing where too few of the markers are
-  /// seen to tell.
+  /// From a face that looks along +z, x to its left, y up, to where the head is. Nothing if too few of the
+  /// markers are seen.
   std::optional<VgeAMatrix> Solve(const RigidMotion::Markers& seen);
 
 private:

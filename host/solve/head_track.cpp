@@ -17,7 +17,7 @@ namespace mien {
 
 namespace {
 
-/// The rigid transform a fraction of the even turn and the straight way from `a` to `b`.
+/// Interpolates rigid transforms: `a` at fraction 0, `b` at 1; the turn is even, the path straight.
 VgeAMatrix Between(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
   const VgeQuaternion from(RotationOf(a));
   const VgeQuaternion to = QuaternionNear(from, RotationOf(b));

@@ -15,10 +15,11 @@ namespace mien {
 
 /// Where the head is in each frame of a take.
 struct HeadTrack {
-  /// From a face that looks along +z, x to its left, y up, into the take (size: frames). Where the markers do not tell,
-  /// evenly turned and moved between the frames around; at the ends of the take as in the nearest frame.
+  /// From a face that looks along +z, x to its left, y up, into the take (size: frames). Where the markers do
+  /// not determine it, interpolated between the frames around; at the ends of the take as in the nearest
+  /// frame.
   std::vector<VgeAMatrix> heads;
-  std::vector<bool> known; ///< whether the markers tell (size: frames)
+  std::vector<bool> known; ///< whether the markers determine the head (size: frames)
 
   SlippedMarkers slipped;
   std::vector<FilledMarker> fills;
@@ -29,8 +30,8 @@ struct HeadTrack {
 /// The take must have the solver's markers.
 HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& options);
 
-/// The markers of these names in the head's frame: of a face that looks along +z, x to its left, y up. In frames without a
-/// known head they are gaps.
+/// The markers of these names in the head's frame: of a face that looks along +z, x to its left, y up. In
+/// frames without a known head they are gaps.
 Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers);
 
 } // namespace mien

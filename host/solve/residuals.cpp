@@ -24,7 +24,7 @@ void Residuals::Add(std::size_t frame, const FaceSolver::Frame& solved) {
         std::count_if(markers.begin(), markers.end(), [&](std::size_t m) { return !face_.At(frame, m); }));
     if (gone == markers.size()) {
       if (gone > 0) ++part.rest_frames;
-      continue; // at rest there is nothing to tell
+      continue; // at rest there is no residual
     }
     if (gone > 0) ++part.partial_frames;
     const double residual = solved.residual_mm[p];
@@ -41,7 +41,7 @@ void Residuals::Finish() {
     const std::size_t counted = part.markers > 0 ? face_.FrameCount() - part.rest_frames : 0;
     if (counted > 0) part.rms_mm = std::sqrt(squares_[p] / static_cast<double>(counted));
   }
-  // One frame of each moment: its neighbours are nearly as bad and tell nothing new.
+  // One frame of each moment: its neighbours are nearly as bad and say nothing new.
   constexpr std::size_t kShown = 10;
   constexpr double kApart_s = 0.5;
   std::stable_sort(frames_.begin(), frames_.end(),

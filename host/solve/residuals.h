@@ -10,11 +10,12 @@
 
 namespace mien {
 
-/// Gathers, frame by frame, how well a take's parts are solved and in which frames they rest, into the report's `parts`
-/// and `worst_frames`.
+/// Gathers, frame by frame, how well a take's parts are solved and in which frames they rest, into the
+/// report's `parts` and `worst_frames`.
 class Residuals {
 public:
-  /// `face`: the markers of the solver in the head's frame, their gaps filled as far as they are. All must outlive this.
+  /// `face`: the markers of the solver in the head's frame, their gaps filled as far as they are. All must
+  /// outlive this.
   Residuals(const Take& face, const FaceSolver& solver, SolveReport& report);
 
   /// Each frame once, in order.

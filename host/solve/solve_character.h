@@ -6,8 +6,8 @@
 
 namespace mien {
 
-/// Fills in what the character makes of a solved take: its shapes and clusters. `expressions` is added to every frame.
-/// Throws as CharacterSolver does.
+/// Fills in what the character makes of a solved take: its shapes and clusters. `expressions` is added to
+/// every frame. Throws as CharacterSolver does.
 void SolveCharacter(Animation& animation, const Character& character,
                     const ExpressionWeights& expressions = {});
 

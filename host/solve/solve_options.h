@@ -11,14 +11,14 @@ struct SolveOptions {
   FillPlan head_fill = {{FillMethod::Pattern, 2}}; ///< see DefaultLongest for how good these are
   FillPlan face_fill = {{FillMethod::Cubic, 0.15}, {FillMethod::Pattern, 0.5}};
 
-  /// How far a head marker may be from its place on the head before it is left out; nothing to leave none out.
+  /// How far a head marker may be from its place on the head before it is left out; nothing to leave none
+  /// out.
   ///
-  /// Good head markers keep their places to half a millimetre, those on moving skin to three; a swapped or slipped one
-  /// is off by ten and more.
+  /// Good head markers keep their places to half a millimetre, those on moving skin to three; a swapped or
+  /// slipped one is off by ten and more.
   std::optional<double> head_tolerance_mm = 6;
 
-  double fade_s =
-      0.25; ///< in which a marker that is gone comes to rest, and leaves it before it is seen again
+  double fade_s = 0.25; ///< in which a missing marker comes to rest, and leaves rest before it is seen again
 
   std::optional<double>
       smooth_positions_hz;                 ///< cutoff of the low-pass filter on the markers; nothing for none

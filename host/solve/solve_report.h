@@ -2,6 +2,7 @@
 
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
+#include "host/solve/quality.h"
 
 #include <array>
 #include <cstddef>
@@ -10,7 +11,7 @@
 
 namespace mien {
 
-/// What was done to a take on its way to template weights, and how well these tell what was seen.
+/// What was done to a take on its way to template weights, and how well these reproduce what was seen.
 struct SolveReport {
   struct Part {
     std::string name;
@@ -30,12 +31,13 @@ struct SolveReport {
   std::size_t frames = 0;
   bool head_motion_removed = true;
   std::size_t frames_without_head = 0;
-  std::vector<std::string> left_out; ///< markers that the neutral pose lacks
+  std::vector<std::string> left_out; ///< markers missing from the neutral pose
   SlippedMarkers slipped;
   std::vector<FilledMarker> head_fills, face_fills; ///< of every marker that is used
   std::array<Part, 9> parts;
   std::vector<Frame>
       worst_frames; ///< the largest residuals of any part, half a second apart, the worst first; at most ten
+  Quality quality;
 
   std::vector<std::string> RestingParts() const; ///< without markers
 };

@@ -69,16 +69,43 @@ JsonValue Head(const SolveReport& report) {
                             {"markers", Fills(report.head_fills)}});
 }
 
+/// Null where nothing is graded.
+JsonValue GradeOf(Grade grade) { return grade == Grade::None ? JsonValue(nullptr) : ToText(grade); }
+
+JsonValue QualityOf(const Quality& quality) {
+  return JsonObjectOnLines({{"grade", GradeOf(quality.grade)},
+                            {"eye_corners_mm", quality.eye_corners_mm},
+                            {"good_below", Quality::kGoodBelow},
+                            {"poor_above", Quality::kPoorAbove}});
+}
+
+JsonValue Flags(const Take& take, const SolveReport& report) {
+  std::vector<JsonValue> flags;
+  for (const QualityFlag& flag : report.quality.flags)
+    flags.push_back(JsonObject({{"kind", ToText(flag.kind)},
+                                {"part", report.parts[flag.part].name},
+                                {"template", flag.weight.empty() ? JsonValue(nullptr) : flag.weight},
+                                {"markers", flag.markers},
+                                {"first_frame", take.frames[flag.first]},
+                                {"last_frame", take.frames[flag.last]},
+                                {"size", flag.size}}));
+  return JsonListOnLines(flags);
+}
+
 JsonValue Parts(const Take& take, const SolveReport& report) {
   std::vector<JsonValue> parts;
-  for (const SolveReport::Part& part : report.parts)
+  for (std::size_t p = 0; p < report.parts.size(); ++p) {
+    const SolveReport::Part& part = report.parts[p];
     parts.push_back(JsonObject({{"part", part.name},
                                 {"markers", part.markers},
                                 {"rest_frames", part.markers == 0 ? report.frames : part.rest_frames},
                                 {"partly_at_rest_frames", part.partial_frames},
                                 {"residual_rms_mm", part.rms_mm},
                                 {"residual_worst_mm", part.worst_mm},
-                                {"worst_frame", take.frames[part.worst_frame]}}));
+                                {"worst_frame", take.frames[part.worst_frame]},
+                                {"residual_share", report.quality.share[p]},
+                                {"grade", GradeOf(report.quality.grades[p])}}));
+  }
   return JsonListOnLines(parts);
 }
 
@@ -109,6 +136,8 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
        {"head", Head(report)},
        {"markers", Fills(report.face_fills)},
        {"left_out", report.left_out},
+       {"quality", QualityOf(report.quality)},
+       {"flags", Flags(take, report)},
        {"parts", Parts(take, report)},
        {"worst_frames", WorstFrames(take, report)}});
 }

@@ -21,7 +21,7 @@ struct ReportedFile {
   std::string sha256; ///< or in words why there is none; empty where it is built in
 };
 
-/// All that is needed to say how a solved take came about, and to repeat it.
+/// Everything needed to explain how a solved take came about, and to repeat it.
 struct SolveRecord {
   std::vector<std::string> command; ///< the arguments
   std::vector<ReportedFile> files;
@@ -32,7 +32,8 @@ struct SolveRecord {
 };
 
 /// The record as JSON: {"format": "mien report 1", "tool", "command", "files", "take", "settings", "neutral",
-/// "head", "markers", "parts", "worst_frames"}. Frames are given by their numbers in the take.
+/// "head", "markers", "left_out", "quality", "flags", "parts", "worst_frames"}. Frames are numbered as in the
+/// take.
 JsonValue SolveReportAsJson(const SolveRecord& record);
 void WriteSolveReport(const SolveRecord& record, std::ostream& out);
 

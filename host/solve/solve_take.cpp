@@ -1,13 +1,20 @@
 #include "host/solve/solve_take.h"
 
+#include "host/base/error.h"
 #include "host/cleaning/low_pass.h"
 #include "host/cleaning/rest_in_gaps.h"
 #include "host/solve/frame_solver.h"
 #include "host/solve/head_track.h"
+#include "host/solve/quality.h"
 #include "host/solve/residuals.h"
 #include "host/takes/frame_span.h"
 
+#include <fmt/format.h>
+
+#include <array>
+#include <cstdint>
 #include <numeric>
+#include <string>
 
 namespace mien {
 
@@ -27,6 +34,16 @@ void SmoothWeights(Animation& animation, double cutoff_hz) {
     }
 }
 
+/// Positions are within a kilometre of each other. A larger length, or one that is infinite or NaN, comes
+/// from a face without extent; no report may show it.
+void CheckLength(double mm, const Take& take, std::int64_t frame, const std::string& name) {
+  constexpr double kBeyondAnyTake_mm = 1e9;
+  if (!(mm < kBeyondAnyTake_mm))
+    throw InputError(Code::InvalidValue, take.file, fmt::format("frame {}", frame),
+                     fmt::format("{} is off by a thousand kilometres or more", name),
+                     "check the unit of the take's positions, and the neutral pose");
+}
+
 } // namespace
 
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
@@ -40,6 +57,8 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   report.head_motion_removed = solver.Head().RemovesMotion();
   report.frames_without_head = track.UnknownFrames();
   report.slipped = std::move(track.slipped);
+  for (const SlippedMarker& marker : report.slipped.markers)
+    CheckLength(marker.furthest_mm, take, marker.first_frame, marker.marker);
   report.head_fills = std::move(track.fills);
   report.left_out = solver.Face().LeftOut();
   report.left_out.insert(report.left_out.end(), solver.Head().LeftOut().begin(),
@@ -71,10 +90,15 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
     const FaceSolver::Frame& frame = solver.SolveFace(places_head);
     for (const auto& [part, slot, name] : animation.layout.templates)
       animation.weights.push_back(frame.weights.mParts[part].mWeights[slot]);
+    for (std::size_t p = 0; p < report.parts.size(); ++p)
+      CheckLength(frame.residual_mm[p], take, take.frames[f], report.parts[p].name);
     residuals.Add(f, frame);
   }
   report.frames = take.FrameCount();
   residuals.Finish();
+  std::array<double, 9> residual_mm{};
+  for (std::size_t p = 0; p < residual_mm.size(); ++p) residual_mm[p] = report.parts[p].rms_mm;
+  report.quality = AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm);
   if (options.smooth_weights_hz) SmoothWeights(animation, *options.smooth_weights_hz);
   return solved;
 }

@@ -18,14 +18,18 @@ struct SolvedTake {
 
 /// Solves every frame of a take:
 ///
-/// 1. Head markers that have slipped are taken out, the gaps of the others filled, and the head found in every frame.
+/// 1. Head markers that have slipped are taken out, the gaps of the others filled, and the head found in
+/// every frame.
 /// 2. The face's markers are brought into the head's frame, where their gaps are filled.
 /// 3. They are smoothed, if asked for. (So are the head's, before 1 finds the head.)
 /// 4. What stays empty is at rest, with a fade.
 /// 5. Each frame is solved, and the weights smoothed if asked for.
 ///
-/// The take must have the performer's markers (CheckMarkers). `progress(done, total)` is called before each frame and may
-/// throw to break off.
+/// AssessQuality judges the weights before they are smoothed.
+///
+/// The take must have the performer's markers (CheckMarkers). Throws InputError where the neutral pose does
+/// not determine a solve, and where a residual or a slipped head marker is off by a length that no take has.
+/// `progress(done, total)` is called before each frame and may throw to break off.
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
                      const SolveOptions& options = {},
                      const std::function<void(std::size_t done, std::size_t total)>& progress = nullptr);

@@ -139,7 +139,7 @@ protected:
     }
     // It tells the version, the command, the hashes of what went in and came out, and all residuals.
     EXPECT_EQ(mien::Sha256(Saved("m.report.json")),
-              "2631d95eff3896db7cff2287d95c57e5bcb14df39bd21fa65294a84b4aa7dcdb")
+              "dda9b454ad50066c4358ca94d0180b1ba9637aa8ad87a28fab9a9fd12038aad5")
         << "m.report.json";
   }
 };

@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -154,6 +155,17 @@ TEST(FaceSolver, NeedsAFaceThatTellsWhereItLooks) {
 }
 
 // --- Its markers.
+
+TEST(FaceSolver, TheNeutralFaceIsWithinAKilometre) {
+  for (const char* marker : {"NoseL", "H2"})
+    for (const double far : {1.001e6, -1e7, 1e155, std::numeric_limits<double>::infinity()}) {
+      NeutralPose neutral = PlainFace();
+      neutral[marker].z = far;
+      EXPECT_EQ(InputErrorOf([&] { FaceSolver(PlainPerformer(), neutral); }),
+                "plain.json:/neutral: the marker \"" + std::string(marker) +
+                    "\" is more than a kilometre away; give its position in millimetres");
+    }
+}
 
 TEST(FaceSolver, TellsItsMarkersTheirRestAndTheirParts) {
   tests::Random random(8);

@@ -57,6 +57,14 @@ struct Solved {
           (p * 5) % 8};
     report.parts[8].markers = 0;
     report.worst_frames = {{5, 2, 7.1}, {0, 4, 1 / 3.0}};
+    report.quality.flags = {{mien::FlagKind::Swap, 3, "", {"A", "C"}, 1, 4, 32.5},
+                            {mien::FlagKind::Jump, 4, "RightEye.Close", {}, 6, 7, -0.75}};
+    report.quality.eye_corners_mm = 91.5;
+    report.quality.grade = mien::Grade::Poor;
+    for (const std::size_t p : {0u, 2u}) {
+      report.quality.share[p] = static_cast<double>(p) / 9;
+      report.quality.grades[p] = p == 0 ? mien::Grade::Good : mien::Grade::Poor;
+    }
   }
 
   SolveRecord Record() const {
@@ -92,7 +100,7 @@ std::vector<std::string> Keys(const Json& object) {
 TEST(SolveReportJson, HasTheMembersOfItsDescription) {
   const Json json = Solved().Parsed();
   for (const char* key : {"format", "tool", "command", "files", "take", "settings", "neutral", "head",
-                          "markers", "parts", "worst_frames"})
+                          "markers", "quality", "flags", "parts", "worst_frames"})
     EXPECT_TRUE(json.contains(key)) << key;
   EXPECT_EQ(Keys(json)[0], "format");
   EXPECT_EQ(json["format"], "mien report 1");
@@ -195,6 +203,31 @@ TEST(SolveReportJson, TellsPartsAndWorstFramesByTheirNumbersInTheTake) {
   EXPECT_EQ(json["worst_frames"][0]["residual_mm"].get<double>(), 7.1);
   EXPECT_EQ(json["worst_frames"][1]["frame"], 50);
   EXPECT_EQ(json["worst_frames"][1]["residual_mm"].get<double>(), 1 / 3.0);
+}
+
+TEST(SolveReportJson, HasTheGradesAndTheirLimits) {
+  Solved solved;
+  const Json json = solved.Parsed();
+  EXPECT_EQ(
+      json["quality"],
+      Json::parse(R"({"grade": "poor", "eye_corners_mm": 91.5, "good_below": 0.03, "poor_above": 0.1})"));
+  EXPECT_EQ(json["parts"][0]["grade"], "good");
+  EXPECT_EQ(json["parts"][2]["grade"], "poor");
+  EXPECT_EQ(json["parts"][2]["residual_share"].get<double>(), 2 / 9.0);
+  EXPECT_TRUE(json["parts"][3]["grade"].is_null());
+  EXPECT_TRUE(json["parts"][3]["residual_share"].is_null());
+  solved.solved.report.quality = {};
+  EXPECT_TRUE(solved.Parsed()["quality"]["grade"].is_null());
+  EXPECT_TRUE(solved.Parsed()["quality"]["eye_corners_mm"].is_null());
+  EXPECT_EQ(solved.Parsed()["flags"], Json::array());
+}
+
+TEST(SolveReportJson, HasTheFlagsByTheirFramesNumbersInTheTake) {
+  EXPECT_EQ(Solved().Parsed()["flags"],
+            Json::parse(R"([{"kind": "swap", "part": "LeftEye", "template": null, "markers": ["A", "C"],
+                             "first_frame": 53, "last_frame": 62, "size": 32.5},
+                            {"kind": "jump", "part": "RightEye", "template": "RightEye.Close", "markers": [],
+                             "first_frame": 68, "last_frame": 71, "size": -0.75}])"));
 }
 
 TEST(SolveReportJson, IsOfARealSolveWhatItSays) {

@@ -707,6 +707,97 @@ TEST(SolveReport, AFrameIsAsBadAsItsWorstPart) {
   }
 }
 
+// --- What is judged; tests/host/solve/quality.cpp has each flag and grade.
+
+TEST(SolveReport, NeitherTalkNorGapsAreFlagged) {
+  Take take = Talk(500);
+  EXPECT_THAT(Solve(take).report.quality.flags, IsEmpty());
+  HideFor(take, 100, 300, kMouth), HideFor(take, 350, 380, kHead);
+  SolveOptions options;
+  for (const double fade_s : {0.25, 0.0}) {
+    options.fade_s = fade_s;
+    EXPECT_THAT(Solve(take, options).report.quality.flags, IsEmpty()) << fade_s;
+  }
+}
+
+// A head that is taken as still carries one side's markers to the other side's places as it turns.
+TEST(SolveReport, MarkersAreNotMislabelledWhereTheHeadIsNotFound) {
+  Performer performer = PlainPerformer();
+  performer.head = {"H1", "H2"};
+  Take take = EmptyTake();
+  for (int f = 0; f < 30; ++f) Film(take, PlainFace(), tests::Motion({}, {-32, 0, 0}));
+  EXPECT_THAT(SolveTake(take, performer, PlainFace()).report.quality.flags,
+              Each(testing::Field(&mien::QualityFlag::kind, mien::FlagKind::Limit)));
+}
+
+TEST(SolveReport, SwappedLidsAreFlaggedHoweverTheWeightsAreSmoothed) {
+  Take take = Talk(300);
+  const std::size_t left = take.FindMarker("LidUpL").value(), right = take.FindMarker("LidUpR").value();
+  for (std::size_t f = 100; f < 168; ++f) {
+    const Point l = *take.At(f, left), r = *take.At(f, right);
+    take.Set(f, left, r), take.Set(f, right, l);
+  }
+  SolveOptions smooth;
+  smooth.smooth_weights_hz = 6;
+  for (const SolveOptions& options : {SolveOptions(), smooth}) {
+    const std::vector<mien::QualityFlag> flags = Solve(take, options).report.quality.flags;
+    ASSERT_THAT(flags, SizeIs(1));
+    EXPECT_EQ(flags[0].kind, mien::FlagKind::Swap);
+    EXPECT_THAT(flags[0].markers, ElementsAre("LidUpL", "LidUpR"));
+    EXPECT_EQ(flags[0].first, 100u);
+    EXPECT_EQ(flags[0].last, 167u);
+  }
+}
+
+// Smoothed, a jump takes some frames and a limit is over- and undershot.
+TEST(SolveReport, WeightsAreJudgedAsTheyWereSolved) {
+  NeutralPose shut = PlainFace(), sneer = PlainFace();
+  shut["LidUpL"].y -= 8, sneer["NoseL"].y += 20;
+  Take take = EmptyTake();
+  for (int f = 0; f < 60; ++f) Film(take, f < 30 ? PlainFace() : shut);
+  for (int f = 60; f < 80; ++f) Film(take, sneer);
+  for (std::size_t f = 0; f < 80; ++f) take.times[f] = static_cast<double>(f) / 30;
+  SolveOptions smooth;
+  smooth.smooth_weights_hz = 6;
+  const SolvedTake plain = Solve(take), smoothed = Solve(take, smooth);
+  EXPECT_NE(smoothed.animation.weights, plain.animation.weights);
+  EXPECT_EQ(smoothed.report.quality.flags, plain.report.quality.flags);
+  std::vector<std::pair<std::string, std::size_t>> flags;
+  for (const mien::QualityFlag& flag : plain.report.quality.flags)
+    flags.emplace_back(flag.weight, flag.first);
+  EXPECT_THAT(flags, testing::IsSupersetOf({Pair("LeftEye.Close", 29), Pair("LeftNostril.Up", 60)}));
+}
+
+TEST(SolveReport, GradesAreOfTheResiduals) {
+  Take take = EmptyTake();
+  NeutralPose face = PlainFace();
+  face["NoseL"].x += 3; // all of it left over
+  for (int f = 0; f < 3; ++f) Film(take, face);
+  const SolveReport report = Solve(take).report;
+  const double corners_mm = report.quality.eye_corners_mm.value();
+  EXPECT_NEAR(corners_mm, 1.35 * 32, kRounding);
+  EXPECT_NEAR(report.quality.share[7].value(), 3 / corners_mm, kRounding);
+  EXPECT_EQ(report.quality.grades[7], mien::Grade::Fair);
+  EXPECT_EQ(report.quality.grades[8], mien::Grade::Good);
+  EXPECT_EQ(report.quality.grade, mien::Grade::Fair);
+}
+
+// Readers leave such positions out; whoever makes takes otherwise gets an error, and never a report of inf mm.
+TEST(SolveReport, LengthsThatAreNoneAreErrors) {
+  for (const auto& [marker, what] : {std::pair("NoseR", "RightNostril"), std::pair("H4", "H4")})
+    for (const double far : {1e155, -1e155, 1e10}) {
+      Take take = Talk(20);
+      take.file = "far.csv";
+      take.Set(7, take.FindMarker(marker).value(), {0, 0, far});
+      EXPECT_EQ(InputErrorOf([&] { Solve(take); }), std::string("far.csv:frame 8: ") + what +
+                                                        " is off by a thousand kilometres or more; check the "
+                                                        "unit of the take's positions, and the neutral pose");
+    }
+  Take take = Talk(20);
+  take.Set(7, take.FindMarker("NoseR").value(), {0, 0, 1e6});
+  EXPECT_LT(Solve(take).report.parts[8].worst_mm, 1e7) << "a kilometre is a length";
+}
+
 // --- Progress and little takes.
 
 TEST(SolveTake, TellsProgressBeforeEachFrame) {

@@ -1,0 +1,318 @@
+#include "host/solve/quality.h"
+
+#include "host/base/face_parts.h"
+#include "mien/base/affine.h"
+#include "mien/face/face.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace mien {
+
+namespace {
+
+constexpr double kNever = std::numeric_limits<double>::infinity();
+
+VgeTVector Vector(const Point& p) { return {p.x, p.y, p.z}; }
+
+std::size_t OtherSide(std::size_t part) { return part % 2 == 1 ? part + 1 : part - 1; } // not of the mouth
+
+/// The marker's place if it was seen; null if it is a gap or was filled.
+const Point* SeenAt(const Take& face, std::size_t frame, std::size_t marker) {
+  return face.OriginAt(frame, marker) == Origin::Filled ? nullptr : face.At(frame, marker);
+}
+
+/// Collects the flags of single frames; frames that are close together become one flag.
+class Stretches {
+public:
+  explicit Stretches(const std::vector<double>& times) : times_(times) {}
+
+  /// `flag` is of one frame. Frames rise.
+  void Add(QualityFlag flag) {
+    // Noise moves a marker or a weight away for a frame or two.
+    constexpr double kBreak_s = 0.1;
+    if (!flags_.empty() && times_[flag.first] - times_[flags_.back().last] <= kBreak_s) {
+      flags_.back().last = flag.last;
+      flags_.back().size = std::max(flags_.back().size, flag.size);
+    } else {
+      flags_.push_back(std::move(flag));
+    }
+  }
+
+  const std::vector<QualityFlag>& Flags() const { return flags_; }
+
+private:
+  const std::vector<double>& times_;
+  std::vector<QualityFlag> flags_;
+};
+
+// --- Jumps.
+
+/// How far a template moves the point that it moves most, in units of the default face.
+double Travel(const TemplateColumn& column) {
+  const VFacePart& part = GetGlobalFace()->mParts[column.part];
+  double most = 0;
+  for (int i = 0; i < part.mPointCount; ++i) {
+    const VgeTVector moved = Difference(part.mTemplates[column.slot]->mPoints[i], part.mDefaultPoints[i]);
+    most =
+        std::max(most, Length({moved.x * part.mScale.x, moved.y * part.mScale.y, moved.z * part.mScale.z}));
+  }
+  return most;
+}
+
+/// The largest share of the distance from open to shut that the fastest movement of a face covers in a time.
+/// Blinks shut the eye in 70 to 100 ms; this is the middle of a movement of 70 ms with minimum jerk.
+double LargestShareOfLid(double seconds) {
+  constexpr double kFastest_s = 0.07;
+  const double u = seconds / kFastest_s;
+  return u < 1 ? u * (15 - u * u * (10 - 3 * u * u)) / 8 : kNever;
+}
+
+class Jumps {
+public:
+  Jumps(const Animation& solved, const Take& face, const FaceSolver& solver)
+      : solved_(solved), face_(face), solver_(solver) {}
+
+  void Find(std::vector<QualityFlag>& flags) const {
+    const std::vector<TemplateColumn>& templates = solved_.layout.templates;
+    const double lid = Travel({kLeftEye, 0, "LeftEye.Close"});
+    for (std::size_t c = 0; c < templates.size(); ++c) {
+      constexpr double kLeast = 0.5; // less may be noise, and matters less
+      const double lids = lid / Travel(templates[c]);
+      const auto part = static_cast<std::size_t>(templates[c].part);
+      for (std::size_t f = 1; f < solved_.frames.size(); ++f) {
+        const double change = solved_.Weight(f, c) - solved_.Weight(f - 1, c);
+        if (!(std::fabs(change) >= kLeast)) continue;
+        if (std::fabs(change) <= lids * LargestShareOfLid(solved_.times[f] - solved_.times[f - 1])) continue;
+        if (Stays(f, c) && IsSeen(f - 1, part) && IsSeen(f, part))
+          flags.push_back({FlagKind::Jump, part, templates[c].name, {}, f - 1, f, change});
+      }
+    }
+  }
+
+private:
+  bool IsSeen(std::size_t frame, std::size_t part) const {
+    const std::vector<std::size_t>& markers = solver_.MarkersOf(part);
+    return std::all_of(markers.begin(), markers.end(),
+                       [&](std::size_t m) { return SeenAt(face_, frame, m) != nullptr; });
+  }
+
+  /// Whether the weight is on one side of the middle of its change from frame - 1 to `frame` before the
+  /// change, and on the other after it. False if the take begins or ends in that time.
+  bool Stays(std::size_t frame, std::size_t column) const {
+    constexpr double kHold_s = 0.2; // after it a blink is over
+    const std::vector<double>& times = solved_.times;
+    const double before = solved_.Weight(frame - 1, column), after = solved_.Weight(frame, column);
+    const double middle = before + (after - before) / 2;
+    const auto is_after = [&](std::size_t f) {
+      return (solved_.Weight(f, column) > middle) == (after > before);
+    };
+    for (std::size_t f = frame - 1; times[frame - 1] - times[f] < kHold_s; --f)
+      if (is_after(f) || f == 0) return false;
+    for (std::size_t f = frame; times[f] - times[frame] < kHold_s; ++f)
+      if (!is_after(f) || f + 1 == times.size()) return false;
+    return true;
+  }
+
+  const Animation& solved_;
+  const Take& face_;
+  const FaceSolver& solver_;
+};
+
+// --- Weights at their limit.
+
+/// Brows and `Whistle` have no limit. They are not exactly 1 for long.
+void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
+  for (std::size_t c = 0; c < solved.layout.templates.size(); ++c) {
+    const TemplateColumn& column = solved.layout.templates[c];
+    Stretches at_limit(solved.times);
+    for (std::size_t f = 0; f < solved.frames.size(); ++f)
+      if (solved.Weight(f, c) == 1)
+        at_limit.Add({FlagKind::Limit, static_cast<std::size_t>(column.part), column.name, {}, f, f, 0});
+    // The peak of an expression touches the limit for a moment. A shut eye is at its limit, and loses
+    // nothing.
+    const double long_s = column.name.ends_with("Eye.Close") ? 3 : 0.5;
+    for (QualityFlag flag : at_limit.Flags()) {
+      flag.size = solved.times[flag.last] - solved.times[flag.first];
+      if (flag.size >= long_s) flags.push_back(std::move(flag));
+    }
+  }
+}
+
+// --- Markers in each other's places.
+
+class MarkerPlaces {
+public:
+  MarkerPlaces(const Take& face, const FaceSolver& solver) : face_(face), solver_(solver) {
+    for (const Point& p : solver.RestPlaces()) rest_.push_back(Vector(p));
+    parts_.resize(rest_.size());
+    for (std::size_t part = 0; part < 9; ++part)
+      for (const std::size_t m : solver.MarkersOf(part)) parts_[m].push_back(part);
+    for (std::size_t m = 0; m < rest_.size(); ++m) {
+      nearest_.push_back(kNever);
+      for (std::size_t n = 0; n < rest_.size(); ++n)
+        if (const double apart = Apart(m, n); apart > 0) nearest_[m] = std::min(nearest_[m], apart);
+    }
+  }
+
+  void Find(std::vector<QualityFlag>& flags) const {
+    std::vector<Stretches> stretches(rest_.size(), Stretches(face_.times));
+    for (std::size_t f = 0; f < face_.FrameCount(); ++f)
+      for (std::size_t m = 0; m < rest_.size(); ++m) {
+        const Point* const p = SeenAt(face_, f, m);
+        if (!p) continue;
+        const double off = Distance(Vector(*p), rest_[m]);
+        if (off <= nearest_[m] / 2) continue; // nearer to its own place than to any other
+        const std::optional<Other> other = InPlaceOf(f, m, Vector(*p));
+        if (!other || (other->kind == FlagKind::Swap && other->marker < m)) continue; // of a swap once
+        stretches[m].Add({other->kind,
+                          parts_[m].front(),
+                          "",
+                          {solver_.Markers()[m], solver_.Markers()[other->marker]},
+                          f,
+                          f,
+                          off});
+      }
+    for (const Stretches& of_marker : stretches)
+      flags.insert(flags.end(), of_marker.Flags().begin(), of_marker.Flags().end());
+  }
+
+private:
+  struct Other {
+    FlagKind kind;
+    std::size_t marker;
+  };
+
+  /// How far apart two markers rest; 0 if noise could confuse them.
+  double Apart(std::size_t m, std::size_t n) const {
+    constexpr double kLeast_mm = 5;
+    const double apart = Distance(rest_[m], rest_[n]);
+    return apart >= kLeast_mm ? apart : 0;
+  }
+
+  bool AreOnTwoSides(std::size_t m, std::size_t n) const {
+    const auto drives = [&](std::size_t marker, std::size_t part) {
+      return std::find(parts_[marker].begin(), parts_[marker].end(), part) != parts_[marker].end();
+    };
+    const auto any_of = [&](const auto& is) { return std::any_of(parts_[m].begin(), parts_[m].end(), is); };
+    return any_of([&](std::size_t part) { return part != kMouth && drives(n, OtherSide(part)); }) &&
+           !any_of([&](std::size_t part) { return drives(n, part); });
+  }
+
+  /// Whether markers `m`, which is at `p`, and `n` have exchanged places. Expressions move neighbours in the
+  /// same direction, or bring them together as shutting an eye does, but not past each other by three
+  /// quarters of their distance at rest.
+  bool AreSwapped(std::size_t frame, std::size_t m, const VgeTVector& p, std::size_t n) const {
+    const Point* const seen = SeenAt(face_, frame, n);
+    if (!seen) return false;
+    const VgeTVector q = Vector(*seen), way = Difference(rest_[m], rest_[n]);
+    return Distance(p, rest_[n]) < Distance(p, rest_[m]) && Distance(q, rest_[m]) < Distance(q, rest_[n]) &&
+           Dot(Difference(p, q), way) < -0.75 * Dot(way, way);
+  }
+
+  /// The marker whose place `m`, which is at `p`, has: the nearest of those that it is swapped with, else the
+  /// nearest of the other side.
+  std::optional<Other> InPlaceOf(std::size_t frame, std::size_t m, const VgeTVector& p) const {
+    std::optional<Other> found;
+    double nearest = kNever;
+    for (const FlagKind kind : {FlagKind::Swap, FlagKind::Mislabel}) {
+      for (std::size_t n = 0; n < rest_.size(); ++n) {
+        const double apart = Apart(m, n), off = Distance(p, rest_[n]);
+        if (apart == 0 || off >= nearest) continue;
+        if (kind == FlagKind::Swap ? AreSwapped(frame, m, p, n) : off < apart / 3 && AreOnTwoSides(m, n))
+          found = {kind, n}, nearest = off;
+      }
+      if (found) return found;
+    }
+    return std::nullopt;
+  }
+
+  const Take& face_;
+  const FaceSolver& solver_;
+  std::vector<VgeTVector> rest_;
+  std::vector<std::vector<std::size_t>> parts_; // that a marker drives
+  std::vector<double> nearest_;                 // how far from the nearest marker it rests
+};
+
+// --- Grades.
+
+std::optional<double> EyeCorners_mm(const FaceSolver& solver) {
+  const auto middle = [&](std::size_t part) -> std::optional<VgeTVector> {
+    const std::vector<std::size_t>& markers = solver.MarkersOf(part);
+    if (markers.empty()) return std::nullopt;
+    VgeTVector sum = {0, 0, 0};
+    for (const std::size_t m : markers) {
+      const Point& p = solver.RestPlaces()[m];
+      sum = {sum.x + p.x, sum.y + p.y, sum.z + p.z};
+    }
+    const auto count = static_cast<double>(markers.size());
+    return VgeTVector{sum.x / count, sum.y / count, sum.z / count};
+  };
+  // Measured on four faces with landmarks on the corners as well: 1.34 to 1.37 for eyes, 1.39 to 1.50 for
+  // brows.
+  for (const auto& [left, ratio] : {std::pair(kLeftEye, 1.35), std::pair(kLeftBrow, 1.45)}) {
+    const auto l = middle(left), r = middle(OtherSide(left));
+    constexpr double kLeast_mm = 0.001; // in any unit, less is not a face
+    if (l && r && Distance(*l, *r) >= kLeast_mm) return ratio * Distance(*l, *r);
+  }
+  return std::nullopt;
+}
+
+void SetGrades(const FaceSolver& solver, const std::array<double, 9>& residual_mm, Quality& quality) {
+  quality.eye_corners_mm = EyeCorners_mm(solver);
+  if (!quality.eye_corners_mm) return;
+  for (std::size_t p = 0; p < 9; ++p) {
+    if (p == kLeftEye || p == kRightEye || solver.MarkersOf(p).empty()) continue;
+    const double share = residual_mm[p] / *quality.eye_corners_mm;
+    quality.share[p] = share;
+    quality.grades[p] = share < Quality::kGoodBelow   ? Grade::Good
+                        : share > Quality::kPoorAbove ? Grade::Poor
+                                                      : Grade::Fair;
+    quality.grade = std::max(quality.grade, quality.grades[p]);
+  }
+}
+
+} // namespace
+
+std::string_view ToText(Grade grade) {
+  switch (grade) {
+  case Grade::None:
+    break;
+  case Grade::Good:
+    return "good";
+  case Grade::Fair:
+    return "fair";
+  case Grade::Poor:
+    return "poor";
+  }
+  return "";
+}
+
+std::string_view ToText(FlagKind kind) {
+  switch (kind) {
+  case FlagKind::Swap:
+    return "swap";
+  case FlagKind::Mislabel:
+    return "mislabel";
+  case FlagKind::Jump:
+    return "jump";
+  case FlagKind::Limit:
+    break;
+  }
+  return "limit";
+}
+
+Quality AssessQuality(const Animation& solved, const Take& face, bool head_motion_removed,
+                      const FaceSolver& solver, const std::array<double, 9>& residual_mm) {
+  Quality quality;
+  Jumps(solved, face, solver).Find(quality.flags);
+  FindLimits(solved, quality.flags);
+  if (head_motion_removed) MarkerPlaces(face, solver).Find(quality.flags);
+  std::stable_sort(quality.flags.begin(), quality.flags.end(),
+                   [](const QualityFlag& a, const QualityFlag& b) { return a.first < b.first; });
+  SetGrades(solver, residual_mm, quality);
+  return quality;
+}
+
+} // namespace mien
