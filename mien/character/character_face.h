@@ -81,7 +81,8 @@ public:
                                       const VFaceExpressionState& expressions) const;
 
   /// Both sums. An expression that the character defines drives it directly; any other expression drives it
-  /// through the templates that the expression consists of.
+  /// through the templates that the expression consists of, and makes every shape NaN if its weight is
+  /// infinite or NaN.
   void Actor2CharacterSolve(VCharacterFaceState& out, const VFaceTemplateState& templates,
                             const VFaceExpressionState& expressions) const;
 

@@ -19,17 +19,20 @@ namespace mien {
 /// threads.
 class MIEN_API ExpressionSum {
 public:
-  /// Finds out which of the face's expressions the character defines. The character's define state must
-  /// belong to `face` (VCharacterFace::SetupDefineState). Both are kept by address and must outlive this
-  /// object. After a change of the parts, the catalogue or a definition, construct a new one; that allocates
-  /// nothing.
+  /// Finds out which of the face's expressions, at most 100 (not checked), the character defines. The
+  /// character's define state must belong to `face` (VCharacterFace::SetupDefineState). Both are kept by
+  /// address and must outlive this object. After a change of the parts, the catalogue or a definition,
+  /// construct a new one; that allocates nothing.
   ExpressionSum(const VCharacterFace& character, const VFace& face);
+  ExpressionSum(VCharacterFace&& character, const VFace& face) = delete;
+  ExpressionSum(const VCharacterFace& character, VFace&& face) = delete;
+  ExpressionSum(VCharacterFace&& character, VFace&& face) = delete;
 
   /// Clears `out` and fills the columns of the shapes that the parts have with two sums of weight * define
   /// state: over the templates and over the expressions. An expression that the character defines drives it
-  /// directly; any other expression drives it through the templates that the expression consists of.
-  /// Allocates nothing, checks nothing, and writes only `out`, which must not be one of the define states. At
-  /// most 100 expressions.
+  /// directly; any other expression drives it through the templates that the expression consists of, and
+  /// makes every shape NaN if its weight is infinite or NaN. Allocates nothing, checks nothing, and writes
+  /// only `out`, which must not be one of the define states.
   void Solve(VCharacterFaceState& out, const VFaceTemplateState& templates,
              const VFaceExpressionState& expressions) const;
 
