@@ -587,6 +587,31 @@ TEST_F(SolveCommand, SwappedLidsAreNamedInTheReportAndWhatIsPrinted) {
   EXPECT_THAT(told, HasSubstr("grade      " + report["quality"]["grade"].get<std::string>() + ": "));
 }
 
+TEST_F(SolveCommand, NothingThatIsPrintedOrReportedIsInfiniteOrNoNumber) {
+  Run({"performer", "markers.csv", "-p", "markers.performer.json", "-o", "posed.json"});
+  const Json posed = Json::parse(Saved("posed.json"));
+  const auto expect_numbers = [&](const std::string& what) {
+    const Ran ran = Run({"solve", "far.csv", "-p", "far.json", "-o", "w.csv", "--report", "r.json"});
+    EXPECT_LE(ran.exit_code, 1) << what;
+    EXPECT_THAT(ran.err, Not(testing::ContainsRegex("[^a-z](inf|nan)[^a-z]"))) << what;
+    EXPECT_THAT(ran.err, Not(testing::ContainsRegex("[0-9]{12}"))) << what;
+    if (ran.exit_code != 0) return;
+    const Json report = Json::parse(Saved("r.json"));
+    for (const Json& part : report["parts"]) EXPECT_TRUE(part["residual_rms_mm"].is_number()) << what;
+  };
+  for (const char* far : {"1e155", "-1e300", "1e30", "999999"})
+    for (const std::string marker : {"NoseWingL", "HeadL"}) {
+      Table take(Saved("markers.csv"));
+      take.At(100, marker + ".x") = far;
+      Write("far.csv", take.Text()), Write("far.json", posed.dump());
+      expect_numbers(marker + " in the take at " + far);
+      Json performer = posed;
+      performer["neutral"]["positions"][marker][1] = std::stod(far);
+      Write("far.csv", Saved("markers.csv")), Write("far.json", performer.dump());
+      expect_numbers(marker + " in the neutral pose at " + far);
+    }
+}
+
 TEST_F(SolveCommand, TheReportIsNeverAnInputNorTheOutput) {
   for (const char* name : {"head.glb", "puppet.character.json"})
     fs::copy_file(kSamples / name, folder_ / name);
