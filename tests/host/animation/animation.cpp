@@ -214,7 +214,7 @@ TEST(Animation, EveryNumberOfTheHeadIsChecked) {
       animation.heads[1].m[column][row] = kInfinity;
       EXPECT_THAT(NotFinite(animation), testing::HasSubstr("take.csv:frame 8: the result for "))
           << column << row;
-      EXPECT_THAT(NotFinite(animation), testing::HasSubstr(" for the head; ")) << column << row;
+      EXPECT_THAT(NotFinite(animation), testing::HasSubstr("the result for the head is ")) << column << row;
     }
 }
 

@@ -746,7 +746,7 @@ TEST(ReadCharacter, ReportsAllMistakesTogether) {
       "/expressions/Smile/templates/Mouth/Grin: nothing is known by this name",
       "/expressions/Smile/templates/Mouth/Open: this is not a weight",
       "/expressions/Smile/shapes/y: no part has a shape of this name",
-      "/expressions/SMILE: the name is that of \"Smile\"",
+      "/expressions/SMILE: the name differs from \"Smile\" only",
       "/expressions/SMILE: this is not an object",
       "/expressions/Frown/weights: nothing is known by this name",
   };

@@ -557,7 +557,7 @@ TEST_F(Command, WeightsThatNoFileHoldsAreAnInputsFault) {
   const Ran ran =
       Run({"solve", kSamples / "landmarks.csv", "-p", "landmarks68", "-c", "c.json", "-o", "w.csv"});
   EXPECT_EQ(ran.exit_code, 1);
-  EXPECT_THAT(ran.err, AllOf(HasSubstr("landmarks.csv:frame "), HasSubstr("for \"a\"; check the unit")));
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("landmarks.csv:frame "), HasSubstr("the result for \"a\" is ")));
 }
 
 // --- Wrong usage: exit code 2.
