@@ -11,9 +11,9 @@ namespace mien {
 
 /// A first character for a head, by the names of its morph targets.
 struct CharacterFromHeadJob {
-  std::string head;   ///< a .glb
+  std::string head;   ///< a .glb; "-" is standard input
   std::string output; ///< "-" is standard output
-  std::string name;   ///< the character's; the file's name without its ending where empty
+  std::string name;   ///< the character's; where empty, the file's name without its ending
 };
 
 struct CharacterFromHead {
@@ -27,9 +27,9 @@ CharacterFromHead Run(const CharacterFromHeadJob& job);
 
 /// A built-in character as a file, or a file written anew.
 struct SaveCharacterJob {
-  std::string character;
-  std::string output; ///< "-" is standard output
-  std::string name;   ///< the character's, in the file; the former one where empty
+  std::string character; ///< a file, or a built-in's name; "-" is standard input
+  std::string output;    ///< "-" is standard output
+  std::string name;      ///< the character's, in the file; the former one where empty
 };
 void Run(const SaveCharacterJob& job);
 

@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/formats/read_take.h"
 #include "host/inspect/describe.h"
+#include "host/jobs/job_progress.h"
 
 #include <optional>
 #include <string>
@@ -12,7 +13,7 @@ namespace mien {
 
 /// What is in takes.
 struct InfoJob {
-  std::vector<std::string> takes;
+  std::vector<std::string> takes; ///< one of them may be "-", standard input
   std::string
       performer; ///< a file or a built-in's name, by which the face's directions are found; may be empty
   ReadOptions reading;
@@ -26,7 +27,7 @@ struct TakeInfo {
 };
 
 /// In the job's order. A take that cannot be read does not keep the others from being described. Throws InputError where
-/// the performer cannot be read.
-std::vector<TakeInfo> Run(const InfoJob& job);
+/// the performer cannot be read; of Code::Usage where two inputs are standard input.
+std::vector<TakeInfo> Run(const InfoJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/formats/read_take.h"
+#include "host/jobs/job_progress.h"
 #include "host/jobs/write_animation.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer.h"
@@ -11,8 +12,6 @@
 #include "host/takes/frame_range.h"
 #include "host/takes/take.h"
 
-#include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,10 +25,12 @@ enum class CsvStyle {
 
 /// A take solved into an animation's file: what the command line, a batch or a script fills in.
 struct SolveJob {
+  // Of the inputs, one may be "-", standard input; of the two outputs, one standard output.
   std::string take;
   std::string performer; ///< a file, or a built-in's name
   std::string character; ///< the same; may be empty
-  std::string output; ///< its ending says what is written: .csv, .json, .glb; "-" is standard output, as .csv
+  std::string
+      output; ///< its ending says what is written: .csv, .json, .glb. A stream without an ending gets CSV
   std::string report; ///< a JSON file that says how the result came about; may be empty
 
   ReadOptions reading;
@@ -57,9 +58,6 @@ struct SolveResult {
   std::vector<ReportedFile>
       files; ///< that went in and came out; empty where neither `report` nor `hash_files` asks for them
 };
-
-/// How far a job is: frames done, and of how many. May throw to break off.
-using JobProgress = std::function<void(std::size_t done, std::size_t total)>;
 
 /// Settings are checked before anything is read, and places to write to before anything is solved. Throws InputError; of
 /// Code::Usage where settings do not fit each other or the take. Any number of jobs may run at once, on any threads.

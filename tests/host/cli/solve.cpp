@@ -1,4 +1,4 @@
-// What `mien solve` does to a take before it is solved, and what it tells of it: cleaning, clocks and the report.
+// What `mien solve` does to a take before it is solved, and what it reports: cleaning, clocks and the report file.
 
 #include "host/cli/command_line.h"
 #include "host/gltf/glb.h"
@@ -281,7 +281,7 @@ TEST_F(SolveCommand, HeadMarkersHaveAFillingOfTheirOwn) {
 
 // --- Rest.
 
-TEST_F(SolveCommand, APartWithoutMarkersRestsIsToldAndDoesNotJump) {
+TEST_F(SolveCommand, APartWithoutMarkersRestsIsReportedAndDoesNotJump) {
   Table take = Markers();
   constexpr std::size_t kFirst = 269, kEnd = 330; // two seconds
   for (const char* marker : {"BrowInL", "BrowInMidL", "BrowMidL", "BrowMidOutL", "BrowOutL"})
@@ -351,7 +351,7 @@ TEST_F(SolveCommand, AToleranceThatNothingMeetsLeavesAllInAndSaysSo) {
 
 // --- Smoothing.
 
-TEST_F(SolveCommand, SmoothingMakesStepsSmallerAndIsTold) {
+TEST_F(SolveCommand, SmoothingMakesStepsSmallerAndIsReported) {
   const Table rough = Weights("markers.csv");
   for (const std::string option : {"--smooth", "--smooth-weights"}) {
     const auto [smooth, told] = Solved("markers.csv", {option, "3"});
@@ -492,7 +492,7 @@ TEST_F(SolveCommand, ATimecodeTakesThePlaceOfTheTakesOwn) {
 
 // --- The report.
 
-TEST_F(SolveCommand, TheReportTellsTheCommandAndEveryFile) {
+TEST_F(SolveCommand, TheReportNamesTheCommandAndEveryFile) {
   for (const char* name : {"head.glb", "puppet.character.json"})
     fs::copy_file(kSamples / name, folder_ / name);
   const Arguments arguments = Solve("markers.csv", "a b.glb",
@@ -528,7 +528,7 @@ TEST_F(SolveCommand, TheReportNamesWhatIsBuiltIn) {
   EXPECT_EQ(files["character"], Json::parse(R"({"name": "arkit52", "sha256": "built in"})"));
 }
 
-TEST_F(SolveCommand, TheReportAndWhatIsPrintedTellTheSame) {
+TEST_F(SolveCommand, TheReportAndWhatIsPrintedAgree) {
   const std::string told = Solved("markers.csv", {"--report", "report.json"}).second;
   const Json report = Json::parse(Saved("report.json"));
   EXPECT_EQ(report["take"]["frames"], 360);
@@ -610,7 +610,7 @@ TEST_F(SolveCommand, TheReportGoesToStandardOutputAsWell) {
   EXPECT_FALSE(Json::parse(Saved("r.json"))["files"].contains("output"));
 }
 
-TEST_F(SolveCommand, TheReportIsWrittenWithoutBeingToldWhereQuiet) {
+TEST_F(SolveCommand, TheReportIsWrittenWithoutAWordWhereQuiet) {
   const Ran ran = Run(Solve("markers.csv", "w.csv", {"--report", "r.json", "-q"}));
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out + ran.err, IsEmpty());
@@ -634,7 +634,7 @@ TEST_F(SolveCommand, FilesFromPipesAreReported) {
 
 // --- Places that cannot be written to.
 
-TEST_F(SolveCommand, AReportThatCannotBeWrittenIsToldBeforeTheTakeIsRead) {
+TEST_F(SolveCommand, AReportThatCannotBeWrittenIsRefusedBeforeTheTakeIsRead) {
   fs::create_directory(folder_ / "folder.json");
   const std::vector<std::string> before = Files();
   for (const std::string report : {"none/r.json", "folder.json", "markers.csv/r.json", "/proc/r.json"}) {
@@ -645,7 +645,7 @@ TEST_F(SolveCommand, AReportThatCannotBeWrittenIsToldBeforeTheTakeIsRead) {
   EXPECT_EQ(Files(), before);
 }
 
-TEST_F(SolveCommand, AFullDiskIsToldAndWhatIsWholeStays) {
+TEST_F(SolveCommand, AFullDiskIsReportedAndWhatIsWholeStays) {
   const Ran report = Run(Solve("markers.csv", "w.csv", {"--report", "/dev/full"}));
   EXPECT_EQ(report.exit_code, 1);
   EXPECT_THAT(report.err, StartsWith("mien: /dev/full: cannot be written: No space left on device; "));
@@ -656,7 +656,7 @@ TEST_F(SolveCommand, AFullDiskIsToldAndWhatIsWholeStays) {
   EXPECT_THAT(Files(), ElementsAre("markers.csv", "markers.performer.json", "w.csv"));
 }
 
-TEST_F(SolveCommand, AFolderThatMayNotBeWrittenToIsToldAndStaysAsItIs) {
+TEST_F(SolveCommand, AFolderThatMayNotBeWrittenToIsReportedAndStaysAsItIs) {
   fs::create_directory(folder_ / "closed");
   Write("closed/w.csv", "former");
   fs::permissions(folder_ / "closed", fs::perms(0555));
@@ -735,7 +735,7 @@ TEST_F(SolveIntoAPipe, ATakeCutShortMeanwhileIsTheInputsFault) {
   const auto [end, told] = End([&](const Process&) { fs::resize_file(folder_ / "markers.csv", 0); });
   EXPECT_EQ(end.signal, 0);
   EXPECT_EQ(end.exit_code, 1);
-  EXPECT_EQ(told, "mien: a file was cut short while it was being read; read it again when it is whole\n");
+  EXPECT_EQ(told, "mien: a file was cut short while it was being read; try again when it is complete\n");
   EXPECT_EQ(Saved("r.json"), "former");
   EXPECT_THAT(Files(), ElementsAre("markers.csv", "markers.performer.json", "r.json"));
 }
