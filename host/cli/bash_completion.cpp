@@ -49,7 +49,7 @@ _mien() {
       compgen -d -- "$current"
     fi
   )
-  [[ -z $files ]] || compopt -o filenames 2>/dev/null
+  [[ -z $files ]] || compopt -o filenames 2>/dev/null || : # which only a shell that completes can do
 }
 
 complete -F _mien mien
@@ -79,7 +79,7 @@ void Append(const CommandDescription& command, std::string& text) {
     options.insert(options.end(), names.begin(), names.end());
     if (!names.empty() && !option.type.empty())
       cases += fmt::format("        {}) takes_value=1{} ;;\n", fmt::join(names, " | "), Offer(option));
-    if (option.IsArgument() && !has_argument) cases += fmt::format("        '') :{} ;;\n", Offer(option));
+    if (option.IsArgument() && !has_argument) cases += fmt::format("        ''){} ;;\n", Offer(option));
     has_argument |= option.IsArgument(); // of several the first stands for all: they are files
   }
   text += fmt::format("    '{}')\n      commands={} options={}\n", command.name,

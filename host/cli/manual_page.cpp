@@ -1,5 +1,6 @@
 #include "host/cli/manual_page.h"
 
+#include "host/base/text.h"
 #include "host/cli/help_text.h"
 
 #include <fmt/format.h>
@@ -45,6 +46,8 @@ std::string Escaped(std::string_view text) {
 std::string Bold(const std::string& text) { return "\\fB" + Escaped(text) + "\\fR"; }
 std::string Italic(const std::string& text) { return "\\fI" + Escaped(text) + "\\fR"; }
 
+std::string Sentence(const std::string& text) { return Escaped(text) + (text.ends_with('.') ? "" : "."); }
+
 /// A line of text, which must not look like a request.
 std::string Line(const std::string& text) { return (text.starts_with('.') ? "\\&" : "") + text + '\n'; }
 
@@ -72,7 +75,7 @@ std::string Options(const CommandDescription& command) {
   for (const std::string& group : groups) {
     if (!group.empty()) text += ".SS " + Escaped(group) + '\n';
     for (const OptionDescription& option : options)
-      if (option.group == group) text += Item(Call(option), Escaped(option.help) + '.');
+      if (option.group == group) text += Item(Call(option), Sentence(option.help));
   }
   return text;
 }
@@ -129,18 +132,20 @@ std::string ManualPage(const CommandDescription& command, const CommandDescripti
   std::string title = name;
   std::transform(title.begin(), title.end(), title.begin(),
                  [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  std::string text = fmt::format(".TH {} 1 \"\" \"mien {}\" \"mien\"\n", Escaped(title), MIEN_VERSION);
+  std::string text = fmt::format(".TH {} 1 \"\" \"mien {}\" \"User Commands\"\n", Escaped(title), MIEN_VERSION);
   text += ".nh\n.ad l\n"; // nobody wants a name of an option in two lines
-  text += Section("NAME") + Line(Escaped(name) + " \\- " + Escaped(command.summary));
+  std::string summary = command.summary; // as man -k shows it
+  summary[0] = ToLower(summary[0]);
+  text += Section("NAME") + Line(Escaped(name) + " \\- " + Escaped(summary));
   text += Section("SYNOPSIS") + Line(Escaped(UsageOf(command)));
-  text += Section("DESCRIPTION") + Line(Escaped(command.summary) + '.');
+  text += Section("DESCRIPTION") + Line(Sentence(command.summary));
   for (const auto& [paragraph, list] : command.details) {
     text += ".PP\n" + Line(Escaped(paragraph));
-    for (const auto& [term, meaning] : list) text += Item(Bold(term), Escaped(meaning) + '.');
+    for (const auto& [term, meaning] : list) text += Item(Bold(term), Sentence(meaning));
   }
   if (!command.commands.empty()) text += Section("COMMANDS");
   for (const CommandDescription& own : command.commands)
-    text += Item(fmt::format("{}(1)", Bold(ManualPageName(own))), Escaped(own.summary) + '.');
+    text += Item(fmt::format("{}(1)", Bold(ManualPageName(own))), Sentence(own.summary));
   text += Options(command) + CommonSections();
   if (!command.examples.empty()) text += Section("EXAMPLES") + ".EX\n";
   for (const std::string& example : command.examples) text += Line(Escaped(example));
