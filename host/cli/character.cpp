@@ -70,7 +70,8 @@ void AddCharacterCommand(Command& mien) {
   AddOutput(from_glb, from_glb_job->output, from_glb_job->name);
   from_glb.OnRun([from_glb_job](Output& output) { FromGlb(*from_glb_job, output); });
 
-  Command save = command.AddCommand("save", "Write a built-in character as a file, or a character file anew");
+  Command save =
+      command.AddCommand("save", "Write a built-in character, or a character file again, to a file");
   save.Example("mien character save arkit52 -o mine.json");
   auto save_job = std::make_shared<SaveCharacterJob>();
   save.Add({.names = "CHARACTER",

@@ -11,7 +11,7 @@
 
 namespace mien {
 
-/// An option of a command, or an argument that is told by its position.
+/// An option of a command, or an argument without a name, which its position identifies.
 struct OptionDescription {
   std::string names; ///< "-o,--output"; an argument has none with dashes: "TAKE"; "OUT,-o,--output" is both
   std::string type = {}; ///< of an option's value: "FILE"; empty for a flag
@@ -52,7 +52,7 @@ struct CommandDescription {
   const CommandDescription* Find(std::string_view last_name) const;
 };
 
-/// --help and --version, which every command has besides its own.
+/// --help and --version, which every command has in addition to its own.
 const std::vector<OptionDescription>& CommonOptions();
 
 } // namespace mien

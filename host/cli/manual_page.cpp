@@ -132,8 +132,9 @@ std::string ManualPage(const CommandDescription& command, const CommandDescripti
   std::string title = name;
   std::transform(title.begin(), title.end(), title.begin(),
                  [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  std::string text = fmt::format(".TH {} 1 \"\" \"mien {}\" \"User Commands\"\n", Escaped(title), MIEN_VERSION);
-  text += ".nh\n.ad l\n"; // nobody wants a name of an option in two lines
+  std::string text =
+      fmt::format(".TH {} 1 \"\" \"mien {}\" \"User Commands\"\n", Escaped(title), MIEN_VERSION);
+  text += ".nh\n.ad l\n";                // no option's name is broken over two lines
   std::string summary = command.summary; // as man -k shows it
   summary[0] = ToLower(summary[0]);
   text += Section("NAME") + Line(Escaped(name) + " \\- " + Escaped(summary));

@@ -20,18 +20,18 @@ void PrintHead(const SolveOptions& options, const SolveReport& report, const Out
   else if (report.frames_without_head == 0)
     output.Line("head", "found in every frame");
   else
-    output.Line("head", fmt::format("not found in {} of {} frames: there it is put between the others, and "
-                                    "the face's markers count as missing",
+    output.Line("head", fmt::format("not found in {} of {} frames, where it is interpolated and the face's "
+                                    "markers count as missing",
                                     report.frames_without_head, report.frames));
   for (const SlippedMarker& marker : report.slipped.markers)
     output.Line("", fmt::format("{} left its place by up to {:.1f} mm and was left out in {}, first in {}",
                                 marker.marker, marker.furthest_mm, Count(marker.frames, "frame"),
                                 marker.first_frame));
   if (report.slipped.doubtful_frames > 0)
-    output.Line(
-        "", fmt::format("in {} the head markers do not keep their places within {} mm, and which are wrong "
-                        "cannot be decided",
-                        Count(report.slipped.doubtful_frames, "frame"), *options.head_tolerance_mm));
+    output.Line("",
+                fmt::format("in {} the head markers disagree by more than {} mm, and nothing shows which of "
+                            "them are wrong",
+                            Count(report.slipped.doubtful_frames, "frame"), *options.head_tolerance_mm));
 }
 
 /// "90 positions missing, 12 filled (cubic:0.15)", and in which markers.

@@ -34,8 +34,6 @@ int main(int argc, char** argv) {
     WritePages(argv[1], mien, mien);
     Write(fs::path(argv[1]) / "completions" / "mien", BashCompletion(mien));
     return 0;
-  } catch (const mien::InputError& error) {
-    std::fprintf(stderr, "mien_write_manual: %s\n", error.what());
-  }
+  } catch (const mien::InputError& error) { std::fprintf(stderr, "mien_write_manual: %s\n", error.what()); }
   return 1;
 }

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kEnding = ".part";
 
-/// Whether a file name is that of a part file for a target of this name.
+/// Whether a file name is one that part files for a target of this name have.
 bool IsPartOf(std::string_view name, std::string_view target) {
   if (!name.starts_with(target)) return false;
   name.remove_prefix(target.size());
@@ -100,7 +100,7 @@ void PartFile::Open() {
     if (std::error_code error; fs::exists(fs::symlink_status(path_, error))) continue; // somebody else's
     // On the list before it is there: no signal may come in between.
     listed_.emplace(path_.string());
-    // Made anew, and never through a link that somebody has put there.
+    // Always a new file, never one behind a link that somebody has put there.
     descriptor_ = open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (descriptor_ < 0 && errno != EEXIST) Fail(errno);
     if (descriptor_ >= 0) {

@@ -51,7 +51,7 @@ void CheckKind(const struct stat& status, const std::string& file, bool is_stand
 
 std::string ReadAll(int descriptor, std::size_t expected, const std::string& file,
                     const ReadProgress& progress) {
-  constexpr std::size_t kPiece = 1 << 16, kMostAtOnce = 1 << 24; // the latter so that progress is heard of
+  constexpr std::size_t kPiece = 1 << 16, kMostAtOnce = 1 << 24; // the latter for the sake of progress
   std::string bytes;
   std::size_t size = 0;
   // One byte more than expected, so that the end is met without growing once more.

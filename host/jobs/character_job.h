@@ -9,7 +9,7 @@
 
 namespace mien {
 
-/// A first character for a head, by the names of its morph targets.
+/// Writes a first character for a head, from the names of its morph targets.
 struct CharacterFromHeadJob {
   std::string head;   ///< a .glb; "-" is standard input
   std::string output; ///< "-" is standard output
@@ -25,11 +25,11 @@ struct CharacterFromHead {
 /// Throws InputError; of Code::Usage where settings do not fit each other.
 CharacterFromHead Run(const CharacterFromHeadJob& job);
 
-/// A built-in character as a file, or a file written anew.
+/// Writes a built-in character to a file, or a character file again.
 struct SaveCharacterJob {
   std::string character; ///< a file, or a built-in's name; "-" is standard input
   std::string output;    ///< "-" is standard output
-  std::string name;      ///< the character's, in the file; the former one where empty
+  std::string name;      ///< the character's, in the file; unchanged where empty
 };
 void Run(const SaveCharacterJob& job);
 

@@ -16,10 +16,10 @@ namespace mien {
 /// A take, or a part of it, written in another format.
 struct ConvertJob {
   std::string take; ///< "-" is standard input
-  std::string
-      output; ///< its ending says the format; "-" is standard output. A stream without an ending gets marker CSV
+  /// Its ending chooses the format; "-" is standard output. A stream without an ending gets marker CSV.
+  std::string output;
   ReadOptions reading;
-  std::optional<FrameRange> frames;    ///< all without
+  std::optional<FrameRange> frames;    ///< all if not set
   std::vector<std::string> markers;    ///< all where empty
   std::optional<std::string> timecode; ///< of the first frame that is written: "10:02:59:29@30"
 };

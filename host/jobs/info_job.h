@@ -14,12 +14,12 @@ namespace mien {
 /// What is in takes.
 struct InfoJob {
   std::vector<std::string> takes; ///< one of them may be "-", standard input
-  std::string
-      performer; ///< a file or a built-in's name, by which the face's directions are found; may be empty
+  /// A file or a built-in's name, which shows the face's directions; may be empty.
+  std::string performer;
   ReadOptions reading;
 };
 
-/// One take of an InfoJob. A take that can be read and whose face's directions cannot be found has both.
+/// One take of an InfoJob. A take that can be read, but whose face's directions cannot be found, has both.
 struct TakeInfo {
   std::string file;
   std::optional<TakeDescription> description;

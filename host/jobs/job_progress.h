@@ -8,7 +8,7 @@
 
 namespace mien {
 
-/// What a job that takes long is about: fetching a take from its disk or a pipe, solving its frames, writing.
+/// What a job that takes long is doing: fetching a take from its disk or a pipe, solving its frames, writing.
 enum class JobStage { Reading, Solving, Writing };
 
 /// How far a job's stage is: bytes, frames or lines done, and of how many; 0 where that is not known. May throw to stop the

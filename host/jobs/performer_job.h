@@ -15,9 +15,9 @@ struct PerformerJob {
   std::string take;      ///< "-" is standard input
   std::string performer; ///< the markers: a file, or a built-in's name; "-" is standard input
   std::string output;    ///< "-" is standard output
-  std::string name;      ///< the performer's, in the file; the former one's where empty
+  std::string name;      ///< the performer's, in the file; unchanged where empty
   ReadOptions reading;
-  std::optional<FrameRange> neutral; ///< the performer's own or found without
+  std::optional<FrameRange> neutral; ///< by default the performer's own, or found
 };
 
 /// Answers the neutral face that was saved. A file with which no take could be solved is not written. Throws InputError;

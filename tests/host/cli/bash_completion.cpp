@@ -30,7 +30,8 @@ protected:
   Completion() {
     std::filesystem::create_directory(folder_ / "work");
     std::filesystem::create_directory(folder_ / "work" / "takes");
-    for (const char* name : {"a.csv", "ada.json", "head.glb", "my take.c3d"}) Write(std::string("work/") + name, "");
+    for (const char* name : {"a.csv", "ada.json", "head.glb", "my take.c3d"})
+      Write(std::string("work/") + name, "");
     Write("mien.bash", mien::BashCompletion(mien::DescribeCommandLine()));
   }
 
@@ -38,10 +39,11 @@ protected:
   Words Offered(const Words& words) const {
     std::vector<std::string> quoted;
     for (const std::string& word : words) quoted.push_back('\'' + word + '\'');
-    Write("ask.bash", fmt::format("set -u\ncd '{0}/work'\nsource ../mien.bash\nCOMP_WORDS=(mien {1})\nCOMP_CWORD={2}\n"
-                                  "complete -p mien >/dev/null\n_mien\n"
-                                  "[[ ${{#COMPREPLY[@]}} == 0 ]] || printf '%s\\n' \"${{COMPREPLY[@]}}\"\n",
-                                  folder_.string(), fmt::join(quoted, " "), words.size()));
+    Write("ask.bash",
+          fmt::format("set -u\ncd '{0}/work'\nsource ../mien.bash\nCOMP_WORDS=(mien {1})\nCOMP_CWORD={2}\n"
+                      "complete -p mien >/dev/null\n_mien\n"
+                      "[[ ${{#COMPREPLY[@]}} == 0 ]] || printf '%s\\n' \"${{COMPREPLY[@]}}\"\n",
+                      folder_.string(), fmt::join(quoted, " "), words.size()));
     const std::string line = fmt::format("bash '{0}/ask.bash' >'{0}/answer' 2>&1", folder_.string());
     EXPECT_EQ(std::system(line.c_str()), 0);
     Words offered;
@@ -54,7 +56,8 @@ protected:
 } // namespace
 
 TEST_F(Completion, OffersCommands) {
-  EXPECT_THAT(Offered({""}), UnorderedElementsAre("info", "convert", "solve", "performer", "character", "help"));
+  EXPECT_THAT(Offered({""}),
+              UnorderedElementsAre("info", "convert", "solve", "performer", "character", "help"));
   EXPECT_THAT(Offered({"c"}), UnorderedElementsAre("convert", "character"));
   EXPECT_THAT(Offered({"character", ""}), UnorderedElementsAre("from-glb", "save"));
   EXPECT_THAT(Offered({"help", "s"}), UnorderedElementsAre("solve"));
@@ -64,16 +67,19 @@ TEST_F(Completion, OffersTheOptionsOfTheCommand) {
   EXPECT_THAT(Offered({"-"}), UnorderedElementsAre("-h", "--help", "--help-all", "--version"));
   EXPECT_THAT(Offered({"info", "--a"}), UnorderedElementsAre("--all"));
   EXPECT_THAT(Offered({"solve", "a.csv", "--p"}), UnorderedElementsAre("--performer"));
-  EXPECT_THAT(Offered({"solve", "-p", "landmarks68", "a.csv", "--fi"}), UnorderedElementsAre("--fill", "--fill-head"));
+  EXPECT_THAT(Offered({"solve", "-p", "landmarks68", "a.csv", "--fi"}),
+              UnorderedElementsAre("--fill", "--fill-head"));
   EXPECT_THAT(Offered({"character", "save", "--n"}), UnorderedElementsAre("--name"));
-  EXPECT_THAT(Offered({"convert", "--"}), AllOf(Contains("--output"), Contains("--version"), Not(Contains("--fill"))));
+  EXPECT_THAT(Offered({"convert", "--"}),
+              AllOf(Contains("--output"), Contains("--version"), Not(Contains("--fill"))));
 }
 
 TEST_F(Completion, OffersFilesAndBuiltIns) {
   EXPECT_THAT(Offered({"info", ""}), Contains("my take.c3d"));
   EXPECT_THAT(Offered({"info", "a"}), UnorderedElementsAre("a.csv", "ada.json"));
   EXPECT_THAT(Offered({"info", "a.csv", "my"}), UnorderedElementsAre("my take.c3d"));
-  EXPECT_THAT(Offered({"solve", "a.csv", "-p", ""}), UnorderedElementsAre("landmarks68", "ada.json", "takes"));
+  EXPECT_THAT(Offered({"solve", "a.csv", "-p", ""}),
+              UnorderedElementsAre("landmarks68", "ada.json", "takes"));
   EXPECT_THAT(Offered({"solve", "a.csv", "--onto", ""}), UnorderedElementsAre("head.glb", "takes"));
   EXPECT_THAT(Offered({"character", "from-glb", ""}), UnorderedElementsAre("head.glb", "takes"));
   EXPECT_THAT(Offered({"character", "save", "a"}), UnorderedElementsAre("arkit52", "ada.json"));

@@ -36,7 +36,8 @@ TEST(ManualPage, HasNothingThatRoffWouldObey) {
   const std::string page = ManualPage(mien.commands.front(), mien);
   EXPECT_THAT(page, StartsWith(".TH MIEN\\-BAKE 1 \"\" \"mien "));
   EXPECT_THAT(page, HasSubstr("\n.SH NAME\nmien\\-bake \\- bake a \\(rsfBcake\\(rsfR\n"));
-  EXPECT_THAT(page, HasSubstr("\n.PP\n\\&.sp is no request; \\(aqtis \\(dqquoted\\(dq, \\(gaso\\(ga \\(ha\\(ti\n"));
+  EXPECT_THAT(page,
+              HasSubstr("\n.PP\n\\&.sp is no request; \\(aqtis \\(dqquoted\\(dq, \\(gaso\\(ga \\(ha\\(ti\n"));
   EXPECT_THAT(page, HasSubstr("\n.TP\n\\fB.pie\\fR\nEtc...\n"));
   EXPECT_THAT(page, HasSubstr("\n.EX\n\\&.bake \\-o \\(rsx\n.EE\n"));
 }

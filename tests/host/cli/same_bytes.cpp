@@ -137,7 +137,7 @@ protected:
       EXPECT_EQ(ran.exit_code, 0) << ran.err;
       EXPECT_EQ(mien::Sha256(Saved(output)), sha256) << output;
     }
-    // It tells the version, the command, the hashes of what went in and came out, and all residuals.
+    // It names the version, the command, the hashes of what went in and came out, and all residuals.
     EXPECT_EQ(mien::Sha256(Saved("m.report.json")),
               "2631d95eff3896db7cff2287d95c57e5bcb14df39bd21fa65294a84b4aa7dcdb")
         << "m.report.json";
