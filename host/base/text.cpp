@@ -1,11 +1,57 @@
 #include "host/base/text.h"
 
+#include "host/base/utf8.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace mien {
+
+namespace {
+
+struct CodePoints {
+  char32_t first, last;
+};
+
+/// What a terminal obeys instead of showing it, or shows as nothing: control characters (C0, DEL, C1), line and paragraph
+/// separators, bidirectional marks, embeddings, overrides and isolates, joiners, fillers, variation selectors, annotation
+/// marks, tags, and noncharacters. In order.
+constexpr CodePoints kInvisible[] = {
+    {0x0, 0x1F},        {0x7F, 0x9F},       {0xAD, 0xAD},       {0x34F, 0x34F},      {0x61C, 0x61C},
+    {0x115F, 0x1160},   {0x17B4, 0x17B5},   {0x180B, 0x180F},   {0x200B, 0x200F},    {0x2028, 0x202E},
+    {0x2060, 0x206F},   {0x3164, 0x3164},   {0xFDD0, 0xFDEF},   {0xFE00, 0xFE0F},    {0xFEFF, 0xFEFF},
+    {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB},   {0xFFFE, 0xFFFF},   {0x13430, 0x1343F},  {0x1BCA0, 0x1BCA3},
+    {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}, {0xFFFFE, 0xFFFFF}, {0x10FFFE, 0x10FFFF}};
+
+bool IsVisible(char32_t code_point) {
+  const auto* const range =
+      std::find_if(std::begin(kInvisible), std::end(kInvisible),
+                   [code_point](const CodePoints& invisible) { return code_point <= invisible.last; });
+  return range == std::end(kInvisible) || code_point < range->first;
+}
+
+/// The text with `replace(character)` in place of each character that a terminal should not get, and of each byte that
+/// belongs to none.
+template <class Replace>
+std::string WithoutInvisible(std::string_view text, const Replace& replace) {
+  std::string shown;
+  shown.reserve(text.size());
+  while (!text.empty()) {
+    const std::optional<Utf8Character> first = FirstCharacter(text);
+    const std::size_t size = first ? first->size : 1;
+    if (first && IsVisible(first->code_point))
+      shown += text.substr(0, size);
+    else
+      shown += replace(first);
+    text.remove_prefix(size);
+  }
+  return shown;
+}
+
+} // namespace
 
 std::string ToLower(std::string_view text) {
   std::string lower(text);
@@ -23,10 +69,25 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
 }
 
 std::string Printable(std::string_view text) {
-  std::string shown(text);
-  for (char& c : shown)
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
-  return shown;
+  return WithoutInvisible(text, [](const std::optional<Utf8Character>&) { return '?'; });
+}
+
+std::string PrintableLines(std::string_view text) {
+  return WithoutInvisible(text, [](const std::optional<Utf8Character>& first) {
+    const bool of_layout = first && (first->code_point == U'\n' || first->code_point == U'\t');
+    return of_layout ? static_cast<char>(first->code_point) : '?';
+  });
+}
+
+std::string PrintableJson(std::string_view document) {
+  return WithoutInvisible(document, [](const std::optional<Utf8Character>& first) -> std::string {
+    if (!first) return "?"; // which no JSON has
+    const char32_t c = first->code_point;
+    if (c == U'\n') return "\n";
+    if (c < 0x10000) return fmt::format("\\u{:04x}", static_cast<unsigned>(c));
+    const auto offset = static_cast<unsigned>(c) - 0x10000;
+    return fmt::format("\\u{:04x}\\u{:04x}", 0xD800 | offset >> 10, 0xDC00 | (offset & 0x3FF));
+  });
 }
 
 std::string Quoted(std::string_view text) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// Small questions about text that every reader, writer and message asks. Letter case is ASCII's alone, whatever the locale.
+// What every reader, writer and message needs to know of a text. Only ASCII has letter case here, whatever the locale.
 
 #include <cstddef>
 #include <string>
@@ -16,11 +16,17 @@ std::string ToLower(std::string_view text);
 bool StartsWithIgnoringCase(std::string_view text, std::string_view word);
 bool EqualIgnoringCase(std::string_view a, std::string_view b);
 
-/// Text out of a file with its control characters as '?', so that a file cannot steer the terminal that shows
-/// it.
+/// A line of text for a terminal, which it can neither steer nor mislead: control characters (C0 and C1), line separators,
+/// bidirectional controls and other invisible characters become '?', and so does each byte that is not UTF-8.
 std::string Printable(std::string_view text);
 
-/// The same in double quotes, cut after 60 bytes, as messages show a file's own words.
+/// The same for several lines: line feeds and tabs stay.
+std::string PrintableLines(std::string_view text);
+
+/// The same for a JSON document, which stays what it is: such characters are escaped, as \\u202e.
+std::string PrintableJson(std::string_view document);
+
+/// Printable text in double quotes, cut after 60 bytes, as messages show a file's own words.
 std::string Quoted(std::string_view text);
 
 /// "1 frame", "2 frames".

@@ -7,6 +7,7 @@
 #include "host/base/text.h"
 #include "host/character/arkit52.h"
 #include "host/files/built_in.h"
+#include "host/files/standard_streams.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
 
@@ -359,7 +360,7 @@ Character ReadCharacter(std::string_view text, const std::string& file) {
 }
 
 Character LoadCharacter(const std::string& name_or_path) {
-  return ReadCharacter(ReadBuiltInOrFile(kBuiltIn, name_or_path, "character"), name_or_path);
+  return ReadCharacter(ReadBuiltInOrFile(kBuiltIn, name_or_path, "character"), InputName(name_or_path));
 }
 
 std::vector<std::string> BuiltInCharacters() { return NamesOf(kBuiltIn); }

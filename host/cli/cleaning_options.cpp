@@ -1,5 +1,6 @@
 #include "host/cli/cleaning_options.h"
 
+#include "host/base/text.h"
 #include "host/cleaning/fill_gaps.h"
 
 #include <fmt/format.h>
@@ -20,15 +21,14 @@ constexpr char kGroup[] = "Cleaning";
 void AddFill(Command& command, const std::string& name, const std::string& help, FillPlan& plan) {
   command.AddParsed({.names = name,
                      .type = "METHOD[:SECONDS],...",
-                     .help = fmt::format("{}; default {}", help, ToText(plan)),
+                     .help = fmt::format("{}; default: {}", help, ToText(plan)),
                      .group = kGroup},
                     [&plan](const std::string& text) -> Command::Fault {
                       const auto parsed = ParseFillPlan(text);
                       if (!parsed)
-                        return fmt::format(
-                            "\"{}\" is not none, hold, linear, cubic or pattern, or several of "
-                            "them, such as cubic:0.2,pattern:1",
-                            text);
+                        return fmt::format("{} is not none, hold, linear, cubic or pattern, nor several of "
+                                           "them, such as cubic:0.2,pattern:1",
+                                           Quoted(text));
                       plan = *parsed;
                       return std::nullopt;
                     });
@@ -43,7 +43,7 @@ void AddNumber(Command& command, const std::string& name, const std::string& uni
                       double value = 0;
                       const auto [parsed, error] = std::from_chars(text.data(), end, value);
                       if (error != std::errc() || parsed != end || !(value > 0) || !std::isfinite(value))
-                        return fmt::format("\"{}\" is not a number of {} above 0, such as {}", text, unit,
+                        return fmt::format("{} is not a number of {} above 0, such as {}", Quoted(text), unit,
                                            example);
                       return set(value);
                     });
@@ -52,10 +52,12 @@ void AddNumber(Command& command, const std::string& name, const std::string& uni
 } // namespace
 
 void AddCleaningOptions(Command& command, SolveOptions& options) {
-  AddFill(command, "--fill", "How gaps of face markers are filled, and the longest that is",
-          options.face_fill);
-  AddFill(command, "--fill-head", "How gaps of head markers are filled, and the longest that is",
-          options.head_fill);
+  AddFill(
+      command, "--fill",
+      "Fill the gaps of face markers: the methods in the order in which they are tried (hold, linear, cubic, "
+      "pattern), each with the longest gap that it fills, or none",
+      options.face_fill);
+  AddFill(command, "--fill-head", "The same for head markers", options.head_fill);
 
   // Which of the two comes first on the command line does not matter.
   struct Tolerance {
@@ -64,7 +66,7 @@ void AddCleaningOptions(Command& command, SolveOptions& options) {
   const auto tolerance = std::make_shared<Tolerance>();
   const std::string contradiction = "--keep-slipped and --head-tolerance exclude each other";
   AddNumber(command, "--head-tolerance", "MM", "6",
-            fmt::format("How far a head marker may leave its place before it is left out; default {}",
+            fmt::format("Leave out a head marker where it is further than this from its place; default: {}",
                         *options.head_tolerance_mm),
             [&options, tolerance, contradiction](double mm) -> Command::Fault {
               if (tolerance->none) return contradiction;
@@ -73,8 +75,7 @@ void AddCleaningOptions(Command& command, SolveOptions& options) {
               return std::nullopt;
             });
   command.AddParsedFlag({.names = "--keep-slipped",
-                         .type = "",
-                         .help = "Leave no head marker out, however far from its place",
+                         .help = "Use all head markers, however far they are from their places",
                          .group = kGroup},
                         [&options, tolerance, contradiction]() -> Command::Fault {
                           if (tolerance->named) return contradiction;
@@ -84,11 +85,12 @@ void AddCleaningOptions(Command& command, SolveOptions& options) {
                         });
 
   AddNumber(command, "--fade", "S", "0.25",
-            fmt::format("How long a part takes to come to rest where its markers are missing; default {}",
+            fmt::format("How long a part takes to come to rest where its markers are missing; default: {}",
                         options.fade_s),
             [&options](double seconds) -> Command::Fault { return options.fade_s = seconds, std::nullopt; });
   AddNumber(
-      command, "--smooth", "HZ", "10", "Smooth the markers: remove what is faster than this, without delay",
+      command, "--smooth", "HZ", "10",
+      "Smooth the markers: remove motion above this frequency, without delay",
       [&options](double hz) -> Command::Fault { return options.smooth_positions_hz = hz, std::nullopt; });
   AddNumber(command, "--smooth-weights", "HZ", "10", "The same for the template weights",
             [&options](double hz) -> Command::Fault { return options.smooth_weights_hz = hz, std::nullopt; });

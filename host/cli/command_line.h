@@ -1,8 +1,13 @@
 #pragma once
 
+#include "host/cli/command_description.h"
+
 namespace mien {
 
-/// The `mien` command. Answers its exit code: 0 done, 1 an input is at fault, 2 the command line is.
+/// The `mien` command. Answers its exit code (output.h).
 int RunCommandLine(int argc, const char* const* argv);
+
+/// What the command and its commands are called, take and do.
+CommandDescription DescribeCommandLine();
 
 } // namespace mien

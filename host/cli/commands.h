@@ -8,11 +8,12 @@
 namespace mien {
 
 // Each adds one command, which does its work when the command line has been parsed.
-void AddCharacterCommand(Command& app);
-void AddConvertCommand(Command& app);
-void AddInfoCommand(Command& app);
-void AddPerformerCommand(Command& app);
-void AddSolveCommand(Command& app,
+void AddCharacterCommand(Command& mien);
+void AddConvertCommand(Command& mien);
+void AddHelpCommand(Command& mien);
+void AddInfoCommand(Command& mien);
+void AddPerformerCommand(Command& mien);
+void AddSolveCommand(Command& mien,
                      std::vector<std::string> arguments); ///< as they were typed, for the report
 
 } // namespace mien

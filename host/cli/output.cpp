@@ -1,6 +1,8 @@
 #include "host/cli/output.h"
 
 #include "host/base/text.h"
+#include "host/cli/terminals.h"
+#include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
 
@@ -13,9 +15,23 @@ namespace mien {
 
 namespace {
 
-void PrintForPeople(std::string_view text) {
-  std::fwrite(text.data(), 1, text.size(),
-              stderr); // what cannot be printed there is lost: no input is at fault
+constexpr std::string_view kRed = "\033[1;31m", kYellow = "\033[33m", kPlain = "\033[m";
+
+std::string Coloured(std::string_view text, std::string_view colour) {
+  return StandardErrorHasColour() ? fmt::format("{}{}{}", colour, text, kPlain) : std::string(text);
+}
+
+/// A line on standard error. What cannot be printed there is lost: no input is at fault.
+void PrintLine(const std::string& line) {
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fputc('\n', stderr);
+}
+
+void PrintError(std::string_view text) { PrintLine(Coloured("mien:", kRed) + ' ' + Printable(text)); }
+
+/// A title column, then the text.
+std::string Titled(std::string_view title, std::string_view text) {
+  return Printable(fmt::format("{:<10} {}", title, text));
 }
 
 void PrintToStandardOutput(std::string_view text) {
@@ -38,11 +54,11 @@ int ExitCodeOf(const std::vector<Problem>& problems) {
 } // namespace
 
 void Output::Line(std::string_view title, std::string_view text) const {
-  if (!quiet && !json) PrintForPeople(fmt::format("{:<10} {}\n", title, Printable(text)));
+  if (!quiet && !json) PrintLine(Titled(title, text));
 }
 
 void Output::Remark(const Note& note, std::string_view file) {
-  Line("", Message(note));
+  if (!quiet && !json) PrintLine(Coloured(Titled("", Message(note)), kYellow));
   notes_.push_back({std::string(file), note});
 }
 
@@ -51,20 +67,18 @@ void Output::Remark(const std::vector<Note>& notes, std::string_view file) {
 }
 
 void Output::Print(std::string_view text) const {
-  if (!json) PrintToStandardOutput(text);
+  if (!json) PrintToStandardOutput(PrintableLines(text));
 }
 
 void Output::RequireFreeStandardOutput(std::string_view output, std::string_view setting) const {
-  if (json && output == "-")
-    throw UsageError(setting, "standard output is taken by --json; name a file, or leave out --json");
+  if (json && IsStandardOutput(output))
+    throw UsageError(setting, "--json needs standard output for itself; name a file, or leave out --json");
 }
 
 int Output::Finish(const std::vector<Problem>& problems) {
   int exit_code = ExitCodeOf(problems);
-  for (const Problem& problem : problems)
-    PrintForPeople(fmt::format("mien: {}\n", MessageForPeople(problem)));
-  if (exit_code == kCommandLineAtFault)
-    PrintForPeople(fmt::format("mien: see mien {}{}--help\n", command, command.empty() ? "" : " "));
+  for (const Problem& problem : problems) PrintError(MessageForPeople(problem));
+  if (exit_code == kCommandLineAtFault) PrintError("see " + help);
   if (!json) return exit_code;
 
   if (document_.empty()) {
@@ -81,9 +95,9 @@ int Output::Finish(const std::vector<Problem>& problems) {
                     .Text();
   }
   try {
-    PrintToStandardOutput(document_ + "\n");
+    PrintToStandardOutput(PrintableJson(document_) + '\n');
   } catch (const InputError& error) {
-    PrintForPeople(fmt::format("mien: {}\n", error.what()));
+    PrintError(error.what());
     exit_code = std::max(exit_code, kInputAtFault);
   }
   return exit_code;

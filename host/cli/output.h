@@ -11,10 +11,13 @@
 namespace mien {
 
 /// Exit codes of the command.
-inline constexpr int kDone = 0, kInputAtFault = 1, kCommandLineAtFault = 2, kLimitExceeded = 3;
+inline constexpr int kDone = 0;
+inline constexpr int kInputAtFault = 1; ///< or an output cannot be written
+inline constexpr int kCommandLineAtFault = 2;
+inline constexpr int kLimitExceeded = 3;
 
-/// What a command tells its user: lines for people on standard error, or with --json one document for programs on standard
-/// output.
+/// What a command reports to its user: lines for people on standard error, or with --json one document for programs on
+/// standard output. Everything is printable (text.h): what steers a terminal in a file's words never gets there.
 ///
 ///     {
 ///       "format": "mien result 1",
@@ -26,18 +29,19 @@ inline constexpr int kDone = 0, kInputAtFault = 1, kCommandLineAtFault = 2, kLim
 ///     }
 class Output {
 public:
-  bool quiet = false; ///< nothing but errors for people
+  bool quiet = false; ///< for people, errors alone
   bool json = false;
-  std::string command; ///< that runs; empty before
+  std::string command;              ///< the one that runs; empty before
+  std::string help = "mien --help"; ///< what to read after a mistake on the command line
 
-  /// One line of a command's report: a title column, then the text with control characters as '?'.
+  /// One line of a command's report: a title column, then the text.
   void Line(std::string_view title, std::string_view text) const;
 
-  /// Worth knowing about a file: a line without a title. `file` is for the document.
+  /// Worth knowing about a file: a line without a title, yellow where there is colour. `file` is for the document.
   void Remark(const Note& note, std::string_view file = "");
   void Remark(const std::vector<Note>& notes, std::string_view file = "");
 
-  /// What the command was asked for, on standard output; with --json nothing.
+  /// What the command was asked for, on standard output; with --json nothing. Throws InputError where it cannot be written.
   void Print(std::string_view text) const;
 
   /// "result" of the document.

@@ -1,12 +1,12 @@
 #include "host/cli/commands.h"
+#include "host/cli/file_options.h"
 #include "host/cli/output.h"
+#include "host/cli/progress.h"
 #include "host/cli/take_options.h"
+#include "host/files/standard_streams.h"
 #include "host/jobs/performer_job.h"
-#include "host/performer/performer_file.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
+#include <functional>
 #include <memory>
 
 namespace mien {
@@ -15,33 +15,27 @@ namespace {
 
 void Save(const PerformerJob& job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
-  const Neutral neutral = Run(job);
+  const Neutral neutral = [&] {
+    Progress progress(TakeName(job.take), output.quiet);
+    return Run(job, std::ref(progress));
+  }();
   output.Line("neutral", neutral.how);
   output.Remark(neutral.notes, job.take);
-  if (job.output != "-") output.Line("wrote", job.output);
+  if (!IsStandardOutput(job.output)) output.Line("wrote", job.output);
   output.Result(JsonObject({{"take", job.take}, {"output", job.output}, {"neutral", neutral.how}}));
 }
 
 } // namespace
 
-void AddPerformerCommand(Command& app) {
-  Command command = app.AddCommand(
+void AddPerformerCommand(Command& mien) {
+  Command command = mien.AddCommand(
       "performer", "Save a performer with the neutral face of a take, to solve other takes with");
-  command.Footer("Example: mien performer take.csv --performer landmarks68 --name Ada -o ada.json\n"
-                 "Then:    mien solve other.csv --performer ada.json -o weights.csv");
+  command.Example("mien performer take.csv --performer landmarks68 --name Ada -o ada.json");
+  command.Example("mien solve other.csv --performer ada.json -o weights.csv");
   auto job = std::make_shared<PerformerJob>();
-  command.Add({.names = "TAKE", .type = "", .help = kTakeHelp, .required = true}, job->take);
-  command.Add({.names = "-p,--performer",
-               .type = "NAME|FILE",
-               .help = fmt::format("The markers: a performer file, or a built-in performer: {}",
-                                   fmt::join(BuiltInPerformers(), ", ")),
-               .required = true},
-              job->performer);
-  command.Add({.names = "-o,--output",
-               .type = "FILE.json",
-               .help = "The performer file to write; - is standard output",
-               .required = true},
-              job->output);
+  command.Add(TakeArgument(), job->take);
+  command.Add(PerformerOption("The markers"), job->performer);
+  command.Add(JsonOutputOption("The performer file to write"), job->output);
   command.Add({.names = "--name", .type = "NAME", .help = "The performer's name in the file"}, job->name);
   AddNeutralOption(command, job->neutral);
   AddTakeOptions(command, job->reading);

@@ -1,35 +1,94 @@
 #include "host/cli/progress.h"
 
 #include "host/base/text.h"
+#include "host/cli/terminals.h"
+#include "host/inspect/text_table.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
-#include <unistd.h>
+#include <string_view>
 
 namespace mien {
 
 namespace {
 
-constexpr auto kInterval = std::chrono::milliseconds(100);
+constexpr auto kDelay = std::chrono::milliseconds(500), kInterval = std::chrono::milliseconds(100);
+
+std::string_view Verb(JobStage stage) {
+  switch (stage) {
+  case JobStage::Reading:
+    return "reading";
+  case JobStage::Solving:
+    return "solving";
+  case JobStage::Writing:
+    break;
+  }
+  return "writing";
+}
+
+/// "12 s", "3 min 5 s", "1 h 2 min"
+std::string Duration(double seconds) {
+  constexpr double kMost = 99 * 3600;
+  const auto whole = static_cast<int>(std::ceil(std::min(seconds, kMost)));
+  if (whole < 60) return fmt::format("{} s", whole);
+  if (whole < 3600) return fmt::format("{} min {} s", whole / 60, whole % 60);
+  return fmt::format("{} h {} min", whole / 3600, whole % 3600 / 60);
+}
 
 } // namespace
 
-Progress::Progress(std::string work)
-    : work_(std::move(work)), on_terminal_(isatty(STDERR_FILENO) != 0),
-      next_(std::chrono::steady_clock::now() + kInterval) {}
+std::string ProgressLine(JobStage stage, const std::string& subject, std::size_t done, std::size_t total,
+                         double seconds, std::size_t columns) {
+  constexpr std::size_t kLongestBar = 30, kShortestBar = 5, kShortestSubject = 8;
+  std::string title = fmt::format("{} {}", Verb(stage), Printable(subject));
+  if (total == 0) {
+    if (done > 0) title += fmt::format(", {:.0f} MB", static_cast<double>(done) / 1e6);
+    return Shortened(title, columns);
+  }
+  const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
+  std::string numbers = fmt::format(" {:3.0f} %", std::floor(100 * part));
+  if (seconds >= 1 && done > 0) {
+    const std::string left =
+        fmt::format("  {} left", Duration(seconds * static_cast<double>(total - std::min(done, total)) /
+                                          static_cast<double>(done)));
+    if (kShortestSubject + Columns(numbers + left) <= columns) numbers += left;
+  }
+  const std::size_t room = columns - std::min(columns, Columns(numbers));
+  title = Shortened(title, std::max(room, kShortestSubject));
+  const std::size_t beside = Columns(title) + std::string_view(" []").size();
+  if (room >= beside + kShortestBar) {
+    const std::size_t bar = std::min(kLongestBar, room - beside);
+    const auto filled = static_cast<std::size_t>(part * static_cast<double>(bar));
+    title += fmt::format(" [{}{}]", std::string(filled, '#'), std::string(bar - filled, '-'));
+  }
+  return Shortened(title + numbers, columns);
+}
+
+Progress::Progress(std::string subject, bool quiet)
+    : subject_(std::move(subject)), silent_(quiet || !StandardErrorIsTerminal()),
+      next_(Clock::now() + kDelay) {}
 
 Progress::~Progress() {
   if (shown_) std::fputs("\r\033[K", stderr);
 }
 
-void Progress::operator()(std::size_t done, std::size_t total) {
-  if (!on_terminal_) return;
-  const auto now = std::chrono::steady_clock::now();
+void Progress::operator()(JobStage stage, std::size_t done, std::size_t total) {
+  if (silent_) return;
+  const Clock::time_point now = Clock::now();
+  if (stage != stage_) stage_start_ = now;
+  stage_ = stage;
   if (now < next_) return;
   next_ = now + kInterval;
   shown_ = true;
-  fmt::print(stderr, "\r\033[K{}: frame {} of {}", Printable(work_), done, total);
+  const double seconds = std::chrono::duration<double>(now - stage_start_).count();
+  const std::size_t columns = StandardErrorColumns();
+  // The last column stays free: some terminals begin a new line after it, which could not be wiped.
+  const std::string line =
+      ProgressLine(stage, subject_, done, total, seconds, std::max<std::size_t>(columns, 4) - 1);
+  std::fputs(("\r\033[K" + line).c_str(), stderr);
   std::fflush(stderr);
 }
 

@@ -18,7 +18,7 @@ extern "C" void RemoveFilesAndEnd(int signal) {
 extern "C" void ReportCutFile(int) {
   RemoveUnfinishedFiles();
   constexpr char kMessage[] =
-      "mien: a file was cut short while it was being read; read it again when it is whole\n";
+      "mien: a file was cut short while it was being read; try again when it is complete\n";
   if (write(STDERR_FILENO, kMessage, sizeof kMessage - 1) < 0) _exit(1); // nobody is there to read it
   _exit(1);                                                              // the input is at fault
 }
@@ -26,8 +26,11 @@ extern "C" void ReportCutFile(int) {
 } // namespace
 
 void HandleSignals() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-    if (std::signal(signal, RemoveFilesAndEnd) == SIG_IGN) std::signal(signal, SIG_IGN);
+  for (const int signal :
+       {SIGHUP,  SIGINT,  SIGQUIT, SIGILL,    SIGTRAP, SIGABRT,   SIGFPE,  SIGUSR1, SIGSEGV, SIGUSR2,
+        SIGPIPE, SIGALRM, SIGTERM, SIGSTKFLT, SIGXCPU, SIGVTALRM, SIGPROF, SIGIO,   SIGPWR,  SIGSYS})
+    if (const auto before = std::signal(signal, RemoveFilesAndEnd); before != SIG_DFL)
+      std::signal(signal, before); // ignored or handled already
   std::signal(SIGBUS, ReportCutFile);
   std::signal(SIGXFSZ, SIG_IGN);
 }

@@ -2,12 +2,13 @@
 #include "host/character/character_file.h"
 #include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
+#include "host/cli/file_options.h"
 #include "host/cli/output.h"
 #include "host/cli/print_solve_report.h"
 #include "host/cli/progress.h"
 #include "host/cli/take_options.h"
+#include "host/files/standard_streams.h"
 #include "host/jobs/solve_job.h"
-#include "host/performer/performer_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -15,7 +16,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -83,90 +83,92 @@ void Solve(SolveJob job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
   output.RequireFreeStandardOutput(job.report, "report");
   job.hash_files = output.json;
-  const SolveResult result = [&job] {
-    Progress progress("solving " + std::filesystem::path(job.take).stem().string());
+  const SolveResult result = [&] {
+    Progress progress(TakeName(job.take), output.quiet);
     return Run(job, std::ref(progress));
   }();
 
   PrintSolveReport(job, result, output);
   if (!result.character.empty()) output.Line("character", result.character);
-  if (job.output != "-")
+  if (!IsStandardOutput(job.output))
     output.Line("wrote", fmt::format("{}: {}, {}", job.output, Count(result.written.frames, "frame"),
                                      Summary(result.written)));
   output.Remark(NotesOn(result.written), job.output);
-  if (!job.report.empty() && job.report != "-") output.Line("wrote", job.report);
+  if (!job.report.empty() && !IsStandardOutput(job.report)) output.Line("wrote", job.report);
   if (output.json) output.Result(SolveReportAsJson(RecordOf(job, result)));
 }
 
 } // namespace
 
 // As long as the list of its options, in the order in which help shows them.
-void AddSolveCommand(Command& app, std::vector<std::string> arguments) {
+void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   Command command =
-      app.AddCommand("solve", "Solve a take into template weights, and into a character's animation");
-  command.Footer(
-      "Example: mien solve take.csv --performer landmarks68 -o weights.csv\n"
-      "Example: mien solve take.csv --performer landmarks68 --character arkit52 -o shapes.csv\n"
-      "Example: mien solve take.csv --performer landmarks68 --character arkit52 --onto head.glb -o "
-      "animated.glb\n"
-      "The ending of OUT says what is written:\n"
-      "  .csv   a row per frame: frame, time, and a column per shape of the character, or else per\n"
-      "         template of the face (\"Mouth.Open\")\n"
-      "  .json  everything: templates, shapes, clusters, the head\n"
-      "  .glb   an animated head for Blender, game engines and viewers");
+      mien.AddCommand("solve", "Solve a take into template weights, and into a character's animation");
+  command.Details(
+      "The ending of OUT chooses the format:",
+      {{".csv", "A row per frame: frame, time, and a column per shape of the character; without a "
+                "character, a column per template of the face (\"Mouth.Open\")"},
+       {".json", "Everything: templates, shapes, clusters, the head"},
+       {".glb", "An animated head for Blender, game engines and viewers"}});
+  command.Details("What is done to the take is reported on standard error.");
+  command.Example("mien solve take.csv --performer landmarks68 -o weights.csv");
+  command.Example("mien solve take.csv --performer landmarks68 --character arkit52 -o shapes.csv");
+  command.Example(
+      "mien solve take.csv --performer landmarks68 --character arkit52 --onto head.glb -o animated.glb");
   auto job = std::make_shared<SolveJob>();
   job->command = std::move(arguments);
-  command.Add({.names = "TAKE", .type = "", .help = kTakeHelp, .required = true}, job->take);
-  command.Add({.names = "-p,--performer",
-               .type = "NAME|FILE",
-               .help = fmt::format("A performer file, or a built-in performer: {}",
-                                   fmt::join(BuiltInPerformers(), ", ")),
-               .required = true},
-              job->performer);
+  command.Add(TakeArgument(), job->take);
+  command.Add(PerformerOption("The markers and, if it has one, the neutral face"), job->performer);
   command.Add({.names = "-c,--character",
                .type = "NAME|FILE",
-               .help = fmt::format("A character file, or a built-in character: {}",
+               .help = fmt::format("The character to animate: a built-in character ({}) or a character file",
                                    fmt::join(BuiltInCharacters(), ", ")),
-               .may_be_empty = false},
+               .may_be_empty = false,
+               .values = BuiltInCharacters(),
+               .files = "*.json"},
               job->character);
   command.Add({.names = "-o,--output",
                .type = "OUT",
-               .help = "Where to write; - is standard output, as .csv",
-               .required = true},
+               .help = "The file to write; - is standard output, as .csv",
+               .required = true,
+               .files = "*"},
               job->output);
   AddNeutralOption(command, job->neutral);
   command.AddParsed({.names = "--expression",
                      .type = "NAME=WEIGHT",
-                     .help = "Add an expression of the character to every frame; more than once if wanted",
+                     .help = "Add an expression of the character to every frame; may be given more than once",
                      .repeatable = true},
                     [job](const std::string& text) -> Command::Fault {
                       const auto expression = ParseExpression(text);
-                      if (!expression) return fmt::format("\"{}\" is not NAME=WEIGHT", text);
+                      if (!expression) return fmt::format("{} is not NAME=WEIGHT", Quoted(text));
                       job->expressions.push_back(*expression);
                       return std::nullopt;
                     });
   command.AddFlag(
-      {.names = "--templates", .type = "", .help = ".csv: template weights, also with a character"},
+      {.names = "--templates", .help = "For .csv: write template weights although there is a character"},
       job->only_templates);
   command.AddParsed(
       {.names = "--csv-style",
        .type = "STYLE",
        .help =
-           ".csv: plain, or livelink: as phone face-capture apps write it (character: arkit52 unless named)"},
+           "For .csv: plain (the default), or livelink, the form of phone face-capture apps, for which the "
+           "default character is arkit52",
+       .values = {"plain", "livelink"}},
       [job](const std::string& text) -> Command::Fault {
         if (text != "plain" && text != "livelink")
-          return fmt::format("\"{}\" is not plain or livelink", text);
+          return fmt::format("{} is neither plain nor livelink", Quoted(text));
         job->csv_style = text == "livelink" ? CsvStyle::LiveLink : CsvStyle::Plain;
         return std::nullopt;
       });
   command.Add({.names = "--onto",
                .type = "HEAD.glb",
-               .help = ".glb: animate this head instead of a simple one",
-               .may_be_empty = false},
+               .help = "For .glb: animate this head instead of a simple one",
+               .may_be_empty = false,
+               .files = "*.glb"},
               job->onto);
   command.Add({.names = "--head",
                .type = "NODE",
-               .help = ".glb: the node of that head which turns with the performer's head",
+               .help = "For --onto: the node of that head which turns with the performer's head",
                .may_be_empty = false},
               job->head_node);
   AddCleaningOptions(command, job->solve);
@@ -174,13 +176,14 @@ void AddSolveCommand(Command& app, std::vector<std::string> arguments) {
   command.Add({.names = "--timecode",
                .type = "HH:MM:SS:FF[@RATE]",
                .help =
-                   "The timecode of the first frame, in place of the take's own; counts at RATE a second, or "
-                   "else at the take's rate"},
+                   "The timecode of the first frame, which replaces the take's own. RATE is its counts per "
+                   "second; default: the take's rate"},
               job->timecode);
   command.Add({.names = "--report",
                .type = "FILE.json",
-               .help = "Write what was done to the take, settings and hashes, beside the output",
-               .may_be_empty = false},
+               .help = "Write a report as well: what was done to the take, settings, hashes of the files",
+               .may_be_empty = false,
+               .files = "*.json"},
               job->report);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Solve(*job, output); });

@@ -22,7 +22,7 @@ std::string ReadBuiltInOrFile(std::span<const BuiltIn> files, const std::string&
   for (const BuiltIn& file : files)
     if (file.name == name_or_path) return std::string(file.text);
   std::error_code cannot_look_up;
-  if (!std::filesystem::exists(name_or_path, cannot_look_up) && !cannot_look_up)
+  if (name_or_path != "-" && !std::filesystem::exists(name_or_path, cannot_look_up) && !cannot_look_up)
     throw InputError(Code::NotFound, name_or_path, "",
                      fmt::format("there is no {} of this name and no such file", what),
                      fmt::format("name a {} file, or one of the built-in ones: {}", what,

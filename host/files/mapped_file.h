@@ -1,19 +1,22 @@
 #pragma once
 
+#include "host/files/read_file.h"
+
 #include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace mien {
 
-/// A file's bytes in place: mapped into memory, so that reading it takes none of its own. A pipe, which cannot be
-/// mapped, is read.
+/// A file's bytes in place: mapped into memory, so that they take none of their own. A pipe and standard input ("-"), which
+/// cannot be mapped, are read.
 ///
-/// A mapped file that somebody shortens meanwhile raises SIGBUS where it is read; the command says so and stops.
+/// A mapped file that somebody shortens meanwhile raises SIGBUS where it is read; the command reports that and stops.
 class MappedFile {
 public:
-  /// Throws InputError for a missing file, a directory, and one that cannot be read.
-  explicit MappedFile(const std::filesystem::path& path);
+  /// With `progress`, the file is fetched from its disk here; without, when its bytes are used. Throws InputError as
+  /// ReadFile does.
+  explicit MappedFile(const std::filesystem::path& path, const ReadProgress& progress = nullptr);
   ~MappedFile();
   MappedFile(const MappedFile&) = delete;
   MappedFile& operator=(const MappedFile&) = delete;
@@ -21,6 +24,10 @@ public:
   std::string_view Bytes() const { return bytes_; }
 
 private:
+  /// Has a byte of each page fetched.
+  void Fetch(const ReadProgress& progress) const;
+  void Unmap();
+
   std::string_view bytes_;
   std::string read_; // the bytes where they are not mapped
   bool mapped_ = false;

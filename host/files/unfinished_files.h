@@ -5,14 +5,15 @@
 
 namespace mien {
 
-/// Keeps a file on the list of those that are being filled, for as long as it lives: temporary files that nobody should
-/// find when the process ends early. The list is the process's, since a signal can reach nothing else; any number of
-/// threads may use it.
+/// Keeps a file on the list of those that are being filled, as long as this object lives: they are removed when the process
+/// ends early. There is one list per process, since a signal handler can reach nothing else; any number of threads may use
+/// it.
 class UnfinishedFile {
 public:
-  static constexpr std::size_t kMost = 64; ///< at a time; further ones are not on the list
-  static constexpr std::size_t kLongest =
-      4096; ///< bytes of a path, its end included; longer ones are not on the list
+  /// At a time; further ones are not listed.
+  static constexpr std::size_t kMost = 64;
+  /// Bytes of a path, its terminating zero included; longer ones are not listed.
+  static constexpr std::size_t kLongest = 4096;
 
   explicit UnfinishedFile(const std::string& path);
   ~UnfinishedFile();

@@ -1,15 +1,15 @@
 #include "host/files/whole_file.h"
 
 #include "host/base/error.h"
-#include "host/files/unfinished_files.h"
-
-#include <fmt/format.h>
+#include "host/base/text.h"
+#include "host/files/part_file.h"
+#include "host/files/standard_streams.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <fstream>
 #include <iostream>
-#include <optional>
+#include <sstream>
 #include <system_error>
 #include <unistd.h>
 
@@ -18,65 +18,6 @@ namespace mien {
 namespace {
 
 namespace fs = std::filesystem;
-
-[[noreturn]] void FailToWrite(const fs::path& path, int error) {
-  throw InputError(Code::Unwritable, path.string(), "",
-                   "cannot be written: " +
-                       (error != 0 ? std::generic_category().message(error) : "writing broke off"),
-                   "choose another place, or make room there");
-}
-
-/// A file to be filled, removed again unless it is renamed.
-class TemporaryFile {
-public:
-  /// `given` is the target as the user wrote it, for messages.
-  TemporaryFile(const fs::path& target, const fs::path& given)
-      : target_(target), given_(given), path_(fmt::format("{}.{}.part", target.string(), getpid())) {
-    std::error_code no_former_file;
-    const fs::file_status former = fs::status(target_, no_former_file);
-    if (fs::exists(former) && access(target_.c_str(), W_OK) != 0) FailToWrite(given_, errno);
-
-    // Made anew, and not through a link that somebody has laid there.
-    unlink(path_.c_str());
-    const int descriptor = open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0666);
-    if (descriptor < 0) FailToWrite(given_, errno);
-    close(descriptor);
-    listed_.emplace(path_.string());
-    stream_.open(path_, std::ios::binary);
-    std::error_code not_ours; // then it gets the usual ones
-    if (fs::exists(former)) fs::permissions(path_, former.permissions(), not_ours);
-  }
-  ~TemporaryFile() {
-    if (!renamed_) {
-      stream_.close();
-      unlink(path_.c_str());
-    }
-  }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  std::ostream& Stream() { return stream_; }
-
-  void Rename() {
-    if (stream_) {
-      errno = 0;
-      stream_.flush(); // closing would forget why it failed
-    }
-    if (!stream_) FailToWrite(given_, errno);
-    stream_.close();
-    if (!stream_) FailToWrite(given_, errno);
-    std::error_code error;
-    fs::rename(path_, target_, error);
-    if (error) FailToWrite(given_, error.value());
-    renamed_ = true;
-  }
-
-private:
-  fs::path target_, given_, path_;
-  std::ofstream stream_;
-  bool renamed_ = false;
-  std::optional<UnfinishedFile> listed_;
-};
 
 /// Where the bytes really go: a link is followed, also to a file that is not there yet, so that renaming does not
 /// replace the link.
@@ -94,9 +35,9 @@ fs::path Target(const fs::path& path) {
 
 enum class Kind { File, Device, StandardOutput };
 
-/// What is written to; throws for a place that is none.
+/// What is written to; throws for a folder and a place that cannot be looked at.
 Kind KindOf(const fs::path& path) {
-  if (path == "-") return Kind::StandardOutput;
+  if (IsStandardOutput(path)) return Kind::StandardOutput;
   std::error_code error;
   const fs::file_type type = fs::status(path, error).type();
   if (type == fs::file_type::directory)
@@ -105,24 +46,55 @@ Kind KindOf(const fs::path& path) {
   return type == fs::file_type::regular || type == fs::file_type::not_found ? Kind::File : Kind::Device;
 }
 
+void WriteForTerminal(const std::function<void(std::ostream&)>& write, std::ostream& terminal) {
+  std::ostringstream text;
+  write(text);
+  terminal << PrintableLines(text.view());
+}
+
+bool IsTerminal(const fs::path& device) {
+  const int descriptor = open(device.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  const bool is_terminal = descriptor >= 0 && isatty(descriptor) != 0;
+  if (descriptor >= 0) close(descriptor);
+  return is_terminal;
+}
+
+void WriteToStandardOutput(const std::function<void(std::ostream&)>& write) {
+  const bool is_terminal = isatty(STDOUT_FILENO) != 0; // which leaves an error number of its own
+  errno = 0;
+  if (is_terminal)
+    WriteForTerminal(write, std::cout);
+  else
+    write(std::cout);
+  if (!std::cout.flush())
+    throw InputError(Code::Unwritable, "standard output", "",
+                     "cannot be written: " +
+                         (errno != 0 ? std::generic_category().message(errno) : "writing broke off"),
+                     "check where it goes");
+}
+
+void WriteToDevice(const fs::path& path, const std::function<void(std::ostream&)>& write) {
+  std::error_code not_there;
+  const bool is_terminal = fs::is_character_file(path, not_there) && IsTerminal(path);
+  errno = 0;
+  std::ofstream stream(path, std::ios::binary);
+  if (is_terminal)
+    WriteForTerminal(write, stream);
+  else
+    write(stream);
+  if (!stream.flush()) FailToWrite(path, errno);
+}
+
 } // namespace
 
 void WriteWhole(const fs::path& path, const std::function<void(std::ostream&)>& write) {
   switch (KindOf(path)) {
   case Kind::StandardOutput:
-    write(std::cout);
-    if (!std::cout.flush())
-      throw InputError(Code::Unwritable, "standard output", "", "cannot be written", "check what reads it");
-    return;
-  case Kind::Device: {
-    errno = 0;
-    std::ofstream stream(path, std::ios::binary);
-    write(stream);
-    if (!stream.flush()) FailToWrite(path, errno);
-    return;
-  }
+    return WriteToStandardOutput(write);
+  case Kind::Device:
+    return WriteToDevice(path, write);
   case Kind::File: {
-    TemporaryFile file(Target(path), path);
+    PartFile file(Target(path), path);
     errno = 0;
     write(file.Stream());
     file.Rename();
@@ -131,7 +103,7 @@ void WriteWhole(const fs::path& path, const std::function<void(std::ostream&)>& 
 }
 
 void CheckWritable(const fs::path& path) {
-  if (KindOf(path) == Kind::File) TemporaryFile(Target(path), path); // and gone again
+  if (KindOf(path) == Kind::File) PartFile(Target(path), path); // and gone again
 }
 
 } // namespace mien

@@ -32,7 +32,7 @@ std::string Percent(std::size_t part, std::size_t whole) {
   return text == "0.0" ? "<0.1 %" : text == "100.0" ? ">99.9 %" : text + " %";
 }
 
-std::string MarkerTable(const TakeDescription& d) {
+std::string MarkerTable(const TakeDescription& d, std::size_t most) {
   const auto any = [&](auto has) { return std::any_of(d.markers.begin(), d.markers.end(), has); };
   const bool computed = any([](const MarkerDescription& m) { return m.computed > 0; });
   const bool filled = any([](const MarkerDescription& m) { return m.filled > 0; });
@@ -44,6 +44,7 @@ std::string MarkerTable(const TakeDescription& d) {
   if (residual) rows[0].push_back("residual mm");
   rows[0].insert(rows[0].end(), {"x mm", "y mm", "z mm"});
   for (const MarkerDescription& m : d.markers) {
+    if (rows.size() > most) break;
     auto& row = rows.emplace_back();
     row = {Printable(m.name),
            fmt::format("{}", m.gap_frames),
@@ -61,7 +62,10 @@ std::string MarkerTable(const TakeDescription& d) {
     const auto& [low, high] = *m.extents;
     row.insert(row.end(), {Range(low.x, high.x), Range(low.y, high.y), Range(low.z, high.z)});
   }
-  return Table(rows);
+  std::string table = Table(rows);
+  if (d.markers.size() > most)
+    table += fmt::format("  and {} more; --all lists them\n", d.markers.size() - most);
+  return table;
 }
 
 // The axis that a direction is nearest to, such as "+z", and the angle between them in degrees.
@@ -122,7 +126,7 @@ std::vector<std::string> LikeNameTexts(const std::vector<std::vector<std::string
 
 } // namespace
 
-std::string ToText(const TakeDescription& d, const Terminal& terminal) {
+std::string ToText(const TakeDescription& d, const Terminal& terminal, std::size_t most_markers) {
   fmt::memory_buffer text;
   const auto to = std::back_inserter(text);
   fmt::format_to(to, "{}: {}", Printable(d.name), d.format);
@@ -149,7 +153,7 @@ std::string ToText(const TakeDescription& d, const Terminal& terminal) {
   for (const std::string& note : d.notes) notes.push_back(Printable(note));
   fmt::format_to(to, "{}{}{}", Lines("events", EventTexts(d.events)), Lines("note", notes),
                  Lines("hint", LikeNameTexts(d.like_names)));
-  fmt::format_to(to, "  {}\n{}{}", Count(d.markers.size(), "marker"), MarkerTable(d),
+  fmt::format_to(to, "  {}\n{}{}", Count(d.markers.size(), "marker"), MarkerTable(d, most_markers),
                  GapPicture(d, terminal));
   return fmt::to_string(text);
 }

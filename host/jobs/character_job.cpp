@@ -4,6 +4,7 @@
 #include "host/base/utf8.h"
 #include "host/character/character_file.h"
 #include "host/files/read_file.h"
+#include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/gltf/morph_targets.h"
 #include "host/jobs/output_place.h"
@@ -17,16 +18,14 @@ CharacterFromHead Run(const CharacterFromHeadJob& job) {
   RefuseOverwriting(job.output, job.head, "the head");
   RequireUtf8(job.name, "name");
   CheckWritable(job.output);
-  MorphTargets targets = FindMorphTargets(ReadGlb(ReadFile(job.head), job.head));
+  MorphTargets targets = FindMorphTargets(ReadGlb(ReadFile(job.head), InputName(job.head)));
   const std::vector<std::string> names = targets.Names();
   if (names.empty())
-    throw InputError(Code::Empty, job.head, "", "it has no morph targets with names",
+    throw InputError(Code::Empty, InputName(job.head), "", "it has no morph targets with names",
                      "export the head with its shape keys, under their names");
   const std::string stem = std::filesystem::path(job.head).stem().string();
-  HeadMatch match = MatchHead(!job.name.empty()               ? job.name
-                              : IsUtf8(stem) && !stem.empty() ? stem
-                                                              : "head",
-                              names);
+  const bool has_name = !IsStandardInput(job.head) && !stem.empty() && IsUtf8(stem);
+  HeadMatch match = MatchHead(!job.name.empty() ? job.name : has_name ? stem : "head", names);
   WriteWhole(job.output, [&](std::ostream& out) { WriteCharacter(match.character, out); });
   return {std::move(match), names.size(), std::move(targets.notes)};
 }

@@ -9,11 +9,11 @@
 
 namespace mien {
 
-/// A first character for a head, by the names of its morph targets.
+/// Writes a first character for a head, from the names of its morph targets.
 struct CharacterFromHeadJob {
-  std::string head;   ///< a .glb
+  std::string head;   ///< a .glb; "-" is standard input
   std::string output; ///< "-" is standard output
-  std::string name;   ///< the character's; the file's name without its ending where empty
+  std::string name;   ///< the character's; where empty, the file's name without its ending
 };
 
 struct CharacterFromHead {
@@ -25,11 +25,11 @@ struct CharacterFromHead {
 /// Throws InputError; of Code::Usage where settings do not fit each other.
 CharacterFromHead Run(const CharacterFromHeadJob& job);
 
-/// A built-in character as a file, or a file written anew.
+/// Writes a built-in character to a file, or a character file again.
 struct SaveCharacterJob {
-  std::string character;
-  std::string output; ///< "-" is standard output
-  std::string name;   ///< the character's, in the file; the former one where empty
+  std::string character; ///< a file, or a built-in's name; "-" is standard input
+  std::string output;    ///< "-" is standard output
+  std::string name;      ///< the character's, in the file; unchanged where empty
 };
 void Run(const SaveCharacterJob& job);
 

@@ -1,5 +1,8 @@
 #include "host/jobs/convert_job.h"
 
+#include "host/base/text.h"
+#include "host/files/mapped_file.h"
+#include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
 #include "host/jobs/take_timecode.h"
@@ -15,26 +18,29 @@ namespace mien {
 namespace {
 
 TakeFormat FormatOf(const std::string& output) {
-  if (output == "-" || output.starts_with("/dev/")) return TakeFormat::MarkerCsv;
-  const std::optional<TakeFormat> format = TakeFormatOf(output);
-  if (!format)
-    throw UsageError(
-        "output", fmt::format("\"{}\" does not end in .c3d, .trc or .csv, which say what to write", output));
-  return *format;
+  if (const std::optional<TakeFormat> format = TakeFormatOf(output)) return *format;
+  if (IsStream(output)) return TakeFormat::MarkerCsv;
+  throw UsageError("output", fmt::format("{} does not end in .c3d, .trc or .csv, which say what to write",
+                                         Quoted(output)));
 }
 
 } // namespace
 
-ConvertResult Run(const ConvertJob& job) {
+ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
   RefuseOverwriting(job.output, job.take, "the take");
   const TakeFormat format = FormatOf(job.output);
   CheckWritable(job.output);
-  Take take = ReadTake(job.take, job.reading);
+  Take take =
+      ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
   if (job.frames || !job.markers.empty()) take = PartOfTake(take, job.frames, job.markers);
   SetTimecode(take, job.timecode);
 
   std::ostringstream file;
-  WriteTake(take, format, file);
+  const auto write = [&](std::ostream& out) { WriteTake(take, format, out); };
+  if (format == TakeFormat::C3d)
+    write(file);
+  else
+    WriteWithProgress(file, take.FrameCount(), progress, write);
   std::vector<Note> lost = WhatWasLost(take, ReadTake(file.view(), job.output));
   WriteWhole(job.output, [&](std::ostream& out) { out << file.view(); });
   return {std::move(take), format, std::move(lost)};

@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/formats/read_take.h"
 #include "host/formats/write_take.h"
+#include "host/jobs/job_progress.h"
 #include "host/takes/frame_range.h"
 #include "host/takes/take.h"
 
@@ -14,10 +15,11 @@ namespace mien {
 
 /// A take, or a part of it, written in another format.
 struct ConvertJob {
-  std::string take;
-  std::string output; ///< its ending says the format; "-" is standard output, as marker CSV
+  std::string take; ///< "-" is standard input
+  /// Its ending chooses the format; "-" is standard output. A stream without an ending gets marker CSV.
+  std::string output;
   ReadOptions reading;
-  std::optional<FrameRange> frames;    ///< all without
+  std::optional<FrameRange> frames;    ///< all if not set
   std::vector<std::string> markers;    ///< all where empty
   std::optional<std::string> timecode; ///< of the first frame that is written: "10:02:59:29@30"
 };
@@ -30,6 +32,6 @@ struct ConvertResult {
 
 /// The output is read back and compared before it gets its name, so `lost` is what any program will find. Throws
 /// InputError; of Code::Usage where settings do not fit each other or the take.
-ConvertResult Run(const ConvertJob& job);
+ConvertResult Run(const ConvertJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

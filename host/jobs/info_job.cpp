@@ -1,5 +1,8 @@
 #include "host/jobs/info_job.h"
 
+#include "host/files/mapped_file.h"
+#include "host/files/standard_streams.h"
+#include "host/jobs/output_place.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral.h"
 #include "host/performer/neutral_head.h"
@@ -20,7 +23,10 @@ FaceDirections DirectionsOf(const Take& take, const Performer& performer) {
 
 } // namespace
 
-std::vector<TakeInfo> Run(const InfoJob& job) {
+std::vector<TakeInfo> Run(const InfoJob& job, const JobProgress& progress) {
+  std::vector<NamedInput> inputs = {{"performer", job.performer}};
+  for (const std::string& take : job.takes) inputs.push_back({"take", take});
+  RefuseReadingTwice(inputs);
   std::optional<Performer> performer;
   if (!job.performer.empty()) performer = LoadPerformer(job.performer);
 
@@ -29,7 +35,8 @@ std::vector<TakeInfo> Run(const InfoJob& job) {
     TakeInfo& info = infos.emplace_back();
     info.file = file;
     try {
-      const Take take = ReadTake(file, job.reading);
+      const Take take =
+          ReadTake(MappedFile(file, ReadingProgress(progress)).Bytes(), InputName(file), job.reading);
       info.description = Describe(take);
       if (performer) info.description->face = DirectionsOf(take, *performer);
     } catch (const InputError& error) { info.problems = error.Problems(); }

@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/formats/read_take.h"
 #include "host/inspect/describe.h"
+#include "host/jobs/job_progress.h"
 
 #include <optional>
 #include <string>
@@ -12,13 +13,13 @@ namespace mien {
 
 /// What is in takes.
 struct InfoJob {
-  std::vector<std::string> takes;
-  std::string
-      performer; ///< a file or a built-in's name, by which the face's directions are found; may be empty
+  std::vector<std::string> takes; ///< one of them may be "-", standard input
+  /// A file or a built-in's name, which shows the face's directions; may be empty.
+  std::string performer;
   ReadOptions reading;
 };
 
-/// One take of an InfoJob. A take that can be read and whose face's directions cannot be found has both.
+/// One take of an InfoJob. A take that can be read, but whose face's directions cannot be found, has both.
 struct TakeInfo {
   std::string file;
   std::optional<TakeDescription> description;
@@ -26,7 +27,7 @@ struct TakeInfo {
 };
 
 /// In the job's order. A take that cannot be read does not keep the others from being described. Throws InputError where
-/// the performer cannot be read.
-std::vector<TakeInfo> Run(const InfoJob& job);
+/// the performer cannot be read; of Code::Usage where two inputs are standard input.
+std::vector<TakeInfo> Run(const InfoJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

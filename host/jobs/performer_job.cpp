@@ -1,5 +1,7 @@
 #include "host/jobs/performer_job.h"
 
+#include "host/files/mapped_file.h"
+#include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
 #include "host/performer/match_markers.h"
@@ -8,12 +10,14 @@
 
 namespace mien {
 
-Neutral Run(const PerformerJob& job) {
+Neutral Run(const PerformerJob& job, const JobProgress& progress) {
+  RefuseReadingTwice({{"take", job.take}, {"performer", job.performer}});
   RefuseOverwriting(job.output, job.take, "the take"); // a performer file may be renewed in its place
   RequireUtf8(job.name, "name");
   CheckWritable(job.output);
   Performer performer = LoadPerformer(job.performer);
-  const Take take = ReadTake(job.take, job.reading);
+  const Take take =
+      ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
   CheckMarkers(performer, take);
   Neutral neutral = FindNeutral(take, performer, job.neutral);
   NeutralHead(performer, neutral.pose); // throws where a take could not be solved with it

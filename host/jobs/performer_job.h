@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/formats/read_take.h"
+#include "host/jobs/job_progress.h"
 #include "host/performer/neutral.h"
 #include "host/takes/frame_range.h"
 
@@ -11,16 +12,16 @@ namespace mien {
 
 /// A performer file with the neutral face of a take, to solve other takes with.
 struct PerformerJob {
-  std::string take;
-  std::string performer; ///< the markers: a file, or a built-in's name
+  std::string take;      ///< "-" is standard input
+  std::string performer; ///< the markers: a file, or a built-in's name; "-" is standard input
   std::string output;    ///< "-" is standard output
-  std::string name;      ///< the performer's, in the file; the former one's where empty
+  std::string name;      ///< the performer's, in the file; unchanged where empty
   ReadOptions reading;
-  std::optional<FrameRange> neutral; ///< the performer's own or found without
+  std::optional<FrameRange> neutral; ///< by default the performer's own, or found
 };
 
 /// Answers the neutral face that was saved. A file with which no take could be solved is not written. Throws InputError;
 /// of Code::Usage where settings do not fit each other.
-Neutral Run(const PerformerJob& job);
+Neutral Run(const PerformerJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

@@ -5,6 +5,7 @@
 #include "host/files/mapped_file.h"
 #include "host/files/read_file.h"
 #include "host/files/sha256.h"
+#include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
 #include "host/jobs/take_timecode.h"
@@ -27,11 +28,11 @@ namespace {
 /// What is to be written, by the output's ending and the settings, which have to fit it.
 AnimationFormat FormatOf(const SolveJob& job) {
   const std::string ending = ToLower(std::filesystem::path(job.output).extension().string());
-  const bool is_csv = job.output == "-" || job.output.starts_with("/dev/") || ending == ".csv";
-  if (!is_csv && ending != ".json" && ending != ".glb")
-    throw UsageError(
-        "output",
-        fmt::format("\"{}\" does not end in .csv, .json or .glb, which say what to write", job.output));
+  const bool other_ending = ending == ".json" || ending == ".glb";
+  const bool is_csv = ending == ".csv" || (!other_ending && IsStream(job.output));
+  if (!is_csv && !other_ending)
+    throw UsageError("output", fmt::format("{} does not end in .csv, .json or .glb, which say what to write",
+                                           Quoted(job.output)));
   if (!is_csv && job.csv_style) throw UsageError("csv-style", "this is for .csv");
   if (!is_csv && job.only_templates) throw UsageError("templates", "this is for .csv");
   if (ending != ".glb" && !job.onto.empty()) throw UsageError("onto", "this is for .glb");
@@ -47,6 +48,8 @@ AnimationFormat FormatOf(const SolveJob& job) {
 }
 
 void CheckPlaces(const SolveJob& job) {
+  RefuseReadingTwice(
+      {{"take", job.take}, {"performer", job.performer}, {"character", job.character}, {"onto", job.onto}});
   const std::pair<const std::string&, std::string_view> inputs[] = {{job.take, "the take"},
                                                                     {job.performer, "the performer file"},
                                                                     {job.character, "the character file"},
@@ -95,16 +98,18 @@ std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, c
   };
   std::vector<ReportedFile> files = {{"take", job.take, Sha256(take.Bytes())}};
   const auto add = [&](const char* role, const std::string& name, bool built_in) {
-    std::error_code no_file; // a pipe gives its bytes but once
+    std::error_code no_file;
+    const bool once = IsStandardInput(name) || !std::filesystem::is_regular_file(name, no_file);
     files.push_back({role, name,
-                     built_in                                          ? ""
-                     : std::filesystem::is_regular_file(name, no_file) ? Sha256(MappedFile(name).Bytes())
-                                                                       : "read from a pipe"});
+                     built_in ? ""
+                     : once   ? "read from a pipe"
+                              : Sha256(MappedFile(name).Bytes())});
   };
   add("performer", job.performer, is_built_in(BuiltInPerformers(), job.performer));
   if (!character.empty()) add("character", character, is_built_in(BuiltInCharacters(), character));
   if (!job.onto.empty()) add("head", job.onto, false);
-  if (std::error_code no_file; std::filesystem::is_regular_file(job.output, no_file))
+  if (std::error_code no_file;
+      !IsStandardOutput(job.output) && std::filesystem::is_regular_file(job.output, no_file))
     add("output", job.output, false);
   return files;
 }
@@ -132,24 +137,28 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
 
   const Performer performer = LoadPerformer(job.performer);
   const std::optional<Character> character = CharacterOf(job, output.format);
-  if (!job.onto.empty()) output.onto = ReadGlb(ReadFile(job.onto), job.onto);
-  const MappedFile take_file(job.take);
+  if (!job.onto.empty()) output.onto = ReadGlb(ReadFile(job.onto), InputName(job.onto));
+  const MappedFile take_file(job.take, ReadingProgress(progress));
   SolveResult result;
-  result.take = ReadTake(take_file.Bytes(), job.take, job.reading);
+  result.take = ReadTake(take_file.Bytes(), InputName(job.take), job.reading);
   SetTimecode(result.take, job.timecode);
   CheckFilters(job.solve, result.take);
   CheckMarkers(performer, result.take);
 
   result.performer = performer.name;
   result.neutral = FindNeutral(result.take, performer, job.neutral);
-  SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, job.solve, progress);
+  SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, job.solve,
+                                [&](std::size_t frame, std::size_t frames) {
+                                  if (progress) progress(JobStage::Solving, frame, frames);
+                                });
   result.report = std::move(solved.report);
   if (character) {
     result.character = character->name;
     SolveCharacter(solved.animation, *character, job.expressions);
   }
-  solved.animation.CheckFinite(job.take);
-  result.written = WriteAnimation(solved.animation, character ? &*character : nullptr, std::move(output));
+  solved.animation.CheckFinite(InputName(job.take));
+  result.written =
+      WriteAnimation(solved.animation, character ? &*character : nullptr, std::move(output), progress);
 
   if (!job.report.empty() || job.hash_files)
     result.files = FilesOf(job, take_file, job.character.empty() ? result.character : job.character);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/formats/read_take.h"
+#include "host/jobs/job_progress.h"
 #include "host/jobs/write_animation.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer.h"
@@ -11,8 +12,6 @@
 #include "host/takes/frame_range.h"
 #include "host/takes/take.h"
 
-#include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,15 +25,17 @@ enum class CsvStyle {
 
 /// A take solved into an animation's file: what the command line, a batch or a script fills in.
 struct SolveJob {
+  // Of the inputs, one may be "-", standard input; of the two outputs, one standard output.
   std::string take;
   std::string performer; ///< a file, or a built-in's name
   std::string character; ///< the same; may be empty
-  std::string output; ///< its ending says what is written: .csv, .json, .glb; "-" is standard output, as .csv
-  std::string report; ///< a JSON file that says how the result came about; may be empty
+  /// Its ending chooses the format: .csv, .json, .glb. A stream without an ending gets CSV.
+  std::string output;
+  std::string report; ///< a JSON file about how the take was solved; may be empty
 
   ReadOptions reading;
   std::optional<std::string> timecode; ///< of the first frame, in place of the take's own: "10:02:59:29@30"
-  std::optional<FrameRange> neutral;   ///< the frames of the neutral face; the performer's or found without
+  std::optional<FrameRange> neutral; ///< the frames of the neutral face; by default the performer's, or found
   SolveOptions solve;
   ExpressionWeights expressions; ///< of the character, added to every frame
 
@@ -44,7 +45,7 @@ struct SolveJob {
   std::string head_node; ///< .glb: the node of that head which turns with the performer's; may be empty
 
   std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
-  bool hash_files = false;          ///< answer `files` without a report as well
+  bool hash_files = false;          ///< answer `files` even without a report
 };
 
 struct SolveResult {
@@ -54,12 +55,9 @@ struct SolveResult {
   Neutral neutral;
   SolveReport report;
   WrittenAnimation written;
-  std::vector<ReportedFile>
-      files; ///< that went in and came out; empty where neither `report` nor `hash_files` asks for them
+  /// The files that went in and came out; empty where neither `report` nor `hash_files` asks for them.
+  std::vector<ReportedFile> files;
 };
-
-/// How far a job is: frames done, and of how many. May throw to break off.
-using JobProgress = std::function<void(std::size_t done, std::size_t total)>;
 
 /// Settings are checked before anything is read, and places to write to before anything is solved. Throws InputError; of
 /// Code::Usage where settings do not fit each other or the take. Any number of jobs may run at once, on any threads.

@@ -32,10 +32,17 @@ std::vector<std::string> MissedShapes(const HeadCoverage& head, const Animation&
   return missed;
 }
 
+/// The lines of a text file, each of which is a frame's.
+std::size_t LinesOf(const Animation& animation, AnimationFormat format) {
+  std::size_t lists = 1; // that have a line per frame
+  if (format == AnimationFormat::Json) lists = animation.layout.character.empty() ? 3 : 10;
+  return lists * animation.frames.size();
+}
+
 } // namespace
 
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
-                                AnimationOutput output) {
+                                AnimationOutput output, const JobProgress& progress) {
   const AnimationLayout& layout = animation.layout;
   WrittenAnimation written;
   written.path = output.path;
@@ -44,7 +51,7 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
   written.templates = layout.templates.size();
   written.shapes = layout.shapes.size();
   written.clusters = layout.clusters.size();
-  WriteWhole(output.path, [&](std::ostream& out) {
+  const auto write = [&](std::ostream& out) {
     switch (output.format) {
     case AnimationFormat::TemplateCsv:
     case AnimationFormat::ShapeCsv: {
@@ -64,6 +71,10 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
                          ? WriteAnimationOntoHead(animation, std::move(*output.onto), output.head_node, out)
                          : WriteFaceAnimation(animation, character, out);
     }
+  };
+  const bool is_text = output.format != AnimationFormat::Glb;
+  WriteWhole(output.path, [&](std::ostream& out) {
+    WriteWithProgress(out, LinesOf(animation, output.format), is_text ? progress : nullptr, write);
   });
   if (written.head) written.missing_shapes = MissedShapes(*written.head, animation, character);
   return written;

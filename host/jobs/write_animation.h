@@ -4,6 +4,7 @@
 #include "host/animation/head_binding.h"
 #include "host/character/character.h"
 #include "host/gltf/glb.h"
+#include "host/jobs/job_progress.h"
 
 #include <cstddef>
 #include <optional>
@@ -22,7 +23,7 @@ enum class AnimationFormat {
 
 /// Where an animation goes, and in which form.
 struct AnimationOutput {
-  std::string path; ///< its ending says what is written; "-" is standard output, as CSV
+  std::string path; ///< "-" is standard output
   AnimationFormat format = AnimationFormat::TemplateCsv;
   std::optional<Glb> onto;              ///< .glb: the head to animate instead of the built-in face
   std::optional<std::string> head_node; ///< .glb: the node of `onto` that turns with the performer's head
@@ -41,9 +42,9 @@ struct WrittenAnimation {
   std::optional<HeadCoverage> head; ///< of .glb
 };
 
-/// Writes the whole file, or none. `character` is the one that the animation was solved for; null without one. Throws
-/// InputError.
+/// Writes the whole file, or none. `character` is the one that the animation was solved for; null without one. Of the stages
+/// `progress` gets the writing, of formats that are text. Throws InputError.
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
-                                AnimationOutput output);
+                                AnimationOutput output, const JobProgress& progress = nullptr);
 
 } // namespace mien

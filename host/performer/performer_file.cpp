@@ -5,6 +5,7 @@
 #include "host/base/json_text.h"
 #include "host/base/text.h"
 #include "host/files/built_in.h"
+#include "host/files/standard_streams.h"
 #include "host/performer/landmarks68.h"
 #include "mien/face/face.h"
 
@@ -151,7 +152,7 @@ Performer ReadPerformer(std::string_view text, const std::string& file) {
 }
 
 Performer LoadPerformer(const std::string& name_or_path) {
-  return ReadPerformer(ReadBuiltInOrFile(kBuiltIn, name_or_path, "performer"), name_or_path);
+  return ReadPerformer(ReadBuiltInOrFile(kBuiltIn, name_or_path, "performer"), InputName(name_or_path));
 }
 
 std::vector<std::string> BuiltInPerformers() { return NamesOf(kBuiltIn); }

@@ -8,7 +8,7 @@
 
 using mien::InputError;
 
-TEST(InputError, SaysFilePlaceFaultAndMend) {
+TEST(InputError, NamesFilePlaceFaultAndFix) {
   EXPECT_STREQ(
       InputError(mien::Code::Syntax, "take.csv", "12", "the field is empty", "write a number").what(),
       "take.csv:12: the field is empty; write a number");

@@ -62,7 +62,7 @@ TEST_F(Convert, WritesWhatTheEndingSays) {
   EXPECT_EQ(Saved("a.csv"), kTake);
 }
 
-TEST_F(Convert, TellsWhatTheFormatCannotHold) {
+TEST_F(Convert, ReportsWhatTheFormatCannotHold) {
   EXPECT_THAT(
       Run({"convert", "take.csv", "a.c3d"}).err,
       AllOf(HasSubstr("           1 frame number that was missing is now an empty frame\n"),
@@ -75,7 +75,7 @@ TEST_F(Convert, TellsWhatTheFormatCannotHold) {
             "wrote      a.csv: marker CSV\n");
 }
 
-TEST_F(Convert, SaysNothingWhenToldQuietly) {
+TEST_F(Convert, PrintsNothingWithQuiet) {
   const Ran ran = Run({"convert", "-q", "take.csv", "a.c3d"});
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out + ran.err, IsEmpty());
@@ -166,10 +166,10 @@ TEST_F(Convert, NeverOverwritesTheTake) {
   EXPECT_EQ(Saved("take.csv"), kTake);
 }
 
-TEST_F(Convert, WrongUsageIsTold) {
+TEST_F(Convert, WrongUsageIsReported) {
   const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{}, "TAKE"},
-      {{"take.csv"}, "--output"},
+      {{"take.csv"}, "OUT is required"},
       {{"take.csv", "a"}, "\"a\" does not end in .c3d, .trc or .csv"},
       {{"take.csv", "a.json"}, "\"a.json\" does not end in .c3d, .trc or .csv"},
       {{"take.csv", "a.csv", "--frames", "5-3"}, "--frames: \"5-3\" is not FRAME or FROM-TO"},

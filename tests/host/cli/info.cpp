@@ -1,5 +1,6 @@
 #include "tests/host/cli/run_mien.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -42,6 +43,27 @@ TEST_F(Info, DescribesATakeOnStandardOutput) {
                     HasSubstr("note      frames missing: 1 after frame 2\n")));
 }
 
+TEST_F(Info, ListsTheFirstMarkersOfManyAndAllWhereAskedFor) {
+  const auto take = [&](int markers) {
+    std::string header = "frame,time", row;
+    for (int m = 0; m < markers; ++m) {
+      header += fmt::format(",M{0}.x,M{0}.y,M{0}.z", m);
+      row += ",1,2,3";
+    }
+    Write("many.csv", fmt::format("{}\n1,0{}\n2,0.5{}\n", header, row, row));
+  };
+  take(20);
+  const std::string twenty = Run({"info", "many.csv"}).out;
+  EXPECT_THAT(twenty, AllOf(HasSubstr("\n  M0 "), HasSubstr("\n  M19 "), Not(HasSubstr(" more"))));
+  EXPECT_EQ(Run({"info", "many.csv", "--all"}).out, twenty);
+  take(23);
+  EXPECT_THAT(Run({"info", "many.csv"}).out,
+              AllOf(HasSubstr("\n  23 markers\n"), HasSubstr("\n  M19 "), Not(HasSubstr("M20")),
+                    EndsWith("\n  and 3 more; --all lists them\n")));
+  EXPECT_THAT(Run({"info", "many.csv", "--all"}).out, AllOf(HasSubstr("\n  M22 "), Not(HasSubstr(" more"))));
+  EXPECT_THAT(json::parse(Run({"info", "many.csv", "--json"}).out)["markers"], SizeIs(23));
+}
+
 TEST_F(Info, DrawsInTheCharactersThatTheTerminalHas) {
   for (const std::string locale : {"C.UTF-8", "de_DE.utf8"})
     EXPECT_THAT(Run({"info", "a.csv"}, locale).out, HasSubstr("  A | \u2588 |\n")) << locale;
@@ -49,7 +71,7 @@ TEST_F(Info, DrawsInTheCharactersThatTheTerminalHas) {
     EXPECT_THAT(Run({"info", "a.csv"}, locale).out, HasSubstr("  A | # |\n")) << locale;
 }
 
-TEST_F(Info, APerformerTellsWhichWayTheFaceLooks) {
+TEST_F(Info, APerformerShowsWhichWayTheFaceLooks) {
   const Ran landmarks = Run({"info", kSamples + "/landmarks.csv", "-p", "landmarks68"});
   EXPECT_EQ(landmarks.exit_code, 0) << landmarks.err;
   EXPECT_THAT(landmarks.out, HasSubstr("+y up, the face looks along +z, +x is the performer's left"));
@@ -61,7 +83,7 @@ TEST_F(Info, APerformerTellsWhichWayTheFaceLooks) {
   EXPECT_LT(face["forward"][1], -0.7);
 }
 
-// The take is told all the same: what else would say which markers it has?
+// The take is described nevertheless: what else would list the markers that it has?
 TEST_F(Info, APerformerWhoseMarkersTheTakeLacksIsAMistake) {
   const Ran ran = Run({"info", "a.csv", "-p", "landmarks68"});
   EXPECT_EQ(ran.exit_code, 1);
@@ -69,7 +91,7 @@ TEST_F(Info, APerformerWhoseMarkersTheTakeLacksIsAMistake) {
   EXPECT_THAT(ran.err, HasSubstr("has no marker"));
 }
 
-TEST_F(Info, SeveralTakesAreToldOneAfterTheOther) {
+TEST_F(Info, SeveralTakesAreDescribedOneAfterTheOther) {
   const Ran ran = Run({"info", "b.csv", "a.csv"});
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out, StartsWith(Run({"info", "b.csv"}).out));
@@ -119,7 +141,7 @@ TEST_F(Info, JsonOfATakeThatCannotBeReadIsItsNameAndErrors) {
   EXPECT_EQ(three[2]["errors"][0]["code"], "not-found");
 }
 
-TEST_F(Info, ToldStrictlyWhatWasForgivenIsAMistake) {
+TEST_F(Info, WithStrictWhatWasForgivenIsAMistake) {
   EXPECT_EQ(Run({"info", "--strict", "b.csv"}).exit_code, 0);
   const Ran ran = Run({"info", "--strict", "a.csv"});
   EXPECT_EQ(ran.exit_code, 1);
@@ -148,7 +170,7 @@ TEST_F(Info, OneOfSeveralFacesIsAskedFor) {
   EXPECT_EQ(Run({"info", "faces.csv", "--face", "4"}).exit_code, 1);
 }
 
-TEST_F(Info, WrongUsageIsTold) {
+TEST_F(Info, WrongUsageIsReported) {
   for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
            {"info"}, {"info", "a.csv", "--face", "x"}, {"info", "a.csv", "--gaps"}}) {
     const Ran ran = Run(arguments);

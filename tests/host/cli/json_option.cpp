@@ -53,7 +53,7 @@ TEST_F(JsonOption, HoldsTheResultOfEachCommand) {
   EXPECT_TRUE(head["result"]["missing"].is_array());
 }
 
-TEST_F(JsonOption, OfInfoIsTheDescriptionWithErrorsBesides) {
+TEST_F(JsonOption, OfInfoIsTheDescriptionAndTheErrors) {
   const json one = Document({"info", kTake}, 0);
   EXPECT_EQ(one["format"], "mien take description 1");
   EXPECT_EQ(one["errors"], json::array());

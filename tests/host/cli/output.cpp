@@ -52,7 +52,7 @@ TEST(Output, ExitCodeSaysWhoIsAtFault) {
 
 TEST(Output, ErrorsAreLinesForPeople) {
   Output output;
-  output.command = "info";
+  output.help = "mien info --help";
   EXPECT_EQ(Finished(output, {Of(Code::Syntax), Of(Code::Limit)}).err,
             "mien: a.csv:7: it is wrong; make it right\nmien: a.csv:7: it is wrong; make it right\n");
   const Printed usage = Finished(output, {{Code::Usage, "", "onto", "this is for .glb", ""}});
@@ -75,7 +75,32 @@ TEST(Output, JsonHoldsResultNotesAndErrors) {
   EXPECT_THAT(printed.err, HasSubstr("it is wrong")) << "a log should show it as well";
 }
 
-TEST(Output, JsonWithoutAResultIsADocumentAllTheSame) {
+TEST(Output, IsPrintable) {
+  const std::string steers = "\x1B[2J\u009B\u202E\xFF";
+  Output output;
+  testing::internal::CaptureStderr();
+  output.Line(steers, steers);
+  output.Remark({Code::Assumed, steers, steers});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "?[2J???    ?[2J???\n           ?[2J???: ?[2J???\n");
+  EXPECT_EQ(Finished(output, {{Code::Syntax, steers, steers, steers, steers}}).err,
+            "mien: ?[2J???:?[2J???: ?[2J???; ?[2J???\n");
+  std::ostringstream out;
+  std::streambuf* const former = std::cout.rdbuf(out.rdbuf());
+  output.Print("a\n" + steers + "\n");
+  std::cout.rdbuf(former);
+  EXPECT_EQ(out.str(), "a\n?[2J???\n");
+}
+
+TEST(Output, JsonIsPrintableAndKeepsWhatItSays) {
+  Output output;
+  output.json = true;
+  const Printed printed = Finished(output, {{Code::Syntax, "\u202E\u009B.csv", "", "\x7F", ""}});
+  EXPECT_THAT(printed.out, HasSubstr("\\u202e\\u009b.csv"));
+  EXPECT_EQ(json::parse(printed.out)["errors"][0]["file"], "\u202E\u009B.csv");
+  EXPECT_EQ(json::parse(printed.out)["errors"][0]["what"], "\x7F");
+}
+
+TEST(Output, JsonWithoutAResultIsADocumentNevertheless) {
   Output output;
   output.json = true;
   const json document = json::parse(Finished(output, {}).out);

@@ -2,6 +2,7 @@
 
 #include "host/files/read_file.h"
 #include "tests/host/process.h"
+#include "tests/host/pseudo_terminal.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gmock/gmock.h>
@@ -11,49 +12,97 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <thread>
 #include <unistd.h>
 
-using testing::HasSubstr;
+using mien::JobStage;
+using mien::ProgressLine;
 using testing::IsEmpty;
 
 namespace {
 
 class ProgressTest : public TemporaryFolder {};
 
-/// Work that takes longer than progress waits before it shows, with its messages going to `stderr_fd`.
-int Work(int stderr_fd) {
-  dup2(stderr_fd, STDERR_FILENO);
+/// Work that takes longer than progress waits before it shows.
+int Work(const char* terminal = "xterm", bool quiet = false) {
+  setenv("TERM", terminal, 1);
   {
-    mien::Progress progress("solving smile");
-    progress(0, 100);
-    std::this_thread::sleep_for(std::chrono::milliseconds(110));
-    progress(42, 100);
-    progress(43, 100); // too soon to be shown
+    mien::Progress progress("smile", quiet);
+    progress(JobStage::Reading, 90, 100);
+    std::this_thread::sleep_for(std::chrono::milliseconds(510));
+    progress(JobStage::Solving, 42, 100);
+    progress(JobStage::Solving, 43, 100); // too soon to be shown
   }
   return 0;
+}
+
+/// What a terminal is sent.
+std::string Shown(const std::function<int()>& work) {
+  const PseudoTerminal terminal;
+  Process process([&] {
+    terminal.Become(STDERR_FILENO);
+    return work();
+  });
+  EXPECT_EQ(process.Wait().exit_code, 0);
+  return terminal.Shown();
 }
 
 } // namespace
 
 TEST_F(ProgressTest, IsSilentWhereNobodyWatches) {
   const std::filesystem::path messages = folder_ / "messages";
-  Process process([&] { return Work(open(messages.c_str(), O_WRONLY | O_CREAT, 0600)); });
+  Process process([&] {
+    dup2(open(messages.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
+    return Work();
+  });
   ASSERT_EQ(process.Wait().exit_code, 0);
   EXPECT_THAT(mien::ReadFile(messages), IsEmpty());
 }
 
 TEST_F(ProgressTest, ShowsOneLineOnATerminalAndWipesIt) {
-  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-  ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0)
-      << "needs a pseudo-terminal";
-  Process process([&] { return Work(open(ptsname(terminal), O_RDWR | O_NOCTTY)); });
-  ASSERT_EQ(process.Wait().exit_code, 0);
-  char shown[1000];
-  const ssize_t size = read(terminal, shown, sizeof shown);
-  close(terminal);
-  ASSERT_GT(size, 0);
-  EXPECT_EQ(std::string(shown, static_cast<std::size_t>(size)),
-            "\r\033[Ksolving smile: frame 42 of 100\r\033[K");
+  EXPECT_EQ(Shown([] { return Work(); }),
+            "\r\033[Ksolving smile [############------------------]  42 %\r\033[K");
+}
+
+TEST_F(ProgressTest, IsSilentWhereQuietIsAskedForOrTheTerminalIsDumb) {
+  EXPECT_THAT(Shown([] { return Work("xterm", true); }), IsEmpty());
+  EXPECT_THAT(Shown([] { return Work("dumb"); }), IsEmpty());
+}
+
+TEST(ProgressLine, ShowsTheTimeLeftFromTheSecondSecondOn) {
+  EXPECT_EQ(ProgressLine(JobStage::Reading, "smile", 25, 100, 0.9, 80),
+            "reading smile [#######-----------------------]  25 %");
+  EXPECT_EQ(ProgressLine(JobStage::Writing, "smile", 25, 100, 1, 80),
+            "writing smile [#######-----------------------]  25 %  3 s left");
+  EXPECT_EQ(ProgressLine(JobStage::Solving, "smile", 1, 3, 31, 80),
+            "solving smile [##########--------------------]  33 %  1 min 2 s left");
+  EXPECT_EQ(ProgressLine(JobStage::Solving, "smile", 1, 2, 4000, 80),
+            "solving smile [###############---------------]  50 %  1 h 6 min left");
+  EXPECT_EQ(ProgressLine(JobStage::Solving, "smile", 0, 100, 5, 80),
+            "solving smile [------------------------------]   0 %");
+  EXPECT_EQ(ProgressLine(JobStage::Writing, "smile", 102, 100, 5, 80),
+            "writing smile [##############################] 100 %  0 s left");
+}
+
+TEST(ProgressLine, ShowsBytesWhereNobodyKnowsHowManyThereAre) {
+  EXPECT_EQ(ProgressLine(JobStage::Reading, "standard input", 12'345'678, 0, 5, 80),
+            "reading standard input, 12 MB");
+  EXPECT_EQ(ProgressLine(JobStage::Writing, "smile", 0, 0, 5, 80), "writing smile");
+}
+
+TEST(ProgressLine, FitsTheTerminal) {
+  const std::string name(100, 'n');
+  for (std::size_t columns = 3; columns < 200; ++columns)
+    for (const std::size_t total : {0u, 100u})
+      EXPECT_LE(ProgressLine(JobStage::Solving, name, 42, total, 5, columns).size(), columns);
+  EXPECT_EQ(ProgressLine(JobStage::Solving, "smile", 42, 100, 5, 40),
+            "solving smile [###-----]  42 %  7 s left");
+  EXPECT_EQ(ProgressLine(JobStage::Solving, "smile", 42, 100, 5, 25), "solving..  42 %  7 s left");
+  EXPECT_EQ(ProgressLine(JobStage::Solving, "smile", 42, 100, 5, 19), "solving smile  42 %");
+}
+
+TEST(ProgressLine, IsPrintable) {
+  EXPECT_EQ(ProgressLine(JobStage::Solving, "\x1B[2J\u202E", 0, 0, 0, 80), "solving ?[2J?");
 }

@@ -137,7 +137,7 @@ protected:
       EXPECT_EQ(ran.exit_code, 0) << ran.err;
       EXPECT_EQ(mien::Sha256(Saved(output)), sha256) << output;
     }
-    // It tells the version, the command, the hashes of what went in and came out, and all residuals.
+    // It names the version, the command, the hashes of what went in and came out, and all residuals.
     EXPECT_EQ(mien::Sha256(Saved("m.report.json")),
               "dda9b454ad50066c4358ca94d0180b1ba9637aa8ad87a28fab9a9fd12038aad5")
         << "m.report.json";

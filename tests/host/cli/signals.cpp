@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -23,6 +24,11 @@ using testing::ElementsAre;
 namespace fs = std::filesystem;
 
 namespace {
+
+/// All that end a process, but SIGKILL, those of stopping, and SIGBUS, which is a mapped file's.
+const int kEnding[] = {SIGHUP,  SIGINT,    SIGQUIT, SIGILL,  SIGTRAP, SIGABRT, SIGFPE,
+                       SIGUSR1, SIGSEGV,   SIGUSR2, SIGPIPE, SIGALRM, SIGTERM, SIGSTKFLT,
+                       SIGXCPU, SIGVTALRM, SIGPROF, SIGIO,   SIGPWR,  SIGSYS};
 
 const auto kNew = [](std::ostream& out) { out << "new"; };
 
@@ -41,9 +47,11 @@ protected:
 // Each signal is sent while the file is half written.
 TEST_F(Signals, RemoveTheTemporaryFileAndEndTheProcess) {
   const fs::path path = Write("w.csv", "former");
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : kEnding) {
     Process process([&] {
       std::signal(signal, SIG_DFL); // whatever this test was started with
+      const rlimit no_core = {0, 0};
+      setrlimit(RLIMIT_CORE, &no_core);
       mien::HandleSignals();
       WriteWhole(path, [](std::ostream& out) {
         out << "half" << std::flush;
@@ -63,7 +71,9 @@ TEST_F(Signals, RemoveTheTemporaryFileAndEndTheProcess) {
 // nohup, and a shell for its background jobs, have children ignore signals. Such a child must not die of them.
 TEST_F(Signals, ThatTheParentHadItIgnoreStayIgnored) {
   const fs::path path = folder_ / "w.csv", go_on = folder_ / "go on";
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : kEnding) {
+    if (signal == SIGABRT || signal == SIGSEGV || signal == SIGILL || signal == SIGFPE)
+      continue; // whatever ignores a crash
     fs::remove(path), fs::remove(go_on);
     Process process([&] {
       std::signal(signal, SIG_IGN);

@@ -1,4 +1,4 @@
-// What `mien solve` does to a take before it is solved, and what it tells of it: cleaning, clocks and the report.
+// What `mien solve` does to a take before it is solved, and what it reports: cleaning, clocks and the report file.
 
 #include "host/cli/command_line.h"
 #include "host/gltf/glb.h"
@@ -120,7 +120,7 @@ protected:
 
   Table Markers() const { return Table(Saved("markers.csv")); }
 
-  /// The template weights of a take, and what was told of it.
+  /// The template weights of a take, and what was printed about it.
   std::pair<Table, std::string> Solved(const std::string& take, const Arguments& more = {}) const {
     const Ran ran = Run(Solve(take, "weights.csv", more));
     EXPECT_EQ(ran.exit_code, 0) << ran.err;
@@ -270,10 +270,10 @@ TEST_F(SolveCommand, GapsAreFilledByTheFirstMethodThatMay) {
 }
 
 TEST_F(SolveCommand, HeadMarkersHaveAFillingOfTheirOwn) {
-  const auto [filled, told] = Solved("markers.csv");
-  EXPECT_THAT(told, HasSubstr("head gaps  26 positions missing, 26 filled (pattern:2)\n"));
-  const auto [empty, told_empty] = Solved("markers.csv", {"--fill-head", "none"});
-  EXPECT_THAT(told_empty, AllOf(HasSubstr("head gaps  26 positions missing, 0 filled (filling is off)\n"),
+  const auto [filled, printed] = Solved("markers.csv");
+  EXPECT_THAT(printed, HasSubstr("head gaps  26 positions missing, 26 filled (pattern:2)\n"));
+  const auto [empty, printed_empty] = Solved("markers.csv", {"--fill-head", "none"});
+  EXPECT_THAT(printed_empty, AllOf(HasSubstr("head gaps  26 positions missing, 0 filled (filling is off)\n"),
                                 HasSubstr("in HeadBack (26)\n"), HasSubstr("65 positions missing, 11 filled"),
                                 HasSubstr("found in every frame"))); // by the four others
   EXPECT_EQ(LargestDifference(filled, empty, "", 0, 169), 0);
@@ -281,7 +281,7 @@ TEST_F(SolveCommand, HeadMarkersHaveAFillingOfTheirOwn) {
 
 // --- Rest.
 
-TEST_F(SolveCommand, APartWithoutMarkersRestsIsToldAndDoesNotJump) {
+TEST_F(SolveCommand, APartWithoutMarkersRestsIsReportedAndDoesNotJump) {
   Table take = Markers();
   constexpr std::size_t kFirst = 269, kEnd = 330; // two seconds
   for (const char* marker : {"BrowInL", "BrowInMidL", "BrowMidL", "BrowMidOutL", "BrowOutL"})
@@ -290,8 +290,8 @@ TEST_F(SolveCommand, APartWithoutMarkersRestsIsToldAndDoesNotJump) {
   Write("gap.csv", take.Text());
 
   const Table whole = Weights("markers.csv");
-  const auto [gap, told] = Solved("gap.csv", {"--report", "report.json"});
-  EXPECT_THAT(told, AllOf(HasSubstr("LeftBrow (61 frames)"), HasSubstr("faded over 0.25 s")));
+  const auto [gap, printed] = Solved("gap.csv", {"--report", "report.json"});
+  EXPECT_THAT(printed, AllOf(HasSubstr("LeftBrow (61 frames)"), HasSubstr("faded over 0.25 s")));
   const Json report = Json::parse(Saved("report.json"));
   EXPECT_EQ(Member(report["parts"], "part", "LeftBrow")["rest_frames"], 61);
   EXPECT_EQ(Member(report["parts"], "part", "LeftBrow")["partly_at_rest_frames"], 0);
@@ -322,9 +322,9 @@ TEST_F(SolveCommand, ASlippedHeadMarkerIsNamedAndDoesNotTipTheFace) {
 
   const Arguments neutral = {"--neutral", "1-8"}; // in which nothing has slipped
   const Table right = Weights("markers.csv", neutral);
-  const auto [solved, told] = Solved("slipped.csv", With(neutral, {"--report", "report.json"}));
+  const auto [solved, printed] = Solved("slipped.csv", With(neutral, {"--report", "report.json"}));
   EXPECT_THAT(
-      told,
+      printed,
       HasSubstr("HeadL was up to 30.1 mm away from its place and was ignored in 20 frames, first in 100\n"));
   const Json head = Json::parse(Saved("report.json"))["head"];
   ASSERT_THAT(head["slipped"], SizeIs(1));
@@ -337,11 +337,11 @@ TEST_F(SolveCommand, ASlippedHeadMarkerIsNamedAndDoesNotTipTheFace) {
   EXPECT_LT(LargestDifference(right, solved), 0.1);
   EXPECT_EQ(LargestDifference(right, solved, "", 0, 90), 0);
 
-  const auto [kept, told_kept] = Solved("slipped.csv", With(neutral, {"--keep-slipped"}));
-  EXPECT_THAT(told_kept, Not(HasSubstr("away from its place")));
+  const auto [kept, printed_kept] = Solved("slipped.csv", With(neutral, {"--keep-slipped"}));
+  EXPECT_THAT(printed_kept, Not(HasSubstr("away from its place")));
   EXPECT_GT(LargestDifference(right, kept), 0.5);
-  const auto [tolerated, told_tolerated] = Solved("slipped.csv", With(neutral, {"--head-tolerance", "100"}));
-  EXPECT_THAT(told_tolerated, Not(HasSubstr("away from its place")));
+  const auto [tolerated, printed_tolerated] = Solved("slipped.csv", With(neutral, {"--head-tolerance", "100"}));
+  EXPECT_THAT(printed_tolerated, Not(HasSubstr("away from its place")));
   EXPECT_EQ(LargestDifference(kept, tolerated), 0);
 }
 
@@ -352,12 +352,12 @@ TEST_F(SolveCommand, AToleranceThatNothingMeetsLeavesAllInAndSaysSo) {
 
 // --- Smoothing.
 
-TEST_F(SolveCommand, SmoothingMakesStepsSmallerAndIsTold) {
+TEST_F(SolveCommand, SmoothingMakesStepsSmallerAndIsReported) {
   const Table rough = Weights("markers.csv");
   for (const std::string option : {"--smooth", "--smooth-weights"}) {
-    const auto [smooth, told] = Solved("markers.csv", {option, "3"});
-    EXPECT_THAT(told, HasSubstr(option == "--smooth" ? "smoothed   positions, below 3 Hz\n"
-                                                     : "smoothed   template weights, below 3 Hz\n"));
+    const auto [smooth, printed] = Solved("markers.csv", {option, "3"});
+    EXPECT_THAT(printed, HasSubstr(option == "--smooth" ? "smoothed   positions, below 3 Hz\n"
+                                                        : "smoothed   template weights, below 3 Hz\n"));
     EXPECT_LT(LargestStep(smooth, "LeftEye."), 0.7 * LargestStep(rough, "LeftEye.")) << option;
     EXPECT_GT(LargestStep(smooth, "LeftEye."), 0.1) << option;
   }
@@ -493,7 +493,7 @@ TEST_F(SolveCommand, ATimecodeTakesThePlaceOfTheTakesOwn) {
 
 // --- The report.
 
-TEST_F(SolveCommand, TheReportTellsTheCommandAndEveryFile) {
+TEST_F(SolveCommand, TheReportNamesTheCommandAndEveryFile) {
   for (const char* name : {"head.glb", "puppet.character.json"})
     fs::copy_file(kSamples / name, folder_ / name);
   const Arguments arguments = Solve("markers.csv", "a b.glb",
@@ -529,16 +529,16 @@ TEST_F(SolveCommand, TheReportNamesWhatIsBuiltIn) {
   EXPECT_EQ(files["character"], Json::parse(R"({"name": "arkit52", "sha256": "built in"})"));
 }
 
-TEST_F(SolveCommand, TheReportAndWhatIsPrintedTellTheSame) {
-  const std::string told = Solved("markers.csv", {"--report", "report.json"}).second;
+TEST_F(SolveCommand, TheReportAndWhatIsPrintedAgree) {
+  const std::string printed = Solved("markers.csv", {"--report", "report.json"}).second;
   const Json report = Json::parse(Saved("report.json"));
   EXPECT_EQ(report["take"]["frames"], 360);
-  EXPECT_THAT(told, HasSubstr("360 frames at " + report["take"]["rate"].get<std::string>() + " Hz, " +
-                              std::to_string(report["take"]["markers"].get<int>()) + " markers\n"));
-  EXPECT_THAT(told, HasSubstr("neutral    " + report["neutral"]["from"].get<std::string>() + "\n"));
+  EXPECT_THAT(printed, HasSubstr("360 frames at " + report["take"]["rate"].get<std::string>() + " Hz, " +
+                                 std::to_string(report["take"]["markers"].get<int>()) + " markers\n"));
+  EXPECT_THAT(printed, HasSubstr("neutral    " + report["neutral"]["from"].get<std::string>() + "\n"));
   EXPECT_EQ(report["take"]["notes"], Json::array());
 
-  const auto told_of = [&](const char* title, const Json& markers, const Json& plan) {
+  const auto reported_of = [&](const char* title, const Json& markers, const Json& plan) {
     int missing = 0, empty = 0;
     for (const Json& marker : markers) {
       missing += marker["gap_frames"].get<int>(), empty += marker["empty_frames"].get<int>();
@@ -546,22 +546,22 @@ TEST_F(SolveCommand, TheReportAndWhatIsPrintedTellTheSame) {
       for (const auto& [method, frames] : marker["filled_frames"].items()) filled += frames.get<int>();
       EXPECT_EQ(filled + marker["empty_frames"].get<int>(), marker["gap_frames"]);
     }
-    EXPECT_THAT(told, HasSubstr(fmt::format("{:<10} {} positions missing, {} filled ({})\n", title, missing,
-                                            missing - empty, plan.get<std::string>())));
+    EXPECT_THAT(printed, HasSubstr(fmt::format("{:<10} {} positions missing, {} filled ({})\n", title,
+                                               missing, missing - empty, plan.get<std::string>())));
   };
-  told_of("head gaps", report["head"]["markers"], report["settings"]["fill_head"]);
-  told_of("gaps", report["markers"], report["settings"]["fill"]);
+  reported_of("head gaps", report["head"]["markers"], report["settings"]["fill_head"]);
+  reported_of("gaps", report["markers"], report["settings"]["fill"]);
   EXPECT_THAT(report["markers"], SizeIs(45));
   EXPECT_THAT(report["head"]["markers"], SizeIs(5));
   ASSERT_THAT(report["parts"], SizeIs(9));
   for (const Json& part : report["parts"])
-    EXPECT_THAT(told, HasSubstr(fmt::format("{} {:.2f}", part["part"].get<std::string>(),
-                                            part["residual_rms_mm"].get<double>())));
+    EXPECT_THAT(printed, HasSubstr(fmt::format("{} {:.2f}", part["part"].get<std::string>(),
+                                               part["residual_rms_mm"].get<double>())));
   const Json& worst = report["worst_frames"];
   ASSERT_THAT(worst, SizeIs(10));
-  EXPECT_THAT(told, HasSubstr(fmt::format("the worst frames are {} ({} {:.1f} mm), ",
-                                          worst[0]["frame"].get<int>(), worst[0]["part"].get<std::string>(),
-                                          worst[0]["residual_mm"].get<double>())));
+  EXPECT_THAT(printed, HasSubstr(fmt::format(
+                           "the worst frames are {} ({} {:.1f} mm), ", worst[0]["frame"].get<int>(),
+                           worst[0]["part"].get<std::string>(), worst[0]["residual_mm"].get<double>())));
 }
 
 // A tracking program that takes one eye's markers for the other's.
@@ -659,7 +659,7 @@ TEST_F(SolveCommand, TheReportGoesToStandardOutputAsWell) {
   EXPECT_FALSE(Json::parse(Saved("r.json"))["files"].contains("output"));
 }
 
-TEST_F(SolveCommand, TheReportIsWrittenWithoutBeingToldWhereQuiet) {
+TEST_F(SolveCommand, TheReportIsWrittenWithoutAWordWhereQuiet) {
   const Ran ran = Run(Solve("markers.csv", "w.csv", {"--report", "r.json", "-q"}));
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out + ran.err, IsEmpty());
@@ -683,7 +683,7 @@ TEST_F(SolveCommand, FilesFromPipesAreReported) {
 
 // --- Places that cannot be written to.
 
-TEST_F(SolveCommand, AReportThatCannotBeWrittenIsToldBeforeTheTakeIsRead) {
+TEST_F(SolveCommand, AReportThatCannotBeWrittenIsRefusedBeforeTheTakeIsRead) {
   fs::create_directory(folder_ / "folder.json");
   const std::vector<std::string> before = Files();
   for (const std::string report : {"none/r.json", "folder.json", "markers.csv/r.json", "/proc/r.json"}) {
@@ -694,7 +694,7 @@ TEST_F(SolveCommand, AReportThatCannotBeWrittenIsToldBeforeTheTakeIsRead) {
   EXPECT_EQ(Files(), before);
 }
 
-TEST_F(SolveCommand, AFullDiskIsToldAndWhatIsWholeStays) {
+TEST_F(SolveCommand, AFullDiskIsReportedAndWhatIsWholeStays) {
   const Ran report = Run(Solve("markers.csv", "w.csv", {"--report", "/dev/full"}));
   EXPECT_EQ(report.exit_code, 1);
   EXPECT_THAT(report.err, StartsWith("mien: /dev/full: cannot be written: No space left on device; "));
@@ -705,7 +705,7 @@ TEST_F(SolveCommand, AFullDiskIsToldAndWhatIsWholeStays) {
   EXPECT_THAT(Files(), ElementsAre("markers.csv", "markers.performer.json", "w.csv"));
 }
 
-TEST_F(SolveCommand, AFolderThatMayNotBeWrittenToIsToldAndStaysAsItIs) {
+TEST_F(SolveCommand, AFolderThatMayNotBeWrittenToIsReportedAndStaysAsItIs) {
   fs::create_directory(folder_ / "closed");
   Write("closed/w.csv", "former");
   fs::permissions(folder_ / "closed", fs::perms(0555));
@@ -740,7 +740,7 @@ namespace {
 
 class SolveIntoAPipe : public SolveCommand {
 protected:
-  /// What becomes of the command where `meanwhile` happens after the solve, and what it told.
+  /// What becomes of the command where `meanwhile` happens after the solve, and what it printed.
   std::pair<ProcessEnd, std::string> End(const std::function<void(const Process&)>& meanwhile) const {
     const fs::path pipe = folder_ / "pipe.csv";
     if (mkfifo(pipe.c_str(), 0600) != 0) return {};
@@ -756,23 +756,23 @@ protected:
     std::string rest((std::istreambuf_iterator<char>(weights)), {});
     const ProcessEnd end = process.Wait();
     fs::remove(pipe);
-    const std::string told = Saved("err");
+    const std::string printed = Saved("err");
     fs::remove(folder_ / "err");
-    return {end, told};
+    return {end, printed};
   }
 };
 
 } // namespace
 
 TEST_F(SolveIntoAPipe, AnUndisturbedSolveReportsInTheEnd) {
-  const auto [end, told] = End([](const Process&) {});
-  EXPECT_EQ(end.exit_code, 0) << told;
+  const auto [end, printed] = End([](const Process&) {});
+  EXPECT_EQ(end.exit_code, 0) << printed;
   EXPECT_FALSE(Json::parse(Saved("r.json"))["files"].contains("output"));
 }
 
 TEST_F(SolveIntoAPipe, AnInterruptionLeavesTheFormerReportAndNoLitter) {
   Write("r.json", "former");
-  const auto [end, told] = End([](const Process& process) { process.Send(SIGINT); });
+  const auto [end, printed] = End([](const Process& process) { process.Send(SIGINT); });
   EXPECT_EQ(end.signal, SIGINT);
   EXPECT_EQ(Saved("r.json"), "former");
   EXPECT_THAT(Files(), ElementsAre("markers.csv", "markers.performer.json", "r.json"));
@@ -781,10 +781,10 @@ TEST_F(SolveIntoAPipe, AnInterruptionLeavesTheFormerReportAndNoLitter) {
 // The report's hash reads the take once more.
 TEST_F(SolveIntoAPipe, ATakeCutShortMeanwhileIsTheInputsFault) {
   Write("r.json", "former");
-  const auto [end, told] = End([&](const Process&) { fs::resize_file(folder_ / "markers.csv", 0); });
+  const auto [end, printed] = End([&](const Process&) { fs::resize_file(folder_ / "markers.csv", 0); });
   EXPECT_EQ(end.signal, 0);
   EXPECT_EQ(end.exit_code, 1);
-  EXPECT_EQ(told, "mien: a file was cut short while it was being read; read it again when it is whole\n");
+  EXPECT_EQ(printed, "mien: a file was cut short while it was being read; try again when it is complete\n");
   EXPECT_EQ(Saved("r.json"), "former");
   EXPECT_THAT(Files(), ElementsAre("markers.csv", "markers.performer.json", "r.json"));
 }

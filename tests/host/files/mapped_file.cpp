@@ -3,6 +3,7 @@
 #include "host/files/read_file.h"
 #include "tests/host/input_error.h"
 #include "tests/host/ordinary_user.h"
+#include "tests/host/standard_input.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -10,10 +11,12 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 using mien::MappedFile;
 
@@ -34,25 +37,6 @@ std::string Error(const std::filesystem::path& path) {
 std::string ErrorOfReadFile(const std::filesystem::path& path) {
   return InputErrorOf([&] { mien::ReadFile(path); });
 }
-
-// While it lives, standard input is another file descriptor.
-class StandardInput {
-public:
-  explicit StandardInput(int descriptor) : before_(dup(STDIN_FILENO)) { dup2(descriptor, STDIN_FILENO); }
-  ~StandardInput() {
-    if (before_ < 0) {
-      close(STDIN_FILENO);
-    } else {
-      dup2(before_, STDIN_FILENO);
-      close(before_);
-    }
-  }
-  StandardInput(const StandardInput&) = delete;
-  StandardInput& operator=(const StandardInput&) = delete;
-
-private:
-  int before_;
-};
 
 } // namespace
 
@@ -82,16 +66,40 @@ TEST_F(MappedFileTest, ReadsStandardInputFromAPipe) {
   close(ends[1]);
   const StandardInput input(ends[0]);
   close(ends[0]);
-  EXPECT_TRUE(MappedFile("/dev/stdin").Bytes() == bytes);
+  EXPECT_TRUE(MappedFile("-").Bytes() == bytes);
 }
 
 TEST_F(MappedFileTest, ReadsStandardInputFromAFile) {
   const std::string bytes = Bytes(5000);
-  const int file = open(Write("in", bytes).c_str(), O_RDONLY | O_CLOEXEC);
-  ASSERT_GE(file, 0);
-  const StandardInput input(file);
-  close(file);
-  EXPECT_TRUE(MappedFile("/dev/stdin").Bytes() == bytes);
+  for (const std::string name : {"-", "/dev/stdin"}) {
+    const int file = open(Write("in", bytes).c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(file, 0);
+    const StandardInput input(file);
+    close(file);
+    EXPECT_TRUE(MappedFile(name).Bytes() == bytes) << name;
+  }
+}
+
+TEST_F(MappedFileTest, AFileOfTheNameOfStandardInputHasAPath) {
+  Write("-", "a file");
+  const StandardInput input(open(Write("in", "standard input").c_str(), O_RDONLY | O_CLOEXEC));
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder_);
+  EXPECT_EQ(MappedFile("./-").Bytes(), "a file");
+  EXPECT_EQ(MappedFile("-").Bytes(), "standard input");
+  std::filesystem::current_path(before);
+}
+
+TEST_F(MappedFileTest, ReportsHowFarItIsAndMayBeStopped) {
+  const std::filesystem::path path = Write("any", Bytes(5000000));
+  std::vector<std::size_t> done;
+  const MappedFile file(path, [&](std::size_t bytes, std::size_t total) {
+    done.push_back(bytes);
+    EXPECT_EQ(total, 5000000u);
+  });
+  EXPECT_EQ(done, (std::vector<std::size_t>{1u << 22, 5000000u}));
+  EXPECT_THROW(MappedFile(path, [](std::size_t, std::size_t) { throw std::runtime_error("stop"); }),
+               std::runtime_error);
 }
 
 TEST_F(MappedFileTest, StaysWhatItWasWhenTheFileIsReplaced) {
@@ -106,9 +114,8 @@ TEST_F(MappedFileTest, ErrorsAreThoseOfReadFile) {
   EXPECT_EQ(Error(missing), missing.string() + ": there is no such file; check the path");
   EXPECT_EQ(Error(folder_), folder_.string() + ": this is a folder; name a file in it");
   EXPECT_EQ(Error("/dev/zero"), "/dev/zero: this is a device; name a file that can be read");
-  for (const std::filesystem::path& path :
-       {missing, folder_, std::filesystem::path("/dev/zero"), std::filesystem::path(),
-        std::filesystem::path("-"), Write("a.csv", "a") / "b.csv"})
+  for (const std::filesystem::path& path : {missing, folder_, std::filesystem::path("/dev/zero"),
+                                            std::filesystem::path(), Write("a.csv", "a") / "b.csv"})
     EXPECT_EQ(Error(path), ErrorOfReadFile(path));
 }
 

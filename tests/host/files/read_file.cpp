@@ -2,10 +2,12 @@
 
 #include "tests/host/input_error.h"
 #include "tests/host/ordinary_user.h"
+#include "tests/host/standard_input.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -48,6 +50,61 @@ TEST_F(ReadFileTest, ReadsAPipeToItsEnd) {
   const std::string read = ReadFile(pipe);
   writer.join();
   EXPECT_TRUE(read == bytes) << read.size();
+}
+
+TEST_F(ReadFileTest, ReadsStandardInputWhateverItIs) {
+  const std::string bytes = Bytes(300000);
+  {
+    const int file = open(Write("in", bytes).c_str(), O_RDONLY | O_CLOEXEC);
+    const StandardInput input(file);
+    close(file);
+    EXPECT_TRUE(ReadFile("-") == bytes);
+    EXPECT_EQ(ReadFile("-"), "") << "it is read once";
+  }
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  std::thread writer([&] {
+    for (std::size_t written = 0; written < bytes.size();) {
+      const ssize_t size = write(ends[1], bytes.data() + written, bytes.size() - written);
+      if (size <= 0) break;
+      written += static_cast<std::size_t>(size);
+    }
+    close(ends[1]);
+  });
+  std::string read;
+  {
+    const StandardInput input(ends[0]);
+    read = ReadFile("-");
+  }
+  writer.join();
+  close(ends[0]);
+  EXPECT_TRUE(read == bytes) << read.size();
+}
+
+TEST_F(ReadFileTest, AStandardInputThatCannotBeReadIsNamed) {
+  const auto error_of = [](const char* path, int flags) {
+    const int file = open(path, flags | O_CLOEXEC);
+    const StandardInput input(file);
+    close(file);
+    return Error("-");
+  };
+  EXPECT_EQ(error_of("/dev/zero", O_RDONLY),
+            "standard input: this is a device; name a file that can be read");
+  EXPECT_EQ(error_of(folder_.c_str(), O_RDONLY), "standard input: this is a folder; name a file in it");
+  EXPECT_EQ(error_of(Write("a", "").c_str(), O_WRONLY),
+            "standard input: cannot be read beyond byte 0: Bad file descriptor; check what it comes from, or "
+            "copy it again");
+}
+
+TEST_F(ReadFileTest, ReportsHowFarItIs) {
+  const std::string bytes = Bytes(300000);
+  std::size_t last = 0;
+  ReadFile(Write("any", bytes), [&](std::size_t done, std::size_t total) {
+    EXPECT_GT(done, last);
+    EXPECT_EQ(total, bytes.size());
+    last = done;
+  });
+  EXPECT_EQ(last, bytes.size());
 }
 
 TEST_F(ReadFileTest, MissingFileIsNamed) {

@@ -265,7 +265,7 @@ TEST_F(WholeFile, AMinusIsStandardOutput) {
                 EXPECT_EQ(InputErrorOf([] {
                             WriteWhole("-", [](std::ostream& out) { out.setstate(std::ios::badbit); });
                           }),
-                          "standard output: cannot be written; check what reads it");
+                          "standard output: cannot be written: writing broke off; check where it goes");
                 std::cout.clear();
               }),
               IsEmpty());

@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -17,6 +18,7 @@
 
 using mien::Code;
 using mien::InputError;
+using mien::JobStage;
 using mien::ReadFile;
 using mien::SolveJob;
 using mien::SolveResult;
@@ -142,10 +144,68 @@ TEST_F(SolveJobs, FaultsOfFilesCarryTheirCodes) {
 }
 
 TEST_F(SolveJobs, AreBrokenOffByTheirProgressAndLeaveNothing) {
-  const auto stop = [](std::size_t done, std::size_t total) {
-    EXPECT_EQ(total, 360u);
-    if (done == 100) throw std::runtime_error("stop");
-  };
-  EXPECT_THROW(mien::Run(Job("w.csv"), stop), std::runtime_error);
-  EXPECT_TRUE(std::filesystem::is_empty(folder_));
+  for (const JobStage where : {JobStage::Reading, JobStage::Solving, JobStage::Writing})
+    for (const std::string output : {"w.csv", "w.json"}) {
+      const auto stop = [&](JobStage stage, std::size_t done, std::size_t) {
+        if (stage == where && done >= 100) throw std::runtime_error("stop");
+      };
+      EXPECT_THROW(mien::Run(Job(output), stop), std::runtime_error) << output;
+      EXPECT_TRUE(std::filesystem::is_empty(folder_)) << output;
+    }
+}
+
+TEST_F(SolveJobs, ReportHowFarEachStageIs) {
+  const std::size_t size = std::filesystem::file_size(kSamples / "landmarks.csv");
+  for (const std::string output : {"w.csv", "p.csv", "w.json"}) {
+    SolveJob job = Job(output);
+    if (output != "w.csv") job.character = "arkit52";
+    if (output == "p.csv") job.csv_style = mien::CsvStyle::LiveLink;
+    std::map<JobStage, std::pair<std::size_t, std::size_t>> last;
+    std::vector<JobStage> stages;
+    mien::Run(job, [&](JobStage stage, std::size_t done, std::size_t total) {
+      if (stages.empty() || stages.back() != stage) stages.push_back(stage);
+      EXPECT_TRUE(stage == JobStage::Solving || done > last[stage].first);
+      last[stage] = {done, total};
+    });
+    EXPECT_THAT(stages, ElementsAre(JobStage::Reading, JobStage::Solving, JobStage::Writing));
+    EXPECT_EQ(last[JobStage::Reading], std::pair(size, size));
+    EXPECT_EQ(last[JobStage::Solving], std::pair(std::size_t{359}, std::size_t{360}));
+    const auto [lines, of] = last[JobStage::Writing];
+    EXPECT_GE(lines, of) << output;
+    EXPECT_LT(lines, of + 50) << output << ": those before the first frame and after the last";
+  }
+}
+
+TEST_F(SolveJobs, GiveTheSameFileWithProgressAndWithout) {
+  mien::Run(Job("a.json"));
+  mien::Run(Job("b.json"), [](JobStage, std::size_t, std::size_t) {});
+  EXPECT_EQ(ReadFile(folder_ / "a.json"), ReadFile(folder_ / "b.json"));
+}
+
+// The disk is full in the middle of it.
+TEST_F(SolveJobs, NoticeAFailedWriteBehindTheirProgress) {
+  for (const char* path : {"/dev/full", "/dev/null"}) {
+    SolveJob job = Job("");
+    job.output = path;
+    const auto run = [&] { mien::Run(job, [](JobStage, std::size_t, std::size_t) {}); };
+    EXPECT_THAT(InputErrorOf(run), testing::StartsWith(path == std::string("/dev/full")
+                                                           ? "/dev/full: cannot be written: No space left"
+                                                           : "no InputError"));
+  }
+}
+
+TEST_F(SolveJobs, ReadStandardInputOnce) {
+  using Change = std::function<void(SolveJob&)>;
+  const std::vector<std::pair<Change, std::string>> changes = {
+      {[](SolveJob& job) { job.performer = "-"; }, "performer"},
+      {[](SolveJob& job) { job.performer = "/dev/stdin"; }, "performer"},
+      {[](SolveJob& job) { job.character = "-"; }, "character"},
+      {[](SolveJob& job) { job.onto = "-", job.output += ".glb"; }, "onto"}};
+  for (const auto& [change, setting] : changes) {
+    SolveJob job = Job("w");
+    job.output += ".csv";
+    job.take = "-";
+    change(job);
+    EXPECT_EQ(ProblemOf(job), std::pair(Code::Usage, setting));
+  }
 }

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "host/inspect/terminal.h"
+
+#include <cstddef>
+
+namespace mien {
+
+/// What standard output shows: its columns, 80 where it is no terminal, and the characters that the environment asks for.
+Terminal StandardOutputTerminal();
+
+/// The columns of standard error, 80 where it is no terminal.
+std::size_t StandardErrorColumns();
+
+/// Whether standard error is a terminal that can move its cursor: not where TERM is "dumb".
+bool StandardErrorIsTerminal();
+
+/// Whether messages have colour: on such a terminal, unless NO_COLOR is set and not empty.
+bool StandardErrorHasColour();
+
+} // namespace mien

@@ -1,0 +1,53 @@
+#include "host/jobs/job_progress.h"
+
+#include <algorithm>
+#include <streambuf>
+
+namespace mien {
+
+namespace {
+
+/// Passes on what is written to a stream and counts its lines.
+class LineCounter : public std::streambuf {
+public:
+  LineCounter(std::streambuf& to, std::size_t total, const JobProgress& progress)
+      : to_(to), total_(total), progress_(progress) {}
+
+protected:
+  std::streamsize xsputn(const char* text, std::streamsize size) override {
+    const auto lines = static_cast<std::size_t>(std::count(text, text + size, '\n'));
+    lines_ += lines;
+    const std::streamsize written = to_.sputn(text, size);
+    if (lines > 0) progress_(JobStage::Writing, lines_, total_);
+    return written;
+  }
+  int_type overflow(int_type c) override {
+    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+    const char one = traits_type::to_char_type(c);
+    return xsputn(&one, 1) == 1 ? c : traits_type::eof();
+  }
+  int sync() override { return to_.pubsync(); }
+
+private:
+  std::streambuf& to_;
+  std::size_t total_, lines_ = 0;
+  const JobProgress& progress_;
+};
+
+} // namespace
+
+ReadProgress ReadingProgress(const JobProgress& progress) {
+  if (!progress) return nullptr;
+  return [&progress](std::size_t done, std::size_t total) { progress(JobStage::Reading, done, total); };
+}
+
+void WriteWithProgress(std::ostream& out, std::size_t total, const JobProgress& progress,
+                       const std::function<void(std::ostream&)>& write) {
+  if (!progress) return write(out);
+  LineCounter counter(*out.rdbuf(), total, progress);
+  std::ostream counted(&counter);
+  write(counted);
+  if (!counted) out.setstate(std::ios::badbit); // the disk may be full
+}
+
+} // namespace mien
