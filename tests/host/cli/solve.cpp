@@ -273,9 +273,10 @@ TEST_F(SolveCommand, HeadMarkersHaveAFillingOfTheirOwn) {
   const auto [filled, printed] = Solved("markers.csv");
   EXPECT_THAT(printed, HasSubstr("head gaps  26 positions missing, 26 filled (pattern:2)\n"));
   const auto [empty, printed_empty] = Solved("markers.csv", {"--fill-head", "none"});
-  EXPECT_THAT(printed_empty, AllOf(HasSubstr("head gaps  26 positions missing, 0 filled (filling is off)\n"),
-                                HasSubstr("in HeadBack (26)\n"), HasSubstr("65 positions missing, 11 filled"),
-                                HasSubstr("found in every frame"))); // by the four others
+  EXPECT_THAT(printed_empty,
+              AllOf(HasSubstr("head gaps  26 positions missing, 0 filled (filling is off)\n"),
+                    HasSubstr("in HeadBack (26)\n"), HasSubstr("65 positions missing, 11 filled"),
+                    HasSubstr("found in every frame"))); // by the four others
   EXPECT_EQ(LargestDifference(filled, empty, "", 0, 169), 0);
 }
 
@@ -340,7 +341,8 @@ TEST_F(SolveCommand, ASlippedHeadMarkerIsNamedAndDoesNotTipTheFace) {
   const auto [kept, printed_kept] = Solved("slipped.csv", With(neutral, {"--keep-slipped"}));
   EXPECT_THAT(printed_kept, Not(HasSubstr("away from its place")));
   EXPECT_GT(LargestDifference(right, kept), 0.5);
-  const auto [tolerated, printed_tolerated] = Solved("slipped.csv", With(neutral, {"--head-tolerance", "100"}));
+  const auto [tolerated, printed_tolerated] =
+      Solved("slipped.csv", With(neutral, {"--head-tolerance", "100"}));
   EXPECT_THAT(printed_tolerated, Not(HasSubstr("away from its place")));
   EXPECT_EQ(LargestDifference(kept, tolerated), 0);
 }
