@@ -12,6 +12,16 @@ void AddTakeOptions(Command& command, ReadOptions& options) {
                .type = "ID",
                .help = "The face to read, of a landmark CSV with several: its face_id. Default: the first"},
               options.face);
+  command.AddParsed({.names = "--input-rate",
+                     .type = "HZ",
+                     .help =
+                         "The rate of a take whose file has neither times nor a rate, such as 25 or 29.97. "
+                         "Default: 30"},
+                    [&options](const std::string& text) -> Command::Fault {
+                      options.input_rate = ParseFrameRate(text);
+                      if (options.input_rate) return std::nullopt;
+                      return fmt::format("\"{}\" is not a rate, such as 25, 29.97 or 30000/1001", text);
+                    });
 }
 
 void AddNeutralOption(Command& command, std::optional<FrameRange>& range) {

@@ -11,15 +11,16 @@
 
 namespace mien {
 
-/// The names in a comma-separated text's header row, which is its first row that is not blank; a byte order
-/// mark, blanks and quotes around a name, and empty names at the end are taken off.
+/// The names in a table's header row, which is its first row that is not blank. A byte order mark, blanks and quotes
+/// around a name, and empty names at the end are left out.
 std::vector<std::string_view> CsvColumns(std::string_view bytes);
 
-/// Walks a comma-separated table of numbers row by row and finds its fields by column.
+/// Walks a table of comma-separated numbers row by row and finds its fields by column.
 ///
-/// Takes LF and CRLF, a byte order mark, a missing last line end, rows without content, blanks around fields
-/// and empty fields past the last column. Everything else that does not fit throws InputError with file, line
-/// and column.
+/// Takes LF and CRLF, a byte order mark, a missing last line end, rows without content, blanks around fields, fields in
+/// quotes, and empty fields past the last column. Finish notes what else it reads: semicolons or tabs as separators,
+/// decimal commas, CR CR LF, and a last row that is cut short, which is left out. Everything else that does not fit
+/// throws InputError with file, line and column.
 ///
 /// Fields are quickest when asked for from left to right; those in between are skipped unread.
 class CsvReader {
@@ -33,20 +34,27 @@ public:
   /// Index of the column of this name, letter case included. Throws InputError if there are two.
   std::optional<std::size_t> Column(std::string_view name) const;
 
-  /// Goes to the next row; false at the end. The row left behind is checked for too few or too many fields.
+  /// Goes to the next row; false at the end. Checks the row left behind for too few or too many fields.
   bool Next();
 
-  /// The current row's field without the blanks around it.
+  /// For a row that could not be read: if the file ends in it without a line end, the row is cut short and is left out,
+  /// unless it is the only one. Answers whether it is.
+  bool LeaveOutIfCut();
+
+  /// After the last row: adds the notes on the text. Throws InputError where a comma may be decimal or separate thousands.
+  void Finish(std::vector<Note>& notes) const;
+
+  /// The current row's field without quotes and without the blanks around it. Valid until Next.
   std::string_view Text(std::size_t column);
 
   /// The current row's line, counted from 1; before the first Next the header's.
   std::size_t Line() const { return line_number_; }
 
-  /// The field as a number with a decimal point, whatever the locale. `fix` tells the user what else could
-  /// stand there.
+  /// The field as a number, whatever the locale. `fix` says what else could stand there.
   double Number(std::size_t column, std::string_view fix = "write a plain number, such as 12.5");
 
-  /// The same, but nothing for an empty field and a NaN for one, however it is spelt.
+  /// The same, but nothing for an empty field, a NaN for one, however it is spelt, and infinity for one or for what is
+  /// beyond the range of a double.
   std::optional<double> NumberIfAny(std::size_t column,
                                     std::string_view fix = "write a plain number, such as 12.5");
 
@@ -59,18 +67,34 @@ public:
   [[noreturn]] void FailAt(Code code, std::size_t column, std::string_view what, std::string_view fix) const;
 
 private:
+  bool SetLine(std::string_view line);
+  bool Unquote(std::string_view line);
+  std::size_t FieldCount() const;
   void Seek(std::size_t column);
+  std::optional<double> OddNumber(std::size_t column, std::string_view fix);
   void CheckFieldCount();
   [[noreturn]] void FailShort(std::size_t column) const;
 
   std::string file_;
   std::vector<std::string_view> columns_;
   std::vector<std::size_t> by_name_; // the columns, sorted by their names
-  std::string_view rest_;            // what follows the current line
+  std::vector<Note> header_notes_;
+  std::string_view rows_;     // all of them
+  std::string_view rest_;     // what follows the current line
+  char separator_ = ',';      // of the file's fields
+  std::size_t row_count_ = 0; // up to the current one
   std::size_t line_number_ = 0;
-  std::string_view line_; // the current row, without its line end; empty before the first
-  std::size_t field_ = 0; // the column that starts at at_
-  std::size_t at_ = 0;    // offset in line_; its size + 1 when there is no field_
+  std::optional<std::size_t> cut_line_;
+
+  std::string_view line_;     // the current row, without its line end; empty before the first
+  std::string unquoted_;      // what line_ is of, where the file has quotes
+  char line_separator_ = ','; // of line_
+  std::size_t field_ = 0;     // the column that starts at at_
+  std::size_t at_ = 0;        // offset in line_; its size + 1 when there is no field_
+
+  std::size_t comma_line_ = 0; // where the first decimal comma is; 0 without one
+  std::string comma_text_;     // its number
+  bool no_thousands_ = false;  // one comma cannot separate thousands
 };
 
 } // namespace mien

@@ -2,12 +2,14 @@
 
 #include "host/base/error.h"
 #include "host/base/text.h"
+#include "host/files/foreign_file.h"
 #include "host/files/mapped_file.h"
 #include "host/formats/c3d.h"
 #include "host/formats/csv.h"
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
 #include "host/formats/trc.h"
+#include "host/takes/doubtful_positions.h"
 #include "host/takes/timecode.h"
 
 #include <fmt/format.h>
@@ -17,7 +19,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace mien {
@@ -44,12 +45,12 @@ constexpr Format kFormats[] = {
     {kLandmarkCsv, "columns frame, timestamp, X_0, ... Z_67",
      [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
-       return ReadLandmarkCsv(bytes, file, options.face);
+       return ReadLandmarkCsv(bytes, file, options.face, options.input_rate);
      }},
     {"marker CSV", "columns frame,time,NAME.x,NAME.y,NAME.z,...",
      [](std::string_view bytes) { return IsMarkerCsv(CsvColumns(bytes)); },
-     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
-       return ReadMarkerCsv(bytes, file);
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadMarkerCsv(bytes, file, options.input_rate);
      }},
 };
 
@@ -96,20 +97,7 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
 }
 
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
-  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
-    throw InputError(Code::Unsupported, file, "", "the text is UTF-16", "save it as UTF-8");
   if (IsShapeWeights(CsvColumns(bytes))) FailShapeWeights(bytes, file);
-
-  std::string header(bytes.substr(0, bytes.find('\n')));
-  for (const auto& [separator, name] : {std::pair(';', "semicolons"), std::pair('\t', "tabs")}) {
-    std::string with_commas = header;
-    std::replace(with_commas.begin(), with_commas.end(), separator, ',');
-    const std::vector<std::string_view> columns = CsvColumns(with_commas);
-    if (IsLandmarkCsv(columns) || IsMarkerCsv(columns))
-      throw InputError(Code::Unsupported, file, "1", fmt::format("the columns are separated by {}", name),
-                       "save the table with commas between the columns and points in the numbers");
-  }
-
   std::string formats;
   for (const Format& format : kFormats)
     formats += fmt::format("{}{} ({})", formats.empty() ? "" : ", ", format.name, format.looks);
@@ -137,6 +125,7 @@ Take ReadTake(const std::filesystem::path& path, const ReadOptions& options) {
 Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions& options) {
   if (bytes.find_first_not_of(" \t\r\n") == std::string_view::npos)
     throw InputError(Code::Empty, name, "", "the file is empty", "export the take again");
+  RefuseForeignFile(bytes, name, "a take", "export the take as C3D, TRC or CSV");
   for (const Format& format : kFormats) {
     if (!format.is(bytes)) continue;
     if (options.face && format.name != kLandmarkCsv)
@@ -146,6 +135,7 @@ Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions
     take.file = name;
     take.name = std::filesystem::path(name).stem().string();
     take.format = format.name;
+    ClearFarPositions(take);
     if (options.strict && !take.notes.empty()) FailStrictly(take);
     return take;
   }

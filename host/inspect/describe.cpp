@@ -1,6 +1,7 @@
 #include "host/inspect/describe.h"
 
 #include "host/base/text.h"
+#include "host/takes/doubtful_positions.h"
 #include "host/takes/gaps.h"
 
 #include <fmt/format.h>
@@ -121,6 +122,7 @@ TakeDescription Describe(const Take& take) {
   d.timecode = take.timecode;
   d.events = take.events;
   d.notes = Messages(take.notes);
+  if (IsOnePlace(take)) d.notes.emplace_back("all markers are in one place in every frame");
   d.frame_numbers = take.frames;
   d.times = take.times;
   d.like_names = LikeNames(take.markers);

@@ -85,6 +85,18 @@ struct Take {
     return frames.size() - 1;
   }
 
+  /// Takes back the last AddFrame.
+  void RemoveLastFrame() {
+    Block& block = blocks_.back();
+    const std::size_t size = block.positions.size() - markers.size();
+    block.positions.resize(size);
+    block.origins.resize(size);
+    if (HasSightings()) block.sightings.resize(size);
+    frames.pop_back();
+    times.pop_back();
+    if (frames.size() == ((blocks_.size() - 1) << block_bits_)) blocks_.pop_back();
+  }
+
   /// The position at a frame and marker, both by index; null for a gap. Stays valid until the next AddFrame.
   const Point* At(std::size_t frame, std::size_t marker) const {
     const Block& block = blocks_[frame >> block_bits_];

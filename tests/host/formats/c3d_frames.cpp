@@ -1,5 +1,6 @@
 #include "host/formats/c3d_frames.h"
 
+#include "host/formats/c3d.h"
 #include "tests/host/formats/read_c3d.h"
 #include "tests/host/note.h"
 
@@ -57,7 +58,8 @@ TEST(C3dFrames, DecFloatsKeepEveryBitOverTheirRange) {
     file.Encode(C3dBuilder::kDec, true);
     file.frames = {{{value, 0, 0, 1}, {1, 1, 1, 1}}};
     file.Words("POINT", "FRAMES", {1});
-    EXPECT_EQ(Read(file).At(0, 0)->x, static_cast<double>(static_cast<float>(value))) << value;
+    const Take take = mien::ReadC3d(file.Bytes(), "take.c3d"); // ReadTake makes gaps of what is too far
+    EXPECT_EQ(take.At(0, 0)->x, static_cast<double>(static_cast<float>(value))) << value;
   }
 }
 

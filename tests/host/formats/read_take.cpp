@@ -1,5 +1,6 @@
 #include "host/formats/read_take.h"
 
+#include "tests/host/formats/c3d_builder.h"
 #include "tests/host/input_error.h"
 #include "tests/host/note.h"
 #include "tests/host/temporary_folder.h"
@@ -77,21 +78,70 @@ TEST(ReadTake, TakesAnyBytesAsInput) {
   EXPECT_EQ(MemoryError("1,0,1,2,3\n"), "t: this is no take of a known format" + kKnownFormats);
 }
 
-TEST(ReadTake, NamesTheEncodingOfUtf16) {
-  EXPECT_EQ(MemoryError("\xFF\xFE"
-                        "f"),
-            "t: the text is UTF-16; save it as UTF-8");
-  EXPECT_EQ(MemoryError(std::string("\xFE\xFF\0f", 4)), "t: the text is UTF-16; save it as UTF-8");
+TEST(ReadTake, FilesGivenByMistakeAreNamed) {
+  EXPECT_EQ(MemoryError("\x1F\x8B\x08"),
+            "t: this is a gzip archive, not a take; unpack it and name the file in it");
+  EXPECT_EQ(MemoryError("PK\x03\x04"),
+            "t: this is a zip archive, not a take; unpack it and name the file in it, or "
+            "save a spreadsheet as CSV");
+  EXPECT_EQ(MemoryError("<!DOCTYPE html>\n<html>"),
+            "t: this is a web page, not a take; download the file itself: this "
+            "page was saved in its place");
+  EXPECT_EQ(MemoryError("version https://git-lfs.github.com/spec/v1\noid sha256:0\nsize 9\n"),
+            "t: this is a Git LFS pointer, which stands for the file, not a take; fetch the file with git "
+            "lfs pull");
+  EXPECT_EQ(MemoryError("%PDF-1.7"), "t: this is a PDF, not a take; export the take as C3D, TRC or CSV");
 }
 
-TEST(ReadTake, NamesSeparatorsThatAreNoCommas) {
-  const std::string fix = "; save the table with commas between the columns and points in the numbers";
-  EXPECT_EQ(MemoryError("frame;time;A.x;A.y;A.z\n1;0;1,5;2;3\n"),
-            "t:1: the columns are separated by semicolons" + fix);
-  EXPECT_EQ(MemoryError("frame\ttime\tA.x\tA.y\tA.z\n1\t0\t1\t2\t3\n"),
-            "t:1: the columns are separated by tabs" + fix);
-  EXPECT_EQ(MemoryError("frame; timestamp; X_0\n1;0;1\n"),
-            "t:1: the columns are separated by semicolons" + fix);
+TEST(ReadTake, NamesTheEncodingOfUtf16AndUtf32) {
+  EXPECT_EQ(MemoryError("\xFF\xFE"
+                        "f"),
+            "t: this is UTF-16 text, not a take; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\xFE\xFF\0f", 4)),
+            "t: this is UTF-16 text, not a take; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\xFF\xFE\0\0f\0\0\0", 8)),
+            "t: this is UTF-32 text, not a take; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\0\0\xFE\xFF\0\0\0f", 8)),
+            "t: this is UTF-32 text, not a take; save it as UTF-8");
+}
+
+TEST(ReadTake, KnowsTablesByAnySeparator) {
+  EXPECT_EQ(ReadTake("frame;time;A.x;A.y;A.z\n1;0;1,5;2;3\n2;0,5;1;2;3\n", "t").format, "marker CSV");
+  EXPECT_EQ(ReadTake("frame\ttime\tA.x\tA.y\tA.z\n1\t0\t1\t2\t3\n", "t").format, "marker CSV");
+  EXPECT_THAT(MemoryError("frame; timestamp; X_0\n1;0;1\n"),
+              StartsWith("t:1: the column \"X_1\" is missing;"));
+}
+
+TEST(ReadTake, PositionsBeyondAKilometreAreGapsInEveryFormat) {
+  const std::string note = "positions beyond a kilometre, taken as gaps: 1, the first: \"A\" in frame 2";
+  const Take csv = ReadTake("frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,-1e155\n", "t");
+  EXPECT_NE(csv.At(0, 0), nullptr);
+  EXPECT_EQ(csv.At(1, 0), nullptr);
+  EXPECT_THAT(csv.notes, testing::ElementsAre(note));
+  const Take trc =
+      ReadTake("PathFileType\t4\t(X/Y/Z)\tt.trc\nDataRate\tCameraRate\tNumFrames\tNumMarkers\tUnits\t"
+               "OrigDataRate\tOrigDataStartFrame\tOrigNumFrames\n30\t30\t2\t1\tm\t30\t1\t2\n"
+               "Frame#\tTime\tA\t\t\n\t\tX1\tY1\tZ1\n\n1\t0\t1\t2\t3\n2\t0.0333\t1001\t0\t0\n",
+               "t");
+  EXPECT_NE(trc.At(0, 0), nullptr);
+  EXPECT_EQ(trc.At(1, 0), nullptr);
+  EXPECT_THAT(trc.notes, testing::ElementsAre(note));
+  tests::C3dBuilder builder; // of two markers and three frames
+  builder.frames[1][0] = {0, 2e6, 0, 1};
+  const Take c3d = ReadTake(builder.Bytes(), "t");
+  EXPECT_EQ(c3d.At(1, 0), nullptr);
+  EXPECT_NE(c3d.At(0, 0), nullptr);
+  EXPECT_THAT(
+      c3d.notes,
+      testing::Contains("positions beyond a kilometre, taken as gaps: 1, the first: \"LipU\" in frame 2"));
+}
+
+TEST(ReadTake, ARateIsForFilesWithoutTimes) {
+  const mien::ReadOptions options = {.input_rate = mien::FrameRate{25, 1}};
+  EXPECT_EQ(ReadTake("frame,A.x,A.y,A.z\n1,1,2,3\n2,4,5,6\n", "t", options).times[1], 0.04);
+  EXPECT_EQ(ProblemOf([&] { ReadTake(kTake, "t", options); }), "usage at no place");
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(kTake, "t", options); }),
+            "t: the file has times or a rate of its own; leave out --input-rate, which is for files without");
 }
 
 TEST(ReadTake, AFaceIsChosenOfLandmarksOnly) {

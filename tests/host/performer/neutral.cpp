@@ -526,6 +526,20 @@ TEST(FindNeutral, AFaceThatDoesNotTellWhereItLooksIsAnError) {
   EXPECT_THAT(InputErrorOf([&] { Found(Performance(0), performer); }), HasSubstr("plain.json:/parts"));
 }
 
+TEST(FindNeutral, MarkersThatAreAllInOnePlaceAreAnError) {
+  Take take = EmptyTake();
+  take.file = "t.csv";
+  NeutralPose face = PlainFace();
+  for (auto& [name, p] : face) p = {1, 2, 3};
+  for (int f = 0; f < 3; ++f) Film(take, face);
+  EXPECT_EQ(InputErrorOf([&] { Found(take); }),
+            "t.csv: all markers are in one place in every frame; export the take again");
+  EXPECT_EQ(ProblemOf([&] {
+              FindNeutral(take, PlainPerformer(), FrameRange{1, 1});
+            }),
+            "unsolvable at no place");
+}
+
 // From 20 mm to two metres across, along whichever axis. A single place is not across anything.
 TEST(FindNeutral, AFaceIsOfStrangeSizeBelowTwoCentimetresAndAboveTwoMetres) {
   const auto notes = [](const Point& p) {
