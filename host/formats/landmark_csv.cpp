@@ -6,6 +6,7 @@
 #include "host/formats/csv_frames.h"
 #include "host/formats/csv_gaps.h"
 #include "host/formats/csv_names.h"
+#include "host/takes/far_positions.h"
 
 #include <fmt/format.h>
 
@@ -18,6 +19,7 @@
 #include <limits>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -176,23 +178,28 @@ private:
     const std::string_view fix = columns_.has_depth
                                      ? "write millimetres, such as 12.5, or success 0 if the face was lost"
                                      : "write pixels, such as 12.5, or success 0 if the face was lost";
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
     std::array<double, kAxes.size() * kLandmarks> value{};
-    for (const Coordinate& c : columns_.coordinates) {
-      const std::optional<double> number = csv_.NumberIfAny(c.column, fix);
-      if (number && std::isfinite(*number)) {
-        value[c.slot] = *number;
-      } else {
-        gaps_.Add(csv_, c.column);
-        value[c.slot] = std::numeric_limits<double>::quiet_NaN();
-      }
-    }
+    for (const Coordinate& c : columns_.coordinates)
+      value[c.slot] = csv_.NumberIfAny(c.column, fix).value_or(kNone);
     for (std::size_t i = 0; i < kLandmarks; ++i) {
-      const double x = value[i];
-      const double y = value[kLandmarks + i];
-      const double z = value[2 * kLandmarks + i];
-      const bool missing = std::isnan(x) || std::isnan(y) || std::isnan(z);
-      if (!missing && (x != 0 || y != 0 || z != 0)) take_.Set(frame, i, {x, -y, columns_.has_depth ? -z : 0});
+      const Point p = {value[i], -value[kLandmarks + i], columns_.has_depth ? -value[2 * kLandmarks + i] : 0};
+      if (!IsWithinReach(p))
+        NoteGap(value, i);
+      else if (p.x != 0 || p.y != 0 || p.z != 0)
+        take_.Set(frame, i, p);
     }
+  }
+
+  // Of a landmark with coordinates that are no numbers or too large.
+  void NoteGap(std::span<const double> value, std::size_t landmark) {
+    bool any_missing = false;
+    for (const Coordinate& c : columns_.coordinates)
+      if (c.slot % kLandmarks == landmark && !std::isfinite(value[c.slot])) {
+        gaps_.Add(csv_, c.column);
+        any_missing = true;
+      }
+    if (!any_missing) far_.Add(take_.markers[landmark], "line", static_cast<std::int64_t>(csv_.Line()));
   }
 
   void NoteRows() {
@@ -210,6 +217,7 @@ private:
            fmt::format("no column \"success\"; {} with a confidence below {} {}", Count(doubtful_, "row"),
                        kLeastConfidence, doubtful_ == 1 ? "is a gap" : "are gaps"));
     gaps_.AppendTo(take_.notes);
+    far_.AppendTo(take_.notes);
   }
 
   CsvReader& csv_;
@@ -222,6 +230,7 @@ private:
   std::size_t left_out_ = 0;     // rows of other faces
   std::size_t doubtful_ = 0;     // rows without enough confidence
   CsvGaps gaps_;
+  FarPositions far_;
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "host/formats/csv_frames.h"
 #include "host/formats/csv_gaps.h"
 #include "host/formats/csv_names.h"
+#include "host/takes/far_positions.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/timecode.h"
 
@@ -16,6 +17,7 @@
 #include <cmath>
 #include <cstddef>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <set>
 #include <utility>
@@ -261,6 +263,7 @@ public:
     }
     csv_.Finish(take_.notes);
     gaps_.AppendTo(take_.notes);
+    far_.AppendTo(take_.notes);
     const std::vector<std::size_t> order = frames_.Finish(csv_, take_);
     if (!header_.timecode_column) return;
     std::vector<std::string> timecodes(take_.FrameCount());
@@ -283,16 +286,20 @@ private:
       value[axis] = csv_.NumberIfAny(
           first_column + axis,
           "write millimetres, such as 12.5, or leave all three fields of an unseen marker empty");
-    const auto is_missing = [](const std::optional<double>& number) {
-      return !number || !std::isfinite(*number);
-    };
-    if (std::none_of(value.begin(), value.end(), is_missing)) {
-      take_.Set(frame, marker, {*value[0], *value[1], *value[2]});
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    const Point p = {value[0].value_or(kNone), value[1].value_or(kNone), value[2].value_or(kNone)};
+    if (IsWithinReach(p)) {
+      take_.Set(frame, marker, p);
       return;
     }
     if (!value[0] && !value[1] && !value[2]) return;
+    bool any_missing = false;
     for (std::size_t axis = 0; axis < value.size(); ++axis)
-      if (is_missing(value[axis])) gaps_.Add(csv_, first_column + axis);
+      if (!value[axis] || !std::isfinite(*value[axis])) {
+        gaps_.Add(csv_, first_column + axis);
+        any_missing = true;
+      }
+    if (!any_missing) far_.Add(take_.markers[marker], "line", static_cast<std::int64_t>(csv_.Line()));
   }
 
   CsvReader& csv_;
@@ -300,6 +307,7 @@ private:
   Take& take_;
   CsvFrames frames_;
   CsvGaps gaps_;
+  FarPositions far_;
   std::vector<std::string> timecodes_; // of the rows, as the file has them
 };
 

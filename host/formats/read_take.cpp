@@ -9,7 +9,6 @@
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
 #include "host/formats/trc.h"
-#include "host/takes/doubtful_positions.h"
 #include "host/takes/timecode.h"
 
 #include <fmt/format.h>
@@ -135,7 +134,6 @@ Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions
     take.file = name;
     take.name = std::filesystem::path(name).stem().string();
     take.format = format.name;
-    ClearFarPositions(take);
     if (options.strict && !take.notes.empty()) FailStrictly(take);
     return take;
   }

@@ -1,8 +1,8 @@
 #include "host/inspect/describe.h"
 
 #include "host/base/text.h"
-#include "host/takes/doubtful_positions.h"
 #include "host/takes/gaps.h"
+#include "host/takes/one_place.h"
 
 #include <fmt/format.h>
 

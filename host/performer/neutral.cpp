@@ -5,10 +5,10 @@
 #include "host/base/text.h"
 #include "host/cleaning/rigid_motion.h"
 #include "host/performer/neutral_head.h"
-#include "host/takes/doubtful_positions.h"
 #include "host/takes/frame_range.h"
 #include "host/takes/frame_span.h"
 #include "host/takes/marker_indices.h"
+#include "host/takes/one_place.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
