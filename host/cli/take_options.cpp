@@ -16,7 +16,7 @@ void AddTakeOptions(Command& command, ReadOptions& options) {
                      .type = "HZ",
                      .help =
                          "The rate of a take whose file has neither times nor a rate, such as 25 or 29.97. "
-                         "Default: 30"},
+                         "Default: 30; C3D: 100"},
                     [&options](const std::string& text) -> Command::Fault {
                       options.input_rate = ParseFrameRate(text);
                       if (options.input_rate) return std::nullopt;

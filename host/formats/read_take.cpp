@@ -34,12 +34,12 @@ struct Format {
 
 constexpr Format kFormats[] = {
     {"C3D", "optical capture, .c3d", IsC3d,
-     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
-       return ReadC3d(bytes, file);
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadC3d(bytes, file, options.input_rate);
      }},
     {"TRC", "tab-separated text that starts with PathFileType", IsTrc,
-     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
-       return ReadTrc(bytes, file);
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadTrc(bytes, file, options.input_rate);
      }},
     {kLandmarkCsv, "columns frame, timestamp, X_0, ... Z_67",
      [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },

@@ -142,6 +142,7 @@ private:
     Value value;
     value.kind = ReadCell(row, value.number);
     const auto number = WholeNumber(value);
+    rows_.lacks_numbers = rows_.lacks_numbers || !number;
     if (rows_.number_from) return number;
     if (!number)
       rows_.unnumbered = value.kind == Kind::Number
