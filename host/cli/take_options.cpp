@@ -5,12 +5,11 @@
 namespace mien {
 
 void AddTakeOptions(Command& command, ReadOptions& options) {
-  command.AddFlag(
-      {.names = "--strict", .type = "", .help = "Turn what the reader would forgive into an error"},
-      options.strict);
+  command.AddFlag({.names = "--strict", .type = "", .help = "Turn every note of the reader into an error"},
+                  options.strict);
   command.Add({.names = "--face",
                .type = "ID",
-               .help = "The face to read, of a landmark CSV with several: its face_id. Default: the first"},
+               .help = "The face_id to read of a landmark CSV with several faces. Default: the first"},
               options.face);
   command.AddParsed({.names = "--input-rate",
                      .type = "HZ",

@@ -22,7 +22,7 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r";
 constexpr bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr char kUnitSeparator = '\x1F'; // stands between the fields of a row whose quotes are taken off
+constexpr char kUnitSeparator = '\x1F'; // between the fields of a row without its quotes
 
 std::string_view Trim(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kBlanks);
@@ -88,8 +88,8 @@ std::vector<std::string_view> SplitHeader(std::string_view line) {
   return columns;
 }
 
-// "-12.5" and its like, as most fields are: up to seven characters and a sign, read all at once as a whole number over a
-// power of ten. Both are exact, so the quotient is rounded once: the bits are those of from_chars. Answers where the
+// "-12.5" and the like, as most fields are: up to seven characters and a sign, read all at once as a whole number over a
+// power of ten. Both are exact, so the quotient is rounded once: the bits equal those of from_chars. Returns where the
 // number ends; null for anything else.
 const char* ShortDecimal(const char* p, const char* end, double& value) {
   constexpr std::uint64_t kOnes = 0x0101010101010101;
@@ -181,8 +181,7 @@ std::optional<std::size_t> CsvReader::Column(std::string_view name) const {
   const auto named = [&](auto it) { return it != by_name_.end() && columns_[*it] == name; };
   if (!named(found)) return std::nullopt;
   if (named(found + 1))
-    Fail(Code::Duplicate, fmt::format("the column {} is there twice", Quoted(name)),
-         "keep the right one of them");
+    Fail(Code::Duplicate, fmt::format("the column {} occurs twice", Quoted(name)), "keep the right one");
   return *found;
 }
 
@@ -343,8 +342,8 @@ bool CsvReader::SetLine(std::string_view line) {
   return !is_last || FieldCount() >= columns_.size();
 }
 
-// Takes off the quotes: line_ has the fields as they are meant, with another separator between them. False if a quote is
-// not closed.
+// Removes the quotes: line_ becomes the fields without them, with another separator in between. False if a quote is not
+// closed.
 bool CsvReader::Unquote(std::string_view line) {
   unquoted_.clear();
   for (std::size_t at = 0; at <= line.size();) {
@@ -394,15 +393,16 @@ void CsvReader::CheckFieldCount() {
   Seek(columns_.size() - 1);
   const std::size_t end = line_.find(line_separator_, at_);
   if (end == std::string_view::npos || IsBlankRow(line_.substr(end))) return;
-  Fail(Code::Syntax, fmt::format("the row has {} fields and the header {}", FieldCount(), columns_.size()),
+  Fail(Code::Syntax,
+       fmt::format("the row has {} and the header {}", Count(FieldCount(), "field"), columns_.size()),
        "write one field per column, with decimal points and not commas");
 }
 
 void CsvReader::FailShort(std::size_t column) const {
-  FailAt(
-      Code::Truncated, column,
-      fmt::format("the row is cut short: it has {} fields and the header {}", FieldCount(), columns_.size()),
-      "complete the row or take it out");
+  FailAt(Code::Truncated, column,
+         fmt::format("the row is cut short: it has {} and the header {}", Count(FieldCount(), "field"),
+                     columns_.size()),
+         "complete the row or remove it");
 }
 
 } // namespace mien

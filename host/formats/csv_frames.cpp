@@ -49,7 +49,7 @@ std::optional<double> UnitsPerSecond(std::string_view column) {
 }
 
 std::string_view UnitRemark(double units_per_second) {
-  return units_per_second == 1 ? "" : ", in milliseconds";
+  return units_per_second == 1 ? "" : " (in milliseconds)";
 }
 
 FrameColumns FindFrameColumns(const CsvReader& csv, std::string_view time, CorrectedNames& corrected) {
@@ -102,14 +102,14 @@ bool CsvFrames::IsInOrder(const Take& take, std::size_t before, std::size_t afte
          (!columns_.time || take.times[before] < take.times[after]);
 }
 
-// Without an order in which both numbers and times rise nothing changes.
+// Does nothing if no order lets both numbers and times rise.
 std::vector<std::size_t> CsvFrames::Sort(Take& take) {
   std::vector<std::size_t> order(take.FrameCount());
   std::iota(order.begin(), order.end(), std::size_t{0});
   const auto not_in_order = [&](std::size_t a, std::size_t b) { return !IsInOrder(take, a, b); };
   const auto late = std::adjacent_find(order.begin(), order.end(), not_in_order);
   if (late == order.end() || (counted_ && !columns_.time)) return {};
-  const std::size_t first = *late + 1; // that comes too late
+  const std::size_t first = *late + 1; // out of order
   std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
     return columns_.time ? take.times[a] < take.times[b] : take.frames[a] < take.frames[b];
   });
@@ -139,7 +139,7 @@ void CsvFrames::CheckOrder(const CsvReader& csv, const Take& take) const {
            "give each frame one row, and each recording its own file");
     if (columns_.time && !(take.times[i] > take.times[i - 1]))
       fail(i, *columns_.time, fmt::format("the time {} s comes after {} s", take.times[i], take.times[i - 1]),
-           "give each row a time of its own, with enough decimals to tell them apart");
+           "give each row its own time, with enough decimals");
   }
 }
 
@@ -159,7 +159,8 @@ std::vector<std::size_t> CsvFrames::Finish(const CsvReader& csv, Take& take, dou
   if (counted_) std::iota(take.frames.begin(), take.frames.end(), std::int64_t{1});
 
   if (count > 0 && !columns_.time) {
-    constexpr std::int64_t kMost = 1'000'000'000'000; // more, and times would not tell each from the next
+    constexpr std::int64_t kMost =
+        1'000'000'000'000; // frames; beyond, the times of two neighbours could be equal
     if (take.frames.back() - take.frames.front() > kMost)
       csv.Fail(Code::InvalidValue,
                fmt::format("the frames go from {} to {}", take.frames.front(), take.frames.back()),

@@ -9,10 +9,10 @@
 
 namespace mien {
 
-/// The cells of a table that make gaps because they hold no finite number, for one note.
+/// Cells that make gaps because they hold no finite number, counted for one note.
 class CsvGaps {
 public:
-  /// Takes up a cell of the current row.
+  /// Adds a cell of the current row.
   void Add(const CsvReader& csv, std::size_t column);
 
   void AppendTo(std::vector<Note>& notes) const;

@@ -9,8 +9,9 @@ namespace mien {
 void CorrectedNames::Add(const CsvReader& csv, std::size_t column, std::string_view meant,
                          std::string_view remark) {
   const std::string_view name = csv.Columns()[column];
-  if (name != meant)
-    corrections_.push_back(
+  if (name != meant) // those with a remark first: the note shows one
+    corrections_.insert(
+        remark.empty() ? corrections_.end() : corrections_.begin(),
         fmt::format("column {} from {} to {}{}", column + 1, Quoted(name), Quoted(meant), remark));
 }
 

@@ -10,10 +10,10 @@
 
 namespace mien {
 
-/// The column names of a table that are read as others, for one note.
+/// Column names that are read as other names, collected for one note.
 class CorrectedNames {
 public:
-  /// Takes up a column unless its name is `meant` to the letter; `remark` goes behind that.
+  /// Adds a column unless its name equals `meant`, the regular one. `remark` follows it in the note.
   void Add(const CsvReader& csv, std::size_t column, std::string_view meant, std::string_view remark = "");
 
   /// Before the first row.

@@ -9,12 +9,12 @@
 
 namespace mien {
 
-/// The rate of a take whose file gives none: what the user names, or else 30 Hz, with a note that starts with `missing`:
-/// "no times".
+/// The rate of a take whose file gives none: the one that the user names, or else 30 Hz with a note. `missing` begins the
+/// note: "no times".
 FrameRate InputRate(const std::optional<FrameRate>& named, const std::string& missing,
                     std::vector<Note>& notes);
 
-/// Throws InputError of Code::Usage where a rate is named for a file that has its own.
+/// Throws InputError (Code::Usage) if the user names a rate: for a file that has one.
 void RefuseInputRate(const std::optional<FrameRate>& named, const std::string& file);
 
 } // namespace mien

@@ -88,7 +88,7 @@ std::vector<Coordinate> Coordinates(const CsvReader& csv, std::string_view axes)
   return coordinates;
 }
 
-// Where a table has what is read.
+// The columns that are read.
 struct Columns {
   bool has_depth = false;              // millimetres in 3D; otherwise pixels
   std::vector<Coordinate> coordinates; // from left to right
@@ -122,7 +122,7 @@ std::vector<std::string> FaceNames(const std::set<std::int64_t>& faces) {
   return names;
 }
 
-// Reads row by row, and notes after the last one what the rows held beside the face that is read.
+// Reads the rows, and notes after the last one what else they held.
 class RowReader {
 public:
   RowReader(CsvReader& csv, const Columns& columns, std::optional<std::int64_t> face_id,
@@ -158,7 +158,7 @@ private:
       }
     }
     const std::size_t frame = frames_.AddFrame(csv_, take_);
-    // What stands in the other columns of a face that was lost means nothing.
+    // The other columns of a face that was lost mean nothing.
     if (columns_.success && !(Cell(*columns_.success).value_or(0) != 0)) return;
     if (columns_.confidence && !(Cell(*columns_.confidence).value_or(0) >= kLeastConfidence))
       ++doubtful_;
@@ -191,7 +191,7 @@ private:
     }
   }
 
-  // Of a landmark with coordinates that are no numbers or too large.
+  // A landmark with a coordinate that is no number or too large.
   void NoteGap(std::span<const double> value, std::size_t landmark) {
     bool any_missing = false;
     for (const Coordinate& c : columns_.coordinates)
@@ -222,8 +222,8 @@ private:
 
   CsvReader& csv_;
   const Columns& columns_;
-  const std::optional<std::int64_t> face_id_; // that is asked for
-  std::optional<std::int64_t> chosen_;        // that is read
+  const std::optional<std::int64_t> face_id_; // the user's
+  std::optional<std::int64_t> chosen_;        // the one that is read
   Take& take_;
   CsvFrames frames_;
   std::set<std::int64_t> faces_; // in the file

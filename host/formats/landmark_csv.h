@@ -26,15 +26,15 @@ namespace mien {
 /// tracked.
 bool IsLandmarkCsv(const std::vector<std::string_view>& columns);
 
-/// Of several faces reads that of `face_id`, or without one the first. `input_rate` is the rate of a table without times.
+/// Of several faces, reads the one of `face_id`, or without it the first. `input_rate` is the rate of a table without times.
 /// Throws InputError if there is no row of the face, and for a landmark beyond 67: the table is of another scheme, in which
 /// the first 68 are other places of the face.
 Take ReadLandmarkCsv(std::string_view bytes, const std::string& file,
                      std::optional<std::int64_t> face_id = std::nullopt,
                      const std::optional<FrameRate>& input_rate = std::nullopt);
 
-/// Writes a take that has the markers lm0 to lm67. Millimetres get `decimals` digits (0 or more; trackers
-/// write 1), times 3 or, if that is more, `decimals`. Throws InputError if a marker is missing.
+/// Writes a take that has the markers lm0 to lm67: millimetres with `decimals` digits (0 or more; trackers
+/// write 1), times with 3 digits or `decimals`, whichever is more. Throws InputError if a marker is missing.
 void WriteLandmarkCsv(const Take& take, std::ostream& out, int decimals = 1);
 
 } // namespace mien

@@ -130,7 +130,7 @@ private:
     for (std::size_t column = header_.first_marker_column; column < columns_.size(); column += kAxes.size()) {
       const std::string_view name = ReadMarker(column);
       if (!known.insert(name).second)
-        csv_.Fail(Code::Duplicate, fmt::format("the marker {} is there twice", Quoted(name)),
+        csv_.Fail(Code::Duplicate, fmt::format("the marker {} occurs twice", Quoted(name)),
                   "give each marker its own name");
       header_.markers.emplace_back(name);
     }
@@ -192,14 +192,14 @@ private:
   CorrectedNames corrected_;
 };
 
-// Counts per second of a timecode whose column does not say them.
+// Counts per second of a timecode, if its column does not give them.
 FrameRate TimecodeRate(const FrameRate& take_rate) {
   constexpr double kMost = 60;
   return FrameRateOf(take_rate.Hz() / std::ceil(take_rate.Hz() / kMost)).value_or(take_rate);
 }
 
-// Sets the take's timecode from the first row's, and notes rows that do not follow from it. The rest of the take is
-// complete. `rows` are the timecodes as the file has them, and `lines` their lines (sizes: frames); empty where there is none.
+// Sets the take's timecode to the first row's, and notes rows that do not follow from it. The rest of the take is complete.
+// `rows` are the timecodes in the file, empty where there is none, and `lines` their lines (sizes: frames).
 void SetTimecodeByRows(const CsvReader& csv, const Header& header, const std::vector<std::string>& rows,
                        const std::vector<std::size_t>& lines, Take& take) {
   const std::string column = fmt::format("column {}", Quoted(csv.Columns()[*header.timecode_column]));
@@ -247,7 +247,7 @@ void SetTimecodeByRows(const CsvReader& csv, const Header& header, const std::ve
          fmt::format("{} of {} timecodes do not follow from the first: {}", off, count, first_off)});
 }
 
-// The rows of a table whose header is known.
+// Reads the rows, once the header is known.
 class RowReader {
 public:
   RowReader(CsvReader& csv, const Header& header, const std::optional<FrameRate>& input_rate, Take& take)
@@ -321,7 +321,7 @@ void CheckNames(const Take& take) {
                        "rename it, without comma, quote, line end or leading blank");
     if (!known.insert(name).second)
       throw InputError(Code::Duplicate, take.name, "",
-                       fmt::format("the marker {} is there twice", Quoted(name)),
+                       fmt::format("the marker {} occurs twice", Quoted(name)),
                        "give each marker its own name");
   }
 }

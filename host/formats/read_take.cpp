@@ -27,7 +27,7 @@ constexpr std::string_view kLandmarkCsv = "landmark CSV";
 
 struct Format {
   std::string_view name;
-  std::string_view looks; // what a user recognises it by
+  std::string_view looks; // how a user recognises it
   bool (*is)(std::string_view bytes);
   Take (*read)(std::string_view bytes, const std::string& file, const ReadOptions& options);
 };
@@ -59,7 +59,7 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
          EqualIgnoringCase(columns[1], "blendshapecount");
 }
 
-// Says what is in a table of shape weights, from its timecodes: of 60 counts a second whatever the rate of its rows.
+// Describes a table of shape weights by its timecodes, which count 60 a second at any rate of rows.
 [[noreturn]] void FailShapeWeights(std::string_view bytes, const std::string& file) {
   constexpr FrameRate kClock = {60, 1};
   std::size_t lines = 0; // the header among them
@@ -92,7 +92,7 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
     what += fmt::format(" over {:.1f} s, {:.0f} frames dropped", seconds, dropped);
   }
   throw InputError(Code::Unsupported, file, "", what + "), and no markers to solve",
-                   "give the take of markers, or bring the weights to the character as they are");
+                   "name the take of markers, or use the weights on the character directly");
 }
 
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {

@@ -12,9 +12,9 @@
 namespace mien {
 
 struct ReadOptions {
-  bool strict = false;                   ///< throw where the take would get notes
-  std::optional<std::int64_t> face = {}; ///< of a landmark CSV with several: its face_id; the first without
-  std::optional<FrameRate> input_rate = {}; ///< of a file that has neither times nor a rate
+  bool strict = false;                      ///< throw for everything that would be a note
+  std::optional<std::int64_t> face = {};    ///< the face_id to read of a landmark CSV; the first without
+  std::optional<FrameRate> input_rate = {}; ///< for a file that has neither times nor a rate
 };
 
 /// Reads a take from a file. Its content decides the format, not the file's ending. In every format, positions beyond a

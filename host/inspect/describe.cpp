@@ -24,7 +24,7 @@ void Include(std::optional<Extents>& extents, const Extents& more) {
 
 double Period(const FrameRate& rate) { return rate.numerator > 0 ? rate.Seconds(1) : 0; }
 
-/// The gaps of each marker, and which of them is the longest.
+/// The gaps of each marker, and the longest of them.
 void MeasureGaps(const Take& take, std::vector<MarkerDescription>& markers) {
   std::vector<std::vector<FrameSpan>> gaps = GapsOfAll(take);
   for (std::size_t m = 0; m < markers.size(); ++m) {
@@ -40,10 +40,10 @@ void MeasureGaps(const Take& take, std::vector<MarkerDescription>& markers) {
   }
 }
 
-/// Where each marker's positions lie and come from.
+/// The extents and origins of each marker's positions.
 void MeasurePositions(const Take& take, std::vector<MarkerDescription>& markers) {
   struct Residuals {
-    double sum = 0; // in units of Take::residual_mm, of which there are whole ones only
+    double sum = 0; // in whole units of Take::residual_mm
     std::size_t count = 0;
   };
   std::vector<Residuals> residuals(markers.size());

@@ -21,7 +21,7 @@ double StepFrames(const Take& take, std::size_t i) {
 }
 double StepSeconds(const Take& take, std::size_t i) { return take.times[i] - take.times[i - 1]; }
 
-// Seconds from frame to frame, as most of them are.
+// The usual seconds from frame to frame: their median.
 double UsualPeriod(const Take& take) {
   std::vector<double> periods(take.FrameCount() - 1);
   for (std::size_t i = 0; i < periods.size(); ++i)
@@ -67,11 +67,11 @@ MeasuredRate MeasureRuns(Take& take, int decimals) {
 
 bool Near(double a, double b, double room) { return std::abs(a - b) <= room; }
 
-// The rate that a camera may have had where this one was measured. The rate itself if it is as good as whole. Else a short
-// take leaves room for several: a usual one is likeliest, then a whole one, then an NTSC one.
+// The camera's likely rate, where this one was measured: the rate itself if it is practically whole. Otherwise a short take
+// leaves several possible: a usual one is likeliest, then a whole one, then an NTSC one.
 double Snap(const MeasuredRate& measured) {
   const auto [rate, room] = measured;
-  // Times kept in single precision are off by more than their many decimals say, but by less than this part.
+  // Times in single precision are off by more than their many decimals suggest, but by less than this fraction.
   const double precision = rate * 1e-6;
   const double whole = std::round(rate);
   if (whole > 0 && Near(whole, rate, precision)) return whole;

@@ -130,11 +130,11 @@ TEST(CsvReader, RefusesToChooseBetweenTwoColumnsOfAName) {
   const CsvReader csv("a,b, a\n", "t.csv");
   EXPECT_EQ(csv.Column("b"), 1u);
   EXPECT_EQ(InputErrorOf([&] { csv.Column("a"); }),
-            "t.csv:1: the column \"a\" is there twice; keep the right one of them");
+            "t.csv:1: the column \"a\" occurs twice; keep the right one");
 }
 
 TEST(CsvReader, RowCutShortNamesLineAndFirstColumnLost) {
-  const std::string fix = "; complete the row or take it out";
+  const std::string fix = "; complete the row or remove it";
   EXPECT_EQ(InputErrorOf([] { Table("a,b,c\n1,2,3\n4,5\n6,7,8\n"); }),
             "t.csv:3: column \"c\": the row is cut short: it has 2 fields and the header 3" + fix);
   EXPECT_EQ(InputErrorOf([] {
@@ -142,7 +142,7 @@ TEST(CsvReader, RowCutShortNamesLineAndFirstColumnLost) {
               csv.Next();
               csv.Number(1);
             }),
-            "t.csv:2: column \"b\": the row is cut short: it has 1 fields and the header 3" + fix);
+            "t.csv:2: column \"b\": the row is cut short: it has 1 field and the header 3" + fix);
 }
 
 TEST(CsvReader, ChecksRowsOfWhichNothingWasAsked) {
@@ -152,8 +152,7 @@ TEST(CsvReader, ChecksRowsOfWhichNothingWasAsked) {
                 while (csv.Next()) {}
               }),
               "t.csv:2: column \"c\": the row is cut short: it has 2 fields and the header 3; complete the "
-              "row or take "
-              "it out");
+              "row or remove it");
 }
 
 TEST(CsvReader, TooManyFieldsNameTheLineThoughOnlyTheFirstWasAsked) {

@@ -124,8 +124,8 @@ TEST(CsvFrames, MillisecondsBecomeSecondsToTheBit) {
   EXPECT_THAT(take.times, ElementsAre(0, 0.033, 0.067, 0.1));
   EXPECT_EQ(take.rate.Hz(), 30) << "known to a millisecond: 29.9 to 30.1 Hz";
   EXPECT_THAT(take.notes,
-              ElementsAre("line 1: column names corrected: column 2 from \"time_ms\" to \"time\", in "
-                          "milliseconds"));
+              ElementsAre("line 1: column names corrected: column 2 from \"time_ms\" to \"time\" (in "
+                          "milliseconds)"));
 }
 
 TEST(CsvFrames, OfSeveralTimesTheNamedOneCountsAndThenTheFirstInSeconds) {
@@ -208,10 +208,9 @@ TEST(CsvFrames, NothingIsSortedWhereNumbersAndTimesContradictEachOther) {
       ErrorOf("1,0\n2,1\n1,0.01\n2,1.01\n"),
       "t.csv:4: column \"frame\": frame 1 comes after frame 2; give each frame one row, and each recording "
       "its own file");
-  EXPECT_EQ(
-      ErrorOf("1,0.5\n2,0.25\n"),
-      "t.csv:3: column \"time\": the time 0.25 s comes after 0.5 s; give each row a time of its own, with "
-      "enough decimals to tell them apart");
+  EXPECT_EQ(ErrorOf("1,0.5\n2,0.25\n"),
+            "t.csv:3: column \"time\": the time 0.25 s comes after 0.5 s; give each row its own time, with "
+            "enough decimals");
   EXPECT_EQ(ErrorOf("3,1\n1,0\n2,1\n"),
             "t.csv:3: column \"frame\": frame 1 comes after frame 3; give each frame "
             "one row, and each recording its own file");
@@ -231,8 +230,8 @@ TEST(CsvFrames, FaultsNameLineAndColumn) {
   EXPECT_EQ(ErrorOf("1,0\n2,1\n2,2\n"), "t.csv:4: column \"frame\": frame 2 comes after frame 2; give each "
                                         "frame one row, and each recording its own file");
   EXPECT_EQ(ErrorOf("1,0\n2,0.0\n"),
-            "t.csv:3: column \"time\": the time 0 s comes after 0 s; give each row a "
-            "time of its own, with enough decimals to tell them apart");
+            "t.csv:3: column \"time\": the time 0 s comes after 0 s; give each row its "
+            "own time, with enough decimals");
   EXPECT_EQ(ErrorOf("1,0\n2,00:01\n"),
             "t.csv:3: column \"time\": \"00:01\" is not a number; write a plain number, such as 12.5");
   EXPECT_EQ(ErrorOf("1,\n"),

@@ -383,9 +383,8 @@ TEST(LandmarkCsv, FramesAndTimesMayHaveOtherNames) {
   EXPECT_THAT(take.frames, ElementsAre(1, 2, 3));
   EXPECT_THAT(take.times, ElementsAre(0, 0.04, 0.08));
   EXPECT_EQ(take.rate.Hz(), 25);
-  EXPECT_THAT(
-      take.notes,
-      ElementsAre("line 1: column names corrected: column 1 from \"Frame#\" to \"frame\" and 1 more"));
+  EXPECT_THAT(take.notes, ElementsAre("line 1: column names corrected: column 3 from \"time_ms\" to "
+                                      "\"timestamp\" (in milliseconds) and 1 more"));
 }
 
 TEST(LandmarkCsv, RatesThatNoVideoHasAreNoted) {
@@ -534,8 +533,7 @@ TEST(LandmarkCsv, ACutLastRowIsLeftOutAndNoted) {
 TEST(LandmarkCsv, TwoColumnsOfOneNameAreRefused) {
   Table table = Tracked(1);
   table.columns[table.Index("X_3")] = "X_2";
-  EXPECT_EQ(ReadError(table.Text()),
-            "face.csv:1: the column \"X_2\" is there twice; keep the right one of them");
+  EXPECT_EQ(ReadError(table.Text()), "face.csv:1: the column \"X_2\" occurs twice; keep the right one");
 }
 
 TEST(LandmarkCsv, BadCoordinateNamesLineAndColumn) {
@@ -570,7 +568,7 @@ TEST(LandmarkCsv, RowsOfWrongLengthAreRefusedEvenIfTheFaceWasLost) {
     table.rows[1].pop_back();
     EXPECT_EQ(ReadError(table.Text()),
               "face.csv:3: column \"AU01_r\": the row is cut short: it has 212 fields and the "
-              "header 213; complete the row or take it out");
+              "header 213; complete the row or remove it");
     table.rows[1].insert(table.rows[1].end(), {"1", "2"});
     EXPECT_EQ(ReadError(table.Text()),
               "face.csv:3: the row has 214 fields and the header 213; write one field per column, "

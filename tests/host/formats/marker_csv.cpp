@@ -131,7 +131,7 @@ TEST(MarkerCsv, HeaderFaultsNameColumnAndFix) {
   EXPECT_EQ(HeaderError("frame,time,.x,.y,.z"), "m.csv:1: column 3 is \".x\"" + none);
   EXPECT_EQ(HeaderError("frame,time,_x,_y,_z"), "m.csv:1: column 3 is \"_x\"" + none);
   EXPECT_EQ(HeaderError("frame,time,A.x,A.y,A.z,A.x,A.y,A.z"),
-            "m.csv:1: the marker \"A\" is there twice; give each marker its own name");
+            "m.csv:1: the marker \"A\" occurs twice; give each marker its own name");
   EXPECT_EQ(HeaderError("A.x"), "m.csv:1: the column \"A.y\" is missing" + fix);
 }
 
@@ -170,8 +170,9 @@ TEST(MarkerCsv, IsKnownByItsFirstColumnsOrByAMarker) {
 
 TEST(MarkerCsv, FramesAndTimesHaveAnyNameAndOrder) {
   for (const auto& [header, note] : std::vector<std::pair<std::string, std::string>>{
-           {"Frame#,time_ms,A.x,A.y,A.z", "column 1 from \"Frame#\" to \"frame\" and 1 more"},
-           {"frame,Time (ms),A.x,A.y,A.z", "column 2 from \"Time (ms)\" to \"time\", in milliseconds"}}) {
+           {"Frame#,time_ms,A.x,A.y,A.z",
+            "column 2 from \"time_ms\" to \"time\" (in milliseconds) and 1 more"},
+           {"frame,Time (ms),A.x,A.y,A.z", "column 2 from \"Time (ms)\" to \"time\" (in milliseconds)"}}) {
     const Take take = ReadTake(header + "\n1,0,1,2,3\n2,40,4,5,6\n", "m.csv");
     EXPECT_THAT(take.times, ElementsAre(0, 0.04));
     EXPECT_EQ(take.rate.Hz(), 25);
@@ -326,7 +327,7 @@ TEST(MarkerCsv, BadFrameOrTimeNamesLineAndColumn) {
 TEST(MarkerCsv, RowsOfWrongLengthAreRefused) {
   EXPECT_EQ(ReadError("frame,time,A.x,A.y,A.z\n1,0,1,2\n"),
             "m.csv:2: column \"A.z\": the row is cut short: it has 4 fields and the header 5; complete the "
-            "row or take it out");
+            "row or remove it");
   EXPECT_EQ(ReadError("frame,time,A.x,A.y,A.z\n1,0,1,2,3,4\n"),
             "m.csv:2: the row has 6 fields and the header 5; write one field per column, with decimal points "
             "and not commas");
@@ -577,7 +578,7 @@ TEST(MarkerCsv, NamesThatCannotStandInAHeaderAreNotWritten) {
   twins.name = "t";
   std::ostringstream out;
   EXPECT_EQ(InputErrorOf([&] { WriteMarkerCsv(twins, out); }),
-            "t: the marker \"A\" is there twice; give each marker its own name");
+            "t: the marker \"A\" occurs twice; give each marker its own name");
 }
 
 TEST(MarkerCsv, NumbersDoNotFollowTheLocale) {

@@ -30,8 +30,8 @@ std::string MemoryError(const std::string& bytes) {
   return InputErrorOf([&] { ReadTake(bytes, "t"); });
 }
 
-const std::string kShapeMend =
-    ", and no markers to solve; give the take of markers, or bring the weights to the character as they are";
+const std::string kShapeFix =
+    ", and no markers to solve; name the take of markers, or use the weights on the character directly";
 
 std::string ShapeRow(int counts) { // from one second before midnight, 60 a second
   const int count = (24 * 3600 * 60 - 60 + counts) % (24 * 3600 * 60);
@@ -181,19 +181,19 @@ TEST(ReadTakeOfShapeWeights, AreNamedWithTheirRowsTimeAndDropsAcrossMidnight) {
     EXPECT_EQ(ShapeError(text),
               "w.csv: these are shape weights of a face-capture app (97 rows over 3.3 s, 3 frames "
               "dropped)" +
-                  kShapeMend);
+                  kShapeFix);
   }
 }
 
 TEST(ReadTakeOfShapeWeights, AreNamedWithoutTimesTooWhereNoneCanBeRead) {
   const std::string header = "Timecode,BlendShapeCount,EyeBlinkLeft\n";
   const std::string start = "w.csv: these are shape weights of a face-capture app (";
-  EXPECT_EQ(ShapeError(header), start + "0 rows)" + kShapeMend);
-  EXPECT_EQ(ShapeError("Timecode,BlendShapeCount"), start + "0 rows)" + kShapeMend);
-  EXPECT_EQ(ShapeError(header + ShapeRow(0)), start + "1 rows)" + kShapeMend);
-  EXPECT_EQ(ShapeError(header + "x,1,2\n\n,,\ny\n"), start + "2 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header), start + "0 rows)" + kShapeFix);
+  EXPECT_EQ(ShapeError("Timecode,BlendShapeCount"), start + "0 rows)" + kShapeFix);
+  EXPECT_EQ(ShapeError(header + ShapeRow(0)), start + "1 rows)" + kShapeFix);
+  EXPECT_EQ(ShapeError(header + "x,1,2\n\n,,\ny\n"), start + "2 rows)" + kShapeFix);
   EXPECT_EQ(ShapeError(header + ShapeRow(0) + ShapeRow(0) + ShapeRow(0)),
-            start + "3 rows over 0.0 s, 0 frames dropped)" + kShapeMend);
+            start + "3 rows over 0.0 s, 0 frames dropped)" + kShapeFix);
 }
 
 TEST(ReadTakeOfShapeWeights, EveryTruncationIsRefused) {
