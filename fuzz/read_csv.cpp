@@ -4,12 +4,14 @@
 #include "host/base/error.h"
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
+#include "host/takes/far_positions.h"
 
 #include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -29,7 +31,7 @@ void Check(const mien::Take& take) {
       Require(take.frames[frame] > take.frames[frame - 1] && take.times[frame] > take.times[frame - 1]);
     for (std::size_t marker = 0; marker < take.MarkerCount(); ++marker)
       if (const mien::Point* p = take.At(frame, marker))
-        Require(std::isfinite(p->x) && std::isfinite(p->y) && std::isfinite(p->z));
+        Require(mien::IsWithinReach(*p));
   }
 }
 
@@ -71,5 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Try([&] { return mien::ReadMarkerCsv(bytes, "fuzz"); });
   Try([&] { return mien::ReadLandmarkCsv(bytes, "fuzz"); });
   Try([&] { return mien::ReadLandmarkCsv(bytes, "fuzz", 1); });
+  Try([&] { return mien::ReadMarkerCsv(bytes, "fuzz", mien::FrameRate{30000, 1001}); });
+  Try([&] { return mien::ReadLandmarkCsv(bytes, "fuzz", std::nullopt, mien::FrameRate{25, 1}); });
   return 0;
 }

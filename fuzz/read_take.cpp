@@ -8,6 +8,7 @@
 #include "host/inspect/describe.h"
 #include "host/inspect/description_json.h"
 #include "host/inspect/description_text.h"
+#include "host/takes/far_positions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -34,7 +35,7 @@ void Check(const mien::Take& take) {
       Require(take.frames[frame] > take.frames[frame - 1] && take.times[frame] > take.times[frame - 1]);
     for (std::size_t marker = 0; marker < take.MarkerCount(); ++marker)
       if (const mien::Point* p = take.At(frame, marker))
-        Require(std::isfinite(p->x) && std::isfinite(p->y) && std::isfinite(p->z));
+        Require(mien::IsWithinReach(*p));
   }
 }
 

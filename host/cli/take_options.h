@@ -11,9 +11,9 @@ namespace mien {
 /// What a command's help says of TAKE.
 inline constexpr char kTakeHelp[] = "The take's file: C3D, TRC, landmark CSV or marker CSV";
 
-// What several commands that read takes have. What is read into must outlive the parsing.
+// Options of every command that reads takes. What they are read into must outlive the parsing.
 
-/// --strict and --face.
+/// --strict, --face and --input-rate.
 void AddTakeOptions(Command& command, ReadOptions& options);
 
 /// --neutral FRAME or FROM-TO.

@@ -60,7 +60,7 @@ bool IsC3d(std::string_view bytes) {
          Byte(bytes[processor]) <= kIntelCode + 2;
 }
 
-Take ReadC3d(std::string_view bytes, const std::string& file) {
+Take ReadC3d(std::string_view bytes, const std::string& file, const std::optional<FrameRate>& input_rate) {
   std::vector<Note> notes;
   const Header header = ReadHeader(bytes, file, notes);
   Parameters parameters(header, notes);
@@ -75,7 +75,7 @@ Take ReadC3d(std::string_view bytes, const std::string& file) {
   take.flavour = fmt::format("{}, {}", kProcessors[static_cast<std::size_t>(header.processor)],
                              layout.real ? "float" : "integer");
   const double unit_mm = ReadUnit(parameters, take);
-  const Timing timing = ReadTiming(header, parameters, take.notes);
+  const Timing timing = ReadTiming(header, parameters, input_rate, take.notes);
   take.rate = timing.rate;
   take.timecode = timing.timecode;
   const double first_time = take.rate.Seconds(timing.first_frame - 1);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -22,7 +24,10 @@ bool IsC3d(std::string_view bytes);
 /// Frame `n` is at (n - 1) / rate seconds, whichever number is the file's first. Analog samples are skipped. Where
 /// header and parameters disagree about what lies where, those are believed with which the data fill the file; the
 /// take's notes tell.
-Take ReadC3d(std::string_view bytes, const std::string& file);
+///
+/// `input_rate` is the rate of a file that gives none, 100 Hz otherwise.
+Take ReadC3d(std::string_view bytes, const std::string& file,
+             const std::optional<FrameRate>& input_rate = std::nullopt);
 
 /// Writes floats for Intel, in millimetres: positions in single precision, frames from the take's first to its last
 /// number, those that it lacks as frames of gaps.

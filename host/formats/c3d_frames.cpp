@@ -1,6 +1,7 @@
 #include "host/formats/c3d_frames.h"
 
 #include "host/base/error.h"
+#include "host/takes/far_positions.h"
 
 #include <fmt/format.h>
 
@@ -16,7 +17,8 @@ namespace {
 struct Oddities {
   std::uint64_t not_finite = 0; // NaN or infinite coordinates
   std::uint64_t zero = 0;       // exactly (0, 0, 0)
-  std::uint64_t no_word = 0;    // the fourth number is NaN or what no 16-bit word can be
+  FarPositions far;
+  std::uint64_t no_word = 0; // the fourth number is NaN or what no 16-bit word can be
 };
 
 // The frames from `at` on; all that differs between the encodings is known when this is compiled.
@@ -46,10 +48,6 @@ Oddities ReadFrames(const char* at, const Layout& layout, double scale_mm, std::
         x = RealAt(kProcessor, at);
         y = RealAt(kProcessor, at + kNumber);
         z = RealAt(kProcessor, at + 2 * kNumber);
-        if (!(std::isfinite(x) && std::isfinite(y) && std::isfinite(z))) {
-          ++odd.not_finite;
-          continue;
-        }
       } else {
         const auto coordinate = [at](std::size_t k) {
           return static_cast<std::int16_t>(WordAt(kProcessor, at + k * kNumber));
@@ -64,7 +62,15 @@ Oddities ReadFrames(const char* at, const Layout& layout, double scale_mm, std::
         ++odd.zero;
         continue;
       }
-      positions[i] = {x * scale_mm, y * scale_mm, z * scale_mm};
+      const Point p = {x * scale_mm, y * scale_mm, z * scale_mm};
+      if (!IsWithinReach(p)) {
+        if (std::isfinite(x) && std::isfinite(y) && std::isfinite(z))
+          odd.far.Add(take.markers[i], "frame", number);
+        else
+          ++odd.not_finite;
+        continue;
+      }
+      positions[i] = p;
       origins[i] = (word & 0xFF) == 0 ? Origin::Computed : Origin::Measured;
       if (sightings)
         sightings[i] = {static_cast<std::uint8_t>(word >> 8), static_cast<std::uint8_t>(word & 0xFF)};
@@ -97,6 +103,7 @@ void ReadFrames(const Header& header, const Layout& layout, double unit_mm, std:
     if (count > 0) take.notes.push_back({code, "", fmt::format("{}, taken as gaps: {}", what, count)});
   };
   note(Code::InvalidValue, odd.not_finite, "positions with coordinates that are NaN or infinite");
+  odd.far.AppendTo(take.notes);
   note(Code::Doubtful, odd.zero, "positions at exactly (0, 0, 0)");
   note(Code::InvalidValue, odd.no_word, "positions whose residual is NaN or above 65535");
 }

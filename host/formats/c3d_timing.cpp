@@ -1,6 +1,7 @@
 #include "host/formats/c3d_timing.h"
 
 #include "host/base/text.h"
+#include "host/formats/input_rate.h"
 
 #include <fmt/format.h>
 
@@ -13,7 +14,9 @@
 namespace mien::c3d {
 namespace {
 
-FrameRate ReadRate(const Header& header, const Parameters& parameters, std::vector<Note>& notes) {
+// Nothing where the file gives none.
+std::optional<FrameRate> ReadRate(const Header& header, const Parameters& parameters,
+                                  std::vector<Note>& notes) {
   const std::optional<double> declared = parameters.Number("POINT", "RATE");
   const double of_header = header.Real(11);
   constexpr double kSinglePrecision = 1e-6; // of a number, with room
@@ -41,11 +44,16 @@ FrameRate ReadRate(const Header& header, const Parameters& parameters, std::vect
                                    ToText(*header_rate))});
     return *header_rate;
   }
-  constexpr FrameRate kUnknown = {100, 1};
-  notes.push_back({Code::Assumed, "",
-                   fmt::format("the file gives no frame rate; taken as {} Hz, so that times may be wrong",
-                               ToText(kUnknown))});
-  return kUnknown;
+  return std::nullopt;
+}
+
+FrameRate RateWithout(const std::optional<FrameRate>& input_rate, std::vector<Note>& notes) {
+  if (input_rate) return *input_rate;
+  constexpr FrameRate kUsual = {100, 1}; // of optical capture
+  notes.push_back(
+      {Code::Assumed, "",
+       fmt::format("the file gives no frame rate; taken as {} Hz (--input-rate)", ToText(kUsual))});
+  return kUsual;
 }
 
 std::optional<Timecode> ReadTimecode(const Parameters& parameters, const FrameRate& rate,
@@ -77,9 +85,12 @@ std::int64_t ReadFirstFrame(const Header& header, const Parameters& parameters, 
 
 } // namespace
 
-Timing ReadTiming(const Header& header, const Parameters& parameters, std::vector<Note>& notes) {
+Timing ReadTiming(const Header& header, const Parameters& parameters,
+                  const std::optional<FrameRate>& input_rate, std::vector<Note>& notes) {
   Timing timing;
-  timing.rate = ReadRate(header, parameters, notes);
+  const std::optional<FrameRate> rate = ReadRate(header, parameters, notes);
+  if (rate) RefuseInputRate(input_rate, header.file);
+  timing.rate = rate ? *rate : RateWithout(input_rate, notes);
   timing.timecode = ReadTimecode(parameters, timing.rate, notes);
   timing.first_frame = ReadFirstFrame(header, parameters, notes);
   return timing;

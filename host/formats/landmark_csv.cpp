@@ -4,17 +4,25 @@
 #include "host/base/text.h"
 #include "host/formats/csv.h"
 #include "host/formats/csv_frames.h"
+#include "host/formats/csv_gaps.h"
+#include "host/formats/csv_names.h"
+#include "host/takes/far_positions.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -39,19 +47,35 @@ struct Coordinate {
   std::size_t slot; // axis * 68 + landmark
 };
 
-// Whether there is a column "X_0", "Y_17" ... of these axes.
-bool HasAny(const CsvReader& csv, std::string_view axes) {
-  return std::any_of(csv.Columns().begin(), csv.Columns().end(), [axes](std::string_view name) {
-    return name.size() >= 3 && axes.find(name[0]) != std::string_view::npos && name[1] == '_' &&
-           name[2] >= '0' && name[2] <= '9';
-  });
+// The landmark that a column "X_0", "Y_17" ... of one of these axes is of.
+std::optional<std::size_t> LandmarkOf(std::string_view column, std::string_view axes) {
+  if (column.size() < 3 || axes.find(column[0]) == std::string_view::npos || column[1] != '_')
+    return std::nullopt;
+  std::size_t landmark = 0;
+  const char* const end = column.data() + column.size();
+  const auto [stop, error] = std::from_chars(column.data() + 2, end, landmark);
+  return stop == end && error == std::errc() ? std::optional(landmark) : std::nullopt;
+}
+
+// All that the table has of these axes, in rising order.
+std::set<std::size_t> LandmarksOf(const CsvReader& csv, std::string_view axes) {
+  std::set<std::size_t> landmarks;
+  for (const std::string_view column : csv.Columns())
+    if (const auto landmark = LandmarkOf(column, axes)) landmarks.insert(*landmark);
+  return landmarks;
 }
 
 // Where each landmark stands in a row, from left to right.
 std::vector<Coordinate> Coordinates(const CsvReader& csv, std::string_view axes) {
   constexpr std::string_view kFix = "let the tracker write its landmarks in 3D (X_0 to Z_67, in "
                                     "millimetres), or at least in 2D (x_0 to y_67)";
-  if (!HasAny(csv, axes)) csv.Fail(Code::Missing, "the table holds no landmarks", kFix);
+  const std::set<std::size_t> landmarks = LandmarksOf(csv, axes);
+  if (landmarks.empty()) csv.Fail(Code::Missing, "the table holds no landmarks", kFix);
+  if (*landmarks.rbegin() >= kLandmarks) // another scheme, in which the first 68 are other places of the face
+    csv.Fail(Code::Unsupported,
+             fmt::format("the table has {} landmarks, {} to {}, and only the scheme of 68 is known, 0 to 67",
+                         landmarks.size(), *landmarks.begin(), *landmarks.rbegin()),
+             "let the tracker write 68 landmarks, or write those that you need as marker CSV");
   std::vector<Coordinate> coordinates;
   for (std::size_t slot = 0; slot < axes.size() * kLandmarks; ++slot) {
     const std::string name = ColumnName(axes[slot / kLandmarks], slot % kLandmarks);
@@ -64,25 +88,25 @@ std::vector<Coordinate> Coordinates(const CsvReader& csv, std::string_view axes)
   return coordinates;
 }
 
-// Where a table has what is read.
+// The columns that are read.
 struct Columns {
   bool has_depth = false;              // millimetres in 3D; otherwise pixels
   std::vector<Coordinate> coordinates; // from left to right
-  std::size_t timestamp = 0;
-  std::optional<std::size_t> frame, face, success;
+  FrameColumns frames;
+  std::optional<std::size_t> face, success;
   std::optional<std::size_t> confidence; // only where success is missing
 };
 
-Columns FindColumns(const CsvReader& csv, bool face_is_chosen) {
+Columns FindColumns(const CsvReader& csv, bool face_is_chosen, std::vector<Note>& notes) {
   Columns columns;
-  columns.has_depth = HasAny(csv, kAxes);
+  columns.has_depth = !LandmarksOf(csv, kAxes).empty();
   columns.coordinates = Coordinates(csv, columns.has_depth ? kAxes : kPixelAxes);
-  const std::optional<std::size_t> timestamp = csv.Column("timestamp");
-  if (!timestamp)
-    csv.Fail(Code::Missing, "the column \"timestamp\" is missing, as for single images",
+  CorrectedNames corrected;
+  columns.frames = FindFrameColumns(csv, "timestamp", corrected);
+  corrected.AppendTo(notes, csv);
+  if (!columns.frames.number && !columns.frames.time && csv.Column("face"))
+    csv.Fail(Code::Missing, "the rows are the faces of single images: there is no column \"timestamp\"",
              "let the tracker process the recording as a video, or add the column in seconds");
-  columns.timestamp = *timestamp;
-  columns.frame = csv.Column("frame");
   columns.face = csv.Column("face_id");
   if (face_is_chosen && !columns.face)
     csv.Fail(Code::Missing, "there is no column \"face_id\" to choose a face by",
@@ -92,49 +116,122 @@ Columns FindColumns(const CsvReader& csv, bool face_is_chosen) {
   return columns;
 }
 
-// The positions of the current row's landmarks.
-void ReadLandmarks(CsvReader& csv, const Columns& columns, Take& take, std::size_t frame) {
-  const std::string_view fix = columns.has_depth
-                                   ? "write millimetres, such as 12.5, or success 0 if the face was lost"
-                                   : "write pixels, such as 12.5, or success 0 if the face was lost";
-  std::array<double, kAxes.size() * kLandmarks> value{};
-  for (const Coordinate& c : columns.coordinates) value[c.slot] = csv.Number(c.column, fix);
-  for (std::size_t i = 0; i < kLandmarks; ++i) {
-    const double x = value[i];
-    const double y = value[kLandmarks + i];
-    const double z = value[2 * kLandmarks + i];
-    if (x != 0 || y != 0 || z != 0) take.Set(frame, i, {x, -y, columns.has_depth ? -z : 0});
-  }
-}
-
 std::vector<std::string> FaceNames(const std::set<std::int64_t>& faces) {
   std::vector<std::string> names;
   for (const std::int64_t face : faces) names.push_back(std::to_string(face));
   return names;
 }
 
-// What the rows held beside the face that was read.
-struct Others {
-  std::set<std::int64_t> faces; // that one among them
-  std::size_t left_out = 0;     // rows of other faces
-  std::size_t doubtful = 0;     // rows without enough confidence
-};
+// Reads the rows, and notes after the last one what else they held.
+class RowReader {
+public:
+  RowReader(CsvReader& csv, const Columns& columns, std::optional<std::int64_t> face_id,
+            const std::optional<FrameRate>& input_rate, Take& take)
+      : csv_(csv), columns_(columns), face_id_(face_id), chosen_(face_id), take_(take),
+        frames_(csv, columns.frames, input_rate) {}
 
-void NoteOthers(const Others& others, const Columns& columns, std::optional<std::int64_t> face_id,
-                std::optional<std::int64_t> chosen, std::vector<Note>& notes) {
-  const auto note = [&](Code code, std::string what) { notes.push_back({code, "", std::move(what)}); };
-  if (!face_id && others.left_out > 0)
-    note(Code::Ignored, fmt::format("{} faces in the file; read face_id {}, left out {} of the others",
-                                    others.faces.size(), *chosen, Count(others.left_out, "row")));
-  if (!columns.has_depth)
-    note(Code::Missing, "the landmarks are in pixels, of unknown depth: turns of the head will show up as "
-                        "expression");
-  if (!columns.frame) note(Code::Assumed, "no column \"frame\"; the rows are numbered from 1");
-  if (others.doubtful > 0)
-    note(Code::Doubtful,
-         fmt::format("no column \"success\"; {} with a confidence below {} {}", Count(others.doubtful, "row"),
-                     kLeastConfidence, others.doubtful == 1 ? "is a gap" : "are gaps"));
-}
+  void Read() {
+    while (csv_.Next()) {
+      try {
+        ReadRow();
+      } catch (const InputError&) {
+        if (!frames_.LeaveOutIfCut(csv_, take_)) throw;
+      }
+    }
+    if (face_id_ && !faces_.empty() && !faces_.contains(*face_id_))
+      throw InputError(Code::NotFound, csv_.File(), "", fmt::format("there is no face_id {}", *face_id_),
+                       "those in the file are " + Some(FaceNames(faces_)));
+    csv_.Finish(take_.notes);
+    NoteRows();
+    frames_.Finish(csv_, take_, kFastestVideoHz);
+  }
+
+private:
+  void ReadRow() {
+    if (columns_.face) {
+      const std::int64_t face = csv_.Integer(*columns_.face);
+      if (!chosen_) chosen_ = face;
+      faces_.insert(face);
+      if (face != *chosen_) {
+        ++left_out_;
+        return;
+      }
+    }
+    const std::size_t frame = frames_.AddFrame(csv_, take_);
+    // The other columns of a face that was lost mean nothing.
+    if (columns_.success && !(Cell(*columns_.success).value_or(0) != 0)) return;
+    if (columns_.confidence && !(Cell(*columns_.confidence).value_or(0) >= kLeastConfidence))
+      ++doubtful_;
+    else
+      ReadLandmarks(frame);
+  }
+
+  // Nothing for a cell that is empty or NaN.
+  std::optional<double> Cell(std::size_t column) {
+    const std::optional<double> value = csv_.NumberIfAny(column);
+    if (value && !std::isnan(*value)) return value;
+    gaps_.Add(csv_, column);
+    return std::nullopt;
+  }
+
+  void ReadLandmarks(std::size_t frame) {
+    const std::string_view fix = columns_.has_depth
+                                     ? "write millimetres, such as 12.5, or success 0 if the face was lost"
+                                     : "write pixels, such as 12.5, or success 0 if the face was lost";
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    std::array<double, kAxes.size() * kLandmarks> value{};
+    for (const Coordinate& c : columns_.coordinates)
+      value[c.slot] = csv_.NumberIfAny(c.column, fix).value_or(kNone);
+    for (std::size_t i = 0; i < kLandmarks; ++i) {
+      const Point p = {value[i], -value[kLandmarks + i], columns_.has_depth ? -value[2 * kLandmarks + i] : 0};
+      if (!IsWithinReach(p))
+        NoteGap(value, i);
+      else if (p.x != 0 || p.y != 0 || p.z != 0)
+        take_.Set(frame, i, p);
+    }
+  }
+
+  // A landmark with a coordinate that is no number or too large.
+  void NoteGap(std::span<const double> value, std::size_t landmark) {
+    bool any_missing = false;
+    for (const Coordinate& c : columns_.coordinates)
+      if (c.slot % kLandmarks == landmark && !std::isfinite(value[c.slot])) {
+        gaps_.Add(csv_, c.column);
+        any_missing = true;
+      }
+    if (!any_missing) far_.Add(take_.markers[landmark], "line", static_cast<std::int64_t>(csv_.Line()));
+  }
+
+  void NoteRows() {
+    const auto note = [&](Code code, std::string what) {
+      take_.notes.push_back({code, "", std::move(what)});
+    };
+    if (!face_id_ && left_out_ > 0)
+      note(Code::Ignored, fmt::format("{} faces in the file; read face_id {}, left out {} of the others",
+                                      faces_.size(), *chosen_, Count(left_out_, "row")));
+    if (!columns_.has_depth)
+      note(Code::Missing, "the landmarks are in pixels, of unknown depth: turns of the head will show up as "
+                          "expression");
+    if (doubtful_ > 0)
+      note(Code::Doubtful,
+           fmt::format("no column \"success\"; {} with a confidence below {} {}", Count(doubtful_, "row"),
+                       kLeastConfidence, doubtful_ == 1 ? "is a gap" : "are gaps"));
+    gaps_.AppendTo(take_.notes);
+    far_.AppendTo(take_.notes);
+  }
+
+  CsvReader& csv_;
+  const Columns& columns_;
+  const std::optional<std::int64_t> face_id_; // the user's
+  std::optional<std::int64_t> chosen_;        // the one that is read
+  Take& take_;
+  CsvFrames frames_;
+  std::set<std::int64_t> faces_; // in the file
+  std::size_t left_out_ = 0;     // rows of other faces
+  std::size_t doubtful_ = 0;     // rows without enough confidence
+  CsvGaps gaps_;
+  FarPositions far_;
+};
 
 } // namespace
 
@@ -144,38 +241,14 @@ bool IsLandmarkCsv(const std::vector<std::string_view>& columns) {
   });
 }
 
-Take ReadLandmarkCsv(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face_id) {
+Take ReadLandmarkCsv(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face_id,
+                     const std::optional<FrameRate>& input_rate) {
   CsvReader csv(bytes, file);
-  const Columns columns = FindColumns(csv, face_id.has_value());
   Take take(MarkerNames());
+  const Columns columns = FindColumns(csv, face_id.has_value(), take.notes);
   take.axes = "+y up, along +z out of a face that looks at the camera";
   take.unit = columns.has_depth ? "mm" : "px";
-  CsvFrames frames(columns.frame, columns.timestamp);
-  std::optional<std::int64_t> chosen = face_id;
-  Others others;
-  while (csv.Next()) {
-    if (columns.face) {
-      const std::int64_t face = csv.Integer(*columns.face);
-      if (!chosen) chosen = face;
-      others.faces.insert(face);
-      if (face != *chosen) {
-        ++others.left_out;
-        continue;
-      }
-    }
-    const std::size_t frame = frames.AddFrame(csv, take);
-    if (columns.success && csv.Number(*columns.success) == 0)
-      continue; // what stands in its other columns means nothing
-    if (columns.confidence && csv.Number(*columns.confidence) < kLeastConfidence)
-      ++others.doubtful;
-    else
-      ReadLandmarks(csv, columns, take, frame);
-  }
-  if (face_id && !others.faces.empty() && !others.faces.contains(*face_id))
-    throw InputError(Code::NotFound, file, "", fmt::format("there is no face_id {}", *face_id),
-                     "those in the file are " + Some(FaceNames(others.faces)));
-  NoteOthers(others, columns, face_id, chosen, take.notes);
-  frames.SetRate(csv, take);
+  RowReader(csv, columns, face_id, input_rate, take).Read();
   return take;
 }
 

@@ -4,6 +4,9 @@
 #include "host/base/text.h"
 #include "host/formats/csv.h"
 #include "host/formats/csv_frames.h"
+#include "host/formats/csv_gaps.h"
+#include "host/formats/csv_names.h"
+#include "host/takes/far_positions.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/timecode.h"
 
@@ -14,6 +17,7 @@
 #include <cmath>
 #include <cstddef>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <set>
 #include <utility>
@@ -28,64 +32,96 @@ std::string_view WithoutBlanksAtEnd(std::string_view text) {
   return text.substr(0, text.find_last_not_of(" \t") + 1);
 }
 
-// The marker that a column "NAME.x" belongs to, also as "NAME.X", "NAME. x"; nothing for other columns.
+// The marker that a column "NAME.x" belongs to, also as "NAME.X", "NAME. x", "NAME_x", "NAME:x" and "NAME x"; nothing for
+// other columns.
 std::optional<std::string_view> MarkerOf(std::string_view column, char axis) {
   if (column.empty() || !EqualIgnoringCase(column.substr(column.size() - 1), {&axis, 1})) return std::nullopt;
   column.remove_suffix(1);
-  column = WithoutBlanksAtEnd(column);
-  if (column.size() < 2 || column.back() != '.') return std::nullopt;
-  column.remove_suffix(1);
-  return column;
+  std::string_view name = WithoutBlanksAtEnd(column);
+  const bool blank = name.size() < column.size();
+  if (name.ends_with('.') || name.ends_with('_') || name.ends_with(':'))
+    name.remove_suffix(1);
+  else if (!blank)
+    return std::nullopt;
+  return name.empty() ? std::nullopt : std::optional(name);
+}
+
+bool IsDotted(std::string_view column) {
+  return MarkerOf(column, kAxes[0]) && WithoutBlanksAtEnd(column.substr(0, column.size() - 1)).back() == '.';
+}
+
+// Whether three columns that follow each other are those of a marker.
+bool HasMarker(const std::vector<std::string_view>& columns) {
+  for (std::size_t c = 0; c + 2 < columns.size(); ++c)
+    if (const auto name = MarkerOf(columns[c], 'x');
+        name && MarkerOf(columns[c + 1], 'y') == name && MarkerOf(columns[c + 2], 'z') == name)
+      return true;
+  return false;
 }
 
 struct Header {
-  std::vector<std::string> markers;
-  std::size_t first_marker_column = 2; // after frame and time
+  FrameColumns frames;
   std::optional<std::size_t> timecode_column;
   std::optional<FrameRate> timecode_rate; // if the column says it
+  std::size_t first_marker_column = 0;
+  std::vector<std::string> markers;
 };
 
 class HeaderReader {
 public:
-  HeaderReader(const CsvReader& csv, std::vector<Note>& notes)
-      : csv_(csv), columns_(csv.Columns()), notes_(notes) {}
+  explicit HeaderReader(const CsvReader& csv) : csv_(csv), columns_(csv.Columns()) {}
 
-  Header Read() {
-    ReadFrameAndTime();
-    ReadTimecode();
+  Header Read(std::vector<Note>& notes) {
+    std::size_t column = 0;
+    for (; column < columns_.size() && !MarkerOf(columns_[column], kAxes[0]); ++column)
+      if (!ReadFrame(column) && !ReadTime(column) && !ReadTimecode(column))
+        csv_.Fail(Code::Syntax,
+                  fmt::format("column {} is {} and not frame, time, timecode or the \".x\" of a marker",
+                              column + 1, Quoted(columns_[column])),
+                  kFix);
+    header_.first_marker_column = column;
     ReadMarkers();
-    if (!forgiven_.empty())
-      notes_.push_back({Code::Syntax, fmt::format("line {}", csv_.Line()),
-                        "column names corrected: " + Some(forgiven_, 1)});
+    RefuseMesh();
+    corrected_.AppendTo(notes, csv_);
     return std::move(header_);
   }
 
 private:
   static constexpr std::string_view kFix = "write the header as frame,time,NAME.x,NAME.y,NAME.z,...";
 
-  void ReadFrameAndTime() {
-    for (const auto& [column, name] : {std::pair<std::size_t, const char*>(0, "frame"), {1, "time"}}) {
-      if (column >= columns_.size() || !EqualIgnoringCase(columns_[column], name)) Refuse(column, name);
-      Forgive(column, name);
-    }
+  bool ReadFrame(std::size_t column) {
+    if (header_.frames.number || !NamesFrames(columns_[column])) return false;
+    header_.frames.number = column;
+    corrected_.Add(csv_, column, "frame");
+    return true;
   }
 
-  void ReadTimecode() {
-    if (columns_.size() <= 2) return;
-    const std::string_view name = columns_[2].substr(0, columns_[2].find('@'));
-    if (!EqualIgnoringCase(name, kTimecode) || MarkerOf(columns_[2], 'x')) return;
-    header_.timecode_column = header_.first_marker_column++;
+  bool ReadTime(std::size_t column) {
+    const std::optional<double> units = UnitsPerSecond(columns_[column]);
+    if (header_.frames.time || !units) return false;
+    header_.frames.time = column;
+    header_.frames.units_per_second = *units;
+    corrected_.Add(csv_, column, "time", UnitRemark(*units));
+    return true;
+  }
+
+  bool ReadTimecode(std::size_t column) {
+    const std::string_view name = columns_[column].substr(0, columns_[column].find('@'));
+    if (header_.timecode_column || !EqualIgnoringCase(name, kTimecode)) return false;
+    header_.timecode_column = column;
     std::string expected(kTimecode);
-    if (name.size() < columns_[2].size()) {
-      const std::string rate(columns_[2].substr(name.size() + 1));
+    if (name.size() < columns_[column].size()) {
+      const std::string rate(columns_[column].substr(name.size() + 1));
       header_.timecode_rate = ParseFrameRate(rate);
       if (!header_.timecode_rate)
         csv_.Fail(Code::InvalidValue,
-                  fmt::format("column 3 is {}, and {} is no rate", Quoted(columns_[2]), Quoted(rate)),
+                  fmt::format("column {} is {}, and {} is no rate", column + 1, Quoted(columns_[column]),
+                              Quoted(rate)),
                   "write its counts per second behind the @, such as timecode@29.97");
       expected += "@" + rate;
     }
-    Forgive(2, expected);
+    corrected_.Add(csv_, column, expected);
+    return true;
   }
 
   void ReadMarkers() {
@@ -94,10 +130,28 @@ private:
     for (std::size_t column = header_.first_marker_column; column < columns_.size(); column += kAxes.size()) {
       const std::string_view name = ReadMarker(column);
       if (!known.insert(name).second)
-        csv_.Fail(Code::Duplicate, fmt::format("the marker {} is there twice", Quoted(name)),
+        csv_.Fail(Code::Duplicate, fmt::format("the marker {} occurs twice", Quoted(name)),
                   "give each marker its own name");
       header_.markers.emplace_back(name);
     }
+  }
+
+  // "landmark_0_x" to "landmark_477_z": not markers in millimetres, but the points of a face tracker, in the image's units.
+  void RefuseMesh() const {
+    const std::size_t count = header_.markers.size();
+    constexpr std::size_t kMeshes[] = {70, 98, 106, 468, 478};
+    if (std::find(std::begin(kMeshes), std::end(kMeshes), count) == std::end(kMeshes) ||
+        IsDotted(columns_[header_.first_marker_column]))
+      return;
+    const std::string_view first = header_.markers[0];
+    const std::string_view prefix = first.substr(0, first.find_last_not_of("0123456789") + 1);
+    for (std::size_t m = 0; m < count; ++m)
+      if (header_.markers[m] != fmt::format("{}{}", prefix, m)) return;
+    csv_.Fail(
+        Code::Unsupported,
+        fmt::format("the table has {} numbered landmarks, {} to {}, whose places on the face are not known",
+                    count, Quoted(first), Quoted(header_.markers.back())),
+        "write those that you need as marker CSV, in millimetres: NAME.x,NAME.y,NAME.z");
   }
 
   // The marker of this column and the two behind it.
@@ -119,16 +173,9 @@ private:
           column + axis < columns_.size() ? MarkerOf(columns_[column + axis], kAxes[axis]) : std::nullopt;
       if (!marker || (*marker != name && WithoutBlanksAtEnd(*marker) != name) || name.empty())
         Refuse(column + axis, expected);
-      Forgive(column + axis, expected);
+      corrected_.Add(csv_, column + axis, expected);
     }
     return name;
-  }
-
-  // Remembers a column that is not named exactly so.
-  void Forgive(std::size_t column, std::string_view name) {
-    if (columns_[column] != name)
-      forgiven_.push_back(
-          fmt::format("column {} from {} to {}", column + 1, Quoted(columns_[column]), Quoted(name)));
   }
 
   [[noreturn]] void Refuse(std::size_t column, std::string_view name) const {
@@ -141,70 +188,128 @@ private:
 
   const CsvReader& csv_;
   const std::vector<std::string_view>& columns_;
-  std::vector<Note>& notes_;
   Header header_;
-  std::vector<std::string> forgiven_;
+  CorrectedNames corrected_;
 };
 
-// A row's timecode as the file has it.
-struct RowTimecode {
-  std::size_t frame; // index
-  std::size_t line;
-  std::string_view text;
-};
-
-// Counts per second of a timecode whose column does not say them.
+// Counts per second of a timecode, if its column does not give them.
 FrameRate TimecodeRate(const FrameRate& take_rate) {
   constexpr double kMost = 60;
   return FrameRateOf(take_rate.Hz() / std::ceil(take_rate.Hz() / kMost)).value_or(take_rate);
 }
 
-// Sets the take's timecode from the first row's, and notes rows that do not follow from it. The rest of the take is
-// complete.
-void SetTimecodeByRows(const CsvReader& csv, const Header& header, const std::vector<RowTimecode>& rows,
-                       Take& take) {
+// Sets the take's timecode to the first row's, and notes rows that do not follow from it. The rest of the take is complete.
+// `rows` are the timecodes in the file, empty where there is none, and `lines` their lines (sizes: frames).
+void SetTimecodeByRows(const CsvReader& csv, const Header& header, const std::vector<std::string>& rows,
+                       const std::vector<std::size_t>& lines, Take& take) {
   const std::string column = fmt::format("column {}", Quoted(csv.Columns()[*header.timecode_column]));
-  if (rows.empty() || rows[0].frame != 0) {
+  if (rows[0].empty()) {
     take.notes.push_back({Code::Missing, column, "the first row has no timecode, so the take has none"});
     return;
   }
   const FrameRate rate = header.timecode_rate ? *header.timecode_rate : TimecodeRate(take.rate);
-  const auto parse = [](std::string_view text, const FrameRate& at, double& fraction) {
-    const bool plain = text.find('@') == std::string_view::npos;
+  const auto parse = [](const std::string& text, const FrameRate& at, double& fraction) {
+    const bool plain = text.find('@') == std::string::npos;
     return plain ? ParseTimecode(fmt::format("{}@{}", text, ToText(at)), at, &fraction) : std::nullopt;
   };
   double first_fraction = 0;
-  std::optional<Timecode> first = parse(rows[0].text, rate, first_fraction);
-  if (!first && !header.timecode_rate && rows[0].text.find(';') != std::string_view::npos)
-    first = parse(rows[0].text, {30000, 1001}, first_fraction); // a take at 25 Hz with drop
+  std::optional<Timecode> first = parse(rows[0], rate, first_fraction);
+  if (!first && !header.timecode_rate && rows[0].find(';') != std::string::npos)
+    first = parse(rows[0], {30000, 1001}, first_fraction); // a take at 25 Hz with drop
   if (!first)
-    throw InputError(Code::InvalidValue, csv.File(), fmt::format("{}", rows[0].line),
-                     fmt::format("{}: {} is no time of day at {} counts per second", column,
-                                 Quoted(rows[0].text), ToText(rate)),
+    throw InputError(Code::InvalidValue, csv.File(), fmt::format("{}", lines[0]),
+                     fmt::format("{}: {} is no time of day at {} counts per second", column, Quoted(rows[0]),
+                                 ToText(rate)),
                      "write HH:MM:SS:FF, with ; before FF for drop frame, and the rate in the column's name: "
                      "timecode@29.97");
   take.timecode = first;
 
   constexpr double kRoom = 1.1; // one count, and what rounded times are off
   const auto day = static_cast<double>(first->CountsADay());
-  std::size_t off = 0;
+  std::size_t count = 0, off = 0;
   std::string first_off;
-  for (const RowTimecode& row : rows) {
-    const double seconds = take.times[row.frame] - take.times[0];
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    if (rows[i].empty()) continue;
+    ++count;
+    const double seconds = take.times[i] - take.times[0];
     double fraction = 0;
-    const std::optional<Timecode> timecode = parse(row.text, first->rate, fraction);
+    const std::optional<Timecode> timecode = parse(rows[i], first->rate, fraction);
     if (timecode && timecode->drop == first->drop) {
       const double counts = static_cast<double>(timecode->count - first->count) + fraction - first_fraction;
       if (std::abs(std::remainder(counts - seconds * first->rate.Hz(), day)) <= kRoom) continue;
     }
     if (++off == 1)
-      first_off = fmt::format("line {} has {} instead of {}", row.line, Quoted(row.text), first->At(seconds));
+      first_off = fmt::format("line {} has {} instead of {}", lines[i], Quoted(rows[i]), first->At(seconds));
   }
   if (off > 0)
     take.notes.push_back(
         {Code::Contradiction, column,
-         fmt::format("{} of {} timecodes do not follow from the first: {}", off, rows.size(), first_off)});
+         fmt::format("{} of {} timecodes do not follow from the first: {}", off, count, first_off)});
 }
+
+// Reads the rows, once the header is known.
+class RowReader {
+public:
+  RowReader(CsvReader& csv, const Header& header, const std::optional<FrameRate>& input_rate, Take& take)
+      : csv_(csv), header_(header), take_(take), frames_(csv, header.frames, input_rate) {}
+
+  void Read() {
+    while (csv_.Next()) {
+      try {
+        ReadRow();
+      } catch (const InputError&) {
+        if (!frames_.LeaveOutIfCut(csv_, take_)) throw;
+      }
+    }
+    csv_.Finish(take_.notes);
+    gaps_.AppendTo(take_.notes);
+    far_.AppendTo(take_.notes);
+    const std::vector<std::size_t> order = frames_.Finish(csv_, take_);
+    if (!header_.timecode_column) return;
+    std::vector<std::string> timecodes(take_.FrameCount());
+    for (std::size_t i = 0; i < timecodes.size(); ++i)
+      timecodes[i] = std::move(timecodes_[order.empty() ? i : order[i]]);
+    SetTimecodeByRows(csv_, header_, timecodes, frames_.Lines(), take_);
+  }
+
+private:
+  void ReadRow() {
+    const std::size_t frame = frames_.AddFrame(csv_, take_);
+    if (header_.timecode_column) timecodes_.emplace_back(csv_.Text(*header_.timecode_column));
+    for (std::size_t m = 0; m < take_.MarkerCount(); ++m) ReadMarker(frame, m);
+  }
+
+  void ReadMarker(std::size_t frame, std::size_t marker) {
+    const std::size_t first_column = header_.first_marker_column + kAxes.size() * marker;
+    std::array<std::optional<double>, 3> value;
+    for (std::size_t axis = 0; axis < value.size(); ++axis)
+      value[axis] = csv_.NumberIfAny(
+          first_column + axis,
+          "write millimetres, such as 12.5, or leave all three fields of an unseen marker empty");
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    const Point p = {value[0].value_or(kNone), value[1].value_or(kNone), value[2].value_or(kNone)};
+    if (IsWithinReach(p)) {
+      take_.Set(frame, marker, p);
+      return;
+    }
+    if (!value[0] && !value[1] && !value[2]) return;
+    bool any_missing = false;
+    for (std::size_t axis = 0; axis < value.size(); ++axis)
+      if (!value[axis] || !std::isfinite(*value[axis])) {
+        gaps_.Add(csv_, first_column + axis);
+        any_missing = true;
+      }
+    if (!any_missing) far_.Add(take_.markers[marker], "line", static_cast<std::int64_t>(csv_.Line()));
+  }
+
+  CsvReader& csv_;
+  const Header& header_;
+  Take& take_;
+  CsvFrames frames_;
+  CsvGaps gaps_;
+  FarPositions far_;
+  std::vector<std::string> timecodes_; // of the rows, as the file has them
+};
 
 void CheckNames(const Take& take) {
   std::set<std::string_view> known;
@@ -216,7 +321,7 @@ void CheckNames(const Take& take) {
                        "rename it, without comma, quote, line end or leading blank");
     if (!known.insert(name).second)
       throw InputError(Code::Duplicate, take.name, "",
-                       fmt::format("the marker {} is there twice", Quoted(name)),
+                       fmt::format("the marker {} occurs twice", Quoted(name)),
                        "give each marker its own name");
   }
 }
@@ -224,61 +329,18 @@ void CheckNames(const Take& take) {
 } // namespace
 
 bool IsMarkerCsv(const std::vector<std::string_view>& columns) {
-  return (columns.size() >= 2 && EqualIgnoringCase(columns[0], "frame") &&
-          EqualIgnoringCase(columns[1], "time")) ||
-         std::any_of(columns.begin(), columns.end(),
-                     [](std::string_view name) { return MarkerOf(name, kAxes[0]).has_value(); });
+  return (columns.size() >= 2 && NamesFrames(columns[0]) && UnitsPerSecond(columns[1])) ||
+         std::any_of(columns.begin(), columns.end(), IsDotted) || HasMarker(columns);
 }
 
-Take ReadMarkerCsv(std::string_view bytes, const std::string& file) {
+Take ReadMarkerCsv(std::string_view bytes, const std::string& file,
+                   const std::optional<FrameRate>& input_rate) {
   CsvReader csv(bytes, file);
   Take take;
-  const Header header = HeaderReader(csv, take.notes).Read();
+  const Header header = HeaderReader(csv).Read(take.notes);
   take.markers = header.markers;
   take.unit = "mm";
-  CsvFrames frames(0, 1);
-  std::vector<RowTimecode> timecodes;
-  std::size_t not_numbers = 0;
-  std::string first_not_number;
-  while (csv.Next()) {
-    const std::size_t row = frames.AddFrame(csv, take);
-    if (header.timecode_column)
-      if (const std::string_view text = csv.Text(*header.timecode_column); !text.empty())
-        timecodes.push_back({row, csv.Line(), text});
-    for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
-      std::array<double, 3> value{};
-      std::size_t empty = 0;
-      bool is_gap = false;
-      for (std::size_t axis = 0; axis < value.size(); ++axis) {
-        const std::size_t column = header.first_marker_column + 3 * m + axis;
-        const std::optional<double> number =
-            csv.NumberIfAny(column, "write millimetres, such as 12.5, or leave all three fields of an unseen "
-                                    "marker empty");
-        if (!number) {
-          ++empty;
-        } else if (std::isnan(*number)) {
-          if (++not_numbers == 1)
-            first_not_number = fmt::format("line {}, column {}", csv.Line(), Quoted(csv.Columns()[column]));
-          is_gap = true;
-        } else {
-          value[axis] = *number;
-        }
-      }
-      if (is_gap || empty == value.size()) continue;
-      if (empty > 0)
-        csv.Fail(Code::Missing,
-                 fmt::format("marker {}: {} of its 3 fields {} empty", Quoted(take.markers[m]), empty,
-                             empty == 1 ? "is" : "are"),
-                 "fill all three, or leave all three empty if the marker was not seen");
-      take.Set(row, m, {value[0], value[1], value[2]});
-    }
-  }
-  if (not_numbers > 0)
-    take.notes.push_back(
-        {Code::InvalidValue, "",
-         fmt::format("{} fields are NaN and make gaps, the first: {}", not_numbers, first_not_number)});
-  frames.SetRate(csv, take);
-  if (header.timecode_column) SetTimecodeByRows(csv, header, timecodes, take);
+  RowReader(csv, header, input_rate, take).Read();
   return take;
 }
 

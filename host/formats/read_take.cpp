@@ -2,6 +2,7 @@
 
 #include "host/base/error.h"
 #include "host/base/text.h"
+#include "host/files/foreign_file.h"
 #include "host/files/mapped_file.h"
 #include "host/formats/c3d.h"
 #include "host/formats/csv.h"
@@ -17,7 +18,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace mien {
@@ -27,29 +27,29 @@ constexpr std::string_view kLandmarkCsv = "landmark CSV";
 
 struct Format {
   std::string_view name;
-  std::string_view looks; // what a user recognises it by
+  std::string_view looks; // how a user recognises it
   bool (*is)(std::string_view bytes);
   Take (*read)(std::string_view bytes, const std::string& file, const ReadOptions& options);
 };
 
 constexpr Format kFormats[] = {
     {"C3D", "optical capture, .c3d", IsC3d,
-     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
-       return ReadC3d(bytes, file);
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadC3d(bytes, file, options.input_rate);
      }},
     {"TRC", "tab-separated text that starts with PathFileType", IsTrc,
-     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
-       return ReadTrc(bytes, file);
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadTrc(bytes, file, options.input_rate);
      }},
     {kLandmarkCsv, "columns frame, timestamp, X_0, ... Z_67",
      [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
-       return ReadLandmarkCsv(bytes, file, options.face);
+       return ReadLandmarkCsv(bytes, file, options.face, options.input_rate);
      }},
     {"marker CSV", "columns frame,time,NAME.x,NAME.y,NAME.z,...",
      [](std::string_view bytes) { return IsMarkerCsv(CsvColumns(bytes)); },
-     [](std::string_view bytes, const std::string& file, const ReadOptions&) {
-       return ReadMarkerCsv(bytes, file);
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadMarkerCsv(bytes, file, options.input_rate);
      }},
 };
 
@@ -59,7 +59,7 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
          EqualIgnoringCase(columns[1], "blendshapecount");
 }
 
-// Says what is in a table of shape weights, from its timecodes: of 60 counts a second whatever the rate of its rows.
+// Describes a table of shape weights by its timecodes, which count 60 a second at any rate of rows.
 [[noreturn]] void FailShapeWeights(std::string_view bytes, const std::string& file) {
   constexpr FrameRate kClock = {60, 1};
   std::size_t lines = 0; // the header among them
@@ -92,24 +92,11 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
     what += fmt::format(" over {:.1f} s, {:.0f} frames dropped", seconds, dropped);
   }
   throw InputError(Code::Unsupported, file, "", what + "), and no markers to solve",
-                   "give the take of markers, or bring the weights to the character as they are");
+                   "name the take of markers, or use the weights on the character directly");
 }
 
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
-  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
-    throw InputError(Code::Unsupported, file, "", "the text is UTF-16", "save it as UTF-8");
   if (IsShapeWeights(CsvColumns(bytes))) FailShapeWeights(bytes, file);
-
-  std::string header(bytes.substr(0, bytes.find('\n')));
-  for (const auto& [separator, name] : {std::pair(';', "semicolons"), std::pair('\t', "tabs")}) {
-    std::string with_commas = header;
-    std::replace(with_commas.begin(), with_commas.end(), separator, ',');
-    const std::vector<std::string_view> columns = CsvColumns(with_commas);
-    if (IsLandmarkCsv(columns) || IsMarkerCsv(columns))
-      throw InputError(Code::Unsupported, file, "1", fmt::format("the columns are separated by {}", name),
-                       "save the table with commas between the columns and points in the numbers");
-  }
-
   std::string formats;
   for (const Format& format : kFormats)
     formats += fmt::format("{}{} ({})", formats.empty() ? "" : ", ", format.name, format.looks);
@@ -137,6 +124,7 @@ Take ReadTake(const std::filesystem::path& path, const ReadOptions& options) {
 Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions& options) {
   if (bytes.find_first_not_of(" \t\r\n") == std::string_view::npos)
     throw InputError(Code::Empty, name, "", "the file is empty", "export the take again");
+  RefuseForeignFile(bytes, name, "a take", "export the take as C3D, TRC or CSV");
   for (const Format& format : kFormats) {
     if (!format.is(bytes)) continue;
     if (options.face && format.name != kLandmarkCsv)

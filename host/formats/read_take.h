@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
 
 #include <cstdint>
@@ -11,12 +12,13 @@
 namespace mien {
 
 struct ReadOptions {
-  bool strict = false;              ///< throw where the take would get notes
-  std::optional<std::int64_t> face; ///< of a landmark CSV with several: its face_id; the first without
+  bool strict = false;                      ///< throw for everything that would be a note
+  std::optional<std::int64_t> face = {};    ///< the face_id to read of a landmark CSV; the first without
+  std::optional<FrameRate> input_rate = {}; ///< for a file that has neither times nor a rate
 };
 
-/// Reads a take from a file. The format is told from the content, never from the file's ending. Throws
-/// InputError when the file cannot be read, is of no known format, or breaks the rules of its own.
+/// Reads a take from a file. Its content decides the format, not the file's ending. In every format, positions beyond a
+/// kilometre are gaps. Throws InputError when the file cannot be read, is of no known format, or breaks the rules of its own.
 Take ReadTake(const std::filesystem::path& path, const ReadOptions& options = {});
 
 /// The same from memory. `name` is the file's name as messages show it.

@@ -64,7 +64,7 @@ bool IsTrc(std::string_view bytes) {
   return false;
 }
 
-Take ReadTrc(std::string_view bytes, const std::string& file) {
+Take ReadTrc(std::string_view bytes, const std::string& file, const std::optional<FrameRate>& input_rate) {
   const Header header = ReadHeader(bytes, file);
   std::size_t markers = MarkersByNames(header, file);
   for (;;) {
@@ -80,7 +80,7 @@ Take ReadTrc(std::string_view bytes, const std::string& file) {
     NoteWrongCounts(header, take);
     take.notes.insert(take.notes.end(), rows->notes.begin(), rows->notes.end());
     if (rows->zeros) ClearZeros(take);
-    SetTiming(header, *rows, file, take);
+    SetTiming(header, *rows, file, input_rate, take);
     return take;
   }
 }

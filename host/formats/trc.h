@@ -1,7 +1,9 @@
 #pragma once
 
+#include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -34,11 +36,14 @@ bool IsTrc(std::string_view bytes);
 /// - The rate is DataRate, or without one what the column Time gives. Frame i is at t0 + (frames[i] -
 ///   frames[0]) / rate, t0 the first row's Time. Where a row's Time is further from that than half a frame,
 ///   the times are those of the column, if they rise.
+/// - Rows that are out of order are sorted by time where their numbers agree with that.
+/// - A file without DataRate and times is at `input_rate`, or at 30 Hz.
 /// - Of a file that ends inside a row, the value that it ends with is left out.
 ///
 /// Throws InputError for what cannot be read, and for a take that would need much more memory than its
 /// file: 32 bytes for each of the file's and a megabyte.
-Take ReadTrc(std::string_view bytes, const std::string& file);
+Take ReadTrc(std::string_view bytes, const std::string& file,
+             const std::optional<FrameRate>& input_rate = std::nullopt);
 
 /// Writes the format as described first, in millimetres, so that ReadTrc gives the same gaps, frame numbers
 /// and rate, and the same positions to the last bit; but for a position of exactly 0 0 0, which may be a

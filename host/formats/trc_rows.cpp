@@ -1,6 +1,7 @@
 #include "host/formats/trc_rows.h"
 
 #include "host/base/text.h"
+#include "host/takes/far_positions.h"
 #include "host/takes/frame_times.h"
 
 #include <fmt/format.h>
@@ -30,6 +31,7 @@ public:
     CheckCommas();
     for (const Repeated* repeated : {&by_blanks_, &short_rows_, &uneven_, &partial_, &infinite_})
       repeated->AppendTo(rows_.notes);
+    far_.AppendTo(rows_.notes);
     if (cut_) rows_.notes.push_back(*cut_);
     return std::move(rows_);
   }
@@ -140,6 +142,7 @@ private:
     Value value;
     value.kind = ReadCell(row, value.number);
     const auto number = WholeNumber(value);
+    rows_.lacks_numbers = rows_.lacks_numbers || !number;
     if (rows_.number_from) return number;
     if (!number)
       rows_.unnumbered = value.kind == Kind::Number
@@ -206,12 +209,12 @@ private:
       const Kind z = ReadCell(row, p.z);
       if (x == Kind::Number && y == Kind::Number && z == Kind::Number) {
         p = {p.x * scale, p.y * scale, p.z * scale};
-        if (std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z)) {
+        if (IsWithinReach(p)) {
           out.positions[m] = p;
           out.origins[m] = Origin::Measured;
           rows_.zeros = rows_.zeros || (p.x == 0 && p.y == 0 && p.z == 0);
         } else {
-          AddInfinite(m);
+          far_.Add(take_.markers[m], "line", static_cast<std::int64_t>(lines_.Number()));
         }
       } else if (x == Kind::Infinite || y == Kind::Infinite || z == Kind::Infinite) {
         AddInfinite(m);
@@ -318,6 +321,7 @@ private:
   Rows rows_;
 
   Repeated by_blanks_, short_rows_, partial_, infinite_, commas_, uneven_;
+  FarPositions far_;
   std::size_t uneven_rows_ = 0;
   std::size_t comma_line_ = 0; // of the first
   bool no_thousands_ = false;  // a comma cannot separate thousands

@@ -21,6 +21,7 @@ struct Rows {
   /// Where their own numbers do not tell the frames apart: the number to count from, and why.
   std::optional<std::int64_t> number_from;
   Note unnumbered;
+  bool lacks_numbers = false; ///< in some row, whose frame is 0 in the take
 
   Repeated no_time; ///< rows without one; it is NaN in the take
   int decimals = 0; ///< most that a time was written with; counted only where the header has no rate

@@ -3,6 +3,7 @@
 // What the reader of TRC takes a text apart with.
 
 #include "host/base/error.h"
+#include "host/formats/text_number.h"
 
 #include <fmt/format.h>
 
@@ -122,22 +123,8 @@ private:
 // The place of a note.
 inline std::string Line(std::size_t number) { return fmt::format("line {}", number); }
 
-enum class Kind : std::uint8_t {
-  Empty,    // or NaN
-  Number,   // a finite one
-  Infinite, // or too large for a double
-  Text,
-};
-
-struct Value {
-  Kind kind = Kind::Empty;
-  double number = 0;
-  bool comma = false;        // it has a decimal comma
-  bool no_thousands = false; // the comma cannot separate thousands
-};
-
-// Of a trimmed cell.
-Value ValueOf(std::string_view text);
+using Value = TextNumber;
+using Kind = TextNumber::Kind;
 
 // Nothing for what is none, has a comma, or is beyond 1e12: far more frames than any camera has counted, and few enough for
 // times to tell each from the next.

@@ -1,13 +1,17 @@
 #include "host/formats/trc_timing.h"
 
 #include "host/base/error.h"
+#include "host/formats/input_rate.h"
 #include "host/takes/frame_times.h"
+#include "host/takes/reorder_frames.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -16,8 +20,27 @@ namespace mien::trc {
 
 namespace {
 
+// Sorts rows that are out of order, if both their numbers and their times rise then.
+bool SortByTime(const Rows& rows, Take& take) {
+  const std::vector<double>& times = take.times;
+  if (rows.lacks_numbers ||
+      std::any_of(times.begin(), times.end(), [](double time) { return std::isnan(time); }))
+    return false;
+  std::vector<std::size_t> order(take.FrameCount());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return times[a] < times[b]; });
+  for (std::size_t i = 1; i < order.size(); ++i)
+    if (!(times[order[i - 1]] < times[order[i]] && take.frames[order[i - 1]] < take.frames[order[i]]))
+      return false;
+  ReorderFrames(take, order);
+  Note note = rows.unnumbered;
+  note.what += "; the rows are sorted by time";
+  take.notes.push_back(note);
+  return true;
+}
+
 void NumberFrames(const Rows& rows, Take& take) {
-  if (!rows.number_from) return;
+  if (!rows.number_from || SortByTime(rows, take)) return;
   for (std::size_t frame = 0; frame < take.FrameCount(); ++frame)
     take.frames[frame] = *rows.number_from + static_cast<std::int64_t>(frame);
   Note note = rows.unnumbered;
@@ -32,9 +55,18 @@ bool TimesRise(const Take& take) {
   return true;
 }
 
-void SetRateByTimeColumn(const Header& header, const Rows& rows, const std::string& file, Take& take) {
+void SetRateWithoutKey(const Header& header, const Rows& rows, const std::string& file,
+                       const std::optional<FrameRate>& input_rate, Take& take) {
   const bool no_key = header.rate_text.empty();
   const std::string what = no_key ? "no DataRate" : fmt::format("the DataRate {} is none", header.rate_text);
+  const bool untimed =
+      std::all_of(take.times.begin(), take.times.end(), [](double time) { return std::isnan(time); });
+  if (untimed && (input_rate || take.FrameCount() > 1)) {
+    take.rate = InputRate(input_rate, what + " and no times", take.notes);
+    NoteMissingFrames(take);
+    return;
+  }
+  RefuseInputRate(input_rate, file);
   const auto fail = [&](std::string_view why) {
     throw InputError(Code::Contradiction, file, fmt::format("{}", header.values_line),
                      fmt::format("{}, and {}", what, why), "write the frame rate under DataRate");
@@ -48,11 +80,13 @@ void SetRateByTimeColumn(const Header& header, const Rows& rows, const std::stri
                      fmt::format("{}; {} Hz by the column Time", what, ToText(take.rate))});
 }
 
-void SetRate(const Header& header, const Rows& rows, const std::string& file, Take& take) {
+void SetRate(const Header& header, const Rows& rows, const std::string& file,
+             const std::optional<FrameRate>& input_rate, Take& take) {
   if (!header.rate) {
-    SetRateByTimeColumn(header, rows, file, take);
+    SetRateWithoutKey(header, rows, file, input_rate, take);
     return;
   }
+  RefuseInputRate(input_rate, file);
   take.rate = *header.rate;
   NoteMissingFrames(take);
 }
@@ -90,10 +124,11 @@ void SetTimes(const Header& header, Take& take) {
 
 } // namespace
 
-void SetTiming(const Header& header, const Rows& rows, const std::string& file, Take& take) {
+void SetTiming(const Header& header, const Rows& rows, const std::string& file,
+               const std::optional<FrameRate>& input_rate, Take& take) {
   NumberFrames(rows, take);
   rows.no_time.AppendTo(take.notes);
-  SetRate(header, rows, file, take);
+  SetRate(header, rows, file, input_rate, take);
   SetTimes(header, take);
 }
 

@@ -103,6 +103,16 @@ Plan MakePlan(const Take& take) {
          fmt::format("the frames are numbered from {} to {}, and a C3D file has room for {} frames", first,
                      last, kMostFrames),
          "cut the take, or number its frames without gaps");
+  // A recording that paused skips some minutes, or several times what it has. A wrong number skips millions, and would turn
+  // a hundred bytes into a gigabyte.
+  constexpr std::int64_t kMostMissing = 10'000, kMostMissingPerFrame = 10;
+  const auto count = static_cast<std::int64_t>(take.FrameCount());
+  if (const std::int64_t missing = plan.frames - count;
+      missing > std::max(kMostMissing, kMostMissingPerFrame * count))
+    Fail(take, Code::Limit,
+         fmt::format("{} numbered from {} to {}: a C3D file would hold {} empty frames in between",
+                     Count(take.FrameCount(), "frame"), first, last, missing),
+         "correct the frame numbers, or write a part of the take (--frames)");
   plan.first = first >= 1 && last <= kMostInTwoWords ? first : 1;
   plan.rate = InSinglePrecision(take.rate.Hz());
 

@@ -2,6 +2,7 @@
 
 #include "host/base/text.h"
 #include "host/takes/gaps.h"
+#include "host/takes/one_place.h"
 
 #include <fmt/format.h>
 
@@ -23,7 +24,7 @@ void Include(std::optional<Extents>& extents, const Extents& more) {
 
 double Period(const FrameRate& rate) { return rate.numerator > 0 ? rate.Seconds(1) : 0; }
 
-/// The gaps of each marker, and which of them is the longest.
+/// The gaps of each marker, and the longest of them.
 void MeasureGaps(const Take& take, std::vector<MarkerDescription>& markers) {
   std::vector<std::vector<FrameSpan>> gaps = GapsOfAll(take);
   for (std::size_t m = 0; m < markers.size(); ++m) {
@@ -39,10 +40,10 @@ void MeasureGaps(const Take& take, std::vector<MarkerDescription>& markers) {
   }
 }
 
-/// Where each marker's positions lie and come from.
+/// The extents and origins of each marker's positions.
 void MeasurePositions(const Take& take, std::vector<MarkerDescription>& markers) {
   struct Residuals {
-    double sum = 0; // in units of Take::residual_mm, of which there are whole ones only
+    double sum = 0; // in whole units of Take::residual_mm
     std::size_t count = 0;
   };
   std::vector<Residuals> residuals(markers.size());
@@ -121,6 +122,7 @@ TakeDescription Describe(const Take& take) {
   d.timecode = take.timecode;
   d.events = take.events;
   d.notes = Messages(take.notes);
+  if (IsOnePlace(take)) d.notes.emplace_back("all markers are in one place in every frame");
   d.frame_numbers = take.frames;
   d.times = take.times;
   d.like_names = LikeNames(take.markers);

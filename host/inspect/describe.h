@@ -18,16 +18,16 @@ struct Extents {
   Point high;
 };
 
-/// What a take holds of one marker.
+/// What a take holds for one marker.
 struct MarkerDescription {
   std::string name;
   std::vector<FrameSpan> gaps;          ///< see GapsOf
-  std::size_t gap_frames = 0;           ///< in all gaps; frames without any marker count
+  std::size_t gap_frames = 0;           ///< in all gaps, frames without any marker included
   std::optional<FrameSpan> longest_gap; ///< the first of several
   double longest_gap_s = 0;             ///< from its first frame to the end of its last
   std::size_t computed = 0;             ///< positions of Origin::Computed
   std::size_t filled = 0;               ///< positions of Origin::Filled
-  std::optional<double> residual_mm;    ///< mean of all sightings; nothing where there are none
+  std::optional<double> residual_mm;    ///< mean of all sightings; nothing without any
   std::optional<Extents> extents;       ///< of its positions; nothing for a marker that is never seen
 };
 
@@ -48,34 +48,34 @@ struct TakeDescription {
   std::size_t frames = 0;
   std::int64_t first_frame = 0; ///< as numbered in the file
   std::int64_t last_frame = 0;
-  std::int64_t missing_frames = 0; ///< numbers between first and last that the file does not have
-  std::size_t empty_frames = 0;    ///< frames that are there and hold no marker
+  std::int64_t missing_frames = 0; ///< missing numbers between first and last
+  std::size_t empty_frames = 0;    ///< frames without any marker
   FrameRate rate;
   double start_s = 0; ///< the first frame's time
-  double duration_s =
-      0; ///< from the first frame to the end of the last: one period more than their times are apart
+  /// From the first frame to the end of the last: one period more than their times are apart.
+  double duration_s = 0;
   std::optional<Timecode> timecode; ///< of the first frame
   std::string last_timecode;        ///< of the last frame; empty without one
   std::vector<MarkerDescription> markers;
-  std::optional<Extents> extents; ///< over all markers; nothing where none is ever seen
+  std::optional<Extents> extents; ///< over all markers; nothing if none is ever seen
   std::vector<TakeEvent> events;
-  /// Names that are easily confused, in groups: equal ones, and those that differ only in letter case.
+  /// Names that are easily confused, in groups: equal ones and those that differ only in letter case.
   std::vector<std::vector<std::string>> like_names;
   std::vector<std::string> notes;
 
   std::vector<std::int64_t> frame_numbers; ///< of every frame, for the gaps (size: frames)
   std::vector<double> times;               ///< (size: frames)
 
-  /// What the format says of the axes, or else "guess: ..." with its reason; empty where nothing tells. The guess is made
-  /// where along one axis alone every marker stays half a metre or more to one side of the origin, which in capture
-  /// volumes is on the floor: that way is up.
+  /// What the format says about the axes, or else "guess: ..." with its reason; empty if there is neither. The guess: if
+  /// along exactly one axis every marker stays half a metre or more to one side of the origin, which in capture volumes is on
+  /// the floor, that way is up.
   std::string axes;
 
-  /// For the caller to set: the take alone does not say which way the face looks, a performer does.
+  /// The caller sets this: only a performer says which way the face looks.
   std::optional<FaceDirections> face;
 };
 
-/// Describes any take, also one without frames or markers.
+/// Describes any take, even without frames or markers.
 TakeDescription Describe(const Take& take);
 
 } // namespace mien

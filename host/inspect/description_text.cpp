@@ -25,7 +25,7 @@ std::string Tenths(double value) {
 
 std::string Range(double low, double high) { return Tenths(low) + " to " + Tenths(high); }
 
-// Rounded, but never to "none" or "all" where it is neither.
+// Rounded, but never to 0 or 100 unless it is exactly that.
 std::string Percent(std::size_t part, std::size_t whole) {
   if (part == 0 || part == whole) return part == 0 ? "0 %" : "100 %";
   const std::string text = Tenths(100 * static_cast<double>(part) / static_cast<double>(whole));
@@ -68,7 +68,7 @@ std::string MarkerTable(const TakeDescription& d, std::size_t most) {
   return table;
 }
 
-// The axis that a direction is nearest to, such as "+z", and the angle between them in degrees.
+// The nearest axis to a direction, such as "+z", and the angle between them in degrees.
 std::pair<std::string, double> NearestAxis(const Point& direction) {
   const double values[3] = {direction.x, direction.y, direction.z};
   std::size_t nearest = 0;

@@ -15,7 +15,7 @@ namespace mien {
 
 namespace {
 
-// The picture of one description. Rows, cells and the width of the names are settled before anything is drawn.
+// The picture of one description. The constructor decides on rows, cells and the width of the names.
 class Picture {
 public:
   Picture(const TakeDescription& d, const Terminal& terminal) : d_(d), utf8_(terminal.utf8) {
@@ -26,7 +26,7 @@ public:
     constexpr std::size_t kFewestCells = 20, kMostCells = 200;
     const std::size_t beside = 2 + name_columns_ + 1 + 2; // the margin, the name, a blank, the two bars
     cells_ = std::clamp(terminal.columns > beside ? terminal.columns - beside : 0, kFewestCells, kMostCells);
-    cells_ = std::min(cells_, d.frames); // so that none is without a frame
+    cells_ = std::min(cells_, d.frames); // so that each has a frame
   }
 
   std::string Text() const {
@@ -68,7 +68,7 @@ private:
   }
   std::string OthersName() const { return fmt::format("and {} more", others_.size()); }
 
-  // For none missing, up to a third, up to two thirds, more, and all.
+  // None missing, up to a third, up to two thirds, more, all.
   const std::array<std::string_view, 5>& Blocks() const {
     static constexpr std::array<std::string_view, 5> kUnicode = {" ", "\u2591", "\u2592", "\u2593", "\u2588"};
     static constexpr std::array<std::string_view, 5> kAscii = {" ", ".", ":", "+", "#"};
@@ -96,14 +96,14 @@ private:
     return text + "|\n";
   }
 
-  // The times of some cells' first frames, each under the left edge of its cell.
+  // The times of the first frames of some cells, each below the left edge of its cell.
   std::string Axis() const {
     constexpr std::size_t kApart = 15;
     const int decimals = d_.duration_s < 1 ? 3 : d_.duration_s < 10 ? 2 : 1;
     std::string line(2 + name_columns_ + 2, ' ');
     const std::size_t left = line.size();
     for (std::size_t cell = 0; cell < cells_; cell += kApart) {
-      if (line.size() > left + cell) break; // times so long that they would meet
+      if (line.size() > left + cell) break; // long times that would touch
       line.append(left + cell - line.size(), ' ');
       line += fmt::format("{:.{}f} s ", d_.times[StartOf(cell)], decimals);
     }

@@ -7,9 +7,9 @@
 
 namespace mien {
 
-/// Gaps over time, in lines as wide as the terminal: a row for each marker that has gaps, the worst first, a cell for each
-/// stretch of frames, and below them a line of times. Markers with the same gaps share a row, as they do where a tracker
-/// loses the whole face; what is beyond 40 rows is one row. Empty where there are no gaps.
+/// Gaps over time, in lines as wide as the terminal: a row for each marker with gaps, the worst first, a cell for each run of
+/// frames, and a line of times below. Markers with the same gaps share a row, as when a tracker loses the whole face; all
+/// beyond 40 rows share one. Empty without gaps.
 std::string GapPicture(const TakeDescription& description, const Terminal& terminal);
 
 } // namespace mien

@@ -8,6 +8,7 @@
 #include "host/takes/frame_range.h"
 #include "host/takes/frame_span.h"
 #include "host/takes/marker_indices.h"
+#include "host/takes/one_place.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -273,6 +274,9 @@ void NoteStrangeSize(Neutral& neutral) {
 } // namespace
 
 Neutral FindNeutral(const Take& take, const Performer& performer, const std::optional<FrameRange>& asked) {
+  if (IsOnePlace(take))
+    throw InputError(Code::Unsolvable, take.file, "", "all markers are in one place in every frame",
+                     "export the take again");
   Neutral neutral;
   if (asked) {
     neutral = AverageOf(take, performer, *asked, take.file, "");

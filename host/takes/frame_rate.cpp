@@ -29,15 +29,15 @@ std::optional<FrameRate> FrameRateOf(double hz) {
   const auto is = [hz](double rate) { return std::abs(rate - hz) <= 1e-6 * hz; };
   const double whole = std::round(hz);
   if (whole > 0 && is(whole)) return FrameRate{static_cast<std::int64_t>(whole), 1};
-  // NTSC rates are written with two decimals or more: 23.98 is off by 1.7e-4 of the rate. What is measured may be as near
-  // to one as that and be itself: 59.95.
+  // NTSC rates are written with two decimals or more: 23.98 is off by 1.7e-4 of the rate. A measured rate may
+  // be as near to one of them and not mean it: 59.95.
   const double camera = std::round(hz * 1.001), ntsc = camera * 1000 / 1001;
   constexpr double kCameras[] = {24, 30, 48, 60, 120, 240};
   if (std::find(std::begin(kCameras), std::end(kCameras), camera) != std::end(kCameras) &&
       (is(ntsc) || is(std::round(ntsc * 100) / 100) || is(std::round(ntsc * 1000) / 1000)))
     return Reduced(static_cast<std::int64_t>(camera) * 1000, 1001);
 
-  // The first of the continued fraction's convergents that is as good as the number.
+  // The first convergent of the continued fraction that is within a billionth.
   double rest = hz;
   std::int64_t above = std::llround(std::floor(rest)), below = 1, above_before = 1, below_before = 0;
   while (std::abs(static_cast<double>(above) / static_cast<double>(below) - hz) > 1e-9 * hz) {

@@ -6,14 +6,14 @@
 
 namespace mien {
 
-/// Frames per second as a fraction, so that 30000/1001 stays what it is however many frames are counted.
+/// Frames per second as a fraction, so that 30000/1001 stays exact over any number of frames.
 struct FrameRate {
-  std::int64_t numerator = 0; ///< 0 where no rate is known
+  std::int64_t numerator = 0; ///< 0 if the rate is unknown
   std::int64_t denominator = 1;
 
   double Hz() const { return static_cast<double>(numerator) / static_cast<double>(denominator); }
 
-  /// The time that `frames` frames take.
+  /// The duration of `frames` frames.
   double Seconds(std::int64_t frames) const {
     return static_cast<double>(frames) * static_cast<double>(denominator) / static_cast<double>(numerator);
   }
@@ -21,16 +21,16 @@ struct FrameRate {
   bool operator==(const FrameRate&) const = default;
 };
 
-/// The fraction that a rate written in decimals, or kept in single precision, stands for: a whole number, an NTSC rate
-/// (k * 1000/1001: 23.976, 23.98, 29.97, 59.94, 119.88 ...), or else the simplest fraction within a billionth of it. Nothing for a
-/// rate that no camera has: below a frame in a million seconds, above a billion hertz, NaN.
+/// The fraction behind a rate in decimals or in single precision: a whole number, an NTSC rate (k * 1000/1001: 23.976,
+/// 23.98, 29.97, 59.94, 119.88 ...), or else the simplest fraction within a billionth of it. Nothing for a rate that no
+/// camera has: below a frame in a million seconds, above a billion hertz, NaN.
 std::optional<FrameRate> FrameRateOf(double hz);
 
 /// "120", "29.98", "30000/1001".
 std::string ToText(const FrameRate& rate);
 
-/// Reads what ToText writes, and decimals as FrameRateOf takes them. Nothing for anything else, nor for a fraction of
-/// numbers above 10^15.
+/// Reads what ToText writes, and decimals as FrameRateOf does. Nothing for any other text and for fractions with numbers above
+/// 10^15.
 std::optional<FrameRate> ParseFrameRate(const std::string& text);
 
 } // namespace mien

@@ -21,7 +21,7 @@ double StepFrames(const Take& take, std::size_t i) {
 }
 double StepSeconds(const Take& take, std::size_t i) { return take.times[i] - take.times[i - 1]; }
 
-// Seconds from frame to frame, as most of them are.
+// The usual seconds from frame to frame: their median.
 double UsualPeriod(const Take& take) {
   std::vector<double> periods(take.FrameCount() - 1);
   for (std::size_t i = 0; i < periods.size(); ++i)
@@ -67,11 +67,11 @@ MeasuredRate MeasureRuns(Take& take, int decimals) {
 
 bool Near(double a, double b, double room) { return std::abs(a - b) <= room; }
 
-// The rate that a camera may have had where this one was measured. The rate itself if it is as good as whole. Else a short
-// take leaves room for several: a usual one is likeliest, then a whole one, then an NTSC one.
+// The camera's likely rate, where this one was measured: the rate itself if it is practically whole. Otherwise a short take
+// leaves several possible: a usual one is likeliest, then a whole one, then an NTSC one.
 double Snap(const MeasuredRate& measured) {
   const auto [rate, room] = measured;
-  // Times kept in single precision are off by more than their many decimals say, but by less than this part.
+  // Times in single precision are off by more than their many decimals suggest, but by less than this fraction.
   const double precision = rate * 1e-6;
   const double whole = std::round(rate);
   if (whole > 0 && Near(whole, rate, precision)) return whole;
@@ -106,22 +106,6 @@ int DecimalsOf(std::string_view number) {
                     0, kMost);
 }
 
-std::optional<FrameFault> AddFrame(Take& take, std::optional<std::int64_t> number, double time) {
-  const bool first = take.frames.empty();
-  if (!number) number = first ? 1 : take.frames.back() + 1;
-  if (!first && *number <= take.frames.back())
-    return FrameFault{FrameFault::Of::Number, Code::Order,
-                      fmt::format("frame {} comes after frame {}", *number, take.frames.back()),
-                      "sort the rows by frame, one row per frame; give each recording its own file"};
-  if (!first && !(time > take.times.back()))
-    return FrameFault{FrameFault::Of::Time, Code::Order,
-                      fmt::format("the time {} s comes after {} s", time, take.times.back()),
-                      "give each row a later time than the row before, in seconds, with enough decimals to "
-                      "tell them apart"};
-  take.AddFrame(*number, time);
-  return std::nullopt;
-}
-
 void NoteMissingFrames(Take& take) {
   std::vector<std::string> missing;
   for (std::size_t i = 1; i < take.FrameCount(); ++i)
@@ -131,9 +115,9 @@ void NoteMissingFrames(Take& take) {
     take.notes.push_back({Code::Missing, "", "frames missing: " + Some(missing, kPlacesShown)});
 }
 
-std::optional<FrameFault> SetRateByTimes(Take& take, int decimals) {
+std::optional<FrameFault> SetRateByTimes(Take& take, int decimals, double fastest_hz) {
   if (take.FrameCount() == 0)
-    return FrameFault{FrameFault::Of::Rows, Code::Empty, "there are no frames, only a header",
+    return FrameFault{Code::Empty, "there are no frames, only a header",
                       "export the take again with its rows"};
   if (take.FrameCount() == 1) {
     take.rate = {30, 1};
@@ -146,14 +130,14 @@ std::optional<FrameFault> SetRateByTimes(Take& take, int decimals) {
   const std::optional<FrameRate> rate = FrameRateOf(Snap(measured));
   if (!rate)
     return FrameFault{
-        FrameFault::Of::Rows, Code::InvalidValue,
+        Code::InvalidValue,
         fmt::format("times from {} s to {} s give no frame rate", take.times.front(), take.times.back()),
-        "write the times in seconds"};
+        "check their unit"};
   take.rate = *rate;
-  if (measured.hz < 1 || measured.hz > 10000)
+  if (measured.hz < 1 || measured.hz > fastest_hz)
     take.notes.push_back(
         {Code::Doubtful, "",
-         fmt::format("the times, read as seconds, give a rate of {:.6g} Hz", take.rate.Hz())});
+         fmt::format("the times give a rate of {:.6g} Hz; check their unit", take.rate.Hz())});
   return std::nullopt;
 }
 

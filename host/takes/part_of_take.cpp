@@ -14,8 +14,7 @@ namespace mien {
 
 namespace {
 
-/// The timecode that the take's frame of this index shows, and whether it lies on a whole count. Where it does not, the
-/// count before.
+/// The timecode at the frame of this index, and whether it is a whole count; if not, the count before.
 std::pair<Timecode, bool> TimecodeAt(const Take& take, std::size_t frame) {
   std::string text = take.timecode->At(take.times[frame] - take.times[0]);
   const std::size_t fraction = text.find('.');
@@ -36,7 +35,7 @@ FrameSpan Frames(const Take& take, const std::optional<FrameRange>& asked) {
   return frames;
 }
 
-/// The indices of the markers that are asked for, all where none is.
+/// The indices of the named markers; all if none is named.
 std::vector<std::size_t> Markers(const Take& take, const std::vector<std::string>& asked) {
   std::vector<std::size_t> markers;
   if (asked.empty())

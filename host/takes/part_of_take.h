@@ -9,11 +9,11 @@
 
 namespace mien {
 
-/// The frames and markers of a take that are asked for, with their numbers, times, events and timecode. Without `frames`
-/// all of them; `markers` in the order in which they are named, each once, all where none is. Where the first frame lies
-/// between two counts of the timecode, it gets the one before, with a note; so does a range that is only partly there.
+/// A part of a take: the frames of the range, all without one, and the named markers in that order, each once, all if none
+/// is named; with frame numbers, times, events and timecode. Notes a range of which the take has only a part, and a first
+/// frame between two counts of the timecode, which gets the one before.
 ///
-/// Throws InputError where no frame of the range or no marker of a name exists.
+/// Throws InputError if no frame of the range or no marker of a name exists.
 Take PartOfTake(const Take& take, const std::optional<FrameRange>& frames,
                 const std::vector<std::string>& markers);
 

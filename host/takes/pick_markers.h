@@ -7,7 +7,7 @@
 
 namespace mien {
 
-/// The same frames with these markers alone (indices, in this order). Leaves out sightings, events and notes.
+/// The same frames with only these markers (indices, in this order), without sightings, events and notes.
 Take PickMarkers(const Take& take, const std::vector<std::size_t>& markers);
 
 } // namespace mien

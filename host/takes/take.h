@@ -16,21 +16,21 @@
 
 namespace mien {
 
-/// How a position came about.
+/// Where a position comes from.
 enum class Origin : std::uint8_t {
-  None,     ///< there is none: a gap
+  None,     ///< there is no position: a gap
   Measured, ///< by the recording's cameras or tracker
   Computed, ///< by the program that wrote the file: interpolated, filtered, made up
   Filled,   ///< by us: see fill_gaps.h
 };
 
-/// What a camera system says of one measured position.
+/// What a camera system reports about one measured position.
 struct Sighting {
-  std::uint8_t cameras = 0;  ///< bit i: camera i + 1 took part; 0 where that is not known
+  std::uint8_t cameras = 0;  ///< bit i: camera i + 1 took part; 0 if unknown
   std::uint8_t residual = 0; ///< mean distance of the cameras' rays from it, in units of Take::residual_mm
 };
 
-/// A moment with a name in a recording.
+/// A named moment of a recording.
 struct TakeEvent {
   double time = 0; ///< seconds, on the clock of Take::times
   std::string label;
@@ -39,19 +39,19 @@ struct TakeEvent {
 /// A recording of markers: for each frame and marker a position in millimetres, or nothing. A marker that was
 /// not seen is a gap, never a zero or NaN position.
 ///
-/// The axes are those of the source, made right-handed; which way the face looks is for the performer to say.
+/// The axes are the source's, made right-handed; a performer says which way the face looks.
 struct Take {
   Take() = default;
   explicit Take(std::vector<std::string> marker_names) : markers(std::move(marker_names)) {}
 
-  std::string file;    ///< its path as it was given, for messages
+  std::string file;    ///< its path as the user wrote it, for messages
   std::string name;    ///< the file's name without folder and ending
   std::string format;  ///< the source format, as a user reads it: "marker CSV"
-  std::string flavour; ///< which of its kinds: "Intel, float"; may be empty
-  std::string unit;    ///< of lengths in the file: "m"; positions here are millimetres whatever it is
-  std::string axes;    ///< what the format says of them: "+y up, ..."; empty where it says nothing
+  std::string flavour; ///< the kind of that format: "Intel, float"; may be empty
+  std::string unit;    ///< of lengths in the file: "m"; positions here are always millimetres
+  std::string axes;    ///< what the format says about them: "+y up, ..."; empty if nothing
   FrameRate rate;
-  std::optional<Timecode> timecode; ///< of the first frame; nothing where the file has none
+  std::optional<Timecode> timecode; ///< of the first frame; nothing if the file has none
 
   /// Marker names in the file's order, UTF-8. Complete before the first AddFrame; renaming one later is fine.
   std::vector<std::string> markers;
@@ -62,8 +62,7 @@ struct Take {
   /// The millimetres of a Sighting's residual of 1; above 0 where the file has sightings. Set before the first AddFrame.
   double residual_mm = 0;
 
-  /// What the reader forgave or noticed that the user should hear: "line 7: 7 keys instead of 8", "frames missing: 3 after
-  /// frame 57".
+  /// What the reader forgave or noticed, for the user: "line 7: 7 keys instead of 8", "frames missing: 3 after frame 57".
   std::vector<Note> notes;
 
   std::size_t FrameCount() const { return frames.size(); }
@@ -85,7 +84,19 @@ struct Take {
     return frames.size() - 1;
   }
 
-  /// The position at a frame and marker, both by index; null for a gap. Stays valid until the next AddFrame.
+  /// Takes back the last AddFrame.
+  void RemoveLastFrame() {
+    Block& block = blocks_.back();
+    const std::size_t size = block.positions.size() - markers.size();
+    block.positions.resize(size);
+    block.origins.resize(size);
+    if (HasSightings()) block.sightings.resize(size);
+    frames.pop_back();
+    times.pop_back();
+    if (frames.size() == ((blocks_.size() - 1) << block_bits_)) blocks_.pop_back();
+  }
+
+  /// The position at a frame and marker, both by index; null for a gap. Valid until the next AddFrame.
   const Point* At(std::size_t frame, std::size_t marker) const {
     const Block& block = blocks_[frame >> block_bits_];
     const std::size_t i = IndexInBlock(frame, marker);
@@ -96,7 +107,8 @@ struct Take {
     return blocks_[frame >> block_bits_].origins[IndexInBlock(frame, marker)];
   }
 
-  /// What the cameras say of a position; nothing of one that is not theirs, and in a take without sightings.
+  /// What the cameras report about a position; nothing for a position that they did not measure, and in a take without
+  /// sightings.
   std::optional<Sighting> SightingAt(std::size_t frame, std::size_t marker) const {
     if (!HasSightings() || OriginAt(frame, marker) != Origin::Measured) return std::nullopt;
     return blocks_[frame >> block_bits_].sightings[IndexInBlock(frame, marker)];
@@ -115,7 +127,7 @@ struct Take {
     blocks_[frame >> block_bits_].origins[IndexInBlock(frame, marker)] = Origin::None;
   }
 
-  /// All markers of one frame, to be written at once (sizes: markers; sightings empty in a take without).
+  /// All markers of one frame, to write them at once (sizes: markers; sightings empty in a take without).
   struct Row {
     std::span<Point> positions;
     std::span<Origin> origins;
@@ -128,8 +140,8 @@ struct Take {
             HasSightings() ? std::span(block.sightings).subspan(first, count) : std::span<Sighting>()};
   }
 
-  /// Index of the marker with exactly this name, letter case included: takes exist in which "Rcheek_up" and
-  /// "Rcheek_Up" are two markers. Of equal names the first.
+  /// Index of the marker with exactly this name, letter case included: some takes have two markers "Rcheek_up" and
+  /// "Rcheek_Up". Of equal names the first.
   std::optional<std::size_t> FindMarker(std::string_view marker) const {
     for (std::size_t i = 0; i < markers.size(); ++i)
       if (markers[i] == marker) return i;
@@ -137,7 +149,7 @@ struct Take {
   }
 
 private:
-  // A run of frames, frame-major (size: frames x markers). A long take is many blocks: growing moves none of them, and
+  // Consecutive frames, frame-major (size: frames x markers). A long take has many blocks: growing moves none of them, and
   // each is written while it is in the cache.
   struct Block {
     std::vector<Point> positions;
@@ -152,7 +164,7 @@ private:
     }
   };
 
-  // Of the number of frames in a block.
+  // The binary logarithm of the number of frames in a block.
   static int BlockBits(std::size_t markers) {
     constexpr std::size_t kMostPoints = 1 << 15; // 24 bytes each
     int bits = 0;

@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::int64_t kMinutesADay = 1440;
 
-/// Numbers in a second: 30 for 29.97 counts per second.
+/// Numbers per second: 30 for 29.97 counts per second.
 std::int64_t Numbers(const FrameRate& rate) { return std::llround(rate.Hz()); }
 
-/// Numbers that each minute but every tenth skips: 2 for 30, 4 for 60.
+/// The numbers that each minute skips, except every tenth: 2 for 30, 4 for 60.
 std::int64_t Skipped(const Timecode& timecode) { return timecode.drop ? Numbers(timecode.rate) / 15 : 0; }
 
 bool IsPossible(const Timecode& timecode) {
@@ -24,7 +24,7 @@ bool IsPossible(const Timecode& timecode) {
   return numbers >= 1 && numbers <= kMost && (!timecode.drop || numbers % 30 == 0);
 }
 
-/// The number that stands for a count since midnight; below the next day's.
+/// The number of a count since midnight, within one day.
 std::int64_t Number(const Timecode& timecode, std::int64_t count) {
   const std::int64_t skipped = Skipped(timecode);
   if (skipped == 0) return count;
@@ -55,7 +55,7 @@ std::string Timecode::At(double seconds) const {
 void Timecode::AppendTo(fmt::appender text, double seconds) const {
   constexpr std::int64_t kParts = 1000;
   const double counts_later = seconds * rate.Hz();
-  // In thousandths of a count; a day is far below 2^53 of them, and times beyond it come round.
+  // In thousandths of a count; a day has far fewer than 2^53, and later times wrap around.
   const auto day = static_cast<double>(CountsADay());
   std::int64_t thousandths = std::llround(std::fmod(counts_later, day) * kParts) + count * kParts;
   const std::int64_t thousandths_a_day = CountsADay() * kParts;

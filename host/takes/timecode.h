@@ -10,20 +10,20 @@
 
 namespace mien {
 
-/// The time of day that a recorder stamped on a take's first frame, from which that of every other frame follows.
+/// The time of day that a recorder stamped on a take's first frame; those of all other frames follow from it.
 struct Timecode {
   std::int64_t count = 0; ///< counts since midnight; less than a day's
   FrameRate rate;         ///< counts per second: 30, 25, 30000/1001 ...
-  bool drop =
-      false; ///< skips the numbers 0 and 1 (per 30) of each minute but every tenth, to stay with the clock
+  /// Skips the numbers 0 and 1 (per 30) of each minute but every tenth, to stay with the clock.
+  bool drop = false;
 
   bool operator==(const Timecode&) const = default;
 
-  /// As text, `seconds` later: "10:02:59:29", with drop "10:02:59;29"; between two counts with the fraction in
-  /// thousandths, "10:02:59:29.500". After midnight it starts again.
+  /// As text, `seconds` later: "10:02:59:29", with drop "10:02:59;29"; between two counts with a fraction in
+  /// thousandths, "10:02:59:29.500". Starts again at midnight.
   std::string At(double seconds) const;
 
-  /// The same at the end of a buffer, for what is written row by row.
+  /// The same, appended to a buffer, for files written row by row.
   void AppendTo(fmt::appender text, double seconds) const;
 
   /// From midnight to midnight.
@@ -33,9 +33,9 @@ struct Timecode {
   double SecondsOfDay() const;
 };
 
-/// Reads "HH:MM:SS:FF", with ';' before FF for drop, and "@RATE" behind it (ParseFrameRate). Without a rate
-/// `rate_without` is taken, or for drop 30000/1001. Nothing where that is no time of day at the rate, nor for a fraction
-/// of a count (".500" behind FF) unless there is a `fraction` to put it in: 0 to 1, without 1.
+/// Reads "HH:MM:SS:FF", with ';' before FF for drop, and "@RATE" after it (ParseFrameRate). Without a rate it uses
+/// `rate_without`, or for drop 30000/1001. Nothing for text that is no time of day at the rate, and for a fraction of a count
+/// (".500" after FF) unless `fraction` takes it: 0 to 1, without 1.
 std::optional<Timecode> ParseTimecode(const std::string& text, const FrameRate& rate_without,
                                       double* fraction = nullptr);
 

@@ -36,7 +36,7 @@ set(sees_host/cleaning  base takes cleaning)
 set(sees_host/inspect   base takes inspect)
 set(sees_host/performer base files takes cleaning performer)
 set(sees_host/character base files character)
-set(sees_host/gltf      base character gltf)
+set(sees_host/gltf      base files character gltf)
 set(sees_host/animation base takes character gltf animation)
 set(sees_host/solve     base takes cleaning performer character animation solve)
 set(sees_host/jobs      base files takes formats cleaning inspect performer character gltf animation

@@ -672,10 +672,11 @@ TEST_F(Command, BadTakesAreNamedWithPlaceAndFix) {
   Save("blank.csv", "\n\n  \n");
   Save("header.csv", header);
   Save("columns.csv", "frame, timestamp, confidence\n1, 0, 1\n");
-  Save("cut.csv", FirstLines(take_, 20) + rows[20].substr(0, rows[20].size() / 2));
+  Save("cut.csv", FirstLines(take_, 20) + rows[20].substr(0, rows[20].size() / 2) + '\n' + rows[21] + '\n');
   Save("number.csv", FirstLines(take_, 10) + rows[10].substr(0, rows[10].rfind(',')) + ", many\n");
-  Save("nan.csv", FirstLines(take_, 10) + rows[10].substr(0, rows[10].rfind(',')) + ", nan\n");
-  Save("infinite.csv", FirstLines(take_, 10) + rows[10].substr(0, rows[10].rfind(',')) + ", 1e999\n");
+  const std::string behind_time = rows[10].substr(rows[10].find(',', rows[10].find(',') + 1));
+  Save("nan.csv", FirstLines(take_, 10) + "10, nan" + behind_time + '\n');
+  Save("infinite.csv", FirstLines(take_, 10) + "10, 1e999" + behind_time + '\n');
   Save("binary.csv", std::string("\x7F"
                                  "ELF\0\1\2\3",
                                  8));

@@ -1,12 +1,15 @@
 #include "host/formats/c3d_frames.h"
 
+#include "host/formats/c3d_numbers.h"
 #include "tests/host/formats/read_c3d.h"
 #include "tests/host/note.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <map>
 #include <string>
@@ -51,13 +54,23 @@ TEST(C3dFrames, SixEncodingsOfATakeAreEqualInEveryNumber) {
     }
 }
 
-TEST(C3dFrames, DecFloatsKeepEveryBitOverTheirRange) {
-  for (const double value : {1.0, -1.0, 0.1, 3.0e37, -2.5e-30, 1.0 / 3, 0x1p-100}) {
+TEST(C3dFrames, DecFloatsKeepEveryBit) {
+  for (const double value : {1.0, -1.0, 0.1, 9.0e5, -2.5e-30, 1.0 / 3, 0x1p-100}) {
     C3dBuilder file;
     file.Encode(C3dBuilder::kDec, true);
     file.frames = {{{value, 0, 0, 1}, {1, 1, 1, 1}}};
     file.Words("POINT", "FRAMES", {1});
     EXPECT_EQ(Read(file).At(0, 0)->x, static_cast<double>(static_cast<float>(value))) << value;
+  }
+}
+
+TEST(C3dFrames, DecFloatsGoFartherThanPositionsDo) {
+  for (const float value : {3.0e37f, -3.0e37f, 8.0e37f}) {
+    const std::uint32_t bits =
+        std::bit_cast<std::uint32_t>(value) + (2u << 23); // its exponent is larger by 2
+    const auto byte = [bits](int shift) { return static_cast<char>(bits >> shift & 0xFF); };
+    const char bytes[] = {byte(16), byte(24), byte(0), byte(8)};
+    EXPECT_EQ(mien::c3d::RealAt(mien::c3d::Processor::Dec, bytes), static_cast<double>(value));
   }
 }
 

@@ -1,5 +1,6 @@
 #include "host/formats/c3d_timing.h"
 
+#include "host/formats/c3d.h"
 #include "tests/host/formats/read_c3d.h"
 #include "tests/host/note.h"
 
@@ -64,9 +65,21 @@ TEST(C3dTiming, RateThatIsMissingIsSaid) {
     file.header_reals[11] = none;
     const Take take = Read(file);
     EXPECT_EQ(take.rate, (mien::FrameRate{100, 1}));
-    EXPECT_THAT(take.notes,
-                ElementsAre("the file gives no frame rate; taken as 100 Hz, so that times may be wrong"));
+    EXPECT_THAT(take.notes, ElementsAre("the file gives no frame rate; taken as 100 Hz (--input-rate)"));
   }
+}
+
+TEST(C3dTiming, ARateThatIsMissingCanBeNamed) {
+  C3dBuilder file;
+  const auto read = [&] { return mien::ReadC3d(file.Bytes(), "t", mien::FrameRate{25, 1}); };
+  EXPECT_EQ(ProblemOf(read), "usage at no place") << "the file has one";
+  file.Reals("POINT", "RATE", {0});
+  EXPECT_EQ(ProblemOf(read), "usage at no place") << "in its header";
+  file.header_reals[11] = 0;
+  const Take take = read();
+  EXPECT_EQ(take.rate, (mien::FrameRate{25, 1}));
+  EXPECT_THAT(take.times, ElementsAre(0, 0.04, 0.08));
+  EXPECT_THAT(take.notes, IsEmpty());
 }
 
 TEST(C3dTiming, ExactRateAndTimecodeOfOurOwn) {

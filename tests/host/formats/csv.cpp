@@ -2,6 +2,7 @@
 
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,6 +20,7 @@
 #include <system_error>
 #include <vector>
 
+using mien::Code;
 using mien::CsvColumns;
 using mien::CsvReader;
 using testing::ElementsAre;
@@ -128,11 +130,11 @@ TEST(CsvReader, RefusesToChooseBetweenTwoColumnsOfAName) {
   const CsvReader csv("a,b, a\n", "t.csv");
   EXPECT_EQ(csv.Column("b"), 1u);
   EXPECT_EQ(InputErrorOf([&] { csv.Column("a"); }),
-            "t.csv:1: the column \"a\" is there twice; keep the right one of them");
+            "t.csv:1: the column \"a\" occurs twice; keep the right one");
 }
 
 TEST(CsvReader, RowCutShortNamesLineAndFirstColumnLost) {
-  const std::string fix = "; complete the row or take it out";
+  const std::string fix = "; complete the row or remove it";
   EXPECT_EQ(InputErrorOf([] { Table("a,b,c\n1,2,3\n4,5\n6,7,8\n"); }),
             "t.csv:3: column \"c\": the row is cut short: it has 2 fields and the header 3" + fix);
   EXPECT_EQ(InputErrorOf([] {
@@ -140,7 +142,7 @@ TEST(CsvReader, RowCutShortNamesLineAndFirstColumnLost) {
               csv.Next();
               csv.Number(1);
             }),
-            "t.csv:2: column \"b\": the row is cut short: it has 1 fields and the header 3" + fix);
+            "t.csv:2: column \"b\": the row is cut short: it has 1 field and the header 3" + fix);
 }
 
 TEST(CsvReader, ChecksRowsOfWhichNothingWasAsked) {
@@ -150,8 +152,7 @@ TEST(CsvReader, ChecksRowsOfWhichNothingWasAsked) {
                 while (csv.Next()) {}
               }),
               "t.csv:2: column \"c\": the row is cut short: it has 2 fields and the header 3; complete the "
-              "row or take "
-              "it out");
+              "row or remove it");
 }
 
 TEST(CsvReader, TooManyFieldsNameTheLineThoughOnlyTheFirstWasAsked) {
@@ -233,7 +234,7 @@ TEST(CsvReader, DecimalsOfAnyLengthAreTheNumbersThatFromCharsMakesOfThem) {
   }
 }
 
-TEST(CsvReader, NumberIfAnyTellsEmptyFieldsFromNumbersAndNan) {
+TEST(CsvReader, NumberIfAnySeparatesEmptyFieldsNumbersNanAndInfinity) {
   CsvReader csv("a,b,c,d,e,f\n1.5,, ,nan,-NaN(2),inf\n", "t.csv");
   ASSERT_TRUE(csv.Next());
   EXPECT_EQ(csv.NumberIfAny(0), 1.5);
@@ -241,19 +242,25 @@ TEST(CsvReader, NumberIfAnyTellsEmptyFieldsFromNumbersAndNan) {
   EXPECT_EQ(csv.NumberIfAny(2), std::nullopt);
   EXPECT_TRUE(std::isnan(csv.NumberIfAny(3).value_or(0)));
   EXPECT_TRUE(std::isnan(csv.NumberIfAny(4).value_or(0)));
-  EXPECT_EQ(InputErrorOf([&] { csv.NumberIfAny(5, "fix it"); }),
-            "t.csv:2: column \"f\": \"inf\" is not a finite number; fix it");
+  EXPECT_TRUE(std::isinf(csv.NumberIfAny(5).value_or(0)));
   EXPECT_EQ(csv.NumberIfAny(0), 1.5);
   EXPECT_FALSE(csv.Next());
 }
 
-TEST(CsvReader, GiantFieldsAndQuotesAreShownInPart) {
+TEST(CsvReader, NanAndInfinityAreReadAsWindowsWritesThem) {
+  const std::string text = "a,b,c,d,e\n-1.#IND,1.#QNAN,-1.#INF,1e999,1e-999\n";
+  CsvReader csv(text, "t.csv");
+  ASSERT_TRUE(csv.Next());
+  EXPECT_TRUE(std::isnan(csv.NumberIfAny(0).value_or(0)));
+  EXPECT_TRUE(std::isnan(csv.NumberIfAny(1).value_or(0)));
+  for (const std::size_t column : {2u, 3u, 4u}) EXPECT_TRUE(std::isinf(csv.NumberIfAny(column).value_or(0)));
+}
+
+TEST(CsvReader, GiantFieldsAreShownInPart) {
   EXPECT_EQ(NumberError(std::string(1 << 20, 'x')),
             "t.csv:2: column \"n\": \"" + std::string(60, 'x') +
                 "...\" is not a number; write a plain number, such as 12.5");
   EXPECT_EQ(NumberFrom(std::string(1 << 20, '0') + "7.5"), 7.5);
-  EXPECT_EQ(NumberError("\"1.5\""),
-            "t.csv:2: column \"n\": \"\"1.5\"\" is not a number; write a plain number, such as 12.5");
 }
 
 TEST(CsvReader, FindsEachOfThousandsOfColumns) {
@@ -317,7 +324,157 @@ TEST(CsvReader, IntegersWithAFractionOrBeyondExactDoublesAreRefused) {
 }
 
 TEST(CsvReader, CountsLinesAcrossBlankOnes) {
-  EXPECT_EQ(InputErrorOf([] { Table("\n\na,b\r\n\r\n1,2\r\n\r\n3\r\n"); }).substr(0, 8), "t.csv:7:");
+  EXPECT_EQ(InputErrorOf([] { Table("\n\na,b\r\n\r\n1,2\r\n\r\n3\r\n4,5"); }).substr(0, 8), "t.csv:7:");
+}
+
+namespace {
+
+// The notes on a text of which every field was read as a number, but where it begins with a letter.
+std::vector<mien::Note> NotesOn(const std::string& text) {
+  CsvReader csv(text, "t.csv");
+  while (csv.Next())
+    for (std::size_t column = 0; column < csv.Columns().size(); ++column)
+      if (csv.Text(column).find_first_not_of("abcdefghijklmnopqrstuvwxyz") == 0) csv.NumberIfAny(column);
+  std::vector<mien::Note> notes;
+  csv.Finish(notes);
+  return notes;
+}
+
+// All fields of all rows as numbers.
+std::vector<std::vector<double>> Numbers(const std::string& text) {
+  std::vector<std::vector<double>> table;
+  CsvReader csv(text, "t.csv");
+  while (csv.Next()) {
+    table.emplace_back();
+    for (std::size_t column = 0; column < csv.Columns().size(); ++column)
+      table.back().push_back(csv.Number(column));
+  }
+  return table;
+}
+
+} // namespace
+
+TEST(CsvReader, TablesThatKeepTheRulesGetNoNotes) {
+  EXPECT_THAT(NotesOn("a,b\r\n1,2.5\r\n\r\n3,\r\n"), IsEmpty());
+  EXPECT_THAT(NotesOn("\"a\",\"b\"\n\"1\",\"2.5\"\n3,4"), IsEmpty());
+  EXPECT_THAT(NotesOn("a,b\n"), IsEmpty());
+}
+
+TEST(CsvReader, CarriageReturnsBeforeALineEndAreDroppedAndNoted) {
+  EXPECT_THAT(Table("a,b\r\r\n1,2\r\r\n\r\r\n3,4\r\r\n"),
+              ElementsAre(ElementsAre("1", "2"), ElementsAre("3", "4")));
+  EXPECT_THAT(NotesOn("a,b\r\r\n1,2\r\r\n"),
+              ElementsAre(IsNote(Code::Syntax, "line 1", "the line ends are CR CR LF")));
+}
+
+TEST(CsvReader, SemicolonsAndTabsSeparateWhereTheHeaderHasNoCommas) {
+  EXPECT_THAT(CsvColumns(" a;\"b;c\" ; d;\n"), ElementsAre("a", "b;c", "d"));
+  EXPECT_THAT(CsvColumns("a\tb c\t\td\t\n"), ElementsAre("a", "b c", "", "d"));
+  EXPECT_THAT(CsvColumns("a;b,c\n"), ElementsAre("a;b", "c"));
+  EXPECT_THAT(CsvColumns("\"a,b\";c\n"), ElementsAre("a,b", "c"));
+  EXPECT_THAT(Numbers("a;b;c\n 1.5 ;-2;3e1\n;;\n4;5;6;;\n"),
+              ElementsAre(ElementsAre(1.5, -2, 30), ElementsAre(4, 5, 6)));
+  EXPECT_THAT(Numbers("a\tb\n 1.5 \t-2\n\t\n3\t4\t\t\n"),
+              ElementsAre(ElementsAre(1.5, -2), ElementsAre(3, 4)));
+  EXPECT_THAT(Table("a\tb\tc\n\t\tx\n"), ElementsAre(ElementsAre("", "", "x")));
+  EXPECT_THAT(Table("a\tb\tc\n\t \t\"x\"\n"), ElementsAre(ElementsAre("", "", "x")));
+  EXPECT_THAT(NotesOn("\na;b\n1.5;2\n"),
+              ElementsAre(IsNote(Code::Syntax, "line 2", "the columns are separated by semicolons")));
+  EXPECT_THAT(NotesOn("a\tb\n1\t2\n"), ElementsAre("line 1: the columns are separated by tabs"));
+  EXPECT_EQ(InputErrorOf([] { Numbers("a;b\n1;2\n1;2;3\n"); }).substr(0, 46),
+            "t.csv:3: the row has 3 fields and the header 2");
+}
+
+TEST(CsvReader, DecimalCommasAreReadWhereNothingElseTheyCanBe) {
+  EXPECT_THAT(Numbers("a;b;c;d\n1,5;-0,25;+12,5e-1;,5\n"), ElementsAre(ElementsAre(1.5, -0.25, 1.25, 0.5)));
+  EXPECT_THAT(Numbers("a,b\n\"1,5\",\"-12\"\n"), ElementsAre(ElementsAre(1.5, -12)));
+  EXPECT_THAT(NotesOn("a;b\n1;2\n1,5;2,25\n3,5;4\n"),
+              ElementsAre("line 1: the columns are separated by semicolons",
+                          IsNote(Code::Syntax, "line 3", "decimal commas, as in \"1,5\"")));
+  EXPECT_THAT(NotesOn("a,b\n1,2\n\"1,5\",2\n"), ElementsAre("line 3: decimal commas, as in \"1,5\""));
+  EXPECT_EQ(InputErrorOf([] { Numbers("a;b\n1;1.234,5\n"); }),
+            "t.csv:2: column \"b\": \"1.234,5\" is not a number; write a plain number, such as 12.5");
+}
+
+TEST(CsvReader, CommasThatMaySeparateThousandsAreRefused) {
+  const std::string fix = "; save the table with decimal points, and nothing between the thousands";
+  const auto error = [](const std::string& text) { return InputErrorOf([&] { NotesOn(text); }); };
+  EXPECT_EQ(error("a;b\n1;2\n1,234;12,345\n"), "t.csv:3: \"1,234\" has a comma, and nothing shows whether "
+                                               "the commas are decimal or separate thousands" +
+                                                   fix);
+  EXPECT_EQ(error("a,b\n\"1,234\",5\n"), "t.csv:2: \"1,234\" has a comma, and nothing shows whether the "
+                                         "commas are decimal or separate thousands" +
+                                             fix);
+  EXPECT_EQ(error("a;b\n1,234;2,5\n"), "no InputError");
+  EXPECT_EQ(error("a;b\n0,033;1,234\n"), "no InputError");
+  EXPECT_EQ(error("a,b\n\"1,5\",0.5\n"), "t.csv:2: \"1,5\" has a comma, and other numbers have points" + fix);
+  EXPECT_EQ(error("a;b\n0.5;2\n1,5;2\n"),
+            "t.csv:3: \"1,5\" has a comma, and other numbers have points" + fix);
+  EXPECT_EQ(error("a;b\n1,5;e.g. x\n"), "no InputError") << "not a point of a number";
+}
+
+TEST(CsvReader, QuotesAreTakenOffAndWhatTheyHoldIsOneField) {
+  EXPECT_THAT(
+      Table("a,b,c\n\"1\", \" 2 \" ,3\n4,\"x, y\",\"5\"\n\"\",\"\",\"6\"\n"),
+      ElementsAre(ElementsAre("1", "2", "3"), ElementsAre("4", "x, y", "5"), ElementsAre("", "", "6")));
+  EXPECT_THAT(Table("a,b\n\"say \"\"a\"\"\",\"\"\"\"\n5\" wide,x\"y\"\n"),
+              ElementsAre(ElementsAre("say \"a\"", "\""), ElementsAre("5\" wide", "x\"y\"")));
+  EXPECT_THAT(Table("\"a;\";b\n\"1;\";\"2\"\n"), ElementsAre(ElementsAre("1;", "2")));
+  EXPECT_THAT(Numbers("a,b,c\n\"1.5\",2,\"-3\"\n4,5,6\n"),
+              ElementsAre(ElementsAre(1.5, 2, -3), ElementsAre(4, 5, 6)));
+  // In any order, as without quotes.
+  CsvReader csv("a,b,c\n\"1\",\"2\",\"3\"\n", "t.csv");
+  ASSERT_TRUE(csv.Next());
+  EXPECT_EQ(csv.Number(2), 3);
+  EXPECT_EQ(csv.Number(0), 1);
+  EXPECT_EQ(csv.Text(1), "2");
+  EXPECT_FALSE(csv.Next());
+}
+
+TEST(CsvReader, QuotedRowsAreCountedAndShownLikeOthers) {
+  EXPECT_EQ(InputErrorOf([] { Numbers("a,b\n1,2\n\"1\",\"2\",\"3\"\n"); }).substr(0, 46),
+            "t.csv:3: the row has 3 fields and the header 2");
+  EXPECT_EQ(InputErrorOf([] { Numbers("a,b\n1,\"x, y\"\n"); }),
+            "t.csv:2: column \"b\": \"x, y\" is not a number; write a plain number, such as 12.5");
+  EXPECT_EQ(ProblemOf([] { Numbers("a,b\n1,2\n\"1\"\n5,6\n"); }), "truncated at 3");
+}
+
+TEST(CsvReader, AQuoteMustBeClosedInItsLine) {
+  EXPECT_EQ(InputErrorOf([] { Table("a,b\n1,\"2\n3\",4\n5,6\n"); }),
+            "t.csv:2: a quote is opened and not closed in its line; close it, and keep each row in one line");
+  EXPECT_EQ(ProblemOf([] { Table("a,b\n\"1\"\",2\n3,4\n"); }), "syntax at 2");
+}
+
+TEST(CsvReader, ALastRowThatIsCutShortIsLeftOutAndNoted) {
+  for (const char* end : {"5", "5,", "5,6", "5,6\n", "5,6\n\n,,\n", "\"5", "5,\"6,7"}) {
+    const std::string text = std::string("a,b,c\n1,2,3\n") + end;
+    EXPECT_THAT(Table(text), ElementsAre(ElementsAre("1", "2", "3"))) << end;
+    EXPECT_THAT(NotesOn(text), ElementsAre(IsNote(Code::Truncated, "line 3",
+                                                  "the file ends inside the row, which is left out")))
+        << end;
+  }
+  // The only row is not left out, nor one with others behind it.
+  EXPECT_EQ(ProblemOf([] { Table("a,b,c\n1,2\n"); }), "truncated at 2");
+  EXPECT_EQ(ProblemOf([] { Table("a,b,c\n1,2,3\n4,5\n6,7,8"); }), "truncated at 3");
+  EXPECT_EQ(ProblemOf([] { Table("a,b,c\n\"1,2,3\n"); }), "syntax at 2");
+}
+
+TEST(CsvReader, ARowThatCannotBeReadIsCutOnlyWhereTheFileEndsInIt) {
+  const auto left_out = [](const char* text) {
+    CsvReader csv(text, "t.csv");
+    bool cut = false;
+    while (csv.Next()) {
+      try {
+        csv.Number(1);
+      } catch (const mien::InputError&) { cut = csv.LeaveOutIfCut(); }
+    }
+    return cut;
+  };
+  EXPECT_TRUE(left_out("a,b\n1,2\n3,4e"));
+  EXPECT_FALSE(left_out("a,b\n1,2\n3,4e\n"));
+  EXPECT_FALSE(left_out("a,b\n1,2\n3,4e\r"));
+  EXPECT_FALSE(left_out("a,b\n1,2e"));
+  EXPECT_FALSE(left_out("a,b\n1,2e\n3,4"));
 }
 
 TEST(CsvReader, BareCarriageReturnsAreNamed) {

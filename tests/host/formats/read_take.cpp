@@ -1,5 +1,6 @@
 #include "host/formats/read_take.h"
 
+#include "tests/host/formats/c3d_builder.h"
 #include "tests/host/input_error.h"
 #include "tests/host/note.h"
 #include "tests/host/temporary_folder.h"
@@ -29,8 +30,8 @@ std::string MemoryError(const std::string& bytes) {
   return InputErrorOf([&] { ReadTake(bytes, "t"); });
 }
 
-const std::string kShapeMend =
-    ", and no markers to solve; give the take of markers, or bring the weights to the character as they are";
+const std::string kShapeFix =
+    ", and no markers to solve; name the take of markers, or use the weights on the character directly";
 
 std::string ShapeRow(int counts) { // from one second before midnight, 60 a second
   const int count = (24 * 3600 * 60 - 60 + counts) % (24 * 3600 * 60);
@@ -77,21 +78,70 @@ TEST(ReadTake, TakesAnyBytesAsInput) {
   EXPECT_EQ(MemoryError("1,0,1,2,3\n"), "t: this is no take of a known format" + kKnownFormats);
 }
 
-TEST(ReadTake, NamesTheEncodingOfUtf16) {
-  EXPECT_EQ(MemoryError("\xFF\xFE"
-                        "f"),
-            "t: the text is UTF-16; save it as UTF-8");
-  EXPECT_EQ(MemoryError(std::string("\xFE\xFF\0f", 4)), "t: the text is UTF-16; save it as UTF-8");
+TEST(ReadTake, FilesGivenByMistakeAreNamed) {
+  EXPECT_EQ(MemoryError("\x1F\x8B\x08"),
+            "t: this is a gzip archive, not a take; unpack it and name the file in it");
+  EXPECT_EQ(MemoryError("PK\x03\x04"),
+            "t: this is a zip archive, not a take; unpack it and name the file in it, or "
+            "save a spreadsheet as CSV");
+  EXPECT_EQ(MemoryError("<!DOCTYPE html>\n<html>"),
+            "t: this is a web page, not a take; download the file itself: this "
+            "page was saved in its place");
+  EXPECT_EQ(MemoryError("version https://git-lfs.github.com/spec/v1\noid sha256:0\nsize 9\n"),
+            "t: this is a Git LFS pointer, which stands for the file, not a take; fetch the file with git "
+            "lfs pull");
+  EXPECT_EQ(MemoryError("%PDF-1.7"), "t: this is a PDF, not a take; export the take as C3D, TRC or CSV");
 }
 
-TEST(ReadTake, NamesSeparatorsThatAreNoCommas) {
-  const std::string fix = "; save the table with commas between the columns and points in the numbers";
-  EXPECT_EQ(MemoryError("frame;time;A.x;A.y;A.z\n1;0;1,5;2;3\n"),
-            "t:1: the columns are separated by semicolons" + fix);
-  EXPECT_EQ(MemoryError("frame\ttime\tA.x\tA.y\tA.z\n1\t0\t1\t2\t3\n"),
-            "t:1: the columns are separated by tabs" + fix);
-  EXPECT_EQ(MemoryError("frame; timestamp; X_0\n1;0;1\n"),
-            "t:1: the columns are separated by semicolons" + fix);
+TEST(ReadTake, NamesTheEncodingOfUtf16AndUtf32) {
+  EXPECT_EQ(MemoryError("\xFF\xFE"
+                        "f"),
+            "t: this is UTF-16 text, not a take; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\xFE\xFF\0f", 4)),
+            "t: this is UTF-16 text, not a take; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\xFF\xFE\0\0f\0\0\0", 8)),
+            "t: this is UTF-32 text, not a take; save it as UTF-8");
+  EXPECT_EQ(MemoryError(std::string("\0\0\xFE\xFF\0\0\0f", 8)),
+            "t: this is UTF-32 text, not a take; save it as UTF-8");
+}
+
+TEST(ReadTake, KnowsTablesByAnySeparator) {
+  EXPECT_EQ(ReadTake("frame;time;A.x;A.y;A.z\n1;0;1,5;2;3\n2;0,5;1;2;3\n", "t").format, "marker CSV");
+  EXPECT_EQ(ReadTake("frame\ttime\tA.x\tA.y\tA.z\n1\t0\t1\t2\t3\n", "t").format, "marker CSV");
+  EXPECT_THAT(MemoryError("frame; timestamp; X_0\n1;0;1\n"),
+              StartsWith("t:1: the column \"X_1\" is missing;"));
+}
+
+TEST(ReadTake, PositionsBeyondAKilometreAreGapsInEveryFormat) {
+  const std::string note = "positions beyond a kilometre, taken as gaps: 1, the first: \"A\" in line ";
+  const Take csv = ReadTake("frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,-1e155\n", "t");
+  EXPECT_NE(csv.At(0, 0), nullptr);
+  EXPECT_EQ(csv.At(1, 0), nullptr);
+  EXPECT_THAT(csv.notes, testing::ElementsAre(note + "3"));
+  const Take trc =
+      ReadTake("PathFileType\t4\t(X/Y/Z)\tt.trc\nDataRate\tCameraRate\tNumFrames\tNumMarkers\tUnits\t"
+               "OrigDataRate\tOrigDataStartFrame\tOrigNumFrames\n30\t30\t2\t1\tm\t30\t1\t2\n"
+               "Frame#\tTime\tA\t\t\n\t\tX1\tY1\tZ1\n\n1\t0\t1\t2\t3\n2\t0.0333\t1001\t0\t0\n",
+               "t");
+  EXPECT_NE(trc.At(0, 0), nullptr);
+  EXPECT_EQ(trc.At(1, 0), nullptr);
+  EXPECT_THAT(trc.notes, testing::ElementsAre(note + "8"));
+  tests::C3dBuilder builder; // of two markers and three frames
+  builder.frames[1][0] = {0, 2e6, 0, 1};
+  const Take c3d = ReadTake(builder.Bytes(), "t");
+  EXPECT_EQ(c3d.At(1, 0), nullptr);
+  EXPECT_NE(c3d.At(0, 0), nullptr);
+  EXPECT_THAT(
+      c3d.notes,
+      testing::Contains("positions beyond a kilometre, taken as gaps: 1, the first: \"LipU\" in frame 2"));
+}
+
+TEST(ReadTake, ARateIsForFilesWithoutTimes) {
+  const mien::ReadOptions options = {.input_rate = mien::FrameRate{25, 1}};
+  EXPECT_EQ(ReadTake("frame,A.x,A.y,A.z\n1,1,2,3\n2,4,5,6\n", "t", options).times[1], 0.04);
+  EXPECT_EQ(ProblemOf([&] { ReadTake(kTake, "t", options); }), "usage at no place");
+  EXPECT_EQ(InputErrorOf([&] { ReadTake(kTake, "t", options); }),
+            "t: the file has times or a rate of its own; leave out --input-rate, which is for files without");
 }
 
 TEST(ReadTake, AFaceIsChosenOfLandmarksOnly) {
@@ -131,19 +181,19 @@ TEST(ReadTakeOfShapeWeights, AreNamedWithTheirRowsTimeAndDropsAcrossMidnight) {
     EXPECT_EQ(ShapeError(text),
               "w.csv: these are shape weights of a face-capture app (97 rows over 3.3 s, 3 frames "
               "dropped)" +
-                  kShapeMend);
+                  kShapeFix);
   }
 }
 
 TEST(ReadTakeOfShapeWeights, AreNamedWithoutTimesTooWhereNoneCanBeRead) {
   const std::string header = "Timecode,BlendShapeCount,EyeBlinkLeft\n";
   const std::string start = "w.csv: these are shape weights of a face-capture app (";
-  EXPECT_EQ(ShapeError(header), start + "0 rows)" + kShapeMend);
-  EXPECT_EQ(ShapeError("Timecode,BlendShapeCount"), start + "0 rows)" + kShapeMend);
-  EXPECT_EQ(ShapeError(header + ShapeRow(0)), start + "1 rows)" + kShapeMend);
-  EXPECT_EQ(ShapeError(header + "x,1,2\n\n,,\ny\n"), start + "2 rows)" + kShapeMend);
+  EXPECT_EQ(ShapeError(header), start + "0 rows)" + kShapeFix);
+  EXPECT_EQ(ShapeError("Timecode,BlendShapeCount"), start + "0 rows)" + kShapeFix);
+  EXPECT_EQ(ShapeError(header + ShapeRow(0)), start + "1 rows)" + kShapeFix);
+  EXPECT_EQ(ShapeError(header + "x,1,2\n\n,,\ny\n"), start + "2 rows)" + kShapeFix);
   EXPECT_EQ(ShapeError(header + ShapeRow(0) + ShapeRow(0) + ShapeRow(0)),
-            start + "3 rows over 0.0 s, 0 frames dropped)" + kShapeMend);
+            start + "3 rows over 0.0 s, 0 frames dropped)" + kShapeFix);
 }
 
 TEST(ReadTakeOfShapeWeights, EveryTruncationIsRefused) {

@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -284,8 +285,32 @@ TEST(WriteC3d, NamesHaveUpTo255Bytes) {
 
 // The bytes themselves would be 268 million.
 TEST(WriteC3d, FramesGoUpTo2ToThe24thWithoutTheLast) {
+  constexpr std::int64_t kLast = (1 << 24) - 1;
+  std::vector<std::int64_t> numbers;
+  for (std::int64_t number = 1; number < kLast; number += 11)
+    numbers.push_back(number); // which lacks ten times as many
+  numbers.push_back(kLast);
   std::ostream nowhere(nullptr);
-  EXPECT_EQ(InputErrorOf([&] { mien::WriteC3d(Frames({1, (1 << 24) - 1}), nowhere); }), "no InputError");
+  EXPECT_EQ(InputErrorOf([&] { mien::WriteC3d(Frames(numbers), nowhere); }), "no InputError");
+}
+
+TEST(WriteC3d, AFewFramesWithWildNumbersDoNotBecomeAGigabyte) {
+  const auto error = [](const std::vector<std::int64_t>& numbers) {
+    std::ostream nowhere(nullptr);
+    return InputErrorOf([&] { mien::WriteC3d(Frames(numbers), nowhere); });
+  };
+  EXPECT_EQ(error({1, 10'000'000}), "take.csv: 2 frames numbered from 1 to 10000000: a C3D file would hold "
+                                    "9999998 empty frames in between; "
+                                    "correct the frame numbers, or write a part of the take (--frames)");
+  // Ten thousand may be missing, or ten times as many as there are.
+  EXPECT_EQ(error({1, 10'002}), "no InputError");
+  EXPECT_THAT(error({1, 10'003}), HasSubstr("10001 empty frames"));
+  std::vector<std::int64_t> numbers(2000);
+  std::iota(numbers.begin(), numbers.end(), std::int64_t{1});
+  numbers.push_back(2001 + 20'010);
+  EXPECT_EQ(error(numbers), "no InputError");
+  ++numbers.back();
+  EXPECT_THAT(error(numbers), HasSubstr("20011 empty frames"));
 }
 
 TEST(WriteC3d, WhatDoesNotFitIsRefusedBeforeAnythingIsWritten) {

@@ -59,7 +59,7 @@ TEST(Describe, MarkerWithoutGapsHasNoLongestOne) {
   EXPECT_THAT(d.markers[0].gaps, IsEmpty());
 }
 
-TEST(Describe, TellsWhereThePositionsAreFrom) {
+TEST(Describe, CountsPositionsByTheirOrigin) {
   const TakeDescription d = Describe(RichSample());
   EXPECT_EQ(d.markers[0].computed, 1u);
   EXPECT_EQ(d.markers[0].filled, 0u);
@@ -143,6 +143,17 @@ TEST(Describe, FramesOfATakeWithoutMarkersAreEmpty) {
 }
 
 // One axis alone along which every marker is far from the origin, on the same side of it, is the height above a floor.
+TEST(Describe, MarkersThatAreAllInOnePlaceAreNoted) {
+  Take take({"A", "B"});
+  for (int frame = 0; frame < 2; ++frame) {
+    const std::size_t row = take.AddFrame(frame, frame);
+    for (const std::size_t m : {0u, 1u}) take.Set(row, m, {1.0 * frame, 2, 3});
+  }
+  EXPECT_THAT(Describe(take).notes, ElementsAre("all markers are in one place in every frame"));
+  take.Set(1, 1, {2, 2, 3});
+  EXPECT_THAT(Describe(take).notes, IsEmpty());
+}
+
 TEST(Describe, UpIsGuessedFromTheHeightAboveTheOrigin) {
   const auto axes_of = [](const Point& a, const Point& b) {
     Take take({"A", "B"});

@@ -528,6 +528,20 @@ TEST(FindNeutral, AFaceWithoutADirectionIsAnError) {
   EXPECT_THAT(InputErrorOf([&] { Found(Performance(0), performer); }), HasSubstr("plain.json:/parts"));
 }
 
+TEST(FindNeutral, MarkersThatAreAllInOnePlaceAreAnError) {
+  Take take = EmptyTake();
+  take.file = "t.csv";
+  NeutralPose face = PlainFace();
+  for (auto& [name, p] : face) p = {1, 2, 3};
+  for (int f = 0; f < 3; ++f) Film(take, face);
+  EXPECT_EQ(InputErrorOf([&] { Found(take); }),
+            "t.csv: all markers are in one place in every frame; export the take again");
+  EXPECT_EQ(ProblemOf([&] {
+              FindNeutral(take, PlainPerformer(), FrameRange{1, 1});
+            }),
+            "unsolvable at no place");
+}
+
 // Sizes from 20 mm to two metres, along any axis, are usual. A single point has no size.
 TEST(FindNeutral, ASizeBelowTwoCentimetresOrAboveTwoMetresIsUnusual) {
   const auto notes = [](const Point& p) {

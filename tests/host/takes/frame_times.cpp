@@ -15,7 +15,6 @@
 #include <utility>
 #include <vector>
 
-using mien::AddFrame;
 using mien::Code;
 using mien::DecimalsOf;
 using mien::FrameFault;
@@ -37,14 +36,14 @@ struct Result {
 Result Read(std::string rows) {
   Result result;
   int decimals = 0;
-  while (!rows.empty() && !result.fault) {
+  while (!rows.empty()) {
     const std::size_t comma = rows.find(','), end = rows.find('\n');
     const std::string time = rows.substr(comma + 1, end - comma - 1);
     decimals = std::max(decimals, DecimalsOf(time));
-    result.fault = AddFrame(result.take, std::stoll(rows), std::stod(time));
+    result.take.AddFrame(std::stoll(rows), std::stod(time));
     rows.erase(0, end + 1);
   }
-  if (!result.fault) result.fault = SetRateByTimes(result.take, decimals);
+  result.fault = SetRateByTimes(result.take, decimals);
   return result;
 }
 
@@ -70,16 +69,6 @@ TEST(FrameTimes, KeepsNumbersAndTimesOfTheFile) {
   EXPECT_THAT(take.frames, ElementsAre(-2, -1, 0, 5));
   EXPECT_THAT(take.times, ElementsAre(10.5, 10.75, 11, 12.25));
   EXPECT_EQ(take.rate.Hz(), 4);
-}
-
-TEST(FrameTimes, FramesWithoutNumbersAreCountedFromOneOrOn) {
-  Take take;
-  EXPECT_FALSE(AddFrame(take, std::nullopt, 0));
-  EXPECT_FALSE(AddFrame(take, std::nullopt, 0.5));
-  EXPECT_FALSE(AddFrame(take, 10, 4));
-  EXPECT_FALSE(AddFrame(take, std::nullopt, 5));
-  EXPECT_THAT(take.frames, ElementsAre(1, 2, 10, 11));
-  EXPECT_THAT(take.times, ElementsAre(0, 0.5, 4, 5));
 }
 
 TEST(FrameTimes, DecimalsAreThoseThatWereWritten) {
@@ -195,7 +184,7 @@ TEST(FrameTimes, OneFrameIsTakenAsThirtyHertzAndSaysSo) {
 
 TEST(FrameTimes, MillisecondsReadAsSecondsAreNoted) {
   EXPECT_THAT(FramesOf("0,0\n1,33\n2,67\n3,100\n").notes,
-              ElementsAre("the times, read as seconds, give a rate of 0.03 Hz"));
+              ElementsAre("the times give a rate of 0.03 Hz; check their unit"));
 }
 
 TEST(FrameTimes, NotesHaveCodes) {
@@ -203,52 +192,24 @@ TEST(FrameTimes, NotesHaveCodes) {
               ElementsAre(IsNote(Code::Missing, "", "frames missing: 1 after"),
                           IsNote(Code::Doubtful, "", "timestamps jump: 2 s after frame 5")));
   EXPECT_THAT(FramesOf("1,0\n").notes, ElementsAre(IsNote(Code::Assumed, "", "one frame has no rate")));
-  EXPECT_THAT(FramesOf("1,0\n2,20\n").notes, ElementsAre(IsNote(Code::Doubtful, "", "the times, read as")));
+  EXPECT_THAT(FramesOf("1,0\n2,20\n").notes,
+              ElementsAre(IsNote(Code::Doubtful, "", "the times give a rate")));
 }
 
 TEST(FrameTimes, NoRowsAreRefused) {
   const std::optional<FrameFault> fault = Read("").fault;
   ASSERT_TRUE(fault);
-  EXPECT_EQ(fault->of, FrameFault::Of::Rows);
   EXPECT_EQ(fault->code, Code::Empty);
   EXPECT_EQ(fault->what, "there are no frames, only a header");
-}
-
-TEST(FrameTimes, FrameNumbersMustRise) {
-  for (const auto& [rows, what] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"1,0\n2,1\n2,2\n", "frame 2 comes after frame 2"},
-           {"8,0\n9,1\n1,2\n", "frame 1 comes after frame 9"}}) {
-    const Result result = Read(rows);
-    ASSERT_TRUE(result.fault);
-    EXPECT_EQ(result.fault->of, FrameFault::Of::Number);
-    EXPECT_EQ(result.fault->code, Code::Order);
-    EXPECT_EQ(result.fault->what, what);
-    EXPECT_EQ(result.take.FrameCount(), 2u) << "the take stays as it was";
-  }
-}
-
-TEST(FrameTimes, TimesMustRise) {
-  for (const auto& [rows, what] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"1,0\n2,0.0\n", "the time 0 s comes after 0 s"},
-           {"1,0.5\n2,0.25\n", "the time 0.25 s comes after 0.5 s"},
-           {"1,0.5\n2,nan\n", "the time nan s comes after 0.5 s"}}) {
-    const Result result = Read(rows);
-    ASSERT_TRUE(result.fault);
-    EXPECT_EQ(result.fault->of, FrameFault::Of::Time);
-    EXPECT_EQ(result.fault->code, Code::Order);
-    EXPECT_EQ(result.fault->what, what);
-    EXPECT_EQ(result.take.FrameCount(), 1u) << "the take stays as it was";
-  }
 }
 
 TEST(FrameTimes, TimesBeyondAnyRateAreRefused) {
   for (const char* rows : {"1,-1.7e308\n2,1.7e308\n", "1,0\n2,1e-300\n"}) {
     const std::optional<FrameFault> fault = Read(rows).fault;
     ASSERT_TRUE(fault);
-    EXPECT_EQ(fault->of, FrameFault::Of::Rows);
     EXPECT_EQ(fault->code, Code::InvalidValue);
     EXPECT_THAT(fault->what, testing::HasSubstr("give no frame rate"));
-    EXPECT_EQ(fault->fix, "write the times in seconds");
+    EXPECT_EQ(fault->fix, "check their unit");
   }
 }
 
@@ -302,17 +263,24 @@ TEST(FrameTimes, AJumpIsLongerThanOneAndAHalfPeriods) {
               ElementsAre("timestamps jump: 0.153 s after frame 4"));
 }
 
-TEST(FrameTimes, RatesBelowOneHertzAndAboveTenThousandAreNoted) {
-  const auto noted = [](const char* rows) {
-    const Take take = FramesOf(rows);
+TEST(FrameTimes, RatesBelowOneHertzAndAboveTheFastestAreNoted) {
+  const auto noted = [](const char* rows, double fastest_hz) {
+    Take take = FramesOf(rows);
+    take.notes.clear();
+    EXPECT_FALSE(SetRateByTimes(take, 5, fastest_hz));
     return std::any_of(take.notes.begin(), take.notes.end(), [](const mien::Note& note) {
-      return note.what.find("the times, read as seconds, give a rate of") != std::string::npos;
+      return note.what.find("the times give a rate of") != std::string::npos;
     });
   };
-  EXPECT_FALSE(noted("0,0\n1,1\n2,2\n"));             // 1 Hz
-  EXPECT_TRUE(noted("0,0\n95,100.000\n"));            // 0.95
-  EXPECT_FALSE(noted("0,0\n105,100.000\n"));          // 1.05
-  EXPECT_FALSE(noted("0,0\n1,0.00010\n2,0.00020\n")); // 10000
-  EXPECT_FALSE(noted("0,0\n95,0.010000\n"));          // 9500
-  EXPECT_TRUE(noted("0,0\n105,0.010000\n"));          // 10500
+  for (const double fastest : {mien::kFastestMarkersHz, mien::kFastestVideoHz}) {
+    EXPECT_FALSE(noted("0,0\n1,1\n2,2\n", fastest));    // 1 Hz
+    EXPECT_TRUE(noted("0,0\n95,100.000\n", fastest));   // 0.95
+    EXPECT_FALSE(noted("0,0\n105,100.000\n", fastest)); // 1.05
+    EXPECT_FALSE(noted("0,0\n24,0.1\n", fastest));      // 240
+  }
+  EXPECT_TRUE(noted("0,0\n1,0.001\n2,0.002\n", mien::kFastestVideoHz)); // 1000
+  EXPECT_FALSE(noted("0,0\n1,0.001\n2,0.002\n", mien::kFastestMarkersHz));
+  EXPECT_FALSE(noted("0,0\n1,0.00010\n2,0.00020\n", mien::kFastestMarkersHz)); // 10000
+  EXPECT_FALSE(noted("0,0\n95,0.010000\n", mien::kFastestMarkersHz));          // 9500
+  EXPECT_TRUE(noted("0,0\n105,0.010000\n", mien::kFastestMarkersHz));          // 10500
 }

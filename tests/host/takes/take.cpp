@@ -85,6 +85,28 @@ TEST(Take, PositionsStayWhereTheyAreHoweverManyFramesAndMarkersThereAre) {
   }
 }
 
+TEST(Take, ALastFrameThatIsRemovedLeavesTheOthersAndMakesRoomForAnother) {
+  for (const std::size_t markers : {1u, 1000u}) // in one block of frames and at the edge of several
+    for (const std::size_t kept : {0u, 1u, 31u, 32u, 33u, 32767u, 32768u}) {
+      if (markers * kept > 40000) continue;
+      Take take(std::vector<std::string>(markers, "A"));
+      take.residual_mm = 0.5;
+      for (std::size_t f = 0; f <= kept; ++f) {
+        take.AddFrame(static_cast<std::int64_t>(f), 0.5 * static_cast<double>(f));
+        take.Set(f, 0, {static_cast<double>(f), 0, 0});
+      }
+      take.RemoveLastFrame();
+      ASSERT_EQ(take.FrameCount(), kept);
+      ASSERT_EQ(take.times.size(), kept);
+      if (kept > 0) { EXPECT_EQ(take.At(kept - 1, 0)->x, static_cast<double>(kept - 1)); }
+      ASSERT_EQ(take.AddFrame(70000, 1e6), kept);
+      EXPECT_EQ(take.At(kept, 0), nullptr) << "what the frame had is gone";
+      EXPECT_EQ(take.RowOf(kept).sightings.size(), markers);
+      take.Set(kept, markers - 1, {7, 8, 9});
+      EXPECT_EQ(take.At(kept, markers - 1)->z, 9);
+    }
+}
+
 TEST(Take, ASightingIsOfWhatTheCamerasMeasuredAlone) {
   Take take({"A", "B", "C", "D"});
   take.residual_mm = 0.1;

@@ -1,0 +1,54 @@
+#include "host/cli/take_options.h"
+
+#include "tests/host/cli/run_mien.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+using testing::HasSubstr;
+
+namespace {
+
+class TakeOptions : public MienTest {
+protected:
+  TakeOptions() {
+    Write("untimed.csv", "frame,A.x,A.y,A.z\n1,1,2,3\n2,4,5,6\n");
+    Write("timed.csv", "frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n");
+  }
+};
+
+} // namespace
+
+TEST_F(TakeOptions, ARateIsForTakesWithoutTimes) {
+  EXPECT_THAT(Run({"info", "untimed.csv"}).out,
+              HasSubstr("note      no times; taken as 30 Hz (--input-rate)"));
+  for (const auto& [rate, shown] : {std::pair<std::string, std::string>{"25", "rate      25 Hz\n"},
+                                    {"29.97", "rate      30000/1001 Hz"},
+                                    {"1/3", "rate      1/3 Hz"}}) {
+    const Ran ran = Run({"info", "untimed.csv", "--input-rate", rate});
+    EXPECT_EQ(ran.exit_code, 0) << ran.err;
+    EXPECT_THAT(ran.out, HasSubstr(shown));
+    EXPECT_THAT(ran.out, testing::Not(HasSubstr("note")));
+  }
+  const Ran timed = Run({"info", "timed.csv", "--input-rate", "25"});
+  EXPECT_EQ(timed.exit_code, 2);
+  EXPECT_THAT(timed.err,
+              HasSubstr("timed.csv: the file has times or a rate of its own; leave out --input-rate"));
+}
+
+TEST_F(TakeOptions, ARateThatNoCameraHasIsRefused) {
+  for (const char* rate : {"0", "-25", "x", "", "1e99", "25 Hz", "1/0"}) {
+    const Ran ran = Run({"convert", "untimed.csv", "out.c3d", "--input-rate", rate});
+    EXPECT_EQ(ran.exit_code, 2) << rate;
+    EXPECT_THAT(ran.err, HasSubstr("is not a rate, such as 25, 29.97 or 30000/1001"));
+    EXPECT_FALSE(Has("out.c3d"));
+  }
+}
+
+TEST_F(TakeOptions, EveryCommandThatReadsTakesHasThem) {
+  for (const char* command : {"info", "solve", "convert", "performer"})
+    for (const char* option : {"--strict", "--face", "--input-rate"})
+      EXPECT_THAT(Run({command, "--help"}).out, HasSubstr(option)) << command;
+}
