@@ -115,7 +115,7 @@ private:
     } else if (!units || units->empty()) {
       AddNote(Code::Assumed, "no Units; taken as mm");
     } else {
-      AddNote(Code::Assumed, fmt::format("the unit {} is not known; taken as mm", Quoted(*units)));
+      AddNote(Code::Assumed, fmt::format("the unit {} is unknown or ambiguous; taken as mm", Quoted(*units)));
     }
   }
 

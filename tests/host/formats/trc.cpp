@@ -441,6 +441,7 @@ TEST(Trc, UnitsBecomeMillimetres) {
                                        {"CM", "15 -20 300"},
                                        {"m", "1500 -2000 30000"},
                                        {"meters", "1500 -2000 30000"},
+                                       {"mete", "1500 -2000 30000"},
                                        {"inches", "38.099999999999994 -50.8 762"}}) {
     File file;
     file.values = fmt::format("50\t50\t2\t2\t{}\t50\t1\t2\n", unit);
@@ -453,7 +454,8 @@ TEST(Trc, UnitsBecomeMillimetres) {
 
 TEST(Trc, UnitsThatAreAbsentOrUnknownAreTakenAsMillimetres) {
   for (const auto& [unit, note] : {std::pair("", "line 3: no Units; taken as mm"),
-                                   {"px", "line 3: the unit \"px\" is not known; taken as mm"}}) {
+                                   {"px", "line 3: the unit \"px\" is unknown or ambiguous; taken as mm"},
+                                   {"mi", "line 3: the unit \"mi\" is unknown or ambiguous; taken as mm"}}) {
     File file;
     file.values = fmt::format("50\t50\t2\t2\t{}\t50\t1\t2\n", unit);
     const Take take = Read(file);
