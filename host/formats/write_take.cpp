@@ -69,6 +69,8 @@ public:
         where_moved_ = fmt::format("{} in frame {}", Quoted(take.markers[m]), take.frames[frame]);
       }
       CompareOrigins(take.OriginAt(frame, m), kept.OriginAt(kept_frame, m));
+      if (take.OriginAt(frame, m) == Origin::Computed)
+        CompareCameras(take.CamerasAt(frame, m), kept.CamerasAt(kept_frame, m));
       CompareSightings(take.SightingAt(frame, m), take.residual_mm, kept.SightingAt(kept_frame, m),
                        kept.residual_mm);
     }
@@ -103,6 +105,11 @@ private:
     filled_as_measured_ += was == Origin::Filled && is == Origin::Measured;
     filled_as_computed_ += was == Origin::Filled && is == Origin::Computed;
     measured_as_computed_ += was == Origin::Measured && is != was;
+  }
+
+  void CompareCameras(std::uint8_t was, std::uint8_t is) {
+    if (was == 0 || was == is) return;
+    ++(is == 0 ? sightings_ : cameras_);
   }
 
   void CompareSightings(const std::optional<Sighting>& was, double was_mm, const std::optional<Sighting>& is,
