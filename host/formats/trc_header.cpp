@@ -150,6 +150,9 @@ private:
         if (column >= kFirstMarkerColumn && !cell->empty()) header_.names.push_back(*cell);
     }
     while (!header_.names.empty() && header_.names.back().empty()) header_.names.pop_back();
+    if (header_.names.size() > kMostMarkers)
+      Fail(Code::Limit, fmt::format("{} marker names", header_.names.size()),
+           fmt::format("export fewer markers: {} at most", kMostMarkers));
   }
 
   void ReadLabels() {

@@ -13,7 +13,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <map>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace mien {
 namespace {
@@ -188,18 +192,19 @@ void CompareFrames(const Take& take, const Take& kept, Losses& lost) {
 }
 
 void CompareEvents(const Take& take, const Take& kept, Losses& lost) {
+  std::map<std::string_view, std::vector<double>> times; // of the events of each label, the last first
+  for (auto event = kept.events.rbegin(); event != kept.events.rend(); ++event)
+    times[event->label].push_back(event->time);
   std::vector<std::string> left_out; // labels
   double most_shift = 0;
-  std::vector<TakeEvent> rest = kept.events;
   for (const TakeEvent& event : take.events) {
-    const auto found = std::find_if(rest.begin(), rest.end(),
-                                    [&](const TakeEvent& other) { return other.label == event.label; });
-    if (found == rest.end()) {
+    const auto found = times.find(event.label);
+    if (found == times.end() || found->second.empty()) {
       left_out.push_back(event.label);
       continue;
     }
-    most_shift = std::max(most_shift, std::abs(found->time - event.time));
-    rest.erase(found);
+    most_shift = std::max(most_shift, std::abs(found->second.back() - event.time));
+    found->second.pop_back();
   }
   if (!left_out.empty())
     lost.Add("{} left out: {}", Counted(left_out.size(), "event is", "events are"), SomeQuoted(left_out, 3));
