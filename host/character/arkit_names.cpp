@@ -86,6 +86,9 @@ std::optional<MeaningAtEnd> FindMeaningAtEnd(std::string_view name) {
 } // namespace
 
 std::optional<ArkitMatch> FindArkitName(std::string_view name) {
+  constexpr std::size_t kLongest =
+      1 << 20; // bytes; matching takes ten times as many, and a file may have any
+  if (name.size() > kLongest) return std::nullopt;
   const auto found = FindMeaningAtEnd(name);
   // What follows another one of the 52 is a corrective for both at once, and means neither.
   if (!found || FindMeaningAtEnd(name.substr(0, found->prefix))) return std::nullopt;

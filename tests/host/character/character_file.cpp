@@ -1,6 +1,7 @@
 #include "host/character/character_file.h"
 
 #include "mien/face/face.h"
+#include "tests/host/cpu_seconds.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
 #include "tests/host/temporary_folder.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 #include <set>
 #include <sstream>
 #include <string>
@@ -622,9 +624,8 @@ TEST(ReadCharacter, EachMistakeAloneIsToldByItsPointer) {
       {WithExpressions(R"({ "E": { "shapes": { "x": 1 } } })"), "/expressions/E/shapes/x" + no_shape},
       {WithExpressions(R"({ "E": { "shapes": { "a": null } } })"), "/expressions/E/shapes/a" + not_weight},
       {WithExpressions(R"({ "Smile": {}, "smILE": {} })"),
-       "/expressions/smILE: the name is that of \"Smile\", but for the case of its letters; give each "
-       "expression "
-       "its own name"},
+       "/expressions/smILE: this name differs from \"Smile\" in the case of its letters alone; give each "
+       "expression its own name"},
       {WithExpressions(R"({ "E": {}, "E": {} })"),
        "/expressions/E: this key is in the object twice; keep one of them"},
       // The range.
@@ -748,7 +749,7 @@ TEST(ReadCharacter, ReportsEveryMistakeAtOnce) {
       "/expressions/Smile/templates/Mouth/Grin: nothing is known by this name",
       "/expressions/Smile/templates/Mouth/Open: this is not a weight",
       "/expressions/Smile/shapes/y: no part has a shape of this name",
-      "/expressions/SMILE: the name is that of \"Smile\"",
+      "/expressions/SMILE: this name differs from \"Smile\"",
       "/expressions/SMILE: this is not an object",
       "/expressions/Frown/weights: nothing is known by this name",
   };
@@ -875,9 +876,9 @@ TEST(ReadCharacter, RefusesNumbersThatNoDoubleHolds) {
 TEST(ReadCharacter, DeepNestingInAnyPlaceIsAMistakeAndNoCrash) {
   const auto deep = [](const std::string& open, const std::string& inner, const std::string& close) {
     std::string text;
-    for (int i = 0; i < 50000; ++i) text += open;
+    for (int i = 0; i < 240; ++i) text += open;
     text += inner;
-    for (int i = 0; i < 50000; ++i) text += close;
+    for (int i = 0; i < 240; ++i) text += close;
     return text;
   };
   for (const std::string& value : {deep("[", "", "]"), deep("{\"a\":", "1", "}")}) {
@@ -892,6 +893,79 @@ TEST(ReadCharacter, DeepNestingInAnyPlaceIsAMistakeAndNoCrash) {
     EXPECT_THAT(Error(WithExpressions(value)), StartsWith("c.json:/expressions"));
     EXPECT_THAT(Error(File(kParts, kTemplates, "\"range\": " + value)), StartsWith("c.json:/range"));
   }
+}
+
+TEST(ReadCharacter, NestingBeyondAnyCharacterIsRefused) {
+  EXPECT_EQ(ProblemOf([] { Read(File(std::string(50000, '['))); }), "limit at 1:314");
+}
+
+TEST(ReadCharacter, AFileGivenByMistakeIsNamed) {
+  EXPECT_EQ(Error("PK\x03\x04"),
+            "c.json: this is a zip archive, not a character file; unpack it and name the file in it, "
+            "or save a spreadsheet as CSV");
+  EXPECT_EQ(Error("glTF\x02"),
+            "c.json: this is a .glb, not a character file; name a character file; mien character "
+            "from-glb makes one for a head");
+}
+
+// --- What a small file must not make large or slow.
+
+namespace {
+
+/// So many poses that differ from rest in nothing, of so many clusters.
+std::string WithPoses(int poses, int clusters) {
+  return File(R"({ "p": { "shapes": )" + Names(poses, "s") + R"(, "clusters": { "rest": { )" +
+                  List(clusters, [](int i) { return "\"c" + std::to_string(i) + "\": {}"; }) +
+                  R"( }, "poses": { )" +
+                  List(poses, [](int i) { return "\"s" + std::to_string(i) + "\": {}"; }) + " } } } }",
+              "{}");
+}
+
+} // namespace
+
+TEST(ReadCharacter, PosesTimesClustersAreLimited) {
+  EXPECT_EQ(Read(WithPoses(250, 1000)).parts.at(0).poses.at(249).clusters.size(), 1000u);
+  EXPECT_EQ(Error(WithPoses(250, 1001)), "c.json:/parts/p/clusters/poses: 250 poses of 1001 clusters; with "
+                                         "the parts before, 250250 posed clusters; "
+                                         "leave some out: there may be 250000 at most");
+}
+
+TEST(ReadCharacter, PosesOfManyClustersAreReadInTimeThatGrowsWithTheFile) {
+  constexpr int kMany = 100000;
+  const std::string clusters =
+      List(kMany, [](int i) { return "\"c" + std::to_string(i) + R"(": { "translation": [1, 0, 0] })"; });
+  const std::string text = File(R"({ "p": { "shapes": ["a", "b"], "clusters": { "rest": { )" + clusters +
+                                    R"( }, "poses": { "b": { )" + clusters + " } } } } }",
+                                "{}");
+  EXPECT_LT(CpuSecondsOf([&] { EXPECT_EQ(Read(text).parts.at(0).clusters.size(), std::size_t{kMany}); }), 30);
+}
+
+TEST(ReadCharacter, ManyShapesOfOneNameGiveTheFirstHundredMistakes) {
+  std::string shapes = "\"a\"";
+  for (int i = 0; i < 100000; ++i) shapes += ",\"a\"";
+  EXPECT_LT(CpuSecondsOf([&] {
+              EXPECT_THAT(
+                  Lines(Error(File(R"({ "p": { "shapes": [)" + shapes + "] } }", "{}"))),
+                  AllOf(testing::SizeIs(101), testing::Contains(HasSubstr("the first 100 mistakes"))));
+            }),
+            10);
+}
+
+TEST(ReadCharacter, ManyExpressionsAreNotComparedWithEachOther) {
+  const std::string text =
+      WithExpressions("{ " + List(100000, [](int i) { return "\"e" + std::to_string(i) + "\": {}"; }) + " }");
+  EXPECT_LT(CpuSecondsOf([&] { EXPECT_THAT(Error(text), HasSubstr("100000 expressions; leave some out")); }),
+            20);
+}
+
+// A pointer with a name of a megabyte for each of ten thousand clusters would be 10 GB.
+TEST(ReadCharacter, WhatIsBelowANameThatIsTooLongIsNotRead) {
+  const std::string text =
+      File("{ \"" + std::string(1 << 20, 'p') + R"(": { "shapes": ["a"], "clusters": { "rest": { )" +
+               List(10000, [](int i) { return "\"c" + std::to_string(i) + "\": 1"; }) + " } } } }",
+           "{}");
+  EXPECT_LT(CpuSecondsOf([&] { EXPECT_THAT(Error(text), HasSubstr("the part name has 1048576 bytes")); }),
+            20);
 }
 
 TEST(ReadCharacter, TheFilesOwnWordsCannotSteerTheTerminal) {
