@@ -51,6 +51,7 @@ void RequireSame(const Take& take, const Take& back) {
   for (std::size_t frame = 0; frame < take.FrameCount(); ++frame)
     for (std::size_t marker = 0; marker < take.MarkerCount(); ++marker) {
       Require(back.OriginAt(frame, marker) == take.OriginAt(frame, marker));
+      Require(back.CamerasAt(frame, marker) == take.CamerasAt(frame, marker));
       const Point* const p = take.At(frame, marker);
       if (!p) continue;
       double x = Single(p->x);
@@ -60,7 +61,7 @@ void RequireSame(const Take& take, const Take& back) {
       Require(q->x == x && q->y == y && q->z == z);
       const auto seen = take.SightingAt(frame, marker), again = back.SightingAt(frame, marker);
       if (!seen) continue;
-      Require(again && again->cameras == seen->cameras);
+      Require(again.has_value());
       const double step = back.residual_mm;
       constexpr double kMost = 0x1.fffffep127; // which larger ones do not fit
       const double mm = std::max(seen->residual * take.residual_mm, step);

@@ -30,8 +30,7 @@ void Check(const mien::Take& take) {
     if (frame > 0)
       Require(take.frames[frame] > take.frames[frame - 1] && take.times[frame] > take.times[frame - 1]);
     for (std::size_t marker = 0; marker < take.MarkerCount(); ++marker)
-      if (const mien::Point* p = take.At(frame, marker))
-        Require(mien::IsWithinReach(*p));
+      if (const mien::Point* p = take.At(frame, marker)) Require(mien::IsWithinReach(*p));
   }
 }
 

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -28,8 +29,8 @@ const ClusterTransform& LocalCluster(const Animation& animation, std::size_t fra
 /// The morph targets of one node: each follows the weight that drives it, or stays at rest.
 void AddWeights(GlbAnimation& glb, const Animation& animation, WeightKind kind, const BoundNode& bound) {
   glb.AddWeights(bound.node, [&](std::size_t frame, std::size_t target) {
-    const std::optional<std::size_t> driver = bound.drivers[target];
-    if (!driver) return bound.node.defaults[target];
+    const std::optional<std::size_t> driver = (*bound.drivers)[target];
+    if (!driver) return (*bound.node.defaults)[target];
     return kind == WeightKind::Templates ? animation.Weight(frame, *driver)
                                          : animation.ShapeWeight(frame, *driver);
   });
@@ -130,14 +131,15 @@ std::vector<std::size_t> AppendClusterNodes(Glb& glb, const AnimationLayout& lay
 
 /// The face's targets have the names of weights: of templates, or of the character's shapes.
 BoundNode BindFace(const Glb& face, const std::vector<std::string>& weights) {
-  BoundNode bound = {FindMorphTargets(face).nodes[0], {}};
-  for (const std::string& target : bound.node.targets) {
+  const MorphNode node = FindMorphTargets(face).nodes[0];
+  TargetDrivers drivers;
+  for (const std::string& target : *node.targets) {
     const auto found = std::find(weights.begin(), weights.end(), target);
-    bound.drivers.push_back(found != weights.end()
-                                ? std::optional(static_cast<std::size_t>(found - weights.begin()))
-                                : std::nullopt);
+    drivers.push_back(found != weights.end()
+                          ? std::optional(static_cast<std::size_t>(found - weights.begin()))
+                          : std::nullopt);
   }
-  return bound;
+  return {node, std::make_shared<const TargetDrivers>(std::move(drivers))};
 }
 
 } // namespace
@@ -181,7 +183,7 @@ HeadCoverage WriteFaceAnimation(const Animation& animation, const Character* cha
     for (std::size_t c = 0; c < cluster_nodes.size(); ++c)
       glb.AddTransform(cluster_nodes[c], [&](std::size_t f) { return LocalCluster(animation, f, c); });
     Finish(glb, animation, coverage);
-    coverage.driven_targets = bound.node.targets.size();
+    coverage.driven_targets = bound.node.targets->size();
     coverage.driven_nodes = 1;
   }
   WriteGlb(face.glb, out);

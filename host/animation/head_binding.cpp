@@ -9,7 +9,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 #include <map>
 #include <set>
 #include <utility>
@@ -24,7 +23,7 @@ public:
   explicit WeightNames(std::vector<std::string> names) : names_(std::move(names)) {
     for (std::size_t n = 0; n < names_.size(); ++n) {
       by_name_.emplace(names_[n], n);
-      meanings_.push_back(FindArkitName(names_[n]));
+      if (const auto meaning = FindArkitName(names_[n])) by_meaning_.emplace(Key(*meaning), n);
     }
   }
 
@@ -40,36 +39,40 @@ public:
   std::optional<std::size_t> Meaning(const ArkitMatch& meaning) const {
     const ArkitMatch whole = {meaning.name, ArkitMatch::Half::Both}; // drives both halves
     for (const ArkitMatch& wanted : {meaning, whole})
-      if (const auto found = std::find(meanings_.begin(), meanings_.end(), wanted); found != meanings_.end())
-        return static_cast<std::size_t>(found - meanings_.begin());
+      if (const auto found = by_meaning_.find(Key(wanted)); found != by_meaning_.end()) return found->second;
     return std::nullopt;
   }
 
 private:
+  static std::pair<std::size_t, ArkitMatch::Half> Key(const ArkitMatch& match) {
+    return {match.name, match.half};
+  }
+
   std::vector<std::string> names_;
-  std::map<std::string, std::size_t> by_name_;
-  std::vector<std::optional<ArkitMatch>> meanings_;
+  std::map<std::string, std::size_t> by_name_;                                 // of equal ones the first
+  std::map<std::pair<std::size_t, ArkitMatch::Half>, std::size_t> by_meaning_; // likewise
 };
 
 /// The weight that drives each target of a mesh: the one of its name, otherwise one with the same meaning. A
 /// weight drives one target, or one for each half. Further spellings on the same mesh would move it twice;
 /// they are added to `spare`.
-TargetDrivers FindDrivers(const MorphNode& node, const WeightNames& weights, std::set<std::string>& spare) {
+TargetDrivers FindDrivers(const std::vector<std::string>& targets, const WeightNames& weights,
+                          std::set<std::string>& spare) {
   using Half = ArkitMatch::Half;
-  TargetDrivers drivers(node.targets.size());
+  TargetDrivers drivers(targets.size());
   std::map<std::size_t, std::set<Half>> taken; // by weight
   for (const bool by_name : {true, false})
-    for (std::size_t t = 0; t < node.targets.size(); ++t) {
+    for (std::size_t t = 0; t < targets.size(); ++t) {
       if (drivers[t]) continue;
-      const auto meaning = FindArkitName(node.targets[t]);
-      const auto weight = by_name   ? weights.Named(node.targets[t])
+      const auto meaning = FindArkitName(targets[t]);
+      const auto weight = by_name   ? weights.Named(targets[t])
                           : meaning ? weights.Meaning(*meaning)
                                     : std::nullopt;
       if (!weight) continue;
       const Half half = meaning ? meaning->half : Half::Both;
       std::set<Half>& halves = taken[*weight];
       if (halves.contains(half) || halves.contains(Half::Both) || (half == Half::Both && !halves.empty())) {
-        spare.insert(node.targets[t]);
+        spare.insert(targets[t]);
         continue;
       }
       halves.insert(half);
@@ -81,16 +84,22 @@ TargetDrivers FindDrivers(const MorphNode& node, const WeightNames& weights, std
 void BindTargets(const WeightNames& weights, const MorphTargets& targets, HeadBinding& binding) {
   std::set<std::string> driven, spare; // targets
   std::set<std::size_t> driving;       // weights
+  std::map<const std::vector<std::string>*, std::shared_ptr<const TargetDrivers>>
+      known; // null where nothing drives
   for (const MorphNode& node : targets.nodes) {
-    const TargetDrivers drivers = FindDrivers(node, weights, spare);
-    bool any = false;
-    for (std::size_t t = 0; t < drivers.size(); ++t) {
-      if (!drivers[t]) continue;
-      driven.insert(node.targets[t]);
-      driving.insert(*drivers[t]);
-      any = true;
+    const auto [shared, is_new] = known.try_emplace(node.targets.get());
+    if (is_new) {
+      TargetDrivers drivers = FindDrivers(*node.targets, weights, spare);
+      bool any = false;
+      for (std::size_t t = 0; t < drivers.size(); ++t) {
+        if (!drivers[t]) continue;
+        driven.insert((*node.targets)[t]);
+        driving.insert(*drivers[t]);
+        any = true;
+      }
+      if (any) shared->second = std::make_shared<const TargetDrivers>(std::move(drivers));
     }
-    if (any) binding.nodes.push_back({node, drivers});
+    if (shared->second) binding.nodes.push_back({node, shared->second});
   }
 
   HeadCoverage& coverage = binding.coverage;
@@ -113,8 +122,9 @@ void BindClusters(const std::vector<ClusterColumn>& clusters, const NodeNames& n
   HeadCoverage& coverage = binding.coverage;
   std::set<std::size_t> moved;
   for (const ClusterColumn& cluster : clusters) {
+    static const std::vector<std::size_t> kNone;
     const auto known = names.find(cluster.name);
-    const std::vector<std::size_t> found = known == names.end() ? std::vector<std::size_t>() : known->second;
+    const std::vector<std::size_t>& found = known == names.end() ? kNone : known->second;
     if (found.size() == 1 && moved.insert(found[0]).second) {
       binding.cluster_nodes.emplace_back(found[0]);
       ++coverage.driven_clusters;
@@ -189,7 +199,7 @@ HeadBinding BindHead(const AnimationLayout& layout, const Glb& head,
   MorphTargets targets = FindMorphTargets(head);
   std::vector<Note>& notes = binding.coverage.notes;
   notes = std::move(targets.notes);
-  std::ranges::move(NotesOnFilesBeside(head), std::back_inserter(notes));
+  if (const auto note = NoteOnFilesBeside(head)) notes.push_back(*note);
   if (const std::size_t own = JsonAt(head).ElementsOf("animations").size(); own > 0)
     notes.push_back({Code::Doubtful, "",
                      fmt::format("the head already has {}: this one is added after it",

@@ -6,6 +6,7 @@
 #include "host/gltf/morph_targets.h"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +31,8 @@ using TargetDrivers = std::vector<std::optional<std::size_t>>;
 /// A node of which at least one morph target is driven.
 struct BoundNode {
   MorphNode node;
-  TargetDrivers drivers; ///< (size: the node's targets)
+  std::shared_ptr<const TargetDrivers>
+      drivers; ///< (size: the node's targets); nodes of the same targets share it
 };
 
 /// Which parts of an animation drive which parts of a head, by their names.

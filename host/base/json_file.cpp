@@ -1,6 +1,7 @@
 #include "host/base/json_file.h"
 
 #include "host/base/error.h"
+#include "host/base/parse_json.h"
 #include "host/base/text.h"
 
 #include <fmt/format.h>
@@ -21,85 +22,29 @@ std::string PlaceIn(std::string_view text, std::size_t at) {
   return fmt::format("{}:{}", line, before.size() - line_start + 1);
 }
 
-/// Where a number stands that is no part of a quoted text.
-std::size_t FindNumber(std::string_view text, std::string_view number) {
-  bool quoted = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!quoted && text.substr(i).starts_with(number)) return i;
-    if (quoted && text[i] == '\\')
-      ++i; // and what it escapes
-    else if (text[i] == '"')
-      quoted = !quoted;
-  }
-  return text.size();
-}
-
-/// An object or array that the parser is in, and where in it.
-struct OpenContainer {
-  bool is_array;
-  std::size_t index;
-  std::string key;
-  std::set<std::string> keys; // so far
-};
-
-/// The JSON pointer (RFC 6901) to where the parser is.
-std::string PointerTo(const std::vector<OpenContainer>& open) {
-  std::string pointer;
-  for (const OpenContainer& container : open) {
-    pointer += '/';
-    if (container.is_array) pointer += std::to_string(container.index);
-    for (const char c : container.key)
-      if (c == '~' || c == '/')
-        pointer += c == '~' ? "~0" : "~1";
-      else
-        pointer += c;
-  }
-  return pointer;
-}
-
 } // namespace
 
 JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(file)) {
   if (text.find_first_not_of(" \t\r\n") == std::string_view::npos)
     throw InputError(Code::Empty, file_, "", "the file is empty", "name a JSON file");
-  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
-    throw InputError(Code::Unsupported, file_, "", "this is UTF-16 text", "save it as UTF-8");
-  if (text.starts_with("glTF"))
-    throw InputError(Code::UnknownFormat, file_, "", "this is a .glb, not JSON",
-                     "mien character from-glb makes a character file of a head");
-
-  // The parser keeps the last of two equal keys without a word.
-  std::vector<OpenContainer> open;
-  const auto note_equal_keys = [&](int, Json::parse_event_t event, Json& parsed) {
-    using Event = Json::parse_event_t;
-    if (event == Event::key) {
-      OpenContainer& object = open.back();
-      object.key = parsed.get<std::string>();
-      if (!object.keys.insert(object.key).second)
-        Collect(Code::Duplicate, PointerTo(open), "this key is in the object twice", "keep one of them");
-      return true;
-    }
-    if (event == Event::object_end || event == Event::array_end) open.pop_back();
-    if (event == Event::object_start || event == Event::array_start)
-      open.push_back({.is_array = event == Event::array_start, .index = 0, .key = {}, .keys = {}});
-    else if (!open.empty())
-      ++open.back().index; // a value has ended
-    return true;
-  };
-  try {
-    root_ = Json::parse(text.begin(), text.end(), note_equal_keys);
-  } catch (const Json::parse_error& error) {
-    throw InputError(Code::Syntax, file_, PlaceIn(text, error.byte > 0 ? error.byte - 1 : 0),
-                     "this is not JSON from here on",
+  auto [root, fault] = ParseJson(text, [this](const std::string& pointer) {
+    Collect(Code::Duplicate, pointer, "this key is in the object twice", "keep one of them");
+  });
+  root_ = std::move(root);
+  if (!fault) return;
+  const std::string place = PlaceIn(text, fault->at);
+  switch (fault->kind) {
+  case JsonFault::Kind::Syntax:
+    throw InputError(Code::Syntax, file_, place, "this is not JSON from here on",
                      "look for a missing comma, quote or bracket just before");
-  } catch (const Json::out_of_range& error) {
-    // It quotes the number and does not say where it stands.
-    const std::string_view what = error.what();
-    const std::size_t quote = what.find('\'');
-    const std::string_view number = what.substr(quote + 1, what.rfind('\'') - quote - 1);
-    throw InputError(Code::InvalidValue, file_, PlaceIn(text, FindNumber(text, number)),
-                     fmt::format("the number {} is beyond what a double holds", Quoted(number)),
+  case JsonFault::Kind::Number:
+    throw InputError(Code::InvalidValue, file_, place,
+                     fmt::format("the number {} is beyond what a double holds", Quoted(fault->number)),
                      "write a smaller one");
+  case JsonFault::Kind::Depth:
+    throw InputError(Code::Limit, file_, place,
+                     fmt::format("objects and arrays are nested more than {} deep", kDeepestJson),
+                     "write the file with fewer levels");
   }
 }
 
@@ -108,18 +53,12 @@ void JsonFile::Mistake(Code code, const Pointer& place, std::string_view what, s
 }
 
 void JsonFile::Collect(Code code, std::string_view place, std::string_view what, std::string_view fix) {
-  constexpr std::size_t kLongest = 300; // bytes, for files that nest without end
-  std::string pointer = Printable(place);
-  if (pointer.size() > kLongest) { // where it begins and ends is of use
-    const auto splits_character = [&](std::size_t at) {
-      return (static_cast<unsigned char>(pointer[at]) & 0xC0) == 0x80; // a later byte of UTF-8
-    };
-    std::size_t from = kLongest / 2, to = pointer.size() - kLongest / 2;
-    while (splits_character(from)) --from;
-    while (to < pointer.size() && splits_character(to)) ++to;
-    pointer.replace(from, to - from, "...");
-  }
-  mistakes_.push_back({code, file_, std::move(pointer), std::string(what), std::string(fix)});
+  mistakes_.push_back({code, file_, ShownPointer(place), std::string(what), std::string(fix)});
+  constexpr std::size_t kMost = 100;
+  if (mistakes_.size() < kMost) return;
+  mistakes_.push_back({Code::Limit, file_, "", fmt::format("these are the first {} mistakes in it", kMost),
+                       "correct them, then read the file again"});
+  ThrowMistakes();
 }
 
 void JsonFile::CheckKeys(const Pointer& place, const Json& object,

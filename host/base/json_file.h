@@ -10,15 +10,15 @@
 
 namespace mien {
 
-/// A JSON file that people write, and what is wrong with it: mistakes are collected, so that the user hears
-/// of all of them at once, each by its JSON pointer.
+/// A JSON file that people write, and what is wrong with it: mistakes are collected, so that the user sees all of them at
+/// once, each by its JSON pointer. The 100th is the last: it throws them.
 class JsonFile {
 public:
   using Json = nlohmann::ordered_json;
   using Pointer = Json::json_pointer;
 
-  /// Parses `text`. Throws InputError, naming line and column, where it is not JSON; a key that an object has
-  /// twice is collected as a mistake. `file` is the name for messages.
+  /// Parses `text`. Throws InputError, with line and column, where it is not JSON, has a number beyond doubles, or is nested
+  /// deeper than kDeepestJson; a key that an object has twice is collected as a mistake. `file` is the name for messages.
   JsonFile(std::string_view text, std::string file);
 
   const Json& Root() const { return root_; }
@@ -41,7 +41,7 @@ public:
   /// Whether it has the 1 to 255 bytes that a name may have, none of them 0; collects a mistake if not.
   bool CheckName(const Pointer& place, const std::string& name, std::string_view what);
 
-  /// Throws InputError with every mistake if there is any.
+  /// Throws InputError with all mistakes if there are any.
   void ThrowMistakes() const;
 
 private:

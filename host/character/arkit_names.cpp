@@ -87,6 +87,9 @@ std::optional<MeaningAtEnd> FindMeaningAtEnd(std::string_view name) {
 } // namespace
 
 std::optional<ArkitMatch> FindArkitName(std::string_view name) {
+  constexpr std::size_t kLongest =
+      1 << 20; // bytes; matching takes ten times as many, and a file may have any
+  if (name.size() > kLongest) return std::nullopt;
   const auto found = FindMeaningAtEnd(name);
   // If the prefix is also one of the 52, the target is a corrective for both, and means neither.
   if (!found || FindMeaningAtEnd(name.substr(0, found->prefix))) return std::nullopt;

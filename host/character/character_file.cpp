@@ -7,6 +7,7 @@
 #include "host/base/text.h"
 #include "host/character/arkit52.h"
 #include "host/files/built_in.h"
+#include "host/files/foreign_file.h"
 #include "host/files/standard_streams.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
@@ -18,6 +19,8 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace mien {
@@ -67,6 +70,8 @@ public:
   }
 
 private:
+  static constexpr std::size_t kLongestPlace = 4096; // bytes; every place below a name repeats it
+
   void ReadRange(const Pointer& place, const Json& range) {
     if (!range.is_array() || range.size() != 2 || !range[0].is_number() || !range[1].is_number() ||
         range[0].get<double>() > range[1].get<double>())
@@ -85,7 +90,7 @@ private:
     for (const auto& [name, part] : parts.items()) {
       const Pointer here = place / name;
       file_.CheckName(here, name, "part");
-      if (!file_.RequireObject(here, part)) continue;
+      if (name.size() > kLongestPlace || !file_.RequireObject(here, part)) continue;
       file_.CheckKeys(here, part, {"shapes", "clusters"});
       Character::Part& read = character_.parts.emplace_back();
       read.name = name;
@@ -132,35 +137,52 @@ private:
         part.clusters.push_back({name, ReadTransform(place / "rest" / name, rest, {})});
       }
     }
-    if (clusters.contains("poses") && file_.RequireObject(place / "poses", clusters["poses"]))
-      for (const auto& [shape, pose] : clusters["poses"].items())
-        ReadPose(place / "poses" / shape, shape, pose, part);
+    if (clusters.contains("poses")) ReadPoses(place / "poses", clusters["poses"], part);
   }
 
-  void ReadPose(const Pointer& place, const std::string& shape, const Json& pose, Character::Part& part) {
-    if (std::find(part.shapes.begin(), part.shapes.end(), shape) == part.shapes.end())
-      file_.Mistake(Code::NotFound, place,
-                    fmt::format("the part {} has no shape of this name", Quoted(part.name)),
-                    "list it under \"shapes\" of the part");
+  void ReadPoses(const Pointer& place, const Json& poses, Character::Part& part) {
+    if (!file_.RequireObject(place, poses)) return;
+    posed_clusters_ += poses.size() * part.clusters.size();
+    if (posed_clusters_ > Character::kMostPosedClusters) {
+      file_.Mistake(Code::Limit, place,
+                    fmt::format("{} poses of {} clusters; with the parts before, {} posed clusters",
+                                poses.size(), part.clusters.size(), posed_clusters_),
+                    fmt::format("leave some out: there may be {} at most", Character::kMostPosedClusters));
+      return;
+    }
+    const std::set<std::string_view> shapes(part.shapes.begin(), part.shapes.end());
+    std::map<std::string_view, std::size_t> clusters; // by name
+    for (std::size_t c = 0; c < part.clusters.size(); ++c) clusters.emplace(part.clusters[c].name, c);
+    for (const auto& [shape, pose] : poses.items()) {
+      if (!shapes.contains(shape))
+        file_.Mistake(Code::NotFound, place / shape,
+                      fmt::format("the part {} has no shape of this name", Quoted(part.name)),
+                      "list it under \"shapes\" of the part");
+      ReadPose(place / shape, shape, pose, clusters, part);
+    }
+  }
+
+  void ReadPose(const Pointer& place, const std::string& shape, const Json& pose,
+                const std::map<std::string_view, std::size_t>& clusters, Character::Part& part) {
     if (!file_.RequireObject(place, pose)) return;
     Character::Pose& read = part.poses.emplace_back();
     read.shape = shape;
     for (const Character::Cluster& cluster : part.clusters) read.clusters.push_back(cluster.rest);
     for (const auto& [name, transform] : pose.items()) {
-      const auto cluster = std::find_if(part.clusters.begin(), part.clusters.end(),
-                                        [&key = name](const auto& rest) { return rest.name == key; });
-      if (cluster == part.clusters.end()) {
+      const auto cluster = clusters.find(name);
+      if (cluster == clusters.end()) {
         file_.Mistake(Code::NotFound, place / name, "the rest pose has no cluster of this name",
                       "add it under \"rest\"");
         continue;
       }
-      const ClusterTransform target = ReadTransform(place / name, transform, cluster->rest);
+      const ClusterTransform& at_rest = part.clusters[cluster->second].rest;
+      const ClusterTransform target = ReadTransform(place / name, transform, at_rest);
       const auto turned_over = [](double scale, double rest) { return (scale < 0) != (rest < 0); };
-      const VgeSVector &scale = target.scale, &rest = cluster->rest.scale;
+      const VgeSVector &scale = target.scale, &rest = at_rest.scale;
       if (turned_over(scale.x, rest.x) || turned_over(scale.y, rest.y) || turned_over(scale.z, rest.z))
         file_.Mistake(Code::Contradiction, place / name / "scale", "the sign differs from the rest pose",
                       "scale by a factor above 0: between the two poses the cluster would vanish");
-      read.clusters[static_cast<std::size_t>(cluster - part.clusters.begin())] = target;
+      read.clusters[cluster->second] = target;
     }
   }
 
@@ -250,8 +272,10 @@ private:
       file_.Mistake(Code::Limit, place, fmt::format("{} expressions", expressions.size()),
                     fmt::format("leave some out: a character has at most {}", Character::kMostExpressions));
     for (const auto& [name, expression] : expressions.items()) {
+      if (character_.expressions.size() == Character::kMostExpressions) return;
       const Pointer here = place / name;
       file_.CheckName(here, name, "expression");
+      if (name.size() > kLongestPlace) continue;
       const auto same_name = [&key = name](const Character::Expression& other) {
         return EqualIgnoringCase(other.name.c_str(), key.c_str());
       };
@@ -282,7 +306,8 @@ private:
 
   JsonFile file_;
   Character character_;
-  std::map<std::string, std::string> part_of_shape_;
+  std::map<std::string, std::string> part_of_shape_; // the first of those that list it
+  std::size_t posed_clusters_ = 0;
 };
 
 // --- Writing.
@@ -356,6 +381,8 @@ JsonValue Written(const Character::Expression& expression) {
 } // namespace
 
 Character ReadCharacter(std::string_view text, const std::string& file) {
+  RefuseForeignFile(text, file, "a character file",
+                    "name a character file; mien character from-glb makes one for a head");
   return CharacterReader(text, file).Read();
 }
 

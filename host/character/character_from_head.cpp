@@ -7,7 +7,6 @@
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <set>
 #include <string_view>
@@ -106,12 +105,12 @@ void NoteEqualMeanings(HeadMatch& match, const Meanings& meanings) {
     for (const Half half : {Half::Both, Half::Left, Half::Right}) {
       std::vector<std::string> same;
       for (const auto& [target, meaning] : meanings)
-        if (meaning == ArkitMatch{n, half}) same.push_back(Quoted(target));
+        if (meaning == ArkitMatch{n, half}) same.push_back(target);
       if (same.size() > 1)
         match.notes.push_back(
             {Code::Duplicate, "",
              fmt::format("{} mean the same: if they are on one mesh, remove all but one from \"templates\"",
-                         fmt::join(same, ", "))});
+                         SomeQuoted(same))});
     }
 }
 

@@ -36,9 +36,9 @@ double ReadUnit(const Parameters& parameters, Take& take) {
   if (!millimetres && !parameters.Empty())
     take.notes.push_back(
         {Code::Assumed, "",
-         unit.empty()
-             ? "no unit is given; positions are taken as millimetres"
-             : fmt::format("the unit {} is not known; positions are taken as millimetres", Quoted(unit))});
+         unit.empty() ? "no unit is given; positions are taken as millimetres"
+                      : fmt::format("the unit {} is unknown or ambiguous; positions are taken as millimetres",
+                                    Quoted(unit))});
   return millimetres.value_or(1);
 }
 

@@ -34,6 +34,7 @@ struct Claims {
 
 struct LayoutClaims {
   Claims points, frames, real, analog, block;
+  Claims further_frames; // asked only where none of `frames` fills the file: programs often get these wrong
 };
 
 bool IsScale(std::optional<double> scale) { return scale && std::isfinite(*scale) && *scale != 0; }
@@ -51,6 +52,7 @@ public:
     LayoutClaims claims;
     claims.points = Points();
     claims.frames = Frames();
+    claims.further_frames = FurtherFrames();
     claims.real = Real();
     claims.analog = Analog();
     claims.block = Block();
@@ -87,13 +89,25 @@ private:
     if (IsMostOfAWord(declared) && frames.list.empty()) frames.Add(kMostInWord, "POINT:FRAMES");
     if (frames.list.empty()) {
       if (!declared) missing_.emplace_back("POINT:FRAMES");
-      if (header_.Word(5) >= header_.Word(4) && header_.Word(5) > 0)
-        frames.Add(header_.Word(5) - header_.Word(4) + 1u, "the header");
+      frames.Add(FramesOfHeader(), "the header");
     }
     if (frames.list.empty())
       throw InputError(Code::Empty, header_.file, "", "there are no frames in the file, their number is 0",
                        "export the take again, with its frames");
     return frames;
+  }
+
+  Claims FurtherFrames() const {
+    Claims frames;
+    frames.Add(FramesOfTrial(), "TRIAL:ACTUAL_START_FIELD and ACTUAL_END_FIELD");
+    frames.Add(FramesOfHeader(),
+               fmt::format("the header (frames {} to {})", header_.Word(4), header_.Word(5)));
+    return frames;
+  }
+
+  std::optional<std::uint64_t> FramesOfHeader() const {
+    const std::uint64_t first = header_.Word(4), last = header_.Word(5);
+    return last >= first && last > 0 ? std::optional(last - first + 1) : std::nullopt;
   }
 
   std::optional<std::uint64_t> FramesOfTrial() const {
@@ -180,6 +194,24 @@ std::pair<Layout, int> BestFit(const LayoutClaims& claims, std::size_t size, std
   return best;
 }
 
+// Some programs write the last frame's number as POINT:FRAMES. Then one of the further counts fills the file, and the count
+// that is too large does not, or only with zeros from the padding of the last block.
+void TryFurtherFrames(const Header& header, std::size_t parameters_end, LayoutClaims& claims, Layout& layout,
+                      int& misfit) {
+  for (const Claims::Claim& claim : claims.further_frames.list) {
+    Layout other = layout;
+    other.frames = claim.value;
+    const int other_misfit = Misfit(other, header.bytes.size(), parameters_end);
+    if (other_misfit >= kFills) continue;
+    const bool padded = other.frames < layout.frames &&
+                        header.bytes.find_first_not_of('\0', other.End()) == std::string_view::npos;
+    if (misfit < kFills && !padded) continue;
+    layout = other;
+    misfit = other_misfit;
+    claims.frames.Add(claim.value, claim.by);
+  }
+}
+
 void NoteChoice(const Claims& claims, std::uint64_t taken, std::string_view what, bool fills,
                 std::vector<Note>& notes) {
   if (claims.list.size() < 2) return;
@@ -255,8 +287,9 @@ Layout FindLayout(const Header& header, const Parameters& parameters, std::vecto
     notes.push_back({Code::Missing, "",
                      "there are no parameters: markers are numbered, positions taken as millimetres, the "
                      "rest is what the header says"});
-  const LayoutClaims claims = ClaimReader(header, parameters, notes).Read();
+  LayoutClaims claims = ClaimReader(header, parameters, notes).Read();
   auto [layout, misfit] = BestFit(claims, header.bytes.size(), parameters.End());
+  TryFurtherFrames(header, parameters.End(), claims, layout, misfit);
   const bool fills = misfit < kFills;
   NoteChoice(claims.points, layout.points, "points per frame", fills, notes);
   NoteChoice(claims.frames, layout.frames, "frames", fills, notes);

@@ -75,6 +75,10 @@ Take ReadTrc(std::string_view bytes, const std::string& file, const std::optiona
     const std::optional<Rows> rows = ReadRows(header, bytes.size(), file, take);
     if (!rows) { // there are columns for more markers than that
       markers = MarkersOfWidestRow(header.rows);
+      if (markers > kMostMarkers)
+        throw InputError(Code::Limit, file, "",
+                         fmt::format("the widest row has columns of {} markers", markers),
+                         fmt::format("export fewer markers: {} at most", kMostMarkers));
       continue;
     }
     NoteWrongCounts(header, take);

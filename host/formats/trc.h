@@ -40,8 +40,8 @@ bool IsTrc(std::string_view bytes);
 /// - A file without DataRate and times is at `input_rate`, or at 30 Hz.
 /// - Of a file that ends inside a row, the value that it ends with is left out.
 ///
-/// Throws InputError for what cannot be read, and for a take that would need much more memory than its
-/// file: 32 bytes for each of the file's and a megabyte.
+/// Throws InputError for what cannot be read, for more than 65535 markers, and for a take that would need
+/// much more memory than its file: 32 bytes for each of the file's and a megabyte.
 Take ReadTrc(std::string_view bytes, const std::string& file,
              const std::optional<FrameRate>& input_rate = std::nullopt);
 

@@ -115,7 +115,7 @@ private:
     } else if (!units || units->empty()) {
       AddNote(Code::Assumed, "no Units; taken as mm");
     } else {
-      AddNote(Code::Assumed, fmt::format("the unit {} is not known; taken as mm", Quoted(*units)));
+      AddNote(Code::Assumed, fmt::format("the unit {} is unknown or ambiguous; taken as mm", Quoted(*units)));
     }
   }
 
@@ -150,6 +150,9 @@ private:
         if (column >= kFirstMarkerColumn && !cell->empty()) header_.names.push_back(*cell);
     }
     while (!header_.names.empty() && header_.names.back().empty()) header_.names.pop_back();
+    if (header_.names.size() > kMostMarkers)
+      Fail(Code::Limit, fmt::format("{} marker names", header_.names.size()),
+           fmt::format("export fewer markers: {} at most", kMostMarkers));
   }
 
   void ReadLabels() {

@@ -17,6 +17,9 @@ inline constexpr std::string_view kKeys[] = {"DataRate",           "CameraRate",
                                              "NumMarkers",         "Units",        "OrigDataRate",
                                              "OrigDataStartFrame", "OrigNumFrames"};
 
+/// More markers than any system names, and as many as a C3D file holds: what names them is read no further.
+inline constexpr std::size_t kMostMarkers = 65535;
+
 /// What stands above the rows.
 struct Header {
   std::vector<Note> notes;

@@ -202,14 +202,14 @@ std::string HeaderOf(const Take& take, const Plan& plan, std::size_t parameters_
   return header;
 }
 
-// The fourth number of a position: cameras and residual.
+// The fourth number of a position: cameras and residual, the latter 0 unless it was measured.
 double Fourth(const Take& take, std::size_t frame, std::size_t marker, const Plan& plan) {
-  if (take.OriginAt(frame, marker) != Origin::Measured) return 0;
-  const Sighting sighting = take.SightingAt(frame, marker).value_or(Sighting{});
   constexpr int kSevenCameras = 0x7F;
-  const double steps = std::round(sighting.residual * take.residual_mm / plan.scale);
-  return static_cast<double>((sighting.cameras & kSevenCameras) << 8 |
-                             static_cast<int>(std::clamp(steps, 1.0, 255.0)));
+  const int cameras = (take.CamerasAt(frame, marker) & kSevenCameras) << 8;
+  if (take.OriginAt(frame, marker) != Origin::Measured) return cameras;
+  const int residual = take.SightingAt(frame, marker).value_or(Sighting{}).residual;
+  const double steps = std::round(residual * take.residual_mm / plan.scale);
+  return cameras | static_cast<int>(std::clamp(steps, 1.0, 255.0));
 }
 
 void Write(std::string_view bytes, std::ostream& out) {

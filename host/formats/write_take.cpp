@@ -13,7 +13,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <map>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace mien {
 namespace {
@@ -69,6 +73,8 @@ public:
         where_moved_ = fmt::format("{} in frame {}", Quoted(take.markers[m]), take.frames[frame]);
       }
       CompareOrigins(take.OriginAt(frame, m), kept.OriginAt(kept_frame, m));
+      if (take.OriginAt(frame, m) == Origin::Computed)
+        CompareCameras(take.CamerasAt(frame, m), kept.CamerasAt(kept_frame, m));
       CompareSightings(take.SightingAt(frame, m), take.residual_mm, kept.SightingAt(kept_frame, m),
                        kept.residual_mm);
     }
@@ -103,6 +109,11 @@ private:
     filled_as_measured_ += was == Origin::Filled && is == Origin::Measured;
     filled_as_computed_ += was == Origin::Filled && is == Origin::Computed;
     measured_as_computed_ += was == Origin::Measured && is != was;
+  }
+
+  void CompareCameras(std::uint8_t was, std::uint8_t is) {
+    if (was == 0 || was == is) return;
+    ++(is == 0 ? sightings_ : cameras_);
   }
 
   void CompareSightings(const std::optional<Sighting>& was, double was_mm, const std::optional<Sighting>& is,
@@ -181,18 +192,19 @@ void CompareFrames(const Take& take, const Take& kept, Losses& lost) {
 }
 
 void CompareEvents(const Take& take, const Take& kept, Losses& lost) {
+  std::map<std::string_view, std::vector<double>> times; // of the events of each label, the last first
+  for (auto event = kept.events.rbegin(); event != kept.events.rend(); ++event)
+    times[event->label].push_back(event->time);
   std::vector<std::string> left_out; // labels
   double most_shift = 0;
-  std::vector<TakeEvent> rest = kept.events;
   for (const TakeEvent& event : take.events) {
-    const auto found = std::find_if(rest.begin(), rest.end(),
-                                    [&](const TakeEvent& other) { return other.label == event.label; });
-    if (found == rest.end()) {
+    const auto found = times.find(event.label);
+    if (found == times.end() || found->second.empty()) {
       left_out.push_back(event.label);
       continue;
     }
-    most_shift = std::max(most_shift, std::abs(found->time - event.time));
-    rest.erase(found);
+    most_shift = std::max(most_shift, std::abs(found->second.back() - event.time));
+    found->second.pop_back();
   }
   if (!left_out.empty())
     lost.Add("{} left out: {}", Counted(left_out.size(), "event is", "events are"), SomeQuoted(left_out, 3));

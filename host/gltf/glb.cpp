@@ -1,15 +1,15 @@
 #include "host/gltf/glb.h"
 
 #include "host/base/error.h"
+#include "host/base/parse_json.h"
 #include "host/base/text.h"
+#include "host/files/foreign_file.h"
 #include "host/gltf/json_at.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <limits>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -21,7 +21,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kHeading = 12, kChunkHeading = 8;
 constexpr std::string_view kMagic = "glTF", kJsonChunk = "JSON", kBinaryChunk("BIN\0", 4);
-constexpr int kDeepest = 256; // writing goes down one call a level
 constexpr std::string_view kExportAgain = "export the head again, as .glb (glTF 2.0 binary)";
 
 std::uint32_t ReadNumber(std::string_view bytes, std::size_t at) {
@@ -36,55 +35,40 @@ std::string NumberBytes(std::uint32_t number) {
   return bytes;
 }
 
-/// What a file is that does not begin as a GLB does.
-std::string WhatItIs(std::string_view bytes) {
-  constexpr std::pair<std::string_view, std::string_view> kKnown[] = {{"Kaydara FBX Binary", "an FBX file"},
-                                                                      {"; FBX", "an FBX file"},
-                                                                      {"BLENDER", "a Blender file"},
-                                                                      {"PK\x03\x04", "a zip archive"},
-                                                                      {"\x1F\x8B", "a gzip archive"},
-                                                                      {"#usda", "a USD file"},
-                                                                      {"PXR-USDC", "a USD file"}};
-  for (const auto& [beginning, what] : kKnown)
-    if (bytes.starts_with(beginning)) return fmt::format("this is {}, not a .glb", what);
+[[noreturn]] void FailOtherFile(std::string_view bytes, const std::string& file) {
+  RefuseForeignFile(bytes, file, "a .glb", kExportAgain);
   std::string_view text = bytes;
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-  if (const std::size_t first = text.find_first_not_of(" \t\r\n");
-      first != std::string_view::npos && text[first] == '{')
-    return "this is text, a .gltf perhaps, not a .glb";
-  return fmt::format("this is not a .glb: it begins with {} where \"glTF\" should stand",
-                     Quoted(bytes.substr(0, 4)));
+  text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+  if (text.starts_with('{'))
+    throw InputError(Code::Unsupported, file, "", "this is text, perhaps a .gltf, not a .glb", kExportAgain);
+  throw InputError(Code::UnknownFormat, file, "",
+                   fmt::format("this is not a .glb: it begins with {} instead of {}",
+                               Quoted(bytes.substr(0, 4)), Quoted(kMagic)),
+                   kExportAgain);
 }
 
-Json ParseJson(std::string_view text, std::size_t first_byte, const std::string& file) {
+Json ParseGlbJson(std::string_view text, std::size_t first_byte, const std::string& file) {
   // Some exporters fill up with zeros where blanks belong.
   while (!text.empty() && text.back() == '\0') text.remove_suffix(1);
-  // The parser keeps the last of two equal keys without a word.
-  std::vector<std::set<std::string>> open;
-  const auto check = [&](int depth, Json::parse_event_t event, Json& parsed) {
-    using Event = Json::parse_event_t;
-    if (depth > kDeepest)
-      throw InputError(Code::Limit, file, "", fmt::format("its JSON is nested more than {} deep", kDeepest),
-                       kExportAgain);
-    if (event == Event::object_start) open.emplace_back();
-    if (event == Event::object_end) open.pop_back();
-    if (event == Event::key && !open.back().insert(parsed.get<std::string>()).second)
-      throw InputError(Code::Duplicate, file, "",
-                       fmt::format("its JSON has the key {} twice in one object",
-                                   Quoted(parsed.get_ref<const std::string&>())),
-                       kExportAgain);
-    return true;
-  };
-  try {
-    return Json::parse(text.begin(), text.end(), check);
-  } catch (const Json::parse_error& error) {
-    const std::size_t at = std::min(error.byte > 0 ? error.byte - 1 : 0, text.size());
-    throw InputError(Code::Syntax, file, fmt::format("byte {}", first_byte + at),
-                     "its JSON is broken from here on", kExportAgain);
-  } catch (const Json::out_of_range&) {
-    throw InputError(Code::InvalidValue, file, "", "its JSON has a number that no double holds",
+  auto [json, fault] = ParseJson(text, [&file](const std::string& pointer) {
+    throw InputError(Code::Duplicate, file, ShownPointer(pointer), "this key is in the object twice",
                      kExportAgain);
+  });
+  if (!fault) return std::move(json);
+  const std::string place = fmt::format("byte {}", first_byte + std::min(fault->at, text.size()));
+  switch (fault->kind) {
+  case JsonFault::Kind::Syntax:
+    break;
+  case JsonFault::Kind::Number:
+    throw InputError(Code::InvalidValue, file, place,
+                     fmt::format("the number {} is beyond what a double holds", Quoted(fault->number)),
+                     kExportAgain);
+  case JsonFault::Kind::Depth:
+    throw InputError(Code::Limit, file, place,
+                     fmt::format("the JSON is nested more than {} deep", kDeepestJson), kExportAgain);
   }
+  throw InputError(Code::Syntax, file, place, "the JSON is broken from here on", kExportAgain);
 }
 
 } // namespace
@@ -95,8 +79,7 @@ Glb ReadGlb(std::string_view bytes, const std::string& file) {
   };
   if (bytes.empty()) throw InputError(Code::Empty, file, "", "the file is empty", kExportAgain);
   const std::string_view beginning = bytes.substr(0, kMagic.size());
-  if (beginning != kMagic.substr(0, beginning.size()))
-    throw InputError(Code::UnknownFormat, file, "", WhatItIs(bytes), kExportAgain);
+  if (beginning != kMagic.substr(0, beginning.size())) FailOtherFile(bytes, file);
   if (bytes.size() < kHeading) fail(bytes.size(), "the file ends within its heading");
   if (const std::uint32_t version = ReadNumber(bytes, 4); version != 2)
     fail(4, fmt::format("this is binary glTF of version {}; version 2 is known", version));
@@ -120,7 +103,7 @@ Glb ReadGlb(std::string_view bytes, const std::string& file) {
 
   Glb glb;
   glb.file = file;
-  glb.json = ParseJson(chunks[0].data, kHeading + kChunkHeading, file);
+  glb.json = ParseGlbJson(chunks[0].data, kHeading + kChunkHeading, file);
   std::size_t known = 1;
   if (chunks.size() > known && chunks[known].type == kBinaryChunk) glb.binary = chunks[known++].data;
   for (std::size_t c = known; c < chunks.size(); ++c)

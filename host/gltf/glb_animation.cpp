@@ -18,11 +18,13 @@ void GlbAnimation::AddWeights(const MorphNode& node,
                               const std::function<double(std::size_t frame, std::size_t target)>& weight) {
   const auto [known, is_new] = weights_.try_emplace({node.targets, node.defaults});
   if (is_new) {
+    const std::size_t targets = node.targets->size();
+    GlbLength(0, glb_.binary.size() + keys_.size() * targets * sizeof(float), 0,
+              glb_.file); // before they are there
     std::vector<float> values;
-    values.reserve(keys_.size() * node.targets.size());
+    values.reserve(keys_.size() * targets);
     for (const std::size_t f : keys_)
-      for (std::size_t t = 0; t < node.targets.size(); ++t)
-        values.push_back(static_cast<float>(weight(f, t)));
+      for (std::size_t t = 0; t < targets; ++t) values.push_back(static_cast<float>(weight(f, t)));
     known->second = AddSampler(values, ElementType::Scalar);
   }
   AddChannel(node.node, "weights", known->second);

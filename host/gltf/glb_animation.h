@@ -29,8 +29,9 @@ public:
   /// How many frames have no key.
   std::size_t LeftOutFrames() const { return frame_count_ - keys_.size(); }
 
-  /// Drives all morph targets that a node shows, which glTF makes one curve. `weight` must depend on the targets' names and
-  /// defaults alone: nodes that have these in common share the curve.
+  /// Drives all morph targets that a node shows, which glTF makes one curve. `weight` must depend on the lists of the node's
+  /// targets and defaults alone: nodes that share these lists share the curve. Throws InputError where the curve would not
+  /// fit into a .glb.
   void AddWeights(const MorphNode& node,
                   const std::function<double(std::size_t frame, std::size_t target)>& weight);
 
@@ -54,8 +55,8 @@ private:
   std::vector<std::size_t> keys_;    // frames
   std::vector<float> times_;         // s, from the first (size: keys)
   std::optional<std::size_t> input_; // the accessor of the times, once there is a curve
-  std::map<std::pair<std::vector<std::string>, std::vector<double>>, std::size_t>
-      weights_; // samplers by targets and defaults
+  std::map<std::pair<decltype(MorphNode::targets), decltype(MorphNode::defaults)>, std::size_t>
+      weights_; // samplers by lists
   Json channels_ = Json::array(), samplers_ = Json::array();
 };
 

@@ -114,17 +114,16 @@ void CheckAppendable(const Glb& glb) {
         kOneFile);
 }
 
-std::vector<Note> NotesOnFilesBeside(const Glb& glb) {
-  std::vector<Note> notes;
+std::optional<Note> NoteOnFilesBeside(const Glb& glb) {
+  std::vector<std::string> files;
   for (const char* list : {"buffers", "images"})
-    for (const JsonAt& object : JsonAt(glb).ElementsOf(list)) {
-      const auto uri = object.Find("uri");
-      if (uri && !uri->String().starts_with("data:"))
-        notes.push_back({Code::Missing, "",
-                         fmt::format("the head refers to {} beside it: keep it beside the output too",
-                                     Quoted(uri->String()))});
-    }
-  return notes;
+    for (const JsonAt& object : JsonAt(glb).ElementsOf(list))
+      if (const auto uri = object.Find("uri"))
+        if (const std::string file = uri->String(); !file.starts_with("data:")) files.push_back(file);
+  if (files.empty()) return std::nullopt;
+  return Note{Code::Missing, "",
+              fmt::format("the head refers to {} beside it: keep {} beside the output too", SomeQuoted(files),
+                          files.size() == 1 ? "it" : "them")};
 }
 
 } // namespace mien

@@ -10,8 +10,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
-#include <vector>
 
 namespace mien {
 
@@ -39,7 +39,7 @@ std::size_t AppendIndices(Glb& glb, std::span<const std::uint16_t> indices);
 /// the file, or not all of it.
 void CheckAppendable(const Glb& glb);
 
-/// A note for each file that a GLB refers to beside itself, and that a copy of it elsewhere would miss.
-std::vector<Note> NotesOnFilesBeside(const Glb& glb);
+/// A note on the files beside a GLB that it refers to, and that a copy of it elsewhere would miss; nothing where there are none.
+std::optional<Note> NoteOnFilesBeside(const Glb& glb);
 
 } // namespace mien

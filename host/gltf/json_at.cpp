@@ -1,5 +1,6 @@
 #include "host/gltf/json_at.h"
 
+#include "host/base/parse_json.h"
 #include "host/base/text.h"
 
 #include <fmt/format.h>
@@ -13,15 +14,30 @@ namespace {
 
 constexpr std::string_view kExportAgain = "export the head again";
 
+/// The JSON pointer from `root` to a value in it; nothing where it is not there. Nested no deeper than kDeepestJson.
+std::optional<std::string> PointerTo(const JsonAt::Json& value, const JsonAt::Json& root) {
+  if (&value == &root) return "";
+  if (!root.is_structured()) return std::nullopt;
+  std::size_t index = 0;
+  for (auto member = root.begin(); member != root.end(); ++member, ++index)
+    if (const auto rest = PointerTo(value, *member)) {
+      JsonAt::Json::json_pointer step;
+      if (root.is_object())
+        step /= member.key();
+      else
+        step /= index;
+      return step.to_string() + *rest;
+    }
+  return std::nullopt;
+}
+
 } // namespace
 
 std::optional<JsonAt> JsonAt::Find(const std::string& key) const {
   RequireObject();
   const auto member = json_->find(key);
   if (member == json_->end()) return std::nullopt;
-  JsonAt found(*this, *member);
-  found.place_ /= key;
-  return found;
+  return JsonAt(*this, *member);
 }
 
 JsonAt JsonAt::At(const std::string& key) const {
@@ -29,11 +45,7 @@ JsonAt JsonAt::At(const std::string& key) const {
   Fail(Code::Missing, fmt::format("the member {} is missing", Quoted(key)), kExportAgain);
 }
 
-JsonAt JsonAt::Element(std::size_t index) const {
-  JsonAt element(*this, (*json_)[index]);
-  element.place_ /= index;
-  return element;
-}
+JsonAt JsonAt::Element(std::size_t index) const { return JsonAt(*this, (*json_)[index]); }
 
 std::vector<JsonAt> JsonAt::Elements() const {
   if (!json_->is_array()) Fail(Code::InvalidValue, "this is not an array", kExportAgain);
@@ -74,7 +86,7 @@ std::vector<double> JsonAt::Numbers(std::size_t count) const {
 }
 
 void JsonAt::Fail(Code code, std::string_view what, std::string_view fix) const {
-  throw InputError(code, *file_, Printable(place_.to_string()), what, fix);
+  throw InputError(code, glb_->file, ShownPointer(PointerTo(*json_, glb_->json).value_or("")), what, fix);
 }
 
 void JsonAt::RequireObject() const {

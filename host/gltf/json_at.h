@@ -13,14 +13,17 @@
 
 namespace mien {
 
-/// A value in the JSON of a GLB and where it stands there. Whoever follows a file's own references goes by it: each step
-/// throws InputError, with the value's JSON pointer, where the value is not what it should be.
+/// A value in the JSON of a GLB. What follows a file's own references goes through it: each step throws InputError, with the
+/// value's JSON pointer, where the value is not what it should be.
+///
+/// As small as two pointers, since a file may have millions of values: where the value stands is searched for when it is to
+/// be told.
 class JsonAt {
 public:
   using Json = nlohmann::ordered_json;
 
   /// The whole of it. The GLB must live on unchanged.
-  explicit JsonAt(const Glb& glb) : json_(&glb.json), file_(&glb.file) {}
+  explicit JsonAt(const Glb& glb) : json_(&glb.json), glb_(&glb) {}
 
   /// A member of this object, which may be absent.
   std::optional<JsonAt> Find(const std::string& key) const;
@@ -51,12 +54,11 @@ public:
   [[noreturn]] void Fail(Code code, std::string_view what, std::string_view fix) const;
 
 private:
-  JsonAt(const JsonAt& parent, const Json& json) : json_(&json), file_(parent.file_), place_(parent.place_) {}
+  JsonAt(const JsonAt& parent, const Json& json) : json_(&json), glb_(parent.glb_) {}
   void RequireObject() const;
 
   const Json* json_;
-  const std::string* file_;
-  Json::json_pointer place_;
+  const Glb* glb_;
 };
 
 } // namespace mien

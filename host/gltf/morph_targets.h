@@ -4,17 +4,20 @@
 #include "host/gltf/glb.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace mien {
 
-/// A node that shows a mesh with named morph targets.
+/// A node that shows a mesh with named morph targets. Thousands of nodes may show one mesh of thousands of targets, so nodes
+/// share their lists: equal ones are the same object.
 struct MorphNode {
   std::size_t node;
-  std::vector<std::string> targets; ///< their names, in the mesh's order
-  std::vector<double>
-      defaults; ///< the weights at rest: of the node, else of the mesh, else 0 (size: targets)
+  std::shared_ptr<const std::vector<std::string>> targets; ///< their names, in the mesh's order
+
+  /// The weights at rest: of the node, else of the mesh, else 0 (size: targets).
+  std::shared_ptr<const std::vector<double>> defaults;
 };
 
 struct MorphTargets {
@@ -26,7 +29,7 @@ struct MorphTargets {
 };
 
 /// The names are those in `extras.targetNames` of the mesh or, as older exporters of avatars write them, of its first
-/// primitive. Throws InputError where the file contradicts itself: a list of names that is not as long as that of the
+/// primitive. Throws InputError where the file contradicts itself: a list of names that is not as long as the list of
 /// targets would drive the wrong ones.
 MorphTargets FindMorphTargets(const Glb& head);
 

@@ -5,6 +5,7 @@
 #include "host/base/json_text.h"
 #include "host/base/text.h"
 #include "host/files/built_in.h"
+#include "host/files/foreign_file.h"
 #include "host/files/standard_streams.h"
 #include "host/performer/landmarks68.h"
 #include "mien/face/face.h"
@@ -89,6 +90,12 @@ private:
       const int h = part.HolderIndexByName(name.c_str());
       if (h < 0) continue;
       const std::vector<std::string> names = file_.ReadNames(place / name, markers, "marker");
+      if (names.size() > Performer::kMostMarkers) {
+        file_.Mistake(Code::Limit, place / name, fmt::format("{} markers", names.size()),
+                      fmt::format("leave {} of them out: the face takes {} at most",
+                                  names.size() - Performer::kMostMarkers, Performer::kMostMarkers));
+        file_.ThrowMistakes(); // before so many names are compared with each other
+      }
       for (const std::string& marker : names)
         if (std::find(in_part.begin(), in_part.end(), marker) != in_part.end())
           file_.Mistake(
@@ -148,6 +155,7 @@ private:
 } // namespace
 
 Performer ReadPerformer(std::string_view text, const std::string& file) {
+  RefuseForeignFile(text, file, "a performer file", "name a performer file");
   return PerformerReader(text, file).Read();
 }
 

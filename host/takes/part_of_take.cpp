@@ -92,7 +92,9 @@ Take PartOfTake(const Take& take, const std::optional<FrameRange>& asked_frames,
       if (!p) continue;
       to.positions[i] = *p;
       to.origins[i] = take.OriginAt(f, markers[i]);
-      if (const auto sighting = take.SightingAt(f, markers[i])) to.sightings[i] = *sighting;
+      if (!take.HasSightings()) continue;
+      to.sightings[i] = take.SightingAt(f, markers[i]).value_or(Sighting{});
+      to.sightings[i].cameras = take.CamerasAt(f, markers[i]);
     }
   }
   return part;

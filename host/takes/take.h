@@ -114,6 +114,14 @@ struct Take {
     return blocks_[frame >> block_bits_].sightings[IndexInBlock(frame, marker)];
   }
 
+  /// The cameras that the file names for a position, as Sighting has them: also for a computed one, as programs write that
+  /// filter what they measured. 0 where none are known, for a filled position, and in a take without sightings.
+  std::uint8_t CamerasAt(std::size_t frame, std::size_t marker) const {
+    const Origin origin = OriginAt(frame, marker);
+    if (!HasSightings() || (origin != Origin::Measured && origin != Origin::Computed)) return 0;
+    return blocks_[frame >> block_bits_].sightings[IndexInBlock(frame, marker)].cameras;
+  }
+
   /// `position` must be finite, `origin` not None.
   void Set(std::size_t frame, std::size_t marker, const Point& position, Origin origin = Origin::Measured) {
     Block& block = blocks_[frame >> block_bits_];

@@ -38,8 +38,9 @@ TEST(ReadC3d, TextAndOtherBinariesAreNotClaimed) {
 }
 
 TEST(ReadC3d, UnitsBecomeMillimetres) {
-  const std::map<std::string, double> units = {{"mm", 1},    {"  MM", 1},  {"cm", 10},       {"m", 1000},
-                                               {"M ", 1000}, {"in", 25.4}, {"Inches", 25.4}, {"ft", 304.8}};
+  const std::map<std::string, double> units = {{"mm", 1},    {"  MM", 1},      {"cm", 10},
+                                               {"m", 1000},  {"M ", 1000},     {"mete", 1000},
+                                               {"in", 25.4}, {"Inches", 25.4}, {"ft", 304.8}};
   for (const auto& [unit, millimetres] : units)
     for (const bool real : {false, true}) {
       C3dBuilder file;
@@ -55,7 +56,8 @@ TEST(ReadC3d, UnitsBecomeMillimetres) {
   Take take = Read(file);
   EXPECT_EQ(take.At(0, 0)->y, 2);
   EXPECT_EQ(take.unit, "mm");
-  EXPECT_THAT(take.notes, ElementsAre("the unit \"elle\" is not known; positions are taken as millimetres"));
+  EXPECT_THAT(take.notes,
+              ElementsAre("the unit \"elle\" is unknown or ambiguous; positions are taken as millimetres"));
   file.Set("POINT", "UNITS", {-1, {4}, {}, "    "});
   take = Read(file);
   EXPECT_THAT(take.notes, ElementsAre("no unit is given; positions are taken as millimetres"));

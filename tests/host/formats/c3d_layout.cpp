@@ -241,6 +241,80 @@ TEST(C3dLayout, FileThatIsCutShortGivesTheFramesThatItHas) {
   EXPECT_THAT(take.notes, Contains("1149 frames declared, 29 in the file: it is cut short"));
 }
 
+namespace {
+
+std::vector<std::string> Labels(int count) {
+  std::vector<std::string> labels;
+  for (int i = 0; i < count; ++i) labels.push_back(fmt::format("M{}", i));
+  return labels;
+}
+
+/// 498 frames from number 2 on, by a program that writes the last frame's number as POINT:FRAMES.
+C3dBuilder FileWithLastNumberAsCount(int points = 1) {
+  C3dBuilder file;
+  file.Frames(498, points);
+  file.Texts("POINT", "LABELS", Labels(points));
+  file.header[4] = 2;
+  file.header[5] = 499;
+  file.Words("POINT", "FRAMES", {499});
+  return file;
+}
+
+} // namespace
+
+TEST(C3dLayout, FrameCountOfTheHeaderIsTakenWhereItAloneFillsTheFile) {
+  const Take take = Read(FileWithLastNumberAsCount());
+  EXPECT_EQ(take.FrameCount(), 498u);
+  EXPECT_EQ(take.frames.front(), 2);
+  EXPECT_EQ(take.frames.back(), 499);
+  EXPECT_THAT(take.notes,
+              ElementsAre("frames: 499 by POINT:FRAMES, 498 by the header (frames 2 to 499); 498 is "
+                          "taken, with which the data fill the file"));
+}
+
+TEST(C3dLayout, FrameCountOfTheHeaderIsTakenWhereTheFurtherFramesWouldBePadding) {
+  C3dBuilder file = FileWithLastNumberAsCount();
+  file.behind = std::string(512 - 498 * 16 % 512, '\0');
+  ASSERT_GE(file.behind.size(), 16u) << "room for a frame";
+  EXPECT_EQ(Read(file).FrameCount(), 498u);
+  file.behind.back() = '\1'; // then it can be a frame
+  EXPECT_EQ(Read(file).FrameCount(), 499u);
+}
+
+TEST(C3dLayout, FrameCountOfTheTrialIsTakenWhereItAloneFillsTheFile) {
+  C3dBuilder file = FileWithLastNumberAsCount();
+  file.header[4] = file.header[5] = 0;
+  file.Words("TRIAL", "ACTUAL_START_FIELD", {2, 0});
+  file.Words("TRIAL", "ACTUAL_END_FIELD", {499, 0});
+  const Take take = Read(file);
+  EXPECT_EQ(take.FrameCount(), 498u);
+  EXPECT_THAT(take.notes,
+              ElementsAre(Says(StartsWith("frames: 499 by POINT:FRAMES, 498 by TRIAL:ACTUAL_START_FIELD"))));
+}
+
+TEST(C3dLayout, MoreFramesThanDeclaredAreReadWhereTheHeaderCountsThemAndTheyFillTheFile) {
+  C3dBuilder file = FileWithLastNumberAsCount();
+  file.Words("POINT", "FRAMES", {400});
+  EXPECT_EQ(Read(file).FrameCount(), 498u);
+}
+
+TEST(C3dLayout, FrameCountOfTheHeaderIsNotAskedWherePointFramesFillsTheFile) {
+  C3dBuilder file = FileWithLastNumberAsCount();
+  file.Words("POINT", "FRAMES", {498});
+  file.header[5] = 300;
+  const Take take = Read(file);
+  EXPECT_EQ(take.FrameCount(), 498u);
+  EXPECT_THAT(take.notes, IsEmpty());
+}
+
+TEST(C3dLayout, AFileThatIsShorterThanEveryCountIsCutShort) {
+  std::string bytes = FileWithLastNumberAsCount().Bytes();
+  bytes.resize(bytes.size() - 1);
+  const Take take = ReadTake(bytes, "t");
+  EXPECT_EQ(take.FrameCount(), 497u);
+  EXPECT_THAT(take.notes, ElementsAre("499 frames declared, 497 in the file: it is cut short"));
+}
+
 TEST(C3dLayout, LastFrameThatLacksAByteIsNotRead) {
   std::string bytes = C3dBuilder().Bytes();
   bytes.pop_back();
@@ -319,7 +393,10 @@ TEST(C3dLayout, NotesHaveCodes) {
                 file.Reals("POINT", "SCALE", {0});
               }),
               ElementsAre(IsNote(Code::Assumed, "", "POINT:SCALE is 0 or no number")));
-  EXPECT_THAT(NotesWith([](C3dBuilder& file) { file.frames.pop_back(); }),
+  EXPECT_THAT(NotesWith([](C3dBuilder& file) {
+                file.frames.pop_back();
+                file.header[5] = 3;
+              }),
               Contains(IsNote(Code::Truncated, "", "3 frames declared, 2 in the file")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) { file.behind = std::string(2048, '\1'); }),
               ElementsAre(IsNote(Code::Ignored, "", "3 frames declared, and room for")));

@@ -1,6 +1,7 @@
 #include "host/formats/trc.h"
 
 #include "host/formats/read_take.h"
+#include "tests/host/cpu_seconds.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
 #include "tests/host/note.h"
@@ -441,6 +442,7 @@ TEST(Trc, UnitsBecomeMillimetres) {
                                        {"CM", "15 -20 300"},
                                        {"m", "1500 -2000 30000"},
                                        {"meters", "1500 -2000 30000"},
+                                       {"mete", "1500 -2000 30000"},
                                        {"inches", "38.099999999999994 -50.8 762"}}) {
     File file;
     file.values = fmt::format("50\t50\t2\t2\t{}\t50\t1\t2\n", unit);
@@ -453,7 +455,8 @@ TEST(Trc, UnitsBecomeMillimetres) {
 
 TEST(Trc, UnitsThatAreAbsentOrUnknownAreTakenAsMillimetres) {
   for (const auto& [unit, note] : {std::pair("", "line 3: no Units; taken as mm"),
-                                   {"px", "line 3: the unit \"px\" is not known; taken as mm"}}) {
+                                   {"px", "line 3: the unit \"px\" is unknown or ambiguous; taken as mm"},
+                                   {"mi", "line 3: the unit \"mi\" is unknown or ambiguous; taken as mm"}}) {
     File file;
     file.values = fmt::format("50\t50\t2\t2\t{}\t50\t1\t2\n", unit);
     const Take take = Read(file);
@@ -795,6 +798,33 @@ TEST(Trc, ARowOfManyNamesAndRowsOfNothingAreRefusedBeforeTheyFillTheMemory) {
   file.names = "Frame#\tTime\tA\n";
   file.rows += "100000\t2000" + std::string(30000, '\t') + "1\n";
   EXPECT_THAT(ErrorOf(file), HasSubstr("the rows are much shorter than their 10000 markers need; "));
+}
+
+TEST(Trc, MoreThan65535MarkersAreRefused) {
+  constexpr std::size_t kMost = 65535;
+  const auto tripled = [](std::size_t markers, const std::string& cell) {
+    std::string cells;
+    for (std::size_t m = 0; m < markers; ++m) cells += cell;
+    return cells;
+  };
+  File file;
+  file.labels.clear();
+  file.names = "Frame#\tTime" + tripled(kMost, "\tm\t\t") + "\n";
+  file.rows = "1\t0" + tripled(kMost, "\t1\t2\t3") + "\n";
+  EXPECT_EQ(Read(file).MarkerCount(), kMost);
+  file.names = "Frame#\tTime" + tripled(kMost + 1, "\tm\t\t") + "\n";
+  EXPECT_EQ(ErrorOf(file), "t.trc:4: 65536 marker names; export fewer markers: 65535 at most");
+  file.names = "Frame#\tTime\tA\n";
+  file.rows = "1\t0" + tripled(kMost, "\t1\t2\t3") + "\t1\n";
+  EXPECT_EQ(ErrorOf(file),
+            "t.trc: the widest row has columns of 65536 markers; export fewer markers: 65535 at most");
+}
+
+// Millions of names are told apart from none that is read.
+TEST(Trc, AHeaderOfTabsAloneCostsLittle) {
+  File file;
+  file.names = "Frame#\tTime\tA" + std::string(9'000'000, '\t') + "\n";
+  EXPECT_LT(CpuSecondsOf([&] { EXPECT_EQ(Read(file).MarkerCount(), 2u); }), 10);
 }
 
 // 32 bytes for each of the file's, and a megabyte. A frame needs its markers' positions and where these are from, its number and

@@ -1,6 +1,9 @@
 #include "host/formats/c3d.h"
 #include "host/formats/read_take.h"
+#include "host/formats/write_take.h"
+#include "tests/host/formats/read_c3d.h"
 #include "tests/host/input_error.h"
+#include "tests/host/note.h"
 #include "tests/random.h"
 
 #include <fmt/format.h>
@@ -121,6 +124,7 @@ TEST(WriteC3d, TakesReadBackAsTheyWere) {
         ASSERT_EQ(q->z, Single(p->z));
         const bool measured = take.OriginAt(frame, m) == Origin::Measured;
         ASSERT_EQ(back.OriginAt(b, m), measured ? Origin::Measured : Origin::Computed);
+        ASSERT_EQ(back.CamerasAt(b, m), take.CamerasAt(frame, m));
         if (!measured) continue;
         const std::optional<Sighting> seen = take.SightingAt(frame, m), again = back.SightingAt(b, m);
         ASSERT_EQ(again->cameras, seen ? seen->cameras : 0);
@@ -181,6 +185,19 @@ TEST(WriteC3d, OriginStaysAPosition) {
     EXPECT_NEAR(back.At(0, 0)->x, 0, 2e-38); // the smallest normal single
     EXPECT_EQ(back.At(0, 0)->y, 0);
   }
+}
+
+TEST(WriteC3d, AComputedPositionKeepsItsCamerasAndItsResidualOfZero) {
+  tests::C3dBuilder file;
+  file.frames = {{{1, 2, 3, 0x3E00}, {4, 5, 6, 0x0302}}};
+  file.Words("POINT", "FRAMES", {1});
+  const Take take = Read(file), back = WrittenAndRead(take);
+  EXPECT_EQ(back.OriginAt(0, 0), Origin::Computed);
+  EXPECT_EQ(back.CamerasAt(0, 0), 0x3E);
+  EXPECT_FALSE(back.SightingAt(0, 0));
+  for (const mien::Note& note : mien::WhatWasLost(take, back))
+    EXPECT_THAT(note.what,
+                testing::StartsWith("residuals are rounded, by 5.9e-08 mm")); // the other position's
 }
 
 TEST(WriteC3d, LargestResidualFitsAndMillimetresStay) {

@@ -215,12 +215,16 @@ TEST(WhatWasLost, HowPositionsCameAbout) {
 TEST(WhatWasLost, WhatTheCamerasSay) {
   EXPECT_THAT(
       Lost([](Take& take) { take.residual_mm = 0; }),
-      ElementsAre("5 positions lose what the cameras say of them: which took part, and the residual"));
+      ElementsAre("6 positions lose what the cameras say of them: which took part, and the residual"));
   EXPECT_THAT(Lost([](Take& take) {
                 take.RowOf(0).sightings[0].cameras = 7;
                 take.RowOf(0).sightings[1].residual = 3;
               }),
               ElementsAre("1 position names other cameras", "residuals are rounded, by 0.5 mm at most"));
+  EXPECT_THAT(Lost([](Take& take) { take.RowOf(2).sightings[0].cameras = 7; }), // of a computed position
+              ElementsAre("1 position names other cameras"));
+  EXPECT_THAT(Lost([](Take& take) { take.RowOf(2).sightings[0].cameras = 0; }),
+              ElementsAre("1 position loses what the cameras say of it: which took part, and the residual"));
 }
 
 TEST(WhatWasLost, FramesRenumberedAddedAndLost) {

@@ -2,14 +2,17 @@
 
 #include "tests/host/glb_curves.h"
 #include "tests/host/head_glb.h"
+#include "tests/host/input_error.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstddef>
+#include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 using mien::ClusterTransform;
@@ -34,12 +37,17 @@ double Weight(std::size_t frame, std::size_t target) {
   return 10 * static_cast<double>(frame) + static_cast<double>(target);
 }
 
+MorphNode Node(std::size_t node, std::vector<std::string> targets, std::vector<double> defaults) {
+  return {node, std::make_shared<const std::vector<std::string>>(std::move(targets)),
+          std::make_shared<const std::vector<double>>(std::move(defaults))};
+}
+
 } // namespace
 
 TEST(GlbAnimation, TimesBeginAtZeroAndSayTheirBounds) {
   Glb glb = HeadOf(R"("a")");
   GlbAnimation animation(glb, {10, 10.25, 10.5});
-  animation.AddWeights({0, {"a"}, {0}}, Weight);
+  animation.AddWeights(Node(0, {"a"}, {0}), Weight);
   animation.Finish("take", {});
   const Json input = (*Sampler(glb, 0, "weights"))["input"];
   EXPECT_THAT(Floats(glb, input), ElementsAre(0, 0.25f, 0.5f));
@@ -50,7 +58,7 @@ TEST(GlbAnimation, TimesBeginAtZeroAndSayTheirBounds) {
 TEST(GlbAnimation, HasItsNameAndExtrasAndComesLast) {
   Glb glb = HeadOf(R"("a")", R"(,"animations":[{"name":"idle"}])");
   GlbAnimation animation(glb, {0});
-  animation.AddWeights({0, {"a"}, {0}}, Weight);
+  animation.AddWeights(Node(0, {"a"}, {0}), Weight);
   EXPECT_THAT(glb.json["animations"], SizeIs(1)) << "not there before it is finished";
   animation.Finish("take", {{"rate", "30"}});
   ASSERT_THAT(glb.json["animations"], SizeIs(2));
@@ -64,7 +72,7 @@ TEST(GlbAnimation, FramesThatFloatsCannotTellApartHaveNoKey) {
   GlbAnimation animation(glb, {1e6, 1e6 + 100, std::nextafter(1e6 + 100, 2e6), 1e6 + 101});
   EXPECT_EQ(animation.LeftOutFrames(), 1u);
   std::set<std::size_t> asked;
-  animation.AddWeights({0, {"a"}, {0}}, [&](std::size_t f, std::size_t t) {
+  animation.AddWeights(Node(0, {"a"}, {0}), [&](std::size_t f, std::size_t t) {
     asked.insert(f);
     return Weight(f, t);
   });
@@ -74,13 +82,14 @@ TEST(GlbAnimation, FramesThatFloatsCannotTellApartHaveNoKey) {
   EXPECT_THAT(asked, ElementsAre(0, 1, 3));
 }
 
-TEST(GlbAnimation, NodesOfTheSameTargetsAndDefaultsShareOneCurve) {
+TEST(GlbAnimation, NodesThatShareTargetsAndDefaultsShareOneCurve) {
   Glb glb = HeadOf(R"("a","b")");
   GlbAnimation animation(glb, {0, 1});
-  animation.AddWeights({0, {"a", "b"}, {0, 0}}, Weight);
-  animation.AddWeights({1, {"a", "b"}, {0, 0}}, Weight);
-  animation.AddWeights({2, {"b", "a"}, {0, 0}}, Weight);
-  animation.AddWeights({3, {"a", "b"}, {0, 1}}, Weight);
+  const MorphNode first = Node(0, {"a", "b"}, {0, 0});
+  animation.AddWeights(first, Weight);
+  animation.AddWeights({1, first.targets, first.defaults}, Weight);
+  animation.AddWeights({2, Node(2, {"b", "a"}, {}).targets, first.defaults}, Weight);
+  animation.AddWeights({3, first.targets, Node(3, {}, {0, 1}).defaults}, Weight);
   animation.Finish("take", {});
   const auto output = [&](std::size_t node) { return (*Sampler(glb, node, "weights"))["output"]; };
   EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(0, 1, 10, 11));
@@ -88,6 +97,16 @@ TEST(GlbAnimation, NodesOfTheSameTargetsAndDefaultsShareOneCurve) {
   EXPECT_NE(output(0), output(2)) << "another order";
   EXPECT_NE(output(0), output(3)) << "other weights at rest";
   EXPECT_THAT(glb.json["accessors"], SizeIs(4)) << "the times and three curves";
+}
+
+TEST(GlbAnimation, WeightsThatNoGlbHoldsAreRefusedBeforeTheyTakeMemory) {
+  Glb glb = HeadOf(R"("a")");
+  std::vector<double> times;
+  for (int f = 0; f < 10000; ++f) times.push_back(f);
+  GlbAnimation animation(glb, times);
+  const MorphNode node =
+      Node(0, std::vector<std::string>(200000), std::vector<double>(200000)); // 8 GB of floats
+  EXPECT_EQ(ProblemOf([&] { animation.AddWeights(node, Weight); }), "limit at no place");
 }
 
 TEST(GlbAnimation, RotationsGoTheShortWayFromFrameToFrame) {

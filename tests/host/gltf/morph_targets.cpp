@@ -40,8 +40,8 @@ TEST(MorphTargets, AreNamedByTheMesh) {
   const MorphTargets found = Find(OneMesh(kNames));
   ASSERT_EQ(found.nodes.size(), 1u);
   EXPECT_EQ(found.nodes[0].node, 0u);
-  EXPECT_THAT(found.nodes[0].targets, ElementsAre("jawOpen", "smile"));
-  EXPECT_THAT(found.nodes[0].defaults, ElementsAre(0, 0));
+  EXPECT_THAT(*found.nodes[0].targets, ElementsAre("jawOpen", "smile"));
+  EXPECT_THAT(*found.nodes[0].defaults, ElementsAre(0, 0));
   EXPECT_THAT(found.notes, IsEmpty());
 }
 
@@ -62,8 +62,8 @@ TEST(MorphTargets, ExtrasMayBeAnythingElse) {
 
 TEST(MorphTargets, RestAtTheNodesWeightsElseTheMeshsElseAtZero) {
   const std::string of_mesh = kNames + R"(,"weights":[0.25,1])";
-  EXPECT_THAT(Find(OneMesh(of_mesh, R"(,"weights":[-1,0.5])")).nodes[0].defaults, ElementsAre(-1, 0.5));
-  EXPECT_THAT(Find(OneMesh(of_mesh)).nodes[0].defaults, ElementsAre(0.25, 1));
+  EXPECT_THAT(*Find(OneMesh(of_mesh, R"(,"weights":[-1,0.5])")).nodes[0].defaults, ElementsAre(-1, 0.5));
+  EXPECT_THAT(*Find(OneMesh(of_mesh)).nodes[0].defaults, ElementsAre(0.25, 1));
 }
 
 TEST(MorphTargets, EveryNodeThatShowsAMeshHasThem) {
@@ -73,6 +73,20 @@ TEST(MorphTargets, EveryNodeThatShowsAMeshHasThem) {
   ASSERT_EQ(found.nodes.size(), 2u);
   EXPECT_EQ(found.nodes[0].node, 1u);
   EXPECT_EQ(found.nodes[1].node, 3u);
+}
+
+// Files exist in which a crowd of nodes shows one head: its lists must not be there once for each.
+TEST(MorphTargets, NodesOfEqualTargetsAndWeightsShareTheLists) {
+  const std::string mesh = R"({"primitives":[{"targets":[{},{}]}],"extras":{"targetNames":["a","b"]}})";
+  const MorphTargets found = Find(R"({"nodes":[{"mesh":0},{"mesh":1},{"mesh":0,"weights":[0,1]},
+      {"mesh":1,"weights":[0,1]},{"mesh":0,"weights":[0,0]}],"meshes":[)" +
+                                  mesh + "," + mesh + "]}");
+  ASSERT_EQ(found.nodes.size(), 5u);
+  for (const mien::MorphNode& node : found.nodes) EXPECT_EQ(node.targets, found.nodes[0].targets);
+  EXPECT_EQ(found.nodes[1].defaults, found.nodes[0].defaults);
+  EXPECT_EQ(found.nodes[3].defaults, found.nodes[2].defaults);
+  EXPECT_EQ(found.nodes[4].defaults, found.nodes[0].defaults);
+  EXPECT_NE(found.nodes[2].defaults, found.nodes[0].defaults);
 }
 
 TEST(MorphTargets, NamesAreEachListedOnce) {
@@ -88,10 +102,10 @@ TEST(MorphTargets, WithoutNamesAreNotedAndLeftAlone) {
   EXPECT_THAT(found.nodes, IsEmpty());
   EXPECT_THAT(found.notes,
               ElementsAre(Note{Code::Ignored, "",
-                               "the 2 morph targets of mesh \"Body\" have no names, and stay as they are"}));
+                               "the 2 morph targets of mesh \"Body\" have no names and stay as they are"}));
   EXPECT_THAT(
       Find(R"({"meshes":[{"primitives":[{"targets":[{}]}]}]})").notes,
-      ElementsAre(Note{Code::Ignored, "", "the morph target of mesh 0 has no name, and stays as it is"}));
+      ElementsAre(Note{Code::Ignored, "", "the morph target of mesh 0 has no name and stays as it is"}));
 }
 
 TEST(MorphTargets, AHeadWithoutAnythingHasNone) {
@@ -101,19 +115,19 @@ TEST(MorphTargets, AHeadWithoutAnythingHasNone) {
 
 TEST(MorphTargets, NamesThatAreNotAsManyAsTheTargetsAreAnError) {
   EXPECT_EQ(Error(OneMesh(R"(,"extras":{"targetNames":["jawOpen"]})")),
-            "h.glb:/meshes/0/extras/targetNames: 1 names for 2 morph targets: which is whose cannot be told; "
+            "h.glb:/meshes/0/extras/targetNames: 1 name for 2 morph targets, so that none can be matched; "
             "export the "
             "head again with a name for each target");
-  EXPECT_EQ(Error(R"({"meshes":[{"primitives":[{"extras":{"targetNames":["a"]}}]}]})"),
-            "h.glb:/meshes/0/primitives/0/extras/targetNames: 1 names for 0 morph targets: which is whose "
-            "cannot be "
-            "told; export the head again with a name for each target");
+  EXPECT_EQ(
+      Error(R"({"meshes":[{"primitives":[{"extras":{"targetNames":["a"]}}]}]})"),
+      "h.glb:/meshes/0/primitives/0/extras/targetNames: 1 name for 0 morph targets, so that none can be "
+      "matched; export the head again with a name for each target");
 }
 
 TEST(MorphTargets, PrimitivesWithUnequalTargetsAreAnError) {
   EXPECT_EQ(
       Error(R"({"meshes":[{"primitives":[{"targets":[{},{}]},{"targets":[{},{}]},{"targets":[{}]}]}]})"),
-      "h.glb:/meshes/0/primitives/2: this primitive has 1 morph targets, and the mesh's first one 2; give "
+      "h.glb:/meshes/0/primitives/2: this primitive has 1 morph target, and the mesh's first one 2; give "
       "every "
       "material of the mesh the same targets, then export the head again");
 }

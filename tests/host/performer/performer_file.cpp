@@ -1,6 +1,7 @@
 #include "host/performer/performer_file.h"
 
 #include "host/performer/neutral_head.h"
+#include "tests/host/cpu_seconds.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/input_error.h"
 #include "tests/host/temporary_folder.h"
@@ -171,6 +172,9 @@ TEST(ReadPerformer, MarkerNamesHaveUpTo255Bytes) {
 TEST(ReadPerformer, TakesAsManyMarkersAsTheFaceHolds) {
   EXPECT_EQ(Read(File(R"({ "Mouth": { "ChinHolder": )" + Names(225) + " } }")).FaceMarkers().size(), 225u);
   EXPECT_EQ(Error(File(R"({ "Mouth": { "ChinHolder": )" + Names(226) + " } }")),
+            "p.json:/parts/Mouth/ChinHolder: 226 markers; leave 1 of them out: the face takes 225 at most");
+  EXPECT_EQ(Error(File(R"({ "LeftCheek": { "CheekHolder": )" + Names(225) +
+                       R"( }, "Mouth": { "ChinHolder": ["chin"] } })")),
             "p.json:/parts: 226 markers drive the face; leave 1 of them out: the face takes 225 at most");
   // A marker in two parts is one marker, and those of the head do not count.
   EXPECT_EQ(Read(File(R"({ "LeftCheek": { "CheekHolder": )" + Names(225) +
@@ -356,13 +360,30 @@ TEST(ReadPerformer, AKeyTwiceIsAMistakeWhereverItIs) {
 
 TEST(ReadPerformer, DeepNestingInAnyPlaceIsAMistakeAndNoCrash) {
   std::string deep;
-  for (int i = 0; i < 50000; ++i) deep += "[";
-  for (int i = 0; i < 50000; ++i) deep += "]";
+  for (int i = 0; i < 250; ++i) deep += "[";
+  for (int i = 0; i < 250; ++i) deep += "]";
   EXPECT_THAT(Error(File(deep)), StartsWith("p.json:/parts"));
   EXPECT_THAT(Error(File(kOneMarker, "\"head\": " + deep)), StartsWith("p.json:/head/0"));
   EXPECT_THAT(Error(File(kOneMarker, "\"neutral\": { \"frames\": " + deep + "}")),
               StartsWith("p.json:/neutral"));
   EXPECT_THAT(Error(R"({ "format": )" + deep + "}"), HasSubstr("p.json:/format"));
+  EXPECT_EQ(ProblemOf([] { Read(File(std::string(50000, '['))); }), "limit at 1:312");
+}
+
+TEST(ReadPerformer, AFileGivenByMistakeIsNamed) {
+  EXPECT_EQ(Error("\x1F\x8B\x08"),
+            "p.json: this is a gzip archive, not a performer file; unpack it and name the file in it");
+  EXPECT_EQ(Error("glTF\x02"), "p.json: this is a .glb, not a performer file; name a performer file");
+  EXPECT_EQ(Error(std::string("\xFF\xFE{\0}\0", 6)),
+            "p.json: this is UTF-16 text, not a performer file; save it as UTF-8");
+}
+
+TEST(ReadPerformer, AHundredThousandMarkersAreRefusedBeforeTheyAreComparedWithEachOther) {
+  EXPECT_LT(CpuSecondsOf([] {
+              EXPECT_THAT(Error(File(R"({ "Mouth": { "ChinHolder": )" + Names(100000) + " } }")),
+                          HasSubstr("100000 markers; leave 99775 of them out"));
+            }),
+            20);
 }
 
 TEST(ReadPerformer, TheFilesOwnWordsCannotSteerTheTerminal) {

@@ -125,6 +125,24 @@ TEST(Take, ASightingIsOfWhatTheCamerasMeasuredAlone) {
   EXPECT_FALSE(without.SightingAt(0, 0));
 }
 
+TEST(Take, CamerasAreThoseOfTheFilesOwnPositionsMeasuredOrComputed) {
+  Take take({"A", "B", "C", "D"});
+  take.residual_mm = 0.1;
+  take.AddFrame(1, 0);
+  for (mien::Sighting& sighting : take.RowOf(0).sightings) sighting = {3, 7};
+  take.Set(0, 0, {1, 2, 3});
+  take.Set(0, 1, {1, 2, 3}, Origin::Computed);
+  take.Set(0, 2, {1, 2, 3}, Origin::Filled);
+  EXPECT_EQ(take.CamerasAt(0, 0), 3);
+  EXPECT_EQ(take.CamerasAt(0, 1), 3);
+  EXPECT_EQ(take.CamerasAt(0, 2), 0);
+  EXPECT_EQ(take.CamerasAt(0, 3), 0) << "a gap";
+  Take without({"A"});
+  without.AddFrame(1, 0);
+  without.Set(0, 0, {1, 2, 3});
+  EXPECT_EQ(without.CamerasAt(0, 0), 0);
+}
+
 TEST(Take, FindsMarkersByExactName) {
   const Take take({"Rcheek_up", "Rcheek_Up", "Chin", "Chin"});
   EXPECT_EQ(take.FindMarker("Rcheek_up"), 0u);
