@@ -27,6 +27,8 @@ class CsvReader {
 public:
   /// Reads the header. `bytes` must outlive the reader; `file` is the name for messages.
   CsvReader(std::string_view bytes, std::string file);
+  CsvReader(const CsvReader&) = delete; // a row without its quotes is kept here
+  CsvReader& operator=(const CsvReader&) = delete;
 
   const std::string& File() const { return file_; }
   const std::vector<std::string_view>& Columns() const { return columns_; }

@@ -31,6 +31,18 @@ bool IsOneOf(std::string_view text, std::initializer_list<std::string_view> word
 
 std::string Line(std::size_t number) { return fmt::format("line {}", number); }
 
+// Whether the rows are several recordings one after the other, whose times overlap: long runs of rising times that sorting
+// would interleave. `order` is the sorted one.
+bool AreSeveralRecordings(const std::vector<double>& times, const std::vector<std::size_t>& order) {
+  std::vector<std::size_t> run(times.size()); // that each row is in
+  for (std::size_t i = 1; i < times.size(); ++i) run[i] = run[i - 1] + (times[i] < times[i - 1] ? 1 : 0);
+  std::size_t changes = 0;
+  for (std::size_t i = 1; i < order.size(); ++i) changes += run[order[i]] != run[order[i - 1]];
+  constexpr std::size_t kLongRun = 10,
+                        kRowsPerChange = 5; // shuffled rows have short runs; a late row changes but thrice
+  return times.size() >= kLongRun * (run.back() + 1) && changes * kRowsPerChange > times.size();
+}
+
 } // namespace
 
 bool NamesFrames(std::string_view column) {
@@ -102,7 +114,7 @@ bool CsvFrames::IsInOrder(const Take& take, std::size_t before, std::size_t afte
          (!columns_.time || take.times[before] < take.times[after]);
 }
 
-// Does nothing if no order lets both numbers and times rise.
+// Does nothing if no order lets both numbers and times rise, or if the rows are several recordings.
 std::vector<std::size_t> CsvFrames::Sort(Take& take) {
   std::vector<std::size_t> order(take.FrameCount());
   std::iota(order.begin(), order.end(), std::size_t{0});
@@ -114,6 +126,7 @@ std::vector<std::size_t> CsvFrames::Sort(Take& take) {
     return columns_.time ? take.times[a] < take.times[b] : take.frames[a] < take.frames[b];
   });
   if (std::adjacent_find(order.begin(), order.end(), not_in_order) != order.end()) return {};
+  if (counted_ && AreSeveralRecordings(take.times, order)) return {};
 
   const std::string what = columns_.time
                                ? fmt::format("the time {} s comes after {} s; the rows are sorted by time",
@@ -139,7 +152,7 @@ void CsvFrames::CheckOrder(const CsvReader& csv, const Take& take) const {
            "give each frame one row, and each recording its own file");
     if (columns_.time && !(take.times[i] > take.times[i - 1]))
       fail(i, *columns_.time, fmt::format("the time {} s comes after {} s", take.times[i], take.times[i - 1]),
-           "give each row its own time, with enough decimals");
+           "give each row its own time, with enough decimals, and each recording its own file");
   }
 }
 
@@ -159,8 +172,7 @@ std::vector<std::size_t> CsvFrames::Finish(const CsvReader& csv, Take& take, dou
   if (counted_) std::iota(take.frames.begin(), take.frames.end(), std::int64_t{1});
 
   if (count > 0 && !columns_.time) {
-    constexpr std::int64_t kMost =
-        1'000'000'000'000; // frames; beyond, the times of two neighbours could be equal
+    constexpr std::int64_t kMost = 1'000'000'000'000; // beyond, the times of two neighbours could be equal
     if (take.frames.back() - take.frames.front() > kMost)
       csv.Fail(Code::InvalidValue,
                fmt::format("the frames go from {} to {}", take.frames.front(), take.frames.back()),

@@ -45,6 +45,10 @@ private:
     if (lines_.Text().find('\r') != std::string_view::npos)
       Fail(Code::Syntax, "there are bare carriage returns in the line",
            "save the file with LF or CRLF line ends");
+    if (lines_.Returns() > 1 && !returns_noted_) {
+      AddNote(Code::Syntax, "the line ends are CR CR LF");
+      returns_noted_ = true;
+    }
   }
 
   [[noreturn]] void Fail(Code code, std::string_view what, std::string_view fix) const {
@@ -187,6 +191,7 @@ private:
 
   const std::string& file_;
   Lines lines_;
+  bool returns_noted_ = false;
   Header header_;
 };
 

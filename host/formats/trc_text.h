@@ -50,7 +50,7 @@ public:
         ended_ ? static_cast<std::size_t>(static_cast<const char*>(end) - rest_.data()) : rest_.size();
     text_ = rest_.substr(0, length);
     rest_.remove_prefix(std::min(length + 1, rest_.size()));
-    if (text_.ends_with('\r')) text_.remove_suffix(1);
+    for (returns_ = 0; text_.ends_with('\r'); ++returns_) text_.remove_suffix(1);
     ++number_;
     return true;
   }
@@ -61,9 +61,10 @@ public:
     return false;
   }
 
-  std::string_view Text() const { return text_; } // without its line end
-  std::size_t Number() const { return number_; }  // from 1
-  bool Ended() const { return ended_; }           // false if the file ends before the line does
+  std::string_view Text() const { return text_; }  // without its line end
+  std::size_t Number() const { return number_; }   // from 1
+  bool Ended() const { return ended_; }            // false if the file ends before the line does
+  std::size_t Returns() const { return returns_; } // CR before the line's LF
   std::string_view Rest() const { return rest_; }
 
 private:
@@ -72,6 +73,7 @@ private:
   std::string_view text_;
   std::size_t number_ = 0;
   bool ended_ = true;
+  std::size_t returns_ = 0;
 };
 
 // The cells of a line without the blanks around them: what tabs separate, or without a tab, runs of blanks.

@@ -210,10 +210,37 @@ TEST(CsvFrames, NothingIsSortedWhereNumbersAndTimesContradictEachOther) {
       "its own file");
   EXPECT_EQ(ErrorOf("1,0.5\n2,0.25\n"),
             "t.csv:3: column \"time\": the time 0.25 s comes after 0.5 s; give each row its own time, with "
-            "enough decimals");
+            "enough decimals, and each recording its own file");
   EXPECT_EQ(ErrorOf("3,1\n1,0\n2,1\n"),
             "t.csv:3: column \"frame\": frame 1 comes after frame 3; give each frame "
             "one row, and each recording its own file");
+}
+
+TEST(CsvFrames, RecordingsOneAfterTheOtherAreNotMixed) {
+  // At 30 Hz, 30 frames each; without frame numbers nothing shows which row belongs to which.
+  const auto table = [](const std::vector<double>& starts, const char* header) {
+    std::string text = header;
+    for (const double start : starts)
+      for (int frame = 0; frame < 30; ++frame)
+        text += fmt::format("{}{:.4f}\n", std::string(header) == "time\n" ? "" : "0,", start + frame / 30.0);
+    return text;
+  };
+  for (const char* header : {"time\n", "frame,time\n"})
+    for (const std::vector<double>& starts : {std::vector<double>{0, 0.001}, {0, 0.5}, {0, 0.01, 0.02}})
+      EXPECT_EQ(ProblemOf([&] { ReadTable(table(starts, header)); }), "wrong-order at 32") << starts[1];
+  EXPECT_EQ(ReadTable(table({1, 0}, "time\n")).rate.Hz(), 30) << "the second part first";
+}
+
+TEST(CsvFrames, ARowThatComesLateIsSorted) {
+  std::string rows;
+  for (int frame = 0; frame < 60; ++frame)
+    if (frame != 20) rows += fmt::format("{:.4f}\n{}", frame / 30.0, frame == 40 ? "0.6667\n" : "");
+  const Take take = ReadTable("time\n" + rows);
+  EXPECT_EQ(take.FrameCount(), 60u);
+  EXPECT_EQ(take.rate.Hz(), 30);
+  EXPECT_THAT(take.notes,
+              ElementsAre("no column \"frame\"; the rows are numbered from 1",
+                          "line 42: the time 0.6667 s comes after 1.3333 s; the rows are sorted by time"));
 }
 
 TEST(CsvFrames, ACutLastRowGivesNoFrame) {
@@ -231,7 +258,7 @@ TEST(CsvFrames, FaultsNameLineAndColumn) {
                                         "frame one row, and each recording its own file");
   EXPECT_EQ(ErrorOf("1,0\n2,0.0\n"),
             "t.csv:3: column \"time\": the time 0 s comes after 0 s; give each row its "
-            "own time, with enough decimals");
+            "own time, with enough decimals, and each recording its own file");
   EXPECT_EQ(ErrorOf("1,0\n2,00:01\n"),
             "t.csv:3: column \"time\": \"00:01\" is not a number; write a plain number, such as 12.5");
   EXPECT_EQ(ErrorOf("1,\n"),

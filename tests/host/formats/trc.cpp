@@ -638,6 +638,13 @@ TEST(Trc, WithoutAnyRateATakeIsRefused) {
   EXPECT_THAT(ErrorOf(file), HasSubstr("and the column Time gives no rate"));
 }
 
+TEST(Trc, CarriageReturnsBeforeALineEndAreDroppedAndNoted) {
+  const File file;
+  const Take take = Read(Replaced(file.Text(), "\n", "\r\r\n"));
+  ExpectSame(take, Read(file));
+  EXPECT_THAT(take.notes, ElementsAre(IsNote(Code::Syntax, "line 1", "the line ends are CR CR LF")));
+}
+
 TEST(Trc, WithoutRateAndTimesTheRateIsAssumedOrNamed) {
   File file = WithRows("1\t\t1\t2\t3\t4\t5\t6\n2\t\t1\t2\t3\t4\t5\t6\n4\t\t1\t2\t3\t4\t5\t6\n");
   file.values = "0\t50\t3\t2\tmm\t50\t1\t3\n";
