@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -143,13 +142,14 @@ TEST_F(SolveJobs, FaultsOfFilesCarryTheirCodes) {
   EXPECT_EQ(ProblemOf(job), std::pair(Code::NotFound, std::string("/expressions")));
 }
 
-TEST_F(SolveJobs, AreBrokenOffByTheirProgressAndLeaveNothing) {
+TEST_F(SolveJobs, AreStoppedByTheirProgressAndLeaveNothing) {
+  struct Stop {};
   for (const JobStage where : {JobStage::Reading, JobStage::Solving, JobStage::Writing})
     for (const std::string output : {"w.csv", "w.json"}) {
       const auto stop = [&](JobStage stage, std::size_t done, std::size_t) {
-        if (stage == where && (done >= 100 || stage == JobStage::Reading)) throw std::runtime_error("stop");
+        if (stage == where && (done >= 100 || stage == JobStage::Reading)) throw Stop();
       };
-      EXPECT_THROW(mien::Run(Job(output), stop), std::runtime_error) << output;
+      EXPECT_THROW(mien::Run(Job(output), stop), Stop) << output;
       EXPECT_TRUE(std::filesystem::is_empty(folder_)) << output;
     }
 }
