@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string_view>
+#include <system_error>
 
 namespace mien {
 
@@ -21,6 +22,8 @@ std::string_view Verb(JobStage stage) {
   switch (stage) {
   case JobStage::Reading:
     return "reading";
+  case JobStage::Preparing:
+    return "preparing";
   case JobStage::Solving:
     return "solving";
   case JobStage::Writing:
@@ -45,15 +48,17 @@ std::string ProgressLine(JobStage stage, const std::string& subject, std::size_t
   constexpr std::size_t kLongestBar = 30, kShortestBar = 5, kShortestSubject = 8;
   std::string title = fmt::format("{} {}", Verb(stage), Printable(subject));
   if (total == 0) {
-    if (done > 0) title += fmt::format(", {:.0f} MB", static_cast<double>(done) / 1e6);
+    if (done > 0)
+      title += fmt::format(", {:.0f} MB", static_cast<double>(done) / 1e6);
+    else if (seconds >= 1)
+      title += ", " + Duration(std::floor(seconds));
     return Shortened(title, columns);
   }
   const double part = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
   std::string numbers = fmt::format(" {:3.0f} %", std::floor(100 * part));
-  if (seconds >= 1 && done > 0) {
-    const std::string left =
-        fmt::format("  {} left", Duration(seconds * static_cast<double>(total - std::min(done, total)) /
-                                          static_cast<double>(done)));
+  if (seconds >= 1 && done > 0 && done < total) {
+    const double left_s = seconds * static_cast<double>(total - done) / static_cast<double>(done);
+    const std::string left = fmt::format("  {} left", Duration(left_s));
     if (kShortestSubject + Columns(numbers + left) <= columns) numbers += left;
   }
   const std::size_t room = columns - std::min(columns, Columns(numbers));
@@ -68,28 +73,44 @@ std::string ProgressLine(JobStage stage, const std::string& subject, std::size_t
 }
 
 Progress::Progress(std::string subject, bool quiet)
-    : subject_(std::move(subject)), silent_(quiet || !StandardErrorIsTerminal()),
-      next_(Clock::now() + kDelay) {}
+    : subject_(std::move(subject)), silent_(quiet || !StandardErrorIsTerminal()) {
+  if (silent_) return;
+  try {
+    thread_ = std::thread([this] { Show(); });
+  } catch (const std::system_error&) { silent_ = true; } // the system gives no more threads
+}
 
 Progress::~Progress() {
-  if (shown_) std::fputs("\r\033[K", stderr);
+  if (silent_) return;
+  {
+    const std::lock_guard lock(mutex_);
+    ended_ = true;
+  }
+  wake_.notify_one();
+  thread_.join();
 }
 
 void Progress::operator()(JobStage stage, std::size_t done, std::size_t total) {
   if (silent_) return;
-  const Clock::time_point now = Clock::now();
-  if (stage != stage_) stage_start_ = now;
-  stage_ = stage;
-  if (now < next_) return;
-  next_ = now + kInterval;
-  shown_ = true;
-  const double seconds = std::chrono::duration<double>(now - stage_start_).count();
-  const std::size_t columns = StandardErrorColumns();
-  // The last column stays free: some terminals begin a new line after it, which could not be wiped.
-  const std::string line =
-      ProgressLine(stage, subject_, done, total, seconds, std::max<std::size_t>(columns, 4) - 1);
-  std::fputs(("\r\033[K" + line).c_str(), stderr);
-  std::fflush(stderr);
+  const std::lock_guard lock(mutex_);
+  if (stage != stage_ || (total_ == 0) != (total == 0)) stage_start_ = Clock::now();
+  stage_ = stage, done_ = done, total_ = total;
+}
+
+void Progress::Show() {
+  std::string shown;
+  std::unique_lock lock(mutex_);
+  for (Clock::time_point next = Clock::now() + kDelay; !wake_.wait_until(lock, next, [&] { return ended_; });
+       next += kInterval) {
+    if (!stage_) continue;
+    const double seconds = std::chrono::duration<double>(Clock::now() - stage_start_).count();
+    // The last column stays free: some terminals begin a new line after it, which could not be wiped.
+    const std::size_t columns = std::max<std::size_t>(StandardErrorColumns(), 4) - 1;
+    const std::string line = ProgressLine(*stage_, subject_, done_, total_, seconds, columns);
+    if (line != shown) std::fputs(("\r\033[K" + line).c_str(), stderr);
+    shown = line;
+  }
+  if (!shown.empty()) std::fputs("\r\033[K", stderr);
 }
 
 } // namespace mien

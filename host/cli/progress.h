@@ -3,15 +3,18 @@
 #include "host/jobs/job_progress.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 
 namespace mien {
 
 /// A line on the terminal that shows how far a job is and how long it will take: "solving smile [####----]  50 %  12 s left".
-/// It appears when the job has taken half a second, and is wiped in the end. Silent where standard error is not a terminal
-/// that can do that.
+/// It appears when the job has taken half a second, changes ten times a second whatever the job is doing, and is wiped in the
+/// end. Silent where standard error is not a terminal that can do that.
 class Progress {
 public:
   /// `subject` is what the job works on, such as the take's name.
@@ -25,16 +28,21 @@ public:
 private:
   using Clock = std::chrono::steady_clock;
 
-  std::string subject_;
+  void Show(); // runs in a thread of its own
+
+  const std::string subject_;
   bool silent_;
-  bool shown_ = false;
+  std::mutex mutex_; // for all below
+  std::condition_variable wake_;
+  bool ended_ = false;
   std::optional<JobStage> stage_;
   Clock::time_point stage_start_;
-  Clock::time_point next_; // when the line changes again
+  std::size_t done_ = 0, total_ = 0;
+  std::thread thread_; // the last member: it uses the others
 };
 
-/// One such line, at most `columns` wide. `seconds` is what the stage has taken so far; the rest is estimated from the second
-/// second on.
+/// One such line, at most `columns` wide. `seconds` is what the stage has taken so far; from 1 on the rest is estimated, or, of
+/// a stage whose end is not known, the seconds are shown.
 std::string ProgressLine(JobStage stage, const std::string& subject, std::size_t done, std::size_t total,
                          double seconds, std::size_t columns);
 

@@ -40,7 +40,8 @@ ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
   if (format == TakeFormat::C3d)
     write(file);
   else
-    WriteWithProgress(file, take.FrameCount(), progress, write);
+    WriteWithProgress(file, take.FrameCount() * (1 + 3 * take.MarkerCount()), progress, write);
+  if (progress) progress(JobStage::Writing, 0, 0); // how long comparing takes is not known
   std::vector<Note> lost = WhatWasLost(take, ReadTake(file.view(), job.output));
   WriteWhole(job.output, [&](std::ostream& out) { out << file.view(); });
   return {std::move(take), format, std::move(lost)};

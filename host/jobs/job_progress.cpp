@@ -7,18 +7,18 @@ namespace mien {
 
 namespace {
 
-/// Passes on what is written to a stream and counts its lines.
-class LineCounter : public std::streambuf {
+/// Passes on what is written to a stream and counts its values.
+class ValueCounter : public std::streambuf {
 public:
-  LineCounter(std::streambuf& to, std::size_t total, const JobProgress& progress)
+  ValueCounter(std::streambuf& to, std::size_t total, const JobProgress& progress)
       : to_(to), total_(total), progress_(progress) {}
 
 protected:
   std::streamsize xsputn(const char* text, std::streamsize size) override {
-    const auto lines = static_cast<std::size_t>(std::count(text, text + size, '\n'));
-    lines_ += lines;
+    const auto values = std::count(text, text + size, ',') + std::count(text, text + size, '\t');
+    values_ += static_cast<std::size_t>(values);
     const std::streamsize written = to_.sputn(text, size);
-    if (lines > 0) progress_(JobStage::Writing, lines_, total_);
+    if (values > 0) progress_(JobStage::Writing, values_, total_);
     return written;
   }
   int_type overflow(int_type c) override {
@@ -30,7 +30,7 @@ protected:
 
 private:
   std::streambuf& to_;
-  std::size_t total_, lines_ = 0;
+  std::size_t total_, values_ = 0;
   const JobProgress& progress_;
 };
 
@@ -38,16 +38,21 @@ private:
 
 ReadProgress ReadingProgress(const JobProgress& progress) {
   if (!progress) return nullptr;
-  return [&progress](std::size_t done, std::size_t total) { progress(JobStage::Reading, done, total); };
+  return [&progress](std::size_t done, std::size_t total) {
+    const bool fetched = done == total;
+    progress(JobStage::Reading, fetched ? 0 : done, fetched ? 0 : total);
+  };
 }
 
 void WriteWithProgress(std::ostream& out, std::size_t total, const JobProgress& progress,
                        const std::function<void(std::ostream&)>& write) {
   if (!progress) return write(out);
-  LineCounter counter(*out.rdbuf(), total, progress);
+  ValueCounter counter(*out.rdbuf(), total, progress);
   std::ostream counted(&counter);
-  write(counted);
-  if (!counted) out.setstate(std::ios::badbit); // the disk may be full
+  counted.exceptions(std::ios::badbit); // else it would swallow what `progress` throws
+  try {
+    write(counted);
+  } catch (const std::ios::failure&) { out.setstate(std::ios::badbit); } // the disk may be full
 }
 
 } // namespace mien

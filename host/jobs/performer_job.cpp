@@ -18,6 +18,7 @@ Neutral Run(const PerformerJob& job, const JobProgress& progress) {
   Performer performer = LoadPerformer(job.performer);
   const Take take =
       ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
+  if (progress) progress(JobStage::Preparing, 0, 0);
   CheckMarkers(performer, take);
   Neutral neutral = FindNeutral(take, performer, job.neutral);
   NeutralHead(performer, neutral.pose); // throws where a take could not be solved with it

@@ -141,6 +141,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   const MappedFile take_file(job.take, ReadingProgress(progress));
   SolveResult result;
   result.take = ReadTake(take_file.Bytes(), InputName(job.take), job.reading);
+  if (progress) progress(JobStage::Preparing, 0, 0);
   SetTimecode(result.take, job.timecode);
   CheckFilters(job.solve, result.take);
   CheckMarkers(performer, result.take);

@@ -32,11 +32,23 @@ std::vector<std::string> MissedShapes(const HeadCoverage& head, const Animation&
   return missed;
 }
 
-/// The lines of a text file, each of which is a frame's.
-std::size_t LinesOf(const Animation& animation, AnimationFormat format) {
-  std::size_t lists = 1; // that have a line per frame
-  if (format == AnimationFormat::Json) lists = animation.layout.character.empty() ? 3 : 10;
-  return lists * animation.frames.size();
+/// About how many values a text file holds per frame; 0 for one that is not text.
+std::size_t ValuesOf(const AnimationLayout& layout, AnimationFormat format) {
+  const std::size_t templates = layout.templates.size(), shapes = layout.shapes.size();
+  switch (format) {
+  case AnimationFormat::TemplateCsv:
+    return 1 + templates;
+  case AnimationFormat::ShapeCsv:
+    return 1 + shapes;
+  case AnimationFormat::LiveLinkCsv:
+    return 62;
+  case AnimationFormat::
+      Json: // number and time, the head's rotation and translation, two transforms of each cluster
+    return 2 + 4 + 3 + templates + shapes + 2 * (3 + 4 + 3) * layout.clusters.size();
+  case AnimationFormat::Glb:
+    break;
+  }
+  return 0;
 }
 
 } // namespace
@@ -72,9 +84,9 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
                          : WriteFaceAnimation(animation, character, out);
     }
   };
-  const bool is_text = output.format != AnimationFormat::Glb;
+  const std::size_t values = ValuesOf(layout, output.format) * animation.frames.size();
   WriteWhole(output.path, [&](std::ostream& out) {
-    WriteWithProgress(out, LinesOf(animation, output.format), is_text ? progress : nullptr, write);
+    WriteWithProgress(out, values, values > 0 ? progress : nullptr, write);
   });
   if (written.head) written.missing_shapes = MissedShapes(*written.head, animation, character);
   return written;

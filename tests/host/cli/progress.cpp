@@ -28,13 +28,10 @@ class ProgressTest : public TemporaryFolder {};
 /// Work that takes longer than progress waits before it shows.
 int Work(const char* terminal = "xterm", bool quiet = false) {
   setenv("TERM", terminal, 1);
-  {
-    mien::Progress progress("smile", quiet);
-    progress(JobStage::Reading, 90, 100);
-    std::this_thread::sleep_for(std::chrono::milliseconds(510));
-    progress(JobStage::Solving, 42, 100);
-    progress(JobStage::Solving, 43, 100); // too soon to be shown
-  }
+  mien::Progress progress("smile", quiet);
+  progress(JobStage::Reading, 90, 100);
+  progress(JobStage::Solving, 42, 100);
+  std::this_thread::sleep_for(std::chrono::milliseconds(800));
   return 0;
 }
 
@@ -66,6 +63,15 @@ TEST_F(ProgressTest, ShowsOneLineOnATerminalAndWipesIt) {
             "\r\033[Ksolving smile [############------------------]  42 %\r\033[K");
 }
 
+TEST_F(ProgressTest, IsNotSeenOfShortWork) {
+  EXPECT_THAT(Shown([] {
+                setenv("TERM", "xterm", 1);
+                mien::Progress("smile")(JobStage::Solving, 42, 100);
+                return 0;
+              }),
+              IsEmpty());
+}
+
 TEST_F(ProgressTest, IsSilentWhereQuietIsAskedForOrTheTerminalIsDumb) {
   EXPECT_THAT(Shown([] { return Work("xterm", true); }), IsEmpty());
   EXPECT_THAT(Shown([] { return Work("dumb"); }), IsEmpty());
@@ -83,13 +89,14 @@ TEST(ProgressLine, ShowsTheTimeLeftFromTheSecondSecondOn) {
   EXPECT_EQ(ProgressLine(JobStage::Solving, "smile", 0, 100, 5, 80),
             "solving smile [------------------------------]   0 %");
   EXPECT_EQ(ProgressLine(JobStage::Writing, "smile", 102, 100, 5, 80),
-            "writing smile [##############################] 100 %  0 s left");
+            "writing smile [##############################] 100 %");
 }
 
 TEST(ProgressLine, ShowsBytesWhereNobodyKnowsHowManyThereAre) {
   EXPECT_EQ(ProgressLine(JobStage::Reading, "standard input", 12'345'678, 0, 5, 80),
             "reading standard input, 12 MB");
-  EXPECT_EQ(ProgressLine(JobStage::Writing, "smile", 0, 0, 5, 80), "writing smile");
+  EXPECT_EQ(ProgressLine(JobStage::Writing, "smile", 0, 0, 0.9, 80), "writing smile");
+  EXPECT_EQ(ProgressLine(JobStage::Preparing, "smile", 0, 0, 65.9, 80), "preparing smile, 1 min 5 s");
 }
 
 TEST(ProgressLine, FitsTheTerminal) {
