@@ -11,6 +11,8 @@
 #include "host/performer/performer_file.h"
 #include "mien/face/face.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -299,6 +301,21 @@ constexpr Motion kBeforeTheCamera = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {5, -75,
 /// In the room z is up, and the performer looks along (3, -4, 0).
 constexpr Motion kInTheRoom = {{{0.8, 0, 0.6}, {0.6, 0, -0.8}, {0, 1, 0}}, {310, -140, 1545}};
 
+/// HeadMotionAt in each frame: the rotation row by row, and the translation in millimetres.
+void WriteKnownHead(const Animation& known, std::ostream& out) {
+  out << "frame,time,R00,R01,R02,R10,R11,R12,R20,R21,R22,tx,ty,tz\n";
+  constexpr double kSteps = 1e6; // 0.0001 degrees
+  for (std::size_t f = 0; f < known.frames.size(); ++f) {
+    const auto& [rows, translation] = HeadMotionAt(static_cast<int>(f));
+    out << fmt::format("{},{}", known.frames[f], known.times[f]);
+    for (const auto& row : rows)
+      for (const double number : row) out << fmt::format(",{}", Rounded(number, kSteps));
+    for (const double mm : {translation.x, translation.y, translation.z})
+      out << fmt::format(",{}", Rounded(mm, kSteps));
+    out << '\n';
+  }
+}
+
 /// Numbers that are the same on every machine: a linear congruential generator of 64 bits.
 class Random {
 public:
@@ -444,6 +461,7 @@ std::map<std::string, std::string> SampleFiles() {
   const Animation known = KnownWeights();
   return {
       {"head.glb", Text([&](std::ostream& out) { WriteGlb(MakeFaceGlb(&arkit52).glb, out); })},
+      {"known_head.csv", Text([&](std::ostream& out) { WriteKnownHead(known, out); })},
       {"known_weights.csv", Text([&](std::ostream& out) {
          WeightCsvWriter writer(known.layout, WeightKind::Templates, out);
          Write(known, writer);

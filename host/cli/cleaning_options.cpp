@@ -4,6 +4,7 @@
 #include "host/cleaning/fill_gaps.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <charconv>
 #include <cmath>
@@ -11,6 +12,8 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace mien {
 
@@ -49,9 +52,36 @@ void AddNumber(Command& command, const std::string& name, const std::string& uni
                     });
 }
 
+/// One of several words.
+template <class Value>
+void AddChoice(Command& command, const std::string& name, const std::string& type, const std::string& help,
+               std::vector<std::pair<std::string, Value>> choices, Value& chosen) {
+  command.AddParsed({.names = name, .type = type, .help = help, .group = kGroup},
+                    [&chosen, choices = std::move(choices)](const std::string& text) -> Command::Fault {
+                      std::vector<std::string> words;
+                      for (const auto& [word, value] : choices) {
+                        if (word == text) return chosen = value, std::nullopt;
+                        words.push_back(word);
+                      }
+                      return fmt::format("\"{}\" is not {}", text, fmt::join(words, " or "));
+                    });
+}
+
 } // namespace
 
+void AddHeadFit(Command& command, HeadFit& fit) {
+  AddChoice(command, "--head-fit", "take|markers",
+            "What the head's motion is found from: every marker that the take shows to be rigid, or the "
+            "performer's head "
+            "markers alone; default take",
+            {{"take", HeadFit::Take}, {"markers", HeadFit::Markers}}, fit);
+}
+
 void AddCleaningOptions(Command& command, SolveOptions& options) {
+  AddChoice(command, "--brows", "fit|core",
+            "How brow weights are found: fit, the two that give back the brow best, or core, by closeness; "
+            "default fit",
+            {{"fit", BrowMethod::Fit}, {"core", BrowMethod::Core}}, options.brows);
   AddFill(
       command, "--fill",
       "Fill the gaps of face markers: the methods in the order in which they are tried (hold, linear, cubic, "

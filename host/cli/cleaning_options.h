@@ -5,7 +5,10 @@
 
 namespace mien {
 
-/// --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights. `options` must outlive the
+/// --head-fit. `fit` must outlive the parsing.
+void AddHeadFit(Command& command, HeadFit& fit);
+
+/// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights. `options` must outlive the
 /// parsing.
 void AddCleaningOptions(Command& command, SolveOptions& options);
 

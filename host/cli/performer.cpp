@@ -1,3 +1,4 @@
+#include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"
 #include "host/cli/output.h"
@@ -38,6 +39,7 @@ void AddPerformerCommand(Command& mien) {
   command.Add(JsonOutputOption("The performer file to write"), job->output);
   command.Add({.names = "--name", .type = "NAME", .help = "The performer's name in the file"}, job->name);
   AddNeutralOption(command, job->neutral);
+  AddHeadFit(command, job->head_fit);
   AddTakeOptions(command, job->reading);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Save(*job, output); });

@@ -16,15 +16,57 @@ namespace mien {
 
 namespace {
 
+/// "12-40, 55, 60-72 and 9 more": numbers that follow each other as one stretch.
+std::string Stretches(const std::vector<std::int64_t>& frames) {
+  std::vector<std::string> stretches;
+  for (std::size_t first = 0, end; first < frames.size(); first = end) {
+    for (end = first + 1; end < frames.size() && frames[end] == frames[end - 1] + 1;) ++end;
+    stretches.push_back(end == first + 1 ? std::to_string(frames[first])
+                                         : fmt::format("{}-{}", frames[first], frames[end - 1]));
+  }
+  constexpr std::size_t kShown = 5;
+  return Some(stretches, kShown);
+}
+
+/// Where the neutral face comes from, and whether another choice of frames would give other results.
+void PrintNeutral(const Take& take, const Neutral& neutral, const SolveReport& report, Output& output) {
+  output.Line("neutral", neutral.how);
+  if (neutral.frames.size() > 1) {
+    output.Line("", "frames " + Stretches(neutral.frames));
+    std::vector<std::string> spreads;
+    for (std::size_t p = 0; p < neutral.spread_mm.size(); ++p)
+      if (neutral.spread_mm[p] > 0)
+        spreads.push_back(fmt::format("{} {:.2f}", report.parts[p].name, neutral.spread_mm[p]));
+    if (!spreads.empty()) output.Line("", fmt::format("spread in these, mm: {}", fmt::join(spreads, ", ")));
+  }
+  output.Remark(neutral.notes, take.file);
+  std::vector<std::string> doubts;
+  for (const NeutralDoubt& doubt : report.neutral_doubts)
+    doubts.push_back(fmt::format("{} {:.2f}", doubt.name, doubt.difference));
+  if (!doubts.empty())
+    output.Remark({Code::Doubtful, "",
+                   fmt::format("with the mouth more closed and the eyes more open in the neutral frames, "
+                               "weights would change: {}; name "
+                               "frames with a face at rest with --neutral",
+                               Some(doubts))},
+                  take.file);
+}
+
 void PrintHead(const SolveOptions& options, const SolveReport& report, const Output& output) {
+  const std::string fitted =
+      report.rigid.empty() ? "" : fmt::format(", by {}", Count(report.rigid.size(), "rigid marker"));
   if (!report.head_motion_removed)
     output.Line("head", "fewer than 3 head markers, or all on a line: the head's motion was NOT removed");
   else if (report.frames_without_head == 0)
-    output.Line("head", "found in every frame");
+    output.Line("head", "found in every frame" + fitted);
   else
-    output.Line("head", fmt::format("not found in {} of {} frames: it is interpolated there, and the face's "
-                                    "markers count as missing",
-                                    report.frames_without_head, report.frames));
+    output.Line("head",
+                fmt::format("not found in {} of {} frames{}: it is interpolated there, and the face's "
+                            "markers count as missing",
+                            report.frames_without_head, report.frames, fitted));
+  if (report.head_motion_removed && options.head_fit == HeadFit::Take && report.rigid.empty())
+    output.Line("", "fewer than four rigid markers: the head is found from its head markers alone, as with "
+                    "--head-fit markers");
   for (const SlippedMarker& marker : report.slipped.markers)
     output.Line("",
                 fmt::format("{} was up to {:.1f} mm away from its place and was ignored in {}, first in {}",
@@ -160,8 +202,7 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
                                   ToText(take.rate), Count(take.MarkerCount(), "marker")));
   output.Remark(take.notes, take.file);
   output.Line("performer", result.performer);
-  output.Line("neutral", result.neutral.how);
-  output.Remark(result.neutral.notes, take.file);
+  PrintNeutral(take, result.neutral, report, output);
   for (const std::string& marker : report.left_out)
     output.Remark({Code::Unmatched, "",
                    fmt::format("the marker {} is missing from the neutral pose and was left out", marker)},

@@ -171,6 +171,7 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
                .help = "For --onto: the node of that head which turns with the performer's head",
                .may_be_empty = false},
               job->head_node);
+  AddHeadFit(command, job->solve.head_fit);
   AddCleaningOptions(command, job->solve);
   AddTakeOptions(command, job->reading);
   command.Add({.names = "--timecode",

@@ -3,6 +3,7 @@
 #include "host/formats/read_take.h"
 #include "host/jobs/job_progress.h"
 #include "host/performer/neutral.h"
+#include "host/solve/solve_options.h"
 #include "host/takes/frame_range.h"
 
 #include <optional>
@@ -18,6 +19,7 @@ struct PerformerJob {
   std::string name;      ///< the performer's, in the file; unchanged where empty
   ReadOptions reading;
   std::optional<FrameRange> neutral; ///< by default the performer's own, or found
+  HeadFit head_fit = HeadFit::Take;
 };
 
 /// Answers the neutral face that was saved. A file with which no take could be solved is not written. Throws InputError;

@@ -147,12 +147,15 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   CheckMarkers(performer, result.take);
 
   result.performer = performer.name;
-  result.neutral = FindNeutral(result.take, performer, job.neutral);
+  const std::optional<RigidHead> rigid =
+      job.solve.head_fit == HeadFit::Take ? LearnRigidHead(result.take, performer) : std::nullopt;
+  result.neutral = FindNeutral(result.take, performer, job.neutral, rigid ? &*rigid : nullptr);
   SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, job.solve,
-                                [&](std::size_t frame, std::size_t frames) {
+                                rigid ? &*rigid : nullptr, [&](std::size_t frame, std::size_t frames) {
                                   if (progress) progress(JobStage::Solving, frame, frames);
                                 });
   result.report = std::move(solved.report);
+  result.report.neutral_doubts = NeutralDoubts(performer, result.neutral, job.solve.brows);
   if (character) {
     result.character = character->name;
     SolveCharacter(solved.animation, *character, job.expressions);

@@ -21,6 +21,14 @@ inline constexpr std::string_view kLandmarks68 = R"({
   "format": "mien performer 1",
   "name": "landmarks68",
   "head": ["lm28", "lm31", "lm35", "lm39", "lm42"],
+  "rigid": ["lm0", "lm1", "lm2", "lm14", "lm15", "lm16", "lm27", "lm28", "lm29", "lm30", "lm31", "lm32", "lm33",
+            "lm34", "lm35", "lm36", "lm39", "lm42", "lm45"],
+  "anchors": {
+    "LeftBrow": ["lm42", "lm45", "lm27"],
+    "RightBrow": ["lm36", "lm39", "lm27"],
+    "LeftEye": ["lm42", "lm45"],
+    "RightEye": ["lm36", "lm39"]
+  },
   "parts": {
     "Mouth": {
       "LeftMouthHolder": ["lm54"],

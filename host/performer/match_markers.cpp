@@ -37,6 +37,9 @@ void CheckMarkers(const Performer& performer, const Take& take, const NameSearch
     }
   };
   check("/head", performer.head);
+  check("/rigid", performer.rigid);
+  for (std::size_t p = 0; p < performer.anchors.size(); ++p)
+    check(fmt::format("/anchors/{}", GetGlobalFace()->mParts[p].mName), performer.anchors[p]);
   for (std::size_t p = 0; p < performer.holders.size(); ++p)
     for (std::size_t h = 0; h < performer.holders[p].size(); ++h) {
       const VFacePart& part = GetGlobalFace()->mParts[p];

@@ -23,6 +23,8 @@ std::vector<std::string> Performer::FaceMarkers() const {
 std::vector<std::string> Performer::Markers() const {
   std::vector<std::string> names;
   AddOnce(names, head);
+  AddOnce(names, rigid);
+  for (const auto& part : anchors) AddOnce(names, part);
   AddOnce(names, FaceMarkers());
   return names;
 }

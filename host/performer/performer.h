@@ -27,6 +27,14 @@ struct Performer {
   /// Markers that move only with the skull; at most 5. With fewer than 3 the head's motion cannot be removed.
   std::vector<std::string> head;
 
+  /// All markers that move with the skull, for the fit of the head to a whole take; any number. Empty: those of the head and
+  /// those that the take shows to be rigid (LearnRigidHead).
+  std::vector<std::string> rigid;
+
+  /// By part: rigid markers beside it, against which its own are measured. Where a brow or an eye has none, those rigid ones
+  /// that are near (AnchorsOf). Other parts have none: they are measured against the head alone.
+  std::array<std::vector<std::string>, 9> anchors;
+
   /// Marker names by part and holder, in the order of the default face. A holder may be empty, and a part
   /// without any marker stays at rest. A marker may drive several parts, but within one part only one holder.
   std::array<std::array<std::vector<std::string>, 5>, 9> holders;
@@ -37,7 +45,7 @@ struct Performer {
   /// All markers that drive holders, each once, in the order of their first use.
   std::vector<std::string> FaceMarkers() const;
 
-  /// The head's and the face's markers, each once.
+  /// The head's, the rigid ones, the anchors and the face's markers, each once.
   std::vector<std::string> Markers() const;
 };
 

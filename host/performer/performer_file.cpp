@@ -1,6 +1,7 @@
 #include "host/performer/performer_file.h"
 
 #include "host/base/error.h"
+#include "host/base/face_parts.h"
 #include "host/base/json_file.h"
 #include "host/base/json_text.h"
 #include "host/base/text.h"
@@ -40,8 +41,10 @@ public:
     performer_.name = file_.ReadHeading(kFormat, "performer");
     const Json& root = file_.Root();
     const Pointer here;
-    file_.CheckKeys(here, root, {"format", "name", "head", "parts", "neutral"});
+    file_.CheckKeys(here, root, {"format", "name", "head", "rigid", "anchors", "parts", "neutral"});
     if (root.contains("head")) ReadHead(here / "head", root["head"]);
+    if (root.contains("rigid")) performer_.rigid = file_.ReadNames(here / "rigid", root["rigid"], "marker");
+    if (root.contains("anchors")) ReadAnchors(here / "anchors", root["anchors"]);
     if (!root.contains("parts"))
       file_.Mistake(Code::Missing, here / "parts", "no part has markers",
                     "write \"parts\": { \"Mouth\": { ... } }");
@@ -58,6 +61,18 @@ private:
     if (performer_.head.size() > Performer::kMostHeadMarkers)
       file_.Mistake(Code::Limit, place, fmt::format("{} head markers", performer_.head.size()),
                     fmt::format("name the {} that move least with expression", Performer::kMostHeadMarkers));
+  }
+
+  void ReadAnchors(const Pointer& place, const Json& parts) {
+    if (!file_.RequireObject(place, parts)) return;
+    const VFace& face = *GetGlobalFace();
+    std::vector<std::string_view> known;
+    for (const int part : {kLeftBrow, kRightBrow, kLeftEye, kRightEye})
+      known.emplace_back(face.mParts[part].mName);
+    file_.CheckKeys(place, parts, known);
+    for (const auto& [name, markers] : parts.items())
+      if (const int p = face.PartIndexByName(name.c_str()); p >= 0)
+        performer_.anchors[static_cast<std::size_t>(p)] = file_.ReadNames(place / name, markers, "marker");
   }
 
   void ReadParts(const Pointer& place, const Json& parts) {
@@ -169,7 +184,7 @@ void WritePerformer(const Performer& performer, std::ostream& out) {
   const auto names = [](const std::vector<std::string>& markers) {
     return JsonTightList({markers.begin(), markers.end()});
   };
-  std::vector<JsonMember> parts;
+  std::vector<JsonMember> parts, anchors;
   const VFace& face = *GetGlobalFace();
   for (std::size_t p = 0; p < performer.holders.size(); ++p) {
     std::vector<JsonMember> holders;
@@ -177,12 +192,14 @@ void WritePerformer(const Performer& performer, std::ostream& out) {
       if (!performer.holders[p][h].empty())
         holders.push_back({face.mParts[p].mHolderNames[h], names(performer.holders[p][h])});
     if (!holders.empty()) parts.push_back({face.mParts[p].mName, JsonObjectOnLines(holders)});
+    if (!performer.anchors[p].empty()) anchors.push_back({face.mParts[p].mName, names(performer.anchors[p])});
   }
 
-  std::vector<JsonMember> root = {{"format", kFormat},
-                                  {"name", performer.name},
-                                  {"head", names(performer.head)},
-                                  {"parts", JsonObjectOnLines(parts)}};
+  std::vector<JsonMember> root = {
+      {"format", kFormat}, {"name", performer.name}, {"head", names(performer.head)}};
+  if (!performer.rigid.empty()) root.push_back({"rigid", names(performer.rigid)});
+  if (!anchors.empty()) root.push_back({"anchors", JsonObjectOnLines(anchors)});
+  root.push_back({"parts", JsonObjectOnLines(parts)});
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
     root.push_back({"neutral", JsonObject({{"frames", JsonList({frames->first, frames->last})}})});
   if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {

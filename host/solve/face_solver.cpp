@@ -29,7 +29,8 @@ void CheckWithinAKilometre(const Performer& performer, const NeutralPose& neutra
 
 } // namespace
 
-FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral) {
+FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral, BrowMethod brows)
+    : brows_(brows) {
   CheckWithinAKilometre(performer, neutral);
   neutral_head_ = mien::NeutralHead(performer, neutral);
   const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head_);
@@ -84,6 +85,7 @@ const FaceSolver::Frame& FaceSolver::Solve(const std::vector<Point>& places) {
     frame_set_.mPositions[slot] = {places[slot].x, places[slot].y, places[slot].z};
   actor_->Actor2FaceSolve(&solved_, &frame_set_);
   GetGlobalFace()->Face2TemplateSolve(&frame_.weights, &solved_);
+  if (brows_ == BrowMethod::Fit) FitBrows(*GetGlobalFace(), solved_, frame_.weights);
   MeasureResiduals();
   return frame_;
 }

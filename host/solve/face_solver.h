@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/performer/performer.h"
+#include "host/solve/brow_fit.h"
 #include "host/takes/take.h"
 #include "mien/actor/actor_face.h"
 #include "mien/face/template_state.h"
@@ -19,7 +20,7 @@ class FaceSolver {
 public:
   /// Sets the performer up on the neutral pose. Throws InputError where the pose does not determine which way
   /// the face looks, and for a marker more than a kilometre away on an axis.
-  FaceSolver(const Performer& performer, const NeutralPose& neutral);
+  FaceSolver(const Performer& performer, const NeutralPose& neutral, BrowMethod brows = BrowMethod::Fit);
 
   /// From a face that looks along +z, x to its left, y up, to where the neutral pose has it.
   const VgeAMatrix& NeutralHead() const { return neutral_head_; }
@@ -52,6 +53,7 @@ private:
   void MeasureResiduals();
 
   VgeAMatrix neutral_head_;
+  BrowMethod brows_;
   std::vector<std::string> markers_; // by their slot in the marker set
   std::vector<Point> rest_;
   std::array<std::vector<std::size_t>, 9> markers_of_;

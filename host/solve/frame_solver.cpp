@@ -4,9 +4,9 @@
 
 namespace mien {
 
-FrameSolver::FrameSolver(const Performer& performer, const NeutralPose& neutral, const Character* character,
-                         const ExpressionWeights& expressions)
-    : face_(performer, neutral), head_(performer, neutral, face_.NeutralHead()),
+FrameSolver::FrameSolver(const Performer& performer, const NeutralPose& neutral, const RigidHead* rigid,
+                         BrowMethod brows, const Character* character, const ExpressionWeights& expressions)
+    : face_(performer, neutral, brows), head_(performer, neutral, face_.NeutralHead(), rigid),
       places_head_(face_.Markers().size()) {
   frame_.head = face_.NeutralHead();
   if (character) character_.emplace(*character, expressions);

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "host/cleaning/rigid_motion.h"
+#include "host/cleaning/rigid_fit.h"
 #include "host/performer/performer.h"
+#include "host/performer/rigid_head.h"
 #include "host/solve/character_solver.h"
 #include "host/solve/face_solver.h"
 #include "host/solve/head_solver.h"
@@ -13,7 +14,7 @@ namespace mien {
 
 /// The markers of one frame, as a stream delivers them.
 struct FrameMarkers {
-  RigidMotion::Markers head;              ///< by the slots of HeadSolver::Markers
+  RigidBody::Points head;                 ///< in the order of HeadSolver::Markers; nothing where unseen
   std::vector<std::optional<Point>> face; ///< in the order of FaceSolver::Markers; nothing where unseen
 };
 
@@ -28,21 +29,23 @@ struct SolvedFrame {
 /// brought into its frame and solved into template weights, these into the character's shapes and clusters.
 ///
 /// The solve of a take calls the three stages separately, since what needs all frames (filling gaps,
-/// smoothing without delay) happens between them; a live stream calls Solve. Nothing process-wide is written:
-/// any number of these may be at work, each on one thread at a time. A frame allocates nothing once each set
-/// of seen head markers has occurred.
+/// smoothing without delay, calming the head, measuring parts against their anchors) happens between them; a
+/// live stream calls Solve, with a rigid head learned from an earlier take of the same markers
+/// (LearnRigidHead). Nothing process-wide is written: any number of these may be at work, each on one thread
+/// at a time. A frame allocates nothing once each set of seen head markers has occurred.
 class FrameSolver {
 public:
   /// Throws InputError if FaceSolver does, and for an expression that the character does not have. Copies
-  /// what it needs of the character.
-  FrameSolver(const Performer& performer, const NeutralPose& neutral, const Character* character = nullptr,
+  /// what it needs of all arguments. Without `rigid` the head markers alone determine the head.
+  FrameSolver(const Performer& performer, const NeutralPose& neutral, const RigidHead* rigid = nullptr,
+              BrowMethod brows = BrowMethod::Fit, const Character* character = nullptr,
               const ExpressionWeights& expressions = {});
 
   const HeadSolver& Head() const { return head_; }
   const FaceSolver& Face() const { return face_; }
 
   /// See HeadSolver::Solve.
-  std::optional<VgeAMatrix> FindHead(const RigidMotion::Markers& seen) { return head_.Solve(seen); }
+  std::optional<VgeAMatrix> FindHead(const RigidBody::Points& seen) { return head_.Solve(seen); }
 
   /// See FaceSolver::Solve.
   const FaceSolver::Frame& SolveFace(const std::vector<Point>& places_head) {

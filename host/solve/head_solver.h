@@ -1,7 +1,9 @@
 #pragma once
 
+#include "host/cleaning/rigid_fit.h"
 #include "host/cleaning/rigid_motion.h"
 #include "host/performer/performer.h"
+#include "host/performer/rigid_head.h"
 #include "mien/base/geometry.h"
 
 #include <optional>
@@ -10,37 +12,48 @@
 
 namespace mien {
 
-/// Finds the head in one frame after another, from the performer's head markers.
+/// Finds the head in one frame after another, either from the performer's head markers alone or from a fit of all rigid
+/// markers. Each frame by itself: nothing is known of the frames before.
 class HeadSolver {
 public:
-  /// `neutral_head` is NeutralHead(performer, neutral).
-  HeadSolver(const Performer& performer, const NeutralPose& neutral, const VgeAMatrix& neutral_head);
+  /// `neutral_head` is NeutralHead(performer, neutral). `rigid` may be null: then the head markers tell the head.
+  HeadSolver(const Performer& performer, const NeutralPose& neutral, const VgeAMatrix& neutral_head,
+             const RigidHead* rigid = nullptr);
 
-  /// The performer's head markers, by the slots that Solve takes them in (size: at most RigidMotion::kSlots).
+  /// The markers that Solve takes, in this order: the head's, or the rigid ones.
   const std::vector<std::string>& Markers() const { return markers_; }
 
-  /// Their places on the neutral face, in the head's frame; nothing for those missing from the neutral pose.
+  /// The performer's head markers: at most RigidMotion::kSlots.
+  const std::vector<std::string>& HeadMarkers() const { return head_markers_; }
+
+  /// Their places on the neutral face, in the head's frame and in the same order; nothing for those missing from
+  /// the neutral pose.
   const RigidMotion::Markers& Reference() const { return reference_; }
 
   /// Head markers missing from the neutral pose.
   const std::vector<std::string>& LeftOut() const { return left_out_; }
 
-  /// False where fewer than three head markers are usable, or all are on a line. The head then counts as
-  /// still: Solve answers the neutral head for every frame.
-  bool RemovesMotion() const { return removes_motion_; }
+  /// False where the head's motion cannot be found: fewer than three head markers are usable, or all are on a
+  /// line, and there is no fit of rigid markers either. The head then counts as still: Solve returns the neutral
+  /// head for every frame.
+  bool RemovesMotion() const { return fit_ || removes_motion_; }
+
+  /// The fit of the rigid markers, in the head's frame; null without them.
+  const RigidFit* Fit() const { return fit_ ? &*fit_ : nullptr; }
 
   const VgeAMatrix& NeutralHead() const { return neutral_head_; }
 
-  /// From a face that looks along +z, x to its left, y up, to where the head is. Nothing if too few of the
-  /// markers are seen.
-  std::optional<VgeAMatrix> Solve(const RigidMotion::Markers& seen);
+  /// From a face that looks along +z, x to its left, y up, to where the head is. `seen` is in the order of
+  /// Markers. Nothing if too few of them are seen.
+  std::optional<VgeAMatrix> Solve(const RigidBody::Points& seen);
 
 private:
   VgeAMatrix neutral_head_;
-  std::vector<std::string> markers_, left_out_;
+  std::vector<std::string> head_markers_, markers_, left_out_;
   RigidMotion::Markers reference_;
   RigidMotion motion_;
   bool removes_motion_;
+  std::optional<RigidFit> fit_;
 };
 
 } // namespace mien

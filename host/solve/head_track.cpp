@@ -1,8 +1,10 @@
 #include "host/solve/head_track.h"
 
 #include "host/base/rotation.h"
+#include "host/cleaning/calm_motion.h"
 #include "host/cleaning/low_pass.h"
 #include "host/cleaning/rigid_motion.h"
+#include "host/takes/frame_span.h"
 #include "host/takes/marker_indices.h"
 #include "host/takes/pick_markers.h"
 #include "mien/base/affine.h"
@@ -59,6 +61,18 @@ void FillUnknown(const Take& take, HeadTrack& track) {
     std::fill(track.heads.begin() + static_cast<std::ptrdiff_t>(last), track.heads.end(), track.heads[last]);
 }
 
+/// Frames with a known head that follow each other without a break.
+std::vector<FrameSpan> KnownSpans(const Take& take, const HeadTrack& track) {
+  std::vector<FrameSpan> known;
+  for (const auto& [first, end] : UnbrokenSpans(take.frames))
+    for (std::size_t f = first; f < end; ++f) {
+      if (!track.known[f]) continue;
+      if (known.empty() || known.back().end != f || f == first) known.push_back({f, f});
+      known.back().end = f + 1;
+    }
+  return known;
+}
+
 } // namespace
 
 std::size_t HeadTrack::UnknownFrames() const {
@@ -75,19 +89,32 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
   Take markers = PickMarkers(take, MarkerIndices(take, head.Markers()));
   std::vector<std::size_t> slots(markers.MarkerCount());
   std::iota(slots.begin(), slots.end(), std::size_t{0});
-  if (options.head_tolerance_mm)
-    track.slipped = TakeOutSlipped(markers, slots, head.Reference(), *options.head_tolerance_mm);
+  if (options.head_tolerance_mm) {
+    std::vector<std::size_t> guarded; // a performer may leave head markers out of its rigid ones
+    RigidMotion::Markers places;
+    for (std::size_t slot = 0; slot < head.HeadMarkers().size(); ++slot)
+      if (const auto marker = markers.FindMarker(head.HeadMarkers()[slot])) {
+        places[guarded.size()] = head.Reference()[slot];
+        guarded.push_back(*marker);
+      }
+    track.slipped = TakeOutSlipped(markers, guarded, places, *options.head_tolerance_mm);
+  }
   track.fills = FillGaps(markers, slots, options.head_fill);
   if (options.smooth_positions_hz) SmoothPositions(markers, slots, *options.smooth_positions_hz);
 
+  std::vector<RigidBody::Points> frames(markers.FrameCount(), RigidBody::Points(slots.size()));
   for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
-    RigidMotion::Markers seen;
-    for (const std::size_t slot : slots)
-      if (const Point* p = markers.At(f, slot)) seen[slot] = *p;
+    RigidBody::Points& seen = frames[f];
+    for (const std::size_t slot : slots) {
+      const Point* const p = markers.At(f, slot);
+      seen[slot] = p ? std::optional(*p) : std::nullopt;
+    }
     const auto solved = solver.FindHead(seen);
     track.known[f] = solved.has_value();
     if (solved) track.heads[f] = *solved;
   }
+  if (const RigidFit* fit = head.Fit())
+    track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, frames);
   FillUnknown(take, track);
   return track;
 }

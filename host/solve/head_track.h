@@ -21,6 +21,7 @@ struct HeadTrack {
   std::vector<VgeAMatrix> heads;
   std::vector<bool> known; ///< whether the markers determine the head (size: frames)
 
+  double calmed = 0; ///< see CalmMotion
   SlippedMarkers slipped;
   std::vector<FilledMarker> fills;
 

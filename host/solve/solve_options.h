@@ -1,13 +1,23 @@
 #pragma once
 
 #include "host/cleaning/fill_gaps.h"
+#include "host/solve/brow_fit.h"
 
 #include <optional>
 
 namespace mien {
 
+/// What tells where the head is.
+enum class HeadFit {
+  Take, ///< every marker that the take shows to be rigid; the performer's head markers alone where these are fewer than four
+  Markers ///< the performer's head markers
+};
+
 /// What is done to a take before and after it is solved.
 struct SolveOptions {
+  HeadFit head_fit = HeadFit::Take;
+  BrowMethod brows = BrowMethod::Fit;
+
   FillPlan head_fill = {{FillMethod::Pattern, 2}}; ///< see DefaultLongest for how good these are
   FillPlan face_fill = {{FillMethod::Cubic, 0.15}, {FillMethod::Pattern, 0.5}};
 

@@ -2,6 +2,7 @@
 
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
+#include "host/solve/neutral_doubts.h"
 #include "host/solve/quality.h"
 
 #include <array>
@@ -28,7 +29,23 @@ struct SolveReport {
     double residual_mm = 0;
   };
 
+  /// A marker that tells the head's motion, and how far it strays from its place on the head, per axis.
+  struct RigidMarker {
+    std::string marker;
+    double spread_mm = 0;
+  };
+  /// A part that is measured against its own rigid neighbours; see LocalAnchors.
+  struct AnchoredPart {
+    std::size_t part = 0;
+    std::vector<std::string> anchors;
+    std::array<double, 3> gain = {};
+  };
+
   std::size_t frames = 0;
+  std::vector<RigidMarker> rigid; ///< empty where the head markers alone tell the head's motion
+  double head_calmed = 0;         ///< see CalmMotion
+  std::vector<AnchoredPart> anchored;
+  std::vector<NeutralDoubt> neutral_doubts;
   bool head_motion_removed = true;
   std::size_t frames_without_head = 0;
   std::vector<std::string> left_out; ///< markers missing from the neutral pose

@@ -29,7 +29,9 @@ JsonValue TakeOf(const Take& take) {
 }
 
 JsonValue Settings(const SolveOptions& options) {
-  return JsonObjectOnLines({{"fill", ToText(options.face_fill)},
+  return JsonObjectOnLines({{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
+                            {"brows", options.brows == BrowMethod::Fit ? "fit" : "core"},
+                            {"fill", ToText(options.face_fill)},
                             {"fill_head", ToText(options.head_fill)},
                             {"head_tolerance_mm", options.head_tolerance_mm},
                             {"fade_s", options.fade_s},
@@ -62,11 +64,36 @@ JsonValue Head(const SolveReport& report) {
                                   {"frames", marker.frames},
                                   {"first_frame", marker.first_frame},
                                   {"furthest_mm", marker.furthest_mm}}));
+  std::vector<JsonValue> rigid, anchored;
+  for (const SolveReport::RigidMarker& marker : report.rigid)
+    rigid.push_back(JsonObject({{"marker", marker.marker}, {"spread_mm", marker.spread_mm}}));
+  for (const SolveReport::AnchoredPart& part : report.anchored)
+    anchored.push_back(JsonObject({{"part", report.parts[part.part].name},
+                                   {"anchors", part.anchors},
+                                   {"gain", JsonTightList({part.gain.begin(), part.gain.end()})}}));
   return JsonObjectOnLines({{"motion_removed", report.head_motion_removed},
+                            {"fit", report.rigid.empty() ? "markers" : "take"},
+                            {"rigid_markers", JsonListOnLines(rigid)},
+                            {"calmed", report.head_calmed},
+                            {"anchored_parts", JsonListOnLines(anchored)},
                             {"frames_without_head", report.frames_without_head},
                             {"slipped", JsonListOnLines(slipped)},
                             {"doubtful_frames", report.slipped.doubtful_frames},
                             {"markers", Fills(report.head_fills)}});
+}
+
+JsonValue NeutralAsJson(const Neutral& neutral, const SolveReport& report) {
+  std::vector<JsonValue> spreads, doubts;
+  for (std::size_t p = 0; p < neutral.spread_mm.size(); ++p)
+    if (neutral.spread_mm[p] > 0)
+      spreads.push_back(JsonObject({{"part", report.parts[p].name}, {"spread_mm", neutral.spread_mm[p]}}));
+  for (const NeutralDoubt& doubt : report.neutral_doubts)
+    doubts.push_back(JsonObject({{"template", doubt.name}, {"difference", doubt.difference}}));
+  return JsonObjectOnLines({{"from", neutral.how},
+                            {"frames", JsonTightList({neutral.frames.begin(), neutral.frames.end()})},
+                            {"spread", JsonListOnLines(spreads)},
+                            {"doubts", JsonListOnLines(doubts)},
+                            {"notes", Messages(neutral.notes)}});
 }
 
 /// Null where nothing is graded.
@@ -125,21 +152,20 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
   const Take& take = *record.take;
   const SolveReport& report = *record.report;
   const Neutral& neutral = *record.neutral;
-  return JsonObjectOnLines(
-      {{"format", "mien report 1"},
-       {"tool", "mien " MIEN_VERSION},
-       {"command", record.command},
-       {"files", Files(record.files)},
-       {"take", TakeOf(take)},
-       {"settings", Settings(*record.options)},
-       {"neutral", JsonObjectOnLines({{"from", neutral.how}, {"notes", Messages(neutral.notes)}})},
-       {"head", Head(report)},
-       {"markers", Fills(report.face_fills)},
-       {"left_out", report.left_out},
-       {"quality", QualityOf(report.quality)},
-       {"flags", Flags(take, report)},
-       {"parts", Parts(take, report)},
-       {"worst_frames", WorstFrames(take, report)}});
+  return JsonObjectOnLines({{"format", "mien report 1"},
+                            {"tool", "mien " MIEN_VERSION},
+                            {"command", record.command},
+                            {"files", Files(record.files)},
+                            {"take", TakeOf(take)},
+                            {"settings", Settings(*record.options)},
+                            {"neutral", NeutralAsJson(neutral, report)},
+                            {"head", Head(report)},
+                            {"markers", Fills(report.face_fills)},
+                            {"left_out", report.left_out},
+                            {"quality", QualityOf(report.quality)},
+                            {"flags", Flags(take, report)},
+                            {"parts", Parts(take, report)},
+                            {"worst_frames", WorstFrames(take, report)}});
 }
 
 void WriteSolveReport(const SolveRecord& record, std::ostream& out) {

@@ -3,11 +3,13 @@
 #include "host/base/error.h"
 #include "host/cleaning/low_pass.h"
 #include "host/cleaning/rest_in_gaps.h"
+#include "host/performer/local_anchors.h"
 #include "host/solve/frame_solver.h"
 #include "host/solve/head_track.h"
 #include "host/solve/quality.h"
 #include "host/solve/residuals.h"
 #include "host/takes/frame_span.h"
+#include "mien/base/affine.h"
 
 #include <fmt/format.h>
 
@@ -34,6 +36,30 @@ void SmoothWeights(Animation& animation, double cutoff_hz) {
     }
 }
 
+/// Takes from brows and eyes what their anchors stray from the head.
+std::vector<SolveReport::AnchoredPart>
+MeasureAgainstAnchors(Take& face, const Take& take, const HeadTrack& track, const Performer& performer,
+                      const NeutralPose& neutral, const RigidHead& rigid, const FaceSolver& solver) {
+  std::vector<SolveReport::AnchoredPart> anchored;
+  const VgeAMatrix to_head = InverseOfOrthogonalAxes(solver.NeutralHead());
+  for (const std::size_t part : kAnchoredParts) {
+    const std::vector<std::string> anchors = AnchorsOf(part, performer, neutral, rigid);
+    if (anchors.empty()) continue;
+    std::vector<Point> rest;
+    for (const std::string& anchor : anchors) {
+      const Point& p = neutral.at(anchor);
+      const VgeTVector p_head = TransformPoint(to_head, {p.x, p.y, p.z});
+      rest.push_back({p_head.x, p_head.y, p_head.z});
+    }
+    const LocalAnchors local(Stabilise(take, track, anchors), rest);
+    anchored.push_back({part, anchors, local.Gain()});
+    for (std::size_t f = 0; f < face.FrameCount(); ++f)
+      for (const std::size_t m : solver.MarkersOf(part))
+        if (const Point* const p = face.At(f, m)) face.Set(f, m, local.Measure(*p, f), face.OriginAt(f, m));
+  }
+  return anchored;
+}
+
 /// Positions are within a kilometre of each other. A larger length, or one that is infinite or NaN, comes
 /// from a face without extent; no report may show it.
 void CheckLength(double mm, const Take& take, std::int64_t frame, const std::string& name) {
@@ -47,15 +73,19 @@ void CheckLength(double mm, const Take& take, std::int64_t frame, const std::str
 } // namespace
 
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
-                     const SolveOptions& options,
+                     const SolveOptions& options, const RigidHead* rigid,
                      const std::function<void(std::size_t, std::size_t)>& progress) {
-  FrameSolver solver(performer, neutral);
+  FrameSolver solver(performer, neutral, rigid, options.brows);
   SolvedTake solved;
   SolveReport& report = solved.report;
 
   HeadTrack track = TrackHead(take, solver, options);
   report.head_motion_removed = solver.Head().RemovesMotion();
   report.frames_without_head = track.UnknownFrames();
+  if (const RigidFit* const fit = solver.Head().Fit())
+    for (std::size_t m = 0; m < rigid->markers.size(); ++m)
+      report.rigid.push_back({rigid->markers[m], fit->Body().spread_mm[m]});
+  report.head_calmed = track.calmed;
   report.slipped = std::move(track.slipped);
   for (const SlippedMarker& marker : report.slipped.markers)
     CheckLength(marker.furthest_mm, take, marker.first_frame, marker.marker);
@@ -65,6 +95,8 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
                          solver.Head().LeftOut().end());
 
   Take face = Stabilise(take, track, solver.Face().Markers());
+  if (solver.Head().Fit())
+    report.anchored = MeasureAgainstAnchors(face, take, track, performer, neutral, *rigid, solver.Face());
   std::vector<std::size_t> all(face.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
   report.face_fills = FillGaps(face, all, options.face_fill);

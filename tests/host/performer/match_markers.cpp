@@ -80,6 +80,18 @@ TEST(CheckMarkers, ReportsTheHeadAndEachPlaceOfAMarker) {
   EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 2);
 }
 
+TEST(CheckMarkers, ReportsRigidMarkersAndAnchorsByTheirPlaces) {
+  Performer performer = PerformerWith("here");
+  performer.rigid = {"here", "eaar"};
+  performer.anchors[3] = {"here", "gone"};
+  const std::string error = Error(performer, TakeWith({"here", "ear"}));
+  EXPECT_THAT(
+      error,
+      StartsWith("ada.json:/rigid/1: the take \"smile\" has no marker \"eaar\"; did you mean \"ear\"?\n"
+                 "ada.json:/anchors/LeftEye/1: the take \"smile\" has no marker \"gone\""));
+  EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1);
+}
+
 TEST(CheckMarkers, ADifferentMarkerSetIsReportedInSixLines) {
   Performer performer = PerformerWith("c");
   for (int i = 0; i < 9; ++i) performer.holders[0][1].push_back("lip" + std::to_string(i));

@@ -1,9 +1,10 @@
 #include "host/performer/neutral.h"
 
+#include "host/base/face_parts.h"
 #include "host/cleaning/rigid_motion.h"
 #include "tests/host/input_error.h"
 #include "tests/host/note.h"
-#include "tests/host/plain_face.h"
+#include "tests/host/rigid_face.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -445,6 +446,163 @@ TEST(FindNeutral, FiveRestFramesAreEnoughAndFourAreNot) {
 TEST(FindNeutral, BothEyesCount) {
   for (const char* lid : {"LidUpL", "LidUpR"})
     EXPECT_EQ(FoundAmong(101, {lid}, WithoutHeadAnd({0})).how, "the median of 51 rest frames") << lid;
+}
+
+// --- What it was taken from, and what another choice would give.
+
+TEST(FindNeutral, NamesTheFramesThatItWasTakenFrom) {
+  Take take = EmptyTake();
+  std::vector<std::int64_t> expected;
+  for (int f = 0; f < 101; ++f) {
+    NeutralPose face = PlainFace();
+    const int opening = f * 37 % 101;
+    Shift(face, {"LidUpL", "LidUpR"}, 0.1 * opening);
+    take.frames[Film(take, face)] = 1000 + 3 * f;
+    if (opening >= 30 && opening <= 80) expected.push_back(1000 + 3 * f);
+  }
+  EXPECT_EQ(Found(take, WithoutHeadAnd({0})).frames, expected);
+
+  // Those that were asked for and show the head.
+  for (std::size_t f = 10; f < 20; f += 4) Hide(take, f, {"H1", "H2", "H3"});
+  EXPECT_THAT(FindNeutral(take, PlainPerformer(), FrameRange{1027, 1036}).frames,
+              testing::ElementsAre(1027, 1033, 1036));
+  EXPECT_THAT(FindNeutral(take, PlainPerformer(), FrameRange{1030, 1032}).frames, testing::ElementsAre(1030))
+      << "a single one needs no head";
+  Performer performer = PlainPerformer();
+  performer.neutral = PlainFace();
+  EXPECT_THAT(Found(take, performer).frames, IsEmpty());
+}
+
+TEST(FindNeutral, WhereAllFramesAreTakenAllAreNamed) {
+  const Neutral four = FoundAmong(9, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0}));
+  EXPECT_EQ(four.frames.size(), 9u);
+}
+
+// Of the mouth's five markers one is off by 0.3 mm in each frame, up or down; the left brow's three are all off by 0.4 mm.
+TEST(FindNeutral, MeasuresHowFarEachPartStraysInThem) {
+  Take take = EmptyTake();
+  for (const double way : {1.0, -1.0}) {
+    NeutralPose face = PlainFace();
+    Shift(face, {"LipLow"}, 0.3 * way);
+    Shift(face, {"BrowL", "BrowOutL", "BrowInL"}, 0.4 * way);
+    Film(take, face);
+  }
+  const Neutral neutral = FindNeutral(take, WithoutHeadAnd({5}), FrameRange{1, 2});
+  for (std::size_t part = 0; part < 9; ++part)
+    EXPECT_NEAR(neutral.spread_mm[part],
+                part == 0   ? 0.3 / std::sqrt(5.0)
+                : part == 1 ? 0.4
+                            : 0,
+                kRounding)
+        << part;
+  Performer performer = PlainPerformer();
+  performer.neutral = PlainFace();
+  EXPECT_THAT(Found(take, performer).spread_mm, testing::Each(0)) << "nobody knows how it came about";
+}
+
+// Eyes from the 55th percentile on, and a mouth up to the 15th.
+TEST(FindNeutral, KnowsThePoseOfStricterFrames) {
+  const Neutral eyes = FoundAmong(101, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0}));
+  EXPECT_NEAR(eyes.pose.at("LidUpL").y, 52 + 0.1 * 55, kRounding);
+  EXPECT_NEAR(eyes.stricter.at("LidUpL").y, 52 + 0.1 * 67.5, kRounding);
+  EXPECT_EQ(eyes.stricter.size(), eyes.pose.size());
+  const Neutral mouth = FoundAmong(101, {"LipUp"}, WithoutHeadAnd({3, 4}));
+  EXPECT_NEAR(mouth.stricter.at("LipUp").y, 18 + 0.1 * 7.5, kRounding);
+}
+
+TEST(FindNeutral, FewerThanFiveStricterFramesGiveNoPose) {
+  const Neutral few = FoundAmong(12, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0}));
+  EXPECT_EQ(few.how, "the median of 5 rest frames");
+  EXPECT_THAT(few.stricter, IsEmpty()) << "two of twelve";
+  EXPECT_THAT(FoundAmong(9, {"LidUpL", "LidUpR"}, WithoutHeadAnd({0})).stricter, IsEmpty());
+  Take take = EmptyTake();
+  for (int f = 0; f < 20; ++f) Film(take, PlainFace());
+  EXPECT_THAT(FindNeutral(take, PlainPerformer(), FrameRange{1, 20}).stricter, IsEmpty())
+      << "nothing was searched for";
+}
+
+// --- With a rigid head.
+
+namespace {
+
+Neutral FoundByFit(const Take& take, const Performer& performer) {
+  const mien::RigidHead rigid = LearnRigidHead(take, performer).value();
+  return FindNeutral(take, performer, std::nullopt, &rigid);
+}
+
+Performer ByItsHeadMarkers() {
+  Performer performer = PlainPerformer();
+  performer.rigid = performer.head;
+  return performer;
+}
+
+} // namespace
+
+TEST(FindNeutral, ByAFitFindsTheSameRestFace) {
+  const Neutral neutral = FoundByFit(Performance(0), ByItsHeadMarkers());
+  EXPECT_LT(WorstError(neutral.pose), 1e-6);
+  EXPECT_GT(neutral.frames.size(), 40u);
+  EXPECT_LT(WorstError(FoundByFit(Performance(0.2), ByItsHeadMarkers()).pose), 0.25);
+}
+
+TEST(FindNeutral, ByAFitAverageFramesAreNotBlurred) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 60; ++f) Film(take, PlainFace(), Wandering(5 * f));
+  const mien::RigidHead rigid = LearnRigidHead(take, ByItsHeadMarkers()).value();
+  EXPECT_LT(WorstError(FindNeutral(take, ByItsHeadMarkers(), FrameRange{1, 60}, &rigid).pose), kRounding);
+}
+
+// The lids open a tenth of a millimetre further in every frame, and from the middle on the performer talks. At rest the eyes are
+// as they are while the mouth is shut; by themselves as they are in all frames with the eyes as open as usual, 30 to 80.
+TEST(FindNeutral, ByAFitTheEyesHaveANeutralOfTheirOwn) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 101; ++f) {
+    NeutralPose face = PlainFace();
+    Shift(face, {"LidUpL", "LidUpR"}, 0.1 * f);
+    if (f > 50) OpenMouth(face, 1);
+    Shift(face, {"BrowL"}, 0.1 * f);
+    Film(take, face, Wandering(f));
+  }
+  const auto height = [](const Neutral& neutral, const std::string& name) { // over the head markers
+    RigidMotion::Markers reference, now;
+    for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot) {
+      const std::string marker = "H" + std::to_string(slot + 1);
+      reference[slot] = PlainFace().at(marker), now[slot] = neutral.pose.at(marker);
+    }
+    const VgeAMatrix head = RigidMotion(reference).Solve(now).value();
+    return Carried(mien::InverseOfOrthogonalAxes(head), neutral.pose.at(name)).y;
+  };
+  const Neutral common = Found(take), own = FoundByFit(take, ByItsHeadMarkers());
+  EXPECT_EQ(own.frames, common.frames) << "30 to 50";
+  EXPECT_NEAR(height(common, "LidUpL"), 52 + 0.1 * 40, 1e-3);
+  EXPECT_NEAR(height(own, "LidUpL"), 52 + 0.1 * 55, 1e-3);
+  EXPECT_NEAR(height(own, "LidUpR"), 52 + 0.1 * 55, 1e-3);
+  EXPECT_NEAR(height(own, "BrowL"), 59 + 0.1 * 40, 1e-3) << "other parts keep the common one";
+}
+
+// While the performer talks, the tracker shifts the left eye with its corners by 2 mm: in more than half of the frames with the
+// eyes at ease. Against its corners the eye is where it was.
+TEST(FindNeutral, ByAFitTheEyesNeutralIsMeasuredAgainstTheirAnchors) {
+  Performer performer = tests::RigidPerformer();
+  performer.anchors[mien::kLeftEye] = {"EyeInL", "EyeOutL"};
+  Take take = tests::EmptyRigidTake();
+  for (int f = 0; f < 100; ++f) {
+    NeutralPose face = tests::RigidFace();
+    const bool talks = f % 5 >= 2;
+    if (talks) OpenMouth(face, 1);
+    if (talks) Shift(face, {"EyeInL", "EyeOutL", "LidUpL", "LidLowL"}, 2);
+    Film(take, face, Wandering(f));
+  }
+  const NeutralPose pose = FoundByFit(take, performer).pose;
+  const auto gap = [](const NeutralPose& of, const char* a, const char* b) {
+    return Distance(of.at(a), of.at(b));
+  };
+  for (const char* lid : {"LidUpL", "LidLowL", "LidUpR"})
+    for (const char* other : {"EyeInL", "EyeOutL", "Root", "EyeInR"})
+      EXPECT_NEAR(gap(pose, lid, other), gap(tests::RigidFace(), lid, other), 0.05) << lid << ' ' << other;
+  performer.anchors[mien::kLeftEye] = {"TempleR", "H1"}; // which know nothing of it
+  const NeutralPose shifted = FoundByFit(take, performer).pose;
+  EXPECT_GT(gap(shifted, "LidUpL", "EyeInL") - gap(tests::RigidFace(), "LidUpL", "EyeInL"), 0.5);
 }
 
 TEST(FindNeutral, ThreeHeadMarkersDetermineTheHeadsMotion) {

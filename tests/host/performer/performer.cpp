@@ -18,6 +18,16 @@ TEST(Performer, NamesEachMarkerOnceInTheOrderOfFirstUse) {
   EXPECT_THAT(performer.Markers(), ElementsAre("nose", "top", "lip", "chin", "below", "wing"));
 }
 
+TEST(Performer, RigidMarkersAndAnchorsAreMarkersThatDriveNothing) {
+  Performer performer;
+  performer.head = {"nose"};
+  performer.rigid = {"ear", "nose"};
+  performer.anchors[3] = {"in", "ear"}, performer.anchors[1] = {"out", "in"};
+  performer.holders[0][1] = {"lip", "out"};
+  EXPECT_THAT(performer.FaceMarkers(), ElementsAre("lip", "out"));
+  EXPECT_THAT(performer.Markers(), ElementsAre("nose", "ear", "out", "in", "lip"));
+}
+
 TEST(Performer, WithoutMarkersNamesNone) {
   EXPECT_THAT(Performer().FaceMarkers(), IsEmpty());
   EXPECT_THAT(Performer().Markers(), IsEmpty());

@@ -66,6 +66,8 @@ std::string Names(int count) {
 void ExpectEqual(const Performer& a, const Performer& b) {
   EXPECT_EQ(a.name, b.name);
   EXPECT_EQ(a.head, b.head);
+  EXPECT_EQ(a.rigid, b.rigid);
+  EXPECT_EQ(a.anchors, b.anchors);
   EXPECT_EQ(a.holders, b.holders);
   ASSERT_EQ(a.neutral.index(), b.neutral.index());
   if (const auto* frames = std::get_if<FrameRange>(&a.neutral)) {
@@ -129,6 +131,22 @@ TEST(ReadPerformer, TakesNeutralPositions) {
   EXPECT_EQ(pose.at("chin").x, 1);
   EXPECT_EQ(pose.at("chin").y, -2.5);
   EXPECT_EQ(pose.at("chin").z, 300);
+}
+
+TEST(ReadPerformer, TakesRigidMarkersAndAnchors) {
+  const Performer performer = Read(File(kOneMarker, R"("rigid": ["ear", "chin", "brow"], "anchors": {
+      "RightEye": ["in", "out"], "LeftBrow": [] })"));
+  EXPECT_THAT(performer.rigid, ElementsAre("ear", "chin", "brow")) << "one of them may drive a part";
+  decltype(Performer::anchors) expected;
+  expected[4] = {"in", "out"};
+  EXPECT_EQ(performer.anchors, expected);
+  EXPECT_THAT(performer.Markers(), ElementsAre("ear", "chin", "brow", "in", "out"));
+  EXPECT_THAT(Read(File()).rigid, IsEmpty());
+}
+
+// Any number of them: the fit has no limit.
+TEST(ReadPerformer, TakesAnyNumberOfRigidMarkers) {
+  EXPECT_EQ(Read(File(kOneMarker, "\"rigid\": " + Names(300))).rigid.size(), 300u);
 }
 
 TEST(ReadPerformer, AMarkerMayDriveSeveralPartsAndTheHead) {
@@ -224,7 +242,8 @@ TEST(ReadPerformer, ReportsEveryMistakeAtOnce) {
   EXPECT_THAT(
       Lines(error),
       testing::UnorderedElementsAre(
-          "p.json:/hat: nothing is known by this name; use one of: format, name, head, parts, neutral",
+          "p.json:/hat: nothing is known by this name; use one of: format, name, head, rigid, anchors, "
+          "parts, neutral",
           "p.json:/format: this is not known as a performer of this version; write \"format\": \"mien "
           "performer 1\"",
           "p.json:/name: the performer has no name; write \"name\": \"...\"",
@@ -247,6 +266,21 @@ TEST(ReadPerformer, ReportsEveryMistakeAtOnce) {
           "p.json:/neutral/frames: these are not two frame numbers in order; write [FROM, TO]"));
 }
 
+TEST(ReadPerformer, ReportsMistakesInRigidMarkersAndAnchors) {
+  EXPECT_THAT(
+      Lines(Error(File(kOneMarker, R"("rigid": ["a", 5, "a"], "anchors": {
+        "Mouth": ["a", "b"], "LeftEye": ["a", ""], "RightBrow": "a", "Nose": [] })"))),
+      testing::UnorderedElementsAre(
+          "p.json:/rigid/1: this is not a marker name; write it in quotes",
+          "p.json:/rigid/2: the marker \"a\" is in the list already; name it once",
+          "p.json:/anchors/Mouth: nothing is known by this name; use one of: LeftBrow, RightBrow, LeftEye, "
+          "RightEye",
+          "p.json:/anchors/LeftEye/1: the marker name has 0 bytes; use 1 to 255",
+          "p.json:/anchors/RightBrow: this is not a list of marker names; write [\"NAME\", ...]",
+          "p.json:/anchors/Nose: nothing is known by this name; use one of: LeftBrow, RightBrow, LeftEye, "
+          "RightEye"));
+}
+
 TEST(ReadPerformer, RefusesEveryWrongType) {
   const std::string values[] = {"null", "true", "1", "-1.5", "\"text\"", "[]", "{}", "[1]", "{\"a\": 1}"};
   struct Case {
@@ -261,6 +295,13 @@ TEST(ReadPerformer, RefusesEveryWrongType) {
        {"\"text\""}},
       {"/head", File().substr(0, File().size() - 1) + R"(, "head": )", "}", {"[]"}},
       {"/head/0", File().substr(0, File().size() - 1) + R"(, "head": [)", "]}", {"\"text\""}},
+      {"/rigid", File().substr(0, File().size() - 1) + R"(, "rigid": )", "}", {"[]"}},
+      {"/rigid/0", File().substr(0, File().size() - 1) + R"(, "rigid": [)", "]}", {"\"text\""}},
+      {"/anchors", File().substr(0, File().size() - 1) + R"(, "anchors": )", "}", {"{}"}},
+      {"/anchors/LeftEye",
+       File().substr(0, File().size() - 1) + R"(, "anchors": {"LeftEye": )",
+       "}}",
+       {"[]"}},
       {"/parts", R"({"format": "mien performer 1", "name": "A", "parts": )", "}", {}},
       {"/parts/Mouth", R"({"format": "mien performer 1", "name": "A", "parts": {"Mouth": )", "}}", {"{}"}},
       {"/parts/LeftEye/UpperEyeHolder",
@@ -398,7 +439,8 @@ TEST(ReadPerformer, TheFilesOwnWordsCannotSteerTheTerminal) {
 TEST(WritePerformer, ReadsBackTheSame) {
   Performer performer = Read(File(R"({ "Mouth": { "ChinHolder": ["a/b", "ä\"\\~\u0001\n"] },
       "LeftBrow": { "BrowHolder": ["b1", "b2"], "InBrowHolder": ["b3"] }, "RightNostril": { "NostrilHolder": ["a/b"] }})",
-                                  R"("head": ["top", "眉"])"));
+                                  R"("head": ["top", "眉"], "rigid": ["top", "ear \"left\""],
+                                     "anchors": { "RightBrow": ["a/b", "眉"], "LeftEye": ["in", "out"] })"));
   performer.name = "Ada \"the\" 1st\t\xC3\xA4";
   ExpectEqual(Read(Written(performer)), performer);
   performer.neutral = FrameRange{-12, 9007199254740993};
@@ -427,6 +469,27 @@ TEST(WritePerformer, WritesAFileForPeopleToRead) {
   "neutral": {
     "positions": {
       "c": [1.0,2.5,-3.0]
+    }
+  }
+}
+)");
+}
+
+TEST(WritePerformer, WritesRigidMarkersAndAnchorsOnlyWhereThereAreAny) {
+  EXPECT_EQ(Written(Read(File(kOneMarker, R"("head": ["top"], "rigid": ["top", "ear"],
+                              "anchors": { "LeftEye": ["in", "out"], "LeftBrow": ["out"], "RightEye": [] })"))),
+            R"({
+  "format": "mien performer 1",
+  "name": "Ada",
+  "head": ["top"],
+  "rigid": ["top","ear"],
+  "anchors": {
+    "LeftBrow": ["out"],
+    "LeftEye": ["in","out"]
+  },
+  "parts": {
+    "Mouth": {
+      "ChinHolder": ["chin"]
     }
   }
 }
@@ -488,6 +551,9 @@ TEST(BuiltInPerformers, Landmarks68NamesLandmarksOnlyAndTheSameOnBothSides) {
     return std::set<std::string>(names.begin(), names.end());
   };
   EXPECT_EQ(mirror(performer.head), set(performer.head));
+  EXPECT_EQ(mirror(performer.rigid), set(performer.rigid));
+  for (const std::size_t left : {1u, 3u})
+    EXPECT_EQ(mirror(performer.anchors[left]), set(performer.anchors[left + 1])) << left;
   EXPECT_EQ(mirror(performer.holders[0][0]), set(performer.holders[0][3])); // the mouth's corners
   for (const std::size_t h : {1u, 2u, 4u})
     EXPECT_EQ(mirror(performer.holders[0][h]), set(performer.holders[0][h]));
@@ -505,6 +571,10 @@ TEST(BuiltInPerformers, Landmarks68GoesByTheNoseTheInnerCornersOfTheEyesAndTheIn
     return testing::UnorderedElementsAreArray(named);
   };
   EXPECT_THAT(performer.head, names({28, 39, 42, 31, 35}));
+  EXPECT_THAT(performer.rigid,
+              names({0, 1, 2, 14, 15, 16, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 39, 42, 45}));
+  EXPECT_THAT(performer.anchors[1], names({42, 45, 27}));
+  EXPECT_THAT(performer.anchors[3], names({42, 45}));
   EXPECT_THAT(performer.holders[0][1], names({61, 62, 63}));
   EXPECT_THAT(performer.holders[0][2], names({65, 66, 67}));
   EXPECT_THAT(performer.holders[0][4], IsEmpty()) << "no chin";

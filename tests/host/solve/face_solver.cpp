@@ -99,6 +99,22 @@ TEST(FaceSolver, MovedMarkersShowInTheirTemplates) {
   EXPECT_GT(weights.at("LeftBrow.Up"), 0.1);
 }
 
+// By closeness both leave 0 whichever way the brow goes; the two that give it back best tell which way.
+TEST(FaceSolver, BrowsAreFittedOrMeasuredByCloseness) {
+  FaceSolver fit(PlainPerformer(), PlainFace()), core(PlainPerformer(), PlainFace(), mien::BrowMethod::Core);
+  NeutralPose raised = PlainFace();
+  for (const char* name : {"BrowL", "BrowInL", "BrowOutL"}) raised[name].y += 3;
+  const Weights fitted = WeightsOf(Solve(fit, raised)), close = WeightsOf(Solve(core, raised));
+  EXPECT_GT(fitted.at("LeftBrow.Up"), 0.3);
+  EXPECT_EQ(fitted.at("LeftBrow.Down"), 0);
+  EXPECT_GT(close.at("LeftBrow.Up"), 0.1);
+  EXPECT_GT(std::fabs(close.at("LeftBrow.Down")), 0.1);
+  for (const auto& [name, weight] : close)
+    if (!name.starts_with("LeftBrow")) { EXPECT_NEAR(fitted.at(name), weight, kRounding) << name; }
+  EXPECT_LT(Solve(fit, raised).residual_mm[1], Solve(core, raised).residual_mm[1])
+      << "of the weights that it has";
+}
+
 TEST(FaceSolver, WhereTheNeutralPoseStandsMakesNoDifference) {
   tests::Random random(7);
   const Weights upright = SolveOne(Grimace());

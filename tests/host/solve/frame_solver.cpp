@@ -3,7 +3,7 @@
 #include "host/character/character_file.h"
 #include "host/solve/solve_character.h"
 #include "host/solve/solve_take.h"
-#include "tests/host/plain_face.h"
+#include "tests/host/rigid_face.h"
 #include "tests/host/take_along.h"
 
 #include <gmock/gmock.h>
@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 using mien::Animation;
@@ -46,8 +47,7 @@ FrameMarkers MarkersOf(const Take& take, std::size_t frame, const FrameSolver& s
     return p ? std::optional(*p) : std::nullopt;
   };
   FrameMarkers markers;
-  for (std::size_t slot = 0; slot < solver.Head().Markers().size(); ++slot)
-    markers.head[slot] = at(solver.Head().Markers()[slot]);
+  for (const std::string& name : solver.Head().Markers()) markers.head.push_back(at(name));
   for (const std::string& name : solver.Face().Markers()) markers.face.push_back(at(name));
   return markers;
 }
@@ -63,7 +63,7 @@ TEST(FrameSolver, GivesAStreamWhatATakeGets) {
   Animation whole = SolveTake(take, PlainPerformer(), PlainFace(), uncleaned).animation;
   SolveCharacter(whole, character);
 
-  FrameSolver solver(PlainPerformer(), PlainFace(), &character);
+  FrameSolver solver(PlainPerformer(), PlainFace(), nullptr, uncleaned.brows, &character);
   for (std::size_t f = 0; f < take.FrameCount(); ++f) {
     const SolvedFrame& frame = solver.Solve(MarkersOf(take, f, solver));
     EXPECT_TRUE(frame.head_known);
@@ -75,6 +75,44 @@ TEST(FrameSolver, GivesAStreamWhatATakeGets) {
     ASSERT_TRUE(frame.character);
     for (std::size_t s = 0; s < whole.layout.shapes.size(); ++s)
       EXPECT_EQ(frame.character->mWeights[0][s], whole.ShapeWeight(f, s)) << whole.layout.shapes[s];
+  }
+}
+
+// So it is with a rigid head, learned beforehand. What a take's solve has beyond it, calm and anchors, needs the frames to come:
+// neither has a part in this take, whose frames do not follow each other and whose brows and eyes have no rigid neighbours.
+TEST(FrameSolver, GivesAStreamWithARigidHeadWhatATakeGets) {
+  tests::Random random(32);
+  Take take = EmptyTake({"TempleL", "TempleR"});
+  mien::Performer performer = PlainPerformer();
+  performer.rigid = performer.head;
+  for (const char* name : {"TempleL", "TempleR"}) performer.rigid.push_back(name);
+  NeutralPose neutral = tests::RigidFace();
+  for (int f = 0; f < 40; ++f) {
+    NeutralPose face = neutral;
+    face["Chin"].y -= f % 7, face["LidUpL"].y -= f % 5, face["BrowR"].y += f % 3;
+    for (const std::string& name : performer.rigid) // so that the fit is none of the markers' alone
+      face[name].x += random.Between(-0.5, 0.5), face[name].y += random.Between(-0.5, 0.5);
+    take.frames[Film(take, face, tests::AnyMotion(random))] = 3 * f;
+  }
+  const mien::RigidHead rigid = LearnRigidHead(take, performer).value();
+  mien::SolveOptions uncleaned;
+  uncleaned.head_tolerance_mm.reset();
+  for (const mien::BrowMethod brows : {mien::BrowMethod::Fit, mien::BrowMethod::Core}) {
+    uncleaned.brows = brows;
+    const Animation whole = SolveTake(take, performer, neutral, uncleaned, &rigid).animation;
+    FrameSolver solver(performer, neutral, &rigid, brows);
+    EXPECT_EQ(solver.Head().Markers(), rigid.markers);
+    for (std::size_t f = 0; f < take.FrameCount(); ++f) {
+      const SolvedFrame& frame = solver.Solve(MarkersOf(take, f, solver));
+      EXPECT_TRUE(frame.head_known);
+      EXPECT_EQ(frame.head, whole.heads[f]);
+      for (std::size_t t = 0; t < whole.layout.templates.size(); ++t) {
+        const auto& [part, slot, name] = whole.layout.templates[t];
+        EXPECT_EQ(frame.face.weights.mParts[part].mWeights[slot], whole.Weight(f, t)) << name;
+      }
+    }
+    EXPECT_NE(whole.heads[7], SolveTake(take, performer, neutral, uncleaned).animation.heads[7])
+        << "the head markers alone tell another head";
   }
 }
 

@@ -37,6 +37,8 @@ struct Solved {
     for (int f = 0; f < 8; ++f) take.AddFrame(50 + 3 * f, 0.1 * f);
     neutral.how = "the median of 92 rest frames";
     neutral.notes = {{mien::Code::Assumed, "", "few frames are at rest"}};
+    neutral.frames = {50, 53, 71};
+    neutral.spread_mm = {0.5, 0, 0, 1.25};
     options.head_tolerance_mm = 4.5;
     options.fade_s = 0.125;
     options.smooth_positions_hz = 6.25;
@@ -45,6 +47,10 @@ struct Solved {
     report.frames = 8;
     report.frames_without_head = 11;
     report.left_out = {"NoseL", "H2"};
+    report.rigid = {{"H1", 0.25}, {"ear", 0.1}};
+    report.head_calmed = 0.875;
+    report.anchored = {{3, {"EyeInL", "EyeOutL"}, {0.5, 0.75, 0}}};
+    report.neutral_doubts = {{"Mouth.Open", 0.21}, {"LeftEye.Close", 0.125}};
     report.slipped.doubtful_frames = 13;
     report.slipped.markers = {{"H1", 17, 53, 19.125}, {"H3", 23, 71, 0.1}};
     report.head_fills = {{"H1", 2, 40, 30, {0, 0, 0, 0, 31}}};
@@ -137,16 +143,21 @@ TEST(SolveReportJson, TellsTheTake) {
 TEST(SolveReportJson, TellsTheSettings) {
   Solved solved;
   Json json = solved.Parsed()["settings"];
+  EXPECT_EQ(json["head_fit"], "take");
+  EXPECT_EQ(json["brows"], "fit");
   EXPECT_EQ(json["fill"], "cubic:0.15,pattern:0.5");
   EXPECT_EQ(json["fill_head"], "pattern:2");
   EXPECT_EQ(json["head_tolerance_mm"], 4.5);
   EXPECT_EQ(json["fade_s"], 0.125);
   EXPECT_EQ(json["smooth_hz"], 6.25);
   EXPECT_TRUE(json["smooth_weights_hz"].is_null());
+  solved.options.head_fit = mien::HeadFit::Markers, solved.options.brows = mien::BrowMethod::Core;
   solved.options.face_fill.clear();
   solved.options.head_tolerance_mm.reset(), solved.options.smooth_positions_hz.reset();
   solved.options.smooth_weights_hz = 7;
   json = solved.Parsed()["settings"];
+  EXPECT_EQ(json["head_fit"], "markers");
+  EXPECT_EQ(json["brows"], "core");
   EXPECT_EQ(json["fill"], "none");
   EXPECT_TRUE(json["head_tolerance_mm"].is_null());
   EXPECT_TRUE(json["smooth_hz"].is_null());
@@ -154,13 +165,23 @@ TEST(SolveReportJson, TellsTheSettings) {
 }
 
 TEST(SolveReportJson, TellsTheNeutralPose) {
-  EXPECT_EQ(Solved().Parsed()["neutral"],
-            Json::parse(R"({"from": "the median of 92 rest frames", "notes": ["few frames are at rest"]})"));
+  EXPECT_EQ(Solved().Parsed()["neutral"], Json::parse(R"({
+    "from": "the median of 92 rest frames", "frames": [50, 53, 71],
+    "spread": [{"part": "Mouth", "spread_mm": 0.5}, {"part": "LeftEye", "spread_mm": 1.25}],
+    "doubts": [{"template": "Mouth.Open", "difference": 0.21}, {"template": "LeftEye.Close", "difference": 0.125}],
+    "notes": ["few frames are at rest"]})"));
 }
 
 TEST(SolveReportJson, TellsTheHead) {
   const Json json = Solved().Parsed()["head"];
   EXPECT_EQ(json["motion_removed"], true);
+  EXPECT_EQ(json["fit"], "take");
+  EXPECT_EQ(json["rigid_markers"],
+            Json::parse(R"([{"marker": "H1", "spread_mm": 0.25}, {"marker": "ear", "spread_mm": 0.1}])"));
+  EXPECT_EQ(json["calmed"], 0.875);
+  EXPECT_EQ(
+      json["anchored_parts"],
+      Json::parse(R"([{"part": "LeftEye", "anchors": ["EyeInL", "EyeOutL"], "gain": [0.5, 0.75, 0]}])"));
   EXPECT_EQ(json["frames_without_head"], 11);
   EXPECT_EQ(json["doubtful_frames"], 13);
   ASSERT_THAT(json["slipped"], SizeIs(2));
@@ -169,6 +190,15 @@ TEST(SolveReportJson, TellsTheHead) {
   EXPECT_EQ(json["slipped"][1]["furthest_mm"].get<double>(), 0.1);
   EXPECT_EQ(json["markers"], Json::parse(R"([{"marker": "H1", "gaps": 2, "gap_frames": 40, "longest_gap": 30,
                                               "filled_frames": {"pattern": 31}, "empty_frames": 9}])"));
+}
+
+TEST(SolveReportJson, TellsThatTheHeadMarkersAloneFoundTheHead) {
+  Solved solved;
+  solved.solved.report.rigid.clear(), solved.solved.report.anchored.clear();
+  const Json json = solved.Parsed()["head"];
+  EXPECT_EQ(json["fit"], "markers");
+  EXPECT_EQ(json["rigid_markers"], Json::array());
+  EXPECT_EQ(json["anchored_parts"], Json::array());
 }
 
 TEST(SolveReportJson, TellsEachMarkersGaps) {

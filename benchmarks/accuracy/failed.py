@@ -1,0 +1,2 @@
+class Failed(Exception):
+    """A take cannot be used; says why."""

@@ -1,0 +1,120 @@
+"""- NAME.truth.csv holds what was performed: columns frame, phase (may be absent: "turn" where only the head moves, "solo"
+  where one shape acts), weights of shapes or of templates, and the head's rotation R00 .. R22 row by row (may be absent).
+  It belongs to the takes NAME.REST.csv. REST may end in a number: this take's noise in millimetres.
+- known_weights.csv and known_head.csv say the same of all takes of their folder that have no NAME.truth.csv.
+- A landmark CSV with columns AU01_r .. AU45_r has labels.
+- A take is read with the performer file STEM.performer.json beside it; without, with the first NAME.performer.json there
+  whose markers it has; without, with the built-in performer landmarks68, if it has these.
+- Any table may be compressed (.gz).
+"""
+
+import json
+import re
+from dataclasses import dataclass
+
+import numpy
+
+import columns
+import geometry
+from command import convert
+from failed import Failed
+
+LANDMARKS = {f"lm{i}" for i in range(68)}
+
+
+@dataclass
+class Take:
+    performer: str  # as the command takes it
+    group: str  # what takes like it have in common, for tables
+    points: int  # how many the take has
+    frames: numpy.ndarray  # their numbers
+    lengths: dict  # of geometry.py
+    plain_head: tuple  # of geometry.py
+    known: dict  # columns at `frames`; empty where nothing is known
+    labels: dict  # the same
+
+
+def candidates(folder):
+    """The files of a folder, and of those below it, that may be takes."""
+    for path in sorted(folder.rglob("*")):
+        answers = path.name.startswith(("known_weights.csv", "known_head.csv")) or ".truth.csv" in path.name
+        if path.is_file() and not answers and re.search(r"\.(csv|csv\.gz|c3d|trc)$", path.name):
+            yield path
+
+
+def read_take(mien, path, source, scratch, plain_fit_of):
+    """The take in `path`, which was unpacked from `source`. `plain_fit_of`: as geometry.plain_head has it."""
+    stem = re.sub(r"\.(csv|c3d|trc)$", "", path.name)
+    frames, places = convert(mien, path, scratch / "converted.csv")
+    performer_name, performer = performer_for(source, stem, set(places))
+    known, noise = known_of(source, stem)
+    labels = labels_of(path) if path.suffix == ".csv" else {}
+    plain_head = geometry.plain_head(places, performer, plain_fit_of)
+    if performer:
+        lengths = geometry.of_markers(places, performer, plain_head)
+    else:
+        lengths = geometry.of_landmarks(numpy.stack([places[f"lm{i}"] for i in range(68)], 1))
+    about = ["optical markers" if performer else "landmarks"]
+    about.append("known answers" if known else "labels" if labels else "no answers")
+    if noise:
+        about.append(f"{noise} mm of noise")
+    return Take(
+        performer=performer_name,
+        group=", ".join(about),
+        points=len(places),
+        frames=frames,
+        lengths=lengths,
+        plain_head=plain_head,
+        known=columns.at_frames(known, frames) if known else {},
+        labels=columns.at_frames(labels, frames) if labels else {},
+    )
+
+
+def performer_for(path, stem, markers):
+    """The performer of a take, as the command takes it, and the file's content; None for landmarks68."""
+    beside = sorted(path.parent.glob("*.performer.json"), key=lambda file: (file.name != stem + ".performer.json", file))
+    faults = []
+    for file in beside:
+        try:
+            performer = json.loads(file.read_text())
+            without = markers_of(performer) - markers
+        except (ValueError, AttributeError, TypeError) as fault:
+            raise Failed(f"{file.name} is no performer file: {fault}") from fault
+        if not without:
+            return str(file), performer
+        faults.append(f"{file.name} needs {min(without)}")
+    if LANDMARKS <= markers:
+        return "landmarks68", None
+    raise Failed(": ".join(["no performer file beside it has its markers", *faults[:1]]))
+
+
+def markers_of(performer):
+    parts = performer.get("parts", {})
+    face = {name for part in parts.values() for holder in part.values() for name in holder}
+    return {*performer.get("head", []), *face}
+
+
+def known_of(path, stem):
+    """The columns of what was performed, or none, and the noise that the take's name tells, or none."""
+    for cut in range(len(stem), 0, -1):
+        for ending in (".truth.csv", ".truth.csv.gz"):
+            file = path.with_name(stem[:cut] + ending)
+            if (cut == len(stem) or stem[cut] == ".") and file.exists():
+                noise = re.search(r"\.(\d+(?:\.\d+)?)$", stem[cut:])
+                return columns.read(file), noise and noise.group(1)
+    known = {}
+    for name in ("known_weights.csv", "known_head.csv"):
+        if path.with_name(name).exists():
+            known.update(columns.read(path.with_name(name)))
+    return known, None
+
+
+def labels_of(path):
+    """The labels and the gaze of a landmark CSV's first face, or nothing."""
+    if not any(re.fullmatch(r"AU\d\d_r", name) for name in columns.header(path)):
+        return {}
+    table = columns.read(path, lambda name: re.fullmatch(r"frame|face_id|AU\d\d_r|gaze_angle_y|pose_Rx", name))
+    if "face_id" in table:
+        first = table["face_id"] == table["face_id"][0]
+        table = {name: values[first] for name, values in table.items()}
+    return table

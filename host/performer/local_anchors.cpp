@@ -1,0 +1,140 @@
+#include "host/performer/local_anchors.h"
+
+#include "host/base/face_parts.h"
+#include "mien/base/affine.h"
+
+#include <algorithm>
+
+namespace mien {
+
+static_assert(kAnchoredParts == std::array<std::size_t, 4>{kLeftBrow, kRightBrow, kLeftEye, kRightEye});
+
+namespace {
+
+bool Drives(const Performer& performer, std::size_t part, const std::string& marker) {
+  return std::any_of(performer.holders[part].begin(), performer.holders[part].end(), [&](const auto& holder) {
+    return std::find(holder.begin(), holder.end(), marker) != holder.end();
+  });
+}
+
+std::optional<VgeTVector> PlaceOf(const std::string& marker, const NeutralPose& neutral) {
+  const auto place = neutral.find(marker);
+  if (place == neutral.end()) return std::nullopt;
+  return VgeTVector{place->second.x, place->second.y, place->second.z};
+}
+
+/// The middle of a part's markers on the neutral face.
+std::optional<VgeTVector> MiddleOf(std::size_t part, const Performer& performer, const NeutralPose& neutral) {
+  VgeTVector sum = {0, 0, 0};
+  double count = 0;
+  for (const auto& holder : performer.holders[part])
+    for (const std::string& marker : holder)
+      if (const auto p = PlaceOf(marker, neutral)) {
+        sum = {sum.x + p->x, sum.y + p->y, sum.z + p->z};
+        ++count;
+      }
+  if (count == 0) return std::nullopt;
+  return VgeTVector{sum.x / count, sum.y / count, sum.z / count};
+}
+
+double BetweenTheEyes(const Performer& performer, const NeutralPose& neutral) {
+  for (const auto& [left, right] : {std::pair(kLeftEye, kRightEye), std::pair(kLeftBrow, kRightBrow)}) {
+    const auto l = MiddleOf(left, performer, neutral), r = MiddleOf(right, performer, neutral);
+    if (l && r) return Distance(*l, *r);
+  }
+  return 0;
+}
+
+} // namespace
+
+std::vector<std::string> AnchorsOf(std::size_t part, const Performer& performer, const NeutralPose& neutral,
+                                   const RigidHead& rigid) {
+  constexpr double kNear =
+      0.6; // of the way to the other eye: both corners and the root of the nose, not the other eye's
+  std::vector<std::string> anchors;
+  const auto middle = MiddleOf(part, performer, neutral);
+  if (!middle) return anchors;
+  const double near = kNear * BetweenTheEyes(performer, neutral);
+  const bool named = !performer.anchors[part].empty();
+  for (const std::string& marker : named ? performer.anchors[part] : rigid.markers) {
+    const auto place = PlaceOf(marker, neutral);
+    if (place && (named || (!Drives(performer, part, marker) && Distance(*place, *middle) < near)))
+      anchors.push_back(marker);
+  }
+  if (anchors.size() < 2) anchors.clear();
+  return anchors;
+}
+
+LocalAnchors::LocalAnchors(const Take& anchors, const std::vector<Point>& rest)
+    : ways_(anchors.FrameCount()) {
+  struct Sight {
+    std::size_t frame, marker;
+    Way off; // its place on the neutral face
+  };
+  std::vector<Sight> sights; // in frames that see two or more
+  std::vector<double> in_frame(anchors.FrameCount(), 0), of_marker(rest.size(), 0);
+  for (std::size_t f = 0; f < anchors.FrameCount(); ++f) {
+    const std::size_t before = sights.size();
+    for (std::size_t m = 0; m < rest.size(); ++m)
+      if (const Point* const p = anchors.At(f, m))
+        sights.push_back({f, m, {p->x - rest[m].x, p->y - rest[m].y, p->z - rest[m].z}});
+    if (sights.size() < before + 2) sights.resize(before);
+    for (std::size_t i = before; i < sights.size(); ++i) ++in_frame[f], ++of_marker[sights[i].marker];
+    if (sights.size() > before) ways_[f] = Way{};
+  }
+
+  // Each anchor's way is the common one, and a steady distance of its own, which is neither noise nor to be missed when the
+  // anchor is hidden. The two are found in turns, which is exact at once where all anchors are seen.
+  std::vector<Way> own(rest.size(), Way{});
+  const auto find_ways = [&](std::size_t axis) {
+    for (auto& way : ways_)
+      if (way) (*way)[axis] = 0;
+    for (const auto& [f, m, off] : sights) (*ways_[f])[axis] += (off[axis] - own[m][axis]) / in_frame[f];
+  };
+  const auto find_own = [&](std::size_t axis) {
+    for (Way& way : own) way[axis] = 0;
+    for (const auto& [f, m, off] : sights) own[m][axis] += (off[axis] - (*ways_[f])[axis]) / of_marker[m];
+    double mean = 0;
+    for (const Way& way : own) mean += way[axis] / static_cast<double>(own.size());
+    for (Way& way : own) way[axis] -= mean;
+  };
+  constexpr int kRounds = 20; // each leaves a quarter of the error where every frame sees two of three
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    for (int round = 0; round < kRounds; ++round) find_ways(axis), find_own(axis);
+    find_ways(axis);
+    double frames = 0, sum = 0, squares = 0, noise = 0;
+    for (const auto& way : ways_)
+      if (way) ++frames, sum += (*way)[axis], squares += (*way)[axis] * (*way)[axis];
+    for (const auto& [f, m, off] : sights) {
+      const double difference = off[axis] - own[m][axis] - (*ways_[f])[axis];
+      noise += difference * difference / (in_frame[f] - 1) / in_frame[f]; // of a mean of so many
+    }
+    const double scatter = frames > 0 ? squares - sum * sum / frames : 0;
+    gain_[axis] = scatter > 0 ? std::clamp(1 - noise / scatter, 0.0, 1.0) : 0;
+  }
+  FillUnseen(anchors.times);
+}
+
+void LocalAnchors::FillUnseen(const std::vector<double>& times) {
+  std::optional<std::size_t> last; // the last frame that sees two
+  for (std::size_t f = 0; f < ways_.size(); ++f) {
+    if (!ways_[f]) continue;
+    for (std::size_t i = last ? *last + 1 : 0; i < f; ++i) {
+      ways_[i] = ways_[f];
+      if (!last) continue;
+      const double share = (times[i] - times[*last]) / (times[f] - times[*last]);
+      for (std::size_t axis = 0; axis < 3; ++axis)
+        (*ways_[i])[axis] = (*ways_[*last])[axis] + ((*ways_[f])[axis] - (*ways_[*last])[axis]) * share;
+    }
+    last = f;
+  }
+  if (last) std::fill(ways_.begin() + static_cast<std::ptrdiff_t>(*last), ways_.end(), ways_[*last]);
+}
+
+Point LocalAnchors::Measure(const Point& place, std::size_t frame) const {
+  if (!ways_[frame]) return place;
+  const Way& way = *ways_[frame];
+  return {place.x - gain_[0] * way[0], place.y - gain_[1] * way[1], place.z - gain_[2] * way[2]};
+}
+
+} // namespace mien

@@ -1,0 +1,94 @@
+#include "host/performer/rigid_head.h"
+
+#include "host/base/statistics.h"
+#include "host/takes/marker_indices.h"
+#include "mien/base/affine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace mien {
+
+namespace {
+
+bool Contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+/// How far a marker strays from the head, per axis, in nine of ten frames; nothing where it is seen in less than half of them.
+class Straying {
+public:
+  Straying(const Take& take, const RigidBody& head, const std::vector<std::size_t>& head_markers)
+      : take_(take) {
+    constexpr std::size_t kMostFrames = 1000; // as many as the body is learned from
+    const std::size_t count = std::min(take.FrameCount(), kMostFrames);
+    RigidFit fit(head);
+    RigidBody::Points seen(head_markers.size());
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::size_t frame = i * take.FrameCount() / count;
+      for (std::size_t m = 0; m < head_markers.size(); ++m) {
+        const Point* const p = take.At(frame, head_markers[m]);
+        seen[m] = p ? std::optional(*p) : std::nullopt;
+      }
+      if (const auto motion = fit.Solve(seen)) {
+        frames_.push_back(frame);
+        to_head_.push_back(InverseOfOrthogonalAxes(*motion));
+      }
+    }
+  }
+
+  std::optional<double> Of(std::size_t marker) const {
+    std::vector<VgeTVector> places;
+    for (std::size_t i = 0; i < frames_.size(); ++i)
+      if (const Point* p = take_.At(frames_[i], marker))
+        places.push_back(TransformPoint(to_head_[i], {p->x, p->y, p->z}));
+    if (places.empty() || places.size() * 2 < frames_.size()) return std::nullopt;
+    std::vector<double> x, y, z, squares;
+    for (const VgeTVector& p : places) x.push_back(p.x), y.push_back(p.y), z.push_back(p.z);
+    const VgeTVector middle = {Median(x), Median(y), Median(z)};
+    for (const VgeTVector& p : places) {
+      const VgeTVector off = Difference(p, middle);
+      squares.push_back(Dot(off, off));
+    }
+    constexpr double kNineTenths = 6.251; // of a sum of three squares of unit deviation
+    return std::sqrt(Quantile(squares, 0.9) / kNineTenths);
+  }
+
+private:
+  const Take& take_;
+  std::vector<std::size_t> frames_;
+  std::vector<VgeAMatrix> to_head_;
+};
+
+} // namespace
+
+std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& performer) {
+  constexpr std::size_t kFewest = 4;
+  RigidHead head;
+  head.markers = performer.rigid;
+  if (head.markers.empty() && performer.head.size() >= 3) {
+    head.markers = performer.head;
+    const std::vector<std::size_t> of_head = MarkerIndices(take, performer.head);
+    const RigidBody body = LearnRigidBody(take, of_head);
+    const Straying straying(take, body, of_head);
+    const std::vector<std::string> of_face = performer.FaceMarkers();
+    for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
+      const std::string& name = take.markers[m];
+      if (Contains(head.markers, name) || Contains(of_face, name)) continue;
+      const auto strays = straying.Of(m);
+      if (strays && *strays <= 2 * body.noise_mm) head.markers.push_back(name);
+    }
+    // In an order of their own: that of the take's markers must make no difference.
+    std::sort(head.markers.begin() + static_cast<std::ptrdiff_t>(performer.head.size()), head.markers.end());
+  }
+  if (head.markers.size() < kFewest) return std::nullopt;
+  head.body = LearnRigidBody(take, MarkerIndices(take, head.markers));
+  if (std::count_if(head.body.places.begin(), head.body.places.end(), [](const auto& place) {
+        return place.has_value();
+      }) < static_cast<std::ptrdiff_t>(kFewest))
+    return std::nullopt;
+  return head;
+}
+
+} // namespace mien

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "host/cleaning/rigid_motion.h"
+#include "host/performer/performer.h"
+#include "host/performer/rigid_head.h"
+#include "host/takes/frame_span.h"
+#include "host/takes/take.h"
+#include "mien/base/geometry.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// The performer's markers over some frames of a take, with the head's motion removed: in the head's frame, which stands where
+/// the body of `rigid` does, or, without it, where the head is in the frame that sees most of its markers. Frames are counted
+/// from the first of these. With fewer than three head markers, and in a single frame, nothing is removed.
+class StabilisedMarkers {
+public:
+  /// `rigid` may be null: then the head markers tell the head. The take must outlive it.
+  StabilisedMarkers(const Take& take, const Performer& performer, const FrameSpan& frames,
+                    const RigidHead* rigid);
+
+  std::size_t FrameCount() const { return frames_.Count(); }
+  /// The number of a frame in the take.
+  std::int64_t Number(std::size_t f) const { return take_.frames[frames_.first + f]; }
+  bool AnyIsSeen() const;
+  bool HeadIsFound(std::size_t f) const { return heads_[f].has_value(); }
+  bool HeadIsNeverFound() const;
+
+  /// A marker's place in the head's frame, by its index in the take; nothing for a gap and in a frame in which the head was not
+  /// found.
+  std::optional<VgeTVector> At(std::size_t f, std::size_t marker) const;
+
+  /// These markers of the take in the head's frame, carried on by `to`.
+  Take Carried(const std::vector<std::string>& names, const VgeAMatrix& to) const;
+
+  /// What is in the middle of some values; it may change their order.
+  using MiddleOf = std::function<double(std::vector<double>&)>;
+
+  /// The place of each of the performer's markers over the frames for which `use` is true (size: frames), per axis; without
+  /// those that none of these sees.
+  NeutralPose Pose(const std::vector<bool>& use, const MiddleOf& middle_of) const;
+
+private:
+  std::optional<Point> Place(std::size_t marker, const std::vector<bool>& use,
+                             const MiddleOf& middle_of) const;
+  RigidMotion::Markers HeadMarkers(std::size_t f) const;
+  void SolveHeads(const RigidMotion::Markers& reference);
+  void FitHeads(const RigidHead& rigid);
+  void RemoveHeadMotion();
+
+  const Take& take_;
+  std::vector<std::string> names_;
+  std::vector<std::size_t> indices_; // of names_
+  std::vector<std::size_t> head_;
+  FrameSpan frames_;
+  std::vector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
+};
+
+} // namespace mien
