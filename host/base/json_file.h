@@ -28,17 +28,17 @@ public:
   /// Collects a mistake for each key of the object that is not one of `known`.
   void CheckKeys(const Pointer& place, const Json& object, const std::vector<std::string_view>& known);
 
-  /// Whether it is an object; collects a mistake if not.
+  /// Whether this is an object; collects a mistake if not.
   bool RequireObject(const Pointer& place, const Json& json);
 
-  /// Collects a mistake unless the root's "format" is `format`, as that of a `what` ("performer"), and answers
-  /// its "name". Throws if the root is no object.
+  /// Answers the root's "name", and collects a mistake unless its "format" is `format`. `what` the file is, for messages:
+  /// "performer". Throws where the root is not an object, and where the format is another one of ours.
   std::string ReadHeading(std::string_view format, std::string_view what);
 
-  /// A list of names without repetition. `what` is named: "marker".
+  /// A list of names, each once. `what` they are, for messages: "marker".
   std::vector<std::string> ReadNames(const Pointer& place, const Json& names, std::string_view what);
 
-  /// Whether it has the 1 to 255 bytes that a name may have, none of them 0; collects a mistake if not.
+  /// Whether this can be a name: 1 to 255 bytes, none of them 0; collects a mistake if not.
   bool CheckName(const Pointer& place, const std::string& name, std::string_view what);
 
   /// Throws InputError with all mistakes if there are any.

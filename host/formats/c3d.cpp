@@ -28,7 +28,7 @@ namespace {
 
 constexpr std::size_t kMostLeadingZeros = 512;
 
-// Millimetres of the file's unit, which the take is given.
+// Sets the take's unit to the file's and answers its millimetres.
 double ReadUnit(const Parameters& parameters, Take& take) {
   const std::string unit = parameters.Text("POINT", "UNITS");
   const std::optional<double> millimetres = MillimetresOf(unit);
@@ -36,7 +36,7 @@ double ReadUnit(const Parameters& parameters, Take& take) {
   if (!millimetres && !parameters.Empty())
     take.notes.push_back(
         {Code::Assumed, "",
-         unit.empty() ? "no unit is given; positions are taken as millimetres"
+         unit.empty() ? "the file gives no unit; positions are taken as millimetres"
                       : fmt::format("the unit {} is unknown or ambiguous; positions are taken as millimetres",
                                     Quoted(unit))});
   return millimetres.value_or(1);
@@ -48,10 +48,11 @@ bool IsC3d(std::string_view bytes) {
   const std::size_t zeros = LeadingZeros(bytes);
   if (zeros > kMostLeadingZeros) return false;
   bytes.remove_prefix(zeros);
-  constexpr std::size_t kRecord = 24; // the header's first 12 words, the ones that every file fills
+  constexpr std::size_t kRecord = 24; // the header's first 12 words, which every file fills
   if (bytes.size() < kRecord || Byte(bytes[1]) != kKey) return false;
   if (bytes.substr(0, kBlock).find('\0') == std::string_view::npos) return false; // text
-  constexpr unsigned kUsualBlocks = 32; // before the parameters; beyond, what stands there has to bear it out
+  constexpr unsigned kUsualBlocks =
+      32; // before the parameters; a later block must have the code of a processor
   const unsigned block = Byte(bytes[0]);
   if (block < 2) return false;
   if (block < kUsualBlocks) return true;
@@ -66,8 +67,9 @@ Take ReadC3d(std::string_view bytes, const std::string& file, const std::optiona
   Parameters parameters(header, notes);
   const Layout layout = FindLayout(header, parameters, notes);
   if (layout.Begin() > header.ParametersBegin() && parameters.CutAt(layout.Begin()))
-    notes.push_back({Code::Ignored, header.Place(layout.Begin()),
-                     "the data begin within the parameters; those that lie beyond are ignored"});
+    notes.push_back(
+        {Code::Ignored, header.Place(layout.Begin()),
+         "the data begin within the parameters; parameters that reach into the data are ignored"});
 
   Take take(MarkerNames(parameters, layout.points, notes));
   take.notes = std::move(notes);

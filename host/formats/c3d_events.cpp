@@ -16,7 +16,7 @@ namespace {
 
 struct Events {
   std::vector<TakeEvent> list;
-  std::size_t lost = 0; // whose time is no number
+  std::size_t lost = 0; // those with a time that is not finite
 
   void Add(double time, std::string label) {
     if (!std::isfinite(time)) {
@@ -36,7 +36,7 @@ void ReadGroup(const Parameters& parameters, Events& events, std::vector<Note>& 
   if (times.size() / 2 < used) {
     notes.push_back(
         {Code::Missing, "",
-         fmt::format("EVENT:TIMES has {} numbers and not two for each of {} events; they are not read",
+         fmt::format("EVENT:TIMES has {} numbers instead of two for each of {} events, which are ignored",
                      times.size(), used)});
     return;
   }
@@ -53,8 +53,8 @@ void ReadHeaderEvents(const Header& header, const FrameRate& rate, double first_
                         kMost = 18;
   const std::size_t count = header.Word(kKeyWord) == kEventKey ? header.Word(kCountWord) : 0;
   if (count > kMost)
-    notes.push_back(
-        {Code::InvalidValue, "", fmt::format("the header says {} events and has room for {}", count, kMost)});
+    notes.push_back({Code::InvalidValue, "",
+                     fmt::format("the header declares {} events and has room for {}", count, kMost)});
   const std::size_t from_group = events.list.size();
   for (std::size_t i = 0; i < std::min(count, kMost); ++i) {
     const double time = first_time + header.Real(kFirstTimeWord + 2 * i);
@@ -81,7 +81,8 @@ std::vector<TakeEvent> ReadEvents(const Header& header, const Parameters& parame
                    [](const TakeEvent& a, const TakeEvent& b) { return a.time < b.time; });
   if (events.lost > 0)
     notes.push_back(
-        {Code::InvalidValue, "", fmt::format("events whose time is no number, not read: {}", events.lost)});
+        {Code::InvalidValue, "",
+         fmt::format("events with a time that is not a number, which are ignored: {}", events.lost)});
   return std::move(events.list);
 }
 

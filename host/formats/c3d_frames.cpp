@@ -13,7 +13,7 @@
 namespace mien::c3d {
 namespace {
 
-// Positions that were taken as gaps though the file does not mark them as such.
+// Positions that are read as gaps although the file does not mark them as such.
 struct Oddities {
   std::uint64_t not_finite = 0; // NaN or infinite coordinates
   std::uint64_t zero = 0;       // exactly (0, 0, 0)
@@ -21,7 +21,7 @@ struct Oddities {
   std::uint64_t no_word = 0; // the fourth number is NaN or what no 16-bit word can be
 };
 
-// The frames from `at` on; all that differs between the encodings is known when this is compiled.
+// The frames from `at` on. What differs between the encodings is known at compile time.
 template <Processor kProcessor, bool kReal>
 Oddities ReadFrames(const char* at, const Layout& layout, double scale_mm, std::int64_t first, Take& take) {
   constexpr std::size_t kNumber = kReal ? 4 : 2;

@@ -13,7 +13,7 @@ Processor ReadProcessor(const Header& header, std::vector<Note>& notes) {
   const unsigned index = code >= 1 && code <= 3 ? code - 1 : code - kIntelCode;
   if (index > 2)
     header.Fail(Code::InvalidValue, at,
-                fmt::format("the processor is {}, which is none of 84 (Intel), 85 (DEC), 86 (SGI)", code),
+                fmt::format("the processor is {} instead of 84 (Intel), 85 (DEC) or 86 (SGI)", code),
                 kExportAgain);
   if (code < kIntelCode)
     notes.push_back({Code::InvalidValue, header.Place(at),
@@ -36,7 +36,7 @@ void Header::Fail(Code code, std::size_t offset, std::string_view what, std::str
 Header ReadHeader(std::string_view bytes, const std::string& file, std::vector<Note>& notes) {
   const std::size_t zeros = LeadingZeros(bytes);
   if (zeros > 0)
-    notes.push_back({Code::Ignored, "", fmt::format("{} zero bytes before the header, skipped", zeros)});
+    notes.push_back({Code::Ignored, "", fmt::format("{} zero bytes before the header are skipped", zeros)});
   Header header{file, bytes.substr(zeros), zeros};
   const std::size_t size = header.bytes.size();
   if (size < kBlock)

@@ -19,8 +19,8 @@ std::vector<std::string> MarkerNames(const Parameters& parameters, std::size_t p
   const std::size_t labels = names.size();
   if (labels < points && !parameters.Empty())
     notes.push_back({Code::Missing, "",
-                     fmt::format("{} labels for {} points: the others are numbered, \"point {}\" ...", labels,
-                                 points, labels + 1)});
+                     fmt::format("{} labels for {} points; the others are named \"point {}\" and so on",
+                                 labels, points, labels + 1)});
   names.resize(points);
 
   std::vector<bool> made_up(points);
@@ -42,9 +42,9 @@ std::vector<std::string> MarkerNames(const Parameters& parameters, std::size_t p
   const auto note = [&](Code code, std::string_view what, const std::vector<std::string>& which) {
     if (!which.empty()) notes.push_back({code, "", fmt::format("{}{}", what, SomeQuoted(which, 1))});
   };
-  note(Code::Missing, "blank label: named ", blank);
+  note(Code::Missing, "blank label, named ", blank);
   note(Code::Assumed, "label that is not UTF-8, read as Latin-1: ", latin);
-  note(Code::Duplicate, "label that is there before, so that it got a number: ", twice);
+  note(Code::Duplicate, "repeated label, which gets a number: ", twice);
   return names;
 }
 

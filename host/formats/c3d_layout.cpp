@@ -14,11 +14,11 @@
 namespace mien::c3d {
 namespace {
 
-// What a file says about one number, in several places: the likeliest first, each value once.
+// What a file gives for one number in several places: the likeliest first, each value once.
 struct Claims {
   struct Claim {
     std::uint64_t value;
-    std::string by; // empty where nobody says it and it is assumed
+    std::string by; // empty where it is assumed
   };
   std::vector<Claim> list;
 
@@ -39,10 +39,10 @@ struct LayoutClaims {
 
 bool IsScale(std::optional<double> scale) { return scale && std::isfinite(*scale) && *scale != 0; }
 
-// A count of 0xFFFF is all that a word can say of more frames, too.
+// A word has this value also where there are more frames.
 bool IsMostOfAWord(std::optional<std::uint32_t> frames) { return frames == kMostInWord; }
 
-// Gathers what is said, without judging it.
+// Collects the claims without judging them.
 class ClaimReader {
 public:
   ClaimReader(const Header& header, const Parameters& parameters, std::vector<Note>& notes)
@@ -59,7 +59,7 @@ public:
     if (!missing_.empty() && !parameters_.Empty())
       notes_.push_back(
           {Code::Missing, "",
-           fmt::format("missing, so that the header's values are taken: {}", fmt::join(missing_, ", "))});
+           fmt::format("missing, so the header's values are taken: {}", fmt::join(missing_, ", "))});
     return claims;
   }
 
@@ -71,8 +71,7 @@ private:
     if (!used) missing_.emplace_back("POINT:USED");
     points.AddUnlessZero(header_.Word(2), "the header");
     if (points.list.empty())
-      throw InputError(Code::Empty, header_.file, "",
-                       "there are no markers in the file, the number of its points is 0",
+      throw InputError(Code::Empty, header_.file, "", "there are no markers: the number of points is 0",
                        "export the take again, with its markers");
     return points;
   }
@@ -92,7 +91,7 @@ private:
       frames.Add(FramesOfHeader(), "the header");
     }
     if (frames.list.empty())
-      throw InputError(Code::Empty, header_.file, "", "there are no frames in the file, their number is 0",
+      throw InputError(Code::Empty, header_.file, "", "there are no frames: their number is 0",
                        "export the take again, with its frames");
     return frames;
   }
@@ -117,7 +116,7 @@ private:
     return std::uint64_t{*last} - *first + 1;
   }
 
-  // By the scale's sign: it is negative where the data are floats.
+  // From the scale's sign, which is negative where the data are floats.
   Claims Real() {
     Claims real;
     const std::optional<double> scale = parameters_.Number("POINT", "SCALE");
@@ -139,7 +138,7 @@ private:
     return analog;
   }
 
-  // Of so many samples in a frame.
+  // With so many samples per frame.
   std::optional<std::uint64_t> AnalogPerFrame(double samples) const {
     const std::optional<std::uint32_t> channels = parameters_.Count("ANALOG", "USED");
     samples = std::round(samples);
@@ -160,7 +159,7 @@ private:
       block.Add((parameters_.End() + kBlock - 1) / kBlock + 1, "");
       notes_.push_back(
           {Code::Assumed, "",
-           fmt::format("where the data begin is not said; taken as block {}, the one behind the parameters",
+           fmt::format("the data's first block is missing; taken as block {}, which follows the parameters",
                        block.list[0].value)});
     }
     return block;
@@ -169,17 +168,17 @@ private:
   const Header& header_;
   const Parameters& parameters_;
   std::vector<Note>& notes_;
-  std::vector<std::string> missing_; // parameters for which the header stands in
+  std::vector<std::string> missing_; // parameters that the header replaces
 };
 
-// How well a layout goes with the file's size; less is better.
+// How badly a layout fits the file's size; less is better.
 int Misfit(const Layout& layout, std::size_t size, std::size_t parameters_end) {
   const int fills = layout.frames > layout.Room(size) ? 4 : size - layout.End() >= kBlock ? 2 : 0;
   return fills + (layout.Begin() < parameters_end ? 1 : 0);
 }
 constexpr int kFills = 2; // below: the data end in the file's last block
 
-// Of all that the claims allow, the first that fits best, and its misfit.
+// Of all combinations of the claims, the first of those that fit best, and its misfit.
 std::pair<Layout, int> BestFit(const LayoutClaims& claims, std::size_t size, std::size_t parameters_end) {
   std::pair<Layout, int> best{{}, std::numeric_limits<int>::max()};
   for (const auto& b : claims.block.list)
@@ -223,7 +222,7 @@ void NoteChoice(const Claims& claims, std::uint64_t taken, std::string_view what
                                fills ? ", with which the data fill the file" : "")});
 }
 
-// Where the scales disagree, and where there is none: then the data must fill the file as floats.
+// Where the scales disagree, and where there is none; then the data must fill the file as floats.
 void NoteScale(const Header& header, const Parameters& parameters, const Claims& real, const Layout& layout,
                bool fills, std::vector<Note>& notes) {
   if (real.list.size() > 1)
@@ -235,14 +234,13 @@ void NoteScale(const Header& header, const Parameters& parameters, const Claims&
   if (!real.AreAssumed()) return;
   if (!fills)
     throw InputError(Code::Syntax, header.file, "",
-                     "POINT:SCALE is 0 or no number, so that the data can be integers or floats",
-                     kExportAgain);
+                     "POINT:SCALE is 0 or not a number, so the data may be integers or floats", kExportAgain);
   notes.push_back({Code::Assumed, "",
-                   "POINT:SCALE is 0 or no number; the data, which fill the file as floats, are taken as "
-                   "such, without residuals"});
+                   "POINT:SCALE is 0 or not a number; the data fill the file as floats and are read as "
+                   "floats, without residuals"});
 }
 
-// Bounds the declared frames by those that are there.
+// Limits the declared frames to those in the file.
 void FitFrames(const Header& header, const Parameters& parameters, bool fills, Layout& layout,
                std::vector<Note>& notes) {
   const std::uint64_t room = layout.Room(header.bytes.size());
@@ -255,24 +253,26 @@ void FitFrames(const Header& header, const Parameters& parameters, bool fills, L
   if (layout.frames > room) {
     notes.push_back(
         {Code::Truncated, "",
-         fmt::format("{} frames declared, {} in the file: it is cut short", layout.frames, room)});
+         fmt::format("{} frames are declared, and the file has {}: it is cut short", layout.frames, room)});
     layout.frames = room;
   } else if (!fills && room > layout.frames) {
     if (layout.frames == kMostInWord && IsMostOfAWord(parameters.Count("POINT", "FRAMES"))) {
-      notes.push_back({Code::Contradiction, "",
-                       fmt::format("{} frames declared, the most that POINT:FRAMES can say, and {} in the "
-                                   "file: all are read",
-                                   layout.frames, room)});
+      notes.push_back(
+          {Code::Contradiction, "",
+           fmt::format("{} frames are declared, the most that POINT:FRAMES can hold, and the file "
+                       "has {}: all are read",
+                       layout.frames, room)});
       layout.frames = room;
     } else {
-      notes.push_back({Code::Ignored, "",
-                       fmt::format("{} frames declared, and room for {} in the file: the rest is not read",
-                                   layout.frames, room)});
+      notes.push_back(
+          {Code::Ignored, "",
+           fmt::format("{} frames are declared, and the file has room for {}: the rest is ignored",
+                       layout.frames, room)});
     }
   }
 }
 
-// The first of the file's scales that is for its kind of numbers.
+// The first of the file's scales that has the sign of its kind of numbers.
 double ScaleOf(const Header& header, const Parameters& parameters, bool real) {
   for (const std::optional<double> scale :
        {parameters.Number("POINT", "SCALE"), std::optional(header.Real(7))})
@@ -285,8 +285,8 @@ double ScaleOf(const Header& header, const Parameters& parameters, bool real) {
 Layout FindLayout(const Header& header, const Parameters& parameters, std::vector<Note>& notes) {
   if (parameters.Empty())
     notes.push_back({Code::Missing, "",
-                     "there are no parameters: markers are numbered, positions taken as millimetres, the "
-                     "rest is what the header says"});
+                     "there are no parameters: markers are numbered, positions are taken as millimetres, and "
+                     "the rest comes from the header"});
   LayoutClaims claims = ClaimReader(header, parameters, notes).Read();
   auto [layout, misfit] = BestFit(claims, header.bytes.size(), parameters.End());
   TryFurtherFrames(header, parameters.End(), claims, layout, misfit);

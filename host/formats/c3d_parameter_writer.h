@@ -12,18 +12,18 @@ namespace mien::c3d {
 
 inline constexpr std::size_t kLongestText = 255; ///< bytes: one byte counts them
 
-/// A word, and a number in single precision, as Intel lays them out.
+/// Append a word, and a number in single precision, in Intel's byte order.
 void AppendWord(std::string& bytes, std::int64_t word);
 void AppendReal(std::string& bytes, double real);
 
 /// Writes the parameters of a file for Intel, record by record.
 class ParameterWriter {
 public:
-  /// `file` is the name for messages, and must outlive the writer. Too much in one record, or in all of them, throws
-  /// InputError.
+  /// `file` is the name for messages and must outlive the writer. What does not fit into a record, or into the section,
+  /// throws InputError.
   explicit ParameterWriter(const std::string& file) : file_(file) {}
 
-  /// Begins a group, to which what follows belongs.
+  /// Begins a group, which gets the parameters that follow.
   void Group(std::string_view name);
 
   void Word(std::string_view name, std::int64_t word);
@@ -31,17 +31,17 @@ public:
   void Real(std::string_view name, double real);
   void Text(std::string_view name, std::string_view text); ///< kLongestText bytes at most
 
-  /// Padded with blanks to the longest of its array, of which there is one for every 255: NAME, NAME2, NAME3 ... Each has
+  /// Texts in arrays of 255: NAME, NAME2, NAME3 and so on. Each is padded with blanks to the longest of its array, and has
   /// kLongestText bytes at most.
   void Texts(std::string_view name, const std::vector<std::string_view>& texts);
 
-  /// As minutes and seconds, likewise.
+  /// The events' times as minutes and seconds, in such arrays.
   void Times(std::string_view name, const std::vector<TakeEvent>& events);
 
-  /// The word DATA_START, which Finish fills in.
+  /// Adds the word DATA_START, which Finish sets.
   void DataStart();
 
-  /// The whole section; `begin` is its own block.
+  /// The whole section; `begin` is its first block.
   std::string Finish(std::size_t begin);
 
 private:

@@ -36,18 +36,18 @@ struct Record {
   std::string_view name;
   int id = 0; // of the group; negative where this record is a group
   std::size_t body_at = 0;
-  std::string_view body; // as much of it as is there
+  std::string_view body; // cut off where the section ends
   std::optional<std::size_t> next;
 };
 
-// The record at `at`, of which the first two bytes are there. Nothing, and a note, where the section breaks off.
+// The record at `at`, whose first two bytes are in the section. Nothing, and a note, where the section breaks off.
 std::optional<Record> ReadRecord(const Header& header, std::size_t at, std::size_t limit,
                                  std::vector<Note>& notes) {
   const auto name_length =
       static_cast<std::size_t>(std::abs(SignedByte(header.bytes[at]))); // negative: locked
   const std::size_t link = at + 2 + name_length;
   if (link + 2 > limit) {
-    notes.push_back({Code::Truncated, header.Place(at), "the parameters end in the middle of one"});
+    notes.push_back({Code::Truncated, header.Place(at), "the parameters end within one"});
     return std::nullopt;
   }
   Record record;
@@ -58,7 +58,8 @@ std::optional<Record> ReadRecord(const Header& header, std::size_t at, std::size
   const bool is_text = std::none_of(record.name.begin(), record.name.end(),
                                     [](unsigned char c) { return c < 0x20 || c == 0x7F; });
   if (!is_text || record.id == 0 || step == 1) {
-    notes.push_back({Code::Syntax, header.Place(at), "this is no parameter; it and what follows is ignored"});
+    notes.push_back(
+        {Code::Syntax, header.Place(at), "this is not a parameter; it is ignored, and so is what follows"});
     return std::nullopt;
   }
   if (step > 0) record.next = link + step;
@@ -68,8 +69,8 @@ std::optional<Record> ReadRecord(const Header& header, std::size_t at, std::size
   return record;
 }
 
-// The value in a record's body of two bytes or more; nothing for one of no known type. `whole` becomes false where its data
-// end before its dimensions say.
+// The value in a record's body of two bytes or more; nothing for an unknown type. `whole` becomes false where the data are
+// shorter than the dimensions say.
 std::optional<Parameter> ReadParameter(const Record& record, bool& whole) {
   Parameter parameter;
   parameter.type = SignedByte(record.body[0]);
@@ -123,7 +124,7 @@ Parameters::Parameters(const Header& header, std::vector<Note>& notes) : process
     if (!record->next) break;
     if (*record->next > limit) {
       notes.push_back({Code::Syntax, header.Place(at),
-                       fmt::format("the parameter after {} would begin beyond the parameters' end",
+                       fmt::format("the parameter after {} would begin behind the end of the parameters",
                                    Quoted(record->name))});
       break;
     }
@@ -135,7 +136,7 @@ Parameters::Parameters(const Header& header, std::vector<Note>& notes) : process
   if (!cut.empty())
     notes.push_back(
         {Code::Syntax, "",
-         fmt::format("{} shorter than declared, or of no known type; the first is {}",
+         fmt::format("{} shorter than declared or of an unknown type; the first is {}",
                      cut.size() == 1 ? "1 parameter is" : fmt::format("{} parameters are", cut.size()),
                      cut.front())});
 }

@@ -24,9 +24,8 @@ std::optional<FrameRate> ReadRate(const Header& header, const Parameters& parame
     const std::optional<FrameRate> exact = ParseFrameRate(text);
     if (exact && declared && std::abs(exact->Hz() - *declared) <= kSinglePrecision * exact->Hz())
       return *exact;
-    notes.push_back(
-        {Code::Contradiction, "",
-         fmt::format("MIEN:RATE is {}, which POINT:RATE does not bear out; ignored", Quoted(text))});
+    notes.push_back({Code::Contradiction, "",
+                     fmt::format("MIEN:RATE is {}, which POINT:RATE contradicts; ignored", Quoted(text))});
   }
   const std::optional<FrameRate> rate = FrameRateOf(declared.value_or(0)),
                                  header_rate = FrameRateOf(of_header);
@@ -40,7 +39,7 @@ std::optional<FrameRate> ReadRate(const Header& header, const Parameters& parame
   if (header_rate) {
     if (!parameters.Empty())
       notes.push_back({Code::Missing, "",
-                       fmt::format("POINT:RATE is missing or no rate; taken as the header's {} Hz",
+                       fmt::format("POINT:RATE is missing or not a rate; taken as the header's {} Hz",
                                    ToText(*header_rate))});
     return *header_rate;
   }
@@ -63,7 +62,7 @@ std::optional<Timecode> ReadTimecode(const Parameters& parameters, const FrameRa
   const std::optional<Timecode> timecode = ParseTimecode(text, rate);
   if (!timecode)
     notes.push_back({Code::InvalidValue, "",
-                     fmt::format("MIEN:TIMECODE is {}, which is no timecode; ignored", Quoted(text))});
+                     fmt::format("MIEN:TIMECODE is {}, which is not a timecode; ignored", Quoted(text))});
   return timecode;
 }
 
@@ -74,8 +73,9 @@ std::int64_t ReadFirstFrame(const Header& header, const Parameters& parameters, 
     const auto [parsed, error] = std::from_chars(text.data(), end, number);
     if (error == std::errc() && parsed == end && number >= -kMostFrameNumber && number <= kMostFrameNumber)
       return number;
-    notes.push_back({Code::InvalidValue, "",
-                     fmt::format("MIEN:FIRST_FRAME is {}, which is no frame number; ignored", Quoted(text))});
+    notes.push_back(
+        {Code::InvalidValue, "",
+         fmt::format("MIEN:FIRST_FRAME is {}, which is not a frame number; ignored", Quoted(text))});
   }
   const std::uint32_t first = header.Word(4);
   const std::uint32_t of_trial = parameters.CountOfTwoWords("TRIAL", "ACTUAL_START_FIELD").value_or(0);

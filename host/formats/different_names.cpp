@@ -22,8 +22,8 @@ std::vector<RenamedMarker> MakeNamesDifferent(std::vector<std::string>& names,
     return found != order.end() && names[*found] == name;
   };
 
-  std::vector<RenamedMarker>
-      renamed; // with their new names until all are found, as the search goes by the old ones
+  // With the new names until all are found, since the search needs the old ones in place.
+  std::vector<RenamedMarker> renamed;
   for (std::size_t i = 1, copy = 1; i < order.size(); ++i) {
     const std::string& name = names[order[i]];
     if (name != names[order[i - 1]]) {

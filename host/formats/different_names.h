@@ -12,9 +12,9 @@ struct RenamedMarker {
   std::string before;
 };
 
-/// Makes all names different. Of equal ones the first keeps its name, the others become "NAME (2)", "NAME (3)" and so on,
-/// passing over what is the name of another. Where `made_up` (of equal size) says that a name is the reader's own, it counts
-/// as behind those that are the file's. Answers those that were changed, by index.
+/// Makes all names different. Of equal ones the first keeps its name; the others become "NAME (2)", "NAME (3)" and so on,
+/// without the numbers that make the name of another. A name that is `made_up` by the reader (size: names) counts as later
+/// than all of the file's own. Answers the names that changed, by index. Takes n log n comparisons.
 std::vector<RenamedMarker> MakeNamesDifferent(std::vector<std::string>& names,
                                               const std::vector<bool>& made_up);
 

@@ -23,26 +23,26 @@ using namespace trc;
 
 namespace {
 
-// How many markers the names tell. Names that do not stand above their columns tell nothing else, and so must be as many.
+// The number of markers by their names. Names that do not stand above their columns must be as many as the columns' markers.
 std::size_t MarkersByNames(const Header& header, const std::string& file) {
   const std::size_t markers = header.names.size();
   if (header.loose_names.empty()) return markers;
   if (const std::size_t columns = MarkersOfWidestRow(header.rows); columns != markers)
     throw InputError(
         Code::Contradiction, file, fmt::format("{}", header.names_line),
-        fmt::format("{} names, {}, and columns of {} markers", markers, header.loose_names, columns),
+        fmt::format("{} names, {}, for columns of {} markers", markers, header.loose_names, columns),
         "write each name above the first of its three columns, separated by tabs");
   return markers;
 }
 
 void NoteWrongCounts(const Header& header, Take& take) {
-  const auto compare = [&](std::string_view key, std::optional<std::string_view> told, std::size_t count,
+  const auto compare = [&](std::string_view key, std::optional<std::string_view> declared, std::size_t count,
                            std::string_view what) {
-    if (told && WholeNumber(ValueOf(*told)) != static_cast<std::int64_t>(count))
-      take.notes.push_back(
-          {Code::Contradiction, Line(header.values_line),
-           fmt::format("{} is {}; the file has {}", key,
-                       told->empty() ? "empty" : Printable(told->substr(0, 60)), Count(count, what))});
+    if (declared && WholeNumber(ValueOf(*declared)) != static_cast<std::int64_t>(count))
+      take.notes.push_back({Code::Contradiction, Line(header.values_line),
+                            fmt::format("{} is {}; the file has {}", key,
+                                        declared->empty() ? "empty" : Printable(declared->substr(0, 60)),
+                                        Count(count, what))});
   };
   compare("NumMarkers", header.markers_text, take.MarkerCount(), "marker");
   compare("NumFrames", header.frames_text, take.FrameCount(), "frame");

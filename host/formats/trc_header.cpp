@@ -25,7 +25,7 @@ public:
     if (StartsWithIgnoringCase(Trim(lines_.Text()), "PathFileType"))
       NextLine();
     else
-      AddNote(Code::Missing, "no line PathFileType before the keys");
+      AddNote(Code::Missing, "the line PathFileType before the keys is missing");
     const std::string_view keys = lines_.Text();
     ReadKeys();
     NextLine();
@@ -41,10 +41,9 @@ private:
     const std::size_t before = lines_.Number();
     if (!lines_.NextFilled())
       throw InputError(Code::Truncated, file_, fmt::format("{}", std::max<std::size_t>(before, 1)),
-                       "the header ends here, before the marker names", kExportAgain);
+                       "the header ends before the marker names", kExportAgain);
     if (lines_.Text().find('\r') != std::string_view::npos)
-      Fail(Code::Syntax, "there are bare carriage returns in the line",
-           "save the file with LF or CRLF line ends");
+      Fail(Code::Syntax, "the line has bare carriage returns", "save the file with LF or CRLF line ends");
     if (lines_.Returns() > 1 && !returns_noted_) {
       AddNote(Code::Syntax, "the line ends are CR CR LF");
       returns_noted_ = true;
@@ -73,7 +72,7 @@ private:
         strange.Add([&] {
           return NoteHere(twice ? Code::Duplicate : Code::Ignored,
                           fmt::format("the key {} is {}", Quoted(*cell),
-                                      twice ? "there twice; the first counts" : "not known, and not read"));
+                                      twice ? "repeated; the first counts" : "unknown and ignored"));
         });
       else
         known[key - std::begin(kKeys)] = true;
@@ -88,7 +87,7 @@ private:
 
   void ReadValues(std::string_view key_line) {
     if (StartsWithIgnoringCase(Trim(lines_.Text()), "Frame#"))
-      Fail(Code::Missing, "the line of values is missing, which belongs under the keys", kExportAgain);
+      Fail(Code::Missing, "the line of values below the keys is missing", kExportAgain);
     header_.values_line = lines_.Number();
     Cells keys(key_line), values(lines_.Text());
     std::optional<std::string_view> found[std::size(kKeys)];
@@ -117,7 +116,7 @@ private:
       header_.unit = *units;
       header_.millimetres = *millimetres;
     } else if (!units || units->empty()) {
-      AddNote(Code::Assumed, "no Units; taken as mm");
+      AddNote(Code::Assumed, "there are no Units; taken as mm");
     } else {
       AddNote(Code::Assumed, fmt::format("the unit {} is unknown or ambiguous; taken as mm", Quoted(*units)));
     }
@@ -128,9 +127,9 @@ private:
     Cells cells(lines_.Text());
     const auto frame = cells.Next(), time = cells.Next();
     if (!frame || !StartsWithIgnoringCase(*frame, "Frame"))
-      Fail(Code::Missing, "the line of marker names is missing, which starts with Frame#", kExportAgain);
+      Fail(Code::Missing, "the line of marker names, which starts with Frame#, is missing", kExportAgain);
     if (!time || !StartsWithIgnoringCase(*time, "Time"))
-      Fail(Code::Syntax, fmt::format("the second column is {} and not Time", Quoted(time.value_or(""))),
+      Fail(Code::Syntax, fmt::format("the second column is {} instead of Time", Quoted(time.value_or(""))),
            "name the first two columns Frame# and Time");
 
     bool in_place = true;
@@ -144,8 +143,9 @@ private:
       header_.loose_names = "separated by blanks";
       AddNote(Code::Syntax, "blanks instead of tabs");
     } else if (!in_place) {
-      header_.loose_names = "not one above each three columns";
-      AddNote(Code::Assumed, fmt::format("the names are {}; taken in their order", header_.loose_names));
+      header_.loose_names = "not above every third column";
+      AddNote(Code::Assumed,
+              fmt::format("the names are {}; they are taken in their order", header_.loose_names));
     }
     if (!header_.loose_names.empty()) {
       header_.names.clear();
@@ -165,7 +165,8 @@ private:
     const std::string_view line = lines_.Text();
     const std::string_view first = line.substr(line.find_first_not_of(kBlanksAndTabs));
     if (ValueOf(Trim(first.substr(0, first.find_first_of(kBlanksAndTabs)))).kind != Kind::Text) {
-      AddNote(Code::Missing, "no labels X1, Y1, Z1, ... and no blank line before the first row");
+      AddNote(Code::Missing,
+              "the labels X1, Y1, Z1, ... and the blank line before the first row are missing");
       return;
     }
     Cells cells(line);
@@ -177,7 +178,7 @@ private:
       if (++count <= 3 * header_.names.size() && !EqualIgnoringCase(*cell, expected))
         odd.Add([&] {
           return NoteHere(Code::Syntax,
-                          fmt::format("the label {} stands where {} would", Quoted(*cell), expected));
+                          fmt::format("the label is {} instead of {}", Quoted(*cell), expected));
         });
     }
     odd.AppendTo(header_.notes, "labels");
@@ -186,7 +187,7 @@ private:
     if (!cells.SeparatedByTabs()) AddNote(Code::Syntax, "blanks instead of tabs");
     header_.rows = lines_;
     if (lines_.Next() && !IsBlank(lines_.Text()))
-      AddNote(Code::Missing, "no blank line before the first row");
+      AddNote(Code::Missing, "the blank line before the first row is missing");
   }
 
   const std::string& file_;
@@ -207,7 +208,7 @@ std::vector<std::string> MarkerNames(const Header& header, std::size_t markers, 
     return {code, Line(header.names_line), std::move(what)};
   };
   const bool utf8 = std::all_of(header.names.begin(), header.names.end(), IsUtf8);
-  if (!utf8) notes.push_back(note(Code::Assumed, "the names are not UTF-8 text; read as Latin-1"));
+  if (!utf8) notes.push_back(note(Code::Assumed, "the names are not UTF-8; read as Latin-1"));
 
   std::vector<std::string> names(markers);
   std::vector<bool> made_up(markers);
@@ -221,7 +222,7 @@ std::vector<std::string> MarkerNames(const Header& header, std::size_t markers, 
   for (const auto& [m, before] : MakeNamesDifferent(names, made_up))
     if (!made_up[m])
       twice.Add([&, &before = before, m = m] {
-        return note(Code::Duplicate, fmt::format("the name {} is there twice; the second is called {}",
+        return note(Code::Duplicate, fmt::format("the name {} is repeated; the second marker is called {}",
                                                  Quoted(before), Quoted(names[m])));
       });
   for (std::size_t m = 0; m < named; ++m)

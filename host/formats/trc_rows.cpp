@@ -126,7 +126,7 @@ private:
     const std::optional<std::int64_t> number = ReadFrameNumber(row);
     const std::optional<double> time = ReadTime(row);
     if (IsCutBeforeMarkers(row)) {
-      cut_ = NoteHere(Code::Truncated, "the file ends inside the row, which is left out");
+      cut_ = NoteHere(Code::Truncated, "the file ends within this row, which is left out");
       return true;
     }
     const std::size_t frame = AddFrame(number, time);
@@ -165,12 +165,12 @@ private:
     return time;
   }
 
-  // Whether the file ends in this row before its first marker, or where nobody can tell which.
+  // Whether the file ends in this row before its first marker, or at a place that does not show which marker is meant.
   bool IsCutBeforeMarkers(const Row& row) {
     const std::size_t markers = take_.MarkerCount();
     if (row.Over()) return !lines_.Ended() && markers > 0;
     if (row.tabs) return false;
-    // Complete or nothing: blanks do not tell whose cells are missing.
+    // It must be complete: blanks do not show whose cells are missing.
     std::size_t count = 0;
     for (Cells cells(lines_.Text()); cells.Next();) ++count;
     if (count < kFirstMarkerColumn + 3 * markers) {
@@ -219,7 +219,7 @@ private:
       } else if (x == Kind::Infinite || y == Kind::Infinite || z == Kind::Infinite) {
         AddInfinite(m);
       } else if (x == Kind::Number || y == Kind::Number || z == Kind::Number) {
-        if (row.is_short && lines_.Ended()) { // a cell is missing, and nobody can tell where
+        if (row.is_short && lines_.Ended()) { // a cell is missing somewhere
           std::fill(out.origins.begin(), out.origins.end(), Origin::None);
           AddUneven(m);
           return;
@@ -240,7 +240,7 @@ private:
     const std::size_t marker = tabs > 0 ? (tabs - kFirstMarkerColumn) / 3 : take_.MarkerCount() - 1;
     if (line.ends_with('\t') || marker >= take_.MarkerCount()) return;
     take_.Clear(frame, marker);
-    cut_ = NoteHere(Code::Truncated, "the file ends inside the row; {}, where it ends, is taken as a gap",
+    cut_ = NoteHere(Code::Truncated, "the file ends within this row, at {}, which is taken as a gap",
                     Quoted(take_.markers[marker]));
   }
 
@@ -265,12 +265,12 @@ private:
                        "export the take again with decimal points, and nothing between the thousands");
     };
     if (header_.rows.Rest().find('.') != std::string_view::npos)
-      fail("a number has a comma, while others have points");
-    if (!no_thousands_) fail("nothing tells whether the commas are decimal or separate thousands");
+      fail("one number has a comma, others have points");
+    if (!no_thousands_) fail("the commas can be decimal commas or separate thousands");
     commas_.AppendTo(rows_.notes, "numbers");
   }
 
-  // --- What is told
+  // --- Notes and errors
 
   [[noreturn]] void Fail(Code code, std::string_view what, std::string_view fix) const {
     throw InputError(code, file_, fmt::format("{}", lines_.Number()), what, fix);

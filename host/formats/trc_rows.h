@@ -13,12 +13,12 @@
 
 namespace mien::trc {
 
-/// What the rows say beside their positions, where it takes all of them to tell.
+/// What all rows together say beside their positions.
 struct Rows {
   std::vector<Note> notes;
   bool zeros = false; ///< there is a position 0 0 0
 
-  /// Where their own numbers do not tell the frames apart: the number to count from, and why.
+  /// Where the frames' own numbers do not tell them apart: the number to count from, and why.
   std::optional<std::int64_t> number_from;
   Note unnumbered;
   bool lacks_numbers = false; ///< in some row, whose frame is 0 in the take
@@ -32,7 +32,8 @@ std::size_t MarkersOfWidestRow(Lines rows);
 
 /// Appends the rows' frames to a take that has its markers, with numbers and times as they stand there. Nothing if a row has
 /// columns for more markers than the take, which is spoilt then. Throws InputError for cells that cannot be read, for rows
-/// that do not tell whose numbers theirs are, and where they would need much more memory than the file of `file_size` bytes.
+/// whose numbers cannot be assigned to markers, and where the rows would need much more memory than the file of `file_size`
+/// bytes.
 std::optional<Rows> ReadRows(const Header& header, std::size_t file_size, const std::string& file,
                              Take& take);
 

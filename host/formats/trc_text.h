@@ -1,6 +1,6 @@
 #pragma once
 
-// What the reader of TRC takes a text apart with.
+// How the reader of TRC splits a text.
 
 #include "host/base/error.h"
 #include "host/formats/text_number.h"
@@ -102,7 +102,7 @@ private:
   bool tabs_;
 };
 
-// What happens at many places alike becomes one note: the first place's, and how many more there are.
+// One note for what happens at many places: that of the first, with the number of the others.
 class Repeated {
 public:
   template <typename MakeNote>
@@ -128,8 +128,8 @@ inline std::string Line(std::size_t number) { return fmt::format("line {}", numb
 using Value = TextNumber;
 using Kind = TextNumber::Kind;
 
-// Nothing for what is none, has a comma, or is beyond 1e12: far more frames than any camera has counted, and few enough for
-// times to tell each from the next.
+// Nothing for other numbers, for one with a comma, and beyond 1e12: far more frames than any camera has counted, and few
+// enough for the times of neighbours to differ.
 std::optional<std::int64_t> WholeNumber(const Value& value);
 
 } // namespace mien::trc

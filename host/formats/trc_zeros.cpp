@@ -19,7 +19,7 @@ namespace {
 
 bool IsZero(const Point& p) { return p.x == 0 && p.y == 0 && p.z == 0; }
 
-// What one marker does there.
+// What one marker does at 0 0 0.
 struct Visits {
   std::size_t zeros = 0;
   double nearest = std::numeric_limits<double>::infinity(); // of its other positions, mm

@@ -4,8 +4,8 @@
 
 namespace mien::trc {
 
-/// Makes a gap of each position at exactly 0 0 0 of a marker whose nearest other position is a millimetre or more from
-/// there, and notes it: programs that have no empty cell write an unseen marker so. A marker that does move through there is
+/// Turns positions at exactly 0 0 0 into gaps, with a note, where the marker's nearest other position is a millimetre or more
+/// away: programs without empty cells write a marker so that they did not see. A marker that moves through this point is
 /// near it in other frames too.
 void ClearZeros(Take& take);
 

@@ -35,16 +35,16 @@ double InSinglePrecision(double number) { return static_cast<double>(static_cast
   throw InputError(code, take.file, "", what, fix);
 }
 
-// What is to be settled before the first byte.
+// What is decided before the first byte is written.
 struct Plan {
-  std::int64_t frames = 0; // those that the take lacks between its first and last included
+  std::int64_t frames = 0; // missing ones between the first and the last included
   std::int64_t first = 0;  // the first one's number in the file
   double scale = 1;        // millimetres of a residual of 1; in single precision
   double rate = 0;         // likewise
 };
 
 void CheckMarkersAndEvents(const Take& take) {
-  if (take.markers.empty()) Fail(take, Code::Empty, "the take has no markers", "write one that has some");
+  if (take.markers.empty()) Fail(take, Code::Empty, "the take has no markers", "write a take with markers");
   if (take.markers.size() > kMostMarkers)
     Fail(take, Code::Limit,
          fmt::format("the take has {} markers, and a C3D file at most {}", take.markers.size(), kMostMarkers),
@@ -58,7 +58,7 @@ void CheckMarkersAndEvents(const Take& take) {
   for (const TakeEvent& event : take.events)
     if (event.label.size() > kLongestText || !(std::abs(event.time) <= kMostInReal))
       Fail(take, Code::Limit,
-           fmt::format("the event {} at {} s does not fit into a C3D file", Quoted(event.label), event.time),
+           fmt::format("a C3D file cannot hold the event {} at {} s", Quoted(event.label), event.time),
            "shorten its label, or leave it out");
 }
 
@@ -89,7 +89,7 @@ Largest FindLargest(const Take& take) {
 
 Plan MakePlan(const Take& take) {
   CheckMarkersAndEvents(take);
-  if (take.frames.empty()) Fail(take, Code::Empty, "the take has no frames", "write one that has some");
+  if (take.frames.empty()) Fail(take, Code::Empty, "the take has no frames", "write a take with frames");
   if (take.rate.numerator <= 0) Fail(take, Code::Missing, "the take has no frame rate", "give it one");
 
   Plan plan;
@@ -116,8 +116,7 @@ Plan MakePlan(const Take& take) {
   plan.first = first >= 1 && last <= kMostInTwoWords ? first : 1;
   plan.rate = InSinglePrecision(take.rate.Hz());
 
-  // So that the coordinates fit into 16-bit integers, should a program make some of them; and so that the largest
-  // residual fits into its byte.
+  // So that coordinates fit into 16-bit integers, for programs that convert them, and the largest residual into its byte.
   constexpr double kCoordinateSteps = 32000, kResidualSteps = 255;
   const Largest largest = FindLargest(take);
   const double scale = std::max(largest.coordinate / kCoordinateSteps, largest.residual / kResidualSteps);
@@ -127,7 +126,7 @@ Plan MakePlan(const Take& take) {
 
 void WriteEvents(const std::vector<TakeEvent>& events, ParameterWriter& write) {
   if (events.empty()) return;
-  // Other programs keep an event's side apart from its label.
+  // Other programs have an event's side in a parameter of its own.
   std::vector<std::string_view> contexts, labels;
   for (const TakeEvent& event : events) {
     std::string_view context, label = event.label;
@@ -145,7 +144,7 @@ void WriteEvents(const std::vector<TakeEvent>& events, ParameterWriter& write) {
   write.Times("TIMES", events);
 }
 
-// What the format has no room for, in a group of our own.
+// What the format has no place for, in a group of our own.
 void WriteOwnGroup(const Take& take, const Plan& plan, ParameterWriter& write) {
   const bool own_rate = FrameRateOf(plan.rate) != take.rate;
   const bool own_first = plan.first != take.frames.front();
@@ -169,7 +168,7 @@ std::string ParametersOf(const Take& take, const Plan& plan, std::size_t begin) 
   write.Texts("LABELS", labels);
   write.Texts("DESCRIPTIONS", std::vector<std::string_view>(labels.size()));
 
-  write.Group("ANALOG"); // of which there is nothing, but programs look for it
+  write.Group("ANALOG"); // empty, but programs look for it
   write.Word("USED", 0);
   write.Real("RATE", plan.rate);
   write.Group("FORCE_PLATFORM");
@@ -191,13 +190,13 @@ std::string HeaderOf(const Take& take, const Plan& plan, std::size_t parameters_
   AppendWord(header, 0); // analog numbers per frame
   AppendWord(header, std::min(plan.first, kMostInOneWord));
   AppendWord(header, std::min(plan.first + plan.frames - 1, kMostInOneWord));
-  AppendWord(header, 0); // most frames that were interpolated at a stretch
+  AppendWord(header, 0); // longest gap that was interpolated
   AppendReal(header, -plan.scale);
   AppendWord(header, static_cast<std::int64_t>(data_begin));
   AppendWord(header, 1); // analog samples per frame
   AppendReal(header, plan.rate);
   header.resize(std::size_t{2} * (150 - 1));
-  AppendWord(header, kEventKey); // word 150, for readers that look for it though there are no events here
+  AppendWord(header, kEventKey); // word 150, which readers look for although the header has no events
   header.resize(kBlock);
   return header;
 }
@@ -233,7 +232,7 @@ void WriteFrames(const Take& take, const Plan& plan, std::ostream& out) {
       }
       double x = p->x;
       if (InSinglePrecision(x) == 0 && InSinglePrecision(p->y) == 0 && InSinglePrecision(p->z) == 0)
-        x = kLeastInReal; // else readers, ours among them, take it for a gap
+        x = kLeastInReal; // at 0 0 0 readers, ours among them, see a gap
       for (const double number : {x, p->y, p->z, Fourth(take, frame, marker, plan)})
         AppendReal(bytes, number);
     }

@@ -56,7 +56,7 @@ struct Losses {
   }
 };
 
-// What became of the positions, and of what is known of each.
+// How positions, and what is known of each, differ.
 class Positions {
 public:
   void Compare(const Take& take, std::size_t frame, const Take& kept, std::size_t kept_frame) {
@@ -80,26 +80,24 @@ public:
     }
   }
 
-  void TellTo(Losses& lost) const {
-    const auto tell = [&](std::size_t count, std::string_view one, std::string_view many) {
+  void AddTo(Losses& lost) const {
+    const auto add = [&](std::size_t count, std::string_view one, std::string_view many) {
       if (count > 0) lost.Add("{}", Counted(count, one, many));
     };
-    tell(lost_, "position became a gap", "positions became gaps");
-    tell(made_up_, "position stands where there was a gap", "positions stand where there were gaps");
+    add(lost_, "position became a gap", "positions became gaps");
+    add(made_up_, "gap became a position", "gaps became positions");
     if (most_moved_ > 0)
       lost.Add("positions are rounded, by {:.2g} mm at most ({})", most_moved_, where_moved_);
-    tell(computed_as_measured_,
-         "position that the take's program had computed cannot be told from measured ones",
-         "positions that the take's program had computed cannot be told from measured ones");
-    tell(filled_as_measured_, "position filled by us cannot be told from measured ones",
-         "positions filled by us cannot be told from measured ones");
-    tell(filled_as_computed_, "position filled by us counts as computed",
-         "positions filled by us count as computed");
-    tell(measured_as_computed_, "position that was measured counts as computed",
-         "positions that were measured count as computed");
-    tell(sightings_, "position loses what the cameras say of it: which took part, and the residual",
-         "positions lose what the cameras say of them: which took part, and the residual");
-    tell(cameras_, "position names other cameras", "positions name other cameras");
+    add(computed_as_measured_, "computed position becomes a measured one",
+        "computed positions become measured ones");
+    add(filled_as_measured_, "filled position becomes a measured one",
+        "filled positions become measured ones");
+    add(filled_as_computed_, "filled position becomes a computed one",
+        "filled positions become computed ones");
+    add(measured_as_computed_, "measured position becomes a computed one",
+        "measured positions become computed ones");
+    add(sightings_, "position loses its cameras and residual", "positions lose their cameras and residuals");
+    add(cameras_, "position has other cameras", "positions have other cameras");
     if (most_residual_ > 0) lost.Add("residuals are rounded, by {:.2g} mm at most", most_residual_);
   }
 
@@ -179,16 +177,16 @@ void CompareFrames(const Take& take, const Take& kept, Losses& lost) {
   }
   if (matched < count) lost.Add("{}", Counted(count - matched, "frame is lost", "frames are lost"));
   if (matched < kept_count)
-    lost.Add("{}", Counted(kept_count - matched, "frame number that was missing is now an empty frame",
-                           "frame numbers that were missing are now empty frames"));
+    lost.Add("{}", Counted(kept_count - matched, "missing frame becomes an empty one",
+                           "missing frames become empty ones"));
 
-  constexpr double kNothing = 1e-9; // seconds: what times differ by that are counted from frames in two ways
+  constexpr double kNothing = 1e-9; // seconds; times that are counted from frames in two ways differ by less
   if (std::abs(kept.times[0] - take.times[0]) > kNothing)
     lost.Add("the first frame's time is {} s instead of {} s", kept.times[0], take.times[0]);
   if (most_shift > kNothing)
-    lost.Add("times are whole periods of the rate; by that they shift by {:.2g} ms at most (frame {})",
+    lost.Add("times become multiples of the rate's period and shift by {:.2g} ms at most (frame {})",
              1000 * most_shift, where_shifted);
-  positions.TellTo(lost);
+  positions.AddTo(lost);
 }
 
 void CompareEvents(const Take& take, const Take& kept, Losses& lost) {

@@ -13,7 +13,7 @@ namespace mien {
 
 namespace {
 
-// A fraction is written with as many decimals as give it back.
+// With as many decimals as it takes to read the same fraction.
 std::string DataRate(const FrameRate& rate) {
   constexpr int kMostDecimals = 17;
   for (int decimals = 2; decimals <= kMostDecimals; ++decimals) {
@@ -26,17 +26,17 @@ std::string DataRate(const FrameRate& rate) {
 void CheckWritable(const Take& take) {
   if (take.FrameCount() == 0 || take.MarkerCount() == 0)
     throw InputError(Code::Empty, take.name, "", "the take has no frames or no markers",
-                     "there is nothing to write");
+                     "write one that has both");
   std::unordered_set<std::string_view> known;
   for (const std::string& name : take.markers) {
     if (name.empty() || name.find_first_of("\t\r\n") != std::string::npos || name.front() == ' ' ||
         name.back() == ' ' || !IsUtf8(name))
       throw InputError(Code::InvalidValue, take.name, "",
-                       fmt::format("the marker name {} cannot stand in a header", Quoted(name)),
-                       "rename it, in UTF-8, without tab, line end or outer blank");
+                       fmt::format("a TRC header cannot hold the marker name {}", Quoted(name)),
+                       "rename it: UTF-8, without tabs, line ends and blanks around it");
     if (!known.insert(name).second)
       throw InputError(Code::Duplicate, take.name, "",
-                       fmt::format("the marker {} is there twice", Quoted(name)),
+                       fmt::format("two markers have the name {}", Quoted(name)),
                        "give each marker its own name");
   }
 }
@@ -52,7 +52,7 @@ void WriteTrc(const Take& take, std::ostream& out) {
   const std::string rate = DataRate(take.rate);
   fmt::format_to(to, "{0}\t{0}\t{1}\t{2}\tmm\t{0}\t{3}\t{1}\nFrame#\tTime", rate, take.FrameCount(),
                  take.MarkerCount(), take.frames.front());
-  // Two tabs after a name, and one before the next: each stands above the first of three columns.
+  // A name stands above the first of its three columns.
   for (const std::string& name : take.markers) fmt::format_to(to, "\t{}\t\t", name);
   fmt::format_to(to, "\n\t");
   for (std::size_t m = 1; m <= take.MarkerCount(); ++m) fmt::format_to(to, "\tX{0}\tY{0}\tZ{0}", m);

@@ -112,7 +112,7 @@ Pull Mirrored(Pull pull) {
   return pull;
 }
 
-/// This head's mouth is wider than the reference face's: it shows better from afar.
+/// This head's mouth is wider than the reference face's: it shows better from a distance.
 constexpr double kMouthWidth = 1.4;
 
 /// A vector of a part's template space, in the reference face's units.
@@ -222,7 +222,7 @@ void Half::BuildHead() {
       const bool eye = c >= 1 && c < 4 && r >= kOrbitTop && r < kOrbitTop + 2;
       const bool mouth = c < 3 && r >= kMouthTop && r < kMouthTop + 2;
       const bool hair = r < 2 || (c >= 5 && r < 7) || (c >= 6 && r < 12);
-      const bool blush = (c == 2 || c == 3) && r == 8; // a bare cheek would not show that it rises
+      const bool blush = (c == 2 || c == 3) && r == 8; // a cheek without it would not show that it rises
       const Material material = hair ? kHair : blush ? kBlush : kSkin;
       if (!eye && !mouth) Quad(material, grid_[r][c], grid_[r + 1][c], grid_[r + 1][c + 1], grid_[r][c + 1]);
     }
@@ -248,7 +248,7 @@ void Half::BuildEar() {
 void Half::BuildEye() {
   // The reference face's upper lid stops short of the lower one: its point is on the lid, above the edge. The edges
   // here are as far apart as the point travels to "Close", so that they meet there along the whole eye. This head's
-  // eyes are larger, which shows better from afar, and their motion is so as well.
+  // eyes, and their motion, are larger, which shows better from a distance.
   constexpr double kGain = 1.65, kHalfWidth = 1.55;
   const double centre_x = RestPoint(kLeftEye, kUpperEye).x, corner_y = RestPoint(kLeftEye, kInEye).y;
   const double lower = kGain * (RestPoint(kLeftEye, kLowerEye).y - corner_y);

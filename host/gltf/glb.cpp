@@ -49,7 +49,7 @@ std::string NumberBytes(std::uint32_t number) {
 }
 
 Json ParseGlbJson(std::string_view text, std::size_t first_byte, const std::string& file) {
-  // Some exporters fill up with zeros where blanks belong.
+  // Some exporters pad with zeros instead of blanks.
   while (!text.empty() && text.back() == '\0') text.remove_suffix(1);
   auto [json, fault] = ParseJson(text, [&file](const std::string& pointer) {
     throw InputError(Code::Duplicate, file, ShownPointer(pointer), "this key is in the object twice",
@@ -82,10 +82,10 @@ Glb ReadGlb(std::string_view bytes, const std::string& file) {
   if (beginning != kMagic.substr(0, beginning.size())) FailOtherFile(bytes, file);
   if (bytes.size() < kHeading) fail(bytes.size(), "the file ends within its heading");
   if (const std::uint32_t version = ReadNumber(bytes, 4); version != 2)
-    fail(4, fmt::format("this is binary glTF of version {}; version 2 is known", version));
+    fail(4, fmt::format("this is binary glTF version {}; only version 2 is supported", version));
   if (const std::uint32_t length = ReadNumber(bytes, 8); length != bytes.size())
-    fail(8, fmt::format("the file should have {} bytes and has {}: it was cut short or added to", length,
-                        bytes.size()));
+    fail(8, fmt::format("the heading says {} bytes, and the file has {}: it was cut short or extended",
+                        length, bytes.size()));
 
   struct Chunk {
     std::size_t at; // of its heading
@@ -95,7 +95,7 @@ Glb ReadGlb(std::string_view bytes, const std::string& file) {
   for (std::size_t at = kHeading; at < bytes.size();) {
     if (bytes.size() - at < kChunkHeading) fail(at, "the file ends within a chunk's heading");
     const std::size_t length = ReadNumber(bytes, at), left = bytes.size() - at - kChunkHeading;
-    if (length > left) fail(at, fmt::format("a chunk of {} bytes, where {} are left", length, left));
+    if (length > left) fail(at, fmt::format("a chunk of {} bytes, but {} are left", length, left));
     chunks.push_back({at, bytes.substr(at + 4, 4), bytes.substr(at + kChunkHeading, length)});
     at += kChunkHeading + length;
   }
@@ -109,14 +109,15 @@ Glb ReadGlb(std::string_view bytes, const std::string& file) {
   for (std::size_t c = known; c < chunks.size(); ++c)
     if (chunks[c].data.size() % 4 != 0)
       fail(chunks[c].at,
-           fmt::format("a chunk of {} bytes, which is no multiple of 4", chunks[c].data.size()));
+           fmt::format("a chunk of {} bytes, which is not a multiple of 4", chunks[c].data.size()));
   if (known < chunks.size()) glb.further_chunks = bytes.substr(chunks[known].at);
 
   const JsonAt root(glb);
   const std::string version = root.At("asset").At("version").String();
   if (!version.starts_with("2."))
     root.At("asset").At("version").Fail(
-        Code::Unsupported, fmt::format("glTF {}, where 2.0 is known", Printable(version)), kExportAgain);
+        Code::Unsupported, fmt::format("this is glTF {}; only 2.0 is supported", Printable(version)),
+        kExportAgain);
   return glb;
 }
 
@@ -126,8 +127,7 @@ std::uint32_t GlbLength(std::size_t json, std::size_t binary, std::size_t furthe
   std::size_t length = kHeading + kChunkHeading;
   for (const std::size_t part : {json, binary > 0 ? kChunkHeading + binary : 0, further_chunks}) {
     if (part > kMost - 3 || length + (part + 3) / 4 * 4 > kMost)
-      throw InputError(Code::Limit, file, "",
-                       "with the animation it would not fit into the 4 GiB that a .glb may have",
+      throw InputError(Code::Limit, file, "", "with the animation the file would exceed the 4 GiB of a .glb",
                        "make its textures smaller, or export less in one file");
     length += (part + 3) / 4 * 4;
   }
@@ -135,7 +135,7 @@ std::uint32_t GlbLength(std::size_t json, std::size_t binary, std::size_t furthe
 }
 
 void WriteGlb(const Glb& glb, std::ostream& out) {
-  // What was read is UTF-8; a take's name need not be.
+  // What was read is UTF-8, but a take's name may be anything.
   std::string json = glb.json.dump(-1, ' ', false, Json::error_handler_t::replace);
   const std::uint32_t length = GlbLength(json.size(), glb.binary.size(), glb.further_chunks.size(), glb.file);
   json.resize((json.size() + 3) / 4 * 4, ' ');

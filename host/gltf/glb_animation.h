@@ -19,11 +19,11 @@
 namespace mien {
 
 /// Builds one more animation of a GLB, channel by channel. All curves have the same keys: one for each frame, linear
-/// between them, the first at 0 s. The functions that give a frame's values are called for the frames that have keys alone.
+/// between them, the first at 0 s. The functions that give a frame's values are called only for frames that have keys.
 class GlbAnimation {
 public:
-  /// `times`: of the frames, in seconds and rising. A frame that floats cannot tell from the one before has no key, for a
-  /// key must be later than the last one. The GLB must be one that can be appended to (glb_data.h), and outlive this.
+  /// `times`: of the frames, in seconds and rising. A frame whose time equals the one before as a float has no key, since
+  /// each key must be later than the last. The GLB must be one that can be appended to (glb_data.h), and outlive this.
   GlbAnimation(Glb& glb, const std::vector<double>& times);
 
   /// How many frames have no key.

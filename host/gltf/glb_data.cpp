@@ -108,10 +108,10 @@ void CheckAppendable(const Glb& glb) {
   const JsonAt length = buffers[0].At("byteLength");
   const Json& bytes = length.Value();
   if (!bytes.is_number_integer() || bytes < 0 || bytes.get<std::size_t>() > glb.binary.size())
-    length.Fail(
-        Code::Contradiction,
-        fmt::format("the buffer is not one of the {} bytes that the file holds for it", glb.binary.size()),
-        kOneFile);
+    length.Fail(Code::Contradiction,
+                fmt::format("this is not a length within the {} bytes that the file has for the buffer",
+                            glb.binary.size()),
+                kOneFile);
 }
 
 std::optional<Note> NoteOnFilesBeside(const Glb& glb) {

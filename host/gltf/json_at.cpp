@@ -63,13 +63,13 @@ std::vector<JsonAt> JsonAt::ElementsOf(const std::string& key) const {
 std::size_t JsonAt::Index(std::size_t count, std::string_view what) const {
   const bool is_index = json_->is_number_integer() && *json_ >= 0 && json_->get<std::size_t>() < count;
   if (!is_index)
-    Fail(Code::InvalidValue, fmt::format("this does not lead to one of the {} {}", count, what),
+    Fail(Code::InvalidValue, fmt::format("this is not the index of one of the {} {}", count, what),
          kExportAgain);
   return json_->get<std::size_t>();
 }
 
 std::string JsonAt::String() const {
-  if (!json_->is_string()) Fail(Code::InvalidValue, "this is not a text", kExportAgain);
+  if (!json_->is_string()) Fail(Code::InvalidValue, "this is not a string", kExportAgain);
   return json_->get<std::string>();
 }
 

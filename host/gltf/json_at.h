@@ -16,8 +16,8 @@ namespace mien {
 /// A value in the JSON of a GLB. What follows a file's own references goes through it: each step throws InputError, with the
 /// value's JSON pointer, where the value is not what it should be.
 ///
-/// As small as two pointers, since a file may have millions of values: where the value stands is searched for when it is to
-/// be told.
+/// As small as two pointers, since a file may have millions of values: where a value stands is searched for only when a message
+/// needs it.
 class JsonAt {
 public:
   using Json = nlohmann::ordered_json;
@@ -25,7 +25,7 @@ public:
   /// The whole of it. The GLB must live on unchanged.
   explicit JsonAt(const Glb& glb) : json_(&glb.json), glb_(&glb) {}
 
-  /// A member of this object, which may be absent.
+  /// A member of this object; nothing where it is absent.
   std::optional<JsonAt> Find(const std::string& key) const;
 
   /// A member of this object.
@@ -40,12 +40,12 @@ public:
   /// Those of an array that is a member of this object; none where it is absent.
   std::vector<JsonAt> ElementsOf(const std::string& key) const;
 
-  /// An index into `count` objects. `what` is named: "meshes".
+  /// An index into `count` objects. `what` they are, for the message: "meshes".
   std::size_t Index(std::size_t count, std::string_view what) const;
 
   std::string String() const;
 
-  /// So many numbers, each finite as a float.
+  /// An array of `count` numbers, each finite as a float.
   std::vector<double> Numbers(std::size_t count) const;
 
   const Json& Value() const { return *json_; }

@@ -22,7 +22,7 @@ struct MorphNode {
 
 struct MorphTargets {
   std::vector<MorphNode> nodes; ///< in the file's order
-  std::vector<Note> notes;      ///< on meshes whose targets have no names
+  std::vector<Note> notes;      ///< on meshes with targets without names
 
   /// The names of all targets, each once, in the order of the nodes.
   std::vector<std::string> Names() const;

@@ -28,21 +28,22 @@ ClusterTransform TransformOfMatrix(const JsonAt& matrix) {
     axes[a] = {m[4 * a], m[4 * a + 1], m[4 * a + 2], 0};
     lengths[a] = Length(axes[a]);
     if (!(lengths[a] > 0))
-      matrix.Fail(Code::InvalidValue, "this matrix flattens its node, which cannot be turned then",
+      matrix.Fail(Code::InvalidValue,
+                  "this matrix scales its node to 0 along an axis, so that it cannot be turned",
                   "give the node a scale other than 0 and export the head again");
     axes[a] = {axes[a].x / lengths[a], axes[a].y / lengths[a], axes[a].z / lengths[a], 0};
   }
   constexpr double kShear = 1e-4; // exporters write six digits
   if (std::fabs(Dot(axes[0], axes[1])) > kShear || std::fabs(Dot(axes[1], axes[2])) > kShear ||
       std::fabs(Dot(axes[2], axes[0])) > kShear)
-    matrix.Fail(Code::InvalidValue, "this matrix shears its node, which no rotation and scale can do",
+    matrix.Fail(Code::InvalidValue, "this matrix shears its node, which no rotation and scale can express",
                 "apply the node's transform in the program that made the head and export it again");
   const bool mirrors = Dot(Cross(axes[0], axes[1]), axes[2]) < 0;
 
   ClusterTransform transform;
   transform.translation = {m[12], m[13], m[14]};
   transform.scale = VgeSVector(mirrors ? -lengths[0] : lengths[0], lengths[1], lengths[2]);
-  // Exactly orthogonal from here on: y stays, x and z give way.
+  // Made exactly orthogonal: y stays, x and z are corrected.
   const VgeTVector y = axes[1], z = Unit(mirrors ? Cross(y, axes[0]) : Cross(axes[0], y)), x = Cross(y, z);
   const VgeTVector proper[] = {x, y, z};
   for (std::size_t a = 0; a < 3; ++a) {
@@ -59,7 +60,7 @@ ClusterTransform TransformOf(const JsonAt& node) {
              scale = node.Find("scale");
   if (const auto matrix = node.Find("matrix")) {
     if (translation || rotation || scale)
-      node.Fail(Code::Contradiction, "this node has a matrix and a transform beside it",
+      node.Fail(Code::Contradiction, "this node has both a matrix and a translation, rotation or scale",
                 "export the head again");
     return TransformOfMatrix(*matrix);
   }
@@ -70,7 +71,8 @@ ClusterTransform TransformOf(const JsonAt& node) {
   if (rotation) {
     const auto q = rotation->Numbers(4);
     if (q[0] == 0 && q[1] == 0 && q[2] == 0 && q[3] == 0)
-      rotation->Fail(Code::InvalidValue, "this is no rotation: its quaternion is 0", "export the head again");
+      rotation->Fail(Code::InvalidValue, "this is not a rotation: the quaternion is 0",
+                     "export the head again");
     transform.rotation = RotationOf(VgeQuaternion(q[0], q[1], q[2], q[3]));
   }
   if (scale) {
@@ -120,7 +122,7 @@ VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
     for (const JsonAt& child : nodes[n].ElementsOf("children")) {
       auto& parent = parents[child.Index(nodes.size(), "nodes")];
       if (parent)
-        child.Fail(Code::Duplicate, fmt::format("this node is a child of node {} already", *parent),
+        child.Fail(Code::Duplicate, fmt::format("this node is already a child of node {}", *parent),
                    "export the head again");
       parent = n;
     }
@@ -129,7 +131,7 @@ VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
   std::size_t steps = 0;
   for (auto parent = parents[node]; parent; parent = parents[*parent]) {
     if (++steps > nodes.size())
-      nodes[node].Fail(Code::Contradiction, "this node is among its own parents", "export the head again");
+      nodes[node].Fail(Code::Contradiction, "this node is its own ancestor", "export the head again");
     const ClusterTransform transform = TransformOf(nodes[*parent]);
     const double signs[] = {transform.scale.x < 0 ? -1.0 : 1.0, transform.scale.y < 0 ? -1.0 : 1.0,
                             transform.scale.z < 0 ? -1.0 : 1.0};

@@ -65,7 +65,7 @@ TEST_F(Convert, WritesWhatTheEndingSays) {
 TEST_F(Convert, ReportsWhatTheFormatCannotHold) {
   EXPECT_THAT(
       Run({"convert", "take.csv", "a.c3d"}).err,
-      AllOf(HasSubstr("           1 frame number that was missing is now an empty frame\n"),
+      AllOf(HasSubstr("           1 missing frame becomes an empty one\n"),
             HasSubstr("           the first frame's time is 0.9 s instead of 0.3 s\n"),
             // A float nearest to 0.1 is 1.5e-9 from it.
             HasSubstr("           positions are rounded, by 1.5e-09 mm at most (\"A\" in frame 10)\n")));

@@ -60,7 +60,7 @@ TEST(ReadC3d, UnitsBecomeMillimetres) {
               ElementsAre("the unit \"elle\" is unknown or ambiguous; positions are taken as millimetres"));
   file.Set("POINT", "UNITS", {-1, {4}, {}, "    "});
   take = Read(file);
-  EXPECT_THAT(take.notes, ElementsAre("no unit is given; positions are taken as millimetres"));
+  EXPECT_THAT(take.notes, ElementsAre("the file gives no unit; positions are taken as millimetres"));
 }
 
 namespace {

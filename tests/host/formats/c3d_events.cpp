@@ -65,7 +65,7 @@ TEST(C3dEvents, EventTimesThatAreNoPairsAreNotRead) {
   file.Reals("EVENT", "TIMES", std::vector<double>(8, 0));
   const Take take = Read(file);
   EXPECT_THAT(take.events, IsEmpty());
-  EXPECT_THAT(take.notes, ElementsAre(Says(HasSubstr("8 numbers and not two for each of 8 events"))));
+  EXPECT_THAT(take.notes, ElementsAre(Says(HasSubstr("8 numbers instead of two for each of 8 events"))));
 }
 
 TEST(C3dEvents, NotesHaveCodes) {
@@ -76,8 +76,9 @@ TEST(C3dEvents, NotesHaveCodes) {
   file.header_reals = {{153, std::numeric_limits<double>::quiet_NaN()}};
   EXPECT_THAT(Read(file).notes,
               ElementsAre(IsNote(Code::Missing, "", "EVENT:TIMES has 8 numbers"),
-                          IsNote(Code::InvalidValue, "", "the header says 19 events"),
-                          IsNote(Code::InvalidValue, "", "events whose time is no number, not read: 1")));
+                          IsNote(Code::InvalidValue, "", "the header declares 19 events"),
+                          IsNote(Code::InvalidValue, "",
+                                 "events with a time that is not a number, which are ignored: 1")));
 }
 
 // The header's repeats the group's where they are within half a frame of each other.
@@ -105,6 +106,6 @@ TEST(C3dEvents, TheHeaderHasRoomForEighteenEvents) {
     if (count == 18)
       EXPECT_THAT(take.notes, IsEmpty());
     else
-      EXPECT_THAT(take.notes, ElementsAre("the header says 19 events and has room for 18"));
+      EXPECT_THAT(take.notes, ElementsAre("the header declares 19 events and has room for 18"));
   }
 }

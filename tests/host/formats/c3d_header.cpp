@@ -46,7 +46,7 @@ TEST(C3dHeader, LeadingZerosAreSkipped) {
     file.zeros_before = zeros;
     const Take take = Read(file);
     EXPECT_EQ(Cells(take), kCells);
-    EXPECT_THAT(take.notes, ElementsAre(fmt::format("{} zero bytes before the header, skipped", zeros)));
+    EXPECT_THAT(take.notes, ElementsAre(fmt::format("{} zero bytes before the header are skipped", zeros)));
   }
 }
 

@@ -40,10 +40,9 @@ TEST(C3dLabels, LabelsThatAreMissingBlankTwiceOrTooManyAreNamed) {
   file.Texts("POINT", "LABELS", {"A", "A", "", "A"});
   Take take = Read(file);
   EXPECT_THAT(take.markers, ElementsAre("A", "A (2)", "point 3", "A (3)", "point 5"));
-  EXPECT_THAT(take.notes,
-              ElementsAre("4 labels for 5 points: the others are numbered, \"point 5\" ...",
-                          "blank label: named \"point 3\"",
-                          "label that is there before, so that it got a number: \"A\" and 1 more"));
+  EXPECT_THAT(take.notes, ElementsAre("4 labels for 5 points; the others are named \"point 5\" and so on",
+                                      "blank label, named \"point 3\"",
+                                      "repeated label, which gets a number: \"A\" and 1 more"));
 
   file.Texts("POINT", "LABELS", {"A", "B", "C", "D", "E", "F"});
   take = Read(file);
@@ -71,8 +70,7 @@ TEST(C3dLabels, NotesHaveCodes) {
   EXPECT_THAT(
       Read(file).notes,
       ElementsAre(IsNote(Code::Missing, "", "5 labels for 6 points"),
-                  IsNote(Code::Missing, "", "blank label: named \"point 2\""),
+                  IsNote(Code::Missing, "", "blank label, named \"point 2\""),
                   IsNote(Code::Assumed, "", "label that is not UTF-8"),
-                  IsNote(Code::Duplicate, "",
-                         "label that is there before, so that it got a number: \"Chin\" and 1 more")));
+                  IsNote(Code::Duplicate, "", "repeated label, which gets a number: \"Chin\" and 1 more")));
 }

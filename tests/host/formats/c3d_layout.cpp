@@ -78,7 +78,7 @@ TEST(C3dLayout, WhereNobodySaysTheDataBeginTheyAreBehindTheParameters) {
   file.Remove("POINT", "DATA_START");
   const Take take = Read(file);
   EXPECT_EQ(Cells(take), kCells);
-  EXPECT_THAT(take.notes, Contains(Says(HasSubstr("taken as block 3, the one behind the parameters"))));
+  EXPECT_THAT(take.notes, Contains(Says(HasSubstr("taken as block 3, which follows the parameters"))));
 }
 
 TEST(C3dLayout, AnalogSamplesAreSkippedByTheirTrueSize) {
@@ -148,9 +148,9 @@ TEST(C3dLayout, WithoutAScaleFloatsThatFillTheFileAreRead) {
     const Take take = Read(file);
     EXPECT_FALSE(take.HasSightings());
     EXPECT_EQ(take.At(0, 0)->x, 1);
-    EXPECT_THAT(take.notes, ElementsAre(Says(StartsWith("POINT:SCALE is 0 or no number"))));
+    EXPECT_THAT(take.notes, ElementsAre(Says(StartsWith("POINT:SCALE is 0 or not a number"))));
     file.behind = std::string(1024, '\0');
-    EXPECT_THAT(ErrorOf(file), HasSubstr("POINT:SCALE is 0 or no number"));
+    EXPECT_THAT(ErrorOf(file), HasSubstr("POINT:SCALE is 0 or not a number"));
   }
 }
 
@@ -161,10 +161,9 @@ TEST(C3dLayout, HeaderStandsInForParametersThatAreMissing) {
   EXPECT_EQ(Cells(take), kCells);
   EXPECT_EQ(take.residual_mm, 0.5);
   EXPECT_EQ(take.rate, (mien::FrameRate{100, 1}));
-  EXPECT_THAT(take.notes,
-              ElementsAre("missing, so that the header's values are taken: POINT:USED, POINT:FRAMES, "
-                          "POINT:SCALE, POINT:DATA_START",
-                          "POINT:RATE is missing or no rate; taken as the header's 100 Hz"));
+  EXPECT_THAT(take.notes, ElementsAre("missing, so the header's values are taken: POINT:USED, POINT:FRAMES, "
+                                      "POINT:SCALE, POINT:DATA_START",
+                                      "POINT:RATE is missing or not a rate; taken as the header's 100 Hz"));
 }
 
 TEST(C3dLayout, WithoutAnyParametersTheHeaderAloneIsRead) {
@@ -173,9 +172,10 @@ TEST(C3dLayout, WithoutAnyParametersTheHeaderAloneIsRead) {
   const Take take = Read(file);
   EXPECT_EQ(Cells(take), kCells);
   EXPECT_THAT(take.markers, ElementsAre("point 1", "point 2"));
-  EXPECT_THAT(take.notes,
-              ElementsAre("there are no parameters: markers are numbered, positions taken as millimetres, "
-                          "the rest is what the header says"));
+  EXPECT_THAT(
+      take.notes,
+      ElementsAre("there are no parameters: markers are numbered, positions are taken as millimetres, "
+                  "and the rest comes from the header"));
 }
 
 // Frame counts that a 16-bit word with a sign, one without, or no word can hold.
@@ -219,7 +219,7 @@ TEST(C3dLayout, FrameCountThatIsTheMostOfAWordIsNotBelievedAgainstTheFile) {
   file.Frames(70000);
   const Take take = Read(file);
   EXPECT_EQ(take.FrameCount(), 70000u);
-  EXPECT_THAT(take.notes, Contains(Says(HasSubstr("the most that POINT:FRAMES can say"))));
+  EXPECT_THAT(take.notes, Contains(Says(HasSubstr("the most that POINT:FRAMES can hold"))));
 }
 
 TEST(C3dLayout, FrameCountAsAnArrayOfFloats) {
@@ -238,7 +238,7 @@ TEST(C3dLayout, FileThatIsCutShortGivesTheFramesThatItHas) {
   bytes.resize(bytes.size() - 1120 * 54 * 16 + 5);
   const Take take = ReadTake(bytes, "t");
   EXPECT_EQ(take.FrameCount(), 29u);
-  EXPECT_THAT(take.notes, Contains("1149 frames declared, 29 in the file: it is cut short"));
+  EXPECT_THAT(take.notes, Contains("1149 frames are declared, and the file has 29: it is cut short"));
 }
 
 namespace {
@@ -312,7 +312,7 @@ TEST(C3dLayout, AFileThatIsShorterThanEveryCountIsCutShort) {
   bytes.resize(bytes.size() - 1);
   const Take take = ReadTake(bytes, "t");
   EXPECT_EQ(take.FrameCount(), 497u);
-  EXPECT_THAT(take.notes, ElementsAre("499 frames declared, 497 in the file: it is cut short"));
+  EXPECT_THAT(take.notes, ElementsAre("499 frames are declared, and the file has 497: it is cut short"));
 }
 
 TEST(C3dLayout, LastFrameThatLacksAByteIsNotRead) {
@@ -320,7 +320,7 @@ TEST(C3dLayout, LastFrameThatLacksAByteIsNotRead) {
   bytes.pop_back();
   const Take take = ReadTake(bytes, "t");
   EXPECT_EQ(take.FrameCount(), 2u);
-  EXPECT_THAT(take.notes, ElementsAre("3 frames declared, 2 in the file: it is cut short"));
+  EXPECT_THAT(take.notes, ElementsAre("3 frames are declared, and the file has 2: it is cut short"));
 }
 
 TEST(C3dLayout, WhatFollowsTheDeclaredFramesIsNotRead) {
@@ -331,18 +331,18 @@ TEST(C3dLayout, WhatFollowsTheDeclaredFramesIsNotRead) {
   const Take take = Read(file);
   EXPECT_EQ(Cells(take), kCells);
   EXPECT_THAT(take.notes,
-              ElementsAre("3 frames declared, and room for 19 in the file: the rest is not read"));
+              ElementsAre("3 frames are declared, and the file has room for 19: the rest is ignored"));
 }
 
 TEST(C3dLayout, NoPointsAndNoFramesAreErrors) {
   C3dBuilder file;
   file.header[2] = 0;
   file.Words("POINT", "USED", {0});
-  EXPECT_THAT(ErrorOf(file), HasSubstr("there are no markers in the file"));
+  EXPECT_THAT(ErrorOf(file), HasSubstr("there are no markers: the number of points is 0"));
   file = {};
   file.header[4] = file.header[5] = 0;
   file.Words("POINT", "FRAMES", {0});
-  EXPECT_THAT(ErrorOf(file), HasSubstr("there are no frames in the file"));
+  EXPECT_THAT(ErrorOf(file), HasSubstr("there are no frames: their number is 0"));
 }
 
 TEST(C3dLayout, SizesThatLieAreBoundedByTheFile) {
@@ -378,28 +378,28 @@ TEST(C3dLayout, NotesHaveCodes) {
   EXPECT_THAT(NotesWith([](C3dBuilder& file) { file.Words("POINT", "USED", {7}); }),
               Contains(IsNote(Code::Contradiction, "", "points per frame: 7 by POINT:USED")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) { file.Remove("POINT", "USED"); }),
-              ElementsAre(IsNote(Code::Missing, "", "missing, so that the header's values")));
+              ElementsAre(IsNote(Code::Missing, "", "missing, so the header's values")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) { file.parameters.clear(); }),
               Contains(IsNote(Code::Missing, "", "there are no parameters")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) {
                 file.header[9] = 0;
                 file.Remove("POINT", "DATA_START");
               }),
-              Contains(IsNote(Code::Assumed, "", "where the data begin is not said")));
+              Contains(IsNote(Code::Assumed, "", "the data's first block is missing")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) { file.Reals("POINT", "SCALE", {0.5}); }),
               ElementsAre(IsNote(Code::Contradiction, "", "POINT:SCALE is 0.5")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) {
                 file.header_reals[7] = 0;
                 file.Reals("POINT", "SCALE", {0});
               }),
-              ElementsAre(IsNote(Code::Assumed, "", "POINT:SCALE is 0 or no number")));
+              ElementsAre(IsNote(Code::Assumed, "", "POINT:SCALE is 0 or not a number")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) {
                 file.frames.pop_back();
                 file.header[5] = 3;
               }),
-              Contains(IsNote(Code::Truncated, "", "3 frames declared, 2 in the file")));
+              Contains(IsNote(Code::Truncated, "", "3 frames are declared, and the file has 2")));
   EXPECT_THAT(NotesWith([](C3dBuilder& file) { file.behind = std::string(2048, '\1'); }),
-              ElementsAre(IsNote(Code::Ignored, "", "3 frames declared, and room for")));
+              ElementsAre(IsNote(Code::Ignored, "", "3 frames are declared, and the file has room for")));
 }
 
 TEST(C3dLayout, ErrorsHaveCodes) {

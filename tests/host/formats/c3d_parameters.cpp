@@ -126,7 +126,7 @@ TEST(C3dParameters, NotesHaveCodesAndPlaces) {
   }
   std::string broken = bytes;
   broken[units - 2] = 127; // a name that goes beyond the section
-  EXPECT_THAT(ReadTake(broken, "t").notes, Contains(IsNote(Code::Syntax, place, "this is no parameter")));
+  EXPECT_THAT(ReadTake(broken, "t").notes, Contains(IsNote(Code::Syntax, place, "this is not a parameter")));
 
   C3dBuilder file;
   file.Set("POINT", "LABELS", {-1, {4, 200}, {}, "LipU"});

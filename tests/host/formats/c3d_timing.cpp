@@ -98,8 +98,8 @@ TEST(C3dTiming, ExactRateAndTimecodeOfOurOwn) {
   take = Read(file);
   EXPECT_EQ(take.rate, (mien::FrameRate{30000, 1001}));
   EXPECT_FALSE(take.timecode);
-  EXPECT_THAT(take.notes, ElementsAre("MIEN:RATE is \"120/1\", which POINT:RATE does not bear out; ignored",
-                                      "MIEN:TIMECODE is \"noon\", which is no timecode; ignored"));
+  EXPECT_THAT(take.notes, ElementsAre("MIEN:RATE is \"120/1\", which POINT:RATE contradicts; ignored",
+                                      "MIEN:TIMECODE is \"noon\", which is not a timecode; ignored"));
 }
 
 TEST(C3dTiming, NotesHaveCodes) {

@@ -181,7 +181,7 @@ TEST(Trc, NotesAreErrorsWhenStrict) {
   File file;
   file.blank = "";
   EXPECT_THAT(InputErrorOf([&] { mien::ReadTake(file.Text(), "t.trc", {.strict = true, .face = {}}); }),
-              StartsWith("t.trc:6: no blank line before the first row; "));
+              StartsWith("t.trc:6: the blank line before the first row is missing; "));
 }
 
 // What each program does differently, and nobody needs to hear of.
@@ -220,7 +220,7 @@ TEST(Trc, NoPathLine) {
   File file;
   file.path_line = "";
   const Take take = Read(file);
-  EXPECT_THAT(take.notes, ElementsAre("line 1: no line PathFileType before the keys"));
+  EXPECT_THAT(take.notes, ElementsAre("line 1: the line PathFileType before the keys is missing"));
   ExpectSame(take, Read(File()));
 }
 
@@ -236,11 +236,11 @@ TEST(Trc, SevenKeysAreFoundByTheirNames) {
 TEST(Trc, StrangeAndRepeatedKeys) {
   File file;
   file.keys = Replaced(file.keys, "CameraRate", "Studio");
-  EXPECT_THAT(Read(file).notes, ElementsAre("line 2: the key \"Studio\" is not known, and not read"));
+  EXPECT_THAT(Read(file).notes, ElementsAre("line 2: the key \"Studio\" is unknown and ignored"));
   file.keys = Replaced(file.keys, "Studio", "DataRate");
   file.values = "50\t60\t2\t2\tmm\t50\t1\t2\n";
   const Take take = Read(file);
-  EXPECT_THAT(take.notes, ElementsAre("line 2: the key \"DataRate\" is there twice; the first counts"));
+  EXPECT_THAT(take.notes, ElementsAre("line 2: the key \"DataRate\" is repeated; the first counts"));
   EXPECT_EQ(take.rate.Hz(), 50);
 }
 
@@ -248,7 +248,7 @@ TEST(Trc, NoBlankLine) {
   File file;
   file.blank = "";
   const Take take = Read(file);
-  EXPECT_THAT(take.notes, ElementsAre("line 6: no blank line before the first row"));
+  EXPECT_THAT(take.notes, ElementsAre("line 6: the blank line before the first row is missing"));
   ExpectSame(take, Read(File()));
 }
 
@@ -256,7 +256,7 @@ TEST(Trc, OddLabels) {
   File file;
   file.labels = "\t\tX1\tY1\tZ1\tX5\tY5\tZ5\n";
   EXPECT_THAT(Read(file).notes,
-              ElementsAre("line 5: the label \"X5\" stands where X2 would; likewise 2 more labels"));
+              ElementsAre("line 5: the label is \"X5\" instead of X2; likewise 2 more labels"));
   file.labels = "X1\tY1\tZ1\n";
   EXPECT_THAT(Read(file).notes, ElementsAre("line 5: 3 labels for 2 names"));
 }
@@ -265,8 +265,9 @@ TEST(Trc, NoLabels) {
   File file;
   file.labels = "";
   const Take take = Read(file);
-  EXPECT_THAT(take.notes,
-              ElementsAre("line 6: no labels X1, Y1, Z1, ... and no blank line before the first row"));
+  EXPECT_THAT(
+      take.notes,
+      ElementsAre("line 6: the labels X1, Y1, Z1, ... and the blank line before the first row are missing"));
   ExpectSame(take, Read(File()));
 }
 
@@ -382,7 +383,7 @@ TEST(Trc, DuplicateNames) {
   file.rows = "1\t0\t1\t1\t1\t2\t2\t2\t3\t3\t3\t4\t4\t4\t5\t5\t5\n";
   const Take take = Read(file);
   EXPECT_THAT(take.notes,
-              ElementsAre("line 4: the name \"A\" is there twice; the second is called \"A (3)\"; "
+              ElementsAre("line 4: the name \"A\" is repeated; the second marker is called \"A (3)\"; "
                           "likewise 1 more name"));
   EXPECT_THAT(take.markers, ElementsAre("A", "A (3)", "A (2)", "A (4)", "a"));
   EXPECT_THAT(Positions(take), ElementsAre("1 1 1", "2 2 2", "3 3 3", "4 4 4", "5 5 5"));
@@ -421,19 +422,20 @@ TEST(Trc, NamesOneAColumn) {
   File file;
   file.names = "Frame#\tTime\tChin\tL brow\n";
   const Take take = Read(file);
-  EXPECT_THAT(take.notes,
-              ElementsAre("line 4: the names are not one above each three columns; taken in their order"));
+  EXPECT_THAT(
+      take.notes,
+      ElementsAre("line 4: the names are not above every third column; they are taken in their order"));
   ExpectSame(take, Read(File()));
   file.names = "Frame#\tTime\tChin\tL brow\tNose\n";
   EXPECT_THAT(ErrorOf(file),
-              StartsWith("t.trc:4: 3 names, not one above each three columns, and columns of 2 markers; "));
+              StartsWith("t.trc:4: 3 names, not above every third column, and columns of 2 markers; "));
 }
 
 TEST(Trc, NamesThatAreNotUtf8) {
   File file;
   file.names = "Frame#\tTime\tStirn\xFC\t\t\tL brow\t\t\n";
   const Take take = Read(file);
-  EXPECT_THAT(take.notes, ElementsAre("line 4: the names are not UTF-8 text; read as Latin-1"));
+  EXPECT_THAT(take.notes, ElementsAre("line 4: the names are not UTF-8; read as Latin-1"));
   EXPECT_THAT(take.markers, ElementsAre("Stirn\xC3\xBC", "L brow"));
 }
 
@@ -454,7 +456,7 @@ TEST(Trc, UnitsBecomeMillimetres) {
 }
 
 TEST(Trc, UnitsThatAreAbsentOrUnknownAreTakenAsMillimetres) {
-  for (const auto& [unit, note] : {std::pair("", "line 3: no Units; taken as mm"),
+  for (const auto& [unit, note] : {std::pair("", "line 3: there are no Units; taken as mm"),
                                    {"px", "line 3: the unit \"px\" is unknown or ambiguous; taken as mm"},
                                    {"mi", "line 3: the unit \"mi\" is unknown or ambiguous; taken as mm"}}) {
     File file;
@@ -478,14 +480,14 @@ TEST(Trc, DecimalCommas) {
 
 TEST(Trc, CommasThatMaySeparateThousandsAreRefused) {
   EXPECT_THAT(ErrorOf(WithRows("1\t0\t1,234\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")),
-              StartsWith("t.trc:7: nothing tells whether the commas are decimal or separate thousands; "));
+              StartsWith("t.trc:7: the commas can be decimal commas or separate thousands; "));
   EXPECT_THAT(ErrorOf(WithRows("1\t0\t123,456\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")),
-              StartsWith("t.trc:7: nothing tells whether the commas are decimal or separate thousands; "));
+              StartsWith("t.trc:7: the commas can be decimal commas or separate thousands; "));
   EXPECT_EQ(At(Read(WithRows("1\t0\t1234,567\t2\t3\t4\t5\t6\n2\t0\t1\t2\t3\t4\t5\t6\n")), 0, 0),
             "1234.567 2 3")
       << "thousands are three digits at most";
   EXPECT_THAT(ErrorOf(WithRows("1\t0.00\t1\t2\t3\t4\t5\t6\n2\t0.02\t1,25\t2\t3\t4\t5\t6\n")),
-              StartsWith("t.trc:8: a number has a comma, while others have points; "));
+              StartsWith("t.trc:8: one number has a comma, others have points; "));
   EXPECT_THAT(ErrorOf(WithRows("1\t0\t1,234.5\t2\t3\t4\t5\t6\n")),
               StartsWith("t.trc:7: column 3 (x of \"Chin\"): \"1,234.5\" is not a number; "));
 }
@@ -684,17 +686,17 @@ TEST(Trc, RowsOutOfOrderAreSortedByTimeIfTheirNumbersAgree) {
 TEST(Trc, HeadersThatAreCutOrMissingSayWhereAndWhat) {
   const File file;
   EXPECT_EQ(InputErrorOf([&] { Read(file.path_line); }),
-            "t.trc:1: the header ends here, before the marker names; export the take again");
+            "t.trc:1: the header ends before the marker names; export the take again");
   EXPECT_THAT(InputErrorOf([&] { Read(file.path_line + "DataRate\tCameraRate\tNumF\n"); }),
-              StartsWith("t.trc:2: the header ends here, before the marker names; "));
+              StartsWith("t.trc:2: the header ends before the marker names; "));
   EXPECT_THAT(InputErrorOf([&] { Read(file.path_line + file.values + file.names + file.rows); }),
               StartsWith("t.trc:2: the keys are missing (DataRate, CameraRate, NumFrames, ...); "));
   EXPECT_THAT(InputErrorOf([&] { Read(file.path_line + file.keys + file.names + file.rows); }),
-              StartsWith("t.trc:3: the line of values is missing, which belongs under the keys; "));
+              StartsWith("t.trc:3: the line of values below the keys is missing; "));
   EXPECT_THAT(InputErrorOf([&] { Read(file.path_line + file.keys + file.values + file.rows); }),
-              StartsWith("t.trc:4: the line of marker names is missing, which starts with Frame#; "));
+              StartsWith("t.trc:4: the line of marker names, which starts with Frame#, is missing; "));
   EXPECT_THAT(InputErrorOf([&] { Read(file.path_line + file.keys + file.values + "Frame#\tChin\n"); }),
-              StartsWith("t.trc:4: the second column is \"Chin\" and not Time; "));
+              StartsWith("t.trc:4: the second column is \"Chin\" instead of Time; "));
   EXPECT_THAT(ErrorOf(WithRows("")), StartsWith("t.trc:6: there are no frames, only a header; "));
   File unnamed = WithRows("1\t0\n2\t0.02\n");
   unnamed.names = "Frame#\tTime\n";
@@ -708,7 +710,7 @@ TEST(Trc, AFileThatEndsInsideARowLosesWhatItEndsWith) {
     return std::pair(take.FrameCount() == 2 ? At(take, 1, 0) + ", " + At(take, 1, 1) : "none",
                      Message(take.notes.back()));
   };
-  const std::string left_out = "line 8: the file ends inside the row, which is left out";
+  const std::string left_out = "line 8: the file ends within this row, which is left out";
   EXPECT_EQ(last("2"), std::pair(std::string("none"), left_out));
   EXPECT_EQ(last("2\t0.0"), std::pair(std::string("none"), left_out));
   EXPECT_EQ(last("2 0.02 1 2 3 4"), std::pair(std::string("none"), left_out));
@@ -873,7 +875,7 @@ TEST(Trc, NotesHaveCodesAndPlaces) {
   EXPECT_THAT(Read(file).notes, ElementsAre(IsNote(Code::Missing, "line 1", "no line PathFileType"),
                                             IsNote(Code::Syntax, "line 1", "3 keys instead of 8"),
                                             IsNote(Code::Ignored, "line 1",
-                                                   "the key \"Studio\" is not known, and not read; "
+                                                   "the key \"Studio\" is unknown and ignored; "
                                                    "likewise 1 more key"),
                                             IsNote(Code::Assumed, "line 2", "no Units")));
 
@@ -974,9 +976,9 @@ TEST(Trc, NamesThatWouldNotReadBackAreNotWritten) {
     take.rate = {50, 1};
     take.AddFrame(1, 0);
     std::ostringstream out;
-    EXPECT_THAT(
-        InputErrorOf([&] { WriteTrc(take, out); }),
-        testing::AllOf(StartsWith("smile: the marker name \""), HasSubstr("\" cannot stand in a header; ")));
+    EXPECT_THAT(InputErrorOf([&] { WriteTrc(take, out); }),
+                testing::AllOf(StartsWith("smile: a TRC header cannot hold the marker name \""),
+                               HasSubstr("\"; rename it: ")));
     EXPECT_EQ(out.str(), "");
   }
   Take twice({"A", "A"});

@@ -191,40 +191,39 @@ TEST(WhatWasLost, PositionsThatAreGoneAndSuchAsWereNot) {
                 take.Clear(0, 1);
                 take.Set(1, 1, {1, 2, 3});
               }),
-              ElementsAre("2 positions became gaps", "1 position stands where there was a gap"));
+              ElementsAre("2 positions became gaps", "1 gap became a position"));
 }
 
 TEST(WhatWasLost, HowPositionsCameAbout) {
-  EXPECT_THAT(Lost([](Take& take) {
-                take.Set(2, 0, {1, 2, 3}, Origin::Measured);
-                take.Set(2, 1, {1, 2, 3}, Origin::Measured);
-              }),
-              ElementsAre("1 position that the take's program had computed cannot be told from measured ones",
-                          "1 position filled by us cannot be told from measured ones"));
+  EXPECT_THAT(
+      Lost([](Take& take) {
+        take.Set(2, 0, {1, 2, 3}, Origin::Measured);
+        take.Set(2, 1, {1, 2, 3}, Origin::Measured);
+      }),
+      ElementsAre("1 computed position becomes a measured one", "1 filled position becomes a measured one"));
   EXPECT_THAT(Lost([](Take& take) {
                 take.Set(2, 1, {1, 2, 3}, Origin::Computed);
               }),
-              ElementsAre("1 position filled by us counts as computed"));
-  EXPECT_THAT(Lost([](Take& take) {
-                take.Set(0, 0, {1, 2, 3}, Origin::Computed);
-              }),
-              ElementsAre("1 position that was measured counts as computed",
-                          "1 position loses what the cameras say of it: which took part, and the residual"));
+              ElementsAre("1 filled position becomes a computed one"));
+  EXPECT_THAT(
+      Lost([](Take& take) {
+        take.Set(0, 0, {1, 2, 3}, Origin::Computed);
+      }),
+      ElementsAre("1 measured position becomes a computed one", "1 position loses its cameras and residual"));
 }
 
 TEST(WhatWasLost, WhatTheCamerasSay) {
-  EXPECT_THAT(
-      Lost([](Take& take) { take.residual_mm = 0; }),
-      ElementsAre("6 positions lose what the cameras say of them: which took part, and the residual"));
+  EXPECT_THAT(Lost([](Take& take) { take.residual_mm = 0; }),
+              ElementsAre("6 positions lose their cameras and residuals"));
   EXPECT_THAT(Lost([](Take& take) {
                 take.RowOf(0).sightings[0].cameras = 7;
                 take.RowOf(0).sightings[1].residual = 3;
               }),
-              ElementsAre("1 position names other cameras", "residuals are rounded, by 0.5 mm at most"));
+              ElementsAre("1 position has other cameras", "residuals are rounded, by 0.5 mm at most"));
   EXPECT_THAT(Lost([](Take& take) { take.RowOf(2).sightings[0].cameras = 7; }), // of a computed position
-              ElementsAre("1 position names other cameras"));
+              ElementsAre("1 position has other cameras"));
   EXPECT_THAT(Lost([](Take& take) { take.RowOf(2).sightings[0].cameras = 0; }),
-              ElementsAre("1 position loses what the cameras say of it: which took part, and the residual"));
+              ElementsAre("1 position loses its cameras and residual"));
 }
 
 TEST(WhatWasLost, FramesRenumberedAddedAndLost) {
@@ -234,16 +233,14 @@ TEST(WhatWasLost, FramesRenumberedAddedAndLost) {
               ElementsAre("the first frame's number is 11 instead of 1"));
   Take longer = Full();
   longer.AddFrame(5, 0.04);
-  EXPECT_THAT(WhatWasLost(Full(), longer),
-              ElementsAre("1 frame number that was missing is now an empty frame"));
+  EXPECT_THAT(WhatWasLost(Full(), longer), ElementsAre("1 missing frame becomes an empty one"));
   EXPECT_THAT(WhatWasLost(longer, Full()), ElementsAre("1 frame is lost"));
   EXPECT_THAT(WhatWasLost(Full(), Take({"A", "B"})).front(), "0 frames instead of 4");
 }
 
 TEST(WhatWasLost, TimesThatShift) {
-  EXPECT_THAT(
-      Lost([](Take& take) { take.times[2] += 0.003; }),
-      ElementsAre("times are whole periods of the rate; by that they shift by 3 ms at most (frame 3)"));
+  EXPECT_THAT(Lost([](Take& take) { take.times[2] += 0.003; }),
+              ElementsAre("times become multiples of the rate's period and shift by 3 ms at most (frame 3)"));
   EXPECT_THAT(Lost([](Take& take) {
                 for (double& time : take.times) time += 1.5;
               }),

@@ -121,9 +121,9 @@ TEST(Glb, CutShortAnywhereIsAnError) {
   const std::string whole = WholeFile();
   for (std::size_t length = 0; length < whole.size(); ++length)
     EXPECT_THAT(Error(whole.substr(0, length)), StartsWith("h.glb:")) << length;
-  EXPECT_EQ(Error(whole.substr(0, 100)), "h.glb:byte 8: the file should have " +
-                                             std::to_string(whole.size()) +
-                                             " bytes and has 100: it was cut short or added to" + kFix);
+  EXPECT_EQ(Error(whole.substr(0, 100)), "h.glb:byte 8: the heading says " + std::to_string(whole.size()) +
+                                             " bytes, and the file has 100: it was cut short or extended" +
+                                             kFix);
 }
 
 TEST(Glb, CutShortWithAHeadingThatFitsIsAnError) {
@@ -140,7 +140,7 @@ TEST(Glb, CutShortWithAHeadingThatFitsIsAnError) {
 }
 
 TEST(Glb, OneByteTooManyIsAnError) {
-  EXPECT_THAT(Error(WholeFile() + '\0'), HasSubstr("it was cut short or added to"));
+  EXPECT_THAT(Error(WholeFile() + '\0'), HasSubstr("it was cut short or extended"));
 }
 
 TEST(Glb, SaysWhatAnotherFileIs) {
@@ -161,15 +161,15 @@ TEST(Glb, SaysWhatAnotherFileIs) {
 
 TEST(Glb, SaysWhatIsWrongWithTheContainer) {
   EXPECT_EQ(Error("glTF" + Number(1) + Number(12)),
-            "h.glb:byte 4: this is binary glTF of version 1; version 2 is known" + kFix);
+            "h.glb:byte 4: this is binary glTF version 1; only version 2 is supported" + kFix);
   EXPECT_EQ(Error(File("")), "h.glb:byte 12: the first chunk is not the JSON one" + kFix);
   EXPECT_EQ(Error(File(Chunk("BIN\0"s, "1234"))),
             "h.glb:byte 12: the first chunk is not the JSON one" + kFix);
   EXPECT_EQ(Error(File("1234567")), "h.glb:byte 12: the file ends within a chunk's heading" + kFix);
   EXPECT_EQ(Error(File(Number(0xFFFFFFFF) + "JSON{}  ")),
-            "h.glb:byte 12: a chunk of 4294967295 bytes, where 4 are left" + kFix);
+            "h.glb:byte 12: a chunk of 4294967295 bytes, but 4 are left" + kFix);
   EXPECT_EQ(Error(File(JsonChunk(kLeast) + Chunk("XTRA", "12345"))),
-            "h.glb:byte 48: a chunk of 5 bytes, which is no multiple of 4" + kFix);
+            "h.glb:byte 48: a chunk of 5 bytes, which is not a multiple of 4" + kFix);
 }
 
 TEST(Glb, SaysWhatIsWrongWithTheJson) {
@@ -186,9 +186,9 @@ TEST(Glb, SaysWhatIsWrongWithTheJson) {
   EXPECT_EQ(Error(File(JsonChunk(R"({"asset":{}})"))),
             "h.glb:/asset: the member \"version\" is missing; export the head again");
   EXPECT_EQ(Error(File(JsonChunk(R"({"asset":{"version":2}})"))),
-            "h.glb:/asset/version: this is not a text; export the head again");
+            "h.glb:/asset/version: this is not a string; export the head again");
   EXPECT_EQ(Error(File(JsonChunk(R"({"asset":{"version":"1.0"}})"))),
-            "h.glb:/asset/version: glTF 1.0, where 2.0 is known" + kFix);
+            "h.glb:/asset/version: this is glTF 1.0; only 2.0 is supported" + kFix);
 }
 
 TEST(Glb, JsonNestedBeyondReasonIsRefusedBeforeItCouldOverflowAStack) {
@@ -228,7 +228,7 @@ TEST(Glb, BeyondFourGibibytesIsRefused) {
   EXPECT_EQ(GlbLength(10, 0, 0, "h.glb"), 12u + 8 + 12);
   EXPECT_EQ(GlbLength(12, 5, 8, "h.glb"), 12u + 8 + 12 + 8 + 8 + 8);
   EXPECT_EQ(GlbLength(kMost - 20, 0, 0, "h.glb"), kMost);
-  const std::string error = "h.glb: with the animation it would not fit into the 4 GiB that a .glb may have; "
+  const std::string error = "h.glb: with the animation the file would exceed the 4 GiB of a .glb; "
                             "make its textures smaller, or "
                             "export less in one file";
   EXPECT_EQ(InputErrorOf([] { GlbLength(kMost - 19, 0, 0, "h.glb"); }), error);

@@ -106,7 +106,7 @@ TEST(GlbData, DataOutsideTheFileIsAnError) {
   for (const Json& length : {Json(5), Json(-1), Json("4"), Json(1.5)}) {
     head = HeadOf(R"("a")");
     head.json["buffers"][0]["byteLength"] = length;
-    EXPECT_EQ(Error(head), "h.glb:/buffers/0/byteLength: the buffer is not one of the 3 bytes "
+    EXPECT_EQ(Error(head), "h.glb:/buffers/0/byteLength: this is not a length within the 3 bytes "
                            "that the file holds for it; export it again as one .glb")
         << length;
   }

@@ -35,9 +35,9 @@ TEST(JsonAt, AnIndexIsAWholeNumberBelowTheCount) {
   const JsonAt index = JsonAt(glb).At("i");
   EXPECT_EQ(index.Index(3, "nodes"), 2u);
   EXPECT_EQ(InputErrorOf([&] { index.Index(2, "nodes"); }),
-            "h.glb:/i: this does not lead to one of the 2 nodes; export the head again");
+            "h.glb:/i: this is not the index of one of the 2 nodes; export the head again");
   EXPECT_EQ(InputErrorOf([&] { index.Index(0, "nodes"); }),
-            "h.glb:/i: this does not lead to one of the 0 nodes; export the head again");
+            "h.glb:/i: this is not the index of one of the 0 nodes; export the head again");
 }
 
 TEST(JsonAt, ItsMessagesSayWhere) {
@@ -46,7 +46,7 @@ TEST(JsonAt, ItsMessagesSayWhere) {
   EXPECT_EQ(InputErrorOf([&] { deep.Fail(mien::Code::Doubtful, "WHAT", "MEND"); }),
             "h.glb:/a/1/b~1~0: WHAT; MEND");
   EXPECT_EQ(InputErrorOf([&] { deep.At("\x1B[2J").String(); }),
-            "h.glb:/a/1/b~1~0/?[2J: this is not a text; export the head again")
+            "h.glb:/a/1/b~1~0/?[2J: this is not a string; export the head again")
       << "a file does not steer the terminal";
   EXPECT_EQ(InputErrorOf([&] { deep.At("\x1B[2J").Numbers(2); }),
             "h.glb:/a/1/b~1~0/?[2J: this is not a list of 2 numbers; export the head again");

@@ -138,19 +138,19 @@ TEST(MorphTargets, WhatIsFollowedIsChecked) {
   EXPECT_EQ(Error(R"({"nodes":[7]})"), "h.glb:/nodes/0: this is not an object" + again);
   for (const std::string index : {"1", "-1", "0.5", "\"0\"", "18446744073709551615", "1e300", "null", "[0]"})
     EXPECT_EQ(Error(R"({"nodes":[{"mesh":)" + index + R"(}],"meshes":[{"primitives":[]}]})"),
-              "h.glb:/nodes/0/mesh: this does not lead to one of the 1 meshes" + again)
+              "h.glb:/nodes/0/mesh: this is not the index of one of the 1 meshes" + again)
         << index;
   EXPECT_EQ(Error(R"({"meshes":[{}]})"), "h.glb:/meshes/0: the member \"primitives\" is missing" + again);
   EXPECT_EQ(Error(R"({"meshes":[{"primitives":[{"targets":1}]}]})"),
             "h.glb:/meshes/0/primitives/0/targets: this is not an array" + again);
   EXPECT_EQ(Error(OneMesh(R"(,"extras":{"targetNames":["a",1]})")),
-            "h.glb:/meshes/0/extras/targetNames/1: this is not a text" + again);
+            "h.glb:/meshes/0/extras/targetNames/1: this is not a string" + again);
   EXPECT_EQ(Error(OneMesh(kNames + R"(,"weights":[0])")),
             "h.glb:/meshes/0/weights: this is not a list of 2 numbers" + again);
   EXPECT_EQ(Error(OneMesh(kNames, R"(,"weights":[0,1e39])")),
             "h.glb:/nodes/0/weights: this is not a list of 2 numbers" + again)
       << "no float holds it";
-  EXPECT_EQ(Error(OneMesh(",\"name\":5")), "h.glb:/meshes/0/name: this is not a text" + again);
+  EXPECT_EQ(Error(OneMesh(",\"name\":5")), "h.glb:/meshes/0/name: this is not a string" + again);
 }
 
 TEST(MorphTargets, ErrorsHaveCodes) {

@@ -43,7 +43,7 @@ TEST(NodeTree, NodesAreFoundByName) {
   EXPECT_THAT(NodesByName(Nodes(R"([{"name":"b"},{},{"name":"a"},{"name":"b"}])")),
               ElementsAre(Pair("a", ElementsAre(2)), Pair("b", ElementsAre(0, 3))));
   EXPECT_EQ(InputErrorOf([] { NodesByName(Nodes(R"([{"name":{}}])")); }),
-            "h.glb:/nodes/0/name: this is not a text; export the head again");
+            "h.glb:/nodes/0/name: this is not a string; export the head again");
 }
 
 TEST(NodeTree, ANodeStandsWhereItsTransformSays) {
@@ -91,12 +91,14 @@ TEST(NodeTree, ReplacingAMatrixKeepsThePlaceAndEverythingElse) {
 }
 
 TEST(NodeTree, MatricesThatNoTransformMakesUpAreErrors) {
-  EXPECT_EQ(ErrorOfMatrix("[1,0,0,0, 0.1,1,0,0, 0,0,1,0, 0,0,0,1]"),
-            "h.glb:/nodes/0/matrix: this matrix shears its node, which no rotation and scale can do; apply "
-            "the node's "
-            "transform in the program that made the head and export it again");
+  EXPECT_EQ(
+      ErrorOfMatrix("[1,0,0,0, 0.1,1,0,0, 0,0,1,0, 0,0,0,1]"),
+      "h.glb:/nodes/0/matrix: this matrix shears its node, which no rotation and scale can express; apply "
+      "the node's "
+      "transform in the program that made the head and export it again");
   EXPECT_EQ(ErrorOfMatrix("[1,0,0,0, 0,0,0,0, 0,0,1,0, 0,0,0,1]"),
-            "h.glb:/nodes/0/matrix: this matrix flattens its node, which cannot be turned then; give the "
+            "h.glb:/nodes/0/matrix: this matrix scales its node to 0 along an axis, so that it cannot be "
+            "turned; give the "
             "node a scale "
             "other than 0 and export the head again");
   for (const char* matrix : {"[]", "1", "[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,\"1\"]", "{}"})
@@ -113,13 +115,14 @@ TEST(NodeTree, TransformsThatAreNoneAreErrors) {
     return InputErrorOf([&] { TransformOfNode(Nodes("[" + node + "]"), 0); });
   };
   EXPECT_EQ(error(R"({"rotation":[0,0,0,0]})"),
-            "h.glb:/nodes/0/rotation: this is no rotation: its quaternion is 0; export the head again");
+            "h.glb:/nodes/0/rotation: this is not a rotation: the quaternion is 0; export the head again");
   EXPECT_EQ(error(R"({"translation":[0,0]})"),
             "h.glb:/nodes/0/translation: this is not a list of 3 numbers; export the head again");
   EXPECT_EQ(error(R"({"scale":"big"})"),
             "h.glb:/nodes/0/scale: this is not a list of 3 numbers; export the head again");
   EXPECT_EQ(error(R"({"matrix":[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1],"scale":[1,1,1]})"),
-            "h.glb:/nodes/0: this node has a matrix and a transform beside it; export the head again");
+            "h.glb:/nodes/0: this node has both a matrix and a translation, rotation or scale; export the "
+            "head again");
 }
 
 TEST(NodeTree, AnAppendedNodeStandsWhereItWasPut) {
@@ -160,13 +163,13 @@ TEST(NodeTree, CirclesAndForeignChildrenAreErrors) {
     return InputErrorOf([&] { AxesOfParents(Nodes(nodes), node); });
   };
   EXPECT_EQ(error(R"([{"children":[0]}])", 0),
-            "h.glb:/nodes/0: this node is among its own parents; export the head again");
+            "h.glb:/nodes/0: this node is its own ancestor; export the head again");
   EXPECT_EQ(error(R"([{"children":[1]},{"children":[0,2]},{}])", 2),
-            "h.glb:/nodes/2: this node is among its own parents; export the head again");
+            "h.glb:/nodes/2: this node is its own ancestor; export the head again");
   EXPECT_EQ(error(R"([{"children":[2]},{"children":[2]},{}])", 2),
-            "h.glb:/nodes/1/children/0: this node is a child of node 0 already; export the head again");
+            "h.glb:/nodes/1/children/0: this node is already a child of node 0; export the head again");
   EXPECT_EQ(error(R"([{"children":[1]}])", 0),
-            "h.glb:/nodes/0/children/0: this does not lead to one of the 1 nodes; export the head again");
+            "h.glb:/nodes/0/children/0: this is not the index of one of the 1 nodes; export the head again");
 }
 
 TEST(NodeTree, ALongLineOfParentsIsWalkedWithoutRecursion) {
