@@ -103,7 +103,7 @@ public:
       for (const double value : row) squares += value * value;
     const LargestEigenvector found = LargestEigenvectorOf(n);
     // The gap is twice the sum of the squares of the body's smaller extents, and `squares` that of the greatest extent's square:
-    // a body less than a twentieth as wide as it is long tells too little of the turn about its length.
+    // a body less than a twentieth as wide as it is long does not determine the rotation about its length.
     constexpr double kThin = 1.0 / 20;
     if (!(found.gap > 2 * kThin * kThin * std::sqrt(squares))) return std::nullopt;
 

@@ -9,29 +9,32 @@
 
 namespace mien {
 
-/// Points that keep their places on a rigid body, each as well as it can.
+/// Points that are nearly rigid relative to each other.
 struct RigidBody {
   using Points = std::vector<std::optional<Point>>; ///< nothing for a hidden point
 
-  Points places; ///< where the body has not moved; nothing for a point that was never seen with it
-  std::vector<double>
-      spread_mm; ///< how far each point strays from its place, as a standard deviation per axis; above 0
-                 ///< (size: places)
-  double noise_mm = 0; ///< how far points stray most of the time, per axis; above 0
+  /// The points' positions in the body's own frame; nothing for a point that was never visible with the others.
+  Points places;
+
+  /// The standard deviation of each point from its place, per axis (size: places). Above 0.
+  std::vector<double> spread_mm;
+
+  /// The typical deviation of a point, per axis. Above 0.
+  double noise_mm = 0;
 };
 
-/// Finds where a rigid body of any number of points has gone: the rigid transform of least squares, in which a point counts
-/// by the inverse square of its spread. A point that is more than three times the noise off its place (a marker that
-/// slipped, skin that an expression moves) counts less, by the fourth power of the distance, until it counts for nothing; but
-/// the nearer half of the points always counts in full.
+/// Finds the motion of a rigid body of any number of points: the rigid transform of least squares, in which each
+/// point has the weight 1 / spread². Beyond three times the noise (a marker that slipped, skin that an expression
+/// moves) the weight falls with the fourth power of the distance. The nearer half of the points always keeps its
+/// full weight.
 class RigidFit {
 public:
   explicit RigidFit(RigidBody body);
 
   const RigidBody& Body() const { return body_; }
 
-  /// From the body that has not moved to where `seen` (size: places) has it. Nothing where fewer than three points are seen,
-  /// or all that count stand nearly on one line. Allocates nothing.
+  /// The transform from the body's frame to the frame of `seen` (size: places). Nothing if fewer than three points
+  /// are visible, or nearly on one line. Allocates nothing.
   std::optional<VgeAMatrix> Solve(const RigidBody::Points& seen);
 
 private:
@@ -42,15 +45,15 @@ private:
   std::vector<double> squares_; // of the distances of those that count
 };
 
-/// The body that these markers (indices) of a take make, learned from the whole take, in the axes of the take, where the body
-/// is in the frame that sees most of the markers.
+/// Learns the body of these markers (indices) from a whole take. Its frame has the take's axes and the body's pose
+/// in the frame in which most of the markers are visible.
 ///
-/// A place is the median over all frames. The spread is what nine of ten frames suggest (so that a marker that strays in a
-/// fifth of them counts as straying), the noise what half of them do. The fewer markers there are, the more the spreads are
-/// made alike: a marker that seems to hold still may be one that the fit follows.
+/// A place is the median over all frames. The spread is estimated from the 90th percentile of the deviations, so
+/// that a marker that moves in a fifth of the frames has a large one; the noise from the median. The fewer markers
+/// there are, the more similar the spreads are made: a marker that seems to be still may be one that the fit follows.
 ///
-/// A marker has a place if it is seen in the frame that sees most of them, or in any other with three that have a place. A
-/// take of more than a thousand frames is learned from a thousand of them, evenly spread.
+/// A marker has a place if it is visible in the frame with most markers, or in any other together with three that
+/// have a place. Of a take with more than a thousand frames, a thousand are used, evenly spread.
 RigidBody LearnRigidBody(const Take& take, const std::vector<std::size_t>& markers);
 
 } // namespace mien

@@ -13,31 +13,31 @@
 
 namespace mien {
 
-/// The parts that are measured against rigid neighbours of their own: brows and eyes.
+/// The parts that are measured against their own rigid neighbours: brows and eyes.
 inline constexpr std::array<std::size_t, 4> kAnchoredParts = {1, 2, 3, 4};
 
-/// The anchors of a part: those that the performer names, or else the rigid markers that drive nothing of the part and are
-/// nearer to its middle than 0.6 times the distance between the eyes (or, without these, the brows). Markers that the neutral
-/// pose lacks are left out. None where fewer than two are left, and for a part without markers.
+/// The anchors of a part: those that the performer names, otherwise the rigid markers that do not drive the part and
+/// are nearer to its middle than 0.6 times the distance between the eyes (or else between the brows). Markers missing
+/// from the neutral pose are left out. None if fewer than two remain, and for a part without markers.
 std::vector<std::string> AnchorsOf(std::size_t part, const Performer& performer, const NeutralPose& neutral,
                                    const RigidHead& rigid);
 
-/// What the rigid neighbours of a part say of it: how far they stray from the head in common.
+/// The common deviation of a part's rigid neighbours from the head.
 ///
-/// A tracker that shifts an eye by two millimetres as the head turns shifts lids and corners alike; with the head's motion
-/// alone removed, the eye would seem to close. But the common way of n anchors holds their own noise as well, 1/n of it. How
-/// much that is shows in how they differ from each other, a steady distance of each aside; the way is weakened to the share
-/// that exceeds it, as a Wiener filter does it, along each axis by one gain for the whole take.
+/// A tracker that shifts an eye by two millimetres when the head turns shifts lids and corners alike; against the head
+/// alone, the eye would seem to close. But the mean deviation of n anchors also has 1/n of the variance of their own
+/// noise, which is estimated from their differences (constant offsets removed). As in a Wiener filter, a gain per axis,
+/// the same for the whole take, reduces the deviation to the share that exceeds the noise.
 class LocalAnchors {
 public:
-  /// `anchors`: two or more markers in the head's frame. `rest`: their places on the neutral face (size: markers of the take).
+  /// `anchors`: two or more markers in the head's frame. `rest`: their places on the neutral face (size: markers).
   LocalAnchors(const Take& anchors, const std::vector<Point>& rest);
 
-  /// The share along x, y and z that is no noise: 0 to 1.
+  /// Along x, y and z: 0 to 1.
   const std::array<double, 3>& Gain() const { return gain_; }
 
-  /// A point beside the anchors in the head's frame, with their common way taken away. In a frame without two anchors the way
-  /// is even between the frames around; at the ends of the take as in the nearest one.
+  /// A point beside the anchors, in the head's frame, without their common deviation. In frames without two visible
+  /// anchors, the deviation is interpolated between the frames around; at the ends it is that of the nearest frame.
   Point Measure(const Point& place, std::size_t frame) const;
 
 private:

@@ -10,17 +10,17 @@
 
 namespace mien {
 
-/// The skull as a take shows it: everything on the face that keeps its place on it.
+/// The skull as a take shows it: the markers that hardly move relative to it.
 struct RigidHead {
   std::vector<std::string> markers;
   RigidBody body; ///< of these markers, in the take's axes
 };
 
-/// The performer's rigid markers. Without any, its head markers, and of the others those that stray from the head by no more
-/// than twice what the head markers do and are seen in at least half of the frames; by their names. None of these others drives a
-/// part: what the head takes of its motion the part would lose.
+/// The performer's rigid markers. If it names none: its head markers, and those that deviate from the head by no more
+/// than twice what the head markers do and are visible in at least half of the frames. Markers that drive a part are
+/// excluded: the part would lose what the head follows.
 ///
-/// Nothing where these are fewer than four: three markers fit any motion and show no error.
+/// Nothing if there are fewer than four: three markers fit any motion without an error.
 ///
 /// The take must have the performer's markers (CheckMarkers).
 std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& performer);

@@ -7,9 +7,9 @@
 
 namespace mien {
 
-/// What tells where the head is.
+/// What the head's motion is found from.
 enum class HeadFit {
-  Take, ///< every marker that the take shows to be rigid; the performer's head markers alone where these are fewer than four
+  Take,   ///< all markers that the take shows to be rigid; the head markers alone if these are fewer than four
   Markers ///< the performer's head markers
 };
 

@@ -29,7 +29,7 @@ struct SolveReport {
     double residual_mm = 0;
   };
 
-  /// A marker that tells the head's motion, and how far it strays from its place on the head, per axis.
+  /// A marker that the head's motion is found from, and its standard deviation from its place, per axis.
   struct RigidMarker {
     std::string marker;
     double spread_mm = 0;
