@@ -288,8 +288,8 @@ TEST(Samples, MarkersReturnTheKnownWeights) {
   ExpectNear(Solve(Markers(), Synthetic(), kByCore), known, by_core, kAllFrames);
 }
 
-// The mouth's templates share motion: what is measured on points without noise or motion of the head is closer than what was
-// performed.
+// The mouth's templates share motion: what is measured on points without noise or motion of the head is
+// closer than what was performed.
 TEST(Samples, MarkersReturnWhatIsMeasuredOnExactPoints) {
   const Tolerances tolerances = {
       {"Mouth.Open", {0.015, 0.004}},
@@ -369,8 +369,8 @@ TEST(Samples, LandmarksReturnWhatIsMeasuredOnExactPoints) {
                                                {"Eye.Close", {0.04, 0.01}},
                                                {"Eye.Squint", {0.08, 0.02}},
                                                {"Eye.WideOpen", {0.1, 0.03}}});
-  // The wings of the nose are head landmarks as well. By the head landmarks alone a sneer tilts the head's frame, which takes a
-  // third off the sneer and affects everything else, the brows most of all.
+  // The wings of the nose are head landmarks as well. By the head landmarks alone a sneer tilts the head's
+  // frame, which takes a third off the sneer and affects everything else, the brows most of all.
   const Tolerances in_sneers = {
       {"Mouth.Open", {0.04, 0.02}}, {"Mouth.Square", {0.03, 0.01}}, {"Mouth.Whistle", {0.1, 0.03}},
       {"Brow.Up", {0.4, 0.2}},      {"Brow.Down", {0.65, 0.3}},     {"Eye.Close", {0.18, 0.07}},

@@ -10,15 +10,16 @@
 
 namespace mien {
 
-/// A JSON file that people write, and what is wrong with it: mistakes are collected, so that the user sees all of them at
-/// once, each by its JSON pointer. The 100th is the last: it throws them.
+/// A JSON file that people write, and what is wrong with it: mistakes are collected, so that the user sees
+/// all of them at once, each by its JSON pointer. The 100th is the last: it throws them.
 class JsonFile {
 public:
   using Json = nlohmann::ordered_json;
   using Pointer = Json::json_pointer;
 
-  /// Parses `text`. Throws InputError, with line and column, where it is not JSON, has a number beyond doubles, or is nested
-  /// deeper than kDeepestJson; a key that an object has twice is collected as a mistake. `file` is the name for messages.
+  /// Parses `text`. Throws InputError, with line and column, where it is not JSON, has a number beyond
+  /// doubles, or is nested deeper than kDeepestJson; a key that an object has twice is collected as a
+  /// mistake. `file` is the name for messages.
   JsonFile(std::string_view text, std::string file);
 
   const Json& Root() const { return root_; }
@@ -31,8 +32,9 @@ public:
   /// Whether this is an object; collects a mistake if not.
   bool RequireObject(const Pointer& place, const Json& json);
 
-  /// Answers the root's "name", and collects a mistake unless its "format" is `format`. `what` the file is, for messages:
-  /// "performer". Throws where the root is not an object, and where the format is another one of ours.
+  /// Answers the root's "name", and collects a mistake unless its "format" is `format`. `what` the file is,
+  /// for messages: "performer". Throws where the root is not an object, and where the format is another one
+  /// of ours.
   std::string ReadHeading(std::string_view format, std::string_view what);
 
   /// A list of names, each once. `what` they are, for messages: "marker".

@@ -14,8 +14,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Member = Json::object_t::value_type;
 
-// Takes the parser's events. The library's own builders search an object for each key that they add, and an array for each
-// object that ends in it: quadratic in either.
+// Takes the parser's events. The library's own builders search an object for each key that they add, and an
+// array for each object that ends in it: quadratic in either.
 class Builder final : public nlohmann::json_sax<Json> {
 public:
   explicit Builder(const std::function<void(const std::string&)>& repeated) : repeated_(repeated) {}

@@ -16,9 +16,9 @@ struct CodePoints {
   char32_t first, last;
 };
 
-/// What a terminal obeys instead of showing it, or shows as nothing: control characters (C0, DEL, C1), line and paragraph
-/// separators, bidirectional marks, embeddings, overrides and isolates, joiners, fillers, variation selectors, annotation
-/// marks, tags, and noncharacters. In order.
+/// What a terminal obeys instead of showing it, or shows as nothing: control characters (C0, DEL, C1), line
+/// and paragraph separators, bidirectional marks, embeddings, overrides and isolates, joiners, fillers,
+/// variation selectors, annotation marks, tags, and noncharacters. In order.
 constexpr CodePoints kInvisible[] = {
     {0x0, 0x1F},        {0x7F, 0x9F},       {0xAD, 0xAD},       {0x34F, 0x34F},      {0x61C, 0x61C},
     {0x115F, 0x1160},   {0x17B4, 0x17B5},   {0x180B, 0x180F},   {0x200B, 0x200F},    {0x2028, 0x202E},
@@ -33,8 +33,8 @@ bool IsVisible(char32_t code_point) {
   return range == std::end(kInvisible) || code_point < range->first;
 }
 
-/// The text with `replace(character)` in place of each character that a terminal should not get, and of each byte that
-/// belongs to none.
+/// The text with `replace(character)` in place of each character that a terminal should not get, and of each
+/// byte that belongs to none.
 template <class Replace>
 std::string WithoutInvisible(std::string_view text, const Replace& replace) {
   std::string shown;

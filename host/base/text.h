@@ -1,6 +1,7 @@
 #pragma once
 
-// What every reader, writer and message needs to know of a text. Only ASCII has letter case here, whatever the locale.
+// What every reader, writer and message needs to know of a text. Only ASCII has letter case here, whatever
+// the locale.
 
 #include <cstddef>
 #include <string>
@@ -16,8 +17,9 @@ std::string ToLower(std::string_view text);
 bool StartsWithIgnoringCase(std::string_view text, std::string_view word);
 bool EqualIgnoringCase(std::string_view a, std::string_view b);
 
-/// A line of text for a terminal, which it can neither steer nor mislead: control characters (C0 and C1), line separators,
-/// bidirectional controls and other invisible characters become '?', and so does each byte that is not UTF-8.
+/// A line of text for a terminal, which it can neither steer nor mislead: control characters (C0 and C1),
+/// line separators, bidirectional controls and other invisible characters become '?', and so does each byte
+/// that is not UTF-8.
 std::string Printable(std::string_view text);
 
 /// The same for several lines: line feeds and tabs stay.

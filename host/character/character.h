@@ -29,8 +29,9 @@ struct Character {
   static constexpr std::size_t kMostExpressions = 99;
   static constexpr std::size_t kLongestName = 255; ///< bytes
 
-  /// The clusters of each part times its poses, all parts together: each pose holds each cluster, so that a file of a few
-  /// kilobytes could fill the memory. At this many the character and its solver take about 160 MB.
+  /// The clusters of each part times its poses, all parts together: each pose holds each cluster, so that a
+  /// file of a few kilobytes could fill the memory. At this many the character and its solver take about 160
+  /// MB.
   static constexpr std::size_t kMostPosedClusters = 250000;
 
   struct Cluster {

@@ -32,8 +32,8 @@ VgeTVector OnParabola(const std::vector<VgeAMatrix>& motions, std::size_t frame,
   return sum;
 }
 
-/// The variance, per axis, of the noise that a motion leaves of a body's points: of what changes from frame to frame in how
-/// far they are off their places. Slow errors, as of skin that moves, have no part in it.
+/// The variance, per axis, of the noise that a motion leaves of a body's points: of what changes from frame
+/// to frame in how far they are off their places. Slow errors, as of skin that moves, have no part in it.
 double NoiseVariance(const std::vector<VgeAMatrix>& motions, const std::vector<FrameSpan>& spans,
                      const RigidBody& body, const std::vector<RigidBody::Points>& frames) {
   const auto off = [&](std::size_t f, std::size_t m) -> std::optional<VgeTVector> {
@@ -74,8 +74,8 @@ double CalmMotion(std::vector<VgeAMatrix>& motions, const std::vector<FrameSpan>
         }
   if (!(squares > 0)) return 0;
 
-  // Of the points' 3n errors the six freedoms of a motion take up six: so much noise is in the motion, and missing from what is
-  // left beside it. Of white noise the parabola leaves out 1 - 17/35.
+  // Of the points' 3n errors the six freedoms of a motion take up six: so much noise is in the motion, and
+  // missing from what is left beside it. Of white noise the parabola leaves out 1 - 17/35.
   const double explained =
       NoiseVariance(motions, spans, body, frames) * 6 / (points - 2) * (1 - kParabola[kReach]);
   const double share = std::clamp(explained * count / squares, 0.0, 1.0);

@@ -17,8 +17,8 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 VgeTVector Vector(const Point& p) { return {p.x, p.y, p.z}; }
 
-/// The eigenvector of the largest eigenvalue of a symmetric 4 x 4 matrix, and the distance to the next eigenvalue. By Jacobi's
-/// rotations, which are as exact as the matrix allows, and the same on every machine.
+/// The eigenvector of the largest eigenvalue of a symmetric 4 x 4 matrix, and the distance to the next
+/// eigenvalue. By Jacobi's rotations, which are as exact as the matrix allows, and the same on every machine.
 struct LargestEigenvector {
   double vector[4];
   double gap;
@@ -63,8 +63,8 @@ LargestEigenvector LargestEigenvectorOf(double (&a)[4][4]) {
   return found;
 }
 
-/// Points of two places each, gathered for the rigid transform that carries the first places onto the second ones with the
-/// least sum of weighted squares.
+/// Points of two places each, gathered for the rigid transform that carries the first places onto the second
+/// ones with the least sum of weighted squares.
 class Pairs {
 public:
   void Add(const VgeTVector& from, const VgeTVector& to, double weight) {
@@ -89,9 +89,9 @@ public:
       for (int j = 0; j < 3; ++j) s_[i][j] += weight * f[i] * t[j];
   }
 
-  /// Nothing where the points stand nearly on one line. B. K. P. Horn, "Closed-form solution of absolute orientation using
-  /// unit quaternions", J. Opt. Soc. Am. A 4 (1987): the rotation is the eigenvector of the largest eigenvalue of a matrix of
-  /// the sums.
+  /// Nothing where the points stand nearly on one line. B. K. P. Horn, "Closed-form solution of absolute
+  /// orientation using unit quaternions", J. Opt. Soc. Am. A 4 (1987): the rotation is the eigenvector of the
+  /// largest eigenvalue of a matrix of the sums.
   std::optional<VgeAMatrix> Solve() const {
     const auto& s = s_;
     double n[4][4] = {{s[0][0] + s[1][1] + s[2][2], s[1][2] - s[2][1], s[2][0] - s[0][2], s[0][1] - s[1][0]},
@@ -102,8 +102,9 @@ public:
     for (const auto& row : s)
       for (const double value : row) squares += value * value;
     const LargestEigenvector found = LargestEigenvectorOf(n);
-    // The gap is twice the sum of the squares of the body's smaller extents, and `squares` that of the greatest extent's square:
-    // a body less than a twentieth as wide as it is long does not determine the rotation about its length.
+    // The gap is twice the sum of the squares of the body's smaller extents, and `squares` that of the
+    // greatest extent's square: a body less than a twentieth as wide as it is long does not determine the
+    // rotation about its length.
     constexpr double kThin = 1.0 / 20;
     if (!(found.gap > 2 * kThin * kThin * std::sqrt(squares))) return std::nullopt;
 
@@ -121,8 +122,8 @@ private:
   double weight_ = 0, from_[3] = {}, to_[3] = {}, s_[3][3] = {};
 };
 
-/// How much of each point's error the fit takes up, 0 to 1: the mean over the axes of the diagonal of the least squares' hat
-/// matrix, linearised in the rotation, with all points seen.
+/// How much of each point's error the fit takes up, 0 to 1: the mean over the axes of the diagonal of the
+/// least squares' hat matrix, linearised in the rotation, with all points seen.
 std::vector<double> Leverages(const RigidBody& body) {
   double sum = 0;
   VgeTVector middle = {0, 0, 0};
@@ -221,8 +222,8 @@ private:
     }
   }
 
-  // A fit bends to its own points, the more so the fewer they are: what is left of a point's error is its share that the fit
-  // did not take up.
+  // A fit bends to its own points, the more so the fewer they are: what is left of a point's error is its
+  // share that the fit did not take up.
   void FindSpreads(RigidBody& body) const {
     constexpr double kMedian = 2.366, kNineTenths = 6.251; // of a sum of three squares of unit deviation
     constexpr double kMostTakenUp = 0.9;
@@ -243,8 +244,9 @@ private:
     if (usual.empty()) return;
     body.noise_mm = std::sqrt(Median(usual));
 
-    // Six of the 3n errors vanish in the fit. The fewer points there are, the less it can be told which of them stray: a point that
-    // seems to hold still may be one that the fit follows. So each gets a part of the middle one's variance, by that share.
+    // Six of the 3n errors vanish in the fit. The fewer points there are, the less it can be told which of
+    // them stray: a point that seems to hold still may be one that the fit follows. So each gets a part of
+    // the middle one's variance, by that share.
     std::vector<double> sorted;
     for (std::size_t m = 0; m < markers_; ++m)
       if (body.places[m]) sorted.push_back(variances[m]);
@@ -288,8 +290,9 @@ std::optional<VgeAMatrix> RigidFit::Solve(const RigidBody::Points& seen) {
       const VgeTVector off = Difference(TransformPoint(*motion, Vector(*body_.places[i])), Vector(*seen[i]));
       return Dot(off, off);
     };
-    // A point that is far off drags the first rounds along. Until more than half of the points are back within the noise, the
-    // nearer half counts in full; else the few that happen to be near would settle for a wrong place among themselves.
+    // A point that is far off drags the first rounds along. Until more than half of the points are back
+    // within the noise, the nearer half counts in full; else the few that happen to be near would settle for
+    // a wrong place among themselves.
     squares_.clear();
     for (std::size_t i = 0; i < weights_.size(); ++i)
       if (weights_[i] > 0) squares_.push_back(square(i));

@@ -8,8 +8,8 @@ namespace mien {
 /// --head-fit. `fit` must outlive the parsing.
 void AddHeadFit(Command& command, HeadFit& fit);
 
-/// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights. `options` must outlive the
-/// parsing.
+/// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights.
+/// `options` must outlive the parsing.
 void AddCleaningOptions(Command& command, SolveOptions& options);
 
 } // namespace mien

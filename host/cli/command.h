@@ -18,8 +18,9 @@ namespace mien {
 
 class Output;
 
-/// A command being set up: its description, its options, and what it does. The parser behind it is known to command.cpp,
-/// command_line.cpp and usage_problem.cpp alone, since every source that includes it takes six seconds longer to compile.
+/// A command being set up: its description, its options, and what it does. The parser behind it is known to
+/// command.cpp, command_line.cpp and usage_problem.cpp alone, since every source that includes it takes six
+/// seconds longer to compile.
 ///
 /// What options are read into must outlive the parsing.
 class Command {
@@ -29,7 +30,8 @@ public:
   /// What is wrong with an option's value, or nothing.
   using Fault = std::optional<std::string>;
 
-  /// Sets up the parser's command; `description` is filled along. `output` is what the command will report to.
+  /// Sets up the parser's command; `description` is filled along. `output` is what the command will report
+  /// to.
   Command(CLI::App& app, CommandDescription& description, Output& output);
 
   Command AddCommand(const std::string& name, const std::string& summary);

@@ -1,7 +1,7 @@
 #pragma once
 
-// What a command is called, takes and does, as data: the help, the manual pages, the shell's completion and the suggestions
-// for mistyped names are all made from it.
+// What a command is called, takes and does, as data: the help, the manual pages, the shell's completion and
+// the suggestions for mistyped names are all made from it.
 
 #include <list>
 #include <string>

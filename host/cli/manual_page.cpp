@@ -12,7 +12,8 @@ namespace mien {
 
 namespace {
 
-/// Text as roff takes it. A hyphen is written as the character that people type, since a page's reader may copy it.
+/// Text as roff takes it. A hyphen is written as the character that people type, since a page's reader may
+/// copy it.
 std::string Escaped(std::string_view text) {
   std::string escaped;
   for (const char c : text) switch (c) {

@@ -16,8 +16,9 @@ inline constexpr int kInputAtFault = 1; ///< or an output cannot be written
 inline constexpr int kCommandLineAtFault = 2;
 inline constexpr int kLimitExceeded = 3;
 
-/// What a command reports to its user: lines for people on standard error, or with --json one document for programs on
-/// standard output. Everything is printable (text.h): what steers a terminal in a file's words never gets there.
+/// What a command reports to its user: lines for people on standard error, or with --json one document for
+/// programs on standard output. Everything is printable (text.h): what steers a terminal in a file's words
+/// never gets there.
 ///
 ///     {
 ///       "format": "mien result 1",
@@ -37,11 +38,13 @@ public:
   /// One line of a command's report: a title column, then the text.
   void Line(std::string_view title, std::string_view text) const;
 
-  /// Worth knowing about a file: a line without a title, yellow where there is colour. `file` is for the document.
+  /// Worth knowing about a file: a line without a title, yellow where there is colour. `file` is for the
+  /// document.
   void Remark(const Note& note, std::string_view file = "");
   void Remark(const std::vector<Note>& notes, std::string_view file = "");
 
-  /// What the command was asked for, on standard output; with --json nothing. Throws InputError where it cannot be written.
+  /// What the command was asked for, on standard output; with --json nothing. Throws InputError where it
+  /// cannot be written.
   void Print(std::string_view text) const;
 
   /// "result" of the document.
@@ -50,8 +53,8 @@ public:
   /// This instead of the document above.
   void Document(const JsonValue& document) { document_ = document.Text(); }
 
-  /// With --json standard output holds the document alone: throws a usage error for an output of a command that goes there
-  /// as well.
+  /// With --json standard output holds the document alone: throws a usage error for an output of a command
+  /// that goes there as well.
   void RequireFreeStandardOutput(std::string_view output, std::string_view setting = "output") const;
 
   /// Prints the errors, and with --json the document. Answers the exit code.

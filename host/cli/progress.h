@@ -12,9 +12,9 @@
 
 namespace mien {
 
-/// A line on the terminal that shows how far a job is and how long it will take: "solving smile [####----]  50 %  12 s left".
-/// It appears when the job has taken half a second, changes ten times a second whatever the job is doing, and is wiped in the
-/// end. Silent where standard error is not a terminal that can do that.
+/// A line on the terminal that shows how far a job is and how long it will take: "solving smile [####----]
+/// 50 %  12 s left". It appears when the job has taken half a second, changes ten times a second whatever the
+/// job is doing, and is wiped in the end. Silent where standard error is not a terminal that can do that.
 class Progress {
 public:
   /// `subject` is what the job works on, such as the take's name.
@@ -41,8 +41,8 @@ private:
   std::thread thread_; // the last member: it uses the others
 };
 
-/// One such line, at most `columns` wide. `seconds` is what the stage has taken so far; from 1 on the rest is estimated, or, of
-/// a stage whose end is not known, the seconds are shown.
+/// One such line, at most `columns` wide. `seconds` is what the stage has taken so far; from 1 on the rest is
+/// estimated, or, of a stage whose end is not known, the seconds are shown.
 std::string ProgressLine(JobStage stage, const std::string& subject, std::size_t done, std::size_t total,
                          double seconds, std::size_t columns);
 

@@ -6,7 +6,8 @@
 
 namespace mien {
 
-/// What standard output shows: its columns, 80 where it is no terminal, and the characters that the environment asks for.
+/// What standard output shows: its columns, 80 where it is no terminal, and the characters that the
+/// environment asks for.
 Terminal StandardOutputTerminal();
 
 /// The columns of standard error, 80 where it is no terminal.

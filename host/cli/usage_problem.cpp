@@ -79,7 +79,8 @@ std::vector<Leftover> Leftovers(const CLI::App& app, bool of_its_commands) {
   return leftovers;
 }
 
-/// The option of a command by any of its names, as the parser's own message begins: "--neutral: 1 required TEXT missing".
+/// The option of a command by any of its names, as the parser's own message begins: "--neutral: 1 required
+/// TEXT missing".
 const OptionDescription* OptionNamedFirst(const CommandDescription& command, std::string_view message) {
   const std::string name(message.substr(0, message.find_first_of(": ")));
   for (const OptionDescription& option : command.options) {
@@ -136,7 +137,8 @@ Problem UnknownCommand(const CommandDescription& command, const std::string& nam
 Problem UsageProblem(const CLI::ParseError& error, const CLI::App& app, const CommandDescription& mien) {
   const CommandDescription& command = ChosenCommand(app, mien);
   const std::vector<Leftover> before_command = Leftovers(app, false), leftovers = Leftovers(app, true);
-  // A mistyped name explains what else is wrong: its value is one argument too many, or what it names is missing.
+  // A mistyped name explains what else is wrong: its value is one argument too many, or what it names is
+  // missing.
   if (!before_command.empty() && !before_command[0].is_option)
     return UnknownCommand(mien, before_command[0].argument);
   if (!leftovers.empty() && !leftovers[0].is_option && !command.commands.empty())

@@ -10,8 +10,8 @@ class ParseError;
 
 namespace mien {
 
-/// What is wrong with a command line that `app` could not parse: a name that does not exist, with the one that was probably
-/// meant, an argument too many, a missing one or a wrong value. `mien` describes `app`.
+/// What is wrong with a command line that `app` could not parse: a name that does not exist, with the one
+/// that was probably meant, an argument too many, a missing one or a wrong value. `mien` describes `app`.
 Problem UsageProblem(const CLI::ParseError& error, const CLI::App& app, const CommandDescription& mien);
 
 /// The command that the arguments choose, as far as they do; mien itself where they choose none.

@@ -1,4 +1,5 @@
-// Writes the manual pages and the completion of bash, which are made from the command's help: mien_write_manual FOLDER.
+// Writes the manual pages and the completion of bash, which are made from the command's help:
+// mien_write_manual FOLDER.
 
 #include "host/base/error.h"
 #include "host/cli/bash_completion.h"

@@ -15,8 +15,8 @@ struct BuiltIn {
 
 std::vector<std::string> NamesOf(std::span<const BuiltIn> files);
 
-/// The text of the built-in file of this name or, where there is none, of the file of that path; "-" is standard input.
-/// Throws InputError as ReadFile does. `what` it is, for messages: "performer".
+/// The text of the built-in file of this name or, where there is none, of the file of that path; "-" is
+/// standard input. Throws InputError as ReadFile does. `what` it is, for messages: "performer".
 std::string ReadBuiltInOrFile(std::span<const BuiltIn> files, const std::string& name_or_path,
                               std::string_view what);
 

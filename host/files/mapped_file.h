@@ -8,14 +8,15 @@
 
 namespace mien {
 
-/// A file's bytes in place: mapped into memory, so that they take none of their own. A pipe and standard input ("-"), which
-/// cannot be mapped, are read.
+/// A file's bytes in place: mapped into memory, so that they take none of their own. A pipe and standard
+/// input ("-"), which cannot be mapped, are read.
 ///
-/// A mapped file that somebody shortens meanwhile raises SIGBUS where it is read; the command reports that and stops.
+/// A mapped file that somebody shortens meanwhile raises SIGBUS where it is read; the command reports that
+/// and stops.
 class MappedFile {
 public:
-  /// With `progress`, the file is fetched from its disk here; without, when its bytes are used. Throws InputError as
-  /// ReadFile does.
+  /// With `progress`, the file is fetched from its disk here; without, when its bytes are used. Throws
+  /// InputError as ReadFile does.
   explicit MappedFile(const std::filesystem::path& path, const ReadProgress& progress = nullptr);
   ~MappedFile();
   MappedFile(const MappedFile&) = delete;

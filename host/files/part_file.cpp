@@ -104,7 +104,8 @@ void PartFile::Open() {
     descriptor_ = open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0666);
     if (descriptor_ < 0 && errno != EEXIST) Fail(errno);
     if (descriptor_ >= 0) {
-      // Another process may be faster, take it for abandoned and remove it. Where a file system has no locks nobody can.
+      // Another process may be faster, take it for abandoned and remove it. Where a file system has no locks
+      // nobody can.
       static_cast<void>(flock(descriptor_, LOCK_EX));
       if (IsStill(descriptor_, path_)) return;
       close(descriptor_);

@@ -39,8 +39,8 @@ private:
   bool closes_;
 };
 
-/// Refuses what has no content to read. A pipe and a socket have, and so has a terminal where it is standard input; any
-/// other device could go on for ever.
+/// Refuses what has no content to read. A pipe and a socket have, and so has a terminal where it is standard
+/// input; any other device could go on for ever.
 void CheckKind(const struct stat& status, const std::string& file, bool is_standard_input) {
   if (S_ISDIR(status.st_mode))
     throw InputError(Code::Unreadable, file, "", "this is a folder", "name a file in it");

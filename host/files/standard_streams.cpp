@@ -13,7 +13,8 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kStandardStream = "-";
 
-/// Whether a path is the system's name for an open file of this process: links are followed, down to /proc/self/fd/NUMBER.
+/// Whether a path is the system's name for an open file of this process: links are followed, down to
+/// /proc/self/fd/NUMBER.
 bool IsDescriptor(fs::path path, int descriptor) {
   constexpr int kMostLinks = 40;
   std::error_code error;

@@ -1,7 +1,7 @@
 #pragma once
 
-// Standard input and output as files that a command reads and writes: by the name "-", or by one that the system has for
-// them, such as /dev/stdin.
+// Standard input and output as files that a command reads and writes: by the name "-", or by one that the
+// system has for them, such as /dev/stdin.
 
 #include <filesystem>
 #include <string>
@@ -14,8 +14,8 @@ bool IsStandardOutput(const std::filesystem::path& path);
 /// What messages call an input: "standard input" for "-", any other by its path.
 std::string InputName(const std::filesystem::path& path);
 
-/// Opens the standard streams that are closed, so that no file of ours gets the number of one and is filled with messages.
-/// What is opened in their place refuses to be read or written.
+/// Opens the standard streams that are closed, so that no file of ours gets the number of one and is filled
+/// with messages. What is opened in their place refuses to be read or written.
 void OccupyClosedStandardStreams();
 
 } // namespace mien

@@ -5,9 +5,9 @@
 
 namespace mien {
 
-/// Keeps a file on the list of those that are being filled, as long as this object lives: they are removed when the process
-/// ends early. There is one list per process, since a signal handler can reach nothing else; any number of threads may use
-/// it.
+/// Keeps a file on the list of those that are being filled, as long as this object lives: they are removed
+/// when the process ends early. There is one list per process, since a signal handler can reach nothing else;
+/// any number of threads may use it.
 class UnfinishedFile {
 public:
   /// At a time; further ones are not listed.

@@ -19,8 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Where the bytes really go: a link is followed, also to a file that is not there yet, so that renaming does not
-/// replace the link.
+/// Where the bytes really go: a link is followed, also to a file that is not there yet, so that renaming does
+/// not replace the link.
 fs::path Target(const fs::path& path) {
   constexpr int kMostLinks = 40;
   fs::path target = path;

@@ -50,8 +50,8 @@ struct Header {
   [[noreturn]] void Fail(Code code, std::size_t offset, std::string_view what, std::string_view fix) const;
 };
 
-/// The header of a C3D file, which also has the first 4 bytes of its parameters; `bytes` and `file` must outlive it. Throws
-/// InputError where the file ends before these bytes, and for an unknown processor.
+/// The header of a C3D file, which also has the first 4 bytes of its parameters; `bytes` and `file` must
+/// outlive it. Throws InputError where the file ends before these bytes, and for an unknown processor.
 Header ReadHeader(std::string_view bytes, const std::string& file, std::vector<Note>& notes);
 
 } // namespace mien::c3d

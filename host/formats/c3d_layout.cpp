@@ -193,8 +193,8 @@ std::pair<Layout, int> BestFit(const LayoutClaims& claims, std::size_t size, std
   return best;
 }
 
-// Some programs write the last frame's number as POINT:FRAMES. Then one of the further counts fills the file, and the count
-// that is too large does not, or only with zeros from the padding of the last block.
+// Some programs write the last frame's number as POINT:FRAMES. Then one of the further counts fills the file,
+// and the count that is too large does not, or only with zeros from the padding of the last block.
 void TryFurtherFrames(const Header& header, std::size_t parameters_end, LayoutClaims& claims, Layout& layout,
                       int& misfit) {
   for (const Claims::Claim& claim : claims.further_frames.list) {

@@ -18,8 +18,8 @@ struct Layout {
   std::uint64_t block = 0; ///< of the first frame, numbered from 1
   bool real = false;       ///< floats; otherwise 16-bit integers
 
-  /// The length, in the file's unit, of a residual of 1 and, in a file of integers, of a coordinate of 1; 0 where the file
-  /// has no scale for its kind of numbers.
+  /// The length, in the file's unit, of a residual of 1 and, in a file of integers, of a coordinate of 1; 0
+  /// where the file has no scale for its kind of numbers.
   double scale = 0;
 
   std::uint64_t FrameSize() const { return (points * 4 + analog) * (real ? 4 : 2); }
@@ -32,9 +32,10 @@ struct Layout {
   std::uint64_t End() const { return Begin() + frames * FrameSize(); }
 };
 
-/// Header and parameters give most of it twice. Where they disagree, the values count with which the data fill the file. The
-/// layout has at least one frame, and all frames are within the file. `notes` get choices and missing values. Throws
-/// InputError where there are no points or no frames, and where floats cannot be told from integers.
+/// Header and parameters give most of it twice. Where they disagree, the values count with which the data
+/// fill the file. The layout has at least one frame, and all frames are within the file. `notes` get choices
+/// and missing values. Throws InputError where there are no points or no frames, and where floats cannot be
+/// told from integers.
 Layout FindLayout(const Header& header, const Parameters& parameters, std::vector<Note>& notes);
 
 } // namespace mien::c3d

@@ -19,8 +19,8 @@ void AppendReal(std::string& bytes, double real);
 /// Writes the parameters of a file for Intel, record by record.
 class ParameterWriter {
 public:
-  /// `file` is the name for messages and must outlive the writer. What does not fit into a record, or into the section,
-  /// throws InputError.
+  /// `file` is the name for messages and must outlive the writer. What does not fit into a record, or into
+  /// the section, throws InputError.
   explicit ParameterWriter(const std::string& file) : file_(file) {}
 
   /// Begins a group, which gets the parameters that follow.
@@ -31,8 +31,8 @@ public:
   void Real(std::string_view name, double real);
   void Text(std::string_view name, std::string_view text); ///< kLongestText bytes at most
 
-  /// Texts in arrays of 255: NAME, NAME2, NAME3 and so on. Each is padded with blanks to the longest of its array, and has
-  /// kLongestText bytes at most.
+  /// Texts in arrays of 255: NAME, NAME2, NAME3 and so on. Each is padded with blanks to the longest of its
+  /// array, and has kLongestText bytes at most.
   void Texts(std::string_view name, const std::vector<std::string_view>& texts);
 
   /// The events' times as minutes and seconds, in such arrays.

@@ -40,7 +40,8 @@ struct Record {
   std::optional<std::size_t> next;
 };
 
-// The record at `at`, whose first two bytes are in the section. Nothing, and a note, where the section breaks off.
+// The record at `at`, whose first two bytes are in the section. Nothing, and a note, where the section breaks
+// off.
 std::optional<Record> ReadRecord(const Header& header, std::size_t at, std::size_t limit,
                                  std::vector<Note>& notes) {
   const auto name_length =
@@ -69,8 +70,8 @@ std::optional<Record> ReadRecord(const Header& header, std::size_t at, std::size
   return record;
 }
 
-// The value in a record's body of two bytes or more; nothing for an unknown type. `whole` becomes false where the data are
-// shorter than the dimensions say.
+// The value in a record's body of two bytes or more; nothing for an unknown type. `whole` becomes false where
+// the data are shorter than the dimensions say.
 std::optional<Parameter> ReadParameter(const Record& record, bool& whole) {
   Parameter parameter;
   parameter.type = SignedByte(record.body[0]);

@@ -21,12 +21,12 @@ struct Parameter {
   std::size_t end = 0;   ///< of data, an offset from the header
 };
 
-/// The parameters of a C3D file: values by group and name, in any letter case. Groups of equal names are one group; of
-/// parameters of equal names the first counts.
+/// The parameters of a C3D file: values by group and name, in any letter case. Groups of equal names are one
+/// group; of parameters of equal names the first counts.
 class Parameters {
 public:
-  /// Reads the section up to the end of its blocks or the header's start of the data, whichever comes later, or up to a
-  /// record that is none. `notes` get what is wrong. The file's bytes must outlive this.
+  /// Reads the section up to the end of its blocks or the header's start of the data, whichever comes later,
+  /// or up to a record that is none. `notes` get what is wrong. The file's bytes must outlive this.
   Parameters(const Header& header, std::vector<Note>& notes);
 
   bool Empty() const { return parameters_.empty(); }
@@ -37,7 +37,8 @@ public:
   /// Removes the parameters that reach beyond `data_begin`; true if there were any.
   bool CutAt(std::size_t data_begin);
 
-  /// One number of a parameter; integers have signs. Nothing without such a parameter, or with fewer numbers in it.
+  /// One number of a parameter; integers have signs. Nothing without such a parameter, or with fewer numbers
+  /// in it.
   std::optional<double> Number(std::string_view group, std::string_view name, std::size_t index = 0) const;
 
   /// A count: words have no sign, floats are rounded. Nothing for a number that cannot be a count.

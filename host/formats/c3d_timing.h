@@ -19,9 +19,9 @@ struct Timing {
   std::int64_t first_frame = 1; ///< its number
 };
 
-/// The group MIEN, where WriteC3d puts what the format has no room for, comes before the format's own words. What is
-/// contradicted, unreadable or missing goes to `notes`. Throws InputError where the user names a rate, `input_rate`, and the
-/// file gives one.
+/// The group MIEN, where WriteC3d puts what the format has no room for, comes before the format's own words.
+/// What is contradicted, unreadable or missing goes to `notes`. Throws InputError where the user names a
+/// rate, `input_rate`, and the file gives one.
 Timing ReadTiming(const Header& header, const Parameters& parameters,
                   const std::optional<FrameRate>& input_rate, std::vector<Note>& notes);
 

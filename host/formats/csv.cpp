@@ -88,9 +88,9 @@ std::vector<std::string_view> SplitHeader(std::string_view line) {
   return columns;
 }
 
-// "-12.5" and the like, as most fields are: up to seven characters and a sign, read all at once as a whole number over a
-// power of ten. Both are exact, so the quotient is rounded once: the bits equal those of from_chars. Returns where the
-// number ends; null for anything else.
+// "-12.5" and the like, as most fields are: up to seven characters and a sign, read all at once as a whole
+// number over a power of ten. Both are exact, so the quotient is rounded once: the bits equal those of
+// from_chars. Returns where the number ends; null for anything else.
 const char* ShortDecimal(const char* p, const char* end, double& value) {
   constexpr std::uint64_t kOnes = 0x0101010101010101;
   constexpr double kPower[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7};
@@ -342,8 +342,8 @@ bool CsvReader::SetLine(std::string_view line) {
   return !is_last || FieldCount() >= columns_.size();
 }
 
-// Removes the quotes: line_ becomes the fields without them, with another separator in between. False if a quote is not
-// closed.
+// Removes the quotes: line_ becomes the fields without them, with another separator in between. False if a
+// quote is not closed.
 bool CsvReader::Unquote(std::string_view line) {
   unquoted_.clear();
   for (std::size_t at = 0; at <= line.size();) {

@@ -11,16 +11,16 @@
 
 namespace mien {
 
-/// The names in a table's header row, the first row that is not blank, without a byte order mark, blanks and quotes around
-/// a name, and empty names at the end.
+/// The names in a table's header row, the first row that is not blank, without a byte order mark, blanks and
+/// quotes around a name, and empty names at the end.
 std::vector<std::string_view> CsvColumns(std::string_view bytes);
 
 /// Reads a table of comma-separated numbers row by row and finds its fields by column.
 ///
-/// Accepts LF and CRLF, a byte order mark, a missing last line end, rows without content, blanks around fields, fields in
-/// quotes, and empty fields past the last column. It also reads semicolons or tabs as separators, decimal commas, CR CR LF,
-/// and leaves out a last row that is cut short: Finish notes these. Everything else that does not fit throws InputError
-/// with file, line and column.
+/// Accepts LF and CRLF, a byte order mark, a missing last line end, rows without content, blanks around
+/// fields, fields in quotes, and empty fields past the last column. It also reads semicolons or tabs as
+/// separators, decimal commas, CR CR LF, and leaves out a last row that is cut short: Finish notes these.
+/// Everything else that does not fit throws InputError with file, line and column.
 ///
 /// Fields are read fastest from left to right; those in between are skipped.
 class CsvReader {
@@ -36,14 +36,16 @@ public:
   /// Index of the column of this name, letter case included. Throws InputError if there are two.
   std::optional<std::size_t> Column(std::string_view name) const;
 
-  /// Goes to the next row; false at the end. Checks that the row before had neither too few nor too many fields.
+  /// Goes to the next row; false at the end. Checks that the row before had neither too few nor too many
+  /// fields.
   bool Next();
 
-  /// For a row that could not be read: if the file ends in it without a line end, the row is cut short and left out, unless
-  /// it is the only one. Returns whether it was left out.
+  /// For a row that could not be read: if the file ends in it without a line end, the row is cut short and
+  /// left out, unless it is the only one. Returns whether it was left out.
   bool LeaveOutIfCut();
 
-  /// After the last row: adds the notes on the text. Throws InputError where commas could be decimal or separate thousands.
+  /// After the last row: adds the notes on the text. Throws InputError where commas could be decimal or
+  /// separate thousands.
   void Finish(std::vector<Note>& notes) const;
 
   /// The current row's field without quotes and without the blanks around it. Valid until Next.
@@ -55,8 +57,8 @@ public:
   /// The field as a number, whatever the locale. `fix` says what else could stand there.
   double Number(std::size_t column, std::string_view fix = "write a plain number, such as 12.5");
 
-  /// The same, but nothing for an empty field, NaN for NaN in any spelling, and infinity for infinity and for numbers beyond
-  /// the range of a double.
+  /// The same, but nothing for an empty field, NaN for NaN in any spelling, and infinity for infinity and for
+  /// numbers beyond the range of a double.
   std::optional<double> NumberIfAny(std::size_t column,
                                     std::string_view fix = "write a plain number, such as 12.5");
 

@@ -23,19 +23,19 @@ struct FrameColumns {
 /// Whether a name is one for frame numbers: "frame", "Frame#", "frame_num", "Frame number".
 bool NamesFrames(std::string_view column);
 
-/// For a name of times their units per second: 1 for "time", "timestamp", "time_s", "Time (s)", 1000 for "time_ms",
-/// "timestamp_ms". Nothing for any other name.
+/// For a name of times their units per second: 1 for "time", "timestamp", "time_s", "Time (s)", 1000 for
+/// "time_ms", "timestamp_ms". Nothing for any other name.
 std::optional<double> UnitsPerSecond(std::string_view column);
 
 /// The same as a remark for CorrectedNames.
 std::string_view UnitRemark(double units_per_second);
 
-/// Finds them among any columns. `time` is the regular name of that column. Of several columns with times it takes the one
-/// of that name, or else the first in seconds.
+/// Finds them among any columns. `time` is the regular name of that column. Of several columns with times it
+/// takes the one of that name, or else the first in seconds.
 FrameColumns FindFrameColumns(const CsvReader& csv, std::string_view time, CorrectedNames& corrected);
 
-/// The frames of a CSV table, read row by row, and the rate that follows from their times (frame_times.h). Throws InputError
-/// with line and column for numbers and times that cannot be used.
+/// The frames of a CSV table, read row by row, and the rate that follows from their times (frame_times.h).
+/// Throws InputError with line and column for numbers and times that cannot be used.
 class CsvFrames {
 public:
   /// `input_rate` is the user's rate for a table without times. Throws InputError where the table has times.
@@ -47,9 +47,9 @@ public:
   /// For a row that could not be read: leaves it out if the file ends in it (CsvReader::LeaveOutIfCut).
   bool LeaveOutIfCut(CsvReader& csv, Take& take);
 
-  /// After the last row: sorts the frames by time, or without times by number, and sets the rate. Notes rows that were out of
-  /// order and numbers that are all the same. Returns the place of each frame before (size: frames); empty where the order
-  /// did not change.
+  /// After the last row: sorts the frames by time, or without times by number, and sets the rate. Notes rows
+  /// that were out of order and numbers that are all the same. Returns the place of each frame before (size:
+  /// frames); empty where the order did not change.
   std::vector<std::size_t> Finish(const CsvReader& csv, Take& take, double fastest_hz = kFastestMarkersHz);
 
   /// The line of each frame's row (size: frames).

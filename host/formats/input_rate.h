@@ -9,8 +9,8 @@
 
 namespace mien {
 
-/// The rate of a take whose file gives none: the one that the user names, or else 30 Hz with a note. `missing` begins the
-/// note: "no times".
+/// The rate of a take whose file gives none: the one that the user names, or else 30 Hz with a note.
+/// `missing` begins the note: "no times".
 FrameRate InputRate(const std::optional<FrameRate>& named, const std::string& missing,
                     std::vector<Note>& notes);
 

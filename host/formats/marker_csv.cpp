@@ -32,8 +32,8 @@ std::string_view WithoutBlanksAtEnd(std::string_view text) {
   return text.substr(0, text.find_last_not_of(" \t") + 1);
 }
 
-// The marker that a column "NAME.x" belongs to, also as "NAME.X", "NAME. x", "NAME_x", "NAME:x" and "NAME x"; nothing for
-// other columns.
+// The marker that a column "NAME.x" belongs to, also as "NAME.X", "NAME. x", "NAME_x", "NAME:x" and "NAME x";
+// nothing for other columns.
 std::optional<std::string_view> MarkerOf(std::string_view column, char axis) {
   if (column.empty() || !EqualIgnoringCase(column.substr(column.size() - 1), {&axis, 1})) return std::nullopt;
   column.remove_suffix(1);
@@ -136,7 +136,8 @@ private:
     }
   }
 
-  // "landmark_0_x" to "landmark_477_z": not markers in millimetres, but the points of a face tracker, in the image's units.
+  // "landmark_0_x" to "landmark_477_z": not markers in millimetres, but the points of a face tracker, in the
+  // image's units.
   void RefuseMesh() const {
     const std::size_t count = header_.markers.size();
     constexpr std::size_t kMeshes[] = {70, 98, 106, 468, 478};
@@ -198,8 +199,9 @@ FrameRate TimecodeRate(const FrameRate& take_rate) {
   return FrameRateOf(take_rate.Hz() / std::ceil(take_rate.Hz() / kMost)).value_or(take_rate);
 }
 
-// Sets the take's timecode to the first row's, and notes rows that do not follow from it. The rest of the take is complete.
-// `rows` are the timecodes in the file, empty where there is none, and `lines` their lines (sizes: frames).
+// Sets the take's timecode to the first row's, and notes rows that do not follow from it. The rest of the
+// take is complete. `rows` are the timecodes in the file, empty where there is none, and `lines` their lines
+// (sizes: frames).
 void SetTimecodeByRows(const CsvReader& csv, const Header& header, const std::vector<std::string>& rows,
                        const std::vector<std::size_t>& lines, Take& take) {
   const std::string column = fmt::format("column {}", Quoted(csv.Columns()[*header.timecode_column]));

@@ -17,8 +17,9 @@ struct ReadOptions {
   std::optional<FrameRate> input_rate = {}; ///< for a file that has neither times nor a rate
 };
 
-/// Reads a take from a file. Its content decides the format, not the file's ending. In every format, positions beyond a
-/// kilometre are gaps. Throws InputError when the file cannot be read, is of no known format, or breaks the rules of its own.
+/// Reads a take from a file. Its content decides the format, not the file's ending. In every format,
+/// positions beyond a kilometre are gaps. Throws InputError when the file cannot be read, is of no known
+/// format, or breaks the rules of its own.
 Take ReadTake(const std::filesystem::path& path, const ReadOptions& options = {});
 
 /// The same from memory. `name` is the file's name as messages show it.

@@ -19,8 +19,8 @@ struct TextNumber {
   bool no_thousands = false; ///< that comma cannot separate thousands
 };
 
-/// Reads a cell without the blanks around it, whatever the locale: with a decimal point or one comma, and NaN and infinity
-/// in the spellings of C and of Windows ("-1.#IND").
+/// Reads a cell without the blanks around it, whatever the locale: with a decimal point or one comma, and NaN
+/// and infinity in the spellings of C and of Windows ("-1.#IND").
 TextNumber ValueOf(std::string_view text);
 
 } // namespace mien

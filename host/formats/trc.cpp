@@ -23,7 +23,8 @@ using namespace trc;
 
 namespace {
 
-// The number of markers by their names. Names that do not stand above their columns must be as many as the columns' markers.
+// The number of markers by their names. Names that do not stand above their columns must be as many as the
+// columns' markers.
 std::size_t MarkersByNames(const Header& header, const std::string& file) {
   const std::size_t markers = header.names.size();
   if (header.loose_names.empty()) return markers;

@@ -18,20 +18,22 @@ namespace mien {
 /// Whether a text is TRC: it starts with PathFileType, or one of its first three lines has the keys.
 bool IsTrc(std::string_view bytes);
 
-/// Reads TRC as programs write it. What departs from the above and needs no guess is read, with a note that names the line.
-/// No note is given for letter case of keys and labels, a byte order mark, CRLF, blanks around cells, "NaN" for an empty
-/// cell, empty cells at a row's end, and blank lines among the rows.
+/// Reads TRC as programs write it. What departs from the above and needs no guess is read, with a note that
+/// names the line. No note is given for letter case of keys and labels, a byte order mark, CRLF, blanks
+/// around cells, "NaN" for an empty cell, empty cells at a row's end, and blank lines among the rows.
 ///
-/// - Values are found by their keys. The number of markers follows from names and columns, the number of frames from the
-///   rows. A marker without a name gets one: "marker 34". Of equal names the second becomes "NAME (2)".
-/// - Lines without a tab are split at runs of blanks. Their names and rows must be complete, since a blank does not show
-///   a gap.
+/// - Values are found by their keys. The number of markers follows from names and columns, the number of
+///   frames from the rows. A marker without a name gets one: "marker 34". Of equal names the second becomes
+///   "NAME (2)".
+/// - Lines without a tab are split at runs of blanks. Their names and rows must be complete, since a blank
+///   does not show a gap.
 /// - A row that ends within a marker's three cells lacks one somewhere: it is a gap of all markers.
 /// - A marker is also a gap where only one or two of its cells are filled, where one is infinite, where its
 ///   row ends before its columns do, and at exactly 0 0 0 if its nearest other position is a millimetre or
 ///   more from there.
 /// - Decimal commas are read where no number has a point and one comma cannot be a thousands separator.
-/// - Where frame numbers are missing, not whole or not rising, all of them are replaced: frames are counted from the first.
+/// - Where frame numbers are missing, not whole or not rising, all of them are replaced: frames are counted
+///   from the first.
 /// - The rate is DataRate, or without one what the column Time gives. Frame i is at t0 + (frames[i] -
 ///   frames[0]) / rate, t0 the first row's Time. Where a row's Time is further from that than half a frame,
 ///   the times are those of the column, if they rise.
@@ -50,8 +52,8 @@ Take ReadTrc(std::string_view bytes, const std::string& file,
 /// names that would not read back: empty, repeated, not UTF-8, with a tab or line end in it or a blank
 /// around it.
 ///
-/// The format has no place for whether positions are Computed or Filled, for cameras, events and timecode, and for times
-/// that differ from the rate's by less than half a frame.
+/// The format has no place for whether positions are Computed or Filled, for cameras, events and timecode,
+/// and for times that differ from the rate's by less than half a frame.
 void WriteTrc(const Take& take, std::ostream& out);
 
 } // namespace mien

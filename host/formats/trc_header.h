@@ -36,7 +36,8 @@ struct Header {
   Lines rows{{}};                      // before the first row
 };
 
-/// Throws InputError for a header that does not show the markers' columns. Its notes name what departs from the format.
+/// Throws InputError for a header that does not show the markers' columns. Its notes name what departs from
+/// the format.
 Header ReadHeader(std::string_view bytes, const std::string& file);
 
 /// A name for each marker, all different.

@@ -165,7 +165,8 @@ private:
     return time;
   }
 
-  // Whether the file ends in this row before its first marker, or at a place that does not show which marker is meant.
+  // Whether the file ends in this row before its first marker, or at a place that does not show which marker
+  // is meant.
   bool IsCutBeforeMarkers(const Row& row) {
     const std::size_t markers = take_.MarkerCount();
     if (row.Over()) return !lines_.Ended() && markers > 0;

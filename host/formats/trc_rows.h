@@ -30,10 +30,10 @@ struct Rows {
 /// How many markers have a number in their columns, from the rows' widths.
 std::size_t MarkersOfWidestRow(Lines rows);
 
-/// Appends the rows' frames to a take that has its markers, with numbers and times as they stand there. Nothing if a row has
-/// columns for more markers than the take, which is spoilt then. Throws InputError for cells that cannot be read, for rows
-/// whose numbers cannot be assigned to markers, and where the rows would need much more memory than the file of `file_size`
-/// bytes.
+/// Appends the rows' frames to a take that has its markers, with numbers and times as they stand there.
+/// Nothing if a row has columns for more markers than the take, which is spoilt then. Throws InputError for
+/// cells that cannot be read, for rows whose numbers cannot be assigned to markers, and where the rows would
+/// need much more memory than the file of `file_size` bytes.
 std::optional<Rows> ReadRows(const Header& header, std::size_t file_size, const std::string& file,
                              Take& take);
 

@@ -128,8 +128,8 @@ inline std::string Line(std::size_t number) { return fmt::format("line {}", numb
 using Value = TextNumber;
 using Kind = TextNumber::Kind;
 
-// Nothing for other numbers, for one with a comma, and beyond 1e12: far more frames than any camera has counted, and few
-// enough for the times of neighbours to differ.
+// Nothing for other numbers, for one with a comma, and beyond 1e12: far more frames than any camera has
+// counted, and few enough for the times of neighbours to differ.
 std::optional<std::int64_t> WholeNumber(const Value& value);
 
 } // namespace mien::trc

@@ -10,8 +10,8 @@
 
 namespace mien::trc {
 
-/// Settles the frame numbers, the rate and the times of a take that has all its rows, as ReadTrc says. Throws InputError
-/// where nothing gives a rate, and where the user names one, `input_rate`, beside the file's own.
+/// Settles the frame numbers, the rate and the times of a take that has all its rows, as ReadTrc says. Throws
+/// InputError where nothing gives a rate, and where the user names one, `input_rate`, beside the file's own.
 void SetTiming(const Header& header, const Rows& rows, const std::string& file,
                const std::optional<FrameRate>& input_rate, Take& take);
 

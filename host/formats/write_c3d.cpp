@@ -103,8 +103,8 @@ Plan MakePlan(const Take& take) {
          fmt::format("the frames are numbered from {} to {}, and a C3D file has room for {} frames", first,
                      last, kMostFrames),
          "cut the take, or number its frames without gaps");
-  // A recording that paused skips some minutes, or several times what it has. A wrong number skips millions, and would turn
-  // a hundred bytes into a gigabyte.
+  // A recording that paused skips some minutes, or several times what it has. A wrong number skips millions,
+  // and would turn a hundred bytes into a gigabyte.
   constexpr std::int64_t kMostMissing = 10'000, kMostMissingPerFrame = 10;
   const auto count = static_cast<std::int64_t>(take.FrameCount());
   if (const std::int64_t missing = plan.frames - count;
@@ -116,7 +116,8 @@ Plan MakePlan(const Take& take) {
   plan.first = first >= 1 && last <= kMostInTwoWords ? first : 1;
   plan.rate = InSinglePrecision(take.rate.Hz());
 
-  // So that coordinates fit into 16-bit integers, for programs that convert them, and the largest residual into its byte.
+  // So that coordinates fit into 16-bit integers, for programs that convert them, and the largest residual
+  // into its byte.
   constexpr double kCoordinateSteps = 32000, kResidualSteps = 255;
   const Largest largest = FindLargest(take);
   const double scale = std::max(largest.coordinate / kCoordinateSteps, largest.residual / kResidualSteps);

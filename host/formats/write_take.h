@@ -22,8 +22,8 @@ std::string_view ToText(TakeFormat format);
 /// Throws InputError for a take that the format cannot hold, such as one with two markers of the same name.
 void WriteTake(const Take& take, TakeFormat format, std::ostream& out);
 
-/// What differs in `kept`, which was read from the file that `take` was written to, with figures; each note's code is Lossy.
-/// Empty where the two differ in file, name, format, flavour, unit and notes alone.
+/// What differs in `kept`, which was read from the file that `take` was written to, with figures; each note's
+/// code is Lossy. Empty where the two differ in file, name, format, flavour, unit and notes alone.
 std::vector<Note> WhatWasLost(const Take& take, const Take& kept);
 
 } // namespace mien

@@ -10,7 +10,8 @@
 
 namespace mien {
 
-/// The built-in face (face_mesh.h) as a head: the only mesh of a scene of two nodes, of which the second, "face", shows it.
+/// The built-in face (face_mesh.h) as a head: the only mesh of a scene of two nodes, of which the second,
+/// "face", shows it.
 struct
     FaceGlb { // NOLINT(bugprone-exception-escape): moving a JSON value does not throw, although it does not say so
   static constexpr std::size_t kRoot = 0, kFace = 1; ///< the nodes
@@ -25,9 +26,9 @@ struct
   std::vector<Note> notes;
 };
 
-/// The face at rest. Its morph targets are the character's shapes: each has its share of every template that produces it,
-/// so that together they show what the templates show. Without a character, or where no template produces one of its
-/// shapes, the targets are the templates.
+/// The face at rest. Its morph targets are the character's shapes: each has its share of every template that
+/// produces it, so that together they show what the templates show. Without a character, or where no template
+/// produces one of its shapes, the targets are the templates.
 FaceGlb MakeFaceGlb(const Character* character);
 
 } // namespace mien

@@ -9,8 +9,8 @@
 #include <map>
 #include <utility>
 
-// Only the left half is built, in the reference face's centimetres. Every vertex says which points of the default face
-// it follows and how far; its mirror image follows their counterparts.
+// Only the left half is built, in the reference face's centimetres. Every vertex says which points of the
+// default face it follows and how far; its mirror image follows their counterparts.
 
 namespace mien {
 namespace {
@@ -29,7 +29,8 @@ using Pulls = std::vector<Pull>;
 struct Vertex {
   Position rest;
   Pulls pulls;
-  /// Of the vertex that it rests on, where lip meets lip; `side` is 1 for the upper one of the two, -1 for the lower.
+  /// Of the vertex that it rests on, where lip meets lip; `side` is 1 for the upper one of the two, -1 for
+  /// the lower.
   Pulls opposite = {};
   int side = 0;
 };
@@ -50,8 +51,8 @@ constexpr Paint kPaints[kMaterials] = {
     {"mouth", {0.05F, 0.01F, 0.01F, 1}}, {"teeth",  {0.85F, 0.82F, 0.74F, 1}}, {"dark", {0.03F, 0.02F, 0.02F, 1}},
     {"eyes",  {0.88F, 0.88F, 0.86F, 1}}, {"cheeks", {0.74F, 0.37F, 0.26F, 1}}, {"irises", {0.05F, 0.22F, 0.30F, 1}}};
 
-// The head is a grid: rows from the crown to the neck, columns from the middle of the face to the back of the head.
-// The rows around an eye and around the mouth leave a hole for its loops.
+// The head is a grid: rows from the crown to the neck, columns from the middle of the face to the back of the
+// head. The rows around an eye and around the mouth leave a hole for its loops.
 constexpr int kOrbitTop = 5, kMouthTop = 11, kRows = 18, kFrontColumns = 5, kColumns = 9;
 constexpr Position kFront[kRows][kFrontColumns] = {
     {{0, 20.0, 12.5}, {1.5, 20.0, 12.3}, {2.8, 19.9, 11.7}, {3.7, 19.8, 10.9}, {4.4, 19.7, 10.0}},
@@ -143,8 +144,8 @@ Position Displacement(const Pulls& pulls, int p, int slot) {
   return sum;
 }
 
-/// The skin follows the points near it. Where points of one part overlap, they share: together they never pull
-/// further than they go themselves.
+/// The skin follows the points near it. Where points of one part overlap, they share: together they never
+/// pull further than they go themselves.
 Pulls SkinPulls(const Position& v) {
   const double front = Ramp(v.z, 9, 14); // nothing pulls the back of the head
   const double jaw = front * Ramp(v.y, 3.3, 1.0) * Ramp(v.y, -7, -2);
@@ -188,8 +189,8 @@ private:
     Triangle(material, upper, lower, next_lower);
     Triangle(material, upper, next_lower, next_upper);
   }
-  /// Between two lines of vertices that run to the left; `inner` is the lower one, or the inner one of two loops that
-  /// run clockwise as one looks at the face.
+  /// Between two lines of vertices that run to the left; `inner` is the lower one, or the inner one of two
+  /// loops that run clockwise as one looks at the face.
   void Band(Material material, const Loop& outer, const Loop& inner) {
     for (std::size_t i = 1; i < outer.size(); ++i)
       Quad(material, outer[i - 1], inner[i - 1], inner[i], outer[i]);
@@ -246,9 +247,9 @@ void Half::BuildEar() {
 }
 
 void Half::BuildEye() {
-  // The reference face's upper lid stops short of the lower one: its point is on the lid, above the edge. The edges
-  // here are as far apart as the point travels to "Close", so that they meet there along the whole eye. This head's
-  // eyes, and their motion, are larger, which shows better from a distance.
+  // The reference face's upper lid stops short of the lower one: its point is on the lid, above the edge. The
+  // edges here are as far apart as the point travels to "Close", so that they meet there along the whole eye.
+  // This head's eyes, and their motion, are larger, which shows better from a distance.
   constexpr double kGain = 1.65, kHalfWidth = 1.55;
   const double centre_x = RestPoint(kLeftEye, kUpperEye).x, corner_y = RestPoint(kLeftEye, kInEye).y;
   const double lower = kGain * (RestPoint(kLeftEye, kLowerEye).y - corner_y);
@@ -326,8 +327,8 @@ void Half::BuildBrow() {
 }
 
 void Half::BuildMouth() {
-  // Loops run from the middle over the upper lip to the corner, and back below. Three columns of a lip and the corner,
-  // which a loop holds three times: the skin around has an edge of its own there.
+  // Loops run from the middle over the upper lip to the corner, and back below. Three columns of a lip and
+  // the corner, which a loop holds three times: the skin around has an edge of its own there.
   constexpr std::size_t kLength = 9;
   const Position corner = RestPoint(kMouth, kCorner);
   const Id corner_id = Add({{corner.x, corner.y, 18.0}, {{kMouth, kCorner, 1}}});
@@ -341,7 +342,8 @@ void Half::BuildMouth() {
     const int point = upper ? kUpperLip : kLowerLip;
     const Position at = RestPoint(kMouth, point);
     const double up = upper ? 1 : -1;
-    // The second column is on the reference face's point; the depths, where that face is flat, are this head's.
+    // The second column is on the reference face's point; the depths, where that face is flat, are this
+    // head's.
     const double x[] = {0, at.x, at.x + 0.5 * (corner.x - at.x)};
     constexpr double kThickness[] = {0.9, 1, 0.5}, kDepth[] = {19.15, 19.0, 18.7}, kThroatX[] = {0, 1.1, 1.8};
     constexpr double kGap[] = {0.03, 0.03, 0.005}; // draws the line between lips that are shut

@@ -7,12 +7,13 @@
 
 namespace mien {
 
-/// A low-polygon face that shows a solve: the neutral face, and for each template where its weight of 1 takes every
-/// vertex. It stands where the reference face stands, a reference unit being a centimetre: the chin near y = 0, the
-/// back of the head near z = 0. Metres, y up, z out of the face, x to the face's own left (glTF's axes).
+/// A low-polygon face that shows a solve: the neutral face, and for each template where its weight of 1 takes
+/// every vertex. It stands where the reference face stands, a reference unit being a centimetre: the chin
+/// near y = 0, the back of the head near z = 0. Metres, y up, z out of the face, x to the face's own left
+/// (glTF's axes).
 ///
-/// It has no normals and is meant to be shaded flat and on both sides: lashes and teeth are strips. Its rest pose is
-/// symmetric; its displacements are as symmetric as the reference face's templates.
+/// It has no normals and is meant to be shaded flat and on both sides: lashes and teeth are strips. Its rest
+/// pose is symmetric; its displacements are as symmetric as the reference face's templates.
 struct FaceMesh {
   using Vector = std::array<float, 3>;
 

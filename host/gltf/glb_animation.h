@@ -18,20 +18,22 @@
 
 namespace mien {
 
-/// Builds one more animation of a GLB, channel by channel. All curves have the same keys: one for each frame, linear
-/// between them, the first at 0 s. The functions that give a frame's values are called only for frames that have keys.
+/// Builds one more animation of a GLB, channel by channel. All curves have the same keys: one for each frame,
+/// linear between them, the first at 0 s. The functions that give a frame's values are called only for frames
+/// that have keys.
 class GlbAnimation {
 public:
-  /// `times`: of the frames, in seconds and rising. A frame whose time equals the one before as a float has no key, since
-  /// each key must be later than the last. The GLB must be one that can be appended to (glb_data.h), and outlive this.
+  /// `times`: of the frames, in seconds and rising. A frame whose time equals the one before as a float has
+  /// no key, since each key must be later than the last. The GLB must be one that can be appended to
+  /// (glb_data.h), and outlive this.
   GlbAnimation(Glb& glb, const std::vector<double>& times);
 
   /// How many frames have no key.
   std::size_t LeftOutFrames() const { return frame_count_ - keys_.size(); }
 
-  /// Drives all morph targets that a node shows, which glTF makes one curve. `weight` must depend on the lists of the node's
-  /// targets and defaults alone: nodes that share these lists share the curve. Throws InputError where the curve would not
-  /// fit into a .glb.
+  /// Drives all morph targets that a node shows, which glTF makes one curve. `weight` must depend on the
+  /// lists of the node's targets and defaults alone: nodes that share these lists share the curve. Throws
+  /// InputError where the curve would not fit into a .glb.
   void AddWeights(const MorphNode& node,
                   const std::function<double(std::size_t frame, std::size_t target)>& weight);
 

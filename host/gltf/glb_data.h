@@ -1,7 +1,7 @@
 #pragma once
 
-// Appends to a GLB: data at the end of its buffer 0, objects at the ends of its lists. What is there stays unchanged and in
-// place, so that indices into it remain valid.
+// Appends to a GLB: data at the end of its buffer 0, objects at the ends of its lists. What is there stays
+// unchanged and in place, so that indices into it remain valid.
 
 #include "host/base/error.h"
 #include "host/gltf/glb.h"
@@ -18,28 +18,33 @@ namespace mien {
 /// What an element of an accessor is made of.
 enum class ElementType { Scalar, Vec3, Vec4 };
 
-/// What a buffer view is for, as glTF numbers it: views of mesh data state it, views of animation data do not.
+/// What a buffer view is for, as glTF numbers it: views of mesh data state it, views of animation data do
+/// not.
 enum class ViewTarget { None = 0, Vertices = 34962, Indices = 34963 };
 
-/// Whether an accessor states the least and the largest value of each component, as accessors of positions and times must.
+/// Whether an accessor states the least and the largest value of each component, as accessors of positions
+/// and times must.
 enum class Bounds { Without, With };
 
-/// Appends to the list under `key`, which is made where it is missing, and answers the index of the new element.
+/// Appends to the list under `key`, which is made where it is missing, and answers the index of the new
+/// element.
 std::size_t AppendTo(Glb& glb, const char* key, nlohmann::ordered_json element);
 
-/// Appends a buffer view of these floats and its accessor, and answers the accessor's index. `values`: element by element,
-/// finite; at least one element for Bounds::With. There must be a buffer 0, which holds all of `glb.binary`.
+/// Appends a buffer view of these floats and its accessor, and answers the accessor's index. `values`:
+/// element by element, finite; at least one element for Bounds::With. There must be a buffer 0, which holds
+/// all of `glb.binary`.
 std::size_t AppendFloats(Glb& glb, std::span<const float> values, ElementType type, Bounds bounds,
                          ViewTarget target = ViewTarget::None);
 
 /// The same for the vertex indices of triangles.
 std::size_t AppendIndices(Glb& glb, std::span<const std::uint16_t> indices);
 
-/// Throws InputError where a GLB that was read cannot be appended to: a list is not an array, or buffer 0 is not, or not
-/// completely, in the file.
+/// Throws InputError where a GLB that was read cannot be appended to: a list is not an array, or buffer 0 is
+/// not, or not completely, in the file.
 void CheckAppendable(const Glb& glb);
 
-/// A note on the files beside a GLB that it refers to, and that a copy of it elsewhere would miss; nothing where there are none.
+/// A note on the files beside a GLB that it refers to, and that a copy of it elsewhere would miss; nothing
+/// where there are none.
 std::optional<Note> NoteOnFilesBeside(const Glb& glb);
 
 } // namespace mien

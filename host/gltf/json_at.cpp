@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::string_view kExportAgain = "export the head again";
 
-/// The JSON pointer from `root` to a value in it; nothing where it is not there. Nested no deeper than kDeepestJson.
+/// The JSON pointer from `root` to a value in it; nothing where it is not there. Nested no deeper than
+/// kDeepestJson.
 std::optional<std::string> PointerTo(const JsonAt::Json& value, const JsonAt::Json& root) {
   if (&value == &root) return "";
   if (!root.is_structured()) return std::nullopt;

@@ -13,11 +13,11 @@
 
 namespace mien {
 
-/// A value in the JSON of a GLB. What follows a file's own references goes through it: each step throws InputError, with the
-/// value's JSON pointer, where the value is not what it should be.
+/// A value in the JSON of a GLB. What follows a file's own references goes through it: each step throws
+/// InputError, with the value's JSON pointer, where the value is not what it should be.
 ///
-/// As small as two pointers, since a file may have millions of values: where a value stands is searched for only when a message
-/// needs it.
+/// As small as two pointers, since a file may have millions of values: where a value stands is searched for
+/// only when a message needs it.
 class JsonAt {
 public:
   using Json = nlohmann::ordered_json;

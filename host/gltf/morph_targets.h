@@ -10,8 +10,8 @@
 
 namespace mien {
 
-/// A node that shows a mesh with named morph targets. Thousands of nodes may show one mesh of thousands of targets, so nodes
-/// share their lists: equal ones are the same object.
+/// A node that shows a mesh with named morph targets. Thousands of nodes may show one mesh of thousands of
+/// targets, so nodes share their lists: equal ones are the same object.
 struct MorphNode {
   std::size_t node;
   std::shared_ptr<const std::vector<std::string>> targets; ///< their names, in the mesh's order
@@ -28,9 +28,9 @@ struct MorphTargets {
   std::vector<std::string> Names() const;
 };
 
-/// The names are those in `extras.targetNames` of the mesh or, as older exporters of avatars write them, of its first
-/// primitive. Throws InputError where the file contradicts itself: a list of names that is not as long as the list of
-/// targets would drive the wrong ones.
+/// The names are those in `extras.targetNames` of the mesh or, as older exporters of avatars write them, of
+/// its first primitive. Throws InputError where the file contradicts itself: a list of names that is not as
+/// long as the list of targets would drive the wrong ones.
 MorphTargets FindMorphTargets(const Glb& head);
 
 } // namespace mien

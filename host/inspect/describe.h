@@ -66,9 +66,9 @@ struct TakeDescription {
   std::vector<std::int64_t> frame_numbers; ///< of every frame, for the gaps (size: frames)
   std::vector<double> times;               ///< (size: frames)
 
-  /// What the format says about the axes, or else "guess: ..." with its reason; empty if there is neither. The guess: if
-  /// along exactly one axis every marker stays half a metre or more to one side of the origin, which in capture volumes is on
-  /// the floor, that way is up.
+  /// What the format says about the axes, or else "guess: ..." with its reason; empty if there is neither.
+  /// The guess: if along exactly one axis every marker stays half a metre or more to one side of the origin,
+  /// which in capture volumes is on the floor, that way is up.
   std::string axes;
 
   /// The caller sets this: only a performer says which way the face looks.

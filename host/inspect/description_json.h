@@ -8,9 +8,9 @@
 
 namespace mien {
 
-/// As JSON for programs, without a line feed at the end. Numbers are not rounded, "..._s" are seconds, "..._mm"
-/// millimetres, frames are the file's numbers, points and directions [x, y, z]. What a take lacks is null or an empty list; a
-/// number that is not finite is null.
+/// As JSON for programs, without a line feed at the end. Numbers are not rounded, "..._s" are seconds,
+/// "..._mm" millimetres, frames are the file's numbers, points and directions [x, y, z]. What a take lacks is
+/// null or an empty list; a number that is not finite is null.
 ///
 ///     {
 ///       "format": "mien take description 1",

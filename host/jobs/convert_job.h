@@ -30,8 +30,8 @@ struct ConvertResult {
   std::vector<Note> lost; ///< what the format cannot hold
 };
 
-/// The output is read back and compared before it gets its name, so `lost` is what any program will find. Throws
-/// InputError; of Code::Usage where settings do not fit each other or the take.
+/// The output is read back and compared before it gets its name, so `lost` is what any program will find.
+/// Throws InputError; of Code::Usage where settings do not fit each other or the take.
 ConvertResult Run(const ConvertJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

@@ -26,8 +26,8 @@ struct TakeInfo {
   std::vector<Problem> problems;
 };
 
-/// In the job's order. A take that cannot be read does not keep the others from being described. Throws InputError where
-/// the performer cannot be read; of Code::Usage where two inputs are standard input.
+/// In the job's order. A take that cannot be read does not keep the others from being described. Throws
+/// InputError where the performer cannot be read; of Code::Usage where two inputs are standard input.
 std::vector<TakeInfo> Run(const InfoJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

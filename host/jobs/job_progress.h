@@ -16,16 +16,16 @@ enum class JobStage {
   Writing,   ///< the output
 };
 
-/// How far a job's stage is: bytes, frames or values done, and of how many; 0 where that is not known. May throw to stop the
-/// job, which then leaves nothing behind.
+/// How far a job's stage is: bytes, frames or values done, and of how many; 0 where that is not known. May
+/// throw to stop the job, which then leaves nothing behind.
 using JobProgress = std::function<void(JobStage stage, std::size_t done, std::size_t total)>;
 
-/// `progress` for what fetches a file's bytes: after the last of them the stage's end is not known. It must outlive the
-/// answer.
+/// `progress` for what fetches a file's bytes: after the last of them the stage's end is not known. It must
+/// outlive the answer.
 ReadProgress ReadingProgress(const JobProgress& progress);
 
-/// Writes text to `out` through a stream that counts its values by the commas and tabs behind them, and reports how many of
-/// `total` are written: an estimate, which the text may exceed a little.
+/// Writes text to `out` through a stream that counts its values by the commas and tabs behind them, and
+/// reports how many of `total` are written: an estimate, which the text may exceed a little.
 void WriteWithProgress(std::ostream& out, std::size_t total, const JobProgress& progress,
                        const std::function<void(std::ostream&)>& write);
 

@@ -22,8 +22,8 @@ struct PerformerJob {
   HeadFit head_fit = HeadFit::Take;
 };
 
-/// Answers the neutral face that was saved. A file with which no take could be solved is not written. Throws InputError;
-/// of Code::Usage where settings do not fit each other.
+/// Answers the neutral face that was saved. A file with which no take could be solved is not written. Throws
+/// InputError; of Code::Usage where settings do not fit each other.
 Neutral Run(const PerformerJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

@@ -59,8 +59,9 @@ struct SolveResult {
   std::vector<ReportedFile> files;
 };
 
-/// Settings are checked before anything is read, and places to write to before anything is solved. Throws InputError; of
-/// Code::Usage where settings do not fit each other or the take. Any number of jobs may run at once, on any threads.
+/// Settings are checked before anything is read, and places to write to before anything is solved. Throws
+/// InputError; of Code::Usage where settings do not fit each other or the take. Any number of jobs may run at
+/// once, on any threads.
 SolveResult Run(const SolveJob& job, const JobProgress& progress = nullptr);
 
 /// What the report of a job says. Both must outlive it.

@@ -36,14 +36,14 @@ struct WrittenAnimation {
   std::size_t frames = 0;
   std::size_t templates = 0, shapes = 0, clusters = 0; ///< of the animation
 
-  /// Phone-app CSV: those of the 52 that the character lacks, written as 0. Head: shapes that move and have no morph
-  /// target there.
+  /// Phone-app CSV: those of the 52 that the character lacks, written as 0. Head: shapes that move and have
+  /// no morph target there.
   std::vector<std::string> missing_shapes;
   std::optional<HeadCoverage> head; ///< of .glb
 };
 
-/// Writes the whole file, or none. `character` is the one that the animation was solved for; null without one. Of the stages
-/// `progress` gets the writing, of formats that are text. Throws InputError.
+/// Writes the whole file, or none. `character` is the one that the animation was solved for; null without
+/// one. Of the stages `progress` gets the writing, of formats that are text. Throws InputError.
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
                                 AnimationOutput output, const JobProgress& progress = nullptr);
 

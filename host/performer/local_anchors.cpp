@@ -83,8 +83,9 @@ LocalAnchors::LocalAnchors(const Take& anchors, const std::vector<Point>& rest)
     if (sights.size() > before) ways_[f] = Way{};
   }
 
-  // Each anchor's way is the common one, and a steady distance of its own, which is neither noise nor to be missed when the
-  // anchor is hidden. The two are found in turns, which is exact at once where all anchors are seen.
+  // Each anchor's way is the common one, and a steady distance of its own, which is neither noise nor to be
+  // missed when the anchor is hidden. The two are found in turns, which is exact at once where all anchors
+  // are seen.
   std::vector<Way> own(rest.size(), Way{});
   const auto find_ways = [&](std::size_t axis) {
     for (auto& way : ways_)

@@ -28,7 +28,8 @@ std::ptrdiff_t Count(const std::vector<bool>& frames) {
   return std::count(frames.begin(), frames.end(), true);
 }
 
-/// Which frames the pose was taken from, of those that `markers` has, and how far each part strays from it in them.
+/// Which frames the pose was taken from, of those that `markers` has, and how far each part strays from it in
+/// them.
 void NoteFrames(Neutral& neutral, const Take& take, const Performer& performer,
                 const StabilisedMarkers& markers, const std::vector<bool>& frames) {
   for (std::size_t f = 0; f < frames.size(); ++f)
@@ -79,8 +80,8 @@ Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange
   return neutral;
 }
 
-/// Gives the eyes the places that they have over all frames with the eyes at ease, whatever the mouth does in them. Each frame
-/// is measured against the eye's own anchors, as it is when it is solved.
+/// Gives the eyes the places that they have over all frames with the eyes at ease, whatever the mouth does in
+/// them. Each frame is measured against the eye's own anchors, as it is when it is solved.
 void UseEyesAtEase(NeutralPose& pose, const StabilisedMarkers& markers, const std::vector<bool>& eyes_at_ease,
                    const Performer& performer, const RigidHead& rigid) {
   const VgeAMatrix head = NeutralHead(performer, pose), to_head = InverseOfOrthogonalAxes(head);

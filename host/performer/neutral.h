@@ -19,23 +19,26 @@ struct Neutral {
   std::string how;         ///< how it was found, for the user: "the median of 92 rest frames"
   std::vector<Note> notes; ///< on its reliability
 
-  /// The numbers of the frames that it was taken from, which show the head; empty where it is the performer file's.
+  /// The numbers of the frames that it was taken from, which show the head; empty where it is the performer
+  /// file's.
   std::vector<std::int64_t> frames = {};
 
-  /// How far the markers of each part are from their places in these frames: the root of the mean square, in millimetres. 0
-  /// for a part without markers, and where `frames` is empty.
+  /// How far the markers of each part are from their places in these frames: the root of the mean square, in
+  /// millimetres. 0 for a part without markers, and where `frames` is empty.
   std::array<double, 9> spread_mm = {};
 
-  /// The pose that stricter frames give, in the same axes: eyes more open, mouth more closed. Where results from the two differ,
-  /// the neutral face is in doubt. Empty where it was not searched for, or too few frames are that strict.
+  /// The pose that stricter frames give, in the same axes: eyes more open, mouth more closed. Where results
+  /// from the two differ, the neutral face is in doubt. Empty where it was not searched for, or too few
+  /// frames are that strict.
   NeutralPose stricter = {};
 };
 
 /// The performer's neutral face in a take: in the frames `asked`, if given; otherwise the performer's own, if
 /// it has one; otherwise it is found:
 ///
-/// 1. Every frame is transformed into the head's frame: by the fit of `rigid`, or without it by the head markers,
-///    first relative to the frame in which most of them are visible, then twice relative to their median.
+/// 1. Every frame is transformed into the head's frame: by the fit of `rigid`, or without it by the head
+///    markers, first relative to the frame in which most of them are visible, then twice relative to their
+///    median.
 /// 2. For each frame, the opening of the eyes (height of the upper lids minus that of the lower lids) and of
 ///    the mouth (upper lip minus lower lip) is measured.
 /// 3. Rest frames are those in which the eyes are as open as usual (between the 30th and the 80th percentile)

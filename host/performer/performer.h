@@ -27,12 +27,13 @@ struct Performer {
   /// Markers that move only with the skull; at most 5. With fewer than 3 the head's motion cannot be removed.
   std::vector<std::string> head;
 
-  /// All markers that move with the skull, for the fit of the head to a whole take; any number. Empty: those of the head and
-  /// those that the take shows to be rigid (LearnRigidHead).
+  /// All markers that move with the skull, for the fit of the head to a whole take; any number. Empty: those
+  /// of the head and those that the take shows to be rigid (LearnRigidHead).
   std::vector<std::string> rigid;
 
-  /// By part: rigid markers beside it, against which its own are measured. Where a brow or an eye has none, those rigid ones
-  /// that are near (AnchorsOf). Other parts have none: they are measured against the head alone.
+  /// By part: rigid markers beside it, against which its own are measured. Where a brow or an eye has none,
+  /// those rigid ones that are near (AnchorsOf). Other parts have none: they are measured against the head
+  /// alone.
   std::array<std::vector<std::string>, 9> anchors;
 
   /// Marker names by part and holder, in the order of the default face. A holder may be empty, and a part

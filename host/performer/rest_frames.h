@@ -9,8 +9,9 @@
 
 namespace mien {
 
-/// Which frames show a face at rest, by how far the eyes (upper lids less lower lids, upwards) and the mouth (upper lip less
-/// lower lip) are open, among all of `markers`. What is never seen cannot be unusual: it excludes no frame.
+/// Which frames show a face at rest, by how far the eyes (upper lids less lower lids, upwards) and the mouth
+/// (upper lip less lower lip) are open, among all of `markers`. What is never seen cannot be unusual: it
+/// excludes no frame.
 ///
 /// Each list has an entry per frame of `markers`.
 struct RestFrames {

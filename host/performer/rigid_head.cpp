@@ -16,7 +16,8 @@ bool Contains(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// How far a marker strays from the head, per axis, in nine of ten frames; nothing where it is seen in less than half of them.
+/// How far a marker strays from the head, per axis, in nine of ten frames; nothing where it is seen in less
+/// than half of them.
 class Straying {
 public:
   Straying(const Take& take, const RigidBody& head, const std::vector<std::size_t>& head_markers)

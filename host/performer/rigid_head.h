@@ -16,9 +16,9 @@ struct RigidHead {
   RigidBody body; ///< of these markers, in the take's axes
 };
 
-/// The performer's rigid markers. If it names none: its head markers, and those that deviate from the head by no more
-/// than twice what the head markers do and are visible in at least half of the frames. Markers that drive a part are
-/// excluded: the part would lose what the head follows.
+/// The performer's rigid markers. If it names none: its head markers, and those that deviate from the head by
+/// no more than twice what the head markers do and are visible in at least half of the frames. Markers that
+/// drive a part are excluded: the part would lose what the head follows.
 ///
 /// Nothing if there are fewer than four: three markers fit any motion without an error.
 ///

@@ -16,9 +16,10 @@
 
 namespace mien {
 
-/// The performer's markers over some frames of a take, with the head's motion removed. Their frame is that of the body
-/// of `rigid`; without it, the head's pose in the frame in which most of its markers are visible. Frames are counted
-/// from the first of the range. With fewer than three head markers, and for a single frame, nothing is removed.
+/// The performer's markers over some frames of a take, with the head's motion removed. Their frame is that of
+/// the body of `rigid`; without it, the head's pose in the frame in which most of its markers are visible.
+/// Frames are counted from the first of the range. With fewer than three head markers, and for a single
+/// frame, nothing is removed.
 class StabilisedMarkers {
 public:
   /// `rigid` may be null: then the head is found from the head markers. The take must outlive this.
@@ -32,8 +33,8 @@ public:
   bool HeadIsFound(std::size_t f) const { return heads_[f].has_value(); }
   bool HeadIsNeverFound() const;
 
-  /// A marker's position in the head's frame, by its index in the take; nothing for a gap, and in frames in which the
-  /// head was not found.
+  /// A marker's position in the head's frame, by its index in the take; nothing for a gap, and in frames in
+  /// which the head was not found.
   std::optional<VgeTVector> At(std::size_t f, std::size_t marker) const;
 
   /// These markers of the take in the head's frame, then transformed by `to`.
@@ -42,8 +43,8 @@ public:
   /// A mean or median of the values. It may change their order.
   using MiddleOf = std::function<double(std::vector<double>&)>;
 
-  /// The position of each of the performer's markers over the frames for which `use` (size: frames) is true, per axis.
-  /// Markers that are visible in none of them are left out.
+  /// The position of each of the performer's markers over the frames for which `use` (size: frames) is true,
+  /// per axis. Markers that are visible in none of them are left out.
   NeutralPose Pose(const std::vector<bool>& use, const MiddleOf& middle_of) const;
 
 private:

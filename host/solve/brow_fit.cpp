@@ -19,10 +19,11 @@ struct Weights {
   double up, down;
 };
 
-/// The weights that make up u + down d nearest to the brow's way, from the products of the three. `ud` may be of any sign.
+/// The weights that make up u + down d nearest to the brow's way, from the products of the three. `ud` may be
+/// of any sign.
 ///
-/// Of a sum of two with bounds, either both are inside, or one is at a bound and the other is best for it: the error is
-/// convex, so the best of these candidates is the best of all.
+/// Of a sum of two with bounds, either both are inside, or one is at a bound and the other is best for it:
+/// the error is convex, so the best of these candidates is the best of all.
 Weights BestOf(double uu, double ud, double dd, double wu, double wd) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   if (!std::isfinite(wu) || !std::isfinite(wd)) return {kNaN, kNaN}; // it must not pass for a brow at rest

@@ -12,12 +12,12 @@ enum class BrowMethod {
   Core ///< the library's: by closeness to each template
 };
 
-/// Sets the brows in `weights` to the two template weights that together reproduce the brow's points best, in least
-/// squares: each from 0 to 2, which no brow exceeds. NaN for a brow with a point that is not finite. All other weights
-/// stay as they are.
+/// Sets the brows in `weights` to the two template weights that together reproduce the brow's points best, in
+/// least squares: each from 0 to 2, which no brow exceeds. NaN for a brow with a point that is not finite.
+/// All other weights stay as they are.
 ///
-/// The library measures each brow template by closeness, so that both leave 0 whichever way the brow moves. Fitted, a
-/// raised brow has only `Up`.
+/// The library measures each brow template by closeness, so that both leave 0 whichever way the brow moves.
+/// Fitted, a raised brow has only `Up`.
 void FitBrows(const VFace& face, const VFaceState& solved, VFaceTemplateState& weights);
 
 } // namespace mien

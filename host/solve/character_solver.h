@@ -23,9 +23,9 @@ using ExpressionWeights = std::vector<std::pair<std::string, double>>;
 /// nothing.
 class CharacterSolver {
 public:
-  /// `character` is as ReadCharacter returns it: at most 99 expressions, their names different and of 1 to 255
-  /// bytes. `expressions` is added to every frame. Throws InputError for an expression that the character does not
-  /// have.
+  /// `character` is as ReadCharacter returns it: at most 99 expressions, their names different and of 1 to
+  /// 255 bytes. `expressions` is added to every frame. Throws InputError for an expression that the character
+  /// does not have.
   explicit CharacterSolver(const Character& character, const ExpressionWeights& expressions = {});
   CharacterSolver(const CharacterSolver&) = delete;
   CharacterSolver& operator=(const CharacterSolver&) = delete;

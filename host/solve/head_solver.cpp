@@ -22,7 +22,8 @@ RigidMotion::Markers ReferenceOf(const Performer& performer, const NeutralPose& 
   return reference;
 }
 
-/// The fit of the body in the head's frame: where the neutral pose has its markers. Nothing where the pose has too few of them.
+/// The fit of the body in the head's frame: where the neutral pose has its markers. Nothing where the pose
+/// has too few of them.
 std::optional<RigidFit> FitInHead(const RigidHead& rigid, const NeutralPose& neutral,
                                   const VgeAMatrix& neutral_head) {
   RigidBody::Points in_pose;

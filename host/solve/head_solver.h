@@ -12,11 +12,12 @@
 
 namespace mien {
 
-/// Finds the head in one frame after another, either from the performer's head markers alone or from a fit of all rigid
-/// markers. Each frame by itself: nothing is known of the frames before.
+/// Finds the head in one frame after another, either from the performer's head markers alone or from a fit of
+/// all rigid markers. Each frame by itself: nothing is known of the frames before.
 class HeadSolver {
 public:
-  /// `neutral_head` is NeutralHead(performer, neutral). `rigid` may be null: then the head markers tell the head.
+  /// `neutral_head` is NeutralHead(performer, neutral). `rigid` may be null: then the head markers tell the
+  /// head.
   HeadSolver(const Performer& performer, const NeutralPose& neutral, const VgeAMatrix& neutral_head,
              const RigidHead* rigid = nullptr);
 
@@ -26,16 +27,16 @@ public:
   /// The performer's head markers: at most RigidMotion::kSlots.
   const std::vector<std::string>& HeadMarkers() const { return head_markers_; }
 
-  /// Their places on the neutral face, in the head's frame and in the same order; nothing for those missing from
-  /// the neutral pose.
+  /// Their places on the neutral face, in the head's frame and in the same order; nothing for those missing
+  /// from the neutral pose.
   const RigidMotion::Markers& Reference() const { return reference_; }
 
   /// Head markers missing from the neutral pose.
   const std::vector<std::string>& LeftOut() const { return left_out_; }
 
   /// False where the head's motion cannot be found: fewer than three head markers are usable, or all are on a
-  /// line, and there is no fit of rigid markers either. The head then counts as still: Solve returns the neutral
-  /// head for every frame.
+  /// line, and there is no fit of rigid markers either. The head then counts as still: Solve returns the
+  /// neutral head for every frame.
   bool RemovesMotion() const { return fit_ || removes_motion_; }
 
   /// The fit of the rigid markers, in the head's frame; null without them.

@@ -15,9 +15,9 @@ struct NeutralDoubt {
   double difference = 0; ///< of the weight, between the neutral pose and that of stricter frames
 };
 
-/// The templates that have a weight above 0.1 in one of the two neutral poses when the other is the neutral face, the
-/// largest first. Empty without a stricter pose. Throws InputError if a pose does not determine which way the face
-/// looks.
+/// The templates that have a weight above 0.1 in one of the two neutral poses when the other is the neutral
+/// face, the largest first. Empty without a stricter pose. Throws InputError if a pose does not determine
+/// which way the face looks.
 std::vector<NeutralDoubt> NeutralDoubts(const Performer& performer, const Neutral& neutral, BrowMethod brows);
 
 } // namespace mien

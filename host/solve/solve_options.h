@@ -9,7 +9,7 @@ namespace mien {
 
 /// What the head's motion is found from.
 enum class HeadFit {
-  Take,   ///< all markers that the take shows to be rigid; the head markers alone if these are fewer than four
+  Take, ///< all markers that the take shows to be rigid; the head markers alone if these are fewer than four
   Markers ///< the performer's head markers
 };
 

@@ -19,10 +19,11 @@ struct SolvedTake {
 
 /// Solves every frame of a take:
 ///
-/// 1. Head markers that have slipped are taken out, the gaps of the others (or of all rigid markers) filled, and
-/// the head found in every frame: from the fit of `rigid`, calmed, or without it from the head markers.
-/// 2. The face's markers are brought into the head's frame. With `rigid`, those of brows and eyes are measured
-/// against the rigid markers beside them (LocalAnchors). Then their gaps are filled.
+/// 1. Head markers that have slipped are taken out, the gaps of the others (or of all rigid markers) filled,
+///    and the head found in every frame: from the fit of `rigid`, calmed, or without it from the head
+///    markers.
+/// 2. The face's markers are brought into the head's frame. With `rigid`, those of brows and eyes are
+///    measured against the rigid markers beside them (LocalAnchors). Then their gaps are filled.
 /// 3. They are smoothed, if asked for. (So are the head's, before 1 finds the head.)
 /// 4. What stays empty is at rest, with a fade.
 /// 5. Each frame is solved, and the weights smoothed if asked for.
@@ -31,8 +32,9 @@ struct SolvedTake {
 ///
 /// The take must have the performer's markers (CheckMarkers). Throws InputError where the neutral pose does
 /// not determine a solve, and where a residual or a slipped head marker is off by a length that no take has.
-/// `rigid` is what LearnRigidHead found in this take, or in another with the same markers; options.head_fit is
-/// for whoever learns it, and is ignored here. `progress(done, total)` is called before each frame and may throw to break off.
+/// `rigid` is what LearnRigidHead found in this take, or in another with the same markers; options.head_fit
+/// is for whoever learns it, and is ignored here. `progress(done, total)` is called before each frame and may
+/// throw to break off.
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
                      const SolveOptions& options = {}, const RigidHead* rigid = nullptr,
                      const std::function<void(std::size_t done, std::size_t total)>& progress = nullptr);

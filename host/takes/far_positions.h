@@ -12,8 +12,9 @@
 
 namespace mien {
 
-/// Whether all coordinates are numbers and none is beyond a kilometre: false for NaN and infinity. No recording of a face has
-/// anything farther away, which would decide every mean and sum that it enters, so every reader makes a gap of it.
+/// Whether all coordinates are numbers and none is beyond a kilometre: false for NaN and infinity. No
+/// recording of a face has anything farther away, which would decide every mean and sum that it enters, so
+/// every reader makes a gap of it.
 inline bool IsWithinReach(const Point& p) {
   constexpr double kFarthestMm = 1e6;
   return std::abs(p.x) <= kFarthestMm && std::abs(p.y) <= kFarthestMm && std::abs(p.z) <= kFarthestMm;

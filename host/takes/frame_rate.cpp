@@ -25,7 +25,8 @@ FrameRate Reduced(std::int64_t numerator, std::int64_t denominator) {
 
 std::optional<FrameRate> FrameRateOf(double hz) {
   if (!(hz >= kSlowest && hz <= kFastest)) return std::nullopt;
-  // Single precision is off by less than 6e-8 of the rate; a whole rate and its NTSC neighbour are 1e-3 apart.
+  // Single precision is off by less than 6e-8 of the rate; a whole rate and its NTSC neighbour are 1e-3
+  // apart.
   const auto is = [hz](double rate) { return std::abs(rate - hz) <= 1e-6 * hz; };
   const double whole = std::round(hz);
   if (whole > 0 && is(whole)) return FrameRate{static_cast<std::int64_t>(whole), 1};

@@ -21,16 +21,16 @@ struct FrameRate {
   bool operator==(const FrameRate&) const = default;
 };
 
-/// The fraction behind a rate in decimals or in single precision: a whole number, an NTSC rate (k * 1000/1001: 23.976,
-/// 23.98, 29.97, 59.94, 119.88 ...), or else the simplest fraction within a billionth of it. Nothing for a rate that no
-/// camera has: below a frame in a million seconds, above a billion hertz, NaN.
+/// The fraction behind a rate in decimals or in single precision: a whole number, an NTSC rate (k *
+/// 1000/1001: 23.976, 23.98, 29.97, 59.94, 119.88 ...), or else the simplest fraction within a billionth of
+/// it. Nothing for a rate that no camera has: below a frame in a million seconds, above a billion hertz, NaN.
 std::optional<FrameRate> FrameRateOf(double hz);
 
 /// "120", "29.98", "30000/1001".
 std::string ToText(const FrameRate& rate);
 
-/// Reads what ToText writes, and decimals as FrameRateOf does. Nothing for any other text and for fractions with numbers above
-/// 10^15.
+/// Reads what ToText writes, and decimals as FrameRateOf does. Nothing for any other text and for fractions
+/// with numbers above 10^15.
 std::optional<FrameRate> ParseFrameRate(const std::string& text);
 
 } // namespace mien

@@ -36,8 +36,8 @@ struct MeasuredRate {
   double room_hz = 0; // by which rounded times leave it open
 };
 
-// Both ends of a run are rounded by half a unit in the last place. A recording that paused without skipping numbers counts
-// as several runs: the pause would otherwise lower the rate of all of it.
+// Both ends of a run are rounded by half a unit in the last place. A recording that paused without skipping
+// numbers counts as several runs: the pause would otherwise lower the rate of all of it.
 MeasuredRate MeasureRuns(Take& take, int decimals) {
   double units = 1; // of the last place in a second
   for (int i = 0; i < decimals; ++i) units *= 10;
@@ -67,11 +67,13 @@ MeasuredRate MeasureRuns(Take& take, int decimals) {
 
 bool Near(double a, double b, double room) { return std::abs(a - b) <= room; }
 
-// The camera's likely rate, where this one was measured: the rate itself if it is practically whole. Otherwise a short take
-// leaves several possible: a usual one is likeliest, then a whole one, then an NTSC one.
+// The camera's likely rate, where this one was measured: the rate itself if it is practically whole.
+// Otherwise a short take leaves several possible: a usual one is likeliest, then a whole one, then an NTSC
+// one.
 double Snap(const MeasuredRate& measured) {
   const auto [rate, room] = measured;
-  // Times in single precision are off by more than their many decimals suggest, but by less than this fraction.
+  // Times in single precision are off by more than their many decimals suggest, but by less than this
+  // fraction.
   const double precision = rate * 1e-6;
   const double whole = std::round(rate);
   if (whole > 0 && Near(whole, rate, precision)) return whole;

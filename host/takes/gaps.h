@@ -8,8 +8,8 @@
 
 namespace mien {
 
-/// The gaps of a marker (an index), in order; between two of them it is seen in at least one frame. Missing frame numbers do
-/// not end a gap.
+/// The gaps of a marker (an index), in order; between two of them it is seen in at least one frame. Missing
+/// frame numbers do not end a gap.
 std::vector<FrameSpan> GapsOf(const Take& take, std::size_t marker);
 
 /// The same for every marker of the take, in one pass over its frames (size: markers).

@@ -59,10 +59,12 @@ struct Take {
   std::vector<double> times;        ///< each frame's time in seconds: rising, not always from 0
   std::vector<TakeEvent> events;    ///< by time
 
-  /// The millimetres of a Sighting's residual of 1; above 0 where the file has sightings. Set before the first AddFrame.
+  /// The millimetres of a Sighting's residual of 1; above 0 where the file has sightings. Set before the
+  /// first AddFrame.
   double residual_mm = 0;
 
-  /// What the reader forgave or noticed, for the user: "line 7: 7 keys instead of 8", "frames missing: 3 after frame 57".
+  /// What the reader forgave or noticed, for the user: "line 7: 7 keys instead of 8", "frames missing: 3
+  /// after frame 57".
   std::vector<Note> notes;
 
   std::size_t FrameCount() const { return frames.size(); }
@@ -107,15 +109,16 @@ struct Take {
     return blocks_[frame >> block_bits_].origins[IndexInBlock(frame, marker)];
   }
 
-  /// What the cameras report about a position; nothing for a position that they did not measure, and in a take without
-  /// sightings.
+  /// What the cameras report about a position; nothing for a position that they did not measure, and in a
+  /// take without sightings.
   std::optional<Sighting> SightingAt(std::size_t frame, std::size_t marker) const {
     if (!HasSightings() || OriginAt(frame, marker) != Origin::Measured) return std::nullopt;
     return blocks_[frame >> block_bits_].sightings[IndexInBlock(frame, marker)];
   }
 
-  /// The cameras that the file names for a position, as Sighting has them: also for a computed one, as programs write that
-  /// filter what they measured. 0 where none are known, for a filled position, and in a take without sightings.
+  /// The cameras that the file names for a position, as Sighting has them: also for a computed one, as
+  /// programs write that filter what they measured. 0 where none are known, for a filled position, and in a
+  /// take without sightings.
   std::uint8_t CamerasAt(std::size_t frame, std::size_t marker) const {
     const Origin origin = OriginAt(frame, marker);
     if (!HasSightings() || (origin != Origin::Measured && origin != Origin::Computed)) return 0;
@@ -148,8 +151,8 @@ struct Take {
             HasSightings() ? std::span(block.sightings).subspan(first, count) : std::span<Sighting>()};
   }
 
-  /// Index of the marker with exactly this name, letter case included: some takes have two markers "Rcheek_up" and
-  /// "Rcheek_Up". Of equal names the first.
+  /// Index of the marker with exactly this name, letter case included: some takes have two markers
+  /// "Rcheek_up" and "Rcheek_Up". Of equal names the first.
   std::optional<std::size_t> FindMarker(std::string_view marker) const {
     for (std::size_t i = 0; i < markers.size(); ++i)
       if (markers[i] == marker) return i;
@@ -157,8 +160,8 @@ struct Take {
   }
 
 private:
-  // Consecutive frames, frame-major (size: frames x markers). A long take has many blocks: growing moves none of them, and
-  // each is written while it is in the cache.
+  // Consecutive frames, frame-major (size: frames x markers). A long take has many blocks: growing moves none
+  // of them, and each is written while it is in the cache.
   struct Block {
     std::vector<Point> positions;
     std::vector<Origin> origins;

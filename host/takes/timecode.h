@@ -33,9 +33,9 @@ struct Timecode {
   double SecondsOfDay() const;
 };
 
-/// Reads "HH:MM:SS:FF", with ';' before FF for drop, and "@RATE" after it (ParseFrameRate). Without a rate it uses
-/// `rate_without`, or for drop 30000/1001. Nothing for text that is no time of day at the rate, and for a fraction of a count
-/// (".500" after FF) unless `fraction` takes it: 0 to 1, without 1.
+/// Reads "HH:MM:SS:FF", with ';' before FF for drop, and "@RATE" after it (ParseFrameRate). Without a rate it
+/// uses `rate_without`, or for drop 30000/1001. Nothing for text that is no time of day at the rate, and for
+/// a fraction of a count (".500" after FF) unless `fraction` takes it: 0 to 1, without 1.
 std::optional<Timecode> ParseTimecode(const std::string& text, const FrameRate& rate_without,
                                       double* fraction = nullptr);
 

@@ -9,7 +9,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-/// A terminal that no screen belongs to: a process writes to it as to a screen, and the test reads what is shown and types.
+/// A terminal that no screen belongs to: a process writes to it as to a screen, and the test reads what is
+/// shown and types.
 class PseudoTerminal {
 public:
   explicit PseudoTerminal(unsigned short columns = 80)
@@ -28,7 +29,8 @@ public:
   PseudoTerminal(const PseudoTerminal&) = delete;
   PseudoTerminal& operator=(const PseudoTerminal&) = delete;
 
-  /// For a child process: makes it the terminal of that process, for its standard streams `first` to standard error.
+  /// For a child process: makes it the terminal of that process, for its standard streams `first` to standard
+  /// error.
   void Become(int first = STDIN_FILENO) const {
     setsid();
     ioctl(device_, TIOCSCTTY, 0); // from here on Ctrl-C interrupts the process

@@ -1,6 +1,7 @@
 #pragma once
 
-// The plain face with more markers that move with the skull alone: beside the eyes, at the root of the nose, at the temples.
+// The plain face with more markers that move with the skull alone: beside the eyes, at the root of the nose,
+// at the temples.
 
 #include "host/performer/performer.h"
 #include "host/takes/take.h"
@@ -12,8 +13,8 @@
 
 namespace tests {
 
-/// Those that the plain face lacks. The eyes' corners are 7 to 11 mm from the middle of their eye's lids, the root of the nose
-/// 17 mm from either; the lids of both eyes are 32 mm apart.
+/// Those that the plain face lacks. The eyes' corners are 7 to 11 mm from the middle of their eye's lids, the
+/// root of the nose 17 mm from either; the lids of both eyes are 32 mm apart.
 inline mien::NeutralPose RigidPlaces() {
   mien::NeutralPose places = {{"Root", {0, 49, 95}}};
   const std::pair<const char*, mien::Point> left[] = {

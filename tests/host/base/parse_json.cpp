@@ -103,7 +103,8 @@ TEST(ParseJson, RepeatedKeysAreToldAndTheFirstCounts) {
             Json::parse(R"({"a":1,"b":2,"c":4})"));
 }
 
-// The bounds are far above what a debug build takes, and far below what it takes to compare each element with each.
+// The bounds are far above what a debug build takes, and far below what it takes to compare each element with
+// each.
 TEST(ParseJson, TakesTimeThatGrowsWithTheTextAlone) {
   constexpr std::size_t kMany = 300'000;
   constexpr double kSeconds = 20;

@@ -90,7 +90,8 @@ struct Filmed {
 
 // --- What is taken out.
 
-// Nothing but noise: all of it is drawn to the parabola, which leaves 17/35 of white noise's variance. However few the points are.
+// Nothing but noise: all of it is drawn to the parabola, which leaves 17/35 of white noise's variance.
+// However few the points are.
 TEST(CalmMotion, LeavesOfWhiteNoiseWhatAParabolaThroughFiveLeaves) {
   for (const std::size_t points : {4u, 5u, 8u, 19u}) {
     Filmed still(points, 0.3, 1500, [](double) { return VgeAMatrix(); });
@@ -112,8 +113,8 @@ TEST(CalmMotion, LeavesAboutAsMuchUnderAnOrdinaryMotion) {
 
 // --- What stays.
 
-// The parabola is exact for what has no fourth derivative; a turn of 2 degrees a frame misses it by 3/35 of 0.035^4 of the
-// radius, some 1e-7.
+// The parabola is exact for what has no fourth derivative; a turn of 2 degrees a frame misses it by 3/35 of
+// 0.035^4 of the radius, some 1e-7.
 TEST(CalmMotion, AnExactSmoothMotionStays) {
   Filmed thrown(19, 0, 60, [](double f) {
     return Motion({}, {3 * f, 2 * f - 0.05 * f * f, 600 + 0.01 * f * f * f});
@@ -125,8 +126,8 @@ TEST(CalmMotion, AnExactSmoothMotionStays) {
   EXPECT_LT(turning.Error(turning.motions), 1e-7 * 140);
 }
 
-// A head that is shaken at 5 Hz, as quickly as one can be, by 6 degrees to each side, in noise of 0.3 mm. The parabola by
-// itself would take 9 % off it at 30 frames a second.
+// A head that is shaken at 5 Hz, as quickly as one can be, by 6 degrees to each side, in noise of 0.3 mm. The
+// parabola by itself would take 9 % off it at 30 frames a second.
 TEST(CalmMotion, AShakeOf5HertzStaysNearly) {
   constexpr double kPerFrame = 2 * std::numbers::pi * 5 / 30;
   const auto shake = [](double f) { return Motion({0, 6 * std::sin(kPerFrame * f + 0.3), 0}, {}); };
@@ -143,7 +144,8 @@ TEST(CalmMotion, AShakeOf5HertzStaysNearly) {
   EXPECT_LE(shaken.Error(shaken.motions), shaken.Error(shaken.found)) << "it is no worse than it was";
 }
 
-// What is far from the parabola for other reasons than noise is not calmed: a body that is thrown about exactly.
+// What is far from the parabola for other reasons than noise is not calmed: a body that is thrown about
+// exactly.
 TEST(CalmMotion, WithoutNoiseNothingIsNoise) {
   tests::Random random(5);
   Filmed thrown(5, 0, 200, [&](double) {
@@ -175,7 +177,8 @@ TEST(CalmMotion, TheShareIsOneForTheTakeFrom0To1) {
       const Point from = Carried(shaken.found[f], place);
       const Point to = {from.x + share * (parabola.x - from.x), from.y + share * (parabola.y - from.y),
                         from.z + share * (parabola.z - from.z)};
-      // The parabola cuts the corner of a turn, where a rigid body has to stay on the arc: by the turn's square, in radians.
+      // The parabola cuts the corner of a turn, where a rigid body has to stay on the arc: by the turn's
+      // square, in radians.
       const double turn = 2 * shake * std::numbers::pi / 180 + 0.01; // of the noise
       EXPECT_LT(Distance(Carried(shaken.motions[f], place), to), share * 140 * turn * turn)
           << shake << ' ' << f;

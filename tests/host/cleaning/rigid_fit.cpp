@@ -32,8 +32,8 @@ using Points = RigidBody::Points;
 
 namespace {
 
-// Positions are up to three metres from the room's origin, of which a double knows 5e-13 m; rotations amplify that by the
-// room's size over the body's, some ten times.
+// Positions are up to three metres from the room's origin, of which a double knows 5e-13 m; rotations amplify
+// that by the room's size over the body's, some ten times.
 constexpr double kRounding = 1e-9;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -49,7 +49,8 @@ std::vector<Point> Cloud(std::size_t count, tests::Random& random) {
   return cloud;
 }
 
-/// The five head markers of the plain face: any three of them make a triangle without an angle below 20 degrees.
+/// The five head markers of the plain face: any three of them make a triangle without an angle below 20
+/// degrees.
 std::vector<Point> Head() {
   std::vector<Point> head;
   for (const char* name : {"H1", "H2", "H3", "H4", "H5"}) head.push_back(tests::PlainFace().at(name));
@@ -176,8 +177,8 @@ TEST(RigidFit, SizeMakesNoDifference) {
 
 // --- Points that are off their places.
 
-// The sum of weighted squares is least: any small motion on top makes it larger. Within the noise, where every point counts in
-// full.
+// The sum of weighted squares is least: any small motion on top makes it larger. Within the noise, where
+// every point counts in full.
 TEST(RigidFit, IsTheLeastSumOfSquaresByTheInverseSquareOfEachSpread) {
   tests::Random random(7);
   const std::vector<Point> cloud = Cloud(8, random);
@@ -215,8 +216,8 @@ TEST(RigidFit, APointThatStraysMoreCountsLess) {
   EXPECT_LT(Apart(*RigidFit(body).Solve(seen), {}, Head()), 0.05 * as_any);
 }
 
-// A marker that slipped, of a body whose noise is 0.3 mm. In plain least squares it takes the others along by a good part of its
-// way.
+// A marker that slipped, of a body whose noise is 0.3 mm. In plain least squares it takes the others along by
+// a good part of its way.
 TEST(RigidFit, APointThatIsFarOffHardlyMovesTheBody) {
   tests::Random random(8);
   constexpr double kBound_mm = 0.001; // what (0.9/50)^4 of 50 mm comes to
@@ -314,7 +315,8 @@ VgeAMatrix Wandering(std::size_t frame) {
                        {50 * std::sin(t * 0.02), 0.1 * t, 600 + 40 * std::sin(t * 0.033)});
 }
 
-/// How far a body's places are from where they ought to be once both are brought together, at most; infinite where one lacks.
+/// How far a body's places are from where they ought to be once both are brought together, at most; infinite
+/// where one lacks.
 double WorstPlace(const RigidBody& body, const std::vector<Point>& expected) {
   const auto motion = RigidFit(BodyOf(expected)).Solve(body.places);
   double worst = motion ? 0 : kInfinity;
@@ -448,7 +450,8 @@ TEST(LearnRigidBody, AMarkerThatIsNeverSeenHasNoPlace) {
   EXPECT_DOUBLE_EQ(body.spread_mm[0], 1e-3 * std::sqrt(1 + 12.0 / 4)) << "it counts for nothing";
 }
 
-// Half of the markers are on the back of the head, and no frame sees both sides; a sixth bridges them for a while, or does not.
+// Half of the markers are on the back of the head, and no frame sees both sides; a sixth bridges them for a
+// while, or does not.
 TEST(LearnRigidBody, MarkersThatAreNeverSeenTogetherAreBroughtTogetherByOthersOrHaveNoPlace) {
   tests::Random random(28);
   const std::vector<Point> cloud = Cloud(9, random);

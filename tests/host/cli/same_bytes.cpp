@@ -1,10 +1,11 @@
-// One command gives the same bytes everywhere: in every build, debug and optimised, GCC's and Clang's, on every processor,
-// with every C library, on one core and on many.
+// One command gives the same bytes everywhere: in every build, debug and optimised, GCC's and Clang's, on
+// every processor, with every C library, on one core and on many.
 //
-// The hashes below hold for all of them. A change says that a file which everybody gets from the same command is another
-// one: change them only together with what was meant to change, say so in the changelog, and only when all builds agree. A build
-// that disagrees with the others has found a dependence on the compiler, its flags, or the C library's exp, sin and the like,
-// which are not the same everywhere (mien/base/elementary.h has those that are).
+// The hashes below hold for all of them. A change says that a file which everybody gets from the same command
+// is another one: change them only together with what was meant to change, say so in the changelog, and only
+// when all builds agree. A build that disagrees with the others has found a dependence on the compiler, its
+// flags, or the C library's exp, sin and the like, which are not the same everywhere (mien/base/elementary.h
+// has those that are).
 
 #include "host/files/sha256.h"
 #include "tests/host/cli/run_mien.h"
@@ -123,8 +124,8 @@ const std::vector<Case>& Cases() {
   return cases;
 }
 
-/// The markers eight times over, with the head seen in every 37th frame only: in all others it is turned evenly, by sines and
-/// an arc tangent. Two forms of the C library's sine differ about once in two thousand.
+/// The markers eight times over, with the head seen in every 37th frame only: in all others it is turned
+/// evenly, by sines and an arc tangent. Two forms of the C library's sine differ about once in two thousand.
 std::string WithoutHead(const std::string& markers) {
   constexpr int kHeadColumns = 15; // the last
   const std::size_t first_row = markers.find('\n') + 1;
@@ -187,7 +188,8 @@ TEST_F(SameBytes, InEveryBuild) {
   Check([] {});
 }
 
-// glibc then takes other forms of its functions, which round otherwise in the last place. Nothing else reads this.
+// glibc then takes other forms of its functions, which round otherwise in the last place. Nothing else reads
+// this.
 TEST_F(SameBytes, OnAProcessorWithoutFusedMultiplyAdds) {
   Check([] { setenv("GLIBC_TUNABLES", "glibc.cpu.hwcaps=-FMA,-AVX2,-FMA4,-AVX512F", 1); });
 }

@@ -68,7 +68,8 @@ TEST_F(Signals, RemoveTheTemporaryFileAndEndTheProcess) {
   }
 }
 
-// nohup, and a shell for its background jobs, have children ignore signals. Such a child must not die of them.
+// nohup, and a shell for its background jobs, have children ignore signals. Such a child must not die of
+// them.
 TEST_F(Signals, ThatTheParentHadItIgnoreStayIgnored) {
   const fs::path path = folder_ / "w.csv", go_on = folder_ / "go on";
   for (const int signal : kEnding) {

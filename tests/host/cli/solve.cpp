@@ -1,4 +1,5 @@
-// What `mien solve` does to a take before it is solved, and what it reports: cleaning, clocks and the report file.
+// What `mien solve` does to a take before it is solved, and what it reports: cleaning, clocks and the report
+// file.
 
 #include "host/cli/command_line.h"
 #include "host/gltf/glb.h"
@@ -151,7 +152,8 @@ protected:
     return names;
   }
 
-  /// The sample as a camera at 30000/1001 Hz would have it, whose first frame is number 1000, 5 s after its start.
+  /// The sample as a camera at 30000/1001 Hz would have it, whose first frame is number 1000, 5 s after its
+  /// start.
   void WriteNtsc() const {
     Table take = Markers();
     for (std::size_t f = 0; f < take.rows.size(); ++f) {
@@ -245,8 +247,8 @@ TEST_F(SolveCommand, SettingsAreInTheReportAsGiven) {
 // --- Filling.
 
 TEST_F(SolveCommand, GapsAreFilledByTheFirstMethodThatMay) {
-  // At 30 Hz LidLowerOutL is gone for 4 frames (0.133 s), LipUpperMid for 7 (0.233 s), BrowMidOutR for 18 (0.6 s),
-  // CheekLowOutL for 36 (1.2 s).
+  // At 30 Hz LidLowerOutL is gone for 4 frames (0.133 s), LipUpperMid for 7 (0.233 s), BrowMidOutR for 18
+  // (0.6 s), CheekLowOutL for 36 (1.2 s).
   struct Case {
     std::string plan, lid, lip, brow, cheek;
   };
@@ -308,8 +310,8 @@ TEST_F(SolveCommand, APartWithoutMarkersRestsIsReportedAndDoesNotJump) {
   EXPECT_EQ(Member(report["parts"], "part", "LeftBrow")["partly_at_rest_frames"], 0);
   EXPECT_EQ(Member(report["markers"], "marker", "BrowOutL")["empty_frames"], 61);
 
-  // 0.25 s are 7.5 frames; in between the brow is at rest. The mouth is as it was but for the neutral pose, from which the
-  // frames of the gap are missing.
+  // 0.25 s are 7.5 frames; in between the brow is at rest. The mouth is as it was but for the neutral pose,
+  // from which the frames of the gap are missing.
   for (std::size_t c = 0; c < gap.names.size(); ++c)
     for (std::size_t f = kFirst + 8; f < kEnd - 8 && gap.names[c].starts_with("LeftBrow."); ++f)
       EXPECT_NEAR(gap.Number(f, c), 0, 1e-9) << f;

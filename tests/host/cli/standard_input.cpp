@@ -29,7 +29,8 @@ protected:
       std::filesystem::copy_file(kSamples + "/" + name, folder_ / name);
   }
 
-  /// Runs a line of a shell in which "mien" is the command; answers the exit code, and what goes to standard error.
+  /// Runs a line of a shell in which "mien" is the command; answers the exit code, and what goes to standard
+  /// error.
   std::pair<int, std::string> Shell(const std::string& line) const {
     const std::string script =
         "cd '" + folder_.string() + "'\nmien() { '" MIEN_COMMAND "' \"$@\"; }\n{ " + line + "; } 2>err";

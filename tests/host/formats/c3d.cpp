@@ -134,7 +134,8 @@ TEST(ReadC3d, EveryFlippedBitGivesATakeOrAnError) {
   }
 }
 
-// A header that says its parameters begin within the first 31 blocks is one; a later block has to bear it out.
+// A header that says its parameters begin within the first 31 blocks is one; a later block has to bear it
+// out.
 TEST(ReadC3d, AHeaderIsBelievedUpToTheThirtyFirstBlock) {
   for (const int block : {2, 31, 32}) {
     std::string bytes(512 * 40, '\0');

@@ -603,8 +603,9 @@ TEST(LandmarkCsv, EveryTruncationIsReadOrRefused) {
       ++read;
     } catch (const mien::InputError&) {}
   }
-  // From the first row on all: the first whole, with or without its line end or cut within the last column, which is not
-  // read (five ways to cut ", 0.00" that leave its comma), and the others whole, cut so, or left out.
+  // From the first row on all: the first whole, with or without its line end or cut within the last column,
+  // which is not read (five ways to cut ", 0.00" that leave its comma), and the others whole, cut so, or left
+  // out.
   const std::size_t first_row = text.find('\n') + 1;
   EXPECT_EQ(read, text.size() - text.find('\n', first_row) + 5);
 }
@@ -619,8 +620,9 @@ TEST(LandmarkCsv, EveryTruncationOfPixelsIsReadOrRefused) {
       ++read;
     } catch (const mien::InputError&) {}
   }
-  // From the first row on all: the first whole, with or without its line end or cut within its last number (none to three
-  // characters of "46.7", which leaves a gap or another number), and the second whole, cut so, or left out.
+  // From the first row on all: the first whole, with or without its line end or cut within its last number
+  // (none to three characters of "46.7", which leaves a gap or another number), and the second whole, cut so,
+  // or left out.
   const std::size_t first_row = text.find('\n') + 1;
   EXPECT_EQ(read, text.size() - text.find('\n', first_row) + std::string_view(", 46.").size());
 }

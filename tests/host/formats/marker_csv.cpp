@@ -346,7 +346,8 @@ TEST(MarkerCsv, EveryTruncationIsReadOrRefused) {
       ++read;
     } catch (const mien::InputError&) {}
   }
-  // The first row without its line end and with it; the second without, and cut anywhere, which leaves it out.
+  // The first row without its line end and with it; the second without, and cut anywhere, which leaves it
+  // out.
   EXPECT_EQ(read, 3u + std::string_view("11,0.51,,,,4,5,").size());
 }
 

@@ -836,8 +836,8 @@ TEST(Trc, AHeaderOfTabsAloneCostsLittle) {
   EXPECT_LT(CpuSecondsOf([&] { EXPECT_EQ(Read(file).MarkerCount(), 2u); }), 10);
 }
 
-// 32 bytes for each of the file's, and a megabyte. A frame needs its markers' positions and where these are from, its number and
-// its time.
+// 32 bytes for each of the file's, and a megabyte. A frame needs its markers' positions and where these are
+// from, its number and its time.
 TEST(Trc, ATakeMayNeedMoreMemoryThanItsFileByAKnownMeasure) {
   constexpr std::size_t kMarkers = 10000, kFrame = kMarkers * (3 * 8 + 1) + 2 * 8;
   File file;

@@ -79,7 +79,8 @@ Point InSinglePrecision(const Point& p) {
   return {rounded(p.x), rounded(p.y), rounded(p.z)};
 }
 
-// That `kept`, from a file of C3D or of the text formats, holds `take`. `floats` where a C3D file was on the way.
+// That `kept`, from a file of C3D or of the text formats, holds `take`. `floats` where a C3D file was on the
+// way.
 void ExpectHeld(const Take& take, const Take& kept, bool floats) {
   EXPECT_EQ(kept.markers, take.markers);
   EXPECT_EQ(ToText(kept.rate), ToText(take.rate));

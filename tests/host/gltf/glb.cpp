@@ -207,7 +207,8 @@ TEST(Glb, TextThatIsNotUtf8IsWrittenWithReplacements) {
   EXPECT_EQ(ReadGlb(Written(glb), "again").json["animations"][0]["name"], "take\xEF\xBF\xBD");
 }
 
-// A file of 4 MB that took a quarter of a minute in an optimised build while each node was looked for among all others.
+// A file of 4 MB that took a quarter of a minute in an optimised build while each node was looked for among
+// all others.
 TEST(Glb, AChainOf200000NodesIsReadInTimeThatGrowsWithTheFile) {
   constexpr std::size_t kNodes = 200'000;
   std::string json = R"({"asset":{"version":"2.0"},"nodes":[{})";

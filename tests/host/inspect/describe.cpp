@@ -142,7 +142,8 @@ TEST(Describe, FramesOfATakeWithoutMarkersAreEmpty) {
   EXPECT_EQ(Describe(take).empty_frames, 1u);
 }
 
-// One axis alone along which every marker is far from the origin, on the same side of it, is the height above a floor.
+// One axis alone along which every marker is far from the origin, on the same side of it, is the height above
+// a floor.
 TEST(Describe, MarkersThatAreAllInOnePlaceAreNoted) {
   Take take({"A", "B"});
   for (int frame = 0; frame < 2; ++frame) {

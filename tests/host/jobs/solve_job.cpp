@@ -76,7 +76,8 @@ TEST_F(SolveJobs, HashesItsFilesWhereThatIsAskedFor) {
   EXPECT_THAT(roles, ElementsAre("take", "performer", "output"));
 }
 
-// A batch runs several at once. Each has expressions of its own, which once stood in one place for the whole process.
+// A batch runs several at once. Each has expressions of its own, which once stood in one place for the whole
+// process.
 TEST_F(SolveJobs, RunAtOnceWithoutTouchingEachOther) {
   const auto job = [&](int i, const std::string& output) {
     SolveJob smiling = Job(output + std::to_string(i) + ".json");

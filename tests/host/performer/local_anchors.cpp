@@ -165,8 +165,8 @@ TEST(LocalAnchors, ACommonShiftIsTakenAwayWhole) {
   }
 }
 
-// Two anchors that tremble by themselves by 1 or -1, in each of the four ways: half of the frames have a common way, and as
-// much is to be expected of noise.
+// Two anchors that tremble by themselves by 1 or -1, in each of the four ways: half of the frames have a
+// common way, and as much is to be expected of noise.
 TEST(LocalAnchors, IndependentNoiseIsNotTakenAway) {
   for (const std::size_t count : {2u, 3u}) {
     const LocalAnchors local(Film(count, 64,
@@ -182,8 +182,8 @@ TEST(LocalAnchors, IndependentNoiseIsNotTakenAway) {
   EXPECT_EQ(LocalAnchors(Film(2, 16, opposite), RestOf(2)).Gain()[0], 0) << "even less than noise would have";
 }
 
-// A common shift by b or -b and noise by a or -a, in all combinations: of the variance of the common way, b^2 + a^2/n, b^2 is no
-// noise. Along each axis by itself.
+// A common shift by b or -b and noise by a or -a, in all combinations: of the variance of the common way, b^2
+// + a^2/n, b^2 is no noise. Along each axis by itself.
 TEST(LocalAnchors, OfAMixtureTheGainIsWieners) {
   constexpr double kNoise = 0.5;
   const double shift[3] = {0.25, 1, 4};
@@ -251,8 +251,9 @@ TEST(LocalAnchors, FramesWithoutTwoAnchorsAreEvenBetweenThoseAround) {
   EXPECT_NEAR(-late.Measure({0, 0, 0}, 7).x, 1 + 5 * (1 + 2 * step) / whole, 1e-12);
 }
 
-// The three drift in common, each with a steady distance of its own from its place; one is hidden for the second half, or each in
-// its turn. Where it comes from and goes to nothing jumps, and what it misses of the drift does not count as noise.
+// The three drift in common, each with a steady distance of its own from its place; one is hidden for the
+// second half, or each in its turn. Where it comes from and goes to nothing jumps, and what it misses of the
+// drift does not count as noise.
 TEST(LocalAnchors, AHiddenAnchorMakesNoDifference) {
   const Point offs[] = {{1, 0, 0}, {-1, 0.5, 0}, {0, 0, 2}};
   const auto film = [&](const std::function<bool(std::size_t, std::size_t)>& hides) {

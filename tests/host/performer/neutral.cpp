@@ -478,7 +478,8 @@ TEST(FindNeutral, WhereAllFramesAreTakenAllAreNamed) {
   EXPECT_EQ(four.frames.size(), 9u);
 }
 
-// Of the mouth's five markers one is off by 0.3 mm in each frame, up or down; the left brow's three are all off by 0.4 mm.
+// Of the mouth's five markers one is off by 0.3 mm in each frame, up or down; the left brow's three are all
+// off by 0.4 mm.
 TEST(FindNeutral, MeasuresHowFarEachPartStraysInThem) {
   Take take = EmptyTake();
   for (const double way : {1.0, -1.0}) {
@@ -552,8 +553,9 @@ TEST(FindNeutral, ByAFitAverageFramesAreNotBlurred) {
   EXPECT_LT(WorstError(FindNeutral(take, ByItsHeadMarkers(), FrameRange{1, 60}, &rigid).pose), kRounding);
 }
 
-// The lids open a tenth of a millimetre further in every frame, and from the middle on the performer talks. At rest the eyes are
-// as they are while the mouth is shut; by themselves as they are in all frames with the eyes as open as usual, 30 to 80.
+// The lids open a tenth of a millimetre further in every frame, and from the middle on the performer talks.
+// At rest the eyes are as they are while the mouth is shut; by themselves as they are in all frames with the
+// eyes as open as usual, 30 to 80.
 TEST(FindNeutral, ByAFitTheEyesHaveANeutralOfTheirOwn) {
   Take take = EmptyTake();
   for (int f = 0; f < 101; ++f) {
@@ -580,8 +582,8 @@ TEST(FindNeutral, ByAFitTheEyesHaveANeutralOfTheirOwn) {
   EXPECT_NEAR(height(own, "BrowL"), 59 + 0.1 * 40, 1e-3) << "other parts keep the common one";
 }
 
-// While the performer talks, the tracker shifts the left eye with its corners by 2 mm: in more than half of the frames with the
-// eyes at ease. Against its corners the eye is where it was.
+// While the performer talks, the tracker shifts the left eye with its corners by 2 mm: in more than half of
+// the frames with the eyes at ease. Against its corners the eye is where it was.
 TEST(FindNeutral, ByAFitTheEyesNeutralIsMeasuredAgainstTheirAnchors) {
   Performer performer = tests::RigidPerformer();
   performer.anchors[mien::kLeftEye] = {"EyeInL", "EyeOutL"};

@@ -21,8 +21,8 @@ using tests::PlainFace;
 
 namespace {
 
-/// 101 frames, so that each percentile is a frame of its own: in frame f the eyes are open by `eyes(f)` tenths of a millimetre
-/// more, and the mouth by `mouth(f)`.
+/// 101 frames, so that each percentile is a frame of its own: in frame f the eyes are open by `eyes(f)`
+/// tenths of a millimetre more, and the mouth by `mouth(f)`.
 template <class Eyes, class Mouth>
 Take TakeOf(Eyes eyes, Mouth mouth) {
   Take take = EmptyTake();

@@ -53,8 +53,8 @@ struct Other {
   double strays_mm;
 };
 
-/// The plain face under a head that wanders, with noise of 0.3 mm on its head markers, and these markers beside. The jaw talks;
-/// the brows hold still.
+/// The plain face under a head that wanders, with noise of 0.3 mm on its head markers, and these markers
+/// beside. The jaw talks; the brows hold still.
 Take TakeWith(const std::vector<Other>& others, std::size_t frames = 240) {
   std::vector<std::string> names;
   for (const Other& other : others) names.push_back(other.name);

@@ -22,7 +22,8 @@ namespace {
 
 constexpr int kUp = 0, kDown = 1;
 
-// Points are known to 1e-15 of a unit of some ten millimetres; the templates stand at an angle that costs a digit.
+// Points are known to 1e-15 of a unit of some ten millimetres; the templates stand at an angle that costs a
+// digit.
 constexpr double kRounding = 1e-13;
 
 /// The face at rest, but for brows that are u times up and d times down of each point's way to the template.

@@ -30,8 +30,8 @@ using Weights = std::map<std::string, double>;
 
 namespace {
 
-// Markers are up to three metres from the room's origin and known to 5e-13 m there. The parts' units are some 5 mm
-// and brows divide by their distance from neutral: a weight is known to about 1e-9.
+// Markers are up to three metres from the room's origin and known to 5e-13 m there. The parts' units are some
+// 5 mm and brows divide by their distance from neutral: a weight is known to about 1e-9.
 constexpr double kRounding = 1e-8;
 
 /// A face that talks, blinks on one side, frowns and smiles a little.
@@ -239,7 +239,8 @@ TEST(FaceSolver, TheNeutralFaceLeavesNoResidual) {
   for (const double residual : Solve(solver, PlainFace()).residual_mm) EXPECT_NEAR(residual, 0, kRounding);
 }
 
-// A nostril knows no way but up, and one marker moves all of its points: what it goes sideways is left over whole.
+// A nostril knows no way but up, and one marker moves all of its points: what it goes sideways is left over
+// whole.
 TEST(FaceSolver, WhatNoTemplateMakesIsLeftOverInMillimetres) {
   for (const double off : {0.5, 3.0}) {
     NeutralPose face = PlainFace();

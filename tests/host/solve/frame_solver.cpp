@@ -54,7 +54,8 @@ FrameMarkers MarkersOf(const Take& take, std::size_t frame, const FrameSolver& s
 
 } // namespace
 
-// What a stream solves as frames arrive is what the take gives afterwards, to the bit, where nothing is cleaned.
+// What a stream solves as frames arrive is what the take gives afterwards, to the bit, where nothing is
+// cleaned.
 TEST(FrameSolver, GivesAStreamWhatATakeGets) {
   const Take take = Talk();
   const mien::Character character = mien::LoadCharacter("arkit52");
@@ -78,8 +79,9 @@ TEST(FrameSolver, GivesAStreamWhatATakeGets) {
   }
 }
 
-// So it is with a rigid head, learned beforehand. What a take's solve has beyond it, calm and anchors, needs the frames to come:
-// neither has a part in this take, whose frames do not follow each other and whose brows and eyes have no rigid neighbours.
+// So it is with a rigid head, learned beforehand. What a take's solve has beyond it, calm and anchors, needs
+// the frames to come: neither has a part in this take, whose frames do not follow each other and whose brows
+// and eyes have no rigid neighbours.
 TEST(FrameSolver, GivesAStreamWithARigidHeadWhatATakeGets) {
   tests::Random random(32);
   Take take = EmptyTake({"TempleL", "TempleR"});

@@ -30,8 +30,8 @@ using tests::RigidPerformer;
 
 namespace {
 
-// Positions are up to three metres from the room's origin, of which a double knows 5e-13 m; rotations amplify that by
-// the room's size over the head's, some ten times.
+// Positions are up to three metres from the room's origin, of which a double knows 5e-13 m; rotations amplify
+// that by the room's size over the head's, some ten times.
 constexpr double kRounding = 1e-9;
 
 /// Exactly rigid, as a take shows it that stands anywhere.
@@ -141,7 +141,8 @@ TEST(HeadSolver, RigidMarkersTellTheHeadOfAPerformerWithoutHeadMarkers) {
   EXPECT_EQ(*still.Solve({}), axes);
 }
 
-// A pose that was kept without them, as with a take that had other markers: then it is the head markers alone.
+// A pose that was kept without them, as with a take that had other markers: then it is the head markers
+// alone.
 TEST(HeadSolver, APoseWithFewerThanThreeRigidMarkersLeavesItToTheHeadMarkers) {
   Performer performer = RigidPerformer();
   performer.rigid = tests::RigidNames(); // none of the head's

@@ -40,8 +40,8 @@ using tests::PlainPerformer;
 
 namespace {
 
-// Positions are up to three metres from the room's origin, of which a double knows 5e-13 m; rotations amplify that by
-// the room's size over the head's, some ten times.
+// Positions are up to three metres from the room's origin, of which a double knows 5e-13 m; rotations amplify
+// that by the room's size over the head's, some ten times.
 constexpr double kRounding = 1e-9;
 
 const std::vector<std::string> kHead = {"H1", "H2", "H3", "H4", "H5"};
@@ -353,7 +353,8 @@ TEST(HeadTrack, SmoothedMarkersMakeASteadierHead) {
 
 namespace {
 
-/// The rigid face under a head that nods and turns, at 30 frames a second, with noise of up to so much along each axis.
+/// The rigid face under a head that nods and turns, at 30 frames a second, with noise of up to so much along
+/// each axis.
 Take RigidTalk(std::size_t frames, double noise) {
   tests::Random random(85);
   Take take = tests::EmptyRigidTake();

@@ -67,7 +67,8 @@ TEST(NeutralDoubts, PosesThatAreTheSameLeaveNone) {
   EXPECT_THAT(Doubts(pose, pose), IsEmpty());
 }
 
-// On the closed mouth the other is open; on the open mouth the other is at rest, for there is nothing beyond closed.
+// On the closed mouth the other is open; on the open mouth the other is at rest, for there is nothing beyond
+// closed.
 TEST(NeutralDoubts, ATemplateThatOnePoseShowsOnTheOtherIsInDoubt) {
   const NeutralPose open = OpenMouth(8), closed = PlainFace();
   const double there = WeightOf("Mouth.Open", open, closed);

@@ -48,8 +48,8 @@ using tests::PlainPerformer;
 
 namespace {
 
-// Markers are up to three metres from the room's origin and known to 5e-13 m there. The parts' units are some 5 mm
-// and brows divide by their distance from neutral: a weight is known to about 1e-9.
+// Markers are up to three metres from the room's origin and known to 5e-13 m there. The parts' units are some
+// 5 mm and brows divide by their distance from neutral: a weight is known to about 1e-9.
 constexpr double kRounding = 1e-8;
 
 const std::vector<std::string> kHead = {"H1", "H2", "H3", "H4", "H5"};
@@ -324,7 +324,8 @@ TEST(SolveTake, AMarkerThatIsHiddenForAShortTimeIsFilled) {
   }
 }
 
-// As docs/cleaning.md says: cubic up to 0.15 s, then pattern up to 0.5 s, and what is longer not even in part.
+// As docs/cleaning.md says: cubic up to 0.15 s, then pattern up to 0.5 s, and what is longer not even in
+// part.
 TEST(SolveTake, HowLongAGapIsTellsWhatFillsIt) {
   for (const auto& [frames, method] : {std::pair<std::size_t, FillMethod>(15, FillMethod::Cubic),
                                        {16, FillMethod::Pattern},
@@ -379,7 +380,8 @@ TEST(SolveTake, APartThatIsHiddenForLongRestsAndNothingJumps) {
   }
 }
 
-// At the cameras' usual rates a jump could hide in what is performed. Here a still face loses and finds its mouth.
+// At the cameras' usual rates a jump could hide in what is performed. Here a still face loses and finds its
+// mouth.
 TEST(SolveTake, TheStepsOfAFadeAreAsSmallAsTheFramesAreFine) {
   NeutralPose face = PlainFace();
   face["Chin"].y -= 12, face["LipLow"].y -= 11, face["CornerL"].y += 2;
@@ -647,8 +649,8 @@ TEST(SolveReport, OfOneMomentOnlyTheWorstFrameIsNamed) {
                 0.5);
 }
 
-// Six frames a quarter of a second apart, each worse than the one before: of two that are half a second apart both are
-// named, of two that are nearer only the worse.
+// Six frames a quarter of a second apart, each worse than the one before: of two that are half a second apart
+// both are named, of two that are nearer only the worse.
 TEST(SolveReport, FramesHalfASecondApartAreMomentsOfTheirOwn) {
   Take take = EmptyTake();
   take.rate = {4, 1};
@@ -714,8 +716,8 @@ TEST(SolveReport, AFrameIsAsBadAsItsWorstPart) {
 
 namespace {
 
-/// Talk on a face with rigid markers beside the eyes, all of which tremble by up to so much. A tracker that loses the left eye's
-/// depth shifts all that is there by up to 2 mm, as the head turns.
+/// Talk on a face with rigid markers beside the eyes, all of which tremble by up to so much. A tracker that
+/// loses the left eye's depth shifts all that is there by up to 2 mm, as the head turns.
 Take RigidTalk(std::size_t frames, double noise, double shift) {
   tests::Random random(93);
   const Take talk = Talk(frames);
@@ -950,7 +952,8 @@ TEST(SolveReport, GradesAreOfTheResiduals) {
   EXPECT_EQ(report.quality.grade, mien::Grade::Fair);
 }
 
-// Readers leave such positions out; whoever makes takes otherwise gets an error, and never a report of inf mm.
+// Readers leave such positions out; whoever makes takes otherwise gets an error, and never a report of inf
+// mm.
 TEST(SolveReport, LengthsThatAreNoneAreErrors) {
   for (const auto& [marker, what] : {std::pair("NoseR", "RightNostril"), std::pair("H4", "H4")})
     for (const double far : {1e155, -1e155, 1e10}) {

@@ -253,7 +253,8 @@ TEST(FrameTimes, ARateThatIsOffByMoreThanSinglePrecisionIsItself) {
   EXPECT_NE(FramesOf("0,0\n100,1.00000500\n").rate.Hz(), 100) << "by five";
 }
 
-// Whole seconds are known to a second: four after steps of two may have been three, one and a half times as long.
+// Whole seconds are known to a second: four after steps of two may have been three, one and a half times as
+// long.
 TEST(FrameTimes, AJumpIsLongerThanOneAndAHalfPeriods) {
   EXPECT_THAT(FramesOf("1,0\n2,2\n3,4\n4,6\n5,10\n").notes,
               Not(Contains(Says(HasSubstr("timestamps jump")))));
