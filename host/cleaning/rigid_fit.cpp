@@ -40,17 +40,17 @@ LargestEigenvector LargestEigenvectorOf(double (&a)[4][4]) {
         const double theta = (a[q][q] - a[p][p]) / (2 * a[p][q]);
         const double t = (theta < 0 ? -1.0 : 1.0) / (std::fabs(theta) + std::sqrt(theta * theta + 1));
         const double c = 1 / std::sqrt(t * t + 1), s = t * c;
-        for (int k = 0; k < 4; ++k) {
-          const double kp = a[k][p], kq = a[k][q];
-          a[k][p] = c * kp - s * kq, a[k][q] = s * kp + c * kq;
+        for (auto& row : a) {
+          const double row_p = row[p], row_q = row[q];
+          row[p] = c * row_p - s * row_q, row[q] = s * row_p + c * row_q;
         }
         for (int k = 0; k < 4; ++k) {
           const double pk = a[p][k], qk = a[q][k];
           a[p][k] = c * pk - s * qk, a[q][k] = s * pk + c * qk;
         }
-        for (int k = 0; k < 4; ++k) {
-          const double kp = v[k][p], kq = v[k][q];
-          v[k][p] = c * kp - s * kq, v[k][q] = s * kp + c * kq;
+        for (auto& row : v) {
+          const double row_p = row[p], row_q = row[q];
+          row[p] = c * row_p - s * row_q, row[q] = s * row_p + c * row_q;
         }
       }
   }
