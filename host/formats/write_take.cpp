@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <iterator>
 #include <map>
+#include <ranges>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -191,8 +192,7 @@ void CompareFrames(const Take& take, const Take& kept, Losses& lost) {
 
 void CompareEvents(const Take& take, const Take& kept, Losses& lost) {
   std::map<std::string_view, std::vector<double>> times; // of the events of each label, the last first
-  for (auto event = kept.events.rbegin(); event != kept.events.rend(); ++event)
-    times[event->label].push_back(event->time);
+  for (const TakeEvent& event : std::views::reverse(kept.events)) times[event.label].push_back(event.time);
   std::vector<std::string> left_out; // labels
   double most_shift = 0;
   for (const TakeEvent& event : take.events) {

@@ -42,9 +42,9 @@ std::size_t ValuesOf(const AnimationLayout& layout, AnimationFormat format) {
     return 1 + shapes;
   case AnimationFormat::LiveLinkCsv:
     return 62;
-  case AnimationFormat::
-      Json: // number and time, the head's rotation and translation, two transforms of each cluster
-    return 2 + 4 + 3 + templates + shapes + 2 * (3 + 4 + 3) * layout.clusters.size();
+  case AnimationFormat::Json:
+    // Number and time, the head's rotation and translation; of each cluster two transforms of ten numbers.
+    return 2 + 4 + 3 + templates + shapes + 20 * layout.clusters.size();
   case AnimationFormat::Glb:
     break;
   }
