@@ -1,7 +1,7 @@
-"""How well the mien command follows the faces in a folder of takes: docs/accuracy.md.
+"""Measures how well the mien command follows the faces in a folder of takes; docs/accuracy.md explains the figures.
 
-Solves every take with each command and each string of options, and compares the weights with what is known besides:
-lengths on the face, labels, what was performed. How a folder is laid out:
+Solves every take with each command and each string of options, and compares the weights with what else is known:
+lengths on the face, labels, known answers. Layout of a folder:
 
 """
 
@@ -28,15 +28,15 @@ def arguments():
         formatter_class=argparse.RawDescriptionHelpFormatter,
     )
     add = parser.add_argument
-    add("data", type=Path, nargs="+", metavar="DATA", help="a folder of takes, read with all below it")
-    add("--mien", action="append", required=True, help="the command; several are compared")
-    add("--options", action="append", help="options of `mien solve`, in one string; several strings are compared")
-    add("--names", type=names, help="of what is compared, with commas between")
+    add("data", type=Path, nargs="+", metavar="DATA", help="a folder of takes; sub-folders are read too")
+    add("--mien", action="append", required=True, help="the command; give several to compare them")
+    add("--options", action="append", help="options of `mien solve` in one string; give several to compare them")
+    add("--names", type=names, help="column names for what is compared, separated by commas")
     add("--plain-fit-of", type=names, metavar="MARKERS",
-        help="of which markers the plain fit of the head is, with commas between, where a take has these")
-    add("--takes", action="store_true", help="a table per take, a row per side")
-    add("--runs", type=int, default=1, help="how often each take is solved: the least time counts")
-    add("--check", type=Path, metavar="BOUNDS.json", help="fail where the first that is compared breaks a bound")
+        help="reference markers for the plain fit of the head, separated by commas; for takes that have them all")
+    add("--takes", action="store_true", help="print a table per take, with a row per side")
+    add("--runs", type=int, default=1, help="how often to solve each take; the fastest run counts")
+    add("--check", type=Path, metavar="BOUNDS.json", help="fail if a figure of the first column is out of bounds")
     form = parser.add_mutually_exclusive_group()
     form.add_argument("--markdown", action="store_true")
     form.add_argument("--json", action="store_true")
@@ -71,7 +71,7 @@ def unpacked(source, scratch):
 
 
 def measure(given, scratch):
-    """Figures by solve and take, the takes of each group, and what could not be used and why."""
+    """Figures by solve and take, the takes of each group, and what could not be used, with the reason."""
     measured, groups, unused = {name: {} for name in given.solves}, {}, []
     for folder, source in ((folder, source) for folder in given.data for source in takes.candidates(folder)):
         name = str(source if len(given.data) > 1 else source.relative_to(folder)).removesuffix(".gz")

@@ -5,14 +5,14 @@ from dataclasses import dataclass, field
 
 @dataclass
 class Curve:
-    """A weight, or a sum of weights, and its counterparts: sums too, {name: factor}, empty where there is none."""
+    """A weight or a sum of weights, and what it should follow. All are sums {name: factor}, empty where there is none."""
 
     name: str  # "LeftEye.Close"
-    of_both_sides: str  # "Eye.Close": what its figures are gathered under
+    of_both_sides: str  # "Eye.Close": the row of both sides together
     weights: dict  # of templates
     shapes: dict  # of the 52 of phone face capture
     units: dict = field(default_factory=dict)  # of a tracker's action units
-    # Of geometry.py. A length goes both ways from rest: templates that measure one of them have none, their difference has.
+    # Of geometry.py. A length changes in both directions from rest: a template of one direction has none, the difference has.
     lengths: dict = field(default_factory=dict)
 
     @property
@@ -55,7 +55,7 @@ def curves():
 
 
 def both_ways(name, of_both_sides, up_shapes, down_shapes, up_units, down_units, length):
-    """Two templates that are each other's contrary, and their difference."""
+    """Two templates of opposite directions, and their difference."""
     up, down = name.format("Up"), name.format("Down")
     yield Curve(up, of_both_sides.format("Up"), {up: 1}, up_shapes, up_units)
     yield Curve(down, of_both_sides.format("Down"), {down: 1}, down_shapes, down_units)

@@ -1,12 +1,12 @@
-"""Holds figures within stated bounds."""
+"""Compares figures with stated bounds."""
 
 import json
 
 
 def breaches(file, figures):
     """`file` has a list of {"take", "figure", "at_least", "at_most"}, one of the last two or both; "figure" is a path such
-    as "templates/LeftEye.Close/known". Returns how many there are, and a line for each that is not kept. No bound holds a
-    figure that was not measured."""
+    as "templates/LeftEye.Close/known". Returns the number of bounds, and a line for each that is broken. A bound
+    on a figure that was not measured is broken."""
     bounds = json.loads(file.read_text())
     broken = []
     for bound in bounds:

@@ -17,7 +17,7 @@ def header(path):
 
 
 def read(path, wanted=lambda name: True):
-    """The columns whose names are wanted: numbers (NaN for an empty field), or text where a field is no number."""
+    """The columns whose names are wanted: numbers, NaN for an empty field; or text, if a field is not a number."""
     with opened(path) as file:
         names = [name.strip() for name in file.readline().split(",")]
         places = [i for i, name in enumerate(names) if wanted(name)]
@@ -33,7 +33,7 @@ def read(path, wanted=lambda name: True):
 
 
 def at_frames(columns, frames):
-    """The columns' rows at these frame numbers: NaN, or empty text, where a table has no row of a number."""
+    """The columns' values at these frame numbers: NaN or empty text for a frame without a row."""
     if "frame" not in columns:
         raise Failed("a table of answers beside it has no column frame")
     row_of = {int(frame): row for row, frame in enumerate(columns["frame"])}

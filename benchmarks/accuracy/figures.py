@@ -75,7 +75,7 @@ def only_head_moves(take):
 
 def of_curve(take, solved, curve):
     weight = total(curve.weights, solved.weights)
-    seen = numpy.isfinite(take.plain_head[0]).all((1, 2))  # what the command makes up in gaps follows nothing
+    seen = numpy.isfinite(take.plain_head[0]).all((1, 2))  # not where the command fills gaps
     length = total(curve.lengths, take.lengths)
     figures = {"geometry": correlation(weight[seen], masked(length, seen))}
     if take.known:
@@ -85,8 +85,8 @@ def of_curve(take, solved, curve):
             figures["geometry_of_known"] = correlation(known[seen], masked(length, seen))
         alone = only_head_moves(take)
         if alone.any():
-            figures["head_alone_mean"] = float(numpy.abs(weight[alone]).mean())
-            figures["head_alone_95"] = float(numpy.percentile(numpy.abs(weight[alone]), 95))
+            figures["head_only_mean"] = float(numpy.abs(weight[alone]).mean())
+            figures["head_only_95"] = float(numpy.percentile(numpy.abs(weight[alone]), 95))
         if known is not None:
             for name, full in (("at_one", known >= AT_ONE), ("at_minus_one", known <= -AT_ONE)):
                 if "phase" in take.known:
@@ -98,14 +98,14 @@ def of_curve(take, solved, curve):
         return figures
     if take.labels:
         figures["label"] = correlation(weight[seen], masked(total(curve.units, take.labels), seen))
-    # Of a person who talks, head and face move together for reasons of their own: compare with what the face does.
+    # A person who talks moves head and face together: the length says how much of it is the face.
     figures["with_head"] = with_head(take, weight, seen)
     figures["geometry_with_head"] = None if length is None else with_head(take, length, seen)
     return figures
 
 
 def others_at_one(take, weight, curve):
-    """What the weight is where another shape, which it should not follow, acts alone at 1: {shape: weight}."""
+    """The weight's mean where a shape that it should not follow acts alone at 1: {shape: weight}."""
     if "phase" not in take.known:
         return {}
     found = {}
@@ -128,7 +128,7 @@ def with_head(take, values, seen):
 
 
 def looking_down(take, solved):
-    """What `Close` is while the eyes look down and are not known or labelled to close, and while they look ahead.
+    """`Close` while the eyes look down without a known or labelled blink, and while they look ahead.
 
     Down is an eyeLookDown of 0.2 or more, with all other shapes that move the upper lid at rest. With labels it is a gaze
     that is 0.1 radians or more below the take's median, as seen from the head, with a blink label below 0.5 of 5.

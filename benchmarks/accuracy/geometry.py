@@ -1,4 +1,4 @@
-"""What a face does, measured on the points of a take without mien: lengths that the head's motion leaves alone.
+"""What a face does, measured on the points of a take themselves: lengths that do not depend on the head's motion.
 
 Each function returns curves by name: "LeftEye.opening", "Mouth.opening", "Mouth.width", "Mouth.left corner",
 "LeftBrow.height"; millimetres, larger is more open, wider, higher.
@@ -80,8 +80,8 @@ def of_markers(places, performer, head):
 
 
 def plain_head(places, performer, named):
-    """The plain fit of what the take's head can be told from: the markers that are `named`, if it has them; the rigid ones
-    of the 68 landmarks; or the head markers.
+    """The plain fit of the head: of the markers `named`, if the take has them all; or else of the rigid ones of the 68
+    landmarks, or of the head markers.
     """
     names = [f"lm{i}" for i in RIGID_LANDMARKS] if performer is None else performer["head"]
     if named and set(named) <= set(places):

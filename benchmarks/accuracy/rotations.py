@@ -37,11 +37,11 @@ def from_mean(rotations):
 
 
 def differences_deg(estimated, true):
-    """How far each rotation is from the true one.
+    """The angle between each rotation and the true one.
 
-    The two may be told in different axes, and from different neutral heads: the difference is what is left of
-    estimated = a true b for the best two constant rotations. Turning both back and forth converges slowly where the head
-    hardly moves; the turns from the two means give `a` at once.
+    The two may be in different axes and relative to different neutral heads: what counts is the difference that remains in
+    estimated = a true b with the best two constant rotations a and b. Fitting a and b in turn converges slowly where the
+    head hardly moves; the turns from the two means give `a` directly.
     """
     a = numpy.eye(3)
     b = nearest_rotation(numpy.einsum("fji,fjk->ik", true, estimated))

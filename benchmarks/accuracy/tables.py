@@ -1,4 +1,4 @@
-"""The figures of many takes as tables, in text or Markdown. A cell is the mean over takes and sides, then the worst."""
+"""Tables of figures in text or Markdown. A cell is the mean over takes and sides, with the worst in brackets."""
 
 import textwrap
 from dataclasses import dataclass
@@ -16,7 +16,7 @@ class Figure:
     name: str
     worst: object  # of several values
     decimals: int = 2
-    of_take: bool = False  # whatever solved it
+    of_take: bool = False  # the same for every solve
 
 
 FOLLOWING = [
@@ -26,8 +26,8 @@ FOLLOWING = [
     Figure("known weight with geometry", "geometry_of_known", min, of_take=True),
 ]
 STANDING = [
-    Figure("head alone: mean", "head_alone_mean", max, 3),
-    Figure("head alone: 95 %", "head_alone_95", max, 3),
+    Figure("head only: mean", "head_only_mean", max, 3),
+    Figure("head only: 95 %", "head_only_95", max, 3),
     Figure("at 1", "at_one", farthest_from(1)),
     Figure("at -1", "at_minus_one", farthest_from(-1)),
     Figure("with head", "with_head", max),
@@ -66,8 +66,8 @@ def cell(figure, values):
 
 
 def table(title, figures, names, rows):
-    """`rows`: name and, for each of the solves that are compared, a list of {figure: value}. Figures that no row has are left
-    out, and so are rows that have none.
+    """`rows`: name and, for each solve that is compared, a list of {figure: value}. Leaves out figures that no row has, and
+    rows without figures.
     """
     shown = [
         (figure, solve)
@@ -85,8 +85,9 @@ def table(title, figures, names, rows):
 
 
 def others(title, names, rows, sides):
-    """Which shapes move a weight that should not follow them, the strongest first. Where a row is for both sides, the right
-    one's are mirrored."""
+    """The shapes that move a weight which should not follow them, the largest first. In a row for both sides, those of the
+    right side are mirrored.
+    """
     cells = []
     for name, row in rows:
         texts = []
@@ -102,7 +103,7 @@ def others(title, names, rows, sides):
             texts.append(", ".join(shown) or "-")
         if any(text != "-" for text in texts):
             cells.append((name, texts))
-    return Table(title, [("moved as well by", name) for name in names], cells)
+    return Table(title, [("also moved by", name) for name in names], cells)
 
 
 def mirrored(shape):

@@ -1,11 +1,11 @@
-"""- NAME.truth.csv holds what was performed: columns frame, phase (may be absent: "turn" where only the head moves, "solo"
-  where one shape acts), weights of shapes or of templates, and the head's rotation R00 .. R22 row by row (may be absent).
-  It belongs to the takes NAME.REST.csv. REST may end in a number: this take's noise in millimetres.
-- known_weights.csv and known_head.csv say the same of all takes of their folder that have no NAME.truth.csv.
+"""- NAME.truth.csv holds the known answers for NAME.csv and NAME.ANY.csv: columns frame, the weights of shapes or of
+  templates, and optionally phase ("turn" where only the head moves, "solo" where one shape acts alone) and the head's
+  rotation R00 .. R22, row by row. If ANY ends in a number, this is the take's noise in millimetres.
+- known_weights.csv and known_head.csv hold the same for all takes of their folder that have no NAME.truth.csv.
 - A landmark CSV with columns AU01_r .. AU45_r has labels.
-- A take is read with the performer file STEM.performer.json beside it; without, with the first NAME.performer.json there
-  whose markers it has; without, with the built-in performer landmarks68, if it has these.
-- Any table may be compressed (.gz).
+- A take's performer is STEM.performer.json beside it, or else the first ANY.performer.json there whose markers the take
+  has, or else the built-in landmarks68.
+- Every CSV may be compressed (.gz).
 """
 
 import json
@@ -24,18 +24,18 @@ LANDMARKS = {f"lm{i}" for i in range(68)}
 
 @dataclass
 class Take:
-    performer: str  # as the command takes it
-    group: str  # what takes like it have in common, for tables
-    points: int  # how many the take has
-    frames: numpy.ndarray  # their numbers
+    performer: str  # as the command accepts it
+    group: str  # the title of its tables
+    points: int
+    frames: numpy.ndarray  # frame numbers
     lengths: dict  # of geometry.py
     plain_head: tuple  # of geometry.py
-    known: dict  # columns at `frames`; empty where nothing is known
-    labels: dict  # the same
+    known: dict  # columns of the known answers at `frames`; empty without any
+    labels: dict  # columns of the labels at `frames`; empty without any
 
 
 def candidates(folder):
-    """The files of a folder, and of those below it, that may be takes."""
+    """The files in a folder and its sub-folders that may be takes."""
     for path in sorted(folder.rglob("*")):
         answers = path.name.startswith(("known_weights.csv", "known_head.csv")) or ".truth.csv" in path.name
         if path.is_file() and not answers and re.search(r"\.(csv|csv\.gz|c3d|trc)$", path.name):
@@ -43,7 +43,7 @@ def candidates(folder):
 
 
 def read_take(mien, path, source, scratch, plain_fit_of):
-    """The take in `path`, which was unpacked from `source`. `plain_fit_of`: as geometry.plain_head has it."""
+    """The take in `path`, unpacked from `source`. `plain_fit_of`: see geometry.plain_head."""
     stem = re.sub(r"\.(csv|c3d|trc)$", "", path.name)
     frames, places = convert(mien, path, scratch / "converted.csv")
     performer_name, performer = performer_for(source, stem, set(places))
@@ -71,7 +71,7 @@ def read_take(mien, path, source, scratch, plain_fit_of):
 
 
 def performer_for(path, stem, markers):
-    """The performer of a take, as the command takes it, and the file's content; None for landmarks68."""
+    """The performer of a take, as the command accepts it, and the file's content; None for landmarks68."""
     beside = sorted(path.parent.glob("*.performer.json"), key=lambda file: (file.name != stem + ".performer.json", file))
     faults = []
     for file in beside:
@@ -95,7 +95,7 @@ def markers_of(performer):
 
 
 def known_of(path, stem):
-    """The columns of what was performed, or none, and the noise that the take's name tells, or none."""
+    """The columns of the known answers, empty without any, and the noise that the take's name states, or None."""
     for cut in range(len(stem), 0, -1):
         for ending in (".truth.csv", ".truth.csv.gz"):
             file = path.with_name(stem[:cut] + ending)

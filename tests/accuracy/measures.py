@@ -1,5 +1,5 @@
-"""The measures of benchmarks/accuracy where the right answer is known: its lengths do not see the head's motion, its fit
-finds that motion, and an error that is put into a head is what it reports.
+"""Tests the measures of benchmarks/accuracy: lengths do not depend on the head's motion, the plain fit finds that motion,
+and the reported error of a head is the one that was put in.
 """
 
 import sys
