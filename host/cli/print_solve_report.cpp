@@ -65,8 +65,8 @@ void PrintHead(const SolveOptions& options, const SolveReport& report, const Out
                             "markers count as missing",
                             report.frames_without_head, report.frames, fitted));
   if (report.head_motion_removed && options.head_fit == HeadFit::Take && report.rigid.empty())
-    output.Line("", "fewer than four rigid markers: the head is found from its head markers alone, as with "
-                    "--head-fit markers");
+    output.Line("", "fewer than four rigid markers, or three in the neutral pose: the head is found from its "
+                    "head markers alone, as with --head-fit markers");
   for (const SlippedMarker& marker : report.slipped.markers)
     output.Line("",
                 fmt::format("{} was up to {:.1f} mm away from its place and was ignored in {}, first in {}",

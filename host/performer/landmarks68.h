@@ -6,13 +6,20 @@ namespace mien {
 
 /// The performer for 68-point landmark takes: markers "lm0" to "lm67".
 ///
-/// Head: the bridge of the nose, the inner corners of the eyes and the wings of the nose. They form a wide,
-/// rigid kite, tall enough to distinguish a nod from a raised brow, and without a thin triangle however the
-/// head turns. On recorded takes, the weights of the lids follow the lids best with this set. (The outer eye
-/// corners are almost on a line with the inner ones: a set of these loses and regains triangles as the head
-/// turns, and the whole face jumps. The contour of the jaw slides. With the middle of the nose's base instead
-/// of its wings, the weights follow the lids less.) The disadvantage: the wings move in a sneer, which tilts
-/// the head slightly: the nostrils read two thirds of their motion, and the brows read some "Down".
+/// Rigid: the contour beside the ears, the nose, the inner corners of the eyes and the outer ones, which
+/// hardly move with expressions. Where some do, as the wings of the nose in a sneer, the fit shows that they
+/// stray.
+///
+/// Head, which determines the head by itself with --head-fit markers: the bridge of the nose, the inner
+/// corners of the eyes and the wings of the nose. They form a wide, rigid kite, tall enough to distinguish a
+/// nod from a raised brow, and without a thin triangle however the head turns. On recorded takes, the weights
+/// of the lids follow the lids best with this set. (The outer eye corners are almost on a line with the inner
+/// ones: a set of these loses and regains triangles as the head turns, and the whole face jumps. The contour
+/// of the jaw slides. With the middle of the nose's base instead of its wings, the weights follow the lids
+/// less.) The disadvantage: the wings move in a sneer, which tilts the head slightly: the nostrils read two
+/// thirds of their motion, and the brows read some "Down".
+///
+/// Anchors: the corners of each eye, and the root of the nose for the brows.
 ///
 /// Lips: the inner contour, because it shows the opening; the outer one also thickens and thins. The chin is
 /// left out: the lowest point of the contour is noisier than the lips. The tails of the brows are left out:

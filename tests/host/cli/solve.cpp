@@ -190,6 +190,8 @@ TEST_F(SolveCommand, WhatCannotBeIsRefusedWithTheOptionsNameAndARightForm) {
   const Case cases[] = {
       {"--fill", no_plans, "such as cubic:0.2,pattern:1"},
       {"--fill-head", no_plans, "such as cubic:0.2,pattern:1"},
+      {"--head-fit", {"", "Take", "tak", "markers ", "take,markers", "1"}, "is not take or markers"},
+      {"--brows", {"", "Fit", "fits", "fit,core", "0"}, "is not fit or core"},
       {"--head-tolerance", no_numbers, "is not a number of MM above 0, such as 6"},
       {"--fade", no_numbers, "is not a number of S above 0, such as 0.25"},
       {"--smooth", no_numbers, "is not a number of HZ above 0, such as 10"},
@@ -226,6 +228,18 @@ TEST_F(SolveCommand, ToleranceAndKeepingAllContradictEachOther) {
     EXPECT_EQ(ran.exit_code, 2);
     EXPECT_THAT(ran.err, AllOf(HasSubstr("--head-tolerance"), HasSubstr("--keep-slipped")));
   }
+}
+
+TEST_F(SolveCommand, ThePerformersNeutralIsFoundByTheHeadFitThatIsAskedFor) {
+  const auto save = [&](const std::string& fit) {
+    return Run(
+        {"performer", "markers.csv", "-p", "markers.performer.json", "--head-fit", fit, "-o", fit + ".json"});
+  };
+  for (const char* fit : {"take", "markers"}) EXPECT_EQ(save(fit).exit_code, 0) << fit;
+  EXPECT_NE(Saved("take.json"), Saved("markers.json"));
+  const Ran ran = save("head");
+  EXPECT_EQ(ran.exit_code, 2);
+  EXPECT_THAT(ran.err, AllOf(StartsWith("mien: --head-fit: "), HasSubstr("\"head\" is not take or markers")));
 }
 
 TEST_F(SolveCommand, SettingsAreInTheReportAsGiven) {

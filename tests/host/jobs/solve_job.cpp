@@ -68,6 +68,21 @@ TEST_F(SolveJobs, AnswersWhatWasDone) {
   EXPECT_TRUE(std::filesystem::exists(job.output));
 }
 
+TEST_F(SolveJobs, FindTheHeadFromAllRigidMarkersOrFromTheHeadMarkers) {
+  SolveJob job = Job("w.csv");
+  const SolveResult by_default = mien::Run(job);
+  EXPECT_EQ(by_default.report.rigid.size(), 19u);
+  EXPECT_EQ(by_default.report.anchored.size(), 4u);
+  const std::string fitted = ReadFile(job.output);
+  job.solve.head_fit = mien::HeadFit::Markers;
+  const SolveResult by_markers = mien::Run(job);
+  EXPECT_THAT(by_markers.report.rigid, IsEmpty());
+  EXPECT_THAT(by_markers.report.anchored, IsEmpty());
+  EXPECT_NE(ReadFile(job.output), fitted);
+  // The neutral face, too, is found by it.
+  EXPECT_NE(by_markers.neutral.pose.at("lm37").y, by_default.neutral.pose.at("lm37").y);
+}
+
 TEST_F(SolveJobs, HashesItsFilesWhereThatIsAskedFor) {
   SolveJob job = Job("w.csv");
   job.hash_files = true;

@@ -3,6 +3,7 @@
 #include "host/character/character_file.h"
 #include "host/solve/solve_character.h"
 #include "host/solve/solve_take.h"
+#include "tests/failing_heap.h"
 #include "tests/host/rigid_face.h"
 #include "tests/host/take_along.h"
 
@@ -115,6 +116,26 @@ TEST(FrameSolver, GivesAStreamWithARigidHeadWhatATakeGets) {
     }
     EXPECT_NE(whole.heads[7], SolveTake(take, performer, neutral, uncleaned).animation.heads[7])
         << "the head markers alone tell another head";
+  }
+}
+
+// Nor does a head marker that slipped, or a face marker that is hidden.
+TEST(FrameSolver, AFrameAllocatesNothingOnceItsHeadMarkersHaveOccurred) {
+  const Take take = Talk();
+  const mien::Character character = mien::LoadCharacter("arkit52");
+  mien::Performer performer = PlainPerformer();
+  performer.rigid = performer.head;
+  const mien::RigidHead rigid = LearnRigidHead(take, performer).value();
+  for (const mien::RigidHead* const by : {&rigid, static_cast<const mien::RigidHead*>(nullptr)}) {
+    FrameSolver solver(performer, PlainFace(), by, mien::BrowMethod::Fit, &character);
+    FrameMarkers markers = MarkersOf(take, 0, solver);
+    solver.Solve(markers);
+    markers = MarkersOf(take, 9, solver);
+    markers.head[1]->x += 40, markers.face[3].reset();
+    EXPECT_FALSE(tests::RunsOutOfMemory(0, [&] { solver.Solve(markers); }));
+    EXPECT_FALSE(tests::has_failed) << "an allocation was asked for";
+    EXPECT_TRUE(tests::RunsOutOfMemory(0, [&] { const FrameMarkers copy = markers; }))
+        << "the heap would notice one";
   }
 }
 
