@@ -92,7 +92,7 @@ std::string CommonSections() {
   text += Section("ENVIRONMENT");
   for (const auto& [name, meaning] :
        {std::pair("NO_COLOR", "Where set and not empty, messages on a terminal have no colour."),
-        {"TERM", "Where it is dumb, messages have no colour, and no progress is shown."},
+        {"TERM", "Where it is dumb or missing, messages have no colour, and no progress is shown."},
         {"LC_ALL, LC_CTYPE, LANG",
          "Where they name UTF-8, the pictures of info are drawn in its characters, otherwise in ASCII."}})
     text += Item(Bold(name), Escaped(meaning));

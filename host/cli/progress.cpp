@@ -102,7 +102,7 @@ void Progress::Show() {
   std::unique_lock lock(mutex_);
   for (Clock::time_point next = Clock::now() + kDelay; !wake_.wait_until(lock, next, [&] { return ended_; });
        next += kInterval) {
-    if (!stage_) continue;
+    if (!stage_ || IsInBackground()) continue;
     const double seconds = std::chrono::duration<double>(Clock::now() - stage_start_).count();
     // The last column stays free: some terminals begin a new line after it, which could not be wiped.
     const std::size_t columns = std::max<std::size_t>(StandardErrorColumns(), 4) - 1;

@@ -26,9 +26,8 @@ extern "C" void ReportCutFile(int) {
 } // namespace
 
 void HandleSignals() {
-  for (const int signal :
-       {SIGHUP,  SIGINT,  SIGQUIT, SIGILL,    SIGTRAP, SIGABRT,   SIGFPE,  SIGUSR1, SIGSEGV, SIGUSR2,
-        SIGPIPE, SIGALRM, SIGTERM, SIGSTKFLT, SIGXCPU, SIGVTALRM, SIGPROF, SIGIO,   SIGPWR,  SIGSYS})
+  for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGILL, SIGTRAP, SIGABRT, SIGFPE, SIGUSR1, SIGSEGV,
+                           SIGUSR2, SIGPIPE, SIGALRM, SIGTERM, SIGXCPU, SIGVTALRM, SIGPROF, SIGIO, SIGSYS})
     if (const auto before = std::signal(signal, RemoveFilesAndEnd); before != SIG_DFL)
       std::signal(signal, before); // ignored or handled already
   std::signal(SIGBUS, ReportCutFile);

@@ -38,7 +38,15 @@ Terminal StandardOutputTerminal() { return {.columns = ColumnsOf(STDOUT_FILENO),
 
 std::size_t StandardErrorColumns() { return ColumnsOf(STDERR_FILENO); }
 
-bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) != 0 && Environment("TERM") != "dumb"; }
+bool StandardErrorIsTerminal() {
+  const std::string_view terminal = Environment("TERM");
+  return isatty(STDERR_FILENO) != 0 && !terminal.empty() && terminal != "dumb";
+}
+
+bool IsInBackground() {
+  const pid_t foreground = tcgetpgrp(STDERR_FILENO);
+  return foreground >= 0 && foreground != getpgrp();
+}
 
 bool StandardErrorHasColour() { return StandardErrorIsTerminal() && Environment("NO_COLOR").empty(); }
 

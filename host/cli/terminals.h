@@ -13,8 +13,11 @@ Terminal StandardOutputTerminal();
 /// The columns of standard error, 80 where it is no terminal.
 std::size_t StandardErrorColumns();
 
-/// Whether standard error is a terminal that can move its cursor: not where TERM is "dumb".
+/// Whether standard error is a terminal that can move its cursor: not where TERM is "dumb" or missing.
 bool StandardErrorIsTerminal();
+
+/// Whether that terminal is another job's at the moment, as where a shell runs the command in the background.
+bool IsInBackground();
 
 /// Whether messages have colour: on such a terminal, unless NO_COLOR is set and not empty.
 bool StandardErrorHasColour();

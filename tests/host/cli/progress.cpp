@@ -63,6 +63,17 @@ TEST_F(ProgressTest, ShowsOneLineOnATerminalAndWipesIt) {
             "\r\033[Ksolving smile [############------------------]  42 %\r\033[K");
 }
 
+TEST_F(ProgressTest, IsSilentInTheBackground) {
+  EXPECT_THAT(Shown([] {
+                Process background([] {
+                  setpgid(0, 0);
+                  return Work();
+                });
+                return background.Wait().exit_code;
+              }),
+              IsEmpty());
+}
+
 TEST_F(ProgressTest, IsNotSeenOfShortWork) {
   EXPECT_THAT(Shown([] {
                 setenv("TERM", "xterm", 1);

@@ -25,10 +25,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// All that end a process, but SIGKILL, those of stopping, and SIGBUS, which is a mapped file's.
-const int kEnding[] = {SIGHUP,  SIGINT,    SIGQUIT, SIGILL,  SIGTRAP, SIGABRT, SIGFPE,
-                       SIGUSR1, SIGSEGV,   SIGUSR2, SIGPIPE, SIGALRM, SIGTERM, SIGSTKFLT,
-                       SIGXCPU, SIGVTALRM, SIGPROF, SIGIO,   SIGPWR,  SIGSYS};
+/// All that end a process, except SIGKILL and SIGBUS, which is a mapped file's.
+const int kEnding[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,   SIGFPE,  SIGUSR1, SIGSEGV,
+                       SIGUSR2, SIGPIPE, SIGALRM, SIGTERM, SIGXCPU, SIGVTALRM, SIGPROF, SIGIO,   SIGSYS};
 
 const auto kNew = [](std::ostream& out) { out << "new"; };
 
