@@ -71,7 +71,7 @@ TEST(JsonFile, WhatIsNotJsonIsPlacedByLineAndColumn) {
   const std::pair<std::string, std::string> broken[] = {
       {"{", "1:2"},
       {"{\n  \"a\" 1\n}", "2:7"},        // the colon is missing before the 1
-      {"{\n  \"a\": 1\n  \"b\"", "3:5"}, // a comma is missing; a string is known for wrong at its end
+      {"{\n  \"a\": 1\n  \"b\"", "3:5"}, // a comma is missing; the fault is found at the string's end
       {"{\r\n\"a\": 1,\r\n}", "3:1"},    // a comma too many
       {"{} x", "1:4"},
       {"'a'", "1:1"},
@@ -91,8 +91,8 @@ TEST(JsonFile, WhatIsNotJsonIsPlacedByLineAndColumn) {
         << text;
 }
 
-// JSON has numbers that no double holds.
-TEST(JsonFile, ANumberBeyondAllBoundsIsAnInputError) {
+// JSON allows numbers beyond doubles.
+TEST(JsonFile, ANumberBeyondDoublesIsAnInputError) {
   for (const std::string number : {"1e999", "-1e999", "1e99999999999999999999"})
     EXPECT_THAT(ParseError("{\n\"a\": " + number + "\n}"), HasSubstr("p.json:2:"));
   EXPECT_EQ(JsonFile("[1e-999]", "p.json").Root()[0], 0.0);
@@ -100,7 +100,7 @@ TEST(JsonFile, ANumberBeyondAllBoundsIsAnInputError) {
             "p.json:2:2: the number \"1e999\" is beyond what a double holds; write a smaller one");
 }
 
-TEST(JsonFile, ANumberBeyondAllBoundsIsPlacedWhereItStandsAndNotWhereATextHasItsDigits) {
+TEST(JsonFile, ANumberBeyondDoublesIsPlacedWhereItStandsAndNotWhereATextHasItsDigits) {
   EXPECT_THAT(ParseError("{\"1e999\":\n 1e999}"), StartsWith("p.json:2:2: the number"));
 }
 
@@ -117,12 +117,12 @@ TEST(JsonFile, AKeyTwiceInOneObjectIsAMistakeThatIsPlaced) {
     return "p.json:" + pointer + ": this key is in the object twice; keep one of them";
   };
   EXPECT_EQ(MistakesOf(R"({"a": 1, "b": 2, "a": 3})"), twice("/a"));
-  // After an inner object the outer one's keys still count; and escapes do not hide that they are equal.
+  // After an inner object the outer one's keys still count, and escaped letters are equal to plain ones.
   EXPECT_EQ(MistakesOf(R"({"x": {"a": {"y": 1}, "\u0061": 2}})"), twice("/x/a"));
   EXPECT_EQ(MistakesOf(R"({"a": 1, "a": 2, "b": {"c": 1, "c": 2}})"), twice("/b/c") + '\n' + twice("/a"));
   EXPECT_EQ(MistakesOf(R"({"a": 1, "a": 2, "a": 3})"), twice("/a") + '\n' + twice("/a"))
       << "one a repetition";
-  // The second value's own keys are looked at too.
+  // The second value's own keys are checked as well.
   EXPECT_EQ(MistakesOf(R"({"a": {"b": 1}, "a": {"b": 1, "b": 2}})"), twice("/a/b") + '\n' + twice("/a"));
   EXPECT_EQ(MistakesOf(R"({"": 1, "": 2})"), twice("/"));
   EXPECT_EQ(MistakesOf(R"({"a/b~c": {"~1": 1, "~1": 2}})"), twice("/a~1b~0c/~01"));
@@ -151,7 +151,7 @@ TEST(JsonFile, AKeyTwiceAtEveryDepthGivesAMessageOfLimitedLength) {
   EXPECT_LT(MistakesOf(text).size(), 50000u);
 }
 
-TEST(JsonFile, EqualKeysInDifferentObjectsAreNone) {
+TEST(JsonFile, EqualKeysInDifferentObjectsAreNoMistake) {
   EXPECT_EQ(MistakesOf(R"({"a": {"a": 1}, "b": [{"a": 1}, {"a": 2}], "A": {"b": {}, "a": 1}})"),
             "no InputError");
 }
@@ -229,7 +229,7 @@ TEST(JsonFile, AShortenedPointerKeepsItsCharactersWhole) {
   }
 }
 
-// A key is the file's own text: it must not clear the screen, nor pass for a line of ours.
+// A key is text from the file: it must not clear the screen or look like a line of ours.
 TEST(JsonFile, KeysCannotSteerTheTerminal) {
   JsonFile file(R"({"\u001b[2J\n": 1, "\u001b[2J\n": 2})", "p.json");
   file.CheckKeys(JsonFile::Pointer(), file.Root(), {"name"});
@@ -239,9 +239,9 @@ TEST(JsonFile, KeysCannotSteerTheTerminal) {
   EXPECT_THAT(error, Not(HasSubstr("\x1B")));
 }
 
-// --- What all files have.
+// --- What all files have
 
-TEST(JsonFile, RequireObjectTellsWhatIsNone) {
+TEST(JsonFile, RequireObjectReportsOtherValues) {
   JsonFile file(R"({"a": {}, "b": [], "c": null})", "p.json");
   const JsonFile::Pointer here;
   EXPECT_TRUE(file.RequireObject(here, file.Root()));
@@ -259,7 +259,7 @@ TEST(JsonFile, TheHeadingIsFormatAndName) {
   EXPECT_NO_THROW(file.ThrowMistakes());
 }
 
-TEST(JsonFile, AWrongHeadingIsToldWithWhatIsRight) {
+TEST(JsonFile, AWrongHeadingIsReportedWithItsFix) {
   const std::string format = "p.json:/format: this is not known as a hat of this version; write \"format\": "
                              "\"mien hat 1\"",
                     name = "p.json:/name: the hat has no name; write \"name\": \"...\"";
@@ -285,8 +285,8 @@ TEST(JsonFile, AWrongHeadingIsToldWithWhatIsRight) {
         << text;
 }
 
-// Nothing else can be said of it, so the mistakes are thrown at once, together with those before.
-TEST(JsonFile, AHeadingThatIsNoObjectIsThrown) {
+// Nothing more can be read, so all mistakes so far are thrown at once.
+TEST(JsonFile, AHeadingThatIsNotAnObjectIsThrown) {
   for (const std::string text : {"[]", "null", "1", "\"mien hat 1\"", "true"})
     EXPECT_EQ(InputErrorOf([&] { JsonFile(text, "p.json").ReadHeading("mien hat 1", "hat"); }),
               "p.json: a hat is an object; begin with {")

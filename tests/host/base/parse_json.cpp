@@ -82,7 +82,7 @@ TEST(ParseJson, NestsAsDeepAsItSaysAndNoDeeper) {
   EXPECT_EQ(FaultOf(arrays(kDeepestJson + 1)), "depth at 256");
   EXPECT_EQ(FaultOf(objects(kDeepestJson + 1)), "depth at 1280");
   EXPECT_EQ(FaultOf("[" + arrays(kDeepestJson - 1) + "," + arrays(kDeepestJson - 1) + "]"), "none");
-  // Brackets in a text are none.
+  // Brackets within a string do not count.
   EXPECT_EQ(FaultOf("[\"[[\\\"[{\"," + arrays(kDeepestJson) + "]"), "depth at 265");
   EXPECT_EQ(FaultOf("\"" + std::string(1000, '[') + "\""), "none");
 }
@@ -93,7 +93,7 @@ TEST(ParseJson, ATextOfFiveMillionLevelsIsLeftAtTheFirstThatIsTooDeep) {
   EXPECT_LT(CpuSecondsOf([&] { EXPECT_EQ(FaultOf(text), "depth at 256"); }), 1);
 }
 
-TEST(ParseJson, RepeatedKeysAreToldAndTheFirstCounts) {
+TEST(ParseJson, RepeatedKeysAreReportedAndTheFirstCounts) {
   EXPECT_THAT(RepeatedIn(R"({"a":1,"b":2,"a":3,"c":4,"a":5})"), ElementsAre("/a", "/a"));
   EXPECT_THAT(RepeatedIn(R"([0,{"x/~":{"b":1,"b":2}},{"c":1,"c":[]}])"), ElementsAre("/1/x~1~0/b", "/2/c"));
   EXPECT_THAT(RepeatedIn(R"({"a":{"b":1,"b":2},"a":0})"), ElementsAre("/a/b", "/a"))

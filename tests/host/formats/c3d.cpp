@@ -21,7 +21,7 @@ using tests::C3dBuilder;
 using tests::Cell;
 using tests::Cells;
 
-TEST(ReadC3d, TextAndOtherBinariesAreNotClaimed) {
+TEST(ReadC3d, TextAndOtherBinariesAreNotC3d) {
   const std::string rest(2000, ' ');
   EXPECT_FALSE(mien::IsC3d("XPos,YPos\n1,2\n" + rest));
   EXPECT_FALSE(mien::IsC3d("\nPathFileType\t4\t(X/Y/Z)\tt.trc\n" + rest));
@@ -33,7 +33,7 @@ TEST(ReadC3d, TextAndOtherBinariesAreNotClaimed) {
   C3dBuilder file;
   file.zeros_before = 512;
   EXPECT_TRUE(mien::IsC3d(file.Bytes()));
-  file.zeros_before = 513; // no program pads so much
+  file.zeros_before = 513; // more than any program pads
   EXPECT_FALSE(mien::IsC3d(file.Bytes()));
 }
 
@@ -65,12 +65,12 @@ TEST(ReadC3d, UnitsBecomeMillimetres) {
 
 namespace {
 
-/// How often each came about.
+/// How often each happened.
 struct Outcomes {
   int takes = 0, errors = 0;
 };
 
-// The file is at fault or it is not: nothing else happens, and a take is a take.
+// Every file is an InputError or a take that keeps a take's promises.
 void ExpectTakeOrError(const std::string& bytes, Outcomes& outcomes) {
   try {
     const Take take = ReadTake(bytes, "t");
@@ -134,9 +134,8 @@ TEST(ReadC3d, EveryFlippedBitGivesATakeOrAnError) {
   }
 }
 
-// A header that says its parameters begin within the first 31 blocks is one; a later block has to bear it
-// out.
-TEST(ReadC3d, AHeaderIsBelievedUpToTheThirtyFirstBlock) {
+// Parameters in a later block than the 31st are believed only where that block names a processor.
+TEST(ReadC3d, ParametersBehindThe31stBlockNeedAProcessor) {
   for (const int block : {2, 31, 32}) {
     std::string bytes(512 * 40, '\0');
     bytes[0] = static_cast<char>(block);

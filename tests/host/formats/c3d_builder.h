@@ -1,6 +1,6 @@
 #pragma once
 
-// C3D files for tests, put together by hand: every field can be bent, and no code is shared with the reader or the writer.
+// C3D files for tests, put together by hand: every field can be changed, and no code is shared with the reader or the writer.
 
 #include <algorithm>
 #include <array>
@@ -50,7 +50,7 @@ struct C3dBuilder {
                                        {"POINT", "FRAMES", {2, {}, {3}, ""}},
                                        {"POINT", "UNITS", {-1, {4}, {}, "mm  "}},
                                        {"POINT", "LABELS", {-1, {4, 2}, {}, "LipUChin"}}};
-  std::map<int, int> header;               // words to be bent, by their number from 1
+  std::map<int, int> header;               // words to change, by their number from 1
   std::map<int, double> header_reals;      // likewise, by their first word's
   std::map<int, std::string> header_texts; // likewise
   int data_block = 0;                      // where the data are put; 0: behind the parameters
@@ -163,7 +163,7 @@ struct C3dBuilder {
     const std::size_t size = 4 + Records().size() + 2;
     const std::size_t blocks = (size + kBlock - 1) / kBlock;
     const int block = data_block ? data_block : parameter_block + static_cast<int>(blocks);
-    for (Parameter& p : whole.parameters) // unless bent
+    for (Parameter& p : whole.parameters) // unless set otherwise
       if (p.name == "DATA_START" && p.value.numbers == std::vector<double>{0})
         p.value.numbers = {double(block)};
 

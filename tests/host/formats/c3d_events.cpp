@@ -23,7 +23,7 @@ TEST(C3dEvents, EventsOfTheGroupHaveContextsAndMinutes) {
   file.Texts("EVENT", "CONTEXTS", {"Right", "Left", ""});
   file.Texts("EVENT", "LABELS", {"Foot Strike", "Foot Off", "Clap"});
   file.Set("EVENT", "TIMES", {4, {2, 3}, {1, 2.5, 0, 0.25, 0, 0.5}, ""});
-  file.header[4] = 11; // their times count from frame 1 all the same
+  file.header[4] = 11; // their times count from frame 1 nevertheless
   const Take take = Read(file);
   ASSERT_EQ(take.events.size(), 3u);
   EXPECT_EQ(take.events[0].label, "Left Foot Off");
@@ -55,7 +55,7 @@ TEST(C3dEvents, EventsOfTheHeaderCountFromTheFirstFrame) {
   EXPECT_EQ(take.events[1].label, "Foot Strike");
 
   file.Remove("EVENT", "USED");
-  file.header[150] = 0; // without the key it is anything
+  file.header[150] = 0; // without the key the words mean something else
   EXPECT_THAT(Read(file).events, IsEmpty());
 }
 
@@ -81,8 +81,8 @@ TEST(C3dEvents, NotesHaveCodes) {
                                  "events with a time that is not a number, which are ignored: 1")));
 }
 
-// The header's repeats the group's where they are within half a frame of each other.
-TEST(C3dEvents, AnEventIsToldOnceWhereBothSayItWithinHalfAFrame) {
+// An event of the header within half a frame of one of the group is the same event.
+TEST(C3dEvents, AnEventInBothPlacesWithinHalfAFrameIsReadOnce) {
   for (const auto& [seconds, events] : {std::pair(0.504, 1u), {0.506, 2u}}) {
     C3dBuilder file; // at 100 Hz
     file.header = {{150, 0x3039}, {151, 1}};

@@ -84,7 +84,7 @@ TEST(C3dFrames, FourthNumberOfFloatsIsCutToAWord) {
       {-0.5, {Origin::Computed, 1, 2, 3, -1, -1}},
       {1.9, {Origin::Measured, 1, 2, 3, 0, 1}},
       {0x3E10, {Origin::Measured, 1, 2, 3, 0x3E, 16}},
-      {0x3E00, {Origin::Computed, 1, 2, 3, -1, -1}}, // whichever cameras: a residual of 0 says processed
+      {0x3E00, {Origin::Computed, 1, 2, 3, -1, -1}}, // a residual of 0 means computed, whatever the cameras
       {32767, {Origin::Measured, 1, 2, 3, 0x7F, 255}},
       {-1, {Origin::None, 0, 0, 0, 0, 0}},
       {-3e30, {Origin::None, 0, 0, 0, 0, 0}},
@@ -109,7 +109,7 @@ TEST(C3dFrames, ResidualsAreMultiplesOfTheScaleInMillimetres) {
   file.frames[0][0][3] = 0x3E10;
   Take take = Read(file);
   EXPECT_NEAR(take.SightingAt(0, 0)->residual * take.residual_mm, 1.3333,
-              5e-5);                                   // what is known of it, to 4 decimals
+              5e-5);                                   // known to 4 decimals
   EXPECT_EQ(take.SightingAt(0, 0)->cameras, 0b111110); // 2 to 6
 
   file.Set("POINT", "UNITS", {-1, {2}, {}, "m "});

@@ -34,7 +34,7 @@ TEST(C3dHeader, ProcessorCountedFromOneIsRead) {
   }
 }
 
-TEST(C3dHeader, UnknownProcessorIsSaid) {
+TEST(C3dHeader, UnknownProcessorIsAnError) {
   std::string bytes = C3dBuilder().Bytes();
   bytes[512 + 3] = 87;
   EXPECT_THAT(ErrorOf(bytes), StartsWith("take.c3d:byte 515: the processor is 87, which is none of"));

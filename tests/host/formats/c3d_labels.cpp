@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using tests::C3dBuilder;
 
-// More labels than a byte counts stand in LABELS2, LABELS3 ...
+// More than 255 labels continue in LABELS2, LABELS3 and so on.
 TEST(C3dLabels, LabelsBeyond255AreContinued) {
   for (const int count : {254, 255, 256, 510, 511}) {
     C3dBuilder file;
@@ -34,7 +34,7 @@ TEST(C3dLabels, LabelsBeyond255AreContinued) {
   }
 }
 
-TEST(C3dLabels, LabelsThatAreMissingBlankTwiceOrTooManyAreNamed) {
+TEST(C3dLabels, MissingBlankRepeatedAndSurplusLabels) {
   C3dBuilder file;
   file.Frames(2, 5);
   file.Texts("POINT", "LABELS", {"A", "A", "", "A"});

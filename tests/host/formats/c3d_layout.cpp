@@ -53,7 +53,7 @@ TEST(C3dLayout, DataStartThatDisagreesWithTheHeaderIsDecidedByTheFilesSize) {
                                         "is taken, with which the data fill the file",
                                         wrong)));
   }
-  for (const int wrong : {2, 9}) { // the one in the parameters fits less well than the one behind them
+  for (const int wrong : {2, 9}) { // a block within the parameters fits worse than one behind them
     C3dBuilder file;
     file.header[9] = wrong;
     const Take take = Read(file);
@@ -72,7 +72,7 @@ TEST(C3dLayout, DataDoNotBeginWithinTheParametersWhereTheyCanBeginBehind) {
               Contains("the data's first block: 2 by POINT:DATA_START, 3 by the header; 3 is taken"));
 }
 
-TEST(C3dLayout, WhereNobodySaysTheDataBeginTheyAreBehindTheParameters) {
+TEST(C3dLayout, WithoutAFirstBlockTheDataFollowTheParameters) {
   C3dBuilder file;
   file.header[9] = 0;
   file.Remove("POINT", "DATA_START");
@@ -178,7 +178,7 @@ TEST(C3dLayout, WithoutAnyParametersTheHeaderAloneIsRead) {
                   "and the rest comes from the header"));
 }
 
-// Frame counts that a 16-bit word with a sign, one without, or no word can hold.
+// Frame counts for a signed 16-bit word, for an unsigned one, and beyond.
 TEST(C3dLayout, FrameCountsOfEverySize) {
   for (const int count : {32767, 32768, 65534, 65535, 65536, 70000}) {
     SCOPED_TRACE(count);
@@ -214,7 +214,7 @@ TEST(C3dLayout, FrameCountThatOverflowedItsWordIsSeenByTheFilesSize) {
   EXPECT_THAT(take.notes, Contains(Says(StartsWith("frames: 4464 by POINT:FRAMES, 70000 by TRIAL"))));
 }
 
-TEST(C3dLayout, FrameCountThatIsTheMostOfAWordIsNotBelievedAgainstTheFile) {
+TEST(C3dLayout, FrameCountThatIsTheMostOfAWordYieldsToTheFile) {
   C3dBuilder file;
   file.Frames(70000);
   const Take take = Read(file);
@@ -345,7 +345,7 @@ TEST(C3dLayout, NoPointsAndNoFramesAreErrors) {
   EXPECT_THAT(ErrorOf(file), HasSubstr("there are no frames: their number is 0"));
 }
 
-TEST(C3dLayout, SizesThatLieAreBoundedByTheFile) {
+TEST(C3dLayout, WrongSizesAreLimitedByTheFile) {
   C3dBuilder file;
   file.header[2] = 65535;
   file.Words("POINT", "USED", {65535});
@@ -357,7 +357,7 @@ TEST(C3dLayout, SizesThatLieAreBoundedByTheFile) {
   file = {};
   file.Reals("ANALOG", "USED", {4e9});
   file.Reals("ANALOG", "RATE", {6e6});
-  EXPECT_EQ(Cells(Read(file)), kCells); // the header says that there are none, and that fits
+  EXPECT_EQ(Cells(Read(file)), kCells); // the header says 0, which fits
   file = {};
   file.header[9] = 65535;
   file.Words("POINT", "DATA_START", {65535});

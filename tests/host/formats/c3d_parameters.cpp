@@ -71,11 +71,11 @@ TEST(C3dParameters, RecordChainThatBreaksKeepsWhatCameBefore) {
   const std::size_t units = bytes.find("UNITS");
   const std::size_t link = units + 5;
   for (const auto& [step, note] : std::map<int, std::string>{
-           {0, ""}, // says that it is the last
+           {0, ""}, // marks the last one
            {1, "is ignored"},
-           {2, ""}, // so that what follows is read from its own middle: whatever comes of it
-           {0x7FFF, "would begin beyond the parameters' end"},
-           {0xFFF0, "would begin beyond the parameters' end"}}) { // backwards, for who reads it with a sign
+           {2, ""}, // so that the next is read from its middle
+           {0x7FFF, "would begin behind the end of the parameters"},
+           {0xFFF0, "would begin behind the end of the parameters"}}) { // negative, if read with a sign
     SCOPED_TRACE(step);
     std::string broken = bytes;
     broken[link] = static_cast<char>(step & 0xFF);
@@ -142,7 +142,7 @@ TEST(C3dParameters, ParametersHaveUpToSevenDimensions) {
   EXPECT_THAT(Read(file).markers, ElementsAre("point 1", "point 2"));
 }
 
-// A byte counts them. The labels stand in the last one.
+// A byte counts them. The labels are in the last block.
 TEST(C3dParameters, ParametersFillUpTo255Blocks) {
   C3dBuilder file;
   const std::string text(255 * 255, 'x');

@@ -15,7 +15,7 @@ using testing::Pair;
 
 namespace {
 
-// Makes the names different. Answers what was changed: index and name before.
+// Makes the names different. Answers the changes: index and former name.
 std::vector<std::pair<std::size_t, std::string>> Change(std::vector<std::string>& names,
                                                         const std::vector<bool>& made_up) {
   std::vector<std::pair<std::size_t, std::string>> changed;

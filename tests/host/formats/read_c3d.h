@@ -19,7 +19,7 @@ inline std::string ErrorOf(const std::string& bytes) {
 }
 inline std::string ErrorOf(const C3dBuilder& file) { return ErrorOf(file.Bytes()); }
 
-/// What a take says about one position: origin, x, y, z, cameras, residual (the last two -1 without a sighting).
+/// What a take has of one position: origin, x, y, z, cameras, residual (the last two -1 without a sighting).
 using Cell = std::tuple<mien::Origin, double, double, double, int, int>;
 inline Cell CellOf(const mien::Take& take, std::size_t frame, std::size_t marker) {
   const mien::Point* const p = take.At(frame, marker);
@@ -36,7 +36,7 @@ inline std::vector<Cell> Cells(const mien::Take& take) {
   return cells;
 }
 
-/// Of the builder's own take, whose multiples of the scale integers and floats say alike.
+/// Of the builder's own take, whose coordinates are multiples of the scale, the same in integers and floats.
 inline const std::vector<Cell> kCells = {
     {mien::Origin::Measured, 1, 2, 3, 3, 2},          {mien::Origin::Measured, 4, 5, 6, 1, 1},
     {mien::Origin::Measured, 1.5, 2.5, 3.5, 0x7F, 1}, {mien::Origin::None, 0, 0, 0, 0, 0},

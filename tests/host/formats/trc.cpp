@@ -38,7 +38,7 @@ using testing::StartsWith;
 
 namespace {
 
-// A file as the format has it, of which each test changes one thing.
+// A file that keeps the format; each test changes one thing.
 struct File {
   std::string path_line = "PathFileType\t4\t(X/Y/Z)\tC:\\My takes\\smile one.trc\n";
   std::string keys =
@@ -121,9 +121,9 @@ Take OneMarker(const std::vector<std::int64_t>& frames, const FrameRate& rate) {
 
 } // namespace
 
-// --- A cell that is missing.
+// --- Missing cells
 
-// Behind the hole each marker would take its neighbour's axes.
+// Behind the missing cell each marker would have its neighbour's coordinates.
 TEST(Trc, ARowThatLacksACellSomewhereIsAGapOfAllMarkers) {
   const Take take =
       Read(WithRows("1\t0.000\t1\t2\t3\t4\t5\t6\n2\t0.020\t1\t3\t4\t5\t6\n3\t0.040\t1\t2\t3\t4\t5\t6\n"));
@@ -137,13 +137,13 @@ TEST(Trc, EveryRowThatLacksACellIsAMissingColumn) {
               testing::HasSubstr("a column is missing: every row ends within a marker's three"));
 }
 
-// Trailing tabs are often cut: nothing is missing there.
+// Programs often cut trailing tabs, where nothing is missing.
 TEST(Trc, ARowThatEndsInEmptyCellsIsShortAndNoMore) {
   const Take take = Read(WithRows("1\t0.000\t1\t2\t3\t\n2\t0.020\t1\t2\t3\t4\t5\t6\n"));
   EXPECT_THAT(Positions(take), ElementsAre("1 2 3", "gap", "1 2 3", "4 5 6"));
 }
 
-// --- The format as it should be.
+// --- Files that keep the format
 
 TEST(Trc, ReadsAFileThatKeepsTheFormatWithoutANote) {
   const Take take = Read(File());
@@ -184,7 +184,7 @@ TEST(Trc, NotesAreErrorsWhenStrict) {
               StartsWith("t.trc:6: the blank line before the first row is missing; "));
 }
 
-// What each program does differently, and nobody needs to hear of.
+// What programs do differently, without a note.
 TEST(Trc, ReadsEveryShapeOfTextThatHoldsTheSameTable) {
   const File plain;
   const Take expected = Read(plain);
@@ -214,7 +214,7 @@ TEST(Trc, ReadsEveryShapeOfTextThatHoldsTheSameTable) {
   }
 }
 
-// --- What is forgiven, and told.
+// --- What is read with a note
 
 TEST(Trc, NoPathLine) {
   File file;
@@ -233,7 +233,7 @@ TEST(Trc, SevenKeysAreFoundByTheirNames) {
   EXPECT_EQ(take.rate, (FrameRate{50, 1}));
 }
 
-TEST(Trc, StrangeAndRepeatedKeys) {
+TEST(Trc, UnknownAndRepeatedKeys) {
   File file;
   file.keys = Replaced(file.keys, "CameraRate", "Studio");
   EXPECT_THAT(Read(file).notes, ElementsAre("line 2: the key \"Studio\" is unknown and ignored"));
@@ -283,7 +283,7 @@ TEST(Trc, BlanksInsteadOfTabs) {
   ExpectSame(take, expected);
 }
 
-TEST(Trc, BlanksThatDoNotTellWhichCellIsMissingAreRefused) {
+TEST(Trc, RowsSplitAtBlanksMustBeComplete) {
   File file;
   file.rows = Replaced(file.rows, "\t", " ");
   EXPECT_THAT(ErrorOf(file), StartsWith("t.trc:7: 5 numbers, separated by blanks, where 2 markers need 8; "));
@@ -344,14 +344,14 @@ TEST(Trc, ZeroZeroZeroIsAGapOfAMarkerThatIsFarFromThere) {
   EXPECT_THAT(Positions(take), ElementsAre("gap", "4 5 6", "1 0 0", "7 8 9"));
 }
 
-// Positions told from where the marker rests start at 0 0 0.
+// Positions relative to the marker's rest start at 0 0 0.
 TEST(Trc, ZeroZeroZeroIsAPositionOfAMarkerThatMovesThroughThere) {
   const Take take = Read(WithRows("1\t0\t0\t0\t0\t4\t5\t6\n2\t0.02\t0.6\t0.6\t0\t7\t8\t9\n"));
   EXPECT_THAT(take.notes, IsEmpty());
   EXPECT_EQ(At(take, 0, 0), "0 0 0");
 }
 
-TEST(Trc, ZeroZeroZeroInAllFramesIsKeptAndTold) {
+TEST(Trc, ZeroZeroZeroInAllFramesIsKeptWithANote) {
   const Take take = Read(WithRows("1\t0\t0\t0\t0\t4\t5\t6\n2\t0.02\t0\t0\t0\t7\t8\t9\n"));
   EXPECT_THAT(take.notes, ElementsAre("\"Chin\" is at 0 0 0 in all its frames"));
   EXPECT_EQ(At(take, 1, 0), "0 0 0");
@@ -401,7 +401,7 @@ TEST(Trc, NamesBeyondTheColumns) {
   EXPECT_EQ(At(take, 1, 2), "gap");
 }
 
-// One program counts the unlabelled points into NumMarkers, and writes as many columns as a row has points.
+// One program counts unlabelled points in NumMarkers, and writes as many columns as a row has points.
 TEST(Trc, ColumnsBeyondTheNames) {
   File file;
   file.names = "Frame#\tTime\tChin\t\t\t\n";
@@ -514,7 +514,7 @@ TEST(Trc, TextAmongTheNumbersIsRefusedWithItsPlace) {
     EXPECT_THAT(ErrorOf(WithRows("1\t0\t" + bad + "\t3\t4\n")), HasSubstr("is not a number")) << bad;
 }
 
-// --- Frames and times.
+// --- Frames and times
 
 TEST(Trc, FramesThatAreMissingAreTold) {
   File file =
@@ -543,7 +543,7 @@ TEST(Trc, FrameNumbersThatDoNotTellTheFramesApartAreReplaced) {
   }
 }
 
-// Times tell each of them from the next.
+// Up to there the times of neighbours differ.
 TEST(Trc, FrameNumbersGoUpToTenToTheTwelfth) {
   const std::string cells = "\t\t1\t2\t3\t4\t5\t6\n";
   Take take = Read(WithRows("999999999999" + cells + "1000000000000" + cells));
@@ -714,7 +714,7 @@ TEST(Trc, AFileThatEndsInsideARowLosesWhatItEndsWith) {
   EXPECT_EQ(last("2"), std::pair(std::string("none"), left_out));
   EXPECT_EQ(last("2\t0.0"), std::pair(std::string("none"), left_out));
   EXPECT_EQ(last("2 0.02 1 2 3 4"), std::pair(std::string("none"), left_out));
-  // Is 8.25 all of it? There are six numbers to come.
+  // 8.25 may be cut: six numbers are missing.
   EXPECT_EQ(
       last("2\t0.02\t7\t8\t8.25"),
       std::pair(
@@ -736,7 +736,7 @@ TEST(Trc, EveryTruncationIsATakeOrAnError) {
     try {
       const Take take = Read(text.substr(0, size));
       ++takes;
-      // What is left is what was there: no number that the cut made.
+      // All values are the whole file's: none is a cut number.
       EXPECT_LE(take.FrameCount(), 2u);
       for (std::size_t frame = 0; frame < take.FrameCount(); ++frame)
         for (std::size_t m = 0; m < 2; ++m)
@@ -776,7 +776,7 @@ TEST(Trc, BytesThatAreNoTextAreATakeOrAnError) {
   int takes = 0, errors = 0;
   for (int i = 0; i < 2000; ++i) {
     const File file;
-    // Behind the keys, the names, or all of a file, and there so few that many are takes.
+    // Behind the keys, behind the names, and behind a whole file, where few bytes leave many takes.
     std::string text = i % 3 == 0   ? file.path_line + file.keys + file.values
                        : i % 3 == 1 ? file.path_line + file.keys + file.values + file.names
                                     : file.Text();
@@ -829,7 +829,7 @@ TEST(Trc, MoreThan65535MarkersAreRefused) {
             "t.trc: the widest row has columns of 65536 markers; export fewer markers: 65535 at most");
 }
 
-// Millions of names are told apart from none that is read.
+// Its cells are counted, but none of them becomes a marker.
 TEST(Trc, AHeaderOfTabsAloneCostsLittle) {
   File file;
   file.names = "Frame#\tTime\tA" + std::string(9'000'000, '\t') + "\n";
@@ -865,7 +865,7 @@ TEST(Trc, HugeCountsInTheHeaderCostNothing) {
   EXPECT_EQ(Read(file).FrameCount(), 2u);
 }
 
-// --- What programs see of it.
+// --- Codes and places
 
 TEST(Trc, NotesHaveCodesAndPlaces) {
   File file;
@@ -921,9 +921,9 @@ TEST(Trc, FaultsHaveCodesAndTheirLine) {
   EXPECT_EQ(problem(file), "truncated at 3");
 }
 
-// --- Writing.
+// --- Writing
 
-TEST(Trc, WritesTheFormatToTheLetter) {
+TEST(Trc, WritesTheFormatExactly) {
   Take take({"Chin", "L brow"});
   take.name = "smile";
   take.rate = {60, 1};

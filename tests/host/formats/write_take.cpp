@@ -67,7 +67,7 @@ Take AnyTake(tests::Random& random) {
       };
       take.Set(
           frame, m,
-          {coordinate() + 0.125, coordinate(), coordinate()}); // never all three 0: that is a gap to many
+          {coordinate() + 0.125, coordinate(), coordinate()}); // never all three 0, which many read as a gap
     }
     number += below(10) < skips_in_ten ? 1 + below(5) : 1;
   }
@@ -91,7 +91,7 @@ void ExpectHeld(const Take& take, const Take& kept, bool floats) {
         ASSERT_EQ(kept.At(k, m), nullptr) << kept.frames[k];
     ASSERT_LT(k, kept.FrameCount());
     ASSERT_EQ(kept.frames[k], take.frames[f]);
-    ASSERT_NEAR(kept.times[k], take.times[f], 1e-9); // counted from frames in other ways
+    ASSERT_NEAR(kept.times[k], take.times[f], 1e-9); // counted from frames in different ways
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
       const Point *const was = take.At(f, m), *const is = kept.At(k, m);
       ASSERT_EQ(is != nullptr, was != nullptr) << take.markers[m] << " in frame " << take.frames[f];
@@ -105,7 +105,7 @@ void ExpectHeld(const Take& take, const Take& kept, bool floats) {
   EXPECT_EQ(k, kept.FrameCount());
 }
 
-// Two markers in four frames, with all that a take can have.
+// Two markers in four frames, with everything that a take can have.
 Take Full() {
   Take take({"A", "B"});
   take.rate = {100, 1};
@@ -127,7 +127,7 @@ Take Full() {
   return take;
 }
 
-// What a change makes of a take, as told.
+// What a change to a take is reported as.
 std::vector<mien::Note> Lost(const std::function<void(Take&)>& change) {
   Take changed = Full();
   change(changed);
@@ -136,7 +136,7 @@ std::vector<mien::Note> Lost(const std::function<void(Take&)>& change) {
 
 } // namespace
 
-TEST(WriteTake, TheEndingTellsTheFormat) {
+TEST(WriteTake, TheEndingSelectsTheFormat) {
   EXPECT_EQ(TakeFormatOf("a.c3d"), TakeFormat::C3d);
   EXPECT_EQ(TakeFormatOf("folder.csv/A.B.TRC"), TakeFormat::Trc);
   EXPECT_EQ(TakeFormatOf("a.Csv"), TakeFormat::MarkerCsv);
@@ -163,9 +163,9 @@ TEST(WriteTake, EveryFormatHoldsPositionsGapsFrameNumbersAndRateFromEveryOther) 
   }
 }
 
-TEST(WhatWasLost, NothingOfATakeThatIsTheSame) { EXPECT_THAT(WhatWasLost(Full(), Full()), IsEmpty()); }
+TEST(WhatWasLost, IsNothingForEqualTakes) { EXPECT_THAT(WhatWasLost(Full(), Full()), IsEmpty()); }
 
-TEST(WhatWasLost, ATakesOwnFileIsNoMatter) {
+TEST(WhatWasLost, IgnoresFileAndFormat) {
   EXPECT_THAT(Lost([](Take& take) {
                 take.file = take.name = take.format = take.flavour = take.unit = "other";
                 take.notes = {{mien::Code::Doubtful, "", "a note"}};
@@ -186,7 +186,7 @@ TEST(WhatWasLost, PositionsThatMoved) {
               ElementsAre("positions are rounded, by 0.5 mm at most (\"B\" in frame 4)"));
 }
 
-TEST(WhatWasLost, PositionsThatAreGoneAndSuchAsWereNot) {
+TEST(WhatWasLost, LostAndAddedPositions) {
   EXPECT_THAT(Lost([](Take& take) {
                 take.Clear(0, 0);
                 take.Clear(0, 1);
@@ -293,8 +293,8 @@ TEST(WhatWasLost, RateTimecodeEventsAndNames) {
   EXPECT_THAT(WhatWasLost(many, none), ElementsAre("5 events are left out: \"a\", \"b\", \"c\" and 2 more"));
 }
 
-// A take has what the other never had: nothing is lost by that.
-TEST(WhatWasLost, NothingWhereThereIsMoreThanBefore) {
+// The kept take has what the other lacks: nothing is lost.
+TEST(WhatWasLost, IgnoresWhatIsAdded) {
   Take plain = Full();
   plain.timecode.reset();
   plain.events.clear();

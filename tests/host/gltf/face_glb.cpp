@@ -122,7 +122,7 @@ TEST(FaceGlb, WithoutACharacterHasATargetForEachTemplate) {
   EXPECT_EQ(face.glb.json["meshes"][0]["weights"], Json(std::vector<double>(names.size(), 0.0)));
 }
 
-TEST(FaceGlb, ShapesThatShareATemplateGiveItBackTogether) {
+TEST(FaceGlb, ShapesThatShareATemplateShowItTogether) {
   // Whistle: 2 * (2 / 5) + 1 * (1 / 5) = 1. "pout" also has all of Open.
   const Character character =
       CharacterOf(R"(["still","pout","kiss","anti"])",

@@ -62,8 +62,8 @@ std::vector<Point> Posed(const Piece& piece, const Weights& weights) {
   return posed;
 }
 
-/// What one sees who looks at the face from afar, on a grid of half a millimetre: at each place the piece in front, and
-/// how many places show the back of a triangle.
+/// A view of the face from a distance, on a grid of half a millimetre: at each place the piece in front, and how many places
+/// show the back of a triangle.
 struct View {
   std::map<std::string, int> places;
   int backs = 0;
@@ -98,7 +98,7 @@ View Look(const Weights& weights, double degrees = 0) {
       const Point &p = points[piece.triangles[t]], &q = points[piece.triangles[t + 1]],
                   &r = points[piece.triangles[t + 2]];
       const double area = (q[0] - p[0]) * (r[1] - p[1]) - (r[0] - p[0]) * (q[1] - p[1]);
-      if (std::fabs(area) < 1e-6) continue; // edge on: nothing of it is seen
+      if (std::fabs(area) < 1e-6) continue; // seen edge on
       const auto first = [](double a, double b, double d) {
         return static_cast<int>(std::ceil(std::min({a, b, d})));
       };
@@ -179,7 +179,7 @@ TEST(FaceMesh, NoTriangleIsDegenerateAtRest) {
     }
 }
 
-TEST(FaceMesh, NeighboursAreTurnedAlike) {
+TEST(FaceMesh, NeighbouringTrianglesHaveOneOrientation) {
   for (const Piece& piece : Mesh().pieces) {
     std::set<std::pair<int, int>> edges;
     for (std::size_t t = 0; t < piece.triangles.size(); t += 3)
@@ -277,7 +277,7 @@ TEST(FaceMesh, SidesMoveAlikeButForTheRightCheeksRise) {
       other.back() = 'L';
     double worst = 0;
     for (const Piece& piece : Mesh().pieces) {
-      // Where vertices of a piece stand in one place they move differently; so motions are sets of their own.
+      // Vertices of a piece in one place move differently, so motions are sets of their own.
       std::multimap<Vector, Vector> by_place;
       for (std::size_t i = 0; i < piece.positions.size(); ++i)
         by_place.emplace(piece.positions[i], piece.displacements[Slot(other)][i]);
@@ -397,7 +397,7 @@ TEST(FaceMesh, LidsMeetAtClose) {
   EXPECT_EQ(edges, 8) << "four along the edge, before and behind";
 }
 
-TEST(FaceMesh, LidsStayBeforeTheEyeballsOnTheirWay) {
+TEST(FaceMesh, LidsStayInFrontOfTheEyeballsWhileTheyClose) {
   for (const double degrees : {-35.0, 0.0, 35.0}) {
     int before = Look({}, degrees).Eyes();
     EXPECT_GT(before, 600) << "over three quarters of a square centimetre each, where both are seen";

@@ -46,7 +46,7 @@ std::string JsonChunk(std::string json) {
   return Chunk("JSON", json);
 }
 
-/// With each kind of thing that a file may carry and nobody here knows.
+/// With everything that a file may have and that is unknown here.
 std::string WholeFile() {
   return File(
       JsonChunk(
@@ -107,7 +107,7 @@ TEST(Glb, FillsChunksUpToAMultipleOfFour) {
   }
 }
 
-TEST(Glb, TakesWhatExportersWriteBesideTheRule) {
+TEST(Glb, ReadsWhatExportersWriteAgainstTheRules) {
   EXPECT_EQ(ReadGlb(File(Chunk("JSON", kLeast + "\0"s)), "h.glb").json["asset"]["version"], "2.0")
       << "filled up with zeros";
   EXPECT_EQ(ReadGlb(File(Chunk("JSON", kLeast)), "h.glb").json["asset"]["version"], "2.0") << "not filled up";
@@ -128,7 +128,7 @@ TEST(Glb, CutShortAnywhereIsAnError) {
 
 TEST(Glb, CutShortWithAHeadingThatFitsIsAnError) {
   const std::string whole = WholeFile();
-  std::size_t whole_chunks = 0; // where a cut leaves nothing by half
+  std::size_t whole_chunks = 0; // cuts between whole chunks
   for (std::size_t length = 12; length < whole.size(); ++length) {
     const std::string error = Error(File(whole.substr(12, length - 12)));
     if (error == "no InputError")
@@ -143,7 +143,7 @@ TEST(Glb, OneByteTooManyIsAnError) {
   EXPECT_THAT(Error(WholeFile() + '\0'), HasSubstr("it was cut short or extended"));
 }
 
-TEST(Glb, SaysWhatAnotherFileIs) {
+TEST(Glb, OtherFilesAreNamed) {
   EXPECT_EQ(Error(""), "h.glb: the file is empty" + kFix);
   EXPECT_EQ(Error("gl"), "h.glb:byte 2: the file ends within its heading" + kFix);
   EXPECT_EQ(Error("glTF" + Number(2)), "h.glb:byte 8: the file ends within its heading" + kFix);
@@ -191,7 +191,7 @@ TEST(Glb, SaysWhatIsWrongWithTheJson) {
             "h.glb:/asset/version: this is glTF 1.0; only 2.0 is supported" + kFix);
 }
 
-TEST(Glb, JsonNestedBeyondReasonIsRefusedBeforeItCouldOverflowAStack) {
+TEST(Glb, JsonIsNestedUpTo256Deep) {
   const auto nested = [](std::size_t depth) {
     return File(JsonChunk(R"({"asset":{"version":"2.0"},"x":)" + std::string(depth, '[') +
                           std::string(depth, ']') + "}"));

@@ -44,7 +44,7 @@ MorphNode Node(std::size_t node, std::vector<std::string> targets, std::vector<d
 
 } // namespace
 
-TEST(GlbAnimation, TimesBeginAtZeroAndSayTheirBounds) {
+TEST(GlbAnimation, TimesBeginAtZeroAndHaveBounds) {
   Glb glb = HeadOf(R"("a")");
   GlbAnimation animation(glb, {10, 10.25, 10.5});
   animation.AddWeights(Node(0, {"a"}, {0}), Weight);

@@ -56,7 +56,7 @@ TEST(GlbData, FloatsAreLittleEndianBehindWhatWasThere) {
             R"([{"bufferView":0,"componentType":5126,"count":2,"type":"SCALAR"}])");
 }
 
-TEST(GlbData, BoundsAreThoseOfEachComponent) {
+TEST(GlbData, BoundsAreOfEachComponent) {
   Glb glb = HeadOf(R"("a")");
   const std::vector<float> values = {1, -2, 0.1f, -3, 5, 0.25f};
   AppendFloats(glb, values, ElementType::Vec3, Bounds::With, ViewTarget::Vertices);
@@ -122,7 +122,7 @@ TEST(GlbData, DataOutsideTheFileHasItsCode) {
   EXPECT_EQ(problem("byteLength", 5), "contradiction at /buffers/0/byteLength");
 }
 
-TEST(GlbData, ListsThatAreNoneAreErrors) {
+TEST(GlbData, ListsThatAreNotArraysAreErrors) {
   for (const std::string list : {"accessors", "bufferViews", "animations", "buffers"}) {
     Glb head = HeadOf(R"("a")");
     head.json[list] = "text";

@@ -43,8 +43,8 @@ TEST(JsonAt, AnIndexIsAWholeNumberBelowTheCount) {
 TEST(JsonAt, ItsMessagesSayWhere) {
   const Glb glb = File(R"({"a":[0,{"b/~":{"\u001b[2J":[1]}}]})");
   const JsonAt deep = JsonAt(glb).At("a").Element(1).At("b/~");
-  EXPECT_EQ(InputErrorOf([&] { deep.Fail(mien::Code::Doubtful, "WHAT", "MEND"); }),
-            "h.glb:/a/1/b~1~0: WHAT; MEND");
+  EXPECT_EQ(InputErrorOf([&] { deep.Fail(mien::Code::Doubtful, "WHAT", "FIX"); }),
+            "h.glb:/a/1/b~1~0: WHAT; FIX");
   EXPECT_EQ(InputErrorOf([&] { deep.At("\x1B[2J").String(); }),
             "h.glb:/a/1/b~1~0/?[2J: this is not a string; export the head again")
       << "a file does not steer the terminal";
@@ -63,5 +63,5 @@ TEST(JsonAt, ItsErrorsHaveCodes) {
   EXPECT_EQ(ProblemOf([&] { number.Index(0, "nodes"); }), "invalid-value at /a/0");
   EXPECT_EQ(ProblemOf([&] { number.String(); }), "invalid-value at /a/0");
   EXPECT_EQ(ProblemOf([&] { list.Numbers(2); }), "invalid-value at /a");
-  EXPECT_EQ(ProblemOf([&] { list.Fail(mien::Code::Doubtful, "WHAT", "MEND"); }), "doubtful at /a");
+  EXPECT_EQ(ProblemOf([&] { list.Fail(mien::Code::Doubtful, "WHAT", "FIX"); }), "doubtful at /a");
 }

@@ -75,7 +75,7 @@ TEST(MorphTargets, EveryNodeThatShowsAMeshHasThem) {
   EXPECT_EQ(found.nodes[1].node, 3u);
 }
 
-// Files exist in which a crowd of nodes shows one head: its lists must not be there once for each.
+// Thousands of nodes may show one mesh: each must not have lists of its own.
 TEST(MorphTargets, NodesOfEqualTargetsAndWeightsShareTheLists) {
   const std::string mesh = R"({"primitives":[{"targets":[{},{}]}],"extras":{"targetNames":["a","b"]}})";
   const MorphTargets found = Find(R"({"nodes":[{"mesh":0},{"mesh":1},{"mesh":0,"weights":[0,1]},

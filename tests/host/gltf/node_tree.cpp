@@ -55,7 +55,7 @@ TEST(NodeTree, ANodeStandsWhereItsTransformSays) {
   EXPECT_EQ(TransformOfNode(Nodes("[{}]"), 0).translation, (VgeTVector{0, 0, 0}));
 }
 
-TEST(NodeTree, AMatrixIsTakenApart) {
+TEST(NodeTree, AMatrixIsSplit) {
   const ClusterTransform at =
       TransformOfNode(Nodes(R"([{"matrix":[0,2,0,0, -3,0,0,0, 0,0,4,0, 5,6,7,1]}])"), 0);
   EXPECT_EQ(at.translation, (VgeTVector{5, 6, 7}));
@@ -106,11 +106,11 @@ TEST(NodeTree, MatricesThatNoTransformMakesUpAreErrors) {
               "h.glb:/nodes/0/matrix: this is not a list of 16 numbers; export the head again");
 }
 
-TEST(NodeTree, SixDigitsOfAnExporterAreNoShear) {
+TEST(NodeTree, SixDigitsOfPrecisionAreNotShear) {
   EXPECT_EQ(ErrorOfMatrix("[0.866025,0.5,0,0, -0.500001,0.866025,0,0, 0,0,1,0, 0,0,0,1]"), "no InputError");
 }
 
-TEST(NodeTree, TransformsThatAreNoneAreErrors) {
+TEST(NodeTree, InvalidTransformsAreErrors) {
   const auto error = [](const std::string& node) {
     return InputErrorOf([&] { TransformOfNode(Nodes("[" + node + "]"), 0); });
   };
