@@ -73,8 +73,8 @@ TEST(PrintSolveReport, NamesThePartsOfTheTakesGradeTheWorstFirst) {
 }
 
 TEST(PrintSolveReport, LeavesOutTheGradeWhereThereIsNone) {
-  EXPECT_THAT(LinesFrom("grade", {}), IsEmpty());
-  EXPECT_THAT(LinesFrom("flags", {}), ElementsAre("flags      none"));
+  EXPECT_THAT(LinesFrom("grade", Quality{}), IsEmpty());
+  EXPECT_THAT(LinesFrom("flags", Quality{}), ElementsAre("flags      none"));
 }
 
 TEST(PrintSolveReport, HasALineForEachThingThatIsFlaggedMislabelledMarkersFirst) {
