@@ -37,7 +37,9 @@ TEST(C3dHeader, ProcessorCountedFromOneIsRead) {
 TEST(C3dHeader, UnknownProcessorIsAnError) {
   std::string bytes = C3dBuilder().Bytes();
   bytes[512 + 3] = 87;
-  EXPECT_THAT(ErrorOf(bytes), StartsWith("take.c3d:byte 515: the processor is 87, which is none of"));
+  EXPECT_THAT(
+      ErrorOf(bytes),
+      StartsWith("take.c3d:byte 515: the processor is 87 instead of 84 (Intel), 85 (DEC) or 86 (SGI)"));
 }
 
 TEST(C3dHeader, LeadingZerosAreSkipped) {

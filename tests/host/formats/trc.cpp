@@ -289,7 +289,7 @@ TEST(Trc, RowsSplitAtBlanksMustBeComplete) {
   EXPECT_THAT(ErrorOf(file), StartsWith("t.trc:7: 5 numbers, separated by blanks, where 2 markers need 8; "));
   file = {};
   file.names = "Frame# Time Chin L brow\n"; // two names or three?
-  EXPECT_THAT(ErrorOf(file), StartsWith("t.trc:4: 3 names, separated by blanks, and columns of 2 markers; "));
+  EXPECT_THAT(ErrorOf(file), StartsWith("t.trc:4: 3 names, separated by blanks, for columns of 2 markers; "));
 }
 
 TEST(Trc, NumMarkersThatIsWrong) {
@@ -428,7 +428,7 @@ TEST(Trc, NamesOneAColumn) {
   ExpectSame(take, Read(File()));
   file.names = "Frame#\tTime\tChin\tL brow\tNose\n";
   EXPECT_THAT(ErrorOf(file),
-              StartsWith("t.trc:4: 3 names, not above every third column, and columns of 2 markers; "));
+              StartsWith("t.trc:4: 3 names, not above every third column, for columns of 2 markers; "));
 }
 
 TEST(Trc, NamesThatAreNotUtf8) {
@@ -717,9 +717,8 @@ TEST(Trc, AFileThatEndsInsideARowLosesWhatItEndsWith) {
   // 8.25 may be cut: six numbers are missing.
   EXPECT_EQ(
       last("2\t0.02\t7\t8\t8.25"),
-      std::pair(
-          std::string("gap, gap"),
-          std::string("line 8: the file ends inside the row; \"Chin\", where it ends, is taken as a gap")));
+      std::pair(std::string("gap, gap"),
+                std::string("line 8: the file ends within this row, at \"Chin\", which is taken as a gap")));
   EXPECT_EQ(last("2\t0.02\t7\t8\t8.25\t").first, "7 8 8.25, gap");
   EXPECT_EQ(last("2\t0.02\t7\t8\t9\t1\t2").first, "7 8 9, gap");
 
@@ -885,8 +884,8 @@ TEST(Trc, NotesHaveCodesAndPlaces) {
   file.labels = "";
   EXPECT_THAT(Read(file).notes,
               ElementsAre(IsNote(Code::Assumed, "line 3", "the unit"),
-                          IsNote(Code::Missing, "line 6", "no labels X1"),
-                          IsNote(Code::Duplicate, "line 4", "the name \"Chin\" is there twice"),
+                          IsNote(Code::Missing, "line 6", "the labels X1"),
+                          IsNote(Code::Duplicate, "line 4", "the name \"Chin\" is repeated"),
                           IsNote(Code::Contradiction, "line 3", "NumFrames is 9; the file has 2 frames")));
 
   EXPECT_THAT(
@@ -898,7 +897,7 @@ TEST(Trc, NotesHaveCodesAndPlaces) {
                   IsNote(Code::Order, "line 8", "frame 1 comes after frame 1; the frames are numbered"),
                   IsNote(Code::Missing, "line 7", "no time")));
   EXPECT_THAT(Read(WithRows("1\t0\t1\t2\t3\t4\t5\t6\n2\t0.02\t1\t2\t3\t4\t5")).notes,
-              testing::Contains(IsNote(Code::Truncated, "line 8", "the file ends inside the row")));
+              testing::Contains(IsNote(Code::Truncated, "line 8", "the file ends within this row")));
   EXPECT_THAT(Read(WithRows("1\t0\t9\t2\t3\t4\t5\t6\n3\t0.9\t0\t0\t0\t4\t5\t6\n")).notes,
               ElementsAre(IsNote(Code::Doubtful, "", "\"Chin\" is at 0 0 0 in 1 frame"),
                           IsNote(Code::Missing, "", "frames missing: 1 after frame 1"),
@@ -983,7 +982,7 @@ TEST(Trc, NamesThatWouldNotReadBackAreNotWritten) {
   }
   Take twice({"A", "A"});
   twice.AddFrame(1, 0);
-  EXPECT_THAT(InputErrorOf([&] { Written(twice); }), HasSubstr("the marker \"A\" is there twice"));
+  EXPECT_THAT(InputErrorOf([&] { Written(twice); }), HasSubstr("two markers have the name \"A\""));
 }
 
 TEST(Trc, ATakeOfNothingIsNotWritten) {

@@ -107,7 +107,7 @@ TEST(GlbData, DataOutsideTheFileIsAnError) {
     head = HeadOf(R"("a")");
     head.json["buffers"][0]["byteLength"] = length;
     EXPECT_EQ(Error(head), "h.glb:/buffers/0/byteLength: this is not a length within the 3 bytes "
-                           "that the file holds for it; export it again as one .glb")
+                           "that the file has for the buffer; export it again as one .glb")
         << length;
   }
 }
