@@ -871,12 +871,12 @@ TEST(Trc, NotesHaveCodesAndPlaces) {
   file.path_line = "";
   file.keys = "DataRate\tStudio\tDataRate\n";
   file.values = "50\t1\t60\n";
-  EXPECT_THAT(Read(file).notes, ElementsAre(IsNote(Code::Missing, "line 1", "no line PathFileType"),
+  EXPECT_THAT(Read(file).notes, ElementsAre(IsNote(Code::Missing, "line 1", "the line PathFileType"),
                                             IsNote(Code::Syntax, "line 1", "3 keys instead of 8"),
                                             IsNote(Code::Ignored, "line 1",
                                                    "the key \"Studio\" is unknown and ignored; "
                                                    "likewise 1 more key"),
-                                            IsNote(Code::Assumed, "line 2", "no Units")));
+                                            IsNote(Code::Assumed, "line 2", "there are no Units")));
 
   file = {};
   file.values = "50.00\t50.00\t9\t2\tell\t50.00\t1\t2\n";
