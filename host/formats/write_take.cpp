@@ -14,7 +14,6 @@
 #include <cstdint>
 #include <iterator>
 #include <map>
-#include <ranges>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -192,7 +191,8 @@ void CompareFrames(const Take& take, const Take& kept, Losses& lost) {
 
 void CompareEvents(const Take& take, const Take& kept, Losses& lost) {
   std::map<std::string_view, std::vector<double>> times; // of the events of each label, the last first
-  for (const TakeEvent& event : std::views::reverse(kept.events)) times[event.label].push_back(event.time);
+  for (std::size_t i = kept.events.size(); i-- > 0;)
+    times[kept.events[i].label].push_back(kept.events[i].time);
   std::vector<std::string> left_out; // labels
   double most_shift = 0;
   for (const TakeEvent& event : take.events) {
