@@ -44,6 +44,13 @@ void* operator new(std::size_t bytes) {
   return operator new (bytes, std::align_val_t{__STDCPP_DEFAULT_NEW_ALIGNMENT__});
 }
 
+// The standard library's temporary buffers, as of std::stable_sort.
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+  try {
+    return operator new(bytes);
+  } catch (const std::bad_alloc&) { return nullptr; }
+}
+
 void operator delete(void* block) noexcept {
   if (block) --tests::blocks;
   std::free(block);
