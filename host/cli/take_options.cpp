@@ -1,15 +1,53 @@
 #include "host/cli/take_options.h"
 
+#include "host/base/text.h"
+#include "host/formats/mesh_space.h"
+
 #include <fmt/format.h>
 
 namespace mien {
+
+namespace {
+
+void AddMeshOptions(Command& command, MeshOptions& options) {
+  constexpr char kGroup[] = "478 landmarks";
+  command.AddParsed({.names = "--image",
+                     .type = "WIDTHxHEIGHT",
+                     .help = "The size of the video, such as 1280x720. Default: 16:9",
+                     .group = kGroup},
+                    [&options](const std::string& text) -> Command::Fault {
+                      options.image = ParseImageSize(text);
+                      if (options.image) return std::nullopt;
+                      return fmt::format("{} is not a size in pixels, such as 1280x720", Quoted(text));
+                    });
+  command.AddParsed(
+      {.names = "--face-width",
+       .type = "MM",
+       .help = "The width of the face in front of the ears (points 234 and 454), which gives the scale. "
+               "Default: from the distance of an average face's eyes",
+       .group = kGroup},
+      [&options](const std::string& text) -> Command::Fault {
+        options.face_width_mm = ParseFaceWidth(text);
+        if (options.face_width_mm) return std::nullopt;
+        return fmt::format("{} is not a width from 50 to 400 millimetres, such as 145", Quoted(text));
+      });
+  command.AddFlag({.names = "--mirrored",
+                   .type = "",
+                   .help = "The video was mirrored, as selfie cameras show it: left and right change places",
+                   .group = kGroup},
+                  options.mirrored);
+}
+
+} // namespace
 
 void AddTakeOptions(Command& command, ReadOptions& options) {
   command.AddFlag({.names = "--strict", .type = "", .help = "Turn every note of the reader into an error"},
                   options.strict);
   command.Add({.names = "--face",
                .type = "ID",
-               .help = "The face_id to read of a landmark CSV with several faces. Default: the first"},
+               .help =
+                   "The face to read of landmarks with several faces: its face_id, or its place in a result "
+                   "from 0. Default: the first"},
               options.face);
   command.AddParsed({.names = "--input-rate",
                      .type = "HZ",
@@ -21,6 +59,7 @@ void AddTakeOptions(Command& command, ReadOptions& options) {
                       if (options.input_rate) return std::nullopt;
                       return fmt::format("\"{}\" is not a rate, such as 25, 29.97 or 30000/1001", text);
                     });
+  AddMeshOptions(command, options.mesh);
 }
 
 void AddNeutralOption(Command& command, std::optional<FrameRange>& range) {

@@ -9,11 +9,11 @@
 namespace mien {
 
 /// What a command's help says of TAKE.
-inline constexpr char kTakeHelp[] = "The take's file: C3D, TRC, landmark CSV or marker CSV";
+inline constexpr char kTakeHelp[] = "The take's file: C3D, TRC, landmarks as CSV, or marker CSV";
 
 // Options of every command that reads takes. What they are read into must outlive the parsing.
 
-/// --strict, --face and --input-rate.
+/// --strict, --face, --input-rate, and those of 478 landmarks: --image, --face-width, --mirrored.
 void AddTakeOptions(Command& command, ReadOptions& options);
 
 /// --neutral FRAME or FROM-TO.

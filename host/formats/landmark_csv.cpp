@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/formats/csv.h"
+#include "host/formats/csv_faces.h"
 #include "host/formats/csv_frames.h"
 #include "host/formats/csv_gaps.h"
 #include "host/formats/csv_names.h"
@@ -97,7 +98,7 @@ struct Columns {
   std::optional<std::size_t> confidence; // only where success is missing
 };
 
-Columns FindColumns(const CsvReader& csv, bool face_is_chosen, std::vector<Note>& notes) {
+Columns FindColumns(const CsvReader& csv, std::vector<Note>& notes) {
   Columns columns;
   columns.has_depth = !LandmarksOf(csv, kAxes).empty();
   columns.coordinates = Coordinates(csv, columns.has_depth ? kAxes : kPixelAxes);
@@ -108,18 +109,9 @@ Columns FindColumns(const CsvReader& csv, bool face_is_chosen, std::vector<Note>
     csv.Fail(Code::Missing, "the rows are the faces of single images: there is no column \"timestamp\"",
              "let the tracker process the recording as a video, or add the column in seconds");
   columns.face = csv.Column("face_id");
-  if (face_is_chosen && !columns.face)
-    csv.Fail(Code::Missing, "there is no column \"face_id\" to choose a face by",
-             "read the file without choosing a face");
   columns.success = csv.Column("success");
   if (!columns.success) columns.confidence = csv.Column("confidence");
   return columns;
-}
-
-std::vector<std::string> FaceNames(const std::set<std::int64_t>& faces) {
-  std::vector<std::string> names;
-  for (const std::int64_t face : faces) names.push_back(std::to_string(face));
-  return names;
 }
 
 // Reads the rows, and notes after the last one what else they held.
@@ -127,7 +119,7 @@ class RowReader {
 public:
   RowReader(CsvReader& csv, const Columns& columns, std::optional<std::int64_t> face_id,
             const std::optional<FrameRate>& input_rate, Take& take)
-      : csv_(csv), columns_(columns), face_id_(face_id), chosen_(face_id), take_(take),
+      : csv_(csv), columns_(columns), take_(take), faces_(csv, columns.face, face_id),
         frames_(csv, columns.frames, input_rate) {}
 
   void Read() {
@@ -138,9 +130,7 @@ public:
         if (!frames_.LeaveOutIfCut(csv_, take_)) throw;
       }
     }
-    if (face_id_ && !faces_.empty() && !faces_.contains(*face_id_))
-      throw InputError(Code::NotFound, csv_.File(), "", fmt::format("there is no face_id {}", *face_id_),
-                       "those in the file are " + Some(FaceNames(faces_)));
+    faces_.Check(csv_);
     csv_.Finish(take_.notes);
     NoteRows();
     frames_.Finish(csv_, take_, kFastestVideoHz);
@@ -148,15 +138,7 @@ public:
 
 private:
   void ReadRow() {
-    if (columns_.face) {
-      const std::int64_t face = csv_.Integer(*columns_.face);
-      if (!chosen_) chosen_ = face;
-      faces_.insert(face);
-      if (face != *chosen_) {
-        ++left_out_;
-        return;
-      }
-    }
+    if (!faces_.IsChosen(csv_)) return;
     const std::size_t frame = frames_.AddFrame(csv_, take_);
     // The other columns of a face that was lost mean nothing.
     if (columns_.success && !(Cell(*columns_.success).value_or(0) != 0)) return;
@@ -206,9 +188,7 @@ private:
     const auto note = [&](Code code, std::string what) {
       take_.notes.push_back({code, "", std::move(what)});
     };
-    if (!face_id_ && left_out_ > 0)
-      note(Code::Ignored, fmt::format("{} faces in the file; read face_id {}, left out {} of the others",
-                                      faces_.size(), *chosen_, Count(left_out_, "row")));
+    faces_.AppendTo(take_.notes, csv_);
     if (!columns_.has_depth)
       note(Code::Missing, "the landmarks are in pixels, of unknown depth: turns of the head will show up as "
                           "expression");
@@ -222,13 +202,10 @@ private:
 
   CsvReader& csv_;
   const Columns& columns_;
-  const std::optional<std::int64_t> face_id_; // the user's
-  std::optional<std::int64_t> chosen_;        // the one that is read
   Take& take_;
+  CsvFaces faces_;
   CsvFrames frames_;
-  std::set<std::int64_t> faces_; // in the file
-  std::size_t left_out_ = 0;     // rows of other faces
-  std::size_t doubtful_ = 0;     // rows without enough confidence
+  std::size_t doubtful_ = 0; // rows without enough confidence
   CsvGaps gaps_;
   FarPositions far_;
 };
@@ -245,7 +222,7 @@ Take ReadLandmarkCsv(std::string_view bytes, const std::string& file, std::optio
                      const std::optional<FrameRate>& input_rate) {
   CsvReader csv(bytes, file);
   Take take(MarkerNames());
-  const Columns columns = FindColumns(csv, face_id.has_value(), take.notes);
+  const Columns columns = FindColumns(csv, take.notes);
   take.axes = "+y up, along +z out of a face that looks at the camera";
   take.unit = columns.has_depth ? "mm" : "px";
   RowReader(csv, columns, face_id, input_rate, take).Read();

@@ -136,11 +136,11 @@ private:
     }
   }
 
-  // "landmark_0_x" to "landmark_477_z": not markers in millimetres, but the points of a face tracker, in the
+  // "landmark_0_x" to "landmark_105_z": not markers in millimetres, but the points of a face tracker, in the
   // image's units.
   void RefuseMesh() const {
     const std::size_t count = header_.markers.size();
-    constexpr std::size_t kMeshes[] = {70, 98, 106, 468, 478};
+    constexpr std::size_t kMeshes[] = {70, 98, 106};
     if (std::find(std::begin(kMeshes), std::end(kMeshes), count) == std::end(kMeshes) ||
         IsDotted(columns_[header_.first_marker_column]))
       return;

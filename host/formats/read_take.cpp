@@ -8,6 +8,7 @@
 #include "host/formats/csv.h"
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
+#include "host/formats/mesh_csv.h"
 #include "host/formats/trc.h"
 #include "host/takes/timecode.h"
 
@@ -23,13 +24,13 @@
 namespace mien {
 namespace {
 
-constexpr std::string_view kLandmarkCsv = "landmark CSV";
-
 struct Format {
   std::string_view name;
   std::string_view looks; // how a user recognises it
   bool (*is)(std::string_view bytes);
   Take (*read)(std::string_view bytes, const std::string& file, const ReadOptions& options);
+  bool has_faces = false; // may hold several
+  bool is_mesh = false;   // has landmarks of the face mesh
 };
 
 constexpr Format kFormats[] = {
@@ -41,11 +42,17 @@ constexpr Format kFormats[] = {
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
        return ReadTrc(bytes, file, options.input_rate);
      }},
-    {kLandmarkCsv, "columns frame, timestamp, X_0, ... Z_67",
+    {"mesh CSV", "columns x_0, y_0, z_0, ... of 468 or 478 landmarks", IsMeshCsv,
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadMeshCsv(bytes, file, options.face, options.input_rate, options.mesh);
+     },
+     true, true},
+    {"landmark CSV", "columns frame, timestamp, X_0, ... Z_67",
      [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
        return ReadLandmarkCsv(bytes, file, options.face, options.input_rate);
-     }},
+     },
+     true},
     {"marker CSV", "columns frame,time,NAME.x,NAME.y,NAME.z,...",
      [](std::string_view bytes) { return IsMarkerCsv(CsvColumns(bytes)); },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
@@ -127,9 +134,13 @@ Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions
   RefuseForeignFile(bytes, name, "a take", "export the take as C3D, TRC or CSV");
   for (const Format& format : kFormats) {
     if (!format.is(bytes)) continue;
-    if (options.face && format.name != kLandmarkCsv)
+    if (options.face && !format.has_faces)
       throw InputError(Code::Usage, name, "", fmt::format("{} has no faces to choose from", format.name),
-                       "leave out --face, which is for landmark CSV");
+                       "leave out --face, which is for landmarks of several faces");
+    if (!options.mesh.IsDefault() && !format.is_mesh)
+      throw InputError(Code::Usage, name, "",
+                       fmt::format("{} does not have the landmarks of a face mesh", format.name),
+                       "leave out --image, --face-width and --mirrored, which are for those");
     Take take = format.read(bytes, name, options);
     take.file = name;
     take.name = std::filesystem::path(name).stem().string();

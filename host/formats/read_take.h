@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/formats/mesh_space.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
 
@@ -12,9 +13,10 @@
 namespace mien {
 
 struct ReadOptions {
-  bool strict = false;                      ///< throw for everything that would be a note
-  std::optional<std::int64_t> face = {};    ///< the face_id to read of a landmark CSV; the first without
+  bool strict = false;                   ///< throw for everything that would be a note
+  std::optional<std::int64_t> face = {}; ///< of several faces in a file, the one to read; the first without
   std::optional<FrameRate> input_rate = {}; ///< for a file that has neither times nor a rate
+  MeshOptions mesh = {};                    ///< for the landmarks of a face mesh
 };
 
 /// Reads a take from a file. Its content decides the format, not the file's ending. In every format,

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 using testing::HasSubstr;
 
@@ -49,6 +50,20 @@ TEST_F(TakeOptions, ARateThatNoCameraHasIsRefused) {
 
 TEST_F(TakeOptions, EveryCommandThatReadsTakesHasThem) {
   for (const char* command : {"info", "solve", "convert", "performer"})
-    for (const char* option : {"--strict", "--face", "--input-rate"})
+    for (const char* option : {"--strict", "--face", "--input-rate", "--image", "--face-width", "--mirrored"})
       EXPECT_THAT(Run({command, "--help"}).out, HasSubstr(option)) << command;
+}
+
+TEST_F(TakeOptions, OptionsOfTheMeshAreRefusedForOtherTakes) {
+  for (const std::vector<std::string>& option : std::vector<std::vector<std::string>>{
+           {"--image", "1280x720"}, {"--face-width", "145"}, {"--mirrored"}}) {
+    std::vector<std::string> arguments = {"info", "timed.csv"};
+    arguments.insert(arguments.end(), option.begin(), option.end());
+    const Ran ran = Run(arguments);
+    EXPECT_EQ(ran.exit_code, 2) << option[0];
+    EXPECT_THAT(ran.err, HasSubstr("timed.csv: marker CSV does not have the landmarks of a face mesh"));
+  }
+  EXPECT_THAT(Run({"info", "timed.csv", "--image", "1280"}).err, HasSubstr("is not a size in pixels"));
+  EXPECT_THAT(Run({"info", "timed.csv", "--face-width", "14"}).err,
+              HasSubstr("is not a width from 50 to 400 millimetres"));
 }

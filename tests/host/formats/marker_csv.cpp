@@ -269,7 +269,7 @@ TEST(MarkerCsv, NumberedLandmarksOfAMeshAreNoMarkers) {
       }
     return header + row + "\n";
   };
-  for (const int count : {70, 98, 106, 468, 478})
+  for (const int count : {70, 98, 106})
     for (const char* separator : {"_", " ", ":"})
       EXPECT_EQ(
           ReadError(table(count, "face_landmark_", separator)),
@@ -278,7 +278,7 @@ TEST(MarkerCsv, NumberedLandmarksOfAMeshAreNoMarkers) {
               "whose places on the face are not known; write those that you need as marker CSV, in "
               "millimetres: NAME.x,NAME.y,NAME.z",
               count, count - 1));
-  EXPECT_EQ(ProblemOf([&] { ReadTake(table(478, "", "_"), "m.csv"); }), "unsupported at 1");
+  EXPECT_EQ(ProblemOf([&] { ReadTake(table(98, "", "_"), "m.csv"); }), "unsupported at 1");
   // Other numbers, and names as this format has them, are markers'.
   EXPECT_EQ(ReadTake(table(69, "m", "_"), "m.csv").MarkerCount(), 69u);
   EXPECT_EQ(ReadTake(table(70, "m", "."), "m.csv").MarkerCount(), 70u);

@@ -19,10 +19,12 @@ using testing::StartsWith;
 namespace {
 
 const std::string kTake = "frame,time,A.x,A.y,A.z\n1,0,1,2,3\n2,0.5,4,5,6\n";
-const std::string kKnownFormats = "; the formats that can be read are C3D (optical capture, .c3d), TRC "
-                                  "(tab-separated text that starts with "
-                                  "PathFileType), landmark CSV (columns frame, timestamp, X_0, ... Z_67), "
-                                  "marker CSV (columns frame,time,NAME.x,NAME.y,NAME.z,...)";
+const std::string kKnownFormats =
+    "; the formats that can be read are C3D (optical capture, .c3d), TRC "
+    "(tab-separated text that starts with "
+    "PathFileType), mesh CSV (columns x_0, y_0, z_0, ... of 468 or 478 landmarks), "
+    "landmark CSV (columns frame, timestamp, X_0, ... Z_67), "
+    "marker CSV (columns frame,time,NAME.x,NAME.y,NAME.z,...)";
 
 class ReadTakeFile : public TemporaryFolder {};
 
@@ -146,7 +148,8 @@ TEST(ReadTake, ARateIsForFilesWithoutTimes) {
 
 TEST(ReadTake, AFaceIsChosenOfLandmarksOnly) {
   EXPECT_EQ(InputErrorOf([] { ReadTake(kTake, "t.csv", {.strict = false, .face = 1}); }),
-            "t.csv: marker CSV has no faces to choose from; leave out --face, which is for landmark CSV");
+            "t.csv: marker CSV has no faces to choose from; leave out --face, which is for landmarks of "
+            "several faces");
 }
 
 TEST(ReadTake, StrictlyEveryNoteIsAnErrorWithTheFilesName) {

@@ -1,0 +1,144 @@
+#include "host/formats/mesh_csv.h"
+
+#include "host/base/error.h"
+#include "host/base/text.h"
+#include "host/formats/csv.h"
+#include "host/formats/csv_faces.h"
+#include "host/formats/csv_frames.h"
+#include "host/formats/csv_gaps.h"
+#include "host/formats/csv_names.h"
+#include "host/formats/mesh_columns.h"
+#include "host/formats/mesh_times.h"
+#include "host/takes/far_positions.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace mien {
+namespace {
+
+// The column that numbers the faces.
+std::optional<std::size_t> FaceColumn(const CsvReader& csv) {
+  for (const std::string_view name : {"face_id", "face", "face_index"})
+    if (const auto column = csv.Column(name)) return column;
+  return std::nullopt;
+}
+
+// Markers of marker CSV are in millimetres, which a face does not have within 2 mm of the origin: such points
+// are parts of an image. The first row with numbers decides.
+bool HasPartsOfAnImage(std::string_view bytes) {
+  try {
+    CsvReader csv(bytes, "");
+    const MeshColumns mesh = FindMeshColumns(csv);
+    while (csv.Next()) {
+      std::size_t count = 0, parts = 0;
+      for (const MeshColumns::Coordinate& c : mesh.coordinates)
+        if (const auto value = csv.NumberIfAny(c.column); value && !std::isnan(*value)) {
+          ++count;
+          if (*value >= -1 && *value <= 2) ++parts;
+        }
+      if (count > 0) return parts == count;
+    }
+  } catch (const InputError&) {} // marker CSV reports it
+  return false;
+}
+
+class RowReader {
+public:
+  RowReader(CsvReader& csv, const MeshColumns& mesh, const FrameColumns& frames,
+            std::optional<std::int64_t> face_id, const std::optional<FrameRate>& input_rate, Take& take)
+      : csv_(csv), mesh_(mesh), take_(take), faces_(csv, FaceColumn(csv), face_id),
+        frames_(csv, frames, input_rate), values_(mesh.points) {}
+
+  void Read() {
+    while (csv_.Next()) {
+      try {
+        if (faces_.IsChosen(csv_)) ReadRow();
+      } catch (const InputError&) {
+        if (!frames_.LeaveOutIfCut(csv_, take_)) throw;
+      }
+    }
+    faces_.Check(csv_);
+    csv_.Finish(take_.notes);
+    faces_.AppendTo(take_.notes, csv_);
+    gaps_.AppendTo(take_.notes);
+    far_.AppendTo(take_.notes);
+    frames_.Finish(csv_, take_, kFastestVideoHz);
+  }
+
+private:
+  void ReadRow() {
+    const std::size_t frame = frames_.AddFrame(csv_, take_);
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    constexpr std::string_view kFix =
+        "write a part of the image, such as 0.5, or leave all fields of a lost face empty";
+    for (const MeshColumns::Coordinate& c : mesh_.coordinates)
+      values_[c.point][c.axis] = csv_.NumberIfAny(c.column, kFix).value_or(kNone);
+    for (std::size_t point = 0; point < mesh_.points; ++point) {
+      const auto& [x, y, z] = values_[point];
+      if (!IsWithinReach({x, y, z}))
+        NoteGap(point);
+      else if (x != 0 || y != 0 || z != 0)
+        take_.Set(frame, point, {x, y, z});
+    }
+  }
+
+  // A point with a coordinate that is no number or too large. One with no coordinate at all is simply lost.
+  void NoteGap(std::size_t point) {
+    std::size_t missing = 0;
+    const MeshColumns::Coordinate* first = nullptr;
+    for (std::size_t axis = 0; axis < (mesh_.has_depth ? 3 : 2); ++axis)
+      if (!std::isfinite(values_[point][axis])) ++missing;
+    if (missing == (mesh_.has_depth ? 3 : 2)) return;
+    if (missing == 0) {
+      far_.Add(take_.markers[point], "line", static_cast<std::int64_t>(csv_.Line()));
+      return;
+    }
+    for (const MeshColumns::Coordinate& c : mesh_.coordinates)
+      if (c.point == point && !std::isfinite(values_[point][c.axis]) && !first) first = &c;
+    gaps_.Add(csv_, first->column);
+  }
+
+  CsvReader& csv_;
+  const MeshColumns& mesh_;
+  Take& take_;
+  CsvFaces faces_;
+  CsvFrames frames_;
+  std::vector<std::array<double, 3>> values_; // of the row; z stays 0 in a table without depth
+  CsvGaps gaps_;
+  FarPositions far_;
+};
+
+} // namespace
+
+bool IsMeshCsv(std::string_view bytes) {
+  const MeshLikeness likeness = LooksLikeMesh(CsvColumns(bytes));
+  return likeness == MeshLikeness::Yes || (likeness == MeshLikeness::AsMarkers && HasPartsOfAnImage(bytes));
+}
+
+Take ReadMeshCsv(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face_id,
+                 const std::optional<FrameRate>& input_rate, const MeshOptions& options) {
+  CsvReader csv(bytes, file);
+  const MeshColumns mesh = FindMeshColumns(csv);
+  Take take(MeshMarkers(mesh.points));
+  CorrectedNames names; // no program's names are the regular ones: nothing to note
+  const FrameColumns frames = FindFrameColumns(csv, "timestamp", names);
+  if (mesh.body_points > 0)
+    take.notes.push_back({Code::Ignored, "",
+                          fmt::format("the first {} of {} points are of the body; left out", mesh.body_points,
+                                      mesh.body_points + mesh.points)});
+  RowReader(csv, mesh, frames, face_id, input_rate, take).Read();
+  if (frames.time) NoteUnlikelyUnit(take, csv.Columns()[*frames.time], frames.units_per_second);
+  if (!mesh.has_depth)
+    take.notes.push_back({Code::Missing, "",
+                          "the landmarks have no depth (z): turns of the head will show up as "
+                          "expression"});
+  MeshToMillimetres(take, file, options);
+  return take;
+}
+
+} // namespace mien
