@@ -8,6 +8,7 @@
 #include "host/files/built_in.h"
 #include "host/files/foreign_file.h"
 #include "host/files/standard_streams.h"
+#include "host/performer/landmarks478.h"
 #include "host/performer/landmarks68.h"
 #include "mien/face/face.h"
 
@@ -29,6 +30,7 @@ constexpr std::string_view kFormat = "mien performer 1";
 
 constexpr BuiltIn kBuiltIn[] = {
     {"landmarks68", kLandmarks68},
+    {"landmarks478", kLandmarks478},
 };
 
 class PerformerReader {

@@ -587,7 +587,7 @@ TEST(LoadPerformer, AnUnknownNameListsTheBuiltInOnes) {
   EXPECT_EQ(InputErrorOf([] { LoadPerformer("landmarks67"); }),
             "landmarks67: there is no performer of this name and no such file; name a performer file, or one "
             "of the "
-            "built-in ones: landmarks68");
+            "built-in ones: landmarks68, landmarks478");
 }
 
 TEST_F(PerformerFiles, AreFoundByPathAndNamedInMistakes) {
