@@ -5,8 +5,15 @@
 #include <fmt/format.h>
 
 #include <string>
+#include <string_view>
 
 namespace mien {
+
+std::optional<std::size_t> FindFaceColumn(const CsvReader& csv) {
+  for (const std::string_view name : {"face_id", "face", "face_index"})
+    if (const auto column = csv.Column(name)) return column;
+  return std::nullopt;
+}
 
 CsvFaces::CsvFaces(const CsvReader& csv, std::optional<std::size_t> column,
                    std::optional<std::int64_t> wanted)

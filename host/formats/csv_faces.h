@@ -11,6 +11,9 @@
 
 namespace mien {
 
+/// The column that numbers the faces: "face_id", "face" or "face_index".
+std::optional<std::size_t> FindFaceColumn(const CsvReader& csv);
+
 /// Of a table whose rows are several faces, the one that is read.
 class CsvFaces {
 public:

@@ -119,6 +119,13 @@ MeshLikeness LooksLikeMesh(const std::vector<std::string_view>& columns) {
   return count == kMeshWithoutIrises || count == kMeshPoints ? MeshLikeness::AsMarkers : MeshLikeness::No;
 }
 
+bool IsTransposedMesh(std::string_view bytes) {
+  try {
+    CsvReader csv(bytes, "");
+    return csv.Columns().size() > 1 && csv.Next() && ParsePointColumn(csv.Text(0));
+  } catch (const InputError&) { return false; }
+}
+
 MeshColumns FindMeshColumns(const CsvReader& csv) {
   const std::vector<std::string_view>& names = csv.Columns();
   const std::optional<Family> family = LargestFamily(names);

@@ -21,13 +21,6 @@
 namespace mien {
 namespace {
 
-// The column that numbers the faces.
-std::optional<std::size_t> FaceColumn(const CsvReader& csv) {
-  for (const std::string_view name : {"face_id", "face", "face_index"})
-    if (const auto column = csv.Column(name)) return column;
-  return std::nullopt;
-}
-
 // Markers of marker CSV are in millimetres, which a face does not have within 2 mm of the origin: such points
 // are parts of an image. The first row with numbers decides.
 bool HasPartsOfAnImage(std::string_view bytes) {
@@ -51,7 +44,7 @@ class RowReader {
 public:
   RowReader(CsvReader& csv, const MeshColumns& mesh, const FrameColumns& frames,
             std::optional<std::int64_t> face_id, const std::optional<FrameRate>& input_rate, Take& take)
-      : csv_(csv), mesh_(mesh), take_(take), faces_(csv, FaceColumn(csv), face_id),
+      : csv_(csv), mesh_(mesh), take_(take), faces_(csv, FindFaceColumn(csv), face_id),
         frames_(csv, frames, input_rate), values_(mesh.points) {}
 
   void Read() {

@@ -8,7 +8,11 @@
 #include "host/formats/csv.h"
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
+#include "host/formats/mesh_columns.h"
 #include "host/formats/mesh_csv.h"
+#include "host/formats/mesh_json.h"
+#include "host/formats/mesh_long_csv.h"
+#include "host/formats/mesh_weights.h"
 #include "host/formats/trc.h"
 #include "host/takes/timecode.h"
 
@@ -47,6 +51,17 @@ constexpr Format kFormats[] = {
        return ReadMeshCsv(bytes, file, options.face, options.input_rate, options.mesh);
      },
      true, true},
+    {"long mesh CSV", "columns frame, time_s, face, landmark, x, y, z",
+     [](std::string_view bytes) { return IsLongMeshCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadLongMeshCsv(bytes, file, options.face, options.input_rate, options.mesh);
+     },
+     true, true},
+    {"mesh JSON", "results with faceLandmarks", IsMeshJson,
+     [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
+       return ReadMeshJson(bytes, file, options.face, options.input_rate, options.mesh);
+     },
+     true, true},
     {"landmark CSV", "columns frame, timestamp, X_0, ... Z_67",
      [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
@@ -54,7 +69,10 @@ constexpr Format kFormats[] = {
      },
      true},
     {"marker CSV", "columns frame,time,NAME.x,NAME.y,NAME.z,...",
-     [](std::string_view bytes) { return IsMarkerCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes) {
+       const std::vector<std::string_view> columns = CsvColumns(bytes);
+       return IsMarkerCsv(columns) && !IsMeshWeightsCsv(columns);
+     },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
        return ReadMarkerCsv(bytes, file, options.input_rate);
      }},
@@ -104,6 +122,12 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
 
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
   if (IsShapeWeights(CsvColumns(bytes))) FailShapeWeights(bytes, file);
+  if (IsMeshWeightsCsv(CsvColumns(bytes))) FailMeshWeights(file);
+  if (IsTransposedMesh(bytes))
+    throw InputError(
+        Code::Unsupported, file, "2",
+        "the table is transposed: the row is a coordinate of a point, and a row per frame is expected",
+        "write the points' coordinates as columns, x_0,y_0,z_0,x_1,...");
   std::string formats;
   for (const Format& format : kFormats)
     formats += fmt::format("{}{} ({})", formats.empty() ? "" : ", ", format.name, format.looks);

@@ -1,5 +1,9 @@
 #include "host/formats/mesh_columns.h"
 
+#include "host/formats/read_take.h"
+#include "tests/host/input_error.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -30,4 +34,13 @@ TEST(MeshColumns, PointsOfDifferentTablesAreDifferentFamilies) {
   EXPECT_NE(ParsePointColumn("eye_lmk_x_0")->family, ParsePointColumn("x_0")->family);
   EXPECT_NE(ParsePointColumn("X_0")->family, ParsePointColumn("x_0")->family);
   EXPECT_NE(ParsePointColumn("0_x")->family, ParsePointColumn("x_0")->family);
+}
+
+TEST(MeshColumns, ATransposedTableIsRefusedAsWhatItIs) {
+  const auto error = [](const std::string& text) {
+    return InputErrorOf([&] { mien::ReadTake(text, "face.csv"); });
+  };
+  for (const char* text : {"point,0,1\nx_0,0.5,0.5\ny_0,0.4,0.4\n", ",0.00,0.04\nlm0x,0.5,0.5\n"})
+    EXPECT_THAT(error(text), testing::HasSubstr("face.csv:2: the table is transposed"));
+  EXPECT_THAT(error("a,b\n1,2\n"), testing::HasSubstr("no take of a known format"));
 }

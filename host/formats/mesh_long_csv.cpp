@@ -1,0 +1,185 @@
+#include "host/formats/mesh_long_csv.h"
+
+#include "host/base/error.h"
+#include "host/base/text.h"
+#include "host/formats/csv.h"
+#include "host/formats/csv_faces.h"
+#include "host/formats/csv_frames.h"
+#include "host/formats/csv_gaps.h"
+#include "host/formats/csv_names.h"
+#include "host/formats/mesh_mirror.h"
+#include "host/formats/mesh_times.h"
+#include "host/takes/far_positions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <unordered_map>
+
+namespace mien {
+namespace {
+
+constexpr std::string_view kFix = "write a row per landmark as frame,time_s,face,landmark,x,y,z";
+
+std::optional<std::size_t> FindColumn(const std::vector<std::string_view>& columns,
+                                      std::initializer_list<std::string_view> names) {
+  for (const std::string_view name : names)
+    for (std::size_t c = 0; c < columns.size(); ++c)
+      if (EqualIgnoringCase(columns[c], name)) return c;
+  return std::nullopt;
+}
+
+std::optional<std::size_t> LandmarkColumn(const std::vector<std::string_view>& columns) {
+  return FindColumn(columns, {"landmark", "landmark_id", "landmark_index", "landmark_idx", "point",
+                              "point_id", "point_index"});
+}
+
+struct Columns {
+  FrameColumns frames;
+  std::optional<std::size_t> face;
+  std::size_t landmark = 0;
+  std::array<std::size_t, 3> axes{};
+};
+
+Columns FindColumns(const CsvReader& csv) {
+  Columns columns;
+  CorrectedNames names; // no program's names are the regular ones: nothing to note
+  columns.frames = FindFrameColumns(csv, "timestamp", names);
+  if (!columns.frames.number && !columns.frames.time)
+    csv.Fail(Code::Missing, "a row is a landmark, and there is no column \"frame\" that says of which frame",
+             kFix);
+  columns.face = FindFaceColumn(csv);
+  columns.landmark = LandmarkColumn(csv.Columns()).value_or(0); // there is one: IsLongMeshCsv
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const std::string_view name = std::string_view("xyz").substr(axis, 1);
+    const auto column = FindColumn(csv.Columns(), {name});
+    if (!column) csv.Fail(Code::Missing, fmt::format("the column {} is missing", Quoted(name)), kFix);
+    columns.axes[axis] = *column;
+  }
+  return columns;
+}
+
+struct Numbering {
+  std::size_t first = 0, count = 0;
+};
+
+// A take's markers are known before its first frame, so the landmarks' numbers are read ahead.
+Numbering FindNumbering(std::string_view bytes, const std::string& file, std::size_t column) {
+  CsvReader csv(bytes, file);
+  std::int64_t least = std::numeric_limits<std::int64_t>::max(), most = -1;
+  try {
+    while (csv.Next())
+      if (!csv.Text(column).empty()) {
+        const std::int64_t landmark = csv.Integer(column);
+        least = std::min(least, landmark);
+        most = std::max(most, landmark);
+      }
+  } catch (const InputError&) {} // reported when the row is read, unless it is cut short
+  for (const std::size_t count : {kMeshWithoutIrises, kMeshPoints})
+    for (const std::int64_t first : {0, 1})
+      if (least == first && most - first + 1 == static_cast<std::int64_t>(count))
+        return {static_cast<std::size_t>(first), count};
+  if (most < 0) return {0, kMeshPoints};
+  throw InputError(
+      Code::Unsupported, file, "",
+      fmt::format("the table has landmarks {} to {}; those of the face mesh are 0 to 467 or 0 to 477, "
+                  "or as many from 1",
+                  least, most),
+      "write all landmarks of the face mesh, and those of nothing else");
+}
+
+class RowReader {
+public:
+  RowReader(CsvReader& csv, const Columns& columns, const Numbering& numbering,
+            std::optional<std::int64_t> face_id, const std::optional<FrameRate>& input_rate, Take& take)
+      : csv_(csv), columns_(columns), numbering_(numbering), take_(take), faces_(csv, columns.face, face_id),
+        frames_(csv, columns.frames, input_rate) {}
+
+  void Read() {
+    while (csv_.Next()) {
+      try {
+        if (faces_.IsChosen(csv_)) ReadRow();
+      } catch (const InputError&) {
+        if (!frames_.LeaveOutIfCut(csv_, take_)) throw;
+      }
+    }
+    faces_.Check(csv_);
+    csv_.Finish(take_.notes);
+    faces_.AppendTo(take_.notes, csv_);
+    gaps_.AppendTo(take_.notes);
+    far_.AppendTo(take_.notes);
+    frames_.Finish(csv_, take_, kFastestVideoHz);
+  }
+
+private:
+  // The frame of the current row, which other rows may have added.
+  std::size_t Frame() {
+    const double key = csv_.Number(columns_.frames.number.value_or(columns_.frames.time.value_or(0)));
+    if (const auto found = by_key_.find(key); found != by_key_.end()) return found->second;
+    return by_key_.emplace(key, frames_.AddFrame(csv_, take_)).first->second;
+  }
+
+  void ReadRow() {
+    const std::size_t frame = Frame();
+    if (csv_.Text(columns_.landmark).empty()) return;
+    const std::int64_t landmark =
+        csv_.Integer(columns_.landmark) - static_cast<std::int64_t>(numbering_.first);
+    if (landmark < 0 || landmark >= static_cast<std::int64_t>(numbering_.count))
+      csv_.FailAt(Code::InvalidValue, columns_.landmark, "the landmark is not one of the face mesh", kFix);
+    const auto marker = static_cast<std::size_t>(landmark);
+    if (take_.At(frame, marker))
+      csv_.FailAt(Code::Duplicate, columns_.landmark,
+                  fmt::format("landmark {} is in its frame twice", landmark),
+                  "number the faces in a column \"face\", and give each recording its own file");
+
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    std::array<double, 3> value{};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+      value[axis] = csv_.NumberIfAny(columns_.axes[axis]).value_or(kNone);
+    const Point p = {value[0], value[1], value[2]};
+    const auto missing =
+        std::find_if_not(value.begin(), value.end(), [](double v) { return std::isfinite(v); });
+    if (IsWithinReach(p)) {
+      if (p.x != 0 || p.y != 0 || p.z != 0) take_.Set(frame, marker, p);
+    } else if (missing == value.end()) {
+      far_.Add(take_.markers[marker], "line", static_cast<std::int64_t>(csv_.Line()));
+    } else if (std::any_of(value.begin(), value.end(), [](double v) { return std::isfinite(v); })) {
+      gaps_.Add(csv_, columns_.axes[static_cast<std::size_t>(missing - value.begin())]);
+    }
+  }
+
+  CsvReader& csv_;
+  const Columns& columns_;
+  const Numbering numbering_;
+  Take& take_;
+  CsvFaces faces_;
+  CsvFrames frames_;
+  std::unordered_map<double, std::size_t>
+      by_key_; // frames by their numbers, or without numbers by their times
+  CsvGaps gaps_;
+  FarPositions far_;
+};
+
+} // namespace
+
+bool IsLongMeshCsv(const std::vector<std::string_view>& columns) {
+  return LandmarkColumn(columns) && FindColumn(columns, {"x"}) && FindColumn(columns, {"y"});
+}
+
+Take ReadLongMeshCsv(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face_id,
+                     const std::optional<FrameRate>& input_rate, const MeshOptions& options) {
+  CsvReader csv(bytes, file);
+  const Columns columns = FindColumns(csv);
+  const Numbering numbering = FindNumbering(bytes, file, columns.landmark);
+  Take take(MeshMarkers(numbering.count));
+  RowReader(csv, columns, numbering, face_id, input_rate, take).Read();
+  if (columns.frames.time)
+    NoteUnlikelyUnit(take, csv.Columns()[*columns.frames.time], columns.frames.units_per_second);
+  MeshToMillimetres(take, file, options);
+  return take;
+}
+
+} // namespace mien
