@@ -42,7 +42,8 @@ enum class MeshLikeness {
 };
 MeshLikeness LooksLikeMesh(const std::vector<std::string_view>& columns);
 
-/// Whether the rows are coordinates of points and the columns frames: the first row begins with "x_0" or the like.
+/// Whether the rows are coordinates of points and the columns frames: the first row begins with "x_0" or the
+/// like.
 bool IsTransposedMesh(std::string_view bytes);
 
 /// Throws InputError if the number of points is not that of a mesh, or a column is missing or there twice.

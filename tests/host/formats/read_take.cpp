@@ -23,8 +23,8 @@ const std::string kKnownFormats =
     "; the formats that can be read are C3D (optical capture, .c3d), TRC "
     "(tab-separated text that starts with "
     "PathFileType), mesh CSV (columns x_0, y_0, z_0, ... of 468 or 478 landmarks), "
-                                  "long mesh CSV (columns frame, time_s, face, landmark, x, y, z), mesh JSON "
-                                  "(results with faceLandmarks), "
+    "long mesh CSV (columns frame, time_s, face, landmark, x, y, z), mesh JSON "
+    "(results with faceLandmarks), "
     "landmark CSV (columns frame, timestamp, X_0, ... Z_67), "
     "marker CSV (columns frame,time,NAME.x,NAME.y,NAME.z,...)";
 
