@@ -45,7 +45,9 @@ public:
   RowReader(CsvReader& csv, const MeshColumns& mesh, const FrameColumns& frames,
             std::optional<std::int64_t> face_id, const std::optional<FrameRate>& input_rate, Take& take)
       : csv_(csv), mesh_(mesh), take_(take), faces_(csv, FindFaceColumn(csv), face_id),
-        frames_(csv, frames, input_rate), values_(mesh.points) {}
+        frames_(csv, frames, input_rate), values_(mesh.points), column_of_(mesh.points) {
+    for (const MeshColumns::Coordinate& c : mesh.coordinates) column_of_[c.point][c.axis] = c.column;
+  }
 
   void Read() {
     while (csv_.Next()) {
@@ -83,17 +85,16 @@ private:
   // A point with a coordinate that is no number or too large. One with no coordinate at all is simply lost.
   void NoteGap(std::size_t point) {
     std::size_t missing = 0;
-    const MeshColumns::Coordinate* first = nullptr;
-    for (std::size_t axis = 0; axis < (mesh_.has_depth ? 3 : 2); ++axis)
-      if (!std::isfinite(values_[point][axis])) ++missing;
-    if (missing == (mesh_.has_depth ? 3 : 2)) return;
+    std::size_t first = 0; // axis
+    const std::size_t axes = mesh_.has_depth ? 3 : 2;
+    for (std::size_t axis = 0; axis < axes; ++axis)
+      if (!std::isfinite(values_[point][axis]) && missing++ == 0) first = axis;
+    if (missing == axes) return;
     if (missing == 0) {
       far_.Add(take_.markers[point], "line", static_cast<std::int64_t>(csv_.Line()));
       return;
     }
-    for (const MeshColumns::Coordinate& c : mesh_.coordinates)
-      if (c.point == point && !std::isfinite(values_[point][c.axis]) && !first) first = &c;
-    gaps_.Add(csv_, first->column);
+    gaps_.Add(csv_, column_of_[point][first]);
   }
 
   CsvReader& csv_;
@@ -102,6 +103,7 @@ private:
   CsvFaces faces_;
   CsvFrames frames_;
   std::vector<std::array<double, 3>> values_; // of the row; z stays 0 in a table without depth
+  std::vector<std::array<std::size_t, 3>> column_of_;
   CsvGaps gaps_;
   FarPositions far_;
 };

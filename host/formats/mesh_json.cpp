@@ -422,8 +422,10 @@ bool IsMeshJson(std::string_view bytes) {
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
   const std::size_t first = bytes.find_first_not_of(" \t\r\n");
   if (first == std::string_view::npos || (bytes[first] != '{' && bytes[first] != '[')) return false;
-  const auto has = [bytes](std::string_view key) {
-    return bytes.find(fmt::format("\"{}\"", key)) != std::string_view::npos;
+  constexpr std::size_t kFar = 1 << 20; // a result without its points has less
+  const std::string_view beginning = bytes.substr(first, kFar);
+  const auto has = [beginning](std::string_view key) {
+    return beginning.find(fmt::format("\"{}\"", key)) != std::string_view::npos;
   };
   return std::any_of(std::begin(kFaceKeys), std::end(kFaceKeys), has) ||
          std::any_of(std::begin(kWeightKeys), std::end(kWeightKeys), has);

@@ -1,10 +1,14 @@
 #include "host/cli/take_options.h"
 
+#include "host/formats/read_take.h"
 #include "tests/host/cli/run_mien.h"
+#include "tests/host/formats/mesh_face.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -66,4 +70,28 @@ TEST_F(TakeOptions, OptionsOfTheMeshAreRefusedForOtherTakes) {
   EXPECT_THAT(Run({"info", "timed.csv", "--image", "1280"}).err, HasSubstr("is not a size in pixels"));
   EXPECT_THAT(Run({"info", "timed.csv", "--face-width", "14"}).err,
               HasSubstr("is not a width from 50 to 400 millimetres"));
+}
+
+TEST_F(TakeOptions, OfTheMeshReachTheReader) {
+  std::string header = "frame", row = "1";
+  const std::vector<mien::Point> face = MeshFace();
+  for (std::size_t i = 0; i < face.size(); ++i) {
+    const mien::Point p = InImage(face[i], 480, 360);
+    header += fmt::format(",x_{0},y_{0},z_{0}", i);
+    row += fmt::format(",{},{},{}", p.x, p.y, p.z);
+  }
+  Write("mesh.csv", header + "\n" + row + "\n");
+  const auto converted = [this](std::vector<std::string> options) {
+    options.insert(options.begin(), {"convert", "mesh.csv", "out.csv"});
+    const Ran ran = Run(options);
+    EXPECT_EQ(ran.exit_code, 0) << ran.err;
+    return mien::ReadTake(Saved("out.csv"), "out.csv");
+  };
+  const mien::Take plain = converted({"--image", "640x480"});
+  constexpr double kRounding = 1e-9; // of the file's decimals
+  EXPECT_NEAR(plain.At(0, 1)->y - plain.At(0, 152)->y, face[1].y - face[152].y, kRounding);
+  const mien::Take wide = converted({"--image", "640x480", "--face-width", "304"});
+  EXPECT_NEAR(wide.At(0, 454)->x - wide.At(0, 234)->x, 304, kRounding);
+  const mien::Take mirrored = converted({"--image", "640x480", "--mirrored"});
+  EXPECT_NEAR(mirrored.At(0, 263)->x, -plain.At(0, 33)->x, kRounding);
 }
