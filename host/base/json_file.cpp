@@ -65,7 +65,7 @@ void JsonFile::CheckKeys(const Pointer& place, const Json& object,
                          const std::vector<std::string_view>& known) {
   for (const auto& [key, value] : object.items())
     if (std::find(known.begin(), known.end(), key) == known.end())
-      Mistake(Code::NotFound, place / key, "nothing is known by this name",
+      Mistake(Code::NotFound, place / key, "this name is unknown",
               fmt::format("use one of: {}", fmt::join(known, ", ")));
 }
 
@@ -93,7 +93,7 @@ std::string JsonFile::ReadHeading(std::string_view format, std::string_view what
   }
   if (!root_.contains("format") || root_["format"] != format)
     Mistake(Code::UnknownFormat, here / "format",
-            fmt::format("this is not known as a {} of this version", what),
+            fmt::format("this is not a {} file of this version", what),
             fmt::format("write \"format\": \"{}\"", format));
   if (root_.contains("name") && root_["name"].is_string() && !root_["name"].get<std::string>().empty())
     return root_["name"].get<std::string>();
@@ -120,7 +120,7 @@ std::vector<std::string> JsonFile::ReadNames(const Pointer& place, const Json& n
     if (known.insert(name).second)
       read.push_back(name);
     else
-      Mistake(Code::Duplicate, place / i, fmt::format("the {} {} is in the list already", what, Quoted(name)),
+      Mistake(Code::Duplicate, place / i, fmt::format("the {} {} is already in the list", what, Quoted(name)),
               "name it once");
   }
   return read;

@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace mien {
@@ -22,11 +24,12 @@ std::string Fix(const std::string& name, const Take& take, const NameSearch& sea
 void CheckMarkers(const Performer& performer, const Take& take, const NameSearch& search) {
   // With a performer for another marker set nearly all are missing: the first few show that.
   constexpr std::size_t kMostShown = 5;
+  const std::set<std::string_view> known(take.markers.begin(), take.markers.end());
   std::vector<Problem> mistakes;
   std::size_t more = 0;
   const auto check = [&](const std::string& place, const std::vector<std::string>& names) {
     for (std::size_t i = 0; i < names.size(); ++i) {
-      if (take.FindMarker(names[i])) continue;
+      if (known.contains(names[i])) continue;
       if (mistakes.size() == kMostShown) {
         ++more;
         continue;

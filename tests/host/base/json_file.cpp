@@ -63,7 +63,7 @@ TEST(JsonFile, OfAFileOfAnotherKindOnlyTheKindIsReported) {
   EXPECT_EQ(heading("mien coat 1"), "p.json:/format: this is a \"coat\" file; name a hat file here");
   for (const std::string unknown : {"mien hat 2", "mien hat", "mien", "mien ", "mien  1", "coat 1", ""})
     EXPECT_THAT(heading(unknown),
-                StartsWith("p.json:/format: this is not known as a hat of this version; write"))
+                StartsWith("p.json:/format: this is not a hat file of this version; write"))
         << unknown;
 }
 
@@ -195,8 +195,8 @@ TEST(JsonFile, UnknownKeysAreMistakesAndKnownOnesAreNot) {
   JsonFile file(R"({"neutral": 1, "Neutral": 2, "": 3})", "p.json");
   file.CheckKeys(JsonFile::Pointer(), file.Root(), {"name", "neutral"});
   EXPECT_EQ(InputErrorOf([&] { file.ThrowMistakes(); }),
-            "p.json:/Neutral: nothing is known by this name; use one of: name, neutral\n"
-            "p.json:/: nothing is known by this name; use one of: name, neutral");
+            "p.json:/Neutral: this name is unknown; use one of: name, neutral\n"
+            "p.json:/: this name is unknown; use one of: name, neutral");
 }
 
 // Where a long pointer is shortened, what is left is still text.
@@ -235,7 +235,7 @@ TEST(JsonFile, KeysCannotSteerTheTerminal) {
   file.CheckKeys(JsonFile::Pointer(), file.Root(), {"name"});
   const std::string error = InputErrorOf([&] { file.ThrowMistakes(); });
   EXPECT_THAT(error, HasSubstr("p.json:/?[2J?: this key is in the object twice"));
-  EXPECT_THAT(error, HasSubstr("p.json:/?[2J?: nothing is known"));
+  EXPECT_THAT(error, HasSubstr("p.json:/?[2J?: this name is unknown"));
   EXPECT_THAT(error, Not(HasSubstr("\x1B")));
 }
 
@@ -260,7 +260,7 @@ TEST(JsonFile, TheHeadingIsFormatAndName) {
 }
 
 TEST(JsonFile, AWrongHeadingIsReportedWithItsFix) {
-  const std::string format = "p.json:/format: this is not known as a hat of this version; write \"format\": "
+  const std::string format = "p.json:/format: this is not a hat file of this version; write \"format\": "
                              "\"mien hat 1\"",
                     name = "p.json:/name: the hat has no name; write \"name\": \"...\"";
   for (const auto& [text, error] : {
@@ -302,9 +302,9 @@ TEST(JsonFile, NamesAreAListInItsOrder) {
   EXPECT_THAT(file.ReadNames(JsonFile::Pointer("/list"), file.Root(), "hat"), ElementsAre("b", "a", "B"));
   EXPECT_EQ(InputErrorOf([&] { file.ThrowMistakes(); }),
             "p.json:/list/2: the hat name has 0 bytes; use 1 to 255\n"
-            "p.json:/list/4: the hat \"b\" is in the list already; name it once\n"
+            "p.json:/list/4: the hat \"b\" is already in the list; name it once\n"
             "p.json:/list/5: this is not a hat name; write it in quotes\n"
-            "p.json:/list/6: the hat \"a\" is in the list already; name it once\n"
+            "p.json:/list/6: the hat \"a\" is already in the list; name it once\n"
             "p.json:/list/7: this is not a hat name; write it in quotes\n"
             "p.json:/list/8: this is not a hat name; write it in quotes\n"
             "p.json:/list/9: the hat name has a zero byte; use letters and digits");

@@ -490,7 +490,7 @@ TEST(ReadCharacter, ReportsWhatAnEmptyObjectLacks) {
   EXPECT_THAT(
       Lines(Error("{}")),
       ElementsAre(
-          "c.json:/format: this is not known as a character of this version; write \"format\": "
+          "c.json:/format: this is not a character file of this version; write \"format\": "
           "\"mien character 1\"",
           "c.json:/name: the character has no name; write \"name\": \"...\"",
           "c.json:/parts: the character has no parts; write \"parts\": { \"face\": { \"shapes\": [...] } }",
@@ -508,7 +508,7 @@ TEST(ReadCharacter, EachMistakeIsReportedByItsPointer) {
                     other_sign = ": the sign differs from the rest pose; scale by a factor above 0: "
                                  "between the two poses the cluster would vanish",
                     not_weight = ": this is not a weight; write a number",
-                    unknown = ": nothing is known by this name; use one of: ",
+                    unknown = ": this name is unknown; use one of: ",
                     no_shape = ": no part has a shape of this name; list it under \"shapes\" of a part",
                     not_range = ": these are not two numbers in order; write [LEAST, MOST]";
   const std::string rest = "/parts/face/clusters/rest/jaw";
@@ -530,7 +530,7 @@ TEST(ReadCharacter, EachMistakeIsReportedByItsPointer) {
       {File(R"({ "p": { "shapes": ["a", 1] } })", "{}"),
        "/parts/p/shapes/1: this is not a shape name; write it in quotes"},
       {File(R"({ "p": { "shapes": ["a", "b", "a"] } })", "{}"),
-       "/parts/p/shapes/2: the shape \"a\" is in the list already; name it once"},
+       "/parts/p/shapes/2: the shape \"a\" is already in the list; name it once"},
       {File(R"({ "p": { "shapes": ["a", "b"] }, "q": { "shapes": ["c", "b"] } })", "{}"),
        "/parts/q/shapes/1: the part \"p\" already has the shape \"b\"; name it once; templates find a "
        "shape only by its name"},
@@ -661,9 +661,9 @@ TEST(ReadCharacter, NamesHaveNoZeroByte) {
 
 TEST(ReadCharacter, PartsAndTemplatesOfTheFaceWithAZeroByteBehindAreUnknown) {
   EXPECT_THAT(Lines(Error(File(kParts, R"({ "Mouth\u0000": { "Open": { "a": 1 } } })"))),
-              ElementsAre(StartsWith("c.json:/templates/Mouth?: nothing is known by this name")));
+              ElementsAre(StartsWith("c.json:/templates/Mouth?: this name is unknown")));
   EXPECT_THAT(Lines(Error(File(kParts, R"({ "Mouth": { "Open\u0000x": { "a": 1 } } })"))),
-              ElementsAre(StartsWith("c.json:/templates/Mouth/Open?x: nothing is known by this name")));
+              ElementsAre(StartsWith("c.json:/templates/Mouth/Open?x: this name is unknown")));
 }
 
 TEST(ReadCharacter, PointersEscapeSlashesAndTildes) {
@@ -676,10 +676,10 @@ TEST(ReadCharacter, PointersEscapeSlashesAndTildes) {
     "expressions": { "/~": [] }
   })";
   EXPECT_THAT(Lines(Error(file)),
-              ElementsAre(StartsWith("c.json:/parts/a~1b/shapes/1: the shape \"s~\" is in the list already"),
+              ElementsAre(StartsWith("c.json:/parts/a~1b/shapes/1: the shape \"s~\" is already in the list"),
                           StartsWith("c.json:/parts/a~1b/clusters/rest/c~1d/scale: this is not a scale"),
                           StartsWith("c.json:/parts/a~1b/clusters/poses/s~0/~0~1: the rest pose has no"),
-                          StartsWith("c.json:/parts/a~1b/clusters/poses/s~0/c~1d/x~1y: nothing is known"),
+                          StartsWith("c.json:/parts/a~1b/clusters/poses/s~0/c~1d/x~1y: this name is unknown"),
                           StartsWith("c.json:/templates/Mouth/Open/~01: no part has a shape"),
                           StartsWith("c.json:/expressions/~1~0: this is not an object")));
 }
@@ -721,12 +721,12 @@ TEST(ReadCharacter, ReportsAllMistakesTogether) {
   })");
   const std::vector<std::string> places = {
       "/name: this key is in the object twice",
-      "/format: this is not known as a character of this version",
+      "/format: this is not a character file of this version",
       "/name: the character has no name",
-      "/hat: nothing is known by this name",
+      "/hat: this name is unknown",
       "/range: these are not two numbers in order",
-      "/parts/face/size: nothing is known by this name",
-      "/parts/face/shapes/2: the shape \"a\" is in the list already",
+      "/parts/face/size: this name is unknown",
+      "/parts/face/shapes/2: the shape \"a\" is already in the list",
       "/parts/face/shapes/3: this is not a shape name",
       "/parts/face/shapes/4: the shape name has 0 bytes",
       "/parts/jaw/shapes/1: the part \"face\" already has the shape \"b\"",
@@ -740,17 +740,17 @@ TEST(ReadCharacter, ReportsAllMistakesTogether) {
       "/parts/jaw/clusters/poses/c/chin/scale: the sign differs",
       "/parts/jaw/clusters/poses/c/bone: this is not an object",
       "/parts/eyes: this is not an object",
-      "/templates/Nose: nothing is known by this name",
-      "/templates/Mouth/Opened: nothing is known by this name",
+      "/templates/Nose: this name is unknown",
+      "/templates/Mouth/Opened: this name is unknown",
       "/templates/Mouth/Open/a: this is not a weight",
       "/templates/Mouth/Open/z: no part has a shape of this name",
       "/templates/LeftEye: this is not an object",
-      "/expressions/Smile/templates/Mouth/Grin: nothing is known by this name",
+      "/expressions/Smile/templates/Mouth/Grin: this name is unknown",
       "/expressions/Smile/templates/Mouth/Open: this is not a weight",
       "/expressions/Smile/shapes/y: no part has a shape of this name",
       "/expressions/SMILE: the name differs from \"Smile\" only",
       "/expressions/SMILE: this is not an object",
-      "/expressions/Frown/weights: nothing is known by this name",
+      "/expressions/Frown/weights: this name is unknown",
   };
   std::vector<testing::Matcher<std::string>> expected;
   for (const std::string& place : places) expected.emplace_back(StartsWith("c.json:" + place));

@@ -477,8 +477,8 @@ TEST_F(Command, AllMistakesOfACharacterAreReportedEachOnALineOfItsOwn) {
   EXPECT_EQ(ran.exit_code, 1);
   EXPECT_THAT(
       Lines(ran.err),
-      ElementsAre(StartsWith("mien: c.json:/parts/face/shapes/1: the shape \"a\" is in the list already"),
-                  StartsWith("mien: c.json:/templates/Mouth/Opne: nothing is known by this name"),
+      ElementsAre(StartsWith("mien: c.json:/parts/face/shapes/1: the shape \"a\" is already in the list"),
+                  StartsWith("mien: c.json:/templates/Mouth/Opne: this name is unknown"),
                   StartsWith("mien: c.json:/templates/Mouth/Open/b: no part has a shape of this name")));
   EXPECT_THAT(Files(), ElementsAre("c.json", "take.csv"));
 }

@@ -681,7 +681,7 @@ TEST(Trc, RowsOutOfOrderAreSortedByTimeIfTheirNumbersAgree) {
     EXPECT_THAT(Read(WithRows(rows)).frames, ElementsAre(12, 13, 14)) << rows;
 }
 
-// --- Files that are cut, empty or hostile.
+// --- Files that are cut, empty or hostile
 
 TEST(Trc, HeadersThatAreCutOrMissingSayWhereAndWhat) {
   const File file;
@@ -835,9 +835,9 @@ TEST(Trc, AHeaderOfTabsAloneCostsLittle) {
   EXPECT_LT(CpuSecondsOf([&] { EXPECT_EQ(Read(file).MarkerCount(), 2u); }), 10);
 }
 
-// 32 bytes for each of the file's, and a megabyte. A frame needs its markers' positions and where these are
-// from, its number and its time.
-TEST(Trc, ATakeMayNeedMoreMemoryThanItsFileByAKnownMeasure) {
+// The limit is 32 times the file's size and a megabyte. A frame takes its markers' positions and origins, its
+// number and its time.
+TEST(Trc, MemoryIsLimitedByTheFilesSize) {
   constexpr std::size_t kMarkers = 10000, kFrame = kMarkers * (3 * 8 + 1) + 2 * 8;
   File file;
   file.names = "Frame#\tTime";

@@ -79,8 +79,7 @@ Point InSinglePrecision(const Point& p) {
   return {rounded(p.x), rounded(p.y), rounded(p.z)};
 }
 
-// That `kept`, from a file of C3D or of the text formats, holds `take`. `floats` where a C3D file was on the
-// way.
+// Requires that `kept` holds `take`. `floats`: a C3D file was on the way.
 void ExpectHeld(const Take& take, const Take& kept, bool floats) {
   EXPECT_EQ(kept.markers, take.markers);
   EXPECT_EQ(ToText(kept.rate), ToText(take.rate));
@@ -195,7 +194,7 @@ TEST(WhatWasLost, LostAndAddedPositions) {
               ElementsAre("2 positions became gaps", "1 gap became a position"));
 }
 
-TEST(WhatWasLost, HowPositionsCameAbout) {
+TEST(WhatWasLost, Origins) {
   EXPECT_THAT(
       Lost([](Take& take) {
         take.Set(2, 0, {1, 2, 3}, Origin::Measured);
@@ -213,7 +212,7 @@ TEST(WhatWasLost, HowPositionsCameAbout) {
       ElementsAre("1 measured position becomes a computed one", "1 position loses its cameras and residual"));
 }
 
-TEST(WhatWasLost, WhatTheCamerasSay) {
+TEST(WhatWasLost, CamerasAndResiduals) {
   EXPECT_THAT(Lost([](Take& take) { take.residual_mm = 0; }),
               ElementsAre("6 positions lose their cameras and residuals"));
   EXPECT_THAT(Lost([](Take& take) {

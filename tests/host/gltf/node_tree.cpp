@@ -90,7 +90,7 @@ TEST(NodeTree, ReplacingAMatrixKeepsThePlaceAndEverythingElse) {
   EXPECT_EQ(glb.json, untouched) << "without a matrix there is nothing to replace";
 }
 
-TEST(NodeTree, MatricesThatNoTransformMakesUpAreErrors) {
+TEST(NodeTree, MatricesThatCannotBeSplitAreErrors) {
   EXPECT_EQ(
       ErrorOfMatrix("[1,0,0,0, 0.1,1,0,0, 0,0,1,0, 0,0,0,1]"),
       "h.glb:/nodes/0/matrix: this matrix shears its node, which no rotation and scale can express; apply "

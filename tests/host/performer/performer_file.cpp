@@ -219,7 +219,7 @@ TEST(ReadPerformer, AnythingButAnObjectIsRefused) {
 TEST(ReadPerformer, SaysWhatAnEmptyObjectLacks) {
   EXPECT_THAT(
       Lines(Error("{}")),
-      ElementsAre("p.json:/format: this is not known as a performer of this version; write \"format\": "
+      ElementsAre("p.json:/format: this is not a performer file of this version; write \"format\": "
                   "\"mien performer 1\"",
                   "p.json:/name: the performer has no name; write \"name\": \"...\"",
                   "p.json:/parts: no part has markers; write \"parts\": { \"Mouth\": { ... } }"));
@@ -242,27 +242,27 @@ TEST(ReadPerformer, ReportsEveryMistakeAtOnce) {
   EXPECT_THAT(
       Lines(error),
       testing::UnorderedElementsAre(
-          "p.json:/hat: nothing is known by this name; use one of: format, name, head, rigid, anchors, "
+          "p.json:/hat: this name is unknown; use one of: format, name, head, rigid, anchors, "
           "parts, neutral",
-          "p.json:/format: this is not known as a performer of this version; write \"format\": \"mien "
+          "p.json:/format: this is not a performer file of this version; write \"format\": \"mien "
           "performer 1\"",
           "p.json:/name: the performer has no name; write \"name\": \"...\"",
           "p.json:/head: 6 head markers; name the 5 that move least with expression",
-          "p.json:/parts/Nose: nothing is known by this name; use one of: Mouth, LeftBrow, RightBrow, "
+          "p.json:/parts/Nose: this name is unknown; use one of: Mouth, LeftBrow, RightBrow, "
           "LeftEye, "
           "RightEye, LeftCheek, RightCheek, LeftNostril, RightNostril",
-          "p.json:/parts/Mouth/Lips: nothing is known by this name; use one of: LeftMouthHolder, "
+          "p.json:/parts/Mouth/Lips: this name is unknown; use one of: LeftMouthHolder, "
           "UpperMouthHolder, "
           "LowerMouthHolder, RightMouthHolder, ChinHolder",
           "p.json:/parts/Mouth/ChinHolder/1: this is not a marker name; write it in quotes",
           "p.json:/parts/Mouth/ChinHolder/2: the marker name has 0 bytes; use 1 to 255",
-          "p.json:/parts/Mouth/ChinHolder/3: the marker \"c\" is in the list already; name it once",
+          "p.json:/parts/Mouth/ChinHolder/3: the marker \"c\" is already in the list; name it once",
           "p.json:/parts/Mouth/UpperMouthHolder: the marker \"c\" is in another holder of Mouth already; a "
           "marker "
           "drives one holder of a part; keep it in one",
           "p.json:/parts/LeftEye: this is not an object; write { ... }",
           "p.json:/parts/RightEye/UpperEyeHolder: this is not a list of marker names; write [\"NAME\", ...]",
-          "p.json:/neutral/positons: nothing is known by this name; use one of: frames, positions",
+          "p.json:/neutral/positons: this name is unknown; use one of: frames, positions",
           "p.json:/neutral/frames: these are not two frame numbers in order; write [FROM, TO]"));
 }
 
@@ -272,12 +272,12 @@ TEST(ReadPerformer, ReportsMistakesInRigidMarkersAndAnchors) {
         "Mouth": ["a", "b"], "LeftEye": ["a", ""], "RightBrow": "a", "Nose": [] })"))),
       testing::UnorderedElementsAre(
           "p.json:/rigid/1: this is not a marker name; write it in quotes",
-          "p.json:/rigid/2: the marker \"a\" is in the list already; name it once",
-          "p.json:/anchors/Mouth: nothing is known by this name; use one of: LeftBrow, RightBrow, LeftEye, "
+          "p.json:/rigid/2: the marker \"a\" is already in the list; name it once",
+          "p.json:/anchors/Mouth: this name is unknown; use one of: LeftBrow, RightBrow, LeftEye, "
           "RightEye",
           "p.json:/anchors/LeftEye/1: the marker name has 0 bytes; use 1 to 255",
           "p.json:/anchors/RightBrow: this is not a list of marker names; write [\"NAME\", ...]",
-          "p.json:/anchors/Nose: nothing is known by this name; use one of: LeftBrow, RightBrow, LeftEye, "
+          "p.json:/anchors/Nose: this name is unknown; use one of: LeftBrow, RightBrow, LeftEye, "
           "RightEye"));
 }
 
@@ -378,7 +378,7 @@ TEST(ReadPerformer, RefusesAPerformerWithoutAnyMarker) {
 
 TEST(ReadPerformer, RefusesAHeadMarkerTwiceAndMoreThanFive) {
   EXPECT_EQ(Error(File(kOneMarker, R"("head": ["a", "b", "a"])")),
-            "p.json:/head/2: the marker \"a\" is in the list already; name it once");
+            "p.json:/head/2: the marker \"a\" is already in the list; name it once");
   EXPECT_NO_THROW(Read(File(kOneMarker, R"("head": ["a", "b", "c", "d", "e"])")));
   EXPECT_THAT(Error(File(kOneMarker, R"("head": ["a", "b", "c", "d", "e", "f"])")),
               HasSubstr("6 head markers"));
@@ -387,9 +387,9 @@ TEST(ReadPerformer, RefusesAHeadMarkerTwiceAndMoreThanFive) {
 // Names of parts and holders are compared exactly, as those of markers are.
 TEST(ReadPerformer, LetterCaseOfPartsAndHoldersMatters) {
   EXPECT_THAT(Error(File(R"({ "mouth": { "ChinHolder": ["c"] } })")),
-              HasSubstr("p.json:/parts/mouth: nothing is"));
+              HasSubstr("p.json:/parts/mouth: this name is"));
   EXPECT_THAT(Error(File(R"({ "Mouth": { "chinholder": ["c"] } })")),
-              HasSubstr("p.json:/parts/Mouth/chinholder: nothing is"));
+              HasSubstr("p.json:/parts/Mouth/chinholder: this name is"));
 }
 
 TEST(ReadPerformer, AKeyTwiceIsAMistakeWhereverItIs) {
