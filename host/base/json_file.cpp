@@ -92,8 +92,7 @@ std::string JsonFile::ReadHeading(std::string_view format, std::string_view what
           fmt::format("name a {} file here", what));
   }
   if (!root_.contains("format") || root_["format"] != format)
-    Mistake(Code::UnknownFormat, here / "format",
-            fmt::format("this is not a {} file of this version", what),
+    Mistake(Code::UnknownFormat, here / "format", fmt::format("this is not a {} file of this version", what),
             fmt::format("write \"format\": \"{}\"", format));
   if (root_.contains("name") && root_["name"].is_string() && !root_["name"].get<std::string>().empty())
     return root_["name"].get<std::string>();

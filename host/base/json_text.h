@@ -1,7 +1,7 @@
 #pragma once
 
-// Writes JSON as text that people read as well: what belongs together stands on one line, anything else on lines of its own,
-// indented by two blanks. JsonFile reads JSON.
+// Writes JSON as text that people read as well: what belongs together stands on one line, anything else on
+// lines of its own, indented by two blanks. JsonFile reads JSON.
 
 #include "host/base/point.h"
 
@@ -27,7 +27,8 @@ public:
   /// The fewest digits that read back to the same double: 2, 0.1, 1e+16. Null where it is not finite.
   JsonValue(double number);
 
-  /// A string. Quotes, backslashes and control characters are escaped, and bytes that are not UTF-8 become U+FFFD.
+  /// A string. Quotes, backslashes and control characters are escaped, and bytes that are not UTF-8 become
+  /// U+FFFD.
   JsonValue(std::string_view text);
   JsonValue(const std::string& text) : JsonValue(std::string_view(text)) {}
   JsonValue(const char* text) : JsonValue(std::string_view(text)) {}
@@ -58,8 +59,8 @@ struct JsonMember {
   JsonValue value;
 };
 
-/// A number that always has a decimal point or an exponent: 2.0, 0.1, 1e+15. It reads back to the same double; null where
-/// it is not finite.
+/// A number that always has a decimal point or an exponent: 2.0, 0.1, 1e+15. It reads back to the same
+/// double; null where it is not finite.
 JsonValue JsonDecimal(double number);
 
 /// [a, b]

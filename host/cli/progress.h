@@ -12,9 +12,10 @@
 
 namespace mien {
 
-/// A line on the terminal that shows how far a job is and how long it will take: "solving smile [####----]  50 %  12 s left".
-/// It appears when the job has taken half a second, changes ten times a second whatever the job is doing, and is wiped in the
-/// end. Silent where standard error is not a terminal that can do that, and in the background.
+/// A line on the terminal that shows how far a job is and how long it will take: "solving smile [####----]
+/// 50 %  12 s left". It appears when the job has taken half a second, changes ten times a second whatever the
+/// job is doing, and is wiped in the end. Silent where standard error is not a terminal that can do that, and
+/// in the background.
 class Progress {
 public:
   /// `subject` is what the job works on, such as the take's name.

@@ -25,7 +25,8 @@ inline double RealAt(Processor processor, const char* at) {
   if (processor == Processor::Intel) return number(byte(3) << 24 | byte(2) << 16 | byte(1) << 8 | byte(0));
   if (processor == Processor::Sgi) return number(byte(0) << 24 | byte(1) << 16 | byte(2) << 8 | byte(3));
 
-  // A VAX F number: IEEE's fields with the words swapped, and an exponent that is larger by 2 for the same value.
+  // A VAX F number: IEEE's fields with the words swapped, and an exponent that is larger by 2 for the same
+  // value.
   const std::uint32_t bits = byte(1) << 24 | byte(0) << 16 | byte(3) << 8 | byte(2);
   const std::uint32_t exponent = bits >> 23 & 0xFF;
   if (exponent == 0) return bits >> 31 == 0 ? 0 : std::numeric_limits<double>::quiet_NaN();

@@ -29,8 +29,8 @@ std::vector<FaceTarget> TargetsOfTemplates() {
   return targets;
 }
 
-/// One for each shape that a template produces. With w the weights above 0 that a template gives its shapes, each shape
-/// has the share w / sum w^2 of it: driven by w, the shapes sum up to the template.
+/// One for each shape that a template produces. With w the weights above 0 that a template gives its shapes,
+/// each shape has the share w / sum w^2 of it: driven by w, the shapes sum up to the template.
 std::vector<FaceTarget> TargetsOfShapes(const Character& character) {
   std::map<std::string, FaceTarget> produced;
   const std::vector<TemplateColumn> columns = TemplateColumns();

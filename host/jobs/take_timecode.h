@@ -7,8 +7,8 @@
 
 namespace mien {
 
-/// Gives the take's first frame the timecode that a job asks for, in place of the take's own; without one nothing changes.
-/// Throws a UsageError where it is no timecode at the take's rate.
+/// Gives the take's first frame the timecode that a job asks for, in place of the take's own; without one
+/// nothing changes. Throws a UsageError where it is no timecode at the take's rate.
 void SetTimecode(Take& take, const std::optional<std::string>& timecode);
 
 } // namespace mien

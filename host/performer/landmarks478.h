@@ -4,18 +4,19 @@
 
 namespace mien {
 
-/// The performer for takes of the widespread 468- and 478-point face mesh of web cameras: markers "lm0" to "lm477". Left is
-/// the subject's left. The indices are those of the mesh's published model; each was chosen by where it is on the
-/// model's own face, and those of the right side are the mirror images of the left.
+/// The performer for takes of the widespread 468- and 478-point face mesh of web cameras: markers "lm0" to
+/// "lm477". Left is the subject's left. The indices are those of the mesh's published model; each was chosen
+/// by where it is on the model's own face, and those of the right side are the mirror images of the left.
 ///
-/// Rigid: the ridge of the nose down to its tip, the corners of the eyes, the temples, and the hairline down to the middle of
-/// the forehead. The oval below the ears follows the jaw, the forehead's lower half the brows. The core's head markers are the
-/// root of the nose, the temples and two points of the hairline: wide, high and deep.
+/// Rigid: the ridge of the nose down to its tip, the corners of the eyes, the temples, and the hairline down
+/// to the middle of the forehead. The oval below the ears follows the jaw, the forehead's lower half the
+/// brows. The core's head markers are the root of the nose, the temples and two points of the hairline: wide,
+/// high and deep.
 ///
-/// Lips: the inner contour, which is what opens. The chin is left out: the mesh places it by the whole lower face, and
-/// smiles move it. Brows: the middle half of both rows; the mesh drags their ends along. Lids: the middle three of each.
-/// Cheeks: two points below the lid's edge, for what rises, and four in the middle of the cheek, for what is blown up.
-/// Nostrils: the wing and its lower edge.
+/// Lips: the inner contour, which is what opens. The chin is left out: the mesh places it by the whole lower
+/// face, and smiles move it. Brows: the middle half of both rows; the mesh drags their ends along. Lids: the
+/// middle three of each. Cheeks: two points below the lid's edge, for what rises, and four in the middle of
+/// the cheek, for what is blown up. Nostrils: the wing and its lower edge.
 inline constexpr std::string_view kLandmarks478 = R"({
   "format": "mien performer 1",
   "name": "landmarks478",

@@ -62,8 +62,7 @@ TEST(JsonFile, OfAFileOfAnotherKindOnlyTheKindIsReported) {
   };
   EXPECT_EQ(heading("mien coat 1"), "p.json:/format: this is a \"coat\" file; name a hat file here");
   for (const std::string unknown : {"mien hat 2", "mien hat", "mien", "mien ", "mien  1", "coat 1", ""})
-    EXPECT_THAT(heading(unknown),
-                StartsWith("p.json:/format: this is not a hat file of this version; write"))
+    EXPECT_THAT(heading(unknown), StartsWith("p.json:/format: this is not a hat file of this version; write"))
         << unknown;
 }
 

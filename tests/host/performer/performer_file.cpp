@@ -217,12 +217,11 @@ TEST(ReadPerformer, AnythingButAnObjectIsRefused) {
 }
 
 TEST(ReadPerformer, SaysWhatAnEmptyObjectLacks) {
-  EXPECT_THAT(
-      Lines(Error("{}")),
-      ElementsAre("p.json:/format: this is not a performer file of this version; write \"format\": "
-                  "\"mien performer 1\"",
-                  "p.json:/name: the performer has no name; write \"name\": \"...\"",
-                  "p.json:/parts: no part has markers; write \"parts\": { \"Mouth\": { ... } }"));
+  EXPECT_THAT(Lines(Error("{}")),
+              ElementsAre("p.json:/format: this is not a performer file of this version; write \"format\": "
+                          "\"mien performer 1\"",
+                          "p.json:/name: the performer has no name; write \"name\": \"...\"",
+                          "p.json:/parts: no part has markers; write \"parts\": { \"Mouth\": { ... } }"));
 }
 
 TEST(ReadPerformer, ReportsEveryMistakeAtOnce) {
@@ -267,18 +266,17 @@ TEST(ReadPerformer, ReportsEveryMistakeAtOnce) {
 }
 
 TEST(ReadPerformer, ReportsMistakesInRigidMarkersAndAnchors) {
-  EXPECT_THAT(
-      Lines(Error(File(kOneMarker, R"("rigid": ["a", 5, "a"], "anchors": {
+  EXPECT_THAT(Lines(Error(File(kOneMarker, R"("rigid": ["a", 5, "a"], "anchors": {
         "Mouth": ["a", "b"], "LeftEye": ["a", ""], "RightBrow": "a", "Nose": [] })"))),
-      testing::UnorderedElementsAre(
-          "p.json:/rigid/1: this is not a marker name; write it in quotes",
-          "p.json:/rigid/2: the marker \"a\" is already in the list; name it once",
-          "p.json:/anchors/Mouth: this name is unknown; use one of: LeftBrow, RightBrow, LeftEye, "
-          "RightEye",
-          "p.json:/anchors/LeftEye/1: the marker name has 0 bytes; use 1 to 255",
-          "p.json:/anchors/RightBrow: this is not a list of marker names; write [\"NAME\", ...]",
-          "p.json:/anchors/Nose: this name is unknown; use one of: LeftBrow, RightBrow, LeftEye, "
-          "RightEye"));
+              testing::UnorderedElementsAre(
+                  "p.json:/rigid/1: this is not a marker name; write it in quotes",
+                  "p.json:/rigid/2: the marker \"a\" is already in the list; name it once",
+                  "p.json:/anchors/Mouth: this name is unknown; use one of: LeftBrow, RightBrow, LeftEye, "
+                  "RightEye",
+                  "p.json:/anchors/LeftEye/1: the marker name has 0 bytes; use 1 to 255",
+                  "p.json:/anchors/RightBrow: this is not a list of marker names; write [\"NAME\", ...]",
+                  "p.json:/anchors/Nose: this name is unknown; use one of: LeftBrow, RightBrow, LeftEye, "
+                  "RightEye"));
 }
 
 TEST(ReadPerformer, RefusesEveryWrongType) {
