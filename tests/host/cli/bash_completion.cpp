@@ -79,7 +79,7 @@ TEST_F(Completion, OffersFilesAndBuiltIns) {
   EXPECT_THAT(Offered({"info", "a"}), UnorderedElementsAre("a.csv", "ada.json"));
   EXPECT_THAT(Offered({"info", "a.csv", "my"}), UnorderedElementsAre("my take.c3d"));
   EXPECT_THAT(Offered({"solve", "a.csv", "-p", ""}),
-              UnorderedElementsAre("landmarks68", "ada.json", "takes"));
+              UnorderedElementsAre("landmarks68", "landmarks478", "ada.json", "takes"));
   EXPECT_THAT(Offered({"solve", "a.csv", "--onto", ""}), UnorderedElementsAre("head.glb", "takes"));
   EXPECT_THAT(Offered({"character", "from-glb", ""}), UnorderedElementsAre("head.glb", "takes"));
   EXPECT_THAT(Offered({"character", "save", "a"}), UnorderedElementsAre("arkit52", "ada.json"));
