@@ -7,12 +7,16 @@
 #include "host/character/character_file.h"
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
+#include "host/formats/mesh_mirror.h"
+#include "host/formats/mesh_space.h"
 #include "host/gltf/face_glb.h"
 #include "host/performer/performer_file.h"
 #include "mien/face/face.h"
+#include "samples/mesh_files.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -241,6 +245,71 @@ const std::vector<SpotPair> kLandmarkSpots = {
     {"lm66", "", {0, 25.7, 187}, {{"Mouth.LeftLowerMouth", 0.5}, {"Mouth.RightLowerMouth", 0.5}}},
 };
 
+// The landmarks of the face mesh that landmarks478 uses, the brows and the irises, where the 68 of the same name
+// are or between them.
+const std::vector<SpotPair> kMeshSpots = {
+    {"lm10", "", {0, 162, 159}, {}},
+    {"lm338", "lm109", {17, 161, 157}, {}},
+    {"lm297", "lm67", {32, 158, 152}, {}},
+    {"lm332", "lm103", {47, 152, 143}, {}},
+    {"lm284", "lm54", {58, 143, 130}, {}},
+    {"lm251", "lm21", {66, 130, 115}, {}},
+    {"lm389", "lm162", {69, 115, 100}, {}},
+    {"lm356", "lm127", {70, 96, 90}, {}},
+    {"lm454", "lm234", {70, 80, 92}, {}},
+    {"lm152", "", {0, -15, 175}, {{"Mouth.ChinCenter", 1}}},
+
+    {"lm336", "lm107", {14.8, 118.3, 186}, {{"LeftBrow.InBrow", 1}}},
+    {"lm296", "lm66", {21.4, 119.2, 185.5}, {{"LeftBrow.InBrow", 0.5}, {"LeftBrow.MidBrow", 0.5}}},
+    {"lm334", "lm105", {28, 119, 184}, {{"LeftBrow.MidBrow", 1}}},
+    {"lm293", "lm63", {41.2, 115.7, 180}, {{"LeftBrow.OutBrow", 1}}},
+    {"lm300", "lm70", {49, 110, 173}, {{"LeftBrow.OutBrow", 0.7}}},
+    {"lm285", "lm55", {14.8, 114.3, 186}, {{"LeftBrow.InBrow", 1}}},
+    {"lm295", "lm65", {21.4, 115.2, 185.5}, {{"LeftBrow.InBrow", 0.5}, {"LeftBrow.MidBrow", 0.5}}},
+    {"lm282", "lm52", {28, 115, 184}, {{"LeftBrow.MidBrow", 1}}},
+    {"lm283", "lm53", {41.2, 111.7, 180}, {{"LeftBrow.OutBrow", 1}}},
+    {"lm276", "lm46", {49, 106, 173}, {{"LeftBrow.OutBrow", 0.7}}},
+
+    {"lm362", "lm133", {16.5, 97.5, 178}, {}},
+    {"lm385", "lm158", {25, 103.4, 184}, {{"LeftEye.UpperEye", 1}}},
+    {"lm386", "lm159", {29.5, 103.6, 183}, {{"LeftEye.UpperEye", 1}}},
+    {"lm387", "lm160", {34, 103.4, 182}, {{"LeftEye.UpperEye", 1}}},
+    {"lm263", "lm33", {43, 98.5, 172}, {{"LeftEye.OutEye", 0.5}}},
+    {"lm373", "lm144", {34, 92.8, 181}, {{"LeftEye.LowerEye", 1}}},
+    {"lm374", "lm145", {29.5, 92.6, 182}, {{"LeftEye.LowerEye", 1}}},
+    {"lm380", "lm153", {25, 92.8, 183}, {{"LeftEye.LowerEye", 1}}},
+    {"lm473", "lm468", {30, 98, 181}, {}},
+    {"lm474", "lm471", {35.8, 98, 180}, {}},
+    {"lm475", "lm470", {30, 103.8, 181}, {}},
+    {"lm476", "lm469", {24.2, 98, 181}, {}},
+    {"lm477", "lm472", {30, 92.2, 181}, {}},
+
+    {"lm168", "", {0, 99, 187}, {}},
+    {"lm6", "", {0, 90, 191}, {}},
+    {"lm197", "", {0, 82, 196}, {}},
+    {"lm195", "", {0, 74, 201}, {}},
+    {"lm5", "", {0, 66, 206}, {}},
+    {"lm4", "", {0, 60, 208}, {}},
+    {"lm1", "", {0, 56, 208}, {}},
+    {"lm358", "lm129", {18, 51.5, 188}, {{"LeftNostril.Nostril", 1}}},
+    {"lm294", "lm64", {17, 48.5, 189}, {{"LeftNostril.Nostril", 1}}},
+
+    {"lm346", "lm117", {39, 72, 172}, {{"LeftCheek.InUpperCheek", 0.8}}},
+    {"lm347", "lm118", {29.6, 73.1, 180}, {{"LeftCheek.InUpperCheek", 1}}},
+    {"lm280", "lm50", {27, 63, 181}, {{"LeftCheek.InUpperCheek", 0.5}, {"LeftCheek.MidLowerCheek", 0.5}}},
+    {"lm411", "lm187", {37, 55, 172}, {{"LeftCheek.MidLowerCheek", 0.8}}},
+    {"lm427", "lm207", {21.6, 53.1, 180}, {{"LeftCheek.MidLowerCheek", 1}}},
+    {"lm376", "lm147", {42, 48, 168}, {{"LeftCheek.MidLowerCheek", 0.7}}},
+
+    {"lm291", "lm61", {18.9, 26.4, 176}, {{"Mouth.LeftMouth", 1}}},
+    {"lm311", "lm81", {9, 26.9, 185}, {{"Mouth.LeftUpperMouth", 1}}},
+    {"lm312", "lm82", {4.5, 27, 187}, {{"Mouth.LeftUpperMouth", 1}}},
+    {"lm13", "", {0, 27.1, 188}, {{"Mouth.LeftUpperMouth", 0.5}, {"Mouth.RightUpperMouth", 0.5}}},
+    {"lm402", "lm178", {9, 25.9, 184.5}, {{"Mouth.LeftLowerMouth", 1}}},
+    {"lm317", "lm87", {4.5, 25.8, 186}, {{"Mouth.LeftLowerMouth", 1}}},
+    {"lm14", "", {0, 25.7, 187}, {{"Mouth.LeftLowerMouth", 0.5}, {"Mouth.RightLowerMouth", 0.5}}},
+};
+
 std::vector<Spot> BothSides(const std::vector<SpotPair>& pairs) {
   std::vector<Spot> spots;
   for (const auto& [left, right, rest, ties] : pairs) {
@@ -252,6 +321,24 @@ std::vector<Spot> BothSides(const std::vector<SpotPair>& pairs) {
         tie.point.replace(at, 4, "Right");
     spots.push_back(mirrored);
   }
+  return spots;
+}
+
+/// The landmarks of the mesh in their order: those of `pairs`, and for the rest pairs of places on an ellipsoid.
+std::vector<Spot> MeshSpots(const std::vector<SpotPair>& pairs) {
+  std::vector<Spot> spots;
+  for (const std::string& marker : MeshMarkers(kMeshPoints)) {
+    const std::size_t i = spots.size(), other = MirroredMeshPoint(i);
+    // Spread by irrational steps, of which no two are alike. A point of the middle has no mirror image.
+    const double k = static_cast<double>(std::min(i, other));
+    const double across = k * 0.6180339887498949 - std::floor(k * 0.6180339887498949);
+    const double along = k * 0.7548776662466927 - std::floor(k * 0.7548776662466927);
+    const double x = i == other ? 0 : 5 + 60 * across, y = -10 + 165 * along;
+    const double fx = x / 110, fy = (y - 72.5) / 140;
+    spots.push_back({marker, {i > other ? x : -x, y, 80 + 105 * std::sqrt(1 - fx * fx - fy * fy)}, {}});
+  }
+  for (const Spot& spot : BothSides(pairs))
+    *std::find_if(spots.begin(), spots.end(), [&](const Spot& s) { return s.marker == spot.marker; }) = spot;
   return spots;
 }
 
@@ -336,10 +423,9 @@ private:
   std::uint64_t state_;
 };
 
-Take Film(const std::vector<SpotPair>& pairs, const Motion& to_take, double steps_per_mm, Head head,
+Take Film(const std::vector<Spot>& spots, const Motion& to_take, double steps_per_mm, Head head,
           std::uint64_t seed) {
   const Animation known = KnownWeights();
-  const std::vector<Spot> spots = BothSides(pairs);
   Take take;
   for (const Spot& spot : spots) take.markers.push_back(spot.marker);
   take.rate = known.layout.rate;
@@ -412,7 +498,7 @@ Animation KnownWeights() {
 }
 
 Take FilmLandmarks(Head head) {
-  Take take = Film(kLandmarkSpots, kBeforeTheCamera, 10, head, 68);
+  Take take = Film(BothSides(kLandmarkSpots), kBeforeTheCamera, 10, head, 68);
   take.name = "landmarks";
   for (const auto& [first, last] : {std::pair<std::size_t, std::size_t>{257, 259}, {315, 315}})
     for (const std::string& marker : take.markers) Hide(take, marker, first, last);
@@ -420,13 +506,20 @@ Take FilmLandmarks(Head head) {
 }
 
 Take FilmMarkers(Head head) {
-  Take take = Film(kOpticalSpots, kInTheRoom, 100, head, 45);
+  Take take = Film(BothSides(kOpticalSpots), kInTheRoom, 100, head, 45);
   take.name = "markers";
   Hide(take, "CheekLowOutL", 40, 75);
   Hide(take, "BrowMidOutR", 95, 112);
   Hide(take, "HeadBack", 170, 195);
   Hide(take, "LipUpperMid", 290, 296);
   Hide(take, "LidLowerOutL", 300, 303);
+  return take;
+}
+
+Take FilmMesh(Head head) {
+  constexpr Motion kInTheMiddle = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, -75, -90}}; // of the image
+  Take take = Film(MeshSpots(kMeshSpots), kInTheMiddle, 100, head, 478);
+  take.name = "mesh";
   return take;
 }
 
@@ -459,7 +552,7 @@ Performer MarkerPerformer() {
 std::map<std::string, std::string> SampleFiles() {
   const Character arkit52 = LoadCharacter("arkit52");
   const Animation known = KnownWeights();
-  return {
+  std::map<std::string, std::string> files = {
       {"head.glb", Text([&](std::ostream& out) { WriteGlb(MakeFaceGlb(&arkit52).glb, out); })},
       {"known_head.csv", Text([&](std::ostream& out) { WriteKnownHead(known, out); })},
       {"known_weights.csv", Text([&](std::ostream& out) {
@@ -470,6 +563,8 @@ std::map<std::string, std::string> SampleFiles() {
       {"markers.csv", Text([](std::ostream& out) { WriteMarkerCsv(FilmMarkers(), out); })},
       {"markers.performer.json", Text([](std::ostream& out) { WritePerformer(MarkerPerformer(), out); })},
   };
+  files.merge(MeshFiles(FilmMesh(), known));
+  return files;
 }
 
 } // namespace mien::samples

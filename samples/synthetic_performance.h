@@ -29,6 +29,11 @@ Take FilmLandmarks(Head head = Head::Moves);
 /// whose axes the performer is not aligned. A few markers have gaps.
 Take FilmMarkers(Head head = Head::Moves);
 
+/// As a web camera's face mesh has it: the markers lm0 to lm477, in millimetres, in the axes of ReadMeshCsv.
+/// The points that landmarks478 names, the rest of the brows and the irises are on the face; the others are
+/// on a surface around it, in no order, and follow the skull. The face is never lost.
+Take FilmMesh(Head head = Head::Moves);
+
 /// The performer for FilmMarkers. Its neutral pose is found in the take.
 Performer MarkerPerformer();
 

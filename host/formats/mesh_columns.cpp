@@ -73,6 +73,32 @@ std::optional<Family> LargestFamily(const std::vector<std::string_view>& columns
   return largest;
 }
 
+// Throws unless each point from the first to the last has all its coordinates. `column_of` has the columns by
+// number and axis.
+void CheckEachPoint(const CsvReader& csv, const Family& family, const std::vector<std::size_t>& column_of,
+                    const MeshColumns& mesh) {
+  const std::size_t first = *family.numbers.begin(), last = *family.numbers.rbegin();
+  const std::size_t axes = mesh.has_depth ? 3 : 2;
+  const std::string expected =
+      fmt::format("{} are expected, as of point {} ({})",
+                  mesh.has_depth ? "x, y and z of each point" : "x and y of each point", first,
+                  Quoted(csv.Columns()[family.columns.front().first]));
+  constexpr std::string_view kFix = "write every point with all its coordinates";
+  std::vector<std::string> missing;
+  for (std::size_t number = first; number <= last; ++number)
+    if (!family.numbers.contains(number)) missing.push_back(std::to_string(number));
+  if (!missing.empty())
+    csv.Fail(Code::Missing,
+             fmt::format("of the {} points from {} to {}, {} missing: {}; {}", last - first + 1, first, last,
+                         missing.size() == 1 ? "one is" : fmt::format("{} are", missing.size()), Some(missing),
+                         expected),
+             kFix);
+  for (std::size_t number = first; number <= last; ++number)
+    for (std::size_t axis = 0; axis < axes; ++axis)
+      if (column_of[number * kAxes.size() + axis] == MeshColumns::kNone)
+        csv.Fail(Code::Missing, fmt::format("point {} has no {}; {}", number, kAxes[axis], expected), kFix);
+}
+
 } // namespace
 
 std::optional<PointColumn> ParsePointColumn(std::string_view name) {
@@ -108,6 +134,12 @@ std::optional<PointColumn> ParsePointColumn(std::string_view name) {
   return column;
 }
 
+bool BeginsWithPoint(const std::vector<std::string_view>& columns) {
+  double value = 0;
+  return columns.size() > 1 && ParsePointColumn(columns[0]) &&
+         std::from_chars(columns[1].data(), columns[1].data() + columns[1].size(), value).ec == std::errc();
+}
+
 MeshLikeness LooksLikeMesh(const std::vector<std::string_view>& columns) {
   constexpr std::size_t kLeast = 440,
                         kMost = 560; // with room for what is refused with the number that is expected
@@ -119,11 +151,15 @@ MeshLikeness LooksLikeMesh(const std::vector<std::string_view>& columns) {
   return count == kMeshWithoutIrises || count == kMeshPoints ? MeshLikeness::AsMarkers : MeshLikeness::No;
 }
 
-bool IsTransposedMesh(std::string_view bytes) {
+std::optional<std::size_t> TransposedMeshLine(std::string_view bytes) {
+  constexpr std::size_t kMostRows = 10; // of frames' numbers, times and the like, before the points
   try {
     CsvReader csv(bytes, "");
-    return csv.Columns().size() > 1 && csv.Next() && ParsePointColumn(csv.Text(0));
-  } catch (const InputError&) { return false; }
+    if (BeginsWithPoint(csv.Columns())) return csv.Line();
+    for (std::size_t row = 0; row < kMostRows && csv.Columns().size() > 1 && csv.Next(); ++row)
+      if (ParsePointColumn(csv.Text(0))) return csv.Line();
+  } catch (const InputError&) {} // another reader reports it
+  return std::nullopt;
 }
 
 MeshColumns FindMeshColumns(const CsvReader& csv) {
@@ -150,7 +186,6 @@ MeshColumns FindMeshColumns(const CsvReader& csv) {
              "write the points of the face alone, x_0,y_0,z_0 to x_477,y_477,z_477");
 
   mesh.has_depth = family->has_axis[2];
-  const std::size_t axes = mesh.has_depth ? 3 : 2;
   std::vector<std::size_t> column_of((last + 1) * kAxes.size(), MeshColumns::kNone);
   for (const auto& [c, column] : family->columns) {
     std::size_t& place = column_of[column.number * kAxes.size() + column.axis];
@@ -161,13 +196,7 @@ MeshColumns FindMeshColumns(const CsvReader& csv) {
     if (column.number < first + mesh.body_points) continue;
     mesh.coordinates.push_back({c, column.number - first - mesh.body_points, column.axis});
   }
-  for (std::size_t number = first; number <= last; ++number)
-    for (std::size_t axis = 0; axis < axes; ++axis)
-      if (column_of[number * kAxes.size() + axis] == MeshColumns::kNone)
-        csv.Fail(Code::Missing,
-                 fmt::format("point {} has no {}, as column {} would be of another point", number,
-                             kAxes[axis], Quoted(names[family->columns.front().first])),
-                 "write every point with all its coordinates");
+  CheckEachPoint(csv, *family, column_of, mesh);
   return mesh;
 }
 

@@ -42,9 +42,12 @@ enum class MeshLikeness {
 };
 MeshLikeness LooksLikeMesh(const std::vector<std::string_view>& columns);
 
-/// Whether the rows are coordinates of points and the columns frames: the first row begins with "x_0" or the
-/// like.
-bool IsTransposedMesh(std::string_view bytes);
+/// Whether a header is a row of one coordinate of a point instead: "x_0", then numbers.
+bool BeginsWithPoint(const std::vector<std::string_view>& columns);
+
+/// The line of the first coordinate in a table whose rows are the coordinates of points ("x_0" in the first
+/// column) and whose columns are frames; nothing for any other table.
+std::optional<std::size_t> TransposedMeshLine(std::string_view bytes);
 
 /// Throws InputError if the number of points is not that of a mesh, or a column is missing or there twice.
 MeshColumns FindMeshColumns(const CsvReader& csv);

@@ -128,10 +128,6 @@ Take ReadMeshCsv(std::string_view bytes, const std::string& file, std::optional<
                                       mesh.body_points + mesh.points)});
   RowReader(csv, mesh, frames, face_id, input_rate, take).Read();
   if (frames.time) NoteUnlikelyUnit(take, csv.Columns()[*frames.time], frames.units_per_second);
-  if (!mesh.has_depth)
-    take.notes.push_back({Code::Missing, "",
-                          "the landmarks have no depth (z): turns of the head will show up as "
-                          "expression"});
   MeshToMillimetres(take, file, options);
   return take;
 }

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <unordered_map>
 
@@ -41,7 +42,7 @@ struct Columns {
   FrameColumns frames;
   std::optional<std::size_t> face;
   std::size_t landmark = 0;
-  std::array<std::size_t, 3> axes{};
+  std::vector<std::size_t> axes; // x, y and, if the table has depth, z
 };
 
 Columns FindColumns(const CsvReader& csv) {
@@ -53,12 +54,8 @@ Columns FindColumns(const CsvReader& csv) {
              kFix);
   columns.face = FindFaceColumn(csv);
   columns.landmark = LandmarkColumn(csv.Columns()).value_or(0); // there is one: IsLongMeshCsv
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    const std::string_view name = std::string_view("xyz").substr(axis, 1);
-    const auto column = FindColumn(csv.Columns(), {name});
-    if (!column) csv.Fail(Code::Missing, fmt::format("the column {} is missing", Quoted(name)), kFix);
-    columns.axes[axis] = *column;
-  }
+  for (const std::string_view name : {"x", "y", "z"}) // of these IsLongMeshCsv found x and y
+    if (const auto column = FindColumn(csv.Columns(), {name})) columns.axes.push_back(*column);
   return columns;
 }
 
@@ -137,16 +134,17 @@ private:
 
     constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
     std::array<double, 3> value{};
-    for (std::size_t axis = 0; axis < 3; ++axis)
+    for (std::size_t axis = 0; axis < columns_.axes.size(); ++axis)
       value[axis] = csv_.NumberIfAny(columns_.axes[axis]).value_or(kNone);
     const Point p = {value[0], value[1], value[2]};
+    const auto axes = static_cast<std::ptrdiff_t>(columns_.axes.size());
     const auto missing =
         std::find_if_not(value.begin(), value.end(), [](double v) { return std::isfinite(v); });
     if (IsWithinReach(p)) {
       if (p.x != 0 || p.y != 0 || p.z != 0) take_.Set(frame, marker, p);
     } else if (missing == value.end()) {
       far_.Add(take_.markers[marker], "line", static_cast<std::int64_t>(csv_.Line()));
-    } else if (std::any_of(value.begin(), value.end(), [](double v) { return std::isfinite(v); })) {
+    } else if (std::any_of(value.begin(), value.begin() + axes, [](double v) { return std::isfinite(v); })) {
       gaps_.Add(csv_, columns_.axes[static_cast<std::size_t>(missing - value.begin())]);
     }
   }

@@ -13,7 +13,7 @@
 namespace mien {
 
 /// A table of web-camera face mesh landmarks with a row per landmark: `frame,time_s,face,landmark,x,y,z`, in
-/// any order and among any others. Frames and times are those of csv_frames.h; of the two one is enough.
+/// any order and among any others; z may be missing. Frames and times are those of csv_frames.h; of the two one is enough.
 /// `landmark` may be `landmark_id`, `landmark_index` or `point`, from 0 or 1. Rows may be in any order. A row
 /// without landmark is a frame whose face was lost.
 bool IsLongMeshCsv(const std::vector<std::string_view>& columns);

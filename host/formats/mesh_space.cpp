@@ -87,6 +87,20 @@ double PixelDepth(Take& take, const MeshOptions& options) {
   return kDepth / std::abs(*depth);
 }
 
+void NoteMissingDepth(Take& take) {
+  bool is_flat = false;
+  for (std::size_t frame = 0; frame < take.FrameCount(); ++frame)
+    for (std::size_t marker = 0; marker < take.MarkerCount(); ++marker)
+      if (const Point* const p = take.At(frame, marker)) {
+        if (p->z != 0) return;
+        is_flat = true;
+      }
+  if (!is_flat) return;
+  take.notes.push_back({Code::Missing, "",
+                        "x, y and z are expected, and the landmarks have no depth (z): turns of the head will "
+                        "show up as expression"});
+}
+
 void NoteOrientation(Take& take) {
   const auto lower =
       MedianOf(take, {kForehead, kChin}, [](const std::vector<Point>& p) { return p[0].y - p[1].y; });
@@ -157,6 +171,7 @@ void MeshToMillimetres(Take& take, const std::string& file, const MeshOptions& o
     Scale(take, image.width, -image.height, -image.width);
   }
   if (options.mirrored) Mirror(take);
+  NoteMissingDepth(take);
   NoteOrientation(take);
 
   const bool by_width = options.face_width_mm.has_value();

@@ -43,7 +43,8 @@ std::vector<std::string> MeshMarkers(std::size_t count);
 /// The scale is one for the whole take. It gives the outer corners of the eyes (points 33 and 263) their
 /// distance on the canonical face, 88.918 mm, or points 234 and 454 the user's face width, in the median of
 /// the frames that have both. A take with no such frame has unknown scale. In pixels, z may be in another
-/// unit; then it is scaled so that the face is as deep as the canonical one.
+/// unit; then it is scaled so that the face is as deep as the canonical one. A take without any z is flat, with
+/// a note.
 ///
 /// `take` has MeshMarkers of 468 or 478. Throws InputError if the two points are in one place.
 void MeshToMillimetres(Take& take, const std::string& file, const MeshOptions& options);

@@ -17,8 +17,9 @@ bool IsMeshWeightsCsv(const std::vector<std::string_view>& columns) {
 
 void FailMeshWeights(const std::string& file) {
   throw InputError(Code::Unsupported, file, "",
-                   "the file has shape weights (scores) and no landmarks to solve",
-                   "name the file of landmarks, or use the weights on the character directly");
+                   "the file has shape weights (scores) and no landmarks, which are what is solved",
+                   "store the landmarks (faceLandmarks) as well, or use the weights as they are: they need "
+                   "no solving and drive a character that has these shapes");
 }
 
 } // namespace mien

@@ -63,7 +63,10 @@ constexpr Format kFormats[] = {
      },
      true, true},
     {"landmark CSV", "columns frame, timestamp, X_0, ... Z_67",
-     [](std::string_view bytes) { return IsLandmarkCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes) {
+       const std::vector<std::string_view> columns = CsvColumns(bytes);
+       return IsLandmarkCsv(columns) && !BeginsWithPoint(columns);
+     },
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
        return ReadLandmarkCsv(bytes, file, options.face, options.input_rate);
      },
@@ -123,11 +126,11 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
   if (IsShapeWeights(CsvColumns(bytes))) FailShapeWeights(bytes, file);
   if (IsMeshWeightsCsv(CsvColumns(bytes))) FailMeshWeights(file);
-  if (IsTransposedMesh(bytes))
-    throw InputError(
-        Code::Unsupported, file, "2",
-        "the table is transposed: the row is a coordinate of a point, and a row per frame is expected",
-        "write the points' coordinates as columns, x_0,y_0,z_0,x_1,...");
+  if (const auto line = TransposedMeshLine(bytes))
+    throw InputError(Code::Unsupported, file, std::to_string(*line),
+                     "the table is transposed: the row has one coordinate of a point in all frames, and a "
+                     "row per frame is expected",
+                     "exchange rows and columns: the first row names the coordinates, x_0,y_0,z_0,x_1,...");
   std::string formats;
   for (const Format& format : kFormats)
     formats += fmt::format("{}{} ({})", formats.empty() ? "" : ", ", format.name, format.looks);

@@ -271,5 +271,5 @@ TEST(MeshCsv, WithoutDepthTheFaceIsFlatAndNoted) {
     EXPECT_NEAR(take.At(0, i)->x, 320 + face[i].x, 1e-9);
     EXPECT_EQ(take.At(0, i)->z, 0);
   }
-  EXPECT_THAT(take.notes, Contains(IsNote(Code::Missing, "", "the landmarks have no depth (z)")));
+  EXPECT_THAT(take.notes, Contains(IsNote(Code::Missing, "", "x, y and z are expected, and the landmarks have no depth (z)")));
 }

@@ -18,6 +18,7 @@ using mien::Point;
 using mien::ReadOptions;
 using mien::ReadTake;
 using mien::Take;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -118,8 +119,32 @@ TEST(LongMeshCsv, WhatOnlyLooksLikeItIsRefused) {
               HasSubstr("the table has landmarks 0 to 67"));
   EXPECT_THAT(InputErrorOf([] { ReadTake("landmark,x,y,z\n0,0.5,0.5,0\n", "face.csv"); }),
               HasSubstr("there is no column \"frame\" that says of which frame"));
-  EXPECT_THAT(InputErrorOf([] { ReadTake("frame,landmark,x,y\n0,0,0.5,0.5\n", "face.csv"); }),
-              HasSubstr("the column \"z\" is missing"));
+}
+
+TEST(LongMeshCsv, WithoutDepthTheFaceIsFlatAndNoted) {
+  std::string text = "frame,time_s,landmark,x,y\n";
+  const std::vector<Point> face = MeshFace();
+  for (std::size_t i = 0; i < face.size(); ++i)
+    text += fmt::format("1,0,{},{},{}\n", i, InImage(face[i]).x, InImage(face[i]).y);
+  const Take take = ReadTake(text, "face.csv", With640x360());
+  for (std::size_t i = 0; i < face.size(); ++i) {
+    EXPECT_NEAR(take.At(0, i)->x, 320 + face[i].x, 1e-9); // rounding of the table's decimals
+    EXPECT_EQ(take.At(0, i)->z, 0);
+  }
+  EXPECT_THAT(take.notes, ElementsAre(IsNote(Code::Missing, "", "x, y and z are expected, and the land")));
+}
+
+TEST(LongMeshCsv, TimesInAnotherUnitThanTheirNameAreNoted) {
+  const auto notes = [](const std::string& name, const std::string& time) {
+    return ReadTake("frame," + name + ",landmark,x,y,z\n" + Rows("1,0", 0) + Rows("2," + time, 1), "face.csv",
+                    With640x360())
+        .notes;
+  };
+  EXPECT_THAT(notes("time_s", "40"),
+              Contains(IsNote(Code::Doubtful, "", "\"time_s\" is expected to be in seconds, and its")));
+  EXPECT_THAT(notes("timestamp_ms", "0.04"),
+              Contains(IsNote(Code::Doubtful, "", "\"timestamp_ms\" is expected to be in milliseconds")));
+  EXPECT_THAT(notes("timestamp_ms", "40"), IsEmpty());
 }
 
 TEST(LongMeshCsv, ALastRowThatIsCutIsLeftOut) {
