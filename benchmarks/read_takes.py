@@ -1,8 +1,9 @@
-"""Measures reading a take's file with numpy and pandas: prints the seconds of
+"""Measures reading a take's file with numpy, pandas and json: prints the seconds of
 one run and the peak memory of the process in megabytes.
 
     /usr/bin/python3 read_takes.py c3d FILE POINTS FRAMES
     /usr/bin/python3 read_takes.py csv FILE
+    /usr/bin/python3 read_takes.py json FILE      (a result a line)
 """
 
 import resource
@@ -23,6 +24,14 @@ if kind == "c3d":
     positions = words[:, :, :3].astype(numpy.float64)
     positions[words[:, :, 3] < 0] = numpy.nan
     seen = numpy.isfinite(positions).sum()
+elif kind == "json":
+    import json
+
+    start = time.perf_counter()
+    # Coordinates are stored as they come, so that the memory is not that of dictionaries.
+    with open(path) as file:
+        rows = [[[p["x"], p["y"], p["z"]] for p in json.loads(line)["faceLandmarks"][0]] for line in file]
+    seen = numpy.array(rows).size
 else:
     import pandas
 

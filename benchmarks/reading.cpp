@@ -2,7 +2,9 @@
 // readers. Each form runs in a separate process, so that its memory and its peak are measured separately; the
 // forms alternate, and the table has the medians. The program writes the files, which are in the page cache.
 //
-//   mien_reading FOLDER MIEN      (FOLDER for the files, 600 MB; MIEN the command)
+//   mien_reading FOLDER MIEN [TITLE]
+//
+// FOLDER is for the files, 1.5 GB; MIEN is the command; with TITLE, only the comparisons with it in their title run.
 
 #include "host/files/mapped_file.h"
 #include "host/formats/c3d.h"
@@ -10,6 +12,7 @@
 #include "samples/synthetic_performance.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -20,6 +23,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -142,6 +146,45 @@ void ConvertCsv(const fs::path& path) {
   if (numbers.empty()) std::abort();
 }
 
+/// Takes a JSON parser's events and keeps the numbers' sum.
+struct SumOfNumbers : nlohmann::json_sax<nlohmann::json> {
+  double sum = 0;
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(std::int64_t value) override { return Add(static_cast<double>(value)); }
+  bool number_unsigned(std::uint64_t value) override { return Add(static_cast<double>(value)); }
+  bool number_float(double value, const std::string&) override { return Add(value); }
+  bool string(std::string&) override { return true; }
+  bool binary(nlohmann::json::binary_t&) override { return true; }
+  bool start_object(std::size_t) override { return true; }
+  bool key(std::string&) override { return true; }
+  bool end_object() override { return true; }
+  bool start_array(std::size_t) override { return true; }
+  bool end_array() override { return true; }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+    return false;
+  }
+
+private:
+  bool Add(double value) {
+    sum += value;
+    return true;
+  }
+};
+
+/// Maps the file and parses each line.
+void ParseJsonLines(const fs::path& path) {
+  const MappedFile file(path);
+  std::string_view text = file.Bytes();
+  SumOfNumbers numbers;
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    if (!nlohmann::json::sax_parse(line, &numbers)) std::abort();
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+  }
+  if (numbers.sum == 0) std::abort();
+}
+
 // --- The files.
 
 /// A take of `points` markers: the sample performer's, forwards and backwards, and copies next to them; 1 %
@@ -202,6 +245,57 @@ void MakeLandmarkCsv(const fs::path& path, std::size_t frames) {
   }
 }
 
+/// The sample performer's face mesh forwards and backwards, 478 points as parts of the image.
+class MeshFrames {
+public:
+  /// Calls `add` with each coordinate of a frame.
+  template <typename Add>
+  void Each(std::size_t frame, const Add& add) const {
+    const std::size_t round = 2 * (mesh_.FrameCount() - 1), step = frame % round;
+    const std::size_t from = std::min(step, round - step);
+    for (std::size_t i = 0; i < mesh_.MarkerCount(); ++i) {
+      const Point& p = *mesh_.At(from, i);
+      add(i, 0.5 + p.x / 640, 0.5 - p.y / 360, -p.z / 640);
+    }
+  }
+
+private:
+  Take mesh_ = mien::samples::FilmMesh();
+};
+
+/// As scripts write it: x_0,y_0,z_0,... with six decimals.
+void MakeMeshCsv(const fs::path& path, std::size_t frames) {
+  if (fs::exists(path)) return;
+  std::ofstream out(path, std::ios::binary);
+  out << "frame,timestamp_ms";
+  for (std::size_t i = 0; i < 478; ++i) out << fmt::format(",x_{0},y_{0},z_{0}", i);
+  out << '\n';
+  const MeshFrames mesh;
+  for (std::size_t f = 0; f < frames; ++f) {
+    std::string row = fmt::format("{},{:.3f}", f, static_cast<double>(f) * 1000 / 30);
+    mesh.Each(f, [&row](std::size_t, double x, double y, double z) {
+      fmt::format_to(std::back_inserter(row), ",{:.6f},{:.6f},{:.6f}", x, y, z);
+    });
+    out << row << '\n';
+  }
+}
+
+/// Results one after the other, with all the digits of a float, as programs that do not round them write.
+void MakeMeshJson(const fs::path& path, std::size_t frames) {
+  if (fs::exists(path)) return;
+  std::ofstream out(path, std::ios::binary);
+  const MeshFrames mesh;
+  for (std::size_t f = 0; f < frames; ++f) {
+    std::string result =
+        fmt::format(R"({{"timestampMs":{:.3f},"faceLandmarks":[[)", static_cast<double>(f) * 1000 / 30);
+    mesh.Each(f, [&result](std::size_t i, double x, double y, double z) {
+      fmt::format_to(std::back_inserter(result), R"({}{{"x":{},"y":{},"z":{}}})", i > 0 ? "," : "",
+                     static_cast<float>(x), static_cast<float>(y), static_cast<float>(z));
+    });
+    out << result << "]]}\n";
+  }
+}
+
 // --- The table.
 
 struct Form {
@@ -218,8 +312,9 @@ struct Form {
   }
 };
 
-/// The first form is the library's.
-void Compare(const std::string& title, std::vector<Form> forms) {
+/// The first form is the library's. `wanted` is a part of the titles that are compared.
+void Compare(const std::string& title, const std::string& wanted, std::vector<Form> forms) {
+  if (title.find(wanted) == std::string::npos) return;
   for (int run = 0; run < kRuns; ++run)
     for (Form& form : forms)
       if (run == 0 || form.costs[0].ran) form.costs.push_back(form.run());
@@ -237,10 +332,11 @@ void Compare(const std::string& title, std::vector<Form> forms) {
 } // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    fmt::print(stderr, "usage: mien_reading FOLDER MIEN\n");
+  if (argc != 3 && argc != 4) {
+    fmt::print(stderr, "usage: mien_reading FOLDER MIEN [TITLE]\n");
     return 2;
   }
+  const std::string wanted = argc == 4 ? argv[3] : "";
   const fs::path folder = argv[1];
   fs::create_directories(folder);
   const auto read = [](const fs::path& path) {
@@ -256,7 +352,7 @@ int main(int argc, char** argv) {
     const fs::path path = folder / fmt::format("{}x{}.c3d", points, frames);
     if (!fs::exists(path)) Run([&] { MakeC3d(path, points, frames); });
     Compare(fmt::format("C3D, {} markers x {} frames, {:.0f} MB", points, frames,
-                        static_cast<double>(fs::file_size(path)) / 1e6),
+                        static_cast<double>(fs::file_size(path)) / 1e6), wanted,
             {{"mien", [&] { return read(path); }},
              {"mmap and convert (the floor)", [&] { return Run([&] { ConvertC3d(path, points, frames); }); }},
              {"numpy.fromfile",
@@ -266,11 +362,30 @@ int main(int argc, char** argv) {
   constexpr std::size_t kRows = 18000;
   if (!fs::exists(csv)) Run([&] { MakeLandmarkCsv(csv, kRows); });
   Compare(fmt::format("Landmark CSV, {} rows x 714 columns, {:.0f} MB", kRows,
-                      static_cast<double>(fs::file_size(csv)) / 1e6),
+                      static_cast<double>(fs::file_size(csv)) / 1e6), wanted,
           {{"mien", [&] { return read(csv); }},
            {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertCsv(csv); }); }},
            {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", csv.string())); }}});
 
+  const fs::path mesh_csv = folder / "mesh.csv";
+  if (!fs::exists(mesh_csv)) Run([&] { MakeMeshCsv(mesh_csv, kRows); });
+  Compare(fmt::format("Mesh CSV, {} rows x 1,434 coordinates, {:.0f} MB", kRows,
+                      static_cast<double>(fs::file_size(mesh_csv)) / 1e6), wanted,
+          {{"mien", [&] { return read(mesh_csv); }},
+           {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertCsv(mesh_csv); }); }},
+           {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", mesh_csv.string())); }}});
+  // Twice as many frames show whether the memory grows by more than the take's.
+  for (const std::size_t frames : {kRows / 2, kRows}) {
+    const fs::path json = folder / fmt::format("mesh_{}.json", frames);
+    if (!fs::exists(json)) Run([&] { MakeMeshJson(json, frames); });
+    Compare(fmt::format("Mesh JSON, {} results of 478 landmarks, {:.0f} MB", frames,
+                        static_cast<double>(fs::file_size(json)) / 1e6), wanted,
+            {{"mien", [&] { return read(json); }},
+             {"mmap and the parser alone", [&] { return Run([&] { ParseJsonLines(json); }); }},
+             {"Python's json.loads", [&] { return RunPython(fmt::format("json {}", json.string())); }}});
+  }
+
+  if (!wanted.empty()) return 0;
   // What users wait for: from the C3D file to the weights.
   Form solve = {"mien solve", [&] {
                   return Execute({argv[2], "solve", (folder / "160x36000.c3d").string(), "-p",

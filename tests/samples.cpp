@@ -26,6 +26,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -223,12 +224,15 @@ double LargestTurn(const Animation& animation) {
 
 TEST(Samples, AreWhatTheGeneratorWrites) {
   std::vector<std::string> data;
-  for (const auto& entry : std::filesystem::directory_iterator(kFolder))
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(kFolder))
     if (const auto type = entry.path().extension(); type == ".csv" || type == ".json" || type == ".glb")
-      data.push_back(entry.path().filename());
+      data.push_back(entry.path().lexically_relative(kFolder).generic_string());
   const auto files = mien::samples::SampleFiles();
   EXPECT_THAT(data, UnorderedElementsAre("head.glb", "known_head.csv", "known_weights.csv", "landmarks.csv",
-                                         "markers.csv", "markers.performer.json", "puppet.character.json"));
+                                         "markers.csv", "markers.performer.json", "mesh/long.csv",
+                                         "mesh/planar_pixels.csv", "mesh/result_lines.json",
+                                         "mesh/results.json", "mesh/weights.csv", "mesh/wide.csv",
+                                         "mesh/with_body.csv", "puppet.character.json"));
   ASSERT_EQ(files.size(), data.size() - 1) << "the puppet alone is written by hand";
   for (const auto& [name, bytes] : files)
     EXPECT_TRUE(mien::ReadFile(kFolder / name) == bytes)
@@ -379,6 +383,59 @@ TEST(Samples, LandmarksReturnWhatIsMeasuredOnExactPoints) {
                   exact = MeasuredOnExactPoints(performer, kByCore);
   ExpectNear(solved, exact, by_core, [&](std::size_t f) { return !Sneers(known, f); });
   ExpectNear(solved, exact, in_sneers, [&](std::size_t f) { return Sneers(known, f); });
+}
+
+TEST(Samples, TheMeshReturnsWhatIsMeasuredOnExactPoints) {
+  const Tolerances tolerances = {
+      {"Mouth.Open", {0.01, 0.003}},
+      // As on the 68 landmarks: the inner contour is below the face's upper lip points.
+      {"Mouth.Whistle", {0.22, 0.04}},
+      {"Mouth.CornersUpR", {0.12, 0.02}},
+      {"Mouth.CornersUpL", {0.12, 0.02}},
+      {"Mouth.CornersDownR", {0.08, 0.02}},
+      {"Mouth.CornersDownL", {0.08, 0.02}},
+      {"Mouth.Square", {0.02, 0.005}},
+      // landmarks478 has only the middle half of the brows: of the whole brow's poses, whose ends move less
+      // or more, it reads 0.7 to 1.25.
+      {"Brow.Up", {0.25, 0.035}},
+      {"Brow.Down", {0.25, 0.035}},
+      {"Eye.Close", {0.03, 0.008}},
+      {"Eye.Squint", {0.06, 0.017}},
+      {"Eye.WideOpen", {0.09, 0.025}},
+      {"Cheek.Up", {0.05, 0.01}},
+      {"Cheek.Out", {0.05, 0.01}},
+      {"Nostril.Up", {0.05, 0.01}}};
+  const Performer performer = mien::LoadPerformer("landmarks478");
+  ExpectNear(Solve(mien::samples::FilmMesh(), performer), MeasuredOnExactPoints(performer, kByDefault),
+             tolerances, kAllFrames);
+}
+
+// Points as parts of the image have five decimals, pixels two: that moves a point by up to 0.003 mm, and the
+// scale, which follows from two of them, by 0.00006 of the up to 480 mm to the image's edge.
+TEST(Samples, EveryLayoutOfTheMeshIsTheSameTake) {
+  mien::ReadOptions options;
+  options.mesh.image = {1280, 720};
+  const Take wide = mien::ReadTake(kFolder / "mesh/wide.csv", options);
+  ASSERT_EQ(wide.FrameCount(), 5u);
+  EXPECT_EQ(wide.rate.Hz(), 4);
+  std::size_t layouts = 0;
+  for (const char* name : {"long.csv", "planar_pixels.csv", "result_lines.json", "results.json", "with_body.csv"}) {
+    const Take take = mien::ReadTake(kFolder / "mesh" / name, options);
+    ASSERT_EQ(take.FrameCount(), wide.FrameCount()) << name;
+    const bool has_irises = std::string_view(name) != "with_body.csv";
+    ASSERT_EQ(take.MarkerCount(), has_irises ? 478u : 468u) << name;
+    EXPECT_EQ(take.times == wide.times, has_irises) << name; // the table with the body has no times
+    double most = 0;
+    for (std::size_t f = 0; f < wide.FrameCount(); ++f)
+      for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
+        const Point &p = *take.At(f, m), &q = *wide.At(f, m);
+        for (const double difference : {p.x - q.x, p.y - q.y, p.z - q.z})
+          most = std::max(most, std::fabs(difference));
+      }
+    EXPECT_LT(most, 0.035) << name;
+    ++layouts;
+  }
+  EXPECT_EQ(layouts, 5u);
 }
 
 // Without a chin marker the jaw is measured by the lower lip, and square lips look like an opening jaw.

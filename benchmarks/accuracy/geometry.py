@@ -8,6 +8,14 @@ import numpy
 
 from rotations import plain_fit, stabilised
 
+# Where the 68 landmarks are on the face mesh, those of the jaw only roughly.
+LANDMARKS_ON_MESH = [
+    *(127, 234, 93, 132, 58, 136, 150, 176, 152, 400, 379, 365, 288, 361, 323, 454, 356),
+    *(70, 63, 105, 66, 107, 336, 296, 334, 293, 300),
+    *(168, 197, 5, 4, 75, 97, 2, 326, 305),
+    *(33, 160, 158, 133, 153, 144, 362, 385, 387, 263, 373, 380),
+    *(61, 39, 37, 0, 267, 269, 291, 405, 314, 17, 84, 181, 78, 82, 13, 312, 308, 317, 14, 87),
+]
 RIGID_LANDMARKS = [0, 1, 2, 14, 15, 16, *range(27, 37), 39, 42, 45]
 
 
@@ -79,11 +87,11 @@ def of_markers(places, performer, head):
     return curves
 
 
-def plain_head(places, performer, named):
+def plain_head(places, performer, named, landmarks=None):
     """The plain fit of the head: of the markers `named`, if the take has them all; or else of the rigid ones of the 68
-    landmarks, or of the head markers.
+    landmarks, or of the head markers. `landmarks` are the numbers of the 68 in the take.
     """
-    names = [f"lm{i}" for i in RIGID_LANDMARKS] if performer is None else performer["head"]
+    names = performer["head"] if performer else [f"lm{landmarks[i]}" for i in RIGID_LANDMARKS]
     if named and set(named) <= set(places):
         names = named
     return plain_fit(numpy.stack([places[name] for name in names], 1))

@@ -88,39 +88,76 @@ std::vector<std::string_view> SplitHeader(std::string_view line) {
   return columns;
 }
 
-// "-12.5" and the like, as most fields are: up to seven characters and a sign, read all at once as a whole
-// number over a power of ten. Both are exact, so the quotient is rounded once: the bits equal those of
-// from_chars. Returns where the number ends; null for anything else.
-const char* ShortDecimal(const char* p, const char* end, double& value) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  constexpr double kPower[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7};
-  const bool negative = p != end && *p == '-';
-  if (negative) ++p;
-  std::uint64_t text = 0; // the first character in the lowest byte
-  if constexpr (std::endian::native != std::endian::little) return nullptr;
-  if (end - p < static_cast<std::ptrdiff_t>(sizeof text)) return nullptr;
+constexpr std::uint64_t kOnes = 0x0101010101010101;
+
+// Eight characters, the first in the lowest byte, such that digits are 0 to 9.
+std::uint64_t EightCharacters(const char* p) {
+  std::uint64_t text = 0;
   std::memcpy(&text, p, sizeof text);
+  return text ^ kOnes * '0';
+}
 
-  text ^= kOnes * '0'; // digits are 0 to 9 now
-  std::uint64_t others = (((text & kOnes * 0x7F) + kOnes * (0x80 - 10)) | text) & kOnes * 0x80;
-  int length = std::countr_zero(others) / 8, decimals = 0;
-  if (length < 8 && p[length] == '.') {
-    others &= others - 1;
-    const std::uint64_t above = (std::uint64_t{1} << (8 * length)) - 1; // the digits before the point
-    text = (text & above) | ((text >> 8) & ~above);
-    decimals = std::countr_zero(others) / 8 - length - 1;
-    length += decimals;
-    ++p;
-  }
-  if (others == 0 || length == 0) return nullptr;
+// The highest bit of each byte that is no digit.
+std::uint64_t OtherThanDigits(std::uint64_t text) {
+  return (((text & kOnes * 0x7F) + kOnes * (0x80 - 10)) | text) & kOnes * 0x80;
+}
 
-  text <<= 8 * (8 - length); // leading zeros instead of what follows the number
+// The number that the first 1 to 8 digits make.
+std::uint64_t ValueOfDigits(std::uint64_t text, int count) {
+  text <<= 8 * (8 - count); // leading zeros instead of what follows the number
   text = (text * 10 + (text >> 8)) & 0x00FF00FF00FF00FF;
   text = (text * 100 + (text >> 16)) & 0x0000FFFF0000FFFF;
-  text = (text * 10000 + (text >> 32)) & 0xFFFFFFFF;
-  const double size = static_cast<double>(text) / kPower[decimals];
+  return (text * 10000 + (text >> 32)) & 0xFFFFFFFF;
+}
+
+// "-12.5", "0.498451" and the like, as most fields are: up to seven digits before the point, and as many behind
+// it as a double holds as a whole number. They are read eight at a time as a whole number over a power of ten.
+// Both are exact, so the quotient is rounded once: the bits equal those of from_chars. Returns where the number
+// ends; null for anything else.
+const char* PlainDecimal(const char* p, const char* end, double& value) {
+  constexpr std::uint64_t kTen[] = {1, 10, 100, 1000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
+  constexpr double kPower[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
+                               1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
+  constexpr int kMostDigits = 19;                              // that 64 bits hold
+  constexpr std::uint64_t kMostWhole = std::uint64_t{1} << 53; // up to here a double holds each whole number
+  constexpr std::ptrdiff_t kBlock = 8;
+  if constexpr (std::endian::native != std::endian::little) return nullptr;
+  const bool negative = p != end && *p == '-';
+  if (negative) ++p;
+  if (end - p < kBlock) return nullptr;
+
+  std::uint64_t text = EightCharacters(p), others = OtherThanDigits(text);
+  int digits = std::countr_zero(others) / 8, decimals = 0;
+  if (digits < 8 && p[digits] == '.') {
+    others &= others - 1;
+    const std::uint64_t above = (std::uint64_t{1} << (8 * digits)) - 1; // the digits before the point
+    text = (text & above) | ((text >> 8) & ~above);
+    decimals = std::countr_zero(others) / 8 - digits - 1;
+    digits += decimals;
+    ++p;
+  } else if (others == 0) {
+    return nullptr;
+  }
+  if (digits == 0) return nullptr;
+  std::uint64_t whole = ValueOfDigits(text, digits);
+  p += digits;
+
+  while (others == 0) { // the digits behind the point go on
+    if (end - p < kBlock) return nullptr;
+    text = EightCharacters(p);
+    others = OtherThanDigits(text);
+    const int more = std::countr_zero(others) / 8;
+    if (more == 0) break;
+    digits += more;
+    if (digits > kMostDigits) return nullptr;
+    decimals += more;
+    whole = whole * kTen[more] + ValueOfDigits(text, more);
+    p += more;
+  }
+  if (whole > kMostWhole) return nullptr;
+  const double size = static_cast<double>(whole) / kPower[decimals];
   value = negative ? -size : size;
-  return p + length;
+  return p;
 }
 
 // Takes the header row off the front of `text`, without its line end, and counts the lines passed.
@@ -264,7 +301,7 @@ std::optional<double> CsvReader::NumberIfAny(std::size_t column, std::string_vie
 
   const char* first = skip_blanks(line_.data() + at_);
   double value = 0;
-  if (const char* const stop = ShortDecimal(first, end, value)) {
+  if (const char* const stop = PlainDecimal(first, end, value)) {
     const char* const after = skip_blanks(stop);
     if (is_field_end(after)) {
       go_behind(after);

@@ -51,17 +51,63 @@ public:
   using pointer = const char*;
   using reference = const char&;
 
-  explicit Cursor(const char*& at) : at_(&at) {}
-  reference operator*() const { return **at_; }
+  /// Keeps `at` where the parser is.
+  Cursor(const char* first, const char*& at) : here_(first), at_(&at) {}
+  reference operator*() const { return *here_; }
   Cursor& operator++() {
-    ++*at_;
+    *at_ = ++here_;
     return *this;
   }
-  bool operator==(const Cursor& other) const { return *at_ == *other.at_; }
-  bool operator!=(const Cursor& other) const { return *at_ != *other.at_; }
+  bool operator==(const Cursor& other) const { return here_ == other.here_; }
+  bool operator!=(const Cursor& other) const { return here_ != other.here_; }
 
 private:
+  const char* here_;
   const char** at_;
+};
+
+// The same for a text with bare NaN, as Python writes lost numbers: shows null in its place.
+class NanCursor {
+public:
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char*;
+  using reference = const char&;
+
+  NanCursor(std::string_view text, const char*& at) : rest_(text), at_(&at) { LookAtNan(); }
+  reference operator*() const { return null_.empty() ? rest_.front() : null_.front(); }
+  NanCursor& operator++() {
+    if (!null_.empty()) {
+      null_.remove_prefix(1);
+      if (null_.empty()) GoOn(kNan.size());
+      return *this;
+    }
+    const char c = rest_.front();
+    in_string_ = in_string_ != (c == '"' && !is_escaped_);
+    is_escaped_ = in_string_ && c == '\\' && !is_escaped_;
+    GoOn(1);
+    return *this;
+  }
+  bool operator==(const NanCursor& other) const { return rest_.data() == other.rest_.data(); }
+  bool operator!=(const NanCursor& other) const { return !(*this == other); }
+
+  static constexpr std::string_view kNan = "NaN";
+
+private:
+  void GoOn(std::size_t count) {
+    rest_.remove_prefix(count);
+    *at_ = rest_.data();
+    LookAtNan();
+  }
+  void LookAtNan() {
+    if (!in_string_ && rest_.starts_with(kNan)) null_ = "null";
+  }
+
+  std::string_view rest_;
+  std::string_view null_; // the rest of what stands for the NaN that the text has here
+  const char** at_;
+  bool in_string_ = false, is_escaped_ = false;
 };
 
 // When a result was.
@@ -95,14 +141,12 @@ public:
 
   bool null() override {
     if (!scopes_.empty() && IsFaceKey()) scopes_.back().has_face = true;
-    return Number(std::numeric_limits<double>::quiet_NaN(), 0);
+    return Number(std::numeric_limits<double>::quiet_NaN(), "");
   }
   bool boolean(bool /*value*/) override { return true; }
-  bool number_integer(std::int64_t value) override { return Number(static_cast<double>(value), 0); }
-  bool number_unsigned(std::uint64_t value) override { return Number(static_cast<double>(value), 0); }
-  bool number_float(double value, const std::string& text) override {
-    return Number(value, DecimalsOf(text));
-  }
+  bool number_integer(std::int64_t value) override { return Number(static_cast<double>(value), ""); }
+  bool number_unsigned(std::uint64_t value) override { return Number(static_cast<double>(value), ""); }
+  bool number_float(double value, const std::string& text) override { return Number(value, text); }
   bool string(std::string& /*value*/) override { return true; }
   bool binary(Json::binary_t& /*value*/) override { return false; } // JSON has none
 
@@ -188,7 +232,8 @@ private:
     return true;
   }
 
-  bool Number(double value, int decimals) {
+  // `text` is the number as written, if it may have decimals.
+  bool Number(double value, std::string_view text) {
     if (scopes_.empty()) return true;
     Scope& scope = scopes_.back();
     if (faces_at_ != 0 && scope.is_object) {
@@ -207,7 +252,7 @@ private:
       } else if (!scope.moment.time && UnitsPerSecond(scope.key)) {
         scope.moment.time = value;
         scope.moment.time_key = scope.key;
-        scope.moment.decimals = decimals;
+        scope.moment.decimals = DecimalsOf(text);
       }
     }
     return true;
@@ -239,7 +284,8 @@ private:
 class ResultReader {
 public:
   ResultReader(std::string_view bytes, std::string file, std::optional<std::int64_t> face)
-      : bytes_(bytes), file_(std::move(file)), face_(face) {}
+      : bytes_(bytes), file_(std::move(file)), has_nan_(bytes.find(NanCursor::kNan) != std::string_view::npos),
+        face_(face) {}
 
   Take Read(const std::optional<FrameRate>& input_rate) {
     Parse();
@@ -253,15 +299,24 @@ public:
 private:
   std::string Line() const { return std::to_string(1 + std::count(bytes_.data(), at_, '\n')); }
 
+  // Parses up to the end of the JSON value at at_.
+  bool ParseDocument(const char* end) {
+    const auto parse = [this](auto first, auto last) {
+      return Json::sax_parse(first, last, &parser_, Json::input_format_t::json, false);
+    };
+    if (!has_nan_) return parse(Cursor(at_, at_), Cursor(end, at_));
+    return parse(NanCursor({at_, static_cast<std::size_t>(end - at_)}, at_), NanCursor({end, 0}, at_));
+  }
+
   void Parse() {
-    const char* end = bytes_.data() + bytes_.size();
+    const char* const end = bytes_.data() + bytes_.size();
     at_ = bytes_.data();
     if (bytes_.starts_with("\xEF\xBB\xBF")) at_ += 3;
     while (true) {
       while (at_ != end && (*at_ == ' ' || *at_ == '\t' || *at_ == '\r' || *at_ == '\n')) ++at_;
       if (at_ == end) break;
       parser_.StartDocument();
-      if (Json::sax_parse(Cursor(at_), Cursor(end), &parser_, Json::input_format_t::json, false)) continue;
+      if (ParseDocument(end)) continue;
       if (parser_.IsTooDeep())
         throw InputError(Code::Limit, file_, Line(),
                          fmt::format("objects and arrays are nested more than {} deep", kDeepestJson),
@@ -272,8 +327,7 @@ private:
       if (at_ != end || moments_.empty())
         throw InputError(
             Code::Syntax, file_, Line(), "this is not JSON from here on",
-            "look for a missing comma, quote or bracket just before, or for NaN, which JSON writes as "
-            "null");
+            "look for a missing comma, quote or bracket just before");
       take_.notes.push_back(
           {Code::Truncated, "line " + Line(), "the file ends inside a result, which is left out"});
       break;
@@ -406,6 +460,7 @@ private:
 
   const std::string_view bytes_;
   const std::string file_;
+  const bool has_nan_;
   const std::optional<std::int64_t> face_;
   const char* at_ = nullptr; // where the parser is
   ResultParser parser_{static_cast<std::size_t>(std::max<std::int64_t>(face_.value_or(0), 0)),

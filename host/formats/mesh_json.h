@@ -18,7 +18,8 @@ namespace mien {
 /// time.
 ///
 /// Numbers and times are recognised by their keys as in csv_frames.h; `timestamp` and `time` without a unit
-/// are milliseconds if they rise by more than 5 a frame. An empty list, an empty face and null are gaps.
+/// are milliseconds if they rise by more than 5 a frame. An empty list, an empty face and null are gaps, as is
+/// a point with null or NaN. Weights and matrices are read past.
 bool IsMeshJson(std::string_view bytes);
 
 /// Of several faces, reads the one at `face` in the list, from 0; without it the first. `input_rate` is for

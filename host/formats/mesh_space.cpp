@@ -26,16 +26,23 @@ constexpr double kDepth = 0.6466;
 
 double Distance(const Point& a, const Point& b) { return std::hypot(a.x - b.x, a.y - b.y, a.z - b.z); }
 
+// What the coordinates of a take are multiplied by.
+struct Factors {
+  double x = 1, y = 1, z = 1;
+
+  Point operator()(const Point& p) const { return {p.x * x, p.y * y, p.z * z}; }
+};
+
 // The median over the frames that have all of these points; nothing if no frame has.
 template <typename Measure>
-std::optional<double> MedianOf(const Take& take, std::initializer_list<std::size_t> points,
-                               const Measure& measure) {
+std::optional<double> MedianOf(const Take& take, const Factors& factors,
+                               std::initializer_list<std::size_t> points, const Measure& measure) {
   std::vector<double> values;
   std::vector<Point> found(points.size());
   for (std::size_t frame = 0; frame < take.FrameCount(); ++frame) {
     std::size_t count = 0;
     for (const std::size_t point : points)
-      if (const Point* const p = take.At(frame, point)) found[count++] = *p;
+      if (const Point* const p = take.At(frame, point)) found[count++] = factors(*p);
     if (count == points.size()) values.push_back(measure(found));
   }
   if (values.empty()) return std::nullopt;
@@ -43,11 +50,13 @@ std::optional<double> MedianOf(const Take& take, std::initializer_list<std::size
 }
 
 // Parts of the image are between 0 and 1, or a little outside where the face is cut. A tracker may go astray
-// in some frames.
+// in some frames; of a long take, frames spread over it decide.
 bool IsInPixels(const Take& take) {
+  constexpr std::size_t kFrames = 1000;
+  const std::size_t step = 1 + take.FrameCount() / kFrames;
   const auto is_part = [](double value) { return value >= -1 && value <= 2; };
   std::size_t parts = 0, count = 0;
-  for (std::size_t frame = 0; frame < take.FrameCount(); ++frame)
+  for (std::size_t frame = 0; frame < take.FrameCount(); frame += step)
     for (std::size_t marker = 0; marker < take.MarkerCount(); ++marker)
       if (const Point* const p = take.At(frame, marker)) {
         ++count;
@@ -58,21 +67,16 @@ bool IsInPixels(const Take& take) {
 
 // How far the nose tip is in front of the sides, as a part of the face's width: the same at each turn to the
 // side.
-std::optional<double> DepthOf(const Take& take) {
-  return MedianOf(take, {kNoseTip, kRightSide, kLeftSide}, [](const std::vector<Point>& p) {
+std::optional<double> DepthOf(const Take& take, const Factors& factors) {
+  return MedianOf(take, factors, {kNoseTip, kRightSide, kLeftSide}, [](const std::vector<Point>& p) {
     const double width = std::hypot(p[2].x - p[1].x, p[2].y - p[1].y);
     return width > 0 ? ((p[1].z + p[2].z) / 2 - p[0].z) / width : 0;
   });
 }
 
-void Scale(Take& take, double x, double y, double z) {
-  for (std::size_t frame = 0; frame < take.FrameCount(); ++frame)
-    for (Point& p : take.RowOf(frame).positions) p = {p.x * x, p.y * y, p.z * z};
-}
-
 // The unit of z where x and y are in pixels.
 double PixelDepth(Take& take, const MeshOptions& options) {
-  const std::optional<double> depth = DepthOf(take);
+  const std::optional<double> depth = DepthOf(take, {});
   const auto is_a_face = [](double value) {
     return std::abs(value) > kDepth / 3 && std::abs(value) < kDepth * 3;
   };
@@ -101,24 +105,24 @@ void NoteMissingDepth(Take& take) {
                         "show up as expression"});
 }
 
-void NoteOrientation(Take& take) {
+void NoteOrientation(Take& take, const Factors& factors) {
   const auto lower =
-      MedianOf(take, {kForehead, kChin}, [](const std::vector<Point>& p) { return p[0].y - p[1].y; });
+      MedianOf(take, factors, {kForehead, kChin}, [](const std::vector<Point>& p) { return p[0].y - p[1].y; });
   if (lower && *lower < 0)
     take.notes.push_back({Code::Doubtful, "",
                           "the chin is above the forehead: y down is expected, as in an image, or the video "
                           "is upside down"});
-  const std::optional<double> depth = DepthOf(take); // z points to the camera here
+  const std::optional<double> depth = DepthOf(take, factors); // z points to the camera here
   if (depth && *depth > 0)
     take.notes.push_back({Code::Doubtful, "",
                           "the nose is behind the sides of the face: z that falls towards the camera is "
                           "expected"});
 }
 
-void Mirror(Take& take) {
+// Exchanges the points of both sides.
+void ExchangeSides(Take& take) {
   for (std::size_t frame = 0; frame < take.FrameCount(); ++frame) {
     const Take::Row row = take.RowOf(frame);
-    for (Point& p : row.positions) p.x = -p.x;
     for (std::size_t i = 0; i < take.MarkerCount(); ++i)
       if (const std::size_t other = MirroredMeshPoint(i); i < other && other < take.MarkerCount()) {
         std::swap(row.positions[i], row.positions[other]);
@@ -160,45 +164,51 @@ std::vector<std::string> MeshMarkers(std::size_t count) {
 
 void MeshToMillimetres(Take& take, const std::string& file, const MeshOptions& options) {
   take.axes = "+y up, along +z out of a face that looks at the camera";
+  Factors factors;
   if (IsInPixels(take)) {
     take.unit = "px";
-    Scale(take, 1, -1, -PixelDepth(take, options));
+    factors = {1, -1, -PixelDepth(take, options)};
   } else {
     take.unit = "image widths";
     const ImageSize image = options.image.value_or(ImageSize{16, 9});
     if (!options.image)
       take.notes.push_back({Code::Assumed, "", "the image's size is unknown; taken as 16:9 (--image)"});
-    Scale(take, image.width, -image.height, -image.width);
+    factors = {image.width, -image.height, -image.width};
   }
-  if (options.mirrored) Mirror(take);
+  if (options.mirrored) {
+    ExchangeSides(take);
+    factors.x = -factors.x;
+  }
   NoteMissingDepth(take);
-  NoteOrientation(take);
+  NoteOrientation(take, factors);
 
   const bool by_width = options.face_width_mm.has_value();
   const std::size_t right = by_width ? kRightSide : kRightEyeCorner;
   const std::size_t left = by_width ? kLeftSide : kLeftEyeCorner;
-  const std::optional<double> distance =
-      MedianOf(take, {right, left}, [](const std::vector<Point>& p) { return Distance(p[0], p[1]); });
-  if (!distance) {
+  const std::optional<double> distance = MedianOf(
+      take, factors, {right, left}, [](const std::vector<Point>& p) { return Distance(p[0], p[1]); });
+  if (!distance)
     take.notes.push_back(
         {Code::Missing, "",
          fmt::format("no frame has both points {} and {}, which give the scale", right, left)});
-    return;
-  }
-  const double scale = options.face_width_mm.value_or(kEyeDistance) / *distance;
+  const double scale = distance ? options.face_width_mm.value_or(kEyeDistance) / *distance : 1;
   if (!std::isfinite(scale))
     throw InputError(Code::InvalidValue, file, "",
                      fmt::format("the points {} and {}, which give the scale, are in one place", right, left),
                      "export the landmarks again");
-  Scale(take, scale, scale, scale);
 
   FarPositions far;
-  for (std::size_t frame = 0; frame < take.FrameCount(); ++frame)
-    for (std::size_t marker = 0; marker < take.MarkerCount(); ++marker)
-      if (const Point* const p = take.At(frame, marker); p && !IsWithinReach(*p)) {
-        far.Add(take.markers[marker], "frame", take.frames[frame]);
-        take.Clear(frame, marker);
-      }
+  for (std::size_t frame = 0; frame < take.FrameCount(); ++frame) {
+    const Take::Row row = take.RowOf(frame);
+    for (std::size_t marker = 0; marker < row.positions.size(); ++marker) {
+      Point& p = row.positions[marker]; // of a gap: no matter
+      p = factors(p);
+      p = {p.x * scale, p.y * scale, p.z * scale};
+      if (IsWithinReach(p) || row.origins[marker] == Origin::None) continue;
+      far.Add(take.markers[marker], "frame", take.frames[frame]);
+      take.Clear(frame, marker);
+    }
+  }
   far.AppendTo(take.notes);
 }
 

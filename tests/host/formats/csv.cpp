@@ -223,7 +223,7 @@ TEST(CsvReader, DecimalsOfAnyLengthAreTheNumbersThatFromCharsMakesOfThem) {
   std::mt19937_64 random(3);
   for (int i = 0; i < 20000; ++i) {
     std::string field = random() % 2 == 0 ? "-" : "";
-    const std::size_t digits = 1 + random() % 18;
+    const std::size_t digits = 1 + random() % 24;
     const std::size_t point = random() % (digits + 3); // none, for the last two
     for (std::size_t k = 0; k < digits; ++k) {
       if (k == point) field += '.';
@@ -232,6 +232,16 @@ TEST(CsvReader, DecimalsOfAnyLengthAreTheNumbersThatFromCharsMakesOfThem) {
     if (point == digits) field += '.';
     ExpectBitsOfFromChars(field);
   }
+}
+
+TEST(CsvReader, DecimalsAtTheLimitOfWhatADoubleHoldsAreThoseOfFromChars) {
+  // 2^53 and its neighbours, 19 and 20 digits, blocks of eight that end behind the point or behind a digit.
+  for (const char* field :
+       {"0.9007199254740991", "0.9007199254740992", "0.9007199254740993", "900719.9254740993", "-9.007199254740993",
+        "0.000000000000000001", "0.0000000000000000001", "0.1234567890123456789", "0.0900719925474099",
+        "1234567.", "1234567.8", "123456.7", "0.123456", "0.1234567", "0.12345678901234", "0.1234567e5",
+        "0.123456789e-7", "0.1234567x", "0.12345678.9", "1234567.89012345678"})
+    ExpectBitsOfFromChars(field);
 }
 
 TEST(CsvReader, NumberIfAnySeparatesEmptyFieldsNumbersNanAndInfinity) {

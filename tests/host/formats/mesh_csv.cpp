@@ -132,6 +132,31 @@ TEST(MeshCsv, EveryLayoutOfColumnsIsTheSameTake) {
   }
 }
 
+// Two rows whose points have a visibility and a class or a file in front.
+TEST(MeshCsv, WhatIsBesideThePointsIsIgnored) {
+  for (const auto& [front, cells] : {std::pair("class", "happy"), std::pair("filename", "face_x_1.png"),
+                                     std::pair("video_filename,frame_num,emotion", "take_x_1.mp4,7,happy"),
+                                     std::pair("Frame", "7")}) {
+    std::string header = front, rows[] = {cells, cells};
+    if (const auto number = rows[1].rfind('7'); number != std::string::npos) rows[1][number] = '8';
+    for (std::size_t i = 0; i < 478; ++i) {
+      header += fmt::format(",x{0},y{0},z{0},v{0}", i + 1);
+      for (double shift : {0.0, 1.0}) {
+        Point p = MeshFace()[i];
+        p.x += shift;
+        p = InImage(p);
+        rows[shift == 0 ? 0 : 1] += fmt::format(",{},{},{},0.999", p.x, p.y, p.z);
+      }
+    }
+    const Take take = ReadTake(header + "\n" + rows[0] + "\n" + rows[1] + "\n", "face.csv", With640x360());
+    ASSERT_EQ(take.MarkerCount(), 478u) << front;
+    ExpectFace(take, 0, 0);
+    ExpectFace(take, 1, 1);
+    EXPECT_EQ(take.frames[0], header.find("rame_num") != std::string::npos || front[0] == 'F' ? 7 : 1) << front;
+    EXPECT_THAT(take.notes, Contains(IsNote(Code::Assumed, "", "no times; taken as 30 Hz"))) << front;
+  }
+}
+
 TEST(MeshCsv, TimesHaveEveryUsualName) {
   for (const auto& [front, row] :
        std::vector<std::pair<std::string, std::string>>{{"frame,timestamp_ms", "2,40"},

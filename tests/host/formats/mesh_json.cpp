@@ -132,6 +132,47 @@ TEST(MeshJson, LostFacesAreGapsAlsoInFront) {
   EXPECT_NE(take.At(4, 1), nullptr);
 }
 
+TEST(MeshJson, NanIsANumberThatIsMissing) {
+  std::string nan = Face(0);
+  nan.replace(nan.find(':') + 1, nan.find(',') - nan.find(':') - 1, "NaN"); // x of point 0
+  const Take take = ReadTake("[{\"time_s\":0,\"name\":\"NaN \\\" NaN\",\"face_landmarks\":[" + nan +
+                                 "]},\n{\"time_s\":NaN,\"time_ms\":40,\"face_landmarks\":[" + Face(1) + "]}]",
+                             "face.json", With640x360());
+  ASSERT_EQ(take.FrameCount(), 2u);
+  EXPECT_EQ(take.At(0, 0), nullptr);
+  EXPECT_NE(take.At(0, 1), nullptr);
+  ExpectFace(take, 1, 1);
+  EXPECT_THAT(InputErrorOf([&] { ReadTake("{\"face_landmarks\":[[[NaN,Na,1]]]}", "face.json"); }),
+              HasSubstr("face.json:1: this is not JSON from here on"));
+}
+
+TEST(MeshJson, WithoutDepthTheFaceIsFlatAndNoted) {
+  std::string points;
+  for (const Point& p : MeshFace())
+    points += fmt::format("{}{{\"x\":{},\"y\":{}}}", points.empty() ? "" : ",", InImage(p).x, InImage(p).y);
+  const Take take = ReadTake("{\"time_s\":0,\"faceLandmarks\":[[" + points + "]]}", "face.json", With640x360());
+  EXPECT_EQ(take.At(0, 1)->z, 0);
+  EXPECT_THAT(take.notes,
+              Contains(IsNote(Code::Missing, "", "x, y and z are expected, and the landmarks have no depth")));
+}
+
+TEST(MeshJson, MatricesAndWeightsAreReadPast) {
+  const auto with = [](const std::string& matrix) {
+    return ReadTake("[{\"time_s\":0,\"facialTransformationMatrixes\":" + matrix + "," + Result(0) +
+                        "},{\"time_s\":0.04," + Result(1) + ",\"facial_transformation_matrixes\":" + matrix + "}]",
+                    "face.json", With640x360());
+  };
+  for (const char* matrix :
+       {"[{\"rows\":4,\"columns\":4,\"data\":[0,1,0,0,-1,0,0,0,0,0,1,0,3,4,-50,1]}]",
+        "[[[0,-1,0,3],[1,0,0,4],[0,0,1,-50],[0,0,0,1]]]", "[]", "null"}) {
+    const Take take = with(matrix);
+    ASSERT_EQ(take.FrameCount(), 2u) << matrix;
+    ExpectFace(take, 0, 0);
+    ExpectFace(take, 1, 1);
+    EXPECT_THAT(take.notes, IsEmpty()) << matrix;
+  }
+}
+
 TEST(MeshJson, OfSeveralFacesOneIsRead) {
   const std::string text = "{\"time_s\":0,\"faceLandmarks\":[" + Face(0) + "," + Face(50) + "]}";
   const Take first = ReadTake(text, "face.json", With640x360());
@@ -158,6 +199,8 @@ TEST(MeshJson, TimestampsWithoutUnitAreJudgedByTheirSteps) {
               ElementsAre(IsNote(Code::Assumed, "", "\"timestamp\" has no unit; taken as milliseconds")));
   EXPECT_EQ(take("timestamp", 0.5).rate.Hz(), 2);
   EXPECT_THAT(take("timestamp", 0.5).notes, IsEmpty());
+  EXPECT_THAT(take("timestampMs", 0.04).notes,
+              Contains(IsNote(Code::Doubtful, "", "\"timestampMs\" is expected to be in milliseconds")));
   EXPECT_THAT(take("time_s", 40).notes,
               Contains(IsNote(Code::Doubtful, "", "\"time_s\" is expected to be in sec")));
 }

@@ -131,7 +131,7 @@ TEST(LongMeshCsv, WithoutDepthTheFaceIsFlatAndNoted) {
     EXPECT_NEAR(take.At(0, i)->x, 320 + face[i].x, 1e-9); // rounding of the table's decimals
     EXPECT_EQ(take.At(0, i)->z, 0);
   }
-  EXPECT_THAT(take.notes, ElementsAre(IsNote(Code::Missing, "", "x, y and z are expected, and the land")));
+  EXPECT_THAT(take.notes, Contains(IsNote(Code::Missing, "", "x, y and z are expected, and the land")));
 }
 
 TEST(LongMeshCsv, TimesInAnotherUnitThanTheirNameAreNoted) {
