@@ -352,7 +352,8 @@ int main(int argc, char** argv) {
     const fs::path path = folder / fmt::format("{}x{}.c3d", points, frames);
     if (!fs::exists(path)) Run([&] { MakeC3d(path, points, frames); });
     Compare(fmt::format("C3D, {} markers x {} frames, {:.0f} MB", points, frames,
-                        static_cast<double>(fs::file_size(path)) / 1e6), wanted,
+                        static_cast<double>(fs::file_size(path)) / 1e6),
+            wanted,
             {{"mien", [&] { return read(path); }},
              {"mmap and convert (the floor)", [&] { return Run([&] { ConvertC3d(path, points, frames); }); }},
              {"numpy.fromfile",
@@ -362,7 +363,8 @@ int main(int argc, char** argv) {
   constexpr std::size_t kRows = 18000;
   if (!fs::exists(csv)) Run([&] { MakeLandmarkCsv(csv, kRows); });
   Compare(fmt::format("Landmark CSV, {} rows x 714 columns, {:.0f} MB", kRows,
-                      static_cast<double>(fs::file_size(csv)) / 1e6), wanted,
+                      static_cast<double>(fs::file_size(csv)) / 1e6),
+          wanted,
           {{"mien", [&] { return read(csv); }},
            {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertCsv(csv); }); }},
            {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", csv.string())); }}});
@@ -370,7 +372,8 @@ int main(int argc, char** argv) {
   const fs::path mesh_csv = folder / "mesh.csv";
   if (!fs::exists(mesh_csv)) Run([&] { MakeMeshCsv(mesh_csv, kRows); });
   Compare(fmt::format("Mesh CSV, {} rows x 1,434 coordinates, {:.0f} MB", kRows,
-                      static_cast<double>(fs::file_size(mesh_csv)) / 1e6), wanted,
+                      static_cast<double>(fs::file_size(mesh_csv)) / 1e6),
+          wanted,
           {{"mien", [&] { return read(mesh_csv); }},
            {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertCsv(mesh_csv); }); }},
            {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", mesh_csv.string())); }}});
@@ -379,7 +382,8 @@ int main(int argc, char** argv) {
     const fs::path json = folder / fmt::format("mesh_{}.json", frames);
     if (!fs::exists(json)) Run([&] { MakeMeshJson(json, frames); });
     Compare(fmt::format("Mesh JSON, {} results of 478 landmarks, {:.0f} MB", frames,
-                        static_cast<double>(fs::file_size(json)) / 1e6), wanted,
+                        static_cast<double>(fs::file_size(json)) / 1e6),
+            wanted,
             {{"mien", [&] { return read(json); }},
              {"mmap and the parser alone", [&] { return Run([&] { ParseJsonLines(json); }); }},
              {"Python's json.loads", [&] { return RunPython(fmt::format("json {}", json.string())); }}});

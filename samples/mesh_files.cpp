@@ -117,7 +117,8 @@ std::string Long(const Frames& frames) {
 std::string PointObjects(const Frame& frame) {
   std::string text;
   for (const auto& [x, y, z] : frame.points)
-    fmt::format_to(std::back_inserter(text), R"({}{{"x":{},"y":{},"z":{}}})", text.empty() ? "" : ",", x, y, z);
+    fmt::format_to(std::back_inserter(text), R"({}{{"x":{},"y":{},"z":{}}})", text.empty() ? "" : ",", x, y,
+                   z);
   return text;
 }
 
@@ -153,7 +154,8 @@ std::string ResultLines(const Frames& frames) {
 }
 
 std::string Weights(const Frames& frames) {
-  std::string text = "frame,timestamp_ms,timestamp_sec,_neutral,eyeBlinkLeft,eyeBlinkRight,jawOpen,mouthFunnel\n";
+  std::string text =
+      "frame,timestamp_ms,timestamp_sec,_neutral,eyeBlinkLeft,eyeBlinkRight,jawOpen,mouthFunnel\n";
   for (std::size_t f = 0; f < frames.size(); ++f)
     fmt::format_to(std::back_inserter(text), "{},{},{},0,{},{},{},0\n", f + 1, 1000 * Seconds(f), Seconds(f),
                    frames[f].blink, frames[f].blink, frames[f].jaw);

@@ -419,7 +419,8 @@ TEST(Samples, EveryLayoutOfTheMeshIsTheSameTake) {
   ASSERT_EQ(wide.FrameCount(), 5u);
   EXPECT_EQ(wide.rate.Hz(), 4);
   std::size_t layouts = 0;
-  for (const char* name : {"long.csv", "planar_pixels.csv", "result_lines.json", "results.json", "with_body.csv"}) {
+  for (const char* name :
+       {"long.csv", "planar_pixels.csv", "result_lines.json", "results.json", "with_body.csv"}) {
     const Take take = mien::ReadTake(kFolder / "mesh" / name, options);
     ASSERT_EQ(take.FrameCount(), wide.FrameCount()) << name;
     const bool has_irises = std::string_view(name) != "with_body.csv";

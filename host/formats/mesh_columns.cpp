@@ -90,8 +90,8 @@ void CheckEachPoint(const CsvReader& csv, const Family& family, const std::vecto
   if (!missing.empty())
     csv.Fail(Code::Missing,
              fmt::format("of the {} points from {} to {}, {} missing: {}; {}", last - first + 1, first, last,
-                         missing.size() == 1 ? "one is" : fmt::format("{} are", missing.size()), Some(missing),
-                         expected),
+                         missing.size() == 1 ? "one is" : fmt::format("{} are", missing.size()),
+                         Some(missing), expected),
              kFix);
   for (std::size_t number = first; number <= last; ++number)
     for (std::size_t axis = 0; axis < axes; ++axis)

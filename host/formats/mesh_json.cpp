@@ -284,8 +284,8 @@ private:
 class ResultReader {
 public:
   ResultReader(std::string_view bytes, std::string file, std::optional<std::int64_t> face)
-      : bytes_(bytes), file_(std::move(file)), has_nan_(bytes.find(NanCursor::kNan) != std::string_view::npos),
-        face_(face) {}
+      : bytes_(bytes), file_(std::move(file)),
+        has_nan_(bytes.find(NanCursor::kNan) != std::string_view::npos), face_(face) {}
 
   Take Read(const std::optional<FrameRate>& input_rate) {
     Parse();
@@ -325,9 +325,8 @@ private:
         throw InputError(Code::InvalidValue, file_, Line(), "a number is beyond what a double holds",
                          "write a smaller one");
       if (at_ != end || moments_.empty())
-        throw InputError(
-            Code::Syntax, file_, Line(), "this is not JSON from here on",
-            "look for a missing comma, quote or bracket just before");
+        throw InputError(Code::Syntax, file_, Line(), "this is not JSON from here on",
+                         "look for a missing comma, quote or bracket just before");
       take_.notes.push_back(
           {Code::Truncated, "line " + Line(), "the file ends inside a result, which is left out"});
       break;

@@ -54,7 +54,7 @@ Columns FindColumns(const CsvReader& csv) {
              kFix);
   columns.face = FindFaceColumn(csv);
   columns.landmark = LandmarkColumn(csv.Columns()).value_or(0); // there is one: IsLongMeshCsv
-  for (const std::string_view name : {"x", "y", "z"}) // of these IsLongMeshCsv found x and y
+  for (const std::string_view name : {"x", "y", "z"})           // of these IsLongMeshCsv found x and y
     if (const auto column = FindColumn(csv.Columns(), {name})) columns.axes.push_back(*column);
   return columns;
 }

@@ -100,14 +100,15 @@ void NoteMissingDepth(Take& take) {
         is_flat = true;
       }
   if (!is_flat) return;
-  take.notes.push_back({Code::Missing, "",
-                        "x, y and z are expected, and the landmarks have no depth (z): turns of the head will "
-                        "show up as expression"});
+  take.notes.push_back(
+      {Code::Missing, "",
+       "x, y and z are expected, and the landmarks have no depth (z): turns of the head will "
+       "show up as expression"});
 }
 
 void NoteOrientation(Take& take, const Factors& factors) {
-  const auto lower =
-      MedianOf(take, factors, {kForehead, kChin}, [](const std::vector<Point>& p) { return p[0].y - p[1].y; });
+  const auto lower = MedianOf(take, factors, {kForehead, kChin},
+                              [](const std::vector<Point>& p) { return p[0].y - p[1].y; });
   if (lower && *lower < 0)
     take.notes.push_back({Code::Doubtful, "",
                           "the chin is above the forehead: y down is expected, as in an image, or the video "

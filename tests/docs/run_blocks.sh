@@ -8,6 +8,8 @@
 # output. A cpp block is saved as program.cpp, or under the name that follows on its fence (```cpp
 # open_mouth.cpp). Blocks that must not be run have another fence: ```console, ```text. The environment
 # determines which mien the blocks use: PATH, CMAKE_PREFIX_PATH, PKG_CONFIG_PATH, LD_LIBRARY_PATH, CXX.
+#
+# In a table with a column "what to type", every `mien ...` is a command as well.
 set -euo pipefail
 
 file=$1 source=$2 scratch=$3
@@ -25,6 +27,17 @@ awk -v blocks="$scratch/blocks" '
   out != "" { print substr($0, indent + 1) > out; next }
   other && /^[ ]*```[ ]*$/ { other = 0; next }
   other { next }
+  /^\|.*\| *what to type *\|/ { typed = 1; next }
+  !/^\|/ { typed = 0 }
+  typed {
+    cells = split($0, cell, "`")
+    for (i = 2; i <= cells; i += 2)
+      if (cell[i] ~ /^mien /) {
+        at = sprintf("%s/%04d.sh", blocks, NR)
+        print cell[i] > at
+        close(at)
+      }
+  }
   /^[ ]*```/ {
     indent = index($0, "`") - 1
     fence = substr($0, indent + 4)
@@ -74,4 +87,4 @@ while read -r block; do
 done <"$scratch/order"
 
 echo "$file: $commands command blocks and $programs programs ran; $fragments fragments were not run"
-[[ $((commands + programs)) -gt 0 || $(basename "$file") != README.md ]]
+[[ $((commands + programs)) -gt 0 || ! $(basename "$file") =~ ^(README|from-your-tracker)\.md$ ]]

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 using nlohmann::json;
@@ -96,6 +97,25 @@ TEST_F(Info, SeveralTakesAreDescribedOneAfterTheOther) {
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out, StartsWith(Run({"info", "b.csv"}).out));
   EXPECT_THAT(ran.out, EndsWith("\n" + Run({"info", "a.csv"}).out));
+}
+
+TEST_F(Info, EveryLayoutOfTheMeshIsDescribed) {
+  for (const auto& [file, format] :
+       {std::pair("wide.csv", "wide: mesh CSV, lengths in image widths\n"),
+        std::pair("planar_pixels.csv", "planar_pixels: mesh CSV, lengths in px\n"),
+        std::pair("with_body.csv", "with_body: mesh CSV, lengths in image widths\n"),
+        std::pair("long.csv", "long: long mesh CSV, lengths in image widths\n"),
+        std::pair("results.json", "results: mesh JSON, lengths in image widths\n"),
+        std::pair("result_lines.json", "result_lines: mesh JSON, lengths in im")}) {
+    const Ran ran = Run({"info", kSamples + "/mesh/" + file});
+    EXPECT_EQ(ran.exit_code, 0) << ran.err;
+    EXPECT_THAT(ran.out, AllOf(StartsWith(format), HasSubstr("  frames    5 (")));
+  }
+  const Ran weights = Run({"info", kSamples + "/mesh/weights.csv"});
+  EXPECT_EQ(weights.exit_code, 1);
+  EXPECT_THAT(weights.err,
+              HasSubstr("the file has shape weights (scores) and no landmarks, which are what is "
+                        "solved; store the landmarks (faceLandmarks) as well"));
 }
 
 TEST_F(Info, ATakeThatCannotBeReadDoesNotHideTheOthers) {

@@ -466,6 +466,29 @@ TEST_F(SolveCommand, ReadsTheFaceThatIsAskedFor) {
 
 // --- Clocks.
 
+TEST_F(SolveCommand, OfPointsAndWeightsThePointsAreSolvedAndWeightsAloneAreRefused) {
+  for (const char* file :
+       {"results.json", "result_lines.json", "wide.csv", "long.csv", "planar_pixels.csv"}) {
+    const Ran ran = Run({"solve", kSamples / "mesh" / file, "-p", "landmarks478", "--image", "1280x720",
+                         "--neutral", file == std::string("long.csv") ? "0" : "1", "-o", "mesh.csv"});
+    ASSERT_EQ(ran.exit_code, 0) << file << ran.err;
+    const Table solved(Saved("mesh.csv"));
+    const std::size_t open = solved.Column("Mouth.Open");
+    ASSERT_EQ(solved.rows.size(), 5u) << file;
+    for (const char* side : {"Left", "Right"}) { // a blink of 0.96 in the second frame
+      const std::size_t close = solved.Column(side + std::string("Eye.Close"));
+      EXPECT_NEAR(solved.Number(1, close), 0.96, 0.03) << file;
+      for (const std::size_t row : {0u, 2u, 3u, 4u}) EXPECT_NEAR(solved.Number(row, close), 0, 0.03) << file;
+    }
+    for (const std::size_t row : {0u, 1u, 2u, 4u}) EXPECT_NEAR(solved.Number(row, open), 0, 0.03) << file;
+    EXPECT_NEAR(solved.Number(3, open), 1, 0.03) << file;
+  }
+  const Ran weights = Run({"solve", kSamples / "mesh/weights.csv", "-p", "landmarks478", "-o", "none.csv"});
+  EXPECT_EQ(weights.exit_code, 1);
+  EXPECT_THAT(weights.err, HasSubstr("shape weights (scores) and no landmarks"));
+  EXPECT_FALSE(Has("none.csv"));
+}
+
 TEST_F(SolveCommand, RateFirstFrameAndTimecodeReachEveryOutput) {
   WriteNtsc();
   ASSERT_EQ(Run({"convert", "ntsc.csv", "ntsc.trc"}).exit_code, 0);

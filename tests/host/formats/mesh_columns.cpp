@@ -45,15 +45,15 @@ TEST(MeshColumns, ATransposedTableIsRefusedAsWhatItIs) {
   const auto error = [](const std::string& text) {
     return InputErrorOf([&] { mien::ReadTake(text, "face.csv"); });
   };
-  for (const auto& [text, line] : {std::pair("point,0,1\nx_0,0.5,0.5\ny_0,0.4,0.4\n", 2),
-                                   std::pair(",0.00,0.04\nlm0x,0.5,0.5\n", 2),
-                                   std::pair("frame,1,2\ntime_s,0,0.04\nemotion,0,0\nx_0,0.5,0.5\n", 4),
-                                   std::pair("x_0,0.5,0.5\ny_0,0.4,0.4\nz_0,0,0\n", 1),
-                                   std::pair("feat_0_x,512,512\nfeat_0_y,300,300\n", 1)})
-    EXPECT_THAT(error(text),
-                StartsWith(fmt::format("face.csv:{}: the table is transposed: the row has one coordinate of a "
-                                       "point in all frames, and a row per frame is expected",
-                                       line)))
+  for (const auto& [text, line] :
+       {std::pair("point,0,1\nx_0,0.5,0.5\ny_0,0.4,0.4\n", 2), std::pair(",0.00,0.04\nlm0x,0.5,0.5\n", 2),
+        std::pair("frame,1,2\ntime_s,0,0.04\nemotion,0,0\nx_0,0.5,0.5\n", 4),
+        std::pair("x_0,0.5,0.5\ny_0,0.4,0.4\nz_0,0,0\n", 1),
+        std::pair("feat_0_x,512,512\nfeat_0_y,300,300\n", 1)})
+    EXPECT_THAT(error(text), StartsWith(fmt::format(
+                                 "face.csv:{}: the table is transposed: the row has one coordinate of a "
+                                 "point in all frames, and a row per frame is expected",
+                                 line)))
         << text;
   EXPECT_THAT(error("a,b\n1,2\n"), HasSubstr("no take of a known format"));
 }

@@ -134,9 +134,9 @@ TEST(MeshCsv, EveryLayoutOfColumnsIsTheSameTake) {
 
 // Two rows whose points have a visibility and a class or a file in front.
 TEST(MeshCsv, WhatIsBesideThePointsIsIgnored) {
-  for (const auto& [front, cells] : {std::pair("class", "happy"), std::pair("filename", "face_x_1.png"),
-                                     std::pair("video_filename,frame_num,emotion", "take_x_1.mp4,7,happy"),
-                                     std::pair("Frame", "7")}) {
+  for (const auto& [front, cells] :
+       {std::pair("class", "happy"), std::pair("filename", "face_x_1.png"),
+        std::pair("video_filename,frame_num,emotion", "take_x_1.mp4,7,happy"), std::pair("Frame", "7")}) {
     std::string header = front, rows[] = {cells, cells};
     if (const auto number = rows[1].rfind('7'); number != std::string::npos) rows[1][number] = '8';
     for (std::size_t i = 0; i < 478; ++i) {
@@ -152,7 +152,8 @@ TEST(MeshCsv, WhatIsBesideThePointsIsIgnored) {
     ASSERT_EQ(take.MarkerCount(), 478u) << front;
     ExpectFace(take, 0, 0);
     ExpectFace(take, 1, 1);
-    EXPECT_EQ(take.frames[0], header.find("rame_num") != std::string::npos || front[0] == 'F' ? 7 : 1) << front;
+    EXPECT_EQ(take.frames[0], header.find("rame_num") != std::string::npos || front[0] == 'F' ? 7 : 1)
+        << front;
     EXPECT_THAT(take.notes, Contains(IsNote(Code::Assumed, "", "no times; taken as 30 Hz"))) << front;
   }
 }
@@ -296,5 +297,6 @@ TEST(MeshCsv, WithoutDepthTheFaceIsFlatAndNoted) {
     EXPECT_NEAR(take.At(0, i)->x, 320 + face[i].x, 1e-9);
     EXPECT_EQ(take.At(0, i)->z, 0);
   }
-  EXPECT_THAT(take.notes, Contains(IsNote(Code::Missing, "", "x, y and z are expected, and the landmarks have no depth (z)")));
+  EXPECT_THAT(take.notes, Contains(IsNote(Code::Missing, "",
+                                          "x, y and z are expected, and the landmarks have no depth (z)")));
 }

@@ -150,21 +150,22 @@ TEST(MeshJson, WithoutDepthTheFaceIsFlatAndNoted) {
   std::string points;
   for (const Point& p : MeshFace())
     points += fmt::format("{}{{\"x\":{},\"y\":{}}}", points.empty() ? "" : ",", InImage(p).x, InImage(p).y);
-  const Take take = ReadTake("{\"time_s\":0,\"faceLandmarks\":[[" + points + "]]}", "face.json", With640x360());
+  const Take take =
+      ReadTake("{\"time_s\":0,\"faceLandmarks\":[[" + points + "]]}", "face.json", With640x360());
   EXPECT_EQ(take.At(0, 1)->z, 0);
-  EXPECT_THAT(take.notes,
-              Contains(IsNote(Code::Missing, "", "x, y and z are expected, and the landmarks have no depth")));
+  EXPECT_THAT(take.notes, Contains(IsNote(Code::Missing, "",
+                                          "x, y and z are expected, and the landmarks have no depth")));
 }
 
 TEST(MeshJson, MatricesAndWeightsAreReadPast) {
   const auto with = [](const std::string& matrix) {
     return ReadTake("[{\"time_s\":0,\"facialTransformationMatrixes\":" + matrix + "," + Result(0) +
-                        "},{\"time_s\":0.04," + Result(1) + ",\"facial_transformation_matrixes\":" + matrix + "}]",
+                        "},{\"time_s\":0.04," + Result(1) + ",\"facial_transformation_matrixes\":" + matrix +
+                        "}]",
                     "face.json", With640x360());
   };
-  for (const char* matrix :
-       {"[{\"rows\":4,\"columns\":4,\"data\":[0,1,0,0,-1,0,0,0,0,0,1,0,3,4,-50,1]}]",
-        "[[[0,-1,0,3],[1,0,0,4],[0,0,1,-50],[0,0,0,1]]]", "[]", "null"}) {
+  for (const char* matrix : {"[{\"rows\":4,\"columns\":4,\"data\":[0,1,0,0,-1,0,0,0,0,0,1,0,3,4,-50,1]}]",
+                             "[[[0,-1,0,3],[1,0,0,4],[0,0,1,-50],[0,0,0,1]]]", "[]", "null"}) {
     const Take take = with(matrix);
     ASSERT_EQ(take.FrameCount(), 2u) << matrix;
     ExpectFace(take, 0, 0);
