@@ -4,7 +4,7 @@
 //
 //   mien_reading FOLDER MIEN [TITLE]
 //
-// FOLDER is for the files, 1.5 GB; MIEN is the command; with TITLE, only the comparisons with it in their title run.
+// FOLDER is for the files, 1.3 GB; MIEN is the command; with TITLE, only the comparisons with it in their title run.
 
 #include "host/files/mapped_file.h"
 #include "host/formats/c3d.h"
