@@ -1,6 +1,7 @@
 """- NAME.truth.csv holds the known answers for NAME.csv and NAME.ANY.csv: columns frame, the weights of shapes or of
   templates, and optionally phase ("turn" where only the head moves, "solo" where one shape acts alone) and the head's
-  rotation R00 .. R22, row by row. Its frames may count from 1 where the take's count from 0. If ANY ends in a number, this is the take's noise in millimetres.
+  rotation R00 .. R22, row by row. Its frames may count from 1 where the take's count from 0. If ANY ends in a number,
+  this is the take's noise in millimetres.
 - known_weights.csv and known_head.csv hold the same for all takes of their folder that have no NAME.truth.csv.
 - A landmark CSV with columns AU01_r .. AU45_r has labels.
 - A take's performer is STEM.performer.json beside it, or else the first ANY.performer.json there whose markers the take

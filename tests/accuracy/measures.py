@@ -9,6 +9,7 @@ import numpy
 sys.path.insert(0, sys.argv[1])
 import geometry
 import rotations
+import takes
 from figures import correlation
 
 random = numpy.random.default_rng(7)
@@ -38,6 +39,20 @@ still, moving = geometry.of_landmarks(face), geometry.of_landmarks(moved)
 assert len(still) == 8
 for name in still:
     expect(f"{name} of landmarks, the head moving", numpy.abs(still[name] - moving[name]).max(), 1e-9)
+
+assert len(set(geometry.LANDMARKS_ON_MESH)) == 68 and max(geometry.LANDMARKS_ON_MESH) < 468
+of_mesh = {f"lm{i}": random.uniform(-80, 80, (frames, 3)) for i in range(468)}
+for i, landmark in enumerate(geometry.LANDMARKS_ON_MESH):
+    of_mesh[f"lm{landmark}"] = moved[:, i]
+of_68 = {f"lm{i}": moved[:, i] for i in range(68)}
+fits = [
+    geometry.plain_head(of, None, None, landmarks)
+    for of, landmarks in ((of_mesh, geometry.LANDMARKS_ON_MESH), (of_68, range(68)))
+]
+assert all(numpy.array_equal(mesh, landmarks) for mesh, landmarks in zip(*fits)), "the 68 on the mesh are another face"
+
+for of_known, of_take, apart in (([1, 2], [0, 1], 1), ([0, 1], [0, 1], 0), ([1, 2], [1, 2], 0), ([1, 2], [2, 3], 0)):
+    assert takes.from_one({"frame": numpy.array(of_known)}, numpy.array(of_take)) == apart, (of_known, of_take)
 
 parts = {
     "Mouth": {"LeftMouthHolder": ["5"], "RightMouthHolder": ["6"], "UpperMouthHolder": ["7"], "LowerMouthHolder": ["8"]},
