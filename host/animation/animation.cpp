@@ -69,6 +69,7 @@ AnimationFrame Animation::Frame(std::size_t frame) const {
           .head = heads[frame],
           .weights = Row(weights, frame, layout.templates.size()),
           .shape_weights = Row(shape_weights, frame, layout.shapes.size()),
+          .eyes = eyes.empty() ? nullptr : &eyes[frame],
           .local_clusters = Row(local_clusters, frame, layout.clusters.size()),
           .global_clusters = Row(global_clusters, frame, layout.clusters.size())};
 }

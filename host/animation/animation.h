@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/animation/eye_angles.h"
 #include "host/base/face_parts.h"
 #include "host/character/character.h"
 #include "host/takes/frame_rate.h"
@@ -55,8 +56,9 @@ struct AnimationFrame {
   double time = 0;         ///< seconds, as in the take: rising, not always from 0
   /// From a face that looks along +z, x to its left, y up, to its position in the take.
   VgeAMatrix head = {};
-  std::span<const double> weights = {};                   ///< (size: templates)
-  std::span<const double> shape_weights = {};             ///< (size: shapes)
+  std::span<const double> weights = {};       ///< (size: templates)
+  std::span<const double> shape_weights = {}; ///< (size: shapes)
+  const Eyes* eyes = nullptr;                 ///< where they look; null where the take does not show it
   std::span<const ClusterTransform> local_clusters = {};  ///< relative to their root (size: clusters)
   std::span<const ClusterTransform> global_clusters = {}; ///< in the character's space (size: clusters)
 
@@ -76,11 +78,12 @@ struct Animation {
   AnimationLayout layout;
 
   // Frame by frame; see AnimationFrame.
-  std::vector<std::int64_t> frames;              ///< numbers
-  std::vector<double> times;                     ///< (size: frames)
-  std::vector<double> weights;                   ///< (size: frames x templates)
-  std::vector<VgeAMatrix> heads;                 ///< (size: frames)
-  std::vector<double> shape_weights;             ///< (size: frames x shapes)
+  std::vector<std::int64_t> frames;  ///< numbers
+  std::vector<double> times;         ///< (size: frames)
+  std::vector<double> weights;       ///< (size: frames x templates)
+  std::vector<VgeAMatrix> heads;     ///< (size: frames)
+  std::vector<Eyes> eyes;            ///< (size: frames, or 0 if the take does not show where the eyes look)
+  std::vector<double> shape_weights; ///< (size: frames x shapes)
   std::vector<ClusterTransform> local_clusters;  ///< (size: frames x clusters)
   std::vector<ClusterTransform> global_clusters; ///< (size: frames x clusters)
 

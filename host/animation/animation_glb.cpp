@@ -52,20 +52,32 @@ void Finish(GlbAnimation& glb, const Animation& animation, HeadCoverage& coverag
 
 // --- Onto a head
 
+/// A node that turns about the scene's axes, as read from the head.
+struct TurningNode {
+  std::size_t node = 0;
+  VgeAMatrix parents; // the axes of its parents, in the scene
+  VgeAMatrix own;     // its rotation
+};
+
 /// The transforms of the nodes to be moved, as read from the head.
 struct HeadRest {
-  VgeAMatrix head_parents;                // the axes of its parents, in the scene
-  VgeAMatrix head;                        // its own rotation
+  std::optional<TurningNode> head;
+  std::vector<TurningNode> eyes;
   std::vector<ClusterTransform> clusters; // of their nodes (size: clusters)
 };
 
+TurningNode ReadTurningNode(const Glb& head, std::size_t node) {
+  TurningNode turning = {.node = node, .parents = AxesOfParents(head, node), .own = {}};
+  const VgeRMatrix own = TransformOfNode(head, node).rotation;
+  for (int column = 0; column < 3; ++column) std::copy_n(own.m[column], 3, turning.own.m[column]);
+  return turning;
+}
+
 HeadRest ReadRest(const Glb& head, const HeadBinding& binding) {
   HeadRest rest;
-  if (binding.head_node) {
-    rest.head_parents = AxesOfParents(head, *binding.head_node);
-    const VgeRMatrix own = TransformOfNode(head, *binding.head_node).rotation;
-    for (int column = 0; column < 3; ++column) std::copy_n(own.m[column], 3, rest.head.m[column]);
-  }
+  if (binding.head_node) rest.head = ReadTurningNode(head, *binding.head_node);
+  if (binding.eye_nodes)
+    for (const std::size_t node : *binding.eye_nodes) rest.eyes.push_back(ReadTurningNode(head, node));
   for (const auto& node : binding.cluster_nodes)
     rest.clusters.push_back(node ? TransformOfNode(head, *node) : ClusterTransform());
   return rest;
@@ -74,6 +86,8 @@ HeadRest ReadRest(const Glb& head, const HeadBinding& binding) {
 /// Gives the nodes to be moved a transform that can be animated.
 void MakeMovable(Glb& head, const HeadBinding& binding) {
   if (binding.head_node) ReplaceMatrix(head, *binding.head_node);
+  if (binding.eye_nodes)
+    for (const std::size_t node : *binding.eye_nodes) ReplaceMatrix(head, node);
   for (const auto& node : binding.cluster_nodes)
     if (node) ReplaceMatrix(head, *node);
 }
@@ -94,12 +108,13 @@ ClusterTransform Moved(const ClusterTransform& node, const ClusterTransform& res
   return moved;
 }
 
-/// Turns the head's node by the head's motion about the scene's axes, whatever the transforms of its parents.
-void AddHeadTurn(GlbAnimation& glb, const Animation& animation, std::size_t node, const HeadRest& rest) {
-  const VgeAMatrix to_parents = InverseOfOrthogonalAxes(rest.head_parents);
-  const VgeAMatrix from_rest = Product(rest.head_parents, rest.head);
-  glb.AddRotation(node, [&](std::size_t f) {
-    return RotationOf(Product(to_parents, Product(animation.HeadMotion(f), from_rest)));
+/// Turns a node about the axes that the scene has at rest, whatever the transforms of its parents.
+template <class Motion>
+void AddTurn(GlbAnimation& glb, const TurningNode& turning, const Motion& motion) {
+  const VgeAMatrix to_parents = InverseOfOrthogonalAxes(turning.parents);
+  const VgeAMatrix from_rest = Product(turning.parents, turning.own);
+  glb.AddRotation(turning.node, [&](std::size_t f) {
+    return RotationOf(Product(to_parents, Product(motion(f), from_rest)));
   });
 }
 
@@ -144,10 +159,10 @@ BoundNode BindFace(const Glb& face, const std::vector<std::string>& weights) {
 
 } // namespace
 
-HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head,
-                                    const std::optional<std::string>& head_node, std::ostream& out) {
+HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head, const HeadNodes& nodes,
+                                    std::ostream& out) {
   CheckAppendable(head);
-  HeadBinding binding = BindHead(animation.layout, head, head_node);
+  HeadBinding binding = BindHead(animation.layout, head, nodes, !animation.eyes.empty());
   if (animation.frames.empty())
     throw InputError(Code::Empty, animation.layout.take, "", "the take has no frames",
                      "solve a take with frames");
@@ -156,7 +171,11 @@ HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head,
 
   GlbAnimation glb(head, animation.times);
   for (const BoundNode& node : binding.nodes) AddWeights(glb, animation, binding.weights, node);
-  if (binding.head_node) AddHeadTurn(glb, animation, *binding.head_node, rest);
+  if (rest.head) AddTurn(glb, *rest.head, [&](std::size_t f) { return animation.HeadMotion(f); });
+  for (std::size_t eye = 0; eye < rest.eyes.size(); ++eye)
+    AddTurn(glb, rest.eyes[eye], [&](std::size_t f) {
+      return RotationBy(animation.eyes.empty() ? EyeAngles() : animation.eyes[f][eye]);
+    });
   for (std::size_t c = 0; c < binding.cluster_nodes.size(); ++c)
     if (binding.cluster_nodes[c])
       glb.AddTransform(*binding.cluster_nodes[c], [&](std::size_t f) {

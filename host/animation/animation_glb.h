@@ -18,14 +18,14 @@ namespace mien {
 /// the head is copied.
 ///
 /// BindHead determines what drives what. A cluster's motion from its rest moves its node from the node's own
-/// rest. Morph targets that nothing drives keep their rest weights. `head_node` is the name of the node that
-/// turns as the head turned from the neutral pose, about the scene's axes: the head has to look along +z in
-/// the scene.
+/// rest. Morph targets that nothing drives keep their rest weights. Of `nodes`, the head turns as
+/// the performer's head turned from the neutral pose, and each eye as it turned against the head, about the
+/// scene's axes: the head has to look along +z in the scene.
 ///
 /// Throws InputError as BindHead does, and if the head's data is not in the file or there are no frames.
 /// Nothing is written then.
-HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head,
-                                    const std::optional<std::string>& head_node, std::ostream& out);
+HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head, const HeadNodes& nodes,
+                                    std::ostream& out);
 
 /// Writes the built-in face (host/gltf/face_glb.h) with the animation, and below it a node for each cluster.
 /// `character` is the character of the animation; null without one.

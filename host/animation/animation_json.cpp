@@ -107,6 +107,17 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   });
   out << "\n  },\n";
 
+  if (!animation.eyes.empty()) {
+    out << "  \"eyes\": {\n    \"left\": ";
+    for (const std::size_t eye : {0U, 1U}) {
+      if (eye == 1) out << ",\n    \"right\": ";
+      WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
+        AppendJsonNumbers(line, std::array{animation.eyes[f][eye].yaw, animation.eyes[f][eye].pitch});
+      });
+    }
+    out << "\n  },\n";
+  }
+
   out << "  \"templates\": ";
   WriteWeights(out, layout.WeightNames(WeightKind::Templates), animation.weights, frames);
   if (!layout.character.empty()) {

@@ -1,5 +1,6 @@
 #include "host/animation/head_binding.h"
 
+#include "host/animation/eye_nodes.h"
 #include "host/base/text.h"
 #include "host/character/arkit_names.h"
 #include "host/gltf/glb_data.h"
@@ -173,14 +174,25 @@ std::size_t FindNode(const Glb& head, const NodeNames& nodes, const std::string&
   return found->second[0];
 }
 
-void BindHeadNode(const Glb& head, const NodeNames& names, const std::string& name, HeadBinding& binding) {
+bool FollowsCluster(const HeadBinding& binding, std::size_t node) {
+  return std::find(binding.cluster_nodes.begin(), binding.cluster_nodes.end(), node) !=
+         binding.cluster_nodes.end();
+}
+
+/// `what`: "head", "left eye".
+std::size_t FindFreeNode(const Glb& head, const NodeNames& names, const std::string& name,
+                         std::string_view what, const HeadBinding& binding) {
   const std::size_t node = FindNode(head, names, name);
-  if (std::find(binding.cluster_nodes.begin(), binding.cluster_nodes.end(), node) !=
-      binding.cluster_nodes.end())
+  if (FollowsCluster(binding, node))
     throw InputError(
         Code::Contradiction, head.file, "",
-        fmt::format("the node {} would follow both the head and the cluster of its name", Quoted(name)),
-        "name another node as the head, or remove the cluster from the character");
+        fmt::format("the node {} would follow both the {} and the cluster of its name", Quoted(name), what),
+        fmt::format("name another node as the {}, or remove the cluster from the character", what));
+  return node;
+}
+
+void BindHeadNode(const Glb& head, const NodeNames& names, const std::string& name, HeadBinding& binding) {
+  const std::size_t node = FindFreeNode(head, names, name, "head", binding);
   if (JsonAt(head).At("nodes").Element(node).Find("skin"))
     binding.coverage.notes.push_back(
         {Code::Doubtful, "",
@@ -190,10 +202,45 @@ void BindHeadNode(const Glb& head, const NodeNames& names, const std::string& na
   binding.head_node = node;
 }
 
+/// Whether a morph target follows the eyes, such as eyeLookUpLeft.
+bool HasGazeTarget(const HeadBinding& binding) {
+  for (const BoundNode& bound : binding.nodes)
+    for (std::size_t t = 0; t < bound.drivers->size(); ++t)
+      if (const auto meaning = FindArkitName((*bound.node.targets)[t]);
+          meaning && (*bound.drivers)[t] && kArkitNames[meaning->name].starts_with("eyeLook"))
+        return true;
+  return false;
+}
+
+/// The nodes that the user names as the eyes.
+void BindNamedEyes(const Glb& head, const NodeNames& names, const std::pair<std::string, std::string>& eyes,
+                   HeadBinding& binding) {
+  const std::array<std::size_t, 2> nodes = {FindFreeNode(head, names, eyes.first, "left eye", binding),
+                                            FindFreeNode(head, names, eyes.second, "right eye", binding)};
+  if (nodes[0] == nodes[1] || binding.head_node == nodes[0] || binding.head_node == nodes[1])
+    throw InputError(
+        Code::Contradiction, head.file, "",
+        fmt::format("{} and {} are not two nodes besides the head", Quoted(eyes.first), Quoted(eyes.second)),
+        "name the nodes of the left and the right eye");
+  if (HasGazeTarget(binding))
+    binding.coverage.notes.push_back(
+        {Code::Doubtful, "", "the eyes turn by their nodes, and morph targets follow them as well"});
+  binding.eye_nodes = nodes;
+}
+
+/// The nodes with usual names of eyes, unless they follow something else already.
+void BindUsualEyes(const Glb& head, HeadBinding& binding) {
+  if (HasGazeTarget(binding)) return;
+  const auto nodes = FindEyeNodes(head);
+  if (!nodes) return;
+  for (const std::size_t node : *nodes)
+    if (FollowsCluster(binding, node) || binding.head_node == node) return;
+  binding.eye_nodes = nodes;
+}
+
 } // namespace
 
-HeadBinding BindHead(const AnimationLayout& layout, const Glb& head,
-                     const std::optional<std::string>& head_node) {
+HeadBinding BindHead(const AnimationLayout& layout, const Glb& head, const HeadNodes& nodes, bool has_eyes) {
   HeadBinding binding;
   binding.weights = layout.shapes.empty() ? WeightKind::Templates : WeightKind::Shapes;
   MorphTargets targets = FindMorphTargets(head);
@@ -209,9 +256,18 @@ HeadBinding BindHead(const AnimationLayout& layout, const Glb& head,
   BindTargets(weights, targets, binding);
   const NodeNames node_names = NodesByName(head);
   BindClusters(layout.clusters, node_names, binding);
-  if (binding.coverage.driven_targets == 0 && binding.coverage.driven_clusters == 0 && !head_node)
+  if (binding.coverage.driven_targets == 0 && binding.coverage.driven_clusters == 0 && !nodes.head)
     FailUndriven(head, targets.Names(), weights, binding.weights);
-  if (head_node) BindHeadNode(head, node_names, *head_node, binding);
+  if (nodes.head) BindHeadNode(head, node_names, *nodes.head, binding);
+  if (nodes.eyes)
+    BindNamedEyes(head, node_names, *nodes.eyes, binding);
+  else if (has_eyes)
+    BindUsualEyes(head, binding);
+  if (binding.eye_nodes)
+    for (const std::size_t node : *binding.eye_nodes) {
+      const auto name = JsonAt(head).At("nodes").Element(node).Find("name");
+      binding.coverage.eye_nodes.push_back(name ? name->String() : "");
+    }
   return binding;
 }
 

@@ -5,10 +5,12 @@
 #include "host/gltf/glb.h"
 #include "host/gltf/morph_targets.h"
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mien {
@@ -21,7 +23,14 @@ struct HeadCoverage {
   std::vector<std::string> targets_without_shape; ///< in the head's order
   std::size_t driven_clusters = 0;
   std::vector<std::string> clusters_without_node; ///< in the animation's order
+  std::vector<std::string> eye_nodes; ///< the names of the nodes that turn with the eyes: none or two
   std::vector<Note> notes;
+};
+
+/// Names of nodes of a head.
+struct HeadNodes {
+  std::optional<std::string> head;                         ///< turns with the performer's head
+  std::optional<std::pair<std::string, std::string>> eyes; ///< turn with the left and the right eye
 };
 
 /// For each morph target of a node, the index of the animation's weight that drives it. Nothing if there is
@@ -41,18 +50,22 @@ struct HeadBinding {
   std::vector<BoundNode> nodes;            ///< in the head's order
   /// The node that each cluster moves, if any (size: the layout's clusters).
   std::vector<std::optional<std::size_t>> cluster_nodes;
-  std::optional<std::size_t> head_node; ///< the node that turns with the performer's head
+  std::optional<std::size_t> head_node;                ///< the node that turns with the performer's head
+  std::optional<std::array<std::size_t, 2>> eye_nodes; ///< those that turn with the left and the right eye
   HeadCoverage coverage;
 };
 
 /// Finds what drives what. A shape drives the morph targets of its name. Of the targets without a shape of
 /// their name, it drives those that mean the same one of the 52 (host/character/arkit_names.h); of several on
 /// one mesh, the first. Without a character, the templates ("Mouth.Open") are the shapes. A cluster moves the
-/// only node of its name. `head_node` is the name of the node that turns with the head.
+/// only node of its name. `nodes` names those that turn with the head and the eyes.
 ///
-/// Throws InputError if the head contradicts itself, if nothing is driven, and if `head_node` is not the name
-/// of exactly one node that no cluster moves.
-HeadBinding BindHead(const AnimationLayout& layout, const Glb& head,
-                     const std::optional<std::string>& head_node);
+/// Without names for the eyes, and with `has_eyes`, the two nodes with usual names of eyes turn ("LeftEye",
+/// "eye.L"), unless a morph target follows the eyes. Of several such nodes those that are joints.
+///
+/// Throws InputError if the head contradicts itself, if nothing is driven, and if a name of `nodes` is not
+/// that of exactly one node that nothing else moves.
+HeadBinding BindHead(const AnimationLayout& layout, const Glb& head, const HeadNodes& nodes,
+                     bool has_eyes = false);
 
 } // namespace mien

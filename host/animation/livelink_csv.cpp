@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view kAngles[] = {"HeadYaw",     "HeadPitch",     "HeadRoll",
                                         "LeftEyeYaw",  "LeftEyePitch",  "LeftEyeRoll",
                                         "RightEyeYaw", "RightEyePitch", "RightEyeRoll"};
-constexpr std::size_t kHeadAngles = 3; // the others are those of the eyes
+constexpr std::size_t kEyes = 2;
 
 /// On this format's clock of 60 counts per second, whatever the take's own timecode counts.
 void AppendTimeOfDay(fmt::appender row, double seconds) {
@@ -88,7 +88,10 @@ void LiveLinkCsvWriter::Frame(const AnimationFrame& frame) {
   roll_first.M2V(degrees, RotationOf(layout_.HeadMotion(frame.head)));
   constexpr double kRadians = std::numbers::pi / 180;
   for (const double angle : {degrees.y, degrees.x, degrees.z}) AppendNumber(Row(), angle * kRadians);
-  for (std::size_t eye = kHeadAngles; eye < std::size(kAngles); ++eye) AppendNumber(Row(), 0);
+  for (std::size_t eye = 0; eye < kEyes; ++eye) {
+    const auto& [yaw, pitch] = frame.eyes ? (*frame.eyes)[eye] : EyeAngles();
+    for (const double angle : {-yaw, pitch, 0.0}) AppendNumber(Row(), angle); // yaw to the performer's right
+  }
   EndRow();
 }
 

@@ -118,12 +118,19 @@ void AddCleaningOptions(Command& command, SolveOptions& options) {
             fmt::format("How long a part takes to come to rest where its markers are missing; default: {}",
                         options.fade_s),
             [&options](double seconds) -> Command::Fault { return options.fade_s = seconds, std::nullopt; });
+  command.AddParsedFlag(
+      {.names = "--no-gaze",
+       .help = "Leave the eyes looking straight ahead, although the take shows where they look",
+       .group = kGroup},
+      [&options]() -> Command::Fault { return options.gaze = false, std::nullopt; });
   AddNumber(
       command, "--smooth", "HZ", "10",
       "Smooth the markers: remove motion above this frequency, without delay",
       [&options](double hz) -> Command::Fault { return options.smooth_positions_hz = hz, std::nullopt; });
   AddNumber(command, "--smooth-weights", "HZ", "10", "The same for the template weights",
             [&options](double hz) -> Command::Fault { return options.smooth_weights_hz = hz, std::nullopt; });
+  AddNumber(command, "--smooth-gaze", "HZ", "5", "The same for where the eyes look",
+            [&options](double hz) -> Command::Fault { return options.smooth_gaze_hz = hz, std::nullopt; });
 }
 
 } // namespace mien

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numbers>
 #include <string>
 #include <utility>
 #include <vector>
@@ -77,6 +78,28 @@ void PrintHead(const SolveOptions& options, const SolveReport& report, const Out
         "", fmt::format("in {} the head markers are not within {} mm of their places, and which of them are "
                         "wrong is unclear",
                         Count(report.slipped.doubtful_frames, "frame"), *options.head_tolerance_mm));
+}
+
+void PrintGaze(const GazeReport& gaze, const Output& output) {
+  if (gaze.source == GazeSource::None) return;
+  constexpr double kDegrees = 180 / std::numbers::pi;
+  output.Line("gaze",
+              fmt::format("from the take's {}: {:.0f} to {:.0f} degrees to the left, {:.0f} to {:.0f} up "
+                          "in nine tenths of the frames",
+                          ToText(gaze.source), gaze.low.yaw * kDegrees, gaze.high.yaw * kDegrees,
+                          -gaze.high.pitch * kDegrees, -gaze.low.pitch * kDegrees));
+  if (gaze.closed_frames + gaze.filled_frames + gaze.rest_frames > 0)
+    output.Line("", fmt::format("the eyes were closed in {}; of all frames without gaze {} were filled, and "
+                                "in {} the eyes look straight ahead",
+                                Count(gaze.closed_frames, "frame"), gaze.filled_frames, gaze.rest_frames));
+  if (gaze.clipped_frames > 0)
+    output.Line("", fmt::format("limited to 50 degrees in {}", Count(gaze.clipped_frames, "frame")));
+  if (gaze.lids)
+    output.Line("",
+                fmt::format("looking down lowers the lids: Close is {:.2f} on average in {} with the eyes "
+                            "down, {:.2f} with the eyes straight",
+                            gaze.lids->close_down, Count(gaze.lids->down_frames, "frame"),
+                            gaze.lids->close_straight));
 }
 
 /// "90 positions missing, 12 filled (cubic:0.15)", and in which markers.
@@ -208,6 +231,7 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
                    fmt::format("the marker {} is missing from the neutral pose and was left out", marker)},
                   take.file);
   PrintHead(job.solve, report, output);
+  PrintGaze(report.gaze, output);
   if (std::any_of(report.head_fills.begin(), report.head_fills.end(),
                   [](const FilledMarker& fill) { return fill.gap_frames > 0; }))
     PrintGaps("head gaps", job.solve.head_fill, report.head_fills, output);

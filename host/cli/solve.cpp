@@ -171,6 +171,19 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
                .help = "For --onto: the node of that head which turns with the performer's head",
                .may_be_empty = false},
               job->head_node);
+  command.AddParsed(
+      {.names = "--eyes",
+       .type = "LEFT,RIGHT",
+       .help =
+           "For --onto: the nodes of that head which turn with the eyes; by default those with usual names, "
+           "if no morph targets follow the eyes"},
+      [job](const std::string& text) -> Command::Fault {
+        const std::size_t comma = text.find(',');
+        if (comma == std::string::npos || comma == 0 || comma + 1 == text.size())
+          return fmt::format("{} is not the names of two nodes, LEFT,RIGHT", Quoted(text));
+        job->eye_nodes = {text.substr(0, comma), text.substr(comma + 1)};
+        return std::nullopt;
+      });
   AddHeadFit(command, job->solve.head_fit);
   AddCleaningOptions(command, job->solve);
   AddTakeOptions(command, job->reading);

@@ -7,6 +7,7 @@
 #include "host/formats/csv_frames.h"
 #include "host/formats/csv_gaps.h"
 #include "host/formats/csv_names.h"
+#include "host/formats/gaze_columns.h"
 #include "host/takes/far_positions.h"
 
 #include <fmt/format.h>
@@ -94,6 +95,7 @@ struct Columns {
   bool has_depth = false;              // millimetres in 3D; otherwise pixels
   std::vector<Coordinate> coordinates; // from left to right
   FrameColumns frames;
+  GazeColumns gaze;
   std::optional<std::size_t> face, success;
   std::optional<std::size_t> confidence; // only where success is missing
 };
@@ -108,6 +110,7 @@ Columns FindColumns(const CsvReader& csv, std::vector<Note>& notes) {
   if (!columns.frames.number && !columns.frames.time && csv.Column("face"))
     csv.Fail(Code::Missing, "the rows are the faces of single images: there is no column \"timestamp\"",
              "let the tracker process the recording as a video, or add the column in seconds");
+  columns.gaze = GazeColumns(csv);
   columns.face = csv.Column("face_id");
   columns.success = csv.Column("success");
   if (!columns.success) columns.confidence = csv.Column("confidence");
@@ -145,7 +148,7 @@ private:
     if (columns_.confidence && !(Cell(*columns_.confidence).value_or(0) >= kLeastConfidence))
       ++doubtful_;
     else
-      ReadLandmarks(frame);
+      ReadFace(frame);
   }
 
   // Nothing for a cell that is empty or NaN.
@@ -154,6 +157,11 @@ private:
     if (value && !std::isnan(*value)) return value;
     gaps_.Add(csv_, column);
     return std::nullopt;
+  }
+
+  void ReadFace(std::size_t frame) {
+    if (columns_.gaze.Axes()) take_.gaze[frame] = columns_.gaze.Read(csv_);
+    ReadLandmarks(frame);
   }
 
   void ReadLandmarks(std::size_t frame) {
@@ -225,6 +233,7 @@ Take ReadLandmarkCsv(std::string_view bytes, const std::string& file, std::optio
   const Columns columns = FindColumns(csv, take.notes);
   take.axes = "+y up, along +z out of a face that looks at the camera";
   take.unit = columns.has_depth ? "mm" : "px";
+  take.gaze_axes = columns.gaze.Axes();
   RowReader(csv, columns, face_id, input_rate, take).Read();
   return take;
 }

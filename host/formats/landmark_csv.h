@@ -15,7 +15,7 @@ namespace mien {
 /// Landmark CSV: what trackers of 68 face landmarks in video write. One row per frame and face; columns are
 /// found by their names, among any others: `timestamp` (seconds), `X_0`..`X_67`, `Y_0`..`Y_67`, `Z_0`..`Z_67`
 /// (millimetres), and if there `frame`, `face_id`, `success`, `confidence`. Frames and times may have other
-/// names and be missing (csv_frames.h).
+/// names and be missing (csv_frames.h). Gaze is read from its columns (gaze_columns.h).
 ///
 /// The file's axes are the camera's: x to the image's right, y down, z away from the camera. The take's are
 /// (x, -y, -z): the face of a performer who looks at the camera looks along +z, with y up and x to the

@@ -6,6 +6,7 @@
 #include "host/formats/csv_frames.h"
 #include "host/formats/csv_gaps.h"
 #include "host/formats/csv_names.h"
+#include "host/formats/gaze_columns.h"
 #include "host/takes/far_positions.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/timecode.h"
@@ -63,6 +64,7 @@ struct Header {
   FrameColumns frames;
   std::optional<std::size_t> timecode_column;
   std::optional<FrameRate> timecode_rate; // if the column says it
+  GazeColumns gaze;
   std::size_t first_marker_column = 0;
   std::vector<std::string> markers;
 };
@@ -72,9 +74,11 @@ public:
   explicit HeaderReader(const CsvReader& csv) : csv_(csv), columns_(csv.Columns()) {}
 
   Header Read(std::vector<Note>& notes) {
+    header_.gaze = GazeColumns(csv_);
     std::size_t column = 0;
-    for (; column < columns_.size() && !MarkerOf(columns_[column], kAxes[0]); ++column)
-      if (!ReadFrame(column) && !ReadTime(column) && !ReadTimecode(column))
+    const auto is_gaze = [&] { return header_.gaze.Has(column); };
+    for (; column < columns_.size() && (is_gaze() || !MarkerOf(columns_[column], kAxes[0])); ++column)
+      if (!is_gaze() && !ReadFrame(column) && !ReadTime(column) && !ReadTimecode(column))
         csv_.Fail(Code::Syntax,
                   fmt::format("column {} is {} and not frame, time, timecode or the \".x\" of a marker",
                               column + 1, Quoted(columns_[column])),
@@ -127,7 +131,9 @@ private:
   void ReadMarkers() {
     if (columns_.size() == header_.first_marker_column) csv_.Fail(Code::Empty, "there are no markers", kFix);
     std::set<std::string_view> known;
-    for (std::size_t column = header_.first_marker_column; column < columns_.size(); column += kAxes.size()) {
+    std::size_t end = columns_.size();
+    while (header_.gaze.Has(end - 1)) --end;
+    for (std::size_t column = header_.first_marker_column; column < end; column += kAxes.size()) {
       const std::string_view name = ReadMarker(column);
       if (!known.insert(name).second)
         csv_.Fail(Code::Duplicate, fmt::format("the marker {} occurs twice", Quoted(name)),
@@ -278,6 +284,7 @@ private:
   void ReadRow() {
     const std::size_t frame = frames_.AddFrame(csv_, take_);
     if (header_.timecode_column) timecodes_.emplace_back(csv_.Text(*header_.timecode_column));
+    if (take_.gaze_axes) take_.gaze[frame] = header_.gaze.Read(csv_);
     for (std::size_t m = 0; m < take_.MarkerCount(); ++m) ReadMarker(frame, m);
   }
 
@@ -342,6 +349,7 @@ Take ReadMarkerCsv(std::string_view bytes, const std::string& file,
   const Header header = HeaderReader(csv).Read(take.notes);
   take.markers = header.markers;
   take.unit = "mm";
+  take.gaze_axes = header.gaze.Axes();
   RowReader(csv, header, input_rate, take).Read();
   return take;
 }
@@ -349,14 +357,16 @@ Take ReadMarkerCsv(std::string_view bytes, const std::string& file,
 void WriteMarkerCsv(const Take& take, std::ostream& out) {
   CheckNames(take);
   fmt::memory_buffer text;
-  const auto to = std::back_inserter(text);
+  const fmt::appender to(text);
   fmt::format_to(to, "frame,time");
   if (take.timecode) fmt::format_to(to, ",{}@{}", kTimecode, ToText(take.timecode->rate));
+  AppendGazeHeader(take, to);
   for (const std::string& name : take.markers) fmt::format_to(to, ",{0}.x,{0}.y,{0}.z", name);
   text.push_back('\n');
   for (std::size_t row = 0; row < take.FrameCount(); ++row) {
     fmt::format_to(to, "{},{}", take.frames[row], take.times[row]);
     if (take.timecode) fmt::format_to(to, ",{}", take.timecode->At(take.times[row] - take.times[0]));
+    AppendGaze(take, row, to);
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
       if (const Point* p = take.At(row, m))
         fmt::format_to(to, ",{},{},{}", p->x, p->y, p->z);

@@ -19,6 +19,8 @@ namespace mien {
 /// take's own rate or, above 60 Hz, at the largest whole part of it up to 60. Its first field is the take's
 /// timecode, without a fraction of a count; the others are only compared with it.
 ///
+/// Columns of gaze (gaze_columns.h) may come before the markers or behind them.
+///
 /// Read with a note: `Frame#`, `TIME`, `time_ms` and the like, or no such column (csv_frames.h); `.X`, blanks
 /// around that dot, and `_x`, `:x` or ` x`; a marker with one or two fields that are empty, or any that is
 /// NaN or infinite, which is a gap; timecodes more than one count away from what follows from the first.

@@ -232,6 +232,7 @@ std::vector<Note> WhatWasLost(const Take& take, const Take& kept) {
     lost.Add("the timecode, {}, is left out", ToText(*take.timecode));
   else if (take.timecode && take.timecode != kept.timecode)
     lost.Add("the timecode is {} instead of {}", ToText(*kept.timecode), ToText(*take.timecode));
+  if (take.gaze_axes != kept.gaze_axes) lost.Add("where the eyes look is left out");
   CompareEvents(take, kept, lost);
   return std::move(lost.notes);
 }

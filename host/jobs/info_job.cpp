@@ -12,8 +12,9 @@ namespace mien {
 
 namespace {
 
-FaceDirections DirectionsOf(const Take& take, const Performer& performer) {
+FaceDirections DirectionsOf(const Take& take, Performer performer) {
   CheckMarkers(performer, take);
+  LeaveOutMissingIrises(performer, take);
   const VgeAMatrix head = NeutralHead(performer, FindNeutral(take, performer, std::nullopt).pose);
   const auto axis = [&](int column) {
     return Point{head.m[column][0], head.m[column][1], head.m[column][2]};

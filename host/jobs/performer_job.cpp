@@ -20,9 +20,11 @@ Neutral Run(const PerformerJob& job, const JobProgress& progress) {
       ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
   CheckMarkers(performer, take);
+  Performer seen = performer; // the file keeps its irises
+  LeaveOutMissingIrises(seen, take);
   const std::optional<RigidHead> rigid =
-      job.head_fit == HeadFit::Take ? LearnRigidHead(take, performer) : std::nullopt;
-  Neutral neutral = FindNeutral(take, performer, job.neutral, rigid ? &*rigid : nullptr);
+      job.head_fit == HeadFit::Take ? LearnRigidHead(take, seen) : std::nullopt;
+  Neutral neutral = FindNeutral(take, seen, job.neutral, rigid ? &*rigid : nullptr);
   NeutralHead(performer, neutral.pose); // throws where a take could not be solved with it
   performer.neutral = neutral.pose;
   if (!job.name.empty()) performer.name = job.name;

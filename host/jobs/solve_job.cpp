@@ -12,6 +12,7 @@
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
 #include "host/solve/solve_character.h"
+#include "host/solve/solve_gaze.h"
 #include "host/solve/solve_report_json.h"
 #include "host/solve/solve_take.h"
 
@@ -37,6 +38,7 @@ AnimationFormat FormatOf(const SolveJob& job) {
   if (!is_csv && job.only_templates) throw UsageError("templates", "this is for .csv");
   if (ending != ".glb" && !job.onto.empty()) throw UsageError("onto", "this is for .glb");
   if (job.onto.empty() && !job.head_node.empty()) throw UsageError("head", "this is for --onto");
+  if (job.onto.empty() && job.eye_nodes) throw UsageError("eyes", "this is for --onto");
   if (ending == ".glb") return AnimationFormat::Glb;
   if (ending == ".json") return AnimationFormat::Json;
   const bool livelink = job.csv_style == CsvStyle::LiveLink;
@@ -85,7 +87,8 @@ std::optional<Character> CharacterOf(const SolveJob& job, AnimationFormat format
 /// Nothing of a cleaning that cannot be done at the take's rate is begun.
 void CheckFilters(const SolveOptions& options, const Take& take) {
   for (const auto& [setting, cutoff] : {std::pair("smooth", options.smooth_positions_hz),
-                                        std::pair("smooth-weights", options.smooth_weights_hz)})
+                                        std::pair("smooth-weights", options.smooth_weights_hz),
+                                        std::pair("smooth-gaze", options.smooth_gaze_hz)})
     if (cutoff && *cutoff >= take.rate.Hz() / 2)
       throw UsageError(setting, fmt::format("{} Hz is not below half the take's rate of {} Hz", *cutoff,
                                             ToText(take.rate)));
@@ -130,12 +133,13 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   AnimationOutput output;
   output.path = job.output;
   output.format = FormatOf(job);
-  if (!job.head_node.empty()) output.head_node = job.head_node;
+  if (!job.head_node.empty()) output.nodes.head = job.head_node;
+  output.nodes.eyes = job.eye_nodes;
   CheckExpressions(job, output.format);
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 
-  const Performer performer = LoadPerformer(job.performer);
+  Performer performer = LoadPerformer(job.performer);
   const std::optional<Character> character = CharacterOf(job, output.format);
   if (!job.onto.empty()) output.onto = ReadGlb(ReadFile(job.onto), InputName(job.onto));
   const MappedFile take_file(job.take, ReadingProgress(progress));
@@ -145,6 +149,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   SetTimecode(result.take, job.timecode);
   CheckFilters(job.solve, result.take);
   CheckMarkers(performer, result.take);
+  LeaveOutMissingIrises(performer, result.take);
 
   result.performer = performer.name;
   const std::optional<RigidHead> rigid =
@@ -154,6 +159,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
                                 rigid ? &*rigid : nullptr, [&](std::size_t frame, std::size_t frames) {
                                   if (progress) progress(JobStage::Solving, frame, frames);
                                 });
+  SolveGaze(solved, result.take, performer, result.neutral, job.solve);
   result.report = std::move(solved.report);
   result.report.neutral_doubts = NeutralDoubts(performer, result.neutral, job.solve.brows);
   if (character) {

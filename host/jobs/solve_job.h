@@ -14,6 +14,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mien {
@@ -43,6 +44,7 @@ struct SolveJob {
   std::optional<CsvStyle> csv_style; ///< .csv: plain unless named
   std::string onto;                  ///< .glb: animate this head instead of a simple one; may be empty
   std::string head_node; ///< .glb: the node of that head which turns with the performer's; may be empty
+  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb: those that turn with the eyes
 
   std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
   bool hash_files = false;          ///< answer `files` even without a report

@@ -80,7 +80,7 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
       return WriteAnimationJson(animation, out);
     case AnimationFormat::Glb:
       written.head = output.onto
-                         ? WriteAnimationOntoHead(animation, std::move(*output.onto), output.head_node, out)
+                         ? WriteAnimationOntoHead(animation, std::move(*output.onto), output.nodes, out)
                          : WriteFaceAnimation(animation, character, out);
     }
   };

@@ -25,8 +25,8 @@ enum class AnimationFormat {
 struct AnimationOutput {
   std::string path; ///< "-" is standard output
   AnimationFormat format = AnimationFormat::TemplateCsv;
-  std::optional<Glb> onto;              ///< .glb: the head to animate instead of the built-in face
-  std::optional<std::string> head_node; ///< .glb: the node of `onto` that turns with the performer's head
+  std::optional<Glb> onto; ///< .glb: the head to animate instead of the built-in face
+  HeadNodes nodes;         ///< .glb: of `onto`
 };
 
 /// What was written.

@@ -13,6 +13,8 @@ namespace mien {
 /// brows. The core's head markers are the root of the nose, the temples and two points of the hairline: wide,
 /// high and deep.
 ///
+/// Irises: the centre and four points on the rim. Meshes of 468 points lack them.
+///
 /// Lips: the inner contour, which is what opens. The chin is left out: the mesh places it by the whole lower
 /// face, and smiles move it. Brows: the middle half of both rows; the mesh drags their ends along. Lids: the
 /// middle three of each. Cheeks: two points below the lid's edge, for what rises, and four in the middle of
@@ -29,6 +31,10 @@ inline constexpr std::string_view kLandmarks478 = R"({
     "RightBrow": ["lm33", "lm133", "lm168"],
     "LeftEye": ["lm263", "lm362"],
     "RightEye": ["lm33", "lm133"]
+  },
+  "irises": {
+    "LeftEye": ["lm473", "lm474", "lm475", "lm476", "lm477"],
+    "RightEye": ["lm468", "lm469", "lm470", "lm471", "lm472"]
   },
   "parts": {
     "Mouth": {

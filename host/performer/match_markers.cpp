@@ -56,4 +56,9 @@ void CheckMarkers(const Performer& performer, const Take& take, const NameSearch
   if (!mistakes.empty()) throw InputError(std::move(mistakes));
 }
 
+void LeaveOutMissingIrises(Performer& performer, const Take& take) {
+  for (std::vector<std::string>& iris : performer.irises)
+    std::erase_if(iris, [&](const std::string& name) { return !take.FindMarker(name); });
+}
+
 } // namespace mien

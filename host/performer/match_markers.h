@@ -21,4 +21,8 @@ using NameSearch =
 /// `search`, which compares with every name of the take, is called only for these five.
 void CheckMarkers(const Performer& performer, const Take& take, const NameSearch& search = NearestName);
 
+/// Leaves the irises that the take lacks out of the performer: a mesh of 468 landmarks is one of 478 without
+/// them.
+void LeaveOutMissingIrises(Performer& performer, const Take& take);
+
 } // namespace mien

@@ -99,6 +99,8 @@ void UseEyesAtEase(NeutralPose& pose, const StabilisedMarkers& markers, const st
     std::vector<std::string> names;
     for (const auto& holder : performer.holders[part])
       names.insert(names.end(), holder.begin(), holder.end());
+    const std::vector<std::string>& iris = performer.irises[part - kLeftEye];
+    names.insert(names.end(), iris.begin(), iris.end());
     const Take lids = markers.Carried(names, to_head);
     for (std::size_t m = 0; m < names.size(); ++m) {
       std::vector<double> x, y, z;

@@ -36,6 +36,7 @@ std::vector<std::string> Performer::Markers() const {
   names.Add(head);
   names.Add(rigid);
   for (const auto& part : anchors) names.Add(part);
+  for (const auto& iris : irises) names.Add(iris);
   for (const auto& part : holders)
     for (const auto& holder : part) names.Add(holder);
   return std::move(names).All();

@@ -36,6 +36,9 @@ struct Performer {
   /// alone.
   std::array<std::vector<std::string>, 9> anchors;
 
+  /// Markers of the left and the right iris, which show where the eyes look. A take may lack them.
+  std::array<std::vector<std::string>, 2> irises;
+
   /// Marker names by part and holder, in the order of the default face. A holder may be empty, and a part
   /// without any marker stays at rest. A marker may drive several parts, but within one part only one holder.
   std::array<std::array<std::vector<std::string>, 5>, 9> holders;
@@ -46,7 +49,7 @@ struct Performer {
   /// All markers that drive holders, each once, in the order of their first use.
   std::vector<std::string> FaceMarkers() const;
 
-  /// The head's, the rigid ones, the anchors and the face's markers, each once.
+  /// The head's, the rigid ones, the anchors, the irises and the face's markers, each once.
   std::vector<std::string> Markers() const;
 };
 

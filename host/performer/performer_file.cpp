@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -27,6 +28,8 @@ using Json = JsonFile::Json;
 using Pointer = JsonFile::Pointer;
 
 constexpr std::string_view kFormat = "mien performer 1";
+
+constexpr std::array<std::string_view, 2> kEyes = {"LeftEye", "RightEye"}; // keys of the irises
 
 constexpr BuiltIn kBuiltIn[] = {
     {"landmarks68", kLandmarks68},
@@ -43,10 +46,11 @@ public:
     performer_.name = file_.ReadHeading(kFormat, "performer");
     const Json& root = file_.Root();
     const Pointer here;
-    file_.CheckKeys(here, root, {"format", "name", "head", "rigid", "anchors", "parts", "neutral"});
+    file_.CheckKeys(here, root, {"format", "name", "head", "rigid", "anchors", "irises", "parts", "neutral"});
     if (root.contains("head")) ReadHead(here / "head", root["head"]);
     if (root.contains("rigid")) performer_.rigid = file_.ReadNames(here / "rigid", root["rigid"], "marker");
     if (root.contains("anchors")) ReadAnchors(here / "anchors", root["anchors"]);
+    if (root.contains("irises")) ReadIrises(here / "irises", root["irises"]);
     if (!root.contains("parts"))
       file_.Mistake(Code::Missing, here / "parts", "no part has markers",
                     "write \"parts\": { \"Mouth\": { ... } }");
@@ -75,6 +79,14 @@ private:
     for (const auto& [name, markers] : parts.items())
       if (const int p = face.PartIndexByName(name.c_str()); p >= 0)
         performer_.anchors[static_cast<std::size_t>(p)] = file_.ReadNames(place / name, markers, "marker");
+  }
+
+  void ReadIrises(const Pointer& place, const Json& irises) {
+    if (!file_.RequireObject(place, irises)) return;
+    file_.CheckKeys(place, irises, {kEyes[0], kEyes[1]});
+    for (std::size_t eye = 0; eye < kEyes.size(); ++eye)
+      if (const std::string name(kEyes[eye]); irises.contains(name))
+        performer_.irises[eye] = file_.ReadNames(place / name, irises[name], "marker");
   }
 
   void ReadParts(const Pointer& place, const Json& parts) {
@@ -201,6 +213,11 @@ void WritePerformer(const Performer& performer, std::ostream& out) {
       {"format", kFormat}, {"name", performer.name}, {"head", names(performer.head)}};
   if (!performer.rigid.empty()) root.push_back({"rigid", names(performer.rigid)});
   if (!anchors.empty()) root.push_back({"anchors", JsonObjectOnLines(anchors)});
+  std::vector<JsonMember> irises;
+  for (std::size_t eye = 0; eye < kEyes.size(); ++eye)
+    if (!performer.irises[eye].empty())
+      irises.push_back({std::string(kEyes[eye]), names(performer.irises[eye])});
+  if (!irises.empty()) root.push_back({"irises", JsonObjectOnLines(irises)});
   root.push_back({"parts", JsonObjectOnLines(parts)});
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
     root.push_back({"neutral", JsonObject({{"frames", JsonList({frames->first, frames->last})}})});

@@ -76,7 +76,9 @@ std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& perfo
     const std::vector<std::string> of_face = performer.FaceMarkers();
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
       const std::string& name = take.markers[m];
-      if (Contains(head.markers, name) || Contains(of_face, name)) continue;
+      if (Contains(head.markers, name) || Contains(of_face, name) || Contains(performer.irises[0], name) ||
+          Contains(performer.irises[1], name))
+        continue;
       const auto strays = straying.Of(m);
       if (strays && *strays <= 2 * body.noise_mm) head.markers.push_back(name);
     }

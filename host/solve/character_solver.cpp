@@ -22,7 +22,7 @@ void SetLocal(VCharacterFaceClusterState& to, const ClusterTransform& from) {
 } // namespace
 
 CharacterSolver::CharacterSolver(const Character& character, const ExpressionWeights& expressions)
-    : range_(character.range) {
+    : range_(character.range), gaze_(GazeShapesOf(character)) {
   for (const Character::Expression& expression : character.expressions) {
     const int e = face_->CreateExpression(expression.name.c_str());
     face_->mExpressions[e]->mTemplateState.Copy(expression.templates);
@@ -109,8 +109,14 @@ void CharacterSolver::AddDefinitions(const Character& character) {
     define(*character_->mExpressionStates[static_cast<int>(e)], character.expressions[e].shapes);
 }
 
-const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& templates) {
+const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& templates, const Eyes* eyes) {
   shapes_->Solve(*state_, templates, expressions_);
+  if (eyes)
+    for (const GazeShape& shape : gaze_) {
+      const auto& [yaw, pitch] = (*eyes)[shape.eye];
+      const double weight = (shape.is_vertical ? pitch : yaw) / shape.full;
+      if (weight > 0) state_->mWeights[shape.part][shape.shape] += weight;
+    }
   if (range_)
     for (int p = 0; p < character_->mParts.GetCount(); ++p)
       for (int s = 0; s < character_->mParts[p]->mShapes.GetCount(); ++s) {

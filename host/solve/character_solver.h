@@ -1,6 +1,8 @@
 #pragma once
 
+#include "host/animation/eye_angles.h"
 #include "host/character/character.h"
+#include "host/character/gaze_shapes.h"
 #include "mien/character/character_face.h"
 #include "mien/character/expression_sum.h"
 #include "mien/face/expression_state.h"
@@ -30,9 +32,10 @@ public:
   CharacterSolver(const CharacterSolver&) = delete;
   CharacterSolver& operator=(const CharacterSolver&) = delete;
 
-  /// What the character makes of a frame: `mWeights[p][s]` is shape s of part p, `mClusters[p]` the part's
+  /// `eyes` adds weight to the shapes that follow them (GazeShape); null where it is not known where they
+  /// look. What the character makes of a frame: `mWeights[p][s]` is shape s of part p, `mClusters[p]` the part's
   /// clusters. Valid until the next call.
-  const VCharacterFaceState& Solve(const VFaceTemplateState& templates);
+  const VCharacterFaceState& Solve(const VFaceTemplateState& templates, const Eyes* eyes = nullptr);
 
 private:
   void AddParts(const Character& character);
@@ -45,6 +48,7 @@ private:
   std::unique_ptr<VCharacterFaceState> state_ = std::make_unique<VCharacterFaceState>();
   VFaceExpressionState expressions_;
   std::optional<Character::Range> range_;
+  std::vector<GazeShape> gaze_;
 };
 
 } // namespace mien

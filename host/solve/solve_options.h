@@ -30,6 +30,9 @@ struct SolveOptions {
 
   double fade_s = 0.25; ///< in which a missing marker comes to rest, and leaves rest before it is seen again
 
+  bool gaze = true;                     ///< whether to find where the eyes look, if the take shows it
+  std::optional<double> smooth_gaze_hz; ///< cutoff of the low-pass filter on it; nothing for none
+
   std::optional<double>
       smooth_positions_hz;                 ///< cutoff of the low-pass filter on the markers; nothing for none
   std::optional<double> smooth_weights_hz; ///< the same on the template weights

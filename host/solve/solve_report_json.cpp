@@ -35,6 +35,8 @@ JsonValue Settings(const SolveOptions& options) {
                             {"fill_head", ToText(options.head_fill)},
                             {"head_tolerance_mm", options.head_tolerance_mm},
                             {"fade_s", options.fade_s},
+                            {"gaze", options.gaze},
+                            {"smooth_gaze_hz", options.smooth_gaze_hz},
                             {"smooth_hz", options.smooth_positions_hz},
                             {"smooth_weights_hz", options.smooth_weights_hz}});
 }
@@ -136,6 +138,26 @@ JsonValue Parts(const Take& take, const SolveReport& report) {
   return JsonListOnLines(parts);
 }
 
+/// In radians; null where the take does not show it.
+JsonValue GazeOf(const GazeReport& gaze) {
+  if (gaze.source == GazeSource::None) return nullptr;
+  const auto angles = [](const EyeAngles& eye) { return JsonTightList({eye.yaw, eye.pitch}); };
+  std::vector<JsonMember> members = {{"from", ToText(gaze.source)},
+                                     {"measured_frames", gaze.measured_frames},
+                                     {"closed_frames", gaze.closed_frames},
+                                     {"filled_frames", gaze.filled_frames},
+                                     {"rest_frames", gaze.rest_frames},
+                                     {"clipped_frames", gaze.clipped_frames},
+                                     {"straight", angles(gaze.straight)},
+                                     {"low", angles(gaze.low)},
+                                     {"high", angles(gaze.high)}};
+  if (gaze.lids)
+    members.push_back({"lids", JsonObject({{"close_down", gaze.lids->close_down},
+                                           {"close_straight", gaze.lids->close_straight},
+                                           {"down_frames", gaze.lids->down_frames}})});
+  return JsonObjectOnLines(members);
+}
+
 JsonValue WorstFrames(const Take& take, const SolveReport& report) {
   std::vector<JsonValue> frames;
   for (const SolveReport::Frame& worst : report.worst_frames)
@@ -160,6 +182,7 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
                             {"settings", Settings(*record.options)},
                             {"neutral", NeutralAsJson(neutral, report)},
                             {"head", Head(report)},
+                            {"gaze", GazeOf(report.gaze)},
                             {"markers", Fills(report.face_fills)},
                             {"left_out", report.left_out},
                             {"quality", QualityOf(report.quality)},

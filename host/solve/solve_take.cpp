@@ -9,6 +9,7 @@
 #include "host/solve/quality.h"
 #include "host/solve/residuals.h"
 #include "host/takes/frame_span.h"
+#include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -36,10 +37,18 @@ void SmoothWeights(Animation& animation, double cutoff_hz) {
     }
 }
 
-/// Takes from brows and eyes what their anchors stray from the head.
+/// The markers of both irises.
+std::vector<std::string> Irises(const Performer& performer) {
+  std::vector<std::string> irises = performer.irises[0];
+  irises.insert(irises.end(), performer.irises[1].begin(), performer.irises[1].end());
+  return irises;
+}
+
+/// Takes from brows and eyes, and the irises in these, what their anchors stray from the head.
 std::vector<SolveReport::AnchoredPart>
-MeasureAgainstAnchors(Take& face, const Take& take, const HeadTrack& track, const Performer& performer,
-                      const NeutralPose& neutral, const RigidHead& rigid, const FaceSolver& solver) {
+MeasureAgainstAnchors(Take& face, Take& irises, const Take& take, const HeadTrack& track,
+                      const Performer& performer, const NeutralPose& neutral, const RigidHead& rigid,
+                      const FaceSolver& solver) {
   std::vector<SolveReport::AnchoredPart> anchored;
   const VgeAMatrix to_head = InverseOfOrthogonalAxes(solver.NeutralHead());
   for (const std::size_t part : kAnchoredParts) {
@@ -53,9 +62,15 @@ MeasureAgainstAnchors(Take& face, const Take& take, const HeadTrack& track, cons
     }
     const LocalAnchors local(Stabilise(take, track, anchors), rest);
     anchored.push_back({part, anchors, local.Gain()});
-    for (std::size_t f = 0; f < face.FrameCount(); ++f)
-      for (const std::size_t m : solver.MarkersOf(part))
-        if (const Point* const p = face.At(f, m)) face.Set(f, m, local.Measure(*p, f), face.OriginAt(f, m));
+    const auto measure = [&local](Take& markers, const std::vector<std::size_t>& of_part) {
+      for (std::size_t f = 0; f < markers.FrameCount(); ++f)
+        for (const std::size_t m : of_part)
+          if (const Point* const p = markers.At(f, m))
+            markers.Set(f, m, local.Measure(*p, f), markers.OriginAt(f, m));
+    };
+    measure(face, solver.MarkersOf(part));
+    if (part == kLeftEye || part == kRightEye)
+      measure(irises, MarkerIndices(irises, performer.irises[part - kLeftEye]));
   }
   return anchored;
 }
@@ -95,8 +110,10 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
                          solver.Head().LeftOut().end());
 
   Take face = Stabilise(take, track, solver.Face().Markers());
+  solved.irises = Stabilise(take, track, Irises(performer));
   if (solver.Head().Fit())
-    report.anchored = MeasureAgainstAnchors(face, take, track, performer, neutral, *rigid, solver.Face());
+    report.anchored =
+        MeasureAgainstAnchors(face, solved.irises, take, track, performer, neutral, *rigid, solver.Face());
   std::vector<std::size_t> all(face.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
   report.face_fills = FillGaps(face, all, options.face_fill);
@@ -113,6 +130,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   animation.times = take.times;
   animation.weights.reserve(take.FrameCount() * animation.layout.templates.size());
   animation.heads = std::move(track.heads);
+  solved.head_known = std::move(track.known);
 
   Residuals residuals(face, solver.Face(), report);
   std::vector<Point> places_head(face.MarkerCount());

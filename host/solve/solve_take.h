@@ -9,12 +9,15 @@
 
 #include <cstddef>
 #include <functional>
+#include <vector>
 
 namespace mien {
 
 struct SolvedTake {
   Animation animation;
   SolveReport report;
+  std::vector<bool> head_known; ///< whether the markers determine the head (size: frames)
+  Take irises; ///< the performer's, in the head's frame, measured against the anchors of their eyes
 };
 
 /// Solves every frame of a take:

@@ -64,6 +64,7 @@ Take PartOfTake(const Take& take, const std::optional<FrameRange>& asked_frames,
   part.unit = take.unit;
   part.rate = take.rate;
   part.residual_mm = take.residual_mm;
+  part.gaze_axes = take.gaze_axes;
   part.axes = take.axes;
   part.notes = take.notes;
   if (asked_frames && (asked_frames->first < take.frames.front() || asked_frames->last > take.frames.back()))
@@ -87,6 +88,7 @@ Take PartOfTake(const Take& take, const std::optional<FrameRange>& asked_frames,
 
   for (std::size_t f = first; f < end; ++f) {
     const Take::Row to = part.RowOf(part.AddFrame(take.frames[f], take.times[f]));
+    if (take.gaze_axes) part.gaze.back() = take.gaze[f];
     for (std::size_t i = 0; i < markers.size(); ++i) {
       const Point* const p = take.At(f, markers[i]);
       if (!p) continue;

@@ -10,6 +10,7 @@ void ReorderFrames(Take& take, const std::vector<std::size_t>& order) {
     const std::size_t from = order[to];
     take.frames[to] = before.frames[from];
     take.times[to] = before.times[from];
+    if (take.gaze_axes) take.gaze[to] = before.gaze[from];
     const Take::Row source = before.RowOf(from), target = take.RowOf(to);
     std::copy(source.positions.begin(), source.positions.end(), target.positions.begin());
     std::copy(source.origins.begin(), source.origins.end(), target.origins.begin());

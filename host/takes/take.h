@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/point.h"
 #include "host/takes/frame_rate.h"
+#include "host/takes/gaze.h"
 #include "host/takes/timecode.h"
 
 #include <cstddef>
@@ -63,6 +64,10 @@ struct Take {
   /// first AddFrame.
   double residual_mm = 0;
 
+  /// Where the file has directions of the eyes beside the markers: their axes. Set before the first AddFrame.
+  std::optional<GazeAxes> gaze_axes;
+  std::vector<Gaze> gaze; ///< (size: frames, or 0 without gaze_axes)
+
   /// What the reader forgave or noticed, for the user: "line 7: 7 keys instead of 8", "frames missing: 3
   /// after frame 57".
   std::vector<Note> notes;
@@ -83,6 +88,7 @@ struct Take {
     if (HasSightings()) block.sightings.resize(size);
     frames.push_back(number);
     times.push_back(time);
+    if (gaze_axes) gaze.emplace_back();
     return frames.size() - 1;
   }
 
@@ -95,6 +101,7 @@ struct Take {
     if (HasSightings()) block.sightings.resize(size);
     frames.pop_back();
     times.pop_back();
+    if (gaze_axes) gaze.pop_back();
     if (frames.size() == ((blocks_.size() - 1) << block_bits_)) blocks_.pop_back();
   }
 
