@@ -29,6 +29,7 @@ mien::Animation MakeAnimation() {
   animation.times = {0.5, 0.6};
   animation.weights.assign(2 * animation.layout.templates.size(), 0.25);
   animation.heads.resize(2);
+  animation.eyes.resize(2);
   animation.heads[1].m[0][0] = animation.heads[1].m[2][2] = -1; // half a turn
   animation.layout.shapes = {"jawOpen", "browInnerUp", "a"};
   animation.shape_weights = {0, 0.5, 1, 1, 0.5, 0};
@@ -49,7 +50,7 @@ std::optional<mien::Glb> Animated(const mien::Glb& head, const std::optional<std
   static const mien::Animation animation = MakeAnimation();
   std::ostringstream out;
   try {
-    mien::WriteAnimationOntoHead(animation, head, head_node, out);
+    mien::WriteAnimationOntoHead(animation, head, {.head = head_node, .eyes = {}}, out);
   } catch (const mien::InputError&) {
     Require(out.str().empty()); // nothing is half written
     return std::nullopt;

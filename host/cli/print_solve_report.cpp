@@ -7,6 +7,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <numbers>
 #include <string>
@@ -80,14 +81,21 @@ void PrintHead(const SolveOptions& options, const SolveReport& report, const Out
                         Count(report.slipped.doubtful_frames, "frame"), *options.head_tolerance_mm));
 }
 
+/// "2 degrees right to 7 left"; `low` and `high` count towards `positive`.
+std::string Between(double low, double high, std::string_view negative, std::string_view positive,
+                    std::string_view unit) {
+  const auto side = [&](double degrees) { return std::lround(degrees) < 0 ? negative : positive; };
+  return fmt::format("{:.0f}{} {} to {:.0f} {}", std::abs(low), unit, side(low), std::abs(high), side(high));
+}
+
 void PrintGaze(const GazeReport& gaze, const Output& output) {
   if (gaze.source == GazeSource::None) return;
   constexpr double kDegrees = 180 / std::numbers::pi;
-  output.Line("gaze",
-              fmt::format("from the take's {}: {:.0f} to {:.0f} degrees to the left, {:.0f} to {:.0f} up "
-                          "in nine tenths of the frames",
-                          ToText(gaze.source), gaze.low.yaw * kDegrees, gaze.high.yaw * kDegrees,
-                          -gaze.high.pitch * kDegrees, -gaze.low.pitch * kDegrees));
+  output.Line(
+      "gaze",
+      fmt::format("from the take's {}: {}, {} in nine tenths of the frames", ToText(gaze.source),
+                  Between(gaze.low.yaw * kDegrees, gaze.high.yaw * kDegrees, "right", "left", " degrees"),
+                  Between(-gaze.high.pitch * kDegrees, -gaze.low.pitch * kDegrees, "down", "up", "")));
   if (gaze.closed_frames + gaze.filled_frames + gaze.rest_frames > 0)
     output.Line("", fmt::format("the eyes were closed in {}; of all frames without gaze {} were filled, and "
                                 "in {} the eyes look straight ahead",

@@ -55,9 +55,11 @@ std::string Summary(const WrittenAnimation& written) {
   case AnimationFormat::Glb:
     break;
   }
-  return fmt::format("{} on {}, {}", Count(written.head->driven_targets, "morph target"),
+  const std::vector<std::string>& eyes = written.head->eye_nodes;
+  return fmt::format("{} on {}, {}{}", Count(written.head->driven_targets, "morph target"),
                      Count(written.head->driven_nodes, "node"),
-                     Count(written.head->driven_clusters, "cluster"));
+                     Count(written.head->driven_clusters, "cluster"),
+                     eyes.empty() ? "" : ", the eyes " + SomeQuoted(eyes));
 }
 
 /// What the output lacks of the animation, or the animation of the output.
@@ -89,6 +91,8 @@ void Solve(SolveJob job, Output& output) {
   }();
 
   PrintSolveReport(job, result, output);
+  if ((job.eye_nodes || job.solve.smooth_gaze_hz) && result.report.gaze.source == GazeSource::None)
+    output.Remark({Code::Missing, "", "the take does not show where the eyes look"}, job.take);
   if (!result.character.empty()) output.Line("character", result.character);
   if (!IsStandardOutput(job.output))
     output.Line("wrote", fmt::format("{}: {}, {}", job.output, Count(result.written.frames, "frame"),

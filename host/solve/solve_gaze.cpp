@@ -134,10 +134,9 @@ void SubtractNeutral(std::vector<SeenEyes>& seen, const Take& take, const Neutra
     if (yaws.empty()) collect(false);
     if (yaws.empty()) continue;
     straight[eye] = {.yaw = Median(yaws), .pitch = Median(pitches)};
+    const VgeAMatrix to_straight = InverseOfOrthogonalAxes(RotationBy(straight[eye]));
     for (SeenEyes& eyes : seen)
-      if (eyes[eye])
-        eyes[eye] = EyeAngles{.yaw = eyes[eye]->yaw - straight[eye].yaw,
-                              .pitch = eyes[eye]->pitch - straight[eye].pitch};
+      if (eyes[eye]) eyes[eye] = AnglesOf(TransformPoint(to_straight, Column(RotationBy(*eyes[eye]), 2)));
   }
   report.straight = MeanOf(straight[0], straight[1]);
 }

@@ -19,7 +19,7 @@ namespace mien {
 /// 3. The eyes look in one direction, the mean of both: no tracker of these sees them converge. Eye angles of
 ///    an app are kept apart.
 /// 4. What the neutral face looks at is straight ahead: the median over its frames, or over all if they are
-///    not of this take, is subtracted. Irises have their neutral place already.
+///    not of this take, is turned there. Irises have their neutral place already.
 /// 5. Angles are limited to 50 degrees. Gaps up to half a second, such as blinks, are filled on a straight
 ///    line; in longer ones the eyes look straight ahead, with the fade of missing markers.
 /// 6. The angles are smoothed if asked for.

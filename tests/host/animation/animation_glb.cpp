@@ -78,7 +78,7 @@ struct Result {
 Result Onto(const Animation& animation, const Glb& head,
             const std::optional<std::string>& head_node = std::nullopt) {
   std::ostringstream out;
-  HeadCoverage coverage = WriteAnimationOntoHead(animation, head, head_node, out);
+  HeadCoverage coverage = WriteAnimationOntoHead(animation, head, {.head = head_node, .eyes = {}}, out);
   return {std::move(coverage), ReadGlb(out.str(), "out.glb")};
 }
 
@@ -237,6 +237,23 @@ TEST(AnimationOntoHead, BelowAMirroringParentTheHeadTurnsTheRightWay) {
                        "Head")
                       .glb;
   ExpectTurns(Curve(glb, 1, "rotation").data(), Rotation(0, -30, -10)); // mirrored
+}
+
+// Below a node that stands on its side, as bones do.
+TEST(AnimationOntoHead, EyesTurnAboutTheScenesAxes) {
+  Animation animation = Shapes({"a"}, 2);
+  animation.eyes = {{}, {{{.yaw = 0.5, .pitch = 0}, {.yaw = 0, .pitch = 0.25}}}};
+  const Glb head = Head(R"([{"name":"Head","mesh":0,"children":[1,2]},{"name":"eye.L"},
+                            {"name":"bone","rotation":[0,0,0.7071067811865476,0.7071067811865476],"children":[3]},
+                            {"name":"eye.R"}])",
+                        "[" + Mesh(R"("a")") + "]");
+  const auto [coverage, glb] = Onto(animation, head);
+  EXPECT_THAT(coverage.eye_nodes, ElementsAre("eye.L", "eye.R"));
+  constexpr double kDegrees = 57.29577951308232;
+  ExpectTurns(Curve(glb, 1, "rotation").data(), Rotation(0, 0, 0));
+  ExpectTurns(&Curve(glb, 1, "rotation")[4], Rotation(0, 0.5 * kDegrees, 0));
+  // About the scene's x, which is the bone's -y.
+  ExpectTurns(&Curve(glb, 3, "rotation")[4], Rotation(0, -0.25 * kDegrees, 0));
 }
 
 TEST(AnimationOntoHead, ANodeThatTurnsLosesItsMatrix) {

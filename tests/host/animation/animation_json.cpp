@@ -400,3 +400,12 @@ TEST(AnimationJson, DoesNotDependOnTheStreamsFormat) {
   WriteAnimationJson(animation, out);
   EXPECT_EQ(out.str(), Written(animation));
 }
+
+TEST(AnimationJson, HasTheAnglesOfTheEyesWhereTheTakeShowsThem) {
+  Animation animation = WithCharacter(2);
+  EXPECT_THAT(Written(animation), Not(HasSubstr("\"eyes\"")));
+  animation.eyes = {{}, {{{.yaw = 0.25, .pitch = -0.5}, {.yaw = -0.125, .pitch = 0.0625}}}};
+  const auto eyes = nlohmann::json::parse(Written(animation))["eyes"];
+  EXPECT_EQ(eyes["left"], nlohmann::json::parse("[[0,0],[0.25,-0.5]]"));
+  EXPECT_EQ(eyes["right"], nlohmann::json::parse("[[0,0],[-0.125,0.0625]]"));
+}

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 using mien::AnimationLayout;
@@ -38,12 +39,12 @@ AnimationLayout Layout(const std::vector<std::string>& shapes) {
 
 HeadBinding Bind(const std::vector<std::string>& shapes, const Glb& head,
                  const std::optional<std::string>& head_node = std::nullopt) {
-  return BindHead(Layout(shapes), head, head_node);
+  return BindHead(Layout(shapes), head, {.head = head_node, .eyes = {}});
 }
 
 std::string Error(const AnimationLayout& layout, const Glb& head,
                   const std::optional<std::string>& head_node = std::nullopt) {
-  return InputErrorOf([&] { BindHead(layout, head, head_node); });
+  return InputErrorOf([&] { BindHead(layout, head, {.head = head_node, .eyes = {}}); });
 }
 
 constexpr std::nullopt_t kNone = std::nullopt;
@@ -148,7 +149,7 @@ TEST(HeadBinding, AClusterMovesTheOnlyNodeOfItsName) {
   AnimationLayout layout;
   layout.clusters = {{"jaw", "Chin"}, {"jaw", "Nowhere"}, {"brow", "Twin"}, {"brow", "Chin"}};
   const HeadBinding binding =
-      BindHead(layout, Head(R"([{"name":"Twin"},{"name":"Twin"},{"name":"Chin"}])"), kNone);
+      BindHead(layout, Head(R"([{"name":"Twin"},{"name":"Twin"},{"name":"Chin"}])"), {});
   EXPECT_THAT(binding.cluster_nodes, ElementsAre(2, kNone, kNone, kNone));
   EXPECT_EQ(binding.coverage.driven_clusters, 1u);
   EXPECT_THAT(binding.coverage.clusters_without_node, ElementsAre("Nowhere", "Twin", "Chin"));
@@ -222,4 +223,53 @@ TEST(HeadBinding, AnimationsInTheHeadAreNoted) {
   EXPECT_THAT(
       notes("[{},{}]"),
       ElementsAre(Note{Code::Doubtful, "", "the head already has 2 animations: this one is added after it"}));
+}
+
+// --- Eyes
+
+namespace {
+
+using Names = std::pair<std::string, std::string>;
+
+/// Two eyes, and a mesh with these targets.
+Glb WithEyes(const std::string& targets = R"("jawOpen")") {
+  return Head(R"([{"name":"Head","mesh":0},{"name":"LeftEye"},{"name":"RightEye"},{"name":"ball"}])",
+              "[" + Mesh(targets) + "]");
+}
+
+HeadBinding BindEyes(const Glb& head, bool has_eyes, const std::optional<Names>& named = {}) {
+  return BindHead(Layout({"jawOpen", "eyeLookUpLeft"}), head, {.head = {}, .eyes = named}, has_eyes);
+}
+
+std::string ErrorWithEyes(const Names& named) {
+  return InputErrorOf(
+      [&] { BindHead(Layout({"jawOpen"}), WithEyes(), {.head = "Head", .eyes = named}, true); });
+}
+
+} // namespace
+
+TEST(HeadBinding, NodesWithUsualNamesTurnWithTheEyes) {
+  const HeadBinding binding = BindEyes(WithEyes(), true);
+  EXPECT_THAT(binding.eye_nodes, testing::Optional(ElementsAre(1, 2)));
+  EXPECT_THAT(binding.coverage.eye_nodes, ElementsAre("LeftEye", "RightEye"));
+  EXPECT_EQ(BindEyes(WithEyes(), false).eye_nodes, kNone) << "the take does not show where they look";
+}
+
+TEST(HeadBinding, WhereMorphTargetsFollowTheEyesTheirNodesDoNot) {
+  const Glb head = WithEyes(R"("jawOpen","eyeLookUp_L")");
+  EXPECT_EQ(BindEyes(head, true).eye_nodes, kNone);
+  const HeadBinding named = BindEyes(head, true, Names("ball", "RightEye"));
+  EXPECT_THAT(named.eye_nodes, testing::Optional(ElementsAre(3, 2))) << "unless the user names them";
+  EXPECT_THAT(named.coverage.notes,
+              ElementsAre(Note{Code::Doubtful, "",
+                               "the eyes turn by their nodes, and morph targets follow them as well"}));
+}
+
+TEST(HeadBinding, NamedEyesAreTwoNodesBesidesTheHead) {
+  EXPECT_EQ(ErrorWithEyes({"LeftEye", "Eye"}), "h.glb: no node has the name \"Eye\"; name one of its nodes: "
+                                               "\"Head\", \"LeftEye\", \"RightEye\", \"ball\"");
+  for (const Names& names : {Names("ball", "ball"), Names("Head", "ball"), Names("ball", "Head")})
+    EXPECT_EQ(ErrorWithEyes(names),
+              "h.glb: \"" + names.first + "\" and \"" + names.second +
+                  "\" are not two nodes besides the head; name the nodes of the left and the right eye");
 }

@@ -345,3 +345,17 @@ TEST(LiveLinkCsv, DoesNotDependOnTheStreamsFormat) {
   Write(animation, writer);
   EXPECT_EQ(out.str(), Written(animation));
 }
+
+// Yaw to the performer's right and pitch down, in radians, as the apps count.
+TEST(LiveLinkCsv, HasTheAnglesOfTheEyes) {
+  Animation animation = Frames({}, 2);
+  EXPECT_EQ(Field(animation, "LeftEyeYaw"), "0.0000000000") << "where the take does not show them";
+  animation.eyes = {{}, {{{.yaw = 0.25, .pitch = -0.5}, {.yaw = -0.125, .pitch = 0.0625}}}};
+  EXPECT_EQ(Field(animation, "LeftEyeYaw"), "0.0000000000");
+  EXPECT_EQ(Field(animation, "LeftEyeYaw", 2), "-0.2500000000");
+  EXPECT_EQ(Field(animation, "LeftEyePitch", 2), "-0.5000000000");
+  EXPECT_EQ(Field(animation, "LeftEyeRoll", 2), "0.0000000000");
+  EXPECT_EQ(Field(animation, "RightEyeYaw", 2), "0.1250000000");
+  EXPECT_EQ(Field(animation, "RightEyePitch", 2), "0.0625000000");
+  EXPECT_EQ(Field(animation, "RightEyeRoll", 2), "0.0000000000");
+}

@@ -86,8 +86,12 @@ protected:
 
 } // namespace
 
-TEST_F(Landmarks478, UsesPointsThatFilesWithoutIrisesHaveToo) {
-  for (const std::string& marker : performer_.Markers()) {
+TEST_F(Landmarks478, UsesPointsThatFilesWithoutIrisesHaveTooAndTheIrises) {
+  EXPECT_THAT(performer_.irises[0], testing::ElementsAre("lm473", "lm474", "lm475", "lm476", "lm477"));
+  EXPECT_THAT(performer_.irises[1], testing::ElementsAre("lm468", "lm469", "lm470", "lm471", "lm472"));
+  mien::Performer without_irises = performer_;
+  without_irises.irises = {};
+  for (const std::string& marker : without_irises.Markers()) {
     ASSERT_TRUE(face_.contains(marker)) << marker;
     EXPECT_LT(std::stoi(marker.substr(2)), 468);
   }

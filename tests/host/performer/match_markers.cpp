@@ -134,3 +134,14 @@ TEST(CheckMarkers, SearchesForNothingIfNothingIsMissing) {
 TEST(CheckMarkers, NamesCannotControlTheTerminal) {
   EXPECT_THAT(Error(PerformerWith("\x1B[2Ja"), TakeWith({"\x1B[2Jb"})), testing::Not(HasSubstr("\x1B")));
 }
+
+// The mesh of 468 landmarks is that of 478 without them.
+TEST(MatchMarkers, ATakeMayLackIrises) {
+  Performer performer = PerformerWith("chin");
+  performer.irises = {{{"l1", "l2"}, {"r1"}}};
+  const Take take = TakeWith({"chin", "l2"});
+  CheckMarkers(performer, take);
+  LeaveOutMissingIrises(performer, take);
+  EXPECT_THAT(performer.irises[0], ElementsAre("l2"));
+  EXPECT_THAT(performer.irises[1], testing::IsEmpty());
+}

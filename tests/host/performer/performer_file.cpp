@@ -68,6 +68,7 @@ void ExpectEqual(const Performer& a, const Performer& b) {
   EXPECT_EQ(a.head, b.head);
   EXPECT_EQ(a.rigid, b.rigid);
   EXPECT_EQ(a.anchors, b.anchors);
+  EXPECT_EQ(a.irises, b.irises);
   EXPECT_EQ(a.holders, b.holders);
   ASSERT_EQ(a.neutral.index(), b.neutral.index());
   if (const auto* frames = std::get_if<FrameRange>(&a.neutral)) {
@@ -142,6 +143,19 @@ TEST(ReadPerformer, TakesRigidMarkersAndAnchors) {
   EXPECT_EQ(performer.anchors, expected);
   EXPECT_THAT(performer.Markers(), ElementsAre("ear", "chin", "brow", "in", "out"));
   EXPECT_THAT(Read(File()).rigid, IsEmpty());
+}
+
+TEST(ReadPerformer, TakesIrises) {
+  const Performer performer = Read(File(kOneMarker, R"("irises": { "RightEye": ["r1", "r2"] })"));
+  EXPECT_THAT(performer.irises[0], IsEmpty());
+  EXPECT_THAT(performer.irises[1], ElementsAre("r1", "r2"));
+  EXPECT_THAT(performer.Markers(), ElementsAre("r1", "r2", "chin"));
+  EXPECT_THAT(Lines(Error(File(kOneMarker, R"("irises": { "LeftBrow": ["a"], "LeftEye": "a" })"))),
+              testing::UnorderedElementsAre(
+                  "p.json:/irises/LeftBrow: this name is unknown; use one of: LeftEye, RightEye",
+                  "p.json:/irises/LeftEye: this is not a list of marker names; write [\"NAME\", ...]"));
+  EXPECT_THAT(Written(performer),
+              testing::HasSubstr("\"irises\": {\n    \"RightEye\": [\"r1\",\"r2\"]\n  }"));
 }
 
 // Any number of them: the fit has no limit.
@@ -241,7 +255,7 @@ TEST(ReadPerformer, ReportsEveryMistakeAtOnce) {
   EXPECT_THAT(
       Lines(error),
       testing::UnorderedElementsAre(
-          "p.json:/hat: this name is unknown; use one of: format, name, head, rigid, anchors, "
+          "p.json:/hat: this name is unknown; use one of: format, name, head, rigid, anchors, irises, "
           "parts, neutral",
           "p.json:/format: this is not a performer file of this version; write \"format\": \"mien "
           "performer 1\"",
