@@ -247,15 +247,31 @@ TEST_F(SolveCommand, SettingsAreInTheReportAsGiven) {
       Report("markers.csv")["settings"],
       Json::parse(
           R"({"head_fit": "take", "brows": "fit", "fill": "cubic:0.15,pattern:0.5", "fill_head": "pattern:2", "head_tolerance_mm": 6,
-                            "fade_s": 0.25, "smooth_hz": null, "smooth_weights_hz": null})"));
+                            "fade_s": 0.25, "gaze": true, "smooth_gaze_hz": null, "smooth_hz": null, "smooth_weights_hz": null})"));
   EXPECT_EQ(
-      Report("markers.csv", {"--fill", "hold,linear:0.2,cubic:3e-1", "--fill-head", "none",
-                             "--head-tolerance", "4.5", "--fade", "1", "--smooth", "14.9", "--smooth-weights",
-                             "1e-3", "--head-fit", "markers", "--brows", "core"})["settings"],
+      Report("markers.csv",
+             {"--fill", "hold,linear:0.2,cubic:3e-1", "--fill-head", "none", "--head-tolerance", "4.5",
+              "--fade", "1", "--smooth", "14.9", "--smooth-weights", "1e-3", "--head-fit", "markers",
+              "--brows", "core", "--no-gaze", "--smooth-gaze", "5"})["settings"],
       Json::parse(
           R"({"head_fit": "markers", "brows": "core", "fill": "hold:0.05,linear:0.2,cubic:0.3", "fill_head": "none", "head_tolerance_mm": 4.5,
-                            "fade_s": 1, "smooth_hz": 14.9, "smooth_weights_hz": 0.001})"));
+                            "fade_s": 1, "gaze": false, "smooth_gaze_hz": 5, "smooth_hz": 14.9, "smooth_weights_hz": 0.001})"));
   EXPECT_EQ(Report("markers.csv", {"--keep-slipped"})["settings"]["head_tolerance_mm"], nullptr);
+}
+
+// --- Gaze
+
+TEST_F(SolveCommand, WhereTheEyesLookIsReportedAndDrivesTheCharacter) {
+  Table table(Saved("markers.csv"));
+  table.names.insert(table.names.end(), {"gaze_angle_x", "gaze_angle_y"});
+  for (std::size_t f = 0; f < table.rows.size(); ++f)
+    table.rows[f].insert(table.rows[f].end(), {f % 60 < 30 ? "0" : "0.3", "0"});
+  std::ofstream(folder_ / "looking.csv") << table.Text();
+  const Json report = Report("looking.csv");
+  EXPECT_EQ(report["gaze"]["from"], "gaze columns");
+  EXPECT_EQ(report["gaze"]["rest_frames"], 0);
+  EXPECT_EQ(Report("markers.csv")["gaze"], nullptr);
+  EXPECT_EQ(Report("looking.csv", {"--no-gaze"})["gaze"], nullptr);
 }
 
 // --- Filling.
