@@ -6,6 +6,9 @@
 namespace mien {
 
 /// --head-fit. `fit` must outlive the parsing.
+/// "--solver parts|fit"
+void AddSolver(Command& command, ShapeSolver& solver);
+
 void AddHeadFit(Command& command, HeadFit& fit);
 
 /// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights.

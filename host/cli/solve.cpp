@@ -188,6 +188,7 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
         job->eye_nodes = {text.substr(0, comma), text.substr(comma + 1)};
         return std::nullopt;
       });
+  AddSolver(command, job->solve.solver);
   AddHeadFit(command, job->solve.head_fit);
   AddCleaningOptions(command, job->solve);
   AddTakeOptions(command, job->reading);

@@ -14,6 +14,7 @@
 #include "host/solve/solve_character.h"
 #include "host/solve/solve_gaze.h"
 #include "host/solve/solve_report_json.h"
+#include "host/solve/solve_shapes.h"
 #include "host/solve/solve_take.h"
 
 #include <fmt/format.h>
@@ -136,6 +137,10 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   if (!job.head_node.empty()) output.nodes.head = job.head_node;
   output.nodes.eyes = job.eye_nodes;
   CheckExpressions(job, output.format);
+  if (job.solve.solver == ShapeSolver::Fit &&
+      (output.format == AnimationFormat::TemplateCsv ||
+       (job.character.empty() && output.format != AnimationFormat::LiveLinkCsv)))
+    throw UsageError("solver", "fit computes the shapes of a --character");
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 
@@ -164,7 +169,15 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   result.report.neutral_doubts = NeutralDoubts(performer, result.neutral, job.solve.brows);
   if (character) {
     result.character = character->name;
-    SolveCharacter(solved.animation, *character, job.expressions);
+    std::optional<FittedShapes> fitted;
+    if (job.solve.solver == ShapeSolver::Fit) {
+      fitted = SolveShapes(solved, result.take, performer, result.neutral, nullptr,
+                           [&](std::size_t frame, std::size_t frames) {
+                             if (progress) progress(JobStage::Solving, frame, frames);
+                           });
+      result.report.fit = fitted->report;
+    }
+    SolveCharacter(solved.animation, *character, job.expressions, fitted ? &*fitted : nullptr);
   }
   solved.animation.CheckFinite(InputName(job.take));
   result.written =

@@ -2,6 +2,7 @@
 
 #include "host/base/error.h"
 #include "host/base/text.h"
+#include "host/character/arkit_names.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -109,8 +110,27 @@ void CharacterSolver::AddDefinitions(const Character& character) {
     define(*character_->mExpressionStates[static_cast<int>(e)], character.expressions[e].shapes);
 }
 
-const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& templates, const Eyes* eyes) {
+void CharacterSolver::UseFitted(const std::vector<std::string>& names) {
+  fitted_.clear();
+  shapes_->Solve(*state_, VFaceTemplateState(), expressions_);
+  for (int p = 0; p < character_->mParts.GetCount(); ++p)
+    for (int s = 0; s < character_->mParts[p]->mShapes.GetCount(); ++s) {
+      const auto meaning = FindArkitName(character_->mParts[p]->mShapes[s]->GetLabel());
+      if (!meaning) continue;
+      const auto name = std::find(names.begin(), names.end(), kArkitNames[meaning->name]);
+      if (name != names.end())
+        fitted_.push_back({.part = static_cast<std::size_t>(p),
+                           .shape = static_cast<std::size_t>(s),
+                           .fitted = static_cast<std::size_t>(name - names.begin()),
+                           .expressions = state_->mWeights[p][s]});
+    }
+}
+
+const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& templates, const Eyes* eyes,
+                                                  std::span<const double> fitted) {
   shapes_->Solve(*state_, templates, expressions_);
+  for (const FittedShape& shape : fitted_)
+    state_->mWeights[shape.part][shape.shape] = fitted[shape.fitted] + shape.expressions;
   if (eyes)
     for (const GazeShape& shape : gaze_) {
       const auto& [yaw, pitch] = (*eyes)[shape.eye];

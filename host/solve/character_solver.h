@@ -10,7 +10,9 @@
 #include "mien/face/template_state.h"
 
 #include <memory>
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,10 +34,15 @@ public:
   CharacterSolver(const CharacterSolver&) = delete;
   CharacterSolver& operator=(const CharacterSolver&) = delete;
 
-  /// `eyes` adds weight to the shapes that follow them (GazeShape); null where it is not known where they
+  /// From now on these shapes, by their names among the 52, have the weights that Solve gets, and not those
+  /// that templates produce. Shapes of any spelling; expressions still add to them.
+  void UseFitted(const std::vector<std::string>& names);
+
+  /// `fitted` (size: names of UseFitted) are the weights of these. `eyes` adds weight to the shapes that follow them (GazeShape); null where it is not known where they
   /// look. What the character makes of a frame: `mWeights[p][s]` is shape s of part p, `mClusters[p]` the part's
   /// clusters. Valid until the next call.
-  const VCharacterFaceState& Solve(const VFaceTemplateState& templates, const Eyes* eyes = nullptr);
+  const VCharacterFaceState& Solve(const VFaceTemplateState& templates, const Eyes* eyes = nullptr,
+                                   std::span<const double> fitted = {});
 
 private:
   void AddParts(const Character& character);
@@ -49,6 +56,13 @@ private:
   VFaceExpressionState expressions_;
   std::optional<Character::Range> range_;
   std::vector<GazeShape> gaze_;
+
+  struct FittedShape {
+    std::size_t part, shape;
+    std::size_t fitted;  // index among the fitted ones
+    double expressions;  // what expressions add
+  };
+  std::vector<FittedShape> fitted_;
 };
 
 } // namespace mien

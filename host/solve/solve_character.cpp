@@ -2,8 +2,10 @@
 
 namespace mien {
 
-void SolveCharacter(Animation& animation, const Character& character, const ExpressionWeights& expressions) {
+void SolveCharacter(Animation& animation, const Character& character, const ExpressionWeights& expressions,
+                    const FittedShapes* fitted) {
   CharacterSolver solver(character, expressions);
+  if (fitted) solver.UseFitted(fitted->names);
   const std::size_t frames = animation.frames.size();
   animation.layout.character = character.name;
   animation.layout.shapes = character.Shapes();
@@ -28,7 +30,9 @@ void SolveCharacter(Animation& animation, const Character& character, const Expr
       templates.mParts[part].mWeights[slot] = animation.Weight(f, t);
     }
     const VCharacterFaceState& state =
-        solver.Solve(templates, animation.eyes.empty() ? nullptr : &animation.eyes[f]);
+        solver.Solve(templates, animation.eyes.empty() ? nullptr : &animation.eyes[f],
+                     fitted ? std::span(fitted->weights).subspan(f * fitted->names.size(), fitted->names.size())
+                            : std::span<const double>());
     for (std::size_t p = 0; p < character.parts.size(); ++p) {
       const Character::Part& part = character.parts[p];
       animation.shape_weights.insert(animation.shape_weights.end(), state.mWeights[p],

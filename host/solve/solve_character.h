@@ -3,12 +3,14 @@
 #include "host/animation/animation.h"
 #include "host/character/character.h"
 #include "host/solve/character_solver.h"
+#include "host/solve/solve_shapes.h"
 
 namespace mien {
 
 /// Fills in what the character makes of a solved take: its shapes and clusters. `expressions` is added to
-/// every frame. Throws as CharacterSolver does.
+/// every frame. `fitted` are weights of shapes that take the place of those from templates; null for none.
+/// Throws as CharacterSolver does.
 void SolveCharacter(Animation& animation, const Character& character,
-                    const ExpressionWeights& expressions = {});
+                    const ExpressionWeights& expressions = {}, const FittedShapes* fitted = nullptr);
 
 } // namespace mien

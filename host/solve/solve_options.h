@@ -13,10 +13,17 @@ enum class HeadFit {
   Markers ///< the performer's head markers
 };
 
+/// What shape weights come from.
+enum class ShapeSolver {
+  Parts, ///< the templates of the nine parts
+  Fit    ///< a fit of all shapes to all markers; see SolveShapes
+};
+
 /// What is done to a take before and after it is solved.
 struct SolveOptions {
   HeadFit head_fit = HeadFit::Take;
   BrowMethod brows = BrowMethod::Fit;
+  ShapeSolver solver = ShapeSolver::Parts;
 
   FillPlan head_fill = {{FillMethod::Pattern, 2}}; ///< see DefaultLongest for how good these are
   FillPlan face_fill = {{FillMethod::Cubic, 0.15}, {FillMethod::Pattern, 0.5}};

@@ -2,6 +2,7 @@
 
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
+#include "host/solve/fit_report.h"
 #include "host/solve/gaze_report.h"
 #include "host/solve/neutral_doubts.h"
 #include "host/solve/quality.h"
@@ -57,6 +58,7 @@ struct SolveReport {
       worst_frames; ///< the largest residuals of any part, half a second apart, the worst first; at most ten
   Quality quality;
   GazeReport gaze;
+  FitReport fit;
 
   std::vector<std::string> RestingParts() const; ///< without markers
 };

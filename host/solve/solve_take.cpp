@@ -131,6 +131,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   animation.weights.reserve(take.FrameCount() * animation.layout.templates.size());
   animation.heads = std::move(track.heads);
   solved.head_known = std::move(track.known);
+  solved.face_fill = options.face_fill;
 
   Residuals residuals(face, solver.Face(), report);
   std::vector<Point> places_head(face.MarkerCount());

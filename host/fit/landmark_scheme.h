@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/performer/performer.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace mien {
+
+/// A set of landmarks that trackers find in video, each at a known place of the face.
+enum class LandmarkScheme {
+  None,     ///< markers of unknown places
+  Points68, ///< "lm0" to "lm67"
+  Mesh478   ///< "lm0" to "lm477" of the face mesh
+};
+
+/// By the names of the performer's markers.
+LandmarkScheme SchemeOf(const Performer& performer);
+
+/// How many landmarks the older scheme has, and which of them are the jaw's contour.
+inline constexpr std::size_t kLandmarks68 = 68;
+inline constexpr std::size_t kJawContour = 17; ///< the first ones
+
+/// The marker of each of the 68 landmarks. Nothing for those that are no fixed place of the skin: the ends of
+/// the jaw's contour, which slide along the ear, and of the mesh the whole contour.
+std::array<std::optional<std::string>, kLandmarks68> MarkersOfLandmarks(LandmarkScheme scheme);
+
+} // namespace mien

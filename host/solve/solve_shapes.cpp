@@ -1,0 +1,209 @@
+#include "host/solve/solve_shapes.h"
+
+#include "host/base/face_parts.h"
+#include "host/base/statistics.h"
+#include "host/cleaning/fill_gaps.h"
+#include "host/fit/landmark_scheme.h"
+#include "host/fit/lay_basis.h"
+#include "host/fit/shape_fit.h"
+#include "host/solve/head_track.h"
+#include "mien/base/affine.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+#include <optional>
+#include <string_view>
+
+namespace mien {
+
+namespace {
+
+/// What the markers are, and how they are weighed.
+struct Observer {
+  ShapeFitSettings settings;
+  Point trust;
+  double contour; ///< trust in the jaw's contour, as a factor
+  bool shifts;    ///< whether eyes and mouth may be shifted
+  BuiltInBasis basis;
+  const char* basis_name;
+};
+
+Observer ObserverOf(LandmarkScheme scheme) {
+  if (scheme == LandmarkScheme::None)
+    return {.settings = {.damping = 30, .inertia = 120},
+            .trust = {1, 1, 1},
+            .contour = 1,
+            .shifts = false,
+            .basis = BuiltInBasis::OneHead,
+            .basis_name = "the built-in face of one head"};
+  return {.settings = {.damping = 60, .inertia = 60},
+          .trust = {1, 1, 0.5},
+          .contour = 0.3,
+          .shifts = true,
+          .basis = BuiltInBasis::TwoHeads,
+          .basis_name = "the built-in face of two heads"};
+}
+
+/// Every marker that may be fitted, by name.
+std::vector<std::string> CandidatesOf(const Take& take, const Performer& performer) {
+  std::vector<std::string> names;
+  for (const auto& landmark : MarkersOfLandmarks(SchemeOf(performer)))
+    if (landmark && take.FindMarker(*landmark)) names.push_back(*landmark);
+  for (const std::string& name : performer.FaceMarkers())
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+  return names;
+}
+
+/// Where the markers rest, in the head's frame: by the neutral pose, and for those that it lacks by the median
+/// over the neutral frames.
+NeutralPose RestOf(const Take& stable, const Take& take, const Neutral& neutral, const VgeAMatrix& neutral_head) {
+  NeutralPose rest;
+  const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head);
+  for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
+    const std::string& name = stable.markers[m];
+    if (const auto place = neutral.pose.find(name); place != neutral.pose.end()) {
+      const VgeTVector p = TransformPoint(to_head, {place->second.x, place->second.y, place->second.z});
+      rest[name] = {p.x, p.y, p.z};
+      continue;
+    }
+    std::vector<double> x, y, z;
+    for (std::size_t f = 0; f < stable.FrameCount(); ++f)
+      if (const Point* const p = stable.At(f, m);
+          p && std::binary_search(neutral.frames.begin(), neutral.frames.end(), take.frames[f]))
+        x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
+    if (!x.empty()) rest[name] = {Median(x), Median(y), Median(z)};
+  }
+  return rest;
+}
+
+/// The standard deviation of a coordinate from frame to frame, the median over the markers. A quarter of the
+/// second differences are small in any take: in these the face hardly moves.
+double NoiseOf(const Take& stable) {
+  constexpr double kQuarter = 0.3186; // the lower quarter of |x| for a standard deviation of 1
+  std::vector<double> noise;
+  for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
+    std::array<std::vector<double>, 3> bends;
+    for (std::size_t f = 1; f + 1 < stable.FrameCount(); ++f) {
+      const Point *const a = stable.At(f - 1, m), *const b = stable.At(f, m), *const c = stable.At(f + 1, m);
+      if (!a || !b || !c) continue;
+      bends[0].push_back(std::fabs(a->x - 2 * b->x + c->x));
+      bends[1].push_back(std::fabs(a->y - 2 * b->y + c->y));
+      bends[2].push_back(std::fabs(a->z - 2 * b->z + c->z));
+    }
+    for (std::vector<double>& bend : bends)
+      if (!bend.empty()) noise.push_back(Quantile(bend, 0.25) / (std::sqrt(6.0) * kQuarter));
+  }
+  return noise.empty() ? 0 : Median(noise);
+}
+
+ShapeFitPoints PointsOf(const LaidBasis& laid, const std::vector<std::size_t>& shapes, const Observer& observer) {
+  ShapeFitPoints points;
+  points.shapes = shapes.size();
+  if (observer.shifts) points.regions.resize(3);
+  for (std::size_t m = 0; m < laid.markers.size(); ++m) {
+    const LaidBasis::Marker& marker = laid.markers[m];
+    const double factor = marker.landmark && *marker.landmark < kJawContour ? observer.contour : 1;
+    points.rest.push_back(marker.rest);
+    points.trust.push_back({factor * observer.trust.x, factor * observer.trust.y, factor * observer.trust.z});
+    for (const std::size_t s : shapes) points.moved.push_back(laid.moved[m * laid.shapes.size() + s]);
+    if (observer.shifts && marker.region != FitRegion::None)
+      points.regions[marker.region == FitRegion::LeftEye    ? 0
+                     : marker.region == FitRegion::RightEye ? 1
+                                                            : 2]
+          .push_back(m);
+  }
+  return points;
+}
+
+bool HasMarkers(const Performer& performer, FacePart part) {
+  return std::any_of(performer.holders[part].begin(), performer.holders[part].end(),
+                     [](const auto& holder) { return !holder.empty(); });
+}
+
+/// Whether the parts' templates take over a shape.
+bool IsFromParts(std::string_view shape, const Performer& performer) {
+  if (shape == "eyeBlinkLeft" || shape == "eyeSquintLeft") return HasMarkers(performer, kLeftEye);
+  if (shape == "eyeBlinkRight" || shape == "eyeSquintRight") return HasMarkers(performer, kRightEye);
+  return false;
+}
+
+/// The shapes (indices) that the points show.
+std::vector<std::size_t> ShownShapes(const LaidBasis& laid, const Observer& observer, FitReport& report) {
+  constexpr double kNoise_mm = 0.5; // what a good tracker and a bad optical system have
+  constexpr double kMost = 0.7;     // leaves half of the variance
+  std::vector<std::size_t> wanted, shown;
+  for (std::size_t s = 0; s < laid.shapes.size(); ++s)
+    if (!laid.shapes[s].starts_with("eyeLook")) wanted.push_back(s);
+  const std::vector<double> uncertain =
+      ShapeFit(PointsOf(laid, wanted, observer), observer.settings).Uncertainty(kNoise_mm);
+  for (std::size_t i = 0; i < wanted.size(); ++i)
+    if (uncertain[i] <= kMost)
+      shown.push_back(wanted[i]);
+    else
+      report.left_out.emplace_back(laid.shapes[wanted[i]], uncertain[i]);
+  return shown;
+}
+
+} // namespace
+
+FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
+                         const Neutral& neutral, const ShapeBasis* basis,
+                         const std::function<void(std::size_t, std::size_t)>& progress) {
+  Observer observer = ObserverOf(SchemeOf(performer));
+  FittedShapes fitted;
+  FitReport& report = fitted.report;
+  report.basis = observer.basis_name;
+
+  const HeadTrack track = {.heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
+  Take stable = Stabilise(take, track, CandidatesOf(take, performer));
+  std::vector<std::size_t> all(stable.MarkerCount());
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  report.noise_mm = NoiseOf(stable);
+  FillGaps(stable, all, solved.face_fill);
+  const NeutralPose rest = RestOf(stable, take, neutral, solved.animation.layout.neutral_head);
+  const LaidBasis laid = LayBasis(basis ? *basis : LoadBasis(observer.basis), performer, rest);
+  report.markers = laid.markers.size();
+  report.distance_mm = laid.distance_mm;
+
+  const std::vector<std::size_t> shapes = ShownShapes(laid, observer, report);
+  constexpr double kUsualRate = 30, kUsualNoise_mm = 0.5, kMostNoise = 4;
+  const double noise = report.noise_mm / kUsualNoise_mm;
+  observer.settings.inertia *= take.rate.Hz() / kUsualRate * std::clamp(noise * noise, 1.0, kMostNoise);
+  ShapeFit fit(PointsOf(laid, shapes, observer), observer.settings);
+
+  std::vector<std::size_t> columns; // of the fit's shapes, those that it decides
+  for (std::size_t i = 0; i < shapes.size(); ++i) {
+    const std::string& name = laid.shapes[shapes[i]];
+    if (IsFromParts(name, performer)) {
+      report.from_parts.push_back(name);
+      continue;
+    }
+    columns.push_back(i);
+    fitted.names.push_back(name);
+    if (name == "mouthClose") report.unmeasured.push_back(name);
+  }
+  report.fitted = fitted.names;
+
+  std::vector<std::size_t> markers;
+  for (const LaidBasis::Marker& marker : laid.markers) markers.push_back(*stable.FindMarker(marker.name));
+  std::vector<std::optional<Point>> seen(markers.size());
+  double squares = 0;
+  fitted.weights.reserve(stable.FrameCount() * columns.size());
+  for (std::size_t f = 0; f < stable.FrameCount(); ++f) {
+    if (progress) progress(f, stable.FrameCount());
+    for (std::size_t m = 0; m < markers.size(); ++m) {
+      const Point* const p = stable.At(f, markers[m]);
+      seen[m] = p ? std::optional(*p) : std::nullopt;
+    }
+    const std::vector<double>& weights = fit.Solve(seen);
+    for (const std::size_t column : columns) fitted.weights.push_back(weights[column]);
+    const double residual = fit.Residual();
+    squares += residual * residual;
+  }
+  if (stable.FrameCount() > 0) report.residual_mm = std::sqrt(squares / static_cast<double>(stable.FrameCount()));
+  return fitted;
+}
+
+} // namespace mien

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "host/fit/shape_basis.h"
+#include "host/performer/neutral.h"
+#include "host/performer/performer.h"
+#include "host/solve/fit_report.h"
+#include "host/solve/solve_take.h"
+#include "host/takes/take.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// Shape weights that come from the markers and not from templates.
+struct FittedShapes {
+  std::vector<std::string> names; ///< of the 52
+  std::vector<double> weights;    ///< (size: frames x names)
+  FitReport report;
+};
+
+/// Fits all of the 52 shapes that the markers show to all markers at once (ShapeFit), on a basis that is laid
+/// onto the performer's neutral face (LayBasis).
+///
+/// Landmarks that a tracker found in video are trusted as they deserve: their depth, which is a guess, by half;
+/// the contour of the jaw, which slides along the skin, by three tenths; and each eye and the mouth may be
+/// shifted as a whole. Markers are trusted in full.
+///
+/// The inertia is that of a random walk: it grows with the rate of the take, and with the square of the
+/// markers' noise above half a millimetre, to four times.
+///
+/// Left out are shapes of which the markers leave an uncertainty above 0.7, that is, half of the variance; gaze,
+/// which lids only hint at; and `eyeBlink` and `eyeSquint` where the eyes have markers: there the parts'
+/// templates, which measure lids against each other, follow as well or better on all takes.
+///
+/// `basis` is null for the built-in ones: two heads for landmarks, one for markers. Throws InputError as
+/// LayBasis does. `progress(done, total)` is called before each frame.
+FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
+                         const Neutral& neutral, const ShapeBasis* basis = nullptr,
+                         const std::function<void(std::size_t done, std::size_t total)>& progress = nullptr);
+
+} // namespace mien
