@@ -70,10 +70,11 @@ void AddChoice(Command& command, const std::string& name, const std::string& typ
 } // namespace
 
 void AddSolver(Command& command, ShapeSolver& solver) {
-  AddChoice(command, "--solver", "parts|fit",
-            "What the character's shapes come from: the templates of the nine parts, or a fit of all 52 shapes to "
-            "all markers; default parts",
-            {{"parts", ShapeSolver::Parts}, {"fit", ShapeSolver::Fit}}, solver);
+  AddChoice(
+      command, "--solver", "parts|fit",
+      "What the character's shapes come from: the templates of the nine parts, or a fit of all 52 shapes to "
+      "all markers; default parts",
+      {{"parts", ShapeSolver::Parts}, {"fit", ShapeSolver::Fit}}, solver);
 }
 
 void AddHeadFit(Command& command, HeadFit& fit) {

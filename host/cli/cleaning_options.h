@@ -5,10 +5,10 @@
 
 namespace mien {
 
-/// --head-fit. `fit` must outlive the parsing.
-/// "--solver parts|fit"
+/// --solver. `solver` must outlive the parsing.
 void AddSolver(Command& command, ShapeSolver& solver);
 
+/// --head-fit. `fit` must outlive the parsing.
 void AddHeadFit(Command& command, HeadFit& fit);
 
 /// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights.

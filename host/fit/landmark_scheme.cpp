@@ -12,13 +12,13 @@ namespace mien {
 namespace {
 
 // The landmarks 17 to 67 on the mesh.
-constexpr int kOnMesh[] = {70,  63,  105, 66,  107,                                       // brows: right,
-                           336, 296, 334, 293, 300,                                       // left
-                           168, 197, 5,   4,   75,  97,  2,   326, 305,                   // nose
-                           33,  160, 158, 133, 153, 144,                                  // eyes: right,
-                           362, 385, 387, 263, 373, 380,                                  // left
-                           61,  39,  37,  0,   267, 269, 291, 405, 314, 17,  84,  181,    // lips: outside,
-                           78,  82,  13,  312, 308, 317, 14,  87};                        // inside
+constexpr int kOnMesh[] = {70,  63,  105, 66,  107,                                  // brows: right,
+                           336, 296, 334, 293, 300,                                  // left
+                           168, 197, 5,   4,   75,  97,  2,   326, 305,              // nose
+                           33,  160, 158, 133, 153, 144,                             // eyes: right,
+                           362, 385, 387, 263, 373, 380,                             // left
+                           61,  39,  37,  0,   267, 269, 291, 405, 314, 17, 84, 181, // lips: outside,
+                           78,  82,  13,  312, 308, 317, 14,  87};                   // inside
 static_assert(std::size(kOnMesh) == kLandmarks68 - kJawContour);
 
 // The number N of "lmN".

@@ -159,7 +159,8 @@ public:
   Side SideOf(std::size_t point) const { return sides_[point]; }
 
 private:
-  template <std::size_t N> double Nearest(const Point& p, const std::size_t (&landmarks)[N]) const {
+  template <std::size_t N>
+  double Nearest(const Point& p, const std::size_t (&landmarks)[N]) const {
     double nearest = HUGE_VAL;
     for (const std::size_t i : landmarks)
       if (landmark_[i]) nearest = std::min(nearest, SquaredDistance(p, basis_.rest[*landmark_[i]]));
@@ -186,10 +187,10 @@ std::vector<FaceMarker> MarkersOf(const Performer& performer, const NeutralPose&
     if (!landmarks[i]) continue;
     const auto place = rest.find(*landmarks[i]);
     if (place == rest.end()) continue;
-    const FitRegion region = i >= 48              ? FitRegion::Mouth
-                             : i >= 42            ? FitRegion::LeftEye
-                             : i >= 36            ? FitRegion::RightEye
-                                                  : FitRegion::None;
+    const FitRegion region = i >= 48   ? FitRegion::Mouth
+                             : i >= 42 ? FitRegion::LeftEye
+                             : i >= 36 ? FitRegion::RightEye
+                                       : FitRegion::None;
     known.insert(*landmarks[i]);
     markers.push_back({{*landmarks[i], place->second, i, region}, Side::Neither});
   }
@@ -199,11 +200,12 @@ std::vector<FaceMarker> MarkersOf(const Performer& performer, const NeutralPose&
         const auto place = rest.find(name);
         if (place == rest.end() || !known.insert(name).second) continue;
         const bool is_eye = part == kLeftEye || part == kRightEye;
-        const Side side = (is_eye && holder == kUpperEyeHolder) || (part == kMouth && holder == kUpperMouthHolder)
-                              ? Side::Upper
-                          : (is_eye && holder == kLowerEyeHolder) || (part == kMouth && holder == kLowerMouthHolder)
-                              ? Side::Lower
-                              : Side::Neither;
+        const Side side =
+            (is_eye && holder == kUpperEyeHolder) || (part == kMouth && holder == kUpperMouthHolder)
+                ? Side::Upper
+            : (is_eye && holder == kLowerEyeHolder) || (part == kMouth && holder == kLowerMouthHolder)
+                ? Side::Lower
+                : Side::Neither;
         const FitRegion region = part == kMouth      ? FitRegion::Mouth
                                  : part == kLeftEye  ? FitRegion::LeftEye
                                  : part == kRightEye ? FitRegion::RightEye
@@ -213,7 +215,8 @@ std::vector<FaceMarker> MarkersOf(const Performer& performer, const NeutralPose&
   return markers;
 }
 
-Pairs LandmarkPairs(const std::vector<FaceMarker>& markers, const ShapeBasis& basis, const BasisPoints& points) {
+Pairs LandmarkPairs(const std::vector<FaceMarker>& markers, const ShapeBasis& basis,
+                    const BasisPoints& points) {
   Pairs pairs;
   for (const auto& [marker, side] : markers)
     if (marker.landmark && *marker.landmark >= kJawContour) // the contour slides along the jaw
@@ -250,11 +253,12 @@ Laying LayingOf(const std::vector<FaceMarker>& markers, const Performer& perform
   const Pairs holders = HolderPairs(performer, rest, points);
   constexpr std::size_t kFewest = 4;
   if (holders.from.size() < kFewest)
-    throw InputError(Code::Unsolvable, performer.file, "/parts",
-                     fmt::format("the markers are on {} of the places by which the face's shapes are laid onto "
-                                 "it (corners of the mouth, lips, chin, brows, lids, nostrils); {} are needed",
-                                 holders.from.size(), kFewest),
-                     "name markers for more parts, or solve with --solver parts");
+    throw InputError(
+        Code::Unsolvable, performer.file, "/parts",
+        fmt::format("the markers are on {} of the places by which the face's shapes are laid onto "
+                    "it (corners of the mouth, lips, chin, brows, lids, nostrils); {} are needed",
+                    holders.from.size(), kFewest),
+        "name markers for more parts, or solve with --solver parts");
   Laying laying(holders, false);
   constexpr int kRounds = 6; // three move it by less than a tenth of a millimetre after the second
   for (int round = 0; round < kRounds; ++round) {
@@ -270,8 +274,8 @@ Laying LayingOf(const std::vector<FaceMarker>& markers, const Performer& perform
 }
 
 /// The weights of the points of the basis under a marker.
-std::vector<std::pair<std::size_t, double>> SkinUnder(const FaceMarker& marker, const std::vector<Point>& laid,
-                                                      const BasisPoints& points) {
+std::vector<std::pair<std::size_t, double>>
+SkinUnder(const FaceMarker& marker, const std::vector<Point>& laid, const BasisPoints& points) {
   constexpr std::size_t kNearest = 4;
   constexpr double kBlur_mm = 1; // nearer than this, distances make no difference
   std::vector<std::pair<double, std::size_t>> near;
@@ -316,7 +320,8 @@ LaidBasis LayBasis(const ShapeBasis& basis, const Performer& performer, const Ne
       }
       on_face.moved.push_back(moved);
     }
-    on_face.distance_mm += std::sqrt(NearestPoint(marker.marker.rest, laid).first) / static_cast<double>(markers.size());
+    on_face.distance_mm +=
+        std::sqrt(NearestPoint(marker.marker.rest, laid).first) / static_cast<double>(markers.size());
     on_face.markers.push_back(marker.marker);
   }
   return on_face;

@@ -26,8 +26,8 @@ struct LaidBasis {
   std::vector<std::string> shapes;
   std::vector<Point> moved; ///< (size: markers x shapes)
 
-  Point scale = {1, 1, 1};   ///< of the performer's face to the basis, along x, y and z
-  double distance_mm = 0;    ///< of the markers from the basis on this face, on average
+  Point scale = {1, 1, 1}; ///< of the performer's face to the basis, along x, y and z
+  double distance_mm = 0;  ///< of the markers from the basis on this face, on average
 };
 
 /// Lays a basis onto a performer's neutral face `rest`: places of markers in the head's frame, where the face

@@ -22,7 +22,8 @@ void Factorise(std::vector<double>& matrix, std::size_t size) {
 }
 
 /// Solves the system of a matrix with this factor, in place.
-void SolveFactorised(const std::vector<double>& factor, std::size_t size, double* values, std::size_t stride) {
+void SolveFactorised(const std::vector<double>& factor, std::size_t size, double* values,
+                     std::size_t stride) {
   for (std::size_t i = 0; i < size; ++i) {
     double sum = values[i * stride];
     for (std::size_t k = 0; k < i; ++k) sum -= factor[i * size + k] * values[k * stride];
@@ -45,12 +46,13 @@ Point MiddleOf(const std::vector<Point>& points) {
 } // namespace
 
 ShapeFit::ShapeFit(ShapeFitPoints points, const ShapeFitSettings& settings)
-    : points_(std::move(points)), settings_(settings), shapes_(points_.shapes), rows_(3 * points_.rest.size()),
-      nuisances_(kRigid + 2 * points_.regions.size()), moved_(rows_ * shapes_), nuisance_(rows_ * nuisances_),
-      penalty_(nuisances_, settings.rigid), trust_(rows_), seen_(points_.rest.size(), true),
-      normal_(nuisances_ * nuisances_), crossed_(nuisances_ * shapes_), projected_(shapes_ * rows_),
-      hessian_(shapes_ * shapes_), distances_(rows_), evidence_(shapes_), right_(shapes_), gradient_(shapes_),
-      weights_(shapes_), previous_(shapes_), leftover_(nuisances_) {
+    : points_(std::move(points)), settings_(settings), shapes_(points_.shapes),
+      rows_(3 * points_.rest.size()), nuisances_(kRigid + 2 * points_.regions.size()),
+      moved_(rows_ * shapes_), nuisance_(rows_ * nuisances_), penalty_(nuisances_, settings.rigid),
+      trust_(rows_), seen_(points_.rest.size(), true), normal_(nuisances_ * nuisances_),
+      crossed_(nuisances_ * shapes_), projected_(shapes_ * rows_), hessian_(shapes_ * shapes_),
+      distances_(rows_), evidence_(shapes_), right_(shapes_), gradient_(shapes_), weights_(shapes_),
+      previous_(shapes_), leftover_(nuisances_) {
   std::fill(penalty_.begin() + kRigid, penalty_.end(), settings.shift);
   const Point middle = MiddleOf(points_.rest);
   for (std::size_t p = 0; p < PointCount(); ++p) {
@@ -66,7 +68,8 @@ ShapeFit::ShapeFit(ShapeFitPoints points, const ShapeFitSettings& settings)
       }
       double* const nuisance = &nuisance_[row * nuisances_];
       nuisance[axis] = trust[axis];
-      const std::size_t next = (axis + 1) % 3, after = (axis + 2) % 3; // about `next`: along `axis` by `after`
+      const std::size_t next = (axis + 1) % 3,
+                        after = (axis + 2) % 3; // about `next`: along `axis` by `after`
       nuisance[3 + next] = trust[axis] * arm[after];
       nuisance[3 + after] = -trust[axis] * arm[next];
     }
@@ -106,7 +109,8 @@ void ShapeFit::Prepare() {
   for (std::size_t s = 0; s < shapes_; ++s)
     for (std::size_t t = 0; t <= s; ++t) {
       double sum = 0;
-      for (std::size_t i = 0; i < nuisances_; ++i) sum += projected_[i * shapes_ + s] * crossed_[i * shapes_ + t];
+      for (std::size_t i = 0; i < nuisances_; ++i)
+        sum += projected_[i * shapes_ + s] * crossed_[i * shapes_ + t];
       hessian_[s * shapes_ + t] -= sum;
     }
   for (std::size_t s = 0; s < shapes_; ++s) {

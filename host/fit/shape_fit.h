@@ -11,11 +11,11 @@ namespace mien {
 
 /// What a fit of shapes weighs against each other; all in units of a squared millimetre.
 struct ShapeFitSettings {
-  double damping = 60;    ///< on the square of each weight: a shape needs evidence
-  double inertia = 60;    ///< on the square of each weight's change from the frame before
-  double rigid = 2;       ///< on the square of a rest of rigid motion that is left in the points
-  double shift = 0.5;     ///< on the square of a shift of a region along x or y
-  double most = 1.25;     ///< the largest weight; the smallest is 0
+  double damping = 60;     ///< on the square of each weight: a shape needs evidence
+  double inertia = 60;     ///< on the square of each weight's change from the frame before
+  double rigid = 2;        ///< on the square of a rest of rigid motion that is left in the points
+  double shift = 0.5;      ///< on the square of a shift of a region along x or y
+  double most = 1.25;      ///< the largest weight; the smallest is 0
   double tolerance = 1e-5; ///< the sweeps end when no weight changes by more
 };
 

@@ -9,8 +9,8 @@
 #include "mien/face/face.h"
 #include "mien/face/template_state.h"
 
-#include <memory>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -59,8 +59,8 @@ private:
 
   struct FittedShape {
     std::size_t part, shape;
-    std::size_t fitted;  // index among the fitted ones
-    double expressions;  // what expressions add
+    std::size_t fitted; // index among the fitted ones
+    double expressions; // what expressions add
   };
   std::vector<FittedShape> fitted_;
 };

@@ -15,6 +15,7 @@
 #include <numeric>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace mien {
 
@@ -58,7 +59,8 @@ std::vector<std::string> CandidatesOf(const Take& take, const Performer& perform
 
 /// Where the markers rest, in the head's frame: by the neutral pose, and for those that it lacks by the median
 /// over the neutral frames.
-NeutralPose RestOf(const Take& stable, const Take& take, const Neutral& neutral, const VgeAMatrix& neutral_head) {
+NeutralPose RestOf(const Take& stable, const Take& take, const Neutral& neutral,
+                   const VgeAMatrix& neutral_head) {
   NeutralPose rest;
   const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head);
   for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
@@ -78,9 +80,9 @@ NeutralPose RestOf(const Take& stable, const Take& take, const Neutral& neutral,
   return rest;
 }
 
-/// The standard deviation of a coordinate from frame to frame, the median over the markers. A quarter of the
-/// second differences are small in any take: in these the face hardly moves.
-double NoiseOf(const Take& stable) {
+/// The standard deviation of each marker's coordinates from frame to frame (size: markers). A quarter of the
+/// second differences are small in any take: in these the face hardly moves. 0 for a marker without them.
+std::vector<double> NoiseOf(const Take& stable) {
   constexpr double kQuarter = 0.3186; // the lower quarter of |x| for a standard deviation of 1
   std::vector<double> noise;
   for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
@@ -92,13 +94,24 @@ double NoiseOf(const Take& stable) {
       bends[1].push_back(std::fabs(a->y - 2 * b->y + c->y));
       bends[2].push_back(std::fabs(a->z - 2 * b->z + c->z));
     }
-    for (std::vector<double>& bend : bends)
-      if (!bend.empty()) noise.push_back(Quantile(bend, 0.25) / (std::sqrt(6.0) * kQuarter));
+    double squares = 0;
+    for (std::vector<double>& bend : bends) {
+      const double deviation = bend.empty() ? 0 : Quantile(bend, 0.25) / (std::sqrt(6.0) * kQuarter);
+      squares += deviation * deviation / 3;
+    }
+    noise.push_back(std::sqrt(squares));
   }
-  return noise.empty() ? 0 : Median(noise);
+  return noise;
 }
 
-ShapeFitPoints PointsOf(const LaidBasis& laid, const std::vector<std::size_t>& shapes, const Observer& observer) {
+/// A factor on the trust in a marker: below 1 for one that is more than twice as noisy as usual.
+double TrustByNoise(double noise, double usual) {
+  constexpr double kFree = 2; // a lid is noisier than a nose in every take
+  return noise > kFree * usual ? kFree * usual / noise : 1;
+}
+
+ShapeFitPoints PointsOf(const LaidBasis& laid, const std::vector<std::size_t>& shapes,
+                        const Observer& observer) {
   ShapeFitPoints points;
   points.shapes = shapes.size();
   if (observer.shifts) points.regions.resize(3);
@@ -156,11 +169,14 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
   FitReport& report = fitted.report;
   report.basis = observer.basis_name;
 
-  const HeadTrack track = {.heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
+  const HeadTrack track = {
+      .heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
   Take stable = Stabilise(take, track, CandidatesOf(take, performer));
   std::vector<std::size_t> all(stable.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
-  report.noise_mm = NoiseOf(stable);
+  const std::vector<double> noise = NoiseOf(stable);
+  std::vector<double> sorted = noise;
+  if (!sorted.empty()) report.noise_mm = Median(sorted);
   FillGaps(stable, all, solved.face_fill);
   const NeutralPose rest = RestOf(stable, take, neutral, solved.animation.layout.neutral_head);
   const LaidBasis laid = LayBasis(basis ? *basis : LoadBasis(observer.basis), performer, rest);
@@ -169,9 +185,16 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
 
   const std::vector<std::size_t> shapes = ShownShapes(laid, observer, report);
   constexpr double kUsualRate = 30, kUsualNoise_mm = 0.5, kMostNoise = 4;
-  const double noise = report.noise_mm / kUsualNoise_mm;
-  observer.settings.inertia *= take.rate.Hz() / kUsualRate * std::clamp(noise * noise, 1.0, kMostNoise);
-  ShapeFit fit(PointsOf(laid, shapes, observer), observer.settings);
+  const double noisier = report.noise_mm / kUsualNoise_mm;
+  observer.settings.inertia *= take.rate.Hz() / kUsualRate * std::clamp(noisier * noisier, 1.0, kMostNoise);
+  std::vector<std::size_t> markers;
+  for (const LaidBasis::Marker& marker : laid.markers) markers.push_back(*stable.FindMarker(marker.name));
+  ShapeFitPoints points = PointsOf(laid, shapes, observer);
+  for (std::size_t m = 0; m < markers.size(); ++m) {
+    const double factor = TrustByNoise(noise[markers[m]], report.noise_mm);
+    points.trust[m].x *= factor, points.trust[m].y *= factor, points.trust[m].z *= factor;
+  }
+  ShapeFit fit(std::move(points), observer.settings);
 
   std::vector<std::size_t> columns; // of the fit's shapes, those that it decides
   for (std::size_t i = 0; i < shapes.size(); ++i) {
@@ -186,8 +209,6 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
   }
   report.fitted = fitted.names;
 
-  std::vector<std::size_t> markers;
-  for (const LaidBasis::Marker& marker : laid.markers) markers.push_back(*stable.FindMarker(marker.name));
   std::vector<std::optional<Point>> seen(markers.size());
   double squares = 0;
   fitted.weights.reserve(stable.FrameCount() * columns.size());
@@ -202,7 +223,8 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
     const double residual = fit.Residual();
     squares += residual * residual;
   }
-  if (stable.FrameCount() > 0) report.residual_mm = std::sqrt(squares / static_cast<double>(stable.FrameCount()));
+  if (stable.FrameCount() > 0)
+    report.residual_mm = std::sqrt(squares / static_cast<double>(stable.FrameCount()));
   return fitted;
 }
 

@@ -25,7 +25,8 @@ struct FittedShapes {
 ///
 /// Landmarks that a tracker found in video are trusted as they deserve: their depth, which is a guess, by half;
 /// the contour of the jaw, which slides along the skin, by three tenths; and each eye and the mouth may be
-/// shifted as a whole. Markers are trusted in full.
+/// shifted as a whole. Markers are trusted in full. A marker that is more than twice as noisy as the others is
+/// trusted less.
 ///
 /// The inertia is that of a random walk: it grows with the rate of the take, and with the square of the
 /// markers' noise above half a millimetre, to four times.
