@@ -171,6 +171,21 @@ void PrintResiduals(const Take& take, const SolveReport& report, const Output& o
   if (!worst.empty()) output.Line("", fmt::format("the worst frames are {}", fmt::join(worst, ", ")));
 }
 
+/// What the fit of all shapes is based on, and what it cannot tell.
+void PrintFit(const FitReport& fit, const Output& output) {
+  if (fit.basis.empty()) return;
+  output.Line("fit",
+              fmt::format("{} by {} on {}, which is {:.1f} mm away from them on average; residual {:.2f} mm",
+                          Count(fit.fitted.size(), "shape"), Count(fit.markers, "marker"), fit.basis,
+                          fit.distance_mm, fit.residual_mm));
+  if (!fit.from_parts.empty()) output.Line("", "from the parts' templates: " + Some(fit.from_parts));
+  std::vector<std::string> left_out;
+  for (const auto& [shape, uncertainty] : fit.left_out) left_out.push_back(shape);
+  if (!left_out.empty()) output.Line("", "left out, since the markers do not show them: " + Some(left_out));
+  if (!fit.unmeasured.empty())
+    output.Line("", "fitted, but never measured against known answers: " + Some(fit.unmeasured));
+}
+
 /// The parts that have the take's grade, the worst first.
 void PrintGrade(const SolveReport& report, const Output& output) {
   const Quality& quality = report.quality;
@@ -250,6 +265,7 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
   if (job.solve.smooth_weights_hz)
     output.Line("smoothed", fmt::format("template weights, below {} Hz", *job.solve.smooth_weights_hz));
   PrintResiduals(take, report, output);
+  PrintFit(report.fit, output);
   PrintGrade(report, output);
   PrintFlags(take, report, output);
 }

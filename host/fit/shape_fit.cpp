@@ -219,14 +219,20 @@ double ShapeFit::Residual() {
   return count > 0 ? std::sqrt(squares / count) : 0;
 }
 
-std::vector<double> ShapeFit::Uncertainty(double noise_mm) const {
-  ShapeFit all = *this; // with every point seen
+/// The Hessian of the points alone, all of them seen.
+std::vector<double> ShapeFit::Information() const {
+  ShapeFit all = *this;
   std::fill(all.seen_.begin(), all.seen_.end(), true);
   all.Prepare();
-  std::vector<double> information = all.hessian_;
+  for (std::size_t s = 0; s < shapes_; ++s)
+    all.hessian_[s * shapes_ + s] -= settings_.damping + settings_.inertia;
+  return std::move(all.hessian_);
+}
+
+std::vector<double> ShapeFit::Uncertainty(double noise_mm) const {
+  std::vector<double> information = Information();
   for (double& value : information) value /= noise_mm * noise_mm;
-  const double prior = 1 - (settings_.damping + settings_.inertia) / (noise_mm * noise_mm);
-  for (std::size_t s = 0; s < shapes_; ++s) information[s * shapes_ + s] += prior;
+  for (std::size_t s = 0; s < shapes_; ++s) information[s * shapes_ + s] += 1;
   Factorise(information, shapes_);
   std::vector<double> uncertain(shapes_);
   for (std::size_t s = 0; s < shapes_; ++s) {
@@ -236,6 +242,21 @@ std::vector<double> ShapeFit::Uncertainty(double noise_mm) const {
     uncertain[s] = std::sqrt(unit[s]);
   }
   return uncertain;
+}
+
+std::vector<double> ShapeFit::Response() const {
+  const std::vector<double> information = Information();
+  std::vector<double> damped = information;
+  for (std::size_t s = 0; s < shapes_; ++s) damped[s * shapes_ + s] += settings_.damping;
+  Factorise(damped, shapes_);
+  std::vector<double> response(shapes_);
+  for (std::size_t s = 0; s < shapes_; ++s) {
+    std::vector<double> alone(shapes_);
+    for (std::size_t t = 0; t < shapes_; ++t) alone[t] = information[t * shapes_ + s];
+    SolveFactorised(damped, shapes_, alone.data(), 1);
+    response[s] = alone[s];
+  }
+  return response;
 }
 
 } // namespace mien

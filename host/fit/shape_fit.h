@@ -66,7 +66,12 @@ public:
   /// 1: the points do not show the shape, or not apart from others.
   std::vector<double> Uncertainty(double noise_mm) const;
 
+  /// What damping leaves of each shape: its weight, all points seen, on a face that makes this shape alone at
+  /// 1, were weights not limited. 0 to 1.
+  std::vector<double> Response() const;
+
 private:
+  std::vector<double> Information() const;
   void Prepare();
   void Descend();
 

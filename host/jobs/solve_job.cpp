@@ -171,7 +171,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
     result.character = character->name;
     std::optional<FittedShapes> fitted;
     if (job.solve.solver == ShapeSolver::Fit) {
-      fitted = SolveShapes(solved, result.take, performer, result.neutral, nullptr,
+      fitted = SolveShapes(solved, result.take, performer, result.neutral, job.solve, nullptr,
                            [&](std::size_t frame, std::size_t frames) {
                              if (progress) progress(JobStage::Solving, frame, frames);
                            });

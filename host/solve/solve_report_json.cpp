@@ -31,6 +31,7 @@ JsonValue TakeOf(const Take& take) {
 JsonValue Settings(const SolveOptions& options) {
   return JsonObjectOnLines({{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
                             {"brows", options.brows == BrowMethod::Fit ? "fit" : "core"},
+                            {"solver", options.solver == ShapeSolver::Fit ? "fit" : "parts"},
                             {"fill", ToText(options.face_fill)},
                             {"fill_head", ToText(options.head_fill)},
                             {"head_tolerance_mm", options.head_tolerance_mm},
@@ -158,6 +159,23 @@ JsonValue GazeOf(const GazeReport& gaze) {
   return JsonObjectOnLines(members);
 }
 
+/// Null where the shapes come from the parts.
+JsonValue FitOf(const FitReport& fit) {
+  if (fit.basis.empty()) return nullptr;
+  std::vector<JsonValue> left_out;
+  for (const auto& [shape, uncertainty] : fit.left_out)
+    left_out.push_back(JsonObject({{"shape", shape}, {"uncertainty", uncertainty}}));
+  return JsonObjectOnLines({{"basis", fit.basis},
+                            {"markers", fit.markers},
+                            {"distance_mm", fit.distance_mm},
+                            {"noise_mm", fit.noise_mm},
+                            {"residual_rms_mm", fit.residual_mm},
+                            {"shapes", fit.fitted},
+                            {"from_parts", fit.from_parts},
+                            {"unmeasured", fit.unmeasured},
+                            {"left_out", JsonListOnLines(left_out)}});
+}
+
 JsonValue WorstFrames(const Take& take, const SolveReport& report) {
   std::vector<JsonValue> frames;
   for (const SolveReport::Frame& worst : report.worst_frames)
@@ -185,6 +203,7 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
                             {"gaze", GazeOf(report.gaze)},
                             {"markers", Fills(report.face_fills)},
                             {"left_out", report.left_out},
+                            {"fit", FitOf(report.fit)},
                             {"quality", QualityOf(report.quality)},
                             {"flags", Flags(take, report)},
                             {"parts", Parts(take, report)},

@@ -7,6 +7,7 @@
 #include "host/fit/lay_basis.h"
 #include "host/fit/shape_fit.h"
 #include "host/solve/head_track.h"
+#include "host/solve/smooth_weights.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
@@ -162,7 +163,7 @@ std::vector<std::size_t> ShownShapes(const LaidBasis& laid, const Observer& obse
 } // namespace
 
 FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
-                         const Neutral& neutral, const ShapeBasis* basis,
+                         const Neutral& neutral, const SolveOptions& options, const ShapeBasis* basis,
                          const std::function<void(std::size_t, std::size_t)>& progress) {
   Observer observer = ObserverOf(SchemeOf(performer));
   FittedShapes fitted;
@@ -177,7 +178,7 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
   const std::vector<double> noise = NoiseOf(stable);
   std::vector<double> sorted = noise;
   if (!sorted.empty()) report.noise_mm = Median(sorted);
-  FillGaps(stable, all, solved.face_fill);
+  FillGaps(stable, all, options.face_fill);
   const NeutralPose rest = RestOf(stable, take, neutral, solved.animation.layout.neutral_head);
   const LaidBasis laid = LayBasis(basis ? *basis : LoadBasis(observer.basis), performer, rest);
   report.markers = laid.markers.size();
@@ -195,6 +196,10 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
     points.trust[m].x *= factor, points.trust[m].y *= factor, points.trust[m].z *= factor;
   }
   ShapeFit fit(std::move(points), observer.settings);
+
+  constexpr double kMostGain = 1.5;
+  std::vector<double> gains = fit.Response();
+  for (double& gain : gains) gain = gain * kMostGain < 1 ? kMostGain : 1 / gain;
 
   std::vector<std::size_t> columns; // of the fit's shapes, those that it decides
   for (std::size_t i = 0; i < shapes.size(); ++i) {
@@ -219,12 +224,15 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
       seen[m] = p ? std::optional(*p) : std::nullopt;
     }
     const std::vector<double>& weights = fit.Solve(seen);
-    for (const std::size_t column : columns) fitted.weights.push_back(weights[column]);
+    for (const std::size_t column : columns)
+      fitted.weights.push_back(std::min(gains[column] * weights[column], observer.settings.most));
     const double residual = fit.Residual();
     squares += residual * residual;
   }
   if (stable.FrameCount() > 0)
     report.residual_mm = std::sqrt(squares / static_cast<double>(stable.FrameCount()));
+  if (options.smooth_weights_hz)
+    SmoothWeights(fitted.weights, columns.size(), take.frames, take.rate, *options.smooth_weights_hz);
   return fitted;
 }
 

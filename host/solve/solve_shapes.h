@@ -4,6 +4,7 @@
 #include "host/performer/neutral.h"
 #include "host/performer/performer.h"
 #include "host/solve/fit_report.h"
+#include "host/solve/solve_options.h"
 #include "host/solve/solve_take.h"
 #include "host/takes/take.h"
 
@@ -28,6 +29,10 @@ struct FittedShapes {
 /// shifted as a whole. Markers are trusted in full. A marker that is more than twice as noisy as the others is
 /// trusted less.
 ///
+/// Damping takes something from every weight, most from shapes that hardly move. Each is multiplied by what
+/// gives it back to a shape that acts alone, at most by 1.5: more would amplify mistakes. So a shape at its
+/// full strength reads about two thirds on average, on a face that the basis does not know.
+///
 /// The inertia is that of a random walk: it grows with the rate of the take, and with the square of the
 /// markers' noise above half a millimetre, to four times.
 ///
@@ -35,10 +40,11 @@ struct FittedShapes {
 /// which lids only hint at; and `eyeBlink` and `eyeSquint` where the eyes have markers: there the parts'
 /// templates, which measure lids against each other, follow as well or better on all takes.
 ///
-/// `basis` is null for the built-in ones: two heads for landmarks, one for markers. Throws InputError as
+/// Gaps are filled, and the weights smoothed, as the options ask. `basis` is null for the built-in ones: two heads for landmarks, one for markers. Throws InputError as
 /// LayBasis does. `progress(done, total)` is called before each frame.
 FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
-                         const Neutral& neutral, const ShapeBasis* basis = nullptr,
+                         const Neutral& neutral, const SolveOptions& options,
+                         const ShapeBasis* basis = nullptr,
                          const std::function<void(std::size_t done, std::size_t total)>& progress = nullptr);
 
 } // namespace mien

@@ -8,7 +8,7 @@
 #include "host/solve/head_track.h"
 #include "host/solve/quality.h"
 #include "host/solve/residuals.h"
-#include "host/takes/frame_span.h"
+#include "host/solve/smooth_weights.h"
 #include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
 
@@ -22,20 +22,6 @@
 namespace mien {
 
 namespace {
-
-void SmoothWeights(Animation& animation, double cutoff_hz) {
-  LowPass filter(cutoff_hz, animation.layout.rate);
-  const std::vector<FrameSpan> unbroken = UnbrokenSpans(animation.frames);
-  std::vector<double> values;
-  const std::size_t columns = animation.layout.templates.size();
-  for (std::size_t t = 0; t < columns; ++t)
-    for (const auto& [first, end] : unbroken) {
-      values.clear();
-      for (std::size_t f = first; f < end; ++f) values.push_back(animation.weights[f * columns + t]);
-      filter.Filter(values);
-      for (std::size_t f = first; f < end; ++f) animation.weights[f * columns + t] = values[f - first];
-    }
-}
 
 /// The markers of both irises.
 std::vector<std::string> Irises(const Performer& performer) {
@@ -131,7 +117,6 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   animation.weights.reserve(take.FrameCount() * animation.layout.templates.size());
   animation.heads = std::move(track.heads);
   solved.head_known = std::move(track.known);
-  solved.face_fill = options.face_fill;
 
   Residuals residuals(face, solver.Face(), report);
   std::vector<Point> places_head(face.MarkerCount());
@@ -150,7 +135,9 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   std::array<double, 9> residual_mm{};
   for (std::size_t p = 0; p < residual_mm.size(); ++p) residual_mm[p] = report.parts[p].rms_mm;
   report.quality = AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm);
-  if (options.smooth_weights_hz) SmoothWeights(animation, *options.smooth_weights_hz);
+  if (options.smooth_weights_hz)
+    SmoothWeights(animation.weights, animation.layout.templates.size(), animation.frames, take.rate,
+                  *options.smooth_weights_hz);
   return solved;
 }
 

@@ -17,7 +17,6 @@ struct SolvedTake {
   Animation animation;
   SolveReport report;
   std::vector<bool> head_known; ///< whether the markers determine the head (size: frames)
-  FillPlan face_fill;           ///< how the gaps of its markers were filled
   Take irises; ///< the performer's, in the head's frame, measured against the anchors of their eyes
 };
 
