@@ -171,6 +171,13 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
                .help = "For --onto: the node of that head which turns with the performer's head",
                .may_be_empty = false},
               job->head_node);
+  command.AddParsedFlag(
+      {.names = "--no-ranges",
+       .help = "Leave out the ranges of a calibrated performer: weights as they are measured"},
+      [job]() -> Command::Fault {
+        job->ranges = false;
+        return std::nullopt;
+      });
   AddHeadFit(command, job->solve.head_fit);
   AddCleaningOptions(command, job->solve);
   AddTakeOptions(command, job->reading);

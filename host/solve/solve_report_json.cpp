@@ -30,7 +30,7 @@ JsonValue TakeOf(const Take& take) {
 
 JsonValue Settings(const SolveOptions& options) {
   return JsonObjectOnLines({{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
-                            {"brows", options.brows == BrowMethod::Fit ? "fit" : "core"},
+                            {"brows", ToText(options.brows)},
                             {"fill", ToText(options.face_fill)},
                             {"fill_head", ToText(options.head_fill)},
                             {"head_tolerance_mm", options.head_tolerance_mm},
@@ -136,6 +136,13 @@ JsonValue Parts(const Take& take, const SolveReport& report) {
   return JsonListOnLines(parts);
 }
 
+JsonValue Ranges(const SolveReport& report) {
+  std::vector<JsonValue> ranges;
+  for (const Range& range : report.ranges)
+    ranges.push_back(JsonObject({{"template", range.name}, {"low", range.low}, {"high", range.high}}));
+  return JsonListOnLines(ranges);
+}
+
 JsonValue WorstFrames(const Take& take, const SolveReport& report) {
   std::vector<JsonValue> frames;
   for (const SolveReport::Frame& worst : report.worst_frames)
@@ -162,6 +169,7 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
                             {"head", Head(report)},
                             {"markers", Fills(report.face_fills)},
                             {"left_out", report.left_out},
+                            {"ranges", Ranges(report)},
                             {"quality", QualityOf(report.quality)},
                             {"flags", Flags(take, report)},
                             {"parts", Parts(take, report)},

@@ -8,6 +8,7 @@
 #include "host/solve/head_track.h"
 #include "host/solve/quality.h"
 #include "host/solve/residuals.h"
+#include "host/solve/template_ranges.h"
 #include "host/takes/frame_span.h"
 #include "mien/base/affine.h"
 
@@ -131,6 +132,9 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   std::array<double, 9> residual_mm{};
   for (std::size_t p = 0; p < residual_mm.size(); ++p) residual_mm[p] = report.parts[p].rms_mm;
   report.quality = AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm);
+  const TemplateRanges ranges(performer.ranges);
+  ranges.Apply(animation);
+  report.ranges = ranges.Applied();
   if (options.smooth_weights_hz) SmoothWeights(animation, *options.smooth_weights_hz);
   return solved;
 }
