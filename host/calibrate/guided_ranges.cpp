@@ -52,15 +52,15 @@ std::string Doubt(const Range& range, const std::vector<Recording>& used) {
   const double width = range.high - range.low;
   if (!(width >= kLeastTravel)) return fmt::format("it moves by {:.2f} only in {}", width, used[0].pose);
   std::vector<double> scatter;
-  for (const Recording& recording : used) {
-    if (recording.drift > kMostDrift * width) return fmt::format("{} is not held", recording.pose);
+  for (const Recording& recording : used)
     scatter.insert(scatter.end(), recording.from_level.begin(), recording.from_level.end());
-  }
   if (scatter.size() < kFewestFrames)
     return fmt::format("{} of {}, and {} are needed", Count(scatter.size(), "frame"), used[0].pose,
                        kFewestFrames);
   if (const double error = MedianError(scatter); error > kMostError * width)
     return fmt::format("noise leaves it uncertain by {:.0f} %", 100 * error / width);
+  for (const Recording& recording : used)
+    if (recording.drift > kMostDrift * width) return fmt::format("{} is not held", recording.pose);
   return "";
 }
 

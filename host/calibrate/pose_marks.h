@@ -12,9 +12,9 @@ namespace mien {
 
 /// Where a take shows a pose of the guided list.
 struct PoseMark {
-  std::string pose;     ///< "jaw-open"
-  FrameSpan frames;     ///< by their places in the take; at least one
-  std::size_t line = 0; ///< of the file, for messages
+  std::string pose = {}; ///< "jaw-open"
+  FrameSpan frames = {}; ///< by their places in the take; at least one
+  std::size_t line = 0;  ///< of the file, for messages
 };
 
 /// Reads the marks of a take: a CSV table with the columns pose, from and to, in frame numbers, or pose, from_s

@@ -233,6 +233,7 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
   if (job.solve.smooth_positions_hz)
     output.Line("smoothed", fmt::format("positions, below {} Hz", *job.solve.smooth_positions_hz));
   PrintRanges(job, result, output);
+  if (job.solve.level_lids) output.Line("lids", "the slow part of Eye.Close is taken out");
   if (job.solve.smooth_weights_hz)
     output.Line("smoothed", fmt::format("template weights, below {} Hz", *job.solve.smooth_weights_hz));
   PrintResiduals(take, report, output);

@@ -178,6 +178,11 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
         job->ranges = false;
         return std::nullopt;
       });
+  command.AddFlag(
+      {.names = "--level-lids",
+       .help = "Take the slow part out of Eye.Close, which lowered eyes cause; a lid that is held half "
+               "shut opens slowly. For calibrated performers"},
+      job->solve.level_lids);
   AddHeadFit(command, job->solve.head_fit);
   AddCleaningOptions(command, job->solve);
   AddTakeOptions(command, job->reading);

@@ -30,6 +30,8 @@ struct SolveOptions {
 
   double fade_s = 0.25; ///< in which a missing marker comes to rest, and leaves rest before it is seen again
 
+  bool level_lids = false; ///< see LevelLids
+
   std::optional<double>
       smooth_positions_hz;                 ///< cutoff of the low-pass filter on the markers; nothing for none
   std::optional<double> smooth_weights_hz; ///< the same on the template weights

@@ -29,14 +29,16 @@ JsonValue TakeOf(const Take& take) {
 }
 
 JsonValue Settings(const SolveOptions& options) {
-  return JsonObjectOnLines({{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
-                            {"brows", ToText(options.brows)},
-                            {"fill", ToText(options.face_fill)},
-                            {"fill_head", ToText(options.head_fill)},
-                            {"head_tolerance_mm", options.head_tolerance_mm},
-                            {"fade_s", options.fade_s},
-                            {"smooth_hz", options.smooth_positions_hz},
-                            {"smooth_weights_hz", options.smooth_weights_hz}});
+  std::vector<JsonMember> settings = {{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
+                                      {"brows", ToText(options.brows)},
+                                      {"fill", ToText(options.face_fill)},
+                                      {"fill_head", ToText(options.head_fill)},
+                                      {"head_tolerance_mm", options.head_tolerance_mm},
+                                      {"fade_s", options.fade_s},
+                                      {"smooth_hz", options.smooth_positions_hz},
+                                      {"smooth_weights_hz", options.smooth_weights_hz}};
+  if (options.level_lids) settings.push_back({"level_lids", true});
+  return JsonObjectOnLines(settings);
 }
 
 JsonValue Fills(const std::vector<FilledMarker>& fills) {
@@ -159,21 +161,22 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
   const Take& take = *record.take;
   const SolveReport& report = *record.report;
   const Neutral& neutral = *record.neutral;
-  return JsonObjectOnLines({{"format", "mien report 1"},
-                            {"tool", "mien " MIEN_VERSION},
-                            {"command", record.command},
-                            {"files", Files(record.files)},
-                            {"take", TakeOf(take)},
-                            {"settings", Settings(*record.options)},
-                            {"neutral", NeutralAsJson(neutral, report)},
-                            {"head", Head(report)},
-                            {"markers", Fills(report.face_fills)},
-                            {"left_out", report.left_out},
-                            {"ranges", Ranges(report)},
-                            {"quality", QualityOf(report.quality)},
-                            {"flags", Flags(take, report)},
-                            {"parts", Parts(take, report)},
-                            {"worst_frames", WorstFrames(take, report)}});
+  std::vector<JsonMember> members = {{"format", "mien report 1"},
+                                     {"tool", "mien " MIEN_VERSION},
+                                     {"command", record.command},
+                                     {"files", Files(record.files)},
+                                     {"take", TakeOf(take)},
+                                     {"settings", Settings(*record.options)},
+                                     {"neutral", NeutralAsJson(neutral, report)},
+                                     {"head", Head(report)},
+                                     {"markers", Fills(report.face_fills)},
+                                     {"left_out", report.left_out},
+                                     {"quality", QualityOf(report.quality)},
+                                     {"flags", Flags(take, report)},
+                                     {"parts", Parts(take, report)},
+                                     {"worst_frames", WorstFrames(take, report)}};
+  if (!report.ranges.empty()) members.push_back({"ranges", Ranges(report)});
+  return JsonObjectOnLines(members);
 }
 
 void WriteSolveReport(const SolveRecord& record, std::ostream& out) {

@@ -6,6 +6,7 @@
 #include "host/performer/local_anchors.h"
 #include "host/solve/frame_solver.h"
 #include "host/solve/head_track.h"
+#include "host/solve/level_lids.h"
 #include "host/solve/quality.h"
 #include "host/solve/residuals.h"
 #include "host/solve/template_ranges.h"
@@ -135,6 +136,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   const TemplateRanges ranges(performer.ranges);
   ranges.Apply(animation);
   report.ranges = ranges.Applied();
+  if (options.level_lids) LevelLids(animation);
   if (options.smooth_weights_hz) SmoothWeights(animation, *options.smooth_weights_hz);
   return solved;
 }

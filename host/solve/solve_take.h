@@ -26,8 +26,8 @@ struct SolvedTake {
 ///    measured against the rigid markers beside them (LocalAnchors). Then their gaps are filled.
 /// 3. They are smoothed, if asked for. (So are the head's, before 1 finds the head.)
 /// 4. What stays empty is at rest, with a fade.
-/// 5. Each frame is solved, the performer's ranges are applied to the weights, and these are smoothed if
-///    asked for.
+/// 5. Each frame is solved and the performer's ranges are applied to the weights. If asked for, these are then
+///    levelled (LevelLids) and smoothed.
 ///
 /// AssessQuality judges the weights as they are measured, before the ranges.
 ///

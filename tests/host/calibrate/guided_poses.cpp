@@ -33,7 +33,8 @@ TEST(GuidedPoses, AreSeventeenOfDifferentNamesAndBeginAtRest) {
 
 TEST(GuidedPoses, ShowEveryTemplateOfTheFaceOnce) {
   std::vector<std::string> shown;
-  for (const GuidedPose& pose : GuidedPoses()) shown.insert(shown.end(), pose.templates.begin(), pose.templates.end());
+  for (const GuidedPose& pose : GuidedPoses())
+    shown.insert(shown.end(), pose.templates.begin(), pose.templates.end());
   std::vector<std::string> all;
   for (const mien::TemplateColumn& column : mien::TemplateColumns()) all.push_back(column.name);
   EXPECT_THAT(shown, testing::UnorderedElementsAreArray(all));
