@@ -2,7 +2,6 @@
 
 #include "host/base/statistics.h"
 #include "host/base/text.h"
-#include "host/calibrate/median_error.h"
 #include "host/takes/frame_span.h"
 
 #include <fmt/format.h>
@@ -128,15 +127,25 @@ void AddUnrest(const Lids& lids, const std::vector<double>& curve, const std::ve
   }
 }
 
+/// The standard error of the median of values that scatter as a normal distribution does, from their median
+/// deviation, which a few artefacts do not change.
+double MedianError(std::vector<double> values) {
+  constexpr double kDeviation = 1.4826; // of a normal distribution / its median deviation
+  constexpr double kOfMean = 1.2533;    // the error of a median / that of a mean: the root of pi / 2
+  const double median = Median(values);
+  for (double& value : values) value = std::fabs(value - median);
+  return kOfMean * kDeviation * Median(values) / std::sqrt(static_cast<double>(values.size()));
+}
+
 /// Why a range is not to be trusted; empty if it is. `strength`: the median of the blinks'.
 std::string Doubt(const Range& range, std::vector<double> peaks, double strength, double noise) {
-  constexpr double kLeastTravel = 0.1, kMostError = 0.15, kMostNoise = 0.3;
+  constexpr double kLeastTravel = 0.1, kLeastShare = 0.75, kMostError = 0.15, kMostNoise = 0.3;
   const double width = range.high - range.low;
   if (range.seen < kFewestBlinks)
     return fmt::format("{}, and {} are needed", Count(static_cast<std::size_t>(range.seen), "blink"),
                        kFewestBlinks);
   if (!(width >= kLeastTravel)) return fmt::format("the lid moves by {:.2f} only", width);
-  if (strength < width / 2) return "the lids are lowered for longer than a blink lasts";
+  if (strength < kLeastShare * width) return "the lids are lowered for longer than a blink lasts";
   if (noise > kMostNoise * width) return fmt::format("noise is {:.0f} % of it", 100 * noise / width);
   if (const double error = MedianError(peaks); error > kMostError * width)
     return fmt::format("the {} differ: their median is uncertain by {:.0f} %",

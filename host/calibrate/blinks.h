@@ -42,10 +42,13 @@ struct BlinkRange {
 /// crosses half of its height, and 0.1 s are added on both sides.) A higher low would make glances read less, but
 /// cuts off the beginning of each blink and lowers the correlation with the face's motion.
 ///
-/// Trusted with at least four blinks, whose median is known to 15 % (its standard error), which stand for more
-/// than half of the height at which they are read, and of which the noise is at most 30 %. Noise is the 95th
-/// percentile of what quiet frames are away from their median over half a second. Below a tenth of the template
-/// a lid hardly moves.
+/// Trusted are at least four blinks
+///
+/// - whose lids travel by a tenth of the template or more, about a millimetre;
+/// - that rise from open lids and fall back to them: by three quarters of the height that is read, or more;
+/// - next to which noise is small: 30 % at most. It is the 95th percentile of what quiet frames are away from
+///   their median over half a second;
+/// - whose median is known to 15 % (its standard error).
 std::vector<BlinkRange> BlinkRanges(const std::vector<Animation>& takes, const std::vector<Blink>& blinks,
                                     const std::array<bool, 2>& eyes);
 

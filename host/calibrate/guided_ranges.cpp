@@ -4,7 +4,6 @@
 #include "host/base/statistics.h"
 #include "host/base/text.h"
 #include "host/calibrate/guided_poses.h"
-#include "host/calibrate/median_error.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -46,6 +45,16 @@ Recording RecordingOf(const Animation& take, const PoseMark& mark, std::size_t c
   return recording;
 }
 
+/// The standard error of a level, from the deviations of the frames from it. A recording may have five frames:
+/// their median deviation says too little.
+double LevelError(const std::vector<double>& from_level) {
+  constexpr double kOfMean = 1.2533; // the error of a median / that of a mean: the root of pi / 2
+  double squares = 0;
+  for (const double deviation : from_level) squares += deviation * deviation;
+  const auto count = static_cast<double>(from_level.size());
+  return kOfMean * std::sqrt(squares / (count - 1) / count);
+}
+
 std::string Doubt(const Range& range, const std::vector<Recording>& used) {
   constexpr double kLeastTravel = 0.1, kMostDrift = 0.3, kMostError = 0.15;
   constexpr std::size_t kFewestFrames = 5;
@@ -57,7 +66,7 @@ std::string Doubt(const Range& range, const std::vector<Recording>& used) {
   if (scatter.size() < kFewestFrames)
     return fmt::format("{} of {}, and {} are needed", Count(scatter.size(), "frame"), used[0].pose,
                        kFewestFrames);
-  if (const double error = MedianError(scatter); error > kMostError * width)
+  if (const double error = LevelError(scatter); error > kMostError * width)
     return fmt::format("noise leaves it uncertain by {:.0f} %", 100 * error / width);
   for (const Recording& recording : used)
     if (recording.drift > kMostDrift * width) return fmt::format("{} is not held", recording.pose);
