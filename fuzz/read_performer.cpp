@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <set>
 #include <sstream>
 #include <string>
@@ -43,6 +44,9 @@ void RequireValid(const Performer& performer) {
     for (const auto& holder : part) in_part.insert(in_part.end(), holder.begin(), holder.end());
     RequireNames(in_part);
   }
+  for (const mien::Range& range : performer.ranges)
+    Require(range.high - range.low >= mien::Range::kLeastWidth &&
+            std::isfinite(range.Read(std::numeric_limits<float>::max())));
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
     Require(frames->first <= frames->last);
   if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {
