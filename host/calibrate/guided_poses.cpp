@@ -4,6 +4,7 @@
 
 namespace mien {
 
+// As long as the list.
 std::span<const GuidedPose> GuidedPoses() {
   static const std::vector<GuidedPose> poses = {
       {kRestPose, "relax the face: eyes open, lips together, teeth apart; look ahead", 3, {}, {}},

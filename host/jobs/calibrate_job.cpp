@@ -87,11 +87,10 @@ CalibrateResult Run(const CalibrateJob& job, const JobProgress& progress) {
     }
     const std::optional<RigidHead> rigid =
         job.solve.head_fit == HeadFit::Take ? LearnRigidHead(take, performer) : std::nullopt;
-    Neutral neutral =
-        FindNeutral(take, performer, first ? job.neutral : std::nullopt, rigid ? &*rigid : nullptr);
     if (first) {
-      performer.neutral = neutral.pose;
-      result.neutral = std::move(neutral);
+      result.neutral = FindNeutral(take, performer, job.neutral, rigid ? &*rigid : nullptr);
+      performer.neutral =
+          result.neutral.pose; // that of all takes, as it will be of those that are solved later
     }
     SolvedTake of_take = SolveTake(take, performer, result.neutral.pose, job.solve, rigid ? &*rigid : nullptr,
                                    [&](std::size_t frame, std::size_t frames) {

@@ -31,7 +31,7 @@ struct SolvedFrame {
 /// they become the character's shapes and clusters.
 ///
 /// The solve of a take calls the three stages separately, since what needs all frames (filling gaps,
-/// smoothing without delay, calming the head, measuring parts against their anchors) happens between them; a
+/// smoothing without delay, levelling lids, calming the head, measuring parts against their anchors) happens between them; a
 /// live stream calls Solve, with a rigid head learned from an earlier take of the same markers
 /// (LearnRigidHead). Nothing process-wide is written: any number of these may be at work, each on one thread
 /// at a time. A frame allocates nothing once each set of seen head markers has occurred.
