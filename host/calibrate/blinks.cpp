@@ -83,8 +83,8 @@ void AddQuickMotions(const Lids& lids, const std::array<bool, 2>& has, std::size
   }
 }
 
-/// Half of what a usual blink has. Noise makes any number of motions, but weak ones: a usual blink is the median
-/// of those with half of the fourth strongest, so that three artefacts do not decide it either.
+/// Half of what a usual blink has. Noise makes any number of motions, but weak ones: a usual blink is the
+/// median of those with half of the fourth strongest, so that three artefacts do not decide it either.
 double LeastStrength(const std::vector<Blink>& motions) {
   std::vector<double> strengths;
   for (const Blink& motion : motions) strengths.push_back(motion.strength);

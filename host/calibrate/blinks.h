@@ -20,10 +20,10 @@ struct Blink {
 /// The blinks of a performer's takes.
 ///
 /// A blink is where the mean of the eyes' Close is the largest from 0.25 s before to 0.4 s after it, and has
-/// risen and falls again by at least 0.05 within these. Each lid takes part with at least half of what the other
-/// one does. Of these motions blinks are the strong ones, with at least half of the
-/// strength of a usual blink: the median of those that have half of the fourth strongest. What is weaker is a
-/// glance, a twitch or noise.
+/// risen and falls again by at least 0.05 within these. Each lid takes part with at least half of what the
+/// other one does. Of these motions blinks are the strong ones, with at least half of the strength of a usual
+/// blink: the median of those that have half of the fourth strongest. What is weaker is a glance, a twitch or
+/// noise.
 ///
 /// `eyes`: whether the left and the right one have markers. Nothing is measured across dropped frames.
 std::vector<Blink> FindBlinks(const std::vector<Animation>& takes, const std::array<bool, 2>& eyes);
@@ -39,8 +39,8 @@ struct BlinkRange {
 ///
 /// A blink reads 1: `high` is the median of the peaks. Between blinks the lids read 0: `low` is the median of
 /// the quiet frames, which are those that do not belong to a blink. (A blink ends where the mean of the lids
-/// crosses half of its height, and 0.1 s are added on both sides.) A higher low would make glances read less, but
-/// cuts off the beginning of each blink and lowers the correlation with the face's motion.
+/// crosses half of its height, and 0.1 s are added on both sides.) A higher low would make glances read less,
+/// but cuts off the beginning of each blink and lowers the correlation with the face's motion.
 ///
 /// Trusted are at least four blinks
 ///

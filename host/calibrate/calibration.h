@@ -21,9 +21,9 @@ struct TemplateCalibration {
   std::optional<double> quiet = {}; ///< of a range from blinks: what the 95th percentile between them reads
 };
 
-/// What the takes of a performer, solved without ranges, show of every template. `guided`: the marks of the first
-/// take, may be empty. A trusted range from a guided pose goes before one from blinks, and that before what is
-/// not trusted.
+/// What the takes of a performer, solved without ranges, show of every template. `guided`: the marks of the
+/// first take, may be empty. A trusted range from a guided pose goes before one from blinks, and that before
+/// what is not trusted.
 ///
 /// Throws InputError where no range is trusted.
 std::vector<TemplateCalibration> Calibrate(const std::vector<Animation>& takes, const Performer& performer,

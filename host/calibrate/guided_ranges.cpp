@@ -45,8 +45,8 @@ Recording RecordingOf(const Animation& take, const PoseMark& mark, std::size_t c
   return recording;
 }
 
-/// The standard error of a level, from the deviations of the frames from it. A recording may have five frames:
-/// their median deviation says too little.
+/// The standard error of a level, from the deviations of the frames from it. A recording may have five
+/// frames: their median deviation says too little.
 double LevelError(const std::vector<double>& from_level) {
   constexpr double kOfMean = 1.2533; // the error of a median / that of a mean: the root of pi / 2
   double squares = 0;

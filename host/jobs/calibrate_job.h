@@ -32,8 +32,8 @@ struct CalibrateResult {
   std::vector<Note> notes;
 };
 
-/// All or nothing: where a take cannot be solved, a mark is at fault or no range is trusted, nothing is written.
-/// Throws InputError; of Code::Usage where settings do not fit each other.
+/// All or nothing: where a take cannot be solved, a mark is at fault or no range is trusted, nothing is
+/// written. Throws InputError; of Code::Usage where settings do not fit each other.
 CalibrateResult Run(const CalibrateJob& job, const JobProgress& progress = nullptr);
 
 } // namespace mien

@@ -23,8 +23,8 @@ namespace mien {
 ///       "neutral": { "positions": { "lm54": [x, y, z], ... } }
 ///     }
 ///
-/// A calibrated performer's file is a "mien performer 2", with "ranges" and "calibration" (calibration_file.h)
-/// behind the rest.
+/// A calibrated performer's file is a "mien performer 2", with "ranges" and "calibration"
+/// (calibration_file.h) behind the rest.
 ///
 /// Parts and holders carry the names of the default face; any of them may be left out. Throws InputError with
 /// every mistake, each by its JSON pointer. `file` is the name for messages.

@@ -31,10 +31,10 @@ struct SolvedFrame {
 /// they become the character's shapes and clusters.
 ///
 /// The solve of a take calls the three stages separately, since what needs all frames (filling gaps,
-/// smoothing without delay, levelling lids, calming the head, measuring parts against their anchors) happens between them; a
-/// live stream calls Solve, with a rigid head learned from an earlier take of the same markers
-/// (LearnRigidHead). Nothing process-wide is written: any number of these may be at work, each on one thread
-/// at a time. A frame allocates nothing once each set of seen head markers has occurred.
+/// smoothing without delay, levelling lids, calming the head, measuring parts against their anchors) happens
+/// between them; a live stream calls Solve, with a rigid head learned from an earlier take of the same
+/// markers (LearnRigidHead). Nothing process-wide is written: any number of these may be at work, each on one
+/// thread at a time. A frame allocates nothing once each set of seen head markers has occurred.
 class FrameSolver {
 public:
   /// Throws InputError if FaceSolver does, and for an expression that the character does not have. Copies
@@ -59,8 +59,8 @@ public:
     return character_->Solve(templates);
   }
 
-  /// All three, and the ranges. A face marker that is not seen is at its place on the neutral face; so are all of them in a
-  /// frame without a known head.
+  /// All three, and the ranges. A face marker that is not seen is at its place on the neutral face; so are
+  /// all of them in a frame without a known head.
   const SolvedFrame& Solve(const FrameMarkers& markers);
 
 private:

@@ -94,7 +94,8 @@ TEST(GuidedRanges, OfWhatHardlyMovesIsNotHeldOrIsShortAreNotTrusted) {
 
 namespace {
 
-/// A face that opens its mouth in frames 10 to 19, under a moving head, and its solve as far as poses need it.
+/// A face that opens its mouth in frames 10 to 19, under a moving head, and its solve as far as poses need
+/// it.
 struct Guided {
   Take take = tests::EmptyTake();
   Animation animation;

@@ -37,8 +37,8 @@ inline double& WeightAt(mien::Animation& take, std::size_t frame, const std::str
   return take.weights[frame * take.layout.templates.size() + ColumnOf(take, name)];
 }
 
-/// Adds a motion that rises to `peak` at `middle` over `rise` seconds and falls as fast, each a straight line, and
-/// stays on top for `hold` seconds.
+/// Adds a motion that rises to `peak` at `middle` over `rise` seconds and falls as fast, each a straight
+/// line, and stays on top for `hold` seconds.
 inline void Close(mien::Animation& take, const std::string& name, double middle, double peak,
                   double rise = 0.13, double hold = 0) {
   for (std::size_t f = 0; f < take.frames.size(); ++f) {
