@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <limits>
 #include <set>
 #include <sstream>
 #include <string>
@@ -45,8 +44,7 @@ void RequireValid(const Performer& performer) {
     RequireNames(in_part);
   }
   for (const mien::Range& range : performer.ranges)
-    Require(range.high - range.low >= mien::Range::kLeastWidth &&
-            std::isfinite(range.Read(std::numeric_limits<float>::max())));
+    Require(range.high - range.low >= mien::Range::kLeastWidth && std::isfinite(range.Read(1e38)));
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
     Require(frames->first <= frames->last);
   if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {

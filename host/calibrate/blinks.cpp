@@ -138,7 +138,7 @@ double MedianError(std::vector<double> values) {
 }
 
 /// Why a range is not to be trusted; empty if it is. `strength`: the median of the blinks'.
-std::string Doubt(const Range& range, std::vector<double> peaks, double strength, double noise) {
+std::string Doubt(const Range& range, const std::vector<double>& peaks, double strength, double noise) {
   constexpr double kLeastTravel = 0.1, kLeastShare = 0.75, kMostError = 0.15, kMostNoise = 0.3;
   const double width = range.high - range.low;
   if (range.seen < kFewestBlinks)

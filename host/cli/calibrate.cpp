@@ -115,6 +115,7 @@ void AddCalibrateCommand(Command& mien) {
       "shows. From a guided take, in which the performer makes the poses of --list-poses, the other "
       "templates as well; --poses states where the poses are. What is not measured reliably is reported "
       "and is not applied.");
+  command.Details("TAKE, --performer and --output are required, except with --list-poses.");
   command.Example("mien calibrate talk.csv --performer landmarks68 --name Ada -o ada.json");
   command.Example("mien calibrate --list-poses");
   command.Example("mien calibrate guided.csv talk.csv --performer landmarks68 --poses marks.csv -o ada.json");
