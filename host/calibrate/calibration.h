@@ -22,8 +22,8 @@ struct TemplateCalibration {
 };
 
 /// What the takes of a performer, solved without ranges, show of every template. `guided`: the marks of the
-/// first take, may be empty. A trusted range from a guided pose goes before one from blinks, and that before
-/// what is not trusted.
+/// first take, may be empty. A trusted range from a guided pose takes precedence over one from blinks, and a
+/// trusted one over one that is not.
 ///
 /// Throws InputError where no range is trusted.
 std::vector<TemplateCalibration> Calibrate(const std::vector<Animation>& takes, const Performer& performer,

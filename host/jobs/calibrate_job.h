@@ -16,7 +16,7 @@ namespace mien {
 /// A performer file with the neutral face and the ranges of a performer, measured on their takes.
 struct CalibrateJob {
   std::vector<std::string> takes; ///< at least one; of all inputs one may be "-", standard input
-  std::string performer; ///< the markers: a file, or a built-in's name; ranges of it are measured anew
+  std::string performer; ///< the markers: a file, or a built-in's name; its ranges are measured again
   std::string
       poses; ///< a table of the poses in the first take (pose_marks.h); empty for ordinary takes alone
   std::string output; ///< "-" is standard output

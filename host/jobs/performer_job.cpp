@@ -31,7 +31,7 @@ Neutral Run(const PerformerJob& job, const JobProgress& progress) {
     neutral.notes.push_back(
         {Code::Ignored, "",
          fmt::format("the ranges of {} were measured from another neutral face and are left "
-                     "out; calibrate anew",
+                     "out; calibrate again",
                      Quoted(performer.name))});
     performer.ranges.clear();
     performer.calibration = {};

@@ -174,7 +174,7 @@ TEST(Blinks, OnLoweredLidsAreNotTrusted) {
   EXPECT_THAT(range.why, HasSubstr("lowered for longer than a blink lasts"));
 }
 
-TEST(Blinks, TheQuietFramesTellHowOftenTheLidsAreLowered) {
+TEST(Blinks, TheQuietFramesShowHowOftenTheLidsAreLowered) {
   Animation take = Talk();
   for (const char* name : {"LeftEye.Close", "RightEye.Close"}) Close(take, name, 18.8, 0.2, 0.2, 1.5);
   const auto ranges = RangesOf({take});

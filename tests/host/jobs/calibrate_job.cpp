@@ -172,12 +172,12 @@ TEST_F(CalibrateJobs, AnotherNeutralInThePerformerFileEndsTheRanges) {
   mien::Run(job); // its own neutral
   EXPECT_EQ(Saved().ranges.size(), 2u);
   job.neutral = mien::FrameRange{1, 10};
-  EXPECT_THAT(mien::Run(job).notes, Contains(Says(HasSubstr("are left out; calibrate anew"))));
+  EXPECT_THAT(mien::Run(job).notes, Contains(Says(HasSubstr("are left out; calibrate again"))));
   EXPECT_THAT(Saved().ranges, IsEmpty());
   EXPECT_TRUE(Saved().calibration.IsEmpty());
 }
 
-TEST_F(CalibrateJobs, ACalibratedPerformerIsCalibratedAnew) {
+TEST_F(CalibrateJobs, ACalibratedPerformerIsCalibratedAgain) {
   mien::Run(Guided(kMarks));
   CalibrateJob job = Job();
   job.performer = job.output;

@@ -20,7 +20,7 @@ TEST(Range, ReadsZeroUpToLowOneAtHighAndMoreAbove) {
   EXPECT_TRUE(std::isnan(range.Read(std::numeric_limits<double>::quiet_NaN())));
 }
 
-TEST(LandmarkCount, TellsTheSetsOfLandmarksApart) {
+TEST(LandmarkCount, DistinguishesTheSetsOfLandmarks) {
   const auto landmarks = [](int count) {
     std::vector<std::string> names;
     for (int i = 0; i < count; ++i) names.push_back("lm" + std::to_string(i));
