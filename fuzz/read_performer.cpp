@@ -43,6 +43,8 @@ void RequireValid(const Performer& performer) {
     for (const auto& holder : part) in_part.insert(in_part.end(), holder.begin(), holder.end());
     RequireNames(in_part);
   }
+  for (const mien::Range& range : performer.ranges)
+    Require(range.high - range.low >= mien::Range::kLeastWidth && std::isfinite(range.Read(1e38)));
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
     Require(frames->first <= frames->last);
   if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {

@@ -14,6 +14,7 @@ import tempfile
 from pathlib import Path
 
 import bounds
+import calibration
 import figures
 import tables
 import takes
@@ -34,6 +35,8 @@ def arguments():
     add("--names", type=names, help="column names for what is compared, separated by commas")
     add("--plain-fit-of", type=names, metavar="MARKERS",
         help="reference markers for the plain fit of the head, separated by commas; for takes that have them all")
+    add("--calibrate", action="store_true",
+        help="also calibrate each take on a part of it, and measure the rest, with the first command and its options")
     add("--takes", action="store_true", help="print a table per take, with a row per side")
     add("--runs", type=int, default=1, help="how often to solve each take; the fastest run counts")
     add("--check", type=Path, metavar="BOUNDS.json", help="fail if a figure of the first column is out of bounds")
@@ -93,21 +96,45 @@ def measure(given, scratch):
     return measured, groups, unused
 
 
+def calibrate(given, scratch, measured):
+    """The figures of blinks and of poses by take, and what could not be calibrated, with the reason."""
+    mien, options = next(iter(given.solves.values()))
+    blinks, guided, refused = {}, {}, []
+    for folder, source in ((folder, source) for folder in given.data for source in takes.candidates(folder)):
+        name = str(source if len(given.data) > 1 else source.relative_to(folder)).removesuffix(".gz")
+        if name in measured:
+            path = unpacked(source, scratch)
+            take = takes.read_take(mien, path, source, scratch, given.plain_fit_of)
+            blinks[name], guided[name], faults = calibration.of_take(mien, options, take, path, scratch)
+            refused += [f"{source}, {fault}" for fault in faults]
+    return blinks, guided, refused
+
+
 def main():
     given = arguments()
     with tempfile.TemporaryDirectory() as scratch:
         measured, groups, unused = measure(given, Path(scratch))
+        blinks, guided, refused = {}, {}, []
+        if given.calibrate:
+            blinks, guided, refused = calibrate(given, Path(scratch), next(iter(measured.values())))
     if given.json:
         whole = {"format": "mien accuracy 1", "solves": measured, "groups": groups, "unused": unused}
+        if given.calibrate:
+            whole["calibration"] = {"blinks": blinks, "guided": guided, "refused": refused}
         print(json.dumps(whole, indent=1))
     else:
         for name, (mien, options) in given.solves.items():
             if name and not given.markdown:
                 print(f"{name}: {mien} solve {options}".rstrip())
-        for table in tables.tables(measured, groups, given.takes):
+        shown = [*tables.tables(measured, groups, given.takes)]
+        if given.calibrate:
+            shown += tables.calibration_tables(blinks, guided, groups)
+        for table in shown:
             if table.rows:
                 print()
                 print((tables.as_markdown if given.markdown else tables.as_text)(table), end="")
+    if refused and not given.json:
+        print("\nnot calibrated:", *refused, sep="\n  ", file=sys.stderr)
     if unused and not given.json:
         print("\nnot used:", *unused, sep="\n  ", file=sys.stderr)
     first = next(iter(measured.values()))

@@ -18,17 +18,24 @@ class Solved:
     frames: numpy.ndarray
     weights: dict  # template: a weight per frame
     heads: numpy.ndarray  # rotations
+    rate: float  # frames per second
     seconds: float  # of processor time, of the whole command
 
 
 def run(arguments):
-    """The command's processor time."""
-    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    """The command as it ended."""
     done = subprocess.run([str(argument) for argument in arguments], capture_output=True, text=True, errors="replace")
-    after = resource.getrusage(resource.RUSAGE_CHILDREN)
     if done.returncode != 0:
         lines = done.stderr.strip().splitlines() or [f"exit code {done.returncode}"]
         raise Failed(lines[0].removeprefix("mien: "))
+    return done
+
+
+def processor_time(arguments):
+    """Of the command."""
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    run(arguments)
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
     return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
 
 
@@ -44,12 +51,13 @@ def convert(mien, take, to):
 def solve(mien, options, take, performer, to, runs):
     """Solves a take, `runs` times for the least time it takes."""
     arguments = [mien, "solve", "-q", take, "-p", performer, "-o", to, *shlex.split(options)]
-    seconds = min(run(arguments) for _ in range(runs))
+    seconds = min(processor_time(arguments) for _ in range(runs))
     solved = json.loads(to.read_text())
     weights = numpy.array(solved["templates"]["weights"], float)
     return Solved(
         frames=numpy.array(solved["frames"]),
         weights={name: weights[:, i] for i, name in enumerate(solved["templates"]["names"])},
         heads=rotations.from_quaternions(solved["head"]["rotation"]),
+        rate=solved["rate"],
         seconds=seconds,
     )

@@ -47,6 +47,12 @@ OF_LOOKING_DOWN = [
     Figure("eyes ahead: mean", "ahead", max),
     Figure("eyes ahead: 95 %", "ahead_95", max),
 ]
+OF_BLINKS = [
+    Figure("peak of a blink", "peak", farthest_from(1)),
+    Figure("between blinks: 95 %", "quiet_95", max),
+    Figure("r", "r", min),
+]
+OF_POSES = [Figure("at 1", "at_one", farthest_from(1)), Figure("known weight", "known", min)]
 COST = [Figure("microseconds a frame", "microseconds_per_frame", max, 0)]
 
 
@@ -142,6 +148,24 @@ def tables(solves, groups, sides):
         yield others(title, names, of_rows, sides)
     yield by_group("Close, looking down", OF_LOOKING_DOWN, lambda figures: figures["looking_down"].values())
     yield by_group("cost", COST, lambda figures: [figures])
+
+
+def calibration_tables(blinks, guided, groups):
+    """`blinks` and `guided`: {take: figures of calibration.py}. A row per group of takes, and of poses per template."""
+    names = ["before", "calibrated"]
+    rows = []
+    for group, takes in sorted(groups.items()):
+        halves = [eye for take in takes for half in blinks.get(take, []) for eye in half.values()]
+        rows.append((group, [[eye[name] for eye in halves] for name in names]))
+    yield table("blinks, calibrated on one half and measured on the other", OF_BLINKS, names, rows)
+    for group, takes in sorted(groups.items()):
+        rows = {}
+        for curve in CURVES:
+            for of_take in (figures for take in takes for figures in guided.get(take, [])):
+                if curve.name in of_take:
+                    rows.setdefault(curve.of_both_sides, []).append(of_take[curve.name])
+        of_rows = [(row, [[values[name] for values in of_row] for name in names]) for row, of_row in rows.items()]
+        yield table(f"{group}: calibrated on a guided take", OF_POSES, names, of_rows)
 
 
 def as_text(table):

@@ -155,6 +155,23 @@ void PrintRest(const SolveOptions& options, const SolveReport& report, const Out
                                       options.fade_s));
 }
 
+/// Which of a calibrated performer's ranges were applied, and which were not.
+void PrintRanges(const SolveJob& job, const SolveResult& result, const Output& output) {
+  if (result.ranges.empty()) return;
+  if (!job.ranges) {
+    output.Line("ranges", fmt::format("{} not applied: --no-ranges", Count(result.ranges.size(), "range")));
+    return;
+  }
+  std::vector<std::string> applied, doubted;
+  for (const Range& range : result.report.ranges)
+    applied.push_back(fmt::format("{} {:.2f} to {:.2f}", range.name, range.low, range.high));
+  for (const Range& range : result.ranges)
+    if (!range.trusted) doubted.push_back(range.name);
+  output.Line("ranges", applied.empty() ? "none applied" : fmt::format("{}", fmt::join(applied, ", ")));
+  if (!doubted.empty())
+    output.Line("", fmt::format("not trusted, and not applied: {}", fmt::join(doubted, ", ")));
+}
+
 void PrintResiduals(const Take& take, const SolveReport& report, const Output& output) {
   std::vector<std::string> parts;
   for (const SolveReport::Part& part : report.parts)
@@ -262,6 +279,8 @@ void PrintSolveReport(const SolveJob& job, const SolveResult& result, Output& ou
   PrintRest(job.solve, report, output);
   if (job.solve.smooth_positions_hz)
     output.Line("smoothed", fmt::format("positions, below {} Hz", *job.solve.smooth_positions_hz));
+  PrintRanges(job, result, output);
+  if (job.solve.level_lids) output.Line("lids", "the slow part of Eye.Close is taken out");
   if (job.solve.smooth_weights_hz)
     output.Line("smoothed", fmt::format("template weights, below {} Hz", *job.solve.smooth_weights_hz));
   PrintResiduals(take, report, output);

@@ -189,6 +189,18 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
         return std::nullopt;
       });
   AddSolver(command, job->solve.solver);
+  command.AddParsedFlag(
+      {.names = "--no-ranges",
+       .help = "Leave out the ranges of a calibrated performer: weights as they are measured"},
+      [job]() -> Command::Fault {
+        job->ranges = false;
+        return std::nullopt;
+      });
+  command.AddFlag(
+      {.names = "--level-lids",
+       .help = "Take the slow part out of Eye.Close, which lowered eyes cause; a lid that is held half "
+               "shut opens slowly. For calibrated performers"},
+      job->solve.level_lids);
   AddHeadFit(command, job->solve.head_fit);
   AddCleaningOptions(command, job->solve);
   AddTakeOptions(command, job->reading);

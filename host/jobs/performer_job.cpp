@@ -1,5 +1,6 @@
 #include "host/jobs/performer_job.h"
 
+#include "host/base/text.h"
 #include "host/files/mapped_file.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
@@ -7,6 +8,8 @@
 #include "host/performer/match_markers.h"
 #include "host/performer/neutral_head.h"
 #include "host/performer/performer_file.h"
+
+#include <fmt/format.h>
 
 namespace mien {
 
@@ -26,6 +29,15 @@ Neutral Run(const PerformerJob& job, const JobProgress& progress) {
       job.head_fit == HeadFit::Take ? LearnRigidHead(take, seen) : std::nullopt;
   Neutral neutral = FindNeutral(take, seen, job.neutral, rigid ? &*rigid : nullptr);
   NeutralHead(performer, neutral.pose); // throws where a take could not be solved with it
+  if (!performer.ranges.empty() && !neutral.frames.empty()) { // not the file's own neutral
+    neutral.notes.push_back(
+        {Code::Ignored, "",
+         fmt::format("the ranges of {} were measured from another neutral face and are left "
+                     "out; calibrate again",
+                     Quoted(performer.name))});
+    performer.ranges.clear();
+    performer.calibration = {};
+  }
   performer.neutral = neutral.pose;
   if (!job.name.empty()) performer.name = job.name;
   WriteWhole(job.output, [&](std::ostream& out) { WritePerformer(performer, out); });

@@ -95,6 +95,15 @@ void CheckFilters(const SolveOptions& options, const Take& take) {
                                             ToText(take.rate)));
 }
 
+/// The two measures of a brow differ, and so would its range.
+void CheckSettings(const Performer& performer, const SolveOptions& options) {
+  const std::string_view brows = performer.calibration.Setting("brows");
+  if (!brows.empty() && brows != ToText(options.brows))
+    throw UsageError("brows", fmt::format("the ranges of {} were measured with --brows {}; solve with it, or "
+                                          "with --no-ranges",
+                                          Quoted(performer.name), brows));
+}
+
 /// The files that went into the solve and the one that came out of it.
 std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, const std::string& character) {
   const auto is_built_in = [](const std::vector<std::string>& names, const std::string& name) {
@@ -145,6 +154,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   if (!job.report.empty()) CheckWritable(job.report);
 
   Performer performer = LoadPerformer(job.performer);
+  if (job.ranges) CheckSettings(performer, job.solve);
   const std::optional<Character> character = CharacterOf(job, output.format);
   if (!job.onto.empty()) output.onto = ReadGlb(ReadFile(job.onto), InputName(job.onto));
   const MappedFile take_file(job.take, ReadingProgress(progress));
@@ -157,9 +167,16 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   LeaveOutMissingIrises(performer, result.take);
 
   result.performer = performer.name;
+  result.ranges = performer.ranges;
+  if (!job.ranges) performer.ranges.clear();
   const std::optional<RigidHead> rigid =
       job.solve.head_fit == HeadFit::Take ? LearnRigidHead(result.take, performer) : std::nullopt;
   result.neutral = FindNeutral(result.take, performer, job.neutral, rigid ? &*rigid : nullptr);
+  if (job.neutral && !performer.ranges.empty())
+    result.neutral.notes.push_back(
+        {Code::Doubtful, "",
+         "the performer's ranges were measured from another neutral face; leave out "
+         "--neutral, or the ranges with --no-ranges"});
   SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, job.solve,
                                 rigid ? &*rigid : nullptr, [&](std::size_t frame, std::size_t frames) {
                                   if (progress) progress(JobStage::Solving, frame, frames);

@@ -38,6 +38,7 @@ struct SolveJob {
   std::optional<std::string> timecode; ///< of the first frame, in place of the take's own: "10:02:59:29@30"
   std::optional<FrameRange> neutral; ///< the frames of the neutral face; by default the performer's, or found
   SolveOptions solve;
+  bool ranges = true;            ///< apply those of a calibrated performer
   ExpressionWeights expressions; ///< of the character, added to every frame
 
   bool only_templates = false;       ///< .csv: template weights although there is a character
@@ -55,6 +56,7 @@ struct SolveResult {
   std::string performer; ///< names
   std::string character; ///< empty without one
   Neutral neutral;
+  std::vector<Range> ranges; ///< of the performer, also those that were not applied
   SolveReport report;
   WrittenAnimation written;
   /// The files that went in and came out; empty where neither `report` nor `hash_files` asks for them.

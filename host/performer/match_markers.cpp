@@ -19,9 +19,20 @@ std::string Fix(const std::string& name, const Take& take, const NameSearch& sea
   return "`mien info` lists the markers that it has";
 }
 
+/// The names of 68 landmarks are also those of the first of 478, which are elsewhere on the face.
+void CheckLandmarks(const Performer& performer, const Take& take) {
+  const std::size_t calibrated = performer.calibration.landmarks, found = LandmarkCount(take.markers);
+  if (calibrated == 0 || found == 0 || calibrated == found) return;
+  throw InputError(Code::Contradiction, performer.file, "/calibration/landmarks",
+                   fmt::format("this performer was calibrated with {} landmarks, and the take {} has {}",
+                               calibrated, Quoted(take.name), found),
+                   fmt::format("calibrate with a take of {0} landmarks and -p landmarks{0}", found));
+}
+
 } // namespace
 
 void CheckMarkers(const Performer& performer, const Take& take, const NameSearch& search) {
+  CheckLandmarks(performer, take);
   // With a performer for another marker set nearly all are missing: the first few show that.
   constexpr std::size_t kMostShown = 5;
   const std::set<std::string_view> known(take.markers.begin(), take.markers.end());

@@ -16,7 +16,8 @@ namespace mien {
 using NameSearch =
     std::function<std::optional<std::string>(std::string_view name, const std::vector<std::string>& names)>;
 
-/// Throws InputError if the take lacks markers that the performer names. It lists the first five, each with
+/// Throws InputError if the performer was calibrated with another set of landmarks than the take has, and if
+/// the take lacks markers that the performer names. It lists the first five, each with
 /// its place in the performer file and the most similar name in the take, and how many more there are.
 /// `search`, which compares with every name of the take, is called only for these five.
 void CheckMarkers(const Performer& performer, const Take& take, const NameSearch& search = NearestName);

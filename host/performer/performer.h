@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/base/point.h"
+#include "host/performer/calibration.h"
 #include "host/takes/frame_range.h"
 
 #include <array>
@@ -45,6 +46,11 @@ struct Performer {
 
   /// Nothing: it is found in each take. Frames: their average. A pose: that pose.
   std::variant<std::monostate, FrameRange, NeutralPose> neutral;
+
+  /// What templates read on this performer's face, at most one per template, in the order of
+  /// TemplateColumns. They hold for weights that are measured from this neutral face.
+  std::vector<Range> ranges;
+  CalibrationRecord calibration; ///< where they come from
 
   /// All markers that drive holders, each once, in the order of their first use.
   std::vector<std::string> FaceMarkers() const;

@@ -8,15 +8,16 @@
 #include "host/files/built_in.h"
 #include "host/files/foreign_file.h"
 #include "host/files/standard_streams.h"
+#include "host/performer/calibration_file.h"
 #include "host/performer/landmarks478.h"
 #include "host/performer/landmarks68.h"
+#include "host/performer/pose_json.h"
 #include "mien/face/face.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -27,7 +28,8 @@ namespace {
 using Json = JsonFile::Json;
 using Pointer = JsonFile::Pointer;
 
-constexpr std::string_view kFormat = "mien performer 1";
+/// The second version has "ranges" and "calibration".
+constexpr std::string_view kFormat = "mien performer 1", kCalibratedFormat = "mien performer 2";
 
 constexpr std::array<std::string_view, 2> kEyes = {"LeftEye", "RightEye"}; // keys of the irises
 
@@ -43,10 +45,15 @@ public:
   }
 
   Performer Read() {
-    performer_.name = file_.ReadHeading(kFormat, "performer");
     const Json& root = file_.Root();
+    const bool calibrated =
+        root.is_object() && root.contains("format") && root["format"] == kCalibratedFormat;
+    performer_.name = file_.ReadHeading(calibrated ? kCalibratedFormat : kFormat, "performer");
     const Pointer here;
-    file_.CheckKeys(here, root, {"format", "name", "head", "rigid", "anchors", "irises", "parts", "neutral"});
+    std::vector<std::string_view> known = {"format",  "name",   "head",  "rigid",
+                                           "anchors", "irises", "parts", "neutral"};
+    if (calibrated) known.insert(known.end(), {"ranges", "calibration"});
+    file_.CheckKeys(here, root, known);
     if (root.contains("head")) ReadHead(here / "head", root["head"]);
     if (root.contains("rigid")) performer_.rigid = file_.ReadNames(here / "rigid", root["rigid"], "marker");
     if (root.contains("anchors")) ReadAnchors(here / "anchors", root["anchors"]);
@@ -57,6 +64,7 @@ public:
     else
       ReadParts(here / "parts", root["parts"]);
     if (root.contains("neutral")) ReadNeutral(here / "neutral", root["neutral"]);
+    if (calibrated) ReadCalibration(file_, performer_);
     file_.ThrowMistakes();
     return std::move(performer_);
   }
@@ -143,38 +151,11 @@ private:
       file_.Mistake(Code::Contradiction, place, "the neutral pose is given in no way, or in two",
                     "write either \"frames\": [FROM, TO] or \"positions\": { ... }");
     } else if (neutral.contains("frames")) {
-      const Json& frames = neutral["frames"];
-      const auto is_number = [](const Json& frame) {
-        return frame.is_number_integer() &&
-               !(frame.is_number_unsigned() &&
-                 frame.get<std::uint64_t>() > std::uint64_t{std::numeric_limits<std::int64_t>::max()});
-      };
-      if (!frames.is_array() || frames.size() != 2 || !is_number(frames[0]) || !is_number(frames[1]) ||
-          frames[0].get<std::int64_t>() > frames[1].get<std::int64_t>())
-        file_.Mistake(Code::InvalidValue, place / "frames", "these are not two frame numbers in order",
-                      "write [FROM, TO]");
-      else
-        performer_.neutral = FrameRange{frames[0].get<std::int64_t>(), frames[1].get<std::int64_t>()};
+      if (const auto frames = ReadFrameRange(file_, place / "frames", neutral["frames"]))
+        performer_.neutral = *frames;
     } else {
-      ReadPositions(place / "positions", neutral["positions"]);
+      performer_.neutral = ReadPositions(file_, place / "positions", neutral["positions"]);
     }
-  }
-
-  void ReadPositions(const Pointer& place, const Json& positions) {
-    if (!file_.RequireObject(place, positions)) return;
-    NeutralPose pose;
-    for (const auto& [marker, position] : positions.items()) {
-      const bool three_numbers = position.is_array() && position.size() == 3 &&
-                                 std::all_of(position.begin(), position.end(), [](const Json& coordinate) {
-                                   return coordinate.is_number() && std::isfinite(coordinate.get<double>());
-                                 });
-      if (!three_numbers)
-        file_.Mistake(Code::InvalidValue, place / marker, "this is not a position",
-                      "write [x, y, z] in millimetres");
-      else
-        pose[marker] = {position[0].get<double>(), position[1].get<double>(), position[2].get<double>()};
-    }
-    performer_.neutral = std::move(pose);
   }
 
   JsonFile file_;
@@ -209,8 +190,10 @@ void WritePerformer(const Performer& performer, std::ostream& out) {
     if (!performer.anchors[p].empty()) anchors.push_back({face.mParts[p].mName, names(performer.anchors[p])});
   }
 
-  std::vector<JsonMember> root = {
-      {"format", kFormat}, {"name", performer.name}, {"head", names(performer.head)}};
+  const std::vector<JsonMember> calibration = CalibrationMembers(performer);
+  std::vector<JsonMember> root = {{"format", calibration.empty() ? kFormat : kCalibratedFormat},
+                                  {"name", performer.name},
+                                  {"head", names(performer.head)}};
   if (!performer.rigid.empty()) root.push_back({"rigid", names(performer.rigid)});
   if (!anchors.empty()) root.push_back({"anchors", JsonObjectOnLines(anchors)});
   std::vector<JsonMember> irises;
@@ -221,12 +204,9 @@ void WritePerformer(const Performer& performer, std::ostream& out) {
   root.push_back({"parts", JsonObjectOnLines(parts)});
   if (const auto* frames = std::get_if<FrameRange>(&performer.neutral))
     root.push_back({"neutral", JsonObject({{"frames", JsonList({frames->first, frames->last})}})});
-  if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {
-    std::vector<JsonMember> positions;
-    for (const auto& [marker, p] : *pose)
-      positions.push_back({marker, JsonTightList({JsonDecimal(p.x), JsonDecimal(p.y), JsonDecimal(p.z)})});
-    root.push_back({"neutral", JsonObjectOnLines({{"positions", JsonObjectOnLines(positions)}})});
-  }
+  if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral))
+    root.push_back({"neutral", JsonObjectOnLines({{"positions", PositionsAsJson(*pose)}})});
+  root.insert(root.end(), calibration.begin(), calibration.end());
   out << JsonObjectOnLines(root).Text() << '\n';
 }
 

@@ -23,6 +23,9 @@ namespace mien {
 ///       "neutral": { "positions": { "lm54": [x, y, z], ... } }
 ///     }
 ///
+/// A calibrated performer's file is a "mien performer 2", with "ranges" and "calibration"
+/// (calibration_file.h) behind the rest.
+///
 /// Parts and holders carry the names of the default face; any of them may be left out. Throws InputError with
 /// every mistake, each by its JSON pointer. `file` is the name for messages.
 Performer ReadPerformer(std::string_view text, const std::string& file);
@@ -33,6 +36,7 @@ Performer LoadPerformer(const std::string& name_or_path);
 /// The names that LoadPerformer knows without a file.
 std::vector<std::string> BuiltInPerformers();
 
+/// Writes version 1 for a performer without ranges and a calibration record.
 void WritePerformer(const Performer& performer, std::ostream& out);
 
 } // namespace mien

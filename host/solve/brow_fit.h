@@ -4,6 +4,8 @@
 #include "mien/face/face_state.h"
 #include "mien/face/template_state.h"
 
+#include <string_view>
+
 namespace mien {
 
 /// How the weights of the brows are found.
@@ -11,6 +13,9 @@ enum class BrowMethod {
   Fit, ///< FitBrows
   Core ///< the library's: by closeness to each template
 };
+
+/// "fit" or "core"
+constexpr std::string_view ToText(BrowMethod method) { return method == BrowMethod::Fit ? "fit" : "core"; }
 
 /// Sets the brows in `weights` to the two template weights that together reproduce the brow's points best, in
 /// least squares: each from 0 to 2, which no brow exceeds. NaN for a brow with a point that is not finite.

@@ -7,7 +7,7 @@ namespace mien {
 FrameSolver::FrameSolver(const Performer& performer, const NeutralPose& neutral, const RigidHead* rigid,
                          BrowMethod brows, const Character* character, const ExpressionWeights& expressions)
     : face_(performer, neutral, brows), head_(performer, neutral, face_.NeutralHead(), rigid),
-      places_head_(face_.Markers().size()) {
+      ranges_(performer.ranges), places_head_(face_.Markers().size()) {
   frame_.head = face_.NeutralHead();
   if (character) character_.emplace(*character, expressions);
 }
@@ -26,6 +26,7 @@ const SolvedFrame& FrameSolver::Solve(const FrameMarkers& markers) {
     places_head_[m] = {p_head.x, p_head.y, p_head.z};
   }
   frame_.face = face_.Solve(places_head_);
+  ranges_.Apply(frame_.face.weights);
   if (character_) frame_.character = &character_->Solve(frame_.face.weights);
   return frame_;
 }

@@ -6,6 +6,7 @@
 #include "host/solve/character_solver.h"
 #include "host/solve/face_solver.h"
 #include "host/solve/head_solver.h"
+#include "host/solve/template_ranges.h"
 
 #include <optional>
 #include <vector>
@@ -21,18 +22,19 @@ struct FrameMarkers {
 struct SolvedFrame {
   VgeAMatrix head;         ///< from a face that looks along +z, x to its left, y up, to where the head is
   bool head_known = false; ///< else `head` is that of the last frame with a known one, or the neutral one
-  FaceSolver::Frame face;
+  FaceSolver::Frame face;  ///< its weights are those of the performer's ranges
   const VCharacterFaceState* character = nullptr; ///< nothing without a character; valid until the next frame
 };
 
 /// All that one frame goes through, from markers to a character: the head is found, the face's markers are
-/// brought into its frame and solved into template weights, these into the character's shapes and clusters.
+/// brought into its frame and solved into template weights, the performer's ranges are applied to these, and
+/// they become the character's shapes and clusters.
 ///
 /// The solve of a take calls the three stages separately, since what needs all frames (filling gaps,
-/// smoothing without delay, calming the head, measuring parts against their anchors) happens between them; a
-/// live stream calls Solve, with a rigid head learned from an earlier take of the same markers
-/// (LearnRigidHead). Nothing process-wide is written: any number of these may be at work, each on one thread
-/// at a time. A frame allocates nothing once each set of seen head markers has occurred.
+/// smoothing without delay, levelling lids, calming the head, measuring parts against their anchors) happens
+/// between them; a live stream calls Solve, with a rigid head learned from an earlier take of the same
+/// markers (LearnRigidHead). Nothing process-wide is written: any number of these may be at work, each on one
+/// thread at a time. A frame allocates nothing once each set of seen head markers has occurred.
 class FrameSolver {
 public:
   /// Throws InputError if FaceSolver does, and for an expression that the character does not have. Copies
@@ -47,7 +49,7 @@ public:
   /// See HeadSolver::Solve.
   std::optional<VgeAMatrix> FindHead(const RigidBody::Points& seen) { return head_.Solve(seen); }
 
-  /// See FaceSolver::Solve.
+  /// See FaceSolver::Solve. The ranges are not applied.
   const FaceSolver::Frame& SolveFace(const std::vector<Point>& places_head) {
     return face_.Solve(places_head);
   }
@@ -57,13 +59,14 @@ public:
     return character_->Solve(templates);
   }
 
-  /// All three. A face marker that is not seen is at its place on the neutral face; so are all of them in a
-  /// frame without a known head.
+  /// All three, and the ranges. A face marker that is not seen is at its place on the neutral face; so are
+  /// all of them in a frame without a known head.
   const SolvedFrame& Solve(const FrameMarkers& markers);
 
 private:
   FaceSolver face_;
   HeadSolver head_;
+  TemplateRanges ranges_;
   std::optional<CharacterSolver> character_;
   std::vector<Point> places_head_;
   SolvedFrame frame_;

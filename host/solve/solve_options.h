@@ -39,6 +39,7 @@ struct SolveOptions {
 
   bool gaze = true;                     ///< whether to find where the eyes look, if the take shows it
   std::optional<double> smooth_gaze_hz; ///< cutoff of the low-pass filter on it; nothing for none
+  bool level_lids = false;              ///< see LevelLids
 
   std::optional<double>
       smooth_positions_hz;                 ///< cutoff of the low-pass filter on the markers; nothing for none

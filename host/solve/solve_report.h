@@ -2,6 +2,7 @@
 
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
+#include "host/performer/calibration.h"
 #include "host/solve/fit_report.h"
 #include "host/solve/gaze_report.h"
 #include "host/solve/neutral_doubts.h"
@@ -48,6 +49,7 @@ struct SolveReport {
   double head_calmed = 0;         ///< see CalmMotion
   std::vector<AnchoredPart> anchored;
   std::vector<NeutralDoubt> neutral_doubts;
+  std::vector<Range> ranges; ///< that were applied to the weights
   bool head_motion_removed = true;
   std::size_t frames_without_head = 0;
   std::vector<std::string> left_out; ///< markers missing from the neutral pose

@@ -29,17 +29,19 @@ JsonValue TakeOf(const Take& take) {
 }
 
 JsonValue Settings(const SolveOptions& options) {
-  return JsonObjectOnLines({{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
-                            {"brows", options.brows == BrowMethod::Fit ? "fit" : "core"},
-                            {"solver", options.solver == ShapeSolver::Fit ? "fit" : "parts"},
-                            {"fill", ToText(options.face_fill)},
-                            {"fill_head", ToText(options.head_fill)},
-                            {"head_tolerance_mm", options.head_tolerance_mm},
-                            {"fade_s", options.fade_s},
-                            {"gaze", options.gaze},
-                            {"smooth_gaze_hz", options.smooth_gaze_hz},
-                            {"smooth_hz", options.smooth_positions_hz},
-                            {"smooth_weights_hz", options.smooth_weights_hz}});
+  std::vector<JsonMember> settings = {{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
+                                      {"brows", ToText(options.brows)},
+                                      {"fill", ToText(options.face_fill)},
+                                      {"fill_head", ToText(options.head_fill)},
+                                      {"head_tolerance_mm", options.head_tolerance_mm},
+                                      {"fade_s", options.fade_s},
+                                      {"smooth_hz", options.smooth_positions_hz},
+                                      {"smooth_weights_hz", options.smooth_weights_hz}};
+  if (options.solver == ShapeSolver::Fit) settings.push_back({"solver", "fit"});
+  if (!options.gaze) settings.push_back({"gaze", false});
+  if (options.smooth_gaze_hz) settings.push_back({"smooth_gaze_hz", options.smooth_gaze_hz});
+  if (options.level_lids) settings.push_back({"level_lids", true});
+  return JsonObjectOnLines(settings);
 }
 
 JsonValue Fills(const std::vector<FilledMarker>& fills) {
@@ -139,9 +141,8 @@ JsonValue Parts(const Take& take, const SolveReport& report) {
   return JsonListOnLines(parts);
 }
 
-/// In radians; null where the take does not show it.
+/// In radians.
 JsonValue GazeOf(const GazeReport& gaze) {
-  if (gaze.source == GazeSource::None) return nullptr;
   const auto angles = [](const EyeAngles& eye) { return JsonTightList({eye.yaw, eye.pitch}); };
   std::vector<JsonMember> members = {{"from", ToText(gaze.source)},
                                      {"measured_frames", gaze.measured_frames},
@@ -159,9 +160,7 @@ JsonValue GazeOf(const GazeReport& gaze) {
   return JsonObjectOnLines(members);
 }
 
-/// Null where the shapes come from the parts.
 JsonValue FitOf(const FitReport& fit) {
-  if (fit.basis.empty()) return nullptr;
   std::vector<JsonValue> left_out;
   for (const auto& [shape, uncertainty] : fit.left_out)
     left_out.push_back(JsonObject({{"shape", shape}, {"uncertainty", uncertainty}}));
@@ -174,6 +173,13 @@ JsonValue FitOf(const FitReport& fit) {
                             {"from_parts", fit.from_parts},
                             {"unmeasured", fit.unmeasured},
                             {"left_out", JsonListOnLines(left_out)}});
+}
+
+JsonValue Ranges(const SolveReport& report) {
+  std::vector<JsonValue> ranges;
+  for (const Range& range : report.ranges)
+    ranges.push_back(JsonObject({{"template", range.name}, {"low", range.low}, {"high", range.high}}));
+  return JsonListOnLines(ranges);
 }
 
 JsonValue WorstFrames(const Take& take, const SolveReport& report) {
@@ -192,22 +198,24 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
   const Take& take = *record.take;
   const SolveReport& report = *record.report;
   const Neutral& neutral = *record.neutral;
-  return JsonObjectOnLines({{"format", "mien report 1"},
-                            {"tool", "mien " MIEN_VERSION},
-                            {"command", record.command},
-                            {"files", Files(record.files)},
-                            {"take", TakeOf(take)},
-                            {"settings", Settings(*record.options)},
-                            {"neutral", NeutralAsJson(neutral, report)},
-                            {"head", Head(report)},
-                            {"gaze", GazeOf(report.gaze)},
-                            {"markers", Fills(report.face_fills)},
-                            {"left_out", report.left_out},
-                            {"fit", FitOf(report.fit)},
-                            {"quality", QualityOf(report.quality)},
-                            {"flags", Flags(take, report)},
-                            {"parts", Parts(take, report)},
-                            {"worst_frames", WorstFrames(take, report)}});
+  std::vector<JsonMember> members = {{"format", "mien report 1"},
+                                     {"tool", "mien " MIEN_VERSION},
+                                     {"command", record.command},
+                                     {"files", Files(record.files)},
+                                     {"take", TakeOf(take)},
+                                     {"settings", Settings(*record.options)},
+                                     {"neutral", NeutralAsJson(neutral, report)},
+                                     {"head", Head(report)},
+                                     {"markers", Fills(report.face_fills)},
+                                     {"left_out", report.left_out},
+                                     {"quality", QualityOf(report.quality)},
+                                     {"flags", Flags(take, report)},
+                                     {"parts", Parts(take, report)},
+                                     {"worst_frames", WorstFrames(take, report)}};
+  if (report.gaze.source != GazeSource::None) members.push_back({"gaze", GazeOf(report.gaze)});
+  if (!report.fit.basis.empty()) members.push_back({"fit", FitOf(report.fit)});
+  if (!report.ranges.empty()) members.push_back({"ranges", Ranges(report)});
+  return JsonObjectOnLines(members);
 }
 
 void WriteSolveReport(const SolveRecord& record, std::ostream& out) {

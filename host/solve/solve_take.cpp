@@ -6,9 +6,11 @@
 #include "host/performer/local_anchors.h"
 #include "host/solve/frame_solver.h"
 #include "host/solve/head_track.h"
+#include "host/solve/level_lids.h"
 #include "host/solve/quality.h"
 #include "host/solve/residuals.h"
 #include "host/solve/smooth_weights.h"
+#include "host/solve/template_ranges.h"
 #include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
 
@@ -135,6 +137,10 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   std::array<double, 9> residual_mm{};
   for (std::size_t p = 0; p < residual_mm.size(); ++p) residual_mm[p] = report.parts[p].rms_mm;
   report.quality = AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm);
+  const TemplateRanges ranges(performer.ranges);
+  ranges.Apply(animation);
+  report.ranges = ranges.Applied();
+  if (options.level_lids) LevelLids(animation);
   if (options.smooth_weights_hz)
     SmoothWeights(animation.weights, animation.layout.templates.size(), animation.frames, take.rate,
                   *options.smooth_weights_hz);

@@ -1,5 +1,5 @@
 """Tests the measures of benchmarks/accuracy: lengths do not depend on the head's motion, the plain fit finds that motion,
-and the reported error of a head is the one that was put in.
+the reported error of a head is the one that was put in, and blinks are found where they are.
 """
 
 import sys
@@ -7,6 +7,7 @@ import sys
 import numpy
 
 sys.path.insert(0, sys.argv[1])
+import calibration
 import geometry
 import rotations
 import takes
@@ -87,3 +88,22 @@ expect("a head that nods by a degree more or less", abs(numpy.median(errors) - 1
 
 expect("r of a curve and its negative", abs(correlation(still["Mouth.width"], -2 * still["Mouth.width"] + 3) + 1), 1e-12)
 assert correlation(numpy.ones(9), numpy.arange(9.0)) is None
+
+# Blinks of a triangle's shape at 2, 4, 6 and 8 s, a weaker twitch, and a lid that is lowered for a second.
+at = numpy.arange(300) / 30
+lid = sum(numpy.maximum(0, 1 - numpy.abs(at - middle) / 0.12) for middle in (2, 4, 6, 8))
+lid += 0.3 * numpy.maximum(0, 1 - numpy.abs(at - 5) / 0.12) + 0.6 * ((at > 8.5) & (at < 9.5))
+assert calibration.blinks_of(lid, 30) == [60, 120, 180, 240], calibration.blinks_of(lid, 30)
+assert calibration.blinks_of(numpy.zeros(90), 30) == []
+assert calibration.runs(numpy.array([True, True, False, True])) == [(0, 1), (3, 3)]
+
+
+class Talk:
+    frames, known = numpy.arange(10, 30), {"phase": numpy.array(["solo"] * 12 + ["talk"] * 8)}
+
+
+(first, second), (second_again, first_again) = calibration.halves(Talk)
+assert first.tolist() == first_again.tolist() == [22, 23, 24, 25]
+assert second.tolist() == second_again.tolist() == [26, 27, 28, 29]
+Talk.known = {}
+assert len(calibration.halves(Talk)[0][0]) == 10

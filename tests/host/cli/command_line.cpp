@@ -292,6 +292,9 @@ TEST_F(Command, NeutralFramesMayHaveNumbersBelowZero) {
 
 TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
   Save("other.csv", take_);
+  for (const char* long_take : {"talk.csv", "guided.csv"})
+    Save(long_take, ReadFile(kSamples / "landmarks.csv"));
+  Save("marks.csv", "pose,from,to\njaw-open,20,24\n");
   Save("head.glb", ReadFile(kSamples / "head.glb"));
   std::vector<Arguments> commands = {{}}; // mien itself; each help adds the commands that it lists
   for (std::size_t i = 0; i < commands.size(); ++i) {

@@ -177,7 +177,7 @@ protected:
     }
     // It names the version, the command, the hashes of what went in and came out, and all residuals.
     EXPECT_EQ(mien::Sha256(Saved("m.report.json")),
-              "130d6cfc4fe1656ad7096aa38cadc904a23ddea56a1f916263a0430a326cdebc")
+              "8563cc7a335f5cb57d9725fdd73b0d119bcc45c8e7680459bb83addc21e9d40f")
         << "m.report.json";
   }
 };

@@ -247,7 +247,7 @@ TEST_F(SolveCommand, SettingsAreInTheReportAsGiven) {
       Report("markers.csv")["settings"],
       Json::parse(
           R"({"head_fit": "take", "brows": "fit", "fill": "cubic:0.15,pattern:0.5", "fill_head": "pattern:2", "head_tolerance_mm": 6,
-                            "fade_s": 0.25, "gaze": true, "smooth_gaze_hz": null, "smooth_hz": null, "smooth_weights_hz": null})"));
+                            "fade_s": 0.25, "smooth_hz": null, "smooth_weights_hz": null})"));
   EXPECT_EQ(
       Report("markers.csv",
              {"--fill", "hold,linear:0.2,cubic:3e-1", "--fill-head", "none", "--head-tolerance", "4.5",
@@ -255,7 +255,7 @@ TEST_F(SolveCommand, SettingsAreInTheReportAsGiven) {
               "--brows", "core", "--no-gaze", "--smooth-gaze", "5"})["settings"],
       Json::parse(
           R"({"head_fit": "markers", "brows": "core", "fill": "hold:0.05,linear:0.2,cubic:0.3", "fill_head": "none", "head_tolerance_mm": 4.5,
-                            "fade_s": 1, "gaze": false, "smooth_gaze_hz": 5, "smooth_hz": 14.9, "smooth_weights_hz": 0.001})"));
+                            "fade_s": 1, "smooth_hz": 14.9, "smooth_weights_hz": 0.001, "gaze": false, "smooth_gaze_hz": 5})"));
   EXPECT_EQ(Report("markers.csv", {"--keep-slipped"})["settings"]["head_tolerance_mm"], nullptr);
 }
 

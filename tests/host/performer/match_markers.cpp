@@ -145,3 +145,23 @@ TEST(MatchMarkers, ATakeMayLackIrises) {
   EXPECT_THAT(performer.irises[0], ElementsAre("l2"));
   EXPECT_THAT(performer.irises[1], testing::IsEmpty());
 }
+
+// The names of the 68 landmarks are also those of the first of the 478, which are elsewhere on the face.
+TEST(CheckMarkers, RefusesACalibrationWithOtherLandmarks) {
+  const auto landmarks = [](int count) {
+    std::vector<std::string> names;
+    for (int i = 0; i < count; ++i) names.push_back("lm" + std::to_string(i));
+    return TakeWith(names);
+  };
+  Performer performer = PerformerWith("lm8");
+  performer.calibration.landmarks = 68;
+  EXPECT_NO_THROW(CheckMarkers(performer, landmarks(68)));
+  EXPECT_EQ(Error(performer, landmarks(478)),
+            "ada.json:/calibration/landmarks: this performer was calibrated with 68 landmarks, and the take "
+            "\"smile\" has 478; calibrate with a take of 478 landmarks and -p landmarks478");
+  performer.calibration.landmarks = 478;
+  EXPECT_THAT(Error(performer, landmarks(68)), HasSubstr("was calibrated with 478 landmarks"));
+  EXPECT_NO_THROW(CheckMarkers(performer, landmarks(468)));
+  performer.calibration.landmarks = 0;
+  EXPECT_NO_THROW(CheckMarkers(performer, landmarks(478)));
+}

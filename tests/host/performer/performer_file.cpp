@@ -240,7 +240,7 @@ TEST(ReadPerformer, SaysWhatAnEmptyObjectLacks) {
 
 TEST(ReadPerformer, ReportsEveryMistakeAtOnce) {
   const std::string error = Error(R"({
-    "format": "mien performer 2",
+    "format": "mien performer 3",
     "name": "",
     "hat": 1,
     "head": ["a", "b", "c", "d", "e", "f"],

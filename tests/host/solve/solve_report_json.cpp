@@ -151,6 +151,8 @@ TEST(SolveReportJson, TellsTheSettings) {
   EXPECT_EQ(json["fade_s"], 0.125);
   EXPECT_EQ(json["smooth_hz"], 6.25);
   EXPECT_TRUE(json["smooth_weights_hz"].is_null());
+  EXPECT_FALSE(json.contains("level_lids")); // only where it is asked for
+  solved.options.level_lids = true;
   solved.options.head_fit = mien::HeadFit::Markers, solved.options.brows = mien::BrowMethod::Core;
   solved.options.face_fill.clear();
   solved.options.head_tolerance_mm.reset(), solved.options.smooth_positions_hz.reset();
@@ -162,6 +164,15 @@ TEST(SolveReportJson, TellsTheSettings) {
   EXPECT_TRUE(json["head_tolerance_mm"].is_null());
   EXPECT_TRUE(json["smooth_hz"].is_null());
   EXPECT_EQ(json["smooth_weights_hz"], 7);
+  EXPECT_EQ(json["level_lids"], true);
+}
+
+TEST(SolveReportJson, ListsTheRangesThatWereApplied) {
+  Solved solved;
+  EXPECT_FALSE(solved.Parsed().contains("ranges")); // only where there are any
+  solved.solved.report.ranges = {{"LeftEye.Close", 0.01, 0.5, 9, true, "9 blinks"}};
+  EXPECT_EQ(solved.Parsed()["ranges"],
+            Json::parse(R"([{ "template": "LeftEye.Close", "low": 0.01, "high": 0.5 }])"));
 }
 
 TEST(SolveReportJson, TellsTheNeutralPose) {

@@ -1,0 +1,156 @@
+#include "host/base/text.h"
+#include "host/calibrate/guided_poses.h"
+#include "host/cli/cleaning_options.h"
+#include "host/cli/commands.h"
+#include "host/cli/file_options.h"
+#include "host/cli/output.h"
+#include "host/cli/progress.h"
+#include "host/cli/take_options.h"
+#include "host/files/standard_streams.h"
+#include "host/jobs/calibrate_job.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace mien {
+
+namespace {
+
+struct CalibrateOptions {
+  CalibrateJob job;
+  bool list_poses = false;
+};
+
+void ListPoses(Output& output) {
+  std::string text;
+  std::vector<JsonValue> list;
+  for (const GuidedPose& pose : GuidedPoses()) {
+    text += fmt::format("{:<13} {} s  {}\n", pose.name, pose.seconds, pose.what);
+    if (!pose.shapes.empty()) text += fmt::format("{:<18} {}\n", "", fmt::join(pose.shapes, ", "));
+    list.push_back(JsonObject({{"pose", pose.name},
+                               {"seconds", pose.seconds},
+                               {"what", pose.what},
+                               {"shapes", JsonList({pose.shapes.begin(), pose.shapes.end()})},
+                               {"templates", JsonList({pose.templates.begin(), pose.templates.end()})}}));
+  }
+  output.Print(text);
+  output.Result(JsonObject({{"poses", JsonListOnLines(list)}}));
+}
+
+/// "0.01 to 0.38, trusted: 11 blinks", or why there is no range.
+std::string Statement(const TemplateCalibration& calibration) {
+  if (!calibration.range) return "none: " + calibration.why_none;
+  const Range& range = *calibration.range;
+  return fmt::format("{:.2f} to {:.2f}, {}: {}", range.low, range.high,
+                     range.trusted ? "trusted" : "not trusted and not applied", range.why);
+}
+
+JsonValue AsJson(const CalibrateJob& job, const CalibrateResult& result) {
+  std::vector<JsonValue> templates;
+  for (const TemplateCalibration& t : result.templates) {
+    const bool seen = t.range.has_value();
+    templates.push_back(JsonObject({{"template", t.name},
+                                    {"low", seen ? JsonValue(t.range->low) : nullptr},
+                                    {"high", seen ? JsonValue(t.range->high) : nullptr},
+                                    {"seen", seen ? t.range->seen : 0},
+                                    {"trusted", seen && t.range->trusted},
+                                    {"why", seen ? t.range->why : t.why_none},
+                                    {"quiet", t.quiet}}));
+  }
+  return JsonObjectOnLines({{"takes", job.takes},
+                            {"output", job.output},
+                            {"neutral", result.neutral.how},
+                            {"templates", JsonListOnLines(templates)}});
+}
+
+void Calibrate(const CalibrateJob& job, Output& output) {
+  output.RequireFreeStandardOutput(job.output);
+  const CalibrateResult result = [&] {
+    Progress progress(job.takes.size() == 1 ? TakeName(job.takes[0]) : Count(job.takes.size(), "take"),
+                      output.quiet);
+    return Run(job, std::ref(progress));
+  }();
+  output.Line("neutral", result.neutral.how);
+  output.Remark(result.neutral.notes, job.takes[0]);
+  output.Remark(result.notes, job.poses);
+  constexpr double kMostQuiet = 0.25;
+  std::size_t width = 0;
+  for (const TemplateCalibration& t : result.templates) width = std::max(width, t.name.size());
+  for (const TemplateCalibration& t : result.templates) {
+    output.Line(&t == &result.templates.front() ? "ranges" : "",
+                fmt::format("{:<{}}  {}", t.name, width, Statement(t)));
+    if (t.range && t.range->trusted && t.quiet > kMostQuiet)
+      output.Remark(
+          {Code::Doubtful, "",
+           fmt::format("between blinks {} reads up to {:.2f} (95 % of the frames): the lids are often "
+                       "lowered",
+                       t.name, *t.quiet)},
+          job.takes[0]);
+  }
+  if (!IsStandardOutput(job.output)) output.Line("wrote", job.output);
+  output.Result(AsJson(job, result));
+}
+
+void RequireOptions(const CalibrateJob& job) {
+  const std::pair<bool, std::string_view> required[] = {
+      {job.takes.empty(), "TAKE"}, {job.performer.empty(), "--performer"}, {job.output.empty(), "--output"}};
+  for (const auto& [missing, name] : required)
+    if (missing) throw InputError(Code::Usage, "", "", fmt::format("{} is required", name), "");
+}
+
+} // namespace
+
+void AddCalibrateCommand(Command& mien) {
+  Command command = mien.AddCommand(
+      "calibrate", "Measure a performer's own range on takes, and save it with the neutral face");
+  command.Details(
+      "The saved performer is for `mien solve`: a blink of this person reads 1, and so does every "
+      "expression that a guided take shows at full strength. Weights beyond 1 stay possible.");
+  command.Details(
+      "From ordinary takes, the blinks are measured: at least four, which half a minute of talking "
+      "shows. From a guided take, in which the performer makes the poses of --list-poses, the other "
+      "templates as well; --poses states where the poses are. What is not measured reliably is reported "
+      "and is not applied.");
+  command.Details("TAKE, --performer and --output are required, except with --list-poses.");
+  command.Example("mien calibrate talk.csv --performer landmarks68 --name Ada -o ada.json");
+  command.Example("mien calibrate --list-poses");
+  command.Example("mien calibrate guided.csv talk.csv --performer landmarks68 --poses marks.csv -o ada.json");
+  command.Example("mien solve other.csv --performer ada.json -o weights.csv");
+  auto options = std::make_shared<CalibrateOptions>();
+  CalibrateJob& job = options->job;
+  // Required, unless the poses are listed.
+  Command::Option take = TakeArgument(), performer = PerformerOption("The markers"),
+                  output = JsonOutputOption("The performer file to write");
+  take.required = performer.required = output.required = false;
+  take.help += "; several of the same performer and the same markers";
+  command.AddRest(take, job.takes);
+  command.Add(performer, job.performer);
+  command.Add(output, job.output);
+  command.AddFlag({.names = "--list-poses", .help = "Print the poses of a guided take and exit"},
+                  options->list_poses);
+  command.Add({.names = "--poses",
+               .type = "MARKS.csv",
+               .help =
+                   "Where the first take shows which pose: a table with the columns pose, from and to, in "
+                   "frame numbers, or pose, from_s and to_s, in seconds",
+               .may_be_empty = false,
+               .files = "*.csv"},
+              job.poses);
+  command.Add({.names = "--name", .type = "NAME", .help = "The performer's name in the file"}, job.name);
+  AddNeutralOption(command, job.neutral);
+  AddHeadFit(command, job.solve.head_fit);
+  AddCleaningOptions(command, job.solve);
+  AddTakeOptions(command, job.reading);
+  command.AddOutputOptions();
+  command.OnRun([options](Output& output_to) {
+    if (options->list_poses) return ListPoses(output_to);
+    RequireOptions(options->job);
+    Calibrate(options->job, output_to);
+  });
+}
+
+} // namespace mien
