@@ -1,0 +1,360 @@
+#include "host/guess/marker_roles.h"
+
+#include "mien/base/affine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+
+namespace mien {
+
+namespace {
+
+/// What a region is for a user, and which regions are one holder's (those of equal names).
+const char* HolderName(Region region) {
+  switch (region) {
+  case kInnerBrow:
+  case kMiddleBrow:
+  case kOuterBrow:
+    return "brow";
+  case kUpperLid:
+    return "upper lid";
+  case kLowerLid:
+    return "lower lid";
+  case kUpperCheek:
+  case kCheekbone:
+  case kMiddleCheek:
+  case kLowerCheek:
+    return "cheek";
+  case kNoseWing:
+    return "wing of the nose";
+  case kUpperLip:
+  case kMiddleUpperLip:
+    return "upper lip";
+  case kMouthCorner:
+    return "corner of the mouth";
+  case kLowerLip:
+  case kMiddleLowerLip:
+    return "lower lip";
+  case kSideChin:
+  case kMiddleChin:
+    return "chin";
+  case kGlabella:
+    return "place between the brows";
+  case kForehead:
+  case kMiddleForehead:
+    return "forehead";
+  case kInnerEyeCorner:
+  case kOuterEyeCorner:
+    return "corner of the eye";
+  case kNoseRoot:
+  case kNoseTip:
+  case kNoseSide:
+    return "nose";
+  case kJawSide:
+    return "side of the jaw";
+  }
+  return "";
+}
+
+bool SameHolder(Region a, Region b) { return HolderName(a) == std::string(HolderName(b)); }
+
+bool IsOneOf(const FaceSpot& spot, std::initializer_list<Region> regions) {
+  return spot.region && std::find(regions.begin(), regions.end(), *spot.region) != regions.end();
+}
+
+/// Who mirrors whom.
+class Counterparts {
+public:
+  explicit Counterparts(const std::vector<VgeTVector>& places) : places_(places), of_(places.size()) {
+    PairNearest();
+    PairRest();
+  }
+
+  /// The marker itself on the mid-line; nothing for a marker without one.
+  const std::vector<std::optional<std::size_t>>& Of() const { return of_; }
+
+private:
+  static constexpr double kCounterpart_mm = 9;
+
+  double Off(std::size_t a, std::size_t b) const {
+    return Distance({-places_[a].x, places_[a].y, places_[a].z}, places_[b]);
+  }
+
+  void PairNearest() {
+    struct Match {
+      double off;
+      std::size_t a, b;
+    };
+    std::vector<Match> matches;
+    for (std::size_t a = 0; a < places_.size(); ++a)
+      for (std::size_t b = 0; b <= a; ++b)
+        if (const double off = Off(a, b); off < kCounterpart_mm) matches.push_back({off, a, b});
+    std::stable_sort(matches.begin(), matches.end(),
+                     [](const Match& m, const Match& n) { return m.off < n.off; });
+    for (const Match& match : matches)
+      if (!of_[match.a] && !of_[match.b]) Pair(match.a, match.b);
+  }
+
+  void Pair(std::size_t a, std::size_t b) { of_[a] = b, of_[b] = a; }
+
+  /// On an uneven face, the nearest pair of two neighbours may be across: with two markers left, one on each
+  /// side, the two pairs that use them as well are the better ones.
+  void PairRest() {
+    constexpr double kMost_mm = 1.5 * kCounterpart_mm;
+    for (std::size_t a = 0; a < places_.size(); ++a)
+      for (std::size_t b = 0; b < places_.size() && !of_[a]; ++b) {
+        if (of_[b] || places_[a].x * places_[b].x >= 0) continue;
+        for (std::size_t c = 0; c < places_.size(); ++c) { // on the side of a, paired with d
+          if (!of_[c] || *of_[c] == c || places_[c].x * places_[a].x <= 0) continue;
+          const std::size_t d = *of_[c];
+          if (Off(a, d) > kMost_mm || Off(c, b) > kMost_mm) continue;
+          Pair(a, d);
+          Pair(c, b);
+          break;
+        }
+      }
+  }
+
+  const std::vector<VgeTVector>& places_;
+  std::vector<std::optional<std::size_t>> of_;
+};
+
+std::vector<FaceSpot> Paired(const std::vector<VgeTVector>& places) {
+  const Counterparts counterparts(places);
+  std::vector<FaceSpot> spots;
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const auto other = counterparts.Of()[i];
+    const bool is_pair = other && *other != i;
+    if (is_pair && places[i].x < places[*other].x) continue; // with its left one
+    FaceSpot spot;
+    spot.points = {i};
+    if (is_pair) spot.points.push_back(*other);
+    spot.on_mid_line = other && !is_pair;
+    const auto share = 1 / static_cast<double>(spot.points.size());
+    for (const std::size_t point : spot.points) {
+      const VgeTVector& p = places[point];
+      spot.place = {spot.place.x + share * (spot.on_mid_line ? 0 : std::fabs(p.x)),
+                    spot.place.y + share * p.y, spot.place.z + share * p.z};
+    }
+    spots.push_back(std::move(spot));
+  }
+  // From top to bottom, whatever the order of the take's markers.
+  std::stable_sort(spots.begin(), spots.end(),
+                   [](const FaceSpot& a, const FaceSpot& b) { return a.place.y > b.place.y; });
+  return spots;
+}
+
+/// The region that explains a spot best, and the best one of another holder.
+struct Explained {
+  Region best = kInnerBrow, other = kInnerBrow;
+  double likelihood = 0, other_likelihood = 0;
+};
+
+Explained Explain(const FaceSpot& spot) {
+  const auto likelihoods = RegionLikelihoods(spot.place);
+  Explained explained;
+  const auto may_be = [&](std::size_t r) { return FaceAtlas()[r].IsOnMidLine() == spot.on_mid_line; };
+  for (std::size_t r = 0; r < kRegionCount; ++r)
+    if (may_be(r) && likelihoods[r] > explained.likelihood)
+      explained.best = static_cast<Region>(r), explained.likelihood = likelihoods[r];
+  for (std::size_t r = 0; r < kRegionCount; ++r)
+    if (may_be(r) && !SameHolder(static_cast<Region>(r), explained.best) &&
+        likelihoods[r] > explained.other_likelihood)
+      explained.other = static_cast<Region>(r), explained.other_likelihood = likelihoods[r];
+  return explained;
+}
+
+class Rows {
+public:
+  explicit Rows(std::vector<FaceSpot>& spots) : spots_(spots), settled_(spots.size(), false) {}
+
+  bool IsSettled(std::size_t spot) const { return settled_[spot]; }
+
+  void SplitLipsAndChin() {
+    const auto lips = {kUpperLip, kMiddleUpperLip, kLowerLip, kMiddleLowerLip, kSideChin, kMiddleChin};
+    TakeNoseWingsAtTheLip();
+    double corners = 0, corner_count = 0;
+    for (const FaceSpot& spot : spots_)
+      if (IsOneOf(spot, {kMouthCorner})) corners += spot.place.y, ++corner_count;
+    if (corner_count == 0) return;
+    const double corner = corners / corner_count;
+    constexpr double kChinBegins = -81, kGap = 6;
+    double last = 0;
+    bool chin = false;
+    for (std::size_t s = 0; s < spots_.size(); ++s) { // downwards
+      FaceSpot& spot = spots_[s];
+      if (!IsOneOf(spot, lips)) continue;
+      const double y = spot.place.y;
+      if (y > corner) {
+        Settle(s, spot.on_mid_line ? kMiddleUpperLip : kUpperLip);
+        continue;
+      }
+      if (last < 0 && last - y >= kGap && y < kChinBegins) chin = true;
+      if (last == 0 && IsOneOf(spot, {kSideChin, kMiddleChin})) chin = true; // there is no lower lip
+      last = y;
+      if (chin)
+        Settle(s, spot.on_mid_line ? kMiddleChin : kSideChin);
+      else
+        Settle(s, spot.on_mid_line ? kMiddleLowerLip : kLowerLip);
+    }
+  }
+
+  void FindLids() {
+    if (!SettleRingAroundEye()) {
+      SplitLids();
+      MoveFarLowerLidsToCheek();
+    }
+  }
+
+private:
+  void Settle(std::size_t s, Region region) {
+    spots_[s].region = region;
+    settled_[s] = true;
+  }
+
+  /// Of what seems to be a wing of the nose, what is as low as the middle of the upper lip is the lip.
+  void TakeNoseWingsAtTheLip() {
+    constexpr double kSameHeight = 3;
+    const auto middle = std::find_if(spots_.begin(), spots_.end(),
+                                     [](const FaceSpot& spot) { return IsOneOf(spot, {kMiddleUpperLip}); });
+    if (middle == spots_.end()) return;
+    for (FaceSpot& spot : spots_)
+      if (IsOneOf(spot, {kNoseWing}) && spot.place.y < middle->place.y + kSameHeight) spot.region = kUpperLip;
+  }
+
+  /// The corners of the eye may be lower on a face than the atlas has them, and then look like the side of
+  /// the nose and the cheekbone.
+  bool SettleRingAroundEye() {
+    for (const FaceSpot& spot : spots_)
+      if (IsOneOf(spot, {kLowerLid})) return false;
+    constexpr double kSameHeight = 8, kDeeper = 8;
+    for (std::size_t i = 0; i < spots_.size(); ++i) {
+      const VgeTVector& inner = spots_[i].place;
+      if (!spots_[i].IsPair() || inner.x < 8 || inner.x > 22 || inner.y > 8 || inner.y < -20) continue;
+      for (std::size_t o = 0; o < spots_.size(); ++o) {
+        const VgeTVector& outer = spots_[o].place;
+        if (!spots_[o].IsPair() || outer.x < 38 || outer.x > 60 || inner.z - outer.z < kDeeper ||
+            std::fabs(inner.y - outer.y) > kSameHeight)
+          continue;
+        const double height = (inner.y + outer.y) / 2;
+        std::vector<std::size_t> upper, lower;
+        for (std::size_t s = 0; s < spots_.size(); ++s) {
+          const VgeTVector& p = spots_[s].place;
+          if (s == i || s == o || p.x < inner.x + 5 || p.x > outer.x - 5) continue;
+          const double above = p.y - height;
+          if (IsOneOf(spots_[s], {kUpperLid}) && above > 3 && above < 22) upper.push_back(s);
+          if (IsOneOf(spots_[s], {kUpperCheek, kLowerLid}) && above < -2 && above > -14) lower.push_back(s);
+        }
+        if (upper.empty() || lower.empty()) continue;
+        Settle(i, kInnerEyeCorner);
+        Settle(o, kOuterEyeCorner);
+        for (const std::size_t s : upper) Settle(s, kUpperLid);
+        for (const std::size_t s : lower) Settle(s, kLowerLid);
+        return true;
+      }
+    }
+    return false;
+  }
+
+  void SplitLids() {
+    std::vector<std::size_t> lids; // downwards
+    for (std::size_t s = 0; s < spots_.size(); ++s)
+      if (IsOneOf(spots_[s], {kUpperLid, kLowerLid})) lids.push_back(s);
+    if (lids.size() < 2) return;
+    std::size_t below = 1;
+    const auto height = [&](std::size_t i) { return spots_[lids[i]].place.y; };
+    for (std::size_t i = 2; i < lids.size(); ++i)
+      if (height(i - 1) - height(i) > height(below - 1) - height(below)) below = i;
+    constexpr double kRows = 4.5, kLowest = 3; // mm: an open eye; no lower lid is above that height
+    if (height(below - 1) - height(below) < kRows || height(below) > kLowest) return;
+    for (std::size_t i = 0; i < lids.size(); ++i) Settle(lids[i], i < below ? kUpperLid : kLowerLid);
+  }
+
+  void MoveFarLowerLidsToCheek() {
+    constexpr double kOpenEye_mm = 13;
+    double upper = std::numeric_limits<double>::infinity();
+    for (const FaceSpot& spot : spots_)
+      if (IsOneOf(spot, {kUpperLid})) upper = std::min(upper, spot.place.y);
+    if (!std::isfinite(upper)) return;
+    for (std::size_t s = 0; s < spots_.size(); ++s) {
+      FaceSpot& spot = spots_[s];
+      const double below = upper - spot.place.y;
+      if (!IsOneOf(spot, {kLowerLid}) || below <= kOpenEye_mm) continue;
+      Settle(s, kUpperCheek);
+      spot.doubt = fmt::format("taken for the cheek: {:.0f} mm below the upper lid is more than an open eye; "
+                               "for the lower lid, move it to LowerEyeHolder",
+                               below);
+    }
+  }
+
+  std::vector<FaceSpot>& spots_; // downwards
+  std::vector<bool> settled_;    // by order rather than by distance
+};
+
+} // namespace
+
+bool DrivesAPart(Region region) {
+  switch (region) {
+  case kGlabella:
+  case kForehead:
+  case kMiddleForehead:
+  case kInnerEyeCorner:
+  case kOuterEyeCorner:
+  case kNoseRoot:
+  case kNoseTip:
+  case kNoseSide:
+  case kJawSide:
+    return false;
+  default:
+    return true;
+  }
+}
+
+std::vector<FaceSpot> FindSpots(const std::vector<VgeTVector>& places) {
+  // A marker without a counterpart is less likely to be on the face: head markers have none.
+  constexpr double kNowhere = 0.01, kNowhereAlone = 0.1, kNearlyAsWell = 0.5;
+  std::vector<FaceSpot> spots = Paired(places);
+  std::vector<Explained> explained;
+  for (FaceSpot& spot : spots) {
+    explained.push_back(Explain(spot));
+    const bool is_alone = !spot.IsPair() && !spot.on_mid_line;
+    if (explained.back().likelihood >= (is_alone ? kNowhereAlone : kNowhere))
+      spot.region = explained.back().best;
+  }
+  Rows rows(spots);
+  rows.SplitLipsAndChin();
+  rows.FindLids();
+
+  std::vector<bool> open(spots.size(), false); // between two holders
+  for (std::size_t s = 0; s < spots.size(); ++s)
+    open[s] = spots[s].region && !rows.IsSettled(s) && spots[s].region == explained[s].best &&
+              explained[s].other_likelihood > kNearlyAsWell * explained[s].likelihood &&
+              (DrivesAPart(explained[s].best) || DrivesAPart(explained[s].other));
+  for (std::size_t s = 0; s < spots.size(); ++s) {
+    FaceSpot& spot = spots[s];
+    if (!spot.region) {
+      spot.unused = "far from every part of the face";
+    } else if (open[s]) {
+      const Region best = *spot.region;
+      bool has_others = false;
+      for (std::size_t other = 0; other < spots.size(); ++other)
+        if (!open[other] && spots[other].region && SameHolder(*spots[other].region, best)) has_others = true;
+      const char* const names[] = {HolderName(best), HolderName(explained[s].other)};
+      if (!DrivesAPart(best)) continue; // no part is lost
+      if (has_others) {
+        spot.unused = fmt::format("between {} and {}", names[0], names[1]);
+        spot.region.reset();
+      } else {
+        spot.doubt = fmt::format("taken for the {}; it may be the {}", names[0], names[1]);
+      }
+    }
+  }
+  return spots;
+}
+
+} // namespace mien
