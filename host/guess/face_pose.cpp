@@ -1,6 +1,7 @@
 #include "host/guess/face_pose.h"
 
 #include "host/base/statistics.h"
+#include "host/guess/counterparts.h"
 #include "host/guess/face_atlas.h"
 #include "host/guess/symmetry_planes.h"
 #include "mien/base/affine.h"
@@ -22,14 +23,13 @@ struct Fitted {
   double sum = 0; // of the logarithms of the likelihoods
 };
 
-double SumOfLogarithms(const std::vector<VgeTVector>& points, const VgeAMatrix& to_face) {
-  double sum = 0;
+void Rate(Fitted& pose, const std::vector<VgeTVector>& points) {
+  pose.sum = 0;
   for (const VgeTVector& p : points) {
     double likelihood = kElsewhere;
-    for (const double region : RegionLikelihoods(TransformPoint(to_face, p))) likelihood += region;
-    sum += std::log(likelihood);
+    for (const double region : RegionLikelihoods(TransformPoint(pose.to_face, p))) likelihood += region;
+    pose.sum += std::log(likelihood);
   }
-  return sum;
 }
 
 /// The rows of a rotation.
@@ -47,12 +47,24 @@ VgeAMatrix Placed(const Axes& axes, double scale, const VgeTVector& centre, cons
   return to_face;
 }
 
-/// All directions of up and out in a plane of symmetry.
-std::vector<Axes> AxesIn(const SymmetryPlane& plane) {
+/// All directions of up and out in a plane of symmetry, beginning with that of the point in it that is furthest
+/// from the middle: so a turned cloud gets the same, turned.
+std::vector<Axes> AxesIn(const SymmetryPlane& plane, const std::vector<VgeTVector>& points) {
   constexpr int kTurns = 48; // 7.5 degrees apart; the fit turns a pose by more
   const VgeTVector& n = plane.normal;
-  const VgeTVector other = std::fabs(n.x) < 0.6 ? VgeTVector{1, 0, 0, 0} : VgeTVector{0, 1, 0, 0};
-  const VgeTVector u = Unit(Cross(n, other)), v = Cross(n, u);
+  VgeTVector middle = {0, 0, 0};
+  const double share = 1 / static_cast<double>(points.size());
+  for (const VgeTVector& p : points)
+    middle = {middle.x + share * p.x, middle.y + share * p.y, middle.z + share * p.z};
+  VgeTVector furthest = {0, 0, 0};
+  for (const VgeTVector& p : points) {
+    const VgeTVector off = Difference(p, middle);
+    const double along = Dot(off, n);
+    const VgeTVector in_plane = {off.x - along * n.x, off.y - along * n.y, off.z - along * n.z, 0};
+    if (Length(in_plane) > Length(furthest)) furthest = in_plane;
+  }
+  if (!(Length(furthest) > 0)) return {}; // all points are on one line
+  const VgeTVector u = Unit(furthest), v = Cross(n, u);
   std::vector<Axes> all;
   for (int turn = 0; turn < kTurns; ++turn) {
     const double angle = 2 * std::numbers::pi * turn / kTurns;
@@ -73,7 +85,7 @@ std::vector<Fitted> CoarsePoses(const std::vector<VgeTVector>& points) {
   constexpr double kDepths_mm[] = {-8, 2, 12};             // of its median depth
   std::vector<Fitted> poses;
   for (const SymmetryPlane& plane : FindSymmetryPlanes(points))
-    for (const Axes& axes : AxesIn(plane)) {
+    for (const Axes& axes : AxesIn(plane, points)) {
       std::vector<double> y, z;
       for (const VgeTVector& p : points) y.push_back(Dot(axes.y, p)), z.push_back(Dot(axes.z, p));
       const auto [low, high] = std::minmax_element(y.begin(), y.end());
@@ -86,7 +98,8 @@ std::vector<Fitted> CoarsePoses(const std::vector<VgeTVector>& points) {
         for (const double height : kMiddles_mm)
           for (const double forward : kDepths_mm) {
             const VgeAMatrix to_face = Placed(axes, scale, centre, {0, height, forward});
-            poses.push_back({to_face, scale, SumOfLogarithms(points, to_face)});
+            poses.push_back({to_face, scale});
+            Rate(poses.back(), points);
           }
     }
   std::stable_sort(poses.begin(), poses.end(),
@@ -95,8 +108,9 @@ std::vector<Fitted> CoarsePoses(const std::vector<VgeTVector>& points) {
 }
 
 /// One step of expectation and maximisation: each marker belongs to each region by its likelihood; the markers
-/// are then turned about x, scaled and shifted in the mid-line plane, so that they come nearest to their
-/// regions in weighted least squares.
+/// are then turned about x and shifted in the mid-line plane so that they come nearest to their regions, in
+/// weighted least squares, and scaled to the same extent. (The scale of least squares is always a little too
+/// small, as part of the distances is chance; step by step, the cloud would shrink into one region.)
 void Improve(Fitted& pose, const std::vector<VgeTVector>& points) {
   double weights = 0, y = 0, z = 0, place_y = 0, place_z = 0, x_to = 0, x_from = 0;
   struct Pull {
@@ -114,7 +128,7 @@ void Improve(Fitted& pose, const std::vector<VgeTVector>& points) {
       const double share = likelihoods[r] / sum;
       const double of_x = share / (deviation[0] * deviation[0]),
                    weight = share / (deviation[1] * deviation[2]);
-      x_to += of_x * std::fabs(p.x) * place[0], x_from += of_x * p.x * p.x;
+      x_to += of_x * place[0] * place[0], x_from += of_x * p.x * p.x;
       weights += weight, y += weight * p.y, z += weight * p.z;
       place_y += weight * place[1], place_z += weight * place[2];
       pulls.push_back({weight, p.y, p.z, place[1], place[2]});
@@ -122,19 +136,20 @@ void Improve(Fitted& pose, const std::vector<VgeTVector>& points) {
   }
   if (!(weights > 0) || !(x_from > 0)) return;
   y /= weights, z /= weights, place_y /= weights, place_z /= weights;
-  double along = 0, across = 0, squares = 0;
+  double along = 0, across = 0, squares = 0, to_squares = 0;
   for (const Pull& pull : pulls) {
     const double from_y = pull.y - y, from_z = pull.z - z, to_y = pull.place_y - place_y,
                  to_z = pull.place_z - place_z;
     along += pull.weight * (from_y * to_y + from_z * to_z);
     across += pull.weight * (from_y * to_z - from_z * to_y);
     squares += pull.weight * (from_y * from_y + from_z * from_z);
+    to_squares += pull.weight * (to_y * to_y + to_z * to_z);
   }
   const double length = std::hypot(along, across);
-  if (!(squares > 0) || !(length > 0)) return;
+  if (!(length > 0)) return;
   constexpr double kMostPerStep = 1.1; // regions change hands slowly
   const double scale =
-      std::clamp(std::sqrt(length / squares * (x_to / x_from)), 1 / kMostPerStep, kMostPerStep);
+      std::clamp(std::sqrt((to_squares + x_to) / (squares + x_from)), 1 / kMostPerStep, kMostPerStep);
   const double c = scale * along / length, s = scale * across / length;
   VgeAMatrix step;
   SetColumn(step, 0, {scale, 0, 0});
@@ -143,6 +158,33 @@ void Improve(Fitted& pose, const std::vector<VgeTVector>& points) {
   SetColumn(step, 3, {0, place_y - (c * y - s * z), place_z - (s * y + c * z)});
   pose.to_face = Product(step, pose.to_face);
   pose.scale *= scale;
+}
+
+/// Makes the mid-line plane that of the counterparts: their mean direction becomes x, the mean of their middles
+/// x = 0.
+void Straighten(Fitted& pose, const std::vector<VgeTVector>& points) {
+  std::vector<VgeTVector> places;
+  for (const VgeTVector& p : points) places.push_back(TransformPoint(pose.to_face, p));
+  const auto counterparts = FindCounterparts(places);
+  VgeTVector across = {0, 0, 0};
+  for (std::size_t i = 0; i < places.size(); ++i)
+    if (const auto other = counterparts[i]; other && places[i].x > places[*other].x) {
+      const VgeTVector way = Difference(places[i], places[*other]);
+      across = {across.x + way.x, across.y + way.y, across.z + way.z};
+    }
+  const VgeTVector x = Unit(across);
+  constexpr double kMostTurn = 0.9; // cosine of 26 degrees: more is no correction
+  if (x.x < kMostTurn) return;
+  const VgeTVector z = Unit(Cross(x, {0, 1, 0, 0})), y = Cross(z, x);
+  double middle = 0, count = 0;
+  for (std::size_t i = 0; i < places.size(); ++i)
+    if (counterparts[i]) middle += Dot(places[i], x), ++count;
+  VgeAMatrix step;
+  SetColumn(step, 0, {x.x, y.x, z.x});
+  SetColumn(step, 1, {x.y, y.y, z.y});
+  SetColumn(step, 2, {x.z, y.z, z.z});
+  SetColumn(step, 3, {-middle / count, 0, 0});
+  pose.to_face = Product(step, pose.to_face);
 }
 
 /// Rows 1 and 2 of the rotation: the face's up and out in the cloud's axes.
@@ -172,9 +214,13 @@ std::optional<FacePose> FindFacePose(const std::vector<VgeTVector>& points) {
     if (alike < static_cast<std::ptrdiff_t>(kMostAlike)) poses.push_back(pose);
   }
   constexpr int kSteps = 20; // the last five change places by less than a tenth of a millimetre
+  constexpr int kRounds = 3; // of straightening: which markers are counterparts settles in two
   for (Fitted& pose : poses) {
-    for (int step = 0; step < kSteps; ++step) Improve(pose, points);
-    pose.sum = SumOfLogarithms(points, pose.to_face);
+    for (int round = 0; round < kRounds; ++round) {
+      for (int step = 0; step < kSteps; ++step) Improve(pose, points);
+      Straighten(pose, points);
+    }
+    Rate(pose, points);
   }
   std::stable_sort(poses.begin(), poses.end(),
                    [](const Fitted& a, const Fitted& b) { return a.sum > b.sum; });

@@ -84,8 +84,10 @@ Face FindFace(const Take& take, const MarkerCloud& cloud) {
                     "the take in another unit?",
                     refused_mm));
   const std::size_t largest = cloud.groups.empty() ? 0 : cloud.groups.front().size();
-  throw NoFace(take, fmt::format("{} near each other, as on a face; a guess needs {} to {}",
-                                 Count(largest, "marker"), kFewestMarkers, Performer::kMostMarkers));
+  throw NoFace(take,
+               fmt::format("the largest group of markers near each other has {}, and a guess needs {} to {} "
+                           "on a face",
+                           largest, kFewestMarkers, Performer::kMostMarkers));
 }
 
 class Guess {
@@ -121,8 +123,10 @@ private:
 
   void RequireOneFace() const {
     constexpr double kNoFace = -1.5, kDistinct = 0.15;
+    constexpr double kSmallest = 0.55,
+                     kLargest = 1.8; // of scales; beyond, it is no human face in millimetres
     const FacePose& pose = face_.pose;
-    if (pose.fit < kNoFace)
+    if (pose.fit < kNoFace || pose.scale < kSmallest || pose.scale > kLargest)
       throw NoFace(take_, fmt::format("{} are near each other, but not where the markers of a face are",
                                       Count(face_.markers.size(), "marker")));
     if (pose.fit - pose.rival_fit < kDistinct)
@@ -131,11 +135,23 @@ private:
   }
 
   void RequireParts(const std::vector<FaceSpot>& spots) const {
-    std::size_t driving = 0;
-    for (const FaceSpot& spot : spots)
-      if (spot.region && DrivesAPart(*spot.region)) driving += spot.points.size();
+    constexpr std::size_t kFewestPairs = 3;
+    constexpr double kMostAlone = 0.4; // of the markers that are near a region
+    std::size_t driving = 0, pairs = 0, alone = 0, near = 0;
+    for (const FaceSpot& spot : spots) {
+      if (!spot.region) continue;
+      near += spot.points.size();
+      if (DrivesAPart(*spot.region)) driving += spot.points.size();
+      if (spot.IsPair())
+        ++pairs;
+      else if (!spot.on_mid_line)
+        ++alone;
+    }
     if (driving * 2 < kFewestMarkers)
       throw NoFace(take_, fmt::format("only {} on parts of the face that move", Count(driving, "marker")));
+    if (pairs < kFewestPairs || static_cast<double>(alone) > kMostAlone * static_cast<double>(near))
+      throw NoFace(take_, fmt::format("too few markers mirror each other: {}, and {} without a counterpart",
+                                      Count(pairs, "pair"), Count(alone, "marker")));
   }
 
   /// The holders of a region on the left and on the right.
@@ -182,7 +198,7 @@ private:
     for (const std::size_t point : spot.points) names.push_back(Name(point));
     if (!spot.doubt.empty()) Doubt(fmt::format("{}", fmt::join(names, ", ")), spot.doubt);
     if (!spot.unused.empty()) {
-      Doubt(fmt::format("{}", fmt::join(names, ", ")), "not used: " + spot.unused);
+      if (spot.between) Doubt(fmt::format("{}", fmt::join(names, ", ")), "not used: " + spot.unused);
       for (const std::string& name : names) guess_.unused.push_back({name, spot.unused});
     } else if (spot.region == kGlabella || spot.region == kJawSide) {
       for (const std::string& name : names)
@@ -314,11 +330,11 @@ private:
   /// The lower lip follows the jaw.
   void DoubtJaw(const VgeTVector& up) {
     const auto& mouth = guess_.performer.holders[kMouth];
-    constexpr double kAgainst = 0;
+    constexpr double kAgainst = -0.2;
     for (const std::string& lip : mouth[kLowerMouthHolder])
       for (const std::string& chin : mouth[kChinHolder]) {
         const auto r = face_.motion.Correlation(*take_.FindMarker(lip), *take_.FindMarker(chin), up);
-        if (!r || *r > kAgainst) continue;
+        if (!r || *r >= kAgainst) continue;
         Doubt(lip + ", " + chin, fmt::format("lower lip and chin move against each other (r = {:.2f})", *r));
         return;
       }

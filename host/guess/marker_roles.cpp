@@ -1,6 +1,6 @@
 #include "host/guess/marker_roles.h"
 
-#include "mien/base/affine.h"
+#include "host/guess/counterparts.h"
 
 #include <fmt/format.h>
 
@@ -67,68 +67,11 @@ bool IsOneOf(const FaceSpot& spot, std::initializer_list<Region> regions) {
   return spot.region && std::find(regions.begin(), regions.end(), *spot.region) != regions.end();
 }
 
-/// Who mirrors whom.
-class Counterparts {
-public:
-  explicit Counterparts(const std::vector<VgeTVector>& places) : places_(places), of_(places.size()) {
-    PairNearest();
-    PairRest();
-  }
-
-  /// The marker itself on the mid-line; nothing for a marker without one.
-  const std::vector<std::optional<std::size_t>>& Of() const { return of_; }
-
-private:
-  static constexpr double kCounterpart_mm = 9;
-
-  double Off(std::size_t a, std::size_t b) const {
-    return Distance({-places_[a].x, places_[a].y, places_[a].z}, places_[b]);
-  }
-
-  void PairNearest() {
-    struct Match {
-      double off;
-      std::size_t a, b;
-    };
-    std::vector<Match> matches;
-    for (std::size_t a = 0; a < places_.size(); ++a)
-      for (std::size_t b = 0; b <= a; ++b)
-        if (const double off = Off(a, b); off < kCounterpart_mm) matches.push_back({off, a, b});
-    std::stable_sort(matches.begin(), matches.end(),
-                     [](const Match& m, const Match& n) { return m.off < n.off; });
-    for (const Match& match : matches)
-      if (!of_[match.a] && !of_[match.b]) Pair(match.a, match.b);
-  }
-
-  void Pair(std::size_t a, std::size_t b) { of_[a] = b, of_[b] = a; }
-
-  /// On an uneven face, the nearest pair of two neighbours may be across: with two markers left, one on each
-  /// side, the two pairs that use them as well are the better ones.
-  void PairRest() {
-    constexpr double kMost_mm = 1.5 * kCounterpart_mm;
-    for (std::size_t a = 0; a < places_.size(); ++a)
-      for (std::size_t b = 0; b < places_.size() && !of_[a]; ++b) {
-        if (of_[b] || places_[a].x * places_[b].x >= 0) continue;
-        for (std::size_t c = 0; c < places_.size(); ++c) { // on the side of a, paired with d
-          if (!of_[c] || *of_[c] == c || places_[c].x * places_[a].x <= 0) continue;
-          const std::size_t d = *of_[c];
-          if (Off(a, d) > kMost_mm || Off(c, b) > kMost_mm) continue;
-          Pair(a, d);
-          Pair(c, b);
-          break;
-        }
-      }
-  }
-
-  const std::vector<VgeTVector>& places_;
-  std::vector<std::optional<std::size_t>> of_;
-};
-
 std::vector<FaceSpot> Paired(const std::vector<VgeTVector>& places) {
-  const Counterparts counterparts(places);
+  const auto counterparts = FindCounterparts(places);
   std::vector<FaceSpot> spots;
   for (std::size_t i = 0; i < places.size(); ++i) {
-    const auto other = counterparts.Of()[i];
+    const auto other = counterparts[i];
     const bool is_pair = other && *other != i;
     if (is_pair && places[i].x < places[*other].x) continue; // with its left one
     FaceSpot spot;
@@ -346,7 +289,11 @@ std::vector<FaceSpot> FindSpots(const std::vector<VgeTVector>& places) {
         if (!open[other] && spots[other].region && SameHolder(*spots[other].region, best)) has_others = true;
       const char* const names[] = {HolderName(best), HolderName(explained[s].other)};
       if (!DrivesAPart(best)) continue; // no part is lost
-      if (has_others) {
+      if (has_others && best == kMouthCorner && SameHolder(explained[s].other, kLowerCheek)) {
+        spot.region = explained[s].other; // a mouth has one corner on a side
+        spot.doubt = fmt::format("taken for the {}; it may be the {}", names[1], names[0]);
+      } else if (has_others) {
+        spot.between = true;
         spot.unused = fmt::format("between {} and {}", names[0], names[1]);
         spot.region.reset();
       } else {

@@ -19,7 +19,8 @@ struct FaceSpot {
 
   std::optional<Region> region; ///< nothing where `unused` says why
   std::string unused;
-  std::string doubt; ///< about its region; empty for none
+  bool between = false; ///< unused because two holders explain it
+  std::string doubt;    ///< about its region; empty for none
 
   bool IsPair() const { return points.size() == 2; }
 };
@@ -27,8 +28,7 @@ struct FaceSpot {
 /// Whether markers of this region drive a part of the face. The others are rigid, or move with no template.
 bool DrivesAPart(Region region);
 
-/// The spots of markers at `places` (the atlas's axes). Counterparts are within 9 mm of each other's mirror
-/// image, or within 14 mm where that pairs two more markers. A spot gets the region that explains it best, then order decides what distance leaves open:
+/// The spots of markers at `places` (the atlas's axes), paired as in counterparts.h. A spot gets the region that explains it best, then order decides what distance leaves open:
 ///
 /// - Of lips and chin, those above the corners of the mouth are the upper lip. Those below are the lower lip
 ///   down to the first gap of 6 mm below the usual lower lip, and the chin from there.
