@@ -51,6 +51,44 @@ std::optional<FaceMotion::Rest> FaceMotion::Of(std::size_t marker) const {
   return Rest{middle, std::sqrt(Quantile(squares, 0.9) / kNineTenths)};
 }
 
+std::optional<VgeTVector> FaceMotion::MedianPlace(std::size_t marker, const std::vector<bool>& use) const {
+  std::vector<double> x, y, z;
+  for (std::size_t i = 0; i < frames_.size(); ++i)
+    if (const auto p = use[i] ? At(i, marker) : std::nullopt)
+      x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
+  if (x.empty()) return std::nullopt;
+  return VgeTVector{Median(x), Median(y), Median(z)};
+}
+
+std::vector<VgeTVector> FaceMotion::PlacesAtTop(const std::vector<std::size_t>& markers,
+                                                const std::vector<std::size_t>& low,
+                                                const VgeTVector& up) const {
+  const std::vector<bool> all(frames_.size(), true);
+  std::vector<double> sums(frames_.size(), 0), counts(frames_.size(), 0);
+  for (const std::size_t marker : low) {
+    const auto middle = MedianPlace(marker, all);
+    for (std::size_t i = 0; middle && i < frames_.size(); ++i)
+      if (const auto p = At(i, marker)) sums[i] += Dot(Difference(*p, *middle), up), ++counts[i];
+  }
+  std::vector<double> heights;
+  for (std::size_t i = 0; i < frames_.size(); ++i)
+    if (counts[i] > 0) heights.push_back(sums[i] / counts[i]);
+  constexpr double kTop = 2.0 / 3;
+  std::vector<bool> at_top(frames_.size(), heights.empty());
+  if (!heights.empty()) {
+    const double least = Quantile(heights, kTop);
+    for (std::size_t i = 0; i < frames_.size(); ++i)
+      at_top[i] = counts[i] > 0 && sums[i] / counts[i] >= least;
+  }
+  std::vector<VgeTVector> places;
+  for (const std::size_t marker : markers) {
+    auto place = MedianPlace(marker, at_top);
+    if (!place) place = MedianPlace(marker, all);
+    places.push_back(place.value_or(VgeTVector{0, 0, 0}));
+  }
+  return places;
+}
+
 std::optional<double> FaceMotion::Correlation(std::size_t a, std::size_t b, const VgeTVector& way) const {
   std::vector<double> of_a, of_b;
   for (std::size_t i = 0; i < frames_.size(); ++i) {

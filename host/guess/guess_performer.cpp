@@ -27,10 +27,10 @@ constexpr std::size_t kBrowHolder = 0;
 
 constexpr std::size_t kFewestMarkers = 10; // fewer have planes of symmetry and poses by chance
 
-/// A group of markers laid onto the average face.
+/// A group of markers and its pose on the average face. FindFace answers places in the atlas's axes.
 struct Face {
   std::vector<std::size_t> markers; ///< indices in the take
-  std::vector<VgeTVector> places;   ///< in the atlas's axes (size: markers)
+  std::vector<VgeTVector> places;   ///< size: markers
   std::vector<double> spread_mm;    ///< size: markers
   FaceMotion motion;
   FacePose pose;
@@ -46,6 +46,29 @@ double Across(const std::vector<VgeTVector>& places) {
 InputError NoFace(const Take& take, const std::string& what) {
   return {Code::Unsolvable, take.file, "", what,
           "write a performer file by hand; docs/file-formats.md describes it"};
+}
+
+/// Up in the face's own frame of motion.
+VgeTVector UpOf(const FacePose& pose) {
+  const auto& m = pose.to_face.m;
+  return Unit({m[0][1], m[1][1], m[2][1], 0});
+}
+
+/// People who speak have their mouths open in most frames, and lips and chin are then not where the atlas has
+/// them: takes the places from frames in which chin and lower lip are high, and the pose from these.
+void CloseMouth(Face& face) {
+  constexpr double kLow_mm = -72, kNearMidLine_mm = 32;
+  std::vector<std::size_t> low;
+  for (std::size_t i = 0; i < face.markers.size(); ++i) {
+    const VgeTVector p = TransformPoint(face.pose.to_face, face.places[i]);
+    if (p.y < kLow_mm && std::fabs(p.x) < kNearMidLine_mm) low.push_back(face.markers[i]);
+  }
+  if (low.empty()) return;
+  std::vector<VgeTVector> places = face.motion.PlacesAtTop(face.markers, low, UpOf(face.pose));
+  const auto pose = FindFacePose(places);
+  if (!pose) return;
+  face.places = std::move(places);
+  face.pose = *pose;
 }
 
 /// The group that looks most like a face.
@@ -73,10 +96,13 @@ Face FindFace(const Take& take, const MarkerCloud& cloud) {
     }
     const auto pose = FindFacePose(places);
     if (!pose || (best && best->pose.fit >= pose->fit)) continue;
-    for (VgeTVector& p : places) p = TransformPoint(pose->to_face, p);
     best.emplace(Face{markers, places, spread_mm, std::move(motion), *pose});
   }
-  if (best) return *std::move(best);
+  if (best) {
+    CloseMouth(*best);
+    for (VgeTVector& p : best->places) p = TransformPoint(best->pose.to_face, p);
+    return *std::move(best);
+  }
   if (refused_mm > 0)
     throw NoFace(
         take,
@@ -312,9 +338,7 @@ private:
       Doubt(
           "",
           "the face hardly moves in this take: only places decided; compare with a take in which it speaks");
-    const VgeTVector up_column = {face_.pose.to_face.m[0][1], face_.pose.to_face.m[1][1],
-                                  face_.pose.to_face.m[2][1], 0};
-    const VgeTVector up = Unit(up_column);
+    const VgeTVector up = UpOf(face_.pose);
     constexpr double kAgainst = -0.3;
     for (const FaceSpot& spot : spots) {
       if (!spot.IsPair() || !spot.region || !DrivesAPart(*spot.region)) continue;

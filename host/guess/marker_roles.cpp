@@ -126,24 +126,26 @@ public:
       if (IsOneOf(spot, {kMouthCorner})) corners += spot.place.y, ++corner_count;
     if (corner_count == 0) return;
     const double corner = corners / corner_count;
-    constexpr double kChinBegins = -81, kGap = 6;
-    double last = 0;
-    bool chin = false;
-    for (std::size_t s = 0; s < spots_.size(); ++s) { // downwards
-      FaceSpot& spot = spots_[s];
-      if (!IsOneOf(spot, lips)) continue;
-      const double y = spot.place.y;
-      if (y > corner) {
-        Settle(s, spot.on_mid_line ? kMiddleUpperLip : kUpperLip);
-        continue;
-      }
-      if (last < 0 && last - y >= kGap && y < kChinBegins) chin = true;
-      if (last == 0 && IsOneOf(spot, {kSideChin, kMiddleChin})) chin = true; // there is no lower lip
-      last = y;
-      if (chin)
-        Settle(s, spot.on_mid_line ? kMiddleChin : kSideChin);
+    std::vector<std::size_t> below; // downwards
+    for (std::size_t s = 0; s < spots_.size(); ++s) {
+      if (!IsOneOf(spots_[s], lips)) continue;
+      if (spots_[s].place.y > corner)
+        Settle(s, spots_[s].on_mid_line ? kMiddleUpperLip : kUpperLip);
       else
-        Settle(s, spot.on_mid_line ? kMiddleLowerLip : kLowerLip);
+        below.push_back(s);
+    }
+    const auto height = [&](std::size_t i) { return spots_[below[i]].place.y; };
+    constexpr double kChinBegins = -81, kGap = 6;
+    std::size_t chin = 1;
+    while (chin < below.size() && !(height(chin - 1) - height(chin) >= kGap && height(chin) < kChinBegins))
+      ++chin;
+    if (chin >= below.size()) return; // a single row: where it is decides
+    for (std::size_t i = 0; i < below.size(); ++i) {
+      const bool on_mid_line = spots_[below[i]].on_mid_line;
+      if (i < chin)
+        Settle(below[i], on_mid_line ? kMiddleLowerLip : kLowerLip);
+      else
+        Settle(below[i], on_mid_line ? kMiddleChin : kSideChin);
     }
   }
 

@@ -31,7 +31,7 @@ bool DrivesAPart(Region region);
 /// The spots of markers at `places` (the atlas's axes), paired as in counterparts.h. A spot gets the region that explains it best, then order decides what distance leaves open:
 ///
 /// - Of lips and chin, those above the corners of the mouth are the upper lip. Those below are the lower lip
-///   down to the first gap of 6 mm below the usual lower lip, and the chin from there.
+///   down to the first gap of 6 mm, and the chin from there, if it is as low as one.
 /// - Where no lower lid was found, but two rigid pairs that may be eye corners have markers above and below
 ///   between them, these are the lids.
 /// - Lids in two rows are the upper and the lower lid. A lower one more than 13 mm from the upper one is a
