@@ -51,24 +51,27 @@ std::optional<FaceMotion::Rest> FaceMotion::Of(std::size_t marker) const {
   return Rest{middle, std::sqrt(Quantile(squares, 0.9) / kNineTenths)};
 }
 
-std::optional<VgeTVector> FaceMotion::MedianPlace(std::size_t marker, const std::vector<bool>& use) const {
+std::optional<VgeTVector> FaceMotion::MedianPlace(std::size_t marker, const std::vector<bool>& use,
+                                                  const VgeAMatrix& to) const {
   std::vector<double> x, y, z;
   for (std::size_t i = 0; i < frames_.size(); ++i)
-    if (const auto p = use[i] ? At(i, marker) : std::nullopt)
-      x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
+    if (const auto p = use[i] ? At(i, marker) : std::nullopt) {
+      const VgeTVector q = TransformPoint(to, *p);
+      x.push_back(q.x), y.push_back(q.y), z.push_back(q.z);
+    }
   if (x.empty()) return std::nullopt;
   return VgeTVector{Median(x), Median(y), Median(z)};
 }
 
 std::vector<VgeTVector> FaceMotion::PlacesAtTop(const std::vector<std::size_t>& markers,
                                                 const std::vector<std::size_t>& low,
-                                                const VgeTVector& up) const {
+                                                const VgeAMatrix& to) const {
   const std::vector<bool> all(frames_.size(), true);
   std::vector<double> sums(frames_.size(), 0), counts(frames_.size(), 0);
   for (const std::size_t marker : low) {
-    const auto middle = MedianPlace(marker, all);
+    const auto middle = MedianPlace(marker, all, to);
     for (std::size_t i = 0; middle && i < frames_.size(); ++i)
-      if (const auto p = At(i, marker)) sums[i] += Dot(Difference(*p, *middle), up), ++counts[i];
+      if (const auto p = At(i, marker)) sums[i] += TransformPoint(to, *p).y - middle->y, ++counts[i];
   }
   std::vector<double> heights;
   for (std::size_t i = 0; i < frames_.size(); ++i)
@@ -82,8 +85,8 @@ std::vector<VgeTVector> FaceMotion::PlacesAtTop(const std::vector<std::size_t>& 
   }
   std::vector<VgeTVector> places;
   for (const std::size_t marker : markers) {
-    auto place = MedianPlace(marker, at_top);
-    if (!place) place = MedianPlace(marker, all);
+    auto place = MedianPlace(marker, at_top, to);
+    if (!place) place = MedianPlace(marker, all, to);
     places.push_back(place.value_or(VgeTVector{0, 0, 0}));
   }
   return places;

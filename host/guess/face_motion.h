@@ -25,11 +25,11 @@ public:
   /// Over all frames. Nothing for a marker that is never visible with the face.
   std::optional<Rest> Of(std::size_t marker) const;
 
-  /// Where these markers are in the median of the frames in which those of `low` are highest along `up`, on
-  /// average: for a jaw, with the mouth closed. That is the highest third of the frames. A marker that none
-  /// of them shows has its median place.
+  /// Where these markers are after the transform `to`, in the median (per axis) of the frames in which those of
+  /// `low` are highest along its y, on average: for a jaw, with the mouth closed. That is the highest third of
+  /// the frames. A marker that none of them shows has the median of all.
   std::vector<VgeTVector> PlacesAtTop(const std::vector<std::size_t>& markers,
-                                      const std::vector<std::size_t>& low, const VgeTVector& up) const;
+                                      const std::vector<std::size_t>& low, const VgeAMatrix& to) const;
 
   /// The correlation of two markers' motion along `way`, in frames that show both; nothing if one of them
   /// moves by less than half a millimetre (standard deviation).
@@ -37,7 +37,8 @@ public:
 
 private:
   std::optional<VgeTVector> At(std::size_t i, std::size_t marker) const;
-  std::optional<VgeTVector> MedianPlace(std::size_t marker, const std::vector<bool>& use) const;
+  std::optional<VgeTVector> MedianPlace(std::size_t marker, const std::vector<bool>& use,
+                                        const VgeAMatrix& to) const;
 
   const Take& take_;
   std::vector<std::size_t> frames_;

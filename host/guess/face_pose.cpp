@@ -213,17 +213,24 @@ std::optional<FacePose> FindFacePose(const std::vector<VgeTVector>& points) {
                                      [&](const Fitted& other) { return !LookAnotherWay(pose, other); });
     if (alike < static_cast<std::ptrdiff_t>(kMostAlike)) poses.push_back(pose);
   }
-  constexpr int kSteps = 20; // the last five change places by less than a tenth of a millimetre
-  constexpr int kRounds = 3; // of straightening: which markers are counterparts settles in two
-  for (Fitted& pose : poses) {
-    for (int round = 0; round < kRounds; ++round) {
+  const auto improve = [&](Fitted& pose, int rounds) {
+    constexpr int kSteps = 20; // the last five change places by less than a tenth of a millimetre
+    for (int round = 0; round < rounds; ++round) {
       for (int step = 0; step < kSteps; ++step) Improve(pose, points);
       Straighten(pose, points);
     }
     Rate(pose, points);
-  }
-  std::stable_sort(poses.begin(), poses.end(),
-                   [](const Fitted& a, const Fitted& b) { return a.sum > b.sum; });
+  };
+  const auto sort = [&] {
+    std::stable_sort(poses.begin(), poses.end(),
+                     [](const Fitted& a, const Fitted& b) { return a.sum > b.sum; });
+  };
+  for (Fitted& pose : poses) improve(pose, 2);
+  sort();
+  // To the end for the best ones, so that it makes no difference where the search began.
+  constexpr std::size_t kBest = 8;
+  for (std::size_t i = 0; i < std::min(kBest, poses.size()); ++i) improve(poses[i], 8);
+  sort();
 
   const auto count = static_cast<double>(points.size());
   const Fitted& best = poses.front();

@@ -44,8 +44,7 @@ double Across(const std::vector<VgeTVector>& places) {
 }
 
 InputError NoFace(const Take& take, const std::string& what) {
-  return {Code::Unsolvable, take.file, "", what,
-          "write a performer file by hand; docs/file-formats.md describes it"};
+  return {Code::Unsolvable, take.file, "", what, "write a performer file by hand (docs/file-formats.md)"};
 }
 
 /// Up in the face's own frame of motion.
@@ -55,20 +54,28 @@ VgeTVector UpOf(const FacePose& pose) {
 }
 
 /// People who speak have their mouths open in most frames, and lips and chin are then not where the atlas has
-/// them: takes the places from frames in which chin and lower lip are high, and the pose from these.
-void CloseMouth(Face& face) {
+/// them: takes the places from frames in which chin and lower lip are high, and the pose from these. The
+/// medians are along the face's own axes, so that those of the take make no difference.
+void CloseMouth(const Take& take, Face& face) {
   constexpr double kLow_mm = -72, kNearMidLine_mm = 32;
   std::vector<std::size_t> low;
   for (std::size_t i = 0; i < face.markers.size(); ++i) {
     const VgeTVector p = TransformPoint(face.pose.to_face, face.places[i]);
     if (p.y < kLow_mm && std::fabs(p.x) < kNearMidLine_mm) low.push_back(face.markers[i]);
   }
-  if (low.empty()) return;
-  std::vector<VgeTVector> places = face.motion.PlacesAtTop(face.markers, low, UpOf(face.pose));
+  VgeAMatrix unscaled = face.pose.to_face;
+  for (int column = 0; column < 4; ++column) {
+    const VgeTVector c = Column(unscaled, column);
+    const double scale = face.pose.scale;
+    SetColumn(unscaled, column, {c.x / scale, c.y / scale, c.z / scale});
+  }
+  const std::vector<VgeTVector> places = face.motion.PlacesAtTop(face.markers, low, unscaled);
   const auto pose = FindFacePose(places);
-  if (!pose) return;
-  face.places = std::move(places);
+  if (!pose) throw NoFace(take, "the markers on the face have no plane of symmetry");
   face.pose = *pose;
+  face.pose.to_face = Product(pose->to_face, unscaled);
+  face.places.clear();
+  for (const VgeTVector& p : places) face.places.push_back(TransformPoint(pose->to_face, p));
 }
 
 /// The group that looks most like a face.
@@ -99,8 +106,7 @@ Face FindFace(const Take& take, const MarkerCloud& cloud) {
     best.emplace(Face{markers, places, spread_mm, std::move(motion), *pose});
   }
   if (best) {
-    CloseMouth(*best);
-    for (VgeTVector& p : best->places) p = TransformPoint(best->pose.to_face, p);
+    CloseMouth(take, *best);
     return *std::move(best);
   }
   if (refused_mm > 0)
@@ -164,10 +170,17 @@ private:
     constexpr std::size_t kFewestPairs = 3;
     constexpr double kMostAlone = 0.4; // of the markers that are near a region
     std::size_t driving = 0, pairs = 0, alone = 0, near = 0;
+    bool has_upper = false, has_lower = false;
     for (const FaceSpot& spot : spots) {
       if (!spot.region) continue;
       near += spot.points.size();
-      if (DrivesAPart(*spot.region)) driving += spot.points.size();
+      if (DrivesAPart(*spot.region)) {
+        driving += spot.points.size();
+        const Region region = *spot.region;
+        const bool is_upper = region == kInnerBrow || region == kMiddleBrow || region == kOuterBrow ||
+                              region == kUpperLid || region == kLowerLid;
+        (is_upper ? has_upper : has_lower) = true;
+      }
       if (spot.IsPair())
         ++pairs;
       else if (!spot.on_mid_line)
@@ -175,6 +188,9 @@ private:
     }
     if (driving * 2 < kFewestMarkers)
       throw NoFace(take_, fmt::format("only {} on parts of the face that move", Count(driving, "marker")));
+    if (!has_upper || !has_lower)
+      throw NoFace(take_, has_upper ? "no marker on the mouth, the cheeks or the nostrils"
+                                    : "no marker on the brows or the eyes");
     if (pairs < kFewestPairs || static_cast<double>(alone) > kMostAlone * static_cast<double>(near))
       throw NoFace(take_, fmt::format("too few markers mirror each other: {}, and {} without a counterpart",
                                       Count(pairs, "pair"), Count(alone, "marker")));
@@ -267,12 +283,12 @@ private:
   /// Markers near the face that drive no part, above the mouth: shoulders may hold as still as a cap.
   void ChooseHead(const std::vector<FaceSpot>& spots) {
     constexpr double kLowest_mm = -50, kFurthest_mm = 250, kMostSpread_mm = 6;
-    std::vector<HeadCandidate> candidates;
+    std::vector<std::size_t> candidates;
     const auto consider = [&](std::size_t marker) {
       const auto rest = face_.motion.Of(marker);
       if (!rest || rest->spread_mm > kMostSpread_mm) return;
       const VgeTVector p = TransformPoint(face_.pose.to_face, rest->place);
-      if (p.y > kLowest_mm && Length(p) < kFurthest_mm) candidates.push_back({marker, rest->spread_mm});
+      if (p.y > kLowest_mm && Length(p) < kFurthest_mm) candidates.push_back(marker);
     };
     for (const FaceSpot& spot : spots)
       for (const std::size_t point : spot.points)
@@ -282,10 +298,6 @@ private:
       for (const std::size_t marker : group)
         if (std::find(face_.markers.begin(), face_.markers.end(), marker) == face_.markers.end())
           consider(marker);
-    // In an order of their own: that of the take's markers must make no difference.
-    std::stable_sort(
-        candidates.begin(), candidates.end(),
-        [](const HeadCandidate& a, const HeadCandidate& b) { return a.spread_mm < b.spread_mm; });
     std::vector<std::size_t> head = ChooseHeadMarkers(take_, candidates);
     if (head.size() < 3) {
       head.clear();

@@ -7,14 +7,9 @@
 
 namespace mien {
 
-/// A marker that may move with the skull, and how far it strays from the face's rigid part, per axis.
-struct HeadCandidate {
-  std::size_t marker; ///< index in the take
-  double spread_mm;
-};
-
-/// Up to five of the candidates: those that hold still relative to each other, far apart rather than close
-/// together, the stillest first. Fewer than three if no three do.
-std::vector<std::size_t> ChooseHeadMarkers(const Take& take, const std::vector<HeadCandidate>& candidates);
+/// Up to five of these markers (indices) that are rigid relative to each other: the distance between any two
+/// of them hardly changes over the take. A cap and skin that slides below it do not mix. Markers that are
+/// far apart are preferred to close ones. Fewer than three if no three are rigid.
+std::vector<std::size_t> ChooseHeadMarkers(const Take& take, const std::vector<std::size_t>& candidates);
 
 } // namespace mien

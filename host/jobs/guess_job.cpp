@@ -1,5 +1,6 @@
 #include "host/jobs/guess_job.h"
 
+#include "host/base/error.h"
 #include "host/files/mapped_file.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
@@ -8,7 +9,29 @@
 #include "host/performer/neutral_head.h"
 #include "host/performer/performer_file.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
 namespace mien {
+
+namespace {
+
+/// Landmarks of trackers are known by their names, and are too many to be found by their places.
+void RefuseKnownMarkers(const Take& take) {
+  for (const std::string& name : BuiltInPerformers()) {
+    const std::vector<std::string> markers = LoadPerformer(name).Markers();
+    if (std::all_of(markers.begin(), markers.end(),
+                    [&](const std::string& marker) { return take.FindMarker(marker).has_value(); }))
+      throw InputError(Code::Unsolvable, take.file, "",
+                       fmt::format("its markers are those of the built-in performer {}", name),
+                       fmt::format("use --performer {}", name));
+  }
+}
+
+} // namespace
 
 PerformerGuess Run(const GuessJob& job, const JobProgress& progress) {
   RefuseOverwriting(job.output, job.take, "the take");
@@ -17,6 +40,7 @@ PerformerGuess Run(const GuessJob& job, const JobProgress& progress) {
   const Take take =
       ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
+  RefuseKnownMarkers(take);
   PerformerGuess guess = GuessPerformer(take);
   if (!job.name.empty()) guess.performer.name = job.name;
   const auto rigid = LearnRigidHead(take, guess.performer);
