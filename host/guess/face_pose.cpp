@@ -17,6 +17,8 @@ namespace {
 
 constexpr double kElsewhere = 0.01; // the likelihood of a marker that is on no region of the atlas
 
+constexpr int kToTheEnd = 8; // rounds
+
 struct Fitted {
   VgeAMatrix to_face;
   double scale = 1;
@@ -50,7 +52,7 @@ VgeAMatrix Placed(const Axes& axes, double scale, const VgeTVector& centre, cons
 /// All directions of up and out in a plane of symmetry, beginning with that of the point in it that is furthest
 /// from the middle: so a turned cloud gets the same, turned.
 std::vector<Axes> AxesIn(const SymmetryPlane& plane, const std::vector<VgeTVector>& points) {
-  constexpr int kTurns = 48; // 7.5 degrees apart; the fit turns a pose by more
+  constexpr int kTurns = 36; // 10 degrees apart; the fit turns a pose by more
   const VgeTVector& n = plane.normal;
   VgeTVector middle = {0, 0, 0};
   const double share = 1 / static_cast<double>(points.size());
@@ -111,7 +113,7 @@ std::vector<Fitted> CoarsePoses(const std::vector<VgeTVector>& points) {
 /// are then turned about x and shifted in the mid-line plane so that they come nearest to their regions, in
 /// weighted least squares, and scaled to the same extent. (The scale of least squares is always a little too
 /// small, as part of the distances is chance; step by step, the cloud would shrink into one region.)
-void Improve(Fitted& pose, const std::vector<VgeTVector>& points) {
+void Step(Fitted& pose, const std::vector<VgeTVector>& points) {
   double weights = 0, y = 0, z = 0, place_y = 0, place_z = 0, x_to = 0, x_from = 0;
   struct Pull {
     double weight, y, z, place_y, place_z;
@@ -187,6 +189,15 @@ void Straighten(Fitted& pose, const std::vector<VgeTVector>& points) {
   pose.to_face = Product(step, pose.to_face);
 }
 
+void Improve(Fitted& pose, const std::vector<VgeTVector>& points, int rounds) {
+  constexpr int kSteps = 20; // the last five change places by less than a tenth of a millimetre
+  for (int round = 0; round < rounds; ++round) {
+    for (int step = 0; step < kSteps; ++step) Step(pose, points);
+    Straighten(pose, points);
+  }
+  Rate(pose, points);
+}
+
 /// Rows 1 and 2 of the rotation: the face's up and out in the cloud's axes.
 VgeTVector Row(const Fitted& pose, int row) {
   const auto& m = pose.to_face.m;
@@ -213,23 +224,15 @@ std::optional<FacePose> FindFacePose(const std::vector<VgeTVector>& points) {
                                      [&](const Fitted& other) { return !LookAnotherWay(pose, other); });
     if (alike < static_cast<std::ptrdiff_t>(kMostAlike)) poses.push_back(pose);
   }
-  const auto improve = [&](Fitted& pose, int rounds) {
-    constexpr int kSteps = 20; // the last five change places by less than a tenth of a millimetre
-    for (int round = 0; round < rounds; ++round) {
-      for (int step = 0; step < kSteps; ++step) Improve(pose, points);
-      Straighten(pose, points);
-    }
-    Rate(pose, points);
-  };
   const auto sort = [&] {
     std::stable_sort(poses.begin(), poses.end(),
                      [](const Fitted& a, const Fitted& b) { return a.sum > b.sum; });
   };
-  for (Fitted& pose : poses) improve(pose, 2);
+  for (Fitted& pose : poses) Improve(pose, points, 2);
   sort();
   // To the end for the best ones, so that it makes no difference where the search began.
   constexpr std::size_t kBest = 8;
-  for (std::size_t i = 0; i < std::min(kBest, poses.size()); ++i) improve(poses[i], 8);
+  for (std::size_t i = 0; i < std::min(kBest, poses.size()); ++i) Improve(poses[i], points, kToTheEnd);
   sort();
 
   const auto count = static_cast<double>(points.size());
@@ -238,6 +241,12 @@ std::optional<FacePose> FindFacePose(const std::vector<VgeTVector>& points) {
                                   [&](const Fitted& pose) { return LookAnotherWay(pose, best); });
   return FacePose{best.to_face, best.scale, best.sum / count,
                   rival == poses.end() ? std::log(kElsewhere) : rival->sum / count};
+}
+
+FacePose ImproveFacePose(const std::vector<VgeTVector>& points, const FacePose& pose) {
+  Fitted fitted = {pose.to_face, pose.scale};
+  Improve(fitted, points, kToTheEnd);
+  return {fitted.to_face, fitted.scale, fitted.sum / static_cast<double>(points.size()), pose.rival_fit};
 }
 
 } // namespace mien

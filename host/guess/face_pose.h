@@ -25,4 +25,7 @@ struct FacePose {
 /// millimetres. Nothing if they have no plane of symmetry.
 std::optional<FacePose> FindFacePose(const std::vector<VgeTVector>& points);
 
+/// The same for slightly other points, near a pose that was found; the rival's fit is kept.
+FacePose ImproveFacePose(const std::vector<VgeTVector>& points, const FacePose& pose);
+
 } // namespace mien

@@ -56,7 +56,7 @@ VgeTVector UpOf(const FacePose& pose) {
 /// People who speak have their mouths open in most frames, and lips and chin are then not where the atlas has
 /// them: takes the places from frames in which chin and lower lip are high, and the pose from these. The
 /// medians are along the face's own axes, so that those of the take make no difference.
-void CloseMouth(const Take& take, Face& face) {
+void CloseMouth(Face& face) {
   constexpr double kLow_mm = -72, kNearMidLine_mm = 32;
   std::vector<std::size_t> low;
   for (std::size_t i = 0; i < face.markers.size(); ++i) {
@@ -70,12 +70,18 @@ void CloseMouth(const Take& take, Face& face) {
     SetColumn(unscaled, column, {c.x / scale, c.y / scale, c.z / scale});
   }
   const std::vector<VgeTVector> places = face.motion.PlacesAtTop(face.markers, low, unscaled);
-  const auto pose = FindFacePose(places);
-  if (!pose) throw NoFace(take, "the markers on the face have no plane of symmetry");
-  face.pose = *pose;
-  face.pose.to_face = Product(pose->to_face, unscaled);
+  FacePose pose = face.pose;
+  for (int axis = 0; axis < 3; ++axis) {
+    VgeTVector column = {0, 0, 0, 0};
+    (axis == 0 ? column.x : axis == 1 ? column.y : column.z) = pose.scale;
+    SetColumn(pose.to_face, axis, column);
+  }
+  SetColumn(pose.to_face, 3, {0, 0, 0});
+  pose = ImproveFacePose(places, pose);
+  face.pose = pose;
+  face.pose.to_face = Product(pose.to_face, unscaled);
   face.places.clear();
-  for (const VgeTVector& p : places) face.places.push_back(TransformPoint(pose->to_face, p));
+  for (const VgeTVector& p : places) face.places.push_back(TransformPoint(pose.to_face, p));
 }
 
 /// The group that looks most like a face.
@@ -106,7 +112,7 @@ Face FindFace(const Take& take, const MarkerCloud& cloud) {
     best.emplace(Face{markers, places, spread_mm, std::move(motion), *pose});
   }
   if (best) {
-    CloseMouth(take, *best);
+    CloseMouth(*best);
     return *std::move(best);
   }
   if (refused_mm > 0)
@@ -290,15 +296,24 @@ private:
       const VgeTVector p = TransformPoint(face_.pose.to_face, rest->place);
       if (p.y > kLowest_mm && Length(p) < kFurthest_mm) candidates.push_back(marker);
     };
+    std::vector<std::size_t> tips; // of the nose, which follow the upper lip
     for (const FaceSpot& spot : spots)
       for (const std::size_t point : spot.points)
-        if (!used_[face_.markers[point]] && (!spot.region || *spot.region != kGlabella))
-          consider(face_.markers[point]);
+        if (const std::size_t marker = face_.markers[point]; !used_[marker]) {
+          if (spot.region == kNoseTip)
+            tips.push_back(marker);
+          else if (spot.region != kGlabella)
+            consider(marker);
+        }
     for (const auto& group : cloud_.groups)
       for (const std::size_t marker : group)
         if (std::find(face_.markers.begin(), face_.markers.end(), marker) == face_.markers.end())
           consider(marker);
     std::vector<std::size_t> head = ChooseHeadMarkers(take_, candidates);
+    if (head.size() < 3) {
+      for (const std::size_t tip : tips) consider(tip);
+      head = ChooseHeadMarkers(take_, candidates);
+    }
     if (head.size() < 3) {
       head.clear();
       Doubt("", "no three markers that move with the skull alone: the head's motion is not removed; put "

@@ -37,6 +37,14 @@ public:
       }
   }
 
+  /// The largest of two markers that are ever visible together; 0 for none.
+  double Largest() const {
+    double largest = 0;
+    for (const double median : median_mm_)
+      if (std::isfinite(median)) largest = std::max(largest, median);
+    return largest;
+  }
+
   double Between(std::size_t i, std::size_t j) const { return median_mm_[i * count_ + j]; }
 
 private:
@@ -83,6 +91,12 @@ MarkerCloud FindMarkerCloud(const Take& take) {
                      fmt::format("a guess takes {} at most; export the face's markers alone", kMost));
 
   const Distances distances(take, usable);
+  constexpr double kNoFace_mm = 40; // an infant's lips alone are as wide
+  if (usable.size() > 2 && distances.Largest() < kNoFace_mm)
+    throw InputError(
+        Code::Unsolvable, take.file, "",
+        fmt::format("all markers are within {:.3g} mm; is the take in another unit?", distances.Largest()),
+        "export the take again in millimetres");
   constexpr double kSamePlace_mm = 0.5; // markers have a size: two of them cannot be so close
   std::vector<bool> taken(usable.size(), false);
   for (std::size_t i = 0; i < usable.size(); ++i)

@@ -31,7 +31,8 @@ struct MarkerCloud {
   std::vector<UnusedMarker> unused;
 };
 
-/// Throws InputError if no marker is ever visible, or if more than a thousand are visible often.
+/// Throws InputError if no marker is ever visible, if more than a thousand are visible often, or if all are
+/// within 40 mm, as in a take in another unit.
 MarkerCloud FindMarkerCloud(const Take& take);
 
 } // namespace mien

@@ -98,10 +98,11 @@ std::vector<SymmetryPlane> FindSymmetryPlanes(const std::vector<VgeTVector>& poi
                    [](const Candidate& a, const Candidate& b) { return a.symmetry > b.symmetry; });
 
   constexpr std::size_t kMost = 4;
+  constexpr double kLeast = 0.6; // of the best one's symmetry
   constexpr double kSame = 0.97; // cosine of 14 degrees
   std::vector<SymmetryPlane> found;
   for (const Candidate& candidate : candidates) {
-    if (found.size() == kMost) break;
+    if (found.size() == kMost || candidate.symmetry < kLeast * candidates.front().symmetry) break;
     if (std::none_of(found.begin(), found.end(), [&](const SymmetryPlane& plane) {
           return std::fabs(Dot(plane.normal, candidate.plane.normal)) > kSame;
         }))

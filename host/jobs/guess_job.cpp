@@ -21,14 +21,19 @@ namespace {
 
 /// Landmarks of trackers are known by their names, and are too many to be found by their places.
 void RefuseKnownMarkers(const Take& take) {
+  std::string known;
+  std::size_t most = 0;
   for (const std::string& name : BuiltInPerformers()) {
     const std::vector<std::string> markers = LoadPerformer(name).Markers();
-    if (std::all_of(markers.begin(), markers.end(),
-                    [&](const std::string& marker) { return take.FindMarker(marker).has_value(); }))
-      throw InputError(Code::Unsolvable, take.file, "",
-                       fmt::format("its markers are those of the built-in performer {}", name),
-                       fmt::format("use --performer {}", name));
+    if (markers.size() > most && std::all_of(markers.begin(), markers.end(), [&](const std::string& marker) {
+          return take.FindMarker(marker).has_value();
+        }))
+      known = name, most = markers.size();
   }
+  if (most > 0)
+    throw InputError(Code::Unsolvable, take.file, "",
+                     fmt::format("its markers are those of the built-in performer {}", known),
+                     fmt::format("use --performer {}", known));
 }
 
 } // namespace

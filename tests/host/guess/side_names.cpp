@@ -12,7 +12,7 @@ TEST(SideNames, AWordStatesTheSide) {
 }
 
 TEST(SideNames, LettersInOtherWordsStateNone) {
-  for (const char* name : {"", "*12", "uname*3", "Lcheek", "Chin", "Lip", "section1-2", "LandR", "leftright"})
+  for (const char* name : {"", "*12", "uname*3", "Lcheek", "Chin", "Lip", "section1-2", "Land", "leftright"})
     EXPECT_EQ(SideInName(name), 0) << name;
 }
 
