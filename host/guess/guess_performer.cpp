@@ -133,6 +133,7 @@ public:
   Guess(const Take& take, const MarkerCloud& cloud, Face face)
       : take_(take), cloud_(cloud), face_(std::move(face)) {
     used_.assign(take.MarkerCount(), false);
+    may_be_head_ = used_;
     guess_.unused = cloud.unused;
   }
 
@@ -294,7 +295,8 @@ private:
       const auto rest = face_.motion.Of(marker);
       if (!rest || rest->spread_mm > kMostSpread_mm) return;
       const VgeTVector p = TransformPoint(face_.pose.to_face, rest->place);
-      if (p.y > kLowest_mm && Length(p) < kFurthest_mm) candidates.push_back(marker);
+      if (p.y > kLowest_mm && Length(p) < kFurthest_mm)
+        candidates.push_back(marker), may_be_head_[marker] = true;
     };
     std::vector<std::size_t> tips; // of the nose, which follow the upper lip
     for (const FaceSpot& spot : spots)
@@ -411,8 +413,9 @@ private:
         continue;
       const bool on_face =
           std::find(face_.markers.begin(), face_.markers.end(), marker) != face_.markers.end();
-      guess_.unused.push_back({name, on_face ? "drives no part, and is not among the five that hold stillest"
-                                             : "not near the face, or not rigid with it"});
+      guess_.unused.push_back({name, on_face || may_be_head_[marker]
+                                         ? "drives no part, and other markers suit the head better"
+                                         : "not near the face, or not rigid with it"});
     }
     std::sort(guess_.unused.begin(), guess_.unused.end(),
               [](const UnusedMarker& a, const UnusedMarker& b) { return a.marker < b.marker; });
@@ -421,7 +424,7 @@ private:
   const Take& take_;
   const MarkerCloud& cloud_;
   Face face_;
-  std::vector<bool> used_; // by the take's markers
+  std::vector<bool> used_, may_be_head_; // by the take's markers
   PerformerGuess guess_;
 };
 

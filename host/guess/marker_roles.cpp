@@ -9,6 +9,7 @@
 #include <cmath>
 #include <initializer_list>
 #include <limits>
+#include <utility>
 
 namespace mien {
 
@@ -241,6 +242,34 @@ private:
   std::vector<bool> settled_;    // by order rather than by distance
 };
 
+/// What is between two holders (`open`).
+void SettleOpen(std::vector<FaceSpot>& spots, const std::vector<Explained>& explained,
+                const std::vector<bool>& open) {
+  const auto has_another = [&](Region region) {
+    for (std::size_t s = 0; s < spots.size(); ++s)
+      if (!open[s] && spots[s].region && SameHolder(*spots[s].region, region)) return true;
+    return false;
+  };
+  for (std::size_t s = 0; s < spots.size(); ++s) {
+    if (!open[s]) continue;
+    FaceSpot& spot = spots[s];
+    Region region = explained[s].best, other = explained[s].other;
+    // A mouth has one corner on a side, and cheeks have many markers.
+    if (region == kMouthCorner && SameHolder(other, kLowerCheek) && has_another(kMouthCorner))
+      std::swap(region, other);
+    const bool is_beside_corner =
+        SameHolder(region, kLowerCheek) && other == kMouthCorner && has_another(kMouthCorner);
+    if (has_another(region) && !is_beside_corner) {
+      spot.between = true;
+      spot.unused = fmt::format("between {} and {}", HolderName(region), HolderName(other));
+      spot.region.reset();
+    } else {
+      spot.region = region;
+      spot.doubt = fmt::format("taken for the {}; it may be the {}", HolderName(region), HolderName(other));
+    }
+  }
+}
+
 } // namespace
 
 bool DrivesAPart(Region region) {
@@ -275,34 +304,14 @@ std::vector<FaceSpot> FindSpots(const std::vector<VgeTVector>& places) {
   rows.SplitLipsAndChin();
   rows.FindLids();
 
-  std::vector<bool> open(spots.size(), false); // between two holders
-  for (std::size_t s = 0; s < spots.size(); ++s)
+  std::vector<bool> open(spots.size(), false);
+  for (std::size_t s = 0; s < spots.size(); ++s) {
+    if (!spots[s].region) spots[s].unused = "far from every part of the face";
     open[s] = spots[s].region && !rows.IsSettled(s) && spots[s].region == explained[s].best &&
               explained[s].other_likelihood > kNearlyAsWell * explained[s].likelihood &&
-              (DrivesAPart(explained[s].best) || DrivesAPart(explained[s].other));
-  for (std::size_t s = 0; s < spots.size(); ++s) {
-    FaceSpot& spot = spots[s];
-    if (!spot.region) {
-      spot.unused = "far from every part of the face";
-    } else if (open[s]) {
-      const Region best = *spot.region;
-      bool has_others = false;
-      for (std::size_t other = 0; other < spots.size(); ++other)
-        if (!open[other] && spots[other].region && SameHolder(*spots[other].region, best)) has_others = true;
-      const char* const names[] = {HolderName(best), HolderName(explained[s].other)};
-      if (!DrivesAPart(best)) continue; // no part is lost
-      if (has_others && best == kMouthCorner && SameHolder(explained[s].other, kLowerCheek)) {
-        spot.region = explained[s].other; // a mouth has one corner on a side
-        spot.doubt = fmt::format("taken for the {}; it may be the {}", names[1], names[0]);
-      } else if (has_others) {
-        spot.between = true;
-        spot.unused = fmt::format("between {} and {}", names[0], names[1]);
-        spot.region.reset();
-      } else {
-        spot.doubt = fmt::format("taken for the {}; it may be the {}", names[0], names[1]);
-      }
-    }
+              DrivesAPart(explained[s].best);
   }
+  SettleOpen(spots, explained, open);
   return spots;
 }
 

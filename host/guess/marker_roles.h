@@ -37,8 +37,8 @@ bool DrivesAPart(Region region);
 /// - Lids in two rows are the upper and the lower lid. A lower one more than 13 mm from the upper one is a
 ///   cheek: an open eye is not that high.
 ///
-/// A spot that two holders explain nearly as well is left out if the better one has other markers. Whether it
-/// is or not, it has a doubt.
+/// A spot that two holders explain nearly as well is left out if the better one has other markers; between a
+/// cheek and a corner of the mouth that has another marker, it is on the cheek. Either has a doubt.
 std::vector<FaceSpot> FindSpots(const std::vector<VgeTVector>& places);
 
 } // namespace mien

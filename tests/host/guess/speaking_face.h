@@ -79,6 +79,8 @@ inline mien::NeutralPose SpeakingFace(std::size_t f) {
     face["LidLow" + side].y += 0.1 * blink + smile;
     for (const char* name : {"BrowIn", "BrowMid", "BrowOut"}) face[name + side].y += brows;
   }
+  face["NoseRoot"].y += 0.4 * brows;
+  face["NoseTip"].y += smile;
   return face;
 }
 
