@@ -45,7 +45,7 @@ void SaveGuess(const GuessJob& job, Output& output) {
     for (const Note& doubt : guess.doubts) output.Remark(doubt, job.take);
     return;
   }
-  output.Print(ToText(guess));
+  if (!output.quiet) output.Print(ToText(guess));
   output.Line("wrote", job.output);
 }
 
