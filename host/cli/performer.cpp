@@ -74,7 +74,7 @@ void AddPerformerCommand(Command& mien) {
       "check them, and edit the file. The neutral face is then only saved for frames that --neutral names.");
   command.Example("mien performer take.csv --performer landmarks68 --name Ada -o ada.json");
   command.Example("mien solve other.csv --performer ada.json -o weights.csv");
-  command.Example("mien performer --guess take.c3d -o guess.json");
+  command.Example("mien performer --guess markers.csv -o guess.json");
   auto options = std::make_shared<PerformerOptions>();
   PerformerJob& job = options->job;
   command.Add(TakeArgument(), job.take);

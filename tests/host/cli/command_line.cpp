@@ -293,6 +293,7 @@ TEST_F(Command, NeutralFramesMayHaveNumbersBelowZero) {
 TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
   Save("other.csv", take_);
   Save("head.glb", ReadFile(kSamples / "head.glb"));
+  Save("markers.csv", ReadFile(kSamples / "markers.csv"));
   std::vector<Arguments> commands = {{}}; // mien itself; each help adds the commands that it lists
   for (std::size_t i = 0; i < commands.size(); ++i) {
     const Arguments command = commands[i];
