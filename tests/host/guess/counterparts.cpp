@@ -24,9 +24,9 @@ TEST(Counterparts, TheOrderOfPointsMakesNoDifference) {
             (Counterparts{2, 3, 0, 1, 4}));
 }
 
-// The nearest mirror image of the left lower one is the right upper one: only together do they match.
+// The nearest pair is across: the left upper one and the right lower one. It would leave the others alone.
 TEST(Counterparts, NeighboursOnAnUnevenFaceArePairedInOrder) {
-  EXPECT_EQ(FindCounterparts({{45, 44, 0}, {35, 32, 0}, {-41, 48, 0}, {-33, 40, 0}}),
+  EXPECT_EQ(FindCounterparts({{33, 12, 0}, {25.5, 7, 0}, {-38, 13.5, 0}, {-30, 8.7, 0}}),
             (Counterparts{2, 3, 0, 1}));
 }
 

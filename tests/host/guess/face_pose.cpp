@@ -13,6 +13,7 @@
 using mien::FaceAtlas;
 using mien::FacePose;
 using mien::FindFacePose;
+using mien::ImproveFacePose;
 
 namespace {
 
@@ -69,4 +70,13 @@ TEST(FacePose, ATurnedCloudGetsTheSamePlaces) {
 TEST(FacePose, PointsOnALineHaveNone) {
   EXPECT_FALSE(FindFacePose({}));
   EXPECT_FALSE(FindFacePose({{0, 0, 0}, {30, 0, 0}, {60, 0, 0}, {90, 0, 0}}));
+}
+
+TEST(FacePose, ATiltedPlaneIsStraightenedByThePairs) {
+  const std::vector<VgeTVector> points = AtlasPlaces();
+  FacePose tilted;
+  tilted.to_face = tests::Motion({0, 4, 5}, {3, 0, 0});
+  const FacePose improved = ImproveFacePose(points, tilted);
+  for (std::size_t i = 0; i < points.size(); ++i)
+    EXPECT_NEAR(mien::TransformPoint(improved.to_face, points[i]).x, improved.scale * points[i].x, 0.01) << i;
 }

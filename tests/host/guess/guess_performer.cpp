@@ -133,6 +133,20 @@ TEST(GuessPerformer, AMillimetreOfNoiseMakesNoDifference) {
   EXPECT_EQ(GuessPerformer(SpeakingTake({}, 1)).performer.holders, SpeakingPerformer().holders);
 }
 
+TEST(GuessPerformer, AMouthThatIsMostlyOpenIsComparedWhileItIsShut) {
+  Take take(AllBut({"ChinL", "ChinMid", "ChinR"}));
+  for (std::size_t f = 0; f < 150; ++f) {
+    mien::NeutralPose face = tests::SpeakingFace(f);
+    for (const char* lip : {"LipLowL", "LipLowMid", "LipLowR"})
+      face[lip].y = tests::RestingFace().at(lip).y - (f % 10 < 7 ? 16 : 0);
+    tests::Film(take, face, tests::SpeakingHead(f));
+  }
+  const Performer performer = GuessPerformer(take).performer;
+  const auto& mouth = performer.holders[0];
+  EXPECT_THAT(mouth[2], ElementsAre("LipLowL", "LipLowMid", "LipLowR"));
+  EXPECT_THAT(mouth[4], IsEmpty());
+}
+
 TEST(GuessPerformer, AMarkerThatIsOftenHiddenIsUsedAndDoubted) {
   Take take = SpeakingTake();
   for (std::size_t f = 0; f < 90; ++f) take.Clear(f, *take.FindMarker("CheekUpL"));
