@@ -12,6 +12,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace mien {
 
@@ -19,6 +22,7 @@ namespace {
 
 struct PerformerOptions {
   PerformerJob job;
+  std::optional<std::string> performer;
   bool guess = false;
 };
 
@@ -50,16 +54,18 @@ void SaveGuess(const GuessJob& job, Output& output) {
 }
 
 void SaveEither(const PerformerOptions& options, Output& output) {
-  const PerformerJob& job = options.job;
+  PerformerJob job = options.job;
   output.RequireFreeStandardOutput(job.output);
-  if (options.guess == !job.performer.empty())
+  if (options.guess == options.performer.has_value())
     throw UsageError("performer", options.guess
                                       ? "--guess finds the markers itself; leave out one of the two"
                                       : "it is required, or --guess, which finds the markers itself");
-  if (options.guess)
+  if (options.guess) {
     SaveGuess({job.take, job.output, job.name, job.reading, job.neutral}, output);
-  else
+  } else {
+    job.performer = *options.performer;
     Save(job, output);
+  }
 }
 
 } // namespace
@@ -80,7 +86,7 @@ void AddPerformerCommand(Command& mien) {
   command.Add(TakeArgument(), job.take);
   Command::Option performer = PerformerOption("The markers");
   performer.required = false;
-  command.Add(performer, job.performer);
+  command.Add(performer, options->performer);
   command.AddFlag({.names = "--guess", .help = "Find the markers of the head and of each part in the take"},
                   options->guess);
   command.Add(JsonOutputOption("The performer file to write"), job.output);

@@ -245,18 +245,20 @@ private:
     }
     std::vector<std::string> names;
     for (const std::size_t point : spot.points) names.push_back(Name(point));
-    if (!spot.doubt.empty()) Doubt(fmt::format("{}", fmt::join(names, ", ")), spot.doubt);
-    if (!spot.unused.empty()) {
-      if (spot.between) Doubt(fmt::format("{}", fmt::join(names, ", ")), "not used: " + spot.unused);
-      for (const std::string& name : names) guess_.unused.push_back({name, spot.unused});
-    } else if (spot.region == kGlabella || spot.region == kJawSide) {
-      for (const std::string& name : names)
-        guess_.unused.push_back({name, spot.region == kGlabella
-                                           ? "between the brows, where no template is measured"
-                                           : "on the side of the jaw, where no template is measured"});
-    } else if (spot.points.size() == 1 && !spot.on_mid_line && DrivesAPart(*spot.region)) {
-      Doubt(names.front(), "has no counterpart on the other side of the face");
-    }
+    const std::string all = fmt::format("{}", fmt::join(names, ", "));
+    const auto leave_out = [&](const std::string& why) {
+      for (const std::string& name : names) guess_.unused.push_back({name, why});
+    };
+    if (!spot.doubt.empty()) Doubt(all, spot.doubt);
+    if (spot.between) Doubt(all, "not used: " + spot.unused);
+    if (!spot.region)
+      leave_out(spot.unused);
+    else if (*spot.region == kGlabella)
+      leave_out("between the brows, where no template is measured");
+    else if (*spot.region == kJawSide)
+      leave_out("on the side of the jaw, where no template is measured");
+    else if (!spot.IsPair() && !spot.on_mid_line && DrivesAPart(*spot.region))
+      Doubt(all, "has no counterpart on the other side of the face");
   }
 
   VgeTVector PlaceOf(const std::string& name) const {
@@ -388,7 +390,8 @@ private:
       for (const std::string& chin : mouth[kChinHolder]) {
         const auto r = face_.motion.Correlation(*take_.FindMarker(lip), *take_.FindMarker(chin), up);
         if (!r || *r >= kAgainst) continue;
-        Doubt(lip + ", " + chin, fmt::format("lower lip and chin move against each other (r = {:.2f})", *r));
+        Doubt(fmt::format("{}, {}", lip, chin),
+              fmt::format("lower lip and chin move against each other (r = {:.2f})", *r));
         return;
       }
   }

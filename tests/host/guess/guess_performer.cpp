@@ -255,6 +255,19 @@ TEST(GuessPerformer, APairThatMovesAgainstEachOtherIsDoubted) {
               ElementsAre(IsNote(Code::Doubtful, "CornerL, CornerR", "move against each other (r = -")));
 }
 
+TEST(GuessPerformer, AChinThatMovesAgainstTheLowerLipIsDoubted) {
+  Take take(SpeakingTake().markers);
+  for (std::size_t f = 0; f < 150; ++f) {
+    mien::NeutralPose face = tests::SpeakingFace(f);
+    const mien::NeutralPose rest = tests::RestingFace();
+    for (const char* chin : {"ChinL", "ChinMid", "ChinR"})
+      face[chin].y = rest.at(chin).y - 0.3 * (face[chin].y - rest.at(chin).y);
+    tests::Film(take, face, tests::SpeakingHead(f));
+  }
+  EXPECT_THAT(GuessPerformer(take).doubts, ElementsAre(IsNote(Code::Doubtful, "LipLowL, ChinL",
+                                                              "lower lip and chin move against each other")));
+}
+
 TEST(GuessPerformer, ATakeWithoutAFaceIsRefused) {
   const auto refusal = [](const Take& take) { return InputErrorOf([&] { GuessPerformer(take); }); };
   EXPECT_THAT(refusal(Take({"a", "b"})), HasSubstr("no marker is visible in any frame"));
