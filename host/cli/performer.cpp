@@ -84,7 +84,7 @@ void AddPerformerCommand(Command& mien) {
   auto options = std::make_shared<PerformerOptions>();
   PerformerJob& job = options->job;
   command.Add(TakeArgument(), job.take);
-  Command::Option performer = PerformerOption("The markers");
+  Command::Option performer = PerformerOption("The markers, unless --guess finds them");
   performer.required = false;
   command.Add(performer, options->performer);
   command.AddFlag({.names = "--guess", .help = "Find the markers of the head and of each part in the take"},

@@ -25,9 +25,9 @@ public:
   /// Over all frames. Nothing for a marker that is never visible with the face.
   std::optional<Rest> Of(std::size_t marker) const;
 
-  /// Where these markers are after the transform `to`, in the median (per axis) of the frames in which those of
-  /// `low` are highest along its y, on average: for a jaw, with the mouth closed. That is the highest third of
-  /// the frames. A marker that none of them shows has the median of all.
+  /// Where these markers are after the transform `to`, in the median (per axis) of the frames in which those
+  /// of `low` are highest along its y, on average: for a jaw, with the mouth closed. That is the highest
+  /// third of the frames. A marker that none of them shows has the median of all.
   std::vector<VgeTVector> PlacesAtTop(const std::vector<std::size_t>& markers,
                                       const std::vector<std::size_t>& low, const VgeAMatrix& to) const;
 

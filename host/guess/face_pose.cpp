@@ -49,8 +49,8 @@ VgeAMatrix Placed(const Axes& axes, double scale, const VgeTVector& centre, cons
   return to_face;
 }
 
-/// All directions of up and out in a plane of symmetry, beginning with that of the point in it that is furthest
-/// from the middle: so a turned cloud gets the same, turned.
+/// All directions of up and out in a plane of symmetry, beginning with that of the point in it that is
+/// furthest from the middle: so a turned cloud gets the same, turned.
 std::vector<Axes> AxesIn(const SymmetryPlane& plane, const std::vector<VgeTVector>& points) {
   constexpr int kTurns = 36; // 10 degrees apart; the fit turns a pose by more
   const VgeTVector& n = plane.normal;
@@ -109,10 +109,11 @@ std::vector<Fitted> CoarsePoses(const std::vector<VgeTVector>& points) {
   return poses;
 }
 
-/// One step of expectation and maximisation: each marker belongs to each region by its likelihood; the markers
-/// are then turned about x and shifted in the mid-line plane so that they come nearest to their regions, in
-/// weighted least squares, and scaled to the same extent. (The scale of least squares is always a little too
-/// small, as part of the distances is chance; step by step, the cloud would shrink into one region.)
+/// One step of expectation and maximisation: each marker belongs to each region by its likelihood; the
+/// markers are then turned about x and shifted in the mid-line plane so that they come nearest to their
+/// regions, in weighted least squares, and scaled to the same extent. (The scale of least squares is always a
+/// little too small, as part of the distances is chance; step by step, the cloud would shrink into one
+/// region.)
 void Step(Fitted& pose, const std::vector<VgeTVector>& points) {
   double weights = 0, y = 0, z = 0, place_y = 0, place_z = 0, x_to = 0, x_from = 0;
   struct Pull {
@@ -162,8 +163,8 @@ void Step(Fitted& pose, const std::vector<VgeTVector>& points) {
   pose.scale *= scale;
 }
 
-/// Makes the mid-line plane that of the counterparts: their mean direction becomes x, the mean of their middles
-/// x = 0.
+/// Makes the mid-line plane that of the counterparts: their mean direction becomes x, the mean of their
+/// middles x = 0.
 void Straighten(Fitted& pose, const std::vector<VgeTVector>& points) {
   std::vector<VgeTVector> places;
   for (const VgeTVector& p : points) places.push_back(TransformPoint(pose.to_face, p));
@@ -190,7 +191,7 @@ void Straighten(Fitted& pose, const std::vector<VgeTVector>& points) {
 }
 
 void Improve(Fitted& pose, const std::vector<VgeTVector>& points, int rounds) {
-  constexpr int kSteps = 20; // the last five change places by less than a tenth of a millimetre
+  constexpr int kSteps = 20;
   for (int round = 0; round < rounds; ++round) {
     for (int step = 0; step < kSteps; ++step) Step(pose, points);
     Straighten(pose, points);

@@ -13,7 +13,7 @@ struct FacePose {
   double scale = 1;   ///< of `to_face`
 
   /// The mean over the markers of the logarithm of their likelihood: -0.3 to -0.9 for markers on a face,
-  /// below -1.5 for most other clouds, -4.6 for markers that are all far from every region.
+  /// -4.6 for markers that are all far from every region.
   double fit = 0;
 
   /// The fit of the best pose that looks or stands another way, by 45 degrees or more; -4.6 if there is none.

@@ -28,7 +28,8 @@ struct FaceSpot {
 /// Whether markers of this region drive a part of the face. The others are rigid, or move with no template.
 bool DrivesAPart(Region region);
 
-/// The spots of markers at `places` (the atlas's axes), paired as in counterparts.h. A spot gets the region that explains it best, then order decides what distance leaves open:
+/// The spots of markers at `places` (the atlas's axes), paired as in counterparts.h. A spot gets the region
+/// that explains it best, then order decides what distance leaves open:
 ///
 /// - Of lips and chin, those above the corners of the mouth are the upper lip. Those below are the lower lip
 ///   down to the first gap of 6 mm, and the chin from there, if it is as low as one.

@@ -43,7 +43,7 @@ double Symmetry(const std::vector<VgeTVector>& points, const SymmetryPlane& plan
 
 /// The plane between the points that are each other's counterparts in `plane`.
 SymmetryPlane Refined(const std::vector<VgeTVector>& points, SymmetryPlane plane) {
-  constexpr int kRounds = 8; // it changes by less than a thousandth of a millimetre after five
+  constexpr int kRounds = 8;
   constexpr double kPair_mm = 9;
   for (int round = 0; round < kRounds; ++round) {
     std::vector<std::size_t> counterpart;

@@ -12,9 +12,9 @@ struct SymmetryPlane {
   double offset = 0;
 };
 
-/// The planes in which a cloud of points mirrors itself best and nearly as well, up to four and best first; their normals differ by at least
-/// 14 degrees. Points without a counterpart do not disturb. `points` are in millimetres. None if no two of
-/// them are 25 mm apart.
+/// The planes in which a cloud of points mirrors itself best and nearly as well, up to four and best first.
+/// Their normals differ by 14 degrees or more. Points without a counterpart do not disturb. `points` are in
+/// millimetres. None if no two of them are 25 mm apart.
 std::vector<SymmetryPlane> FindSymmetryPlanes(const std::vector<VgeTVector>& points);
 
 } // namespace mien

@@ -47,7 +47,8 @@ void PrintTo(const UnusedMarker& unused, std::ostream* out) { *out << unused.mar
 
 namespace {
 
-/// The take with its markers shuffled, renamed "*1", "*2", ... and moved to anywhere; and what each was called.
+/// The take with its markers shuffled, renamed "*1", "*2", ... and moved to anywhere; and what each was
+/// called.
 std::pair<Take, std::map<std::string, std::string>> Disguised(const Take& take, std::uint64_t seed) {
   tests::Random random(seed);
   std::vector<std::size_t> order(take.MarkerCount());

@@ -1,7 +1,7 @@
 #pragma once
 
-// A face with markers in known places that speaks, blinks, smiles, raises its brows and turns, and the performer that
-// a guess has to find in it.
+// A face with markers in known places that speaks, blinks, smiles, raises its brows and turns, and the
+// performer that a guess has to find in it.
 
 #include "host/performer/performer.h"
 #include "host/takes/take.h"
@@ -19,8 +19,8 @@
 
 namespace tests {
 
-/// The face at rest, in millimetres: x to its left, y up, z out of it. "L" and "R" are mirror images, but for a
-/// millimetre or two. "Cap1" to "Cap5" are on a cap.
+/// The face at rest, in millimetres: x to its left, y up, z out of it. "L" and "R" are mirror images, but for
+/// a millimetre or two. "Cap1" to "Cap5" are on a cap.
 inline mien::NeutralPose RestingFace() {
   mien::NeutralPose face = {
       {"NoseRoot", {0.5, 3, 18}},  {"NoseTip", {-0.5, -27, 37}}, {"LipUpMid", {0.3, -60, 24}},
@@ -62,7 +62,8 @@ inline mien::Performer SpeakingPerformer() {
   return performer;
 }
 
-/// The face in frame f of its performance, without the head's motion. The mouth is shut in half of the frames.
+/// The face in frame f of its performance, without the head's motion. The mouth is shut in half of the
+/// frames.
 inline mien::NeutralPose SpeakingFace(std::size_t f) {
   mien::NeutralPose face = RestingFace();
   const auto t = static_cast<double>(f);
