@@ -296,6 +296,7 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
     Save(long_take, ReadFile(kSamples / "landmarks.csv"));
   Save("marks.csv", "pose,from,to\njaw-open,20,24\n");
   Save("head.glb", ReadFile(kSamples / "head.glb"));
+  Save("markers.csv", ReadFile(kSamples / "markers.csv"));
   std::vector<Arguments> commands = {{}}; // mien itself; each help adds the commands that it lists
   for (std::size_t i = 0; i < commands.size(); ++i) {
     const Arguments command = commands[i];
