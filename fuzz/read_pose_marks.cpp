@@ -1,7 +1,7 @@
 // Any bytes are either marks within the take that do not overlap, or an InputError.
 
 #include "host/base/error.h"
-#include "host/calibrate/guided_poses.h"
+#include "host/performer/guided_poses.h"
 #include "host/calibrate/pose_marks.h"
 
 #include <cstddef>

@@ -3,8 +3,8 @@
 #include "host/base/face_parts.h"
 #include "host/base/text.h"
 #include "host/calibrate/blinks.h"
-#include "host/calibrate/guided_poses.h"
 #include "host/calibrate/guided_ranges.h"
+#include "host/performer/guided_poses.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

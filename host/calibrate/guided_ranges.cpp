@@ -3,7 +3,8 @@
 #include "host/base/error.h"
 #include "host/base/statistics.h"
 #include "host/base/text.h"
-#include "host/calibrate/guided_poses.h"
+#include "host/fit/landmark_scheme.h"
+#include "host/performer/guided_poses.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
@@ -155,7 +156,7 @@ std::vector<CalibrationRecord::Pose> RecordPoses(const Take& take, const Animati
                                                  const std::vector<PoseMark>& marks,
                                                  const std::string& file) {
   constexpr double kLeastMotion_mm = 1;
-  const std::vector<std::string> markers = performer.FaceMarkers();
+  const std::vector<std::string> markers = FitMarkers(take, performer);
   std::vector<FrameSpan> rest_spans;
   for (const PoseMark& mark : marks)
     if (mark.pose == kRestPose) rest_spans.push_back(mark.frames);

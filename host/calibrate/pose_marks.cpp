@@ -3,9 +3,9 @@
 #include "host/base/error.h"
 #include "host/base/nearest_name.h"
 #include "host/base/text.h"
-#include "host/calibrate/guided_poses.h"
 #include "host/files/foreign_file.h"
 #include "host/formats/csv.h"
+#include "host/performer/guided_poses.h"
 #include "host/takes/frame_range.h"
 
 #include <fmt/format.h>

@@ -1,5 +1,5 @@
 #include "host/base/text.h"
-#include "host/calibrate/guided_poses.h"
+#include "host/performer/guided_poses.h"
 #include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"

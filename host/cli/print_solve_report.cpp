@@ -195,6 +195,8 @@ void PrintFit(const FitReport& fit, const Output& output) {
               fmt::format("{} by {} on {}, which is {:.1f} mm away from them on average; residual {:.2f} mm",
                           Count(fit.fitted.size(), "shape"), Count(fit.markers, "marker"), fit.basis,
                           fit.distance_mm, fit.residual_mm));
+  if (!fit.own_poses.empty())
+    output.Line("", fmt::format("by the performer's own poses: {}", Count(fit.own_poses.size(), "shape")));
   if (!fit.from_parts.empty()) output.Line("", "from the parts' templates: " + Some(fit.from_parts));
   std::vector<std::string> left_out;
   for (const auto& [shape, uncertainty] : fit.left_out) left_out.push_back(shape);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <iterator>
 #include <string_view>
@@ -52,6 +53,15 @@ std::array<std::optional<std::string>, kLandmarks68> MarkersOfLandmarks(Landmark
       markers[i] = fmt::format("lm{}", kOnMesh[i - kJawContour]);
   }
   return markers;
+}
+
+std::vector<std::string> FitMarkers(const Take& take, const Performer& performer) {
+  std::vector<std::string> names;
+  for (const auto& landmark : MarkersOfLandmarks(SchemeOf(performer)))
+    if (landmark && take.FindMarker(*landmark)) names.push_back(*landmark);
+  for (const std::string& name : performer.FaceMarkers())
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+  return names;
 }
 
 } // namespace mien

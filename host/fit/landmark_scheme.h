@@ -1,11 +1,13 @@
 #pragma once
 
 #include "host/performer/performer.h"
+#include "host/takes/take.h"
 
 #include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace mien {
 
@@ -26,5 +28,9 @@ inline constexpr std::size_t kJawContour = 17; ///< the first ones
 /// The marker of each of the 68 landmarks. Nothing for those that are no fixed place of the skin: the ends of
 /// the jaw's contour, which slide along the ear, and of the mesh the whole contour.
 std::array<std::optional<std::string>, kLandmarks68> MarkersOfLandmarks(LandmarkScheme scheme);
+
+/// The markers of a take that shapes can be fitted to, each once: the landmarks of the performer's scheme, then
+/// all others that drive the face.
+std::vector<std::string> FitMarkers(const Take& take, const Performer& performer);
 
 } // namespace mien

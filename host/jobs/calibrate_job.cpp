@@ -1,7 +1,7 @@
 #include "host/jobs/calibrate_job.h"
 
 #include "host/base/text.h"
-#include "host/calibrate/guided_poses.h"
+#include "host/performer/guided_poses.h"
 #include "host/calibrate/guided_ranges.h"
 #include "host/files/mapped_file.h"
 #include "host/files/read_file.h"

@@ -15,6 +15,7 @@ struct FitReport {
   double noise_mm = 0;     ///< of a marker's coordinate from frame to frame
   double residual_mm = 0;  ///< root of the mean square over all frames
 
+  std::vector<std::string> own_poses;  ///< shapes for which the performer's poses replace the basis
   std::vector<std::string> fitted;     ///< shapes
   std::vector<std::string> from_parts; ///< shapes for which the parts' templates are better
   std::vector<std::string> unmeasured; ///< of the fitted ones those for which no known answers exist

@@ -169,6 +169,7 @@ JsonValue FitOf(const FitReport& fit) {
                             {"distance_mm", fit.distance_mm},
                             {"noise_mm", fit.noise_mm},
                             {"residual_rms_mm", fit.residual_mm},
+                            {"own_poses", fit.own_poses},
                             {"shapes", fit.fitted},
                             {"from_parts", fit.from_parts},
                             {"unmeasured", fit.unmeasured},

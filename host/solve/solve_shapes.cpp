@@ -5,7 +5,9 @@
 #include "host/cleaning/fill_gaps.h"
 #include "host/fit/landmark_scheme.h"
 #include "host/fit/lay_basis.h"
+#include "host/fit/own_poses.h"
 #include "host/fit/shape_fit.h"
+#include "host/performer/guided_poses.h"
 #include "host/solve/head_track.h"
 #include "host/solve/smooth_weights.h"
 #include "mien/base/affine.h"
@@ -48,22 +50,38 @@ Observer ObserverOf(LandmarkScheme scheme) {
           .basis_name = "the built-in face of two heads"};
 }
 
-/// Every marker that may be fitted, by name.
-std::vector<std::string> CandidatesOf(const Take& take, const Performer& performer) {
-  std::vector<std::string> names;
-  for (const auto& landmark : MarkersOfLandmarks(SchemeOf(performer)))
-    if (landmark && take.FindMarker(*landmark)) names.push_back(*landmark);
-  for (const std::string& name : performer.FaceMarkers())
-    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
-  return names;
+/// The frames in which the face is at rest: the neutral ones, or without them the tenth in which the templates
+/// have the least weight.
+std::vector<bool> RestFramesOf(const Animation& animation, const Neutral& neutral) {
+  const std::size_t frames = animation.frames.size(), columns = animation.layout.templates.size();
+  std::vector<bool> at_rest(frames);
+  if (!neutral.frames.empty()) {
+    for (std::size_t f = 0; f < frames; ++f)
+      at_rest[f] = std::binary_search(neutral.frames.begin(), neutral.frames.end(), animation.frames[f]);
+    return at_rest;
+  }
+  std::vector<double> sums;
+  for (std::size_t f = 0; f < frames; ++f) {
+    double sum = 0;
+    for (std::size_t t = 0; t < columns; ++t) sum += std::fabs(animation.Weight(f, t));
+    sums.push_back(sum);
+  }
+  std::vector<double> sorted = sums;
+  const double most = sorted.empty() ? 0 : Quantile(sorted, 0.1);
+  for (std::size_t f = 0; f < frames; ++f) at_rest[f] = sums[f] <= most;
+  return at_rest;
 }
 
-/// Where the markers rest, in the head's frame: by the neutral pose, and for those that it lacks by the median
-/// over the neutral frames.
-NeutralPose RestOf(const Take& stable, const Take& take, const Neutral& neutral,
-                   const VgeAMatrix& neutral_head) {
+/// Where the markers rest, in the head's frame: by the neutral pose, and for those that it lacks by the
+/// performer's own pose of rest, or else by the median over the frames at rest.
+NeutralPose RestOf(const Take& stable, const Performer& performer, const Neutral& neutral,
+                   const Animation& animation) {
   NeutralPose rest;
-  const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head);
+  const VgeAMatrix to_head = InverseOfOrthogonalAxes(animation.layout.neutral_head);
+  const auto& poses = performer.calibration.poses;
+  const auto own =
+      std::find_if(poses.begin(), poses.end(), [](const auto& pose) { return pose.name == kRestPose; });
+  const std::vector<bool> at_rest = RestFramesOf(animation, neutral);
   for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
     const std::string& name = stable.markers[m];
     if (const auto place = neutral.pose.find(name); place != neutral.pose.end()) {
@@ -71,10 +89,14 @@ NeutralPose RestOf(const Take& stable, const Take& take, const Neutral& neutral,
       rest[name] = {p.x, p.y, p.z};
       continue;
     }
+    if (own != poses.end())
+      if (const auto place = own->points.find(name); place != own->points.end()) {
+        rest[name] = place->second;
+        continue;
+      }
     std::vector<double> x, y, z;
     for (std::size_t f = 0; f < stable.FrameCount(); ++f)
-      if (const Point* const p = stable.At(f, m);
-          p && std::binary_search(neutral.frames.begin(), neutral.frames.end(), take.frames[f]))
+      if (const Point* const p = at_rest[f] ? stable.At(f, m) : nullptr)
         x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
     if (!x.empty()) rest[name] = {Median(x), Median(y), Median(z)};
   }
@@ -172,16 +194,17 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
 
   const HeadTrack track = {
       .heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
-  Take stable = Stabilise(take, track, CandidatesOf(take, performer));
+  Take stable = Stabilise(take, track, FitMarkers(take, performer));
   std::vector<std::size_t> all(stable.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
   const std::vector<double> noise = NoiseOf(stable);
   std::vector<double> sorted = noise;
   if (!sorted.empty()) report.noise_mm = Median(sorted);
   FillGaps(stable, all, options.face_fill);
-  const NeutralPose rest = RestOf(stable, take, neutral, solved.animation.layout.neutral_head);
-  const LaidBasis laid = LayBasis(basis ? *basis : LoadBasis(observer.basis), performer, rest);
+  const NeutralPose rest = RestOf(stable, performer, neutral, solved.animation);
+  LaidBasis laid = LayBasis(basis ? *basis : LoadBasis(observer.basis), performer, rest);
   report.markers = laid.markers.size();
+  report.own_poses = UseOwnPoses(laid, performer.calibration.poses);
   report.distance_mm = laid.distance_mm;
 
   const std::vector<std::size_t> shapes = ShownShapes(laid, observer, report);

@@ -33,6 +33,8 @@ struct FittedShapes {
 /// gives it back to a shape that acts alone, at most by 1.5: more would amplify mistakes. So a shape at its
 /// full strength reads about two thirds on average, on a face that the basis does not know.
 ///
+/// The poses of a calibrated performer replace the basis (UseOwnPoses).
+///
 /// The inertia is that of a random walk: it grows with the rate of the take, and with the square of the
 /// markers' noise above half a millimetre, to four times.
 ///

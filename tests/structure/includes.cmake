@@ -41,7 +41,7 @@ set(sees_host/gltf      base files character gltf)
 set(sees_host/animation base takes character gltf animation)
 set(sees_host/fit       base files takes formats cleaning performer fit)
 set(sees_host/solve     base takes cleaning performer fit character animation solve)
-set(sees_host/calibrate base files takes formats performer animation calibrate)
+set(sees_host/calibrate base files takes formats performer fit animation calibrate)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess fit character gltf animation
                         solve calibrate jobs)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess fit character gltf animation

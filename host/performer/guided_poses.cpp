@@ -1,4 +1,4 @@
-#include "host/calibrate/guided_poses.h"
+#include "host/performer/guided_poses.h"
 
 #include <algorithm>
 
