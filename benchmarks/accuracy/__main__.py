@@ -16,6 +16,7 @@ from pathlib import Path
 import bounds
 import calibration
 import figures
+import shapes
 import tables
 import takes
 from command import solve
@@ -37,6 +38,7 @@ def arguments():
         help="reference markers for the plain fit of the head, separated by commas; for takes that have them all")
     add("--calibrate", action="store_true",
         help="also calibrate each take on a part of it, and measure the rest, with the first command and its options")
+    add("--shapes", action="store_true", help="compare the weights of the 52 shapes (arkit52) instead of the templates'")
     add("--takes", action="store_true", help="print a table per take, with a row per side")
     add("--runs", type=int, default=1, help="how often to solve each take; the fastest run counts")
     add("--check", type=Path, metavar="BOUNDS.json", help="fail if a figure of the first column is out of bounds")
@@ -87,6 +89,9 @@ def measure(given, scratch):
             continue
         for solve_name, (mien, options) in given.solves.items():
             try:
+                if given.shapes:
+                    measured[solve_name][name] = shapes.of_take(mien, options, take, path, scratch)
+                    continue
                 solved = solve(mien, options, path, take.performer, scratch / "solved.json", given.runs)
                 measured[solve_name][name] = figures.of_solve(take, solved)
             except Failed as fault:
@@ -126,7 +131,7 @@ def main():
         for name, (mien, options) in given.solves.items():
             if name and not given.markdown:
                 print(f"{name}: {mien} solve {options}".rstrip())
-        shown = [*tables.tables(measured, groups, given.takes)]
+        shown = [*(shapes if given.shapes else tables).tables(measured, groups, given.takes)]
         if given.calibrate:
             shown += tables.calibration_tables(blinks, guided, groups)
         for table in shown:
