@@ -1,8 +1,8 @@
 // Any bytes are either marks within the take that do not overlap, or an InputError.
 
 #include "host/base/error.h"
-#include "host/performer/guided_poses.h"
 #include "host/calibrate/pose_marks.h"
+#include "host/performer/guided_poses.h"
 
 #include <cstddef>
 #include <cstdint>
