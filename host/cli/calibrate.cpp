@@ -1,5 +1,4 @@
 #include "host/base/text.h"
-#include "host/performer/guided_poses.h"
 #include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"
@@ -8,6 +7,7 @@
 #include "host/cli/take_options.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/calibrate_job.h"
+#include "host/performer/guided_poses.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

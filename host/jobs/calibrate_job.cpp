@@ -1,7 +1,6 @@
 #include "host/jobs/calibrate_job.h"
 
 #include "host/base/text.h"
-#include "host/performer/guided_poses.h"
 #include "host/calibrate/guided_ranges.h"
 #include "host/files/mapped_file.h"
 #include "host/files/read_file.h"
@@ -9,6 +8,7 @@
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
+#include "host/performer/guided_poses.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
 #include "host/performer/rigid_head.h"
