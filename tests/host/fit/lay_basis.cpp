@@ -124,11 +124,11 @@ TEST(LayBasis, KnowsTheRegionsThatTrackersShift) {
 
 TEST(LayBasis, RefusesMarkersThatDoNotShowWhereTheFaceIs) {
   const ShapeBasis basis = LoadBasis(BuiltInBasis::OneHead);
-  auto [performer, rest] = StuckOn(basis);
-  for (std::size_t part = 1; part < 9; ++part) performer.holders[part] = {};
-  performer.holders[0][3].clear(), performer.holders[0][4].clear();
+  Stuck stuck = StuckOn(basis);
+  for (std::size_t part = 1; part < 9; ++part) stuck.performer.holders[part] = {};
+  stuck.performer.holders[0][3].clear(), stuck.performer.holders[0][4].clear();
   EXPECT_EQ(
-      InputErrorOf([&] { LayBasis(basis, performer, rest); }),
+      InputErrorOf([&] { LayBasis(basis, stuck.performer, stuck.rest); }),
       "p.json:/parts: the markers are on 3 of the places by which the face's shapes are laid onto it "
       "(corners of the mouth, lips, chin, brows, lids, nostrils); 4 are needed; name markers for more parts, "
       "or solve with --solver parts");
