@@ -66,7 +66,7 @@ ShapeFit::ShapeFit(ShapeFitPoints points, const ShapeFitSettings& settings)
         const Point& moved = points_.moved[p * shapes_ + s];
         moved_[row * shapes_ + s] = trust[axis] * (axis == 0 ? moved.x : axis == 1 ? moved.y : moved.z);
       }
-      double* const nuisance = &nuisance_[row * nuisances_];
+      double* const nuisance = nuisance_.data() + row * nuisances_;
       nuisance[axis] = trust[axis];
       const std::size_t next = (axis + 1) % 3,
                         after = (axis + 2) % 3; // about `next`: along `axis` by `after`
@@ -88,8 +88,8 @@ void ShapeFit::Prepare() {
   for (std::size_t i = 0; i < nuisances_; ++i) normal_[i * nuisances_ + i] = penalty_[i];
   for (std::size_t row = 0; row < rows_; ++row) {
     if (!seen_[row / 3]) continue;
-    const double* const nuisance = &nuisance_[row * nuisances_];
-    const double* const moved = &moved_[row * shapes_];
+    const double* const nuisance = nuisance_.data() + row * nuisances_;
+    const double* const moved = moved_.data() + row * shapes_;
     for (std::size_t i = 0; i < nuisances_; ++i) {
       if (nuisance[i] == 0) continue;
       for (std::size_t j = 0; j <= i; ++j) normal_[i * nuisances_ + j] += nuisance[i] * nuisance[j];
@@ -105,7 +105,8 @@ void ShapeFit::Prepare() {
   // shifts explain. Their copy has room in `projected_`, which comes last.
   if (projected_.size() < crossed_.size()) projected_.resize(crossed_.size());
   std::copy(crossed_.begin(), crossed_.end(), projected_.begin());
-  for (std::size_t s = 0; s < shapes_; ++s) SolveFactorised(normal_, nuisances_, &crossed_[s], shapes_);
+  for (std::size_t s = 0; s < shapes_; ++s)
+    SolveFactorised(normal_, nuisances_, crossed_.data() + s, shapes_);
   for (std::size_t s = 0; s < shapes_; ++s)
     for (std::size_t t = 0; t <= s; ++t) {
       double sum = 0;
@@ -146,7 +147,7 @@ const std::vector<double>& ShapeFit::Solve(std::span<const std::optional<Point>>
   if (changed) Prepare();
   if (!any) return weights_;
   for (std::size_t s = 0; s < shapes_; ++s) {
-    const double* const projected = &projected_[s * rows_];
+    const double* const projected = projected_.data() + s * rows_;
     double sum = 0;
     for (std::size_t row = 0; row < rows_; ++row) sum += projected[row] * distances_[row];
     evidence_[s] = sum;
@@ -181,7 +182,7 @@ void ShapeFit::Descend() {
     ++sweeps_;
     double most = 0;
     for (std::size_t s = 0; s < shapes_; ++s) {
-      const double* const row = &hessian_[s * shapes_];
+      const double* const row = hessian_.data() + s * shapes_;
       const double wanted = std::clamp(weights_[s] - gradient_[s] / row[s], 0.0, settings_.most);
       const double change = wanted - weights_[s];
       if (change == 0) continue;
