@@ -21,7 +21,7 @@ namespace {
 
 constexpr double kDegree = std::numbers::pi / 180;
 constexpr double kIrisRadius_mm = 10.5; // from the eye's centre: sqrt(12^2 - 5.85^2)
-constexpr double kClosed = 0.5;         // of Close
+constexpr double kClosed = 0.7;         // of Close: a lid that follows lowered eyes reads up to 0.6
 
 /// Of both eyes in one frame; nothing for one that does not show where it looks.
 using SeenEyes = std::array<std::optional<EyeAngles>, 2>;

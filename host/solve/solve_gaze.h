@@ -14,7 +14,7 @@ namespace mien {
 /// 1. A direction in the take's axes is turned into the head's. An iris is measured against the eye's anchors
 ///    and its own place on the neutral face; it is carried by an eye of which it is 10.5 mm away from the
 ///    centre: an eyeball has a radius of 12 mm, an iris of 5.85.
-/// 2. An eye that is closed by half or more is left out: the lid covers its pupil. Not for eye angles, whose
+/// 2. An eye whose Close is 0.7 or more is left out: the lid covers its pupil. Not for eye angles, whose
 ///    apps already did that.
 /// 3. The eyes look in one direction, the mean of both: no tracker of these sees them converge. Eye angles of
 ///    an app are kept apart.
