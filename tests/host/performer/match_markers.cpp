@@ -165,3 +165,15 @@ TEST(CheckMarkers, RefusesACalibrationWithOtherLandmarks) {
   performer.calibration.landmarks = 0;
   EXPECT_NO_THROW(CheckMarkers(performer, landmarks(478)));
 }
+
+TEST(CheckMarkers, RefusesThe68LandmarksForAMesh) {
+  std::vector<std::string> names;
+  for (int i = 0; i < 478; ++i) names.push_back("lm" + std::to_string(i));
+  Performer performer = PerformerWith("lm8");
+  performer.file = "landmarks68";
+  EXPECT_EQ(Error(performer, TakeWith(names)),
+            "landmarks68: this performer has 68 landmarks, and the take \"smile\" has 478; use the performer "
+            "landmarks478");
+  names.resize(68);
+  EXPECT_NO_THROW(CheckMarkers(performer, TakeWith(names)));
+}
