@@ -305,7 +305,8 @@ private:
       return Json::sax_parse(first, last, &parser_, Json::input_format_t::json, false);
     };
     if (!has_nan_) return parse(Cursor(at_, at_), Cursor(end, at_));
-    return parse(NanCursor({at_, static_cast<std::size_t>(end - at_)}, at_), NanCursor({end, 0}, at_));
+    const std::string_view rest(at_, static_cast<std::size_t>(end - at_));
+    return parse(NanCursor(rest, at_), NanCursor(rest.substr(rest.size()), at_));
   }
 
   void Parse() {
