@@ -5,6 +5,7 @@
 #include "host/base/error.h"
 #include "host/character/character_from_head.h"
 #include "host/gltf/glb.h"
+#include "host/gltf/head_surface.h"
 #include "host/gltf/morph_targets.h"
 
 #include <cstddef>
@@ -72,6 +73,15 @@ std::string WithJson(std::string_view json) {
   return "glTF" + number(2) + number(12 + chunks.size()) + chunks;
 }
 
+/// The vertices that shapes move, as a basis of the fit has them.
+void ReadSurface(const mien::Glb& head) {
+  try {
+    const mien::HeadSurface surface = mien::ReadHeadSurface(head);
+    Require(surface.moved.size() == surface.shapes.size() && !surface.rest.empty());
+    for (const auto& moved : surface.moved) Require(moved.size() == surface.rest.size());
+  } catch (const mien::InputError&) {} // a head without shapes, for instance
+}
+
 void ReadHead(std::string_view bytes) {
   try {
     const mien::Glb head = mien::ReadGlb(bytes, "fuzz");
@@ -85,6 +95,7 @@ void ReadHead(std::string_view bytes) {
       Require(animated->json["animations"].size() ==
               (animations == head.json.end() ? 0 : animations->size()) + 1);
     }
+    ReadSurface(head);
     mien::MatchHead("fuzz", mien::FindMorphTargets(head).Names());
   } catch (const mien::InputError&) {} // the input is at fault, and says so
 }

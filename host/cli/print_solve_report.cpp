@@ -189,7 +189,7 @@ void PrintResiduals(const Take& take, const SolveReport& report, const Output& o
 }
 
 /// What the fit of all shapes is based on, and what it cannot tell.
-void PrintFit(const FitReport& fit, const Output& output) {
+void PrintFit(const FitReport& fit, Output& output) {
   if (fit.basis.empty()) return;
   output.Line("fit",
               fmt::format("{} by {} on {}, which is {:.1f} mm away from them on average; residual {:.2f} mm",
@@ -203,6 +203,7 @@ void PrintFit(const FitReport& fit, const Output& output) {
   if (!left_out.empty()) output.Line("", "left out, since the markers do not show them: " + Some(left_out));
   if (!fit.unmeasured.empty())
     output.Line("", "fitted, but never measured against known answers: " + Some(fit.unmeasured));
+  output.Remark(fit.notes, fit.basis);
 }
 
 /// The parts that have the take's grade, the worst first.

@@ -189,6 +189,20 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
         return std::nullopt;
       });
   AddSolver(command, job->solve.solver);
+  command.Add({.names = "--basis",
+               .type = "HEAD.glb|TABLE.csv",
+               .help = "For --solver fit: how faces move with their shapes, from a head with the 52 as morph "
+                       "targets or from a table, instead of from the built-in faces",
+               .may_be_empty = false,
+               .files = "*"},
+              job->basis);
+  command.Add({.names = "--basis-landmarks",
+               .type = "FILE.csv",
+               .help = "For --basis HEAD.glb: where the 68 landmarks are on the head, as landmark,x,y,z; "
+                       "default: HEAD.landmarks.csv beside it",
+               .may_be_empty = false,
+               .files = "*.csv"},
+              job->basis_landmarks);
   command.AddParsedFlag(
       {.names = "--no-ranges",
        .help = "Leave out the ranges of a calibrated performer: weights as they are measured"},

@@ -45,11 +45,15 @@ std::vector<std::string> ShapesOf(const CsvReader& csv) {
 
 } // namespace
 
-ShapeBasis LoadBasis(BuiltInBasis basis) { return ReadShapeBasis(TextOf(basis), "the built-in face"); }
+ShapeBasis LoadBasis(BuiltInBasis basis) {
+  return ReadShapeBasis(TextOf(basis), basis == BuiltInBasis::TwoHeads ? "the built-in face of two heads"
+                                                                       : "the built-in face of one head");
+}
 
 ShapeBasis ReadShapeBasis(std::string_view bytes, const std::string& file) {
   CsvReader csv(bytes, file);
   ShapeBasis basis;
+  basis.name = file;
   basis.shapes = ShapesOf(csv);
   while (csv.Next()) {
     const auto point = [&](std::size_t first) {
@@ -60,6 +64,7 @@ ShapeBasis ReadShapeBasis(std::string_view bytes, const std::string& file) {
     for (std::size_t s = 0; s < basis.shapes.size(); ++s) basis.moved.push_back(point(kFirstShape + 3 * s));
   }
   if (basis.points.empty()) csv.Fail(Code::Empty, "the table has no points", "write a row per point");
+  csv.Finish(basis.notes);
   return basis;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/base/point.h"
 
 #include <cstddef>
@@ -17,6 +18,9 @@ struct ShapeBasis {
   std::vector<Point> rest;         ///< (size: points)
   std::vector<std::string> shapes;
   std::vector<Point> moved; ///< from rest, at weight 1 (size: points x shapes)
+
+  std::string name;        ///< what reports call it: a file, or "the built-in face of one head"
+  std::vector<Note> notes; ///< on what it lacks
 
   const Point& Moved(std::size_t point, std::size_t shape) const {
     return moved[point * shapes.size() + shape];

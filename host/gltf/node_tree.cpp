@@ -89,6 +89,24 @@ void SetTransform(nlohmann::ordered_json& node, const ClusterTransform& transfor
   node["scale"] = {transform.scale.x, transform.scale.y, transform.scale.z};
 }
 
+/// The parent of each node that has one.
+std::vector<std::optional<std::size_t>> ParentsOf(const std::vector<JsonAt>& nodes) {
+  std::vector<std::optional<std::size_t>> parents(nodes.size());
+  for (std::size_t n = 0; n < nodes.size(); ++n)
+    for (const JsonAt& child : nodes[n].ElementsOf("children")) {
+      auto& parent = parents[child.Index(nodes.size(), "nodes")];
+      if (parent)
+        child.Fail(Code::Duplicate, fmt::format("this node is already a child of node {}", *parent),
+                   "export the head again");
+      parent = n;
+    }
+  return parents;
+}
+
+[[noreturn]] void FailOwnAncestor(const JsonAt& node) {
+  node.Fail(Code::Contradiction, "this node is its own ancestor", "export the head again");
+}
+
 JsonAt NodeAt(const Glb& glb, std::size_t node) { return JsonAt(glb).At("nodes").Element(node); }
 
 } // namespace
@@ -117,21 +135,11 @@ void ReplaceMatrix(Glb& glb, std::size_t node) {
 
 VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
   const std::vector<JsonAt> nodes = JsonAt(glb).At("nodes").Elements();
-  std::vector<std::optional<std::size_t>> parents(nodes.size());
-  for (std::size_t n = 0; n < nodes.size(); ++n)
-    for (const JsonAt& child : nodes[n].ElementsOf("children")) {
-      auto& parent = parents[child.Index(nodes.size(), "nodes")];
-      if (parent)
-        child.Fail(Code::Duplicate, fmt::format("this node is already a child of node {}", *parent),
-                   "export the head again");
-      parent = n;
-    }
-
+  const auto parents = ParentsOf(nodes);
   VgeAMatrix axes;
   std::size_t steps = 0;
   for (auto parent = parents[node]; parent; parent = parents[*parent]) {
-    if (++steps > nodes.size())
-      nodes[node].Fail(Code::Contradiction, "this node is its own ancestor", "export the head again");
+    if (++steps > nodes.size()) FailOwnAncestor(nodes[node]);
     const ClusterTransform transform = TransformOf(nodes[*parent]);
     const double signs[] = {transform.scale.x < 0 ? -1.0 : 1.0, transform.scale.y < 0 ? -1.0 : 1.0,
                             transform.scale.z < 0 ? -1.0 : 1.0};
@@ -142,6 +150,28 @@ VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node) {
     axes = Product(own, axes);
   }
   return axes;
+}
+
+ScenePlaces::ScenePlaces(const Glb& glb)
+    : nodes_(JsonAt(glb).ElementsOf("nodes")), parents_(ParentsOf(nodes_)) {}
+
+const VgeAMatrix& ScenePlaces::Of(std::size_t node) {
+  std::vector<std::size_t> unknown; // from the node upwards
+  for (auto n = std::optional(node); n && !known_.contains(*n); n = parents_[*n]) {
+    if (unknown.size() == nodes_.size()) FailOwnAncestor(nodes_[node]);
+    unknown.push_back(*n);
+  }
+  for (std::size_t i = unknown.size(); i-- > 0;) {
+    const std::size_t n = unknown[i];
+    const ClusterTransform own = TransformOf(nodes_[n]);
+    const double scale[] = {own.scale.x, own.scale.y, own.scale.z};
+    VgeAMatrix place;
+    for (int column = 0; column < 3; ++column)
+      for (int row = 0; row < 3; ++row) place.m[column][row] = own.rotation.m[column][row] * scale[column];
+    SetColumn(place, 3, {own.translation.x, own.translation.y, own.translation.z});
+    known_[n] = parents_[n] ? Product(known_.at(*parents_[n]), place) : place;
+  }
+  return known_.at(node);
 }
 
 } // namespace mien

@@ -2,10 +2,12 @@
 
 #include "host/character/character.h"
 #include "host/gltf/glb.h"
+#include "host/gltf/json_at.h"
 #include "mien/base/geometry.h"
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,5 +31,21 @@ void ReplaceMatrix(Glb& glb, std::size_t node);
 /// a scale is below 0, reflections. Orthonormal, but not always right-handed; without translation. Throws
 /// InputError where the nodes are not a tree.
 VgeAMatrix AxesOfParents(const Glb& glb, std::size_t node);
+
+/// Where nodes stand in the scene.
+class ScenePlaces {
+public:
+  /// The GLB must live on unchanged. Throws InputError where a node is the child of two.
+  explicit ScenePlaces(const Glb& glb);
+
+  /// The product of the node's transform and its ancestors', each computed once. Throws InputError where the
+  /// nodes are not a tree, or as TransformOfNode does.
+  const VgeAMatrix& Of(std::size_t node);
+
+private:
+  std::vector<JsonAt> nodes_;
+  std::vector<std::optional<std::size_t>> parents_;
+  std::map<std::size_t, VgeAMatrix> known_;
+};
 
 } // namespace mien

@@ -2,11 +2,16 @@
 
 #include "host/base/text.h"
 #include "host/character/character_file.h"
+#include "host/files/foreign_file.h"
 #include "host/files/mapped_file.h"
 #include "host/files/read_file.h"
 #include "host/files/sha256.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
+#include "host/fit/check_basis.h"
+#include "host/fit/head_basis.h"
+#include "host/fit/head_landmarks.h"
+#include "host/fit/shape_basis.h"
 #include "host/jobs/output_place.h"
 #include "host/jobs/take_timecode.h"
 #include "host/performer/match_markers.h"
@@ -50,13 +55,30 @@ AnimationFormat FormatOf(const SolveJob& job) {
                                                      : AnimationFormat::ShapeCsv;
 }
 
+/// Where the landmarks of the basis are, if it is a head: a table has them itself.
+std::string BasisLandmarks(const SolveJob& job) {
+  const std::filesystem::path basis = job.basis;
+  if (!job.basis_landmarks.empty() || job.basis.empty() || IsStandardInput(basis) ||
+      ToLower(basis.extension().string()) == ".csv")
+    return job.basis_landmarks;
+  return std::filesystem::path(basis).replace_extension(".landmarks.csv").string();
+}
+
 void CheckPlaces(const SolveJob& job) {
-  RefuseReadingTwice(
-      {{"take", job.take}, {"performer", job.performer}, {"character", job.character}, {"onto", job.onto}});
-  const std::pair<const std::string&, std::string_view> inputs[] = {{job.take, "the take"},
-                                                                    {job.performer, "the performer file"},
-                                                                    {job.character, "the character file"},
-                                                                    {job.onto, "the head"}};
+  const std::string landmarks = BasisLandmarks(job);
+  RefuseReadingTwice({{"take", job.take},
+                      {"performer", job.performer},
+                      {"character", job.character},
+                      {"onto", job.onto},
+                      {"basis", job.basis},
+                      {"basis-landmarks", landmarks}});
+  const std::pair<const std::string&, std::string_view> inputs[] = {
+      {job.take, "the take"},
+      {job.performer, "the performer file"},
+      {job.character, "the character file"},
+      {job.onto, "the head"},
+      {job.basis, "the basis"},
+      {landmarks, "the table of the basis's landmarks"}};
   for (const auto& [input, what] : inputs) {
     RefuseOverwriting(job.output, input, what);
     RefuseOverwriting(job.report, input, what, "report");
@@ -83,6 +105,39 @@ std::optional<Character> CharacterOf(const SolveJob& job, AnimationFormat format
                          fmt::format("the shape {} has the name of a .csv column", Quoted(shape)),
                          "rename it, or write .json");
   return character;
+}
+
+void CheckSolver(const SolveJob& job, AnimationFormat format) {
+  const bool fits = job.solve.solver == ShapeSolver::Fit;
+  if (fits && (format == AnimationFormat::TemplateCsv ||
+               (job.character.empty() && format != AnimationFormat::LiveLinkCsv)))
+    throw UsageError("solver", "fit computes the shapes of a --character");
+  if (!fits && !job.basis.empty()) throw UsageError("basis", "this is for --solver fit");
+  if (job.basis.empty() && !job.basis_landmarks.empty())
+    throw UsageError("basis-landmarks", "this is for --basis");
+}
+
+std::optional<ShapeBasis> BasisOf(const SolveJob& job) {
+  if (job.basis.empty()) return std::nullopt;
+  const std::string bytes = ReadFile(job.basis), file = InputName(job.basis);
+  const std::string ending = ToLower(std::filesystem::path(job.basis).extension().string());
+  if (!bytes.starts_with("glTF") && ending != ".glb" && ending != ".gltf") {
+    if (!job.basis_landmarks.empty())
+      throw UsageError("basis-landmarks", "this is for a head; a table of shapes has the landmarks itself");
+    RefuseForeignFile(bytes, file, "a head or a table of shapes",
+                      "export the head as .glb (glTF 2.0 binary)");
+    ShapeBasis basis = ReadShapeBasis(bytes, file);
+    CheckBasis(basis);
+    return basis;
+  }
+  const std::string landmarks = BasisLandmarks(job);
+  if (landmarks.empty()) throw UsageError("basis-landmarks", "name the table of the head's landmarks");
+  const Glb head = ReadGlb(bytes, file);
+  if (std::error_code no_file; job.basis_landmarks.empty() && !std::filesystem::exists(landmarks, no_file))
+    throw InputError(Code::NotFound, landmarks, "",
+                     "this table says where the landmarks are on the head, and is missing",
+                     "write it, with the columns landmark,x,y,z, or name another with --basis-landmarks");
+  return BasisOfHead(head, ReadHeadLandmarks(ReadFile(landmarks), InputName(landmarks)));
 }
 
 /// Nothing of a cleaning that cannot be done at the take's rate is begun.
@@ -121,6 +176,10 @@ std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, c
   add("performer", job.performer, is_built_in(BuiltInPerformers(), job.performer));
   if (!character.empty()) add("character", character, is_built_in(BuiltInCharacters(), character));
   if (!job.onto.empty()) add("head", job.onto, false);
+  if (!job.basis.empty()) add("basis", job.basis, false);
+  if (const std::string landmarks = BasisLandmarks(job);
+      !landmarks.empty() && (!job.basis_landmarks.empty() || std::filesystem::exists(landmarks)))
+    add("basis_landmarks", landmarks, false);
   if (std::error_code no_file;
       !IsStandardOutput(job.output) && std::filesystem::is_regular_file(job.output, no_file))
     add("output", job.output, false);
@@ -146,10 +205,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   if (!job.head_node.empty()) output.nodes.head = job.head_node;
   output.nodes.eyes = job.eye_nodes;
   CheckExpressions(job, output.format);
-  if (job.solve.solver == ShapeSolver::Fit &&
-      (output.format == AnimationFormat::TemplateCsv ||
-       (job.character.empty() && output.format != AnimationFormat::LiveLinkCsv)))
-    throw UsageError("solver", "fit computes the shapes of a --character");
+  CheckSolver(job, output.format);
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 
@@ -157,6 +213,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   if (job.ranges) CheckSettings(performer, job.solve);
   const std::optional<Character> character = CharacterOf(job, output.format);
   if (!job.onto.empty()) output.onto = ReadGlb(ReadFile(job.onto), InputName(job.onto));
+  const std::optional<ShapeBasis> basis = BasisOf(job);
   const MappedFile take_file(job.take, ReadingProgress(progress));
   SolveResult result;
   result.take = ReadTake(take_file.Bytes(), InputName(job.take), job.reading);
@@ -188,8 +245,8 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
     result.character = character->name;
     std::optional<FittedShapes> fitted;
     if (job.solve.solver == ShapeSolver::Fit) {
-      fitted = SolveShapes(solved, result.take, performer, result.neutral, job.solve, nullptr,
-                           [&](std::size_t frame, std::size_t frames) {
+      fitted = SolveShapes(solved, result.take, performer, result.neutral, job.solve,
+                           basis ? &*basis : nullptr, [&](std::size_t frame, std::size_t frames) {
                              if (progress) progress(JobStage::Solving, frame, frames);
                            });
       result.report.fit = fitted->report;

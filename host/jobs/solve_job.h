@@ -38,6 +38,11 @@ struct SolveJob {
   std::optional<std::string> timecode; ///< of the first frame, in place of the take's own: "10:02:59:29@30"
   std::optional<FrameRange> neutral; ///< the frames of the neutral face; by default the performer's, or found
   SolveOptions solve;
+  /// ShapeSolver::Fit: a head (.glb) whose shapes move as the performer's, or a table of these (.csv); empty
+  /// for the built-in ones.
+  std::string basis;
+  /// Where the landmarks are on that head; empty for HEAD.landmarks.csv beside it.
+  std::string basis_landmarks;
   bool ranges = true;            ///< apply those of a calibrated performer
   ExpressionWeights expressions; ///< of the character, added to every frame
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/base/error.h"
+
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -21,6 +23,7 @@ struct FitReport {
   std::vector<std::string> unmeasured; ///< of the fitted ones those for which no known answers exist
   /// Shapes that the markers do not show, or not apart from others, each with its uncertainty.
   std::vector<std::pair<std::string, double>> left_out;
+  std::vector<Note> notes; ///< on a basis that does not come with the command
 };
 
 } // namespace mien

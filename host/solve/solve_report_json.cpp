@@ -173,7 +173,8 @@ JsonValue FitOf(const FitReport& fit) {
                             {"shapes", fit.fitted},
                             {"from_parts", fit.from_parts},
                             {"unmeasured", fit.unmeasured},
-                            {"left_out", JsonListOnLines(left_out)}});
+                            {"left_out", JsonListOnLines(left_out)},
+                            {"notes", Messages(fit.notes)}});
 }
 
 JsonValue Ranges(const SolveReport& report) {

@@ -16,7 +16,8 @@ namespace mien {
 
 /// A file, or something built in, that a result came from or went to.
 struct ReportedFile {
-  std::string role;   ///< "take", "performer", "character", "head", "output"
+  std::string role;   ///< "take", "performer", "character", "head", "basis", "basis_landmarks",
+                      ///< "output"
   std::string name;   ///< its path as given, or the built-in's name
   std::string sha256; ///< or in words why there is none; empty where it is built in
 };

@@ -28,10 +28,9 @@ namespace {
 struct Observer {
   ShapeFitSettings settings;
   Point trust;
-  double contour; ///< trust in the jaw's contour, as a factor
-  bool shifts;    ///< whether eyes and mouth may be shifted
-  BuiltInBasis basis;
-  const char* basis_name;
+  double contour;     ///< trust in the jaw's contour, as a factor
+  bool shifts;        ///< whether eyes and mouth may be shifted
+  BuiltInBasis basis; ///< unless another is given
 };
 
 Observer ObserverOf(LandmarkScheme scheme) {
@@ -40,14 +39,12 @@ Observer ObserverOf(LandmarkScheme scheme) {
             .trust = {1, 1, 1},
             .contour = 1,
             .shifts = false,
-            .basis = BuiltInBasis::OneHead,
-            .basis_name = "the built-in face of one head"};
+            .basis = BuiltInBasis::OneHead};
   return {.settings = {.damping = 60, .inertia = 60},
           .trust = {1, 1, 0.5},
           .contour = 0.3,
           .shifts = true,
-          .basis = BuiltInBasis::TwoHeads,
-          .basis_name = "the built-in face of two heads"};
+          .basis = BuiltInBasis::TwoHeads};
 }
 
 /// The frames in which the face is at rest: the neutral ones, or without them the tenth in which the templates
@@ -190,7 +187,10 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
   Observer observer = ObserverOf(SchemeOf(performer));
   FittedShapes fitted;
   FitReport& report = fitted.report;
-  report.basis = observer.basis_name;
+  const ShapeBasis built_in = basis ? ShapeBasis() : LoadBasis(observer.basis);
+  const ShapeBasis& used = basis ? *basis : built_in;
+  report.basis = used.name;
+  report.notes = used.notes;
 
   const HeadTrack track = {
       .heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
@@ -202,7 +202,7 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
   if (!sorted.empty()) report.noise_mm = Median(sorted);
   FillGaps(stable, all, options.face_fill);
   const NeutralPose rest = RestOf(stable, performer, neutral, solved.animation);
-  LaidBasis laid = LayBasis(basis ? *basis : LoadBasis(observer.basis), performer, rest);
+  LaidBasis laid = LayBasis(used, performer, rest);
   report.markers = laid.markers.size();
   report.own_poses = UseOwnPoses(laid, performer.calibration.poses);
   report.distance_mm = laid.distance_mm;

@@ -42,8 +42,8 @@ struct FittedShapes {
 /// which lids only hint at; and `eyeBlink` and `eyeSquint` where the eyes have markers: there the parts'
 /// templates, which measure lids against each other, follow as well or better on all takes.
 ///
-/// Gaps are filled, and the weights smoothed, as the options ask. `basis` is null for the built-in ones: two heads for landmarks, one for markers. Throws InputError as
-/// LayBasis does. `progress(done, total)` is called before each frame.
+/// Gaps are filled, and the weights smoothed, as the options ask. `basis` is null for the built-in ones: two
+/// heads for landmarks, one for markers. Throws InputError as LayBasis does. `progress(done, total)` is called before each frame.
 FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
                          const Neutral& neutral, const SolveOptions& options,
                          const ShapeBasis* basis = nullptr,

@@ -2,7 +2,9 @@
 // file.
 
 #include "host/cli/command_line.h"
+#include "host/fit/shape_basis.h"
 #include "host/gltf/glb.h"
+#include "tests/host/basis_head.h"
 #include "tests/host/cli/run_mien.h"
 
 #include <fmt/format.h>
@@ -272,6 +274,40 @@ TEST_F(SolveCommand, WhereTheEyesLookIsReportedAndDrivesTheCharacter) {
   EXPECT_EQ(report["gaze"]["rest_frames"], 0);
   EXPECT_EQ(Report("markers.csv")["gaze"], nullptr);
   EXPECT_EQ(Report("looking.csv", {"--no-gaze"})["gaze"], nullptr);
+}
+
+// --- The basis of a fit.
+
+TEST_F(SolveCommand, TheShapesAreFittedOnTheUsersHead) {
+  mien::ShapeBasis face = mien::LoadBasis(mien::BuiltInBasis::OneHead);
+  face.shapes[static_cast<std::size_t>(std::find(face.shapes.begin(), face.shapes.end(), "cheekPuff") -
+                                       face.shapes.begin())] = "muzzle";
+  for (std::size_t p = 0; p < face.points.size(); ++p) face.moved[p * face.shapes.size()] = {0, 0, 0};
+  std::ofstream head(folder_ / "me.glb", std::ios::binary);
+  mien::WriteGlb(tests::HeadOfBasis(face), head);
+  head.close();
+  const Arguments options = {"--character", "arkit52", "--solver", "fit", "--basis", "me.glb"};
+  const Ran without = Run(Solve("markers.csv", "w.csv", options));
+  EXPECT_EQ(without.exit_code, 1);
+  EXPECT_EQ(without.err,
+            "mien: me.landmarks.csv: this table says where the landmarks are on the head, and is "
+            "missing; write it, with the columns landmark,x,y,z, or name another with "
+            "--basis-landmarks\n");
+  EXPECT_FALSE(Has("w.csv"));
+  Write("me.landmarks.csv", tests::LandmarksOfBasis(face));
+  const auto [weights, printed] = Solved("markers.csv", options);
+  EXPECT_THAT(printed, AllOf(HasSubstr(" markers on me.glb, which is "),
+                             HasSubstr("left out, since they do not move the face: eyeBlinkLeft")));
+  const Json report = Report("markers.csv", options);
+  EXPECT_EQ(report["fit"]["basis"], "me.glb");
+  EXPECT_EQ(report["fit"]["notes"],
+            Json::parse(R"(["left out, since they do not move the face: eyeBlinkLeft"])"));
+  EXPECT_EQ(report["files"]["basis"]["sha256"], Sha256Sum("me.glb"));
+  EXPECT_EQ(report["files"]["basis_landmarks"]["sha256"], Sha256Sum("me.landmarks.csv"));
+  // The rest moves as on the built-in face, which the head is made of.
+  const Table built_in = Weights("markers.csv", {"--character", "arkit52", "--solver", "fit"});
+  EXPECT_LT(LargestDifference(weights, built_in, "jawOpen"), 0.05);
+  EXPECT_LT(LargestDifference(weights, built_in, "browInnerUp"), 0.05);
 }
 
 // --- Filling.

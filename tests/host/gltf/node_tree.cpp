@@ -198,3 +198,17 @@ TEST(NodeTree, ErrorsHaveCodes) {
   EXPECT_EQ(of_parents(R"([{"children":[0]}])", 0), "contradiction at /nodes/0");
   EXPECT_EQ(of_parents(R"([{"children":[2]},{"children":[2]},{}])", 2), "duplicate at /nodes/1/children/0");
 }
+
+TEST(NodeTree, ANodesPlaceInTheSceneIsThatOfItsAncestorsAndItsOwn) {
+  const Glb glb = Nodes(R"([{"translation":[1,0,0],"children":[1]},{"rotation":[0,0,0.6,0.8],"scale":[2,3,4],
+                             "children":[2]},{"translation":[0,1,0],"scale":[1,1,-1]},{}])");
+  mien::ScenePlaces places(glb);
+  ExpectColumns(places.Of(2), {{0.56, 1.92, 0}, {-2.88, 0.84, 0}, {0, 0, -4}});
+  EXPECT_NEAR(places.Of(2).m[3][0], 1 - 2.88, 1e-12);
+  EXPECT_NEAR(places.Of(2).m[3][1], 0.84, 1e-12);
+  EXPECT_EQ(places.Of(0).m[3][0], 1);
+  ExpectColumns(places.Of(3), {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
+  const Glb circle = Nodes(R"([{"children":[1]},{"children":[0]}])");
+  EXPECT_EQ(InputErrorOf([&] { mien::ScenePlaces(circle).Of(0); }),
+            "h.glb:/nodes/0: this node is its own ancestor; export the head again");
+}

@@ -1,7 +1,10 @@
 #include "host/jobs/solve_job.h"
 
 #include "host/files/read_file.h"
+#include "host/fit/shape_basis.h"
+#include "host/gltf/glb.h"
 #include "host/jobs/output_place.h"
+#include "tests/host/basis_head.h"
 #include "tests/host/input_error.h"
 #include "tests/host/temporary_folder.h"
 
@@ -11,6 +14,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,7 +26,9 @@ using mien::ReadFile;
 using mien::SolveJob;
 using mien::SolveResult;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
+using testing::UnorderedElementsAreArray;
 
 namespace {
 
@@ -131,6 +137,19 @@ TEST_F(SolveJobs, SettingsThatDoNotFitAreUsageProblemsAtTheSetting) {
        },
        "expression"},
       {[&](SolveJob& job) { job.timecode = "noon"; }, "timecode"},
+      {[&](SolveJob& job) { job.basis = kSamples / "head.glb"; }, "basis"},
+      {[&](SolveJob& job) { job.basis_landmarks = "l.csv"; }, "basis-landmarks"},
+      {[&](SolveJob& job) { job.solve.solver = mien::ShapeSolver::Fit; }, "solver"},
+      {[&](SolveJob& job) {
+         job.solve.solver = mien::ShapeSolver::Fit, job.character = "arkit52", job.basis = "-";
+         job.take = "-";
+       },
+       "basis"},
+      {[&](SolveJob& job) {
+         job.solve.solver = mien::ShapeSolver::Fit, job.character = "arkit52";
+         job.basis = folder_ / "h.glb", job.report = Write("h.landmarks.csv", "landmark,x,y,z");
+       },
+       "report"},
       {[&](SolveJob& job) { job.solve.smooth_positions_hz = 1000; }, "smooth"},
       {[&](SolveJob& job) { job.solve.smooth_weights_hz = 1000; }, "smooth-weights"},
   };
@@ -140,6 +159,53 @@ TEST_F(SolveJobs, SettingsThatDoNotFitAreUsageProblemsAtTheSetting) {
     EXPECT_EQ(ProblemOf(job), std::pair(Code::Usage, setting));
     EXPECT_FALSE(std::filesystem::exists(folder_ / "w.csv")) << setting;
   }
+}
+
+// A head is known by its content, a table by anything else; either is in the report with its hash.
+TEST_F(SolveJobs, FitOnTheUsersHeadOrTable) {
+  const mien::ShapeBasis face = mien::LoadBasis(mien::BuiltInBasis::TwoHeads);
+  std::ostringstream head;
+  mien::WriteGlb(tests::HeadOfBasis(face), head);
+  SolveJob job = Job("w.csv");
+  job.character = "arkit52", job.solve.solver = mien::ShapeSolver::Fit;
+  job.report = folder_ / "r.json";
+  job.basis = Write("h.vrm", head.str());
+  EXPECT_EQ(ProblemOf(job), std::pair(Code::NotFound, std::string())) << "the landmarks";
+  EXPECT_FALSE(std::filesystem::exists(job.output));
+  Write("h.landmarks.csv", tests::LandmarksOfBasis(face));
+  const auto roles = [](const SolveResult& result) {
+    std::vector<std::string> names;
+    for (const mien::ReportedFile& file : result.files)
+      names.push_back(file.role + (file.sha256.size() == 64 ? " hashed" : ""));
+    return names;
+  };
+  const SolveResult by_head = mien::Run(job);
+  EXPECT_EQ(by_head.report.fit.basis, job.basis);
+  EXPECT_THAT(roles(by_head), ElementsAre("take hashed", "performer", "character", "basis hashed",
+                                          "basis_landmarks hashed", "output hashed"));
+  std::filesystem::rename(folder_ / "h.landmarks.csv", folder_ / "l.csv");
+  job.basis_landmarks = folder_ / "l.csv";
+  EXPECT_THAT(mien::Run(job).report.fit.fitted, ElementsAreArray(by_head.report.fit.fitted));
+
+  std::filesystem::copy(std::filesystem::path(MIEN_SAMPLES_FOLDER) / "../data/shape_basis/two_heads.csv",
+                        folder_ / "t.csv");
+  job.basis = folder_ / "t.csv";
+  EXPECT_EQ(ProblemOf(job), std::pair(Code::Usage, std::string("basis-landmarks")));
+  job.basis_landmarks.clear();
+  const SolveResult by_table = mien::Run(job);
+  EXPECT_EQ(by_table.report.fit.basis, job.basis);
+  EXPECT_THAT(by_table.report.fit.fitted, UnorderedElementsAreArray(by_head.report.fit.fitted));
+  EXPECT_THAT(roles(by_table),
+              ElementsAre("take hashed", "performer", "character", "basis hashed", "output hashed"));
+  const std::string solved = ReadFile(job.output);
+  job.basis.clear();
+  mien::Run(job);
+  EXPECT_EQ(ReadFile(job.output), solved) << "the table is the built-in one";
+
+  job.basis = Write("scene.glb", "BLENDER-v300");
+  EXPECT_EQ(ProblemOf(job).first, Code::Unsupported);
+  job.basis = Write("notes.txt", "not a table\n");
+  EXPECT_EQ(ProblemOf(job).first, Code::Syntax);
 }
 
 TEST_F(SolveJobs, FaultsOfFilesCarryTheirCodes) {

@@ -1,8 +1,10 @@
 #include "host/solve/solve_shapes.h"
 
 #include "host/character/character_file.h"
+#include "host/fit/head_basis.h"
 #include "host/performer/performer_file.h"
 #include "host/solve/solve_character.h"
+#include "tests/host/basis_head.h"
 #include "tests/host/plain_face.h"
 #include "tests/random.h"
 
@@ -74,21 +76,22 @@ struct Solved {
   }
 };
 
-Solved Solve(Take take, const Performer& performer, const NeutralPose& pose,
-             const SolveOptions& options = {}) {
+Solved Solve(Take take, const Performer& performer, const NeutralPose& pose, const SolveOptions& options = {},
+             const ShapeBasis* basis = nullptr) {
   const Neutral neutral = {.pose = pose, .how = "", .notes = {}};
   SolvedTake solved = SolveTake(take, performer, pose, options);
-  FittedShapes fitted = SolveShapes(solved, take, performer, neutral, options);
+  FittedShapes fitted = SolveShapes(solved, take, performer, neutral, options, basis);
   return {std::move(take), std::move(solved), std::move(fitted)};
 }
 
 /// A head that moves, and one expression after the other, each held long enough for the inertia.
-Solved SolveExpressions(const std::vector<Weights>& expressions, const SolveOptions& options = {}) {
+Solved SolveExpressions(const std::vector<Weights>& expressions, const SolveOptions& options = {},
+                        const ShapeBasis* basis = nullptr) {
   tests::Random random(11);
   Take take = EmptyLandmarkTake();
   for (const Weights& weights : expressions)
     for (int i = 0; i < 15; ++i) tests::Film(take, Landmarks(weights), tests::AnyMotion(random));
-  return Solve(std::move(take), LoadPerformer("landmarks68"), Landmarks({}), options);
+  return Solve(std::move(take), LoadPerformer("landmarks68"), Landmarks({}), options, basis);
 }
 
 } // namespace
@@ -223,4 +226,21 @@ TEST(SolveShapes, ExpressionsAddToFittedShapes) {
   SolveCharacter(solved.solved.animation, character, {{"gasp", 1}}, &solved.fitted);
   EXPECT_DOUBLE_EQ(solved.solved.animation.ShapeWeight(14, 0), solved.At(14, "jawOpen") + 0.25);
   EXPECT_GT(solved.solved.animation.ShapeWeight(14, 1), 0.6) << "other shapes keep their templates";
+}
+
+// What differs is rounding to floats, and that the head's axes and size come from its landmarks.
+TEST(SolveShapes, AHeadMadeOfTheBuiltInFaceGivesTheSameWeights) {
+  const std::vector<Weights> expressions = {
+      {{"jawOpen", 0.6}}, {{"mouthSmileLeft", 0.8}, {"browInnerUp", 0.4}}, {{"mouthPucker", 1}}};
+  const ShapeBasis face = LoadBasis(BuiltInBasis::TwoHeads);
+  const ShapeBasis head = mien::BasisOfHead(
+      tests::HeadOfBasis(face), mien::ReadHeadLandmarks(tests::LandmarksOfBasis(face), "head.landmarks.csv"));
+  const Solved built_in = SolveExpressions(expressions), by_head = SolveExpressions(expressions, {}, &head);
+  EXPECT_EQ(by_head.fitted.report.basis, "head.glb");
+  EXPECT_EQ(built_in.fitted.report.basis, "the built-in face of two heads");
+  ASSERT_EQ(by_head.fitted.names.size(), built_in.fitted.names.size());
+  for (std::size_t f = 0; f < built_in.take.FrameCount(); ++f)
+    for (const std::string& name : built_in.fitted.names)
+      EXPECT_NEAR(by_head.At(f, name), built_in.At(f, name), 1e-3) << name << ' ' << f;
+  EXPECT_GT(by_head.At(14, "jawOpen"), 0.4);
 }
