@@ -122,10 +122,11 @@ std::vector<std::string> UseOwnPoses(LaidBasis& basis, const std::vector<Calibra
       if (found != basis.shapes.end())
         shapes.push_back(static_cast<std::size_t>(found - basis.shapes.begin()));
     }
+    if (shapes.size() < guided.shapes.size()) continue; // nobody knows the share of the one that is missing
     const Ways ways = WaysOf(before, *pose, *rest, shapes);
     const std::optional<double> amplitude = AmplitudeOf(before, ways, shapes);
     constexpr double kLeast = 0.1; // below, the performer did not make the pose
-    if (shapes.empty() || !amplitude || *amplitude < kLeast) continue;
+    if (!amplitude || *amplitude < kLeast) continue;
     amplitudes[RegionOf(guided.shapes[0])].push_back(*amplitude);
     const bool one_kind = std::all_of(shapes.begin(), shapes.end(), [&](std::size_t s) {
       return WithoutSide(basis.shapes[s]) == WithoutSide(basis.shapes[shapes[0]]);

@@ -18,8 +18,8 @@ namespace mien {
 /// Shapes that no pose shows keep the way in which the basis moves them, at the performer's amplitude: the
 /// median ratio of the poses to the basis in the same region of the face (eyes, brows, the rest), 0.5 to 2.
 ///
-/// Returns the shapes that poses replace. Poses without points of the markers, of another list, or without a
-/// pose of rest replace nothing.
+/// Returns the shapes that poses replace. Poses without points of the markers, of another list, with a shape
+/// that the basis lacks, or without a pose of rest replace nothing.
 std::vector<std::string> UseOwnPoses(LaidBasis& basis, const std::vector<CalibrationRecord::Pose>& poses);
 
 } // namespace mien

@@ -110,6 +110,12 @@ TEST(OwnPoses, OtherShapesOfTheRegionGetThePerformersAmplitude) {
   ExpectPoint(Moved(basis, "lidL", "eyeBlinkLeft"), {0, -9, 0}); // another region
 }
 
+TEST(OwnPoses, APoseWithAShapeThatTheBasisLacksReplacesNothing) {
+  LaidBasis basis = Basis(); // has one of the three shapes of raised brows, and one of the two of closed eyes
+  EXPECT_THAT(UseOwnPoses(basis, {Pose("rest", {}), Pose("eyes-closed", {{"lidL", {0, -5, 0}}})}), IsEmpty());
+  ExpectPoint(Moved(basis, "lidL", "eyeBlinkLeft"), {0, -9, 0});
+}
+
 TEST(OwnPoses, WithoutRestOrMotionNothingIsReplaced) {
   const LaidBasis before = Basis();
   for (const std::vector<CalibrationRecord::Pose>& poses :
