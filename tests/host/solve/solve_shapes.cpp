@@ -111,6 +111,14 @@ TEST(SolveShapes, FindsWhatAFaceDoesUnderAMovingHead) {
   EXPECT_LT(solved.fitted.report.residual_mm, 1.5);
 }
 
+// Lips that stay shut over an open jaw: no take with known answers has this shape.
+TEST(SolveShapes, FindsShutLipsOverAnOpenJaw) {
+  const Solved solved = SolveExpressions({{{"jawOpen", 0.6}, {"mouthClose", 0.5}}, {{"jawOpen", 0.6}}});
+  EXPECT_GT(solved.At(14, "mouthClose"), 0.3);
+  EXPECT_GT(solved.At(14, "jawOpen"), 0.4);
+  EXPECT_LT(solved.At(29, "mouthClose"), 0.1);
+}
+
 TEST(SolveShapes, AFaceAtRestHasNoShape) {
   const Solved solved = SolveExpressions({{}});
   for (const double weight : solved.fitted.weights) EXPECT_LT(weight, 0.02);
