@@ -7,9 +7,11 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace mien::samples {
@@ -162,6 +164,43 @@ std::string Weights(const Frames& frames) {
   return text;
 }
 
+// The table of a phone app, of which a few columns of shapes; the timecode counts 60 a second.
+std::string PhoneWeights(const Frames& frames) {
+  std::string text =
+      "Timecode,BlendShapeCount,EyeBlinkLeft,EyeBlinkRight,JawOpen,MouthFunnel,HeadYaw,HeadPitch,"
+      "HeadRoll,LeftEyeYaw,LeftEyePitch,LeftEyeRoll,RightEyeYaw,RightEyePitch,RightEyeRoll\n";
+  for (std::size_t f = 0; f < frames.size(); ++f) {
+    const std::size_t count = 15 * f; // since the first frame's second
+    fmt::format_to(std::back_inserter(text), "10:02:{:02}:{:02}.500,13,{},{},{},0,0,0,0,0,0,0,0,0,0\n",
+                   58 + count / 60, count % 60, frames[f].blink, frames[f].blink, frames[f].jaw);
+  }
+  return text;
+}
+
+std::string LongWeights(const Frames& frames) {
+  std::string text = "frame,time_s,face,name,score\n";
+  for (std::size_t f = 0; f < frames.size(); ++f)
+    for (const auto& [name, score] :
+         {std::pair("eyeBlinkLeft", frames[f].blink), std::pair("eyeBlinkRight", frames[f].blink),
+          std::pair("jawOpen", frames[f].jaw), std::pair("mouthFunnel", 0.0)})
+      fmt::format_to(std::back_inserter(text), "{},{},0,{},{}\n", f + 1, Seconds(f), name, score);
+  return text;
+}
+
+// As a recorder of weights stores them, in milliseconds since 1970.
+std::string RecordedWeights(const Frames& frames) {
+  constexpr std::int64_t kStart = 1'700'000'000'000;
+  std::string text = "[";
+  for (std::size_t f = 0; f < frames.size(); ++f)
+    fmt::format_to(std::back_inserter(text),
+                   R"({}{{"timestamp":{},"blendshapes":[{{"name":"eyeBlinkLeft","score":{}}},)"
+                   R"({{"name":"eyeBlinkRight","score":{}}},{{"name":"jawOpen","score":{}}},)"
+                   R"({{"name":"mouthFunnel","score":0}}]}})",
+                   f > 0 ? ",\n" : "", kStart + 250 * static_cast<std::int64_t>(f), frames[f].blink,
+                   frames[f].blink, frames[f].jaw);
+  return text + "]\n";
+}
+
 } // namespace
 
 std::map<std::string, std::string> MeshFiles(const Take& mesh, const Animation& known) {
@@ -171,6 +210,9 @@ std::map<std::string, std::string> MeshFiles(const Take& mesh, const Animation& 
           {"mesh/result_lines.json", ResultLines(frames)},
           {"mesh/results.json", Results(frames)},
           {"mesh/weights.csv", Weights(frames)},
+          {"mesh/weights_long.csv", LongWeights(frames)},
+          {"mesh/weights_phone.csv", PhoneWeights(frames)},
+          {"mesh/weights_recorded.json", RecordedWeights(frames)},
           {"mesh/wide.csv", Wide(frames)},
           {"mesh/with_body.csv", WithBody(frames)}};
 }

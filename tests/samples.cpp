@@ -231,8 +231,9 @@ TEST(Samples, AreWhatTheGeneratorWrites) {
   EXPECT_THAT(data, UnorderedElementsAre("head.glb", "known_head.csv", "known_weights.csv", "landmarks.csv",
                                          "markers.csv", "markers.performer.json", "mesh/long.csv",
                                          "mesh/planar_pixels.csv", "mesh/result_lines.json",
-                                         "mesh/results.json", "mesh/weights.csv", "mesh/wide.csv",
-                                         "mesh/with_body.csv", "puppet.character.json"));
+                                         "mesh/results.json", "mesh/weights.csv", "mesh/weights_long.csv",
+                                         "mesh/weights_phone.csv", "mesh/weights_recorded.json",
+                                         "mesh/wide.csv", "mesh/with_body.csv", "puppet.character.json"));
   ASSERT_EQ(files.size(), data.size() - 1) << "the puppet alone is written by hand";
   for (const auto& [name, bytes] : files)
     EXPECT_TRUE(mien::ReadFile(kFolder / name) == bytes)

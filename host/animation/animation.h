@@ -33,6 +33,7 @@ struct AnimationLayout {
   std::string character; ///< its name, for titles; empty without one
   FrameRate rate;
   std::optional<Timecode> timecode; ///< of the first frame
+  double timecode_offset_s = 0;     ///< by which the first frame is later than that; less than a count
 
   std::vector<TemplateColumn> templates = TemplateColumns();
   std::vector<std::string> shapes;             ///< of the character, part by part

@@ -120,7 +120,7 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
 
   out << "  \"templates\": ";
   WriteWeights(out, layout.WeightNames(WeightKind::Templates), animation.weights, frames);
-  if (!layout.character.empty()) {
+  if (!layout.character.empty() || !layout.shapes.empty()) {
     out << ",\n  \"shapes\": ";
     WriteWeights(out, layout.shapes, animation.shape_weights, frames);
     std::vector<JsonValue> clusters;

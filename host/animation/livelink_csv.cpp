@@ -75,7 +75,8 @@ std::vector<std::string> LiveLinkCsvWriter::Missing() const {
 
 void LiveLinkCsvWriter::Frame(const AnimationFrame& frame) {
   // A timecode may count 29.97 numbers per second; its seconds are those that its numbers show.
-  if (!start_) start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() - frame.time : 0;
+  if (!start_)
+    start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() + layout_.timecode_offset_s - frame.time : 0;
   AppendTimeOfDay(Row(), *start_ + frame.time);
   fmt::format_to(Row(), ",{}", columns_.size() + std::size(kAngles));
   for (const std::vector<std::size_t>& shapes : columns_) {

@@ -18,7 +18,8 @@ std::string Field(std::string_view text) {
 } // namespace
 
 WeightCsvWriter::WeightCsvWriter(const AnimationLayout& layout, WeightKind weights, std::ostream& out)
-    : CsvAnimationWriter(out), weights_(weights), timecode_(layout.timecode) {
+    : CsvAnimationWriter(out), weights_(weights), timecode_(layout.timecode),
+      timecode_offset_s_(layout.timecode_offset_s) {
   fmt::format_to(Row(), "frame,time{}", timecode_ ? ",timecode" : "");
   for (const std::string& name : layout.WeightNames(weights)) fmt::format_to(Row(), ",{}", Field(name));
   EndRow();
@@ -29,7 +30,7 @@ void WeightCsvWriter::Frame(const AnimationFrame& frame) {
   fmt::format_to(Row(), "{},{}", frame.number, frame.time);
   if (timecode_) {
     fmt::format_to(Row(), ",");
-    timecode_->AppendTo(Row(), frame.time - *first_time_);
+    timecode_->AppendTo(Row(), frame.time - *first_time_ + timecode_offset_s_);
   }
   for (const double weight : frame.WeightsOf(weights_)) fmt::format_to(Row(), ",{}", weight);
   EndRow();

@@ -21,6 +21,7 @@ public:
 private:
   WeightKind weights_;
   std::optional<Timecode> timecode_;
+  double timecode_offset_s_ = 0;     // of the first frame
   std::optional<double> first_time_; // of the first frame; known from then on
 };
 

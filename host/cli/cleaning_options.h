@@ -3,6 +3,8 @@
 #include "host/cli/command.h"
 #include "host/solve/solve_options.h"
 
+#include <optional>
+
 namespace mien {
 
 /// --solver. `solver` must outlive the parsing.
@@ -10,6 +12,9 @@ void AddSolver(Command& command, ShapeSolver& solver);
 
 /// --head-fit. `fit` must outlive the parsing.
 void AddHeadFit(Command& command, HeadFit& fit);
+
+/// --fade and --smooth-weights of recorded weights. What they are read into must outlive the parsing.
+void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& smooth_weights_hz);
 
 /// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights.
 /// `options` must outlive the parsing.

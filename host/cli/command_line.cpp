@@ -38,6 +38,7 @@ void SetUp(CLI::App& app, CommandDescription& mien, Output& output,
   AddInfoCommand(root);
   AddConvertCommand(root);
   AddSolveCommand(root, arguments);
+  AddRetargetCommand(root);
   AddPerformerCommand(root);
   AddCalibrateCommand(root);
   AddCharacterCommand(root);

@@ -14,6 +14,7 @@ void AddConvertCommand(Command& mien);
 void AddHelpCommand(Command& mien);
 void AddInfoCommand(Command& mien);
 void AddPerformerCommand(Command& mien);
+void AddRetargetCommand(Command& mien);
 void AddSolveCommand(Command& mien,
                      std::vector<std::string> arguments); ///< as they were typed, for the report
 

@@ -40,25 +40,30 @@ void AddMeshOptions(Command& command, MeshOptions& options) {
 
 } // namespace
 
-void AddTakeOptions(Command& command, ReadOptions& options) {
+void AddReadingOptions(Command& command, bool& strict, std::optional<std::int64_t>& face,
+                       std::optional<FrameRate>& input_rate) {
   command.AddFlag({.names = "--strict", .type = "", .help = "Turn every note of the reader into an error"},
-                  options.strict);
+                  strict);
   command.Add({.names = "--face",
                .type = "ID",
                .help =
                    "The face to read of landmarks with several faces: its face_id, or its place in a result "
                    "from 0. Default: the first"},
-              options.face);
+              face);
   command.AddParsed({.names = "--input-rate",
                      .type = "HZ",
                      .help =
                          "The rate of a take whose file has neither times nor a rate, such as 25 or 29.97. "
                          "Default: 30; C3D: 100"},
-                    [&options](const std::string& text) -> Command::Fault {
-                      options.input_rate = ParseFrameRate(text);
-                      if (options.input_rate) return std::nullopt;
+                    [&input_rate](const std::string& text) -> Command::Fault {
+                      input_rate = ParseFrameRate(text);
+                      if (input_rate) return std::nullopt;
                       return fmt::format("\"{}\" is not a rate, such as 25, 29.97 or 30000/1001", text);
                     });
+}
+
+void AddTakeOptions(Command& command, ReadOptions& options) {
+  AddReadingOptions(command, options.strict, options.face, options.input_rate);
   AddMeshOptions(command, options.mesh);
 }
 

@@ -4,6 +4,7 @@
 #include "host/formats/read_take.h"
 #include "host/takes/frame_range.h"
 
+#include <cstdint>
 #include <optional>
 
 namespace mien {
@@ -15,6 +16,10 @@ inline constexpr char kTakeHelp[] = "The take's file: C3D, TRC, landmarks as CSV
 
 /// --strict, --face, --input-rate, and those of 478 landmarks: --image, --face-width, --mirrored.
 void AddTakeOptions(Command& command, ReadOptions& options);
+
+/// --strict, --face and --input-rate alone.
+void AddReadingOptions(Command& command, bool& strict, std::optional<std::int64_t>& face,
+                       std::optional<FrameRate>& input_rate);
 
 /// --neutral FRAME or FROM-TO.
 void AddNeutralOption(Command& command, std::optional<FrameRange>& range);

@@ -2,16 +2,12 @@
 
 #include "host/base/error.h"
 #include "host/base/parse_json.h"
-#include "host/base/statistics.h"
 #include "host/base/text.h"
-#include "host/formats/csv_frames.h"
-#include "host/formats/input_rate.h"
+#include "host/formats/json_stream.h"
 #include "host/formats/mesh_mirror.h"
-#include "host/formats/mesh_times.h"
 #include "host/formats/mesh_weights.h"
+#include "host/formats/result_times.h"
 #include "host/takes/far_positions.h"
-#include "host/takes/frame_times.h"
-#include "host/takes/reorder_frames.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -23,7 +19,6 @@
 #include <functional>
 #include <iterator>
 #include <limits>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -42,99 +37,22 @@ bool IsOneOf(std::string_view key, const std::string_view (&keys)[kCount]) {
   return std::find(std::begin(keys), std::end(keys), key) != std::end(keys);
 }
 
-// Reads from a text, and shows how far the parser has come: it reads ahead of nothing.
-class Cursor {
-public:
-  using iterator_category = std::input_iterator_tag;
-  using value_type = char;
-  using difference_type = std::ptrdiff_t;
-  using pointer = const char*;
-  using reference = const char&;
-
-  /// Keeps `at` where the parser is.
-  Cursor(const char* first, const char*& at) : here_(first), at_(&at) {}
-  reference operator*() const { return *here_; }
-  Cursor& operator++() {
-    *at_ = ++here_;
-    return *this;
-  }
-  bool operator==(const Cursor& other) const { return here_ == other.here_; }
-  bool operator!=(const Cursor& other) const { return here_ != other.here_; }
-
-private:
-  const char* here_;
-  const char** at_;
-};
-
-// The same for a text with bare NaN, as Python writes lost numbers: shows null in its place.
-class NanCursor {
-public:
-  using iterator_category = std::input_iterator_tag;
-  using value_type = char;
-  using difference_type = std::ptrdiff_t;
-  using pointer = const char*;
-  using reference = const char&;
-
-  NanCursor(std::string_view text, const char*& at) : rest_(text), at_(&at) { LookAtNan(); }
-  reference operator*() const { return null_.empty() ? rest_.front() : null_.front(); }
-  NanCursor& operator++() {
-    if (!null_.empty()) {
-      null_.remove_prefix(1);
-      if (null_.empty()) GoOn(kNan.size());
-      return *this;
-    }
-    const char c = rest_.front();
-    in_string_ = in_string_ != (c == '"' && !is_escaped_);
-    is_escaped_ = in_string_ && c == '\\' && !is_escaped_;
-    GoOn(1);
-    return *this;
-  }
-  bool operator==(const NanCursor& other) const { return rest_.data() == other.rest_.data(); }
-  bool operator!=(const NanCursor& other) const { return !(*this == other); }
-
-  static constexpr std::string_view kNan = "NaN";
-
-private:
-  void GoOn(std::size_t count) {
-    rest_.remove_prefix(count);
-    *at_ = rest_.data();
-    LookAtNan();
-  }
-  void LookAtNan() {
-    if (!in_string_ && rest_.starts_with(kNan)) null_ = "null";
-  }
-
-  std::string_view rest_;
-  std::string_view null_; // the rest of what stands for the NaN that the text has here
-  const char** at_;
-  bool in_string_ = false, is_escaped_ = false;
-};
-
-// When a result was.
-struct Moment {
-  std::optional<double> number, time;
-  std::string time_key;
-  int decimals = 0;
-};
-
 // A result's moment and the points of its face, which are empty where the face was lost.
 struct Result {
-  Moment moment;
+  ResultMoment moment;
   std::vector<Point> points;
 };
 
 // Takes the parser's events and hands over each result when its object ends.
-class ResultParser final : public nlohmann::json_sax<Json> {
+class ResultParser final : public JsonEvents {
 public:
   // `add` takes a Result; it may throw.
   ResultParser(std::size_t face, std::function<void(const Result&)> add)
       : face_(face), add_(std::move(add)) {}
 
   bool HasWeights() const { return has_weights_; }
-  bool IsTooDeep() const { return too_deep_; }
-  bool IsTooLarge() const { return too_large_; }
   std::size_t MostFaces() const { return most_faces_; }
-  void StartDocument() {
+  void StartDocument() override {
     scopes_.clear();
     faces_at_ = 0;
   }
@@ -148,7 +66,6 @@ public:
   bool number_unsigned(std::uint64_t value) override { return Number(static_cast<double>(value), ""); }
   bool number_float(double value, const std::string& text) override { return Number(value, text); }
   bool string(std::string& /*value*/) override { return true; }
-  bool binary(Json::binary_t& /*value*/) override { return false; } // JSON has none
 
   bool start_object(std::size_t /*size*/) override { return Open(true); }
   bool key(std::string& value) override {
@@ -190,19 +107,13 @@ public:
     if (depth == 1) faces_at_ = 0;
     return true;
   }
-  bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
-                   const nlohmann::detail::exception& error) override {
-    constexpr int kBeyondDouble = 406;
-    too_large_ = error.id == kBeyondDouble;
-    return false;
-  }
 
 private:
   // An object or array that the parser is in.
   struct Scope {
     bool is_object = false;
     std::string key;       // of an object's next member
-    Moment moment;         // outside of the faces
+    ResultMoment moment;   // outside of the faces
     bool has_face = false; // or the object had a member that has
     std::array<double, 3> value{};
     std::size_t values = 0; // an array's numbers
@@ -215,10 +126,7 @@ private:
   }
 
   bool Open(bool is_object) {
-    if (scopes_.size() == kDeepestJson) {
-      too_deep_ = true;
-      return false;
-    }
+    if (scopes_.size() == kDeepestJson) return RefuseDepth();
     if (!scopes_.empty() && IsFaceKey()) {
       scopes_.back().has_face = true;
       if (!is_object) {
@@ -247,13 +155,7 @@ private:
       if (scope.values < 3) scope.value[scope.values] = value;
       ++scope.values;
     } else if (scope.is_object && !std::isnan(value)) {
-      if (!scope.moment.number && NamesFrames(scope.key)) {
-        scope.moment.number = value;
-      } else if (!scope.moment.time && UnitsPerSecond(scope.key)) {
-        scope.moment.time = value;
-        scope.moment.time_key = scope.key;
-        scope.moment.decimals = DecimalsOf(text);
-      }
+      scope.moment.Read(scope.key, value, text);
     }
     return true;
   }
@@ -277,61 +179,29 @@ private:
   std::size_t most_faces_ = 0;
   std::vector<Point> face_points_; // of the face that is parsed
   std::vector<Point> points_;      // of the result that is parsed
-  bool has_weights_ = false, too_deep_ = false, too_large_ = false;
+  bool has_weights_ = false;
 };
 
 // Makes a take of the results.
 class ResultReader {
 public:
   ResultReader(std::string_view bytes, std::string file, std::optional<std::int64_t> face)
-      : bytes_(bytes), file_(std::move(file)),
-        has_nan_(bytes.find(NanCursor::kNan) != std::string_view::npos), face_(face) {}
+      : stream_(bytes), file_(std::move(file)), face_(face) {}
 
   Take Read(const std::optional<FrameRate>& input_rate) {
     Parse();
     if (moments_.empty()) FailEmpty();
     if (!has_points_) Begin(kMeshPoints);
     far_.AppendTo(take_.notes);
-    SetTimes(input_rate);
+    SetResultTimes(take_, moments_, input_rate, file_);
     return std::move(take_);
   }
 
 private:
-  std::string Line() const { return std::to_string(1 + std::count(bytes_.data(), at_, '\n')); }
-
-  // Parses up to the end of the JSON value at at_.
-  bool ParseDocument(const char* end) {
-    const auto parse = [this](auto first, auto last) {
-      return Json::sax_parse(first, last, &parser_, Json::input_format_t::json, false);
-    };
-    if (!has_nan_) return parse(Cursor(at_, at_), Cursor(end, at_));
-    const std::string_view rest(at_, static_cast<std::size_t>(end - at_));
-    return parse(NanCursor(rest, at_), NanCursor(rest.substr(rest.size()), at_));
-  }
+  std::string Line() const { return std::to_string(stream_.Line()); }
 
   void Parse() {
-    const char* const end = bytes_.data() + bytes_.size();
-    at_ = bytes_.data();
-    if (bytes_.starts_with("\xEF\xBB\xBF")) at_ += 3;
-    while (true) {
-      while (at_ != end && (*at_ == ' ' || *at_ == '\t' || *at_ == '\r' || *at_ == '\n')) ++at_;
-      if (at_ == end) break;
-      parser_.StartDocument();
-      if (ParseDocument(end)) continue;
-      if (parser_.IsTooDeep())
-        throw InputError(Code::Limit, file_, Line(),
-                         fmt::format("objects and arrays are nested more than {} deep", kDeepestJson),
-                         "write the file with fewer levels");
-      if (parser_.IsTooLarge())
-        throw InputError(Code::InvalidValue, file_, Line(), "a number is beyond what a double holds",
-                         "write a smaller one");
-      if (at_ != end || moments_.empty())
-        throw InputError(Code::Syntax, file_, Line(), "this is not JSON from here on",
-                         "look for a missing comma, quote or bracket just before");
-      take_.notes.push_back(
-          {Code::Truncated, "line " + Line(), "the file ends inside a result, which is left out"});
-      break;
-    }
+    stream_.Parse(parser_, file_, take_.notes, [this] { return !moments_.empty(); });
     if (face_ && parser_.MostFaces() > 0 && static_cast<std::size_t>(*face_) >= parser_.MostFaces())
       throw InputError(Code::NotFound, file_, "", fmt::format("there is no face {}", *face_),
                        fmt::format("the results have {}, from 0", Count(parser_.MostFaces(), "face")));
@@ -379,95 +249,14 @@ private:
     }
   }
 
-  // 1 or 1000 units of the times per second.
-  double UnitOfTimes() {
-    const std::string& key = moments_[0].time_key;
-    if (!EqualIgnoringCase(key, "timestamp") && !EqualIgnoringCase(key, "time"))
-      return UnitsPerSecond(key).value_or(1);
-    std::vector<double> times, steps;
-    for (const Moment& moment : moments_) times.push_back(*moment.time);
-    std::sort(times.begin(), times.end());
-    for (std::size_t i = 1; i < times.size(); ++i) steps.push_back(times[i] - times[i - 1]);
-    constexpr double kLongestStep = 5; // seconds between two frames
-    if (steps.empty() || !(Median(steps) > kLongestStep)) return 1;
-    take_.notes.push_back(
-        {Code::Assumed, "", fmt::format("{} has no unit; taken as milliseconds", Quoted(key))});
-    return 1000;
-  }
-
-  void SetTimes(const std::optional<FrameRate>& input_rate) {
-    const auto count_of = [this](auto member) {
-      return static_cast<std::size_t>(std::count_if(
-          moments_.begin(), moments_.end(), [member](const Moment& m) { return (m.*member).has_value(); }));
-    };
-    const std::size_t count = moments_.size(), timed = count_of(&Moment::time);
-    if (timed > 0 && timed < count)
-      throw InputError(Code::Missing, file_, "", fmt::format("{} of {} results have a time", timed, count),
-                       "give each result its time");
-    const bool numbered = count_of(&Moment::number) == count &&
-                          std::all_of(moments_.begin(), moments_.end(), [](const Moment& m) {
-                            constexpr double kMost =
-                                1e12; // beyond, the times of two neighbours could be equal
-                            return std::trunc(*m.number) == *m.number && std::abs(*m.number) <= kMost;
-                          });
-    if (timed > 0) RefuseInputRate(input_rate, file_);
-    const double units = timed > 0 ? UnitOfTimes() : 1;
-    int decimals = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      take_.frames[i] =
-          numbered ? static_cast<std::int64_t>(*moments_[i].number) : static_cast<std::int64_t>(i + 1);
-      take_.times[i] = moments_[i].time.value_or(0) / units;
-      decimals = std::max(decimals, moments_[i].decimals + (units == 1 ? 0 : 3));
-    }
-    Sort(timed > 0);
-    const auto not_rising = [](std::int64_t a, std::int64_t b) { return a >= b; };
-    if (!numbered ||
-        std::adjacent_find(take_.frames.begin(), take_.frames.end(), not_rising) != take_.frames.end())
-      std::iota(take_.frames.begin(), take_.frames.end(), std::int64_t{1});
-    if (timed > 0) {
-      if (const auto fault = SetRateByTimes(take_, decimals, kFastestVideoHz))
-        throw InputError(fault->code, file_, "", fault->what, fault->fix);
-      NoteUnlikelyUnit(take_, moments_[0].time_key, units);
-      return;
-    }
-    take_.rate = InputRate(input_rate, "no times", take_.notes);
-    for (std::size_t i = 0; i < count; ++i)
-      take_.times[i] = take_.rate.Seconds(take_.frames[i] - take_.frames[0]);
-    NoteMissingFrames(take_);
-  }
-
-  // By time, or without times by number.
-  void Sort(bool by_time) {
-    std::vector<std::size_t> order(take_.FrameCount());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    const auto is_before = [&](std::size_t a, std::size_t b) {
-      return by_time ? take_.times[a] < take_.times[b] : take_.frames[a] < take_.frames[b];
-    };
-    if (!std::is_sorted(order.begin(), order.end(), is_before)) {
-      std::stable_sort(order.begin(), order.end(), is_before);
-      take_.notes.push_back(
-          {Code::Order, "",
-           fmt::format("the results are not in order; they are sorted by {}", by_time ? "time" : "frame")});
-      ReorderFrames(take_, order);
-    }
-    for (std::size_t i = 1; i < take_.FrameCount(); ++i)
-      if (by_time ? !(take_.times[i] > take_.times[i - 1]) : take_.frames[i] <= take_.frames[i - 1])
-        throw InputError(Code::Order, file_, "",
-                         by_time ? fmt::format("two results have the time {} s", take_.times[i])
-                                 : fmt::format("two results have the frame {}", take_.frames[i]),
-                         "give each recording its own file, and times enough decimals");
-  }
-
-  const std::string_view bytes_;
+  JsonStream stream_;
   const std::string file_;
-  const bool has_nan_;
   const std::optional<std::int64_t> face_;
-  const char* at_ = nullptr; // where the parser is
   ResultParser parser_{static_cast<std::size_t>(std::max<std::int64_t>(face_.value_or(0), 0)),
                        [this](const Result& result) { Add(result); }};
   Take take_;
   bool has_points_ = false;
-  std::vector<Moment> moments_; // of the results
+  std::vector<ResultMoment> moments_; // of the results
   FarPositions far_;
 };
 

@@ -16,10 +16,11 @@ bool IsMeshWeightsCsv(const std::vector<std::string_view>& columns) {
 }
 
 void FailMeshWeights(const std::string& file) {
-  throw InputError(Code::Unsupported, file, "",
-                   "the file has shape weights (scores) and no landmarks, which are what is solved",
-                   "store the landmarks (faceLandmarks) as well, or use the weights as they are: they need "
-                   "no solving and drive a character that has these shapes");
+  throw InputError(
+      Code::Unsupported, file, "",
+      "the file has shape weights (scores) and no landmarks, which are what is solved",
+      "put the weights onto a character with mien retarget, or store the landmarks (faceLandmarks) as "
+      "well");
 }
 
 } // namespace mien

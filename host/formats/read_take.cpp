@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -120,7 +121,7 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
     what += fmt::format(" over {:.1f} s, {:.0f} frames dropped", seconds, dropped);
   }
   throw InputError(Code::Unsupported, file, "", what + "), and no markers to solve",
-                   "name the take of markers, or use the weights on the character directly");
+                   "name the take of markers, or put the weights onto a character with mien retarget");
 }
 
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
@@ -150,6 +151,12 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
 }
 
 } // namespace
+
+std::optional<std::string_view> TakeFormatNameOf(std::string_view bytes) {
+  const auto found = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                  [bytes](const Format& format) { return format.is(bytes); });
+  return found == std::end(kFormats) ? std::nullopt : std::optional(found->name);
+}
 
 Take ReadTake(const std::filesystem::path& path, const ReadOptions& options) {
   return ReadTake(MappedFile(path).Bytes(), path.string(), options);

@@ -27,4 +27,7 @@ Take ReadTake(const std::filesystem::path& path, const ReadOptions& options = {}
 /// The same from memory. `name` is the file's name as messages show it.
 Take ReadTake(std::string_view bytes, const std::string& name, const ReadOptions& options = {});
 
+/// The format that ReadTake would read these bytes as; nothing for none.
+std::optional<std::string_view> TakeFormatNameOf(std::string_view bytes);
+
 } // namespace mien

@@ -32,27 +32,15 @@ namespace mien {
 
 namespace {
 
-/// What is to be written, by the output's ending and the settings, which have to fit it.
-AnimationFormat FormatOf(const SolveJob& job) {
-  const std::string ending = ToLower(std::filesystem::path(job.output).extension().string());
-  const bool other_ending = ending == ".json" || ending == ".glb";
-  const bool is_csv = ending == ".csv" || (!other_ending && IsStream(job.output));
-  if (!is_csv && !other_ending)
-    throw UsageError("output", fmt::format("{} does not end in .csv, .json or .glb, which say what to write",
-                                           Quoted(job.output)));
-  if (!is_csv && job.csv_style) throw UsageError("csv-style", "this is for .csv");
-  if (!is_csv && job.only_templates) throw UsageError("templates", "this is for .csv");
-  if (ending != ".glb" && !job.onto.empty()) throw UsageError("onto", "this is for .glb");
-  if (job.onto.empty() && !job.head_node.empty()) throw UsageError("head", "this is for --onto");
-  if (job.onto.empty() && job.eye_nodes) throw UsageError("eyes", "this is for --onto");
-  if (ending == ".glb") return AnimationFormat::Glb;
-  if (ending == ".json") return AnimationFormat::Json;
-  const bool livelink = job.csv_style == CsvStyle::LiveLink;
-  if (livelink && job.only_templates)
-    throw UsageError("templates", "--csv-style livelink has the 52 shapes only");
-  if (livelink) return AnimationFormat::LiveLinkCsv;
-  return job.only_templates || job.character.empty() ? AnimationFormat::TemplateCsv
-                                                     : AnimationFormat::ShapeCsv;
+/// What is to be written.
+AnimationChoice ChoiceOf(const SolveJob& job) {
+  return {.output = job.output,
+          .csv_style = job.csv_style,
+          .onto = job.onto,
+          .head_node = job.head_node,
+          .eye_nodes = job.eye_nodes,
+          .only_templates = job.only_templates,
+          .has_shapes = !job.character.empty()};
 }
 
 /// Where the landmarks of the basis are, if it is a head: a table has them itself.
@@ -199,20 +187,17 @@ SolveRecord RecordOf(const SolveJob& job, const SolveResult& result) {
 
 SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   CheckPlaces(job);
-  AnimationOutput output;
-  output.path = job.output;
-  output.format = FormatOf(job);
-  if (!job.head_node.empty()) output.nodes.head = job.head_node;
-  output.nodes.eyes = job.eye_nodes;
-  CheckExpressions(job, output.format);
-  CheckSolver(job, output.format);
+  const AnimationChoice choice = ChoiceOf(job);
+  const AnimationFormat format = FormatOf(choice);
+  CheckExpressions(job, format);
+  CheckSolver(job, format);
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 
   Performer performer = LoadPerformer(job.performer);
   if (job.ranges) CheckSettings(performer, job.solve);
-  const std::optional<Character> character = CharacterOf(job, output.format);
-  if (!job.onto.empty()) output.onto = ReadGlb(ReadFile(job.onto), InputName(job.onto));
+  const std::optional<Character> character = CharacterOf(job, format);
+  AnimationOutput output = OutputOf(choice);
   const std::optional<ShapeBasis> basis = BasisOf(job);
   const MappedFile take_file(job.take, ReadingProgress(progress));
   SolveResult result;

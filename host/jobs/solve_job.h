@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/formats/read_take.h"
+#include "host/jobs/animation_choice.h"
 #include "host/jobs/job_progress.h"
 #include "host/jobs/write_animation.h"
 #include "host/performer/neutral.h"
@@ -18,11 +19,6 @@
 #include <vector>
 
 namespace mien {
-
-enum class CsvStyle {
-  Plain,    ///< a column per template or shape
-  LiveLink, ///< as phone face-capture apps write it; the character is arkit52 unless named
-};
 
 /// A take solved into an animation's file: what the command line, a batch or a script fills in.
 struct SolveJob {
@@ -46,9 +42,10 @@ struct SolveJob {
   bool ranges = true;            ///< apply those of a calibrated performer
   ExpressionWeights expressions; ///< of the character, added to every frame
 
-  bool only_templates = false;       ///< .csv: template weights although there is a character
-  std::optional<CsvStyle> csv_style; ///< .csv: plain unless named
-  std::string onto;                  ///< .glb: animate this head instead of a simple one; may be empty
+  bool only_templates = false; ///< .csv: template weights although there is a character
+  std::optional<CsvStyle>
+      csv_style;         ///< .csv: plain unless named; for livelink the character is arkit52 unless named
+  std::string onto;      ///< .glb: animate this head instead of a simple one; may be empty
   std::string head_node; ///< .glb: the node of that head which turns with the performer's; may be empty
   std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb: those that turn with the eyes
 

@@ -21,8 +21,8 @@ std::vector<std::string> MissedShapes(const HeadCoverage& head, const Animation&
   for (const std::string& shape : head.shapes_without_target) {
     const std::vector<std::string>& shapes = animation.layout.shapes;
     const auto s = static_cast<std::size_t>(std::find(shapes.begin(), shapes.end(), shape) - shapes.begin());
-    bool moves = s == shapes.size(); // a template
-    for (std::size_t f = 0; f < animation.frames.size() && !moves; ++f)
+    bool moves = shapes.empty(); // a template
+    for (std::size_t f = 0; f < animation.frames.size() && s < shapes.size() && !moves; ++f)
       moves = animation.ShapeWeight(f, s) != 0;
     if (character)
       for (const Character::Part& part : character->parts)

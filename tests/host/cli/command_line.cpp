@@ -295,6 +295,9 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
   for (const char* long_take : {"talk.csv", "guided.csv"})
     Save(long_take, ReadFile(kSamples / "landmarks.csv"));
   Save("marks.csv", "pose,from,to\njaw-open,20,24\n");
+  Save("phone.csv", ReadFile(kSamples / "mesh/weights_phone.csv"));
+  Save("scores.json", ReadFile(kSamples / "mesh/weights_recorded.json"));
+  Save("puppet.json", ReadFile(kSamples / "puppet.character.json"));
   Save("head.glb", ReadFile(kSamples / "head.glb"));
   Save("markers.csv", ReadFile(kSamples / "markers.csv"));
   std::vector<Arguments> commands = {{}}; // mien itself; each help adds the commands that it lists

@@ -115,7 +115,7 @@ TEST_F(Info, EveryLayoutOfTheMeshIsDescribed) {
   EXPECT_EQ(weights.exit_code, 1);
   EXPECT_THAT(weights.err,
               HasSubstr("the file has shape weights (scores) and no landmarks, which are what is "
-                        "solved; store the landmarks (faceLandmarks) as well"));
+                        "solved; put the weights onto a character with mien retarget"));
 }
 
 TEST_F(Info, ATakeThatCannotBeReadDoesNotHideTheOthers) {

@@ -16,8 +16,7 @@ TEST(MeshWeights, FilesOfWeightsAloneAreRefusedAsSuch) {
         "{\"faceBlendshapes\":[{\"categories\":[{\"index\":0,\"score\":0.5,\"categoryName\":\"jawOpen\"}]}]"
         "}"})
     EXPECT_EQ(InputErrorOf([&] { mien::ReadTake(text, "w"); }),
-              "w: the file has shape weights (scores) and no landmarks, which are what is solved; store the "
-              "landmarks (faceLandmarks) as well, or use the weights as they are: they need no solving and "
-              "drive a character that has these shapes")
+              "w: the file has shape weights (scores) and no landmarks, which are what is solved; put the "
+              "weights onto a character with mien retarget, or store the landmarks (faceLandmarks) as well")
         << text;
 }

@@ -34,8 +34,8 @@ std::string MemoryError(const std::string& bytes) {
   return InputErrorOf([&] { ReadTake(bytes, "t"); });
 }
 
-const std::string kShapeFix =
-    ", and no markers to solve; name the take of markers, or use the weights on the character directly";
+const std::string kShapeFix = ", and no markers to solve; name the take of markers, or put the weights onto "
+                              "a character with mien retarget";
 
 std::string ShapeRow(int counts) { // from one second before midnight, 60 a second
   const int count = (24 * 3600 * 60 - 60 + counts) % (24 * 3600 * 60);

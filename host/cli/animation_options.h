@@ -1,0 +1,38 @@
+#pragma once
+
+#include "host/base/error.h"
+#include "host/cli/command.h"
+#include "host/jobs/animation_choice.h"
+#include "host/jobs/write_animation.h"
+#include "host/solve/character_solver.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mien {
+
+// Options and reports of every command that writes animations. What the options are read into must outlive the
+// parsing.
+
+struct AnimationOptions {
+  std::optional<CsvStyle>& csv_style;
+  std::string& onto;
+  std::string& head_node;
+  std::optional<std::pair<std::string, std::string>>& eye_nodes;
+};
+
+/// --csv-style, --onto, --head and --eyes.
+void AddAnimationOptions(Command& command, const AnimationOptions& options);
+
+/// --expression NAME=WEIGHT.
+void AddExpression(Command& command, ExpressionWeights& expressions);
+
+/// What was written, in a few words.
+std::string SummaryOf(const WrittenAnimation& written);
+
+/// What the output lacks of the animation, or the animation of the output.
+std::vector<Note> NotesOn(const WrittenAnimation& written);
+
+} // namespace mien

@@ -1,0 +1,127 @@
+#include "host/base/json_text.h"
+#include "host/base/text.h"
+#include "host/character/character_file.h"
+#include "host/cli/animation_options.h"
+#include "host/cli/cleaning_options.h"
+#include "host/cli/commands.h"
+#include "host/cli/file_options.h"
+#include "host/cli/output.h"
+#include "host/cli/progress.h"
+#include "host/cli/take_options.h"
+#include "host/files/standard_streams.h"
+#include "host/jobs/retarget_job.h"
+#include "host/weights/weight_map.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace mien {
+
+namespace {
+
+void Retarget(const RetargetJob& job, Output& output) {
+  output.RequireFreeStandardOutput(job.output);
+  const RetargetResult result = [&] {
+    Progress progress(TakeName(job.weights), output.quiet);
+    return Run(job, std::ref(progress));
+  }();
+  const WeightTake& take = result.take;
+  output.Line("weights", fmt::format("{}: {}, {} at {} Hz, {}", take.name, take.format,
+                                     Count(take.frames.size(), "frame"), ToText(take.rate),
+                                     Count(take.names.size(), "weight")));
+  output.Remark(take.notes, take.file);
+  if (result.missing_frames > 0)
+    output.Line("gaps", fmt::format("weights are missing in {} of {} frames: they go to rest there",
+                                    result.missing_frames, take.frames.size()));
+  if (result.eyes_of_shapes) output.Line("gaze", "from the eyeLook shapes");
+  if (!result.character.empty()) output.Line("character", result.character);
+  if (!result.unused.empty())
+    output.Remark({Code::Unmatched, "", "no template of the face shows " + Some(result.unused)}, take.file);
+  if (!IsStandardOutput(job.output))
+    output.Line("wrote", fmt::format("{}: {}, {}", job.output, Count(result.written.frames, "frame"),
+                                     SummaryOf(result.written)));
+  output.Remark(NotesOn(result.written), job.output);
+  output.Result(JsonObject({{"weights", take.file},
+                            {"layout", take.format},
+                            {"output", job.output},
+                            {"frames", take.frames.size()},
+                            {"rate", ToText(take.rate)},
+                            {"names", take.names},
+                            {"missing_frames", result.missing_frames},
+                            {"unused", result.unused}}));
+}
+
+} // namespace
+
+// As long as the list of its options, in the order in which help shows them.
+void AddRetargetCommand(Command& mien) {
+  Command command = mien.AddCommand(
+      "retarget", "Put recorded weights onto a head, or onto a character through its templates");
+  command.Details("WEIGHTS is a table of a phone face-capture app, scores of a web-camera tracker as CSV or "
+                  "JSON, or what mien solve writes. The ending of OUT chooses the format:",
+                  {{".csv", "A row per frame: frame, time, and a column per shape"},
+                   {".json", "Everything: templates, shapes, clusters, the head"},
+                   {".glb", "An animated head for Blender, game engines and viewers"}});
+  command.Details("Without --character, weights keep their names. With it, they become weights of the face's "
+                  "templates, which drive the character.");
+  command.Example("mien retarget phone.csv --onto head.glb -o animated.glb");
+  command.Example("mien retarget scores.json --csv-style livelink -o table.csv");
+  command.Example("mien retarget phone.csv --character puppet.json -o puppet.csv");
+  auto job = std::make_shared<RetargetJob>();
+  command.Add({.names = "WEIGHTS",
+               .help = "The file of weights: CSV or JSON; - is standard input",
+               .required = true,
+               .files = "*"},
+              job->weights);
+  command.Add({.names = "-o,--output",
+               .type = "OUT",
+               .help = "The file to write; - is standard output, as .csv",
+               .required = true,
+               .files = "*"},
+              job->output);
+  command.Add({.names = "-c,--character",
+               .type = "NAME|FILE",
+               .help = fmt::format("The character to drive through the templates of its face: a built-in "
+                                   "character ({}) or a character file",
+                                   fmt::join(BuiltInCharacters(), ", ")),
+               .may_be_empty = false,
+               .values = BuiltInCharacters(),
+               .files = "*.json"},
+              job->character);
+  command.Add(
+      {.names = "--map",
+       .type = "NAME|FILE",
+       .help = fmt::format("For --character: what the weights mean to the templates, a built-in map ({}) "
+                           "or a map file. Default: arkit52",
+                           fmt::join(BuiltInWeightMaps(), ", ")),
+       .may_be_empty = false,
+       .values = BuiltInWeightMaps(),
+       .files = "*.json"},
+      job->map);
+  AddExpression(command, job->expressions);
+  AddAnimationOptions(command, {.csv_style = job->csv_style,
+                                .onto = job->onto,
+                                .head_node = job->head_node,
+                                .eye_nodes = job->eye_nodes});
+  command.AddFlag({.names = "--swap-sides",
+                   .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
+                  job->swap_sides);
+  AddWeightCleaning(command, job->fade_s, job->smooth_weights_hz);
+  command.AddParsed({.names = "--output-rate",
+                     .type = "HZ",
+                     .help = "Resample to this rate, such as 60 or 29.97. Default: the file's own frames"},
+                    [job](const std::string& text) -> Command::Fault {
+                      job->output_rate = ParseFrameRate(text);
+                      if (job->output_rate) return std::nullopt;
+                      return fmt::format("{} is not a rate, such as 25, 29.97 or 30000/1001", Quoted(text));
+                    });
+  AddReadingOptions(command, job->reading.strict, job->reading.face, job->reading.input_rate);
+  command.AddOutputOptions();
+  command.OnRun([job](Output& output) { Retarget(*job, output); });
+}
+
+} // namespace mien

@@ -1,0 +1,46 @@
+#include "host/jobs/animation_choice.h"
+
+#include "host/base/text.h"
+#include "host/files/read_file.h"
+#include "host/files/standard_streams.h"
+#include "host/jobs/output_place.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+
+namespace mien {
+
+AnimationFormat FormatOf(const AnimationChoice& choice) {
+  const std::string ending = ToLower(std::filesystem::path(choice.output).extension().string());
+  const bool other_ending = ending == ".json" || ending == ".glb";
+  const bool is_csv = ending == ".csv" || (!other_ending && IsStream(choice.output));
+  if (!is_csv && !other_ending)
+    throw UsageError("output", fmt::format("{} does not end in .csv, .json or .glb, which say what to write",
+                                           Quoted(choice.output)));
+  if (!is_csv && choice.csv_style) throw UsageError("csv-style", "this is for .csv");
+  if (!is_csv && choice.only_templates) throw UsageError("templates", "this is for .csv");
+  if (ending != ".glb" && !choice.onto.empty()) throw UsageError("onto", "this is for .glb");
+  if (choice.onto.empty() && !choice.head_node.empty()) throw UsageError("head", "this is for --onto");
+  if (choice.onto.empty() && choice.eye_nodes) throw UsageError("eyes", "this is for --onto");
+  if (ending == ".glb") return AnimationFormat::Glb;
+  if (ending == ".json") return AnimationFormat::Json;
+  const bool livelink = choice.csv_style == CsvStyle::LiveLink;
+  if (livelink && choice.only_templates)
+    throw UsageError("templates", "--csv-style livelink has the 52 shapes only");
+  if (livelink) return AnimationFormat::LiveLinkCsv;
+  return choice.only_templates || !choice.has_shapes ? AnimationFormat::TemplateCsv
+                                                     : AnimationFormat::ShapeCsv;
+}
+
+AnimationOutput OutputOf(const AnimationChoice& choice) {
+  AnimationOutput output;
+  output.path = choice.output;
+  output.format = FormatOf(choice);
+  if (!choice.head_node.empty()) output.nodes.head = choice.head_node;
+  output.nodes.eyes = choice.eye_nodes;
+  if (!choice.onto.empty()) output.onto = ReadGlb(ReadFile(choice.onto), InputName(choice.onto));
+  return output;
+}
+
+} // namespace mien

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "host/jobs/write_animation.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace mien {
+
+enum class CsvStyle {
+  Plain,    ///< a column per template or shape
+  LiveLink, ///< as phone face-capture apps write it
+};
+
+/// The settings that say in which form an animation is written.
+struct AnimationChoice {
+  std::string output; ///< its ending chooses the format: .csv, .json, .glb. A stream without one gets CSV
+  std::optional<CsvStyle> csv_style = {};
+  std::string onto = {};      ///< .glb: may be empty
+  std::string head_node = {}; ///< .glb: may be empty
+  std::optional<std::pair<std::string, std::string>> eye_nodes = {};
+  bool only_templates = false; ///< .csv
+  bool has_shapes = false;     ///< the animation has shapes besides templates
+};
+
+/// Throws a UsageError where settings do not fit each other.
+AnimationFormat FormatOf(const AnimationChoice& choice);
+
+/// Where the animation goes. Reads the head that it goes onto. Throws InputError.
+AnimationOutput OutputOf(const AnimationChoice& choice);
+
+} // namespace mien

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "host/jobs/animation_choice.h"
+#include "host/jobs/job_progress.h"
+#include "host/jobs/write_animation.h"
+#include "host/solve/character_solver.h"
+#include "host/weights/read_weights.h"
+#include "host/weights/weight_take.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mien {
+
+/// A recording of weights made into an animation's file.
+struct RetargetJob {
+  std::string weights; ///< a file; "-" is standard input
+  std::string output;  ///< its ending chooses the format: .csv, .json, .glb. A stream without one gets CSV
+
+  /// A file, or a built-in's name: the weights drive this character through the templates of the nine parts.
+  /// If empty, weights keep their names.
+  std::string character;
+  std::string map = "arkit52";   ///< a file, or a built-in's name: from weights to templates
+  ExpressionWeights expressions; ///< of the character, added to every frame
+
+  WeightReadOptions reading;
+  bool swap_sides = false;                 ///< exchange left and right
+  double fade_s = 0.25;                    ///< in which missing weights come to rest
+  std::optional<double> smooth_weights_hz; ///< cutoff of the low-pass filter; nothing for none
+  std::optional<FrameRate> output_rate;    ///< to resample to; nothing for the file's own frames
+
+  std::optional<CsvStyle> csv_style; ///< .csv: plain unless named
+  std::string onto;                  ///< .glb: animate this head instead of a simple one; may be empty
+  std::string head_node;             ///< .glb: the node of that head which turns with the head; may be empty
+  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb: those that turn with the eyes
+};
+
+struct RetargetResult {
+  WeightTake take;                 ///< as it was written: filled and smoothed
+  std::size_t missing_frames = 0;  ///< in which a weight was missing, and was filled
+  bool eyes_of_shapes = false;     ///< the eyes' angles are those that the eyeLook shapes mean
+  std::string character;           ///< name; empty without one
+  std::vector<std::string> unused; ///< weights that the map does not use
+  WrittenAnimation written;
+};
+
+/// Throws InputError; of Code::Usage where settings do not fit each other or the file. Any number of jobs may
+/// run at once, on any threads.
+RetargetResult Run(const RetargetJob& job, const JobProgress& progress = nullptr);
+
+} // namespace mien

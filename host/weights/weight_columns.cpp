@@ -1,0 +1,133 @@
+#include "host/weights/weight_columns.h"
+
+#include "host/base/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <numbers>
+#include <string_view>
+
+namespace mien {
+namespace {
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
+constexpr std::string_view kAngleNames[] = {"HeadYaw",     "HeadPitch",     "HeadRoll",
+                                            "LeftEyeYaw",  "LeftEyePitch",  "LeftEyeRoll",
+                                            "RightEyeYaw", "RightEyePitch", "RightEyeRoll"};
+constexpr std::size_t kHead = 0, kLeftEye = 3, kRightEye = 6;
+
+std::optional<std::size_t> AngleOf(std::string_view column) {
+  const auto found = std::find_if(std::begin(kAngleNames), std::end(kAngleNames),
+                                  [&](std::string_view name) { return EqualIgnoringCase(name, column); });
+  if (found == std::end(kAngleNames)) return std::nullopt;
+  return static_cast<std::size_t>(found - std::begin(kAngleNames));
+}
+
+} // namespace
+
+std::optional<std::size_t> FindColumn(const std::vector<std::string_view>& columns, std::string_view name) {
+  for (std::size_t c = 0; c < columns.size(); ++c)
+    if (EqualIgnoringCase(columns[c], name)) return c;
+  return std::nullopt;
+}
+
+bool IsAngleColumn(std::string_view column) { return AngleOf(column).has_value(); }
+
+WeightColumns::WeightColumns(const CsvReader& csv, const std::vector<std::size_t>& others,
+                             WeightNames::Unknown unknown)
+    : names_(unknown) {
+  std::vector<Field> angles;
+  for (std::size_t c = 0; c < csv.Columns().size(); ++c) {
+    const std::string_view name = csv.Columns()[c];
+    if (name.empty() || std::find(others.begin(), others.end(), c) != others.end()) continue;
+    if (const auto angle = AngleOf(name)) {
+      if (has_angle_[*angle])
+        csv.Fail(Code::Duplicate, fmt::format("the column {} occurs twice", Quoted(name)),
+                 "keep the right one");
+      has_angle_[*angle] = true;
+      angles.push_back({c, *angle});
+    } else if (const auto weight = names_.Add(name)) {
+      fields_.push_back({c, *weight});
+    }
+  }
+  for (const Field& angle : angles) fields_.push_back({angle.column, Names().size() + angle.index});
+  std::sort(fields_.begin(), fields_.end(),
+            [](const Field& a, const Field& b) { return a.column < b.column; });
+  row_.resize(Names().size() + kAngles, kNone);
+}
+
+void WeightColumns::ReadRow(CsvReader& csv) {
+  for (const Field& field : fields_) {
+    const double value = csv.NumberIfAny(field.column).value_or(kNone);
+    row_[field.index] = std::isfinite(value) ? value : kNone;
+    if (!std::isfinite(value)) gaps_.Add(csv, field.column);
+  }
+  rows_.insert(rows_.end(), row_.begin(), row_.end());
+}
+
+void WeightColumns::RemoveLastRow() { rows_.resize(rows_.size() - row_.size()); }
+
+void WeightColumns::Finish(const std::vector<std::size_t>& order, WeightTake& take) {
+  const std::size_t weights = Names().size(), count = rows_.size() / row_.size();
+  const auto has = [this](std::size_t angle) { return has_angle_[angle] && has_angle_[angle + 1]; };
+  const bool has_eyes = has(kLeftEye) && has(kRightEye), has_head = has(kHead) && has_angle_[kHead + 2];
+
+  double eye = 0, head = 0; // the largest of the eyes' angles, and of the head's
+  for (std::size_t r = 0; r < count; ++r)
+    for (std::size_t a = 0; a < kAngles; ++a) {
+      double& largest = a < kLeftEye ? head : eye;
+      largest = std::fmax(largest, std::fabs(rows_[r * row_.size() + weights + a]));
+    }
+  constexpr double kMostEye = std::numbers::pi / 2, kMostHead = 1.05 * std::numbers::pi; // radians
+  const bool degrees = eye > kMostEye || head > kMostHead;
+  if (degrees)
+    take.notes.push_back({Code::Assumed, "",
+                          fmt::format("angles of the {} go up to {:.3g}: too large for radians, and taken as "
+                                      "degrees",
+                                      eye > kMostEye ? "eyes" : "head", eye > kMostEye ? eye : head)});
+  const double unit = degrees ? std::numbers::pi / 180 : 1;
+
+  take.names = Names();
+  take.weights.reserve(count * weights);
+  for (std::size_t f = 0; f < count; ++f) {
+    const double* const row = &rows_[(order.empty() ? f : order[f]) * row_.size()];
+    take.weights.insert(take.weights.end(), row, row + weights);
+    const auto angle = [&](std::size_t a) { return row[weights + a] * unit; };
+    if (has_head) take.heads.push_back({angle(kHead), angle(kHead + 1), angle(kHead + 2)});
+    if (!has_eyes) continue;
+    Eyes& eyes = take.eyes.emplace_back();
+    for (const auto& [e, first] : {std::pair(0U, kLeftEye), std::pair(1U, kRightEye)})
+      eyes[e] = {.yaw = -angle(first), .pitch = angle(first + 1)}; // the files' yaw is to the right
+  }
+  const auto rolls = [&](std::size_t r) {
+    const double* const angles = &rows_[r * row_.size() + weights];
+    return std::fabs(angles[kLeftEye + 2]) > 0 || std::fabs(angles[kRightEye + 2]) > 0;
+  };
+  for (std::size_t r = 0; r < count; ++r)
+    if (rolls(r)) {
+      take.notes.push_back(
+          {Code::Ignored, "", "the eyes' roll is ignored: it does not change where they look"});
+      break;
+    }
+  rows_ = {};
+  names_.AppendTo(take.notes);
+  gaps_.AppendTo(take.notes);
+  NoteUnlikelyWeights(take);
+}
+
+void NoteUnlikelyWeights(WeightTake& take) {
+  constexpr double kUnlikely = 5;
+  double most = 0;
+  for (const double weight : take.weights) most = std::fmax(most, std::fabs(weight));
+  if (most > kUnlikely)
+    take.notes.push_back(
+        {Code::Doubtful, "",
+         fmt::format("weights go up to {:.4g}, and 0 to 1 is expected; they may be percent", most)});
+}
+
+} // namespace mien

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "host/animation/eye_angles.h"
+#include "host/base/error.h"
+#include "host/takes/frame_rate.h"
+#include "host/takes/timecode.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mien {
+
+/// How a head is turned from looking straight ahead, in radians. The roll, towards its own right shoulder, is
+/// applied first, then the pitch downward, then the yaw to its own left.
+struct HeadAngles {
+  double yaw = 0, pitch = 0, roll = 0;
+};
+
+/// A recording of weights: of shapes, or of the templates of a face. NaN stands for what is missing, in
+/// weights and angles.
+struct WeightTake {
+  std::string file;   ///< its path as the user wrote it, for messages
+  std::string name;   ///< the file's name without folder and ending
+  std::string format; ///< the layout, as a user reads it: "phone CSV"
+  FrameRate rate;
+  std::optional<Timecode> timecode; ///< of the first frame; nothing if the file has none
+  double timecode_offset_s = 0; ///< by which the first frame is later than its timecode; less than a count
+
+  /// Of the 52 in their usual spelling, of others as the file spells them; each once.
+  std::vector<std::string> names;
+  std::vector<std::int64_t> frames; ///< numbers: rising, may skip
+  std::vector<double> times;        ///< (size: frames) seconds: rising, not always from 0
+  std::vector<double> weights;      ///< (size: frames x names)
+  std::vector<Eyes> eyes;           ///< (size: frames, or 0 if the file has no angles of eyes)
+  std::vector<HeadAngles> heads;    ///< (size: frames, or 0 if the file has no angles of the head)
+
+  std::vector<Note> notes; ///< what the reader forgave or noticed
+
+  double Weight(std::size_t frame, std::size_t column) const {
+    return weights[frame * names.size() + column];
+  }
+};
+
+} // namespace mien
