@@ -12,6 +12,7 @@
 #include "host/gltf/face_glb.h"
 #include "host/performer/performer_file.h"
 #include "mien/face/face.h"
+#include "samples/avatars.h"
 #include "samples/mesh_files.h"
 
 #include <fmt/format.h>
@@ -564,6 +565,7 @@ std::map<std::string, std::string> SampleFiles() {
       {"markers.performer.json", Text([](std::ostream& out) { WritePerformer(MarkerPerformer(), out); })},
   };
   files.merge(MeshFiles(FilmMesh(), known));
+  files.merge(AvatarFiles());
   return files;
 }
 

@@ -74,6 +74,18 @@ AnimationFrame Animation::Frame(std::size_t frame) const {
           .global_clusters = Row(global_clusters, frame, layout.clusters.size())};
 }
 
+bool Animation::HeadMoves() const {
+  constexpr double kRounding = 1e-12;
+  const VgeAMatrix still;
+  for (std::size_t f = 0; f < frames.size(); ++f) {
+    const VgeAMatrix motion = HeadMotion(f);
+    for (int column = 0; column < 4; ++column)
+      for (int row = 0; row < 3; ++row)
+        if (std::fabs(motion.m[column][row] - still.m[column][row]) > kRounding) return true;
+  }
+  return false;
+}
+
 void Animation::CheckFinite(const std::string& file) const {
   for (std::size_t f = 0; f < frames.size(); ++f) mien::CheckFinite(layout, Frame(f), times[0], file);
 }

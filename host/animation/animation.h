@@ -100,6 +100,9 @@ struct Animation {
 
   VgeAMatrix HeadMotion(std::size_t frame) const { return layout.HeadMotion(heads[frame]); }
 
+  /// Whether the head ever leaves the neutral pose: not where nothing is known about it.
+  bool HeadMoves() const;
+
   /// CheckFinite of every frame.
   void CheckFinite(const std::string& file) const;
 };

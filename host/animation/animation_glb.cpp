@@ -1,5 +1,6 @@
 #include "host/animation/animation_glb.h"
 
+#include "host/animation/gltf_clock.h"
 #include "host/base/error.h"
 #include "host/base/rotation.h"
 #include "host/gltf/face_glb.h"
@@ -26,28 +27,23 @@ const ClusterTransform& LocalCluster(const Animation& animation, std::size_t fra
   return animation.local_clusters[frame * animation.layout.clusters.size() + cluster];
 }
 
+double WeightOf(const Animation& animation, WeightKind kind, std::size_t frame, std::size_t weight) {
+  return kind == WeightKind::Templates ? animation.Weight(frame, weight)
+                                       : animation.ShapeWeight(frame, weight);
+}
+
 /// The morph targets of one node: each follows the weight that drives it, or stays at rest.
 void AddWeights(GlbAnimation& glb, const Animation& animation, WeightKind kind, const BoundNode& bound) {
   glb.AddWeights(bound.node, [&](std::size_t frame, std::size_t target) {
     const std::optional<std::size_t> driver = (*bound.drivers)[target];
-    if (!driver) return (*bound.node.defaults)[target];
-    return kind == WeightKind::Templates ? animation.Weight(frame, *driver)
-                                         : animation.ShapeWeight(frame, *driver);
+    return driver ? WeightOf(animation, kind, frame, *driver) : (*bound.node.defaults)[target];
   });
 }
 
-/// Completes the animation under its take's name, with the data that glTF's seconds cannot express: the
-/// number of the first frame, the exact rate, the timecode.
+/// Completes the animation under its take's name.
 void Finish(GlbAnimation& glb, const Animation& animation, HeadCoverage& coverage) {
-  const AnimationLayout& layout = animation.layout;
-  nlohmann::ordered_json clock = {{"first_frame", animation.frames.front()}, {"rate", ToText(layout.rate)}};
-  if (layout.timecode) clock["timecode"] = ToText(*layout.timecode);
-  glb.Finish(layout.take, std::move(clock));
-  if (const std::size_t frames = glb.LeftOutFrames(); frames > 0)
-    coverage.notes.push_back(
-        {Code::Lossy, "",
-         fmt::format("{} left out: too close to the previous frame for the times of glTF",
-                     frames == 1 ? "1 frame was" : fmt::format("{} frames were", frames))});
+  glb.Finish(animation.layout.take, ClockOf(animation));
+  if (const auto note = NoteOnLeftOut(glb.LeftOutFrames())) coverage.notes.push_back(*note);
 }
 
 // --- Onto a head
@@ -118,6 +114,47 @@ void AddTurn(GlbAnimation& glb, const TurningNode& turning, const Motion& motion
   });
 }
 
+// --- Onto an avatar
+
+/// The avatar's expressions in all frames (size: frames x expressions).
+std::vector<double> ExpressionsOf(const Animation& animation, const HeadBinding& binding) {
+  std::vector<double> expressions;
+  for (std::size_t f = 0; f < animation.frames.size(); ++f) {
+    const AnimationFrame frame = animation.Frame(f);
+    const std::vector<double> shown = binding.vrm->Solve(frame.WeightsOf(binding.weights), frame.eyes);
+    expressions.insert(expressions.end(), shown.begin(), shown.end());
+  }
+  return expressions;
+}
+
+/// Likewise, where expressions move some of the targets.
+void AddExpressions(GlbAnimation& glb, const Animation& animation, WeightKind kind, const BoundNode& bound,
+                    const std::vector<double>& expressions) {
+  const std::size_t count = expressions.size() / animation.frames.size();
+  glb.AddWeights(
+      bound.node,
+      [&](std::size_t frame, std::size_t target) {
+        const auto moving = bound.expressions.find(target);
+        if (moving == bound.expressions.end()) {
+          const auto driver = bound.drivers ? (*bound.drivers)[target] : std::nullopt;
+          return driver ? WeightOf(animation, kind, frame, *driver) : (*bound.node.defaults)[target];
+        }
+        double weight = 0;
+        for (const auto& [expression, share] : moving->second)
+          weight += share * expressions[frame * count + expression];
+        return weight;
+      },
+      GlbAnimation::Curve::Own);
+}
+
+/// A motion in the axes of a face that looks along +z, in those of one that looks along -z.
+VgeAMatrix TurnedBack(VgeAMatrix motion) {
+  for (int column = 0; column < 3; ++column)
+    for (int row = 0; row < 3; ++row)
+      if ((column == 1) != (row == 1)) motion.m[column][row] = -motion.m[column][row];
+  return motion;
+}
+
 // --- The built-in face
 
 nlohmann::ordered_json& NodeAt(Glb& glb, std::size_t node) { return glb.json["nodes"][node]; }
@@ -162,7 +199,8 @@ BoundNode BindFace(const Glb& face, const std::vector<std::string>& weights) {
 HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head, const HeadNodes& nodes,
                                     std::ostream& out) {
   CheckAppendable(head);
-  HeadBinding binding = BindHead(animation.layout, head, nodes, !animation.eyes.empty());
+  HeadBinding binding = BindHead(animation.layout, head, nodes,
+                                 {.head = animation.HeadMoves(), .eyes = !animation.eyes.empty()});
   if (animation.frames.empty())
     throw InputError(Code::Empty, animation.layout.take, "", "the take has no frames",
                      "solve a take with frames");
@@ -170,11 +208,20 @@ HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head, const 
   MakeMovable(head, binding);
 
   GlbAnimation glb(head, animation.times);
-  for (const BoundNode& node : binding.nodes) AddWeights(glb, animation, binding.weights, node);
-  if (rest.head) AddTurn(glb, *rest.head, [&](std::size_t f) { return animation.HeadMotion(f); });
+  const std::vector<double> expressions =
+      binding.vrm ? ExpressionsOf(animation, binding) : std::vector<double>();
+  for (const BoundNode& node : binding.nodes)
+    if (node.expressions.empty())
+      AddWeights(glb, animation, binding.weights, node);
+    else
+      AddExpressions(glb, animation, binding.weights, node, expressions);
+  const bool turned_back = binding.vrm && !binding.vrm->Avatar().faces_forward;
+  const auto in_scene = [&](const VgeAMatrix& motion) { return turned_back ? TurnedBack(motion) : motion; };
+  if (rest.head) AddTurn(glb, *rest.head, [&](std::size_t f) { return in_scene(animation.HeadMotion(f)); });
   for (std::size_t eye = 0; eye < rest.eyes.size(); ++eye)
     AddTurn(glb, rest.eyes[eye], [&](std::size_t f) {
-      return RotationBy(animation.eyes.empty() ? EyeAngles() : animation.eyes[f][eye]);
+      const Eyes eyes = animation.eyes.empty() ? Eyes() : animation.eyes[f];
+      return in_scene(RotationBy((binding.vrm ? binding.vrm->TurnOf(eyes) : eyes)[eye]));
     });
   for (std::size_t c = 0; c < binding.cluster_nodes.size(); ++c)
     if (binding.cluster_nodes[c])

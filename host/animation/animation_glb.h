@@ -20,7 +20,8 @@ namespace mien {
 /// BindHead determines what drives what. A cluster's motion from its rest moves its node from the node's own
 /// rest. Morph targets that nothing drives keep their rest weights. Of `nodes`, the head turns as
 /// the performer's head turned from the neutral pose, and each eye as it turned against the head, about the
-/// scene's axes: the head has to look along +z in the scene.
+/// scene's axes: the head has to look along +z in the scene. A VRM avatar's eyes turn within its ranges, and one
+/// of VRM 0.x looks along -z.
 ///
 /// Throws InputError as BindHead does, and if the head's data is not in the file or there are no frames.
 /// Nothing is written then.

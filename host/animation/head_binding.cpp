@@ -18,46 +18,10 @@ namespace mien {
 
 namespace {
 
-/// Finds weights by name and by meaning.
-class WeightNames {
-public:
-  explicit WeightNames(std::vector<std::string> names) : names_(std::move(names)) {
-    for (std::size_t n = 0; n < names_.size(); ++n) {
-      by_name_.emplace(names_[n], n);
-      if (const auto meaning = FindArkitName(names_[n])) by_meaning_.emplace(Key(*meaning), n);
-    }
-  }
-
-  const std::vector<std::string>& All() const { return names_; }
-
-  /// The weight of this name.
-  std::optional<std::size_t> Named(const std::string& target) const {
-    const auto same = by_name_.find(target);
-    return same != by_name_.end() ? std::optional(same->second) : std::nullopt;
-  }
-
-  /// A weight with this meaning.
-  std::optional<std::size_t> Meaning(const ArkitMatch& meaning) const {
-    const ArkitMatch whole = {meaning.name, ArkitMatch::Half::Both}; // drives both halves
-    for (const ArkitMatch& wanted : {meaning, whole})
-      if (const auto found = by_meaning_.find(Key(wanted)); found != by_meaning_.end()) return found->second;
-    return std::nullopt;
-  }
-
-private:
-  static std::pair<std::size_t, ArkitMatch::Half> Key(const ArkitMatch& match) {
-    return {match.name, match.half};
-  }
-
-  std::vector<std::string> names_;
-  std::map<std::string, std::size_t> by_name_;                                 // of equal ones the first
-  std::map<std::pair<std::size_t, ArkitMatch::Half>, std::size_t> by_meaning_; // likewise
-};
-
 /// The weight that drives each target of a mesh: the one of its name, otherwise one with the same meaning. A
 /// weight drives one target, or one for each half. Further spellings on the same mesh would move it twice;
 /// they are added to `spare`.
-TargetDrivers FindDrivers(const std::vector<std::string>& targets, const WeightNames& weights,
+TargetDrivers FindDrivers(const std::vector<std::string>& targets, const WeightFinder& weights,
                           std::set<std::string>& spare) {
   using Half = ArkitMatch::Half;
   TargetDrivers drivers(targets.size());
@@ -82,34 +46,86 @@ TargetDrivers FindDrivers(const std::vector<std::string>& targets, const WeightN
   return drivers;
 }
 
-void BindTargets(const WeightNames& weights, const MorphTargets& targets, HeadBinding& binding) {
-  std::set<std::string> driven, spare; // targets
-  std::set<std::size_t> driving;       // weights
+/// Binds the targets with the names and meanings of weights. Returns those that are left at rest, because
+/// another target of their mesh has the same meaning.
+std::set<std::string> BindTargets(const WeightFinder& weights, const MorphTargets& targets,
+                                  HeadBinding& binding) {
+  std::set<std::string> spare;
   std::map<const std::vector<std::string>*, std::shared_ptr<const TargetDrivers>>
       known; // null where nothing drives
   for (const MorphNode& node : targets.nodes) {
     const auto [shared, is_new] = known.try_emplace(node.targets.get());
     if (is_new) {
       TargetDrivers drivers = FindDrivers(*node.targets, weights, spare);
-      bool any = false;
-      for (std::size_t t = 0; t < drivers.size(); ++t) {
-        if (!drivers[t]) continue;
-        driven.insert((*node.targets)[t]);
-        driving.insert(*drivers[t]);
-        any = true;
-      }
-      if (any) shared->second = std::make_shared<const TargetDrivers>(std::move(drivers));
+      if (std::any_of(drivers.begin(), drivers.end(), [](const auto& driver) { return driver.has_value(); }))
+        shared->second = std::make_shared<const TargetDrivers>(std::move(drivers));
     }
     if (shared->second) binding.nodes.push_back({node, shared->second});
   }
+  return spare;
+}
 
+/// Binds the targets of the avatar's expressions that are driven.
+void BindExpressions(const MorphTargets& targets, HeadBinding& binding) {
+  std::map<std::size_t, BoundNode> bound; // by node
+  for (BoundNode& node : binding.nodes) bound.emplace(node.node.node, std::move(node));
+  std::map<std::size_t, const MorphNode*> morphs;
+  for (const MorphNode& node : targets.nodes) morphs.emplace(node.node, &node);
+  const std::vector<VrmExpression>& expressions = binding.vrm->Avatar().expressions;
+  for (std::size_t e = 0; e < expressions.size(); ++e) {
+    if (!binding.vrm->IsDriven(e)) continue;
+    for (const VrmExpression::Bind& bind : expressions[e].binds) {
+      const MorphNode& morph = *morphs.at(bind.node);
+      BoundNode& node = bound.try_emplace(bind.node, BoundNode{morph, nullptr}).first->second;
+      node.expressions[bind.target].emplace_back(e, bind.weight);
+    }
+  }
+  binding.nodes.clear();
+  for (auto& [index, node] : bound) binding.nodes.push_back(std::move(node));
+}
+
+/// What is driven, and what is not.
+void Cover(const WeightFinder& weights, const MorphTargets& targets, std::set<std::string> spare,
+           bool has_eyes, HeadBinding& binding) {
   HeadCoverage& coverage = binding.coverage;
+  std::set<std::string> driven;  // targets
+  std::set<std::size_t> driving; // weights
+  std::set<const TargetDrivers*> counted;
+  for (const BoundNode& bound : binding.nodes) {
+    for (const auto& [target, expressions] : bound.expressions) driven.insert((*bound.node.targets)[target]);
+    if (!bound.drivers || !counted.insert(bound.drivers.get()).second) continue;
+    for (std::size_t t = 0; t < bound.drivers->size(); ++t)
+      if (const auto& weight = (*bound.drivers)[t]) {
+        driving.insert(*weight);
+        driven.insert((*bound.node.targets)[t]);
+      }
+  }
   coverage.driven_targets = driven.size();
   coverage.driven_nodes = binding.nodes.size();
-  for (const std::string& target : targets.Names())
-    if (!driven.contains(target)) coverage.targets_without_shape.push_back(target);
-  for (std::size_t w = 0; w < weights.All().size(); ++w)
-    if (!driving.contains(w)) coverage.shapes_without_target.push_back(weights.All()[w]);
+  if (binding.vrm) {
+    coverage.is_avatar = true;
+    const std::vector<VrmExpression>& expressions = binding.vrm->Avatar().expressions;
+    for (std::size_t e = 0; e < expressions.size(); ++e) {
+      const std::vector<std::size_t>& sources = binding.vrm->WeightsOf(e);
+      driving.insert(sources.begin(), sources.end());
+      if (binding.vrm->IsDriven(e))
+        ++coverage.driven_expressions;
+      else if (!expressions[e].binds.empty())
+        coverage.expressions_without_shape.push_back(expressions[e].name);
+    }
+  } else {
+    for (const std::string& target : targets.Names())
+      if (!driven.contains(target)) coverage.targets_without_shape.push_back(target);
+  }
+  // The avatar's own tables show where the eyes look, whatever shapes follow them.
+  const bool shows_gaze =
+      binding.vrm && has_eyes && (binding.vrm->Avatar().looks_by_expressions || binding.vrm->Avatar().eyes);
+  for (std::size_t w = 0; w < weights.All().size(); ++w) {
+    const std::string& weight = weights.All()[w];
+    const bool is_gaze = weight.starts_with("look") || weight.starts_with("eyeLook");
+    if (!driving.contains(w) && !(shows_gaze && is_gaze)) coverage.shapes_without_target.push_back(weight);
+  }
+  std::erase_if(spare, [&](const std::string& target) { return driven.contains(target); });
   if (!spare.empty())
     coverage.notes.push_back(
         {Code::Ignored, "",
@@ -145,7 +161,19 @@ void BindClusters(const std::vector<ClusterColumn>& clusters, const NodeNames& n
 }
 
 [[noreturn]] void FailUndriven(const Glb& head, const std::vector<std::string>& targets,
-                               const WeightNames& weights, WeightKind kind) {
+                               const WeightFinder& weights, const HeadBinding& binding) {
+  if (binding.vrm) {
+    std::vector<std::string> expressions;
+    for (const VrmExpression& expression : binding.vrm->Avatar().expressions)
+      expressions.push_back(expression.name);
+    throw InputError(Code::Unmatched, head.file, "",
+                     expressions.empty()
+                         ? "the avatar has no expressions for shapes to drive"
+                         : fmt::format("none of the avatar's expressions ({}) has the name of a shape ({})",
+                                       SomeQuoted(expressions), SomeQuoted(weights.All())),
+                     expressions.empty() ? "give it expressions, and export it again"
+                                         : "name the character of the presets: --character vrm1");
+  }
   if (targets.empty())
     throw InputError(Code::Unmatched, head.file, "",
                      "the head has no named morph targets for shapes to drive",
@@ -153,7 +181,7 @@ void BindClusters(const std::vector<ClusterColumn>& clusters, const NodeNames& n
   throw InputError(Code::Unmatched, head.file, "",
                    fmt::format("none of the head's morph targets ({}) has the name of a shape ({})",
                                SomeQuoted(targets), SomeQuoted(weights.All())),
-                   kind == WeightKind::Templates
+                   binding.weights == WeightKind::Templates
                        ? "solve with a character (-c), or give the targets the names of templates"
                        : "solve with a character whose shapes the head has");
 }
@@ -205,7 +233,7 @@ void BindHeadNode(const Glb& head, const NodeNames& names, const std::string& na
 /// Whether a morph target follows the eyes, such as eyeLookUpLeft.
 bool HasGazeTarget(const HeadBinding& binding) {
   for (const BoundNode& bound : binding.nodes)
-    for (std::size_t t = 0; t < bound.drivers->size(); ++t)
+    for (std::size_t t = 0; bound.drivers && t < bound.drivers->size(); ++t)
       if (const auto meaning = FindArkitName((*bound.node.targets)[t]);
           meaning && (*bound.drivers)[t] && kArkitNames[meaning->name].starts_with("eyeLook"))
         return true;
@@ -228,22 +256,32 @@ void BindNamedEyes(const Glb& head, const NodeNames& names, const std::pair<std:
   binding.eye_nodes = nodes;
 }
 
-/// The nodes with usual names of eyes, unless they follow something else already.
+/// The avatar's bones of the eyes or, of another head, the nodes with usual names, unless they follow something
+/// else already.
 void BindUsualEyes(const Glb& head, HeadBinding& binding) {
-  if (HasGazeTarget(binding)) return;
-  const auto nodes = FindEyeNodes(head);
+  if (binding.vrm ? binding.vrm->Avatar().looks_by_expressions : HasGazeTarget(binding)) return;
+  const auto nodes = binding.vrm ? binding.vrm->Avatar().eyes : FindEyeNodes(head);
   if (!nodes) return;
   for (const std::size_t node : *nodes)
     if (FollowsCluster(binding, node) || binding.head_node == node) return;
   binding.eye_nodes = nodes;
 }
 
+void BindAvatarsHead(HeadBinding& binding) {
+  const auto& node = binding.vrm->Avatar().head;
+  if (node && !FollowsCluster(binding, *node)) binding.head_node = node;
+}
+
 } // namespace
 
-HeadBinding BindHead(const AnimationLayout& layout, const Glb& head, const HeadNodes& nodes, bool has_eyes) {
+HeadBinding BindHead(const AnimationLayout& layout, const Glb& head, const HeadNodes& nodes,
+                     const AnimatedParts& animated) {
   HeadBinding binding;
   binding.weights = layout.shapes.empty() ? WeightKind::Templates : WeightKind::Shapes;
-  MorphTargets targets = FindMorphTargets(head);
+  const WeightFinder weights(layout.WeightNames(binding.weights));
+  if (auto avatar = ReadVrm(head)) binding.vrm.emplace(std::move(*avatar), weights, animated.eyes);
+  MorphTargets targets =
+      FindMorphTargets(head, binding.vrm ? UnnamedTargets::Numbered : UnnamedTargets::LeftOut);
   std::vector<Note>& notes = binding.coverage.notes;
   notes = std::move(targets.notes);
   if (const auto note = NoteOnFilesBeside(head)) notes.push_back(*note);
@@ -252,16 +290,21 @@ HeadBinding BindHead(const AnimationLayout& layout, const Glb& head, const HeadN
                      fmt::format("the head already has {}: this one is added after it",
                                  own == 1 ? "an animation" : Count(own, "animation"))});
 
-  const WeightNames weights(layout.WeightNames(binding.weights));
-  BindTargets(weights, targets, binding);
+  std::set<std::string> spare = BindTargets(weights, targets, binding);
+  if (binding.vrm) BindExpressions(targets, binding);
+  Cover(weights, targets, std::move(spare), animated.eyes, binding);
   const NodeNames node_names = NodesByName(head);
   BindClusters(layout.clusters, node_names, binding);
   if (binding.coverage.driven_targets == 0 && binding.coverage.driven_clusters == 0 && !nodes.head)
-    FailUndriven(head, targets.Names(), weights, binding.weights);
-  if (nodes.head) BindHeadNode(head, node_names, *nodes.head, binding);
+    FailUndriven(head, targets.Names(), weights, binding);
+  if (nodes.head)
+    BindHeadNode(head, node_names, *nodes.head, binding);
+  else if (binding.vrm && animated.head)
+    BindAvatarsHead(binding);
+  binding.coverage.turns_head = binding.head_node.has_value();
   if (nodes.eyes)
     BindNamedEyes(head, node_names, *nodes.eyes, binding);
-  else if (has_eyes)
+  else if (animated.eyes)
     BindUsualEyes(head, binding);
   if (binding.eye_nodes)
     for (const std::size_t node : *binding.eye_nodes) {

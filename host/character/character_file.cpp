@@ -6,6 +6,7 @@
 #include "host/base/rotation.h"
 #include "host/base/text.h"
 #include "host/character/arkit52.h"
+#include "host/character/vrm1.h"
 #include "host/files/built_in.h"
 #include "host/files/foreign_file.h"
 #include "host/files/standard_streams.h"
@@ -34,6 +35,7 @@ constexpr std::string_view kFormat = "mien character 1";
 
 constexpr BuiltIn kBuiltIn[] = {
     {"arkit52", kArkit52},
+    {"vrm1", kVrm1},
 };
 
 class CharacterReader {

@@ -3,6 +3,7 @@
 #include "host/base/text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <charconv>
 #include <cmath>
@@ -23,6 +24,25 @@ std::optional<std::pair<std::string, double>> ParseExpression(const std::string&
   return std::pair(text.substr(0, equals), weight);
 }
 
+std::string Summary(const VrmaCoverage& vrma) {
+  std::vector<std::string> parts;
+  if (vrma.presets > 0) parts.push_back(Count(vrma.presets, "preset"));
+  if (vrma.customs > 0) parts.push_back(Count(vrma.customs, "custom expression"));
+  if (vrma.has_head) parts.emplace_back("the head");
+  if (vrma.has_look) parts.emplace_back("where the eyes look");
+  return fmt::format("{}", fmt::join(parts, ", "));
+}
+
+std::string Summary(const HeadCoverage& head) {
+  const std::string eyes = head.eye_nodes.empty() ? "" : ", the eyes " + SomeQuoted(head.eye_nodes);
+  const std::string targets = Count(head.driven_targets, "morph target");
+  if (head.is_avatar)
+    return fmt::format("{} by {}{}{}", targets, Count(head.driven_expressions, "expression"),
+                       head.turns_head ? ", the head" : "", eyes);
+  return fmt::format("{} on {}, {}{}", targets, Count(head.driven_nodes, "node"),
+                     Count(head.driven_clusters, "cluster"), eyes);
+}
+
 } // namespace
 
 void AddAnimationOptions(Command& command, const AnimationOptions& options) {
@@ -41,9 +61,9 @@ void AddAnimationOptions(Command& command, const AnimationOptions& options) {
       });
   command.Add({.names = "--onto",
                .type = "HEAD.glb",
-               .help = "For .glb: animate this head instead of a simple one",
+               .help = "For .glb and .vrm: animate this head, or VRM avatar, instead of a simple head",
                .may_be_empty = false,
-               .files = "*.glb"},
+               .files = "*.[gv][lr][bm]"},
               options.onto);
   command.Add({.names = "--head",
                .type = "NODE",
@@ -92,14 +112,12 @@ std::string SummaryOf(const WrittenAnimation& written) {
            (written.shapes + written.clusters > 0
                 ? fmt::format(", {}, {}", Count(written.shapes, "shape"), Count(written.clusters, "cluster"))
                 : "");
+  case AnimationFormat::Vrma:
+    return Summary(*written.vrma);
   case AnimationFormat::Glb:
     break;
   }
-  const std::vector<std::string>& eyes = written.head->eye_nodes;
-  return fmt::format("{} on {}, {}{}", Count(written.head->driven_targets, "morph target"),
-                     Count(written.head->driven_nodes, "node"),
-                     Count(written.head->driven_clusters, "cluster"),
-                     eyes.empty() ? "" : ", the eyes " + SomeQuoted(eyes));
+  return Summary(*written.head);
 }
 
 std::vector<Note> NotesOn(const WrittenAnimation& written) {
@@ -109,11 +127,16 @@ std::vector<Note> NotesOn(const WrittenAnimation& written) {
     add(Code::Lossy,
         fmt::format("without the {}, which .json and .glb have", Count(written.clusters, "cluster")));
   if (!written.missing_shapes.empty())
-    add(Code::Unmatched, (written.head ? "no morph target for " : "0 for shapes that the character lacks: ") +
+    add(Code::Unmatched, (!written.head             ? "0 for shapes that the character lacks: "
+                          : written.head->is_avatar ? "no expression for "
+                                                    : "no morph target for ") +
                              Some(written.missing_shapes));
+  if (written.vrma) return written.vrma->notes;
   if (!written.head) return notes;
   if (!written.head->targets_without_shape.empty())
     add(Code::Unmatched, "nothing moves the morph targets " + Some(written.head->targets_without_shape));
+  if (!written.head->expressions_without_shape.empty())
+    add(Code::Unmatched, "nothing shows the expressions " + Some(written.head->expressions_without_shape));
   if (!written.head->clusters_without_node.empty())
     add(Code::Unmatched, "no node has the name of the clusters " + Some(written.head->clusters_without_node));
   notes.insert(notes.end(), written.head->notes.begin(), written.head->notes.end());

@@ -65,7 +65,9 @@ void AddRetargetCommand(Command& mien) {
                   "JSON, or what mien solve writes. The ending of OUT chooses the format:",
                   {{".csv", "A row per frame: frame, time, and a column per shape"},
                    {".json", "Everything: templates, shapes, clusters, the head"},
-                   {".glb", "An animated head for Blender, game engines and viewers"}});
+                   {".glb", "An animated head for Blender, game engines and viewers"},
+                   {".vrm", "The VRM avatar of --onto with the animation"},
+                   {".vrma", "An animation for any VRM avatar"}});
   command.Details("Without --character, weights keep their names. With it, they become weights of the face's "
                   "templates, which drive the character.");
   command.Example("mien retarget phone.csv --onto head.glb -o animated.glb");

@@ -55,7 +55,9 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
       {{".csv", "A row per frame: frame, time, and a column per shape of the character; without a "
                 "character, a column per template of the face (\"Mouth.Open\")"},
        {".json", "Everything: templates, shapes, clusters, the head"},
-       {".glb", "An animated head for Blender, game engines and viewers"}});
+       {".glb", "An animated head for Blender, game engines and viewers"},
+       {".vrm", "The VRM avatar of --onto with the animation"},
+       {".vrma", "An animation for any VRM avatar; by default through the character vrm1"}});
   command.Details("What is done to the take is reported on standard error.");
   command.Example("mien solve take.csv --performer landmarks68 -o weights.csv");
   command.Example("mien solve take.csv --performer landmarks68 --character arkit52 -o shapes.csv");

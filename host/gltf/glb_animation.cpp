@@ -15,19 +15,36 @@ GlbAnimation::GlbAnimation(Glb& glb, const std::vector<double>& times)
 }
 
 void GlbAnimation::AddWeights(const MorphNode& node,
-                              const std::function<double(std::size_t frame, std::size_t target)>& weight) {
+                              const std::function<double(std::size_t frame, std::size_t target)>& weight,
+                              Curve curve) {
+  if (curve == Curve::Own)
+    return AddChannel(node.node, "weights", AddWeightSampler(node.targets->size(), weight));
   const auto [known, is_new] = weights_.try_emplace({node.targets, node.defaults});
-  if (is_new) {
-    const std::size_t targets = node.targets->size();
-    GlbLength(0, glb_.binary.size() + keys_.size() * targets * sizeof(float), 0,
-              glb_.file); // before they are there
-    std::vector<float> values;
-    values.reserve(keys_.size() * targets);
-    for (const std::size_t f : keys_)
-      for (std::size_t t = 0; t < targets; ++t) values.push_back(static_cast<float>(weight(f, t)));
-    known->second = AddSampler(values, ElementType::Scalar);
-  }
+  if (is_new) known->second = AddWeightSampler(node.targets->size(), weight);
   AddChannel(node.node, "weights", known->second);
+}
+
+std::size_t
+GlbAnimation::AddWeightSampler(std::size_t targets,
+                               const std::function<double(std::size_t frame, std::size_t target)>& weight) {
+  GlbLength(0, glb_.binary.size() + keys_.size() * targets * sizeof(float), 0,
+            glb_.file); // before they are there
+  std::vector<float> values;
+  values.reserve(keys_.size() * targets);
+  for (const std::size_t f : keys_)
+    for (std::size_t t = 0; t < targets; ++t) values.push_back(static_cast<float>(weight(f, t)));
+  return AddSampler(values, ElementType::Scalar);
+}
+
+void GlbAnimation::AddTranslation(std::size_t node,
+                                  const std::function<VgeTVector(std::size_t frame)>& translation) {
+  std::vector<float> values;
+  values.reserve(3 * keys_.size());
+  for (const std::size_t f : keys_) {
+    const VgeTVector t = translation(f);
+    for (const double component : {t.x, t.y, t.z}) values.push_back(static_cast<float>(component));
+  }
+  AddChannel(node, "translation", AddSampler(values, ElementType::Vec3));
 }
 
 void GlbAnimation::AddRotation(std::size_t node,
@@ -45,13 +62,12 @@ void GlbAnimation::AddRotation(std::size_t node,
 
 void GlbAnimation::AddTransform(std::size_t node,
                                 const std::function<ClusterTransform(std::size_t frame)>& transform) {
-  std::vector<float> translations, scales;
+  AddTranslation(node, [&](std::size_t f) { return transform(f).translation; });
+  std::vector<float> scales;
   for (const std::size_t f : keys_) {
-    const auto [t, rotation, s] = transform(f);
-    for (const double component : {t.x, t.y, t.z}) translations.push_back(static_cast<float>(component));
+    const VgeSVector s = transform(f).scale;
     for (const double component : {s.x, s.y, s.z}) scales.push_back(static_cast<float>(component));
   }
-  AddChannel(node, "translation", AddSampler(translations, ElementType::Vec3));
   AddRotation(node, [&](std::size_t f) { return transform(f).rotation; });
   AddChannel(node, "scale", AddSampler(scales, ElementType::Vec3));
 }

@@ -31,11 +31,18 @@ public:
   /// How many frames have no key.
   std::size_t LeftOutFrames() const { return frame_count_ - keys_.size(); }
 
-  /// Drives all morph targets that a node shows, which glTF makes one curve. `weight` must depend on the
-  /// lists of the node's targets and defaults alone: nodes that share these lists share the curve. Throws
-  /// InputError where the curve would not fit into a .glb.
+  /// Whether nodes that have the same lists of targets and defaults have the same curve.
+  enum class Curve { Shared, Own };
+
+  /// Drives all morph targets that a node shows, which glTF makes one curve. For Curve::Shared, `weight` must
+  /// depend on the lists of the node's targets and defaults alone. Throws InputError where the curve would not
+  /// fit into a .glb.
   void AddWeights(const MorphNode& node,
-                  const std::function<double(std::size_t frame, std::size_t target)>& weight);
+                  const std::function<double(std::size_t frame, std::size_t target)>& weight,
+                  Curve curve = Curve::Shared);
+
+  /// Moves a node, which has no matrix.
+  void AddTranslation(std::size_t node, const std::function<VgeTVector(std::size_t frame)>& translation);
 
   /// Turns a node, which has no matrix. `rotation` is proper.
   void AddRotation(std::size_t node, const std::function<VgeRMatrix(std::size_t frame)>& rotation);
@@ -49,6 +56,8 @@ public:
 private:
   using Json = nlohmann::ordered_json;
 
+  std::size_t AddWeightSampler(std::size_t targets,
+                               const std::function<double(std::size_t frame, std::size_t target)>& weight);
   std::size_t AddSampler(const std::vector<float>& values, ElementType type);
   void AddChannel(std::size_t node, const char* path, std::size_t sampler);
 

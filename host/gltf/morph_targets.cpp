@@ -60,7 +60,8 @@ std::optional<JsonAt> FindTargetNames(const JsonAt& object) {
   return extras && extras->Value().is_object() ? extras->Find("targetNames") : std::nullopt;
 }
 
-Mesh ReadMesh(const JsonAt& mesh, Lists<std::string>& known_names, Lists<double>& known_defaults) {
+Mesh ReadMesh(const JsonAt& mesh, UnnamedTargets unnamed, Lists<std::string>& known_names,
+              Lists<double>& known_defaults) {
   Mesh read;
   std::vector<std::string> named;
   const std::vector<JsonAt> primitives = mesh.At("primitives").Elements();
@@ -75,6 +76,8 @@ Mesh ReadMesh(const JsonAt& mesh, Lists<std::string>& known_names, Lists<double>
                               Count(read.target_count, "morph target")),
                   "export the head again with a name for each target");
   }
+  if (!names && unnamed == UnnamedTargets::Numbered)
+    for (std::size_t t = 0; t < read.target_count; ++t) named.push_back(fmt::format("target {}", t));
   read.names = known_names.Find(std::move(named));
   const auto weights = mesh.Find("weights");
   read.defaults = known_defaults.Find(weights ? weights->Numbers(read.target_count)
@@ -96,14 +99,14 @@ std::vector<std::string> MorphTargets::Names() const {
   return names;
 }
 
-MorphTargets FindMorphTargets(const Glb& head) {
+MorphTargets FindMorphTargets(const Glb& head, UnnamedTargets unnamed) {
   const JsonAt root(head);
   MorphTargets found;
   Lists<std::string> names;
   Lists<double> defaults;
   std::vector<Mesh> meshes;
   for (const JsonAt& mesh : root.ElementsOf("meshes")) {
-    const Mesh& read = meshes.emplace_back(ReadMesh(mesh, names, defaults));
+    const Mesh& read = meshes.emplace_back(ReadMesh(mesh, unnamed, names, defaults));
     if (read.target_count == 0 || !read.names->empty()) continue;
     const auto name = mesh.Find("name");
     const std::string which = name ? Quoted(name->String()) : std::to_string(meshes.size() - 1);

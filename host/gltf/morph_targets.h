@@ -28,9 +28,15 @@ struct MorphTargets {
   std::vector<std::string> Names() const;
 };
 
+/// What becomes of meshes whose targets have no names.
+enum class UnnamedTargets {
+  LeftOut,  ///< with a note
+  Numbered, ///< "target 0", "target 1", ...
+};
+
 /// The names are those in `extras.targetNames` of the mesh or, as older exporters of avatars write them, of
 /// its first primitive. Throws InputError where the file contradicts itself: a list of names that is not as
 /// long as the list of targets would drive the wrong ones.
-MorphTargets FindMorphTargets(const Glb& head);
+MorphTargets FindMorphTargets(const Glb& head, UnnamedTargets unnamed = UnnamedTargets::LeftOut);
 
 } // namespace mien

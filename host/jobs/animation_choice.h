@@ -15,7 +15,8 @@ enum class CsvStyle {
 
 /// The settings that say in which form an animation is written.
 struct AnimationChoice {
-  std::string output; ///< its ending chooses the format: .csv, .json, .glb. A stream without one gets CSV
+  std::string
+      output; ///< its ending chooses the format: .csv, .json, .glb, .vrm, .vrma. A stream without one gets CSV
   std::optional<CsvStyle> csv_style = {};
   std::string onto = {};      ///< .glb: may be empty
   std::string head_node = {}; ///< .glb: may be empty

@@ -116,6 +116,8 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   result.take = ReadWeights(file.Bytes(), InputName(job.weights), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
   const bool are_templates = AreTemplates(result.take.names);
+  if (are_templates && !character && FormatOf(choice) == AnimationFormat::Vrma)
+    character = LoadCharacter("vrm1");
   Clean(job, result);
 
   Animation animation = WithoutWeights(result.take);

@@ -18,7 +18,8 @@ namespace mien {
 /// A recording of weights made into an animation's file.
 struct RetargetJob {
   std::string weights; ///< a file; "-" is standard input
-  std::string output;  ///< its ending chooses the format: .csv, .json, .glb. A stream without one gets CSV
+  std::string
+      output; ///< its ending chooses the format: .csv, .json, .glb, .vrm, .vrma. A stream without one gets CSV
 
   /// A file, or a built-in's name: the weights drive this character through the templates of the nine parts.
   /// If empty, weights keep their names.
@@ -33,9 +34,9 @@ struct RetargetJob {
   std::optional<FrameRate> output_rate;    ///< to resample to; nothing for the file's own frames
 
   std::optional<CsvStyle> csv_style; ///< .csv: plain unless named
-  std::string onto;                  ///< .glb: animate this head instead of a simple one; may be empty
-  std::string head_node;             ///< .glb: the node of that head which turns with the head; may be empty
-  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb: those that turn with the eyes
+  std::string onto;                  ///< .glb, .vrm: animate this head instead of a simple one; may be empty
+  std::string head_node; ///< .glb, .vrm: the node of that head which turns with the head; may be empty
+  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb, .vrm: those that turn with the eyes
 };
 
 struct RetargetResult {

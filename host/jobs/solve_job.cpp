@@ -83,8 +83,9 @@ void CheckExpressions(const SolveJob& job, AnimationFormat format) {
 }
 
 std::optional<Character> CharacterOf(const SolveJob& job, AnimationFormat format) {
-  if (job.character.empty())
-    return format == AnimationFormat::LiveLinkCsv ? std::optional(LoadCharacter("arkit52")) : std::nullopt;
+  if (job.character.empty() && format == AnimationFormat::LiveLinkCsv) return LoadCharacter("arkit52");
+  if (job.character.empty() && format == AnimationFormat::Vrma) return LoadCharacter("vrm1");
+  if (job.character.empty()) return std::nullopt;
   Character character = LoadCharacter(job.character);
   if (format == AnimationFormat::ShapeCsv)
     for (const std::string& shape : character.Shapes())

@@ -26,7 +26,7 @@ struct SolveJob {
   std::string take;
   std::string performer; ///< a file, or a built-in's name
   std::string character; ///< the same; may be empty
-  /// Its ending chooses the format: .csv, .json, .glb. A stream without an ending gets CSV.
+  /// Its ending chooses the format: .csv, .json, .glb, .vrm, .vrma. A stream without an ending gets CSV.
   std::string output;
   std::string report; ///< a JSON file about how the take was solved; may be empty
 
@@ -45,9 +45,9 @@ struct SolveJob {
   bool only_templates = false; ///< .csv: template weights although there is a character
   std::optional<CsvStyle>
       csv_style;         ///< .csv: plain unless named; for livelink the character is arkit52 unless named
-  std::string onto;      ///< .glb: animate this head instead of a simple one; may be empty
-  std::string head_node; ///< .glb: the node of that head which turns with the performer's; may be empty
-  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb: those that turn with the eyes
+  std::string onto;      ///< .glb, .vrm: animate this head instead of a simple one; may be empty
+  std::string head_node; ///< .glb, .vrm: the node of that head which turns with the performer's; may be empty
+  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb, .vrm: those that turn with the eyes
 
   std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
   bool hash_files = false;          ///< answer `files` even without a report

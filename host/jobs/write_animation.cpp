@@ -46,6 +46,7 @@ std::size_t ValuesOf(const AnimationLayout& layout, AnimationFormat format) {
     // Number and time, the head's rotation and translation; of each cluster two transforms of ten numbers.
     return 2 + 4 + 3 + templates + shapes + 20 * layout.clusters.size();
   case AnimationFormat::Glb:
+  case AnimationFormat::Vrma:
     break;
   }
   return 0;
@@ -82,6 +83,9 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
       written.head = output.onto
                          ? WriteAnimationOntoHead(animation, std::move(*output.onto), output.nodes, out)
                          : WriteFaceAnimation(animation, character, out);
+      return;
+    case AnimationFormat::Vrma:
+      written.vrma = WriteVrma(animation, out);
     }
   };
   const std::size_t values = ValuesOf(layout, output.format) * animation.frames.size();

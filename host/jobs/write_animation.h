@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/animation/animation.h"
+#include "host/animation/animation_vrma.h"
 #include "host/animation/head_binding.h"
 #include "host/character/character.h"
 #include "host/gltf/glb.h"
@@ -19,6 +20,7 @@ enum class AnimationFormat {
   LiveLinkCsv, ///< as phone face-capture apps write it
   Json,        ///< everything
   Glb,         ///< on a head
+  Vrma,        ///< for any VRM avatar
 };
 
 /// Where an animation goes, and in which form.
@@ -39,7 +41,8 @@ struct WrittenAnimation {
   /// Phone-app CSV: those of the 52 that the character lacks, written as 0. Head: shapes that move and have
   /// no morph target there.
   std::vector<std::string> missing_shapes;
-  std::optional<HeadCoverage> head; ///< of .glb
+  std::optional<HeadCoverage> head; ///< of .glb and .vrm
+  std::optional<VrmaCoverage> vrma;
 };
 
 /// Writes the whole file, or none. `character` is the one that the animation was solved for; null without

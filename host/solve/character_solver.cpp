@@ -133,8 +133,10 @@ const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& temp
     state_->mWeights[shape.part][shape.shape] = fitted[shape.fitted] + shape.expressions;
   if (eyes)
     for (const GazeShape& shape : gaze_) {
-      const auto& [yaw, pitch] = (*eyes)[shape.eye];
-      const double weight = (shape.is_vertical ? pitch : yaw) / shape.full;
+      double angle = 0;
+      for (std::size_t eye = 0; eye < 2; ++eye)
+        angle += shape.eyes[eye] * (shape.is_vertical ? (*eyes)[eye].pitch : (*eyes)[eye].yaw);
+      const double weight = angle / shape.full;
       if (weight > 0) state_->mWeights[shape.part][shape.shape] += weight;
     }
   if (range_)

@@ -15,6 +15,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <numbers>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -254,6 +255,40 @@ TEST(AnimationOntoHead, EyesTurnAboutTheScenesAxes) {
   ExpectTurns(&Curve(glb, 1, "rotation")[4], Rotation(0, 0.5 * kDegrees, 0));
   // About the scene's x, which is the bone's -y.
   ExpectTurns(&Curve(glb, 3, "rotation")[4], Rotation(0, -0.25 * kDegrees, 0));
+}
+
+TEST(AnimationOntoHead, AnAvatarFollowsItsOwnTables) {
+  Animation animation = Shapes({"aa"}, 2); // 0.5 and 1
+  animation.eyes = {{}, {{{.yaw = 0.5, .pitch = 0}, {.yaw = 0.5, .pitch = 0}}}};
+  animation.heads[1] = Affine(Rotation(10, 20, 30));
+  const std::string nodes = R"([{"mesh":0,"weights":[0.25,0]},{"name":"head"},{"name":"l"},{"name":"r"}])";
+  const std::string bones[] = {
+      R"({"head":{"node":1},"leftEye":{"node":2},"rightEye":{"node":3}})",
+      R"([{"bone":"head","node":1},{"bone":"leftEye","node":2},{"bone":"rightEye","node":3}])"};
+  const std::string range1 = R"({"inputMaxValue":90,"outputScale":45})",
+                    range0 = R"({"xRange":90,"yRange":45})";
+  const Glb avatar1 = Head(
+      nodes, "[" + Mesh(R"("x","y")") + "]",
+      R"(,"extensions":{"VRMC_vrm":{"humanoid":{"humanBones":)" + bones[0] +
+          R"(},"lookAt":{"rangeMapHorizontalInner":)" + range1 + R"(,"rangeMapHorizontalOuter":)" + range1 +
+          R"(},"expressions":{"preset":{"aa":{"morphTargetBinds":[{"node":0,"index":1,"weight":0.5}]}}}}})");
+  const Glb avatar0 = Head(nodes, "[" + Mesh(R"("x","y")") + "]",
+                           R"(,"extensions":{"VRM":{"humanoid":{"humanBones":)" + bones[1] +
+                               R"(},"firstPerson":{"lookAtHorizontalInner":)" + range0 +
+                               R"(,"lookAtHorizontalOuter":)" + range0 +
+                               R"(},"blendShapeMaster":{"blendShapeGroups":[{"name":"A","presetName":"a",)"
+                               R"("binds":[{"mesh":0,"index":1,"weight":50}]}]}}})");
+  for (const Glb* const avatar : {&avatar1, &avatar0}) {
+    const double side = avatar == &avatar0 ? -1 : 1; // that of 0.x looks along -z
+    const auto [coverage, glb] = Onto(animation, *avatar);
+    EXPECT_THAT(Curve(glb, 0, "weights"), ElementsAre(0.25f, 0.25f, 0.25f, 0.5f))
+        << "the first stays at rest";
+    ExpectTurns(&Curve(glb, 1, "rotation")[4], Rotation(side * 10, 20, side * 30));
+    for (const std::size_t eye : {2u, 3u})
+      ExpectTurns(&Curve(glb, eye, "rotation")[4], Rotation(0, 0.25 * 180 / std::numbers::pi, 0));
+    EXPECT_TRUE(coverage.is_avatar && coverage.turns_head);
+    EXPECT_THAT(coverage.eye_nodes, ElementsAre("l", "r"));
+  }
 }
 
 TEST(AnimationOntoHead, ANodeThatTurnsLosesItsMatrix) {

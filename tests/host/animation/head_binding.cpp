@@ -238,12 +238,13 @@ Glb WithEyes(const std::string& targets = R"("jawOpen")") {
 }
 
 HeadBinding BindEyes(const Glb& head, bool has_eyes, const std::optional<Names>& named = {}) {
-  return BindHead(Layout({"jawOpen", "eyeLookUpLeft"}), head, {.head = {}, .eyes = named}, has_eyes);
+  return BindHead(Layout({"jawOpen", "eyeLookUpLeft"}), head, {.head = {}, .eyes = named},
+                  {.eyes = has_eyes});
 }
 
 std::string ErrorWithEyes(const Names& named) {
   return InputErrorOf(
-      [&] { BindHead(Layout({"jawOpen"}), WithEyes(), {.head = "Head", .eyes = named}, true); });
+      [&] { BindHead(Layout({"jawOpen"}), WithEyes(), {.head = "Head", .eyes = named}, {.eyes = true}); });
 }
 
 } // namespace
@@ -272,4 +273,82 @@ TEST(HeadBinding, NamedEyesAreTwoNodesBesidesTheHead) {
     EXPECT_EQ(ErrorWithEyes(names),
               "h.glb: \"" + names.first + "\" and \"" + names.second +
                   "\" are not two nodes besides the head; name the nodes of the left and the right eye");
+}
+
+// --- VRM avatars
+
+namespace {
+
+/// An avatar of VRM 1.0: a mesh with these targets, shown by node 1, and these expressions.
+Glb AvatarOf(const std::string& targets, const std::string& presets, const std::string& customs = "") {
+  return Head(
+      R"([{"name":"Neck"},{"mesh":0},{"name":"skull"},{"name":"l"},{"name":"r"}])", "[" + Mesh(targets) + "]",
+      R"(,"extensions":{"VRMC_vrm":{"humanoid":{"humanBones":{"head":{"node":2},"leftEye":{"node":3},)"
+      R"("rightEye":{"node":4}}},"expressions":{"preset":{)" +
+          presets + R"(},"custom":{)" + customs + "}}}}");
+}
+
+/// An expression that moves a target of node 1.
+std::string Moving(const std::string& name, int target) {
+  return "\"" + name + R"(":{"morphTargetBinds":[{"node":1,"weight":0.5,"index":)" + std::to_string(target) +
+         "}]}";
+}
+
+} // namespace
+
+TEST(HeadBinding, AnAvatarsExpressionsMoveItsTargets) {
+  const HeadBinding binding =
+      Bind({"aa", "happy"}, AvatarOf(R"("x","y","z")", Moving("aa", 2) + "," + Moving("oh", 1)));
+  ASSERT_THAT(binding.nodes, SizeIs(1));
+  EXPECT_EQ(binding.nodes[0].node.node, 1u);
+  EXPECT_EQ(binding.nodes[0].drivers, nullptr);
+  ASSERT_THAT(binding.nodes[0].expressions, SizeIs(1));
+  EXPECT_THAT(binding.nodes[0].expressions.at(2), ElementsAre(testing::Pair(0, 0.5)));
+  EXPECT_EQ(binding.coverage.driven_expressions, 1u);
+  EXPECT_EQ(binding.coverage.driven_targets, 1u);
+  EXPECT_THAT(binding.coverage.shapes_without_target, ElementsAre("happy"));
+  EXPECT_THAT(binding.coverage.expressions_without_shape, ElementsAre("oh"));
+  EXPECT_THAT(binding.coverage.targets_without_shape, IsEmpty());
+}
+
+TEST(HeadBinding, WhatAnExpressionMovesDoesNotFollowItsOwnName) {
+  const HeadBinding binding =
+      Bind({"jawOpen", "browInnerUp"}, AvatarOf(R"("jawOpen","browInnerUp")", "", Moving("JawOpen", 0)));
+  ASSERT_THAT(binding.nodes, SizeIs(1));
+  EXPECT_THAT(*binding.nodes[0].drivers, ElementsAre(0, 1));
+  EXPECT_THAT(binding.nodes[0].expressions, testing::ElementsAre(testing::Key(0)));
+  EXPECT_EQ(binding.coverage.driven_targets, 2u);
+}
+
+TEST(HeadBinding, TargetsOfAvatarsNeedNoNames) {
+  Glb avatar = AvatarOf(R"("x","y")", Moving("aa", 1));
+  avatar.json["meshes"][0].erase("extras");
+  const HeadBinding binding = Bind({"aa"}, avatar);
+  EXPECT_THAT(binding.nodes.at(0).expressions, testing::ElementsAre(testing::Key(1)));
+  EXPECT_THAT(binding.coverage.notes, IsEmpty());
+}
+
+TEST(HeadBinding, AnAvatarsBonesAreItsHeadAndEyes) {
+  const Glb avatar = AvatarOf(R"("x")", Moving("aa", 0));
+  const auto bind = [&](const mien::AnimatedParts& animated) {
+    return BindHead(Layout({"aa", "lookUp"}), avatar, {}, animated);
+  };
+  const HeadBinding all = bind({.head = true, .eyes = true});
+  EXPECT_EQ(all.head_node, 2u);
+  EXPECT_THAT(all.eye_nodes, testing::Optional(ElementsAre(3, 4)));
+  EXPECT_THAT(all.coverage.shapes_without_target, IsEmpty()) << "the eyes show lookUp";
+  const HeadBinding none = bind({});
+  EXPECT_EQ(none.head_node, kNone);
+  EXPECT_EQ(none.eye_nodes, kNone);
+  EXPECT_THAT(none.coverage.shapes_without_target, ElementsAre("lookUp"));
+}
+
+TEST(HeadBinding, AnAvatarOfWhichNothingMovesIsReported) {
+  EXPECT_EQ(
+      Error(Layout({"jawOpen"}), AvatarOf(R"("x")", Moving("aa", 0))),
+      "h.glb: none of the avatar's expressions (\"aa\") has the name of a shape (\"jawOpen\"); name the "
+      "character of the presets: --character vrm1");
+  EXPECT_EQ(
+      Error(Layout({"jawOpen"}), AvatarOf(R"("x")", "")),
+      "h.glb: the avatar has no expressions for shapes to drive; give it expressions, and export it again");
 }

@@ -1024,7 +1024,7 @@ TEST(WriteCharacter, DoesNotDependOnTheStreamsFormat) {
 // --- Characters by name.
 
 TEST(LoadCharacter, FindsTheBuiltInOnesByName) {
-  EXPECT_THAT(mien::BuiltInCharacters(), ElementsAre("arkit52"));
+  EXPECT_THAT(mien::BuiltInCharacters(), ElementsAre("arkit52", "vrm1"));
   for (const std::string& name : mien::BuiltInCharacters()) {
     const Character character = LoadCharacter(name);
     EXPECT_EQ(character.name, name);
@@ -1037,7 +1037,7 @@ TEST(LoadCharacter, ListsTheBuiltInOnesIfThereIsNoFile) {
   EXPECT_EQ(
       InputErrorOf([] { LoadCharacter("no such/character.json"); }),
       "no such/character.json: there is no character of this name and no such file; name a character file, "
-      "or one of the built-in ones: arkit52");
+      "or one of the built-in ones: arkit52, vrm1");
   EXPECT_THAT(InputErrorOf([] { LoadCharacter(""); }), Not(EndsWith("no InputError")));
 }
 

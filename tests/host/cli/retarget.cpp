@@ -51,3 +51,45 @@ TEST_F(RetargetCommand, SolveAndRetargetNameEachOther) {
         << weights;
   EXPECT_FALSE(Has("out.csv"));
 }
+
+// --- Avatars
+
+namespace {
+
+const std::string kAvatar = std::string(MIEN_SAMPLES_FOLDER) + "/avatar.vrm";
+const std::string kPhone = kMesh + "weights_phone.csv";
+
+} // namespace
+
+TEST_F(RetargetCommand, WritesAnAvatarWithItsAnimation) {
+  const Ran ran = Run({"retarget", kPhone, "--onto", kAvatar, "-o", "out.vrm"});
+  EXPECT_EQ(ran.exit_code, 0);
+  EXPECT_THAT(ran.err, HasSubstr("wrote      out.vrm: 5 frames, 4 morph targets by 4 expressions"));
+  EXPECT_THAT(Saved("out.vrm"), HasSubstr("VRMC_vrm"));
+}
+
+TEST_F(RetargetCommand, WritesAnAnimationForAnyAvatar) {
+  const Ran ran = Run({"retarget", kPhone, "-o", "out.vrma"});
+  EXPECT_THAT(ran.err, HasSubstr("wrote      out.vrma: 5 frames, 4 custom expressions"));
+  const Ran presets = Run({"retarget", kPhone, "-c", "vrm1", "-o", "presets.vrma"});
+  EXPECT_THAT(presets.err, HasSubstr("wrote      presets.vrma: 5 frames, 14 presets"));
+  Write("t.csv", "frame,time,Mouth.Open\n1,0,0.5\n2,0.1,1\n");
+  const Ran templates = Run({"retarget", "t.csv", "-o", "templates.vrma"});
+  EXPECT_THAT(templates.err, HasSubstr("character  vrm1\n")) << "templates are nothing to an avatar";
+}
+
+TEST_F(RetargetCommand, AHeadThatIsNoAvatarDoesNotBecomeOne) {
+  const std::string head = std::string(MIEN_SAMPLES_FOLDER) + "/head.glb";
+  const Ran ran = Run({"retarget", kPhone, "--onto", head, "-o", "out.vrm"});
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_THAT(ran.err, HasSubstr("this head is not a VRM avatar, and cannot become a .vrm; write a .glb"));
+  EXPECT_THAT(Run({"retarget", kPhone, "-o", "out.vrm"}).err,
+              HasSubstr("a .vrm is an avatar: name it with --onto, or write a .vrma for any avatar"));
+}
+
+TEST_F(RetargetCommand, AnAvatarOfPresetsAloneNeedsTheirCharacter) {
+  const Ran ran =
+      Run({"retarget", kPhone, "--onto", std::string(MIEN_SAMPLES_FOLDER) + "/avatar0.vrm", "-o", "o.vrm"});
+  EXPECT_EQ(ran.exit_code, 1);
+  EXPECT_THAT(ran.err, HasSubstr("name the character of the presets: --character vrm1"));
+}
