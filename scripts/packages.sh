@@ -23,4 +23,4 @@ install_packages() {
 }
 
 # The packages that the library and the command are built with.
-build_packages=(cmake ninja-build g++ libcli11-dev libfmt-dev libssl-dev nlohmann-json3-dev)
+build_packages=(cmake ninja-build g++ libcli11-dev libfmt-dev libssl-dev nlohmann-json3-dev zlib1g-dev)

@@ -94,6 +94,10 @@ SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& marker
       take.Clear(frame, markers[slot]);
       SlippedMarker& marker = slipped[slot];
       if (marker.frames++ == 0) marker.first_frame = take.frames[frame];
+      if (marker.spans.empty() || marker.spans.back().end < frame)
+        marker.spans.push_back({frame, frame + 1});
+      else
+        ++marker.spans.back().end;
       marker.furthest_mm = std::max(marker.furthest_mm, distances[slot]);
     }
   }

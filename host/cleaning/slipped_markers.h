@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/cleaning/rigid_motion.h"
+#include "host/takes/frame_span.h"
 #include "host/takes/take.h"
 
 #include <cstddef>
@@ -11,10 +12,11 @@ namespace mien {
 
 /// A head marker that slipped in some frames.
 struct SlippedMarker {
-  std::string marker;           ///< its name
-  std::size_t frames = 0;       ///< in which it was removed
-  std::int64_t first_frame = 0; ///< the number of the first of them
-  double furthest_mm = 0;       ///< its largest distance from its expected position
+  std::string marker;                ///< its name
+  std::size_t frames = 0;            ///< in which it was removed
+  std::int64_t first_frame = 0;      ///< the number of the first of them
+  double furthest_mm = 0;            ///< its largest distance from its expected position
+  std::vector<FrameSpan> spans = {}; ///< those frames
 };
 
 /// The result of TakeOutSlipped.

@@ -222,21 +222,6 @@ void PrintGrade(const SolveReport& report, const Output& output) {
                                    fmt::join(shares, ", "), *quality.eye_corners_mm));
 }
 
-/// What a flag says, without its frames.
-std::string Statement(const QualityFlag& flag) {
-  switch (flag.kind) {
-  case FlagKind::Swap:
-    return fmt::format("{} and {} are swapped", flag.markers[0], flag.markers[1]);
-  case FlagKind::Mislabel:
-    return fmt::format("{} is where {} belongs", flag.markers[0], flag.markers[1]);
-  case FlagKind::Jump:
-    return fmt::format("{} jumps", flag.weight);
-  case FlagKind::Limit:
-    break;
-  }
-  return fmt::format("{} stays at its limit", flag.weight);
-}
-
 /// A line for each statement, with all its frames; what is wrong for certain comes first.
 void PrintFlags(const Take& take, const SolveReport& report, const Output& output) {
   std::vector<QualityFlag> flags = report.quality.flags;
@@ -244,7 +229,7 @@ void PrintFlags(const Take& take, const SolveReport& report, const Output& outpu
   std::vector<std::pair<std::string, std::vector<std::string>>> lines;
   for (const QualityFlag& flag : flags) {
     const std::int64_t first = take.frames[flag.first], last = take.frames[flag.last];
-    const std::string statement = Statement(flag);
+    const std::string statement = StatementOf(flag);
     auto line = std::find_if(lines.begin(), lines.end(), [&](const auto& l) { return l.first == statement; });
     if (line == lines.end()) line = lines.insert(lines.end(), {statement, {}});
     line->second.push_back(flag.kind == FlagKind::Jump ? fmt::format("{} ({:+.2f})", last, flag.size)

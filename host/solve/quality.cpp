@@ -4,6 +4,8 @@
 #include "mien/base/affine.h"
 #include "mien/face/face.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -301,6 +303,20 @@ std::string_view ToText(FlagKind kind) {
     break;
   }
   return "limit";
+}
+
+std::string StatementOf(const QualityFlag& flag) {
+  switch (flag.kind) {
+  case FlagKind::Swap:
+    return fmt::format("{} and {} are swapped", flag.markers[0], flag.markers[1]);
+  case FlagKind::Mislabel:
+    return fmt::format("{} is where {} belongs", flag.markers[0], flag.markers[1]);
+  case FlagKind::Jump:
+    return fmt::format("{} jumps", flag.weight);
+  case FlagKind::Limit:
+    break;
+  }
+  return fmt::format("{} stays at its limit", flag.weight);
 }
 
 Quality AssessQuality(const Animation& solved, const Take& face, bool head_motion_removed,

@@ -52,6 +52,9 @@ struct QualityFlag {
   bool operator==(const QualityFlag&) const = default;
 };
 
+/// What a flag says, without its frames: "LeftEye.Close jumps".
+std::string StatementOf(const QualityFlag& flag);
+
 /// The result of AssessQuality.
 struct Quality {
   static constexpr double kGoodBelow = 0.03, kPoorAbove = 0.1;

@@ -144,6 +144,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   if (options.smooth_weights_hz)
     SmoothWeights(animation.weights, animation.layout.templates.size(), animation.frames, take.rate,
                   *options.smooth_weights_hz);
+  solved.face = std::move(face);
   return solved;
 }
 

@@ -17,6 +17,7 @@ struct SolvedTake {
   Animation animation;
   SolveReport report;
   std::vector<bool> head_known; ///< whether the markers determine the head (size: frames)
+  Take face;   ///< the solver's markers in the head's frame, their gaps filled as far as they are
   Take irises; ///< the performer's, in the head's frame, measured against the anchors of their eyes
 };
 

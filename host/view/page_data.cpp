@@ -75,12 +75,12 @@ PageData::Json PageData::AddBytes(std::string_view bytes) {
 }
 
 PageData::Json PageData::Append(std::string_view bytes) {
-  uLongf length = compressBound(static_cast<uLong>(bytes.size()));
+  uLongf length = compressBound(bytes.size());
   const std::size_t offset = bytes_.size();
   bytes_.resize(offset + length);
   // Fails only for want of memory: there is room for the most that these bytes can take.
   if (compress2(reinterpret_cast<Bytef*>(bytes_.data() + offset), &length,
-                reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uLong>(bytes.size()),
+                reinterpret_cast<const Bytef*>(bytes.data()), bytes.size(),
                 Z_DEFAULT_COMPRESSION) != Z_OK)
     throw std::bad_alloc();
   bytes_.resize(offset + length);

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "host/performer/neutral.h"
+#include "host/performer/performer.h"
+#include "host/solve/solve_report_json.h"
+#include "host/solve/solve_take.h"
+#include "host/view/view_page.h"
+
+#include <optional>
+
+namespace mien {
+
+/// What a solve consists of, for a page. `record.report` is that of `solved`, which may have lost it.
+struct ViewedSolve {
+  const Performer& performer;
+  const SolvedTake& solved;
+  const SolveRecord& record;
+};
+
+/// The markers in the axes of the neutral face with what was done to them, the curves and residuals, flags and
+/// worst frames, and everything that the solve's report says. Without a head.
+ViewSide SideOfSolve(const ViewedSolve& viewed);
+
+/// Where the built-in face is among the performer's neutral markers: scaled and moved so that the points of its
+/// parts are as near to them as they can be. Nothing for fewer than three markers.
+std::optional<ViewHead::Place> PlaceOfFace(const Performer& performer, const NeutralPose& neutral,
+                                           const VgeAMatrix& neutral_head);
+
+} // namespace mien
