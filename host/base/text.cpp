@@ -101,6 +101,27 @@ std::string Quoted(std::string_view text) {
   return '"' + Printable(text.substr(0, length)) + (length < text.size() ? "...\"" : "\"");
 }
 
+std::string ShellCommand(const std::vector<std::string>& arguments) {
+  constexpr std::string_view kPlain =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
+  std::string command;
+  for (const std::string& argument : arguments) {
+    if (!command.empty()) command.push_back(' ');
+    if (!argument.empty() && argument.find_first_not_of(kPlain) == std::string::npos) {
+      command += argument;
+      continue;
+    }
+    command.push_back('\'');
+    for (const char c : argument)
+      if (c == '\'')
+        command += "'\\''";
+      else
+        command.push_back(c);
+    command.push_back('\'');
+  }
+  return command;
+}
+
 std::string Count(std::size_t count, std::string_view what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }

@@ -31,6 +31,9 @@ std::string PrintableJson(std::string_view document);
 /// Printable text in double quotes, cut after 60 bytes, as messages show a file's own words.
 std::string Quoted(std::string_view text);
 
+/// Arguments as a POSIX shell reads them, with quotes where they are needed: "mien info 'my take.c3d'".
+std::string ShellCommand(const std::vector<std::string>& arguments);
+
 /// "1 frame", "2 frames".
 std::string Count(std::size_t count, std::string_view what);
 

@@ -26,6 +26,7 @@ namespace {
 void Solve(SolveJob job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
   output.RequireFreeStandardOutput(job.report, "report");
+  output.RequireFreeStandardOutput(job.view, "view");
   job.hash_files = output.json;
   const SolveResult result = [&] {
     Progress progress(TakeName(job.take), output.quiet);
@@ -41,6 +42,7 @@ void Solve(SolveJob job, Output& output) {
                                      SummaryOf(result.written)));
   output.Remark(NotesOn(result.written), job.output);
   if (!job.report.empty() && !IsStandardOutput(job.report)) output.Line("wrote", job.report);
+  if (!job.view.empty() && !IsStandardOutput(job.view)) output.Line("wrote", job.view);
   if (output.json) output.Result(SolveReportAsJson(RecordOf(job, result)));
 }
 
@@ -132,6 +134,15 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
                .may_be_empty = false,
                .files = "*.json"},
               job->report);
+  command.Add(
+      {.names = "--view",
+       .type = "FILE.html",
+       .help =
+           "Write a page as well that shows the take and its solve in any browser: markers, head, curves, "
+           "and where it is bad",
+       .may_be_empty = false,
+       .files = "*.html"},
+      job->view);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Solve(*job, output); });
 }

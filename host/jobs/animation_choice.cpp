@@ -23,7 +23,8 @@ AnimationFormat FormatOf(const AnimationChoice& choice) {
                               Quoted(choice.output)));
   if (!is_csv && choice.csv_style) throw UsageError("csv-style", "this is for .csv");
   if (!is_csv && choice.only_templates) throw UsageError("templates", "this is for .csv");
-  if (!on_head && !choice.onto.empty()) throw UsageError("onto", "this is for .glb and .vrm");
+  if (!on_head && !choice.has_view && !choice.onto.empty())
+    throw UsageError("onto", "this is for .glb, .vrm and --view");
   if (ending == ".vrm" && choice.onto.empty())
     throw UsageError("output", "a .vrm is an avatar: name it with --onto, or write a .vrma for any avatar");
   if (choice.onto.empty() && !choice.head_node.empty()) throw UsageError("head", "this is for --onto");

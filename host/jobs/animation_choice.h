@@ -18,11 +18,12 @@ struct AnimationChoice {
   std::string
       output; ///< its ending chooses the format: .csv, .json, .glb, .vrm, .vrma. A stream without one gets CSV
   std::optional<CsvStyle> csv_style = {};
-  std::string onto = {};      ///< .glb: may be empty
-  std::string head_node = {}; ///< .glb: may be empty
+  std::string onto = {};      ///< .glb, .vrm and pages: may be empty
+  std::string head_node = {}; ///< likewise
   std::optional<std::pair<std::string, std::string>> eye_nodes = {};
   bool only_templates = false; ///< .csv
   bool has_shapes = false;     ///< the animation has shapes besides templates
+  bool has_view = false;       ///< a page shows it as well, on the head of `onto`
 };
 
 /// Throws a UsageError where settings do not fit each other.

@@ -14,6 +14,7 @@
 #include "host/fit/shape_basis.h"
 #include "host/jobs/output_place.h"
 #include "host/jobs/take_timecode.h"
+#include "host/jobs/write_view.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
 #include "host/solve/solve_character.h"
@@ -21,6 +22,8 @@
 #include "host/solve/solve_report_json.h"
 #include "host/solve/solve_shapes.h"
 #include "host/solve/solve_take.h"
+#include "host/view/animation_side.h"
+#include "host/view/solve_side.h"
 
 #include <fmt/format.h>
 
@@ -40,7 +43,8 @@ AnimationChoice ChoiceOf(const SolveJob& job) {
           .head_node = job.head_node,
           .eye_nodes = job.eye_nodes,
           .only_templates = job.only_templates,
-          .has_shapes = !job.character.empty()};
+          .has_shapes = !job.character.empty(),
+          .has_view = !job.view.empty()};
 }
 
 /// Where the landmarks of the basis are, if it is a head: a table has them itself.
@@ -70,9 +74,15 @@ void CheckPlaces(const SolveJob& job) {
   for (const auto& [input, what] : inputs) {
     RefuseOverwriting(job.output, input, what);
     RefuseOverwriting(job.report, input, what, "report");
+    RefuseOverwriting(job.view, input, what, "view");
   }
   if (!job.report.empty() && IsSamePlace(job.report, job.output))
     throw UsageError("report", "this is the output itself");
+  if (job.view.empty()) return;
+  CheckViewer("view");
+  if (IsSamePlace(job.view, job.output)) throw UsageError("view", "this is the output itself");
+  if (!job.report.empty() && IsSamePlace(job.view, job.report))
+    throw UsageError("view", "this is the report itself");
 }
 
 void CheckExpressions(const SolveJob& job, AnimationFormat format) {
@@ -175,6 +185,23 @@ std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, c
   return files;
 }
 
+/// The page of a solve, with the head that the output has, or would have as .glb.
+void WriteSolveView(const SolveJob& job, const SolveResult& result, const Performer& performer,
+                    const SolvedTake& solved, const Character* character, const std::optional<Glb>& onto,
+                    const HeadNodes& nodes) {
+  const SolveRecord record = RecordOf(job, result);
+  ViewSide side = SideOfSolve({.performer = performer, .solved = solved, .record = record});
+  const Animation& animation = solved.animation;
+  side.command = ShellCommand(job.command);
+  if (onto) {
+    side.head = HeadOf(AnimateHead(animation, *onto, nodes), onto->file);
+  } else {
+    side.head = HeadOf(AnimateFace(animation, character), "the built-in face");
+    side.head->place = PlaceOfFace(performer, result.neutral.pose, animation.layout.neutral_head);
+  }
+  WriteView(job.view, PageOf(animation, std::move(side)));
+}
+
 } // namespace
 
 SolveRecord RecordOf(const SolveJob& job, const SolveResult& result) {
@@ -194,6 +221,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   CheckSolver(job, format);
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
+  if (!job.view.empty()) CheckWritable(job.view);
 
   Performer performer = LoadPerformer(job.performer);
   if (job.ranges) CheckSettings(performer, job.solve);
@@ -240,13 +268,17 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
     SolveCharacter(solved.animation, *character, job.expressions, fitted ? &*fitted : nullptr);
   }
   solved.animation.CheckFinite(InputName(job.take));
+  const std::optional<Glb> onto = job.view.empty() ? std::nullopt : output.onto;
+  const HeadNodes nodes = output.nodes;
   result.written =
       WriteAnimation(solved.animation, character ? &*character : nullptr, std::move(output), progress);
 
-  if (!job.report.empty() || job.hash_files)
+  if (!job.report.empty() || !job.view.empty() || job.hash_files)
     result.files = FilesOf(job, take_file, job.character.empty() ? result.character : job.character);
   if (!job.report.empty())
     WriteWhole(job.report, [&](std::ostream& out) { WriteSolveReport(RecordOf(job, result), out); });
+  if (!job.view.empty())
+    WriteSolveView(job, result, performer, solved, character ? &*character : nullptr, onto, nodes);
   return result;
 }
 

@@ -29,6 +29,7 @@ struct SolveJob {
   /// Its ending chooses the format: .csv, .json, .glb, .vrm, .vrma. A stream without an ending gets CSV.
   std::string output;
   std::string report; ///< a JSON file about how the take was solved; may be empty
+  std::string view;   ///< an HTML file that shows the take and its solve; may be empty
 
   ReadOptions reading;
   std::optional<std::string> timecode; ///< of the first frame, in place of the take's own: "10:02:59:29@30"

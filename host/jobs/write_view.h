@@ -2,15 +2,15 @@
 
 #include "host/view/view_page.h"
 
-#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace mien {
 
-/// Throws InputError, of Code::Unsupported, in a build that cannot write pages.
-void CheckViewer();
+/// Throws a UsageError in a build that cannot write pages. `setting` asked for one.
+void CheckViewer(std::string_view setting);
 
-/// Writes the page of one or two sides, whole or not at all. Returns its size in bytes. Throws InputError.
-std::size_t WriteView(const std::string& path, const ViewPage& page);
+/// Writes a page, whole or not at all, in a build that can. Throws InputError.
+void WriteView(const std::string& path, const ViewPage& page);
 
 } // namespace mien

@@ -90,3 +90,8 @@ TEST(LetterCase, OnlyAsciiHasIt) {
   EXPECT_TRUE(mien::StartsWithIgnoringCase("Times", "tIME"));
   EXPECT_FALSE(mien::StartsWithIgnoringCase("Tim", "time"));
 }
+
+TEST(Text, AShellCommandQuotesWhatAShellWouldSplitOrExpand) {
+  EXPECT_EQ(mien::ShellCommand({"mien", "solve", "my take.c3d", "-o", "it's $HOME.csv", "", "*"}),
+            R"(mien solve 'my take.c3d' -o 'it'\''s $HOME.csv' '' '*')");
+}
