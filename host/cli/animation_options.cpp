@@ -1,6 +1,7 @@
 #include "host/cli/animation_options.h"
 
 #include "host/base/text.h"
+#include "host/character/character_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -44,6 +45,37 @@ std::string Summary(const HeadCoverage& head) {
 }
 
 } // namespace
+
+void AddOutput(Command& command, std::string& output) {
+  command.Add({.names = "-o,--output",
+               .type = "OUT",
+               .help = "The file to write; - is standard output, as .csv",
+               .required = true,
+               .files = "*"},
+              output);
+}
+
+void AddCharacter(Command& command, std::string& character, std::string_view what) {
+  command.Add({.names = "-c,--character",
+               .type = "NAME|FILE",
+               .help = fmt::format("The character {}: a built-in character ({}) or a character file", what,
+                                   fmt::join(BuiltInCharacters(), ", ")),
+               .may_be_empty = false,
+               .values = BuiltInCharacters(),
+               .files = "*.json"},
+              character);
+}
+
+void AddOutputRate(Command& command, std::optional<FrameRate>& rate) {
+  command.AddParsed({.names = "--output-rate",
+                     .type = "HZ",
+                     .help = "Resample to this rate, such as 60 or 29.97. Default: the file's own frames"},
+                    [&rate](const std::string& text) -> Command::Fault {
+                      rate = ParseFrameRate(text);
+                      if (rate) return std::nullopt;
+                      return fmt::format("{} is not a rate, such as 25, 29.97 or 30000/1001", Quoted(text));
+                    });
+}
 
 void AddAnimationOptions(Command& command, const AnimationOptions& options) {
   command.AddParsed(

@@ -1,6 +1,5 @@
 #include "host/base/json_text.h"
 #include "host/base/text.h"
-#include "host/character/character_file.h"
 #include "host/cli/animation_options.h"
 #include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
@@ -79,21 +78,8 @@ void AddRetargetCommand(Command& mien) {
                .required = true,
                .files = "*"},
               job->weights);
-  command.Add({.names = "-o,--output",
-               .type = "OUT",
-               .help = "The file to write; - is standard output, as .csv",
-               .required = true,
-               .files = "*"},
-              job->output);
-  command.Add({.names = "-c,--character",
-               .type = "NAME|FILE",
-               .help = fmt::format("The character to drive through the templates of its face: a built-in "
-                                   "character ({}) or a character file",
-                                   fmt::join(BuiltInCharacters(), ", ")),
-               .may_be_empty = false,
-               .values = BuiltInCharacters(),
-               .files = "*.json"},
-              job->character);
+  AddOutput(command, job->output);
+  AddCharacter(command, job->character, "to drive through the templates of its face");
   command.Add(
       {.names = "--map",
        .type = "NAME|FILE",
@@ -113,14 +99,7 @@ void AddRetargetCommand(Command& mien) {
                    .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
                   job->swap_sides);
   AddWeightCleaning(command, job->fade_s, job->smooth_weights_hz);
-  command.AddParsed({.names = "--output-rate",
-                     .type = "HZ",
-                     .help = "Resample to this rate, such as 60 or 29.97. Default: the file's own frames"},
-                    [job](const std::string& text) -> Command::Fault {
-                      job->output_rate = ParseFrameRate(text);
-                      if (job->output_rate) return std::nullopt;
-                      return fmt::format("{} is not a rate, such as 25, 29.97 or 30000/1001", Quoted(text));
-                    });
+  AddOutputRate(command, job->output_rate);
   AddReadingOptions(command, job->reading.strict, job->reading.face, job->reading.input_rate);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Retarget(*job, output); });

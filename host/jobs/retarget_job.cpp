@@ -1,5 +1,6 @@
 #include "host/jobs/retarget_job.h"
 
+#include "host/animation/resample.h"
 #include "host/base/text.h"
 #include "host/character/character_file.h"
 #include "host/files/mapped_file.h"
@@ -10,14 +11,13 @@
 #include "host/solve/solve_character.h"
 #include "host/weights/eyes_of_shapes.h"
 #include "host/weights/fill_missing.h"
-#include "host/weights/resample.h"
 #include "host/weights/swap_sides.h"
+#include "host/weights/to_animation.h"
 #include "host/weights/weight_map.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <numbers>
 
 namespace mien {
 
@@ -33,53 +33,6 @@ void CheckPlaces(const RetargetJob& job) {
   RefuseOverwriting(job.output, job.onto, "the head");
 }
 
-/// Whether all weights are of templates, as mien solve writes them without a character.
-bool AreTemplates(const std::vector<std::string>& names) {
-  const std::vector<std::string> templates = AnimationLayout().WeightNames(WeightKind::Templates);
-  return std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-    return std::find(templates.begin(), templates.end(), name) != templates.end();
-  });
-}
-
-VgeAMatrix RotationBy(const HeadAngles& head) {
-  constexpr double kDegrees = 180 / std::numbers::pi;
-  VgeRMatrix rotation;
-  const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
-  roll_first.V2M(rotation, {head.pitch * kDegrees, head.yaw * kDegrees, head.roll * kDegrees});
-  VgeAMatrix matrix;
-  for (int column = 0; column < 3; ++column) std::copy_n(rotation.m[column], 3, matrix.m[column]);
-  return matrix;
-}
-
-/// The take's clock, head and eyes, without weights.
-Animation WithoutWeights(const WeightTake& take) {
-  Animation animation;
-  AnimationLayout& layout = animation.layout;
-  layout.take = take.name;
-  layout.rate = take.rate;
-  layout.timecode = take.timecode;
-  layout.timecode_offset_s = take.timecode_offset_s;
-  animation.frames = take.frames;
-  animation.times = take.times;
-  animation.heads.resize(take.frames.size());
-  for (std::size_t f = 0; f < take.heads.size(); ++f) animation.heads[f] = RotationBy(take.heads[f]);
-  animation.eyes = take.eyes;
-  return animation;
-}
-
-/// The columns of a take of templates, in the order of all templates; 0 for those that it lacks.
-std::vector<double> OwnTemplates(const WeightTake& take) {
-  const std::vector<std::string> templates = AnimationLayout().WeightNames(WeightKind::Templates);
-  std::vector<double> weights(take.frames.size() * templates.size());
-  for (std::size_t n = 0; n < take.names.size(); ++n) {
-    const auto found = std::find(templates.begin(), templates.end(), take.names[n]);
-    const auto column = static_cast<std::size_t>(found - templates.begin());
-    for (std::size_t f = 0; f < take.frames.size(); ++f)
-      weights[f * templates.size() + column] = take.Weight(f, n);
-  }
-  return weights;
-}
-
 void Clean(const RetargetJob& job, RetargetResult& result) {
   WeightTake& take = result.take;
   if (job.smooth_weights_hz && *job.smooth_weights_hz >= take.rate.Hz() / 2)
@@ -90,7 +43,6 @@ void Clean(const RetargetJob& job, RetargetResult& result) {
   if (job.smooth_weights_hz)
     SmoothWeights(take.weights, take.names.size(), take.frames, take.rate, *job.smooth_weights_hz);
   result.eyes_of_shapes = SetEyesOfShapes(take);
-  if (job.output_rate) Resample(take, *job.output_rate);
 }
 
 } // namespace
@@ -115,26 +67,22 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   RetargetResult result;
   result.take = ReadWeights(file.Bytes(), InputName(job.weights), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
-  const bool are_templates = AreTemplates(result.take.names);
-  if (are_templates && !character && FormatOf(choice) == AnimationFormat::Vrma)
-    character = LoadCharacter("vrm1");
   Clean(job, result);
 
-  Animation animation = WithoutWeights(result.take);
+  Animation animation = ToAnimation(result.take);
+  const bool are_templates = animation.layout.shapes.empty();
   if (are_templates) {
-    animation.weights = OwnTemplates(result.take);
     choice.has_shapes = character.has_value();
     if (!character && job.csv_style == CsvStyle::LiveLink)
       throw UsageError("csv-style", "the file has weights of templates; name a --character for livelink");
   } else if (character) {
+    animation.layout.templates = TemplateColumns();
     animation.weights = TemplatesOf(result.take, LoadWeightMap(job.map), result.unused);
+    animation.shape_weights.clear();
     if (!animation.eyes.empty()) // they turn the character's eyes
       std::erase_if(result.unused, [](const std::string& name) { return name.starts_with("eyeLook"); });
-  } else {
-    animation.layout.templates.clear();
-    animation.layout.shapes = result.take.names;
-    animation.shape_weights = result.take.weights;
   }
+  if (job.output_rate) Resample(animation, *job.output_rate, InputName(job.weights));
   if (character) {
     result.character = character->name;
     SolveCharacter(animation, *character, job.expressions);

@@ -40,7 +40,7 @@ struct RetargetJob {
 };
 
 struct RetargetResult {
-  WeightTake take;                 ///< as it was written: filled and smoothed
+  WeightTake take;                 ///< filled and smoothed, at its own rate
   std::size_t missing_frames = 0;  ///< in which a weight was missing, and was filled
   bool eyes_of_shapes = false;     ///< the eyes' angles are those that the eyeLook shapes mean
   std::string character;           ///< name; empty without one

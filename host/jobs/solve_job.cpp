@@ -1,5 +1,6 @@
 #include "host/jobs/solve_job.h"
 
+#include "host/animation/resample.h"
 #include "host/base/text.h"
 #include "host/character/character_file.h"
 #include "host/files/foreign_file.h"
@@ -183,6 +184,7 @@ SolveRecord RecordOf(const SolveJob& job, const SolveResult& result) {
           .take = &result.take,
           .neutral = &result.neutral,
           .options = &job.solve,
+          .output_rate = job.output_rate,
           .report = &result.report};
 }
 
@@ -227,9 +229,9 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   SolveGaze(solved, result.take, performer, result.neutral, job.solve);
   result.report = std::move(solved.report);
   result.report.neutral_doubts = NeutralDoubts(performer, result.neutral, job.solve.brows);
+  std::optional<FittedShapes> fitted;
   if (character) {
     result.character = character->name;
-    std::optional<FittedShapes> fitted;
     if (job.solve.solver == ShapeSolver::Fit) {
       fitted = SolveShapes(solved, result.take, performer, result.neutral, job.solve,
                            basis ? &*basis : nullptr, [&](std::size_t frame, std::size_t frames) {
@@ -237,8 +239,10 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
                            });
       result.report.fit = fitted->report;
     }
-    SolveCharacter(solved.animation, *character, job.expressions, fitted ? &*fitted : nullptr);
   }
+  if (job.output_rate)
+    Resample(solved.animation, *job.output_rate, InputName(job.take), fitted ? &fitted->weights : nullptr);
+  if (character) SolveCharacter(solved.animation, *character, job.expressions, fitted ? &*fitted : nullptr);
   solved.animation.CheckFinite(InputName(job.take));
   result.written =
       WriteAnimation(solved.animation, character ? &*character : nullptr, std::move(output), progress);

@@ -28,7 +28,7 @@ JsonValue TakeOf(const Take& take) {
                             {"notes", JsonListOnLines({notes.begin(), notes.end()})}});
 }
 
-JsonValue Settings(const SolveOptions& options) {
+JsonValue Settings(const SolveOptions& options, const std::optional<FrameRate>& output_rate) {
   std::vector<JsonMember> settings = {{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
                                       {"brows", ToText(options.brows)},
                                       {"fill", ToText(options.face_fill)},
@@ -41,6 +41,7 @@ JsonValue Settings(const SolveOptions& options) {
   if (!options.gaze) settings.push_back({"gaze", false});
   if (options.smooth_gaze_hz) settings.push_back({"smooth_gaze_hz", options.smooth_gaze_hz});
   if (options.level_lids) settings.push_back({"level_lids", true});
+  if (output_rate) settings.push_back({"output_rate", ToText(*output_rate)});
   return JsonObjectOnLines(settings);
 }
 
@@ -205,7 +206,7 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
                                      {"command", record.command},
                                      {"files", Files(record.files)},
                                      {"take", TakeOf(take)},
-                                     {"settings", Settings(*record.options)},
+                                     {"settings", Settings(*record.options, record.output_rate)},
                                      {"neutral", NeutralAsJson(neutral, report)},
                                      {"head", Head(report)},
                                      {"markers", Fills(report.face_fills)},

@@ -29,6 +29,7 @@ struct SolveRecord {
   const Take* take = nullptr; ///< not owned, nor are the others
   const Neutral* neutral = nullptr;
   const SolveOptions* options = nullptr;
+  std::optional<FrameRate> output_rate = std::nullopt; ///< that the solved take was resampled to
   const SolveReport* report = nullptr;
 };
 

@@ -145,7 +145,7 @@ TEST_F(RetargetJobs, SwapsSidesFillsAndSmooths) {
 TEST_F(RetargetJobs, ResamplesAndKeepsTheTimecode) {
   RetargetJob job = Job(kPhone, "out.csv");
   job.output_rate = mien::FrameRate{60, 1};
-  EXPECT_EQ(mien::Run(job).take.frames.size(), 3U);
+  EXPECT_EQ(mien::Run(job).written.frames, 3U);
   EXPECT_THAT(Saved("out.csv"),
               HasSubstr("\n1,0,10:00:00:10.250,0.5\n2,0.016666666666666666,10:00:00:11.250,0.875\n"));
 }
