@@ -177,6 +177,24 @@ std::string PhoneWeights(const Frames& frames) {
   return text;
 }
 
+// All frames of the take as a phone app has them, of a person whose blinks read 0.7.
+std::string PhoneTalk(const Animation& known) {
+  std::string text = "Timecode,BlendShapeCount,EyeBlinkLeft,EyeBlinkRight,JawOpen\n";
+  const std::vector<std::string> names = known.layout.WeightNames(WeightKind::Templates);
+  const auto weight = [&](std::size_t f, std::string_view name, double low, double high) {
+    for (std::size_t c = 0; c < names.size(); ++c)
+      if (names[c] == name) return Rounded(low + (high - low) * known.Weight(f, c), 1e4);
+    return 0.0;
+  };
+  for (std::size_t f = 0; f < known.frames.size(); ++f) {
+    const std::size_t count = 2 * f; // 60 a second
+    fmt::format_to(std::back_inserter(text), "10:02:{:02}:{:02}.500,3,{},{},{}\n", 30 + count / 60,
+                   count % 60, weight(f, "LeftEye.Close", 0.02, 0.7), weight(f, "RightEye.Close", 0.02, 0.7),
+                   weight(f, "Mouth.Open", 0, 0.8));
+  }
+  return text;
+}
+
 std::string LongWeights(const Frames& frames) {
   std::string text = "frame,time_s,face,name,score\n";
   for (std::size_t f = 0; f < frames.size(); ++f)
@@ -209,6 +227,7 @@ std::map<std::string, std::string> MeshFiles(const Take& mesh, const Animation& 
           {"mesh/planar_pixels.csv", PlanarInPixels(frames)},
           {"mesh/result_lines.json", ResultLines(frames)},
           {"mesh/results.json", Results(frames)},
+          {"mesh/talk_phone.csv", PhoneTalk(known)},
           {"mesh/weights.csv", Weights(frames)},
           {"mesh/weights_long.csv", LongWeights(frames)},
           {"mesh/weights_phone.csv", PhoneWeights(frames)},

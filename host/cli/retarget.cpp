@@ -17,10 +17,30 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace mien {
 
 namespace {
+
+std::vector<JsonValue> AsJson(const std::vector<Range>& ranges) {
+  std::vector<JsonValue> list;
+  for (const Range& range : ranges)
+    list.push_back(JsonObject({{"weight", range.name}, {"low", range.low}, {"high", range.high}}));
+  return list;
+}
+
+void PrintRanges(const RetargetJob& job, const AppliedRanges& ranges, Output& output) {
+  std::vector<std::string> applied;
+  for (const Range& range : ranges.applied)
+    applied.push_back(fmt::format("{} {:.2f} to {:.2f}", range.name, range.low, range.high));
+  output.Line("ranges", applied.empty() ? "none applied" : fmt::format("{}", fmt::join(applied, ", ")));
+  if (!ranges.doubted.empty())
+    output.Line("", fmt::format("not trusted, and not applied: {}", fmt::join(ranges.doubted, ", ")));
+  if (!ranges.unmatched.empty())
+    output.Remark({Code::Unmatched, "", "ranges of weights that the file lacks: " + Some(ranges.unmatched)},
+                  job.ranges);
+}
 
 void Retarget(const RetargetJob& job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
@@ -33,6 +53,7 @@ void Retarget(const RetargetJob& job, Output& output) {
                                      Count(take.frames.size(), "frame"), ToText(take.rate),
                                      Count(take.names.size(), "weight")));
   output.Remark(take.notes, take.file);
+  if (!job.ranges.empty()) PrintRanges(job, result.ranges, output);
   if (result.missing_frames > 0)
     output.Line("gaps", fmt::format("weights are missing in {} of {} frames: they go to rest there",
                                     result.missing_frames, take.frames.size()));
@@ -50,6 +71,7 @@ void Retarget(const RetargetJob& job, Output& output) {
                             {"frames", take.frames.size()},
                             {"rate", ToText(take.rate)},
                             {"names", take.names},
+                            {"ranges", JsonList(AsJson(result.ranges.applied))},
                             {"missing_frames", result.missing_frames},
                             {"unused", result.unused}}));
 }
@@ -72,6 +94,7 @@ void AddRetargetCommand(Command& mien) {
   command.Example("mien retarget phone.csv --onto head.glb -o animated.glb");
   command.Example("mien retarget scores.json --csv-style livelink -o table.csv");
   command.Example("mien retarget phone.csv --character puppet.json -o puppet.csv");
+  command.Example("mien retarget phone.csv --ranges ada.ranges.json --csv-style livelink -o table.csv");
   auto job = std::make_shared<RetargetJob>();
   command.Add({.names = "WEIGHTS",
                .help = "The file of weights: CSV or JSON; - is standard input",
@@ -95,6 +118,13 @@ void AddRetargetCommand(Command& mien) {
                                 .onto = job->onto,
                                 .head_node = job->head_node,
                                 .eye_nodes = job->eye_nodes});
+  command.Add({.names = "--ranges",
+               .type = "FILE.json",
+               .help = "What the weights read on this person's face, from mien calibrate: a blink that reads "
+                       "0.7 becomes 1",
+               .may_be_empty = false,
+               .files = "*.json"},
+              job->ranges);
   command.AddFlag({.names = "--swap-sides",
                    .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
                   job->swap_sides);

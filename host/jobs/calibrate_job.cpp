@@ -8,7 +8,6 @@
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
-#include "host/performer/guided_poses.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
 #include "host/performer/rigid_head.h"
@@ -48,18 +47,6 @@ std::vector<std::pair<std::string, std::string>> SettingsOf(const SolveOptions& 
   if (options.smooth_weights_hz)
     settings.emplace_back("smooth_weights_hz", fmt::format("{}", *options.smooth_weights_hz));
   return settings;
-}
-
-/// Poses of the list that a guided take does not show.
-std::vector<Note> MissingPoses(const std::vector<PoseMark>& marks) {
-  std::vector<std::string> missing;
-  for (const GuidedPose& pose : GuidedPoses())
-    if (std::none_of(marks.begin(), marks.end(),
-                     [&](const PoseMark& mark) { return mark.pose == pose.name; }))
-      missing.emplace_back(pose.name);
-  if (missing.empty()) return {};
-  return {
-      {Code::Missing, "", fmt::format("poses that are not marked: {}", Some(missing, GuidedPoses().size()))}};
 }
 
 } // namespace

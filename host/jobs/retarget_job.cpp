@@ -4,9 +4,11 @@
 #include "host/base/text.h"
 #include "host/character/character_file.h"
 #include "host/files/mapped_file.h"
+#include "host/files/read_file.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
+#include "host/performer/ranges_file.h"
 #include "host/solve/smooth_weights.h"
 #include "host/solve/solve_character.h"
 #include "host/weights/eyes_of_shapes.h"
@@ -25,12 +27,16 @@ namespace {
 
 void CheckPlaces(const RetargetJob& job) {
   const std::string map = job.character.empty() ? "" : job.map;
-  RefuseReadingTwice(
-      {{"weights", job.weights}, {"character", job.character}, {"map", map}, {"onto", job.onto}});
+  RefuseReadingTwice({{"weights", job.weights},
+                      {"character", job.character},
+                      {"map", map},
+                      {"onto", job.onto},
+                      {"ranges", job.ranges}});
   RefuseOverwriting(job.output, job.weights, "the weights");
   RefuseOverwriting(job.output, job.character, "the character file");
   RefuseOverwriting(job.output, map, "the map");
   RefuseOverwriting(job.output, job.onto, "the head");
+  RefuseOverwriting(job.output, job.ranges, "the ranges");
 }
 
 void Clean(const RetargetJob& job, RetargetResult& result) {
@@ -38,6 +44,10 @@ void Clean(const RetargetJob& job, RetargetResult& result) {
   if (job.smooth_weights_hz && *job.smooth_weights_hz >= take.rate.Hz() / 2)
     throw UsageError("smooth-weights", fmt::format("{} Hz is not below half the rate of {} Hz",
                                                    *job.smooth_weights_hz, ToText(take.rate)));
+  if (!job.ranges.empty()) {
+    const WeightRanges ranges = ReadRanges(ReadFile(job.ranges), InputName(job.ranges));
+    result.ranges = ApplyRanges(ranges.ranges, take);
+  }
   if (job.swap_sides) SwapSides(take);
   result.missing_frames = FillMissing(take, job.fade_s);
   if (job.smooth_weights_hz)

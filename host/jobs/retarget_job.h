@@ -4,6 +4,7 @@
 #include "host/jobs/job_progress.h"
 #include "host/jobs/write_animation.h"
 #include "host/solve/character_solver.h"
+#include "host/weights/apply_ranges.h"
 #include "host/weights/read_weights.h"
 #include "host/weights/weight_take.h"
 
@@ -28,8 +29,9 @@ struct RetargetJob {
   ExpressionWeights expressions; ///< of the character, added to every frame
 
   WeightReadOptions reading;
-  bool swap_sides = false;                 ///< exchange left and right
-  double fade_s = 0.25;                    ///< in which missing weights come to rest
+  std::string ranges;      ///< a ranges file, by the names of the weights in their file; may be empty
+  bool swap_sides = false; ///< exchange left and right
+  double fade_s = 0.25;    ///< in which missing weights come to rest
   std::optional<double> smooth_weights_hz; ///< cutoff of the low-pass filter; nothing for none
   std::optional<FrameRate> output_rate;    ///< to resample to; nothing for the file's own frames
 
@@ -40,7 +42,8 @@ struct RetargetJob {
 };
 
 struct RetargetResult {
-  WeightTake take;                 ///< filled and smoothed, at its own rate
+  WeightTake take; ///< filled and smoothed, at its own rate
+  AppliedRanges ranges;
   std::size_t missing_frames = 0;  ///< in which a weight was missing, and was filled
   bool eyes_of_shapes = false;     ///< the eyes' angles are those that the eyeLook shapes mean
   std::string character;           ///< name; empty without one

@@ -58,9 +58,9 @@ constexpr Layout kLayouts[] = {
 
 [[noreturn]] void FailUnknown(std::string_view bytes, const std::string& file) {
   if (const auto format = TakeFormatNameOf(bytes))
-    throw InputError(Code::Unsupported, file, "",
-                     fmt::format("the file has points ({}) and no weights", *format),
-                     "solve them with mien solve, whose output mien retarget reads");
+    throw InputError(
+        Code::Unsupported, file, "", fmt::format("the file has points ({}) and no weights", *format),
+        "solve them with mien solve, whose output mien retarget reads; mien calibrate needs --performer");
   std::string layouts;
   for (const Layout& layout : kLayouts)
     layouts += fmt::format("{}{} ({})", layouts.empty() ? "" : ", ", layout.name, layout.looks);

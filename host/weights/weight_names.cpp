@@ -25,6 +25,10 @@ bool Has(const std::vector<std::string>& names, std::string_view name) {
 
 } // namespace
 
+std::string UsualName(std::string_view written) {
+  return UsualSpelling(written).value_or(std::string(written));
+}
+
 std::optional<std::size_t> WeightNames::Add(std::string_view written) {
   if (EqualIgnoringCase(written, "_neutral")) return std::nullopt;
   const std::optional<std::string> usual = UsualSpelling(written);

@@ -10,6 +10,9 @@
 
 namespace mien {
 
+/// The usual spelling of one of the 52; any other name as it is.
+std::string UsualName(std::string_view written);
+
 /// The weights that a file's names mean. Names of the 52 are recognised in any spelling
 /// (host/character/arkit_names.h); "_neutral", which trackers write beside them, is no weight.
 class WeightNames {
