@@ -53,6 +53,7 @@ void Retarget(const RetargetJob& job, Output& output) {
                                      Count(take.frames.size(), "frame"), ToText(take.rate),
                                      Count(take.names.size(), "weight")));
   output.Remark(take.notes, take.file);
+  if (!take.angles.empty()) output.Line("angles", take.angles);
   if (!job.ranges.empty()) PrintRanges(job, result.ranges, output);
   if (result.missing_frames > 0)
     output.Line("gaps", fmt::format("weights are missing in {} of {} frames: they go to rest there",

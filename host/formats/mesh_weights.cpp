@@ -20,7 +20,7 @@ void FailMeshWeights(const std::string& file) {
       Code::Unsupported, file, "",
       "the file has shape weights (scores) and no landmarks, which are what is solved",
       "put the weights onto a character with mien retarget, or store the landmarks (faceLandmarks) as "
-      "well; mien calibrate reads weights without --performer");
+      "well");
 }
 
 } // namespace mien

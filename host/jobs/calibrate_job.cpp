@@ -8,6 +8,7 @@
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
+#include "host/jobs/read_points.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
 #include "host/performer/rigid_head.h"
@@ -64,7 +65,7 @@ CalibrateResult Run(const CalibrateJob& job, const JobProgress& progress) {
   for (const std::string& name : job.takes) {
     const bool first = solved.empty();
     const MappedFile file(name, ReadingProgress(progress));
-    const Take take = ReadTake(file.Bytes(), InputName(name), job.reading);
+    const Take take = ReadPoints(file.Bytes(), InputName(name), job.reading);
     if (progress) progress(JobStage::Preparing, 0, 0);
     if (first) performer.calibration.landmarks = LandmarkCount(take.markers);
     CheckMarkers(performer, take);

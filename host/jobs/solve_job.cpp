@@ -14,6 +14,7 @@
 #include "host/fit/head_landmarks.h"
 #include "host/fit/shape_basis.h"
 #include "host/jobs/output_place.h"
+#include "host/jobs/read_points.h"
 #include "host/jobs/take_timecode.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
@@ -204,7 +205,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   const std::optional<ShapeBasis> basis = BasisOf(job);
   const MappedFile take_file(job.take, ReadingProgress(progress));
   SolveResult result;
-  result.take = ReadTake(take_file.Bytes(), InputName(job.take), job.reading);
+  result.take = ReadPoints(take_file.Bytes(), InputName(job.take), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
   SetTimecode(result.take, job.timecode);
   CheckFilters(job.solve, result.take);

@@ -1,23 +1,14 @@
 #include "host/weights/to_animation.h"
 
+#include "mien/base/affine.h"
+
 #include <algorithm>
 #include <cstddef>
-#include <numbers>
 #include <string>
 #include <vector>
 
 namespace mien {
 namespace {
-
-VgeAMatrix RotationBy(const HeadAngles& head) {
-  constexpr double kDegrees = 180 / std::numbers::pi;
-  VgeRMatrix rotation;
-  const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
-  roll_first.V2M(rotation, {head.pitch * kDegrees, head.yaw * kDegrees, head.roll * kDegrees});
-  VgeAMatrix matrix;
-  for (int column = 0; column < 3; ++column) std::copy_n(rotation.m[column], 3, matrix.m[column]);
-  return matrix;
-}
 
 std::vector<double> InOrderOf(const std::vector<std::string>& templates, const WeightTake& take) {
   std::vector<double> weights(take.frames.size() * templates.size());
@@ -50,6 +41,10 @@ Animation ToAnimation(const WeightTake& take) {
   animation.times = take.times;
   animation.heads.resize(take.frames.size());
   for (std::size_t f = 0; f < take.heads.size(); ++f) animation.heads[f] = RotationBy(take.heads[f]);
+  for (std::size_t f = 0; f < take.head_places.size(); ++f) {
+    const Point& place = take.head_places[f];
+    SetColumn(animation.heads[f], 3, {place.x, place.y, place.z});
+  }
   animation.eyes = take.eyes;
   if (AreTemplates(take)) {
     animation.weights = InOrderOf(layout.WeightNames(WeightKind::Templates), take);

@@ -91,6 +91,8 @@ void WeightColumns::Finish(const std::vector<std::size_t>& order, WeightTake& ta
                                       "degrees",
                                       eye > kMostEye ? "eyes" : "head", eye > kMostEye ? eye : head)});
   const double unit = degrees ? std::numbers::pi / 180 : 1;
+  if (has_head || has_eyes)
+    take.angles = fmt::format("{} (largest {:.3g})", degrees ? "degrees" : "radians", std::fmax(eye, head));
 
   take.names = Names();
   take.weights.reserve(count * weights);
@@ -127,7 +129,9 @@ void NoteUnlikelyWeights(WeightTake& take) {
   if (most > kUnlikely)
     take.notes.push_back(
         {Code::Doubtful, "",
-         fmt::format("weights go up to {:.4g}, and 0 to 1 is expected; they may be percent", most)});
+         fmt::format(
+             "weights go up to {:.4g}, and 0 to 1 is expected; if they are percent, divide them by 100",
+             most)});
 }
 
 } // namespace mien

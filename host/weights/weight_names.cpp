@@ -66,4 +66,14 @@ void WeightNames::AppendTo(std::vector<Note>& notes) const {
                                  Some(missing))});
 }
 
+void FailUnnamed(const std::string& file, std::size_t count) {
+  throw InputError(
+      Code::Unsupported, file, "",
+      fmt::format("the file has {} a frame without names, and programs store the 52 in different "
+                  "orders: the place does not say which is which",
+                  Count(count, "weight")),
+      "store the names as well: columns such as jawOpen in CSV, {\"jawOpen\": 0.5} or "
+      "{\"categoryName\": \"jawOpen\", \"score\": 0.5} in JSON");
+}
+
 } // namespace mien

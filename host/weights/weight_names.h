@@ -40,4 +40,7 @@ private:
   std::vector<std::string> unknown_names_, repeated_;
 };
 
+/// Throws the InputError for a file that has so many weights a frame, and no names.
+[[noreturn]] void FailUnnamed(const std::string& file, std::size_t count);
+
 } // namespace mien
