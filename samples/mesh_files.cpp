@@ -201,7 +201,7 @@ std::string LongWeights(const Frames& frames) {
     for (const auto& [name, score] :
          {std::pair("eyeBlinkLeft", frames[f].blink), std::pair("eyeBlinkRight", frames[f].blink),
           std::pair("jawOpen", frames[f].jaw), std::pair("mouthFunnel", 0.0)})
-      fmt::format_to(std::back_inserter(text), "{},{},0,{},{}\n", f + 1, Seconds(f), name, score);
+      fmt::format_to(std::back_inserter(text), "{},{},0,{},{}\n", f, Seconds(f), name, score);
   return text;
 }
 

@@ -66,6 +66,30 @@ void AddCharacter(Command& command, std::string& character, std::string_view wha
               character);
 }
 
+void AddTimecode(Command& command, std::optional<std::string>& timecode) {
+  command.Add({.names = "--timecode",
+               .type = "HH:MM:SS:FF[@RATE]",
+               .help =
+                   "The timecode of the first frame, which replaces the take's own. RATE is its counts per "
+                   "second; default: the take's rate"},
+              timecode);
+}
+
+void AddReport(Command& command, std::string& report, std::string_view what) {
+  command.Add({.names = "--report",
+               .type = "FILE.json",
+               .help = fmt::format("Write a report as well: {}, settings, hashes of the files", what),
+               .may_be_empty = false,
+               .files = "*.json"},
+              report);
+}
+
+void AddTemplates(Command& command, bool& only_templates) {
+  command.AddFlag(
+      {.names = "--templates", .help = "For .csv: write template weights although there is a character"},
+      only_templates);
+}
+
 void AddOutputRate(Command& command, std::optional<FrameRate>& rate) {
   command.AddParsed({.names = "--output-rate",
                      .type = "HZ",

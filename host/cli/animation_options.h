@@ -31,6 +31,15 @@ void AddOutput(Command& command, std::string& output);
 /// --character; `what` the command does with it: "to animate".
 void AddCharacter(Command& command, std::string& character, std::string_view what);
 
+/// --timecode of the first frame.
+void AddTimecode(Command& command, std::optional<std::string>& timecode);
+
+/// --report FILE.json; `what` is in it.
+void AddReport(Command& command, std::string& report, std::string_view what);
+
+/// --templates.
+void AddTemplates(Command& command, bool& only_templates);
+
 /// --output-rate.
 void AddOutputRate(Command& command, std::optional<FrameRate>& rate);
 

@@ -1,4 +1,3 @@
-#include "host/base/json_text.h"
 #include "host/base/text.h"
 #include "host/cli/animation_options.h"
 #include "host/cli/cleaning_options.h"
@@ -9,6 +8,7 @@
 #include "host/cli/take_options.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/retarget_job.h"
+#include "host/jobs/retarget_report.h"
 #include "host/weights/weight_map.h"
 
 #include <fmt/format.h>
@@ -17,18 +17,12 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mien {
 
 namespace {
-
-std::vector<JsonValue> AsJson(const std::vector<Range>& ranges) {
-  std::vector<JsonValue> list;
-  for (const Range& range : ranges)
-    list.push_back(JsonObject({{"weight", range.name}, {"low", range.low}, {"high", range.high}}));
-  return list;
-}
 
 void PrintRanges(const RetargetJob& job, const AppliedRanges& ranges, Output& output) {
   std::vector<std::string> applied;
@@ -42,8 +36,32 @@ void PrintRanges(const RetargetJob& job, const AppliedRanges& ranges, Output& ou
                   job.ranges);
 }
 
-void Retarget(const RetargetJob& job, Output& output) {
+void PrintLandmarks(const LandmarkHead& landmarks, const JoinedFrames& joined, Output& output) {
+  output.Line("landmarks",
+              fmt::format("{}: {}, the head{} of {}", landmarks.animation.layout.take, landmarks.format,
+                          landmarks.gaze == GazeSource::None ? "" : " and the eyes",
+                          Count(joined.matched, "frame")));
+  output.Remark(landmarks.notes, landmarks.file);
+  if (joined.by_time)
+    output.Remark({Code::Contradiction, "",
+                   "no frame has the number and time of one of the weights; matched by time alone"},
+                  landmarks.file);
+  if (joined.without > 0)
+    output.Remark({Code::Unmatched, "",
+                   fmt::format("{} of the weights without landmarks of the same time: the head stays there",
+                               Count(joined.without, "frame"))},
+                  landmarks.file);
+  if (joined.unused > 0)
+    output.Remark(
+        {Code::Unmatched, "",
+         fmt::format("{} without weights of the same time, ignored", Count(joined.unused, "frame"))},
+        landmarks.file);
+}
+
+void Retarget(RetargetJob job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
+  output.RequireFreeStandardOutput(job.report, "report");
+  job.hash_files = output.json;
   const RetargetResult result = [&] {
     Progress progress(TakeName(job.weights), output.quiet);
     return Run(job, std::ref(progress));
@@ -53,12 +71,16 @@ void Retarget(const RetargetJob& job, Output& output) {
                                      Count(take.frames.size(), "frame"), ToText(take.rate),
                                      Count(take.names.size(), "weight")));
   output.Remark(take.notes, take.file);
-  if (!take.angles.empty()) output.Line("angles", take.angles);
+  if (!take.angles.empty() && !result.landmarks) output.Line("angles", take.angles);
   if (!job.ranges.empty()) PrintRanges(job, result.ranges, output);
   if (result.missing_frames > 0)
     output.Line("gaps", fmt::format("weights are missing in {} of {} frames: they go to rest there",
                                     result.missing_frames, take.frames.size()));
-  if (result.eyes_of_shapes) output.Line("gaze", "from the eyeLook shapes");
+  if (result.landmarks) PrintLandmarks(*result.landmarks, result.joined, output);
+  const bool looks = result.landmarks && result.landmarks->gaze != GazeSource::None;
+  if (result.eyes_of_shapes && !looks) output.Line("gaze", "from the eyeLook shapes");
+  if ((job.eye_nodes || job.smooth_gaze_hz) && take.eyes.empty() && !looks)
+    output.Remark({Code::Missing, "", "the file does not say where the eyes look"}, take.file);
   if (!result.character.empty()) output.Line("character", result.character);
   if (!result.unused.empty())
     output.Remark({Code::Unmatched, "", "no template of the face shows " + Some(result.unused)}, take.file);
@@ -66,21 +88,14 @@ void Retarget(const RetargetJob& job, Output& output) {
     output.Line("wrote", fmt::format("{}: {}, {}", job.output, Count(result.written.frames, "frame"),
                                      SummaryOf(result.written)));
   output.Remark(NotesOn(result.written), job.output);
-  output.Result(JsonObject({{"weights", take.file},
-                            {"layout", take.format},
-                            {"output", job.output},
-                            {"frames", take.frames.size()},
-                            {"rate", ToText(take.rate)},
-                            {"names", take.names},
-                            {"ranges", JsonList(AsJson(result.ranges.applied))},
-                            {"missing_frames", result.missing_frames},
-                            {"unused", result.unused}}));
+  if (!job.report.empty() && !IsStandardOutput(job.report)) output.Line("wrote", job.report);
+  if (output.json) output.Result(RetargetReportAsJson(job, result));
 }
 
 } // namespace
 
 // As long as the list of its options, in the order in which help shows them.
-void AddRetargetCommand(Command& mien) {
+void AddRetargetCommand(Command& mien, std::vector<std::string> arguments) {
   Command command = mien.AddCommand(
       "retarget", "Put recorded weights onto a head, or onto a character through its templates");
   command.Details("WEIGHTS is a table of a phone face-capture app, scores of a web-camera tracker as CSV or "
@@ -97,6 +112,7 @@ void AddRetargetCommand(Command& mien) {
   command.Example("mien retarget phone.csv --character puppet.json -o puppet.csv");
   command.Example("mien retarget phone.csv --ranges ada.ranges.json --csv-style livelink -o table.csv");
   auto job = std::make_shared<RetargetJob>();
+  job->command = std::move(arguments);
   command.Add({.names = "WEIGHTS",
                .help = "The file of weights: CSV or JSON; - is standard input",
                .required = true,
@@ -115,6 +131,7 @@ void AddRetargetCommand(Command& mien) {
        .files = "*.json"},
       job->map);
   AddExpression(command, job->expressions);
+  AddTemplates(command, job->only_templates);
   AddAnimationOptions(command, {.csv_style = job->csv_style,
                                 .onto = job->onto,
                                 .head_node = job->head_node,
@@ -126,12 +143,23 @@ void AddRetargetCommand(Command& mien) {
                .may_be_empty = false,
                .files = "*.json"},
               job->ranges);
+  command.Add(
+      {.names = "--landmarks",
+       .type = "TAKE",
+       .help = "Face landmarks of the same recording, which the head's motion and the direction of the eyes "
+               "are taken from; may be WEIGHTS itself",
+       .may_be_empty = false,
+       .files = "*"},
+      job->landmarks);
   command.AddFlag({.names = "--swap-sides",
                    .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
                   job->swap_sides);
-  AddWeightCleaning(command, job->fade_s, job->smooth_weights_hz);
+  AddWeightCleaning(command, job->fade_s, job->smooth_weights_hz, job->smooth_gaze_hz);
   AddOutputRate(command, job->output_rate);
   AddReadingOptions(command, job->reading.strict, job->reading.face, job->reading.input_rate);
+  AddMeshOptions(command, job->mesh);
+  AddTimecode(command, job->timecode);
+  AddReport(command, job->report, "what was read and done");
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Retarget(*job, output); });
 }

@@ -69,9 +69,7 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   AddOutput(command, job->output);
   AddNeutralOption(command, job->neutral);
   AddExpression(command, job->expressions);
-  command.AddFlag(
-      {.names = "--templates", .help = "For .csv: write template weights although there is a character"},
-      job->only_templates);
+  AddTemplates(command, job->only_templates);
   AddAnimationOptions(command, {.csv_style = job->csv_style,
                                 .onto = job->onto,
                                 .head_node = job->head_node,
@@ -107,18 +105,8 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   AddCleaningOptions(command, job->solve);
   AddOutputRate(command, job->output_rate);
   AddTakeOptions(command, job->reading);
-  command.Add({.names = "--timecode",
-               .type = "HH:MM:SS:FF[@RATE]",
-               .help =
-                   "The timecode of the first frame, which replaces the take's own. RATE is its counts per "
-                   "second; default: the take's rate"},
-              job->timecode);
-  command.Add({.names = "--report",
-               .type = "FILE.json",
-               .help = "Write a report as well: what was done to the take, settings, hashes of the files",
-               .may_be_empty = false,
-               .files = "*.json"},
-              job->report);
+  AddTimecode(command, job->timecode);
+  AddReport(command, job->report, "what was done to the take");
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Solve(*job, output); });
 }

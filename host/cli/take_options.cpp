@@ -7,8 +7,6 @@
 
 namespace mien {
 
-namespace {
-
 void AddMeshOptions(Command& command, MeshOptions& options) {
   constexpr char kGroup[] = "478 landmarks";
   command.AddParsed({.names = "--image",
@@ -37,8 +35,6 @@ void AddMeshOptions(Command& command, MeshOptions& options) {
                    .group = kGroup},
                   options.mirrored);
 }
-
-} // namespace
 
 void AddReadingOptions(Command& command, bool& strict, std::optional<std::int64_t>& face,
                        std::optional<FrameRate>& input_rate) {

@@ -6,13 +6,6 @@ namespace mien {
 
 namespace {
 
-JsonValue Files(const std::vector<ReportedFile>& files) {
-  std::vector<JsonMember> members;
-  for (const auto& [role, name, sha256] : files)
-    members.push_back({role, JsonObject({{"name", name}, {"sha256", sha256.empty() ? "built in" : sha256}})});
-  return JsonObjectOnLines(members);
-}
-
 JsonValue TakeOf(const Take& take) {
   const std::optional<std::string> timecode =
       take.timecode ? std::optional(ToText(*take.timecode)) : std::nullopt;
@@ -197,6 +190,13 @@ JsonValue WorstFrames(const Take& take, const SolveReport& report) {
 
 } // namespace
 
+JsonValue FilesAsJson(const std::vector<ReportedFile>& files) {
+  std::vector<JsonMember> members;
+  for (const auto& [role, name, sha256] : files)
+    members.push_back({role, JsonObject({{"name", name}, {"sha256", sha256.empty() ? "built in" : sha256}})});
+  return JsonObjectOnLines(members);
+}
+
 JsonValue SolveReportAsJson(const SolveRecord& record) {
   const Take& take = *record.take;
   const SolveReport& report = *record.report;
@@ -204,7 +204,7 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
   std::vector<JsonMember> members = {{"format", "mien report 1"},
                                      {"tool", "mien " MIEN_VERSION},
                                      {"command", record.command},
-                                     {"files", Files(record.files)},
+                                     {"files", FilesAsJson(record.files)},
                                      {"take", TakeOf(take)},
                                      {"settings", Settings(*record.options, record.output_rate)},
                                      {"neutral", NeutralAsJson(neutral, report)},

@@ -107,7 +107,7 @@ TEST_F(CalibrateCommand, WithoutAPerformerItMeasuresRecordedWeights) {
   EXPECT_THAT(Run(put).err, HasSubstr("ranges     eyeBlinkLeft 0.10 to 0.70\n"));
   std::vector<std::string> as_json = put;
   as_json.push_back("--json");
-  EXPECT_EQ(Json::parse(Run(as_json).out)["result"]["ranges"][0]["weight"], "eyeBlinkLeft");
+  EXPECT_EQ(Json::parse(Run(as_json).out)["result"]["ranges"]["applied"][0]["weight"], "eyeBlinkLeft");
   EXPECT_EQ(
       Json::parse(
           Run({"calibrate", "w.csv", "-o", "w.ranges.json", "--json"}).out)["result"]["weights"][0]["high"],

@@ -39,6 +39,19 @@ TEST_F(RetargetCommand, SaysInWhatAnglesAreAndMovesTheHead) {
   EXPECT_THAT(Saved("out.json"), HasSubstr("[0,0.7071067811865475,0,0.707106781186547"));
 }
 
+TEST_F(RetargetCommand, SaysHowLandmarksFit) {
+  Write("w.csv", "frame,time_s,jawOpen\n0,0,0\n1,0.25,0\n2,0.5,0\n9,2.25,0\n");
+  const Ran ran = Run({"retarget", "w.csv", "--landmarks", kMesh + "long.csv", "--image", "1280x720", "-o",
+                       "out.json", "--report", "report.json"});
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err,
+              testing::AllOf(HasSubstr("landmarks  long: long mesh CSV, the head and the eyes of 3 frames\n"),
+                             HasSubstr("1 frame of the weights without landmarks of the same time"),
+                             HasSubstr("2 frames without weights of the same time, ignored\n"),
+                             HasSubstr("wrote      report.json\n")));
+  EXPECT_THAT(Saved("report.json"), HasSubstr("\"command\": [\"mien\", \"retarget\""));
+}
+
 TEST_F(RetargetCommand, DrivesACharacterAndNamesWhatItsTemplatesDoNotShow) {
   Write("w.csv", "frame,time,jawOpen,tongueOut\n1,0,0.5,0.5\n2,0.1,,\n3,0.2,1,0\n");
   const Ran ran = Run({"retarget", "w.csv", "-c", "arkit52", "-o", "-", "--swap-sides", "--fade", "0.5"});
