@@ -195,6 +195,17 @@ std::string PhoneTalk(const Animation& known) {
   return text;
 }
 
+// As trackers of 68 landmarks write action units, from 0 to 5, here without the landmarks.
+std::string ActionUnits(const Frames& frames) {
+  std::string text =
+      "frame, timestamp, confidence, success, AU12_r, AU26_r, AU45_r, AU12_c, AU26_c, AU45_c\n";
+  for (std::size_t f = 0; f < frames.size(); ++f)
+    fmt::format_to(std::back_inserter(text), "{}, {}, 0.98, 1, 0, {}, {}, 0, {}, {}\n", f + 1, Seconds(f),
+                   5 * frames[f].jaw, 5 * frames[f].blink, frames[f].jaw > 0.2 ? 1 : 0,
+                   frames[f].blink > 0.2 ? 1 : 0);
+  return text;
+}
+
 std::string LongWeights(const Frames& frames) {
   std::string text = "frame,time_s,face,name,score\n";
   for (std::size_t f = 0; f < frames.size(); ++f)
@@ -223,7 +234,8 @@ std::string RecordedWeights(const Frames& frames) {
 
 std::map<std::string, std::string> MeshFiles(const Take& mesh, const Animation& known) {
   const Frames frames = FramesOf(mesh, known);
-  return {{"mesh/long.csv", Long(frames)},
+  return {{"mesh/action_units.csv", ActionUnits(frames)},
+          {"mesh/long.csv", Long(frames)},
           {"mesh/planar_pixels.csv", PlanarInPixels(frames)},
           {"mesh/result_lines.json", ResultLines(frames)},
           {"mesh/results.json", Results(frames)},

@@ -8,6 +8,7 @@
 #include "host/formats/input_rate.h"
 #include "host/formats/read_take.h"
 #include "host/formats/text_number.h"
+#include "host/weights/action_unit_csv.h"
 #include "host/weights/animation_file.h"
 #include "host/weights/long_score_csv.h"
 #include "host/weights/phone_csv.h"
@@ -44,6 +45,12 @@ constexpr Layout kLayouts[] = {
      [](std::string_view bytes) { return IsLongScoreCsv(CsvColumns(bytes)); },
      [](std::string_view bytes, const std::string& file, const WeightReadOptions& options) {
        return ReadLongScoreCsv(bytes, file, options.face, options.input_rate);
+     },
+     true},
+    {"action unit CSV", "columns frame, timestamp, AU01_r, ...",
+     [](std::string_view bytes) { return IsActionUnitCsv(CsvColumns(bytes)); },
+     [](std::string_view bytes, const std::string& file, const WeightReadOptions& options) {
+       return ReadActionUnitCsv(bytes, file, options.face, options.input_rate);
      },
      true},
     {"animation JSON", "written by mien solve", IsAnimationFile,
