@@ -2,6 +2,7 @@
 
 #include "host/base/text.h"
 #include "host/character/character_file.h"
+#include "host/cli/take_options.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -91,14 +92,11 @@ void AddTemplates(Command& command, bool& only_templates) {
 }
 
 void AddOutputRate(Command& command, std::optional<FrameRate>& rate) {
-  command.AddParsed({.names = "--output-rate",
-                     .type = "HZ",
-                     .help = "Resample to this rate, such as 60 or 29.97. Default: the file's own frames"},
-                    [&rate](const std::string& text) -> Command::Fault {
-                      rate = ParseFrameRate(text);
-                      if (rate) return std::nullopt;
-                      return fmt::format("{} is not a rate, such as 25, 29.97 or 30000/1001", Quoted(text));
-                    });
+  AddRate(command,
+          {.names = "--output-rate",
+           .type = "HZ",
+           .help = "Resample to this rate, such as 60 or 29.97. Default: the file's own frames"},
+          rate);
 }
 
 void AddAnimationOptions(Command& command, const AnimationOptions& options) {

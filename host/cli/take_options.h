@@ -25,6 +25,9 @@ void AddReadingOptions(Command& command, bool& strict, std::optional<std::int64_
 /// --image, --face-width and --mirrored, of 478 landmarks.
 void AddMeshOptions(Command& command, MeshOptions& options);
 
+/// An option that takes a rate in hertz.
+void AddRate(Command& command, const Command::Option& option, std::optional<FrameRate>& rate);
+
 /// --neutral FRAME or FROM-TO.
 void AddNeutralOption(Command& command, std::optional<FrameRange>& range);
 

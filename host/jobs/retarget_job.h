@@ -46,9 +46,9 @@ struct RetargetJob {
 
   bool only_templates = false;       ///< .csv: template weights although there is a character
   std::optional<CsvStyle> csv_style; ///< .csv: plain unless named
-  std::string onto;                  ///< .glb: animate this head instead of a simple one; may be empty
-  std::string head_node;             ///< .glb: the node of that head which turns with the head; may be empty
-  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb: those that turn with the eyes
+  std::string onto;                  ///< .glb, .vrm: animate this head instead of a simple one; may be empty
+  std::string head_node; ///< .glb, .vrm: the node of that head which turns with the head; may be empty
+  std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb, .vrm: those that turn with the eyes
 
   std::string report;               ///< a JSON file about what was done; may be empty
   std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty

@@ -173,8 +173,8 @@ SolveRecord RecordOf(const SolveJob& job, const SolveResult& result) {
           .take = &result.take,
           .neutral = &result.neutral,
           .options = &job.solve,
-          .output_rate = job.output_rate,
-          .report = &result.report};
+          .report = &result.report,
+          .output_rate = job.output_rate};
 }
 
 SolveResult Run(const SolveJob& job, const JobProgress& progress) {

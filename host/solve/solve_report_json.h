@@ -32,8 +32,8 @@ struct SolveRecord {
   const Take* take = nullptr; ///< not owned, nor are the others
   const Neutral* neutral = nullptr;
   const SolveOptions* options = nullptr;
-  std::optional<FrameRate> output_rate = std::nullopt; ///< that the solved take was resampled to
   const SolveReport* report = nullptr;
+  std::optional<FrameRate> output_rate = std::nullopt; ///< that the solved take was resampled to
 };
 
 /// The record as JSON: {"format": "mien report 1", "tool", "command", "files", "take", "settings", "neutral",

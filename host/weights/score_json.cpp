@@ -296,10 +296,7 @@ WeightTake ReadScoreJson(std::string_view bytes, const std::string& file, std::o
         {Code::Ignored, "",
          fmt::format("up to {} faces in a result; read the first (--face 0)", parser.MostFaces())});
   const std::vector<std::size_t> order = SetResultTimes(clock, moments, input_rate, file);
-  take.frames = std::move(clock.frames);
-  take.times = std::move(clock.times);
-  take.rate = clock.rate;
-  take.notes.insert(take.notes.end(), clock.notes.begin(), clock.notes.end());
+  take.SetClock(std::move(clock));
   list.Finish(order, take);
   if (take.names.empty() && parser.Unnamed() > 0) FailUnnamed(file, parser.Unnamed());
   SetPoses(poses, order, take);

@@ -4,6 +4,7 @@
 #include "host/base/error.h"
 #include "host/base/point.h"
 #include "host/takes/frame_rate.h"
+#include "host/takes/take.h"
 #include "host/takes/timecode.h"
 #include "host/weights/head_angles.h"
 
@@ -38,6 +39,9 @@ struct WeightTake {
   std::string angles; ///< what the file has them in: "degrees (largest 23.4)"; empty without angles
 
   std::vector<Note> notes; ///< what the reader forgave or noticed
+
+  /// Takes over frames, times and rate of a take without markers, and its notes.
+  void SetClock(Take clock);
 
   double Weight(std::size_t frame, std::size_t column) const {
     return weights[frame * names.size() + column];
