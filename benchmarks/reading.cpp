@@ -6,9 +6,11 @@
 //
 // FOLDER is for the files, 1.3 GB; MIEN is the command; with TITLE, only the comparisons with it in their title run.
 
+#include "host/character/arkit_names.h"
 #include "host/files/mapped_file.h"
 #include "host/formats/c3d.h"
 #include "host/formats/read_take.h"
+#include "host/weights/read_weights.h"
 #include "samples/synthetic_performance.h"
 
 #include <fmt/format.h>
@@ -142,6 +144,26 @@ void ConvertCsv(const fs::path& path) {
     double value = 0;
     at = std::from_chars(at, end, value).ptr;
     numbers.push_back(value);
+  }
+  if (numbers.empty()) std::abort();
+}
+
+/// The same for a table whose rows begin with a timecode.
+void ConvertPhoneCsv(const fs::path& path) {
+  const MappedFile file(path);
+  std::string_view text = file.Bytes();
+  text.remove_prefix(text.find('\n') + 1);
+  std::vector<double> numbers;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at < end) {
+    while (at < end && *at != ',') ++at; // behind the timecode
+    while (at < end && *at != '\n') {
+      double value = 0;
+      at = std::from_chars(at + 1, end, value).ptr;
+      numbers.push_back(value);
+    }
+    ++at;
   }
   if (numbers.empty()) std::abort();
 }
@@ -280,6 +302,26 @@ void MakeMeshCsv(const fs::path& path, std::size_t frames) {
   }
 }
 
+/// As phone apps write it: a timecode, the number of columns, 52 weights and 9 angles with ten decimals.
+void MakePhoneCsv(const fs::path& path, std::size_t frames) {
+  if (fs::exists(path)) return;
+  std::ofstream out(path, std::ios::binary);
+  out << "Timecode,BlendShapeCount";
+  for (const std::string_view name : mien::kArkitNames) out << ',' << name;
+  out << ",HeadYaw,HeadPitch,HeadRoll,LeftEyeYaw,LeftEyePitch,LeftEyeRoll,RightEyeYaw,RightEyePitch,"
+         "RightEyeRoll\n";
+  std::uint32_t random = 1;
+  for (std::size_t f = 0; f < frames; ++f) {
+    std::string row =
+        fmt::format("{:02}:{:02}:{:02}:{:02}.500,61", f / 216000, f / 3600 % 60, f / 60 % 60, f % 60);
+    for (std::size_t c = 0; c < 61; ++c) {
+      random = random * 1664525 + 1013904223;
+      fmt::format_to(std::back_inserter(row), ",{:.10f}", static_cast<double>(random >> 8) / 16777216.0);
+    }
+    out << row << '\n';
+  }
+}
+
 /// Results one after the other, with all the digits of a float, as programs that do not round them write.
 void MakeMeshJson(const fs::path& path, std::size_t frames) {
   if (fs::exists(path)) return;
@@ -377,6 +419,21 @@ int main(int argc, char** argv) {
           {{"mien", [&] { return read(mesh_csv); }},
            {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertCsv(mesh_csv); }); }},
            {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", mesh_csv.string())); }}});
+  const fs::path phone_csv = folder / "phone.csv";
+  constexpr std::size_t kPhoneRows = 36000;
+  if (!fs::exists(phone_csv)) Run([&] { MakePhoneCsv(phone_csv, kPhoneRows); });
+  Compare(fmt::format("Phone CSV, {} rows x 63 columns, {:.0f} MB", kPhoneRows,
+                      static_cast<double>(fs::file_size(phone_csv)) / 1e6),
+          wanted,
+          {{"mien",
+            [&] {
+              return Run([&] {
+                const MappedFile file(phone_csv);
+                if (mien::ReadWeights(file.Bytes(), "phone.csv").frames.size() != kPhoneRows) std::abort();
+              });
+            }},
+           {"mmap and from_chars of all fields", [&] { return Run([&] { ConvertPhoneCsv(phone_csv); }); }},
+           {"pandas.read_csv", [&] { return RunPython(fmt::format("csv {}", phone_csv.string())); }}});
   // Twice as many frames show whether the memory grows by more than the take's.
   for (const std::size_t frames : {kRows / 2, kRows}) {
     const fs::path json = folder / fmt::format("mesh_{}.json", frames);

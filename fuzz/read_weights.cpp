@@ -30,6 +30,7 @@ void Check(const mien::WeightTake& take) {
   Require(take.weights.size() == frames * take.names.size());
   Require(take.eyes.empty() || take.eyes.size() == frames);
   Require(take.heads.empty() || take.heads.size() == frames);
+  Require(take.head_places.empty() || take.head_places.size() == frames);
   Require(std::isfinite(take.rate.Hz()) && take.rate.Hz() > 0);
   Require(std::set<std::string>(take.names.begin(), take.names.end()).size() == take.names.size());
   for (std::size_t f = 0; f < frames; ++f) {
@@ -49,6 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(take);
     mien::FillMissing(take, 0.25);
     for (const double weight : take.weights) Require(std::isfinite(weight));
+    for (const mien::HeadAngles& head : take.heads)
+      Require(std::isfinite(head.yaw) && std::isfinite(head.pitch) && std::isfinite(head.roll));
     mien::SwapSides(take);
     mien::SetEyesOfShapes(take);
     std::vector<std::string> unused;

@@ -177,13 +177,42 @@ std::string PhoneWeights(const Frames& frames) {
   return text;
 }
 
+// All frames of the take as a phone app has them, of a person whose blinks read 0.7.
+std::string PhoneTalk(const Animation& known) {
+  std::string text = "Timecode,BlendShapeCount,EyeBlinkLeft,EyeBlinkRight,JawOpen\n";
+  const std::vector<std::string> names = known.layout.WeightNames(WeightKind::Templates);
+  const auto weight = [&](std::size_t f, std::string_view name, double low, double high) {
+    for (std::size_t c = 0; c < names.size(); ++c)
+      if (names[c] == name) return Rounded(low + (high - low) * known.Weight(f, c), 1e4);
+    return 0.0;
+  };
+  for (std::size_t f = 0; f < known.frames.size(); ++f) {
+    const std::size_t count = 2 * f; // 60 a second
+    fmt::format_to(std::back_inserter(text), "10:02:{:02}:{:02}.500,3,{},{},{}\n", 30 + count / 60,
+                   count % 60, weight(f, "LeftEye.Close", 0.02, 0.7), weight(f, "RightEye.Close", 0.02, 0.7),
+                   weight(f, "Mouth.Open", 0, 0.8));
+  }
+  return text;
+}
+
+// As trackers of 68 landmarks write action units, from 0 to 5, here without the landmarks.
+std::string ActionUnits(const Frames& frames) {
+  std::string text =
+      "frame, timestamp, confidence, success, AU12_r, AU26_r, AU45_r, AU12_c, AU26_c, AU45_c\n";
+  for (std::size_t f = 0; f < frames.size(); ++f)
+    fmt::format_to(std::back_inserter(text), "{}, {}, 0.98, 1, 0, {}, {}, 0, {}, {}\n", f + 1, Seconds(f),
+                   5 * frames[f].jaw, 5 * frames[f].blink, frames[f].jaw > 0.2 ? 1 : 0,
+                   frames[f].blink > 0.2 ? 1 : 0);
+  return text;
+}
+
 std::string LongWeights(const Frames& frames) {
   std::string text = "frame,time_s,face,name,score\n";
   for (std::size_t f = 0; f < frames.size(); ++f)
     for (const auto& [name, score] :
          {std::pair("eyeBlinkLeft", frames[f].blink), std::pair("eyeBlinkRight", frames[f].blink),
           std::pair("jawOpen", frames[f].jaw), std::pair("mouthFunnel", 0.0)})
-      fmt::format_to(std::back_inserter(text), "{},{},0,{},{}\n", f + 1, Seconds(f), name, score);
+      fmt::format_to(std::back_inserter(text), "{},{},0,{},{}\n", f, Seconds(f), name, score);
   return text;
 }
 
@@ -205,10 +234,12 @@ std::string RecordedWeights(const Frames& frames) {
 
 std::map<std::string, std::string> MeshFiles(const Take& mesh, const Animation& known) {
   const Frames frames = FramesOf(mesh, known);
-  return {{"mesh/long.csv", Long(frames)},
+  return {{"mesh/action_units.csv", ActionUnits(frames)},
+          {"mesh/long.csv", Long(frames)},
           {"mesh/planar_pixels.csv", PlanarInPixels(frames)},
           {"mesh/result_lines.json", ResultLines(frames)},
           {"mesh/results.json", Results(frames)},
+          {"mesh/talk_phone.csv", PhoneTalk(known)},
           {"mesh/weights.csv", Weights(frames)},
           {"mesh/weights_long.csv", LongWeights(frames)},
           {"mesh/weights_phone.csv", PhoneWeights(frames)},

@@ -1,7 +1,11 @@
 #include "host/base/rotation.h"
 
+#include "mien/base/affine.h"
+#include "mien/base/elementary.h"
+
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace mien {
 
@@ -34,6 +38,24 @@ VgeQuaternion QuaternionNear(const VgeQuaternion& before, const VgeRMatrix& rota
   const VgeQuaternion q(rotation);
   const bool far = q.x * before.x + q.y * before.y + q.z * before.z + q.w * before.w < 0;
   return far ? VgeQuaternion(-q.x, -q.y, -q.z, -q.w) : q;
+}
+
+VgeTVector RotationVector(const VgeRMatrix& rotation) {
+  const VgeQuaternion q(rotation);
+  const double side = q.w < 0 ? -1 : 1; // the turn by less than pi
+  const double sine = Length({q.x, q.y, q.z});
+  if (sine == 0) return {0, 0, 0, 0};
+  const double scale = side * 2 * ArcTangent2(sine, side * q.w) / sine;
+  return {q.x * scale, q.y * scale, q.z * scale, 0};
+}
+
+VgeRMatrix RotationBy(const VgeTVector& vector) {
+  constexpr double kDegrees = 180 / std::numbers::pi;
+  const double angle = Length(vector);
+  if (angle == 0) return {};
+  const auto [sine, cosine] = SineAndCosineOfDegrees(angle / 2 * kDegrees);
+  const double scale = sine / angle;
+  return RotationOf(VgeQuaternion(vector.x * scale, vector.y * scale, vector.z * scale, cosine));
 }
 
 } // namespace mien

@@ -17,9 +17,8 @@ namespace {
 
 constexpr double kClosing_s = 0.25, kOpening_s = 0.4, kMargin_s = 0.1;
 constexpr int kFewestBlinks = 4;
-constexpr std::array<std::string_view, 2> kClose = {"LeftEye.Close", "RightEye.Close"};
 
-/// The Close of both eyes in a take, and their mean over those that have markers.
+/// The weights of both lids in a take, and their mean over those that are measured.
 struct Lids {
   std::array<std::vector<double>, 2> eyes;
   std::vector<double> mean;
@@ -30,18 +29,19 @@ struct Lids {
   }
 };
 
-Lids LidsOf(const Animation& take, const std::array<bool, 2>& has) {
+Lids LidsOf(const Animation& take, const std::array<bool, 2>& has, WeightKind kind) {
   Lids lids;
   lids.hz = take.layout.rate.Hz();
   lids.mean.assign(take.frames.size(), 0);
   const int count = (has[0] ? 1 : 0) + (has[1] ? 1 : 0);
+  const std::vector<std::string> names = take.layout.WeightNames(kind);
   for (std::size_t e = 0; e < 2; ++e) {
     lids.eyes[e].assign(take.frames.size(), 0);
     if (!has[e]) continue;
-    std::size_t column = 0;
-    while (take.layout.templates[column].name != kClose[e]) ++column;
+    const auto column =
+        static_cast<std::size_t>(std::find(names.begin(), names.end(), LidNames(kind)[e]) - names.begin());
     for (std::size_t f = 0; f < take.frames.size(); ++f) {
-      lids.eyes[e][f] = take.Weight(f, column);
+      lids.eyes[e][f] = take.Frame(f).WeightsOf(kind)[column];
       lids.mean[f] += lids.eyes[e][f] / count;
     }
   }
@@ -155,11 +155,17 @@ std::string Doubt(const Range& range, const std::vector<double>& peaks, double s
 
 } // namespace
 
-std::vector<Blink> FindBlinks(const std::vector<Animation>& takes, const std::array<bool, 2>& eyes) {
+std::array<std::string_view, 2> LidNames(WeightKind kind) {
+  if (kind == WeightKind::Shapes) return {"eyeBlinkLeft", "eyeBlinkRight"};
+  return {"LeftEye.Close", "RightEye.Close"};
+}
+
+std::vector<Blink> FindBlinks(const std::vector<Animation>& takes, const std::array<bool, 2>& eyes,
+                              WeightKind kind) {
   std::vector<Blink> motions;
   if (!eyes[0] && !eyes[1]) return motions;
   for (std::size_t t = 0; t < takes.size(); ++t) {
-    const Lids lids = LidsOf(takes[t], eyes);
+    const Lids lids = LidsOf(takes[t], eyes, kind);
     for (const FrameSpan& span : UnbrokenSpans(takes[t].frames))
       AddQuickMotions(lids, eyes, t, span, motions);
   }
@@ -170,7 +176,7 @@ std::vector<Blink> FindBlinks(const std::vector<Animation>& takes, const std::ar
 }
 
 std::vector<BlinkRange> BlinkRanges(const std::vector<Animation>& takes, const std::vector<Blink>& blinks,
-                                    const std::array<bool, 2>& eyes) {
+                                    const std::array<bool, 2>& eyes, WeightKind kind) {
   std::vector<BlinkRange> ranges;
   if (blinks.empty()) return ranges;
   std::vector<double> strengths;
@@ -178,7 +184,7 @@ std::vector<BlinkRange> BlinkRanges(const std::vector<Animation>& takes, const s
   const double strength = Median(strengths);
   std::array<std::vector<double>, 2> quiet, unrest;
   for (std::size_t t = 0; t < takes.size(); ++t) {
-    const Lids lids = LidsOf(takes[t], eyes);
+    const Lids lids = LidsOf(takes[t], eyes, kind);
     const std::vector<bool> is_quiet = QuietFrames(lids, t, blinks);
     for (std::size_t e = 0; e < 2; ++e) {
       for (std::size_t f = 0; f < is_quiet.size(); ++f)
@@ -190,7 +196,7 @@ std::vector<BlinkRange> BlinkRanges(const std::vector<Animation>& takes, const s
     if (!eyes[e] || quiet[e].empty()) continue;
     std::vector<double> peaks;
     for (const Blink& blink : blinks) peaks.push_back(blink.peaks[e]);
-    Range range{.name = std::string(kClose[e]), .seen = static_cast<int>(blinks.size())};
+    Range range{.name = std::string(LidNames(kind)[e]), .seen = static_cast<int>(blinks.size())};
     range.low = Median(quiet[e]);
     range.high = Median(peaks);
     range.why = Doubt(range, peaks, strength, Quantile(unrest[e], 0.95));

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <string_view>
 #include <vector>
 
 namespace mien {
@@ -14,7 +15,7 @@ struct Blink {
   std::size_t take = 0;
   std::size_t frame = 0;            ///< of the lids' lowest point, by its place in the take
   double strength = 0;              ///< how far the mean of the lids rises from before and falls again
-  std::array<double, 2> peaks = {}; ///< of LeftEye.Close and RightEye.Close; 0 for an eye without markers
+  std::array<double, 2> peaks = {}; ///< of the left and the right lid; 0 for an eye that is not measured
 };
 
 /// The blinks of a performer's takes.
@@ -25,8 +26,11 @@ struct Blink {
 /// blink: the median of those that have half of the fourth strongest. What is weaker is a glance, a twitch or
 /// noise.
 ///
-/// `eyes`: whether the left and the right one have markers. Nothing is measured across dropped frames.
-std::vector<Blink> FindBlinks(const std::vector<Animation>& takes, const std::array<bool, 2>& eyes);
+/// The lids are the templates LeftEye.Close and RightEye.Close, or the shapes eyeBlinkLeft and eyeBlinkRight,
+/// which every take has for the eyes that are measured. `eyes`: whether the left and the right one are.
+/// Nothing is measured across dropped frames.
+std::vector<Blink> FindBlinks(const std::vector<Animation>& takes, const std::array<bool, 2>& eyes,
+                              WeightKind kind = WeightKind::Templates);
 
 /// The range of an eye, and what the 95th percentile of the quiet frames reads by it.
 struct BlinkRange {
@@ -34,7 +38,7 @@ struct BlinkRange {
   double quiet = 0;
 };
 
-/// The ranges of LeftEye.Close and RightEye.Close that the blinks show: none without blinks and for an eye
+/// The ranges of the left and the right lid that the blinks show: none without blinks and for an eye
 /// without markers.
 ///
 /// A blink reads 1: `high` is the median of the peaks. Between blinks the lids read 0: `low` is the median of
@@ -50,6 +54,9 @@ struct BlinkRange {
 ///   their median over half a second;
 /// - whose median is known to 15 % (its standard error).
 std::vector<BlinkRange> BlinkRanges(const std::vector<Animation>& takes, const std::vector<Blink>& blinks,
-                                    const std::array<bool, 2>& eyes);
+                                    const std::array<bool, 2>& eyes, WeightKind kind = WeightKind::Templates);
+
+/// The names of the left and the right lid's weight.
+std::array<std::string_view, 2> LidNames(WeightKind kind);
 
 } // namespace mien

@@ -44,8 +44,9 @@ void Keep(std::vector<TemplateCalibration>& templates, Range range, std::optiona
   found->quiet = quiet;
 }
 
+/// `no_lids`: why blinks cannot be seen; empty if they can.
 void RequireTrust(const std::vector<TemplateCalibration>& templates, const std::vector<Animation>& takes,
-                  bool has_lids) {
+                  const std::string& no_lids) {
   if (std::any_of(templates.begin(), templates.end(),
                   [](const auto& t) { return t.range && t.range->trusted; }))
     return;
@@ -61,9 +62,8 @@ void RequireTrust(const std::vector<TemplateCalibration>& templates, const std::
                      "add a take with more blinks, or record a guided take: `mien calibrate --list-poses`");
   throw InputError(
       Code::Unsolvable, take, "",
-      has_lids ? fmt::format("no blink is seen in {}", Count(frames, "frame"))
-               : "the performer has no markers on the upper lids, and blinks are all that an ordinary "
-                 "take shows",
+      no_lids.empty() ? fmt::format("no blink is seen in {}", Count(frames, "frame"))
+                      : no_lids + ", and blinks are all that an ordinary take shows",
       "record half a minute of talking with blinks, or a guided take: `mien calibrate --list-poses`");
 }
 
@@ -85,8 +85,33 @@ std::vector<TemplateCalibration> Calibrate(const std::vector<Animation>& takes, 
                                     !performer.holders[kRightEye][kUpperEyeHolder].empty()};
   for (BlinkRange& blinks : BlinkRanges(takes, FindBlinks(takes, eyes), eyes))
     Keep(templates, std::move(blinks.range), blinks.quiet);
-  RequireTrust(templates, takes, eyes[0] || eyes[1]);
+  RequireTrust(templates, takes, eyes[0] || eyes[1] ? "" : "the performer has no markers on the upper lids");
   return templates;
+}
+
+std::vector<TemplateCalibration> CalibrateWeights(const std::vector<Animation>& takes, WeightKind kind,
+                                                  const std::vector<PoseMark>& guided) {
+  std::vector<TemplateCalibration> weights;
+  const std::array<std::string_view, 2> lids = LidNames(kind);
+  const auto are_in_all = [&](std::string_view name) {
+    return std::all_of(takes.begin(), takes.end(), [&](const Animation& take) {
+      const std::vector<std::string> names = take.layout.WeightNames(kind);
+      return std::find(names.begin(), names.end(), name) != names.end();
+    });
+  };
+  for (std::string& name : takes[0].layout.WeightNames(kind)) {
+    const char* const why = name == lids[0] || name == lids[1] ? "no blink is seen"
+                            : guided.empty()                   ? "a guided take shows it"
+                                                               : "no pose of it is marked";
+    weights.push_back({.name = std::move(name), .why_none = why});
+  }
+  for (Range& range : GuidedRanges(takes[0], guided, kind)) Keep(weights, std::move(range), std::nullopt);
+  const std::array<bool, 2> eyes = {are_in_all(lids[0]), are_in_all(lids[1])};
+  for (BlinkRange& blinks : BlinkRanges(takes, FindBlinks(takes, eyes, kind), eyes, kind))
+    Keep(weights, std::move(blinks.range), blinks.quiet);
+  RequireTrust(weights, takes,
+               eyes[0] || eyes[1] ? "" : fmt::format("not every file has {} or {}", lids[0], lids[1]));
+  return weights;
 }
 
 std::vector<Range> RangesOf(const std::vector<TemplateCalibration>& templates) {

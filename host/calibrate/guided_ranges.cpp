@@ -17,7 +17,7 @@ namespace mien {
 
 namespace {
 
-/// A recording of a pose, by one template.
+/// A recording of a pose, by one weight.
 struct Recording {
   std::string pose;
   double level = 0;
@@ -25,24 +25,32 @@ struct Recording {
   std::vector<double> from_level = {}; ///< of each frame
 };
 
-std::vector<double> WeightsIn(const Animation& take, const FrameSpan& frames, std::size_t column) {
-  std::vector<double> weights;
-  for (std::size_t f = frames.first; f < frames.end; ++f) weights.push_back(take.Weight(f, column));
-  return weights;
+/// One weight over a take.
+using Curve = std::vector<double>;
+
+Curve CurveOf(const Animation& take, WeightKind kind, std::size_t column) {
+  Curve curve;
+  for (std::size_t f = 0; f < take.frames.size(); ++f) curve.push_back(take.Frame(f).WeightsOf(kind)[column]);
+  return curve;
 }
 
-double MedianIn(const Animation& take, const FrameSpan& frames, std::size_t column) {
-  std::vector<double> weights = WeightsIn(take, frames, column);
+Curve Part(const Curve& curve, const FrameSpan& frames) {
+  const auto at = [&](std::size_t f) { return curve.begin() + static_cast<std::ptrdiff_t>(f); };
+  return {at(frames.first), at(frames.end)};
+}
+
+double MedianIn(const Curve& curve, const FrameSpan& frames) {
+  Curve weights = Part(curve, frames);
   return Median(weights);
 }
 
-Recording RecordingOf(const Animation& take, const PoseMark& mark, std::size_t column) {
-  Recording recording{.pose = mark.pose, .level = MedianIn(take, mark.frames, column)};
-  recording.from_level = WeightsIn(take, mark.frames, column);
+Recording RecordingOf(const Curve& curve, const PoseMark& mark) {
+  Recording recording{.pose = mark.pose, .level = MedianIn(curve, mark.frames)};
+  recording.from_level = Part(curve, mark.frames);
   for (double& weight : recording.from_level) weight -= recording.level;
   if (const std::size_t half = mark.frames.Count() / 2; half > 0)
-    recording.drift = std::fabs(MedianIn(take, {mark.frames.first, mark.frames.first + half}, column) -
-                                MedianIn(take, {mark.frames.end - half, mark.frames.end}, column));
+    recording.drift = std::fabs(MedianIn(curve, {mark.frames.first, mark.frames.first + half}) -
+                                MedianIn(curve, {mark.frames.end - half, mark.frames.end}));
   return recording;
 }
 
@@ -74,7 +82,7 @@ std::string Doubt(const Range& range, const std::vector<Recording>& used) {
   return "";
 }
 
-/// The range of a template that these recordings show.
+/// The range of a weight that these recordings show.
 Range RangeOf(const std::string& name, double low, std::vector<Recording> recordings) {
   double strongest = low;
   for (const Recording& recording : recordings) strongest = std::max(strongest, recording.level);
@@ -130,20 +138,24 @@ double LargestDistance(const std::map<std::string, Point>& a, const std::map<std
 
 } // namespace
 
-std::vector<Range> GuidedRanges(const Animation& take, const std::vector<PoseMark>& marks) {
+std::vector<Range> GuidedRanges(const Animation& take, const std::vector<PoseMark>& marks, WeightKind kind) {
   std::vector<Range> ranges;
-  for (std::size_t column = 0; column < take.layout.templates.size(); ++column) {
-    const std::string& name = take.layout.templates[column].name;
+  const std::vector<std::string> names = take.layout.WeightNames(kind);
+  for (std::size_t column = 0; column < names.size(); ++column) {
+    const std::string& name = names[column];
+    const Curve curve = CurveOf(take, kind, column);
     std::vector<double> at_rest;
     std::vector<Recording> recordings;
     for (const PoseMark& mark : marks) {
       const GuidedPose& pose = *FindGuidedPose(mark.pose);
       if (pose.name == kRestPose) {
-        const std::vector<double> weights = WeightsIn(take, mark.frames, column);
+        const Curve weights = Part(curve, mark.frames);
         at_rest.insert(at_rest.end(), weights.begin(), weights.end());
       }
-      if (std::find(pose.templates.begin(), pose.templates.end(), name) != pose.templates.end())
-        recordings.push_back(RecordingOf(take, mark, column));
+      const std::vector<std::string_view>& shown =
+          kind == WeightKind::Templates ? pose.templates : pose.shapes;
+      if (std::find(shown.begin(), shown.end(), name) != shown.end())
+        recordings.push_back(RecordingOf(curve, mark));
     }
     if (!recordings.empty())
       ranges.push_back(RangeOf(name, at_rest.empty() ? 0 : Median(at_rest), std::move(recordings)));

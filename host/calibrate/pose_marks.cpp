@@ -101,4 +101,15 @@ std::vector<PoseMark> ReadPoseMarks(std::string_view text, const std::string& fi
   return marks;
 }
 
+std::vector<Note> MissingPoses(const std::vector<PoseMark>& marks) {
+  std::vector<std::string> missing;
+  for (const GuidedPose& pose : GuidedPoses())
+    if (std::none_of(marks.begin(), marks.end(),
+                     [&](const PoseMark& mark) { return mark.pose == pose.name; }))
+      missing.emplace_back(pose.name);
+  if (missing.empty()) return {};
+  return {
+      {Code::Missing, "", fmt::format("poses that are not marked: {}", Some(missing, GuidedPoses().size()))}};
+}
+
 } // namespace mien

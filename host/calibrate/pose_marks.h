@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/error.h"
 #include "host/takes/frame_span.h"
 #include "host/takes/take.h"
 
@@ -25,5 +26,8 @@ struct PoseMark {
 /// a stretch without a frame of the take or that goes beyond it, and two marks with a frame in common.
 /// `file`: its name for messages.
 std::vector<PoseMark> ReadPoseMarks(std::string_view text, const std::string& file, const Take& take);
+
+/// A note on the poses of the list that are not marked, if there are any.
+std::vector<Note> MissingPoses(const std::vector<PoseMark>& marks);
 
 } // namespace mien

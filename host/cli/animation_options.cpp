@@ -1,6 +1,8 @@
 #include "host/cli/animation_options.h"
 
 #include "host/base/text.h"
+#include "host/character/character_file.h"
+#include "host/cli/take_options.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -44,6 +46,58 @@ std::string Summary(const HeadCoverage& head) {
 }
 
 } // namespace
+
+void AddOutput(Command& command, std::string& output) {
+  command.Add({.names = "-o,--output",
+               .type = "OUT",
+               .help = "The file to write; - is standard output, as .csv",
+               .required = true,
+               .files = "*"},
+              output);
+}
+
+void AddCharacter(Command& command, std::string& character, std::string_view what) {
+  command.Add({.names = "-c,--character",
+               .type = "NAME|FILE",
+               .help = fmt::format("The character {}: a built-in character ({}) or a character file", what,
+                                   fmt::join(BuiltInCharacters(), ", ")),
+               .may_be_empty = false,
+               .values = BuiltInCharacters(),
+               .files = "*.json"},
+              character);
+}
+
+void AddTimecode(Command& command, std::optional<std::string>& timecode) {
+  command.Add({.names = "--timecode",
+               .type = "HH:MM:SS:FF[@RATE]",
+               .help =
+                   "The timecode of the first frame, which replaces the take's own. RATE is its counts per "
+                   "second; default: the take's rate"},
+              timecode);
+}
+
+void AddReport(Command& command, std::string& report, std::string_view what) {
+  command.Add({.names = "--report",
+               .type = "FILE.json",
+               .help = fmt::format("Write a report as well: {}, settings, hashes of the files", what),
+               .may_be_empty = false,
+               .files = "*.json"},
+              report);
+}
+
+void AddTemplates(Command& command, bool& only_templates) {
+  command.AddFlag(
+      {.names = "--templates", .help = "For .csv: write template weights although there is a character"},
+      only_templates);
+}
+
+void AddOutputRate(Command& command, std::optional<FrameRate>& rate) {
+  AddRate(command,
+          {.names = "--output-rate",
+           .type = "HZ",
+           .help = "Resample to this rate, such as 60 or 29.97. Default: the file's own frames"},
+          rate);
+}
 
 void AddAnimationOptions(Command& command, const AnimationOptions& options) {
   command.AddParsed(

@@ -5,9 +5,11 @@
 #include "host/jobs/animation_choice.h"
 #include "host/jobs/write_animation.h"
 #include "host/solve/character_solver.h"
+#include "host/takes/frame_rate.h"
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -22,6 +24,24 @@ struct AnimationOptions {
   std::string& head_node;
   std::optional<std::pair<std::string, std::string>>& eye_nodes;
 };
+
+/// --output OUT.
+void AddOutput(Command& command, std::string& output);
+
+/// --character; `what` the command does with it: "to animate".
+void AddCharacter(Command& command, std::string& character, std::string_view what);
+
+/// --timecode of the first frame.
+void AddTimecode(Command& command, std::optional<std::string>& timecode);
+
+/// --report FILE.json; `what` is in it.
+void AddReport(Command& command, std::string& report, std::string_view what);
+
+/// --templates.
+void AddTemplates(Command& command, bool& only_templates);
+
+/// --output-rate.
+void AddOutputRate(Command& command, std::optional<FrameRate>& rate);
 
 /// --csv-style, --onto, --head and --eyes.
 void AddAnimationOptions(Command& command, const AnimationOptions& options);

@@ -7,6 +7,7 @@
 #include "host/cli/take_options.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/calibrate_job.h"
+#include "host/jobs/calibrate_weights_job.h"
 #include "host/performer/guided_poses.h"
 
 #include <fmt/format.h>
@@ -49,39 +50,29 @@ std::string Statement(const TemplateCalibration& calibration) {
                      range.trusted ? "trusted" : "not trusted and not applied", range.why);
 }
 
-JsonValue AsJson(const CalibrateJob& job, const CalibrateResult& result) {
-  std::vector<JsonValue> templates;
-  for (const TemplateCalibration& t : result.templates) {
+JsonValue AsJson(const std::vector<TemplateCalibration>& calibrations, const char* what) {
+  std::vector<JsonValue> list;
+  for (const TemplateCalibration& t : calibrations) {
     const bool seen = t.range.has_value();
-    templates.push_back(JsonObject({{"template", t.name},
-                                    {"low", seen ? JsonValue(t.range->low) : nullptr},
-                                    {"high", seen ? JsonValue(t.range->high) : nullptr},
-                                    {"seen", seen ? t.range->seen : 0},
-                                    {"trusted", seen && t.range->trusted},
-                                    {"why", seen ? t.range->why : t.why_none},
-                                    {"quiet", t.quiet}}));
+    list.push_back(JsonObject({{what, t.name},
+                               {"low", seen ? JsonValue(t.range->low) : nullptr},
+                               {"high", seen ? JsonValue(t.range->high) : nullptr},
+                               {"seen", seen ? t.range->seen : 0},
+                               {"trusted", seen && t.range->trusted},
+                               {"why", seen ? t.range->why : t.why_none},
+                               {"quiet", t.quiet}}));
   }
-  return JsonObjectOnLines({{"takes", job.takes},
-                            {"output", job.output},
-                            {"neutral", result.neutral.how},
-                            {"templates", JsonListOnLines(templates)}});
+  return JsonListOnLines(list);
 }
 
-void Calibrate(const CalibrateJob& job, Output& output) {
-  output.RequireFreeStandardOutput(job.output);
-  const CalibrateResult result = [&] {
-    Progress progress(job.takes.size() == 1 ? TakeName(job.takes[0]) : Count(job.takes.size(), "take"),
-                      output.quiet);
-    return Run(job, std::ref(progress));
-  }();
-  output.Line("neutral", result.neutral.how);
-  output.Remark(result.neutral.notes, job.takes[0]);
-  output.Remark(result.notes, job.poses);
+/// A line each.
+void PrintRanges(const std::vector<TemplateCalibration>& calibrations, const std::string& take,
+                 Output& output) {
   constexpr double kMostQuiet = 0.25;
   std::size_t width = 0;
-  for (const TemplateCalibration& t : result.templates) width = std::max(width, t.name.size());
-  for (const TemplateCalibration& t : result.templates) {
-    output.Line(&t == &result.templates.front() ? "ranges" : "",
+  for (const TemplateCalibration& t : calibrations) width = std::max(width, t.name.size());
+  for (const TemplateCalibration& t : calibrations) {
+    output.Line(&t == &calibrations.front() ? "ranges" : "",
                 fmt::format("{:<{}}  {}", t.name, width, Statement(t)));
     if (t.range && t.range->trusted && t.quiet > kMostQuiet)
       output.Remark(
@@ -89,15 +80,63 @@ void Calibrate(const CalibrateJob& job, Output& output) {
            fmt::format("between blinks {} reads up to {:.2f} (95 % of the frames): the lids are often "
                        "lowered",
                        t.name, *t.quiet)},
-          job.takes[0]);
+          take);
   }
+}
+
+std::string TitleOf(const std::vector<std::string>& takes) {
+  return takes.size() == 1 ? TakeName(takes[0]) : Count(takes.size(), "take");
+}
+
+void Calibrate(const CalibrateJob& job, Output& output) {
+  output.RequireFreeStandardOutput(job.output);
+  const CalibrateResult result = [&] {
+    Progress progress(TitleOf(job.takes), output.quiet);
+    return Run(job, std::ref(progress));
+  }();
+  output.Line("neutral", result.neutral.how);
+  output.Remark(result.neutral.notes, job.takes[0]);
+  output.Remark(result.notes, job.poses);
+  PrintRanges(result.templates, job.takes[0], output);
   if (!IsStandardOutput(job.output)) output.Line("wrote", job.output);
-  output.Result(AsJson(job, result));
+  output.Result(JsonObjectOnLines({{"takes", job.takes},
+                                   {"output", job.output},
+                                   {"neutral", result.neutral.how},
+                                   {"templates", AsJson(result.templates, "template")}}));
+}
+
+void CalibrateWeights(const CalibrateJob& options, Output& output) {
+  if (options.neutral) throw InputError(Code::Usage, "", "", "--neutral is for --performer", "");
+  output.RequireFreeStandardOutput(options.output);
+  const CalibrateWeightsJob job = {.takes = options.takes,
+                                   .poses = options.poses,
+                                   .output = options.output,
+                                   .name = options.name,
+                                   .reading = {.strict = options.reading.strict,
+                                               .face = options.reading.face,
+                                               .input_rate = options.reading.input_rate}};
+  const CalibrateWeightsResult result = [&] {
+    Progress progress(TitleOf(job.takes), output.quiet);
+    return Run(job, std::ref(progress));
+  }();
+  for (const auto& [file, notes] : result.take_notes) output.Remark(notes, file);
+  output.Remark(result.notes, job.poses);
+  std::vector<TemplateCalibration> seen;
+  for (const TemplateCalibration& weight : result.weights)
+    if (weight.range) seen.push_back(weight);
+  PrintRanges(seen, job.takes[0], output);
+  if (const std::size_t none = result.weights.size() - seen.size(); none > 0)
+    output.Line("",
+                fmt::format("none for {}: {}", Count(none, "other weight"),
+                            job.poses.empty() ? "a guided take shows them" : "no pose of them is marked"));
+  if (!IsStandardOutput(job.output)) output.Line("wrote", job.output);
+  output.Result(JsonObjectOnLines(
+      {{"takes", job.takes}, {"output", job.output}, {"weights", AsJson(result.weights, "weight")}}));
 }
 
 void RequireOptions(const CalibrateJob& job) {
-  const std::pair<bool, std::string_view> required[] = {
-      {job.takes.empty(), "TAKE"}, {job.performer.empty(), "--performer"}, {job.output.empty(), "--output"}};
+  const std::pair<bool, std::string_view> required[] = {{job.takes.empty(), "TAKE"},
+                                                        {job.output.empty(), "--output"}};
   for (const auto& [missing, name] : required)
     if (missing) throw InputError(Code::Usage, "", "", fmt::format("{} is required", name), "");
 }
@@ -115,16 +154,22 @@ void AddCalibrateCommand(Command& mien) {
       "shows. From a guided take, in which the performer makes the poses of --list-poses, the other "
       "templates as well; --poses states where the poses are. What is not measured reliably is reported "
       "and is not applied.");
-  command.Details("TAKE, --performer and --output are required, except with --list-poses.");
+  command.Details(
+      "Without --performer, TAKE is a recording of weights, as mien retarget reads it, and the saved ranges "
+      "are "
+      "for `mien retarget --ranges`; of the options only --poses, --name, --strict, --face and --input-rate "
+      "apply.");
+  command.Details("TAKE and --output are required, except with --list-poses.");
   command.Example("mien calibrate talk.csv --performer landmarks68 --name Ada -o ada.json");
   command.Example("mien calibrate --list-poses");
   command.Example("mien calibrate guided.csv talk.csv --performer landmarks68 --poses marks.csv -o ada.json");
   command.Example("mien solve other.csv --performer ada.json -o weights.csv");
+  command.Example("mien calibrate phone_talk.csv --name Ada -o ada.ranges.json");
   auto options = std::make_shared<CalibrateOptions>();
   CalibrateJob& job = options->job;
   // Required, unless the poses are listed.
-  Command::Option take = TakeArgument(), performer = PerformerOption("The markers"),
-                  output = JsonOutputOption("The performer file to write");
+  Command::Option take = TakeArgument(), performer = PerformerOption("For takes: the markers"),
+                  output = JsonOutputOption("The performer file, or the file of ranges, to write");
   take.required = performer.required = output.required = false;
   take.help += "; several of the same performer and the same markers";
   command.AddRest(take, job.takes);
@@ -149,6 +194,7 @@ void AddCalibrateCommand(Command& mien) {
   command.OnRun([options](Output& output_to) {
     if (options->list_poses) return ListPoses(output_to);
     RequireOptions(options->job);
+    if (options->job.performer.empty()) return CalibrateWeights(options->job, output_to);
     Calibrate(options->job, output_to);
   });
 }

@@ -85,7 +85,8 @@ void AddHeadFit(Command& command, HeadFit& fit) {
             {{"take", HeadFit::Take}, {"markers", HeadFit::Markers}}, fit);
 }
 
-void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& smooth_weights_hz) {
+void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& smooth_weights_hz,
+                       std::optional<double>& smooth_gaze_hz) {
   AddNumber(command, "--fade", "S", "0.25",
             fmt::format("How long a weight takes to come to rest where it is missing; default: {}", fade_s),
             [&fade_s](double seconds) -> Command::Fault { return fade_s = seconds, std::nullopt; });
@@ -93,6 +94,8 @@ void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& 
       command, "--smooth-weights", "HZ", "10",
       "Smooth the weights: remove motion above this frequency, without delay",
       [&smooth_weights_hz](double hz) -> Command::Fault { return smooth_weights_hz = hz, std::nullopt; });
+  AddNumber(command, "--smooth-gaze", "HZ", "5", "The same for where the eyes look",
+            [&smooth_gaze_hz](double hz) -> Command::Fault { return smooth_gaze_hz = hz, std::nullopt; });
 }
 
 void AddCleaningOptions(Command& command, SolveOptions& options) {

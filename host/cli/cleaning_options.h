@@ -13,8 +13,9 @@ void AddSolver(Command& command, ShapeSolver& solver);
 /// --head-fit. `fit` must outlive the parsing.
 void AddHeadFit(Command& command, HeadFit& fit);
 
-/// --fade and --smooth-weights of recorded weights. What they are read into must outlive the parsing.
-void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& smooth_weights_hz);
+/// --fade, --smooth-weights and --smooth-gaze of recorded weights. What they are read into must outlive the parsing.
+void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& smooth_weights_hz,
+                       std::optional<double>& smooth_gaze_hz);
 
 /// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights.
 /// `options` must outlive the parsing.

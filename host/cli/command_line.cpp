@@ -38,7 +38,7 @@ void SetUp(CLI::App& app, CommandDescription& mien, Output& output,
   AddInfoCommand(root);
   AddConvertCommand(root);
   AddSolveCommand(root, arguments);
-  AddRetargetCommand(root);
+  AddRetargetCommand(root, arguments);
   AddPerformerCommand(root);
   AddCalibrateCommand(root);
   AddCharacterCommand(root);

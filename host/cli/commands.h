@@ -14,8 +14,8 @@ void AddConvertCommand(Command& mien);
 void AddHelpCommand(Command& mien);
 void AddInfoCommand(Command& mien);
 void AddPerformerCommand(Command& mien);
-void AddRetargetCommand(Command& mien);
-void AddSolveCommand(Command& mien,
-                     std::vector<std::string> arguments); ///< as they were typed, for the report
+// `arguments` are those that were typed, for the report.
+void AddRetargetCommand(Command& mien, std::vector<std::string> arguments);
+void AddSolveCommand(Command& mien, std::vector<std::string> arguments);
 
 } // namespace mien

@@ -1,6 +1,4 @@
-#include "host/base/json_text.h"
 #include "host/base/text.h"
-#include "host/character/character_file.h"
 #include "host/cli/animation_options.h"
 #include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
@@ -10,6 +8,7 @@
 #include "host/cli/take_options.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/retarget_job.h"
+#include "host/jobs/retarget_report.h"
 #include "host/weights/weight_map.h"
 
 #include <fmt/format.h>
@@ -18,13 +17,51 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace mien {
 
 namespace {
 
-void Retarget(const RetargetJob& job, Output& output) {
+void PrintRanges(const RetargetJob& job, const AppliedRanges& ranges, Output& output) {
+  std::vector<std::string> applied;
+  for (const Range& range : ranges.applied)
+    applied.push_back(fmt::format("{} {:.2f} to {:.2f}", range.name, range.low, range.high));
+  output.Line("ranges", applied.empty() ? "none applied" : fmt::format("{}", fmt::join(applied, ", ")));
+  if (!ranges.doubted.empty())
+    output.Line("", fmt::format("not trusted, and not applied: {}", fmt::join(ranges.doubted, ", ")));
+  if (!ranges.unmatched.empty())
+    output.Remark({Code::Unmatched, "", "ranges of weights that the file lacks: " + Some(ranges.unmatched)},
+                  job.ranges);
+}
+
+void PrintLandmarks(const LandmarkHead& landmarks, const JoinedFrames& joined, Output& output) {
+  output.Line("landmarks",
+              fmt::format("{}: {}, the head{} of {}", landmarks.animation.layout.take, landmarks.format,
+                          landmarks.gaze == GazeSource::None ? "" : " and the eyes",
+                          Count(joined.matched, "frame")));
+  output.Remark(landmarks.notes, landmarks.file);
+  if (joined.by_time)
+    output.Remark({Code::Contradiction, "",
+                   "no frame has the number and time of one of the weights; matched by time alone"},
+                  landmarks.file);
+  if (joined.without > 0)
+    output.Remark({Code::Unmatched, "",
+                   fmt::format("{} of the weights without landmarks of the same time: the head stays there",
+                               Count(joined.without, "frame"))},
+                  landmarks.file);
+  if (joined.unused > 0)
+    output.Remark(
+        {Code::Unmatched, "",
+         fmt::format("{} without weights of the same time, ignored", Count(joined.unused, "frame"))},
+        landmarks.file);
+}
+
+void Retarget(RetargetJob job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
+  output.RequireFreeStandardOutput(job.report, "report");
+  job.hash_files = output.json;
   const RetargetResult result = [&] {
     Progress progress(TakeName(job.weights), output.quiet);
     return Run(job, std::ref(progress));
@@ -34,10 +71,16 @@ void Retarget(const RetargetJob& job, Output& output) {
                                      Count(take.frames.size(), "frame"), ToText(take.rate),
                                      Count(take.names.size(), "weight")));
   output.Remark(take.notes, take.file);
+  if (!take.angles.empty() && !result.landmarks) output.Line("angles", take.angles);
+  if (!job.ranges.empty()) PrintRanges(job, result.ranges, output);
   if (result.missing_frames > 0)
     output.Line("gaps", fmt::format("weights are missing in {} of {} frames: they go to rest there",
                                     result.missing_frames, take.frames.size()));
-  if (result.eyes_of_shapes) output.Line("gaze", "from the eyeLook shapes");
+  if (result.landmarks) PrintLandmarks(*result.landmarks, result.joined, output);
+  const bool looks = result.landmarks && result.landmarks->gaze != GazeSource::None;
+  if (result.eyes_of_shapes && !looks) output.Line("gaze", "from the eyeLook shapes");
+  if ((job.eye_nodes || job.smooth_gaze_hz) && take.eyes.empty() && !looks)
+    output.Remark({Code::Missing, "", "the file does not say where the eyes look"}, take.file);
   if (!result.character.empty()) output.Line("character", result.character);
   if (!result.unused.empty())
     output.Remark({Code::Unmatched, "", "no template of the face shows " + Some(result.unused)}, take.file);
@@ -45,20 +88,14 @@ void Retarget(const RetargetJob& job, Output& output) {
     output.Line("wrote", fmt::format("{}: {}, {}", job.output, Count(result.written.frames, "frame"),
                                      SummaryOf(result.written)));
   output.Remark(NotesOn(result.written), job.output);
-  output.Result(JsonObject({{"weights", take.file},
-                            {"layout", take.format},
-                            {"output", job.output},
-                            {"frames", take.frames.size()},
-                            {"rate", ToText(take.rate)},
-                            {"names", take.names},
-                            {"missing_frames", result.missing_frames},
-                            {"unused", result.unused}}));
+  if (!job.report.empty() && !IsStandardOutput(job.report)) output.Line("wrote", job.report);
+  if (output.json) output.Result(RetargetReportAsJson(job, result));
 }
 
 } // namespace
 
 // As long as the list of its options, in the order in which help shows them.
-void AddRetargetCommand(Command& mien) {
+void AddRetargetCommand(Command& mien, std::vector<std::string> arguments) {
   Command command = mien.AddCommand(
       "retarget", "Put recorded weights onto a head, or onto a character through its templates");
   command.Details("WEIGHTS is a table of a phone face-capture app, scores of a web-camera tracker as CSV or "
@@ -73,27 +110,16 @@ void AddRetargetCommand(Command& mien) {
   command.Example("mien retarget phone.csv --onto head.glb -o animated.glb");
   command.Example("mien retarget scores.json --csv-style livelink -o table.csv");
   command.Example("mien retarget phone.csv --character puppet.json -o puppet.csv");
+  command.Example("mien retarget phone.csv --ranges ada.ranges.json --csv-style livelink -o table.csv");
   auto job = std::make_shared<RetargetJob>();
+  job->command = std::move(arguments);
   command.Add({.names = "WEIGHTS",
                .help = "The file of weights: CSV or JSON; - is standard input",
                .required = true,
                .files = "*"},
               job->weights);
-  command.Add({.names = "-o,--output",
-               .type = "OUT",
-               .help = "The file to write; - is standard output, as .csv",
-               .required = true,
-               .files = "*"},
-              job->output);
-  command.Add({.names = "-c,--character",
-               .type = "NAME|FILE",
-               .help = fmt::format("The character to drive through the templates of its face: a built-in "
-                                   "character ({}) or a character file",
-                                   fmt::join(BuiltInCharacters(), ", ")),
-               .may_be_empty = false,
-               .values = BuiltInCharacters(),
-               .files = "*.json"},
-              job->character);
+  AddOutput(command, job->output);
+  AddCharacter(command, job->character, "to drive through the templates of its face");
   command.Add(
       {.names = "--map",
        .type = "NAME|FILE",
@@ -105,23 +131,35 @@ void AddRetargetCommand(Command& mien) {
        .files = "*.json"},
       job->map);
   AddExpression(command, job->expressions);
+  AddTemplates(command, job->only_templates);
   AddAnimationOptions(command, {.csv_style = job->csv_style,
                                 .onto = job->onto,
                                 .head_node = job->head_node,
                                 .eye_nodes = job->eye_nodes});
+  command.Add({.names = "--ranges",
+               .type = "FILE.json",
+               .help = "What the weights read on this person's face, from mien calibrate: a blink that reads "
+                       "0.7 becomes 1",
+               .may_be_empty = false,
+               .files = "*.json"},
+              job->ranges);
+  command.Add(
+      {.names = "--landmarks",
+       .type = "TAKE",
+       .help = "Face landmarks of the same recording, which the head's motion and the direction of the eyes "
+               "are taken from; may be WEIGHTS itself",
+       .may_be_empty = false,
+       .files = "*"},
+      job->landmarks);
   command.AddFlag({.names = "--swap-sides",
                    .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
                   job->swap_sides);
-  AddWeightCleaning(command, job->fade_s, job->smooth_weights_hz);
-  command.AddParsed({.names = "--output-rate",
-                     .type = "HZ",
-                     .help = "Resample to this rate, such as 60 or 29.97. Default: the file's own frames"},
-                    [job](const std::string& text) -> Command::Fault {
-                      job->output_rate = ParseFrameRate(text);
-                      if (job->output_rate) return std::nullopt;
-                      return fmt::format("{} is not a rate, such as 25, 29.97 or 30000/1001", Quoted(text));
-                    });
+  AddWeightCleaning(command, job->fade_s, job->smooth_weights_hz, job->smooth_gaze_hz);
+  AddOutputRate(command, job->output_rate);
   AddReadingOptions(command, job->reading.strict, job->reading.face, job->reading.input_rate);
+  AddMeshOptions(command, job->mesh);
+  AddTimecode(command, job->timecode);
+  AddReport(command, job->report, "what was read and done");
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Retarget(*job, output); });
 }

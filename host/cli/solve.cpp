@@ -1,5 +1,4 @@
 #include "host/base/text.h"
-#include "host/character/character_file.h"
 #include "host/cli/animation_options.h"
 #include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
@@ -12,7 +11,6 @@
 #include "host/jobs/solve_job.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <functional>
 #include <memory>
@@ -69,25 +67,11 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   job->command = std::move(arguments);
   command.Add(TakeArgument(), job->take);
   command.Add(PerformerOption("The markers and, if it has one, the neutral face"), job->performer);
-  command.Add({.names = "-c,--character",
-               .type = "NAME|FILE",
-               .help = fmt::format("The character to animate: a built-in character ({}) or a character file",
-                                   fmt::join(BuiltInCharacters(), ", ")),
-               .may_be_empty = false,
-               .values = BuiltInCharacters(),
-               .files = "*.json"},
-              job->character);
-  command.Add({.names = "-o,--output",
-               .type = "OUT",
-               .help = "The file to write; - is standard output, as .csv",
-               .required = true,
-               .files = "*"},
-              job->output);
+  AddCharacter(command, job->character, "to animate");
+  AddOutput(command, job->output);
   AddNeutralOption(command, job->neutral);
   AddExpression(command, job->expressions);
-  command.AddFlag(
-      {.names = "--templates", .help = "For .csv: write template weights although there is a character"},
-      job->only_templates);
+  AddTemplates(command, job->only_templates);
   AddAnimationOptions(command, {.csv_style = job->csv_style,
                                 .onto = job->onto,
                                 .head_node = job->head_node,
@@ -121,19 +105,10 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
       job->solve.level_lids);
   AddHeadFit(command, job->solve.head_fit);
   AddCleaningOptions(command, job->solve);
+  AddOutputRate(command, job->output_rate);
   AddTakeOptions(command, job->reading);
-  command.Add({.names = "--timecode",
-               .type = "HH:MM:SS:FF[@RATE]",
-               .help =
-                   "The timecode of the first frame, which replaces the take's own. RATE is its counts per "
-                   "second; default: the take's rate"},
-              job->timecode);
-  command.Add({.names = "--report",
-               .type = "FILE.json",
-               .help = "Write a report as well: what was done to the take, settings, hashes of the files",
-               .may_be_empty = false,
-               .files = "*.json"},
-              job->report);
+  AddTimecode(command, job->timecode);
+  AddReport(command, job->report, "what was done to the take");
   command.Add(
       {.names = "--view",
        .type = "FILE.html",

@@ -7,8 +7,6 @@
 
 namespace mien {
 
-namespace {
-
 void AddMeshOptions(Command& command, MeshOptions& options) {
   constexpr char kGroup[] = "478 landmarks";
   command.AddParsed({.names = "--image",
@@ -38,8 +36,6 @@ void AddMeshOptions(Command& command, MeshOptions& options) {
                   options.mirrored);
 }
 
-} // namespace
-
 void AddReadingOptions(Command& command, bool& strict, std::optional<std::int64_t>& face,
                        std::optional<FrameRate>& input_rate) {
   command.AddFlag({.names = "--strict", .type = "", .help = "Turn every note of the reader into an error"},
@@ -50,16 +46,20 @@ void AddReadingOptions(Command& command, bool& strict, std::optional<std::int64_
                    "The face to read of landmarks with several faces: its face_id, or its place in a result "
                    "from 0. Default: the first"},
               face);
-  command.AddParsed({.names = "--input-rate",
-                     .type = "HZ",
-                     .help =
-                         "The rate of a take whose file has neither times nor a rate, such as 25 or 29.97. "
-                         "Default: 30; C3D: 100"},
-                    [&input_rate](const std::string& text) -> Command::Fault {
-                      input_rate = ParseFrameRate(text);
-                      if (input_rate) return std::nullopt;
-                      return fmt::format("\"{}\" is not a rate, such as 25, 29.97 or 30000/1001", text);
-                    });
+  AddRate(command,
+          {.names = "--input-rate",
+           .type = "HZ",
+           .help = "The rate of a take whose file has neither times nor a rate, such as 25 or 29.97. "
+                   "Default: 30; C3D: 100"},
+          input_rate);
+}
+
+void AddRate(Command& command, const Command::Option& option, std::optional<FrameRate>& rate) {
+  command.AddParsed(option, [&rate](const std::string& text) -> Command::Fault {
+    rate = ParseFrameRate(text);
+    if (rate) return std::nullopt;
+    return fmt::format("{} is not a rate, such as 25, 29.97 or 30000/1001", Quoted(text));
+  });
 }
 
 void AddTakeOptions(Command& command, ReadOptions& options) {

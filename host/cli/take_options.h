@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/cli/command.h"
+#include "host/formats/mesh_space.h"
 #include "host/formats/read_take.h"
 #include "host/takes/frame_range.h"
 
@@ -20,6 +21,12 @@ void AddTakeOptions(Command& command, ReadOptions& options);
 /// --strict, --face and --input-rate alone.
 void AddReadingOptions(Command& command, bool& strict, std::optional<std::int64_t>& face,
                        std::optional<FrameRate>& input_rate);
+
+/// --image, --face-width and --mirrored, of 478 landmarks.
+void AddMeshOptions(Command& command, MeshOptions& options);
+
+/// An option that takes a rate in hertz.
+void AddRate(Command& command, const Command::Option& option, std::optional<FrameRate>& rate);
 
 /// --neutral FRAME or FROM-TO.
 void AddNeutralOption(Command& command, std::optional<FrameRange>& range);

@@ -195,6 +195,8 @@ CsvReader::CsvReader(std::string_view bytes, std::string file) : file_(std::move
   if (!IsUtf8(header))
     Fail(Code::Unsupported, "the column names are not UTF-8 text", "save the file as UTF-8");
   columns_ = SplitHeader(header);
+  if (line_number_ == 0)
+    throw InputError(Code::Empty, file_, "", "the table is empty", "name the columns in the first row");
   if (columns_.empty()) Fail(Code::Missing, "there is no header", "name the columns in the first row");
   by_name_.resize(columns_.size());
   std::iota(by_name_.begin(), by_name_.end(), std::size_t{0});

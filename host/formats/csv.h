@@ -51,6 +51,9 @@ public:
   /// The current row's field without quotes and without the blanks around it. Valid until Next.
   std::string_view Text(std::size_t column);
 
+  /// How many rows follow the current one, if they are as long: an estimate, to reserve memory.
+  std::size_t LikelyRowsLeft() const { return line_.empty() ? 0 : rest_.size() / line_.size(); }
+
   /// The current row's line, counted from 1; before the first Next the header's.
   std::size_t Line() const { return line_number_; }
 

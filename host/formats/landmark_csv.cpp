@@ -226,6 +226,11 @@ bool IsLandmarkCsv(const std::vector<std::string_view>& columns) {
   });
 }
 
+bool HasLandmarks(const std::vector<std::string_view>& columns) {
+  return std::any_of(columns.begin(), columns.end(),
+                     [](std::string_view name) { return name == "X_0" || name == "x_0"; });
+}
+
 Take ReadLandmarkCsv(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face_id,
                      const std::optional<FrameRate>& input_rate) {
   CsvReader csv(bytes, file);

@@ -27,6 +27,9 @@ namespace mien {
 /// 0) was not tracked.
 bool IsLandmarkCsv(const std::vector<std::string_view>& columns);
 
+/// Whether the columns of such a table have landmarks at all: trackers may leave them out.
+bool HasLandmarks(const std::vector<std::string_view>& columns);
+
 /// Of several faces, reads the one of `face_id`, or without it the first. `input_rate` is the rate of a table
 /// without times. Throws InputError if there is no row of the face, and for a landmark beyond 67: the table
 /// is of another scheme, in which the first 68 are other places of the face.

@@ -3,13 +3,11 @@
 #include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/formats/csv.h"
-#include "host/formats/csv_faces.h"
 #include "host/formats/csv_frames.h"
-#include "host/formats/csv_gaps.h"
 #include "host/formats/csv_names.h"
 #include "host/formats/mesh_columns.h"
+#include "host/formats/mesh_rows.h"
 #include "host/formats/mesh_times.h"
-#include "host/takes/far_positions.h"
 
 #include <fmt/format.h>
 
@@ -44,41 +42,29 @@ class RowReader {
 public:
   RowReader(CsvReader& csv, const MeshColumns& mesh, const FrameColumns& frames,
             std::optional<std::int64_t> face_id, const std::optional<FrameRate>& input_rate, Take& take)
-      : csv_(csv), mesh_(mesh), take_(take), faces_(csv, FindFaceColumn(csv), face_id),
-        frames_(csv, frames, input_rate), values_(mesh.points), column_of_(mesh.points) {
+      : rows_(csv, frames, FindFaceColumn(csv), face_id, input_rate, take), mesh_(mesh), values_(mesh.points),
+        column_of_(mesh.points) {
     for (const MeshColumns::Coordinate& c : mesh.coordinates) column_of_[c.point][c.axis] = c.column;
   }
 
   void Read() {
-    while (csv_.Next()) {
-      try {
-        if (faces_.IsChosen(csv_)) ReadRow();
-      } catch (const InputError&) {
-        if (!frames_.LeaveOutIfCut(csv_, take_)) throw;
-      }
-    }
-    faces_.Check(csv_);
-    csv_.Finish(take_.notes);
-    faces_.AppendTo(take_.notes, csv_);
-    gaps_.AppendTo(take_.notes);
-    far_.AppendTo(take_.notes);
-    frames_.Finish(csv_, take_, kFastestVideoHz);
+    rows_.Read([this] { ReadRow(); });
   }
 
 private:
   void ReadRow() {
-    const std::size_t frame = frames_.AddFrame(csv_, take_);
+    const std::size_t frame = rows_.frames.AddFrame(rows_.csv, rows_.take);
     constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
     constexpr std::string_view kFix =
         "write a part of the image, such as 0.5, or leave all fields of a lost face empty";
     for (const MeshColumns::Coordinate& c : mesh_.coordinates)
-      values_[c.point][c.axis] = csv_.NumberIfAny(c.column, kFix).value_or(kNone);
+      values_[c.point][c.axis] = rows_.csv.NumberIfAny(c.column, kFix).value_or(kNone);
     for (std::size_t point = 0; point < mesh_.points; ++point) {
       const auto& [x, y, z] = values_[point];
       if (!IsWithinReach({x, y, z}))
         NoteGap(point);
       else if (x != 0 || y != 0 || z != 0)
-        take_.Set(frame, point, {x, y, z});
+        rows_.take.Set(frame, point, {x, y, z});
     }
   }
 
@@ -91,21 +77,16 @@ private:
       if (!std::isfinite(values_[point][axis]) && missing++ == 0) first = axis;
     if (missing == axes) return;
     if (missing == 0) {
-      far_.Add(take_.markers[point], "line", static_cast<std::int64_t>(csv_.Line()));
+      rows_.far.Add(rows_.take.markers[point], "line", static_cast<std::int64_t>(rows_.csv.Line()));
       return;
     }
-    gaps_.Add(csv_, column_of_[point][first]);
+    rows_.gaps.Add(rows_.csv, column_of_[point][first]);
   }
 
-  CsvReader& csv_;
+  MeshRows rows_;
   const MeshColumns& mesh_;
-  Take& take_;
-  CsvFaces faces_;
-  CsvFrames frames_;
   std::vector<std::array<double, 3>> values_; // of the row; z stays 0 in a table without depth
   std::vector<std::array<std::size_t, 3>> column_of_;
-  CsvGaps gaps_;
-  FarPositions far_;
 };
 
 } // namespace

@@ -5,11 +5,10 @@
 #include "host/formats/csv.h"
 #include "host/formats/csv_faces.h"
 #include "host/formats/csv_frames.h"
-#include "host/formats/csv_gaps.h"
 #include "host/formats/csv_names.h"
 #include "host/formats/mesh_mirror.h"
+#include "host/formats/mesh_rows.h"
 #include "host/formats/mesh_times.h"
-#include "host/takes/far_positions.h"
 
 #include <fmt/format.h>
 
@@ -92,73 +91,57 @@ class RowReader {
 public:
   RowReader(CsvReader& csv, const Columns& columns, const Numbering& numbering,
             std::optional<std::int64_t> face_id, const std::optional<FrameRate>& input_rate, Take& take)
-      : csv_(csv), columns_(columns), numbering_(numbering), take_(take), faces_(csv, columns.face, face_id),
-        frames_(csv, columns.frames, input_rate) {}
+      : rows_(csv, columns.frames, columns.face, face_id, input_rate, take), columns_(columns),
+        numbering_(numbering) {}
 
   void Read() {
-    while (csv_.Next()) {
-      try {
-        if (faces_.IsChosen(csv_)) ReadRow();
-      } catch (const InputError&) {
-        if (!frames_.LeaveOutIfCut(csv_, take_)) throw;
-      }
-    }
-    faces_.Check(csv_);
-    csv_.Finish(take_.notes);
-    faces_.AppendTo(take_.notes, csv_);
-    gaps_.AppendTo(take_.notes);
-    far_.AppendTo(take_.notes);
-    frames_.Finish(csv_, take_, kFastestVideoHz);
+    rows_.Read([this] { ReadRow(); });
   }
 
 private:
   // The frame of the current row, which other rows may have added.
   std::size_t Frame() {
-    const double key = csv_.Number(columns_.frames.number.value_or(columns_.frames.time.value_or(0)));
+    const double key = rows_.csv.Number(columns_.frames.number.value_or(columns_.frames.time.value_or(0)));
     if (const auto found = by_key_.find(key); found != by_key_.end()) return found->second;
-    return by_key_.emplace(key, frames_.AddFrame(csv_, take_)).first->second;
+    return by_key_.emplace(key, rows_.frames.AddFrame(rows_.csv, rows_.take)).first->second;
   }
 
   void ReadRow() {
     const std::size_t frame = Frame();
-    if (csv_.Text(columns_.landmark).empty()) return;
+    if (rows_.csv.Text(columns_.landmark).empty()) return;
     const std::int64_t landmark =
-        csv_.Integer(columns_.landmark) - static_cast<std::int64_t>(numbering_.first);
+        rows_.csv.Integer(columns_.landmark) - static_cast<std::int64_t>(numbering_.first);
     if (landmark < 0 || landmark >= static_cast<std::int64_t>(numbering_.count))
-      csv_.FailAt(Code::InvalidValue, columns_.landmark, "the landmark is not one of the face mesh", kFix);
+      rows_.csv.FailAt(Code::InvalidValue, columns_.landmark, "the landmark is not one of the face mesh",
+                       kFix);
     const auto marker = static_cast<std::size_t>(landmark);
-    if (take_.At(frame, marker))
-      csv_.FailAt(Code::Duplicate, columns_.landmark,
-                  fmt::format("landmark {} is in its frame twice", landmark),
-                  "number the faces in a column \"face\", and give each recording its own file");
+    if (rows_.take.At(frame, marker))
+      rows_.csv.FailAt(Code::Duplicate, columns_.landmark,
+                       fmt::format("landmark {} is in its frame twice", landmark),
+                       "number the faces in a column \"face\", and give each recording its own file");
 
     constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
     std::array<double, 3> value{};
     for (std::size_t axis = 0; axis < columns_.axes.size(); ++axis)
-      value[axis] = csv_.NumberIfAny(columns_.axes[axis]).value_or(kNone);
+      value[axis] = rows_.csv.NumberIfAny(columns_.axes[axis]).value_or(kNone);
     const Point p = {value[0], value[1], value[2]};
     const auto axes = static_cast<std::ptrdiff_t>(columns_.axes.size());
     const auto missing =
         std::find_if_not(value.begin(), value.end(), [](double v) { return std::isfinite(v); });
     if (IsWithinReach(p)) {
-      if (p.x != 0 || p.y != 0 || p.z != 0) take_.Set(frame, marker, p);
+      if (p.x != 0 || p.y != 0 || p.z != 0) rows_.take.Set(frame, marker, p);
     } else if (missing == value.end()) {
-      far_.Add(take_.markers[marker], "line", static_cast<std::int64_t>(csv_.Line()));
+      rows_.far.Add(rows_.take.markers[marker], "line", static_cast<std::int64_t>(rows_.csv.Line()));
     } else if (std::any_of(value.begin(), value.begin() + axes, [](double v) { return std::isfinite(v); })) {
-      gaps_.Add(csv_, columns_.axes[static_cast<std::size_t>(missing - value.begin())]);
+      rows_.gaps.Add(rows_.csv, columns_.axes[static_cast<std::size_t>(missing - value.begin())]);
     }
   }
 
-  CsvReader& csv_;
+  MeshRows rows_;
   const Columns& columns_;
   const Numbering numbering_;
-  Take& take_;
-  CsvFaces faces_;
-  CsvFrames frames_;
   std::unordered_map<double, std::size_t>
       by_key_; // frames by their numbers, or without numbers by their times
-  CsvGaps gaps_;
-  FarPositions far_;
 };
 
 } // namespace

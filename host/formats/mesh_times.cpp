@@ -15,9 +15,11 @@ void NoteUnlikelyUnit(Take& take, std::string_view name, double units_per_second
   if (take.FrameCount() < 2 || !is_video(seconds ? hz * 1000 : hz / 1000)) return;
   take.notes.push_back(
       {Code::Doubtful, "",
-       fmt::format("{} is expected to be in {}, and its values rise by {:.3g} a frame, as {} do",
-                   Quoted(name), seconds ? "seconds" : "milliseconds", units_per_second / hz,
-                   seconds ? "milliseconds" : "seconds")});
+       fmt::format(
+           "{} is expected to be in {}, and its values rise by {:.3g} a frame, as {} do; read so, the "
+           "recording lasts {:.3g} s",
+           Quoted(name), seconds ? "seconds" : "milliseconds", units_per_second / hz,
+           seconds ? "milliseconds" : "seconds", take.times.back() - take.times.front())});
 }
 
 } // namespace mien

@@ -8,7 +8,7 @@
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
-#include "host/performer/guided_poses.h"
+#include "host/jobs/read_points.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
 #include "host/performer/rigid_head.h"
@@ -50,18 +50,6 @@ std::vector<std::pair<std::string, std::string>> SettingsOf(const SolveOptions& 
   return settings;
 }
 
-/// Poses of the list that a guided take does not show.
-std::vector<Note> MissingPoses(const std::vector<PoseMark>& marks) {
-  std::vector<std::string> missing;
-  for (const GuidedPose& pose : GuidedPoses())
-    if (std::none_of(marks.begin(), marks.end(),
-                     [&](const PoseMark& mark) { return mark.pose == pose.name; }))
-      missing.emplace_back(pose.name);
-  if (missing.empty()) return {};
-  return {
-      {Code::Missing, "", fmt::format("poses that are not marked: {}", Some(missing, GuidedPoses().size()))}};
-}
-
 } // namespace
 
 CalibrateResult Run(const CalibrateJob& job, const JobProgress& progress) {
@@ -77,7 +65,7 @@ CalibrateResult Run(const CalibrateJob& job, const JobProgress& progress) {
   for (const std::string& name : job.takes) {
     const bool first = solved.empty();
     const MappedFile file(name, ReadingProgress(progress));
-    const Take take = ReadTake(file.Bytes(), InputName(name), job.reading);
+    const Take take = ReadPoints(file.Bytes(), InputName(name), job.reading);
     if (progress) progress(JobStage::Preparing, 0, 0);
     if (first) performer.calibration.landmarks = LandmarkCount(take.markers);
     CheckMarkers(performer, take);

@@ -33,7 +33,7 @@ ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
   Take take =
       ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
   if (job.frames || !job.markers.empty()) take = PartOfTake(take, job.frames, job.markers);
-  SetTimecode(take, job.timecode);
+  if (job.timecode) take.timecode = RequireTimecode(*job.timecode, take.rate);
 
   std::ostringstream file;
   const auto write = [&](std::ostream& out) { WriteTake(take, format, out); };

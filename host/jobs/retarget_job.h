@@ -1,9 +1,13 @@
 #pragma once
 
+#include "host/formats/mesh_space.h"
 #include "host/jobs/animation_choice.h"
 #include "host/jobs/job_progress.h"
+#include "host/jobs/landmark_head.h"
+#include "host/jobs/reported_files.h"
 #include "host/jobs/write_animation.h"
 #include "host/solve/character_solver.h"
+#include "host/weights/apply_ranges.h"
 #include "host/weights/read_weights.h"
 #include "host/weights/weight_take.h"
 
@@ -28,23 +32,39 @@ struct RetargetJob {
   ExpressionWeights expressions; ///< of the character, added to every frame
 
   WeightReadOptions reading;
-  bool swap_sides = false;                 ///< exchange left and right
-  double fade_s = 0.25;                    ///< in which missing weights come to rest
+  /// A take of face landmarks of the same recording, which the head and the eyes come from; may be empty, or the file
+  /// of weights itself. `mesh` is how it is read.
+  std::string landmarks;
+  MeshOptions mesh;
+  std::string ranges;      ///< a ranges file, by the names of the weights in their file; may be empty
+  bool swap_sides = false; ///< exchange left and right
+  double fade_s = 0.25;    ///< in which missing weights come to rest
   std::optional<double> smooth_weights_hz; ///< cutoff of the low-pass filter; nothing for none
-  std::optional<FrameRate> output_rate;    ///< to resample to; nothing for the file's own frames
+  std::optional<double> smooth_gaze_hz;    ///< the same for where the eyes look
+  std::optional<std::string> timecode;  ///< of the first frame, in place of the file's own: "10:02:59:29@30"
+  std::optional<FrameRate> output_rate; ///< to resample to; nothing for the file's own frames
 
+  bool only_templates = false;       ///< .csv: template weights although there is a character
   std::optional<CsvStyle> csv_style; ///< .csv: plain unless named
   std::string onto;                  ///< .glb, .vrm: animate this head instead of a simple one; may be empty
   std::string head_node; ///< .glb, .vrm: the node of that head which turns with the head; may be empty
   std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb, .vrm: those that turn with the eyes
+
+  std::string report;               ///< a JSON file about what was done; may be empty
+  std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
+  bool hash_files = false;          ///< answer `files` even without a report
 };
 
 struct RetargetResult {
-  WeightTake take;                 ///< as it was written: filled and smoothed
-  std::size_t missing_frames = 0;  ///< in which a weight was missing, and was filled
-  bool eyes_of_shapes = false;     ///< the eyes' angles are those that the eyeLook shapes mean
-  std::string character;           ///< name; empty without one
-  std::vector<std::string> unused; ///< weights that the map does not use
+  WeightTake take; ///< filled and smoothed, at its own rate
+  AppliedRanges ranges;
+  std::size_t missing_frames = 0;        ///< in which a weight was missing, and was filled
+  bool eyes_of_shapes = false;           ///< the eyes' angles are those that the eyeLook shapes mean
+  std::string character;                 ///< name; empty without one
+  std::vector<std::string> unused;       ///< weights that the map does not use
+  std::optional<LandmarkHead> landmarks; ///< where they were named
+  JoinedFrames joined;
+  std::vector<ReportedFile> files; ///< that went in and came out; empty where nobody asks for them
   WrittenAnimation written;
 };
 

@@ -1,5 +1,6 @@
 #include "host/jobs/solve_job.h"
 
+#include "host/animation/resample.h"
 #include "host/base/text.h"
 #include "host/character/character_file.h"
 #include "host/files/foreign_file.h"
@@ -13,6 +14,8 @@
 #include "host/fit/head_landmarks.h"
 #include "host/fit/shape_basis.h"
 #include "host/jobs/output_place.h"
+#include "host/jobs/read_points.h"
+#include "host/jobs/reported_files.h"
 #include "host/jobs/take_timecode.h"
 #include "host/jobs/write_view.h"
 #include "host/performer/match_markers.h"
@@ -160,28 +163,15 @@ void CheckSettings(const Performer& performer, const SolveOptions& options) {
 
 /// The files that went into the solve and the one that came out of it.
 std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, const std::string& character) {
-  const auto is_built_in = [](const std::vector<std::string>& names, const std::string& name) {
-    return std::find(names.begin(), names.end(), name) != names.end();
-  };
   std::vector<ReportedFile> files = {{"take", job.take, Sha256(take.Bytes())}};
-  const auto add = [&](const char* role, const std::string& name, bool built_in) {
-    std::error_code no_file;
-    const bool once = IsStandardInput(name) || !std::filesystem::is_regular_file(name, no_file);
-    files.push_back({role, name,
-                     built_in ? ""
-                     : once   ? "read from a pipe"
-                              : Sha256(MappedFile(name).Bytes())});
-  };
-  add("performer", job.performer, is_built_in(BuiltInPerformers(), job.performer));
-  if (!character.empty()) add("character", character, is_built_in(BuiltInCharacters(), character));
-  if (!job.onto.empty()) add("head", job.onto, false);
-  if (!job.basis.empty()) add("basis", job.basis, false);
+  AddFile(files, "performer", job.performer, BuiltInPerformers());
+  AddFile(files, "character", character, BuiltInCharacters());
+  AddFile(files, "head", job.onto);
+  AddFile(files, "basis", job.basis);
   if (const std::string landmarks = BasisLandmarks(job);
-      !landmarks.empty() && (!job.basis_landmarks.empty() || std::filesystem::exists(landmarks)))
-    add("basis_landmarks", landmarks, false);
-  if (std::error_code no_file;
-      !IsStandardOutput(job.output) && std::filesystem::is_regular_file(job.output, no_file))
-    add("output", job.output, false);
+      !job.basis_landmarks.empty() || std::filesystem::exists(landmarks))
+    AddFile(files, "basis_landmarks", landmarks);
+  AddOutput(files, job.output);
   return files;
 }
 
@@ -210,7 +200,8 @@ SolveRecord RecordOf(const SolveJob& job, const SolveResult& result) {
           .take = &result.take,
           .neutral = &result.neutral,
           .options = &job.solve,
-          .report = &result.report};
+          .report = &result.report,
+          .output_rate = job.output_rate};
 }
 
 SolveResult Run(const SolveJob& job, const JobProgress& progress) {
@@ -230,9 +221,9 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   const std::optional<ShapeBasis> basis = BasisOf(job);
   const MappedFile take_file(job.take, ReadingProgress(progress));
   SolveResult result;
-  result.take = ReadTake(take_file.Bytes(), InputName(job.take), job.reading);
+  result.take = ReadPoints(take_file.Bytes(), InputName(job.take), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
-  SetTimecode(result.take, job.timecode);
+  if (job.timecode) result.take.timecode = RequireTimecode(*job.timecode, result.take.rate);
   CheckFilters(job.solve, result.take);
   CheckMarkers(performer, result.take);
   LeaveOutMissingIrises(performer, result.take);
@@ -255,9 +246,9 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   SolveGaze(solved, result.take, performer, result.neutral, job.solve);
   result.report = std::move(solved.report);
   result.report.neutral_doubts = NeutralDoubts(performer, result.neutral, job.solve.brows);
+  std::optional<FittedShapes> fitted;
   if (character) {
     result.character = character->name;
-    std::optional<FittedShapes> fitted;
     if (job.solve.solver == ShapeSolver::Fit) {
       fitted = SolveShapes(solved, result.take, performer, result.neutral, job.solve,
                            basis ? &*basis : nullptr, [&](std::size_t frame, std::size_t frames) {
@@ -265,8 +256,10 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
                            });
       result.report.fit = fitted->report;
     }
-    SolveCharacter(solved.animation, *character, job.expressions, fitted ? &*fitted : nullptr);
   }
+  if (job.output_rate)
+    Resample(solved.animation, *job.output_rate, InputName(job.take), fitted ? &fitted->weights : nullptr);
+  if (character) SolveCharacter(solved.animation, *character, job.expressions, fitted ? &*fitted : nullptr);
   solved.animation.CheckFinite(InputName(job.take));
   const std::optional<Glb> onto = job.view.empty() ? std::nullopt : output.onto;
   const HeadNodes nodes = output.nodes;

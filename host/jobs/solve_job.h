@@ -40,8 +40,9 @@ struct SolveJob {
   std::string basis;
   /// Where the landmarks are on that head; empty for HEAD.landmarks.csv beside it.
   std::string basis_landmarks;
-  bool ranges = true;            ///< apply those of a calibrated performer
-  ExpressionWeights expressions; ///< of the character, added to every frame
+  bool ranges = true;                   ///< apply those of a calibrated performer
+  std::optional<FrameRate> output_rate; ///< to resample to; nothing for the take's own frames
+  ExpressionWeights expressions;        ///< of the character, added to every frame
 
   bool only_templates = false; ///< .csv: template weights although there is a character
   std::optional<CsvStyle>

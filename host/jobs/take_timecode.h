@@ -1,14 +1,15 @@
 #pragma once
 
-#include "host/takes/take.h"
+#include "host/takes/frame_rate.h"
+#include "host/takes/timecode.h"
 
 #include <optional>
 #include <string>
 
 namespace mien {
 
-/// Gives the take's first frame the timecode that a job asks for, in place of the take's own; without one
-/// nothing changes. Throws a UsageError where it is no timecode at the take's rate.
-void SetTimecode(Take& take, const std::optional<std::string>& timecode);
+/// The timecode that a job asks for, of the first frame of a take at this rate. Throws a UsageError where it is no
+/// timecode at that rate.
+Timecode RequireTimecode(const std::string& timecode, const FrameRate& rate);
 
 } // namespace mien

@@ -6,13 +6,6 @@ namespace mien {
 
 namespace {
 
-JsonValue Files(const std::vector<ReportedFile>& files) {
-  std::vector<JsonMember> members;
-  for (const auto& [role, name, sha256] : files)
-    members.push_back({role, JsonObject({{"name", name}, {"sha256", sha256.empty() ? "built in" : sha256}})});
-  return JsonObjectOnLines(members);
-}
-
 JsonValue TakeOf(const Take& take) {
   const std::optional<std::string> timecode =
       take.timecode ? std::optional(ToText(*take.timecode)) : std::nullopt;
@@ -28,7 +21,7 @@ JsonValue TakeOf(const Take& take) {
                             {"notes", JsonListOnLines({notes.begin(), notes.end()})}});
 }
 
-JsonValue Settings(const SolveOptions& options) {
+JsonValue Settings(const SolveOptions& options, const std::optional<FrameRate>& output_rate) {
   std::vector<JsonMember> settings = {{"head_fit", options.head_fit == HeadFit::Take ? "take" : "markers"},
                                       {"brows", ToText(options.brows)},
                                       {"fill", ToText(options.face_fill)},
@@ -41,6 +34,7 @@ JsonValue Settings(const SolveOptions& options) {
   if (!options.gaze) settings.push_back({"gaze", false});
   if (options.smooth_gaze_hz) settings.push_back({"smooth_gaze_hz", options.smooth_gaze_hz});
   if (options.level_lids) settings.push_back({"level_lids", true});
+  if (output_rate) settings.push_back({"output_rate", ToText(*output_rate)});
   return JsonObjectOnLines(settings);
 }
 
@@ -196,6 +190,13 @@ JsonValue WorstFrames(const Take& take, const SolveReport& report) {
 
 } // namespace
 
+JsonValue FilesAsJson(const std::vector<ReportedFile>& files) {
+  std::vector<JsonMember> members;
+  for (const auto& [role, name, sha256] : files)
+    members.push_back({role, JsonObject({{"name", name}, {"sha256", sha256.empty() ? "built in" : sha256}})});
+  return JsonObjectOnLines(members);
+}
+
 JsonValue SolveReportAsJson(const SolveRecord& record) {
   const Take& take = *record.take;
   const SolveReport& report = *record.report;
@@ -203,9 +204,9 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
   std::vector<JsonMember> members = {{"format", "mien report 1"},
                                      {"tool", "mien " MIEN_VERSION},
                                      {"command", record.command},
-                                     {"files", Files(record.files)},
+                                     {"files", FilesAsJson(record.files)},
                                      {"take", TakeOf(take)},
-                                     {"settings", Settings(*record.options)},
+                                     {"settings", Settings(*record.options, record.output_rate)},
                                      {"neutral", NeutralAsJson(neutral, report)},
                                      {"head", Head(report)},
                                      {"markers", Fills(report.face_fills)},

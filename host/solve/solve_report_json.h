@@ -16,11 +16,14 @@ namespace mien {
 
 /// A file, or something built in, that a result came from or went to.
 struct ReportedFile {
-  std::string role;   ///< "take", "performer", "character", "head", "basis", "basis_landmarks",
-                      ///< "output"
+  std::string role;   ///< "take", "performer", "character", "head", "basis", "basis_landmarks", "output";
+                      ///< of recorded weights "weights", "ranges", "map", "landmarks"
   std::string name;   ///< its path as given, or the built-in's name
   std::string sha256; ///< or in words why there is none; empty where it is built in
 };
+
+/// {"take": {"name", "sha256"}, ...}
+JsonValue FilesAsJson(const std::vector<ReportedFile>& files);
 
 /// Everything needed to explain how a solved take came about, and to repeat it.
 struct SolveRecord {
@@ -30,6 +33,7 @@ struct SolveRecord {
   const Neutral* neutral = nullptr;
   const SolveOptions* options = nullptr;
   const SolveReport* report = nullptr;
+  std::optional<FrameRate> output_rate = std::nullopt; ///< that the solved take was resampled to
 };
 
 /// The record as JSON: {"format": "mien report 1", "tool", "command", "files", "take", "settings", "neutral",

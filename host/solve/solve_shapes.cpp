@@ -179,30 +179,62 @@ std::vector<std::size_t> ShownShapes(const LaidBasis& laid, const Observer& obse
   return shown;
 }
 
-} // namespace
+/// The fit of a take, ready for its frames.
+struct FitOfTake {
+  Take markers;                     ///< in the head's frame, without the gaps that can be filled
+  std::vector<std::size_t> columns; ///< of the markers, those that are fitted
+  ShapeFit fit;
+  std::vector<double> gains;        ///< against damping (size: the fit's shapes)
+  std::vector<std::size_t> decided; ///< of the fit's shapes, those that are kept
+  double most = 0;                  ///< a weight
+};
 
-FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
-                         const Neutral& neutral, const SolveOptions& options, const ShapeBasis* basis,
-                         const std::function<void(std::size_t, std::size_t)>& progress) {
-  Observer observer = ObserverOf(SchemeOf(performer));
-  FittedShapes fitted;
-  FitReport& report = fitted.report;
-  const ShapeBasis built_in = basis ? ShapeBasis() : LoadBasis(observer.basis);
-  const ShapeBasis& used = basis ? *basis : built_in;
-  report.basis = used.name;
-  report.notes = used.notes;
-
+/// The take's markers in the head's frame.
+Take StableMarkers(const SolvedTake& solved, const Take& take, const Performer& performer) {
   const HeadTrack track = {
       .heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
-  Take stable = Stabilise(take, track, FitMarkers(take, performer));
+  return Stabilise(take, track, FitMarkers(take, performer));
+}
+
+/// Against what damping took from each weight, up to a limit.
+std::vector<double> GainsOf(const ShapeFit& fit) {
+  constexpr double kMostGain = 1.5;
+  std::vector<double> gains = fit.Response();
+  for (double& gain : gains) gain = gain * kMostGain < 1 ? kMostGain : 1 / gain;
+  return gains;
+}
+
+/// Of the fit's shapes those that it decides; the templates of the parts take over the others.
+std::vector<std::size_t> DecidedShapes(const LaidBasis& laid, const std::vector<std::size_t>& shapes,
+                                       const Performer& performer, FittedShapes& fitted) {
+  std::vector<std::size_t> decided;
+  for (std::size_t i = 0; i < shapes.size(); ++i) {
+    const std::string& name = laid.shapes[shapes[i]];
+    if (IsFromParts(name, performer)) {
+      fitted.report.from_parts.push_back(name);
+      continue;
+    }
+    decided.push_back(i);
+    fitted.names.push_back(name);
+    if (name == "mouthClose") fitted.report.unmeasured.push_back(name);
+  }
+  fitted.report.fitted = fitted.names;
+  return decided;
+}
+
+FitOfTake SetUp(const SolvedTake& solved, const Take& take, const Performer& performer,
+                const Neutral& neutral, const FillPlan& fill, const ShapeBasis& basis, Observer& observer,
+                FittedShapes& fitted) {
+  FitReport& report = fitted.report;
+  Take stable = StableMarkers(solved, take, performer);
   std::vector<std::size_t> all(stable.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
   const std::vector<double> noise = NoiseOf(stable);
   std::vector<double> sorted = noise;
   if (!sorted.empty()) report.noise_mm = Median(sorted);
-  FillGaps(stable, all, options.face_fill);
+  FillGaps(stable, all, fill);
   const NeutralPose rest = RestOf(stable, performer, neutral, solved.animation);
-  LaidBasis laid = LayBasis(used, performer, rest);
+  LaidBasis laid = LayBasis(basis, performer, rest);
   report.markers = laid.markers.size();
   report.own_poses = UseOwnPoses(laid, performer.calibration.poses);
   report.distance_mm = laid.distance_mm;
@@ -211,51 +243,60 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
   constexpr double kUsualRate = 30, kUsualNoise_mm = 0.5, kMostNoise = 4;
   const double noisier = report.noise_mm / kUsualNoise_mm;
   observer.settings.inertia *= take.rate.Hz() / kUsualRate * std::clamp(noisier * noisier, 1.0, kMostNoise);
-  std::vector<std::size_t> markers;
-  for (const LaidBasis::Marker& marker : laid.markers) markers.push_back(*stable.FindMarker(marker.name));
+  std::vector<std::size_t> columns;
+  for (const LaidBasis::Marker& marker : laid.markers) columns.push_back(*stable.FindMarker(marker.name));
   ShapeFitPoints points = PointsOf(laid, shapes, observer);
-  for (std::size_t m = 0; m < markers.size(); ++m) {
-    const double factor = TrustByNoise(noise[markers[m]], report.noise_mm);
+  for (std::size_t m = 0; m < columns.size(); ++m) {
+    const double factor = TrustByNoise(noise[columns[m]], report.noise_mm);
     points.trust[m].x *= factor, points.trust[m].y *= factor, points.trust[m].z *= factor;
   }
   ShapeFit fit(std::move(points), observer.settings);
+  std::vector<double> gains = GainsOf(fit);
+  return {.markers = std::move(stable),
+          .columns = std::move(columns),
+          .fit = std::move(fit),
+          .gains = std::move(gains),
+          .decided = DecidedShapes(laid, shapes, performer, fitted),
+          .most = observer.settings.most};
+}
 
-  constexpr double kMostGain = 1.5;
-  std::vector<double> gains = fit.Response();
-  for (double& gain : gains) gain = gain * kMostGain < 1 ? kMostGain : 1 / gain;
-
-  std::vector<std::size_t> columns; // of the fit's shapes, those that it decides
-  for (std::size_t i = 0; i < shapes.size(); ++i) {
-    const std::string& name = laid.shapes[shapes[i]];
-    if (IsFromParts(name, performer)) {
-      report.from_parts.push_back(name);
-      continue;
-    }
-    columns.push_back(i);
-    fitted.names.push_back(name);
-    if (name == "mouthClose") report.unmeasured.push_back(name);
-  }
-  report.fitted = fitted.names;
-
-  std::vector<std::optional<Point>> seen(markers.size());
+/// Frame by frame: a frame's fit begins at the one before.
+void SolveFrames(FitOfTake& of_take, FittedShapes& fitted,
+                 const std::function<void(std::size_t, std::size_t)>& progress) {
+  const std::size_t frames = of_take.markers.FrameCount();
+  std::vector<std::optional<Point>> seen(of_take.columns.size());
   double squares = 0;
-  fitted.weights.reserve(stable.FrameCount() * columns.size());
-  for (std::size_t f = 0; f < stable.FrameCount(); ++f) {
-    if (progress) progress(f, stable.FrameCount());
-    for (std::size_t m = 0; m < markers.size(); ++m) {
-      const Point* const p = stable.At(f, markers[m]);
+  fitted.weights.reserve(frames * of_take.decided.size());
+  for (std::size_t f = 0; f < frames; ++f) {
+    if (progress) progress(f, frames);
+    for (std::size_t m = 0; m < seen.size(); ++m) {
+      const Point* const p = of_take.markers.At(f, of_take.columns[m]);
       seen[m] = p ? std::optional(*p) : std::nullopt;
     }
-    const std::vector<double>& weights = fit.Solve(seen);
-    for (const std::size_t column : columns)
-      fitted.weights.push_back(std::min(gains[column] * weights[column], observer.settings.most));
-    const double residual = fit.Residual();
+    const std::vector<double>& weights = of_take.fit.Solve(seen);
+    for (const std::size_t shape : of_take.decided)
+      fitted.weights.push_back(std::min(of_take.gains[shape] * weights[shape], of_take.most));
+    const double residual = of_take.fit.Residual();
     squares += residual * residual;
   }
-  if (stable.FrameCount() > 0)
-    report.residual_mm = std::sqrt(squares / static_cast<double>(stable.FrameCount()));
+  if (frames > 0) fitted.report.residual_mm = std::sqrt(squares / static_cast<double>(frames));
+}
+
+} // namespace
+
+FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
+                         const Neutral& neutral, const SolveOptions& options, const ShapeBasis* basis,
+                         const std::function<void(std::size_t, std::size_t)>& progress) {
+  Observer observer = ObserverOf(SchemeOf(performer));
+  const ShapeBasis built_in = basis ? ShapeBasis() : LoadBasis(observer.basis);
+  const ShapeBasis& used = basis ? *basis : built_in;
+  FittedShapes fitted;
+  fitted.report.basis = used.name;
+  fitted.report.notes = used.notes;
+  FitOfTake of_take = SetUp(solved, take, performer, neutral, options.face_fill, used, observer, fitted);
+  SolveFrames(of_take, fitted, progress);
   if (options.smooth_weights_hz)
-    SmoothWeights(fitted.weights, columns.size(), take.frames, take.rate, *options.smooth_weights_hz);
+    SmoothWeights(fitted.weights, fitted.names.size(), take.frames, take.rate, *options.smooth_weights_hz);
   return fitted;
 }
 

@@ -8,7 +8,6 @@
 
 #include <cmath>
 #include <cstddef>
-#include <numbers>
 #include <utility>
 
 namespace mien {
@@ -147,11 +146,23 @@ private:
         file_.Mistake(Code::InvalidValue, place / f, "the quaternion is 0", "write a rotation");
         return;
       }
-      VgeRVector degrees;
-      const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
-      roll_first.M2V(degrees, RotationOf(VgeQuaternion(q[0], q[1], q[2], q[3])));
-      constexpr double kRadians = std::numbers::pi / 180;
-      take_.heads.push_back({degrees.y * kRadians, degrees.x * kRadians, degrees.z * kRadians});
+      take_.heads.push_back(AnglesOf(RotationOf(VgeQuaternion(q[0], q[1], q[2], q[3]))));
+    }
+    ReadHeadPlaces();
+  }
+
+  void ReadHeadPlaces() {
+    const Json& head = file_.Root()["head"];
+    if (!head.contains("translation")) return;
+    const Pointer place("/head/translation");
+    const Json* const rows = Rows("translation", head, Pointer("/head"));
+    if (!HasRowPerFrame(place, rows)) return;
+    take_.head_places.resize(rows->size());
+    for (std::size_t f = 0; f < rows->size(); ++f) {
+      Point& p = take_.head_places[f];
+      Numbers(place / f, (*rows)[f], 3, [&](std::size_t i, double value) {
+        (i == 0 ? p.x : i == 1 ? p.y : p.z) = value;
+      });
     }
   }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 #include <vector>
 
 namespace mien {
@@ -32,6 +33,18 @@ void Fill(const std::vector<double>& times, double fade_s, const Value& value) {
   }
 }
 
+// Lets an angle that goes across half a turn continue beyond it, so that nothing between two frames turns back.
+template <class Value>
+void Unwrap(std::size_t count, const Value& value) {
+  constexpr double kTurn = 2 * std::numbers::pi;
+  double last = 0;
+  for (std::size_t f = 0; f < count; ++f) {
+    if (std::isnan(value(f))) continue;
+    if (std::fabs(value(f) - last) > kTurn / 2) value(f) = last + std::remainder(value(f) - last, kTurn);
+    last = value(f);
+  }
+}
+
 } // namespace
 
 std::size_t FillMissing(WeightTake& take, double fade_s) {
@@ -48,8 +61,14 @@ std::size_t FillMissing(WeightTake& take, double fade_s) {
       if (!take.eyes.empty())
         Fill(take.times, fade_s, [&](std::size_t f) -> double& { return take.eyes[f][eye].*angle; });
   for (const auto angle : {&HeadAngles::yaw, &HeadAngles::pitch, &HeadAngles::roll})
-    if (!take.heads.empty())
-      Fill(take.times, fade_s, [&](std::size_t f) -> double& { return take.heads[f].*angle; });
+    if (!take.heads.empty()) {
+      const auto value = [&](std::size_t f) -> double& { return take.heads[f].*angle; };
+      if (angle != &HeadAngles::pitch) Unwrap(take.frames.size(), value);
+      Fill(take.times, fade_s, value);
+    }
+  for (const auto axis : {&Point::x, &Point::y, &Point::z})
+    if (!take.head_places.empty())
+      Fill(take.times, fade_s, [&](std::size_t f) -> double& { return take.head_places[f].*axis; });
   return frames;
 }
 

@@ -76,12 +76,9 @@ public:
     const int decimals = has_fractions_ ? 4 : 2; // a count is 0.017 s, a thousandth of it 0.000017 s
     if (const auto fault = SetRateByTimes(clock, decimals, kFastestVideoHz))
       csv.Fail(fault->code, fault->what, fault->fix);
-    take.frames = std::move(clock.frames);
-    take.times = std::move(clock.times);
-    take.rate = clock.rate;
+    take.SetClock(std::move(clock));
     take.timecode = first_;
     take.timecode_offset_s = offset_s_;
-    take.notes.insert(take.notes.end(), clock.notes.begin(), clock.notes.end());
   }
 
 private:

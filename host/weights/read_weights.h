@@ -22,4 +22,7 @@ struct WeightReadOptions {
 WeightTake ReadWeights(std::string_view bytes, const std::string& name,
                        const WeightReadOptions& options = {});
 
+/// Whether a file is of a layout that ReadWeights reads, and has weights of known names in it.
+bool HasKnownWeights(std::string_view bytes);
+
 } // namespace mien

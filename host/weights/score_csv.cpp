@@ -69,10 +69,7 @@ WeightTake ReadScoreCsv(std::string_view bytes, const std::string& file,
   const std::vector<std::size_t> order = frames.Finish(csv, clock, kFastestVideoHz);
   if (frame_columns.time)
     NoteUnlikelyUnit(clock, csv.Columns()[*frame_columns.time], frame_columns.units_per_second);
-  take.frames = std::move(clock.frames);
-  take.times = std::move(clock.times);
-  take.rate = clock.rate;
-  take.notes.insert(take.notes.end(), clock.notes.begin(), clock.notes.end());
+  take.SetClock(std::move(clock));
   double fraction = 0;
   if (timecode != no_column) take.timecode = ParseTimecode(first_timecode, take.rate, &fraction);
   if (take.timecode) take.timecode_offset_s = fraction / take.timecode->rate.Hz();

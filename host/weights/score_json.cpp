@@ -5,7 +5,9 @@
 #include "host/formats/json_stream.h"
 #include "host/formats/result_times.h"
 #include "host/takes/take.h"
+#include "host/weights/result_pose.h"
 #include "host/weights/score_list.h"
+#include "host/weights/weight_names.h"
 
 #include <fmt/format.h>
 
@@ -43,22 +45,30 @@ using NamedScore = std::pair<std::string, double>;
 // Takes the parser's events and hands over each result when its object ends.
 class ScoreParser final : public JsonEvents {
 public:
-  using Add = std::function<void(const ResultMoment&, const std::vector<NamedScore>&)>;
+  using Add = std::function<void(const ResultMoment&, const ResultPose&, const std::vector<NamedScore>&)>;
 
   ScoreParser(std::size_t face, Add add) : face_(face), add_(std::move(add)) {}
 
   std::size_t MostFaces() const { return most_faces_; }
 
+  /// Weights without a name that the last result with any has.
+  std::size_t Unnamed() const { return unnamed_; }
+
   void StartDocument() override {
     scopes_.clear();
     weights_at_ = 0;
+    matrices_at_ = 0;
   }
 
   bool null() override {
     if (!scopes_.empty() && IsWeightKey()) scopes_.back().has_weights = true;
     return Number(kNone, "");
   }
-  bool boolean(bool /*value*/) override { return true; }
+  bool boolean(bool value) override {
+    if (!value && weights_at_ == 0 && !scopes_.empty() && Folded(scopes_.back().key) == "facefound")
+      scopes_.back().has_no_face = true;
+    return true;
+  }
   bool number_integer(std::int64_t value) override { return Number(static_cast<double>(value), ""); }
   bool number_unsigned(std::uint64_t value) override { return Number(static_cast<double>(value), ""); }
   bool number_float(double value, const std::string& text) override { return Number(value, text); }
@@ -83,7 +93,9 @@ private:
     bool is_object = false;
     std::string key;          // of an object's next member
     ResultMoment moment;      // outside of the weights
+    ResultPose pose;          // the same
     bool has_weights = false; // or the object had a member that has
+    bool has_no_face = false;
     std::size_t elements = 0; // of an array, objects and arrays so far
     std::string name;         // of a weight
     std::optional<double> score;
@@ -102,6 +114,11 @@ private:
         weights_at_ = scopes_.size() + 1;
         scores_.clear();
         faces_ = 0;
+        unnamed_now_ = 0;
+      } else if (IsMatrixKeyNow()) {
+        matrices_at_ = scopes_.size() + 1;
+        matrices_.clear();
+        in_rows_ = false;
       }
     }
     scopes_.emplace_back().is_object = is_object;
@@ -109,10 +126,17 @@ private:
   }
 
   bool Number(double value, std::string_view text) {
-    if (scopes_.empty() || !scopes_.back().is_object) return true;
+    if (scopes_.empty()) return true;
+    if (matrices_at_ != 0) return AddElement(value);
     Scope& scope = scopes_.back();
+    if (!scope.is_object) {
+      if (weights_at_ != 0 && !std::isnan(value)) ++unnamed_now_;
+      return true;
+    }
     if (weights_at_ == 0) {
       if (!std::isnan(value)) scope.moment.Read(scope.key, value, text);
+      if (Scope* const around = Around(); around && scope.key.size() == 1)
+        around->pose.Read(Folded(around->key), Folded(scope.key), value);
     } else if (IsOneOf(Folded(scope.key), kScoreKeys)) {
       scope.score = value;
     } else if (scopes_.size() == weights_at_) { // {"jawOpen": 0.5}
@@ -125,16 +149,26 @@ private:
     Scope scope = std::move(scopes_.back());
     scopes_.pop_back();
     if (weights_at_ != 0) {
-      if (!scope.name.empty() && scope.score) AddScore(scope.name, *scope.score, Face());
+      if (scope.score && !scope.name.empty()) AddScore(scope.name, *scope.score, Face());
+      if (scope.score && scope.name.empty()) ++unnamed_now_;
       if (scopes_.size() + 1 == weights_at_) {
         weights_at_ = 0;
         most_faces_ = std::max(most_faces_, faces_);
+        if (unnamed_now_ > 0) unnamed_ = unnamed_now_;
       }
       return true;
     }
+    if (matrices_at_ != 0) {
+      if (scopes_.size() + 1 == matrices_at_) EndMatrices();
+      return true;
+    }
     if (!scope.has_weights) return true;
+    if (scope.has_no_face) {
+      scores_.clear();
+      scope.pose = {};
+    }
     if (scopes_.empty() || !scopes_.back().is_object) {
-      add_(scope.moment, scores_);
+      add_(scope.moment, scope.pose, scores_);
       scores_.clear();
       return true;
     }
@@ -143,7 +177,46 @@ private:
     const auto number = around.moment.number ? around.moment.number : scope.moment.number;
     if (!around.moment.time) around.moment = std::move(scope.moment);
     around.moment.number = number;
+    if (around.pose.IsEmpty()) around.pose = std::move(scope.pose);
     return true;
+  }
+
+  // The object that the current object is a member of; null where there is none.
+  Scope* Around() {
+    const std::size_t depth = scopes_.size();
+    return depth > 1 && scopes_[depth - 2].is_object ? &scopes_[depth - 2] : nullptr;
+  }
+
+  bool IsMatrixKeyNow() const {
+    return weights_at_ == 0 && matrices_at_ == 0 && scopes_.back().is_object &&
+           IsMatrixKey(Folded(scopes_.back().key));
+  }
+
+  // Of a matrix: {"data": [..]}, [..] or [[..], ..] for each face, or one of them without a list around it.
+  bool AddElement(double value) {
+    const Scope& scope = scopes_.back();
+    const bool counts = !scope.is_object || scope.key.find_first_not_of("0123456789") == std::string::npos;
+    if (!counts) return true;                  // "rows": 4
+    const std::size_t list = matrices_at_ - 1; // its place among scopes_
+    const std::size_t face =
+        scopes_.size() > matrices_at_ && !scopes_[list].is_object ? scopes_[list].elements - 1 : 0;
+    if (face >= matrices_.size()) matrices_.resize(face + 1);
+    matrices_[face].push_back(value);
+    in_rows_ = scopes_.size() == matrices_at_ + 2 && !scopes_[matrices_at_].is_object;
+    return true;
+  }
+
+  void EndMatrices() {
+    matrices_at_ = 0;
+    constexpr std::size_t kRows = 4;
+    if (matrices_.size() == kRows && matrices_[0].size() == kRows) { // a single one, in rows
+      for (std::size_t row = 1; row < kRows; ++row)
+        matrices_[0].insert(matrices_[0].end(), matrices_[row].begin(), matrices_[row].end());
+      in_rows_ = true;
+    }
+    if (face_ >= matrices_.size()) return;
+    scopes_.back().pose.matrix = std::move(matrices_[face_]);
+    scopes_.back().pose.in_rows = in_rows_;
   }
 
   // Of the weight that has just ended: the list has weights, or faces that have them.
@@ -163,8 +236,19 @@ private:
   std::vector<Scope> scopes_;
   std::size_t weights_at_ = 0; // the depth of the weights that the parser is in; 0 outside
   std::size_t faces_ = 0, most_faces_ = 0;
+  std::size_t unnamed_now_ = 0, unnamed_ = 0;
+  std::size_t matrices_at_ = 0;               // the same as weights_at_
+  std::vector<std::vector<double>> matrices_; // of each face, the elements
+  bool in_rows_ = false;
   std::vector<NamedScore> scores_; // of the result that is parsed
 };
+
+// Whether a key that ends here is one of weights.
+bool EndsInWeightKey(std::string_view text) {
+  if (!text.ends_with('s') && !text.ends_with('S')) return false;
+  const std::size_t start = text.rfind('"');
+  return start != std::string_view::npos && IsOneOf(Folded(text.substr(start + 1)), kWeightKeys);
+}
 
 } // namespace
 
@@ -172,11 +256,14 @@ bool IsScoreJson(std::string_view bytes) {
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
   const std::size_t first = bytes.find_first_not_of(" \t\r\n");
   if (first == std::string_view::npos || (bytes[first] != '{' && bytes[first] != '[')) return false;
-  constexpr std::size_t kFar = 1 << 20; // a result's points come before its weights
-  const std::string beginning = Folded(bytes.substr(first, kFar));
-  return std::any_of(std::begin(kWeightKeys), std::end(kWeightKeys), [&](std::string_view key) {
-    return beginning.find(fmt::format("{}\"", key)) != std::string::npos;
-  });
+  // A key may be anywhere: the points of a thousand frames without a face's weights may come before it.
+  for (std::size_t quote = bytes.find('"', first); quote != std::string_view::npos;
+       quote = bytes.find('"', quote + 1)) {
+    const std::size_t behind = bytes.find_first_not_of(" \t\r\n", quote + 1);
+    if (behind != std::string_view::npos && bytes[behind] == ':' && EndsInWeightKey(bytes.substr(0, quote)))
+      return true;
+  }
+  return false;
 }
 
 WeightTake ReadScoreJson(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face,
@@ -188,12 +275,15 @@ WeightTake ReadScoreJson(std::string_view bytes, const std::string& file, std::o
   Take clock; // without markers
   ScoreList list;
   std::vector<ResultMoment> moments;
-  ScoreParser parser(static_cast<std::size_t>(face.value_or(0)),
-                     [&](const ResultMoment& moment, const std::vector<NamedScore>& scores) {
-                       const std::size_t frame = clock.AddFrame(0, 0);
-                       moments.push_back(moment);
-                       for (const NamedScore& score : scores) list.Add(frame, score.first, score.second);
-                     });
+  std::vector<ResultPose> poses;
+  ScoreParser parser(
+      static_cast<std::size_t>(face.value_or(0)),
+      [&](const ResultMoment& moment, const ResultPose& pose, const std::vector<NamedScore>& scores) {
+        const std::size_t frame = clock.AddFrame(0, 0);
+        moments.push_back(moment);
+        poses.push_back(pose);
+        for (const NamedScore& score : scores) list.Add(frame, score.first, score.second);
+      });
   JsonStream(bytes).Parse(parser, file, take.notes, [&] { return !moments.empty(); });
   if (moments.empty())
     throw InputError(Code::Missing, file, "", "the JSON has no results with blendshapes",
@@ -206,11 +296,10 @@ WeightTake ReadScoreJson(std::string_view bytes, const std::string& file, std::o
         {Code::Ignored, "",
          fmt::format("up to {} faces in a result; read the first (--face 0)", parser.MostFaces())});
   const std::vector<std::size_t> order = SetResultTimes(clock, moments, input_rate, file);
-  take.frames = std::move(clock.frames);
-  take.times = std::move(clock.times);
-  take.rate = clock.rate;
-  take.notes.insert(take.notes.end(), clock.notes.begin(), clock.notes.end());
+  take.SetClock(std::move(clock));
   list.Finish(order, take);
+  if (take.names.empty() && parser.Unnamed() > 0) FailUnnamed(file, parser.Unnamed());
+  SetPoses(poses, order, take);
   return take;
 }
 

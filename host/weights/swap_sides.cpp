@@ -32,6 +32,7 @@ void SwapSides(WeightTake& take) {
     head.yaw = -head.yaw;
     head.roll = -head.roll;
   }
+  for (Point& place : take.head_places) place.x = -place.x;
 }
 
 } // namespace mien

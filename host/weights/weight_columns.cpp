@@ -67,22 +67,53 @@ void WeightColumns::ReadRow(CsvReader& csv) {
     row_[field.index] = std::isfinite(value) ? value : kNone;
     if (!std::isfinite(value)) gaps_.Add(csv, field.column);
   }
-  rows_.insert(rows_.end(), row_.begin(), row_.end());
+  const auto angles = row_.begin() + static_cast<std::ptrdiff_t>(Names().size());
+  if (rows_ == 0) weights_.reserve((csv.LikelyRowsLeft() + 1) * Names().size());
+  weights_.insert(weights_.end(), row_.begin(), angles);
+  angles_.insert(angles_.end(), angles, row_.end());
+  ++rows_;
 }
 
-void WeightColumns::RemoveLastRow() { rows_.resize(rows_.size() - row_.size()); }
+void WeightColumns::RemoveLastRow() {
+  weights_.resize(weights_.size() - Names().size());
+  angles_.resize(angles_.size() - kAngles);
+  --rows_;
+}
 
 void WeightColumns::Finish(const std::vector<std::size_t>& order, WeightTake& take) {
-  const std::size_t weights = Names().size(), count = rows_.size() / row_.size();
+  SetAngles(order, take);
+  const std::size_t weights = Names().size();
+  take.names = Names();
+  if (order.empty()) {
+    take.weights = std::move(weights_);
+  } else {
+    take.weights.reserve(weights_.size());
+    for (const std::size_t row : order) {
+      const auto first = weights_.begin() + static_cast<std::ptrdiff_t>(row * weights);
+      take.weights.insert(take.weights.end(), first, first + static_cast<std::ptrdiff_t>(weights));
+    }
+  }
+  weights_ = {};
+  angles_ = {};
+  names_.AppendTo(take.notes);
+  gaps_.AppendTo(take.notes);
+  NoteUnlikelyWeights(take);
+}
+
+void WeightColumns::SetAngles(const std::vector<std::size_t>& order, WeightTake& take) const {
   const auto has = [this](std::size_t angle) { return has_angle_[angle] && has_angle_[angle + 1]; };
   const bool has_eyes = has(kLeftEye) && has(kRightEye), has_head = has(kHead) && has_angle_[kHead + 2];
 
   double eye = 0, head = 0; // the largest of the eyes' angles, and of the head's
-  for (std::size_t r = 0; r < count; ++r)
+  bool rolls = false;       // an eye
+  for (std::size_t r = 0; r < rows_; ++r) {
+    const double* const angles = &angles_[r * kAngles];
     for (std::size_t a = 0; a < kAngles; ++a) {
       double& largest = a < kLeftEye ? head : eye;
-      largest = std::fmax(largest, std::fabs(rows_[r * row_.size() + weights + a]));
+      if (std::fabs(angles[a]) > largest) largest = std::fabs(angles[a]);
     }
+    rolls |= std::fabs(angles[kLeftEye + 2]) > 0 || std::fabs(angles[kRightEye + 2]) > 0;
+  }
   constexpr double kMostEye = std::numbers::pi / 2, kMostHead = 1.05 * std::numbers::pi; // radians
   const bool degrees = eye > kMostEye || head > kMostHead;
   if (degrees)
@@ -91,43 +122,34 @@ void WeightColumns::Finish(const std::vector<std::size_t>& order, WeightTake& ta
                                       "degrees",
                                       eye > kMostEye ? "eyes" : "head", eye > kMostEye ? eye : head)});
   const double unit = degrees ? std::numbers::pi / 180 : 1;
+  if (has_head || has_eyes)
+    take.angles = fmt::format("{} (largest {:.3g})", degrees ? "degrees" : "radians", std::fmax(eye, head));
 
-  take.names = Names();
-  take.weights.reserve(count * weights);
-  for (std::size_t f = 0; f < count; ++f) {
-    const double* const row = &rows_[(order.empty() ? f : order[f]) * row_.size()];
-    take.weights.insert(take.weights.end(), row, row + weights);
-    const auto angle = [&](std::size_t a) { return row[weights + a] * unit; };
+  for (std::size_t f = 0; f < rows_; ++f) {
+    const double* const row = &angles_[(order.empty() ? f : order[f]) * kAngles];
+    const auto angle = [&](std::size_t a) { return row[a] * unit; };
     if (has_head) take.heads.push_back({angle(kHead), angle(kHead + 1), angle(kHead + 2)});
     if (!has_eyes) continue;
     Eyes& eyes = take.eyes.emplace_back();
     for (const auto& [e, first] : {std::pair(0U, kLeftEye), std::pair(1U, kRightEye)})
       eyes[e] = {.yaw = -angle(first), .pitch = angle(first + 1)}; // the files' yaw is to the right
   }
-  const auto rolls = [&](std::size_t r) {
-    const double* const angles = &rows_[r * row_.size() + weights];
-    return std::fabs(angles[kLeftEye + 2]) > 0 || std::fabs(angles[kRightEye + 2]) > 0;
-  };
-  for (std::size_t r = 0; r < count; ++r)
-    if (rolls(r)) {
-      take.notes.push_back(
-          {Code::Ignored, "", "the eyes' roll is ignored: it does not change where they look"});
-      break;
-    }
-  rows_ = {};
-  names_.AppendTo(take.notes);
-  gaps_.AppendTo(take.notes);
-  NoteUnlikelyWeights(take);
+  if (rolls)
+    take.notes.push_back(
+        {Code::Ignored, "", "the eyes' roll is ignored: it does not change where they look"});
 }
 
 void NoteUnlikelyWeights(WeightTake& take) {
   constexpr double kUnlikely = 5;
   double most = 0;
-  for (const double weight : take.weights) most = std::fmax(most, std::fabs(weight));
+  for (const double weight : take.weights)
+    if (std::fabs(weight) > most) most = std::fabs(weight); // not of NaN
   if (most > kUnlikely)
     take.notes.push_back(
         {Code::Doubtful, "",
-         fmt::format("weights go up to {:.4g}, and 0 to 1 is expected; they may be percent", most)});
+         fmt::format(
+             "weights go up to {:.4g}, and 0 to 1 is expected; if they are percent, divide them by 100",
+             most)});
 }
 
 } // namespace mien

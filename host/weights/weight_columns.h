@@ -25,7 +25,7 @@ public:
   WeightColumns(const CsvReader& csv, const std::vector<std::size_t>& others, WeightNames::Unknown unknown);
 
   const std::vector<std::string>& Names() const { return names_.Names(); }
-  std::size_t Rows() const { return rows_.size() / row_.size(); }
+  std::size_t Rows() const { return rows_; }
 
   /// Reads the current row. Throws InputError with line and column; then nothing was read.
   void ReadRow(CsvReader& csv);
@@ -38,6 +38,8 @@ public:
   void Finish(const std::vector<std::size_t>& order, WeightTake& take);
 
 private:
+  void SetAngles(const std::vector<std::size_t>& order, WeightTake& take) const;
+
   static constexpr std::size_t kAngles = 9; // of the head and the two eyes
 
   struct Field {
@@ -48,8 +50,9 @@ private:
   WeightNames names_;
   std::vector<Field> fields_; // from left to right
   std::array<bool, kAngles> has_angle_{};
-  std::vector<double> row_;  // weights, then angles
-  std::vector<double> rows_; // of all frames
+  std::vector<double> row_; // weights, then angles
+  std::size_t rows_ = 0;
+  std::vector<double> weights_, angles_; // of all rows
   CsvGaps gaps_;
 };
 

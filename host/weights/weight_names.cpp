@@ -25,6 +25,10 @@ bool Has(const std::vector<std::string>& names, std::string_view name) {
 
 } // namespace
 
+std::string UsualName(std::string_view written) {
+  return UsualSpelling(written).value_or(std::string(written));
+}
+
 std::optional<std::size_t> WeightNames::Add(std::string_view written) {
   if (EqualIgnoringCase(written, "_neutral")) return std::nullopt;
   const std::optional<std::string> usual = UsualSpelling(written);
@@ -60,6 +64,16 @@ void WeightNames::AppendTo(std::vector<Note>& notes) const {
     notes.push_back({Code::Missing, "",
                      fmt::format("{} of the 52 shapes; missing: {}", kArkitNames.size() - missing.size(),
                                  Some(missing))});
+}
+
+void FailUnnamed(const std::string& file, std::size_t count) {
+  throw InputError(
+      Code::Unsupported, file, "",
+      fmt::format("the file has {} a frame without names, and programs store the 52 in different "
+                  "orders: the place does not say which is which",
+                  Count(count, "weight")),
+      "store the names as well: columns such as jawOpen in CSV, {\"jawOpen\": 0.5} or "
+      "{\"categoryName\": \"jawOpen\", \"score\": 0.5} in JSON");
 }
 
 } // namespace mien

@@ -10,6 +10,9 @@
 
 namespace mien {
 
+/// The usual spelling of one of the 52; any other name as it is.
+std::string UsualName(std::string_view written);
+
 /// The weights that a file's names mean. Names of the 52 are recognised in any spelling
 /// (host/character/arkit_names.h); "_neutral", which trackers write beside them, is no weight.
 class WeightNames {
@@ -36,5 +39,8 @@ private:
   std::size_t known_ = 0; // of names_, those of the 52 and their halves
   std::vector<std::string> unknown_names_, repeated_;
 };
+
+/// Throws the InputError for a file that has so many weights a frame, and no names.
+[[noreturn]] void FailUnnamed(const std::string& file, std::size_t count);
 
 } // namespace mien

@@ -2,8 +2,11 @@
 
 #include "host/animation/eye_angles.h"
 #include "host/base/error.h"
+#include "host/base/point.h"
 #include "host/takes/frame_rate.h"
+#include "host/takes/take.h"
 #include "host/takes/timecode.h"
+#include "host/weights/head_angles.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,12 +15,6 @@
 #include <vector>
 
 namespace mien {
-
-/// How a head is turned from looking straight ahead, in radians. The roll, towards its own right shoulder, is
-/// applied first, then the pitch downward, then the yaw to its own left.
-struct HeadAngles {
-  double yaw = 0, pitch = 0, roll = 0;
-};
 
 /// A recording of weights: of shapes, or of the templates of a face. NaN stands for what is missing, in
 /// weights and angles.
@@ -36,8 +33,15 @@ struct WeightTake {
   std::vector<double> weights;      ///< (size: frames x names)
   std::vector<Eyes> eyes;           ///< (size: frames, or 0 if the file has no angles of eyes)
   std::vector<HeadAngles> heads;    ///< (size: frames, or 0 if the file has no angles of the head)
+  /// (size: frames, or 0 if the file does not say) how far the head is from its place at rest, in millimetres: x to
+  /// its left, y up, z out of the face at rest.
+  std::vector<Point> head_places;
+  std::string angles; ///< what the file has them in: "degrees (largest 23.4)"; empty without angles
 
   std::vector<Note> notes; ///< what the reader forgave or noticed
+
+  /// Takes over frames, times and rate of a take without markers, and its notes.
+  void SetClock(Take clock);
 
   double Weight(std::size_t frame, std::size_t column) const {
     return weights[frame * names.size() + column];

@@ -42,7 +42,7 @@ set(sees_host/fit       base files takes formats cleaning performer character gl
 set(sees_host/animation base takes character gltf animation)
 set(sees_host/solve     base takes cleaning performer character fit animation solve)
 set(sees_host/calibrate base files takes formats performer fit animation calibrate)
-set(sees_host/weights   base files takes formats character animation weights)
+set(sees_host/weights   base files takes formats performer character animation weights)
 set(sees_host/view      base takes inspect performer character gltf animation solve view)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit animation
                         solve calibrate weights view jobs)

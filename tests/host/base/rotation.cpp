@@ -77,3 +77,20 @@ TEST(RotationOf, TakesAQuaternionOfAnyLength) {
         EXPECT_NEAR(rotation.m[column][row], quarter_about_z[column][row], 1e-15) << length;
   }
 }
+
+TEST(RotationVector, IsTheAxisTimesTheAngleThatRotationByTurns) {
+  tests::Random random(6);
+  for (int i = 0; i < 200; ++i) {
+    const VgeRMatrix rotation = RotationOf(tests::AnyMotion(random));
+    const VgeTVector vector = mien::RotationVector(rotation);
+    EXPECT_LE(std::hypot(vector.x, vector.y, vector.z), 3.1415926535897932 + 1e-12);
+    const VgeRMatrix back = mien::RotationBy(vector);
+    for (int column = 0; column < 3; ++column)
+      for (int row = 0; row < 3; ++row) EXPECT_NEAR(back.m[column][row], rotation.m[column][row], 1e-12);
+  }
+  const VgeTVector quarter = mien::RotationVector(About(0, 90, 0));
+  EXPECT_EQ(quarter.x, 0);
+  EXPECT_NEAR(quarter.y, 1.5707963267948966, 1e-15);
+  EXPECT_EQ(mien::RotationBy(VgeTVector{0, 0, 0}), VgeRMatrix());
+  EXPECT_EQ(mien::RotationVector(VgeRMatrix()), (VgeTVector{0, 0, 0, 0}));
+}

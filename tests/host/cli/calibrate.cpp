@@ -80,15 +80,40 @@ TEST_F(CalibrateCommand, ListsThePosesWithoutATake) {
   EXPECT_EQ(poses[1]["templates"], Json::parse(R"(["LeftEye.Close", "RightEye.Close"])"));
 }
 
-TEST_F(CalibrateCommand, RequiresATakeAPerformerAndAnOutput) {
+TEST_F(CalibrateCommand, RequiresATakeAndAnOutput) {
   for (const auto& [arguments, missing] : std::vector<std::pair<std::vector<std::string>, std::string>>{
            {{"calibrate"}, "TAKE is required"},
-           {{"calibrate", "talk.csv", "-o", "a.json"}, "--performer is required"},
+           {{"calibrate", "w.csv", "-o", "a.json", "--neutral", "1"}, "--neutral is for --performer"},
            {{"calibrate", "talk.csv", "-p", "landmarks68"}, "--output is required"}}) {
     const Ran ran = Run(arguments);
     EXPECT_EQ(ran.exit_code, 2);
     EXPECT_THAT(ran.err, HasSubstr(missing));
   }
+}
+
+TEST_F(CalibrateCommand, WithoutAPerformerItMeasuresRecordedWeights) {
+  std::string talk = "frame,time_s,eyeBlinkLeft,jawOpen\n";
+  for (int f = 0; f < 600; ++f) // a blink every two seconds
+    talk +=
+        std::to_string(f) + "," + std::to_string(f / 30.0) + "," + (f % 60 == 30 ? "0.7" : "0.1") + ",0\n";
+  Write("w.csv", talk);
+  const Ran ran = Run({"calibrate", "w.csv", "-o", "w.ranges.json", "--name", "Ada"});
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, AllOf(HasSubstr("ranges     eyeBlinkLeft  0.10 to 0.70, trusted: 10 blinks\n"),
+                             HasSubstr("none for 1 other weight: a guided take shows them\n"),
+                             HasSubstr("wrote      w.ranges.json\n")));
+  EXPECT_THAT(Saved("w.ranges.json"), HasSubstr("\"mien ranges 1\""));
+  const std::vector<std::string> put = {"retarget", "w.csv", "--ranges", "w.ranges.json", "-o", "out.csv"};
+  EXPECT_THAT(Run(put).err, HasSubstr("ranges     eyeBlinkLeft 0.10 to 0.70\n"));
+  std::vector<std::string> as_json = put;
+  as_json.push_back("--json");
+  EXPECT_EQ(Json::parse(Run(as_json).out)["result"]["ranges"]["applied"][0]["weight"], "eyeBlinkLeft");
+  EXPECT_EQ(
+      Json::parse(
+          Run({"calibrate", "w.csv", "-o", "w.ranges.json", "--json"}).out)["result"]["weights"][0]["high"],
+      0.7);
+  EXPECT_THAT(Run({"calibrate", "talk.csv", "-o", "a.json"}).err,
+              HasSubstr("the file has points (landmark CSV) and no weights"));
 }
 
 TEST_F(CalibrateCommand, AFaultLeavesNothing) {

@@ -296,6 +296,8 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
     Save(long_take, ReadFile(kSamples / "landmarks.csv"));
   Save("marks.csv", "pose,from,to\njaw-open,20,24\n");
   Save("phone.csv", ReadFile(kSamples / "mesh/weights_phone.csv"));
+  Save("phone_talk.csv", ReadFile(kSamples / "mesh/talk_phone.csv"));
+  ASSERT_EQ(Run({"calibrate", "phone_talk.csv", "-o", "ada.ranges.json"}).exit_code, 0); // for mien retarget
   Save("scores.json", ReadFile(kSamples / "mesh/weights_recorded.json"));
   Save("puppet.json", ReadFile(kSamples / "puppet.character.json"));
   Save("head.glb", ReadFile(kSamples / "head.glb"));

@@ -25,6 +25,33 @@ TEST_F(RetargetCommand, ReportsTheLayoutWhatIsMissingAndWhatItWrote) {
   EXPECT_THAT(Saved("out.json"), HasSubstr("\"timecode\": \"10:02:58:00@60\""));
 }
 
+TEST_F(RetargetCommand, SaysInWhatAnglesAreAndMovesTheHead) {
+  EXPECT_THAT(Run({"retarget", kMesh + "weights_phone.csv", "-o", "out.csv"}).err,
+              HasSubstr("angles     radians (largest 0)\n"));
+  Write("w.json", R"([{"timestampMs":0,"blendshapes":{"jawOpen":0},
+                       "facialTransformationMatrixes":[[1,0,0,0,0,1,0,0,0,0,1,0,0,0,-50,1]]},
+                      {"timestampMs":40,"blendshapes":{"jawOpen":0},
+                       "facialTransformationMatrixes":[[0,0,-1,0,0,1,0,0,1,0,0,0,1,0,-50,1]]}])");
+  const Ran ran = Run({"retarget", "w.json", "-o", "out.json"});
+  EXPECT_THAT(ran.err,
+              HasSubstr("angles     of the head from matrices (largest 90 degrees), its place in mm"));
+  EXPECT_THAT(Saved("out.json"), HasSubstr("[10,0,0]"));
+  EXPECT_THAT(Saved("out.json"), HasSubstr("[0,0.7071067811865475,0,0.707106781186547"));
+}
+
+TEST_F(RetargetCommand, SaysHowLandmarksFit) {
+  Write("w.csv", "frame,time_s,jawOpen\n0,0,0\n1,0.25,0\n2,0.5,0\n9,2.25,0\n");
+  const Ran ran = Run({"retarget", "w.csv", "--landmarks", kMesh + "long.csv", "--image", "1280x720", "-o",
+                       "out.json", "--report", "report.json"});
+  EXPECT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err,
+              testing::AllOf(HasSubstr("landmarks  long: long mesh CSV, the head and the eyes of 3 frames\n"),
+                             HasSubstr("1 frame of the weights without landmarks of the same time"),
+                             HasSubstr("2 frames without weights of the same time, ignored\n"),
+                             HasSubstr("wrote      report.json\n")));
+  EXPECT_THAT(Saved("report.json"), HasSubstr("\"command\": [\"mien\", \"retarget\""));
+}
+
 TEST_F(RetargetCommand, DrivesACharacterAndNamesWhatItsTemplatesDoNotShow) {
   Write("w.csv", "frame,time,jawOpen,tongueOut\n1,0,0.5,0.5\n2,0.1,,\n3,0.2,1,0\n");
   const Ran ran = Run({"retarget", "w.csv", "-c", "arkit52", "-o", "-", "--swap-sides", "--fade", "0.5"});
@@ -49,6 +76,18 @@ TEST_F(RetargetCommand, SolveAndRetargetNameEachOther) {
     EXPECT_THAT(Run({"solve", kMesh + weights, "-p", "landmarks478", "-o", "out.csv"}).err,
                 HasSubstr("mien retarget"))
         << weights;
+  Write("own.csv", "frame,time,Mouth.Open\n1,0,0\n");
+  Write("one.csv", "frame,time_s,jawOpen\n1,0,0\n");
+  ASSERT_EQ(Run({"retarget", "own.csv", "-o", "own.json"}).exit_code, 0);
+  for (const char* weights : {"own.csv", "one.csv", "own.json"})
+    for (const char* command : {"solve", "calibrate"})
+      EXPECT_THAT(Run({command, weights, "-p", "landmarks478", "-o", "out.csv"}).err,
+                  HasSubstr("mien retarget"))
+          << command << weights;
+  EXPECT_THAT(Run({"solve", (Write("typo.csv", "frame,time,A.x,A.y\n1,0,1,2\n"), "typo.csv"), "-p",
+                   "landmarks478", "-o", "out.csv"})
+                  .err,
+              testing::Not(HasSubstr("mien retarget")));
   EXPECT_FALSE(Has("out.csv"));
 }
 

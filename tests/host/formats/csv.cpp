@@ -550,3 +550,10 @@ TEST(CsvReader, FaultsHaveCodesAndTheirLine) {
   EXPECT_EQ(problem("n,m\n1\n"), "truncated at 2");
   EXPECT_EQ(problem("n,m\n1,2,3\n"), "syntax at 2");
 }
+
+TEST(CsvReader, EstimatesHowManyRowsAreLeft) {
+  CsvReader csv("a,b\n1,2\n3,4\n5,6\n", "file.csv");
+  EXPECT_EQ(csv.LikelyRowsLeft(), 0U); // no row has been read
+  ASSERT_TRUE(csv.Next());
+  EXPECT_EQ(csv.LikelyRowsLeft(), 2U);
+}

@@ -1,12 +1,15 @@
 #include "host/jobs/retarget_job.h"
 
 #include "host/files/read_file.h"
+#include "host/files/sha256.h"
 #include "host/gltf/glb.h"
+#include "host/jobs/solve_job.h"
 #include "tests/host/input_error.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <filesystem>
@@ -16,6 +19,7 @@
 using mien::ReadFile;
 using mien::RetargetJob;
 using mien::RetargetResult;
+using Json = nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -145,9 +149,95 @@ TEST_F(RetargetJobs, SwapsSidesFillsAndSmooths) {
 TEST_F(RetargetJobs, ResamplesAndKeepsTheTimecode) {
   RetargetJob job = Job(kPhone, "out.csv");
   job.output_rate = mien::FrameRate{60, 1};
-  EXPECT_EQ(mien::Run(job).take.frames.size(), 3U);
+  EXPECT_EQ(mien::Run(job).written.frames, 3U);
   EXPECT_THAT(Saved("out.csv"),
               HasSubstr("\n1,0,10:00:00:10.250,0.5\n2,0.016666666666666666,10:00:00:11.250,0.875\n"));
+}
+
+TEST_F(RetargetJobs, TheHeadAndTheEyesMayComeFromLandmarksOfTheSameRecording) {
+  RetargetJob job = Job("", "out.json");
+  job.weights = kSamples / "mesh/weights_long.csv";
+  job.landmarks = kSamples / "mesh/long.csv";
+  job.mesh.image = mien::ParseImageSize("1280x720");
+  const RetargetResult result = mien::Run(job);
+  ASSERT_TRUE(result.landmarks);
+  EXPECT_EQ(result.joined.matched, 5U);
+  EXPECT_EQ(result.landmarks->gaze, mien::GazeSource::Irises);
+
+  mien::SolveJob solve; // the same head
+  solve.take = job.landmarks;
+  solve.performer = "landmarks478";
+  solve.reading.mesh = job.mesh;
+  solve.output = folder_ / "solved.json";
+  mien::Run(solve);
+  const Json retargeted = Json::parse(Saved("out.json")), solved = Json::parse(Saved("solved.json"));
+  EXPECT_EQ(retargeted["head"], solved["head"]);
+  EXPECT_EQ(retargeted["eyes"], solved["eyes"]);
+  EXPECT_EQ(retargeted["shapes"]["weights"][1][0], 0.9596);
+
+  job.weights = job.landmarks = kSamples / "mesh/results.json"; // one file has both
+  EXPECT_EQ(mien::Run(job).joined.matched, 5U);
+}
+
+TEST_F(RetargetJobs, ReportsWhatWasDoneForPrograms) {
+  RetargetJob job = Job(kPhone, "out.csv");
+  job.report = folder_ / "report.json";
+  job.character = "arkit52";
+  job.timecode = "01:00:00:00@25";
+  job.smooth_weights_hz = 2;
+  const RetargetResult result = mien::Run(job);
+  EXPECT_EQ(result.files.size(), 4U);
+  const Json report = Json::parse(Saved("report.json"));
+  EXPECT_EQ(report["format"], "mien retarget report 1");
+  EXPECT_EQ(report["weights"]["layout"], "phone CSV");
+  EXPECT_EQ(report["weights"]["timecode"], "01:00:00:00@25");
+  EXPECT_EQ(report["files"]["weights"]["sha256"], mien::Sha256(kPhone));
+  EXPECT_EQ(report["files"]["character"]["sha256"], "built in");
+  EXPECT_EQ(report["files"]["output"]["sha256"], mien::Sha256(Saved("out.csv")));
+  EXPECT_EQ(report["settings"]["smooth_weights_hz"], 2);
+  EXPECT_EQ(report["angles"], "radians (largest 0.5)");
+  EXPECT_EQ(report["eyes"], "angles");
+  EXPECT_THAT(Saved("out.csv"), HasSubstr("\n1,0,01:00:00:00,"));
+  job.report = job.output;
+  EXPECT_EQ(ProblemOf([&] { mien::Run(job); }), "usage at report");
+  job.report = "";
+  job.timecode = "25:00";
+  EXPECT_EQ(ProblemOf([&] { mien::Run(job); }), "usage at timecode");
+}
+
+TEST_F(RetargetJobs, WritesTheTemplatesThatDriveACharacter) {
+  RetargetJob job = Job(kScores, "out.csv");
+  job.character = "arkit52";
+  job.only_templates = true;
+  mien::Run(job);
+  EXPECT_THAT(Saved("out.csv"), HasSubstr("frame,time,Mouth.Open,"));
+  EXPECT_THAT(Saved("out.csv"), HasSubstr("\n2,0.1,1,0,0.75,0,")); // Open, Whistle, CornersUpR, CornersUpL
+  job.character = "";
+  EXPECT_EQ(ProblemOf([&] { mien::Run(job); }), "usage at templates");
+}
+
+TEST_F(RetargetJobs, SmoothsOnlyWhereTheEyesLook) {
+  std::string text = "frame,time,jawOpen,eyeLookUpLeft,LeftEyeYaw,LeftEyePitch,RightEyeYaw,RightEyePitch\n";
+  for (int f = 0; f < 60; ++f) {
+    const char* const value = f % 2 == 0 ? ",0.5" : ",0";
+    text += std::to_string(f) + "," + std::to_string(f) + "e-1";
+    for (int column = 0; column < 6; ++column) text += value;
+    text += "\n";
+  }
+  RetargetJob job = Job(text, "out.csv");
+  job.smooth_gaze_hz = 0.5;
+  const mien::WeightTake take = mien::Run(job).take;
+  EXPECT_EQ(take.Weight(30, 0), 0.5);
+  EXPECT_NEAR(take.Weight(30, 1), 0.25, 0.01);
+  EXPECT_NEAR(take.eyes[30][0].yaw, -0.25, 0.01);
+  EXPECT_NEAR(take.eyes[31][1].pitch, 0.25, 0.01);
+  EXPECT_NO_THROW(mien::Run([&] {
+    job.weights = Write("w.csv", kScores);
+    job.smooth_gaze_hz = 1;
+    return job;
+  }()));
+  job.smooth_gaze_hz = 5;
+  EXPECT_EQ(ProblemOf([&] { mien::Run(job); }), "usage at smooth-gaze");
 }
 
 TEST_F(RetargetJobs, SettingsThatDoNotFitAreRefusedBeforeAnythingIsWritten) {
@@ -163,6 +253,9 @@ TEST_F(RetargetJobs, SettingsThatDoNotFitAreRefusedBeforeAnythingIsWritten) {
   job = Job(kScores, "out.csv");
   job.onto = "head.glb";
   EXPECT_EQ(problem(job), "usage at onto");
+  job = Job(kScores, "out.csv");
+  job.mesh.mirrored = true;
+  EXPECT_EQ(problem(job), "usage at landmarks");
   EXPECT_FALSE(std::filesystem::exists(folder_ / "out.csv"));
 }
 

@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <functional>
@@ -87,6 +88,55 @@ TEST_F(SolveJobs, FindTheHeadFromAllRigidMarkersOrFromTheHeadMarkers) {
   EXPECT_NE(ReadFile(job.output), fitted);
   // The neutral face, too, is found by it.
   EXPECT_NE(by_markers.neutral.pose.at("lm37").y, by_default.neutral.pose.at("lm37").y);
+}
+
+TEST_F(SolveJobs, AtAnotherRateTheTakesOwnFramesStay) {
+  using Json = nlohmann::json;
+  SolveJob job = Job("own.json");
+  job.character = (kSamples / "puppet.character.json").string(); // with clusters
+  job.timecode = "10:00:00:00@30";
+  mien::Run(job);
+  const Json own = Json::parse(ReadFile(job.output));
+  job.output = folder_ / "twice.json";
+  job.report = folder_ / "report.json";
+  job.output_rate = mien::FrameRate{60, 1};
+  EXPECT_EQ(mien::Run(job).written.frames, 719U);
+  const Json twice = Json::parse(ReadFile(job.output));
+  EXPECT_EQ(twice["rate"], 60);
+  EXPECT_EQ(twice["timecode"], own["timecode"]);
+  EXPECT_EQ(Json::parse(ReadFile(job.report))["settings"]["output_rate"], "60");
+  const auto every_number_near = [](const Json& a, const Json& b) {
+    const Json flat_a = a.flatten(), flat_b = b.flatten();
+    ASSERT_EQ(flat_a.size(), flat_b.size());
+    for (const auto& [key, value] : flat_a.items())
+      EXPECT_NEAR(value.get<double>(), flat_b[key].get<double>(), 1e-5) << key; // single precision
+  };
+  for (const std::size_t frame : {0U, 3U, 99U, 357U}) { // whose times are whole milliseconds, as in the table
+    EXPECT_NEAR(twice["times"][2 * frame].get<double>(), own["times"][frame].get<double>(), 1e-3);
+    for (const char* place : {"/head/rotation", "/head/translation", "/templates/weights", "/shapes/weights",
+                              "/clusters/local/rotation", "/clusters/global/translation"}) {
+      const Json::json_pointer list(place);
+      every_number_near(twice[list][2 * frame], own[list][frame]);
+    }
+  }
+}
+
+TEST_F(SolveJobs, FittedShapesAreResampledAsWell) {
+  SolveJob job = Job("own.csv");
+  job.character = "arkit52";
+  job.solve.solver = mien::ShapeSolver::Fit;
+  job.output_rate = mien::FrameRate{15, 1}; // every other frame of the take
+  EXPECT_EQ(mien::Run(job).written.frames, 180U);
+  const auto row = [](const std::string& table, const std::string& time) {
+    const std::size_t at = table.find("," + time + ",");
+    return table.substr(at, table.find('\n', at) - at);
+  };
+  const std::string half = ReadFile(job.output);
+  job.output_rate.reset();
+  mien::Run(job);
+  const std::string all = ReadFile(job.output);
+  EXPECT_EQ(row(half, "2"), row(all, "2"));
+  EXPECT_NE(row(half, "2"), row(half, "4"));
 }
 
 TEST_F(SolveJobs, HashesItsFilesWhereThatIsAskedFor) {

@@ -53,3 +53,15 @@ TEST(FillMissing, NothingButGapsRests) {
   EXPECT_EQ(take.heads[1].yaw, 0);
   EXPECT_EQ(take.heads[1].pitch, 0.25);
 }
+
+TEST(FillMissing, AHeadThatTurnsAcrossTheBackGoesOnTurning) {
+  mien::WeightTake take;
+  take.names = {"jawOpen"};
+  take.frames = {1, 2, 3, 4};
+  take.times = {0, 0.001, 0.002, 0.003};
+  take.weights = {0, kNone, 0, 0};
+  take.heads = {{3.0, 0, 0}, {kNone, kNone, kNone}, {-3.0, 0, 0}, {-2.9, 0, 0}};
+  FillMissing(take, 1000); // hardly fades
+  EXPECT_NEAR(take.heads[1].yaw, 3.1415926535897932, 1e-4);
+  EXPECT_NEAR(take.heads[3].yaw - take.heads[2].yaw, 0.1, 1e-12);
+}

@@ -106,6 +106,7 @@ TEST(ReadWeights, ReadsWhatSolveWritesBitByBit) {
     animation.eyes.push_back({mien::EyeAngles{0.1, 0.2}, mien::EyeAngles{0.3, 0.4}});
   }
   animation.heads.resize(3);
+  animation.heads[2].m[3][1] = 12.5;
   animation.weights.resize(3 * animation.layout.templates.size());
 
   std::ostringstream json, csv, templates;
@@ -122,6 +123,7 @@ TEST(ReadWeights, ReadsWhatSolveWritesBitByBit) {
     EXPECT_EQ(take.rate, animation.layout.rate) << take.format;
   }
   EXPECT_EQ(ReadWeights(json.str(), "w").eyes, animation.eyes);
+  EXPECT_EQ(ReadWeights(json.str(), "w").head_places[2].y, 12.5);
 
   mien::WeightCsvWriter template_writer(animation.layout, mien::WeightKind::Templates, templates);
   Write(animation, template_writer);
@@ -141,6 +143,59 @@ TEST(ReadWeights, UnknownNamesAndUnlikelyValuesAreNoted) {
 TEST(ReadWeights, TimesInAnotherUnitAreNoted) {
   EXPECT_THAT(ReadWeights("time_s,jawOpen\n0,0\n40,0\n80,0\n", "w").notes,
               Contains(Says(HasSubstr("expected to be in seconds, and its values rise by 40 a frame"))));
+}
+
+TEST(ReadWeights, WeightsWithoutNamesAreRefused) {
+  const auto table = [](const std::string& front, const std::string& name, int count) {
+    std::string header = front, row = front.empty() ? "" : "1,0,";
+    for (int i = 0; i < count; ++i) {
+      const char* const comma = i + 1 < count ? "," : "\n";
+      header += (name.empty() ? "0.1" : name + std::to_string(i)) + comma;
+      row += std::string("0.1") + comma;
+    }
+    return header + row;
+  };
+  std::string numbers = "[0.1", indices;
+  for (int i = 1; i < 52; ++i) numbers += ",0.1";
+  for (int i = 0; i < 52; ++i) indices += std::string(i > 0 ? "," : "") + R"({"index":1,"score":0.1})";
+  const std::pair<std::string, int> files[] = {{table("", "", 51), 51},
+                                               {table("frame,time,", "bs_", 52), 52},
+                                               {"frame,time,0,1\n1,0,0.5,1\n", 2},
+                                               {table("frame,timestamp,", "blendshape", 52), 52},
+                                               {R"([{"timestamp":0,"blendshapes":)" + numbers + "]}]", 52},
+                                               {R"([{"timestamp":0,"blendshapes":[)" + indices + "]}]", 52}};
+  for (const auto& [text, count] : files)
+    EXPECT_THAT(
+        InputErrorOf([&, &bytes = text] { ReadWeights(bytes, "w"); }),
+        testing::StartsWith("w: the file has " + std::to_string(count) + " weights a frame without names"))
+        << text;
+  EXPECT_THAT(InputErrorOf([] { ReadWeights("frame,time_s,face,index,score\n0,0,0,1,0.5\n", "w"); }),
+              HasSubstr("the rows number their weights in \"index\""));
+}
+
+TEST(ReadWeights, WeightsMayBeFarBehindPointsWithoutWeights) {
+  std::string text = "[";
+  for (int f = 0; f < 40'000; ++f)
+    text += R"({"timestampMs":)" + std::to_string(f) + R"(,"faceLandmarks":[[]]},)" + "\n";
+  ASSERT_GT(text.size(), 1U << 20);
+  text += R"({"timestampMs":40000,"face_blendshapes" : [[{"score":0.25,"category_name":"jawOpen"}]]}])";
+  EXPECT_THAT(ReadWeights(text, "w").weights, ElementsAre(0.25));
+  // A value is not a key.
+  EXPECT_THAT(InputErrorOf([] {
+                ReadWeights(R"([{"faceLandmarks":[[{"x":0.5,"y":0.5,"z":0}]],"what":"blendshapes"}])", "w");
+              }),
+              HasSubstr("the file has points (mesh JSON)"));
+}
+
+TEST(ReadWeights, SaysInWhichUnitAnglesAre) {
+  const std::string head = "time_s,jawOpen,HeadYaw,HeadPitch,HeadRoll\n";
+  const WeightTake radians = ReadWeights(head + "0,0,0.25,-0.5,0\n", "w");
+  EXPECT_EQ(radians.angles, "radians (largest 0.5)");
+  EXPECT_EQ(radians.heads[0].pitch, -0.5);
+  const WeightTake degrees = ReadWeights(head + "0,0,45,-22.5,0\n", "w");
+  EXPECT_EQ(degrees.angles, "degrees (largest 45)");
+  EXPECT_NEAR(degrees.heads[0].yaw, 0.7853981633974483, 1e-15);
+  EXPECT_EQ(ReadWeights("time_s,jawOpen\n0,0\n", "w").angles, "");
 }
 
 TEST(ReadWeights, FilesOfPointsNameTheCommandThatSolvesThem) {

@@ -11,6 +11,7 @@ TEST(SwapSides, ExchangesNamesEyesAndTurns) {
                 "browInnerUp", "LeftEye.Close", "Mouth.CornersUpL"};
   take.eyes = {{mien::EyeAngles{0.1, 0.2}, mien::EyeAngles{-0.3, 0.4}}};
   take.heads = {{0.1, 0.2, 0.3}};
+  take.head_places = {{1, 2, 3}};
   mien::SwapSides(take);
   EXPECT_THAT(take.names, ElementsAre("mouthRight", "mouthLeft", "eyeBlinkLeft", "jawOpen", "browInnerUp",
                                       "RightEye.Close", "Mouth.CornersUpR"));
@@ -18,4 +19,6 @@ TEST(SwapSides, ExchangesNamesEyesAndTurns) {
   EXPECT_EQ(take.heads[0].yaw, -0.1);
   EXPECT_EQ(take.heads[0].pitch, 0.2);
   EXPECT_EQ(take.heads[0].roll, -0.3);
+  EXPECT_EQ(take.head_places[0].x, -1);
+  EXPECT_EQ(take.head_places[0].z, 3);
 }

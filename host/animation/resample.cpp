@@ -1,0 +1,203 @@
+#include "host/animation/resample.h"
+
+#include "host/base/error.h"
+#include "host/base/rotation.h"
+#include "mien/base/affine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+namespace mien {
+namespace {
+
+/// The slope of the monotone cubic where two intervals of lengths h0 and h1 meet, whose secants have these
+/// slopes: flat where the curve turns.
+double SlopeBetween(double before, double after, double h0, double h1) {
+  if (!(before * after > 0)) return 0;
+  const double w0 = h0 + 2 * h1, w1 = 2 * h0 + h1;
+  return (w0 + w1) / (w0 / before + w1 / after);
+}
+
+/// The slopes at each time, of a curve that has these secants between the times.
+std::vector<double> Slopes(const std::vector<double>& times, const std::vector<double>& secants) {
+  std::vector<double> slopes(times.size());
+  if (secants.empty()) return slopes;
+  slopes.front() = secants.front();
+  slopes.back() = secants.back();
+  for (std::size_t i = 1; i + 1 < times.size(); ++i)
+    slopes[i] = SlopeBetween(secants[i - 1], secants[i], times[i] - times[i - 1], times[i + 1] - times[i]);
+  return slopes;
+}
+
+/// The curve through a value at each of the times.
+class MonotoneCubic {
+public:
+  MonotoneCubic(const std::vector<double>& times, std::vector<double> values)
+      : times_(times), values_(std::move(values)) {
+    std::vector<double> secants;
+    for (std::size_t i = 0; i + 1 < values_.size(); ++i)
+      secants.push_back((values_[i + 1] - values_[i]) / (times_[i + 1] - times_[i]));
+    slopes_ = Slopes(times_, secants);
+  }
+
+  /// `i` is the interval that the time is in.
+  double At(double time, std::size_t i) const {
+    if (time <= times_[i] || i + 1 >= values_.size()) return values_[i];
+    const double h = times_[i + 1] - times_[i], t = (time - times_[i]) / h, s = 1 - t;
+    return values_[i] * s * s * (1 + 2 * t) + values_[i + 1] * t * t * (1 + 2 * s) +
+           h * t * s * (slopes_[i] * s - slopes_[i + 1] * t);
+  }
+
+private:
+  const std::vector<double>& times_;
+  std::vector<double> values_, slopes_;
+};
+
+/// The curve through a rotation at each of the times: in an interval the product of three turns, each about a
+/// fixed axis, which are the steps between the control points of a Bezier curve (Kim, Kim and Shin, 1995).
+class RotationCurve {
+public:
+  RotationCurve(const std::vector<double>& times, std::vector<VgeRMatrix> rotations)
+      : times_(times), rotations_(std::move(rotations)) {
+    std::array<std::vector<double>, 3> secants; // angular velocities, in the axes of both ends
+    for (std::size_t i = 0; i + 1 < rotations_.size(); ++i) {
+      const VgeTVector turn = RotationVector(Turn(rotations_[i], rotations_[i + 1]));
+      const double h = times_[i + 1] - times_[i];
+      secants[0].push_back(turn.x / h);
+      secants[1].push_back(turn.y / h);
+      secants[2].push_back(turn.z / h);
+    }
+    for (std::size_t axis = 0; axis < 3; ++axis) velocities_[axis] = Slopes(times_, secants[axis]);
+  }
+
+  /// `i` is the interval that the time is in.
+  VgeRMatrix At(double time, std::size_t i) const {
+    if (time <= times_[i] || i + 1 >= rotations_.size()) return rotations_[i];
+    const double h = times_[i + 1] - times_[i], t = (time - times_[i]) / h, s = 1 - t;
+    const VgeTVector first = Velocity(i, h / 3), last = Velocity(i + 1, h / 3);
+    VgeRMatrix from, to;
+    SetProduct(from, rotations_[i], RotationBy(first));
+    SetProduct(to, rotations_[i + 1], Transposed(RotationBy(last)));
+    const VgeTVector middle = RotationVector(Turn(from, to));
+    VgeRMatrix rotation = rotations_[i];
+    SetProduct(rotation, rotation, RotationBy(Times(first, 1 - s * s * s)));
+    SetProduct(rotation, rotation, RotationBy(Times(middle, t * t * (3 - 2 * t))));
+    SetProduct(rotation, rotation, RotationBy(Times(last, t * t * t)));
+    return rotation;
+  }
+
+private:
+  static VgeTVector Times(const VgeTVector& v, double factor) {
+    return {v.x * factor, v.y * factor, v.z * factor, 0};
+  }
+  static VgeRMatrix Turn(const VgeRMatrix& from, const VgeRMatrix& to) {
+    VgeRMatrix turn;
+    SetProduct(turn, Transposed(from), to);
+    return turn;
+  }
+  VgeTVector Velocity(std::size_t i, double factor) const {
+    return Times({velocities_[0][i], velocities_[1][i], velocities_[2][i], 0}, factor);
+  }
+
+  const std::vector<double>& times_;
+  std::vector<VgeRMatrix> rotations_;
+  std::array<std::vector<double>, 3> velocities_;
+};
+
+/// From the frames of an animation to those at another rate.
+class Resampler {
+public:
+  Resampler(const std::vector<double>& times, const FrameRate& rate, const std::string& file)
+      : old_times_(times) {
+    constexpr double kMost = 1e7;
+    const double start = times.front(), seconds = times.back() - start;
+    if (!(seconds * rate.Hz() < kMost))
+      throw InputError(
+          Code::Limit, file, "",
+          fmt::format("{:.6g} s at {} Hz are more than 10 million frames", seconds, ToText(rate)),
+          "name a lower --output-rate, or check the times");
+    constexpr double kRounding = 1e-9; // seconds by which the last frame may be late
+    for (std::int64_t f = 0; f == 0 || rate.Seconds(f) <= seconds + kRounding; ++f) {
+      const double time = std::min(start + rate.Seconds(f), times.back());
+      std::size_t i = intervals_.empty() ? 0 : intervals_.back();
+      while (i + 1 < times.size() && times[i + 1] <= time) ++i;
+      frames.push_back(f + 1);
+      new_times.push_back(start + rate.Seconds(f));
+      intervals_.push_back(i);
+    }
+  }
+
+  /// One curve: `old_value(frame)` becomes `new_value(frame)`, which is a reference.
+  template <class Old, class New>
+  void Curve(const Old& old_value, const New& new_value) const {
+    std::vector<double> values(old_times_.size());
+    for (std::size_t f = 0; f < values.size(); ++f) values[f] = old_value(f);
+    const MonotoneCubic curve(old_times_, std::move(values));
+    for (std::size_t f = 0; f < new_times.size(); ++f) new_value(f) = curve.At(new_times[f], intervals_[f]);
+  }
+
+  /// Weights (size: frames x columns).
+  void Weights(std::vector<double>& weights) const {
+    const std::size_t columns = weights.size() / old_times_.size();
+    std::vector<double> resampled(new_times.size() * columns);
+    for (std::size_t c = 0; c < columns; ++c)
+      Curve([&](std::size_t f) { return weights[f * columns + c]; },
+            [&](std::size_t f) -> double& { return resampled[f * columns + c]; });
+    weights = std::move(resampled);
+  }
+
+  void Angles(std::vector<Eyes>& eyes) const {
+    if (eyes.empty()) return;
+    std::vector<Eyes> resampled(new_times.size());
+    for (const auto angle : {&EyeAngles::yaw, &EyeAngles::pitch})
+      for (const std::size_t eye : {0U, 1U})
+        Curve([&](std::size_t f) { return eyes[f][eye].*angle; },
+              [&](std::size_t f) -> double& { return resampled[f][eye].*angle; });
+    eyes = std::move(resampled);
+  }
+
+  void Heads(std::vector<VgeAMatrix>& heads) const {
+    std::vector<VgeRMatrix> rotations;
+    for (const VgeAMatrix& head : heads) rotations.push_back(RotationOf(head));
+    const RotationCurve turns(old_times_, std::move(rotations));
+    std::vector<VgeAMatrix> resampled(new_times.size());
+    for (std::size_t f = 0; f < new_times.size(); ++f) {
+      const VgeRMatrix rotation = turns.At(new_times[f], intervals_[f]);
+      for (int column = 0; column < 3; ++column) std::copy_n(rotation.m[column], 3, resampled[f].m[column]);
+    }
+    for (int row = 0; row < 3; ++row)
+      Curve([&](std::size_t f) { return heads[f].m[3][row]; },
+            [&](std::size_t f) -> double& { return resampled[f].m[3][row]; });
+    heads = std::move(resampled);
+  }
+
+  std::vector<std::int64_t> frames; // numbers of the new ones
+  std::vector<double> new_times;
+
+private:
+  const std::vector<double>& old_times_;
+  std::vector<std::size_t> intervals_; // of the old times, that each new one is in
+};
+
+} // namespace
+
+void Resample(Animation& animation, const FrameRate& rate, const std::string& file,
+              std::vector<double>* fitted) {
+  Resampler resampler(animation.times, rate, file);
+  resampler.Weights(animation.weights);
+  resampler.Weights(animation.shape_weights);
+  if (fitted) resampler.Weights(*fitted);
+  resampler.Angles(animation.eyes);
+  resampler.Heads(animation.heads);
+  animation.frames = std::move(resampler.frames);
+  animation.times = std::move(resampler.new_times);
+  animation.layout.rate = rate;
+}
+
+} // namespace mien

@@ -1,0 +1,59 @@
+#include "host/weights/to_animation.h"
+
+#include "mien/base/affine.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace mien {
+namespace {
+
+std::vector<double> InOrderOf(const std::vector<std::string>& templates, const WeightTake& take) {
+  std::vector<double> weights(take.frames.size() * templates.size());
+  for (std::size_t n = 0; n < take.names.size(); ++n) {
+    const auto found = std::find(templates.begin(), templates.end(), take.names[n]);
+    const auto column = static_cast<std::size_t>(found - templates.begin());
+    for (std::size_t f = 0; f < take.frames.size(); ++f)
+      weights[f * templates.size() + column] = take.Weight(f, n);
+  }
+  return weights;
+}
+
+} // namespace
+
+bool AreTemplates(const WeightTake& take) {
+  const std::vector<std::string> templates = AnimationLayout().WeightNames(WeightKind::Templates);
+  return std::all_of(take.names.begin(), take.names.end(), [&](const std::string& name) {
+    return std::find(templates.begin(), templates.end(), name) != templates.end();
+  });
+}
+
+Animation ToAnimation(const WeightTake& take) {
+  Animation animation;
+  AnimationLayout& layout = animation.layout;
+  layout.take = take.name;
+  layout.rate = take.rate;
+  layout.timecode = take.timecode;
+  layout.timecode_offset_s = take.timecode_offset_s;
+  animation.frames = take.frames;
+  animation.times = take.times;
+  animation.heads.resize(take.frames.size());
+  for (std::size_t f = 0; f < take.heads.size(); ++f) animation.heads[f] = RotationBy(take.heads[f]);
+  for (std::size_t f = 0; f < take.head_places.size(); ++f) {
+    const Point& place = take.head_places[f];
+    SetColumn(animation.heads[f], 3, {place.x, place.y, place.z});
+  }
+  animation.eyes = take.eyes;
+  if (AreTemplates(take)) {
+    animation.weights = InOrderOf(layout.WeightNames(WeightKind::Templates), take);
+  } else {
+    layout.templates.clear();
+    layout.shapes = take.names;
+    animation.shape_weights = take.weights;
+  }
+  return animation;
+}
+
+} // namespace mien
