@@ -3,7 +3,7 @@
 #include "host/animation/gltf_clock.h"
 #include "host/base/error.h"
 #include "host/base/rotation.h"
-#include "host/gltf/face_glb.h"
+#include "host/face/face_glb.h"
 #include "host/gltf/glb_animation.h"
 #include "host/gltf/glb_data.h"
 #include "host/gltf/morph_targets.h"
@@ -155,7 +155,7 @@ VgeAMatrix TurnedBack(VgeAMatrix motion) {
   return motion;
 }
 
-// --- The built-in face
+// --- The built-in head
 
 nlohmann::ordered_json& NodeAt(Glb& glb, std::size_t node) { return glb.json["nodes"][node]; }
 
@@ -246,6 +246,13 @@ HeadCoverage WriteFaceAnimation(const Animation& animation, const Character* cha
     const BoundNode bound = BindFace(face.glb, animation.layout.WeightNames(kind));
     AddWeights(glb, animation, kind, bound);
     glb.AddRotation(FaceGlb::kFace, [&](std::size_t f) { return RotationOf(animation.HeadMotion(f)); });
+    if (!animation.eyes.empty()) {
+      const std::size_t eyes[] = {FaceGlb::kLeftEye, FaceGlb::kRightEye};
+      for (std::size_t eye = 0; eye < 2; ++eye)
+        glb.AddRotation(eyes[eye],
+                        [&](std::size_t f) { return RotationOf(RotationBy(animation.eyes[f][eye])); });
+      coverage.eye_nodes = {"LeftEye", "RightEye"};
+    }
     for (std::size_t c = 0; c < cluster_nodes.size(); ++c)
       glb.AddTransform(cluster_nodes[c], [&](std::size_t f) { return LocalCluster(animation, f, c); });
     Finish(glb, animation, coverage);

@@ -28,8 +28,9 @@ namespace mien {
 HeadCoverage WriteAnimationOntoHead(const Animation& animation, Glb head, const HeadNodes& nodes,
                                     std::ostream& out);
 
-/// Writes the built-in face (host/gltf/face_glb.h) with the animation, and below it a node for each cluster.
-/// `character` is the character of the animation; null without one.
+/// Writes the built-in head (host/face/face_glb.h) with the animation, and beside it a node for each
+/// cluster. Its eyes turn where the animation has them. `character` is the character of the animation; null
+/// without one.
 HeadCoverage WriteFaceAnimation(const Animation& animation, const Character* character, std::ostream& out);
 
 } // namespace mien
