@@ -2,7 +2,7 @@
 
 #include "host/animation/eye_nodes.h"
 #include "host/character/character_file.h"
-#include "host/gltf/face_glb.h"
+#include "host/face/face_glb.h"
 #include "host/gltf/glb_data.h"
 #include "host/gltf/humanoid.h"
 #include "host/gltf/morph_targets.h"
@@ -73,7 +73,7 @@ struct Body {
   std::vector<std::size_t> bones = {}; // nodes, in the order of kHumanoid
 };
 
-/// The built-in face on the head bone of a humanoid, which stands on the ground.
+/// The built-in head on the head bone of a humanoid, which stands on the ground; its bust is on the chest.
 Body MakeBody(bool faces_forward) {
   const Character arkit52 = LoadCharacter("arkit52");
   Body body = {.glb = MakeFaceGlb(&arkit52).glb};
@@ -92,8 +92,16 @@ Body MakeBody(bool faces_forward) {
     if (b != kHipsBone) nodes[body.bones[kHumanoid[b].parent]]["children"].push_back(body.bones[b]);
 
   // The face stands 5 cm above its chin and 9 cm in front of its back where the neck holds the head.
-  Json skull = {{"name", "skull"}, {"children", roots}, {"translation", {0, -0.05, side * -0.09}}};
+  const double skull_y = -0.05, skull_z = -0.09;
+  Json skull = {{"name", "skull"}, {"children", roots}, {"translation", {0, skull_y, side * skull_z}}};
   if (!faces_forward) skull["rotation"] = {0, 1, 0, 0};
+  const HumanoidBone &head = kHumanoid[kHeadBone], &neck = kHumanoid[head.parent];
+  Json& bust = nodes[FaceGlb::kBust];
+  bust["translation"] = {0, neck.offset[1] + head.offset[1] + skull_y,
+                         side * (neck.offset[2] + head.offset[2] + skull_z)};
+  if (!faces_forward) bust["rotation"] = {0, 1, 0, 0};
+  nodes[FaceGlb::kRoot]["children"] = {FaceGlb::kFace};
+  nodes[body.bones[neck.parent]]["children"].push_back(FaceGlb::kBust);
   nodes[body.bones[kHeadBone]]["children"].push_back(AppendTo(body.glb, "nodes", std::move(skull)));
   body.glb.json["scenes"][0]["nodes"] = {body.bones[kHipsBone]};
   return body;

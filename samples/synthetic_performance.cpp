@@ -5,11 +5,11 @@
 
 #include "host/animation/weight_csv.h"
 #include "host/character/character_file.h"
+#include "host/face/face_glb.h"
 #include "host/formats/landmark_csv.h"
 #include "host/formats/marker_csv.h"
 #include "host/formats/mesh_mirror.h"
 #include "host/formats/mesh_space.h"
-#include "host/gltf/face_glb.h"
 #include "host/performer/performer_file.h"
 #include "mien/face/face.h"
 #include "samples/avatars.h"
@@ -246,8 +246,8 @@ const std::vector<SpotPair> kLandmarkSpots = {
     {"lm66", "", {0, 25.7, 187}, {{"Mouth.LeftLowerMouth", 0.5}, {"Mouth.RightLowerMouth", 0.5}}},
 };
 
-// The landmarks of the face mesh that landmarks478 uses, the brows and the irises, where the 68 of the same name
-// are or between them.
+// The landmarks of the face mesh that landmarks478 uses, the brows and the irises, where the 68 of the same
+// name are or between them.
 const std::vector<SpotPair> kMeshSpots = {
     {"lm10", "", {0, 162, 159}, {}},
     {"lm338", "lm109", {17, 161, 157}, {}},
@@ -325,7 +325,8 @@ std::vector<Spot> BothSides(const std::vector<SpotPair>& pairs) {
   return spots;
 }
 
-/// The landmarks of the mesh in their order: those of `pairs`, and for the rest pairs of places on an ellipsoid.
+/// The landmarks of the mesh in their order: those of `pairs`, and for the rest pairs of places on an
+/// ellipsoid.
 std::vector<Spot> MeshSpots(const std::vector<SpotPair>& pairs) {
   std::vector<Spot> spots;
   for (const std::string& marker : MeshMarkers(kMeshPoints)) {

@@ -2,7 +2,7 @@
 
 #include "host/base/error.h"
 #include "host/base/rotation.h"
-#include "host/gltf/face_glb.h"
+#include "host/face/face_glb.h"
 #include "host/gltf/glb_data.h"
 #include "host/gltf/node_tree.h"
 #include "mien/base/affine.h"
@@ -138,7 +138,7 @@ VgeAMatrix TurnedBack(VgeAMatrix motion) {
   return motion;
 }
 
-// --- The built-in face
+// --- The built-in head
 
 nlohmann::ordered_json& NodeAt(Glb& glb, std::size_t node) { return glb.json["nodes"][node]; }
 
@@ -237,6 +237,14 @@ AnimatedHead AnimateFace(const Animation& animation, const Character* character)
     head.head_node = FaceGlb::kFace;
     head.turning.push_back(
         {FaceGlb::kFace, [&animation](std::size_t f) { return RotationOf(animation.HeadMotion(f)); }});
+    if (!animation.eyes.empty()) {
+      const std::size_t eyes[] = {FaceGlb::kLeftEye, FaceGlb::kRightEye};
+      for (std::size_t eye = 0; eye < 2; ++eye)
+        head.turning.push_back({eyes[eye], [&animation, eye](std::size_t f) {
+                                  return RotationOf(RotationBy(animation.eyes[f][eye]));
+                                }});
+      head.coverage.eye_nodes = {"LeftEye", "RightEye"};
+    }
     for (std::size_t c = 0; c < cluster_nodes.size(); ++c)
       head.moving.push_back(
           {cluster_nodes[c], [&animation, c](std::size_t f) { return LocalCluster(animation, f, c); }});

@@ -50,8 +50,9 @@ struct AnimatedHead { // NOLINT(bugprone-exception-escape): as Glb
 /// Throws InputError as BindHead does, and if the head's data is not in the file or there are no frames.
 AnimatedHead AnimateHead(const Animation& animation, Glb head, const HeadNodes& nodes);
 
-/// The built-in face (host/gltf/face_glb.h), and below it a node for each cluster. `character` is the character
-/// of the animation; null without one. Of an animation without frames, the face at rest.
+/// The built-in head (host/face/face_glb.h), and beside it a node for each cluster. Its eyes turn where the
+/// animation has them. `character` is the character of the animation; null without one. Of an animation without
+/// frames, the head at rest.
 AnimatedHead AnimateFace(const Animation& animation, const Character* character);
 
 } // namespace mien

@@ -240,6 +240,17 @@ bool HasGazeTarget(const HeadBinding& binding) {
   return false;
 }
 
+/// Whether morph targets already turn what these nodes of eyes would. Those of the lids, which follow the
+/// eyes, do not turn eyeballs with meshes of their own.
+bool TargetsTurnEyes(const Glb& head, const HeadBinding& binding, const std::array<std::size_t, 2>& eyes) {
+  const auto is_still_ball = [&](std::size_t eye) {
+    return JsonAt(head).At("nodes").Element(eye).Find("mesh") &&
+           std::none_of(binding.nodes.begin(), binding.nodes.end(),
+                        [eye](const BoundNode& bound) { return bound.node.node == eye; });
+  };
+  return HasGazeTarget(binding) && !std::all_of(eyes.begin(), eyes.end(), is_still_ball);
+}
+
 /// The nodes that the user names as the eyes.
 void BindNamedEyes(const Glb& head, const NodeNames& names, const std::pair<std::string, std::string>& eyes,
                    HeadBinding& binding) {
@@ -250,7 +261,7 @@ void BindNamedEyes(const Glb& head, const NodeNames& names, const std::pair<std:
         Code::Contradiction, head.file, "",
         fmt::format("{} and {} are not two nodes besides the head", Quoted(eyes.first), Quoted(eyes.second)),
         "name the nodes of the left and the right eye");
-  if (HasGazeTarget(binding))
+  if (TargetsTurnEyes(head, binding, nodes))
     binding.coverage.notes.push_back(
         {Code::Doubtful, "", "the eyes turn by their nodes, and morph targets follow them as well"});
   binding.eye_nodes = nodes;
@@ -259,9 +270,10 @@ void BindNamedEyes(const Glb& head, const NodeNames& names, const std::pair<std:
 /// The avatar's bones of the eyes or, of another head, the nodes with usual names, unless they follow something
 /// else already.
 void BindUsualEyes(const Glb& head, HeadBinding& binding) {
-  if (binding.vrm ? binding.vrm->Avatar().looks_by_expressions : HasGazeTarget(binding)) return;
   const auto nodes = binding.vrm ? binding.vrm->Avatar().eyes : FindEyeNodes(head);
   if (!nodes) return;
+  if (binding.vrm ? binding.vrm->Avatar().looks_by_expressions : TargetsTurnEyes(head, binding, *nodes))
+    return;
   for (const std::size_t node : *nodes)
     if (FollowsCluster(binding, node) || binding.head_node == node) return;
   binding.eye_nodes = nodes;

@@ -79,7 +79,8 @@ struct AnimatedParts {
 /// only node of its name. `nodes` names those that turn with the head and the eyes.
 ///
 /// Without names for the eyes, but with their angles, the two nodes with usual names of eyes turn ("LeftEye",
-/// "eye.L"), unless a morph target follows the eyes. Of several such nodes those that are joints.
+/// "eye.L"). Not so where a morph target follows the eyes ("eyeLookUpLeft"), unless both nodes show meshes
+/// that nothing else moves: eyeballs, beside lids that follow. Of several such nodes those that are joints.
 ///
 /// On a VRM avatar, shapes drive its expressions (VrmBinding) and these its morph targets, besides the targets
 /// of their own names; its bones are the head that turns, if the animation's head moves, and the eyes.

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace mien {
 
@@ -38,6 +39,29 @@ std::size_t AppendFloats(Glb& glb, std::span<const float> values, ElementType ty
 
 /// The same for the vertex indices of triangles.
 std::size_t AppendIndices(Glb& glb, std::span<const std::uint16_t> indices);
+
+/// Normalised integers, which stand for numbers from -1 to 1: a short for 32767 steps, a byte for 127. Of
+/// the format's extension KHR_mesh_quantization, which the caller has to declare.
+enum class Packed { Byte = 5120, Short = 5122 };
+
+/// The same for vectors of three numbers from -1 to 1, as vertex data.
+std::size_t AppendPacked(Glb& glb, std::span<const float> values, Packed packed, Bounds bounds);
+
+/// The same for colours of vertices: red, green, blue and alpha, linear.
+std::size_t AppendColours(Glb& glb, std::span<const std::uint8_t> rgba);
+
+/// The elements of a sparse accessor that are not 0, as a buffer view of their ascending indices, which
+/// accessors can share.
+struct SparseIndices {
+  std::size_t view = 0;
+  std::vector<std::uint16_t> indices;
+};
+SparseIndices AppendSparseIndices(Glb& glb, std::vector<std::uint16_t> indices);
+
+/// As AppendPacked, but stores only these elements of `values`; the others are 0. Without any, no data at
+/// all.
+std::size_t AppendSparse(Glb& glb, std::span<const float> values, const SparseIndices& elements,
+                         Packed packed, Bounds bounds);
 
 /// Throws InputError where a GLB that was read cannot be appended to: a list is not an array, or buffer 0 is
 /// not, or not completely, in the file.

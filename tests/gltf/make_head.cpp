@@ -3,7 +3,7 @@
 // another spelling; bones, one of them with a matrix, are for clusters.
 
 #include "host/character/character_file.h"
-#include "host/gltf/face_glb.h"
+#include "host/face/face_glb.h"
 #include "host/gltf/glb.h"
 
 #include <fstream>
@@ -16,16 +16,16 @@ int main(int argc, char** argv) {
   const mien::Character character = mien::LoadCharacter("arkit52");
   mien::Glb head = mien::MakeFaceGlb(&character).glb;
 
-  Json& nodes = head.json["nodes"]; // 0 "mien" > 1 "face"
-  nodes[0]["children"] = {2};
+  Json& nodes = head.json["nodes"]; // 0 "mien" > 1 "face" > 2, 3 the eyes; 4 "bust"
+  nodes[0]["children"] = {4, 5};
   nodes[0]["rotation"] = {0, 0.6, 0, 0.8};
   nodes[0]["scale"] = {2, 2, 2};
   nodes.push_back(
-      {{"name", "neck"},
-       {"children", {1, 3, 4, 5}},
+      {{"name", "neckBone"},
+       {"children", {1, 6, 7, 8}},
        {"matrix", {1, 0, 0, 0, 0, 0.8, 0.6, 0, 0, -0.6, 0.8, 0, 0.1, 1.5, 0, 1}}}); // rotated about x
   nodes[1]["rotation"] = {0.5, 0.5, -0.5, 0.5};
-  nodes.push_back({{"name", "lashes"}, {"mesh", 1}});
+  nodes.push_back({{"name", "lashes"}, {"mesh", 3}});
   nodes.push_back({{"name", "jawBone"}, {"matrix", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -4, 2, 1}}});
   nodes.push_back({{"name", "browBoneL"}, {"translation", {3, 7, 9}}});
 

@@ -39,16 +39,17 @@ set(sees_host/guess     base takes cleaning performer guess)
 set(sees_host/character base files character)
 set(sees_host/gltf      base files character gltf)
 set(sees_host/fit       base files takes formats cleaning performer character gltf fit)
-set(sees_host/animation base takes character gltf animation)
+set(sees_host/face      base character gltf face)
+set(sees_host/animation base takes character gltf face animation)
 set(sees_host/solve     base takes cleaning performer character fit animation solve)
 set(sees_host/calibrate base files takes formats performer fit animation calibrate)
 set(sees_host/weights   base files takes formats performer character animation weights)
 set(sees_host/view      base takes inspect performer character gltf animation solve view)
-set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit animation
+set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit face animation
                         solve calibrate weights view jobs)
-set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit animation
+set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit face animation
                         solve calibrate weights view jobs cli)
-foreach(folder base files takes formats cleaning inspect performer guess character gltf fit animation solve calibrate
+foreach(folder base files takes formats cleaning inspect performer guess character gltf fit face animation solve calibrate
                weights view jobs cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)

@@ -1,7 +1,7 @@
 #include "host/animation/animation_glb.h"
 
 #include "host/character/character_file.h"
-#include "host/gltf/face_glb.h"
+#include "host/face/face_glb.h"
 #include "host/gltf/glb.h"
 #include "mien/base/geometry.h"
 #include "tests/host/glb_curves.h"
@@ -412,6 +412,25 @@ TEST(FaceAnimation, WeightsAndTheHeadMove) {
   EXPECT_EQ(coverage.driven_nodes, 1u);
 }
 
+TEST(FaceAnimation, TheEyesTurnInTheHeadAndTheNeckStays) {
+  Animation animation = Shapes({}, 2);
+  animation.heads[1] = Affine(Rotation(5, 10, 15));
+  EXPECT_THAT(Curve(Face(animation, nullptr).glb, FaceGlb::kLeftEye, "rotation"), IsEmpty())
+      << "the take does not show where they look";
+  animation.eyes = {{}, {{{.yaw = 0.5, .pitch = 0}, {.yaw = 0, .pitch = 0.25}}}};
+  const auto [coverage, glb] = Face(animation, nullptr);
+  EXPECT_THAT(coverage.eye_nodes, ElementsAre("LeftEye", "RightEye"));
+  constexpr double kDegrees = 57.29577951308232;
+  const auto left = Curve(glb, FaceGlb::kLeftEye, "rotation"),
+             right = Curve(glb, FaceGlb::kRightEye, "rotation");
+  ASSERT_EQ(left.size(), 8u);
+  ASSERT_EQ(right.size(), 8u);
+  ExpectTurns(&left[4], Rotation(0, 0.5 * kDegrees, 0));
+  ExpectTurns(&right[4], Rotation(0.25 * kDegrees, 0, 0));
+  for (const Json& channel : glb.json["animations"][0]["channels"])
+    EXPECT_LE(channel["target"]["node"], FaceGlb::kRightEye) << "the neck is behind it";
+}
+
 TEST(FaceAnimation, WithoutFramesItIsTheFaceAtRest) {
   std::ostringstream still;
   WriteGlb(MakeFaceGlb(nullptr).glb, still);
@@ -457,16 +476,16 @@ TEST(FaceAnimation, ClustersAreNodesBelowTheirParts) {
   animation.local_clusters[5].translation = VgeTVector{7, 8, 9};
   const auto [coverage, glb] = Face(animation, &character);
   const Json& nodes = glb.json["nodes"];
-  ASSERT_EQ(nodes.size(), 7u);
-  EXPECT_EQ(nodes[0]["children"], Json::array({1, 2, 5}));
-  EXPECT_EQ(nodes[2]["name"], "jaw");
-  EXPECT_EQ(nodes[2]["translation"], Json::array({0.0, 9.0, 0.0}));
-  EXPECT_EQ(nodes[2]["children"], Json::array({3, 4}));
-  EXPECT_EQ(nodes[3]["name"], "chin");
-  EXPECT_EQ(nodes[3]["translation"], Json::array({1.0, 2.0, 3.0}));
-  EXPECT_EQ(nodes[6]["name"], "face") << "the same name as the face's node, but not taken for it";
-  EXPECT_THAT(Curve(glb, 6, "translation"), ElementsAre(0, 0, 0, 7, 8, 9));
-  EXPECT_THAT(Curve(glb, 3, "rotation"), ElementsAre(0, 0, 0, 1, 0, 0, 0, 1));
+  ASSERT_EQ(nodes.size(), 10u) << "the head's five first";
+  EXPECT_EQ(nodes[0]["children"], Json::array({1, 4, 5, 8}));
+  EXPECT_EQ(nodes[5]["name"], "jaw");
+  EXPECT_EQ(nodes[5]["translation"], Json::array({0.0, 9.0, 0.0}));
+  EXPECT_EQ(nodes[5]["children"], Json::array({6, 7}));
+  EXPECT_EQ(nodes[6]["name"], "chin");
+  EXPECT_EQ(nodes[6]["translation"], Json::array({1.0, 2.0, 3.0}));
+  EXPECT_EQ(nodes[9]["name"], "face") << "the same name as the face's node, but not taken for it";
+  EXPECT_THAT(Curve(glb, 9, "translation"), ElementsAre(0, 0, 0, 7, 8, 9));
+  EXPECT_THAT(Curve(glb, 6, "rotation"), ElementsAre(0, 0, 0, 1, 0, 0, 0, 1));
   EXPECT_EQ(coverage.driven_clusters, 3u);
 }
 

@@ -266,6 +266,21 @@ TEST(HeadBinding, WhereMorphTargetsFollowTheEyesTheirNodesDoNot) {
                                "the eyes turn by their nodes, and morph targets follow them as well"}));
 }
 
+TEST(HeadBinding, EyeballsWithMeshesOfTheirOwnTurnBesideLidsThatFollow) {
+  const std::string meshes = "[" + Mesh(R"("jawOpen","eyeLookUp_L")") + R"(,{"primitives":[{}]}])";
+  const Glb balls =
+      Head(R"([{"name":"Head","mesh":0},{"name":"LeftEye","mesh":1},{"name":"RightEye","mesh":1}])", meshes);
+  EXPECT_THAT(BindEyes(balls, true).eye_nodes, testing::Optional(ElementsAre(1, 2)));
+  const HeadBinding named = BindEyes(balls, true, Names("LeftEye", "RightEye"));
+  EXPECT_THAT(named.eye_nodes, testing::Optional(ElementsAre(1, 2)));
+  EXPECT_THAT(named.coverage.notes, IsEmpty());
+  for (const char* other : {R"({"name":"RightEye","mesh":0})", R"({"name":"RightEye"})"}) {
+    const Glb head =
+        Head(R"([{"name":"Head","mesh":0},{"name":"LeftEye","mesh":1},)" + std::string(other) + "]", meshes);
+    EXPECT_EQ(BindEyes(head, true).eye_nodes, kNone) << other;
+  }
+}
+
 TEST(HeadBinding, NamedEyesAreTwoNodesBesidesTheHead) {
   EXPECT_EQ(ErrorWithEyes({"LeftEye", "Eye"}), "h.glb: no node has the name \"Eye\"; name one of its nodes: "
                                                "\"Head\", \"LeftEye\", \"RightEye\", \"ball\"");

@@ -1,5 +1,6 @@
 #include "host/gltf/glb_data.h"
 
+#include "host/gltf/accessors.h"
 #include "tests/host/glb_curves.h"
 #include "tests/host/head_glb.h"
 #include "tests/host/input_error.h"
@@ -12,8 +13,12 @@
 #include <string>
 #include <vector>
 
+using mien::AppendColours;
 using mien::AppendFloats;
 using mien::AppendIndices;
+using mien::AppendPacked;
+using mien::AppendSparse;
+using mien::AppendSparseIndices;
 using mien::AppendTo;
 using mien::Bounds;
 using mien::CheckAppendable;
@@ -21,6 +26,8 @@ using mien::Code;
 using mien::ElementType;
 using mien::Glb;
 using mien::Note;
+using mien::Packed;
+using mien::SparseIndices;
 using mien::ViewTarget;
 using testing::ElementsAre;
 using testing::SizeIs;
@@ -29,6 +36,12 @@ using tests::HeadOf;
 using tests::Json;
 
 namespace {
+
+/// What names an accessor, for a reader of its numbers.
+mien::JsonAt IndexOf(Glb& glb, std::size_t accessor) {
+  glb.json["extras"]["indices"].push_back(accessor);
+  return mien::JsonAt(glb).At("extras").At("indices").Elements().back();
+}
 
 std::string Error(const Glb& glb) {
   return InputErrorOf([&] { CheckAppendable(glb); });
@@ -54,6 +67,62 @@ TEST(GlbData, FloatsAreLittleEndianBehindWhatWasThere) {
   EXPECT_EQ(glb.json["bufferViews"].dump(), R"([{"buffer":0,"byteOffset":4,"byteLength":8}])");
   EXPECT_EQ(glb.json["accessors"].dump(),
             R"([{"bufferView":0,"componentType":5126,"count":2,"type":"SCALAR"}])");
+}
+
+TEST(GlbData, NormalisedIntegersAreRoundedAndAlignedToFourBytes) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<float> values = {1.F, -1.F, 0.5F, 0.F, 2.F, -0.1F};
+  EXPECT_EQ(AppendPacked(glb, values, Packed::Byte, Bounds::With), 0u);
+  EXPECT_EQ(glb.binary, std::string("abc\0\x7F\x81\x40\0\0\x7F\xF3\0", 12)) << "2 is limited to 1";
+  EXPECT_EQ(glb.json["bufferViews"][0].dump(),
+            R"({"buffer":0,"byteOffset":4,"byteLength":8,"byteStride":4,"target":34962})");
+  EXPECT_EQ(glb.json["accessors"][0].dump(),
+            R"({"componentType":5120,"normalized":true,"count":2,"type":"VEC3","bufferView":0,)"
+            R"("min":[0,-127,-13],"max":[127,127,64]})");
+  EXPECT_EQ(AppendPacked(glb, values, Packed::Short, Bounds::Without), 1u);
+  EXPECT_EQ(glb.json["bufferViews"][1]["byteStride"], 8);
+  const std::vector<double> read = mien::Accessors(glb).Numbers(IndexOf(glb, 1), 3);
+  ASSERT_EQ(read.size(), 6u);
+  EXPECT_EQ(read[0], 1);
+  EXPECT_EQ(read[1], -1);
+  EXPECT_NEAR(read[2], 0.5, 0.5 / 32767);
+  EXPECT_NEAR(read[5], -0.1, 0.5 / 32767);
+}
+
+TEST(GlbData, ColoursAreFourBytesAVertex) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<std::uint8_t> rgba = {255, 0, 51, 255, 1, 2, 3, 255};
+  AppendColours(glb, rgba);
+  EXPECT_EQ(glb.binary, std::string("abc\0\xFF\0\x33\xFF\1\2\3\xFF", 12));
+  EXPECT_EQ(glb.json["accessors"][0].dump(),
+            R"({"bufferView":0,"componentType":5121,"normalized":true,"count":2,"type":"VEC4"})");
+}
+
+TEST(GlbData, SparseAccessorsHoldOnlyTheirElementsAndShareIndices) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<float> values = {9.F, 9.F, 9.F, 0.25F, -1.F, 1.F, 9.F, 9.F, 9.F, 0.F, 0.F, 0.5F};
+  const SparseIndices elements = AppendSparseIndices(glb, {1, 3});
+  for (const Packed packed : {Packed::Short, Packed::Byte})
+    AppendSparse(glb, values, elements, packed, Bounds::With);
+  ASSERT_THAT(glb.json["bufferViews"], SizeIs(3)) << "the indices once";
+  EXPECT_EQ(glb.json["bufferViews"][2]["byteLength"], 6) << "values are not padded";
+  EXPECT_EQ(glb.json["accessors"][1]["min"], Json::array({0, -127, 0})) << "of the zeros as well";
+  for (const std::size_t accessor : {0u, 1u}) {
+    const std::vector<double> read = mien::Accessors(glb).Numbers(IndexOf(glb, accessor), 3, 4);
+    const std::vector<double> expected = {0, 0, 0, 0.25, -1, 1, 0, 0, 0, 0, 0, 0.5};
+    ASSERT_EQ(read.size(), expected.size());
+    for (std::size_t i = 0; i < read.size(); ++i) EXPECT_NEAR(read[i], expected[i], 0.5 / 127) << i;
+  }
+}
+
+TEST(GlbData, ASparseAccessorWithoutElementsHasNoData) {
+  Glb glb = HeadOf(R"("a")");
+  const std::vector<float> zeros(6, 0.F);
+  AppendSparse(glb, zeros, AppendSparseIndices(glb, {}), Packed::Short, Bounds::With);
+  EXPECT_FALSE(glb.json.contains("bufferViews"));
+  EXPECT_EQ(
+      glb.json["accessors"][0].dump(),
+      R"({"componentType":5122,"normalized":true,"count":2,"type":"VEC3","min":[0,0,0],"max":[0,0,0]})");
 }
 
 TEST(GlbData, BoundsAreOfEachComponent) {
