@@ -94,6 +94,9 @@ struct Animation {
   double ShapeWeight(std::size_t frame, std::size_t shape) const {
     return shape_weights[frame * layout.shapes.size() + shape];
   }
+  double WeightOf(WeightKind kind, std::size_t frame, std::size_t column) const {
+    return kind == WeightKind::Templates ? Weight(frame, column) : ShapeWeight(frame, column);
+  }
 
   /// A frame by its index. Valid until the animation changes.
   AnimationFrame Frame(std::size_t frame) const;

@@ -41,7 +41,7 @@ Lids LidsOf(const Animation& take, const std::array<bool, 2>& has, WeightKind ki
     const auto column =
         static_cast<std::size_t>(std::find(names.begin(), names.end(), LidNames(kind)[e]) - names.begin());
     for (std::size_t f = 0; f < take.frames.size(); ++f) {
-      lids.eyes[e][f] = take.Frame(f).WeightsOf(kind)[column];
+      lids.eyes[e][f] = take.WeightOf(kind, f, column);
       lids.mean[f] += lids.eyes[e][f] / count;
     }
   }

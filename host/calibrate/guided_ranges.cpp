@@ -30,7 +30,7 @@ using Curve = std::vector<double>;
 
 Curve CurveOf(const Animation& take, WeightKind kind, std::size_t column) {
   Curve curve;
-  for (std::size_t f = 0; f < take.frames.size(); ++f) curve.push_back(take.Frame(f).WeightsOf(kind)[column]);
+  for (std::size_t f = 0; f < take.frames.size(); ++f) curve.push_back(take.WeightOf(kind, f, column));
   return curve;
 }
 
