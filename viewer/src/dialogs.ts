@@ -15,7 +15,9 @@ export function fillDialogs(keys: Key[], generator: string): void {
   for (const key of keys) {
     const term = element("dt");
     for (const name of key.label.split(" ")) term.append(element("kbd", "", name));
-    list.append(term, element("dd", "", key.text));
+    const entry = element("div");
+    entry.append(term, element("dd", "", key.text));
+    list.append(entry);
   }
   byId("generator").textContent = generator;
   for (const { name, version, license, text } of BUNDLED) {

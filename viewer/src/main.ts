@@ -67,6 +67,7 @@ async function start(): Promise<void> {
   const flags = allFlags(sides);
   const groups = makeGroups(sides);
   showHeader(data, timeline);
+  byId("page").classList.toggle("two-sides", sides.length > 1);
 
   const partOfMarker = new Map<string, string>();
   for (const { markers } of sides) {

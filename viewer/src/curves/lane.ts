@@ -82,7 +82,7 @@ export function drawLane(frame: LaneFrame, lane: Lane): void {
   context.font = "11px system-ui, sans-serif";
   context.textBaseline = "middle";
   context.textAlign = "right";
-  const { values, digits } = ticks(range[0], range[1], Math.max(1, Math.floor((box.height - headingHeight) / 26)));
+  const { values, digits } = ticks(range[0], range[1], Math.max(2, Math.floor((box.height - headingHeight) / 26)));
   for (const value of values) {
     const at = Math.round(y(value)) + 0.5;
     context.strokeStyle = colour(Math.abs(value) < 1e-9 ? "grid-zero" : "grid");

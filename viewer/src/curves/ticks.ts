@@ -13,7 +13,7 @@ export function ticks(low: number, high: number, count: number): { values: numbe
   const step = roundStep((high - low) / Math.max(1, count));
   const values: number[] = [];
   for (let i = Math.ceil(low / step - 1e-9); i * step <= high + step * 1e-9 && values.length < 1000; ++i) {
-    values.push(i * step);
+    values.push(i * step + 0); // no negative zero
   }
   return { values, digits: Math.max(0, -Math.floor(Math.log10(step) + 1e-9)) };
 }

@@ -81,13 +81,13 @@ export class Labels {
     this.showMarker(this.chosenLabel, this.chosen);
     if (this.sides.length < 2) return;
     this.sides.forEach((side, s) => {
-      const box = side.box(false);
+      const box = side.box({ markers: true, head: true, headMotion: false });
       const top = new Vector3((box.min.x + box.max.x) / 2, box.max.y, (box.min.z + box.max.z) / 2);
-      const at = box.isEmpty() ? undefined : this.stage.project(side.root.localToWorld(top));
+      const at = box.isEmpty() ? undefined : this.stage.project(side.root.localToWorld(top.clone()));
       const name = this.names[s];
       name.hidden = !at;
       if (!at) return;
-      const other = this.stage.project(this.sides[1 - s].root.localToWorld(top.clone()));
+      const other = this.stage.project(this.sides[1 - s].root.localToWorld(top));
       const room = other && Math.abs(other.x - at.x) > 1 ? Math.abs(other.x - at.x) - 8 : 240;
       name.style.maxWidth = `${Math.max(60, room)}px`;
       const y = Math.max(44, at.y - 26) + (this.sides[0].root.position.x === side.root.position.x ? s * 24 : 0);

@@ -81,7 +81,7 @@ export class MarkerCloud {
     geometry.setAttribute("position", new BufferAttribute(new Float32Array(neutral.flat()), 3));
     this.ghost = new Points(
       geometry,
-      new PointsMaterial({ size: 4, sizeAttenuation: false, transparent: true, opacity: 0.6, depthWrite: false }),
+      new PointsMaterial({ size: 3, sizeAttenuation: false, transparent: true, opacity: 0.55, depthWrite: false }),
     );
     this.ghost.frustumCulled = false;
     this.showTheme();

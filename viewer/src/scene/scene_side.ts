@@ -60,10 +60,10 @@ export class SceneSide {
     }
   }
 
-  /** Of what is there, in the root. */
-  box(headMotion: boolean): Box3 {
-    const box = this.markerBox(headMotion);
-    if (this.head) box.union(this.head.box());
+  /** Of what is shown, in the root. */
+  box(shown: Pick<Shown, "markers" | "head" | "headMotion">): Box3 {
+    const box = shown.markers ? this.markerBox(shown.headMotion) : new Box3();
+    if (this.head && shown.head) box.union(this.head.box());
     return box;
   }
 

@@ -47,7 +47,7 @@ export class Stage {
     this.showTheme();
     new ResizeObserver(() => this.resize()).observe(container);
     this.resize();
-    this.look(front);
+    this.showContent();
   }
 
   get canvas(): HTMLCanvasElement {
@@ -71,7 +71,7 @@ export class Stage {
     this.request();
   }
 
-  /** What front, side and reset look at. */
+  /** What showContent shows. */
   setContent(box: Box3): void {
     this.content.copy(box);
     if (box.isEmpty()) this.content.setFromCenterAndSize(new Vector3(), new Vector3(200, 200, 200));
@@ -83,12 +83,37 @@ export class Stage {
     this.controls.maxDistance = size * 12;
   }
 
-  lookFront(): void {
-    this.look(front);
+  /** All of the content from the front, as near as its box allows. */
+  showContent(): void {
+    const centre = this.content.getCenter(new Vector3());
+    const back = front.clone().normalize();
+    const right = new Vector3(0, 1, 0).cross(back).normalize();
+    const up = back.clone().cross(right);
+    const tangent = Math.tan(((this.camera.fov / 2) * Math.PI) / 180);
+    const margin = 1.12; // for the buttons and the legend
+    let distance = this.camera.near;
+    for (let corner = 0; corner < 8; ++corner) {
+      const { min, max } = this.content;
+      const place = new Vector3(corner & 1 ? max.x : min.x, corner & 2 ? max.y : min.y, corner & 4 ? max.z : min.z);
+      place.sub(centre);
+      const across = Math.abs(place.dot(right)) / (tangent * this.camera.aspect);
+      const high = (Math.abs(place.dot(up)) * margin) / tangent;
+      distance = Math.max(distance, place.dot(back) + Math.max(across * 1.04, high));
+    }
+    this.controls.target.copy(centre);
+    this.camera.position.copy(back).multiplyScalar(distance).add(centre);
+    this.camera.updateProjectionMatrix();
+    this.controls.update();
+    this.request();
   }
 
-  lookFromSide(): void {
-    this.look(side);
+  /** From the front or the performer's left, at the distance and around the point that the reader chose. */
+  turnToFront(): void {
+    this.turnTo(front);
+  }
+
+  turnToSide(): void {
+    this.turnTo(side);
   }
 
   /** Soon; several requests are drawn once. */
@@ -114,26 +139,10 @@ export class Stage {
     return { x: ((at.x + 1) / 2) * clientWidth, y: ((1 - at.y) / 2) * clientHeight };
   }
 
-  /** From a direction, as near as the content's box allows. */
-  private look(from: Vector3): void {
-    const centre = this.content.getCenter(new Vector3());
-    const back = from.clone().normalize();
-    const right = new Vector3(0, 1, 0).cross(back).normalize();
-    const up = back.clone().cross(right);
-    const tangent = Math.tan(((this.camera.fov / 2) * Math.PI) / 180);
-    const margin = 1.12; // for the buttons and the legend
-    let distance = this.camera.near;
-    for (let corner = 0; corner < 8; ++corner) {
-      const { min, max } = this.content;
-      const place = new Vector3(corner & 1 ? max.x : min.x, corner & 2 ? max.y : min.y, corner & 4 ? max.z : min.z);
-      place.sub(centre);
-      const across = Math.abs(place.dot(right)) / (tangent * this.camera.aspect);
-      const high = (Math.abs(place.dot(up)) * margin) / tangent;
-      distance = Math.max(distance, place.dot(back) + Math.max(across * 1.04, high));
-    }
-    this.controls.target.copy(centre);
-    this.camera.position.copy(back).multiplyScalar(distance).add(centre);
-    this.camera.updateProjectionMatrix();
+  private turnTo(from: Vector3): void {
+    const { target } = this.controls;
+    const distance = this.camera.position.distanceTo(target);
+    this.camera.position.copy(from).setLength(distance).add(target);
     this.controls.update();
     this.request();
   }

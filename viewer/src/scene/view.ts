@@ -115,7 +115,7 @@ export class View {
   /** Places the sides beside each other, and the camera so that it sees all. */
   private arrange(): void {
     if (!this.stage) return;
-    const boxes = this.sides.map((side) => side.box(this.shown.headMotion));
+    const boxes = this.sides.map((side) => side.box(this.shown));
     const filled = boxes.filter((box) => !box.isEmpty());
     if (this.sides.length > 1 && filled.length) {
       const width = Math.max(...filled.map((box) => box.max.x - box.min.x));
@@ -123,15 +123,16 @@ export class View {
     }
     const all = new Box3();
     boxes.forEach((box, s) => all.union(box.clone().translate(this.sides[s].root.position)));
+    if (this.sides.length > 1) all.max.y += (all.max.y - all.min.y) * 0.1; // for the names
     this.stage.setContent(all);
-    this.stage.lookFront();
+    this.stage.showContent();
     this.showFrame(false);
     byId("legend").hidden = !this.sides.some((side) => side.cloud);
   }
 
   private addButtons(stage: Stage): void {
-    byId("look-front").addEventListener("click", () => stage.lookFront());
-    byId("look-side").addEventListener("click", () => stage.lookFromSide());
+    byId("look-front").addEventListener("click", () => stage.turnToFront());
+    byId("look-side").addEventListener("click", () => stage.turnToSide());
     byId("look-reset").addEventListener("click", () => this.arrange());
     const toggles: [string, keyof Shown][] = [
       ["show-markers", "markers"],
