@@ -24,3 +24,7 @@ install_packages() {
 
 # The packages that the library and the command are built with.
 build_packages=(cmake ninja-build g++ libcli11-dev libfmt-dev libssl-dev nlohmann-json3-dev)
+
+# Node.js, with which the viewer is built. Debian's packages conflict with a Node.js from elsewhere.
+node_packages=()
+command -v npm >/dev/null || node_packages=(nodejs npm)

@@ -43,12 +43,13 @@ set(sees_host/animation base takes character gltf animation)
 set(sees_host/solve     base takes cleaning performer character fit animation solve)
 set(sees_host/calibrate base files takes formats performer fit animation calibrate)
 set(sees_host/weights   base files takes formats character animation weights)
+set(sees_host/view      base files takes formats cleaning performer character gltf fit animation solve weights view)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit animation
-                        solve calibrate weights jobs)
+                        solve calibrate weights view jobs)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit animation
-                        solve calibrate weights jobs cli)
+                        solve calibrate weights view jobs cli)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit animation solve calibrate
-               weights jobs cli)
+               weights view jobs cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
 endforeach()

@@ -47,7 +47,7 @@ function showHeader(data: PageData, timeline: Timeline): void {
   const hz = data.rate[0] / data.rate[1];
   const seconds = timeline.duration;
   const length = `${Math.floor(seconds / 60)}:${(seconds % 60).toFixed(1).padStart(4, "0")}`;
-  const count = timeline.count.toLocaleString("en");
+  const count = String(timeline.count).replace(/\B(?=(\d{3})+$)/g, ",");
   byId("summary").textContent = `${count} ${timeline.count === 1 ? "frame" : "frames"} · ${Number(hz.toFixed(3))} Hz · ${length}`;
 }
 

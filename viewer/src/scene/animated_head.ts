@@ -104,6 +104,19 @@ export class AnimatedHead {
     if (headNode) this.headNodeAtRest.copy(this.matrixInCarrier(headNode));
   }
 
+  /** Whether a material reflects its surroundings. */
+  get isReflecting(): boolean {
+    let found = false;
+    this.placed.traverse((object) => {
+      const { material } = object as Mesh;
+      for (const each of material ? [material].flat() : []) {
+        const { metalness = 0, roughness = 1 } = each as MeshStandardMaterial;
+        if (metalness > 0.05 || roughness < 0.4) found = true;
+      }
+    });
+    return found;
+  }
+
   /** In the carrier. */
   box(): Box3 {
     this.carrier.updateWorldMatrix(true, true);

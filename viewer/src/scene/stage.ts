@@ -15,6 +15,7 @@ import {
 } from "three";
 import { OrbitControls } from "three/addons/controls/OrbitControls.js";
 import { RoomEnvironment } from "three/addons/environments/RoomEnvironment.js";
+import { element } from "../dom";
 import { colour, onTheme } from "../theme";
 
 const front = new Vector3(0, 0.06, 1);
@@ -22,6 +23,7 @@ const side = new Vector3(1, 0.06, 0.0001);
 
 export class Stage {
   private readonly renderer: WebGLRenderer;
+  private readonly mostPixels: number; // per CSS pixel
   private readonly scene = new Scene();
   readonly camera = new PerspectiveCamera(28, 1, 1, 10000);
   private readonly controls: OrbitControls;
@@ -31,9 +33,14 @@ export class Stage {
 
   /** Throws if the browser has no WebGL. */
   constructor(private readonly container: HTMLElement) {
-    this.renderer = new WebGLRenderer({ antialias: true });
-    const canvas = this.renderer.domElement;
-    canvas.className = "stage-canvas";
+    const canvas = element("canvas", "stage-canvas");
+    const attributes = { alpha: true, depth: true, stencil: false, antialias: true };
+    // Where the processor has to draw, as on remote desktops, smooth edges would cost too much.
+    const fast = canvas.getContext("webgl2", { ...attributes, failIfMajorPerformanceCaveat: true });
+    this.mostPixels = fast ? 2 : 1;
+    const context = fast ?? canvas.getContext("webgl2", { ...attributes, antialias: false });
+    if (!context) throw new Error("WebGL is unavailable");
+    this.renderer = new WebGLRenderer({ canvas, context });
     container.prepend(canvas);
     this.controls = new OrbitControls(this.camera, canvas);
     this.controls.addEventListener("change", () => this.request());
@@ -45,7 +52,10 @@ export class Stage {
     this.scene.add(sky);
     onTheme(() => this.showTheme());
     this.showTheme();
-    new ResizeObserver(() => this.resize()).observe(container);
+    new ResizeObserver(() => {
+      this.resize();
+      this.draw(); // at once: a resized canvas is empty
+    }).observe(container);
     this.resize();
     this.showContent();
   }
@@ -62,7 +72,7 @@ export class Stage {
     this.drawListeners.push(listener);
   }
 
-  /** Reflections of a neutral room, without which metallic materials are black. Takes a while: after the first frame. */
+  /** Reflections of a neutral room, without which metallic materials are black. Takes a while, and makes drawing slower. */
   lightByRoom(): void {
     const generator = new PMREMGenerator(this.renderer);
     this.scene.environment = generator.fromScene(new RoomEnvironment(), 0.04).texture;
@@ -150,11 +160,10 @@ export class Stage {
   private resize(): void {
     const { clientWidth, clientHeight } = this.container;
     if (!clientWidth || !clientHeight) return;
-    this.renderer.setPixelRatio(Math.min(2, window.devicePixelRatio || 1));
+    this.renderer.setPixelRatio(Math.min(this.mostPixels, window.devicePixelRatio || 1));
     this.renderer.setSize(clientWidth, clientHeight, false);
     this.camera.aspect = clientWidth / clientHeight;
     this.camera.updateProjectionMatrix();
-    this.draw(); // at once: a resized canvas is empty
   }
 
   private showTheme(): void {

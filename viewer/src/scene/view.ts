@@ -92,7 +92,7 @@ export class View {
 
   /** After everything is there. */
   finish(): void {
-    if (this.sides.some((side) => side.head)) this.stage?.lightByRoom();
+    if (this.sides.some((side) => side.head?.isReflecting)) this.stage?.lightByRoom();
     this.showFrame(false);
   }
 

@@ -8,6 +8,7 @@ import type { Playback } from "./playback";
 export class Scrubber {
   private readonly canvas = element("canvas", "scrubber-marks");
   private readonly thumb = element("div", "scrubber-thumb");
+  private width = 0; // measured only when it changes: asking in each frame would lay the page out each time
 
   constructor(
     private readonly slider: HTMLElement,
@@ -34,6 +35,7 @@ export class Scrubber {
     playback.onFrame(() => this.showFrame());
     onTheme(() => this.draw());
     new ResizeObserver(() => {
+      this.width = slider.clientWidth;
       this.draw();
       this.showFrame();
     }).observe(slider);
@@ -46,14 +48,15 @@ export class Scrubber {
 
   private showFrame(): void {
     const { frame, timeline } = this.playback;
-    this.thumb.style.transform = `translateX(${this.place(frame) * this.slider.clientWidth}px)`;
+    this.thumb.style.transform = `translateX(${this.place(frame) * this.width}px)`;
     this.slider.setAttribute("aria-valuenow", String(frame));
     this.slider.setAttribute("aria-valuetext", `frame ${timeline.number(frame)}, ${timeline.clock(frame)}`);
   }
 
   /** Gaps above, filled in the middle, resting below; flags over all of them. */
   private draw(): void {
-    const { clientWidth: width, clientHeight: height } = this.slider;
+    const { width } = this;
+    const height = this.slider.clientHeight;
     const ratio = window.devicePixelRatio || 1;
     this.canvas.width = Math.max(1, Math.round(width * ratio));
     this.canvas.height = Math.max(1, Math.round(height * ratio));

@@ -304,7 +304,7 @@ test("the curves zoom and pan by wheel, drag and buttons, and a click seeks", as
   await page.click("#zoom-in");
   assert.ok((await shown())[1] - (await shown())[0] < whole[1] * 0.51);
   await page.click("#zoom-out");
-  assert.deepEqual(await shown(), whole);
+  assert.ok(Math.abs((await shown())[1] - whole[1]) < 1e-9);
   // The playhead stays in view while it plays.
   await page.click("#zoom-in");
   await page.click("#zoom-in");
@@ -322,7 +322,7 @@ test("curves are chosen from the list, by flags and by default", async () => {
   assert.equal((await chosen()).filter((name) => name.startsWith("Templates/")).length, 4);
   await page.click("#select-none");
   assert.deepEqual(await chosen(), []);
-  assert.ok(await page.locator(".plot-empty").isVisible());
+  await page.waitForSelector(".plot-empty", { state: "visible" });
   await page.getByRole("tab", { name: "Findings" }).click();
   await page.locator(".finding", { hasText: "LeftEye.Close" }).click();
   assert.deepEqual(await chosen(), ["Templates/LeftEye.Close"]);
@@ -350,15 +350,23 @@ test("facts, notes, the command and the licences are there", async () => {
   await finish(opened);
 });
 
-test("controls have names, and nothing overflows on tablets, phones and small windows", async () => {
+test("controls have names, and nothing overflows on screens, tablets and phones, in both themes", async () => {
   const [data, bytes] = samplePage();
   const path = writePage("sample", fillPage(template, data, bytes));
-  for (const [width, height] of [[1280, 720], [1024, 768], [768, 1024], [390, 844]]) {
-    for (const colorScheme of ["dark", "light"] as const) {
-      if (width < 1000 && colorScheme === "dark") continue;
-      const opened = await openFile(browser, path, { viewport: { width, height }, colorScheme, hasTouch: width < 1200 });
-      await hook(opened.page, (mien) => mien.seek(33));
-      const found = await opened.page.evaluate(() => ({
+  const sizes = [
+    { hasTouch: false, screens: [[1280, 720, "dark"], [1280, 720, "light"], [1024, 768, "light"]] },
+    { hasTouch: true, screens: [[1024, 768, "dark"], [768, 1024, "light"], [390, 844, "light"]] },
+  ] as const;
+  for (const { hasTouch, screens } of sizes) {
+    const [width, height, colorScheme] = screens[0];
+    const opened = await openFile(browser, path, { viewport: { width, height }, colorScheme, hasTouch });
+    const { page } = opened;
+    await hook(page, (mien) => mien.seek(33));
+    for (const [width, height, colorScheme] of screens) {
+      await page.setViewportSize({ width, height });
+      await page.emulateMedia({ colorScheme });
+      await page.click("#look-reset");
+      const found = await page.evaluate(() => ({
         overflow: document.documentElement.scrollWidth - innerWidth,
         nameless: [...document.querySelectorAll("button, input, select, [role=slider], [role=separator]")]
           .filter((control) => {
@@ -371,9 +379,10 @@ test("controls have names, and nothing overflows on tablets, phones and small wi
       assert.ok(found.overflow <= 0, `${width} x ${height}: ${found.overflow} pixels too wide`);
       assert.deepEqual(found.nameless, []);
       assert.equal(found.background, colorScheme === "dark" ? "rgb(24, 28, 32)" : "rgb(255, 255, 255)");
-      await opened.page.waitForTimeout(60);
-      await finish(opened, `sample_${width}x${height}_${colorScheme}`);
+      await page.waitForTimeout(60);
+      await page.screenshot({ path: `dist/pictures/sample_${width}x${height}_${colorScheme}.png` });
     }
+    await finish(opened);
   }
 });
 
@@ -406,13 +415,19 @@ test("two sides stand beside each other; a compared curve is shown at its larges
   assert.deepEqual(numbers, [...numbers].sort((a, b) => b - a));
   assert.equal(sorted[sorted.length - 1], "–");
   await page.click("#select-default");
+  await page.setViewportSize({ width: 1280, height: 720 });
+  await page.click("#look-reset");
   await page.waitForTimeout(60);
   await page.screenshot({ path: "dist/pictures/compared_1280x720_dark.png" });
   await page.click("#show-overlay");
-  assert.ok(Math.abs((await at(1)) - (await at(0))) < 100);
-  await finish(opened, "overlaid_1280x720_dark");
-  const light = await openData(browser, "compared", data, bytes, { colorScheme: "light", viewport: { width: 1024, height: 768 } });
-  await finish(light, "compared_1024x768_light");
+  assert.ok(Math.abs((await at(1)) - (await at(0))) < 1);
+  await page.setViewportSize({ width: 1024, height: 768 });
+  await page.click("#theme");
+  await page.waitForTimeout(60);
+  await page.screenshot({ path: "dist/pictures/overlaid_1024x768_light.png" });
+  await page.click("#show-overlay");
+  await page.waitForTimeout(60);
+  await finish(opened, "compared_1024x768_light");
 });
 
 test("takes with little in them: no head, no markers, one frame, gaps only, nothing at all", async () => {
@@ -544,14 +559,13 @@ for (const [name, markers, frames, shapes] of [["ten_minutes", 68, 18000, 60], [
     expected.forEach((value, axis) => assert.ok(Math.abs((shown?.place[axis] ?? NaN) - value) <= 0.026));
     await page.keyboard.press("Home");
     await page.keyboard.press(" ");
-    await page.waitForTimeout(1200);
+    await page.waitForFunction(() => (window.mien?.timings.frameMs.length ?? 0) >= 12);
     await page.keyboard.press(" ");
     const timings = await hook(page, (mien) => ({ ...mien.timings, curves: mien.timings.curvesMs() }));
     await page.getByLabel("Select all curves of Shapes").click();
     await page.waitForTimeout(300);
     const all = await hook(page, (mien) => mien.timings.curvesMs());
     const played = [...timings.frameMs].sort((a, b) => a - b);
-    assert.ok(played.length > 3);
     const ms = (value: number) => value.toFixed(1);
     context.diagnostic(
       `${name}: first frame ${ms(timings.firstFrameMs)} ms, decoded ${ms(timings.allDecodedMs)} ms, ` +
