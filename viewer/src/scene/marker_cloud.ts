@@ -23,7 +23,7 @@ import { colour } from "../theme";
 
 const shapes: Record<MarkerState, () => BufferGeometry> = {
   gap: () => new TorusGeometry(1.2, 0.22, 6, 20),
-  measured: () => new SphereGeometry(1, 14, 10),
+  measured: () => new SphereGeometry(1, 10, 7),
   filled: () => new OctahedronGeometry(1.45),
   computed: () => new BoxGeometry(1.7, 1.7, 1.7),
   slipped: () => new TetrahedronGeometry(1.8),
