@@ -1,6 +1,6 @@
 // The head of a side: a .glb whose morph weights and nodes follow the data.
 
-import type { Mesh, Object3D } from "three";
+import type { BufferAttribute, Mesh, Object3D } from "three";
 import { Box3, Group, Matrix4, MeshStandardMaterial, Quaternion, Vector3 } from "three";
 import type { GLTF } from "three/addons/loaders/GLTFLoader.js";
 import { GLTFLoader } from "three/addons/loaders/GLTFLoader.js";
@@ -117,10 +117,18 @@ export class AnimatedHead {
     return found;
   }
 
-  /** In the carrier. */
+  /** Of the head's points at rest, in the carrier. three's own boxes add up what all morph targets could do. */
   box(): Box3 {
     this.carrier.updateWorldMatrix(true, true);
-    return new Box3().setFromObject(this.placed).applyMatrix4(this.carrier.matrixWorld.clone().invert());
+    const box = new Box3();
+    const fromWorld = this.carrier.matrixWorld.clone().invert();
+    this.placed.traverse((object) => {
+      const position = (object as Mesh).geometry?.attributes.position;
+      if (!position) return;
+      const own = new Box3().setFromBufferAttribute(position as BufferAttribute);
+      box.union(own.applyMatrix4(object.matrixWorld).applyMatrix4(fromWorld));
+    });
+    return box;
   }
 
   /**
