@@ -45,8 +45,8 @@ function showHeader(data: PageData, timeline: Timeline): void {
   byId("title").textContent = data.title;
   byId("title").title = data.title;
   const hz = data.rate[0] / data.rate[1];
-  const seconds = timeline.duration;
-  const length = `${Math.floor(seconds / 60)}:${(seconds % 60).toFixed(1).padStart(4, "0")}`;
+  const tenths = Math.round(timeline.duration * 10);
+  const length = `${Math.floor(tenths / 600)}:${((tenths % 600) / 10).toFixed(1).padStart(4, "0")}`;
   const count = String(timeline.count).replace(/\B(?=(\d{3})+$)/g, ",");
   byId("summary").textContent = `${count} ${timeline.count === 1 ? "frame" : "frames"} · ${Number(hz.toFixed(3))} Hz · ${length}`;
 }

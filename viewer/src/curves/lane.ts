@@ -4,6 +4,7 @@ import type { FlagData } from "../data/contract";
 import type { Timeline } from "../data/timeline";
 import { colour } from "../theme";
 import type { Curve, CurveGroup } from "./curves";
+import type { Decimated } from "./decimate";
 import { decimate } from "./decimate";
 import type { PartSpan } from "./span_shades";
 import { ticks } from "./ticks";
@@ -97,7 +98,7 @@ export function drawLane(frame: LaneFrame, lane: Lane): void {
   context.beginPath();
   context.rect(gutter, box.top, width, box.height);
   context.clip();
-  context.lineJoin = "round";
+  context.lineJoin = "bevel";
   for (const curve of lane.selected) {
     for (let side = curve.values.length - 1; side >= 0; --side) {
       const values = curve.values[side];
@@ -191,7 +192,7 @@ function drawCurve(
       else context.moveTo(at, y(value));
       pen = true;
     }
-  } else {
+  } else if (perColumn <= 8) {
     const { low, high, lowFirst } = decimate(values, starts);
     let pen = false;
     for (let column = 0; column < columns; ++column) {
@@ -207,10 +208,29 @@ function drawCurve(
       context.lineTo(at, y(other) + (one === other && !pen ? 0.75 : 0));
       pen = true;
     }
+  } else {
+    fillColumns(frame, decimate(values, starts), y, stroke);
   }
   context.stroke();
   context.setLineDash([]);
   context.globalAlpha = 1;
+}
+
+/** Of many frames a column shows a bar, which is much faster to draw than a line up and down. */
+function fillColumns(frame: LaneFrame, { low, high }: Decimated, y: (value: number) => number, fill: string): void {
+  const { context, ratio } = frame;
+  context.fillStyle = fill;
+  let [lastTop, lastBottom] = [NaN, NaN];
+  for (let column = 0; column < low.length; ++column) {
+    const [top, bottom] = [y(high[column]), y(low[column])];
+    if (!Number.isNaN(top)) {
+      // Reaches to the column before it.
+      const from = lastBottom < top ? lastBottom : top;
+      const to = lastTop > bottom ? lastTop : bottom;
+      context.fillRect(gutter + column / ratio, from - 0.65, 1 / ratio, to - from + 1.3);
+    }
+    [lastTop, lastBottom] = [top, bottom];
+  }
 }
 
 /** The first frame of each of `columns` columns of the window, and the frame behind the last one. */

@@ -1,6 +1,6 @@
 // The head of a side: a .glb whose morph weights and nodes follow the data.
 
-import type { Mesh, Object3D } from "three";
+import type { BufferAttribute, Mesh, Object3D } from "three";
 import { Box3, Group, Matrix4, MeshStandardMaterial, Quaternion, Vector3 } from "three";
 import type { GLTF } from "three/addons/loaders/GLTFLoader.js";
 import { GLTFLoader } from "three/addons/loaders/GLTFLoader.js";
@@ -80,7 +80,7 @@ export class AnimatedHead {
   static async load(bytes: ArrayBuffer, data: HeadData): Promise<AnimatedHead> {
     const gltf = await new GLTFLoader().parseAsync(bytes, "");
     const required = (gltf.parser.json as GltfJson).extensionsRequired ?? [];
-    const unknown = required.filter((name) => !supportedExtensions.has(name));
+    const unknown = required.filter((name) => !supportedExtensions.has(name) && !name.startsWith("VRM"));
     if (unknown.length) throw new Error(`it requires ${unknown.join(", ")}`);
     return new AnimatedHead(gltf, data);
   }
@@ -117,10 +117,31 @@ export class AnimatedHead {
     return found;
   }
 
-  /** In the carrier. */
+  /** Of the head's points at rest, in the carrier. three's own boxes add up what all morph targets could do. */
   box(): Box3 {
     this.carrier.updateWorldMatrix(true, true);
-    return new Box3().setFromObject(this.placed).applyMatrix4(this.carrier.matrixWorld.clone().invert());
+    const box = new Box3();
+    const fromWorld = this.carrier.matrixWorld.clone().invert();
+    this.placed.traverse((object) => {
+      const position = (object as Mesh).geometry?.attributes.position;
+      if (!position) return;
+      const own = new Box3().setFromBufferAttribute(position as BufferAttribute);
+      box.union(own.applyMatrix4(object.matrixWorld).applyMatrix4(fromWorld));
+    });
+    return this.withoutBody(box);
+  }
+
+  /** An avatar has a body below its head node: of a tall box, what is around the head. */
+  private withoutBody(box: Box3): Box3 {
+    const headNode = this.headNode();
+    if (!headNode) return box;
+    const neck = new Vector3().setFromMatrixPosition(this.matrixInCarrier(headNode));
+    const height = box.max.y - neck.y;
+    if (height <= 0 || box.max.y - box.min.y < height * 3) return box;
+    const head = new Box3(new Vector3(-1.2, -0.5, -1.2), new Vector3(1.2, 1, 1.2));
+    head.min.multiplyScalar(height).add(neck);
+    head.max.multiplyScalar(height).add(neck);
+    return box.intersect(head);
   }
 
   /**
@@ -202,6 +223,7 @@ export class AnimatedHead {
   }
 }
 
+/** What changes how a head looks. The tables of avatars, whose names begin with VRM, do not keep it from being shown. */
 const supportedExtensions = new Set([
   "KHR_lights_punctual",
   "KHR_materials_anisotropy",

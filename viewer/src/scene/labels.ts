@@ -1,5 +1,6 @@
 // Labels over the 3D area: of the marker under the pointer, of the chosen marker, and the names of two sides.
 
+import type { Box3 } from "three";
 import { Vector3 } from "three";
 import { markerStates } from "../data/contract";
 import { element } from "../dom";
@@ -17,6 +18,7 @@ export class Labels {
   private readonly hover = element("div", "marker-label");
   private readonly chosenLabel = element("div", "marker-label chosen");
   private readonly names: HTMLElement[];
+  private tops: (Vector3 | undefined)[] = [];
   private hovered: MarkerOfSide | undefined;
   private chosen: MarkerOfSide | undefined;
 
@@ -54,6 +56,15 @@ export class Labels {
     stage.onDraw(() => this.show());
   }
 
+  /** After the sides were placed: their names stand above these boxes, which are in the sides' roots. */
+  place(boxes: Box3[]): void {
+    if (this.sides.length < 2) return;
+    this.tops = boxes.map((box, s) => {
+      const top = new Vector3((box.min.x + box.max.x) / 2, box.max.y, (box.min.z + box.max.z) / 2);
+      return box.isEmpty() ? undefined : top.add(this.sides[s].root.position);
+    });
+  }
+
   choose(choice: MarkerOfSide | undefined): void {
     this.chosen = choice;
     this.stage.request();
@@ -79,18 +90,14 @@ export class Labels {
   private show(): void {
     this.showMarker(this.hover, this.hovered);
     this.showMarker(this.chosenLabel, this.chosen);
-    if (this.sides.length < 2) return;
-    this.sides.forEach((side, s) => {
-      const box = side.box({ markers: true, head: true, headMotion: false });
-      const top = new Vector3((box.min.x + box.max.x) / 2, box.max.y, (box.min.z + box.max.z) / 2);
-      const at = box.isEmpty() ? undefined : this.stage.project(side.root.localToWorld(top.clone()));
+    this.tops.forEach((top, s) => {
       const name = this.names[s];
+      const [at, other] = [top, this.tops[1 - s]].map((place) => place && this.stage.project(place));
       name.hidden = !at;
       if (!at) return;
-      const other = this.stage.project(this.sides[1 - s].root.localToWorld(top));
-      const room = other && Math.abs(other.x - at.x) > 1 ? Math.abs(other.x - at.x) - 8 : 240;
-      name.style.maxWidth = `${Math.max(60, room)}px`;
-      const y = Math.max(44, at.y - 26) + (this.sides[0].root.position.x === side.root.position.x ? s * 24 : 0);
+      const areApart = other !== undefined && Math.abs(other.x - at.x) > 1;
+      name.style.maxWidth = `${areApart ? Math.max(60, Math.abs(other.x - at.x) - 8) : 240}px`;
+      const y = Math.max(44, at.y - 26) + (areApart ? 0 : s * 24);
       name.style.transform = `translate(-50%, 0) translate(${at.x}px, ${y}px)`;
     });
   }

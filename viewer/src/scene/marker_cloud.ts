@@ -12,6 +12,7 @@ import {
   OctahedronGeometry,
   Points,
   PointsMaterial,
+  Quaternion,
   SphereGeometry,
   TetrahedronGeometry,
   TorusGeometry,
@@ -21,12 +22,14 @@ import type { MarkersData, MarkerState } from "../data/contract";
 import { markerStates } from "../data/contract";
 import { colour } from "../theme";
 
+const cornerUp = new Quaternion().setFromUnitVectors(new Vector3(1, 1, 1).normalize(), new Vector3(0, 1, 0));
+
 const shapes: Record<MarkerState, () => BufferGeometry> = {
   gap: () => new TorusGeometry(1.2, 0.22, 6, 20),
   measured: () => new SphereGeometry(1, 10, 7),
   filled: () => new OctahedronGeometry(1.45),
   computed: () => new BoxGeometry(1.7, 1.7, 1.7),
-  slipped: () => new TetrahedronGeometry(1.8),
+  slipped: () => new TetrahedronGeometry(1.9).applyQuaternion(cornerUp),
 };
 
 export class MarkerCloud {
@@ -154,7 +157,7 @@ export class MarkerCloud {
     }
     const middle = new Vector3(...(["x", "y", "z"] as const).map((axis) => median(places.map((p) => p[axis]))));
     places.sort((a, b) => a.distanceToSquared(middle) - b.distanceToSquared(middle));
-    return places.slice(0, Math.ceil(places.length * 0.98));
+    return places.slice(0, Math.ceil(places.length * 0.9));
   }
 
   /** The last frame before a gap; -1 if there is none. */

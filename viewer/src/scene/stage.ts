@@ -45,8 +45,8 @@ export class Stage {
     this.controls = new OrbitControls(this.camera, canvas);
     this.controls.addEventListener("change", () => this.request());
     this.scene.add(this.camera);
-    const sky = new HemisphereLight(0xffffff, 0x8a8078, 1.1);
-    const key = new DirectionalLight(0xffffff, 1.5);
+    const sky = new HemisphereLight(0xffffff, 0x8a8078, 1.7);
+    const key = new DirectionalLight(0xffffff, 2);
     key.position.set(-0.5, 0.8, 1);
     this.camera.add(key); // the light stays with the viewer
     this.scene.add(sky);
@@ -100,7 +100,8 @@ export class Stage {
     const right = new Vector3(0, 1, 0).cross(back).normalize();
     const up = back.clone().cross(right);
     const tangent = Math.tan(((this.camera.fov / 2) * Math.PI) / 180);
-    const margin = 1.12; // for the buttons and the legend
+    const height = this.container.clientHeight;
+    const margin = height / Math.max(height / 2, height - 88); // for the buttons and the legend
     let distance = this.camera.near;
     for (let corner = 0; corner < 8; ++corner) {
       const { min, max } = this.content;
@@ -108,7 +109,8 @@ export class Stage {
       place.sub(centre);
       const across = Math.abs(place.dot(right)) / (tangent * this.camera.aspect);
       const high = (Math.abs(place.dot(up)) * margin) / tangent;
-      distance = Math.max(distance, place.dot(back) + Math.max(across * 1.04, high));
+      // Half the depth: what is nearest is mostly in the middle.
+      distance = Math.max(distance, place.dot(back) / 2 + Math.max(across * 1.04, high));
     }
     this.controls.target.copy(centre);
     this.camera.position.copy(back).multiplyScalar(distance).add(centre);

@@ -121,6 +121,7 @@ export class View {
       const width = Math.max(...filled.map((box) => box.max.x - box.min.x));
       this.sides.forEach((side, s) => (side.root.position.x = this.overlaid ? 0 : (s - 0.5) * width * 1.15));
     }
+    this.labels?.place(boxes);
     const all = new Box3();
     boxes.forEach((box, s) => all.union(box.clone().translate(this.sides[s].root.position)));
     if (this.sides.length > 1) all.max.y += (all.max.y - all.min.y) * 0.1; // for the names

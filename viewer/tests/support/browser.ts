@@ -44,6 +44,7 @@ export async function openFile(
     offline: true,
     ...options,
   });
+  context.setDefaultTimeout(90000); // drawing by software is slow on a busy machine
   const page = await context.newPage();
   const faults: string[] = [];
   page.on("console", (message) => {
@@ -87,7 +88,7 @@ export async function openData(
 
 /** A picture for people to look at, and the end of a page that must not have had a fault. */
 export async function finish({ page, faults }: Opened, picture?: string): Promise<void> {
-  if (picture) await page.screenshot({ path: join(artefacts, `${picture}.png`) });
+  if (picture) await page.screenshot({ path: join(artefacts, `${picture}.png`), timeout: 90000 });
   await page.context().close();
   assert.deepEqual(faults, []);
 }
