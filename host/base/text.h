@@ -31,6 +31,9 @@ std::string PrintableJson(std::string_view document);
 /// Printable text in double quotes, cut after 60 bytes, as messages show a file's own words.
 std::string Quoted(std::string_view text);
 
+/// A field of a CSV table, in quotes where RFC 4180 asks for them.
+std::string CsvField(std::string_view text);
+
 /// "1 frame", "2 frames".
 std::string Count(std::size_t count, std::string_view what);
 

@@ -13,7 +13,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 namespace mien {
 namespace {
@@ -77,6 +79,12 @@ constexpr Layout kLayouts[] = {
 }
 
 } // namespace
+
+std::optional<std::string_view> WeightLayoutNameOf(std::string_view bytes) {
+  const auto found = std::find_if(std::begin(kLayouts), std::end(kLayouts),
+                                  [bytes](const Layout& layout) { return layout.is(bytes); });
+  return found == std::end(kLayouts) ? std::nullopt : std::optional(found->name);
+}
 
 WeightTake ReadWeights(std::string_view bytes, const std::string& name, const WeightReadOptions& options) {
   if (bytes.find_first_not_of(" \t\r\n") == std::string_view::npos)

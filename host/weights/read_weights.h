@@ -22,4 +22,7 @@ struct WeightReadOptions {
 WeightTake ReadWeights(std::string_view bytes, const std::string& name,
                        const WeightReadOptions& options = {});
 
+/// The layout that ReadWeights would read these bytes as; nothing for none.
+std::optional<std::string_view> WeightLayoutNameOf(std::string_view bytes);
+
 } // namespace mien

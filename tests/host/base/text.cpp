@@ -90,3 +90,9 @@ TEST(LetterCase, OnlyAsciiHasIt) {
   EXPECT_TRUE(mien::StartsWithIgnoringCase("Times", "tIME"));
   EXPECT_FALSE(mien::StartsWithIgnoringCase("Tim", "time"));
 }
+
+TEST(CsvField, IsQuotedWhereItHasTo) {
+  EXPECT_EQ(mien::CsvField("Mouth.Open"), "Mouth.Open");
+  EXPECT_EQ(mien::CsvField("a,b"), "\"a,b\"");
+  EXPECT_EQ(mien::CsvField("the \"lid\"\n"), "\"the \"\"lid\"\"\n\"");
+}
