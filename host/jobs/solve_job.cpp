@@ -16,6 +16,7 @@
 #include "host/jobs/take_timecode.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
+#include "host/solve/frames_csv.h"
 #include "host/solve/solve_character.h"
 #include "host/solve/solve_gaze.h"
 #include "host/solve/solve_report_json.h"
@@ -70,9 +71,15 @@ void CheckPlaces(const SolveJob& job) {
   for (const auto& [input, what] : inputs) {
     RefuseOverwriting(job.output, input, what);
     RefuseOverwriting(job.report, input, what, "report");
+    RefuseOverwriting(job.frames_report, input, what, "frames-report");
   }
   if (!job.report.empty() && IsSamePlace(job.report, job.output))
     throw UsageError("report", "this is the output itself");
+  if (job.frames_report.empty()) return;
+  if (IsSamePlace(job.frames_report, job.output))
+    throw UsageError("frames-report", "this is the output itself");
+  if (!job.report.empty() && IsSamePlace(job.frames_report, job.report))
+    throw UsageError("frames-report", "this is the report itself");
 }
 
 void CheckExpressions(const SolveJob& job, AnimationFormat format) {
@@ -193,7 +200,8 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   CheckExpressions(job, format);
   CheckSolver(job, format);
   CheckWritable(job.output);
-  if (!job.report.empty()) CheckWritable(job.report);
+  for (const std::string& report : {job.report, job.frames_report})
+    if (!report.empty()) CheckWritable(report);
 
   Performer performer = LoadPerformer(job.performer);
   if (job.ranges) CheckSettings(performer, job.solve);
@@ -220,7 +228,9 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
         {Code::Doubtful, "",
          "the performer's ranges were measured from another neutral face; leave out "
          "--neutral, or the ranges with --no-ranges"});
-  SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, job.solve,
+  SolveOptions options = job.solve;
+  options.keep_frames = options.keep_frames || !job.frames_report.empty();
+  SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, options,
                                 rigid ? &*rigid : nullptr, [&](std::size_t frame, std::size_t frames) {
                                   if (progress) progress(JobStage::Solving, frame, frames);
                                 });
@@ -242,6 +252,10 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   solved.animation.CheckFinite(InputName(job.take));
   result.written =
       WriteAnimation(solved.animation, character ? &*character : nullptr, std::move(output), progress);
+  result.animation = std::move(solved.animation);
+  if (!job.frames_report.empty())
+    WriteWhole(job.frames_report,
+               [&](std::ostream& out) { WriteFramesCsv(result.take, result.report, out); });
 
   if (!job.report.empty() || job.hash_files)
     result.files = FilesOf(job, take_file, job.character.empty() ? result.character : job.character);
