@@ -33,14 +33,6 @@ void CheckPlaces(const RetargetJob& job) {
   RefuseOverwriting(job.output, job.onto, "the head");
 }
 
-/// Whether all weights are of templates, as mien solve writes them without a character.
-bool AreTemplates(const std::vector<std::string>& names) {
-  const std::vector<std::string> templates = AnimationLayout().WeightNames(WeightKind::Templates);
-  return std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-    return std::find(templates.begin(), templates.end(), name) != templates.end();
-  });
-}
-
 VgeAMatrix RotationBy(const HeadAngles& head) {
   constexpr double kDegrees = 180 / std::numbers::pi;
   VgeRMatrix rotation;
@@ -115,7 +107,7 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   RetargetResult result;
   result.take = ReadWeights(file.Bytes(), InputName(job.weights), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
-  const bool are_templates = AreTemplates(result.take.names);
+  const bool are_templates = result.take.HasTemplates();
   if (are_templates && !character && FormatOf(choice) == AnimationFormat::Vrma)
     character = LoadCharacter("vrm1");
   Clean(job, result);

@@ -39,6 +39,9 @@ struct WeightTake {
 
   std::vector<Note> notes; ///< what the reader forgave or noticed
 
+  /// Whether all weights are of templates, as mien solve writes them without a character.
+  bool HasTemplates() const;
+
   double Weight(std::size_t frame, std::size_t column) const {
     return weights[frame * names.size() + column];
   }

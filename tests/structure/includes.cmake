@@ -43,12 +43,13 @@ set(sees_host/animation base takes character gltf animation)
 set(sees_host/solve     base takes cleaning performer character fit animation solve)
 set(sees_host/calibrate base files takes formats performer fit animation calibrate)
 set(sees_host/weights   base files takes formats character animation weights)
+set(sees_host/compare   base takes formats weights compare)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit animation
-                        solve calibrate weights jobs)
+                        solve calibrate weights compare jobs)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit animation
-                        solve calibrate weights jobs cli)
+                        solve calibrate weights compare jobs cli)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit animation solve calibrate
-               weights jobs cli)
+               weights compare jobs cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
 endforeach()

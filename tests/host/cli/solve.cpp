@@ -284,7 +284,7 @@ TEST_F(SolveCommand, TheFramesReportAgreesWithTheReport) {
   }
   EXPECT_EQ(without_head, report["head"]["frames_without_head"]);
   const Json& part = report["parts"][0];
-  EXPECT_EQ(part["name"], "Mouth");
+  EXPECT_EQ(part["part"], "Mouth");
   EXPECT_EQ(part["residual_worst_mm"], largest);
   EXPECT_EQ(part["worst_frame"], worst + 1);
 }

@@ -1,0 +1,17 @@
+#include "host/weights/weight_take.h"
+
+#include "host/base/face_parts.h"
+
+#include <algorithm>
+
+namespace mien {
+
+bool WeightTake::HasTemplates() const {
+  const std::vector<TemplateColumn> templates = TemplateColumns();
+  return std::all_of(names.begin(), names.end(), [&](const std::string& own) {
+    return std::any_of(templates.begin(), templates.end(),
+                       [&](const TemplateColumn& column) { return column.name == own; });
+  });
+}
+
+} // namespace mien
