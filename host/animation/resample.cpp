@@ -1,6 +1,7 @@
 #include "host/animation/resample.h"
 
 #include "host/base/error.h"
+#include "host/base/monotone_cubic.h"
 #include "host/base/rotation.h"
 #include "mien/base/affine.h"
 
@@ -16,49 +17,6 @@
 namespace mien {
 namespace {
 
-/// The slope of the monotone cubic where two intervals of lengths h0 and h1 meet, whose secants have these
-/// slopes: flat where the curve turns.
-double SlopeBetween(double before, double after, double h0, double h1) {
-  if (!(before * after > 0)) return 0;
-  const double w0 = h0 + 2 * h1, w1 = 2 * h0 + h1;
-  return (w0 + w1) / (w0 / before + w1 / after);
-}
-
-/// The slopes at each time, of a curve that has these secants between the times.
-std::vector<double> Slopes(const std::vector<double>& times, const std::vector<double>& secants) {
-  std::vector<double> slopes(times.size());
-  if (secants.empty()) return slopes;
-  slopes.front() = secants.front();
-  slopes.back() = secants.back();
-  for (std::size_t i = 1; i + 1 < times.size(); ++i)
-    slopes[i] = SlopeBetween(secants[i - 1], secants[i], times[i] - times[i - 1], times[i + 1] - times[i]);
-  return slopes;
-}
-
-/// The curve through a value at each of the times.
-class MonotoneCubic {
-public:
-  MonotoneCubic(const std::vector<double>& times, std::vector<double> values)
-      : times_(times), values_(std::move(values)) {
-    std::vector<double> secants;
-    for (std::size_t i = 0; i + 1 < values_.size(); ++i)
-      secants.push_back((values_[i + 1] - values_[i]) / (times_[i + 1] - times_[i]));
-    slopes_ = Slopes(times_, secants);
-  }
-
-  /// `i` is the interval that the time is in.
-  double At(double time, std::size_t i) const {
-    if (time <= times_[i] || i + 1 >= values_.size()) return values_[i];
-    const double h = times_[i + 1] - times_[i], t = (time - times_[i]) / h, s = 1 - t;
-    return values_[i] * s * s * (1 + 2 * t) + values_[i + 1] * t * t * (1 + 2 * s) +
-           h * t * s * (slopes_[i] * s - slopes_[i + 1] * t);
-  }
-
-private:
-  const std::vector<double>& times_;
-  std::vector<double> values_, slopes_;
-};
-
 /// The curve through a rotation at each of the times: in an interval the product of three turns, each about a
 /// fixed axis, which are the steps between the control points of a Bezier curve (Kim, Kim and Shin, 1995).
 class RotationCurve {
@@ -73,7 +31,7 @@ public:
       secants[1].push_back(turn.y / h);
       secants[2].push_back(turn.z / h);
     }
-    for (std::size_t axis = 0; axis < 3; ++axis) velocities_[axis] = Slopes(times_, secants[axis]);
+    for (std::size_t axis = 0; axis < 3; ++axis) velocities_[axis] = MonotoneSlopes(times_, secants[axis]);
   }
 
   /// `i` is the interval that the time is in.

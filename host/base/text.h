@@ -34,6 +34,9 @@ std::string Quoted(std::string_view text);
 /// Arguments as a POSIX shell reads them, with quotes where they are needed: "mien info 'my take.c3d'".
 std::string ShellCommand(const std::vector<std::string>& arguments);
 
+/// A field of a CSV table, in quotes where RFC 4180 asks for them.
+std::string CsvField(std::string_view text);
+
 /// "1 frame", "2 frames".
 std::string Count(std::size_t count, std::string_view what);
 

@@ -39,6 +39,7 @@ void SetUp(CLI::App& app, CommandDescription& mien, Output& output,
   AddConvertCommand(root);
   AddSolveCommand(root, arguments);
   AddRetargetCommand(root, arguments);
+  AddCompareCommand(root);
   AddPerformerCommand(root);
   AddCalibrateCommand(root);
   AddCharacterCommand(root);

@@ -10,6 +10,7 @@ namespace mien {
 // Each adds one command, which does its work when the command line has been parsed.
 void AddCalibrateCommand(Command& mien);
 void AddCharacterCommand(Command& mien);
+void AddCompareCommand(Command& mien);
 void AddConvertCommand(Command& mien);
 void AddHelpCommand(Command& mien);
 void AddInfoCommand(Command& mien);

@@ -57,6 +57,14 @@ void Output::Line(std::string_view title, std::string_view text) const {
   if (!quiet && !json) PrintLine(Titled(title, text));
 }
 
+bool Output::ShowsPictures() const { return !quiet && !json && StandardErrorIsTerminal(); }
+
+void Output::Picture(std::string_view lines) const {
+  if (!ShowsPictures()) return;
+  const std::string text = PrintableLines(lines);
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 void Output::Remark(const Note& note, std::string_view file) {
   if (!quiet && !json) PrintLine(Coloured(Titled("", Message(note)), kYellow));
   notes_.push_back({std::string(file), note});

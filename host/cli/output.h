@@ -38,6 +38,11 @@ public:
   /// One line of a command's report: a title column, then the text.
   void Line(std::string_view title, std::string_view text) const;
 
+  /// Pictures are for people in front of a terminal.
+  bool ShowsPictures() const;
+  /// Lines on standard error, where it shows pictures.
+  void Picture(std::string_view lines) const;
+
   /// Worth knowing about a file: a line without a title, yellow where there is colour. `file` is for the
   /// document.
   void Remark(const Note& note, std::string_view file = "");

@@ -105,7 +105,7 @@ void Progress::Show() {
     if (!stage_ || IsInBackground()) continue;
     const double seconds = std::chrono::duration<double>(Clock::now() - stage_start_).count();
     // The last column stays free: some terminals begin a new line after it, which could not be wiped.
-    const std::size_t columns = std::max<std::size_t>(StandardErrorColumns(), 4) - 1;
+    const std::size_t columns = std::max<std::size_t>(StandardErrorTerminal().columns, 4) - 1;
     const std::string line = ProgressLine(*stage_, subject_, done_, total_, seconds, columns);
     if (line != shown) std::fputs(("\r\033[K" + line).c_str(), stderr);
     shown = line;

@@ -7,7 +7,9 @@
 #include "host/cli/print_solve_report.h"
 #include "host/cli/progress.h"
 #include "host/cli/take_options.h"
+#include "host/cli/terminals.h"
 #include "host/files/standard_streams.h"
+#include "host/inspect/weight_picture.h"
 #include "host/jobs/solve_job.h"
 
 #include <fmt/format.h>
@@ -15,16 +17,35 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mien {
 
 namespace {
 
+/// The templates over time, with the flags of each and those of its part.
+std::string PictureOf(const SolveResult& result) {
+  const Animation& animation = result.animation;
+  std::vector<DrawnWeight> weights;
+  for (std::size_t t = 0; t < animation.layout.templates.size(); ++t) {
+    const TemplateColumn& column = animation.layout.templates[t];
+    DrawnWeight& weight = weights.emplace_back();
+    weight.name = column.name;
+    for (std::size_t f = 0; f < animation.frames.size(); ++f) weight.values.push_back(animation.Weight(f, t));
+    for (const QualityFlag& flag : result.report.quality.flags)
+      if (flag.weight.empty() ? flag.part == static_cast<std::size_t>(column.part)
+                              : flag.weight == column.name)
+        weight.flagged.emplace_back(flag.first, flag.last);
+  }
+  return WeightPicture(animation.times, std::move(weights), StandardErrorTerminal());
+}
+
 void Solve(SolveJob job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
   output.RequireFreeStandardOutput(job.report, "report");
   output.RequireFreeStandardOutput(job.view, "view");
+  output.RequireFreeStandardOutput(job.frames_report, "frames-report");
   job.hash_files = output.json;
   const SolveResult result = [&] {
     Progress progress(TakeName(job.take), output.quiet);
@@ -39,8 +60,9 @@ void Solve(SolveJob job, Output& output) {
     output.Line("wrote", fmt::format("{}: {}, {}", job.output, Count(result.written.frames, "frame"),
                                      SummaryOf(result.written)));
   output.Remark(NotesOn(result.written), job.output);
-  if (!job.report.empty() && !IsStandardOutput(job.report)) output.Line("wrote", job.report);
-  if (!job.view.empty() && !IsStandardOutput(job.view)) output.Line("wrote", job.view);
+  for (const std::string& report : {job.report, job.frames_report, job.view})
+    if (!report.empty() && !IsStandardOutput(report)) output.Line("wrote", report);
+  if (output.ShowsPictures()) output.Picture(PictureOf(result));
   if (output.json) output.Result(SolveReportAsJson(RecordOf(job, result)));
 }
 
@@ -109,6 +131,14 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   AddTakeOptions(command, job->reading);
   AddTimecode(command, job->timecode);
   AddReport(command, job->report, "what was done to the take");
+  command.Add({.names = "--frames-report",
+               .type = "FILE.csv",
+               .help =
+                   "Write a row per frame as well: residuals, filled markers, resting parts, flags, whether "
+                   "the head was found",
+               .may_be_empty = false,
+               .files = "*.csv"},
+              job->frames_report);
   command.Add(
       {.names = "--view",
        .type = "FILE.html",

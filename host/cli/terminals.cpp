@@ -36,7 +36,7 @@ bool WantsUtf8() {
 
 Terminal StandardOutputTerminal() { return {.columns = ColumnsOf(STDOUT_FILENO), .utf8 = WantsUtf8()}; }
 
-std::size_t StandardErrorColumns() { return ColumnsOf(STDERR_FILENO); }
+Terminal StandardErrorTerminal() { return {.columns = ColumnsOf(STDERR_FILENO), .utf8 = WantsUtf8()}; }
 
 bool StandardErrorIsTerminal() {
   const std::string_view terminal = Environment("TERM");

@@ -10,8 +10,8 @@ namespace mien {
 /// environment asks for.
 Terminal StandardOutputTerminal();
 
-/// The columns of standard error, 80 where it is no terminal.
-std::size_t StandardErrorColumns();
+/// The same of standard error.
+Terminal StandardErrorTerminal();
 
 /// Whether standard error is a terminal that can move its cursor: not where TERM is "dumb" or missing.
 bool StandardErrorIsTerminal();

@@ -339,7 +339,11 @@ void CheckNames(const Take& take) {
 
 bool IsMarkerCsv(const std::vector<std::string_view>& columns) {
   return (columns.size() >= 2 && NamesFrames(columns[0]) && UnitsPerSecond(columns[1])) ||
-         std::any_of(columns.begin(), columns.end(), IsDotted) || HasMarker(columns);
+         HasMarkerColumns(columns);
+}
+
+bool HasMarkerColumns(const std::vector<std::string_view>& columns) {
+  return std::any_of(columns.begin(), columns.end(), IsDotted) || HasMarker(columns);
 }
 
 Take ReadMarkerCsv(std::string_view bytes, const std::string& file,

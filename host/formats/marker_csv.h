@@ -26,6 +26,9 @@ namespace mien {
 /// NaN or infinite, which is a gap; timecodes more than one count away from what follows from the first.
 bool IsMarkerCsv(const std::vector<std::string_view>& columns);
 
+/// Whether there is a column of a marker. A table of other things may begin with frames and times as well.
+bool HasMarkerColumns(const std::vector<std::string_view>& columns);
+
 /// `input_rate` is the rate of a table without times.
 Take ReadMarkerCsv(std::string_view bytes, const std::string& file,
                    const std::optional<FrameRate>& input_rate = std::nullopt);

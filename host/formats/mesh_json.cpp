@@ -260,20 +260,24 @@ private:
   FarPositions far_;
 };
 
-} // namespace
-
-bool IsMeshJson(std::string_view bytes) {
+// Whether the bytes are JSON and one of the keys is in its first megabyte.
+template <std::size_t kCount>
+bool HasKey(std::string_view bytes, const std::string_view (&keys)[kCount]) {
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
   const std::size_t first = bytes.find_first_not_of(" \t\r\n");
   if (first == std::string_view::npos || (bytes[first] != '{' && bytes[first] != '[')) return false;
   constexpr std::size_t kFar = 1 << 20; // a result without its points has less
   const std::string_view beginning = bytes.substr(first, kFar);
-  const auto has = [beginning](std::string_view key) {
+  return std::any_of(std::begin(keys), std::end(keys), [beginning](std::string_view key) {
     return beginning.find(fmt::format("\"{}\"", key)) != std::string_view::npos;
-  };
-  return std::any_of(std::begin(kFaceKeys), std::end(kFaceKeys), has) ||
-         std::any_of(std::begin(kWeightKeys), std::end(kWeightKeys), has);
+  });
 }
+
+} // namespace
+
+bool IsMeshJson(std::string_view bytes) { return HasFacePoints(bytes) || HasKey(bytes, kWeightKeys); }
+
+bool HasFacePoints(std::string_view bytes) { return HasKey(bytes, kFaceKeys); }
 
 Take ReadMeshJson(std::string_view bytes, const std::string& file, std::optional<std::int64_t> face,
                   const std::optional<FrameRate>& input_rate, const MeshOptions& options) {

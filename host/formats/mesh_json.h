@@ -22,6 +22,9 @@ namespace mien {
 /// a point with null or NaN. Weights and matrices are read past.
 bool IsMeshJson(std::string_view bytes);
 
+/// Whether such results have points, rather than weights alone.
+bool HasFacePoints(std::string_view bytes);
+
 /// Of several faces, reads the one at `face` in the list, from 0; without it the first. `input_rate` is for
 /// results without times. A file that is cut short loses its last result, with a note. Besides the take,
 /// memory is that of one face. Throws InputError for other numbers of points, and for results that have

@@ -2,6 +2,7 @@
 
 #include "host/base/text.h"
 #include "host/inspect/text_table.h"
+#include "host/inspect/time_cells.h"
 
 #include <fmt/format.h>
 
@@ -15,19 +16,11 @@ namespace mien {
 
 namespace {
 
-// The picture of one description. The constructor decides on rows, cells and the width of the names.
+// The picture of one description.
 class Picture {
 public:
-  Picture(const TakeDescription& d, const Terminal& terminal) : d_(d), utf8_(terminal.utf8) {
-    GatherRows();
-    for (const Markers& row : rows_) name_columns_ = std::max(name_columns_, Columns(Name(row)));
-    if (!others_.empty()) name_columns_ = std::max(name_columns_, Columns(OthersName()));
-
-    constexpr std::size_t kFewestCells = 20, kMostCells = 200;
-    const std::size_t beside = 2 + name_columns_ + 1 + 2; // the margin, the name, a blank, the two bars
-    cells_ = std::clamp(terminal.columns > beside ? terminal.columns - beside : 0, kFewestCells, kMostCells);
-    cells_ = std::min(cells_, d.frames); // so that each has a frame
-  }
+  Picture(const TakeDescription& d, const Terminal& terminal)
+      : d_(d), utf8_(terminal.utf8), cells_(d.times, GatherRows(), terminal) {}
 
   std::string Text() const {
     if (rows_.empty()) return "";
@@ -37,13 +30,14 @@ public:
         blocks[2], blocks[3], blocks[4]);
     for (const Markers& row : rows_) text += Row(Name(row), row);
     if (!others_.empty()) text += Row(OthersName(), others_);
-    return text + Axis();
+    return text + cells_.Axis(d_.duration_s);
   }
 
 private:
   using Markers = std::vector<const MarkerDescription*>;
 
-  void GatherRows() {
+  // Returns the columns of the widest name.
+  std::size_t GatherRows() {
     Markers markers;
     for (const MarkerDescription& m : d_.markers)
       if (m.gap_frames > 0) markers.push_back(&m);
@@ -59,6 +53,9 @@ private:
     for (std::size_t i = kMostRows; i < rows_.size(); ++i)
       others_.insert(others_.end(), rows_[i].begin(), rows_[i].end());
     rows_.resize(std::min(rows_.size(), kMostRows));
+    std::size_t columns = others_.empty() ? 0 : Columns(OthersName());
+    for (const Markers& row : rows_) columns = std::max(columns, Columns(Name(row)));
+    return columns;
   }
 
   static std::string Name(const Markers& row) {
@@ -75,19 +72,15 @@ private:
     return utf8_ ? kUnicode : kAscii;
   }
 
-  std::size_t CellOf(std::size_t frame) const { return frame * cells_ / d_.frames; }
-  // The first frame in a cell.
-  std::size_t StartOf(std::size_t cell) const { return (cell * d_.frames + cells_ - 1) / cells_; }
-
   std::string Row(const std::string& name, const Markers& markers) const {
-    std::vector<std::size_t> missing(cells_, 0);
+    std::vector<std::size_t> missing(cells_.Count(), 0);
     for (const MarkerDescription* m : markers)
       for (const auto& [first, end] : m->gaps)
-        for (std::size_t cell = CellOf(first); cell <= CellOf(end - 1); ++cell)
-          missing[cell] += std::min(end, StartOf(cell + 1)) - std::max(first, StartOf(cell));
-    std::string text = fmt::format("  {} |", Padded(name, name_columns_));
-    for (std::size_t cell = 0; cell < cells_; ++cell) {
-      const std::size_t all = (StartOf(cell + 1) - StartOf(cell)) * markers.size();
+        for (std::size_t cell = cells_.CellOf(first); cell <= cells_.CellOf(end - 1); ++cell)
+          missing[cell] += std::min(end, cells_.StartOf(cell + 1)) - std::max(first, cells_.StartOf(cell));
+    std::string text = cells_.Before(name);
+    for (std::size_t cell = 0; cell < missing.size(); ++cell) {
+      const std::size_t all = (cells_.StartOf(cell + 1) - cells_.StartOf(cell)) * markers.size();
       const std::size_t shade = missing[cell] == 0     ? 0
                                 : missing[cell] == all ? 4
                                                        : 1 + 3 * missing[cell] / all;
@@ -96,27 +89,11 @@ private:
     return text + "|\n";
   }
 
-  // The times of the first frames of some cells, each below the left edge of its cell.
-  std::string Axis() const {
-    constexpr std::size_t kApart = 15;
-    const int decimals = d_.duration_s < 1 ? 3 : d_.duration_s < 10 ? 2 : 1;
-    std::string line(2 + name_columns_ + 2, ' ');
-    const std::size_t left = line.size();
-    for (std::size_t cell = 0; cell < cells_; cell += kApart) {
-      if (line.size() > left + cell) break; // long times that would touch
-      line.append(left + cell - line.size(), ' ');
-      line += fmt::format("{:.{}f} s ", d_.times[StartOf(cell)], decimals);
-    }
-    line.pop_back();
-    return line + '\n';
-  }
-
   const TakeDescription& d_;
   bool utf8_;
   std::vector<Markers> rows_; // worst first
   Markers others_;            // those beyond the rows
-  std::size_t name_columns_ = 0;
-  std::size_t cells_ = 0;
+  TimeCells cells_;
 };
 
 } // namespace

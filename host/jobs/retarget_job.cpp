@@ -176,7 +176,7 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   RetargetResult result;
   result.take = ReadWeights(file.Bytes(), InputName(job.weights), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
-  if (AreTemplates(result.take) && !character && FormatOf(choice) == AnimationFormat::Vrma)
+  if (result.take.HasTemplates() && !character && FormatOf(choice) == AnimationFormat::Vrma)
     character = LoadCharacter("vrm1");
   Clean(job, result);
   Animation animation = AnimationOf(job, character.has_value(), result, progress);

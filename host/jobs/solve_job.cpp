@@ -20,6 +20,7 @@
 #include "host/jobs/write_view.h"
 #include "host/performer/match_markers.h"
 #include "host/performer/performer_file.h"
+#include "host/solve/frames_csv.h"
 #include "host/solve/solve_character.h"
 #include "host/solve/solve_gaze.h"
 #include "host/solve/solve_report_json.h"
@@ -77,15 +78,22 @@ void CheckPlaces(const SolveJob& job) {
   for (const auto& [input, what] : inputs) {
     RefuseOverwriting(job.output, input, what);
     RefuseOverwriting(job.report, input, what, "report");
+    RefuseOverwriting(job.frames_report, input, what, "frames-report");
     RefuseOverwriting(job.view, input, what, "view");
   }
-  if (!job.report.empty() && IsSamePlace(job.report, job.output))
-    throw UsageError("report", "this is the output itself");
-  if (job.view.empty()) return;
-  CheckViewer("view");
-  if (IsSamePlace(job.view, job.output)) throw UsageError("view", "this is the output itself");
-  if (!job.report.empty() && IsSamePlace(job.view, job.report))
-    throw UsageError("view", "this is the report itself");
+  // Each of the outputs has a place of its own.
+  const std::pair<const std::string&, std::string_view> outputs[] = {{job.output, "output"},
+                                                                     {job.report, "report"},
+                                                                     {job.frames_report, "frames-report"},
+                                                                     {job.view, "view"}};
+  for (std::size_t i = 1; i < std::size(outputs); ++i)
+    for (std::size_t before = 0; before < i; ++before)
+      if (const auto& [place, setting] = outputs[i];
+          !place.empty() && IsSamePlace(place, outputs[before].first))
+        throw UsageError(setting, before == 0
+                                      ? "this is the output itself"
+                                      : fmt::format("this is the place of --{}", outputs[before].second));
+  if (!job.view.empty()) CheckViewer("view");
 }
 
 void CheckExpressions(const SolveJob& job, AnimationFormat format) {
@@ -177,19 +185,55 @@ std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, c
 
 /// The page of a solve, with the head that the output has, or would have as .glb.
 void WriteSolveView(const SolveJob& job, const SolveResult& result, const Performer& performer,
-                    const SolvedTake& solved, const Character* character, const std::optional<Glb>& onto,
-                    const HeadNodes& nodes) {
+                    const Take& face, const Animation& animation, const Character* character,
+                    const std::optional<Glb>& onto, const HeadNodes& nodes) {
   const SolveRecord record = RecordOf(job, result);
-  ViewSide side = SideOfSolve({.performer = performer, .solved = solved, .record = record});
-  const Animation& animation = solved.animation;
+  ViewSide side =
+      SideOfSolve({.performer = performer, .face = face, .animation = animation, .record = record});
   side.command = ShellCommand(job.command);
   if (onto) {
     side.head = HeadOf(AnimateHead(animation, *onto, nodes), onto->file);
   } else {
-    side.head = HeadOf(AnimateFace(animation, character), "the built-in face");
+    side.head = HeadOf(AnimateFace(animation, character), "the built-in head");
     side.head->place = PlaceOfFace(performer, result.neutral.pose, animation.layout.neutral_head);
   }
   WriteView(job.view, PageOf(animation, std::move(side)));
+}
+
+/// A take solved into templates, where the eyes look and, if asked for, shapes.
+struct Solution {
+  SolvedTake take;
+  std::optional<FittedShapes> fitted;
+};
+
+/// Finds the neutral face and solves. Fills the result's neutral and report.
+Solution SolveParts(const SolveJob& job, const Performer& performer, const ShapeBasis* basis, bool has_shapes,
+                    const JobProgress& progress, SolveResult& result) {
+  const std::optional<RigidHead> rigid =
+      job.solve.head_fit == HeadFit::Take ? LearnRigidHead(result.take, performer) : std::nullopt;
+  result.neutral = FindNeutral(result.take, performer, job.neutral, rigid ? &*rigid : nullptr);
+  if (job.neutral && !performer.ranges.empty())
+    result.neutral.notes.push_back(
+        {Code::Doubtful, "",
+         "the performer's ranges were measured from another neutral face; leave out "
+         "--neutral, or the ranges with --no-ranges"});
+  const auto solving = [&](std::size_t frame, std::size_t frames) {
+    if (progress) progress(JobStage::Solving, frame, frames);
+  };
+  SolveOptions options = job.solve;
+  options.keep_frames = options.keep_frames || !job.frames_report.empty() || !job.view.empty();
+  Solution solution = {.take = SolveTake(result.take, performer, result.neutral.pose, options,
+                                         rigid ? &*rigid : nullptr, solving),
+                       .fitted = {}};
+  SolveGaze(solution.take, result.take, performer, result.neutral, job.solve);
+  result.report = std::move(solution.take.report);
+  result.report.neutral_doubts = NeutralDoubts(performer, result.neutral, job.solve.brows);
+  if (has_shapes && job.solve.solver == ShapeSolver::Fit) {
+    solution.fitted =
+        SolveShapes(solution.take, result.take, performer, result.neutral, job.solve, basis, solving);
+    result.report.fit = solution.fitted->report;
+  }
+  return solution;
 }
 
 } // namespace
@@ -211,8 +255,8 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   CheckExpressions(job, format);
   CheckSolver(job, format);
   CheckWritable(job.output);
-  if (!job.report.empty()) CheckWritable(job.report);
-  if (!job.view.empty()) CheckWritable(job.view);
+  for (const std::string& report : {job.report, job.frames_report, job.view})
+    if (!report.empty()) CheckWritable(report);
 
   Performer performer = LoadPerformer(job.performer);
   if (job.ranges) CheckSettings(performer, job.solve);
@@ -231,47 +275,36 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   result.performer = performer.name;
   result.ranges = performer.ranges;
   if (!job.ranges) performer.ranges.clear();
-  const std::optional<RigidHead> rigid =
-      job.solve.head_fit == HeadFit::Take ? LearnRigidHead(result.take, performer) : std::nullopt;
-  result.neutral = FindNeutral(result.take, performer, job.neutral, rigid ? &*rigid : nullptr);
-  if (job.neutral && !performer.ranges.empty())
-    result.neutral.notes.push_back(
-        {Code::Doubtful, "",
-         "the performer's ranges were measured from another neutral face; leave out "
-         "--neutral, or the ranges with --no-ranges"});
-  SolvedTake solved = SolveTake(result.take, performer, result.neutral.pose, job.solve,
-                                rigid ? &*rigid : nullptr, [&](std::size_t frame, std::size_t frames) {
-                                  if (progress) progress(JobStage::Solving, frame, frames);
-                                });
-  SolveGaze(solved, result.take, performer, result.neutral, job.solve);
-  result.report = std::move(solved.report);
-  result.report.neutral_doubts = NeutralDoubts(performer, result.neutral, job.solve.brows);
-  std::optional<FittedShapes> fitted;
-  if (character) {
-    result.character = character->name;
-    if (job.solve.solver == ShapeSolver::Fit) {
-      fitted = SolveShapes(solved, result.take, performer, result.neutral, job.solve,
-                           basis ? &*basis : nullptr, [&](std::size_t frame, std::size_t frames) {
-                             if (progress) progress(JobStage::Solving, frame, frames);
-                           });
-      result.report.fit = fitted->report;
-    }
-  }
+  Solution solution =
+      SolveParts(job, performer, basis ? &*basis : nullptr, character.has_value(), progress, result);
+  std::optional<FittedShapes>& fitted = solution.fitted;
+  const auto add_shapes = [&](Animation& animation) {
+    if (character) SolveCharacter(animation, *character, job.expressions, fitted ? &*fitted : nullptr);
+  };
+  if (character) result.character = character->name;
+
+  result.animation = std::move(solution.take.animation);
+  std::optional<Animation> own_frames; // which the page shows, whatever the output's rate
+  if (job.output_rate && !job.view.empty()) add_shapes(own_frames.emplace(result.animation));
   if (job.output_rate)
-    Resample(solved.animation, *job.output_rate, InputName(job.take), fitted ? &fitted->weights : nullptr);
-  if (character) SolveCharacter(solved.animation, *character, job.expressions, fitted ? &*fitted : nullptr);
-  solved.animation.CheckFinite(InputName(job.take));
+    Resample(result.animation, *job.output_rate, InputName(job.take), fitted ? &fitted->weights : nullptr);
+  add_shapes(result.animation);
+  result.animation.CheckFinite(InputName(job.take));
   const std::optional<Glb> onto = job.view.empty() ? std::nullopt : output.onto;
   const HeadNodes nodes = output.nodes;
   result.written =
-      WriteAnimation(solved.animation, character ? &*character : nullptr, std::move(output), progress);
+      WriteAnimation(result.animation, character ? &*character : nullptr, std::move(output), progress);
 
+  if (!job.frames_report.empty())
+    WriteWhole(job.frames_report,
+               [&](std::ostream& out) { WriteFramesCsv(result.take, result.report, out); });
   if (!job.report.empty() || !job.view.empty() || job.hash_files)
     result.files = FilesOf(job, take_file, job.character.empty() ? result.character : job.character);
   if (!job.report.empty())
     WriteWhole(job.report, [&](std::ostream& out) { WriteSolveReport(RecordOf(job, result), out); });
   if (!job.view.empty())
-    WriteSolveView(job, result, performer, solved, character ? &*character : nullptr, onto, nodes);
+    WriteSolveView(job, result, performer, solution.take.face, own_frames ? *own_frames : result.animation,
+                   character ? &*character : nullptr, onto, nodes);
   return result;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/animation/animation.h"
 #include "host/formats/read_take.h"
 #include "host/jobs/animation_choice.h"
 #include "host/jobs/job_progress.h"
@@ -22,14 +23,15 @@ namespace mien {
 
 /// A take solved into an animation's file: what the command line, a batch or a script fills in.
 struct SolveJob {
-  // Of the inputs, one may be "-", standard input; of the two outputs, one standard output.
+  // Of the inputs, one may be "-", standard input; of the outputs, one standard output.
   std::string take;
   std::string performer; ///< a file, or a built-in's name
   std::string character; ///< the same; may be empty
   /// Its ending chooses the format: .csv, .json, .glb, .vrm, .vrma. A stream without an ending gets CSV.
   std::string output;
-  std::string report; ///< a JSON file about how the take was solved; may be empty
-  std::string view;   ///< an HTML file that shows the take and its solve; may be empty
+  std::string report;        ///< a JSON file about how the take was solved; may be empty
+  std::string frames_report; ///< a CSV file with the quality of each frame; may be empty
+  std::string view;          ///< an HTML file that shows the take and its solve; may be empty
 
   ReadOptions reading;
   std::optional<std::string> timecode; ///< of the first frame, in place of the take's own: "10:02:59:29@30"
@@ -61,7 +63,8 @@ struct SolveResult {
   std::string character; ///< empty without one
   Neutral neutral;
   std::vector<Range> ranges; ///< of the performer, also those that were not applied
-  SolveReport report;
+  SolveReport report;        ///< has `per_frame` where the job asks for a frames report, or its options do
+  Animation animation;
   WrittenAnimation written;
   /// The files that went in and came out; empty where neither `report` nor `hash_files` asks for them.
   std::vector<ReportedFile> files;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace mien {
 
@@ -19,10 +20,8 @@ void Residuals::Add(std::size_t frame, const FaceSolver::Frame& solved) {
   SolveReport::Frame worst = {.frame = frame};
   for (std::size_t p = 0; p < report_.parts.size(); ++p) {
     SolveReport::Part& part = report_.parts[p];
-    const std::vector<std::size_t>& markers = solver_.MarkersOf(p);
-    const auto gone = static_cast<std::size_t>(
-        std::count_if(markers.begin(), markers.end(), [&](std::size_t m) { return !face_.At(frame, m); }));
-    if (gone == markers.size()) {
+    const std::size_t gone = Gaps(frame, p);
+    if (gone == part.markers) {
       if (gone > 0) ++part.rest_frames;
       continue; // at rest there is no residual
     }
@@ -33,6 +32,23 @@ void Residuals::Add(std::size_t frame, const FaceSolver::Frame& solved) {
     if (residual > worst.residual_mm) worst.residual_mm = residual, worst.part = p;
   }
   if (worst.residual_mm > 0) frames_.push_back(worst);
+}
+
+std::size_t Residuals::Gaps(std::size_t frame, std::size_t part) const {
+  const std::vector<std::size_t>& markers = solver_.MarkersOf(part);
+  return static_cast<std::size_t>(
+      std::count_if(markers.begin(), markers.end(), [&](std::size_t m) { return !face_.At(frame, m); }));
+}
+
+SolveReport::FrameQuality Residuals::QualityOf(std::size_t frame, const FaceSolver::Frame& solved) const {
+  SolveReport::FrameQuality quality;
+  for (std::size_t p = 0; p < quality.residual_mm.size(); ++p)
+    quality.residual_mm[p] = Gaps(frame, p) == report_.parts[p].markers
+                                 ? std::numeric_limits<double>::quiet_NaN()
+                                 : solved.residual_mm[p];
+  for (std::size_t m = 0; m < face_.MarkerCount(); ++m)
+    if (face_.OriginAt(frame, m) == Origin::Filled) ++quality.filled_markers;
+  return quality;
 }
 
 void Residuals::Finish() {

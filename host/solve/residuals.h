@@ -21,10 +21,16 @@ public:
   /// Each frame once, in order.
   void Add(std::size_t frame, const FaceSolver::Frame& solved);
 
+  /// The same of one frame, for who keeps all of them; all but `head_known`.
+  SolveReport::FrameQuality QualityOf(std::size_t frame, const FaceSolver::Frame& solved) const;
+
   /// After the last frame.
   void Finish();
 
 private:
+  /// Of a part's markers, those that are gaps in a frame.
+  std::size_t Gaps(std::size_t frame, std::size_t part) const;
+
   const Take& face_;
   const FaceSolver& solver_;
   SolveReport& report_;

@@ -44,6 +44,8 @@ struct SolveOptions {
   std::optional<double>
       smooth_positions_hz;                 ///< cutoff of the low-pass filter on the markers; nothing for none
   std::optional<double> smooth_weights_hz; ///< the same on the template weights
+
+  bool keep_frames = false; ///< keep what each frame's quality is: SolveReport::per_frame
 };
 
 } // namespace mien

@@ -44,9 +44,18 @@ struct SolveReport {
     std::array<double, 3> gain = {};
   };
 
+  /// One frame's quality.
+  struct FrameQuality {
+    /// Of each part; NaN where it rests: all its markers are gaps that were not filled, or it has none.
+    std::array<double, 9> residual_mm = {};
+    std::size_t filled_markers = 0; ///< of the face, whose positions FillGaps made up
+    bool head_known = false;        ///< the markers determine the head
+  };
+
   std::size_t frames = 0;
-  std::vector<RigidMarker> rigid; ///< empty where the head markers alone tell the head's motion
-  double head_calmed = 0;         ///< see CalmMotion
+  std::vector<FrameQuality> per_frame; ///< (size: frames with SolveOptions::keep_frames, else 0)
+  std::vector<RigidMarker> rigid;      ///< empty where the head markers alone tell the head's motion
+  double head_calmed = 0;              ///< see CalmMotion
   std::vector<AnchoredPart> anchored;
   std::vector<NeutralDoubt> neutral_doubts;
   std::vector<Range> ranges; ///< that were applied to the weights

@@ -131,6 +131,9 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
     for (std::size_t p = 0; p < report.parts.size(); ++p)
       CheckLength(frame.residual_mm[p], take, take.frames[f], report.parts[p].name);
     residuals.Add(f, frame);
+    if (!options.keep_frames) continue;
+    report.per_frame.push_back(residuals.QualityOf(f, frame));
+    report.per_frame.back().head_known = solved.head_known[f];
   }
   report.frames = take.FrameCount();
   residuals.Finish();

@@ -80,8 +80,7 @@ PageData::Json PageData::Append(std::string_view bytes) {
   bytes_.resize(offset + length);
   // Fails only for want of memory: there is room for the most that these bytes can take.
   if (compress2(reinterpret_cast<Bytef*>(bytes_.data() + offset), &length,
-                reinterpret_cast<const Bytef*>(bytes.data()), bytes.size(),
-                Z_DEFAULT_COMPRESSION) != Z_OK)
+                reinterpret_cast<const Bytef*>(bytes.data()), bytes.size(), Z_DEFAULT_COMPRESSION) != Z_OK)
     throw std::bad_alloc();
   bytes_.resize(offset + length);
   return {{"offset", offset}, {"length", length}};

@@ -42,14 +42,14 @@ ViewMarkers MarkersOf(const ViewedSolve& viewed, const VgeAMatrix& to_page) {
     if (const auto part = parts.find(take.markers[m]); part != parts.end()) markers.parts[m] = part->second;
 
   // The solver's markers are in the head's frame.
-  const Take& face = viewed.solved.face;
+  const Take& face = viewed.face;
   for (std::size_t i = 0; i < face.MarkerCount(); ++i) {
     const auto m = take.FindMarker(face.markers[i]);
     if (!m) continue;
     for (std::size_t f = 0; f < face.FrameCount(); ++f) {
       if (face.OriginAt(f, i) != Origin::Filled) continue;
       const Point& p = *face.At(f, i);
-      const VgeTVector in_take = TransformPoint(viewed.solved.animation.heads[f], {p.x, p.y, p.z});
+      const VgeTVector in_take = TransformPoint(viewed.animation.heads[f], {p.x, p.y, p.z});
       const VgeTVector moved = TransformPoint(to_page, in_take);
       markers.positions[f * count + *m] = {static_cast<float>(moved.x), static_cast<float>(moved.y),
                                            static_cast<float>(moved.z)};
@@ -84,10 +84,10 @@ void AddSpans(std::vector<ViewSpan>& spans, const char* kind, const std::string&
   }
 }
 
-/// Filled markers of the face, and parts of which all markers are missing.
+/// Gaps of the take, filled markers of the face, and parts of which all markers are missing.
 std::vector<ViewSpan> SpansOf(const ViewedSolve& viewed) {
-  const Take& face = viewed.solved.face;
-  std::vector<ViewSpan> spans;
+  const Take& face = viewed.face;
+  std::vector<ViewSpan> spans = GapSpansOf(*viewed.record.take);
   for (std::size_t m = 0; m < face.MarkerCount(); ++m)
     AddSpans(spans, "filled", face.markers[m], face.FrameCount(),
              [&](std::size_t f) { return face.OriginAt(f, m) == Origin::Filled; });
@@ -104,6 +104,19 @@ std::vector<ViewSpan> SpansOf(const ViewedSolve& viewed) {
              });
   }
   return spans;
+}
+
+/// The parts that have markers.
+ViewCurves ResidualsOf(const SolveReport& report) {
+  constexpr double kMillimetreStep = 0.01;
+  ViewCurves curves = {
+      .name = "Residuals", .unit = "mm", .step = kMillimetreStep, .curves = {}, .values = {}};
+  for (const SolveReport::Part& part : report.parts)
+    if (part.markers > 0) curves.curves.push_back(part.name);
+  for (const SolveReport::FrameQuality& frame : report.per_frame)
+    for (std::size_t p = 0; p < report.parts.size(); ++p)
+      if (report.parts[p].markers > 0) curves.values.push_back(frame.residual_mm[p]);
+  return curves;
 }
 
 std::vector<ViewFlag> FlagsOf(const SolveReport& report) {
@@ -195,7 +208,7 @@ ViewFacts SettingFacts(const SolveOptions& options, const SolveReport& report) {
 
 ViewSide SideOfSolve(const ViewedSolve& viewed) {
   const SolveRecord& record = viewed.record;
-  const Animation& animation = viewed.solved.animation;
+  const Animation& animation = viewed.animation;
   const SolveReport& report = *record.report;
   const Take& take = *record.take;
   const VgeAMatrix to_page = InverseOfOrthogonalAxes(animation.layout.neutral_head);
@@ -203,6 +216,7 @@ ViewSide SideOfSolve(const ViewedSolve& viewed) {
   ViewSide side = SideOfAnimation(animation);
   side.name = take.name;
   side.markers = MarkersOf(viewed, to_page);
+  side.curves.push_back(ResidualsOf(report));
   side.spans = SpansOf(viewed);
   side.flags = FlagsOf(report);
   for (const SolveReport::Frame& worst : report.worst_frames)

@@ -10,11 +10,12 @@
 
 namespace mien {
 
-/// What a solve consists of, for a page. `record.report` is that of `solved`, which may have lost it.
+/// What a solve consists of, for a page.
 struct ViewedSolve {
   const Performer& performer;
-  const SolvedTake& solved;
-  const SolveRecord& record;
+  const Take& face;           ///< SolvedTake::face
+  const Animation& animation; ///< of the take's own frames
+  const SolveRecord& record;  ///< its report has `per_frame`
 };
 
 /// The markers in the axes of the neutral face with what was done to them, the curves and residuals, flags and

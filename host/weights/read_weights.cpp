@@ -140,6 +140,12 @@ bool HasKnownWeights(std::string_view bytes) {
   return false;
 }
 
+std::optional<std::string_view> WeightLayoutNameOf(std::string_view bytes) {
+  const auto found = std::find_if(std::begin(kLayouts), std::end(kLayouts),
+                                  [bytes](const Layout& layout) { return layout.is(bytes); });
+  return found == std::end(kLayouts) ? std::nullopt : std::optional(found->name);
+}
+
 WeightTake ReadWeights(std::string_view bytes, const std::string& name, const WeightReadOptions& options) {
   if (bytes.find_first_not_of(" \t\r\n") == std::string_view::npos)
     throw InputError(Code::Empty, name, "", "the file is empty", "export the weights again");

@@ -25,4 +25,7 @@ WeightTake ReadWeights(std::string_view bytes, const std::string& name,
 /// Whether a file is of a layout that ReadWeights reads, and has weights of known names in it.
 bool HasKnownWeights(std::string_view bytes);
 
+/// The layout that ReadWeights would read these bytes as; nothing for none.
+std::optional<std::string_view> WeightLayoutNameOf(std::string_view bytes);
+
 } // namespace mien

@@ -23,13 +23,6 @@ std::vector<double> InOrderOf(const std::vector<std::string>& templates, const W
 
 } // namespace
 
-bool AreTemplates(const WeightTake& take) {
-  const std::vector<std::string> templates = AnimationLayout().WeightNames(WeightKind::Templates);
-  return std::all_of(take.names.begin(), take.names.end(), [&](const std::string& name) {
-    return std::find(templates.begin(), templates.end(), name) != templates.end();
-  });
-}
-
 Animation ToAnimation(const WeightTake& take) {
   Animation animation;
   AnimationLayout& layout = animation.layout;
@@ -46,7 +39,7 @@ Animation ToAnimation(const WeightTake& take) {
     SetColumn(animation.heads[f], 3, {place.x, place.y, place.z});
   }
   animation.eyes = take.eyes;
-  if (AreTemplates(take)) {
+  if (take.HasTemplates()) {
     animation.weights = InOrderOf(layout.WeightNames(WeightKind::Templates), take);
   } else {
     layout.templates.clear();

@@ -5,9 +5,6 @@
 
 namespace mien {
 
-/// Whether all weights are of templates, as mien solve writes them without a character.
-bool AreTemplates(const WeightTake& take);
-
 /// A recording without missing values as an animation: its clock, the head and the eyes, and its weights. Those
 /// of templates are in the order of all templates, 0 for those that it lacks; all others are shapes, and the
 /// animation has no templates.

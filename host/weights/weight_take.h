@@ -43,6 +43,9 @@ struct WeightTake {
   /// Takes over frames, times and rate of a take without markers, and its notes.
   void SetClock(Take clock);
 
+  /// Whether all weights are of templates, as mien solve writes them without a character.
+  bool HasTemplates() const;
+
   double Weight(std::size_t frame, std::size_t column) const {
     return weights[frame * names.size() + column];
   }

@@ -44,13 +44,14 @@ set(sees_host/animation base takes character gltf face animation)
 set(sees_host/solve     base takes cleaning performer character fit animation solve)
 set(sees_host/calibrate base files takes formats performer fit animation calibrate)
 set(sees_host/weights   base files takes formats performer character animation weights)
-set(sees_host/view      base takes inspect performer character gltf animation solve view)
+set(sees_host/compare   base takes formats weights compare)
+set(sees_host/view      base takes inspect performer character gltf animation solve weights compare view)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit face animation
-                        solve calibrate weights view jobs)
+                        solve calibrate weights compare view jobs)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit face animation
-                        solve calibrate weights view jobs cli)
+                        solve calibrate weights compare view jobs cli)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit face animation solve calibrate
-               weights view jobs cli)
+               weights compare view jobs cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
 endforeach()

@@ -95,3 +95,9 @@ TEST(Text, AShellCommandQuotesWhatAShellWouldSplitOrExpand) {
   EXPECT_EQ(mien::ShellCommand({"mien", "solve", "my take.c3d", "-o", "it's $HOME.csv", "", "*"}),
             R"(mien solve 'my take.c3d' -o 'it'\''s $HOME.csv' '' '*')");
 }
+
+TEST(CsvField, IsQuotedWhereItHasTo) {
+  EXPECT_EQ(mien::CsvField("Mouth.Open"), "Mouth.Open");
+  EXPECT_EQ(mien::CsvField("a,b"), "\"a,b\"");
+  EXPECT_EQ(mien::CsvField("the \"lid\"\n"), "\"the \"\"lid\"\"\n\"");
+}

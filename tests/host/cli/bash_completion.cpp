@@ -56,9 +56,9 @@ protected:
 } // namespace
 
 TEST_F(Completion, OffersCommands) {
-  EXPECT_THAT(Offered({""}), UnorderedElementsAre("info", "convert", "solve", "retarget", "performer",
-                                                  "calibrate", "character", "help"));
-  EXPECT_THAT(Offered({"c"}), UnorderedElementsAre("convert", "calibrate", "character"));
+  EXPECT_THAT(Offered({""}), UnorderedElementsAre("info", "convert", "solve", "retarget", "compare",
+                                                  "performer", "calibrate", "character", "help"));
+  EXPECT_THAT(Offered({"c"}), UnorderedElementsAre("convert", "compare", "calibrate", "character"));
   EXPECT_THAT(Offered({"character", ""}), UnorderedElementsAre("from-glb", "save"));
   EXPECT_THAT(Offered({"help", "s"}), UnorderedElementsAre("solve"));
 }

@@ -302,6 +302,9 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
   Save("puppet.json", ReadFile(kSamples / "puppet.character.json"));
   Save("head.glb", ReadFile(kSamples / "head.glb"));
   Save("markers.csv", ReadFile(kSamples / "markers.csv"));
+  Save("solved.csv", ReadFile(kSamples / "mesh/weights_phone.csv"));
+  for (const char* const weights : {"before.csv", "after.csv", "expected.csv"})
+    EXPECT_EQ(Run({"solve", "take.csv", "-p", "landmarks68", "-o", weights}).exit_code, 0);
   std::vector<Arguments> commands = {{}}; // mien itself; each help adds the commands that it lists
   for (std::size_t i = 0; i < commands.size(); ++i) {
     const Arguments command = commands[i];

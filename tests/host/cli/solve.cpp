@@ -263,6 +263,32 @@ TEST_F(SolveCommand, SettingsAreInTheReportAsGiven) {
 
 // --- Gaze
 
+TEST_F(SolveCommand, TheFramesReportAgreesWithTheReport) {
+  const Ran ran = Run({"solve", kSamples / "landmarks.csv", "-p", "landmarks68", "-o", "w.csv", "--report",
+                       "r.json", "--frames-report", "f.csv"});
+  ASSERT_EQ(ran.exit_code, 0) << ran.err;
+  EXPECT_THAT(ran.err, HasSubstr("wrote      f.csv\n"));
+  const Json report = Json::parse(Saved("r.json"));
+  Table table(Saved("f.csv"));
+  ASSERT_THAT(table.rows, SizeIs(360));
+  std::size_t without_head = 0, worst = 0;
+  double largest = 0;
+  for (std::size_t f = 0; f < table.rows.size(); ++f) {
+    EXPECT_EQ(table.At(f, "frame"), std::to_string(f + 1));
+    EXPECT_EQ(table.At(f, "residual_mm.LeftCheek"), ""); // no landmarks are on the cheeks
+    EXPECT_THAT(table.At(f, "resting"), HasSubstr("LeftCheek"));
+    without_head += table.At(f, "head_known") == "0";
+    const std::string& mouth = table.At(f, "residual_mm.Mouth");
+    EXPECT_EQ(mouth.empty(), table.At(f, "resting").starts_with("Mouth"));
+    if (!mouth.empty() && std::stod(mouth) > largest) largest = std::stod(mouth), worst = f;
+  }
+  EXPECT_EQ(without_head, report["head"]["frames_without_head"]);
+  const Json& part = report["parts"][0];
+  EXPECT_EQ(part["part"], "Mouth");
+  EXPECT_EQ(part["residual_worst_mm"], largest);
+  EXPECT_EQ(part["worst_frame"], worst + 1);
+}
+
 TEST_F(SolveCommand, WhereTheEyesLookIsReportedAndDrivesTheCharacter) {
   Table table(Saved("markers.csv"));
   table.names.insert(table.names.end(), {"gaze_angle_x", "gaze_angle_y"});

@@ -3,6 +3,7 @@
 #include "host/cli/terminals.h"
 
 #include "host/files/read_file.h"
+#include "host/inspect/text_table.h"
 #include "tests/host/cli/run_mien.h"
 #include "tests/host/pseudo_terminal.h"
 
@@ -97,6 +98,29 @@ TEST_F(OnATerminal, ErrorsAreRedAndNotesYellowUnlessColourIsUnwanted) {
   EXPECT_EQ(Run(wrong).err, plain) << "no terminal";
 }
 
+TEST_F(OnATerminal, ASolveEndsWithItsWeightsOverTime) {
+  const Arguments solve = {"solve", kSamples + "/landmarks.csv", "-p", "landmarks68", "-o", "w.csv"};
+  const std::string wide = Shown(solve);
+  EXPECT_THAT(wide, HasSubstr("\n  weights over time, \u2588 is 1.01\n  RightBrow.Down     |"));
+  EXPECT_THAT(wide, EndsWith(" s\n"));
+  const auto longest = [](const std::string& shown) { // of the picture's lines
+    std::istringstream lines(shown.substr(shown.find("  weights over time")));
+    std::size_t most = 0;
+    for (std::string line; std::getline(lines, line);) most = std::max(most, mien::Columns(line));
+    return most;
+  };
+  EXPECT_EQ(longest(wide), 80u);
+  EXPECT_EQ(longest(Shown(solve, {}, 60)), 60u);
+  EXPECT_THAT(Shown(solve, {{"LC_ALL", "C"}}), HasSubstr("\n  weights over time, # is 1.01\n"));
+  Arguments quiet = solve, as_json = solve;
+  quiet.push_back("--quiet");
+  as_json.push_back("--json");
+  EXPECT_EQ(Shown(quiet), "");
+  EXPECT_THAT(Shown(as_json), Not(HasSubstr("over time")));
+  EXPECT_THAT(Shown(solve, {{"TERM", "dumb"}}), Not(HasSubstr("over time")));
+  EXPECT_THAT(Run(solve).err, Not(HasSubstr("over time"))) << "no terminal";
+}
+
 TEST_F(OnATerminal, WordsOfFilesCannotSteerIt) {
   const std::string steers = "\x1B[2J\u009B1m\u202E\u2066\u200B\xFF";
   Write("take.csv",
@@ -186,7 +210,7 @@ TEST_F(OnATerminal, ProgressIsWipedAndLeavesTheReport) {
   shown += terminal.Shown();
   EXPECT_THAT(shown, StartsWith("\r\033[Kreading slow, 0 MB"));
   EXPECT_THAT(shown, HasSubstr("\r\033[Ktake       slow: 360 frames"));
-  EXPECT_THAT(shown, EndsWith("wrote      w.csv: 360 frames, 23 templates\r\n"));
+  EXPECT_THAT(shown, HasSubstr("wrote      w.csv: 360 frames, 23 templates\r\n  weights over time, "));
 }
 
 TEST_F(OnATerminal, ControlCInTheMiddleLeavesNothing) {

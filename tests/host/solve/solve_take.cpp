@@ -694,6 +694,33 @@ TEST(SolveReport, FramesAtRestDoNotMakeTheResidualSmaller) {
   EXPECT_NEAR(report.parts[7].rms_mm, 2, kRounding);
 }
 
+TEST(SolveReport, EachFramesQualityIsKeptWhereAskedFor) {
+  Take take = EmptyTake();
+  for (int f = 0; f < 100; ++f) {
+    NeutralPose face = PlainFace();
+    face["NoseL"].x += f / 100.0;
+    Film(take, face);
+    if (f >= 20 && f < 40) Hide(take, static_cast<std::size_t>(f), {"NoseL"}); // too long to be filled
+    if (f == 50) Hide(take, static_cast<std::size_t>(f), {"NoseR"});
+  }
+  EXPECT_THAT(Solve(take).report.per_frame, IsEmpty());
+  mien::SolveOptions options;
+  options.keep_frames = true;
+  const mien::SolvedTake solved = Solve(take, options);
+  const SolveReport& report = solved.report;
+  ASSERT_THAT(report.per_frame, SizeIs(100));
+  double squares = 0;
+  for (std::size_t f = 0; f < 100; ++f) {
+    const SolveReport::FrameQuality& frame = report.per_frame[f];
+    EXPECT_EQ(std::isnan(frame.residual_mm[7]), f >= 20 && f < 40) << f;
+    if (!std::isnan(frame.residual_mm[7])) squares += frame.residual_mm[7] * frame.residual_mm[7];
+    EXPECT_EQ(frame.filled_markers, f == 50 ? 1u : 0u) << f;
+    EXPECT_EQ(frame.head_known, solved.head_known[f]);
+  }
+  EXPECT_EQ(std::sqrt(squares / 80), report.parts[7].rms_mm);
+  EXPECT_EQ(solved.animation.weights, Solve(take).animation.weights);
+}
+
 TEST(SolveReport, AFrameIsAsBadAsItsWorstPart) {
   Take take = EmptyTake();
   for (int f = 0; f < 3; ++f) {
