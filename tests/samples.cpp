@@ -229,13 +229,13 @@ TEST(Samples, AreWhatTheGeneratorWrites) {
         type == ".csv" || type == ".json" || type == ".glb" || type == ".vrm")
       data.push_back(entry.path().lexically_relative(kFolder).generic_string());
   const auto files = mien::samples::SampleFiles();
-  EXPECT_THAT(data, UnorderedElementsAre("avatar.vrm", "avatar0.vrm", "head.glb", "known_head.csv",
-                                         "known_weights.csv", "landmarks.csv", "markers.csv",
-                                         "markers.performer.json", "mesh/long.csv", "mesh/planar_pixels.csv",
-                                         "mesh/result_lines.json", "mesh/results.json", "mesh/weights.csv",
-                                         "mesh/weights_long.csv", "mesh/weights_phone.csv",
-                                         "mesh/weights_recorded.json", "mesh/wide.csv", "mesh/with_body.csv",
-                                         "puppet.character.json"));
+  EXPECT_THAT(data, UnorderedElementsAre(
+                        "avatar.vrm", "avatar0.vrm", "head.glb", "known_head.csv", "known_weights.csv",
+                        "landmarks.csv", "markers.csv", "markers.performer.json", "mesh/action_units.csv",
+                        "mesh/long.csv", "mesh/planar_pixels.csv", "mesh/result_lines.json",
+                        "mesh/results.json", "mesh/talk_phone.csv", "mesh/weights.csv",
+                        "mesh/weights_long.csv", "mesh/weights_phone.csv", "mesh/weights_recorded.json",
+                        "mesh/wide.csv", "mesh/with_body.csv", "puppet.character.json"));
   ASSERT_EQ(files.size(), data.size() - 1) << "the puppet alone is written by hand";
   for (const auto& [name, bytes] : files)
     EXPECT_TRUE(mien::ReadFile(kFolder / name) == bytes)

@@ -99,6 +99,40 @@ void AddOutputRate(Command& command, std::optional<FrameRate>& rate) {
           rate);
 }
 
+void AddHeadOptions(Command& command, const std::string& help, std::string& onto, std::string& head_node,
+                    std::optional<std::pair<std::string, std::string>>& eye_nodes) {
+  command.Add(
+      {.names = "--onto", .type = "HEAD.glb", .help = help, .may_be_empty = false, .files = "*.[gv][lr][bm]"},
+      onto);
+  command.Add({.names = "--head",
+               .type = "NODE",
+               .help = "For --onto: the node of that head which turns with the performer's head",
+               .may_be_empty = false},
+              head_node);
+  command.AddParsed(
+      {.names = "--eyes",
+       .type = "LEFT,RIGHT",
+       .help =
+           "For --onto: the nodes of that head which turn with the eyes; by default those with usual names, "
+           "if no morph targets follow the eyes"},
+      [&nodes = eye_nodes](const std::string& text) -> Command::Fault {
+        const std::size_t comma = text.find(',');
+        if (comma == std::string::npos || comma == 0 || comma + 1 == text.size())
+          return fmt::format("{} is not the names of two nodes, LEFT,RIGHT", Quoted(text));
+        nodes = {text.substr(0, comma), text.substr(comma + 1)};
+        return std::nullopt;
+      });
+}
+
+void AddView(Command& command, std::string& view, std::string_view what) {
+  command.Add({.names = "--view",
+               .type = "FILE.html",
+               .help = fmt::format("Write a page as well that shows {} in any browser", what),
+               .may_be_empty = false,
+               .files = "*.html"},
+              view);
+}
+
 void AddAnimationOptions(Command& command, const AnimationOptions& options) {
   command.AddParsed(
       {.names = "--csv-style",
@@ -113,30 +147,9 @@ void AddAnimationOptions(Command& command, const AnimationOptions& options) {
         style = text == "livelink" ? CsvStyle::LiveLink : CsvStyle::Plain;
         return std::nullopt;
       });
-  command.Add({.names = "--onto",
-               .type = "HEAD.glb",
-               .help = "For .glb and .vrm: animate this head, or VRM avatar, instead of a simple head",
-               .may_be_empty = false,
-               .files = "*.[gv][lr][bm]"},
-              options.onto);
-  command.Add({.names = "--head",
-               .type = "NODE",
-               .help = "For --onto: the node of that head which turns with the performer's head",
-               .may_be_empty = false},
-              options.head_node);
-  command.AddParsed(
-      {.names = "--eyes",
-       .type = "LEFT,RIGHT",
-       .help =
-           "For --onto: the nodes of that head which turn with the eyes; by default those with usual names, "
-           "if no morph targets follow the eyes"},
-      [&nodes = options.eye_nodes](const std::string& text) -> Command::Fault {
-        const std::size_t comma = text.find(',');
-        if (comma == std::string::npos || comma == 0 || comma + 1 == text.size())
-          return fmt::format("{} is not the names of two nodes, LEFT,RIGHT", Quoted(text));
-        nodes = {text.substr(0, comma), text.substr(comma + 1)};
-        return std::nullopt;
-      });
+  AddHeadOptions(command,
+                 "For .glb, .vrm and --view: animate this head, or VRM avatar, instead of a simple head",
+                 options.onto, options.head_node, options.eye_nodes);
 }
 
 void AddExpression(Command& command, ExpressionWeights& expressions) {

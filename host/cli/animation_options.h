@@ -43,7 +43,14 @@ void AddTemplates(Command& command, bool& only_templates);
 /// --output-rate.
 void AddOutputRate(Command& command, std::optional<FrameRate>& rate);
 
-/// --csv-style, --onto, --head and --eyes.
+/// --onto with this help, --head and --eyes.
+void AddHeadOptions(Command& command, const std::string& help, std::string& onto, std::string& head_node,
+                    std::optional<std::pair<std::string, std::string>>& eye_nodes);
+
+/// --view FILE.html; `what` the page shows.
+void AddView(Command& command, std::string& view, std::string_view what);
+
+/// --csv-style and AddHeadOptions.
 void AddAnimationOptions(Command& command, const AnimationOptions& options);
 
 /// --expression NAME=WEIGHT.

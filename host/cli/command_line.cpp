@@ -39,7 +39,8 @@ void SetUp(CLI::App& app, CommandDescription& mien, Output& output,
   AddConvertCommand(root);
   AddSolveCommand(root, arguments);
   AddRetargetCommand(root, arguments);
-  AddCompareCommand(root);
+  AddViewCommand(root, arguments);
+  AddCompareCommand(root, arguments);
   AddPerformerCommand(root);
   AddCalibrateCommand(root);
   AddCharacterCommand(root);

@@ -10,7 +10,7 @@ namespace mien {
 // Each adds one command, which does its work when the command line has been parsed.
 void AddCalibrateCommand(Command& mien);
 void AddCharacterCommand(Command& mien);
-void AddCompareCommand(Command& mien);
+void AddCompareCommand(Command& mien, std::vector<std::string> arguments); ///< for the page
 void AddConvertCommand(Command& mien);
 void AddHelpCommand(Command& mien);
 void AddInfoCommand(Command& mien);
@@ -18,5 +18,6 @@ void AddPerformerCommand(Command& mien);
 // `arguments` are those that were typed, for the report.
 void AddRetargetCommand(Command& mien, std::vector<std::string> arguments);
 void AddSolveCommand(Command& mien, std::vector<std::string> arguments);
+void AddViewCommand(Command& mien, std::vector<std::string> arguments); ///< likewise, for the page
 
 } // namespace mien

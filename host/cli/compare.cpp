@@ -1,4 +1,5 @@
 #include "host/base/text.h"
+#include "host/cli/animation_options.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"
 #include "host/cli/output.h"
@@ -18,6 +19,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace mien {
 
@@ -31,6 +34,7 @@ struct CompareOptions {
 void Compare(const CompareOptions& options, Output& output) {
   const CompareJob& job = options.job;
   output.RequireFreeStandardOutput(job.output);
+  output.RequireFreeStandardOutput(job.view, "view");
   const CompareResult result = [&] {
     Progress progress(fmt::format("{} and {}", TakeName(job.a), TakeName(job.b)), output.quiet);
     return Run(job, std::ref(progress));
@@ -43,6 +47,7 @@ void Compare(const CompareOptions& options, Output& output) {
   if (!table_is_output && !output.quiet)
     output.Print(ToText(comparison, options.all ? std::numeric_limits<std::size_t>::max() : kSomeCurves));
   if (!job.output.empty() && !table_is_output) output.Line("wrote", job.output);
+  if (!job.view.empty() && !IsStandardOutput(job.view)) output.Line("wrote", job.view);
   output.Result(ComparisonAsJson(comparison));
   if (!result.above_limit.empty()) throw InputError(result.above_limit);
 }
@@ -82,7 +87,7 @@ void AddAlignment(Command& command, AlignOptions& align) {
 
 } // namespace
 
-void AddCompareCommand(Command& mien) {
+void AddCompareCommand(Command& mien, std::vector<std::string> arguments) {
   Command command = mien.AddCommand("compare", "Compare two animations, or two takes, curve by curve");
   command.Details(
       "A and B are two animations (what mien solve and mien retarget write as .csv or .json, and what mien "
@@ -97,6 +102,7 @@ void AddCompareCommand(Command& mien) {
   command.Example("mien compare expected.csv weights.csv --quiet --fail-above 0.02");
   auto options = std::make_shared<CompareOptions>();
   CompareJob& job = options->job;
+  job.command = std::move(arguments);
   command.Add(
       {.names = "A", .help = "An animation or a take; - is standard input", .required = true, .files = "*"},
       job.a);
@@ -123,6 +129,7 @@ void AddCompareCommand(Command& mien) {
                .may_be_empty = false,
                .files = "*.csv"},
               job.output);
+  AddView(command, job.view, "both, with how they differ");
   AddTakeOptions(command, job.reading);
   command.AddOutputOptions();
   command.OnRun([options](Output& output) { Compare(*options, output); });

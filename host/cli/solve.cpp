@@ -139,15 +139,7 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
                .may_be_empty = false,
                .files = "*.csv"},
               job->frames_report);
-  command.Add(
-      {.names = "--view",
-       .type = "FILE.html",
-       .help =
-           "Write a page as well that shows the take and its solve in any browser: markers, head, curves, "
-           "and where it is bad",
-       .may_be_empty = false,
-       .files = "*.html"},
-      job->view);
+  AddView(command, job->view, "the take and its solve: markers, head, curves, and where it is bad");
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Solve(*job, output); });
 }

@@ -35,15 +35,15 @@ constexpr Outline kOutlines[] = {{0.0, 20.8, 8.0, 0.0, 20.8, 8.0, 20.8, 8.0, 0},
                                  {33.0, -0.8, 12.0, 2.4, 0.9, 8.3, 2.0, 6.0, 0},
                                  {36.0, 0.6, 8.0, 0.0, 0.6, 8.0, 0.6, 8.0, 0}};
 
-Curve Along(double Outline::*value) {
-  std::vector<Curve::Knot> knots;
+Spline Along(double Outline::*value) {
+  std::vector<Spline::Knot> knots;
   for (const Outline& outline : kOutlines) knots.push_back({outline.down, outline.*value});
-  return Curve(knots);
+  return Spline(knots);
 }
 
 /// The outlines between the listed ones.
 Outline At(double down) {
-  static const std::array<Curve, 8> curves = {
+  static const std::array<Spline, 8> curves = {
       Along(&Outline::front_y), Along(&Outline::front_z), Along(&Outline::width),  Along(&Outline::side_y),
       Along(&Outline::side_z),  Along(&Outline::back_y),  Along(&Outline::back_z), Along(&Outline::square)};
   return {down,
@@ -66,9 +66,9 @@ double Forward(double across, double square) {
 
 /// The nose: how far it stands out along its ridge, and half its width, by the height.
 Vec Nose(const Vec& p) {
-  static const Curve ridge = {{4.75, 0},  {5.05, 0.28}, {5.35, 1.05}, {5.7, 1.9},   {6.1, 2.3},  {6.55, 2.25},
+  static const Spline ridge = {{4.75, 0},  {5.05, 0.28}, {5.35, 1.05}, {5.7, 1.9},   {6.1, 2.3},  {6.55, 2.25},
                               {7.2, 1.8}, {8.2, 1.28},  {9.2, 0.78},  {10.0, 0.42}, {10.8, 0.2}, {11.8, 0.0}};
-  static const Curve width = {{4.9, 0.95}, {5.6, 1.1}, {6.2, 1.12}, {7.0, 1.0},
+  static const Spline width = {{4.9, 0.95}, {5.6, 1.1}, {6.2, 1.12}, {7.0, 1.0},
                               {8.5, 0.95}, {10, 1.1},  {11.5, 1.6}};
   const double u = p.x / width(p.y);
   const double out = ridge(p.y) * (0.45 * Ramp(u * u, 0.75, 0) + 0.55 * Bell(u / 1.55));

@@ -31,7 +31,7 @@ Colour Blend(const Colour& a, const Colour& b, double share) {
 
 /// Where a column crosses a row of the front: x. Columns that belong to features stay with them.
 double FrontX(std::size_t column, double down) {
-  static const Curve inner = {{0, 0},
+  static const Spline inner = {{0, 0},
                               {2, 0.45},
                               {4, 0.88},
                               {8, 1.45},
@@ -46,7 +46,7 @@ double FrontX(std::size_t column, double down) {
                               {30, 0.8},
                               {33, 0.5},
                               {36, 0}};
-  static const Curve corner = {{0, 0},
+  static const Spline corner = {{0, 0},
                                {2, 0.9},
                                {4, 1.75},
                                {8, 2.8},
@@ -60,7 +60,7 @@ double FrontX(std::size_t column, double down) {
                                {30, 1.6},
                                {33, 1.0},
                                {36, 0}};
-  static const Curve outer = {{0, 0},
+  static const Spline outer = {{0, 0},
                               {2, 1.35},
                               {4, 2.65},
                               {8, 4.15},
@@ -123,9 +123,9 @@ double LipDistance(double distance, double x, bool upper) {
 
 /// How far lips stand out, by the distance from where they meet in shares of their height.
 double LipProfile(double share, bool upper) {
-  static const Curve above = {{0, -0.26},  {0.08, -0.1}, {0.25, 0.1}, {0.5, 0.2},
+  static const Spline above = {{0, -0.26},  {0.08, -0.1}, {0.25, 0.1}, {0.5, 0.2},
                               {0.85, 0.2}, {1.05, 0.16}, {1.4, 0.03}, {2, 0}};
-  static const Curve below = {{0, -0.26},   {0.08, -0.08}, {0.25, 0.16}, {0.5, 0.27},
+  static const Spline below = {{0, -0.26},   {0.08, -0.08}, {0.25, 0.16}, {0.5, 0.27},
                               {0.75, 0.22}, {1.05, 0.02},  {1.4, -0.08}, {2, 0}};
   return upper ? above(share) : below(share);
 }

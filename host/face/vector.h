@@ -56,13 +56,13 @@ inline double SmoothMax(double a, double b, double soft) {
 }
 
 /// A smooth curve through its knots; constant beyond them.
-class Curve {
+class Spline {
 public:
   struct Knot {
     double at, value;
   };
-  Curve(std::initializer_list<Knot> knots) : knots_(knots) {}
-  explicit Curve(std::vector<Knot> knots) : knots_(std::move(knots)) {}
+  Spline(std::initializer_list<Knot> knots) : knots_(knots) {}
+  explicit Spline(std::vector<Knot> knots) : knots_(std::move(knots)) {}
 
   double operator()(double at) const {
     if (at <= knots_.front().at) return knots_.front().value;

@@ -7,6 +7,8 @@
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
+#include "host/jobs/write_view.h"
+#include "host/view/comparison_page.h"
 
 #include <fmt/format.h>
 
@@ -19,10 +21,16 @@ namespace {
 
 void CheckPlaces(const CompareJob& job) {
   RefuseReadingTwice({{"A", job.a}, {"B", job.b}});
-  if (job.output.empty()) return;
-  RefuseOverwriting(job.output, job.a, "A");
-  RefuseOverwriting(job.output, job.b, "B");
-  CheckWritable(job.output);
+  for (const auto& [place, setting] : {std::pair(&job.output, "output"), std::pair(&job.view, "view")}) {
+    if (place->empty()) continue;
+    RefuseOverwriting(*place, job.a, "A", setting);
+    RefuseOverwriting(*place, job.b, "B", setting);
+    CheckWritable(*place);
+  }
+  if (job.view.empty()) return;
+  CheckViewer("view");
+  if (!job.output.empty() && IsSamePlace(job.view, job.output))
+    throw UsageError("view", "this is the output itself");
 }
 
 /// "an animation (score CSV)"
@@ -76,6 +84,11 @@ CompareResult Run(const CompareJob& job, const JobProgress& progress) {
   CompareResult result{Compare(std::move(a), std::move(b), job.align), {}};
   if (!job.output.empty())
     WriteWhole(job.output, [&](std::ostream& out) { WriteComparisonCsv(result.comparison, out); });
+  if (!job.view.empty()) {
+    ViewPage page = PageOf(result.comparison);
+    for (ViewSide& side : page.sides) side.command = ShellCommand(job.command);
+    WriteView(job.view, page);
+  }
   if (job.fail_above) result.above_limit = AboveLimit(result.comparison, *job.fail_above);
   return result;
 }

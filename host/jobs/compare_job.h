@@ -15,11 +15,14 @@ namespace mien {
 struct CompareJob {
   std::string a, b;   ///< files; one may be "-", standard input
   std::string output; ///< a CSV table of all curves; may be empty, "-" is standard output
+  std::string view;   ///< an HTML file that shows both; may be empty
   ReadOptions reading;
   AlignOptions align;
 
   /// The Size of a difference above which the two count as different; nothing for no limit.
   std::optional<double> fail_above;
+
+  std::vector<std::string> command; ///< the arguments that led here, for the page; may be empty
 };
 
 struct CompareResult {

@@ -1,6 +1,8 @@
 #include "host/view/animation_side.h"
 
 #include "host/base/rotation.h"
+#include "host/gltf/glb_data.h"
+#include "host/gltf/vrm.h"
 
 #include <fmt/format.h>
 
@@ -22,6 +24,17 @@ ViewCurves HeadCurves(const Animation& animation, ViewCurves curves, const Value
   for (std::size_t f = 0; f < animation.frames.size(); ++f)
     for (const double value : values(animation.HeadMotion(f))) curves.values.push_back(value);
   return curves;
+}
+
+/// Turns the scene half round about y, below a root of its own.
+void TurnRound(Glb& glb) {
+  nlohmann::ordered_json& scenes = glb.json["scenes"];
+  const auto scene = glb.json.value("scene", std::size_t{0});
+  if (!scenes.is_array() || scene >= scenes.size()) return;
+  nlohmann::ordered_json roots = scenes[scene]["nodes"];
+  const std::size_t root = AppendTo(
+      glb, "nodes", {{"name", "turned round"}, {"rotation", {0, 1, 0, 0}}, {"children", std::move(roots)}});
+  glb.json["scenes"][scene]["nodes"] = {root};
 }
 
 } // namespace
@@ -76,6 +89,7 @@ std::vector<ViewCurves> CurvesOf(const Animation& animation) {
 }
 
 ViewHead HeadOf(AnimatedHead head, std::string name) {
+  if (const auto avatar = ReadVrm(head.glb); avatar && !avatar->faces_forward) TurnRound(head.glb);
   const char* const weights = head.weights == WeightKind::Templates ? kTemplates : kShapes;
   return {.name = std::move(name), .head = std::move(head), .weights = weights, .place = {}};
 }

@@ -14,7 +14,8 @@ namespace mien {
 /// eyes look. Those that it does not have are left out.
 std::vector<ViewCurves> CurvesOf(const Animation& animation);
 
-/// A head that follows an animation (AnimateHead, AnimateFace), without a place.
+/// A head that follows an animation (AnimateHead, AnimateFace), without a place. An avatar that looks along -z is
+/// turned round.
 ViewHead HeadOf(AnimatedHead head, std::string name);
 
 /// An animation without its take.

@@ -101,7 +101,7 @@ private:
     json["worst"] = Json::array();
     for (const auto& [frame, text] : side.worst) json["worst"].push_back({{"frame", frame}, {"text", text}});
     if (!side.head_motion.empty()) json["head_motion"] = HeadMotion(side.head_motion);
-    if (side.head) json["head"] = Head(*side.head);
+    if (side.head) json["head"] = Head(*side.head, json["groups"]);
     return json;
   }
 
@@ -144,12 +144,13 @@ private:
     });
   }
 
-  Json Head(const ViewHead& view) {
+  /// `groups` gets the weights of morph targets that no curve of the side drives by itself.
+  Json Head(const ViewHead& view, Json& groups) {
     std::ostringstream glb;
     WriteGlb(view.head.glb, glb);
     Json json = {{"glb", data_.AddBytes(glb.str())}, {"name", view.name}, {"morphs", Json::array()}};
     for (const AnimatedHead::Morphs& morphs : view.head.morphs)
-      json["morphs"].push_back(Morphs(morphs, view.weights));
+      json["morphs"].push_back(Morphs(morphs, view.weights, groups));
     json["moved"] = Json::array();
     for (const auto& [node, rotation] : view.head.turning)
       json["moved"].push_back({{"node", node}, {"rotation", Rotations(rotation)}});
@@ -179,15 +180,18 @@ private:
                           [&](std::size_t f, std::size_t i) { return Component(rotations[f], i); });
   }
 
-  /// Where single weights drive the targets, the page has these already.
-  Json Morphs(const AnimatedHead::Morphs& morphs, const std::string& weights) {
-    Json json = {{"node", morphs.node.node}};
+  Json Morphs(const AnimatedHead::Morphs& morphs, const std::string& weights, Json& groups) {
+    Json json = {{"node", morphs.node.node}, {"rest", *morphs.node.defaults}, {"drivers", Json::array()}};
+    const std::vector<std::string>& targets = *morphs.node.targets;
     if (!morphs.drivers) {
-      json["weights"] = data_.AddTable(frames_, morphs.node.targets->size(), kWeightStep, morphs.weight);
+      const std::string group = fmt::format("Morph targets of node {}", morphs.node.node);
+      for (std::size_t t = 0; t < targets.size(); ++t) json["drivers"].push_back({group, t});
+      groups.push_back({{"name", group},
+                        {"unit", ""},
+                        {"curves", targets},
+                        {"values", data_.AddTable(frames_, targets.size(), kWeightStep, morphs.weight)}});
       return json;
     }
-    json["rest"] = *morphs.node.defaults;
-    json["drivers"] = Json::array();
     for (const auto& driver : *morphs.drivers)
       json["drivers"].push_back(driver ? Json({weights, *driver}) : Json());
     return json;

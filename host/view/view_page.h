@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -109,6 +110,9 @@ struct ViewPage {
   std::vector<ViewSide> sides;      ///< one or two
   std::string alignment;            ///< of two sides: how they were aligned
   std::vector<ViewDifference> differences;
+
+  /// Kept for the heads of the sides, which refer to them. Other heads refer to animations of the caller's.
+  std::vector<std::shared_ptr<const Animation>> animations;
 };
 
 /// Writes the page. `viewer` is the file that shows it (ViewerPage in viewer_page.h).

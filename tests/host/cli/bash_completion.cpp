@@ -56,7 +56,7 @@ protected:
 } // namespace
 
 TEST_F(Completion, OffersCommands) {
-  EXPECT_THAT(Offered({""}), UnorderedElementsAre("info", "convert", "solve", "retarget", "compare",
+  EXPECT_THAT(Offered({""}), UnorderedElementsAre("info", "convert", "solve", "retarget", "view", "compare",
                                                   "performer", "calibrate", "character", "help"));
   EXPECT_THAT(Offered({"c"}), UnorderedElementsAre("convert", "compare", "calibrate", "character"));
   EXPECT_THAT(Offered({"character", ""}), UnorderedElementsAre("from-glb", "save"));

@@ -157,3 +157,27 @@ TEST(ViewPage, TwoSidesAreComparedOnTheSameFrames) {
       R"({"text":"by frame","curves":[{"group":"Shapes","name":"jawOpen","largest":0.25,"largest_frame":1,)"
       R"("rms":0.125,"correlation":0.5,"lag_frames":null}]})");
 }
+
+TEST(ViewPage, AnAvatarsMorphTargetsAreCurvesOfTheirOwn) {
+  Animation animation = Shapes(2);
+  animation.layout.shapes = {"aa", "happy"};
+  const mien::Glb glb = tests::HeadOf(
+      R"("x","y")",
+      R"(,"scene":0,"scenes":[{"nodes":[0]}],"extensions":{"VRM":{"blendShapeMaster":{)"
+      R"("blendShapeGroups":[{"presetName":"joy","binds":[{"mesh":0,"index":1,"weight":50}]}]}}})");
+  ViewSide side = SideOfAnimation(animation);
+  side.head = HeadOf(AnimateHead(animation, glb, {}), "h.vrm");
+  const Page page = Written(PageOf(animation, std::move(side)));
+  const Json& shown = page.data["sides"][0];
+  ASSERT_EQ(shown["groups"].size(), 2u);
+  EXPECT_EQ(shown["groups"][1]["name"], "Morph targets of node 0");
+  EXPECT_EQ(shown["groups"][1]["curves"], Json({"x", "y"}));
+  EXPECT_THAT(TableOf(page.bytes, shown["groups"][1]["values"]), ElementsAre(0, 0.25, 0, 0.25));
+  EXPECT_EQ(shown["head"]["morphs"][0]["drivers"].dump(),
+            R"([["Morph targets of node 0",0],["Morph targets of node 0",1]])");
+  const auto size = shown["head"]["glb"]["size"].get<std::size_t>();
+  const mien::Glb turned = mien::ReadGlb(tests::Inflated(page.bytes, shown["head"]["glb"], size), "turned");
+  EXPECT_EQ(turned.json["scenes"][0]["nodes"], Json({1})) << "an avatar of VRM 0.x looks along -z";
+  EXPECT_EQ(turned.json["nodes"][1]["rotation"], Json({0, 1, 0, 0}));
+  EXPECT_EQ(turned.json["nodes"][1]["children"], Json({0}));
+}

@@ -8,7 +8,7 @@ import type { PageData, SideData } from "../../src/data/contract";
 import type { Opened } from "../support/browser";
 import { finish, hook, openBrowser, openData, openFile, samples, template, writePage } from "../support/browser";
 import { fillPage, PageBytes } from "../support/encode_page";
-import { readGlb, sampleSide } from "../support/sample_page";
+import { faceNode, readGlb, sampleSide } from "../support/sample_page";
 import type { TakeSize } from "../support/takes";
 import { makePage, makeSide, markerAt, someFlags, someSpans, waveAt, wavyNames } from "../support/takes";
 
@@ -99,15 +99,16 @@ test("the head takes the weights of the frame, and the weights at rest where not
 test("moved nodes turn the head; without head motion the head node rests and the markers are brought back", async () => {
   const bytes = new PageBytes();
   const side = makeSide(bytes, small);
+  const head = readGlb(`${samples}/head.glb`);
   const half = (f: number) => 0.1 * Math.sin(f / 20); // half the angle about y
   const of = (value: (f: number) => number) => Float64Array.from({ length: 240 }, (_, f) => value(f));
   const turn = [of(() => 0), of((f) => Math.sin(half(f))), of(() => 0), of((f) => Math.cos(half(f)))];
   side.head_motion = bytes.array([...turn, of(() => 0.01), of(() => 0), of((f) => f / 10000)], 0.0001);
   side.head = {
-    glb: bytes.plain(readGlb(`${samples}/head.glb`).bytes),
+    glb: bytes.plain(head.bytes),
     name: "head.glb",
-    moved: [{ node: 1, rotation: bytes.array(turn, 0.0001) }],
-    head_node: 1,
+    moved: [{ node: faceNode, rotation: bytes.array(turn, 0.0001) }],
+    head_node: faceNode,
     place: { scale: 1000, translation: [0, 0, 0] },
   };
   const opened = await openData(browser, "head_motion", makePage(bytes, 240, [side]), bytes);
@@ -123,8 +124,13 @@ test("moved nodes turn the head; without head motion the head node rests and the
   const settled = () => page.evaluate(() => new Promise((drawn) => requestAnimationFrame(() => requestAnimationFrame(drawn))));
   const [c, s] = [Math.cos(angle), Math.sin(angle)];
   close(await hook(page, (mien) => mien.matrixShown(0, "markers")), identity);
-  // The node turns about the origin, so only the translation is left to the carrier.
-  close(await hook(page, (mien) => mien.matrixShown(0, "head")), [...identity.slice(0, 12), ...translation, 1]);
+  // The node turns about its own place p, and the performer's head about the origin: what is left to the carrier
+  // is the translation, and the way from p to where the turn takes it.
+  const [x, y, z] = head.faceAt.map((metres) => metres * 1000);
+  const way = [c * x + s * z - x, 0, -s * x + c * z - z];
+  const carried = translation.map((value, axis) => value + way[axis]);
+  assert.ok(y > 0 && z > 0);
+  close(await hook(page, (mien) => mien.matrixShown(0, "head")), [...identity.slice(0, 12), ...carried, 1]);
   await page.click("#show-motion");
   await settled();
   const back = [-(c * 10 - s * 3), 0, -(s * 10 + c * 3)];

@@ -42,25 +42,29 @@ const drivenBy: Record<string, string> = {
   noseSneerRight: "RightNostril.Up",
 };
 
-/** Parts of a .glb that the tests need. */
-export function readGlb(path: string): { bytes: Buffer; targets: string[]; noseTip: Triple } {
+/** The sample head: its bytes, and in metres where its face node is and the tip of its nose. */
+export function readGlb(path: string): { bytes: Buffer; targets: string[]; faceAt: Triple; noseTip: Triple } {
   const bytes = readFileSync(path);
   const length = bytes.readUInt32LE(12);
   const json = JSON.parse(bytes.subarray(20, 20 + length).toString());
   const [mesh] = json.meshes;
+  const faceAt: Triple = json.nodes[faceNode].translation;
   const noseTip: Triple = [0, 0, -Infinity];
   for (const primitive of mesh.primitives) {
     const accessor = json.accessors[primitive.attributes.POSITION];
     const view = json.bufferViews[accessor.bufferView];
     const start = 28 + length + (view.byteOffset ?? 0) + (accessor.byteOffset ?? 0);
     for (let i = 0; i < accessor.count; ++i) {
-      const at = start + i * (view.byteStride ?? 12);
-      const place = [0, 4, 8].map((axis) => bytes.readFloatLE(at + axis));
+      const at = start + i * (view.byteStride ?? 6);
+      const place = [0, 2, 4].map((axis, a) => bytes.readInt16LE(at + axis) / 32767 + faceAt[a]); // normalised
       if (place[2] > noseTip[2]) noseTip.splice(0, 3, ...place);
     }
   }
-  return { bytes, targets: mesh.extras.targetNames, noseTip };
+  return { bytes, targets: mesh.extras.targetNames, faceAt, noseTip };
 }
+
+/** The node of the sample head that turns. */
+export const faceNode = 1;
 
 export interface SampleOptions {
   /** Scales the weights, for a second side that differs. */
@@ -138,7 +142,7 @@ export function sampleSide(samples: string, bytes: PageBytes, options: SampleOpt
   const head: HeadData = {
     glb: bytes.plain(glb.bytes),
     name: "head.glb",
-    morphs: [{ node: 1, rest: shapes.map(() => 0), drivers: shapes.map((name, i) => (drivenBy[name] ? ["Shapes", i] : null)) }],
+    morphs: [{ node: faceNode, rest: shapes.map(() => 0), drivers: shapes.map((name, i) => (drivenBy[name] ? ["Shapes", i] : null)) }],
     ...(options.withPlace === false ? {} : { place: { scale: 1000, translation: [0, 0, 0] as Triple } }),
   };
   return {
