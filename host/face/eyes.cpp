@@ -13,9 +13,9 @@ constexpr Colour kHair = {0.075, 0.04, 0.028};
 
 void BuildBrow(Surface& head) {
   static const Spline height = {{1.2, 11.6},  {2.2, 11.8}, {3.4, 11.97},
-                               {4.3, 11.88}, {5.1, 11.5}, {5.7, 11.05}};
+                                {4.3, 11.88}, {5.1, 11.5}, {5.7, 11.05}};
   static const Spline half_width = {{1.2, 0.10}, {1.5, 0.22}, {2.4, 0.27}, {3.4, 0.26},
-                                   {4.4, 0.20}, {5.2, 0.12}, {5.7, 0.02}};
+                                    {4.4, 0.20}, {5.2, 0.12}, {5.7, 0.02}};
   // Across the brow: the share of its half width, and how far it stands out.
   constexpr double kAcross[][2] = {{1, -0.06}, {0.75, 0.09}, {0, 0.14}, {-0.75, 0.10}, {-1, -0.06}};
   constexpr std::size_t kSections = 19;

@@ -7,9 +7,10 @@ namespace mien {
 void BuildHair(Surface& head) {
   // Where it ends, by the way around the head: 0 in front, 1 at the side, 2 behind.
   static const Spline hairline = {{0, 9.9},     {0.25, 9.8},  {0.45, 10.3}, {0.58, 12.2}, {0.68, 13.6},
-                                 {0.76, 15.6}, {0.84, 19.0}, {0.92, 19.6}, {1.0, 17.3},  {1.1, 16.6},
-                                 {1.2, 18.6},  {1.35, 21.8}, {1.6, 23.4},  {2.0, 23.8}};
-  static const Spline thickness = {{0, 0.75}, {0.5, 0.72}, {0.8, 0.5}, {0.93, 0.28}, {0.985, 0.1}, {1, -0.12}};
+                                  {0.76, 15.6}, {0.84, 19.0}, {0.92, 19.6}, {1.0, 17.3},  {1.1, 16.6},
+                                  {1.2, 18.6},  {1.35, 21.8}, {1.6, 23.4},  {2.0, 23.8}};
+  static const Spline thickness = {{0, 0.75},    {0.5, 0.72},  {0.8, 0.5},
+                                   {0.93, 0.28}, {0.985, 0.1}, {1, -0.12}};
   constexpr std::size_t kRows = 14, kColumns = 43;
   constexpr Colour kDark = {0.05, 0.026, 0.018}, kLight = {0.10, 0.053, 0.036};
   Surface::Row above;

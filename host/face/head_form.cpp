@@ -66,10 +66,11 @@ double Forward(double across, double square) {
 
 /// The nose: how far it stands out along its ridge, and half its width, by the height.
 Vec Nose(const Vec& p) {
-  static const Spline ridge = {{4.75, 0},  {5.05, 0.28}, {5.35, 1.05}, {5.7, 1.9},   {6.1, 2.3},  {6.55, 2.25},
-                              {7.2, 1.8}, {8.2, 1.28},  {9.2, 0.78},  {10.0, 0.42}, {10.8, 0.2}, {11.8, 0.0}};
+  static const Spline ridge = {{4.75, 0},   {5.05, 0.28}, {5.35, 1.05}, {5.7, 1.9},
+                               {6.1, 2.3},  {6.55, 2.25}, {7.2, 1.8},   {8.2, 1.28},
+                               {9.2, 0.78}, {10.0, 0.42}, {10.8, 0.2},  {11.8, 0.0}};
   static const Spline width = {{4.9, 0.95}, {5.6, 1.1}, {6.2, 1.12}, {7.0, 1.0},
-                              {8.5, 0.95}, {10, 1.1},  {11.5, 1.6}};
+                               {8.5, 0.95}, {10, 1.1},  {11.5, 1.6}};
   const double u = p.x / width(p.y);
   const double out = ridge(p.y) * (0.45 * Ramp(u * u, 0.75, 0) + 0.55 * Bell(u / 1.55));
   Vec nose = {0, -0.12 * out * Ramp(p.y, 7.5, 5.6), out};

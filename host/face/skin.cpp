@@ -32,48 +32,48 @@ Colour Blend(const Colour& a, const Colour& b, double share) {
 /// Where a column crosses a row of the front: x. Columns that belong to features stay with them.
 double FrontX(std::size_t column, double down) {
   static const Spline inner = {{0, 0},
-                              {2, 0.45},
-                              {4, 0.88},
-                              {8, 1.45},
-                              {11, 1.7},
-                              {13.6, kInnerEyeCorner},
-                              {19.2, kInnerEyeCorner},
-                              {21.2, 1.75},
-                              {22.5, 1.45},
-                              {24, 1.22},
-                              {26, 1.15},
-                              {28, 1.0},
-                              {30, 0.8},
-                              {33, 0.5},
-                              {36, 0}};
-  static const Spline corner = {{0, 0},
-                               {2, 0.9},
-                               {4, 1.75},
-                               {8, 2.8},
-                               {11, 3.1},
-                               {13.6, 3.14},
-                               {19.2, 3.14},
-                               {21.5, 2.85},
-                               {23.2, kMouthCorner},
-                               {25.0, kMouthCorner},
-                               {28, 2.0},
-                               {30, 1.6},
-                               {33, 1.0},
+                               {2, 0.45},
+                               {4, 0.88},
+                               {8, 1.45},
+                               {11, 1.7},
+                               {13.6, kInnerEyeCorner},
+                               {19.2, kInnerEyeCorner},
+                               {21.2, 1.75},
+                               {22.5, 1.45},
+                               {24, 1.22},
+                               {26, 1.15},
+                               {28, 1.0},
+                               {30, 0.8},
+                               {33, 0.5},
                                {36, 0}};
+  static const Spline corner = {{0, 0},
+                                {2, 0.9},
+                                {4, 1.75},
+                                {8, 2.8},
+                                {11, 3.1},
+                                {13.6, 3.14},
+                                {19.2, 3.14},
+                                {21.5, 2.85},
+                                {23.2, kMouthCorner},
+                                {25.0, kMouthCorner},
+                                {28, 2.0},
+                                {30, 1.6},
+                                {33, 1.0},
+                                {36, 0}};
   static const Spline outer = {{0, 0},
-                              {2, 1.35},
-                              {4, 2.65},
-                              {8, 4.15},
-                              {11, 4.45},
-                              {13.6, kOuterEyeCorner},
-                              {19.2, kOuterEyeCorner},
-                              {21.5, 4.35},
-                              {24, 4.0},
-                              {26, 3.6},
-                              {28, 3.1},
-                              {30, 2.5},
-                              {33, 1.5},
-                              {36, 0}};
+                               {2, 1.35},
+                               {4, 2.65},
+                               {8, 4.15},
+                               {11, 4.45},
+                               {13.6, kOuterEyeCorner},
+                               {19.2, kOuterEyeCorner},
+                               {21.5, 4.35},
+                               {24, 4.0},
+                               {26, 3.6},
+                               {28, 3.1},
+                               {30, 2.5},
+                               {33, 1.5},
+                               {36, 0}};
   const auto within = [](std::size_t c, std::size_t from, std::size_t to) {
     return static_cast<double>(c - from) / static_cast<double>(to - from);
   };
@@ -124,9 +124,9 @@ double LipDistance(double distance, double x, bool upper) {
 /// How far lips stand out, by the distance from where they meet in shares of their height.
 double LipProfile(double share, bool upper) {
   static const Spline above = {{0, -0.26},  {0.08, -0.1}, {0.25, 0.1}, {0.5, 0.2},
-                              {0.85, 0.2}, {1.05, 0.16}, {1.4, 0.03}, {2, 0}};
+                               {0.85, 0.2}, {1.05, 0.16}, {1.4, 0.03}, {2, 0}};
   static const Spline below = {{0, -0.26},   {0.08, -0.08}, {0.25, 0.16}, {0.5, 0.27},
-                              {0.75, 0.22}, {1.05, 0.02},  {1.4, -0.08}, {2, 0}};
+                               {0.75, 0.22}, {1.05, 0.02},  {1.4, -0.08}, {2, 0}};
   return upper ? above(share) : below(share);
 }
 
