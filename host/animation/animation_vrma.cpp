@@ -71,7 +71,7 @@ VrmaCoverage WriteVrma(const Animation& animation, std::ostream& out) {
     const std::size_t node = AddRootNode(glb, shape);
     extension["expressions"][IsPreset(shape) ? "preset" : "custom"][shape] = {{"node", node}};
     ++(IsPreset(shape) ? coverage.presets : coverage.customs);
-    curves.AddTranslation(node, [&](std::size_t f) { return VgeTVector(animation.ShapeWeight(f, s), 0, 0); });
+    curves.AddTranslation(node, [&](std::size_t f) { return VgeTVector{animation.ShapeWeight(f, s), 0, 0}; });
   }
   if (!animation.eyes.empty()) {
     coverage.has_look = true;

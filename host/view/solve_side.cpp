@@ -265,7 +265,7 @@ std::optional<ViewHead::Place> PlaceOfFace(const Performer& performer, const Neu
         }
     if (count == 0) continue;
     const VFacePart& part = GetGlobalFace()->mParts[static_cast<int>(p)];
-    middles.emplace_back(VgeTVector(sum.x / count, sum.y / count, sum.z / count), part.mCenter);
+    middles.emplace_back(VgeTVector{sum.x / count, sum.y / count, sum.z / count}, part.mCenter);
   }
   if (middles.size() < 3) return std::nullopt;
   VgeTVector mean_m = {0, 0, 0}, mean_r = {0, 0, 0};
