@@ -177,7 +177,7 @@ TEST(ViewPage, AnAvatarsMorphTargetsAreCurvesOfTheirOwn) {
             R"([["Morph targets of node 0",0],["Morph targets of node 0",1]])");
   const auto size = shown["head"]["glb"]["size"].get<std::size_t>();
   const mien::Glb turned = mien::ReadGlb(tests::Inflated(page.bytes, shown["head"]["glb"], size), "turned");
-  EXPECT_EQ(turned.json["scenes"][0]["nodes"], Json({1})) << "an avatar of VRM 0.x looks along -z";
+  EXPECT_EQ(turned.json["scenes"][0]["nodes"], Json::array({1})) << "an avatar of VRM 0.x looks along -z";
   EXPECT_EQ(turned.json["nodes"][1]["rotation"], Json({0, 1, 0, 0}));
-  EXPECT_EQ(turned.json["nodes"][1]["children"], Json({0}));
+  EXPECT_EQ(turned.json["nodes"][1]["children"], Json::array({0}));
 }
