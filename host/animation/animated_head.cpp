@@ -95,8 +95,9 @@ AnimatedHead::Turning TurnOf(const TurningNode& turning,
                              std::function<VgeAMatrix(std::size_t frame)> motion) {
   const VgeAMatrix to_parents = InverseOfOrthogonalAxes(turning.parents);
   const VgeAMatrix from_rest = Product(turning.parents, turning.own);
-  return {turning.node,
-          [=](std::size_t f) { return RotationOf(Product(to_parents, Product(motion(f), from_rest))); }};
+  return {turning.node, [to_parents, from_rest, motion = std::move(motion)](std::size_t f) {
+            return RotationOf(Product(to_parents, Product(motion(f), from_rest)));
+          }};
 }
 
 // --- Onto an avatar
