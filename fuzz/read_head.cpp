@@ -37,6 +37,7 @@ mien::Animation MakeAnimation() {
   animation.layout.clusters = {{"part", "face"}, {"part", "b"}};
   animation.layout.rest_clusters.resize(2);
   animation.local_clusters.resize(4);
+  animation.global_clusters.resize(4);
   return animation;
 }
 

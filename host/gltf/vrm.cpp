@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <set>
 #include <utility>
 
@@ -90,13 +91,10 @@ public:
         });
     const auto look = ObjectOf(vrm, "lookAt");
     avatar_.looks_by_expressions = look && TextOf(*look, "type") == "expression";
-    const auto range = [&](const char* key) {
-      return RangeOf(look, key, "inputMaxValue", "outputScale", avatar_.looks_by_expressions ? 1 : 10);
-    };
-    avatar_.look_in = range("rangeMapHorizontalInner");
-    avatar_.look_out = range("rangeMapHorizontalOuter");
-    avatar_.look_down = range("rangeMapVerticalDown");
-    avatar_.look_up = range("rangeMapVerticalUp");
+    ReadRanges(
+        look,
+        {"rangeMapHorizontalInner", "rangeMapHorizontalOuter", "rangeMapVerticalDown", "rangeMapVerticalUp"},
+        "inputMaxValue", "outputScale");
     return std::move(avatar_);
   }
 
@@ -115,17 +113,24 @@ public:
     }
     const auto look = ObjectOf(vrm, "firstPerson");
     avatar_.looks_by_expressions = look && TextOf(*look, "lookAtTypeName") == "BlendShape";
-    const auto range = [&](const char* key) { // its curve between the two ends is taken as straight
-      return RangeOf(look, key, "xRange", "yRange", avatar_.looks_by_expressions ? 1 : 10);
-    };
-    avatar_.look_in = range("lookAtHorizontalInner");
-    avatar_.look_out = range("lookAtHorizontalOuter");
-    avatar_.look_down = range("lookAtVerticalDown");
-    avatar_.look_up = range("lookAtVerticalUp");
+    // Their curves between the two ends are taken as straight.
+    ReadRanges(look,
+               {"lookAtHorizontalInner", "lookAtHorizontalOuter", "lookAtVerticalDown", "lookAtVerticalUp"},
+               "xRange", "yRange");
     return std::move(avatar_);
   }
 
 private:
+  /// `keys`: of the ranges inward, outward, down and up.
+  void ReadRanges(const std::optional<JsonAt>& look, const std::array<const char*, 4>& keys,
+                  const char* input, const char* output) {
+    VrmLookRange* const ranges[] = {&avatar_.look_in, &avatar_.look_out, &avatar_.look_down,
+                                    &avatar_.look_up};
+    const double otherwise = avatar_.looks_by_expressions ? 1 : 10;
+    for (std::size_t r = 0; r < keys.size(); ++r)
+      *ranges[r] = RangeOf(look, keys[r], input, output, otherwise);
+  }
+
   std::size_t NodeOf(const JsonAt& index) const { return index.Index(nodes_.size(), "nodes"); }
 
   template <class FindBone>
