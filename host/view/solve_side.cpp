@@ -119,6 +119,30 @@ ViewCurves ResidualsOf(const SolveReport& report) {
   return curves;
 }
 
+/// Frames in which a part's residual is that of a poor solve, with the largest of each stretch.
+std::vector<ViewFlag> PoorResiduals(const SolveReport& report) {
+  std::vector<ViewFlag> flags;
+  if (!report.quality.eye_corners_mm) return flags;
+  const double poor_mm = Quality::kPoorAbove * *report.quality.eye_corners_mm;
+  for (std::size_t p = 0; p < report.parts.size(); ++p) {
+    if (!report.quality.share[p]) continue;
+    const std::string& part = report.parts[p].name;
+    for (std::size_t f = 0; f < report.per_frame.size(); ++f) {
+      double worst = report.per_frame[f].residual_mm[p];
+      if (!(worst > poor_mm)) continue;
+      const std::size_t first = f;
+      for (; f + 1 < report.per_frame.size() && report.per_frame[f + 1].residual_mm[p] > poor_mm; ++f)
+        worst = std::max(worst, report.per_frame[f + 1].residual_mm[p]);
+      flags.push_back({.kind = "residual",
+                       .text = fmt::format("{} has a residual of {:.1f} mm", part, worst),
+                       .first = first,
+                       .last = f,
+                       .curve = std::pair("Residuals", part)});
+    }
+  }
+  return flags;
+}
+
 std::vector<ViewFlag> FlagsOf(const SolveReport& report) {
   std::vector<ViewFlag> flags;
   for (const QualityFlag& flag : report.quality.flags) {
@@ -129,6 +153,10 @@ std::vector<ViewFlag> FlagsOf(const SolveReport& report) {
              .last = flag.last};
     if (!flag.weight.empty()) shown.curve = {"Templates", flag.weight};
   }
+  const std::vector<ViewFlag> poor = PoorResiduals(report);
+  flags.insert(flags.end(), poor.begin(), poor.end());
+  std::stable_sort(flags.begin(), flags.end(),
+                   [](const ViewFlag& a, const ViewFlag& b) { return a.first < b.first; });
   return flags;
 }
 
