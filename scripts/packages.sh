@@ -1,5 +1,7 @@
-# shellcheck shell=bash install_packages NAME...: installs the Debian packages that are missing, as root or
-# with sudo. If none is missing, it needs neither rights nor a network.
+# shellcheck shell=bash
+
+# install_packages NAME...: installs the Debian packages that are missing, as root or with sudo. If none is
+# missing, it needs neither rights nor a network.
 install_packages() {
   if ! command -v dpkg-query >/dev/null; then
     echo "this is not Debian: assuming that the equivalents of these packages are installed: $*"

@@ -28,10 +28,10 @@ struct SolvedTake {
 ///    markers.
 /// 2. The face's markers are brought into the head's frame. With `rigid`, those of brows and eyes are
 ///    measured against the rigid markers beside them (LocalAnchors). Then their gaps are filled.
-/// 3. They are smoothed, if asked for. (So are the head's, before 1 finds the head.) 4. What stays empty is
-/// at rest, with a fade. 5. Each frame is solved and the performer's ranges are applied to the weights. If
-/// asked for, these are then
-///    levelled (LevelLids) and smoothed.
+/// 3. They are smoothed, if asked for. (So are the head's, before 1 finds the head.)
+/// 4. What stays empty is at rest, with a fade.
+/// 5. Each frame is solved and the performer's ranges are applied to the weights. If asked for, these are
+///    then levelled (LevelLids) and smoothed.
 ///
 /// AssessQuality judges the weights as they are measured, before the ranges.
 ///
