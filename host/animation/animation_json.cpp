@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace mien {
@@ -30,6 +31,24 @@ void WriteFrames(std::ostream& out, std::size_t frames, const Function& append) 
     out << line;
   }
   out << ']';
+}
+
+/// A member with a number per frame, written in pieces: a take can have millions of frames.
+template <class Number>
+void WriteNumbers(std::ostream& out, std::string_view key, std::span<const Number> numbers) {
+  out << "  \"" << key << "\": [";
+  std::string text;
+  for (std::size_t f = 0; f < numbers.size(); ++f) {
+    if (f > 0) text += ',';
+    if constexpr (std::is_integral_v<Number>)
+      text += std::to_string(numbers[f]);
+    else
+      text += JsonValue(numbers[f]).Text();
+    if (text.size() < 1 << 16) continue;
+    out << text;
+    text.clear();
+  }
+  out << text << "],\n";
 }
 
 void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
@@ -91,8 +110,8 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   member("rate", layout.rate.Hz());
   member("rate_fraction", JsonList({layout.rate.numerator, layout.rate.denominator}));
   if (layout.timecode) member("timecode", ToText(*layout.timecode));
-  member("frames", JsonTightList({animation.frames.begin(), animation.frames.end()}));
-  member("times", JsonTightList({animation.times.begin(), animation.times.end()}));
+  WriteNumbers(out, "frames", std::span(animation.frames));
+  WriteNumbers(out, "times", std::span(animation.times));
 
   out << "  \"head\": {\n    \"rotation\": ";
   VgeQuaternion before(0, 0, 0, 1);
