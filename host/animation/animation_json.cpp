@@ -1,6 +1,7 @@
 #include "host/animation/animation_json.h"
 
 #include "host/base/json_text.h"
+#include "host/base/long_vector.h"
 #include "host/base/rotation.h"
 
 #include <array>
@@ -35,7 +36,7 @@ void WriteFrames(std::ostream& out, std::size_t frames, const Function& append) 
 
 /// A member with a number per frame, written in pieces: a take can have millions of frames.
 template <class Number>
-void WriteNumbers(std::ostream& out, std::string_view key, std::span<const Number> numbers) {
+void WriteNumbers(std::ostream& out, std::string_view key, const LongVector<Number>& numbers) {
   out << "  \"" << key << "\": [";
   std::string text;
   for (std::size_t f = 0; f < numbers.size(); ++f) {
@@ -51,11 +52,11 @@ void WriteNumbers(std::ostream& out, std::string_view key, std::span<const Numbe
   out << text << "],\n";
 }
 
-void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
-                  const std::vector<double>& weights, std::size_t frames) {
+void WriteWeights(std::ostream& out, const std::vector<std::string>& names, const LongVector<double>& weights,
+                  std::size_t frames) {
   out << "{\n    \"names\": " << JsonValue(names).Text() << ",\n    \"weights\": ";
   WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
-    AppendJsonNumbers(line, std::span(weights).subspan(f * names.size(), names.size()));
+    AppendJsonNumbers(line, weights.subspan(f * names.size(), names.size()));
   });
   out << "\n  }";
 }
@@ -64,7 +65,7 @@ void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
 /// writes.
 template <class Function>
 void WriteClusters(std::ostream& out, const Animation& animation,
-                   const std::vector<ClusterTransform>& transforms, const Function& append) {
+                   const LongVector<ClusterTransform>& transforms, const Function& append) {
   const std::size_t clusters = animation.layout.clusters.size();
   WriteFrames(out, animation.frames.size(), [&](std::string& line, std::size_t f) {
     line.push_back('[');
@@ -77,7 +78,7 @@ void WriteClusters(std::ostream& out, const Animation& animation,
 }
 
 void WriteTransforms(std::ostream& out, const Animation& animation,
-                     const std::vector<ClusterTransform>& transforms) {
+                     const LongVector<ClusterTransform>& transforms) {
   out << "{ \"translation\": ";
   WriteClusters(out, animation, transforms, [](std::string& line, const ClusterTransform& t, std::size_t) {
     Append(line, t.translation);
@@ -110,8 +111,8 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   member("rate", layout.rate.Hz());
   member("rate_fraction", JsonList({layout.rate.numerator, layout.rate.denominator}));
   if (layout.timecode) member("timecode", ToText(*layout.timecode));
-  WriteNumbers(out, "frames", std::span(animation.frames));
-  WriteNumbers(out, "times", std::span(animation.times));
+  WriteNumbers(out, "frames", animation.frames);
+  WriteNumbers(out, "times", animation.times);
 
   out << "  \"head\": {\n    \"rotation\": ";
   VgeQuaternion before(0, 0, 0, 1);

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "host/base/spooled_memory.h"
 #include "host/files/read_file.h"
 
 #include <filesystem>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,14 +27,16 @@ public:
 
   std::string_view Bytes() const { return bytes_; }
 
+  /// Calls `use` with one part of the bytes after the other. Only about a part of them is in memory at a time.
+  void EachPart(const std::function<void(std::string_view part)>& use) const;
+
 private:
-  /// Has a byte of each page fetched.
   void Fetch(const ReadProgress& progress) const;
   void Unmap();
 
   std::string_view bytes_;
-  std::string read_; // the bytes where they are not mapped
-  bool mapped_ = false;
+  std::string read_;               // the bytes where they are not mapped
+  std::optional<ReadPages> pages_; // of the mapping
 };
 
 } // namespace mien

@@ -25,7 +25,7 @@ void AddFile(std::vector<ReportedFile>& files, const std::string& role, const st
   if (std::find(built_in.begin(), built_in.end(), name) != built_in.end())
     files.push_back({role, name, ""});
   else
-    files.push_back({role, name, IsRegular(name) ? Sha256(MappedFile(name).Bytes()) : "read from a pipe"});
+    files.push_back({role, name, IsRegular(name) ? Sha256(MappedFile(name)) : "read from a pipe"});
 }
 
 void AddOutput(std::vector<ReportedFile>& files, const std::string& output) {

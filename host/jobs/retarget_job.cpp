@@ -1,6 +1,7 @@
 #include "host/jobs/retarget_job.h"
 
 #include "host/animation/resample.h"
+#include "host/base/long_vector.h"
 #include "host/base/text.h"
 #include "host/character/character_file.h"
 #include "host/files/mapped_file.h"
@@ -23,6 +24,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace mien {
@@ -84,9 +86,9 @@ void CheckFilters(const RetargetJob& job, const FrameRate& rate) {
 /// Angles of eyes, and the weights of shapes that turn them.
 void SmoothGaze(WeightTake& take, double cutoff_hz) {
   constexpr std::size_t kAngles = 4; // in each frame
-  std::vector<double> angles;
+  LongVector<double> angles;
   for (const Eyes& eyes : take.eyes)
-    for (const EyeAngles& eye : eyes) angles.insert(angles.end(), {eye.yaw, eye.pitch});
+    for (const EyeAngles& eye : eyes) angles.append(std::array{eye.yaw, eye.pitch});
   if (!angles.empty()) SmoothWeights(angles, kAngles, take.frames, take.rate, cutoff_hz);
   for (std::size_t f = 0; f < take.eyes.size(); ++f)
     for (std::size_t eye = 0; eye < 2; ++eye)
@@ -95,7 +97,7 @@ void SmoothGaze(WeightTake& take, double cutoff_hz) {
   const std::size_t names = take.names.size();
   for (std::size_t n = 0; n < names; ++n) {
     if (!take.names[n].starts_with("eyeLook")) continue;
-    std::vector<double> weights;
+    LongVector<double> weights;
     for (std::size_t f = 0; f < take.frames.size(); ++f) weights.push_back(take.Weight(f, n));
     SmoothWeights(weights, 1, take.frames, take.rate, cutoff_hz);
     for (std::size_t f = 0; f < take.frames.size(); ++f) take.weights[f * names + n] = weights[f];
@@ -150,7 +152,7 @@ Animation AnimationOf(const RetargetJob& job, bool character, RetargetResult& re
 }
 
 std::vector<ReportedFile> FilesOf(const RetargetJob& job, const MappedFile& weights) {
-  std::vector<ReportedFile> files = {{"weights", job.weights, Sha256(weights.Bytes())}};
+  std::vector<ReportedFile> files = {{"weights", job.weights, Sha256(weights)}};
   AddFile(files, "landmarks", job.landmarks);
   AddFile(files, "ranges", job.ranges);
   AddFile(files, "character", job.character, BuiltInCharacters());

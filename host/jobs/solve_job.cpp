@@ -171,7 +171,7 @@ void CheckSettings(const Performer& performer, const SolveOptions& options) {
 
 /// The files that went into the solve and the one that came out of it.
 std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, const std::string& character) {
-  std::vector<ReportedFile> files = {{"take", job.take, Sha256(take.Bytes())}};
+  std::vector<ReportedFile> files = {{"take", job.take, Sha256(take)}};
   AddFile(files, "performer", job.performer, BuiltInPerformers());
   AddFile(files, "character", character, BuiltInCharacters());
   AddFile(files, "head", job.onto);

@@ -116,7 +116,7 @@ LocalAnchors::LocalAnchors(const Take& anchors, const std::vector<Point>& rest)
   FillUnseen(anchors.times);
 }
 
-void LocalAnchors::FillUnseen(const std::vector<double>& times) {
+void LocalAnchors::FillUnseen(std::span<const double> times) {
   std::optional<std::size_t> last; // the last frame that sees two
   for (std::size_t f = 0; f < ways_.size(); ++f) {
     if (!ways_[f]) continue;

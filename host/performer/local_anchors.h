@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -47,7 +48,7 @@ public:
 private:
   using Way = std::array<double, 3>;
 
-  void FillUnseen(const std::vector<double>& times);
+  void FillUnseen(std::span<const double> times);
 
   std::vector<std::optional<Way>>
       ways_; // by frame; after FillUnseen nothing only in a take that never sees two

@@ -1,6 +1,7 @@
 #include "host/solve/quality.h"
 
 #include "host/base/face_parts.h"
+#include "host/base/long_vector.h"
 #include "mien/base/affine.h"
 #include "mien/face/face.h"
 
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 namespace mien {
 
@@ -28,7 +30,7 @@ const Point* SeenAt(const Take& face, std::size_t frame, std::size_t marker) {
 /// Collects the flags of single frames; frames that are close together become one flag.
 class Stretches {
 public:
-  explicit Stretches(const std::vector<double>& times) : times_(times) {}
+  explicit Stretches(std::span<const double> times) : times_(times) {}
 
   /// `flag` is of one frame. Frames rise.
   void Add(QualityFlag flag) {
@@ -45,7 +47,7 @@ public:
   const std::vector<QualityFlag>& Flags() const { return flags_; }
 
 private:
-  const std::vector<double>& times_;
+  const std::span<const double> times_;
   std::vector<QualityFlag> flags_;
 };
 
@@ -104,7 +106,7 @@ private:
   /// change, and on the other after it. False if the take begins or ends in that time.
   bool Stays(std::size_t frame, std::size_t column) const {
     constexpr double kHold_s = 0.2; // after it a blink is over
-    const std::vector<double>& times = solved_.times;
+    const LongVector<double>& times = solved_.times;
     const double before = solved_.Weight(frame - 1, column), after = solved_.Weight(frame, column);
     const double middle = before + (after - before) / 2;
     const auto is_after = [&](std::size_t f) {

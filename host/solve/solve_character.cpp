@@ -29,14 +29,13 @@ void SolveCharacter(Animation& animation, const Character& character, const Expr
       const auto& [part, slot, name] = animation.layout.templates[t];
       templates.mParts[part].mWeights[slot] = animation.Weight(f, t);
     }
-    const VCharacterFaceState& state = solver.Solve(
-        templates, animation.eyes.empty() ? nullptr : &animation.eyes[f],
-        fitted ? std::span(fitted->weights).subspan(f * fitted->names.size(), fitted->names.size())
-               : std::span<const double>());
+    const VCharacterFaceState& state =
+        solver.Solve(templates, animation.eyes.empty() ? nullptr : &animation.eyes[f],
+                     fitted ? fitted->weights.subspan(f * fitted->names.size(), fitted->names.size())
+                            : std::span<const double>());
     for (std::size_t p = 0; p < character.parts.size(); ++p) {
       const Character::Part& part = character.parts[p];
-      animation.shape_weights.insert(animation.shape_weights.end(), state.mWeights[p],
-                                     state.mWeights[p] + part.shapes.size());
+      animation.shape_weights.append(std::span(state.mWeights[p]).first(part.shapes.size()));
       for (std::size_t c = 0; c < part.clusters.size(); ++c) {
         const VCharacterFaceClusterState& cluster = *state.mClusters[p].mClusters[static_cast<int>(c)];
         animation.local_clusters.push_back({cluster.mLocalT, cluster.mLocalR, cluster.mLocalS});

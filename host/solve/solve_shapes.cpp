@@ -191,8 +191,10 @@ struct FitOfTake {
 
 /// The take's markers in the head's frame.
 Take StableMarkers(const SolvedTake& solved, const Take& take, const Performer& performer) {
-  const HeadTrack track = {
-      .heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
+  const HeadTrack track = {.heads = {solved.animation.heads.begin(), solved.animation.heads.end()},
+                           .known = solved.head_known,
+                           .slipped = {},
+                           .fills = {}};
   return Stabilise(take, track, FitMarkers(take, performer));
 }
 

@@ -1,5 +1,7 @@
 #include "host/files/sha256.h"
 
+#include "tests/host/temporary_folder.h"
+
 #include <gtest/gtest.h>
 
 #include <set>
@@ -31,4 +33,14 @@ TEST(Sha256, EveryLengthHasItsOwn) {
   std::set<std::string> sums;
   for (std::size_t length = 0; length <= 200; ++length) sums.insert(Sha256(std::string(length, 'x')));
   EXPECT_EQ(sums.size(), 201u);
+}
+
+class Sha256OfFiles : public TemporaryFolder {};
+
+// 10 MB: more than is in memory at a time.
+TEST_F(Sha256OfFiles, IsThatOfTheirBytes) {
+  std::string bytes(10'000'000, 'x');
+  bytes += "end";
+  EXPECT_EQ(Sha256(mien::MappedFile(Write("long", bytes))), Sha256(bytes));
+  EXPECT_EQ(Sha256(mien::MappedFile(Write("empty", ""))), Sha256(""));
 }
