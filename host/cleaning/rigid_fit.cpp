@@ -262,8 +262,12 @@ private:
 
 } // namespace
 
-RigidFit::RigidFit(RigidBody body) : body_(std::move(body)), weights_(body_.places.size()) {
-  squares_.reserve(body_.places.size());
+RigidFit::RigidFit(RigidBody body)
+    : body_(std::move(body)), full_weights_(body_.places.size()), weights_(body_.places.size()),
+      squares_(body_.places.size()) {
+  counted_.reserve(body_.places.size());
+  for (std::size_t i = 0; i < body_.places.size(); ++i)
+    if (body_.places[i]) full_weights_[i] = 1 / (body_.spread_mm[i] * body_.spread_mm[i]);
 }
 
 std::optional<VgeAMatrix> RigidFit::Weighted(const RigidBody::Points& seen) const {
@@ -282,26 +286,30 @@ std::optional<VgeAMatrix> RigidFit::Solve(const RigidBody::Points& seen) {
   constexpr int kRounds = 6; // of reweighting; more change the turn by less than a hundredth of a degree
   constexpr double kFullWithin = 3; // times the noise: 97 of 100 points that only tremble are nearer
   const double noise = kFullWithin * body_.noise_mm;
-  for (std::size_t i = 0; i < weights_.size(); ++i)
-    weights_[i] = seen[i] && body_.places[i] ? 1 / (body_.spread_mm[i] * body_.spread_mm[i]) : 0;
+  for (std::size_t i = 0; i < weights_.size(); ++i) weights_[i] = seen[i] ? full_weights_[i] : 0;
   std::optional<VgeAMatrix> motion = Weighted(seen);
   for (int round = 0; round < kRounds && motion && std::isfinite(noise); ++round) {
-    const auto square = [&](std::size_t i) {
+    for (std::size_t i = 0; i < weights_.size(); ++i) {
+      if (!(weights_[i] > 0)) continue;
       const VgeTVector off = Difference(TransformPoint(*motion, Vector(*body_.places[i])), Vector(*seen[i]));
-      return Dot(off, off);
-    };
+      squares_[i] = Dot(off, off);
+    }
     // A point that is far off drags the first rounds along. Until more than half of the points are back
     // within the noise, the nearer half counts in full; else the few that happen to be near would settle for
     // a wrong place among themselves.
-    squares_.clear();
+    counted_.clear();
     for (std::size_t i = 0; i < weights_.size(); ++i)
-      if (weights_[i] > 0) squares_.push_back(square(i));
-    const double full = std::max(noise * noise, Quantile(squares_, 0.5));
+      if (weights_[i] > 0) counted_.push_back(squares_[i]);
+    const double full = std::max(noise * noise, Quantile(counted_, 0.5));
+    bool changed = false;
     for (std::size_t i = 0; i < weights_.size(); ++i) {
       if (!(weights_[i] > 0)) continue;
-      const double share = std::min(1.0, full / square(i)); // 1 where the distance is 0
-      weights_[i] = share * share / (body_.spread_mm[i] * body_.spread_mm[i]);
+      const double share = std::min(1.0, full / squares_[i]); // 1 where the distance is 0
+      const double weight = share * share / (body_.spread_mm[i] * body_.spread_mm[i]);
+      changed |= weight != weights_[i];
+      weights_[i] = weight;
     }
+    if (!changed) break; // the same weights give the same motion
     const auto next = Weighted(seen);
     if (!next) break; // too few are left that count: the motion of the round before has to do
     motion = next;

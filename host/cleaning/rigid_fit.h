@@ -42,8 +42,10 @@ private:
   std::optional<VgeAMatrix> Weighted(const RigidBody::Points& seen) const;
 
   RigidBody body_;
-  std::vector<double> weights_; // of the points in the frame that is solved
-  std::vector<double> squares_; // of the distances of those that count
+  std::vector<double> full_weights_; // 1 / spread^2; 0 for a point without a place
+  std::vector<double> weights_;      // of the points in the frame that is solved
+  std::vector<double> squares_;      // of their distances, where the weight is above 0
+  std::vector<double> counted_;      // those, in any order
 };
 
 /// Learns the body of these markers (indices) from a whole take. Its frame has the take's axes and the body's

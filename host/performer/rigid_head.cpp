@@ -67,12 +67,13 @@ private:
 std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& performer) {
   constexpr std::size_t kFewest = 4;
   RigidHead head;
+  std::optional<RigidBody> of_head_alone;
   head.markers = performer.rigid;
   if (head.markers.empty() && performer.head.size() >= 3) {
     head.markers = performer.head;
     const std::vector<std::size_t> of_head = MarkerIndices(take, performer.head);
-    const RigidBody body = LearnRigidBody(take, of_head);
-    const Straying straying(take, body, of_head);
+    of_head_alone = LearnRigidBody(take, of_head);
+    const Straying straying(take, *of_head_alone, of_head);
     const std::vector<std::string> of_face = performer.FaceMarkers();
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
       const std::string& name = take.markers[m];
@@ -80,13 +81,14 @@ std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& perfo
           Contains(performer.irises[1], name))
         continue;
       const auto strays = straying.Of(m);
-      if (strays && *strays <= 2 * body.noise_mm) head.markers.push_back(name);
+      if (strays && *strays <= 2 * of_head_alone->noise_mm) head.markers.push_back(name);
     }
     // In an order of their own: that of the take's markers must make no difference.
     std::sort(head.markers.begin() + static_cast<std::ptrdiff_t>(performer.head.size()), head.markers.end());
   }
   if (head.markers.size() < kFewest) return std::nullopt;
-  head.body = LearnRigidBody(take, MarkerIndices(take, head.markers));
+  const bool is_alone = of_head_alone && head.markers.size() == performer.head.size();
+  head.body = is_alone ? *std::move(of_head_alone) : LearnRigidBody(take, MarkerIndices(take, head.markers));
   if (std::count_if(head.body.places.begin(), head.body.places.end(), [](const auto& place) {
         return place.has_value();
       }) < static_cast<std::ptrdiff_t>(kFewest))
