@@ -2,11 +2,19 @@
 
 #include "host/base/statistics.h"
 #include "host/takes/marker_indices.h"
-#include "mien/base/affine.h"
 
 #include <algorithm>
+#include <array>
 
 namespace mien {
+
+std::vector<std::size_t> FramesOf(const std::vector<bool>& use) {
+  std::vector<std::size_t> frames;
+  frames.reserve(static_cast<std::size_t>(std::count(use.begin(), use.end(), true)));
+  for (std::size_t f = 0; f < use.size(); ++f)
+    if (use[f]) frames.push_back(f);
+  return frames;
+}
 
 StabilisedMarkers::StabilisedMarkers(const Take& take, const Performer& performer, const FrameSpan& frames,
                                      const RigidHead* rigid)
@@ -52,20 +60,41 @@ Take StabilisedMarkers::Carried(const std::vector<std::string>& names, const Vge
 
 NeutralPose StabilisedMarkers::Pose(const std::vector<bool>& use, const MiddleOf& middle_of) const {
   NeutralPose pose;
+  const auto places = Places(indices_, use, middle_of);
   for (std::size_t m = 0; m < names_.size(); ++m)
-    if (const auto p = Place(indices_[m], use, middle_of)) pose[names_[m]] = *p;
+    if (places[m]) pose[names_[m]] = *places[m];
   return pose;
 }
 
-std::optional<Point> StabilisedMarkers::Place(std::size_t marker, const std::vector<bool>& use,
-                                              const MiddleOf& middle_of) const {
-  std::vector<double> x, y, z;
-  for (std::size_t f = 0; f < frames_.Count(); ++f) {
-    if (!use[f]) continue;
-    if (const auto p = At(f, marker)) x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
+// A few markers at a time, so that a long take needs little memory for them, and yet walks over its frames
+// only a few times.
+std::vector<std::optional<Point>> StabilisedMarkers::Places(const std::vector<std::size_t>& markers,
+                                                            const std::vector<bool>& use,
+                                                            const MiddleOf& middle_of) const {
+  constexpr std::size_t kAtOnce = 8;
+  const std::vector<std::size_t> frames = FramesOf(use);
+  struct Column {
+    std::vector<double> x, y, z;
+    std::size_t size = 0;
+  };
+  std::array<Column, kAtOnce> columns;
+  std::vector<std::optional<Point>> places(markers.size());
+  for (std::size_t first = 0; first < markers.size(); first += kAtOnce) {
+    const auto some = std::span(markers).subspan(first, std::min(kAtOnce, markers.size() - first));
+    for (auto& [x, y, z, size] : columns)
+      x.resize(frames.size()), y.resize(frames.size()), z.resize(frames.size()), size = 0;
+    ForEachPlace(some, frames, [&](std::size_t i, std::size_t, const VgeTVector& p) {
+      auto& [x, y, z, size] = columns[i];
+      x[size] = p.x, y[size] = p.y, z[size] = p.z, ++size;
+    });
+    for (std::size_t i = 0; i < some.size(); ++i) {
+      auto& [x, y, z, size] = columns[i];
+      if (size == 0) continue;
+      x.resize(size), y.resize(size), z.resize(size);
+      places[first + i] = Point{middle_of(x), middle_of(y), middle_of(z)};
+    }
   }
-  if (x.empty()) return std::nullopt;
-  return Point{middle_of(x), middle_of(y), middle_of(z)};
+  return places;
 }
 
 RigidMotion::Markers StabilisedMarkers::HeadMarkers(std::size_t f) const {
@@ -111,7 +140,8 @@ void StabilisedMarkers::RemoveHeadMotion() {
   SolveHeads(reference);
   const std::vector<bool> all(frames_.Count(), true);
   for (int round = 0; round < 2; ++round) {
-    for (std::size_t slot = 0; slot < head_.size(); ++slot) reference[slot] = Place(head_[slot], all, Median);
+    const auto places = Places(head_, all, Median);
+    std::copy(places.begin(), places.end(), reference.begin());
     SolveHeads(reference);
   }
 }
