@@ -120,17 +120,17 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
 }
 
 Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers) {
-  Take stable = PickMarkers(take, MarkerIndices(take, markers));
-  for (std::size_t f = 0; f < stable.FrameCount(); ++f) {
+  const std::vector<std::size_t> indices = MarkerIndices(take, markers);
+  Take stable = WithoutFrames(take, indices);
+  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
+    stable.AddFrame(take.frames[f], take.times[f]);
+    if (!track.known[f]) continue;
     const VgeAMatrix to_head = InverseOfOrthogonalAxes(track.heads[f]);
-    for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
-      const Point* const p = stable.At(f, m);
+    for (std::size_t m = 0; m < indices.size(); ++m) {
+      const Point* const p = take.At(f, indices[m]);
       if (!p) continue;
       const VgeTVector p_head = TransformPoint(to_head, {p->x, p->y, p->z});
-      if (track.known[f])
-        stable.Set(f, m, {p_head.x, p_head.y, p_head.z}, stable.OriginAt(f, m));
-      else
-        stable.Clear(f, m);
+      stable.Set(f, m, {p_head.x, p_head.y, p_head.z}, take.OriginAt(f, indices[m]));
     }
   }
   return stable;

@@ -79,18 +79,21 @@ public:
   void Find(std::vector<QualityFlag>& flags) const {
     const std::vector<TemplateColumn>& templates = solved_.layout.templates;
     const double lid = Travel({kLeftEye, 0, "LeftEye.Close"});
-    for (std::size_t c = 0; c < templates.size(); ++c) {
-      constexpr double kLeast = 0.5; // less may be noise, and matters less
-      const double lids = lid / Travel(templates[c]);
-      const auto part = static_cast<std::size_t>(templates[c].part);
-      for (std::size_t f = 1; f < solved_.frames.size(); ++f) {
+    std::vector<double> lids;
+    for (const TemplateColumn& column : templates) lids.push_back(lid / Travel(column));
+    std::vector<std::vector<QualityFlag>> of_column(templates.size());
+    for (std::size_t f = 1; f < solved_.frames.size(); ++f)
+      for (std::size_t c = 0; c < templates.size(); ++c) {
+        constexpr double kLeast = 0.5; // less may be noise, and matters less
         const double change = solved_.Weight(f, c) - solved_.Weight(f - 1, c);
         if (!(std::fabs(change) >= kLeast)) continue;
-        if (std::fabs(change) <= lids * LargestShareOfLid(solved_.times[f] - solved_.times[f - 1])) continue;
+        if (std::fabs(change) <= lids[c] * LargestShareOfLid(solved_.times[f] - solved_.times[f - 1]))
+          continue;
+        const auto part = static_cast<std::size_t>(templates[c].part);
         if (Stays(f, c) && IsSeen(f - 1, part) && IsSeen(f, part))
-          flags.push_back({FlagKind::Jump, part, templates[c].name, {}, f - 1, f, change});
+          of_column[c].push_back({FlagKind::Jump, part, templates[c].name, {}, f - 1, f, change});
       }
-    }
+    for (const auto& found : of_column) flags.insert(flags.end(), found.begin(), found.end());
   }
 
 private:
@@ -126,16 +129,18 @@ private:
 
 /// Brows and `Whistle` have no limit. They are not exactly 1 for long.
 void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
-  for (std::size_t c = 0; c < solved.layout.templates.size(); ++c) {
-    const TemplateColumn& column = solved.layout.templates[c];
-    Stretches at_limit(solved.times);
-    for (std::size_t f = 0; f < solved.frames.size(); ++f)
+  const std::vector<TemplateColumn>& templates = solved.layout.templates;
+  std::vector<Stretches> at_limit(templates.size(), Stretches(solved.times));
+  for (std::size_t f = 0; f < solved.frames.size(); ++f)
+    for (std::size_t c = 0; c < templates.size(); ++c)
       if (solved.Weight(f, c) == 1)
-        at_limit.Add({FlagKind::Limit, static_cast<std::size_t>(column.part), column.name, {}, f, f, 0});
+        at_limit[c].Add(
+            {FlagKind::Limit, static_cast<std::size_t>(templates[c].part), templates[c].name, {}, f, f, 0});
+  for (std::size_t c = 0; c < templates.size(); ++c) {
     // The peak of an expression touches the limit for a moment. A shut eye is at its limit, and loses
     // nothing.
-    const double long_s = column.name.ends_with("Eye.Close") ? 3 : 0.5;
-    for (QualityFlag flag : at_limit.Flags()) {
+    const double long_s = templates[c].name.ends_with("Eye.Close") ? 3 : 0.5;
+    for (QualityFlag flag : at_limit[c].Flags()) {
       flag.size = solved.times[flag.last] - solved.times[flag.first];
       if (flag.size >= long_s) flags.push_back(std::move(flag));
     }
@@ -151,10 +156,15 @@ public:
     parts_.resize(rest_.size());
     for (std::size_t part = 0; part < 9; ++part)
       for (const std::size_t m : solver.MarkersOf(part)) parts_[m].push_back(part);
+    neighbours_.resize(rest_.size());
     for (std::size_t m = 0; m < rest_.size(); ++m) {
-      nearest_.push_back(kNever);
+      constexpr double kLeast_mm = 5; // noise could confuse markers that rest nearer to each other
       for (std::size_t n = 0; n < rest_.size(); ++n)
-        if (const double apart = Apart(m, n); apart > 0) nearest_[m] = std::min(nearest_[m], apart);
+        if (const double apart = Distance(rest_[m], rest_[n]); apart >= kLeast_mm)
+          neighbours_[m].push_back({n, apart, AreOnTwoSides(m, n)});
+      std::sort(neighbours_[m].begin(), neighbours_[m].end(),
+                [](const Neighbour& a, const Neighbour& b) { return a.apart < b.apart; });
+      half_way_.push_back(neighbours_[m].empty() ? kNever : neighbours_[m].front().apart / 2);
     }
   }
 
@@ -162,11 +172,15 @@ public:
     std::vector<Stretches> stretches(rest_.size(), Stretches(face_.times));
     for (std::size_t f = 0; f < face_.FrameCount(); ++f)
       for (std::size_t m = 0; m < rest_.size(); ++m) {
-        const Point* const p = SeenAt(face_, f, m);
+        const Point* const p = face_.At(f, m);
         if (!p) continue;
-        const double off = Distance(Vector(*p), rest_[m]);
-        if (off <= nearest_[m] / 2) continue; // nearer to its own place than to any other
-        const std::optional<Other> other = InPlaceOf(f, m, Vector(*p));
+        const VgeTVector way = Difference(Vector(*p), rest_[m]);
+        constexpr double kSurely = 1 - 1e-12; // most markers are this near, and need no root
+        if (Dot(way, way) <= kSurely * half_way_[m] * half_way_[m]) continue;
+        const double off = Length(way);
+        if (off <= half_way_[m]) continue; // nearer to its own place than to any other
+        if (!SeenAt(face_, f, m)) continue;
+        const std::optional<Other> other = InPlaceOf(f, m, Vector(*p), off);
         if (!other || (other->kind == FlagKind::Swap && other->marker < m)) continue; // of a swap once
         stretches[m].Add({other->kind,
                           parts_[m].front(),
@@ -186,12 +200,12 @@ private:
     std::size_t marker;
   };
 
-  /// How far apart two markers rest; 0 if noise could confuse them.
-  double Apart(std::size_t m, std::size_t n) const {
-    constexpr double kLeast_mm = 5;
-    const double apart = Distance(rest_[m], rest_[n]);
-    return apart >= kLeast_mm ? apart : 0;
-  }
+  /// A marker that rests `apart` from another.
+  struct Neighbour {
+    std::size_t marker;
+    double apart;
+    bool on_other_side;
+  };
 
   bool AreOnTwoSides(std::size_t m, std::size_t n) const {
     const auto drives = [&](std::size_t marker, std::size_t part) {
@@ -213,17 +227,21 @@ private:
            Dot(Difference(p, q), way) < -0.75 * Dot(way, way);
   }
 
-  /// The marker whose place `m`, which is at `p`, has: the nearest of those that it is swapped with, else the
-  /// nearest of the other side.
-  std::optional<Other> InPlaceOf(std::size_t frame, std::size_t m, const VgeTVector& p) const {
+  /// The marker whose place `m`, which is at `p` and so `off` its own, has: the nearest of those that it is
+  /// swapped with, else the nearest of the other side. Of equally near ones the first.
+  std::optional<Other> InPlaceOf(std::size_t frame, std::size_t m, const VgeTVector& p, double off) const {
+    // Both kinds need a place that is nearer than the marker's own or a third of the way from it: no place is
+    // that rests more than twice as far from the marker's own as the marker is.
+    constexpr double kReach = 2.001; // the sums are rounded
     std::optional<Other> found;
     double nearest = kNever;
     for (const FlagKind kind : {FlagKind::Swap, FlagKind::Mislabel}) {
-      for (std::size_t n = 0; n < rest_.size(); ++n) {
-        const double apart = Apart(m, n), off = Distance(p, rest_[n]);
-        if (apart == 0 || off >= nearest) continue;
-        if (kind == FlagKind::Swap ? AreSwapped(frame, m, p, n) : off < apart / 3 && AreOnTwoSides(m, n))
-          found = {kind, n}, nearest = off;
+      for (const auto& [n, apart, on_other_side] : neighbours_[m]) {
+        if (apart > kReach * off) break;
+        const double to = Distance(p, rest_[n]);
+        if (!(to < nearest || (found && to == nearest && n < found->marker))) continue;
+        if (kind == FlagKind::Swap ? AreSwapped(frame, m, p, n) : to < apart / 3 && on_other_side)
+          found = {kind, n}, nearest = to;
       }
       if (found) return found;
     }
@@ -233,8 +251,9 @@ private:
   const Take& face_;
   const FaceSolver& solver_;
   std::vector<VgeTVector> rest_;
-  std::vector<std::vector<std::size_t>> parts_; // that a marker drives
-  std::vector<double> nearest_;                 // how far from the nearest marker it rests
+  std::vector<std::vector<std::size_t>> parts_;    // that a marker drives
+  std::vector<std::vector<Neighbour>> neighbours_; // of each marker, by how far apart they rest
+  std::vector<double> half_way_;                   // to the nearest of them
 };
 
 // --- Grades.
