@@ -216,15 +216,16 @@ private:
            !any_of([&](std::size_t part) { return drives(n, part); });
   }
 
-  /// Whether markers `m`, which is at `p`, and `n` have exchanged places. Expressions move neighbours in the
+  /// Whether markers `m`, which is at `p`, nearer to the place of `n` than to its own, and `n` have exchanged
+  /// places. Expressions move neighbours in the
   /// same direction, or bring them together as shutting an eye does, but not past each other by three
   /// quarters of their distance at rest.
   bool AreSwapped(std::size_t frame, std::size_t m, const VgeTVector& p, std::size_t n) const {
     const Point* const seen = SeenAt(face_, frame, n);
     if (!seen) return false;
     const VgeTVector q = Vector(*seen), way = Difference(rest_[m], rest_[n]);
-    return Distance(p, rest_[n]) < Distance(p, rest_[m]) && Distance(q, rest_[m]) < Distance(q, rest_[n]) &&
-           Dot(Difference(p, q), way) < -0.75 * Dot(way, way);
+    return Dot(Difference(p, q), way) < -0.75 * Dot(way, way) &&
+           Distance(q, rest_[m]) < Distance(q, rest_[n]);
   }
 
   /// The marker whose place `m`, which is at `p` and so `off` its own, has: the nearest of those that it is
@@ -233,14 +234,18 @@ private:
     // Both kinds need a place that is nearer than the marker's own or a third of the way from it: no place is
     // that rests more than twice as far from the marker's own as the marker is.
     constexpr double kReach = 2.001; // the sums are rounded
-    std::optional<Other> found;
-    double nearest = kNever;
+    constexpr double kSurely = 1 + 1e-12;
     for (const FlagKind kind : {FlagKind::Swap, FlagKind::Mislabel}) {
+      std::optional<Other> found;
+      double nearest = kind == FlagKind::Swap ? off : kNever;
       for (const auto& [n, apart, on_other_side] : neighbours_[m]) {
         if (apart > kReach * off) break;
-        const double to = Distance(p, rest_[n]);
+        if (kind == FlagKind::Mislabel && !on_other_side) continue;
+        const VgeTVector way = Difference(p, rest_[n]);
+        if (Dot(way, way) > kSurely * nearest * nearest) continue; // most need no root
+        const double to = Length(way);
         if (!(to < nearest || (found && to == nearest && n < found->marker))) continue;
-        if (kind == FlagKind::Swap ? AreSwapped(frame, m, p, n) : to < apart / 3 && on_other_side)
+        if (kind == FlagKind::Swap ? AreSwapped(frame, m, p, n) : to < apart / 3)
           found = {kind, n}, nearest = to;
       }
       if (found) return found;
