@@ -71,7 +71,7 @@ NeutralPose StabilisedMarkers::Pose(const std::vector<bool>& use, const MiddleOf
 std::vector<std::optional<Point>> StabilisedMarkers::Places(const std::vector<std::size_t>& markers,
                                                             const std::vector<bool>& use,
                                                             const MiddleOf& middle_of) const {
-  constexpr std::size_t kAtOnce = 8;
+  constexpr std::size_t kAtOnce = 16;
   const std::vector<std::size_t> frames = FramesOf(use);
   struct Column {
     std::vector<double> x, y, z;

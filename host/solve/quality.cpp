@@ -170,17 +170,14 @@ public:
 
   void Find(std::vector<QualityFlag>& flags) const {
     std::vector<Stretches> stretches(rest_.size(), Stretches(face_.times));
-    for (std::size_t f = 0; f < face_.FrameCount(); ++f)
+    Strays strays;
+    for (std::size_t f = 0; f < face_.FrameCount(); ++f) {
+      FindStrays(f, strays);
       for (std::size_t m = 0; m < rest_.size(); ++m) {
-        const Point* const p = face_.At(f, m);
-        if (!p) continue;
-        const VgeTVector way = Difference(Vector(*p), rest_[m]);
-        constexpr double kSurely = 1 - 1e-12; // most markers are this near, and need no root
-        if (Dot(way, way) <= kSurely * half_way_[m] * half_way_[m]) continue;
-        const double off = Length(way);
-        if (off <= half_way_[m]) continue; // nearer to its own place than to any other
-        if (!SeenAt(face_, f, m)) continue;
-        const std::optional<Other> other = InPlaceOf(f, m, Vector(*p), off);
+        if (!strays[m]) continue;
+        const double off = Distance(*strays[m], rest_[m]);
+        if (off <= half_way_[m]) continue;
+        const std::optional<Other> other = InPlaceOf(strays, m, off);
         if (!other || (other->kind == FlagKind::Swap && other->marker < m)) continue; // of a swap once
         stretches[m].Add({other->kind,
                           parts_[m].front(),
@@ -190,6 +187,7 @@ public:
                           f,
                           off});
       }
+    }
     for (const Stretches& of_marker : stretches)
       flags.insert(flags.end(), of_marker.Flags().begin(), of_marker.Flags().end());
   }
@@ -207,6 +205,21 @@ private:
     bool on_other_side;
   };
 
+  /// By marker: where it was seen, if another place may be as near as its own; nothing for most.
+  using Strays = std::vector<std::optional<VgeTVector>>;
+
+  void FindStrays(std::size_t frame, Strays& strays) const {
+    strays.assign(rest_.size(), std::nullopt);
+    for (std::size_t m = 0; m < rest_.size(); ++m) {
+      const Point* const p = face_.At(frame, m);
+      if (!p) continue;
+      const VgeTVector way = Difference(Vector(*p), rest_[m]);
+      constexpr double kSurely = 1 - 1e-12; // saves the root
+      if (Dot(way, way) <= kSurely * half_way_[m] * half_way_[m]) continue;
+      if (SeenAt(face_, frame, m)) strays[m] = Vector(*p);
+    }
+  }
+
   bool AreOnTwoSides(std::size_t m, std::size_t n) const {
     const auto drives = [&](std::size_t marker, std::size_t part) {
       return std::find(parts_[marker].begin(), parts_[marker].end(), part) != parts_[marker].end();
@@ -216,37 +229,34 @@ private:
            !any_of([&](std::size_t part) { return drives(n, part); });
   }
 
-  /// Whether markers `m`, which is at `p`, nearer to the place of `n` than to its own, and `n` have exchanged
-  /// places. Expressions move neighbours in the
-  /// same direction, or bring them together as shutting an eye does, but not past each other by three
-  /// quarters of their distance at rest.
-  bool AreSwapped(std::size_t frame, std::size_t m, const VgeTVector& p, std::size_t n) const {
-    const Point* const seen = SeenAt(face_, frame, n);
-    if (!seen) return false;
-    const VgeTVector q = Vector(*seen), way = Difference(rest_[m], rest_[n]);
-    return Dot(Difference(p, q), way) < -0.75 * Dot(way, way) &&
-           Distance(q, rest_[m]) < Distance(q, rest_[n]);
+  /// Whether markers `m`, which is nearer to the place of `n` than to its own, and `n` have exchanged places.
+  /// Expressions move neighbours in the same direction, or bring them together as shutting an eye does, but
+  /// not past each other by three quarters of their distance at rest.
+  bool AreSwapped(const Strays& strays, std::size_t m, std::size_t n) const {
+    if (!strays[n]) return false;
+    const VgeTVector way = Difference(rest_[m], rest_[n]);
+    return Dot(Difference(*strays[m], *strays[n]), way) < -0.75 * Dot(way, way) &&
+           Distance(*strays[n], rest_[m]) < Distance(*strays[n], rest_[n]);
   }
 
-  /// The marker whose place `m`, which is at `p` and so `off` its own, has: the nearest of those that it is
-  /// swapped with, else the nearest of the other side. Of equally near ones the first.
-  std::optional<Other> InPlaceOf(std::size_t frame, std::size_t m, const VgeTVector& p, double off) const {
+  /// The marker whose place `m`, which is `off` its own, has: the nearest of those that it is swapped with,
+  /// else the nearest of the other side. Of equally near ones the first.
+  std::optional<Other> InPlaceOf(const Strays& strays, std::size_t m, double off) const {
     // Both kinds need a place that is nearer than the marker's own or a third of the way from it: no place is
     // that rests more than twice as far from the marker's own as the marker is.
-    constexpr double kReach = 2.001; // the sums are rounded
-    constexpr double kSurely = 1 + 1e-12;
+    constexpr double kReach = 2.001, kSurely = 1 + 1e-12; // the sums are rounded
     for (const FlagKind kind : {FlagKind::Swap, FlagKind::Mislabel}) {
       std::optional<Other> found;
       double nearest = kind == FlagKind::Swap ? off : kNever;
       for (const auto& [n, apart, on_other_side] : neighbours_[m]) {
         if (apart > kReach * off) break;
         if (kind == FlagKind::Mislabel && !on_other_side) continue;
-        const VgeTVector way = Difference(p, rest_[n]);
+        const VgeTVector way = Difference(*strays[m], rest_[n]);
         if (Dot(way, way) > kSurely * nearest * nearest) continue; // most need no root
+        if (kind == FlagKind::Swap && !AreSwapped(strays, m, n)) continue;
         const double to = Length(way);
-        if (!(to < nearest || (found && to == nearest && n < found->marker))) continue;
-        if (kind == FlagKind::Swap ? AreSwapped(frame, m, p, n) : to < apart / 3)
-          found = {kind, n}, nearest = to;
+        if (kind == FlagKind::Mislabel && !(to < apart / 3)) continue;
+        if (to < nearest || (found && to == nearest && n < found->marker)) found = {kind, n}, nearest = to;
       }
       if (found) return found;
     }
