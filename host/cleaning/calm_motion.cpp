@@ -1,6 +1,7 @@
 #include "host/cleaning/calm_motion.h"
 
 #include "host/base/statistics.h"
+#include "host/cleaning/rigid_fits.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
@@ -110,8 +111,10 @@ double CalmMotion(std::vector<VgeAMatrix>& motions, const std::vector<FrameSpan>
       NoiseVariance(motions, spans, fit.Body(), frames) * 6 / (points - 2) * (1 - kParabola[kReach]);
   const double share = std::clamp(explained * count / squares, 0.0, 1.0);
 
-  RigidFit rigid(std::move(even));
   std::vector<VgeAMatrix> calm = motions;
+  RigidFits fits(even, [&](std::size_t f, const std::optional<VgeAMatrix>& motion) {
+    if (motion) calm[f] = *motion;
+  });
   RigidBody::Points moved(places.size());
   ForEachFrame(motions, spans, places, [&](std::size_t f, const std::vector<OfPlace>& of_places) {
     for (std::size_t m = 0; m < places.size(); ++m) {
@@ -119,8 +122,9 @@ double CalmMotion(std::vector<VgeAMatrix>& motions, const std::vector<FrameSpan>
       moved[m] = Point{from.x + share * (to.x - from.x), from.y + share * (to.y - from.y),
                        from.z + share * (to.z - from.z)};
     }
-    if (const auto motion = rigid.Solve(moved)) calm[f] = *motion;
+    fits.Add(f, moved);
   });
+  fits.Finish();
   motions = std::move(calm);
   return share;
 }

@@ -1,6 +1,7 @@
 #include "host/performer/rigid_head.h"
 
 #include "host/base/statistics.h"
+#include "host/cleaning/rigid_fits.h"
 #include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
 
@@ -24,7 +25,10 @@ public:
       : take_(take) {
     constexpr std::size_t kMostFrames = 1000; // as many as the body is learned from
     const std::size_t count = std::min(take.FrameCount(), kMostFrames);
-    RigidFit fit(head);
+    std::vector<std::optional<VgeAMatrix>> to_head(count);
+    RigidFits fits(head, [&](std::size_t i, const std::optional<VgeAMatrix>& motion) {
+      if (motion) to_head[i] = InverseOfOrthogonalAxes(*motion);
+    });
     RigidBody::Points seen(head_markers.size());
     for (std::size_t i = 0; i < count; ++i) {
       const std::size_t frame = i * take.FrameCount() / count;
@@ -32,10 +36,13 @@ public:
         const Point* const p = take.At(frame, head_markers[m]);
         seen[m] = p ? std::optional(*p) : std::nullopt;
       }
-      if (const auto motion = fit.Solve(seen)) {
-        frames_.push_back(frame);
-        to_head_.push_back(InverseOfOrthogonalAxes(*motion));
-      }
+      fits.Add(i, seen);
+    }
+    fits.Finish();
+    for (std::size_t i = 0; i < count; ++i) {
+      if (!to_head[i]) continue;
+      frames_.push_back(i * take.FrameCount() / count);
+      to_head_.push_back(*to_head[i]);
     }
   }
 

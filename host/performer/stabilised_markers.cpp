@@ -1,6 +1,7 @@
 #include "host/performer/stabilised_markers.h"
 
 #include "host/base/statistics.h"
+#include "host/cleaning/rigid_fits.h"
 #include "host/takes/marker_indices.h"
 
 #include <algorithm>
@@ -113,7 +114,9 @@ void StabilisedMarkers::SolveHeads(const RigidMotion::Markers& reference) {
 }
 
 void StabilisedMarkers::FitHeads(const RigidHead& rigid) {
-  RigidFit fit(rigid.body);
+  RigidFits fits(rigid.body, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
+    heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
+  });
   const std::vector<std::size_t> indices = MarkerIndices(take_, rigid.markers);
   RigidBody::Points seen(indices.size());
   for (std::size_t f = 0; f < frames_.Count(); ++f) {
@@ -121,9 +124,9 @@ void StabilisedMarkers::FitHeads(const RigidHead& rigid) {
       const Point* const p = take_.At(frames_.first + f, indices[m]);
       seen[m] = p ? std::optional(*p) : std::nullopt;
     }
-    const auto head = fit.Solve(seen);
-    heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
+    fits.Add(f, seen);
   }
+  fits.Finish();
 }
 
 // A single frame's noise would be in every head frame; two rounds through the median take it out. More do

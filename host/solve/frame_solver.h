@@ -8,6 +8,8 @@
 #include "host/solve/head_solver.h"
 #include "host/solve/template_ranges.h"
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -48,6 +50,12 @@ public:
 
   /// See HeadSolver::Solve.
   std::optional<VgeAMatrix> FindHead(const RigidBody::Points& seen) { return head_.Solve(seen); }
+
+  /// See HeadSolver::SolveAll.
+  void FindHeads(const std::vector<RigidBody::Points>& frames,
+                 const std::function<void(std::size_t, const std::optional<VgeAMatrix>&)>& found) {
+    head_.SolveAll(frames, found);
+  }
 
   /// See FaceSolver::Solve. The ranges are not applied.
   const FaceSolver::Frame& SolveFace(const std::vector<Point>& places_head) {

@@ -1,5 +1,6 @@
 #include "host/solve/head_solver.h"
 
+#include "host/cleaning/rigid_fits.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
@@ -58,13 +59,28 @@ HeadSolver::HeadSolver(const Performer& performer, const NeutralPose& neutral, c
 
 std::optional<VgeAMatrix> HeadSolver::Solve(const RigidBody::Points& seen) {
   if (!RemovesMotion()) return neutral_head_;
+  if (fit_) return OfFit(fit_->Solve(seen));
   RigidMotion::Markers head;
+  std::copy(seen.begin(), seen.end(), head.begin());
+  return motion_.Solve(head);
+}
+
+void HeadSolver::SolveAll(
+    const std::vector<RigidBody::Points>& frames,
+    const std::function<void(std::size_t frame, const std::optional<VgeAMatrix>& head)>& found) {
   if (!fit_) {
-    std::copy(seen.begin(), seen.end(), head.begin());
-    return motion_.Solve(head);
+    for (std::size_t f = 0; f < frames.size(); ++f) found(f, Solve(frames[f]));
+    return;
   }
-  const std::optional<VgeAMatrix> fitted = fit_->Solve(seen);
+  RigidFits fits(fit_->Body(),
+                 [&](std::size_t f, const std::optional<VgeAMatrix>& fitted) { found(f, OfFit(fitted)); });
+  for (std::size_t f = 0; f < frames.size(); ++f) fits.Add(f, frames[f]);
+  fits.Finish();
+}
+
+std::optional<VgeAMatrix> HeadSolver::OfFit(const std::optional<VgeAMatrix>& fitted) {
   if (!fitted || !removes_motion_) return fitted;
+  RigidMotion::Markers head;
   // The library finds the head from its markers where the fit has them: rigid ones.
   for (std::size_t slot = 0; slot < head.size(); ++slot)
     if (reference_[slot]) {

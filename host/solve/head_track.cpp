@@ -109,10 +109,11 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
       const Point* const p = markers.At(f, slot);
       seen[slot] = p ? std::optional(*p) : std::nullopt;
     }
-    const auto solved = solver.FindHead(seen);
-    track.known[f] = solved.has_value();
-    if (solved) track.heads[f] = *solved;
   }
+  solver.FindHeads(frames, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
+    track.known[f] = found.has_value();
+    if (found) track.heads[f] = *found;
+  });
   if (const RigidFit* fit = head.Fit())
     track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, frames);
   FillUnknown(take, track);
