@@ -45,7 +45,7 @@ std::optional<Neighbours> SelectBetweenBounds(const std::vector<double>& values,
   for (const double value : values) { // without a branch, which a processor would mostly predict wrongly
     between[count] = value;
     below += value < low ? 1 : 0;
-    count += (value < low) | (high < value) ? 0 : 1;
+    count += ((value < low) | (high < value)) ? 0 : 1;
     count = std::min(count, most);
   }
   if (count == most || rank < below || rank + 1 >= below + count) return std::nullopt;

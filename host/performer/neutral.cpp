@@ -17,6 +17,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 
@@ -35,27 +36,28 @@ void NoteFrames(Neutral& neutral, const Take& take, const Performer& performer,
   const std::vector<std::size_t> frames = FramesOf(use);
   for (const std::size_t f : frames)
     if (markers.HeadIsFound(f)) neutral.frames.push_back(markers.Number(f));
-  for (std::size_t part = 0; part < performer.holders.size(); ++part) {
-    std::vector<std::size_t> of_part;
-    std::vector<Point> places;
+  std::vector<std::size_t> indices, parts;
+  std::vector<VgeTVector> places;
+  for (std::size_t part = 0; part < performer.holders.size(); ++part)
     for (const auto& holder : performer.holders[part])
       for (const std::string& name : holder) {
         const auto place = neutral.pose.find(name);
         if (place == neutral.pose.end()) continue;
-        of_part.push_back(*take.FindMarker(name));
-        places.push_back(place->second);
+        indices.push_back(*take.FindMarker(name));
+        parts.push_back(part);
+        places.push_back({place->second.x, place->second.y, place->second.z});
       }
-    // One marker after another, although the frames are walked over once: so the sum is always the same.
-    std::vector<std::vector<double>> squares(of_part.size());
-    markers.ForEachPlace(of_part, frames, [&](std::size_t i, std::size_t, const VgeTVector& p) {
-      const VgeTVector off = Difference(p, {places[i].x, places[i].y, places[i].z});
-      squares[i].push_back(Dot(off, off));
-    });
-    double sum = 0, count = 0;
-    for (const std::vector<double>& of_marker : squares)
-      for (const double square : of_marker) sum += square, ++count;
-    if (count > 0) neutral.spread_mm[part] = std::sqrt(sum / count);
-  }
+  std::vector<std::vector<double>> squares(indices.size());
+  markers.ForEachPlace(indices, frames, [&](std::size_t i, std::size_t, const VgeTVector& p) {
+    const VgeTVector off = Difference(p, places[i]);
+    squares[i].push_back(Dot(off, off));
+  });
+  // One marker after another, although the frames are walked over once: so the sum is always the same.
+  std::array<double, 9> sums{}, counts{};
+  for (std::size_t i = 0; i < indices.size(); ++i)
+    for (const double square : squares[i]) sums[parts[i]] += square, ++counts[parts[i]];
+  for (std::size_t part = 0; part < sums.size(); ++part)
+    if (counts[part] > 0) neutral.spread_mm[part] = std::sqrt(sums[part] / counts[part]);
 }
 
 /// `file` and `place` state where the range was given.
