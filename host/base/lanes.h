@@ -5,7 +5,7 @@
 /// `Lanes` is one formula for every width. `double` is one lane. In each lane the bits are those of the same
 /// steps with one number, except for the choice among several NaNs.
 ///
-/// A comparison gives a mask, true or false in each lane: for `double` a bool. Masks are joined with & and |.
+/// A comparison gives a mask, true or false in each lane: for `double` a bool.
 
 #include <cmath>
 #include <cstddef>

@@ -9,6 +9,8 @@ namespace mien {
 
 namespace {
 
+constexpr std::size_t kLong = 4096; // from which bounds save time
+
 /// Two values that follow each other in the sorted order. The last value follows itself.
 struct Neighbours {
   double at, next;
@@ -54,7 +56,6 @@ std::optional<Neighbours> SelectBetweenBounds(const std::vector<double>& values,
 }
 
 Neighbours AtRank(std::vector<double>& values, std::size_t rank) {
-  constexpr std::size_t kLong = 4096;
   if (values.size() >= kLong)
     if (const auto found = SelectBetweenBounds(values, rank); found && found->at != 0 && found->next != 0)
       return *found; // among zeros of both signs, the order of the list decides which one comes out
@@ -70,7 +71,11 @@ double Mean(const std::vector<double>& values) {
 }
 
 double Quantile(std::vector<double>& values, double fraction) {
-  return AtRank(values, static_cast<std::size_t>(fraction * static_cast<double>(values.size() - 1))).at;
+  const auto rank = static_cast<std::size_t>(fraction * static_cast<double>(values.size() - 1));
+  if (values.size() >= kLong) return AtRank(values, rank).at;
+  const auto at = values.begin() + static_cast<std::ptrdiff_t>(rank);
+  std::nth_element(values.begin(), at, values.end());
+  return *at;
 }
 
 double Percentile(std::vector<double>& values, double fraction) {

@@ -20,6 +20,15 @@ struct LargestEigenvector {
   Lanes gap;
 };
 
+// What is true or false for longer than a comparison is kept as a number, above 0 or 0: of kept masks,
+// compilers calculate one lane after the other.
+
+/// `is` where the mask is true, else 0.
+template <class Lanes>
+MIEN_IN_LANES Lanes And(const Lanes& is, const MaskOf<Lanes>& mask) {
+  return Select<Lanes>(mask, is, Broadcast<Lanes>(0));
+}
+
 /// (a, b) = (c a - s b, s a + c b) where `turns`.
 template <class Lanes>
 MIEN_IN_LANES void Turn(Lanes& a, Lanes& b, const Lanes& c, const Lanes& s, const MaskOf<Lanes>& turns) {
@@ -28,7 +37,7 @@ MIEN_IN_LANES void Turn(Lanes& a, Lanes& b, const Lanes& c, const Lanes& s, cons
 }
 
 template <class Lanes>
-MIEN_IN_LANES LargestEigenvector<Lanes> LargestEigenvectorOf(Lanes (&a)[4][4], MaskOf<Lanes> is_wanted) {
+MIEN_IN_LANES LargestEigenvector<Lanes> LargestEigenvectorOf(Lanes (&a)[4][4], Lanes is_wanted) {
   Lanes v[4][4];
   for (int i = 0; i < 4; ++i)
     for (int j = 0; j < 4; ++j) v[i][j] = Broadcast<Lanes>(i == j ? 1 : 0);
@@ -39,12 +48,13 @@ MIEN_IN_LANES LargestEigenvector<Lanes> LargestEigenvectorOf(Lanes (&a)[4][4], M
       diagonal += a[i][i] * a[i][i];
       for (int j = i + 1; j < 4; ++j) off_diagonal += a[i][j] * a[i][j];
     }
-    is_wanted = is_wanted & (off_diagonal > 1e-30 * diagonal); // below the rounding of the eigenvalues
-    if (!Any(is_wanted)) break;
+    is_wanted = And<Lanes>(is_wanted, off_diagonal > 1e-30 * diagonal); // below the eigenvalues' rounding
+    if (!Any(is_wanted > 0.0)) break;
     for (int p = 0; p < 3; ++p)
       for (int q = p + 1; q < 4; ++q) {
-        const MaskOf<Lanes> turns = is_wanted & (a[p][q] != 0.0);
-        if (!Any(turns)) continue;
+        const MaskOf<Lanes> turns = Select<Lanes>(is_wanted > 0.0, a[p][q], Broadcast<Lanes>(0)) != 0.0;
+        if constexpr (kLanes<Lanes> == 1)
+          if (!turns) continue;
         const Lanes theta = (a[q][q] - a[p][p]) / (2.0 * a[p][q]);
         const Lanes t = Select<Lanes>(theta < 0.0, Broadcast<Lanes>(-1), Broadcast<Lanes>(1)) /
                         (Magnitude(theta) + SquareRoot<Lanes>(theta * theta + 1.0));
@@ -66,7 +76,8 @@ MIEN_IN_LANES LargestEigenvector<Lanes> LargestEigenvectorOf(Lanes (&a)[4][4], M
   found.gap = Broadcast<Lanes>(std::numeric_limits<double>::infinity());
   for (int i = 0; i < 4; ++i) {
     const Lanes distance = largest - a[i][i];
-    found.gap = Select<Lanes>((at != static_cast<double>(i)) & (distance < found.gap), distance, found.gap);
+    found.gap = Select<Lanes>(at != static_cast<double>(i),
+                              Select<Lanes>(distance < found.gap, distance, found.gap), found.gap);
   }
   return found;
 }
@@ -91,7 +102,7 @@ struct Motion {
 /// (1987): the rotation is the eigenvector of the largest eigenvalue of a matrix of the sums.
 template <class Lanes>
 MIEN_IN_LANES void FindMotion(const FitBody& body, const FitFrames& frames, Motion<Lanes>& motion,
-                              MaskOf<Lanes>& is_found) {
+                              Lanes& is_found) {
   constexpr std::size_t kWidth = kLanes<Lanes>;
   const Lanes zero = Broadcast<Lanes>(0);
   Lanes count = zero, weight_sum = zero, from[3] = {zero, zero, zero}, to[3] = {zero, zero, zero};
@@ -106,8 +117,8 @@ MIEN_IN_LANES void FindMotion(const FitBody& body, const FitFrames& frames, Moti
       Add<Lanes>(to[axis], weight * Load<Lanes>(&frames.seen[(3 * i + axis) * kWidth]), counts);
     }
   }
-  is_found = count >= 3.0;
-  if (!Any(is_found)) return;
+  is_found = And<Lanes>(count, count >= 3.0);
+  if (!Any(is_found > 0.0)) return;
   for (int axis = 0; axis < 3; ++axis) from[axis] /= weight_sum, to[axis] /= weight_sum;
 
   Lanes s[3][3] = {{zero, zero, zero}, {zero, zero, zero}, {zero, zero, zero}};
@@ -135,7 +146,7 @@ MIEN_IN_LANES void FindMotion(const FitBody& body, const FitFrames& frames, Moti
   // extent's square: a body less than a twentieth as wide as it is long does not determine the rotation about
   // its length.
   constexpr double kThin = 1.0 / 20;
-  is_found = is_found & (found.gap > 2 * kThin * kThin * SquareRoot(squares));
+  is_found = And<Lanes>(is_found, found.gap > 2 * kThin * kThin * SquareRoot(squares));
 
   Lanes rotation[3][3];
   SetRotation<Lanes>(rotation, found.vector[1], found.vector[2], found.vector[3], found.vector[0]);
@@ -154,8 +165,7 @@ MIEN_IN_LANES void FindMotion(const FitBody& body, const FitFrames& frames, Moti
 /// place among themselves.
 template <class Lanes>
 MIEN_IN_LANES Lanes FullWithin(const FitBody& body, FitFrames& frames, const Motion<Lanes>& motion,
-                               double noise_square, const MaskOf<Lanes>& is_wanted,
-                               MaskOf<Lanes>& is_any_far) {
+                               double noise_square, const Lanes& is_wanted, Lanes& is_any_far) {
   constexpr std::size_t kWidth = kLanes<Lanes>;
   const auto& m = motion.m;
   Lanes count = Broadcast<Lanes>(0), within = count;
@@ -169,15 +179,16 @@ MIEN_IN_LANES Lanes FullWithin(const FitBody& body, FitFrames& frames, const Mot
     Store<Lanes>(&frames.squares[i * kWidth], square);
     const MaskOf<Lanes> counts = Load<Lanes>(&frames.weights[i * kWidth]) > 0.0;
     Add<Lanes>(count, Broadcast<Lanes>(1), counts);
-    Add<Lanes>(within, Broadcast<Lanes>(1), counts & (square <= noise_square));
+    Add<Lanes>(within, Select<Lanes>(square <= noise_square, Broadcast<Lanes>(1), Broadcast<Lanes>(0)),
+               counts);
   }
-  is_any_far = within < count;
+  is_any_far = count - within;
   Lanes full = Broadcast<Lanes>(noise_square);
-  const MaskOf<Lanes> are_few_within = is_wanted & (2.0 * within <= count - 1.0);
-  if (!Any(are_few_within)) return full; // most often: the nearer half is within the noise
+  const Lanes are_few_within = And<Lanes>(is_wanted, 2.0 * within <= count - 1.0);
+  if (!Any(are_few_within > 0.0)) return full; // most often: the nearer half is within the noise
   double halves[kWidth], is_lane[kWidth];
   Store<Lanes>(halves, full);
-  Store<Lanes>(is_lane, Select<Lanes>(are_few_within, Broadcast<Lanes>(1), Broadcast<Lanes>(0)));
+  Store<Lanes>(is_lane, are_few_within);
   for (std::size_t lane = 0; lane < kWidth; ++lane) {
     if (!(is_lane[lane] > 0)) continue;
     frames.counted.clear();
@@ -195,44 +206,44 @@ MIEN_IN_LANES void Fit(const FitBody& body, FitFrames& frames, int rounds) {
   constexpr double kFullWithin = 3; // times the noise: 97 of 100 points that only tremble are nearer
   const double noise = kFullWithin * body.noise_mm;
   Motion<Lanes> motion = {};
-  MaskOf<Lanes> is_found = {};
+  Lanes is_found;
   FindMotion<Lanes>(body, frames, motion, is_found);
-  MaskOf<Lanes> is_active = is_found;
-  if (!std::isfinite(noise)) is_active = is_active & (Broadcast<Lanes>(0) > 0.0);
-  for (int round = 0; Any(is_active); ++round) {
+  Lanes is_active = std::isfinite(noise) ? is_found : Broadcast<Lanes>(0);
+  for (int round = 0; Any(is_active > 0.0); ++round) {
     if (round > 0 && round == rounds) break;
-    MaskOf<Lanes> is_any_far;
+    Lanes is_any_far;
     const Lanes full = FullWithin<Lanes>(body, frames, motion, noise * noise, is_active, is_any_far);
-    if (round == 0) is_active = is_active & is_any_far; // else all have their full weights
-    if (rounds == 0 || !Any(is_active)) break;
+    if (round == 0) is_active = And<Lanes>(is_active, is_any_far > 0.0); // else all have their full weights
+    if (rounds == 0 || !Any(is_active > 0.0)) break;
 
-    MaskOf<Lanes> changes = {};
+    Lanes changes = Broadcast<Lanes>(0);
     for (std::size_t i = 0; i < body.points.size(); ++i) {
       const Lanes one = Broadcast<Lanes>(1), before = Load<Lanes>(&frames.weights[i * kWidth]);
       const Lanes ratio = full / Load<Lanes>(&frames.squares[i * kWidth]);
       const Lanes share = Select<Lanes>(ratio < 1.0, ratio, one); // 1 where the distance is 0
       const Lanes weight = share * share / body.points[i].spread_square;
       const MaskOf<Lanes> counts = before > 0.0;
-      changes = changes | (counts & (weight != before));
-      Store<Lanes>(&frames.weights[i * kWidth], Select<Lanes>(counts & is_active, weight, before));
+      Add<Lanes>(changes, Select<Lanes>(weight != before, one, Broadcast<Lanes>(0)), counts);
+      Store<Lanes>(&frames.weights[i * kWidth],
+                   Select<Lanes>(is_active > 0.0, Select<Lanes>(counts, weight, before), before));
     }
-    is_active = is_active & changes; // the same weights give the same motion
-    if (!Any(is_active)) break;
+    is_active = And<Lanes>(is_active, changes > 0.0); // the same weights give the same motion
+    if (!Any(is_active > 0.0)) break;
     Motion<Lanes> next = motion;
-    MaskOf<Lanes> is_next_found;
+    Lanes is_next_found;
     FindMotion<Lanes>(body, frames, next, is_next_found);
     // Where too few are left that count, the motion of the round before has to do.
-    is_active = is_active & is_next_found;
+    is_active = And<Lanes>(is_active, is_next_found > 0.0);
     for (int column = 0; column < 4; ++column)
       for (int row = 0; row < 3; ++row)
-        motion.m[column][row] = Select<Lanes>(is_active, next.m[column][row], motion.m[column][row]);
+        motion.m[column][row] = Select<Lanes>(is_active > 0.0, next.m[column][row], motion.m[column][row]);
   }
   for (std::size_t column = 0; column < 4; ++column)
     for (std::size_t row = 0; row < 3; ++row)
       Store<Lanes>(&frames.motions[(3 * column + row) * kWidth], motion.m[column][row]);
   double found[kWidth], active[kWidth];
-  Store<Lanes>(found, Select<Lanes>(is_found, Broadcast<Lanes>(1), Broadcast<Lanes>(0)));
-  Store<Lanes>(active, Select<Lanes>(is_active, Broadcast<Lanes>(1), Broadcast<Lanes>(0)));
+  Store<Lanes>(found, is_found);
+  Store<Lanes>(active, is_active);
   for (std::size_t lane = 0; lane < kWidth; ++lane)
     frames.found[lane] = found[lane] > 0, frames.settled[lane] = !(active[lane] > 0);
 }
