@@ -1,5 +1,6 @@
 #include "host/base/statistics.h"
 
+#include "tests/host/same_bits.h"
 #include "tests/random.h"
 
 #include <gtest/gtest.h>
@@ -71,7 +72,8 @@ void ExpectThoseOf(const std::vector<double>& values, const char* which) {
     const double at = sorted[below], next = sorted[std::min(below + 1, last)];
     EXPECT_EQ(Quantile(values, fraction), at) << which << ' ' << values.size() << ' ' << fraction;
     std::vector<double> copy = values;
-    EXPECT_EQ(mien::Percentile(copy, fraction), at + (rank - static_cast<double>(below)) * (next - at))
+    EXPECT_TRUE(tests::SameBits(mien::Percentile(copy, fraction),
+                                at + (rank - static_cast<double>(below)) * (next - at)))
         << which << ' ' << values.size() << ' ' << fraction;
   }
 }
