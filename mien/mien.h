@@ -11,6 +11,7 @@
 #include "mien/base/affine.h"
 #include "mien/base/bounded_text.h"
 #include "mien/base/elementary.h"
+#include "mien/batch/face_batch.h"
 #include "mien/character/character_face.h"
 #include "mien/character/expression_sum.h"
 #include "mien/face/face.h"

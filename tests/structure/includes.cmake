@@ -24,7 +24,8 @@ set(sees_mien/base mien/base)
 set(sees_mien/face mien/base mien/face)
 set(sees_mien/actor mien/base mien/face mien/actor)
 set(sees_mien/character mien/base mien/face mien/character)
-set(sees_mien/mien.h mien/base mien/face mien/actor mien/character)
+set(sees_mien/batch mien/base mien/face mien/actor mien/batch)
+set(sees_mien/mien.h mien/base mien/face mien/actor mien/character mien/batch)
 
 # Folders that use nothing of the host but base come first; each line lists only folders of the lines above
 # it.

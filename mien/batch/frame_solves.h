@@ -1,0 +1,26 @@
+#pragma once
+
+/// @file
+/// The batch solves for each width of vectors. Not installed.
+
+#include "mien/batch/face_batch.h"
+#include "mien/batch/face_constants.h"
+
+#include <cstddef>
+#include <span>
+
+namespace mien::detail::batch {
+
+/// What FaceBatch does, a number of frames at a time.
+struct FrameSolves {
+  void (*solve)(const FaceConstants& constants, const FaceBatchInput& input, const FaceBatchOutput& output);
+  void (*residuals)(const FaceConstants& constants, std::size_t frames,
+                    const FramePoints<const double>& points, const FrameColumns<const double>& weights,
+                    const FrameColumns<double>& residuals);
+};
+
+/// All variants that this processor can run, from one frame at a time to its widest vectors. They give the
+/// same bits, except for the choice among several NaNs.
+std::span<const FrameSolves> AllFrameSolves();
+
+} // namespace mien::detail::batch
