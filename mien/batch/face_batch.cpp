@@ -10,14 +10,6 @@ using namespace detail::batch;
 FaceBatch::FaceBatch(const VActorFace& actor, const VFace& face, const VFaceMarkerSetState& reference)
     : mConstants(std::make_unique<const FaceConstants>(actor, face, reference)) {}
 
-FaceBatch::FaceBatch(const FaceBatch& other)
-    : mConstants(std::make_unique<const FaceConstants>(*other.mConstants)) {}
-
-FaceBatch& FaceBatch::operator=(const FaceBatch& other) {
-  mConstants = std::make_unique<const FaceConstants>(*other.mConstants);
-  return *this;
-}
-
 FaceBatch::~FaceBatch() = default;
 
 int FaceBatch::HeadMarkerCount() const { return mConstants->head_markers; }

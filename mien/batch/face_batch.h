@@ -111,10 +111,8 @@ public:
   ///
   /// Allocates. Throws std::bad_alloc if memory runs out.
   FaceBatch(const VActorFace& actor, const VFace& face, const VFaceMarkerSetState& reference);
-  /// Copies the copies. Throws std::bad_alloc if memory runs out.
-  FaceBatch(const FaceBatch& other);
-  /// Copies the copies. Throws std::bad_alloc if memory runs out; this object is then unchanged.
-  FaceBatch& operator=(const FaceBatch& other);
+  FaceBatch(const FaceBatch&) = delete;
+  FaceBatch& operator=(const FaceBatch&) = delete;
   ~FaceBatch();
 
   /// How many head markers the performer has: those present in the reference, 0 to 5.

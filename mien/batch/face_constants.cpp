@@ -13,13 +13,7 @@ namespace mien::detail::batch {
 
 namespace {
 
-Vector3<double> Vector(const VgeTVector& v) { return {v.x, v.y, v.z}; }
-
-Affine<double> Transform(const VgeAMatrix& a) {
-  return {Vector(Column(a, 0)), Vector(Column(a, 1)), Vector(Column(a, 2)), Vector(Column(a, 3))};
-}
-
-Way WayTo(const VgeTVector& full) { return {Vector(mien::Unit(full)), mien::Length(full)}; }
+Way WayTo(const VgeTVector& full) { return {Unit(full), Length(full)}; }
 
 double Width(const VgeTVector* points) {
   using namespace mouth;
@@ -60,7 +54,7 @@ MouthConstants MouthOf(const VFacePart& part, bool chin_is_measured) {
 
 BrowConstants BrowOf(const VFacePart& part) {
   using namespace brow;
-  return {Vector(part.mTemplates[Up]->mPoints[MidBrow]), Vector(part.mTemplates[Down]->mPoints[InBrow])};
+  return {part.mTemplates[Up]->mPoints[MidBrow], part.mTemplates[Down]->mPoints[InBrow]};
 }
 
 // The lids' limits are from the templates of these names, the weights from those in these slots.
@@ -78,7 +72,7 @@ EyeConstants EyeOf(const VFacePart& part) {
           .lowest_upper = close ? close[UpperEye].y : -1.0,
           .highest_lower = squint ? squint[LowerEye].y : 0,
           .has_squint = squint != nullptr,
-          .travel = Vector(travel),
+          .travel = travel,
           .closed = pose_y(Close, UpperEye),
           .wide_open = pose_y(WideOpen, UpperEye),
           .squinted = pose_y(Squint, LowerEye)};
@@ -88,8 +82,7 @@ EyeConstants EyeOf(const VFacePart& part) {
 
 FaceConstants::FaceConstants(const VActorFace& actor, const VFace& face, const VFaceMarkerSetState& reference)
     : head_markers(actor.mRBMarkers.GetCount()),
-      head_in_rigid_body(Transform(
-          mien::Product(mien::InverseOfOrthogonalAxes(reference.mRBTransform), reference.mTransform))),
+      head_in_rigid_body(Product(InverseOfOrthogonalAxes(reference.mRBTransform), reference.mTransform)),
       mouth(
           MouthOf(face.mParts[Mouth], actor.mParts[Mouth].mGroups[detail::mouth::ChinGroup].GetCount() > 0)) {
   int t = 0;
@@ -97,35 +90,37 @@ FaceConstants::FaceConstants(const VActorFace& actor, const VFace& face, const V
     for (int j = i + 1; j < head_markers; ++j)
       for (int k = j + 1; k < head_markers; ++k, ++t)
         if (actor.mRBTPI[t]->mQuality > kSineOf10Degrees)
-          triangles.push_back({i, j, k, Transform(actor.mRBTPI[t]->mInverse)});
+          triangles[triangle_count++] = {i, j, k, actor.mRBTPI[t]->mInverse};
 
   for (int p = 0; p < 9; ++p) {
     const VFacePart& definition = face.mParts[p];
     const VActorFacePart& performed = actor.mParts[p];
     Part& part = parts[p];
-    for (int j = 0; j < 7; ++j) part.rest[j] = Vector(definition.mDefaultPoints[j]);
+    for (int j = 0; j < 7; ++j) part.rest[j] = definition.mDefaultPoints[j];
     part.point_count = definition.mPointCount;
-    part.volume = Transform(performed.mMarkerSet.mTransform);
-    part.to_volume = Transform(mien::InverseOfOrthogonalAxes(performed.mMarkerSet.mTransform));
-    part.first_entry = entries.size();
+    part.volume = performed.mMarkerSet.mTransform;
+    part.to_volume = InverseOfOrthogonalAxes(performed.mMarkerSet.mTransform);
+    part.first_entry = mEntries.size();
     for (const auto& group : performed.mGroups)
       for (int i = 0; i < group.GetCount(); ++i) {
         const int marker = group[i]->mMarker->mIndex;
-        const std::size_t first_pull = pulls.size();
+        const std::size_t first_pull = mPulls.size();
         for (int j = 0; j < 7; ++j)
-          if (group[i]->mWeights[j] != 0) pulls.push_back({j, group[i]->mWeights[j]});
-        entries.push_back(
-            {marker, Vector(performed.mMarkerSet.mPositions[marker]), first_pull, pulls.size()});
+          if (group[i]->mWeights[j] != 0) mPulls.push_back({j, group[i]->mWeights[j]});
+        mEntries.push_back({marker, performed.mMarkerSet.mPositions[marker], first_pull, mPulls.size()});
       }
-    part.end_of_entries = entries.size();
+    part.end_of_entries = mEntries.size();
 
     const int templates =
         (p < 8 ? FaceBatch::kFirstTemplate[p + 1] : FaceBatch::kTemplates) - FaceBatch::kFirstTemplate[p];
     for (int j = 0; j < templates; ++j)
       for (int i = 0; i < 7; ++i)
         deltas[FaceBatch::kFirstTemplate[p] + j][i] =
-            Vector(Difference(definition.mTemplates[j]->mPoints[i], definition.mDefaultPoints[i]));
+            Difference(definition.mTemplates[j]->mPoints[i], definition.mDefaultPoints[i]);
   }
+
+  entries = mEntries.data();
+  pulls = mPulls.data();
 
   for (int side = 0; side < 2; ++side) {
     brows[side] = BrowOf(face.mParts[LeftBrow + side]);

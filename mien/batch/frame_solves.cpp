@@ -1,9 +1,6 @@
 #include "mien/batch/frame_solves.h"
 
-#include "mien/batch/head.h"
-#include "mien/batch/lanes.h"
-#include "mien/batch/points.h"
-#include "mien/batch/templates.h"
+#include "mien/batch/solve_frames.h"
 
 #include <iterator>
 
@@ -11,157 +8,28 @@ namespace mien::detail::batch {
 
 namespace {
 
-/// The number of templates of a part.
-constexpr int TemplatesOf(int p) {
-  return (p < 8 ? FaceBatch::kFirstTemplate[p + 1] : FaceBatch::kTemplates) - FaceBatch::kFirstTemplate[p];
+void SolveByOne(const FaceConstants& constants, const FaceBatchInput& input, const FaceBatchOutput& output) {
+  SolveFrames<double>(constants, input, output);
 }
 
-template <class T, class Number>
-MIEN_LANES_INLINE Vector3<T> LoadPoint(const BlockRows<T, Number>& rows,
-                                       const FramePoints<const double>& array, std::ptrdiff_t point) {
-  const std::ptrdiff_t at = point * array.point_stride;
-  return {Load(rows, at), Load(rows, at + array.axis_stride), Load(rows, at + 2 * array.axis_stride)};
+void ResidualsByOne(const FaceConstants& constants, std::size_t frames,
+                    const FramePoints<const double>& points, const FrameColumns<const double>& weights,
+                    const FrameColumns<double>& residuals) {
+  ResidualsOfFrames<double>(constants, frames, points, weights, residuals);
 }
 
-/// The frame of the head in the block's frames, from wherever the input has it.
-template <class T>
-MIEN_LANES_INLINE Affine<T> HeadOf(const FaceConstants& constants, const FaceBatchInput& input,
-                                   const FaceBatchOutput& output, std::size_t block) {
-  const T zero(0), one(1);
-  if (input.head_markers.first) {
-    const BlockRows<T, const double> rows(input.head_markers.first, input.head_markers.frame_stride, block,
-                                          input.frames);
-    Vector3<T> markers[5];
-    for (int i = 0; i < constants.head_markers; ++i) markers[i] = LoadPoint(rows, input.head_markers, i);
-    const Head<T> head = SolveHead(constants, markers);
-    if (output.head_valid) {
-      for (std::size_t i = 0; i < kLanes<T> && block + i < input.frames; ++i)
-        output.head_valid[block + i] = Lane(head.triangles, i) > 0;
-    }
-    return head.frame;
-  }
-  if (input.heads.first) {
-    const BlockRows<T, const double> rows(input.heads.first, input.heads.frame_stride, block, input.frames);
-    const auto column = [&](int c) MIEN_LANES_INLINE_LAMBDA {
-      const std::ptrdiff_t stride = input.heads.column_stride;
-      return Vector3<T>{Load(rows, 4 * c * stride), Load(rows, (4 * c + 1) * stride),
-                        Load(rows, (4 * c + 2) * stride)};
-    };
-    return {column(0), column(1), column(2), column(3)};
-  }
-  return {{one, zero, zero}, {zero, one, zero}, {zero, zero, one}, {zero, zero, zero}};
-}
-
-template <class T>
-MIEN_LANES_INLINE void StoreHead(const FrameColumns<double>& heads, std::size_t block, std::size_t frames,
-                                 const Affine<T>& head) {
-  const BlockRows<T, double> rows(heads.first, heads.frame_stride, block, frames);
-  const auto store = [&](int c, const Vector3<T>& axis, double fourth) MIEN_LANES_INLINE_LAMBDA {
-    Store(rows, 4 * c * heads.column_stride, axis.x);
-    Store(rows, (4 * c + 1) * heads.column_stride, axis.y);
-    Store(rows, (4 * c + 2) * heads.column_stride, axis.z);
-    Store(rows, (4 * c + 3) * heads.column_stride, T(fourth));
-  };
-  store(0, head.x, 0), store(1, head.y, 0), store(2, head.z, 0), store(3, head.translation, 1);
-}
-
-template <class T>
-MIEN_LANES_INLINE void SolveBlock(const FaceConstants& constants, const FaceBatchInput& input,
-                                  const FaceBatchOutput& output, std::size_t block) {
-  const Affine<T> head = HeadOf<T>(constants, input, output, block);
-  if (output.heads.first) StoreHead(output.heads, block, input.frames, head);
-  if (!output.points.first && !output.weights.first) return;
-
-  const Affine<T> to_head = InverseOfOrthogonalAxes(head);
-  const BlockRows<T, const double> markers(input.markers.first, input.markers.frame_stride, block,
-                                           input.frames);
-  const BlockRows<T, double> point_rows(output.points.first, output.points.frame_stride, block, input.frames),
-      weight_rows(output.weights.first, output.weights.frame_stride, block, input.frames);
-  for (int p = 0; p < 9; ++p) {
-    Points<T> points;
-    SolvePoints(constants, p, to_head, markers, input.markers.point_stride, input.markers.axis_stride,
-                points);
-    if (output.points.first)
-      for (int j = 0; j < 7; ++j) {
-        const std::ptrdiff_t at = (7 * p + j) * output.points.point_stride;
-        Store(point_rows, at, points[j].x);
-        Store(point_rows, at + output.points.axis_stride, points[j].y);
-        Store(point_rows, at + 2 * output.points.axis_stride, points[j].z);
-      }
-    if (output.weights.first) {
-      T weights[7];
-      SolveTemplates(constants, p, points, weights);
-      for (int j = 0; j < TemplatesOf(p); ++j)
-        Store(weight_rows, (FaceBatch::kFirstTemplate[p] + j) * output.weights.column_stride, weights[j]);
-    }
-  }
-}
-
-template <class T>
-MIEN_LANES_INLINE void ResidualsOfBlock(const FaceConstants& constants, std::size_t frames,
-                                        const FramePoints<const double>& points,
-                                        const FrameColumns<const double>& weights,
-                                        const FrameColumns<double>& residuals, std::size_t block) {
-  const BlockRows<T, const double> point_rows(points.first, points.frame_stride, block, frames),
-      weight_rows(weights.first, weights.frame_stride, block, frames);
-  const BlockRows<T, double> residual_rows(residuals.first, residuals.frame_stride, block, frames);
-  for (int p = 0; p < 9; ++p) {
-    const Part& part = constants.parts[p];
-    T residual(0);
-    if (part.first_entry < part.end_of_entries) {
-      T of_part[7];
-      for (int j = 0; j < TemplatesOf(p); ++j)
-        of_part[j] = Load(weight_rows, (FaceBatch::kFirstTemplate[p] + j) * weights.column_stride);
-      Points<T> given_back;
-      PointsOfTemplates(part, constants.deltas + FaceBatch::kFirstTemplate[p], of_part, TemplatesOf(p),
-                        given_back);
-      const Affine<T> volume = InAllLanes<T>(part.volume);
-      T squares(0);
-      for (int j = 0; j < part.point_count; ++j) {
-        const Vector3<T> off =
-            TransformDirection(volume, LoadPoint(point_rows, points, 7 * p + j) - given_back[j]);
-        squares = squares + Dot(off, off);
-      }
-      residual = Sqrt(squares / T(part.point_count));
-    }
-    Store(residual_rows, p * residuals.column_stride, residual);
-  }
-}
-
-template <class T>
-MIEN_LANES_INLINE void SolveFrames(const FaceConstants& constants, const FaceBatchInput& input,
-                                   const FaceBatchOutput& output) {
-  for (std::size_t block = 0; block < input.frames; block += kLanes<T>)
-    SolveBlock<T>(constants, input, output, block);
-}
-
-template <class T>
-MIEN_LANES_INLINE void
-ResidualsOfFrames(const FaceConstants& constants, std::size_t frames, const FramePoints<const double>& points,
-                  const FrameColumns<const double>& weights, const FrameColumns<double>& residuals) {
-  for (std::size_t block = 0; block < frames; block += kLanes<T>)
-    ResidualsOfBlock<T>(constants, frames, points, weights, residuals, block);
-}
-
-// The same two for each width.
-#define MIEN_FRAME_SOLVES(Width, Number, ...)                                                                \
-  __VA_ARGS__ void SolveBy##Width(const FaceConstants& constants, const FaceBatchInput& input,               \
-                                  const FaceBatchOutput& output) {                                           \
-    SolveFrames<Number>(constants, input, output);                                                           \
-  }                                                                                                          \
-  __VA_ARGS__ void ResidualsBy##Width(                                                                       \
-      const FaceConstants& constants, std::size_t frames, const FramePoints<const double>& points,           \
-      const FrameColumns<const double>& weights, const FrameColumns<double>& residuals) {                    \
-    ResidualsOfFrames<Number>(constants, frames, points, weights, residuals);                                \
-  }
-
-MIEN_FRAME_SOLVES(One, double)
 #if defined(__GNUC__)
-MIEN_FRAME_SOLVES(Two, Lanes<2>)
-#if defined(__x86_64__)
-MIEN_FRAME_SOLVES(Four, Lanes<4>, [[gnu::target("avx")]])
-MIEN_FRAME_SOLVES(Eight, Lanes<8>, [[gnu::target("avx512f")]])
-#endif
+
+void SolveByTwo(const FaceConstants& constants, const FaceBatchInput& input, const FaceBatchOutput& output) {
+  SolveFrames<Lanes<2>>(constants, input, output);
+}
+
+void ResidualsByTwo(const FaceConstants& constants, std::size_t frames,
+                    const FramePoints<const double>& points, const FrameColumns<const double>& weights,
+                    const FrameColumns<double>& residuals) {
+  ResidualsOfFrames<Lanes<2>>(constants, frames, points, weights, residuals);
+}
+
 #endif
 
 } // namespace

@@ -74,7 +74,8 @@ MIEN_LANES_INLINE Head<T> SolveHead(const FaceConstants& constants, const Vector
   T count(0);
   Vector3<T> translation = {T(0), T(0), T(0)};
   Quaternion<T> rotation = {T(0), T(0), T(0), T(0)};
-  for (const Triangle& triangle : constants.triangles) {
+  for (int t = 0; t < constants.triangle_count; ++t) {
+    const Triangle& triangle = constants.triangles[t];
     const Edge<T>&e1 = edges[triangle.i][triangle.j], &e2 = edges[triangle.i][triangle.k],
           &e3 = edges[triangle.j][triangle.k];
     const Vector3<T> normal = Cross(e1.way, e2.way);

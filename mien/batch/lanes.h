@@ -8,10 +8,11 @@
 /// one. Every operation rounds as it does for a `double`, so each frame has the same bits in any lane of any
 /// width. Conditions become masks, and both sides of a condition are computed.
 
+#include "mien/base/geometry.h"
+
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <utility>
 
 // A function for which the compiler may use wide vectors cannot call one for which it may not, unless that one
 // becomes a part of it.
@@ -126,16 +127,23 @@ struct BlockRows {
 
 #if defined(__GNUC__)
 
-template <std::size_t Count, class Number, std::size_t... I>
-MIEN_LANES_INLINE Lanes<Count> LoadLanes(const BlockRows<Lanes<Count>, Number>& rows, std::ptrdiff_t at,
-                                         std::index_sequence<I...>) {
-  return Lanes<Count>(typename Lanes<Count>::Vector{rows.frame[I][at]...});
+/// The numbers at `at` of the lanes from `Lane` on.
+template <std::size_t Lane, std::size_t Count, class Row>
+MIEN_LANES_INLINE Lanes<Count> Collect(const Row& frame, std::ptrdiff_t at) {
+  if constexpr (Count == 2) {
+    return Lanes<2>(typename Lanes<2>::Vector{frame[Lane][at], frame[Lane + 1][at]});
+  } else { // from halves: GCC inserts the numbers one by one
+    const auto low = Collect<Lane, Count / 2>(frame, at),
+               high = Collect<Lane + Count / 2, Count / 2>(frame, at);
+    if constexpr (Count == 4) return Lanes<4>(__builtin_shufflevector(low.v, high.v, 0, 1, 2, 3));
+    if constexpr (Count == 8) return Lanes<8>(__builtin_shufflevector(low.v, high.v, 0, 1, 2, 3, 4, 5, 6, 7));
+  }
 }
 
 /// The numbers at `at` of each lane's frame.
 template <std::size_t Count, class Number>
 MIEN_LANES_INLINE Lanes<Count> Load(const BlockRows<Lanes<Count>, Number>& rows, std::ptrdiff_t at) {
-  if (!rows.consecutive) return LoadLanes(rows, at, std::make_index_sequence<Count>());
+  if (!rows.consecutive) return Collect<0, Count>(rows.frame, at);
   Lanes<Count> lanes;
   std::memcpy(&lanes.v, rows.frame[0] + at, sizeof lanes.v);
   return lanes;
@@ -170,7 +178,7 @@ struct Vector3 {
 
 /// The same vector in all lanes.
 template <class T>
-MIEN_LANES_INLINE Vector3<T> InAllLanes(const Vector3<double>& v) {
+MIEN_LANES_INLINE Vector3<T> InAllLanes(const VgeTVector& v) {
   return {v.x, v.y, v.z};
 }
 
@@ -219,9 +227,13 @@ struct Affine {
   Vector3<T> x, y, z, translation;
 };
 
+/// The same transform in all lanes.
 template <class T>
-MIEN_LANES_INLINE Affine<T> InAllLanes(const Affine<double>& a) {
-  return {InAllLanes<T>(a.x), InAllLanes<T>(a.y), InAllLanes<T>(a.z), InAllLanes<T>(a.translation)};
+MIEN_LANES_INLINE Affine<T> InAllLanes(const VgeAMatrix& a) {
+  const auto column = [&a](int c) MIEN_LANES_INLINE_LAMBDA {
+    return Vector3<T>{a.m[c][0], a.m[c][1], a.m[c][2]};
+  };
+  return {column(0), column(1), column(2), column(3)};
 }
 
 template <class T>

@@ -15,8 +15,7 @@ using Points = Vector3<T>[7];
 
 /// What LimitEye does.
 template <class T>
-MIEN_LANES_INLINE void LimitEye(const EyeConstants& eye, const Vector3<double> (&rest)[7],
-                                Points<T>& points) {
+MIEN_LANES_INLINE void LimitEye(const EyeConstants& eye, const VgeTVector (&rest)[7], Points<T>& points) {
   using namespace detail::eye;
   const auto limit = [](const T& y, double low, double high) MIEN_LANES_INLINE_LAMBDA {
     return Select(y < T(low), T(low), Select(y < T(high), y, T(high)));
@@ -31,7 +30,7 @@ MIEN_LANES_INLINE void LimitEye(const EyeConstants& eye, const Vector3<double> (
 
 /// What EstimateChin does.
 template <class T>
-MIEN_LANES_INLINE void EstimateChin(const MouthConstants& mouth, const Vector3<double> (&rest)[7],
+MIEN_LANES_INLINE void EstimateChin(const MouthConstants& mouth, const VgeTVector (&rest)[7],
                                     Points<T>& points) {
   using namespace detail::mouth;
   const Vector3<T> middle = (points[RightLowerMouth] + points[LeftLowerMouth]) / T(2);

@@ -46,7 +46,7 @@ MIEN_LANES_INLINE T FractionOf(const Way& way, const Vector3<T>& moved) {
 }
 
 template <class T>
-MIEN_LANES_INLINE T OpenAmount(const MouthConstants& mouth, const Vector3<double> (&rest)[7],
+MIEN_LANES_INLINE T OpenAmount(const MouthConstants& mouth, const VgeTVector (&rest)[7],
                                const Points<T>& points) {
   using namespace detail::mouth;
   const auto fraction = [&](const Way& way, Point point) MIEN_LANES_INLINE_LAMBDA {
@@ -167,8 +167,8 @@ MIEN_LANES_INLINE void SolveTemplates(const FaceConstants& constants, int p, con
 
 /// The points that the weights of a part give: see VFace::Template2FaceSolve.
 template <class T>
-MIEN_LANES_INLINE void PointsOfTemplates(const Part& part, const Vector3<double> (*deltas)[7],
-                                         const T* weights, int templates, Points<T>& points) {
+MIEN_LANES_INLINE void PointsOfTemplates(const Part& part, const VgeTVector (*deltas)[7], const T* weights,
+                                         int templates, Points<T>& points) {
   for (int i = 0; i < 7; ++i) points[i] = InAllLanes<T>(part.rest[i]);
   for (int j = 0; j < templates; ++j)
     for (int i = 0; i < 7; ++i) points[i] = points[i] + InAllLanes<T>(deltas[j][i]) * weights[j];

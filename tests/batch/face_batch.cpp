@@ -518,22 +518,12 @@ TEST(FaceBatch, ResultsThatNobodyWantsAreLeftOut) {
 // It keeps copies: the performer may go.
 TEST(FaceBatch, OutlivesThePerformer) {
   AnyPerformer performer(24, {});
-  const std::vector<VFaceMarkerSetState> film = performer.Film(9);
-  auto doomed = std::make_unique<AnyPerformer>(24, Kind{});
-  FaceBatch batch(doomed->actor, *GetGlobalFace(), doomed->reference);
+  auto doomed = std::make_unique<AnyPerformer>(24, Kind{}); // another one like it
+  const FaceBatch batch(doomed->actor, *GetGlobalFace(), doomed->reference);
   doomed.reset();
-  const FaceBatch copy(batch);
-  AnyPerformer other(25, {});
-  batch = FaceBatch(other.actor, *GetGlobalFace(), other.reference);
-  Sets sets(film), others(other.Film(9));
-  copy.Solve(sets.Input(), sets.Output());
-  batch.Solve(others.Input(), others.Output());
+  Sets sets(performer.Film(9));
+  batch.Solve(sets.Input(), sets.Output());
   EXPECT_TRUE(Same(sets, performer));
-  EXPECT_TRUE(Same(others, other));
-  batch = copy;
-  Sets again(film);
-  batch.Solve(again.Input(), again.Output());
-  EXPECT_TRUE(Same(again, performer));
 }
 
 TEST(FaceBatch, ThreadsShareOneObject) {
