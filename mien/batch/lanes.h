@@ -114,16 +114,29 @@ MIEN_LANES_INLINE T Min(const T& a, const T& b) {
 template <class T, class Number>
 struct BlockRows {
   Number* frame[kLanes<T>];
-  bool consecutive; ///< One lane is beside the other in memory.
+  std::ptrdiff_t to_next_block; ///< From a lane's frame to its next one; 0 without a full next block.
+  bool consecutive;             ///< One lane is beside the other in memory.
 
   MIEN_LANES_INLINE BlockRows(Number* first, std::ptrdiff_t frame_stride, std::size_t block,
                               std::size_t count)
-      : consecutive(frame_stride == 1 && block + kLanes<T> <= count) {
+      : to_next_block(block + 2 * kLanes<T> <= count ? frame_stride * static_cast<std::ptrdiff_t>(kLanes<T>)
+                                                     : 0),
+        consecutive(frame_stride == 1 && block + kLanes<T> <= count) {
     for (std::size_t i = 0; i < kLanes<T>; ++i)
       frame[i] =
           first + static_cast<std::ptrdiff_t>(block + i < count ? block + i : count - 1) * frame_stride;
   }
 };
+
+/// Fetches what is at `at` of the next block's frames. The processor finds such long steps too late by itself.
+template <class T, class Number>
+MIEN_LANES_INLINE void Prefetch([[maybe_unused]] const BlockRows<T, Number>& rows,
+                                [[maybe_unused]] std::ptrdiff_t at) {
+#if defined(__GNUC__)
+  if (rows.consecutive) return;
+  for (std::size_t i = 0; i < kLanes<T>; ++i) __builtin_prefetch(rows.frame[i] + at + rows.to_next_block);
+#endif
+}
 
 #if defined(__GNUC__)
 

@@ -49,6 +49,7 @@ MIEN_LANES_INLINE void SolvePoints(const FaceConstants& constants, int p, const 
   for (std::size_t e = part.first_entry; e < part.end_of_entries; ++e) {
     const Entry& entry = constants.entries[e];
     const std::ptrdiff_t at = entry.marker * point_stride;
+    Prefetch(rows, at);
     const Vector3<T> position = {Load(rows, at), Load(rows, at + axis_stride),
                                  Load(rows, at + 2 * axis_stride)};
     const Vector3<T> displacement =

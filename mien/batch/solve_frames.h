@@ -72,6 +72,18 @@ MIEN_LANES_INLINE void StoreHead(const FrameColumns<double>& heads, std::size_t 
 }
 
 template <class T>
+MIEN_LANES_INLINE void StorePoints(const FramePoints<double>& array, std::size_t block, std::size_t frames,
+                                   int p, const Points<T>& points) {
+  const BlockRows<T, double> rows(array.first, array.frame_stride, block, frames);
+  for (int j = 0; j < 7; ++j) {
+    const std::ptrdiff_t at = (7 * p + j) * array.point_stride;
+    Store(rows, at, points[j].x);
+    Store(rows, at + array.axis_stride, points[j].y);
+    Store(rows, at + 2 * array.axis_stride, points[j].z);
+  }
+}
+
+template <class T>
 MIEN_LANES_INLINE void SolveBlock(const FaceConstants& constants, const FaceBatchInput& input,
                                   const FaceBatchOutput& output, std::size_t block) {
   const Affine<T> head = HeadOf<T>(constants, input, output, block);
@@ -81,25 +93,17 @@ MIEN_LANES_INLINE void SolveBlock(const FaceConstants& constants, const FaceBatc
   const Affine<T> to_head = InverseOfOrthogonalAxes(head);
   const BlockRows<T, const double> markers(input.markers.first, input.markers.frame_stride, block,
                                            input.frames);
-  const BlockRows<T, double> point_rows(output.points.first, output.points.frame_stride, block, input.frames),
-      weight_rows(output.weights.first, output.weights.frame_stride, block, input.frames);
   T weights[FaceBatch::kTemplates];
   for (int p = 0; p < 9; ++p) {
     Points<T> points;
     SolvePoints(constants, p, to_head, markers, input.markers.point_stride, input.markers.axis_stride,
                 points);
-    if (output.points.first)
-      for (int j = 0; j < 7; ++j) {
-        const std::ptrdiff_t at = (7 * p + j) * output.points.point_stride;
-        Store(point_rows, at, points[j].x);
-        Store(point_rows, at + output.points.axis_stride, points[j].y);
-        Store(point_rows, at + 2 * output.points.axis_stride, points[j].z);
-      }
+    if (output.points.first) StorePoints(output.points, block, input.frames, p, points);
     if (output.weights.first) SolveTemplates(constants, p, points, weights + FaceBatch::kFirstTemplate[p]);
   }
-  if (output.weights.first)
-    for (int c = 0; c < FaceBatch::kTemplates; ++c)
-      Store(weight_rows, c * output.weights.column_stride, weights[c]);
+  if (!output.weights.first) return;
+  const BlockRows<T, double> rows(output.weights.first, output.weights.frame_stride, block, input.frames);
+  for (int c = 0; c < FaceBatch::kTemplates; ++c) Store(rows, c * output.weights.column_stride, weights[c]);
 }
 
 template <class T>
