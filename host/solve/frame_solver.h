@@ -8,7 +8,9 @@
 #include "host/solve/head_solver.h"
 #include "host/solve/template_ranges.h"
 
+#include <array>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace mien {
@@ -52,6 +54,12 @@ public:
   /// See FaceSolver::Solve. The ranges are not applied.
   const FaceSolver::Frame& SolveFace(const std::vector<Point>& places_head) {
     return face_.Solve(places_head);
+  }
+
+  /// See FaceSolver::SolveFrames. The ranges are not applied.
+  void SolveFaces(std::span<const Point> places_head, std::span<double> weights,
+                  std::span<std::array<double, 9>> residual_mm) {
+    face_.SolveFrames(places_head, weights, residual_mm);
   }
 
   /// See CharacterSolver::Solve. There must be a character.
