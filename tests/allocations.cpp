@@ -5,6 +5,7 @@
 // Under AddressSanitizer the sanitizer's allocator is not replaced; it reports each allocation to a hook.
 
 #include "mien/actor/actor_face.h"
+#include "mien/batch/face_batch.h"
 #include "mien/character/character_face.h"
 #include "mien/character/expression_sum.h"
 #include "mien/face/face.h"
@@ -243,6 +244,33 @@ TEST_F(PerFrame, Template2FaceSolveAllocatesNothing) {
 TEST_F(PerFrame, SetToDefaultStateAllocatesNothing) {
   EXPECT_EQ(AllocationsOverTheFrames([] {}, [this] { face.SetToDefaultState(&result); }), 0);
   EXPECT_NE(result.mParts[0].mPoints[0].x, 0);
+}
+
+TEST_F(PerFrame, FaceBatchAllocatesNothing) {
+  constexpr std::size_t kBatch = 21; // no multiple of a vector
+  std::vector<VFaceMarkerSetState> film(kBatch);
+  std::vector<VFaceState> points(kBatch);
+  std::vector<double> weights(kBatch * mien::FaceBatch::kTemplates), residuals(kBatch * 9);
+  for (std::size_t f = 0; f < kBatch; ++f) performer.Film(static_cast<int>(f), film[f]);
+  const mien::FaceBatch batch(actor, face, performer.Reference());
+  constexpr std::ptrdiff_t kSet = sizeof(VFaceMarkerSetState) / sizeof(double);
+  constexpr std::ptrdiff_t kState = sizeof(VFaceState) / sizeof(double);
+  double* const point = &points[0].mParts[0].mPoints[0].x;
+  EXPECT_EQ(AllocationsOf([&] {
+              batch.Solve({.frames = kBatch,
+                           .markers = {&film[0].mPositions[0].x, kSet, 4},
+                           .head_markers = {&film[0].mRBPositions[0].x, kSet, 4},
+                           .heads = {}},
+                          {.heads = {&points[0].mGlobal.m[0][0], kState},
+                           .head_valid = nullptr,
+                           .points = {point, kState, 4},
+                           .weights = {weights.data(), mien::FaceBatch::kTemplates}});
+              batch.Residuals(kBatch, {point, kState, 4}, {weights.data(), mien::FaceBatch::kTemplates},
+                              {residuals.data(), 9});
+            }),
+            0);
+  EXPECT_NE(weights.back(), 0);
+  EXPECT_NE(residuals.back(), 0);
 }
 
 // Weights for each branch of the blend: skipped, unscaled, scaled.

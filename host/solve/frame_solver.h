@@ -51,11 +51,6 @@ public:
   /// See HeadSolver::Solve.
   std::optional<VgeAMatrix> FindHead(const RigidBody::Points& seen) { return head_.Solve(seen); }
 
-  /// See FaceSolver::Solve. The ranges are not applied.
-  const FaceSolver::Frame& SolveFace(const std::vector<Point>& places_head) {
-    return face_.Solve(places_head);
-  }
-
   /// See FaceSolver::SolveFrames. The ranges are not applied.
   void SolveFaces(std::span<const Point> places_head, std::span<double> weights,
                   std::span<std::array<double, 9>> residual_mm) {

@@ -82,7 +82,8 @@ MIEN_LANES_INLINE Head<T> SolveHead(const FaceConstants& constants, const Vector
     const T twice_area = Length(normal);
     const T high = Max(e1.length, e2.length), low = Min(e1.length, e2.length);
     const T longest = Max(high, e3.length), middle = Max(low, Min(high, e3.length));
-    const auto counts = twice_area / (longest * middle) > T(kSineOf10Degrees); // false without an area
+    // False for a triangle without area: its axes, which are not defined, go nowhere.
+    const auto counts = twice_area / (longest * middle) > T(kSineOf10Degrees);
 
     Affine<T> current;
     current.x = e1.unit;

@@ -74,7 +74,6 @@ struct Lanes {
   MIEN_LANES_INLINE friend Mask operator<(const Lanes& a, const Lanes& b) { return {a.v < b.v}; }
   MIEN_LANES_INLINE friend Mask operator>(const Lanes& a, const Lanes& b) { return {a.v > b.v}; }
   MIEN_LANES_INLINE friend Mask operator>=(const Lanes& a, const Lanes& b) { return {a.v >= b.v}; }
-  MIEN_LANES_INLINE friend Mask operator==(const Lanes& a, const Lanes& b) { return {a.v == b.v}; }
 
   MIEN_LANES_INLINE friend Lanes Select(const Mask& mask, const Lanes& a, const Lanes& b) {
     return Lanes(mask.bits ? a.v : b.v);
@@ -228,10 +227,10 @@ MIEN_LANES_INLINE Vector3<T> Select(const Mask& mask, const Vector3<T>& a, const
   return {Select(mask, a.x, b.x), Select(mask, a.y, b.y), Select(mask, a.z, b.z)};
 }
 
-/// v / length, where `length` is that of v; the zero vector where it is exactly 0.
+/// v / length, where `length` is that of v, by one division and three products. Not defined where it is 0.
 template <class T>
 MIEN_LANES_INLINE Vector3<T> Unit(const Vector3<T>& v, const T& length) {
-  return Select(length == T(0), Vector3<T>{T(0), T(0), T(0)}, v * (T(1) / length));
+  return v * (T(1) / length);
 }
 
 /// The images of the three axes, and the translation.

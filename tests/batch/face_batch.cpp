@@ -386,6 +386,36 @@ TEST(FaceBatch, AFaceWithoutExtentHasTheBitsOfSingleFrames) {
     }
 }
 
+// Each template to the other side of the rest pose, and each of its points alone at rest: comparisons, not
+// the quotient, decide what is beyond such a template.
+TEST(FaceBatch, AFaceTheOtherWayRoundHasTheBitsOfSingleFrames) {
+  AnyPerformer performer(9, {}), without_chin(10, {.has_chin = false});
+  const std::vector<VFaceMarkerSetState> film = performer.Film(21), other = without_chin.Film(21);
+  VFace& face = *GetGlobalFace();
+  for (VFacePart& part : face.mParts)
+    for (int j = 0; j < part.mTemplates.GetCount(); ++j) {
+      VgeTVector(&pose)[7] = part.mTemplates[j]->mPoints;
+      const VgeTVector* const rest = part.mDefaultPoints;
+      VgeTVector before[7];
+      std::copy_n(pose, 7, before);
+      for (int i = 0; i < 7; ++i)
+        pose[i] = {2 * rest[i].x - pose[i].x, 2 * rest[i].y - pose[i].y, 2 * rest[i].z - pose[i].z};
+      EXPECT_TRUE(SameAsOneByOne(performer, film)) << part.mName << j;
+      EXPECT_TRUE(SameAsOneByOne(without_chin, other)) << part.mName << j;
+      const char*& name = part.mTemplates[j]->mName;
+      const char* const name_before = name;
+      name = "Other"; // so that it does not limit an eye's lids
+      EXPECT_TRUE(SameAsOneByOne(performer, film)) << part.mName << j;
+      name = name_before;
+      for (int i = 0; i < part.mPointCount; ++i) {
+        std::copy_n(before, 7, pose);
+        pose[i] = rest[i];
+        EXPECT_TRUE(SameAsOneByOne(without_chin, other)) << part.mName << j << ' ' << i;
+      }
+      std::copy_n(before, 7, pose);
+    }
+}
+
 // In every lane: the others are not touched by what one of them divides by.
 TEST(FaceBatch, AHeadThatIsLostInOneFrameIsKnownInItsNeighbours) {
   AnyPerformer performer(8, {});
