@@ -87,12 +87,12 @@ struct FaceBatchOutput {
 /// Each result has the bits that `VActorFace::ReferenceFromRBMarker`, `VActorFace::Actor2FaceSolve` and
 /// `VFace::Face2TemplateSolve` give for its frame alone, for every input (which of several NaNs comes out is
 /// not defined). Several frames are computed side by side in the lanes of the processor's widest vectors, so
-/// a frame in a batch takes about a quarter of the time. The widths are chosen at run time. A call with fewer
+/// a frame in a batch takes a quarter to a third of the time. The widths are chosen at run time. A call with fewer
 /// frames than lanes takes the time of a full vector.
 ///
 /// The object keeps copies of all that it needs, and never changes. Any number of threads may use it at the
-/// same time. A call allocates nothing; its scratch memory, some 20 KB, is on the
-/// stack. No argument is checked.
+/// same time. A call allocates nothing; its scratch memory, 20 KB in optimised
+/// builds, is on the stack. No argument is checked.
 class MIEN_API FaceBatch {
 public:
   /// The template weights of a frame: of the nine parts in order, of each its templates in order.
