@@ -50,9 +50,11 @@ Weights BestOf(double uu, double ud, double dd, double wu, double wd) {
 
 BrowFit::BrowFit(const VFace& face) {
   constexpr int kUp = 0, kDown = 1;
-  brows_[0].part = kLeftBrow, brows_[1].part = kRightBrow;
-  for (Brow& brow : brows_) {
-    const VFacePart& part = face.mParts[brow.part];
+  for (const int p : {kLeftBrow, kRightBrow}) {
+    const VFacePart& part = face.mParts[p];
+    Brow& brow = brows_[p == kLeftBrow ? 0 : 1];
+    brow.first_point = 7 * p;
+    brow.first_column = FaceBatch::kFirstTemplate[p];
     for (int j = 0; j < part.mPointCount; ++j) {
       const VgeTVector& rest = part.mDefaultPoints[j];
       const VgeTVector up = Difference(part.mTemplates[kUp]->mPoints[j], rest),
@@ -66,8 +68,8 @@ BrowFit::BrowFit(const VFace& face) {
 void BrowFit::Fit(std::size_t frames, const FramePoints<const double>& points,
                   const FrameColumns<double>& weights) const {
   for (const Brow& brow : brows_) {
-    const double* first_point = points.first + 7 * brow.part * points.point_stride;
-    double* up = weights.first + FaceBatch::kFirstTemplate[brow.part] * weights.column_stride;
+    const double* first_point = points.first + brow.first_point * points.point_stride;
+    double* up = weights.first + brow.first_column * weights.column_stride;
     for (std::size_t f = 0; f < frames; ++f) {
       double wu = 0, wd = 0;
       const double* point = first_point;

@@ -37,7 +37,7 @@ public:
 
 private:
   struct Brow {
-    int part;
+    int first_point, first_column;          // in points and weights
     std::vector<VgeTVector> rest, up, down; // the ways of the points to the templates (size: points)
     double uu = 0, ud = 0, dd = 0;          // the products of these ways
   };

@@ -14,8 +14,13 @@
 #include <cstddef>
 #include <cstring>
 
-// A function for which the compiler may use wide vectors cannot call one for which it may not, unless that one
-// becomes a part of it.
+/// @def MIEN_LANES_INLINE
+/// Makes a function a part of its callers. A function for which the compiler may use wide vectors can call no
+/// other one with them.
+
+/// @def MIEN_LANES_INLINE_LAMBDA
+/// The same for a lambda, behind its parameters.
+
 #if defined(__GNUC__)
 #define MIEN_LANES_INLINE [[gnu::always_inline]] inline
 #define MIEN_LANES_INLINE_LAMBDA __attribute__((always_inline)) // where GCC and Clang expect it

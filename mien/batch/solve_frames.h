@@ -18,7 +18,7 @@
 namespace mien::detail::batch {
 
 /// The number of templates of a part.
-constexpr int TemplatesOf(int p) {
+MIEN_LANES_INLINE constexpr int TemplatesOf(int p) {
   return (p < 8 ? FaceBatch::kFirstTemplate[p + 1] : FaceBatch::kTemplates) - FaceBatch::kFirstTemplate[p];
 }
 
@@ -48,7 +48,7 @@ MIEN_LANES_INLINE Affine<T> HeadOf(const FaceConstants& constants, const FaceBat
   }
   if (input.heads.first) {
     const BlockRows<T, const double> rows(input.heads.first, input.heads.frame_stride, block, input.frames);
-    const auto column = [&](int c) MIEN_LANES_INLINE_LAMBDA {
+    const auto column = [&](std::ptrdiff_t c) MIEN_LANES_INLINE_LAMBDA {
       const std::ptrdiff_t stride = input.heads.column_stride;
       return Vector3<T>{Load(rows, 4 * c * stride), Load(rows, (4 * c + 1) * stride),
                         Load(rows, (4 * c + 2) * stride)};
@@ -62,7 +62,7 @@ template <class T>
 MIEN_LANES_INLINE void StoreHead(const FrameColumns<double>& heads, std::size_t block, std::size_t frames,
                                  const Affine<T>& head) {
   const BlockRows<T, double> rows(heads.first, heads.frame_stride, block, frames);
-  const auto store = [&](int c, const Vector3<T>& axis, double fourth) MIEN_LANES_INLINE_LAMBDA {
+  const auto store = [&](std::ptrdiff_t c, const Vector3<T>& axis, double fourth) MIEN_LANES_INLINE_LAMBDA {
     Store(rows, 4 * c * heads.column_stride, axis.x);
     Store(rows, (4 * c + 1) * heads.column_stride, axis.y);
     Store(rows, (4 * c + 2) * heads.column_stride, axis.z);
