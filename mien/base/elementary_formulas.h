@@ -191,6 +191,7 @@ template <std::size_t N>
 MIEN_IN_LANES SineAndCosineIn<Lanes<N>> SineAndCosineOfDegrees(const Lanes<N>& degrees) {
   using Real = Lanes<N>;
   Real size = Size(degrees);
+  const auto small = size < kSmallAngle; // of the angle, not of its remainder
   if (!AllHold(size < 1e9)) {
     double sizes[N];
     Store(sizes, size);
@@ -199,7 +200,6 @@ MIEN_IN_LANES SineAndCosineIn<Lanes<N>> SineAndCosineOfDegrees(const Lanes<N>& d
     size = Load<Real>(sizes);
   }
   const auto [sine, cosine] = SineAndCosineInRange(degrees, size);
-  const auto small = size < kSmallAngle;
   return {Choose(small, SmallSine(degrees), sine), Choose(small, Real(1), cosine)};
 }
 
