@@ -5,6 +5,8 @@
 // Under AddressSanitizer the sanitizer's allocator is not replaced; it reports each allocation to a hook.
 
 #include "mien/actor/actor_face.h"
+#include "mien/character/baked_clusters.h"
+#include "mien/character/baked_shapes.h"
 #include "mien/character/character_face.h"
 #include "mien/character/expression_sum.h"
 #include "mien/face/face.h"
@@ -374,6 +376,27 @@ TEST_F(PerFrameCharacter, Character2ClusterSolveAllocatesNothing) {
 TEST_F(PerFrameCharacter, Character2ClusterSolveOfOnePartAllocatesNothing) {
   character->ActorTemplate2CharacterSolve(result, templates);
   EXPECT_EQ(AllocationsOverTheFrames([this] { character->Character2ClusterSolve(&sets[2], result, 2); }), 0);
+  EXPECT_NE(sets[2].mClusters[4]->mGlobalT.x, 0);
+}
+
+// 17 frames, of which each has other weights; half of the expressions go through the templates.
+TEST_F(PerFrameCharacter, BakedShapesAllocateNothing) {
+  const mien::BakedShapes baked(*character, *GetGlobalFace());
+  std::vector<double> template_weights(17 * baked.Templates(), 0.25), shapes(17 * baked.Shapes()),
+      expression_weights(17 * baked.Expressions(), 0.5);
+  EXPECT_EQ(AllocationsOverTheFrames([&] {
+              template_weights[0] = expressions.mWeights[0];
+              baked.Solve(shapes.data(), template_weights.data(), expression_weights.data(),
+                          baked.Expressions(), 17);
+            }),
+            0);
+  EXPECT_NE(shapes.back(), 0);
+}
+
+TEST_F(PerFrameCharacter, BakedClustersAllocateNothing) {
+  const mien::BakedClusters baked(*character);
+  character->ActorTemplate2CharacterSolve(result, templates);
+  EXPECT_EQ(AllocationsOverTheFrames([&] { baked.Solve(sets, result); }), 0);
   EXPECT_NE(sets[2].mClusters[4]->mGlobalT.x, 0);
 }
 
