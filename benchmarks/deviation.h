@@ -65,6 +65,10 @@ public:
     }
     return *this;
   }
+  Deviation& Compare(const FrameOfShapes& mien, const FrameOfShapes& other) {
+    for (std::size_t s = 0; s < mien.shapes.size(); ++s) Compare(mien.shapes[s], other.shapes[s]);
+    return *this;
+  }
   double Relative() const { return deviation_ == 0 ? 0 : deviation_ / magnitude_; }
 
 private:
