@@ -11,6 +11,8 @@
 #include "mien/base/affine.h"
 #include "mien/base/bounded_text.h"
 #include "mien/base/elementary.h"
+#include "mien/character/baked_clusters.h"
+#include "mien/character/baked_shapes.h"
 #include "mien/character/character_face.h"
 #include "mien/character/expression_sum.h"
 #include "mien/face/face.h"

@@ -31,8 +31,8 @@ public:
   /// The number of the face's expressions; at most 99.
   std::size_t Expressions() const { return defined_.size(); }
 
-  /// Writes `shapes` (size: frames x Shapes()): the weights of a frame are consecutive, part by part; 500
-  /// columns that a state has for each part are not there.
+  /// Writes `shapes` (size: frames x Shapes()): the weights of a frame are consecutive, part by part,
+  /// without the columns that a state has beyond a part's shapes.
   ///
   /// `templates` (size: frames x Templates()) are the template weights, part by part as
   /// VFaceTemplateState::mParts has them, without the slots that have no template. `expressions` (size: frames
@@ -43,7 +43,7 @@ public:
   /// `expressions_stride` is the distance from a frame's expression weights to the next ones: Expressions(), or
   /// 0 if all frames have the same. Null pointers are allowed for what has no elements.
   ///
-  /// Allocates nothing. `shapes` must not overlap the weights.
+  /// Allocates nothing, and uses about 40 KB of stack. `shapes` must not overlap the weights.
   void Solve(double* shapes, const double* templates, const double* expressions,
              std::size_t expressions_stride, std::size_t frames) const;
 
