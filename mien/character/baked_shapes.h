@@ -10,6 +10,13 @@ class VFace;
 
 namespace mien {
 
+namespace detail {
+/// Eight numbers that vectors read without crossing a cache line.
+struct alignas(64) CacheLine {
+  double numbers[8] = {};
+};
+} // namespace detail
+
 /// Turns the template and expression weights of many frames into a character's shape weights, with the bits
 /// that ExpressionSum gives frame by frame. Each number of the definition is read once for several frames, and
 /// only the shapes that the character has are written.
@@ -48,16 +55,12 @@ public:
              std::size_t expressions_stride, std::size_t frames) const;
 
 private:
-  struct alignas(64) Line {
-    double numbers[8] = {};
-  };
-
   void SolveSome(double* shapes, const double* templates, const double* expressions,
                  std::size_t expressions_stride, std::size_t frames) const;
 
   std::size_t shapes_ = 0, templates_ = 0;
   std::size_t lines_ = 0;               // of a row
-  std::vector<Line> rows_;              // the templates', then those of the expressions that are defined
+  std::vector<detail::CacheLine> rows_; // the templates', then those of the expressions that are defined
   std::vector<bool> is_finite_;         // by row
   std::vector<bool> defined_;           // by expression
   std::vector<double> through_;         // by expression and template: the templates that it consists of
