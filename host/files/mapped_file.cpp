@@ -9,11 +9,12 @@
 
 namespace mien {
 
-MappedFile::MappedFile(const std::filesystem::path& path, const ReadProgress& progress) {
+MappedFile::MappedFile(const std::filesystem::path& path, const ReadProgress& progress, FileAccess access) {
   // Only a regular file is opened here: opening a pipe and closing it again ends it. "-" is standard input.
   std::error_code not_there;
-  const bool is_regular = path != "-" && std::filesystem::is_regular_file(path, not_there);
-  const int file = is_regular ? open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1;
+  const bool maps =
+      access == FileAccess::Map && path != "-" && std::filesystem::is_regular_file(path, not_there);
+  const int file = maps ? open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1;
   struct stat status {};
   if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
     const auto size = static_cast<std::size_t>(status.st_size);

@@ -134,7 +134,7 @@ Animation AnimationOf(const RetargetJob& job, bool character, RetargetResult& re
                                           .face = job.reading.face,
                                           .input_rate = job.reading.input_rate,
                                           .mesh = job.mesh},
-                                         job.smooth_gaze_hz, progress);
+                                         job.smooth_gaze_hz, progress, job.access);
     result.joined = JoinHead(*result.landmarks, InputName(job.weights), animation);
   }
   if (!are_templates && character) {
@@ -149,14 +149,14 @@ Animation AnimationOf(const RetargetJob& job, bool character, RetargetResult& re
   return animation;
 }
 
-std::vector<ReportedFile> FilesOf(const RetargetJob& job, const MappedFile& weights) {
-  std::vector<ReportedFile> files = {{"weights", job.weights, Sha256(weights.Bytes())}};
+/// The files that go into it; the hash of the weights is still missing.
+std::vector<ReportedFile> InputsOf(const RetargetJob& job) {
+  std::vector<ReportedFile> files = {{"weights", job.weights, ""}};
   AddFile(files, "landmarks", job.landmarks);
   AddFile(files, "ranges", job.ranges);
   AddFile(files, "character", job.character, BuiltInCharacters());
   if (!job.character.empty()) AddFile(files, "map", job.map, BuiltInWeightMaps());
   AddFile(files, "head", job.onto);
-  AddOutput(files, job.output);
   return files;
 }
 
@@ -170,9 +170,15 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 
+  const bool has_record = !job.report.empty() || job.hash_files;
+  const std::optional<FileState> weights_state = has_record ? StateOf(job.weights) : std::nullopt;
+  std::vector<ReportedFile> files;
+  if (has_record) files = InputsOf(job);
+
   std::optional<Character> character;
   if (!job.character.empty()) character = LoadCharacter(job.character);
-  const MappedFile file(job.weights, ReadingProgress(progress));
+  const MappedFile file(job.weights, ReadingProgress(progress), job.access);
+  if (has_record) RequireUnchanged(job.weights, weights_state);
   RetargetResult result;
   result.take = ReadWeights(file.Bytes(), InputName(job.weights), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
@@ -192,7 +198,13 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
     character = LoadCharacter("arkit52");
   result.written = WriteAnimation(animation, character ? &*character : nullptr, std::move(output), progress);
 
-  if (!job.report.empty() || job.hash_files) result.files = FilesOf(job, file);
+  if (has_record) {
+    RequireUnchanged(job.weights, weights_state);
+    RequireUnchanged(files, "weights");
+    files[0].sha256 = Sha256(file.Bytes());
+    AddOutput(files, job.output);
+    result.files = std::move(files);
+  }
   if (!job.report.empty())
     WriteWhole(job.report,
                [&](std::ostream& out) { out << RetargetReportAsJson(job, result).Text() << '\n'; });
