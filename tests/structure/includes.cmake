@@ -48,10 +48,11 @@ set(sees_host/compare   base takes formats weights compare)
 set(sees_host/view      base takes inspect performer character gltf animation solve weights compare view)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit face animation
                         solve calibrate weights compare view jobs)
+set(sees_host/batch     base files formats solve jobs batch)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit face animation
-                        solve calibrate weights compare view jobs cli)
+                        solve calibrate weights compare view jobs batch cli)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit face animation solve calibrate
-               weights compare view jobs cli)
+               weights compare view jobs batch cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
 endforeach()
