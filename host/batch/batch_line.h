@@ -18,11 +18,11 @@ using BatchJob = std::variant<SolveJob, RetargetJob>;
 /// the line's turn comes.
 struct BatchLine {
   std::size_t number = 0; ///< in the manifest
-  std::string take;       ///< the file that is read: points of `solve`, weights of `retarget`
-  std::string output;
+  std::string take = {};  ///< the file that is read: points of `solve`, weights of `retarget`
+  std::string output = {};
   /// The arguments of the mien command that does the same, with paths as the manifest gives them and options in
   /// the order of their help. They are in the line's report, and equal exactly where the settings are.
-  std::vector<std::string> command;
+  std::vector<std::string> command = {};
   std::uint64_t cost = 0; ///< see cost.h
 };
 

@@ -143,7 +143,17 @@ LineState CheckLine(const BatchLine& line, const fs::path& folder, LineCheck che
   return StateByReport(line, *report, folder, check);
 }
 
-void WriteErrorFile(const BatchLine& line, const std::vector<Problem>& problems) {
+std::string NameIn(const fs::path& folder, const BatchLine& line, const std::string& path) {
+  const bool is_own_name =
+      std::any_of(line.command.begin(), line.command.end(), [&](std::string_view argument) {
+        return argument == path || argument.ends_with('=' + path);
+      });
+  const std::string prefix = PathIn(folder, "");
+  return !is_own_name && path.starts_with(prefix) ? path.substr(prefix.size()) : path;
+}
+
+void WriteErrorFile(const BatchLine& line, const fs::path& folder, std::vector<Problem> problems) {
+  for (Problem& problem : problems) problem.file = NameIn(folder, line, problem.file);
   const JsonValue file = JsonObjectOnLines({{"format", "mien batch error 1"},
                                             {"tool", "mien " MIEN_VERSION},
                                             {"command", line.command},

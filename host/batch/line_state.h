@@ -40,7 +40,12 @@ LineState CheckLine(const BatchLine& line, const std::filesystem::path& folder, 
 /// The path of a file that a manifest in this folder names.
 std::string PathIn(const std::filesystem::path& folder, const std::string& name);
 
-/// Replaces a line's error file by these problems of an attempt. Nothing happens where it cannot be written.
-void WriteErrorFile(const BatchLine& line, const std::vector<Problem>& problems);
+/// The other way round: what the manifest calls a file of a line. Reports and errors have these names, so that
+/// they are the same wherever the batch is started.
+std::string NameIn(const std::filesystem::path& folder, const BatchLine& line, const std::string& path);
+
+/// Replaces a line's error file by the problems of an attempt. Nothing happens where it cannot be written.
+void WriteErrorFile(const BatchLine& line, const std::filesystem::path& folder,
+                    std::vector<Problem> problems);
 
 } // namespace mien

@@ -13,22 +13,22 @@ namespace mien {
 
 /// A batch to run.
 struct Batch {
-  std::vector<BatchLine> lines; ///< in the order in which they are begun
-  std::filesystem::path folder; ///< the manifest's
-  JobOfLine job_of;
+  std::vector<BatchLine> lines = {}; ///< in the order in which they are begun
+  std::filesystem::path folder = {}; ///< the manifest's
+  JobOfLine job_of = {};
   std::size_t threads = 1; ///< takes that are solved at once, at least 1; each needs memory for its take
 };
 
 /// What a batch reports while it runs. Each may be missing.
 struct BatchEvents {
   /// A line has ended. Called on any thread, one call at a time. Lines end in any order.
-  std::function<void(const BatchLine&, const LineEnd&)> ended;
+  std::function<void(const BatchLine&, const LineEnd&)> ended = {};
   /// How far the line of this thread (from 0) is; called on that thread.
   std::function<void(std::size_t thread, const BatchLine&, JobStage, std::size_t done, std::size_t total)>
-      progress;
+      progress = {};
   /// Once true, lines that run are given up within their current stage, and no further ones are begun. Called
   /// on any thread, often.
-  std::function<bool()> stopped;
+  std::function<bool()> stopped = {};
 };
 
 /// Runs all lines; answers when the last one has ended. A line that fails does not stop the others. Lines that

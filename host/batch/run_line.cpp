@@ -6,7 +6,6 @@
 #include "host/jobs/reported_files.h"
 #include "host/jobs/retarget_report.h"
 
-#include <algorithm>
 #include <new>
 #include <system_error>
 #include <utility>
@@ -17,17 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The files of a report by the names that the manifest has for them, so that the report is the same wherever
-/// the batch is started.
 void NameAsInManifest(std::vector<ReportedFile>& files, const BatchLine& line, const fs::path& folder) {
-  const std::string prefix = PathIn(folder, "");
-  for (ReportedFile& file : files) {
-    const bool is_own_name =
-        std::any_of(line.command.begin(), line.command.end(), [&](std::string_view argument) {
-          return argument == file.name || argument.ends_with('=' + file.name);
-        });
-    if (!is_own_name && file.name.starts_with(prefix)) file.name.erase(0, prefix.size());
-  }
+  for (ReportedFile& file : files) file.name = NameIn(folder, line, file.name);
 }
 
 void AddFurtherOutput(std::vector<ReportedFile>& files, const std::string& role, const std::string& path) {
@@ -114,7 +104,7 @@ LineEnd RunLine(const BatchLine& line, const fs::path& folder, const JobOfLine& 
   } catch (const std::exception& error) { // a defect; the other lines go on
     end = Failed(line, {{Code::Unsolvable, "", "", error.what(), "report this with the take"}});
   }
-  if (end.kind == LineEnd::Kind::Failed) WriteErrorFile(line, end.problems);
+  if (end.kind == LineEnd::Kind::Failed) WriteErrorFile(line, folder, end.problems);
   return end;
 }
 

@@ -113,6 +113,7 @@ private:
     const std::size_t problems = problems_.size();
     Line line = {own, nullptr, {}};
     for (const ManifestValue& value : own.values) CheckName(value.name, value.place);
+    if (problems_.size() > problems) return; // a mistyped name explains what else is missing
     line.command = CommandOf(own);
     if (!line.command) return;
     CollectValues(line);
@@ -143,7 +144,7 @@ private:
     for (const ManifestValue& value : line.own.values)
       if (value.name != kCommand) {
         line.values.push_back(&value);
-        if (IsKnown(value.name) && !OptionOf(*line.command, value.name))
+        if (!OptionOf(*line.command, value.name))
           Add(Code::NotFound, &value, line.own,
               fmt::format("{} has no option {}", line.command->name, Quoted(value.name)), "leave it empty");
       }

@@ -60,8 +60,7 @@ TEST_F(CostTest, EveryLineIsInExactlyOneShard) {
   for (const std::size_t count : {1u, 2u, 3u, 7u, 200u, 500u}) {
     std::vector<std::size_t> all;
     for (std::size_t shard = 1; shard <= count; ++shard) {
-      const std::vector<std::size_t> numbers =
-          Numbers(mien::ShardOf(LinesWithCosts(costs), shard, count));
+      const std::vector<std::size_t> numbers = Numbers(mien::ShardOf(LinesWithCosts(costs), shard, count));
       EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end())) << "in the manifest's order";
       all.insert(all.end(), numbers.begin(), numbers.end());
     }
