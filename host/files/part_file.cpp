@@ -128,7 +128,7 @@ PartFile::PartFile(const fs::path& target, const fs::path& given) : target_(targ
 PartFile::~PartFile() {
   if (!renamed_) {
     stream_.close();
-    unlink(path_.c_str());
+    if (IsStill(descriptor_, path_)) unlink(path_.c_str());
   }
   listed_.reset();
   close(descriptor_); // and only now may others remove what has its name

@@ -113,3 +113,39 @@ TEST_F(Signals, ASignalAfterAFailedOrFinishedWriteRemovesNothing) {
   EXPECT_TRUE(fs::exists(folder_ / "none" / ("w.csv" + ending)));
   EXPECT_EQ(ReadFile(folder_ / "w.csv"), "new");
 }
+
+TEST_F(Signals, AnOrderlyStopNotesTheFirstAndTheSecondEndsTheProcess) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    Process process([&] {
+      std::signal(signal, SIG_DFL);
+      mien::HandleSignals();
+      const mien::OrderlyStop stop;
+      if (mien::OrderlyStop::Wanted() || mien::OrderlyStop::Signal() != 0) return 1;
+      std::raise(signal);
+      if (!mien::OrderlyStop::Wanted() || mien::OrderlyStop::Signal() != signal) return 2;
+      WriteWhole(folder_ / "w.csv", [&](std::ostream& out) {
+        out << "half" << std::flush;
+        std::raise(signal);
+      });
+      return 3;
+    });
+    EXPECT_EQ(process.Wait().signal, signal);
+    EXPECT_THAT(Files(), ElementsAre());
+  }
+}
+
+TEST_F(Signals, AfterAnOrderlyStopTheyEndTheProcessAsBefore) {
+  Process process([&] {
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGHUP, SIG_IGN);
+    mien::HandleSignals();
+    {
+      const mien::OrderlyStop stop;
+      std::raise(SIGHUP); // which the parent has ignored
+      if (mien::OrderlyStop::Wanted()) return 1;
+      std::raise(SIGTERM);
+    }
+    mien::EndBySignal(mien::OrderlyStop::Signal());
+  });
+  EXPECT_EQ(process.Wait().signal, SIGTERM);
+}
