@@ -102,7 +102,7 @@ void RunLines(Batch batch, const BatchOptions& options, Output& output) {
   BatchSummary summary;
   summary.lines = batch.lines.size();
   std::atomic<bool> stop = false;
-  std::optional<InputError> unprintable;
+  std::vector<Problem> unprintable;
   {
     const OrderlyStop orderly;
     BatchProgress progress(batch.lines, batch.threads, output.quiet || output.json);
@@ -120,14 +120,14 @@ void RunLines(Batch batch, const BatchOptions& options, Output& output) {
           output.Event(EventAsJson(line, end));
         });
       } catch (const InputError& error) { // nobody can read any more how it goes
-        unprintable = error;
+        unprintable = error.Problems();
         stop = true;
       }
     };
     RunBatch(batch, events);
     output.signal = OrderlyStop::Signal();
   }
-  if (unprintable) throw *unprintable;
+  if (!unprintable.empty()) throw InputError(unprintable);
   output.Line("batch", RunText(summary));
   output.Result(RunAsJson(summary));
   if (output.signal == 0) ThrowFaults(summary, summary.failed, "failed", options);
@@ -270,7 +270,7 @@ void AddBatchCommand(Command& mien) {
                   "OUTPUT.error.json until it is done.");
   command.Details("--json prints a line of JSON for each take when it ends, then one for the batch.");
   command.Example("mien batch takes.csv -j 8");
-  command.Example("mien batch --glob 'takes/*.c3d' --out 'out/{name}.glb' --set performer=ada.json");
+  command.Example("mien batch --glob 'takes/*.csv' --out 'out/{name}.glb' --set performer=landmarks68");
   command.Example("mien batch takes.csv --shard 3/100");
   command.Example("mien batch takes.csv --summary --fail-on poor");
   auto options = std::make_shared<BatchOptions>();
