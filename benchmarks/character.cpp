@@ -3,6 +3,8 @@
 #include "benchmarks/compare.h"
 #include "benchmarks/eigen_character.h"
 #include "benchmarks/matrix_vector.h"
+#include "mien/character/baked_clusters.h"
+#include "mien/character/baked_shapes.h"
 #include "mien/character/weighted_sum.h"
 
 #include <algorithm>
@@ -10,6 +12,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -161,6 +164,53 @@ void CompareSums(const std::string& operation, const std::shared_ptr<Example>& e
   CompareWith(operation, "blas", mien, peer(BlasMatrixVector));
 }
 
+// --- The same sums in many frames at once: each call solves all of them.
+
+void BlasMatrixMatrix(double* results, const double* matrix, int rows, int columns, int stride,
+                      const double* vectors, int frames) {
+  cblas_dgemm(CblasColMajor, CblasNoTrans, CblasNoTrans, rows, frames, columns, 1, matrix, stride, vectors,
+              columns, 0, results, rows);
+}
+
+void CompareFrames(const std::string& operation, const std::shared_ptr<Example>& example, int frames) {
+  struct Frames {
+    mien::BakedShapes shapes;
+    std::vector<double> templates, mien_results, peer_results;
+    FrameOfShapes mien_frame, peer_frame;
+  };
+  auto all = std::make_shared<Frames>(
+      Frames{mien::BakedShapes(*example->character, *GetGlobalFace()), {}, {}, {}, {}, {}});
+  for (int f = 0; f < frames; ++f)
+    all->templates.insert(all->templates.end(), example->templates[f % kFrames].begin(),
+                          example->templates[f % kFrames].end());
+  all->mien_results.resize(all->shapes.Shapes() * static_cast<std::size_t>(frames));
+  all->peer_results.resize(all->mien_results.size());
+  const auto frame = [count = all->shapes.Shapes()](const std::vector<double>& results, int f) {
+    return FrameOfShapes{std::span(results).subspan(static_cast<std::size_t>(f) * count, count)};
+  };
+
+  const auto mien = [ all, frame, frames ](int f) -> auto& {
+    static const double kNoExpressions[kExpressions] = {};
+    all->shapes.Solve(all->mien_results.data(), all->templates.data(), kNoExpressions, 0,
+                      static_cast<std::size_t>(frames));
+    return all->mien_frame = frame(all->mien_results, f);
+  };
+  const auto peer = [all, example, frame, frames](MatrixMatrix& product) {
+    return [ all, example, frame, frames, &product ](int f) -> auto& {
+      const DefineStates& states = example->eigen.templates;
+      product(all->peer_results.data(), states.Data(), states.Rows(), states.Columns(), states.Stride(),
+              all->templates.data(), frames);
+      return all->peer_frame = frame(all->peer_results, f);
+    };
+  };
+  Register(operation + "/mien", mien);
+  CompareWith(operation, "eigen", mien, peer(EigenMatrixMatrix));
+#if defined(MIEN_BENCHMARKS_NATIVE)
+  CompareWith(operation, "native", mien, peer(NativeEigenMatrixMatrix));
+#endif
+  CompareWith(operation, "blas", mien, peer(BlasMatrixMatrix));
+}
+
 // --- Whole solves.
 
 void CompareSolves(const std::string& size, const std::shared_ptr<Example>& example, Mien* m, Plain* e) {
@@ -197,6 +247,7 @@ void CompareClusters(const Performer& performer) {
   struct Clusters {
     std::unique_ptr<VCharacterFace> character;
     const EigenClusterPart eigen{static_cast<const VCharacterFacePartCluster&>(*character->mParts[0])};
+    const mien::BakedClusters baked{*character};
     VCharacterFaceState weights;
     VCharacterFaceClusterSetState set{kClusters};
     EigenClusterSet eigen_set = eigen.NoClusters();
@@ -217,8 +268,13 @@ void CompareClusters(const Performer& performer) {
         example->eigen.Solve(example->eigen_set, example->templates[f].data());
         return example->eigen_set;
       });
-  CompareWith(
-      "clusters, offsets kept", "eigen", mien, [example](int f) -> auto& {
+  Compare(
+      "clusters, offsets kept",
+      [example](int f) -> auto& {
+        example->baked.SolvePart(&example->set, example->templates[f].data(), 0);
+        return example->set;
+      },
+      [example](int f) -> auto& {
         example->eigen.SolveFromOffsets(example->eigen_set, example->templates[f].data());
         return example->eigen_set;
       });
@@ -279,6 +335,11 @@ void CompareCharacter(Mien& mien, Plain& plain) {
     CompareSums(std::string("sum, ") + name, example, InDefineStates(*example));
     CompareSums(std::string("sum in one block, ") + name, example, InOneBlock(*example));
   }
+  for (const auto& [name, example] : sizes) CompareFrames(std::string("64 frames, ") + name, example, 64);
+  for (const auto& [name, example] : sizes) // results of 2 to 31 MB
+    example->character->mParts.GetCount() == 1
+        ? CompareFrames(std::string("4096 frames, ") + name, example, 4096)
+        : CompareFrames(std::string("512 frames, ") + name, example, 512);
   for (const auto& [name, example] : sizes) CompareSolves(name, example, &mien, &plain);
   CompareClusters(mien);
   CompareChain(&mien, &plain);

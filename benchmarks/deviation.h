@@ -3,7 +3,9 @@
 #include "benchmarks/eigen_character.h"
 #include "benchmarks/eigen_solves.h"
 
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 namespace benchmarks {
@@ -63,6 +65,15 @@ public:
       Compare(cluster.mLocalR, local.rotation).Compare(cluster.mGlobalR, global.rotation);
       Compare(cluster.mLocalS, local.scaling).Compare(cluster.mGlobalS, global.scaling);
     }
+    return *this;
+  }
+  template <std::size_t Count>
+  Deviation& Compare(const std::array<double, Count>& mien, const std::array<double, Count>& eigen) {
+    for (std::size_t i = 0; i < Count; ++i) Compare(mien[i], eigen[i]);
+    return *this;
+  }
+  Deviation& Compare(const FrameOfShapes& mien, const FrameOfShapes& other) {
+    for (std::size_t s = 0; s < mien.shapes.size(); ++s) Compare(mien.shapes[s], other.shapes[s]);
     return *this;
   }
   double Relative() const { return deviation_ == 0 ? 0 : deviation_ / magnitude_; }

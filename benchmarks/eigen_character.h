@@ -6,6 +6,7 @@
 #include "benchmarks/eigen_solves.h"
 #include "mien/character/character_face.h"
 
+#include <span>
 #include <vector>
 
 namespace benchmarks {
@@ -33,6 +34,11 @@ private:
 struct EigenWeights {
   std::vector<int> shapes; ///< By part.
   Eigen::VectorXd weights;
+};
+
+/// The weights of all shapes in one of many frames.
+struct FrameOfShapes {
+  std::span<const double> shapes;
 };
 
 /// The weights of the default face's templates, one part after the other.

@@ -99,15 +99,16 @@ void EigenActor::SolveHead(EigenFrame& frame, const EigenFrame& reference) {
   frame.head = frame.rigid_body * (reference.rigid_body.inverse() * reference.head);
 }
 
-void EigenActor::ActorToFace(EigenPose& result, const EigenFrame& frame, const EigenFace& face) const {
-  result.head = frame.head;
+void EigenActor::ActorToFace(EigenPose& result, const Affine3d& head, const Vector3d* positions,
+                             const EigenFace& face) const {
+  result.head = head;
   result.points = face.rest;
-  const Affine3d to_head = InverseOfOrthogonalAxes(frame.head);
+  const Affine3d to_head = InverseOfOrthogonalAxes(head);
   for (int p = 0; p < 9; ++p) {
     const Affine3d to_volume = InverseOfOrthogonalAxes(parts[p].volume);
     auto points = result.points.middleCols<7>(7 * p);
     for (const Entry& entry : parts[p].entries) {
-      const Vector3d displacement = to_volume * (to_head * frame.positions[entry.marker]) - entry.rest;
+      const Vector3d displacement = to_volume * (to_head * positions[entry.marker]) - entry.rest;
       for (int j = 0; j < 7; ++j)
         if (entry.weights[j] != 0) points.col(j) += entry.weights[j] * displacement;
     }

@@ -80,7 +80,12 @@ struct EigenActor {
   void UpdateHeadMarkers(const EigenFrame& frame);
   void SolveRigidBody(EigenFrame& frame) const;
   void SolveHead(EigenFrame& frame, const EigenFrame& reference);
-  void ActorToFace(EigenPose& result, const EigenFrame& frame, const EigenFace& face) const;
+  /// `positions`: by marker.
+  void ActorToFace(EigenPose& result, const Eigen::Affine3d& head, const Eigen::Vector3d* positions,
+                   const EigenFace& face) const;
+  void ActorToFace(EigenPose& result, const EigenFrame& frame, const EigenFace& face) const {
+    ActorToFace(result, frame.head, frame.positions, face);
+  }
 };
 
 /// The positions of the first `count` slots in the frame of `source.head`.

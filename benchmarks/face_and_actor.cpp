@@ -1,10 +1,131 @@
 #include "benchmarks/face_and_actor.h"
 
 #include "benchmarks/compare.h"
+#include "benchmarks/whole_frames.h"
+#include "mien/batch/face_batch.h"
+#include "mien/batch/frame_solves.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace benchmarks {
+namespace {
+
+/// What both forms of the library read and write.
+mien::FaceBatchInput Input(std::size_t frames, const double* positions) {
+  return {.frames = frames,
+          .markers = {positions, kNumbers},
+          .head_markers = {positions + 3 * kMarkers, kNumbers},
+          .heads = {}};
+}
+mien::FaceBatchOutput Output(double* weights) {
+  return {.heads = {}, .head_valid = nullptr, .points = {}, .weights = {weights, kTemplates}};
+}
+
+/// The library's form, with the widest vectors.
+class MienWholeFrames : public WholeFrames {
+public:
+  explicit MienWholeFrames(const Performer& performer)
+      : batch_(performer.actor, *GetGlobalFace(), performer.reference) {}
+  void Solve(std::size_t frames, const double* positions, double* weights) override {
+    batch_.Solve(Input(frames, positions), Output(weights));
+  }
+
+private:
+  mien::FaceBatch batch_;
+};
+
+/// The same for each width.
+class LanesWholeFrames : public WholeFrames {
+public:
+  LanesWholeFrames(const Performer& performer, const mien::detail::batch::FrameSolves& solves)
+      : constants_(performer.actor, *GetGlobalFace(), performer.reference), solves_(solves) {}
+  void Solve(std::size_t frames, const double* positions, double* weights) override {
+    solves_.solve(constants_, Input(frames, positions), Output(weights));
+  }
+
+private:
+  mien::detail::batch::FaceConstants constants_;
+  const mien::detail::batch::FrameSolves& solves_;
+};
+
+/// The frames of the take again and again, as a caller has them who reads a recording, and their weights.
+struct Recording {
+  Recording(const Performer& performer, std::size_t frame_count)
+      : frames(frame_count), positions(frames * kNumbers), weights(frames * kTemplates) {
+    double* number = positions.data();
+    for (std::size_t f = 0; f < frames; ++f) {
+      const VFaceMarkerSetState& set = performer.frames[f % kFrames];
+      const auto add = [&number](const VgeTVector& p) { *number++ = p.x, *number++ = p.y, *number++ = p.z; };
+      for (int k = 0; k < kMarkers; ++k) add(set.mPositions[k]);
+      for (const VgeTVector& p : set.mRBPositions) add(p);
+    }
+  }
+
+  std::size_t frames;
+  std::vector<double> positions, weights;
+};
+
+/// Adds a form of whole frames: all of a recording in one call, timed per frame.
+void AddWholeFrames(const std::string& operation, const char* column, const Performer& performer,
+                    const std::shared_ptr<Recording>& recording, std::shared_ptr<WholeFrames> form) {
+  const std::string name = operation + "/" + column;
+  form->Solve(recording->frames, recording->positions.data(), recording->weights.data());
+  std::array<double, kTemplates> single;
+  DemandAgreement(
+      name,
+      [&](int f) -> auto& {
+        auto weight = single.begin();
+        for (int p = 0; p < 9; ++p)
+          weight = std::copy_n(performer.weights[f].mParts[p].mWeights,
+                               GetGlobalFace()->mParts[p].mTemplates.GetCount(), weight);
+        return single;
+      },
+      [&](int f) { // the last frames: the first ones of a short recording
+        std::array<double, kTemplates> weights;
+        const std::size_t first = recording->frames - kFrames;
+        std::copy_n(&recording->weights[(first + static_cast<std::size_t>(f)) * kTemplates], kTemplates,
+                    weights.begin());
+        return weights;
+      });
+  benchmark::RegisterBenchmark(name.c_str(), [recording, form](benchmark::State& state) {
+    while (state.KeepRunningBatch(static_cast<benchmark::IterationCount>(recording->frames))) {
+      form->Solve(recording->frames, recording->positions.data(), recording->weights.data());
+      benchmark::ClobberMemory();
+    }
+  });
+}
+
+void CompareWholeFrames(const Performer& performer) {
+  constexpr std::size_t kBeyondTheCaches =
+      (std::size_t{64} << 20) / sizeof(double) / kNumbers / kFrames * kFrames;
+  const auto take = std::make_shared<Recording>(performer, kFrames);
+  const auto long_take = std::make_shared<Recording>(performer, kBeyondTheCaches);
+  for (const auto& [operation, recording] :
+       {std::pair("whole frame, batch", take), std::pair("whole frame, batch, 64 MB", long_take)}) {
+    const auto add = [&](const char* column, std::shared_ptr<WholeFrames> form) {
+      AddWholeFrames(operation, column, performer, recording, std::move(form));
+    };
+    add("mien", std::make_shared<MienWholeFrames>(performer));
+    add("eigen", EigenWholeFrames(performer));
+#if defined(MIEN_BENCHMARKS_NATIVE)
+    add("native", NativeEigenWholeFrames(performer));
+#endif
+  }
+  std::size_t lanes = 1;
+  for (const mien::detail::batch::FrameSolves& solves : mien::detail::batch::AllFrameSolves()) {
+    AddWholeFrames("whole frame, lanes of " + std::to_string(lanes), "mien", performer, take,
+                   std::make_shared<LanesWholeFrames>(performer, solves));
+    lanes *= 2;
+  }
+}
+
+} // namespace
 
 void CompareFaceAndActor(Mien& mien, Plain& plain) {
   Mien* const m = &mien;
@@ -168,6 +289,7 @@ void CompareFaceAndActor(Mien& mien, Plain& plain) {
         e->face.FaceToTemplate(e->template_weights, e->points);
         return e->template_weights;
       });
+  CompareWholeFrames(mien);
 }
 
 } // namespace benchmarks

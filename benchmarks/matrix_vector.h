@@ -12,10 +12,17 @@ using MatrixVector = void(double* result, const double* matrix, int rows, int co
 
 MatrixVector EigenMatrixVector; ///< Compiled like everything else, for any 64-bit x86 processor.
 
+/// The same with the weights of many frames, `frames` vectors one after the other; so are the results.
+using MatrixMatrix = void(double* results, const double* matrix, int rows, int columns, int stride,
+                          const double* vectors, int frames);
+
+MatrixMatrix EigenMatrixMatrix;
+
 #if defined(MIEN_BENCHMARKS_NATIVE)
 /// The same source, compiled with -march=native. It is in a shared library that exports nothing else, so that
 /// no inline function of either form is linked into the other.
 [[gnu::visibility("default")]] MatrixVector NativeEigenMatrixVector;
+[[gnu::visibility("default")]] MatrixMatrix NativeEigenMatrixMatrix;
 #endif
 
 } // namespace benchmarks

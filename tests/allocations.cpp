@@ -5,6 +5,9 @@
 // Under AddressSanitizer the sanitizer's allocator is not replaced; it reports each allocation to a hook.
 
 #include "mien/actor/actor_face.h"
+#include "mien/batch/face_batch.h"
+#include "mien/character/baked_clusters.h"
+#include "mien/character/baked_shapes.h"
 #include "mien/character/character_face.h"
 #include "mien/character/expression_sum.h"
 #include "mien/face/face.h"
@@ -245,6 +248,33 @@ TEST_F(PerFrame, SetToDefaultStateAllocatesNothing) {
   EXPECT_NE(result.mParts[0].mPoints[0].x, 0);
 }
 
+TEST_F(PerFrame, FaceBatchAllocatesNothing) {
+  constexpr std::size_t kBatch = 21; // no multiple of a vector
+  std::vector<VFaceMarkerSetState> film(kBatch);
+  std::vector<VFaceState> points(kBatch);
+  std::vector<double> weights(kBatch * mien::FaceBatch::kTemplates), residuals(kBatch * 9);
+  for (std::size_t f = 0; f < kBatch; ++f) performer.Film(static_cast<int>(f), film[f]);
+  const mien::FaceBatch batch(actor, face, performer.Reference());
+  constexpr std::ptrdiff_t kSet = sizeof(VFaceMarkerSetState) / sizeof(double);
+  constexpr std::ptrdiff_t kState = sizeof(VFaceState) / sizeof(double);
+  double* const point = &points[0].mParts[0].mPoints[0].x;
+  EXPECT_EQ(AllocationsOf([&] {
+              batch.Solve({.frames = kBatch,
+                           .markers = {&film[0].mPositions[0].x, kSet, 4},
+                           .head_markers = {&film[0].mRBPositions[0].x, kSet, 4},
+                           .heads = {}},
+                          {.heads = {&points[0].mGlobal.m[0][0], kState},
+                           .head_valid = nullptr,
+                           .points = {point, kState, 4},
+                           .weights = {weights.data(), mien::FaceBatch::kTemplates}});
+              batch.Residuals(kBatch, {point, kState, 4}, {weights.data(), mien::FaceBatch::kTemplates},
+                              {residuals.data(), 9});
+            }),
+            0);
+  EXPECT_NE(weights.back(), 0);
+  EXPECT_NE(residuals.back(), 0);
+}
+
 // Weights for each branch of the blend: skipped, unscaled, scaled.
 TEST_F(PerFrame, FaceStateBlendAllocatesNothing) {
   VFaceBlendState blend;
@@ -374,6 +404,27 @@ TEST_F(PerFrameCharacter, Character2ClusterSolveAllocatesNothing) {
 TEST_F(PerFrameCharacter, Character2ClusterSolveOfOnePartAllocatesNothing) {
   character->ActorTemplate2CharacterSolve(result, templates);
   EXPECT_EQ(AllocationsOverTheFrames([this] { character->Character2ClusterSolve(&sets[2], result, 2); }), 0);
+  EXPECT_NE(sets[2].mClusters[4]->mGlobalT.x, 0);
+}
+
+// 17 frames, of which each has other weights; half of the expressions go through the templates.
+TEST_F(PerFrameCharacter, BakedShapesAllocateNothing) {
+  const mien::BakedShapes baked(*character, *GetGlobalFace());
+  std::vector<double> template_weights(17 * baked.Templates(), 0.25), shapes(17 * baked.Shapes()),
+      expression_weights(17 * baked.Expressions(), 0.5);
+  EXPECT_EQ(AllocationsOverTheFrames([&] {
+              template_weights[0] = expressions.mWeights[0];
+              baked.Solve(shapes.data(), template_weights.data(), expression_weights.data(),
+                          baked.Expressions(), 17);
+            }),
+            0);
+  EXPECT_NE(shapes.back(), 0);
+}
+
+TEST_F(PerFrameCharacter, BakedClustersAllocateNothing) {
+  const mien::BakedClusters baked(*character);
+  character->ActorTemplate2CharacterSolve(result, templates);
+  EXPECT_EQ(AllocationsOverTheFrames([&] { baked.Solve(sets, result); }), 0);
   EXPECT_NE(sets[2].mClusters[4]->mGlobalT.x, 0);
 }
 

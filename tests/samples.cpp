@@ -136,13 +136,18 @@ Animation MeasuredOnExactPoints(const Performer& performer, const SolveOptions& 
     GetGlobalFace()->Template2FaceSolve(&face, &weights);
     face.mValid = !performer.holders[kMouth][kChinHolder].empty();
     GetGlobalFace()->Face2TemplateSolve(&weights, &face);
-    if (options.brows == mien::BrowMethod::Fit) mien::FitBrows(*GetGlobalFace(), face, weights);
+    double* const of_frame = &measured.weights[f * measured.layout.templates.size()];
+    for (std::size_t c = 0; c < measured.layout.templates.size(); ++c)
+      weight(c) =
+          weights.mParts[measured.layout.templates[c].part].mWeights[measured.layout.templates[c].slot];
+    if (options.brows == mien::BrowMethod::Fit)
+      mien::BrowFit(*GetGlobalFace()).Fit(1, {&face.mParts[0].mPoints[0].x, 0, 4}, {of_frame});
     for (std::size_t c = 0; c < measured.layout.templates.size(); ++c) {
-      const auto& [part, slot, name] = measured.layout.templates[c];
+      const int part = measured.layout.templates[c].part;
       const auto& holders = performer.holders[static_cast<std::size_t>(part)];
       const bool at_rest =
           std::all_of(holders.begin(), holders.end(), [](const auto& h) { return h.empty(); });
-      weight(c) = at_rest ? 0 : weights.mParts[part].mWeights[slot];
+      if (at_rest) weight(c) = 0;
     }
   }
   return measured;

@@ -16,8 +16,8 @@ bool IsFinite(double value) { return std::isfinite(static_cast<float>(value)); }
 
 /// The frame's part of a list with `size` values per frame.
 template <class T>
-std::span<const T> Row(const std::vector<T>& values, std::size_t frame, std::size_t size) {
-  return std::span(values).subspan(frame * size, size);
+std::span<const T> Row(const LongVector<T>& values, std::size_t frame, std::size_t size) {
+  return values.subspan(frame * size, size);
 }
 
 } // namespace

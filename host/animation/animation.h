@@ -2,6 +2,7 @@
 
 #include "host/animation/eye_angles.h"
 #include "host/base/face_parts.h"
+#include "host/base/long_vector.h"
 #include "host/character/character.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/timecode.h"
@@ -79,14 +80,14 @@ struct Animation {
   AnimationLayout layout;
 
   // Frame by frame; see AnimationFrame.
-  std::vector<std::int64_t> frames;  ///< numbers
-  std::vector<double> times;         ///< (size: frames)
-  std::vector<double> weights;       ///< (size: frames x templates)
-  std::vector<VgeAMatrix> heads;     ///< (size: frames)
-  std::vector<Eyes> eyes;            ///< (size: frames, or 0 if the take does not show where the eyes look)
-  std::vector<double> shape_weights; ///< (size: frames x shapes)
-  std::vector<ClusterTransform> local_clusters;  ///< (size: frames x clusters)
-  std::vector<ClusterTransform> global_clusters; ///< (size: frames x clusters)
+  LongVector<std::int64_t> frames;  ///< numbers
+  LongVector<double> times;         ///< (size: frames)
+  LongVector<double> weights;       ///< (size: frames x templates)
+  LongVector<VgeAMatrix> heads;     ///< (size: frames)
+  LongVector<Eyes> eyes;            ///< (size: frames, or 0 if the take does not show where the eyes look)
+  LongVector<double> shape_weights; ///< (size: frames x shapes)
+  LongVector<ClusterTransform> local_clusters;  ///< (size: frames x clusters)
+  LongVector<ClusterTransform> global_clusters; ///< (size: frames x clusters)
 
   double Weight(std::size_t frame, std::size_t column) const {
     return weights[frame * layout.templates.size() + column];

@@ -1,12 +1,14 @@
 #include "host/animation/animation_json.h"
 
 #include "host/base/json_text.h"
+#include "host/base/long_vector.h"
 #include "host/base/rotation.h"
 
 #include <array>
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace mien {
@@ -32,11 +34,29 @@ void WriteFrames(std::ostream& out, std::size_t frames, const Function& append) 
   out << ']';
 }
 
-void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
-                  const std::vector<double>& weights, std::size_t frames) {
+/// A member with a number per frame, written in pieces: a take can have millions of frames.
+template <class Number>
+void WriteNumbers(std::ostream& out, std::string_view key, const LongVector<Number>& numbers) {
+  out << "  \"" << key << "\": [";
+  std::string text;
+  for (std::size_t f = 0; f < numbers.size(); ++f) {
+    if (f > 0) text += ',';
+    if constexpr (std::is_integral_v<Number>)
+      text += std::to_string(numbers[f]);
+    else
+      text += JsonValue(numbers[f]).Text();
+    if (text.size() < 1 << 16) continue;
+    out << text;
+    text.clear();
+  }
+  out << text << "],\n";
+}
+
+void WriteWeights(std::ostream& out, const std::vector<std::string>& names, const LongVector<double>& weights,
+                  std::size_t frames) {
   out << "{\n    \"names\": " << JsonValue(names).Text() << ",\n    \"weights\": ";
   WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
-    AppendJsonNumbers(line, std::span(weights).subspan(f * names.size(), names.size()));
+    AppendJsonNumbers(line, weights.subspan(f * names.size(), names.size()));
   });
   out << "\n  }";
 }
@@ -45,7 +65,7 @@ void WriteWeights(std::ostream& out, const std::vector<std::string>& names,
 /// writes.
 template <class Function>
 void WriteClusters(std::ostream& out, const Animation& animation,
-                   const std::vector<ClusterTransform>& transforms, const Function& append) {
+                   const LongVector<ClusterTransform>& transforms, const Function& append) {
   const std::size_t clusters = animation.layout.clusters.size();
   WriteFrames(out, animation.frames.size(), [&](std::string& line, std::size_t f) {
     line.push_back('[');
@@ -58,7 +78,7 @@ void WriteClusters(std::ostream& out, const Animation& animation,
 }
 
 void WriteTransforms(std::ostream& out, const Animation& animation,
-                     const std::vector<ClusterTransform>& transforms) {
+                     const LongVector<ClusterTransform>& transforms) {
   out << "{ \"translation\": ";
   WriteClusters(out, animation, transforms, [](std::string& line, const ClusterTransform& t, std::size_t) {
     Append(line, t.translation);
@@ -91,8 +111,8 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   member("rate", layout.rate.Hz());
   member("rate_fraction", JsonList({layout.rate.numerator, layout.rate.denominator}));
   if (layout.timecode) member("timecode", ToText(*layout.timecode));
-  member("frames", JsonTightList({animation.frames.begin(), animation.frames.end()}));
-  member("times", JsonTightList({animation.times.begin(), animation.times.end()}));
+  WriteNumbers(out, "frames", animation.frames);
+  WriteNumbers(out, "times", animation.times);
 
   out << "  \"head\": {\n    \"rotation\": ";
   VgeQuaternion before(0, 0, 0, 1);

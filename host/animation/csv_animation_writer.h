@@ -22,6 +22,12 @@ protected:
   /// Appends to the current row.
   fmt::appender Row() { return fmt::appender(row_); }
 
+  /// Appends a comma and WriteNumber's text.
+  void AppendNumber(double number);
+
+  /// Appends a comma and WriteTenDecimals's text.
+  void AppendTenDecimals(double number);
+
   void EndRow();
 
 private:

@@ -28,10 +28,8 @@ void AppendTimeOfDay(fmt::appender row, double seconds) {
                  counts / 1000, counts % 1000);
 }
 
-/// With ten decimals, as these apps write; a number that is rounded to 0 has no sign.
-void AppendNumber(fmt::appender row, double value) {
-  fmt::format_to(row, ",{:.10f}", std::fabs(value) < 0.5e-10 ? 0.0 : value);
-}
+/// A number that ten decimals, as these apps write them, round to 0 has no sign.
+double WithoutSignOfZero(double value) { return std::fabs(value) < 0.5e-10 ? 0.0 : value; }
 
 /// The shapes that mean each of the 52 names.
 using Columns = std::array<std::vector<std::size_t>, kArkitNames.size()>;
@@ -82,16 +80,18 @@ void LiveLinkCsvWriter::Frame(const AnimationFrame& frame) {
   for (const std::vector<std::size_t>& shapes : columns_) {
     double sum = 0;
     for (const std::size_t s : shapes) sum += frame.shape_weights[s];
-    AppendNumber(Row(), shapes.empty() ? 0 : sum / static_cast<double>(shapes.size()));
+    AppendTenDecimals(shapes.empty() ? 0 : WithoutSignOfZero(sum / static_cast<double>(shapes.size())));
   }
   VgeRVector degrees;
   const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
   roll_first.M2V(degrees, RotationOf(layout_.HeadMotion(frame.head)));
   constexpr double kRadians = std::numbers::pi / 180;
-  for (const double angle : {degrees.y, degrees.x, degrees.z}) AppendNumber(Row(), angle * kRadians);
+  for (const double angle : {degrees.y, degrees.x, degrees.z})
+    AppendTenDecimals(WithoutSignOfZero(angle * kRadians));
   for (std::size_t eye = 0; eye < kEyes; ++eye) {
     const auto& [yaw, pitch] = frame.eyes ? (*frame.eyes)[eye] : EyeAngles();
-    for (const double angle : {-yaw, pitch, 0.0}) AppendNumber(Row(), angle); // yaw to the performer's right
+    for (const double angle : {-yaw, pitch, 0.0})
+      AppendTenDecimals(WithoutSignOfZero(angle)); // yaw to the performer's right
   }
   EndRow();
 }

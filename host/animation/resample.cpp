@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <utility>
 
 namespace mien {
@@ -21,7 +22,7 @@ namespace {
 /// fixed axis, which are the steps between the control points of a Bezier curve (Kim, Kim and Shin, 1995).
 class RotationCurve {
 public:
-  RotationCurve(const std::vector<double>& times, std::vector<VgeRMatrix> rotations)
+  RotationCurve(std::span<const double> times, std::vector<VgeRMatrix> rotations)
       : times_(times), rotations_(std::move(rotations)) {
     std::array<std::vector<double>, 3> secants; // angular velocities, in the axes of both ends
     for (std::size_t i = 0; i + 1 < rotations_.size(); ++i) {
@@ -63,7 +64,7 @@ private:
     return Times({velocities_[0][i], velocities_[1][i], velocities_[2][i], 0}, factor);
   }
 
-  const std::vector<double>& times_;
+  const std::span<const double> times_;
   std::vector<VgeRMatrix> rotations_;
   std::array<std::vector<double>, 3> velocities_;
 };
@@ -71,7 +72,7 @@ private:
 /// From the frames of an animation to those at another rate.
 class Resampler {
 public:
-  Resampler(const std::vector<double>& times, const FrameRate& rate, const std::string& file)
+  Resampler(std::span<const double> times, const FrameRate& rate, const std::string& file)
       : old_times_(times) {
     constexpr double kMost = 1e7;
     const double start = times.front(), seconds = times.back() - start;
@@ -101,18 +102,18 @@ public:
   }
 
   /// Weights (size: frames x columns).
-  void Weights(std::vector<double>& weights) const {
+  void Weights(LongVector<double>& weights) const {
     const std::size_t columns = weights.size() / old_times_.size();
-    std::vector<double> resampled(new_times.size() * columns);
+    LongVector<double> resampled(new_times.size() * columns);
     for (std::size_t c = 0; c < columns; ++c)
       Curve([&](std::size_t f) { return weights[f * columns + c]; },
             [&](std::size_t f) -> double& { return resampled[f * columns + c]; });
     weights = std::move(resampled);
   }
 
-  void Angles(std::vector<Eyes>& eyes) const {
+  void Angles(LongVector<Eyes>& eyes) const {
     if (eyes.empty()) return;
-    std::vector<Eyes> resampled(new_times.size());
+    LongVector<Eyes> resampled(new_times.size());
     for (const auto angle : {&EyeAngles::yaw, &EyeAngles::pitch})
       for (const std::size_t eye : {0U, 1U})
         Curve([&](std::size_t f) { return eyes[f][eye].*angle; },
@@ -120,11 +121,11 @@ public:
     eyes = std::move(resampled);
   }
 
-  void Heads(std::vector<VgeAMatrix>& heads) const {
+  void Heads(LongVector<VgeAMatrix>& heads) const {
     std::vector<VgeRMatrix> rotations;
     for (const VgeAMatrix& head : heads) rotations.push_back(RotationOf(head));
     const RotationCurve turns(old_times_, std::move(rotations));
-    std::vector<VgeAMatrix> resampled(new_times.size());
+    LongVector<VgeAMatrix> resampled(new_times.size());
     for (std::size_t f = 0; f < new_times.size(); ++f) {
       const VgeRMatrix rotation = turns.At(new_times[f], intervals_[f]);
       for (int column = 0; column < 3; ++column) std::copy_n(rotation.m[column], 3, resampled[f].m[column]);
@@ -139,22 +140,22 @@ public:
   std::vector<double> new_times;
 
 private:
-  const std::vector<double>& old_times_;
+  const std::span<const double> old_times_;
   std::vector<std::size_t> intervals_; // of the old times, that each new one is in
 };
 
 } // namespace
 
 void Resample(Animation& animation, const FrameRate& rate, const std::string& file,
-              std::vector<double>* fitted) {
+              LongVector<double>* fitted) {
   Resampler resampler(animation.times, rate, file);
   resampler.Weights(animation.weights);
   resampler.Weights(animation.shape_weights);
   if (fitted) resampler.Weights(*fitted);
   resampler.Angles(animation.eyes);
   resampler.Heads(animation.heads);
-  animation.frames = std::move(resampler.frames);
-  animation.times = std::move(resampler.new_times);
+  animation.frames = resampler.frames;
+  animation.times = resampler.new_times;
   animation.layout.rate = rate;
 }
 

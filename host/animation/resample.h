@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/animation/animation.h"
+#include "host/base/long_vector.h"
 #include "host/takes/frame_rate.h"
 
 #include <string>
@@ -20,6 +21,6 @@ namespace mien {
 /// `fitted`, unless null, are more weights of each frame, and are resampled as well. Throws InputError for more
 /// than 10 million frames; `file` is the name for the message.
 void Resample(Animation& animation, const FrameRate& rate, const std::string& file,
-              std::vector<double>* fitted = nullptr);
+              LongVector<double>* fitted = nullptr);
 
 } // namespace mien

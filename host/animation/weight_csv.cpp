@@ -16,12 +16,13 @@ WeightCsvWriter::WeightCsvWriter(const AnimationLayout& layout, WeightKind weigh
 
 void WeightCsvWriter::Frame(const AnimationFrame& frame) {
   if (!first_time_) first_time_ = frame.time;
-  fmt::format_to(Row(), "{},{}", frame.number, frame.time);
+  fmt::format_to(Row(), "{}", frame.number);
+  AppendNumber(frame.time);
   if (timecode_) {
     fmt::format_to(Row(), ",");
     timecode_->AppendTo(Row(), frame.time - *first_time_ + timecode_offset_s_);
   }
-  for (const double weight : frame.WeightsOf(weights_)) fmt::format_to(Row(), ",{}", weight);
+  for (const double weight : frame.WeightsOf(weights_)) AppendNumber(weight);
   EndRow();
 }
 

@@ -1,5 +1,7 @@
 #include "host/base/json_text.h"
 
+#include "host/base/number_text.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
@@ -10,13 +12,11 @@ namespace mien {
 
 namespace {
 
-void AppendNumber(std::string& text, double number) {
-  if (!std::isfinite(number)) {
+void AppendNumberOrNull(std::string& text, double number) {
+  if (std::isfinite(number))
+    AppendNumber(text, number);
+  else
     text += "null";
-    return;
-  }
-  char digits[32]; // -1.2345678901234567e-308 are 24
-  text.append(digits, fmt::format_to(digits, "{}", number));
 }
 
 std::vector<std::string> Texts(const std::vector<JsonValue>& values) {
@@ -49,7 +49,7 @@ JsonValue OnLines(char opening, const std::vector<std::string>& items, char clos
 
 } // namespace
 
-JsonValue::JsonValue(double number) { AppendNumber(text_, number); }
+JsonValue::JsonValue(double number) { AppendNumberOrNull(text_, number); }
 
 JsonValue::JsonValue(std::string_view text)
     : text_(nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)) {}
@@ -81,7 +81,7 @@ void AppendJsonNumbers(std::string& text, std::span<const double> numbers) {
   text += '[';
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     if (i > 0) text += ',';
-    AppendNumber(text, numbers[i]);
+    AppendNumberOrNull(text, numbers[i]);
   }
   text += ']';
 }

@@ -2,7 +2,7 @@
 
 namespace mien {
 
-std::vector<double> MonotoneSlopes(const std::vector<double>& times, const std::vector<double>& secants) {
+std::vector<double> MonotoneSlopes(std::span<const double> times, const std::vector<double>& secants) {
   std::vector<double> slopes(times.size());
   if (secants.empty()) return slopes;
   slopes.front() = secants.front();
@@ -17,7 +17,7 @@ std::vector<double> MonotoneSlopes(const std::vector<double>& times, const std::
   return slopes;
 }
 
-MonotoneCubic::MonotoneCubic(const std::vector<double>& times, std::vector<double> values)
+MonotoneCubic::MonotoneCubic(std::span<const double> times, std::vector<double> values)
     : times_(times), values_(std::move(values)) {
   std::vector<double> secants;
   for (std::size_t i = 0; i + 1 < values_.size(); ++i)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -12,18 +13,18 @@ namespace mien {
 class MonotoneCubic {
 public:
   /// `times` rise and must outlive this (sizes: equal).
-  MonotoneCubic(const std::vector<double>& times, std::vector<double> values);
+  MonotoneCubic(std::span<const double> times, std::vector<double> values);
 
   /// `i` is the interval that the time is in: times[i] <= time < times[i + 1], or the last time's index.
   double At(double time, std::size_t i) const;
 
 private:
-  const std::vector<double>& times_;
+  const std::span<const double> times_;
   std::vector<double> values_, slopes_;
 };
 
 /// The slopes of a MonotoneCubic at each of the times (size: times), from the slopes of the straight lines between
 /// them (size: one less, or none).
-std::vector<double> MonotoneSlopes(const std::vector<double>& times, const std::vector<double>& secants);
+std::vector<double> MonotoneSlopes(std::span<const double> times, const std::vector<double>& secants);
 
 } // namespace mien

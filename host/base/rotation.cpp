@@ -1,5 +1,6 @@
 #include "host/base/rotation.h"
 
+#include "host/base/quaternion_rotation.h"
 #include "mien/base/affine.h"
 #include "mien/base/elementary.h"
 
@@ -17,20 +18,11 @@ VgeRMatrix RotationOf(const VgeAMatrix& rigid) {
 }
 
 VgeRMatrix RotationOf(const VgeQuaternion& quaternion) {
-  double x = quaternion.x, y = quaternion.y, z = quaternion.z, w = quaternion.w;
-  const double largest = std::max({std::fabs(x), std::fabs(y), std::fabs(z), std::fabs(w)});
-  x /= largest, y /= largest, z /= largest, w /= largest; // so that no square over- or underflows
-  const double s = 2 / (x * x + y * y + z * z + w * w);
+  double columns[3][3];
+  SetRotation(columns, quaternion.x, quaternion.y, quaternion.z, quaternion.w);
   VgeRMatrix rotation;
-  rotation.m[0][0] = 1 - s * (y * y + z * z);
-  rotation.m[0][1] = s * (x * y + z * w);
-  rotation.m[0][2] = s * (x * z - y * w);
-  rotation.m[1][0] = s * (x * y - z * w);
-  rotation.m[1][1] = 1 - s * (x * x + z * z);
-  rotation.m[1][2] = s * (y * z + x * w);
-  rotation.m[2][0] = s * (x * z + y * w);
-  rotation.m[2][1] = s * (y * z - x * w);
-  rotation.m[2][2] = 1 - s * (x * x + y * y);
+  for (int column = 0; column < 3; ++column)
+    std::copy(columns[column], columns[column] + 3, rotation.m[column]);
   return rotation;
 }
 

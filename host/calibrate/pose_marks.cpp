@@ -1,6 +1,7 @@
 #include "host/calibrate/pose_marks.h"
 
 #include "host/base/error.h"
+#include "host/base/long_vector.h"
 #include "host/base/nearest_name.h"
 #include "host/base/text.h"
 #include "host/files/foreign_file.h"
@@ -53,7 +54,7 @@ FrameSpan FramesAt(CsvReader& csv, const Columns& columns, const Take& take) {
   if (columns.seconds) {
     constexpr double kRounding_s = 1e-4; // as people round times
     const double from = csv.Number(columns.from), to = csv.Number(columns.to);
-    const std::vector<double>& times = take.times;
+    const LongVector<double>& times = take.times;
     in_order = from <= to;
     inside = from >= times.front() - kRounding_s && to <= times.back() + 1 / take.rate.Hz();
     span = {place(std::lower_bound(times.begin(), times.end(), from - kRounding_s), times.begin()),

@@ -30,7 +30,7 @@ struct Character {
   static constexpr std::size_t kLongestName = 255; ///< bytes
 
   /// The clusters of each part times its poses, all parts together: each pose holds each cluster, so that a
-  /// file of a few kilobytes could fill the memory. At this many the character and its solver take about 160
+  /// file of a few kilobytes could fill the memory. At this many the character and its solver take about 175
   /// MB.
   static constexpr std::size_t kMostPosedClusters = 250000;
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/cleaning/rigid_fit.h"
 #include "host/takes/frame_span.h"
+#include "host/takes/take.h"
 #include "mien/base/geometry.h"
 
 #include <cstddef>
@@ -17,10 +19,10 @@ namespace mien {
 /// variance of the distance from the parabola. A quick shake of the head is much farther from the parabola
 /// than noise explains, so it hardly changes.
 ///
-/// `motions` transform the body of `fit` into each of `frames` (size: motions; each has as many points as the
-/// body). `spans` are known motions that follow each other without a break. Spans shorter than five stay as
+/// `motions` transform the body of `fit` into each frame of `seen` (as many frames as motions), whose markers are
+/// the body's points. `spans` are known motions that follow each other without a break. Spans shorter than five stay as
 /// they are, and so do the first two and the last two motions of each. Returns the share, 0 to 1.
-double CalmMotion(std::vector<VgeAMatrix>& motions, const std::vector<FrameSpan>& spans, const RigidFit& fit,
-                  const std::vector<RigidBody::Points>& frames);
+double CalmMotion(LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>& spans, const RigidFit& fit,
+                  const Take& seen);
 
 } // namespace mien

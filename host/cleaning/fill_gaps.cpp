@@ -252,10 +252,11 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
   };
   std::vector<Fill> fills;
   std::vector<FilledMarker> report;
+  const std::vector<std::vector<FrameSpan>> gaps = GapsOfAll(take);
   for (const std::size_t m : markers) {
     FilledMarker& entry = report.emplace_back();
     entry.marker = take.markers[m];
-    for (const FrameSpan& gap : GapsOf(take, m)) {
+    for (const FrameSpan& gap : gaps[m]) {
       ++entry.gaps;
       entry.gap_frames += gap.Count();
       entry.longest_gap = std::max(entry.longest_gap, gap.Count());

@@ -1,7 +1,7 @@
 #include "host/cleaning/rigid_fit.h"
 
-#include "host/base/rotation.h"
 #include "host/base/statistics.h"
+#include "host/cleaning/rigid_fits.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
@@ -16,111 +16,6 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 VgeTVector Vector(const Point& p) { return {p.x, p.y, p.z}; }
-
-/// The eigenvector of the largest eigenvalue of a symmetric 4 x 4 matrix, and the distance to the next
-/// eigenvalue. By Jacobi's rotations, which are as exact as the matrix allows, and the same on every machine.
-struct LargestEigenvector {
-  double vector[4];
-  double gap;
-};
-
-LargestEigenvector LargestEigenvectorOf(double (&a)[4][4]) {
-  double v[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
-  constexpr int kMostSweeps = 20; // four to six are usual: convergence is quadratic
-  for (int sweep = 0; sweep < kMostSweeps; ++sweep) {
-    double off_diagonal = 0, diagonal = 0;
-    for (int i = 0; i < 4; ++i) {
-      diagonal += a[i][i] * a[i][i];
-      for (int j = i + 1; j < 4; ++j) off_diagonal += a[i][j] * a[i][j];
-    }
-    if (!(off_diagonal > 1e-30 * diagonal)) break; // below the rounding of the eigenvalues
-    for (int p = 0; p < 3; ++p)
-      for (int q = p + 1; q < 4; ++q) {
-        if (a[p][q] == 0) continue;
-        const double theta = (a[q][q] - a[p][p]) / (2 * a[p][q]);
-        const double t = (theta < 0 ? -1.0 : 1.0) / (std::fabs(theta) + std::sqrt(theta * theta + 1));
-        const double c = 1 / std::sqrt(t * t + 1), s = t * c;
-        for (auto& row : a) {
-          const double row_p = row[p], row_q = row[q];
-          row[p] = c * row_p - s * row_q, row[q] = s * row_p + c * row_q;
-        }
-        for (int k = 0; k < 4; ++k) {
-          const double pk = a[p][k], qk = a[q][k];
-          a[p][k] = c * pk - s * qk, a[q][k] = s * pk + c * qk;
-        }
-        for (auto& row : v) {
-          const double row_p = row[p], row_q = row[q];
-          row[p] = c * row_p - s * row_q, row[q] = s * row_p + c * row_q;
-        }
-      }
-  }
-  int largest = 0;
-  for (int i = 1; i < 4; ++i)
-    if (a[i][i] > a[largest][largest]) largest = i;
-  LargestEigenvector found = {{v[0][largest], v[1][largest], v[2][largest], v[3][largest]}, kInfinity};
-  for (int i = 0; i < 4; ++i)
-    if (i != largest) found.gap = std::min(found.gap, a[largest][largest] - a[i][i]);
-  return found;
-}
-
-/// Points of two places each, gathered for the rigid transform that carries the first places onto the second
-/// ones with the least sum of weighted squares.
-class Pairs {
-public:
-  void Add(const VgeTVector& from, const VgeTVector& to, double weight) {
-    weight_ += weight;
-    const double f[3] = {from.x, from.y, from.z}, t[3] = {to.x, to.y, to.z};
-    for (int i = 0; i < 3; ++i) {
-      from_[i] += weight * f[i];
-      to_[i] += weight * t[i];
-    }
-  }
-
-  /// After all of Add: where both sets have their middle.
-  void Centre() {
-    for (int i = 0; i < 3; ++i) from_[i] /= weight_, to_[i] /= weight_;
-  }
-
-  /// After Centre, each pair once more.
-  void AddCentred(const VgeTVector& from, const VgeTVector& to, double weight) {
-    const double f[3] = {from.x - from_[0], from.y - from_[1], from.z - from_[2]},
-                 t[3] = {to.x - to_[0], to.y - to_[1], to.z - to_[2]};
-    for (int i = 0; i < 3; ++i)
-      for (int j = 0; j < 3; ++j) s_[i][j] += weight * f[i] * t[j];
-  }
-
-  /// Nothing where the points stand nearly on one line. B. K. P. Horn, "Closed-form solution of absolute
-  /// orientation using unit quaternions", J. Opt. Soc. Am. A 4 (1987): the rotation is the eigenvector of the
-  /// largest eigenvalue of a matrix of the sums.
-  std::optional<VgeAMatrix> Solve() const {
-    const auto& s = s_;
-    double n[4][4] = {{s[0][0] + s[1][1] + s[2][2], s[1][2] - s[2][1], s[2][0] - s[0][2], s[0][1] - s[1][0]},
-                      {s[1][2] - s[2][1], s[0][0] - s[1][1] - s[2][2], s[0][1] + s[1][0], s[2][0] + s[0][2]},
-                      {s[2][0] - s[0][2], s[0][1] + s[1][0], s[1][1] - s[0][0] - s[2][2], s[1][2] + s[2][1]},
-                      {s[0][1] - s[1][0], s[2][0] + s[0][2], s[1][2] + s[2][1], s[2][2] - s[0][0] - s[1][1]}};
-    double squares = 0;
-    for (const auto& row : s)
-      for (const double value : row) squares += value * value;
-    const LargestEigenvector found = LargestEigenvectorOf(n);
-    // The gap is twice the sum of the squares of the body's smaller extents, and `squares` that of the
-    // greatest extent's square: a body less than a twentieth as wide as it is long does not determine the
-    // rotation about its length.
-    constexpr double kThin = 1.0 / 20;
-    if (!(found.gap > 2 * kThin * kThin * std::sqrt(squares))) return std::nullopt;
-
-    const VgeRMatrix rotation =
-        RotationOf(VgeQuaternion(found.vector[1], found.vector[2], found.vector[3], found.vector[0]));
-    VgeAMatrix rigid;
-    for (int column = 0; column < 3; ++column)
-      SetColumn(rigid, column, {rotation.m[column][0], rotation.m[column][1], rotation.m[column][2]});
-    const VgeTVector turned = TransformDirection(rigid, {from_[0], from_[1], from_[2]});
-    SetColumn(rigid, 3, {to_[0] - turned.x, to_[1] - turned.y, to_[2] - turned.z});
-    return rigid;
-  }
-
-private:
-  double weight_ = 0, from_[3] = {}, to_[3] = {}, s_[3][3] = {};
-};
 
 /// How much of each point's error the fit takes up, 0 to 1: the mean over the axes of the diagonal of the
 /// least squares' hat matrix, linearised in the rotation, with all points seen.
@@ -191,11 +86,11 @@ public:
 
     constexpr int kRounds = 6; // the spreads change by less than a hundredth after five
     for (int round = 0; round < kRounds; ++round) {
-      RigidFit fit(body);
-      for (std::size_t f = 0; f < frames_.size(); ++f) {
-        const auto motion = fit.Solve(frames_[f]);
+      RigidFits fits(body, [&](std::size_t f, const std::optional<VgeAMatrix>& motion) {
         motions_[f] = motion ? std::optional(InverseOfOrthogonalAxes(*motion)) : std::nullopt;
-      }
+      });
+      for (std::size_t f = 0; f < frames_.size(); ++f) fits.Add(f, frames_[f]);
+      fits.Finish();
       FindPlaces(body);
       FindSpreads(body);
     }
@@ -262,51 +157,10 @@ private:
 
 } // namespace
 
-RigidFit::RigidFit(RigidBody body) : body_(std::move(body)), weights_(body_.places.size()) {
-  squares_.reserve(body_.places.size());
-}
-
-std::optional<VgeAMatrix> RigidFit::Weighted(const RigidBody::Points& seen) const {
-  Pairs pairs;
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < seen.size(); ++i)
-    if (weights_[i] > 0) pairs.Add(Vector(*body_.places[i]), Vector(*seen[i]), weights_[i]), ++count;
-  if (count < 3) return std::nullopt;
-  pairs.Centre();
-  for (std::size_t i = 0; i < seen.size(); ++i)
-    if (weights_[i] > 0) pairs.AddCentred(Vector(*body_.places[i]), Vector(*seen[i]), weights_[i]);
-  return pairs.Solve();
-}
-
 std::optional<VgeAMatrix> RigidFit::Solve(const RigidBody::Points& seen) {
-  constexpr int kRounds = 6; // of reweighting; more change the turn by less than a hundredth of a degree
-  constexpr double kFullWithin = 3; // times the noise: 97 of 100 points that only tremble are nearer
-  const double noise = kFullWithin * body_.noise_mm;
-  for (std::size_t i = 0; i < weights_.size(); ++i)
-    weights_[i] = seen[i] && body_.places[i] ? 1 / (body_.spread_mm[i] * body_.spread_mm[i]) : 0;
-  std::optional<VgeAMatrix> motion = Weighted(seen);
-  for (int round = 0; round < kRounds && motion && std::isfinite(noise); ++round) {
-    const auto square = [&](std::size_t i) {
-      const VgeTVector off = Difference(TransformPoint(*motion, Vector(*body_.places[i])), Vector(*seen[i]));
-      return Dot(off, off);
-    };
-    // A point that is far off drags the first rounds along. Until more than half of the points are back
-    // within the noise, the nearer half counts in full; else the few that happen to be near would settle for
-    // a wrong place among themselves.
-    squares_.clear();
-    for (std::size_t i = 0; i < weights_.size(); ++i)
-      if (weights_[i] > 0) squares_.push_back(square(i));
-    const double full = std::max(noise * noise, Quantile(squares_, 0.5));
-    for (std::size_t i = 0; i < weights_.size(); ++i) {
-      if (!(weights_[i] > 0)) continue;
-      const double share = std::min(1.0, full / square(i)); // 1 where the distance is 0
-      weights_[i] = share * share / (body_.spread_mm[i] * body_.spread_mm[i]);
-    }
-    const auto next = Weighted(seen);
-    if (!next) break; // too few are left that count: the motion of the round before has to do
-    motion = next;
-  }
-  return motion;
+  Show(constants_, seen, frame_, 0);
+  FitInOneLane(constants_, frame_, kFitRounds);
+  return MotionIn(frame_, 0);
 }
 
 RigidBody LearnRigidBody(const Take& take, const std::vector<std::size_t>& markers) {

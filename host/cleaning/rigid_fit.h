@@ -1,28 +1,16 @@
 #pragma once
 
+#include "host/cleaning/rigid_body.h"
+#include "host/cleaning/rigid_fit_lanes.h"
 #include "host/takes/take.h"
 #include "mien/base/geometry.h"
 
 #include <cstddef>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace mien {
-
-/// Points that are nearly rigid relative to each other.
-struct RigidBody {
-  using Points = std::vector<std::optional<Point>>; ///< nothing for a hidden point
-
-  /// The points' positions in the body's own frame; nothing for a point that was never visible with the
-  /// others.
-  Points places;
-
-  /// The standard deviation of each point from its place, per axis (size: places). Above 0.
-  std::vector<double> spread_mm;
-
-  /// The typical deviation of a point, per axis. Above 0.
-  double noise_mm = 0;
-};
 
 /// Finds the motion of a rigid body of any number of points: the rigid transform of least squares, in which
 /// each point has the weight 1 / spread². Beyond three times the noise (a marker that slipped, skin that an
@@ -30,7 +18,8 @@ struct RigidBody {
 /// always keeps its full weight.
 class RigidFit {
 public:
-  explicit RigidFit(RigidBody body);
+  explicit RigidFit(RigidBody body)
+      : body_(std::move(body)), constants_(FitBodyOf(body_)), frame_(body_.places.size(), 1) {}
 
   const RigidBody& Body() const { return body_; }
 
@@ -39,11 +28,9 @@ public:
   std::optional<VgeAMatrix> Solve(const RigidBody::Points& seen);
 
 private:
-  std::optional<VgeAMatrix> Weighted(const RigidBody::Points& seen) const;
-
   RigidBody body_;
-  std::vector<double> weights_; // of the points in the frame that is solved
-  std::vector<double> squares_; // of the distances of those that count
+  FitBody constants_;
+  FitFrames frame_;
 };
 
 /// Learns the body of these markers (indices) from a whole take. Its frame has the take's axes and the body's

@@ -44,10 +44,11 @@ bool TurnsRound(const VgeAMatrix& before, const VgeAMatrix& after) {
 }
 
 /// The motion of the largest set of three or more markers that fits together; of sets of equal size, the one
-/// that fits best. If two markers are swapped that have the same distance from a third, these three fit as
+/// that fits best. `of_all` is the motion of all of them. If two markers are swapped that have the same distance from a third, these three fit as
 /// well, with the head turned around: such a set is used only if there are no others.
 std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference, const Markers& seen,
-                                     double tolerance_mm, const std::optional<VgeAMatrix>& before) {
+                                     const VgeAMatrix& of_all, double tolerance_mm,
+                                     const std::optional<VgeAMatrix>& before) {
   unsigned all = 0;
   for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot)
     if (seen[slot] && reference[slot]) all |= 1u << slot;
@@ -57,7 +58,7 @@ std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference
     for (unsigned slots = all; slots > 0; slots = (slots - 1) & all) {
       if (std::popcount(slots) != size) continue;
       const Markers some = Only(seen, slots);
-      const auto motion = body.Solve(some);
+      const auto motion = slots == all ? of_all : body.Solve(some);
       if (!motion) continue;
       const auto distances = DistancesFrom(*motion, reference, some);
       const double worst = *std::max_element(distances.begin(), distances.end());
@@ -80,8 +81,9 @@ SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& marker
     Markers seen;
     for (std::size_t slot = 0; slot < markers.size(); ++slot)
       if (const Point* p = take.At(frame, markers[slot]); p && reference[slot]) seen[slot] = *p;
-    if (!body.Solve(seen)) continue; // too few markers to find the head
-    const std::optional<VgeAMatrix> motion = BestMotion(body, reference, seen, tolerance_mm, before);
+    const std::optional<VgeAMatrix> of_all = body.Solve(seen);
+    if (!of_all) continue; // too few markers to find the head
+    const std::optional<VgeAMatrix> motion = BestMotion(body, reference, seen, *of_all, tolerance_mm, before);
     if (!motion) {
       ++report.doubtful_frames;
       continue;

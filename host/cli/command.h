@@ -19,8 +19,8 @@ namespace mien {
 class Output;
 
 /// A command being set up: its description, its options, and what it does. The parser behind it is known to
-/// command.cpp, command_line.cpp and usage_problem.cpp alone, since every source that includes it takes six
-/// seconds longer to compile.
+/// command.cpp, command_line.cpp, option_parser.cpp and usage_problem.cpp alone, since every source that
+/// includes it takes six seconds longer to compile.
 ///
 /// What options are read into must outlive the parsing.
 class Command {

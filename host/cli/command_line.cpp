@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <new>
 #include <string>
 #include <vector>
@@ -39,6 +40,7 @@ void SetUp(CLI::App& app, CommandDescription& mien, Output& output,
   AddConvertCommand(root);
   AddSolveCommand(root, arguments);
   AddRetargetCommand(root, arguments);
+  AddBatchCommand(root);
   AddViewCommand(root, arguments);
   AddCompareCommand(root, arguments);
   AddPerformerCommand(root);
@@ -85,6 +87,17 @@ void Run(CLI::App& app, const CommandDescription& mien, Output& output, int argc
   if (app.get_subcommands().empty()) throw InputError(MissingCommand(mien));
 }
 
+/// What is wrong where `run` does not come to its end.
+std::vector<Problem> ProblemsOf(const std::function<void()>& run) {
+  try {
+    run();
+  } catch (const InputError& error) { return error.Problems(); } catch (const std::bad_alloc&) {
+    return {
+        {Code::Memory, "", "", "memory ran out", "close other programs or cut the take into shorter ones"}};
+  }
+  return {};
+}
+
 } // namespace
 
 int RunCommandLine(int argc, const char* const* argv) {
@@ -97,15 +110,9 @@ int RunCommandLine(int argc, const char* const* argv) {
   CLI::App app;
   CommandDescription mien;
   SetUp(app, mien, output, arguments);
-  try {
-    Run(app, mien, output, argc, argv);
-    return output.Finish({});
-  } catch (const InputError& error) {
-    return output.Finish(error.Problems());
-  } catch (const std::bad_alloc&) {
-    return output.Finish(
-        {{Code::Memory, "", "", "memory ran out", "close other programs or cut the take into shorter ones"}});
-  }
+  const int exit_code = output.Finish(ProblemsOf([&] { Run(app, mien, output, argc, argv); }));
+  if (output.signal != 0) EndBySignal(output.signal);
+  return exit_code;
 }
 
 CommandDescription DescribeCommandLine() {

@@ -8,6 +8,7 @@
 namespace mien {
 
 // Each adds one command, which does its work when the command line has been parsed.
+void AddBatchCommand(Command& mien);
 void AddCalibrateCommand(Command& mien);
 void AddCharacterCommand(Command& mien);
 void AddCompareCommand(Command& mien, std::vector<std::string> arguments); ///< for the page

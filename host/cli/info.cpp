@@ -1,3 +1,4 @@
+#include "host/base/errors_json.h"
 #include "host/base/text.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"

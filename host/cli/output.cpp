@@ -1,5 +1,6 @@
 #include "host/cli/output.h"
 
+#include "host/base/errors_json.h"
 #include "host/base/text.h"
 #include "host/cli/terminals.h"
 #include "host/files/standard_streams.h"
@@ -36,6 +37,17 @@ std::string Titled(std::string_view title, std::string_view text) {
 
 void PrintToStandardOutput(std::string_view text) {
   WriteWhole("-", [&](std::ostream& out) { out << text; });
+}
+
+/// JSON without its line ends and indents: none of either is in a string, where they are escaped.
+std::string OnOneLine(std::string_view json) {
+  std::string line;
+  for (std::size_t at = 0; at < json.size();) {
+    const std::size_t end = std::min(json.find('\n', at), json.size());
+    line += json.substr(at, end - at);
+    at = std::min(json.find_first_not_of(' ', std::min(end + 1, json.size())), json.size());
+  }
+  return line;
 }
 
 /// Settings that do not fit each other are the command line's options.
@@ -78,6 +90,15 @@ void Output::Print(std::string_view text) const {
   if (!json) PrintToStandardOutput(PrintableLines(text));
 }
 
+void Output::Errors(const std::vector<Problem>& problems) const {
+  for (const Problem& problem : problems) PrintError(MessageForPeople(problem));
+}
+
+void Output::Event(const JsonValue& event) {
+  has_events_ = true;
+  if (json) PrintToStandardOutput(PrintableJson(OnOneLine(event.Text())) + '\n');
+}
+
 void Output::RequireFreeStandardOutput(std::string_view output, std::string_view setting) const {
   if (json && IsStandardOutput(output))
     throw UsageError(setting, "--json needs standard output for itself; name a file, or leave out --json");
@@ -102,6 +123,7 @@ int Output::Finish(const std::vector<Problem>& problems) {
                                    {"errors", ErrorsAsJson(problems)}})
                     .Text();
   }
+  if (has_events_) document_ = OnOneLine(document_);
   try {
     PrintToStandardOutput(PrintableJson(document_) + '\n');
   } catch (const InputError& error) {
@@ -109,17 +131,6 @@ int Output::Finish(const std::vector<Problem>& problems) {
     exit_code = std::max(exit_code, kInputAtFault);
   }
   return exit_code;
-}
-
-JsonValue ErrorsAsJson(const std::vector<Problem>& problems) {
-  std::vector<JsonValue> errors;
-  for (const Problem& problem : problems)
-    errors.push_back(JsonObject({{"code", ToText(problem.code)},
-                                 {"file", problem.file},
-                                 {"place", problem.place},
-                                 {"what", problem.what},
-                                 {"fix", problem.fix}}));
-  return JsonListOnLines(errors);
 }
 
 } // namespace mien

@@ -55,6 +55,17 @@ public:
   /// "result" of the document.
   void Result(JsonValue result) { result_ = std::move(result); }
 
+  /// Errors of a part of the work, while the rest goes on. They have no influence on the exit code.
+  void Errors(const std::vector<Problem>& problems) const;
+
+  /// A line of JSON on standard output, at once: work with many parts reports each of them when it ends. The
+  /// document in the end is then one line as well, the last. Without --json nothing. Throws InputError where it
+  /// cannot be written.
+  void Event(const JsonValue& event);
+
+  /// The signal that the process ends by once everything is printed; 0 for none.
+  int signal = 0;
+
   /// This instead of the document above.
   void Document(const JsonValue& document) { document_ = document.Text(); }
 
@@ -74,9 +85,7 @@ private:
   std::vector<FileNote> notes_;
   JsonValue result_ = nullptr;
   std::string document_;
+  bool has_events_ = false;
 };
-
-/// The errors as a JSON list, as documents have them.
-JsonValue ErrorsAsJson(const std::vector<Problem>& problems);
 
 } // namespace mien

@@ -1,26 +1,22 @@
 #pragma once
 
+#include "host/cli/status_line.h"
 #include "host/jobs/job_progress.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 
 namespace mien {
 
-/// A line on the terminal that shows how far a job is and how long it will take: "solving smile [####----]
-/// 50 %  12 s left". It appears when the job has taken half a second, changes ten times a second whatever the
-/// job is doing, and is wiped in the end. Silent where standard error is not a terminal that can do that, and
-/// in the background.
+/// A status line that shows how far a job is and how long it will take: "solving smile [####----] 50 %
+/// 12 s left".
 class Progress {
 public:
   /// `subject` is what the job works on, such as the take's name.
   explicit Progress(std::string subject, bool quiet = false);
-  ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
@@ -29,17 +25,14 @@ public:
 private:
   using Clock = std::chrono::steady_clock;
 
-  void Show(); // runs in a thread of its own
+  std::string Text(std::size_t columns);
 
   const std::string subject_;
-  bool silent_;
   std::mutex mutex_; // for all below
-  std::condition_variable wake_;
-  bool ended_ = false;
   std::optional<JobStage> stage_;
   Clock::time_point stage_start_;
   std::size_t done_ = 0, total_ = 0;
-  std::thread thread_; // the last member: it uses the others
+  StatusLine line_; // the last member: it uses the others
 };
 
 /// One such line, at most `columns` wide. `seconds` is what the stage has taken so far; from 1 on the rest is

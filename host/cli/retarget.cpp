@@ -1,15 +1,13 @@
 #include "host/base/text.h"
 #include "host/cli/animation_options.h"
-#include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"
+#include "host/cli/job_options.h"
 #include "host/cli/output.h"
 #include "host/cli/progress.h"
-#include "host/cli/take_options.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/retarget_job.h"
 #include "host/jobs/retarget_report.h"
-#include "host/weights/weight_map.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -94,7 +92,6 @@ void Retarget(RetargetJob job, Output& output) {
 
 } // namespace
 
-// As long as the list of its options, in the order in which help shows them.
 void AddRetargetCommand(Command& mien, std::vector<std::string> arguments) {
   Command command = mien.AddCommand(
       "retarget", "Put recorded weights onto a head, or onto a character through its templates");
@@ -113,53 +110,7 @@ void AddRetargetCommand(Command& mien, std::vector<std::string> arguments) {
   command.Example("mien retarget phone.csv --ranges ada.ranges.json --csv-style livelink -o table.csv");
   auto job = std::make_shared<RetargetJob>();
   job->command = std::move(arguments);
-  command.Add({.names = "WEIGHTS",
-               .help = "The file of weights: CSV or JSON; - is standard input",
-               .required = true,
-               .files = "*"},
-              job->weights);
-  AddOutput(command, job->output);
-  AddCharacter(command, job->character, "to drive through the templates of its face");
-  command.Add(
-      {.names = "--map",
-       .type = "NAME|FILE",
-       .help = fmt::format("For --character: what the weights mean to the templates, a built-in map ({}) "
-                           "or a map file. Default: arkit52",
-                           fmt::join(BuiltInWeightMaps(), ", ")),
-       .may_be_empty = false,
-       .values = BuiltInWeightMaps(),
-       .files = "*.json"},
-      job->map);
-  AddExpression(command, job->expressions);
-  AddTemplates(command, job->only_templates);
-  AddAnimationOptions(command, {.csv_style = job->csv_style,
-                                .onto = job->onto,
-                                .head_node = job->head_node,
-                                .eye_nodes = job->eye_nodes});
-  command.Add({.names = "--ranges",
-               .type = "FILE.json",
-               .help = "What the weights read on this person's face, from mien calibrate: a blink that reads "
-                       "0.7 becomes 1",
-               .may_be_empty = false,
-               .files = "*.json"},
-              job->ranges);
-  command.Add(
-      {.names = "--landmarks",
-       .type = "TAKE",
-       .help = "Face landmarks of the same recording, which the head's motion and the direction of the eyes "
-               "are taken from; may be WEIGHTS itself",
-       .may_be_empty = false,
-       .files = "*"},
-      job->landmarks);
-  command.AddFlag({.names = "--swap-sides",
-                   .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
-                  job->swap_sides);
-  AddWeightCleaning(command, job->fade_s, job->smooth_weights_hz, job->smooth_gaze_hz);
-  AddOutputRate(command, job->output_rate);
-  AddReadingOptions(command, job->reading.strict, job->reading.face, job->reading.input_rate);
-  AddMeshOptions(command, job->mesh);
-  AddTimecode(command, job->timecode);
-  AddReport(command, job->report, "what was read and done");
+  AddRetargetOptions(command, *job);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Retarget(*job, output); });
 }

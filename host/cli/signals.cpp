@@ -3,6 +3,7 @@
 #include "host/files/unfinished_files.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace mien {
@@ -23,7 +24,41 @@ extern "C" void ReportCutFile(int) {
   _exit(1);                                                              // the input is at fault
 }
 
+constexpr std::array<int, 3> kStopping = {SIGINT, SIGTERM, SIGHUP};
+
+std::atomic<bool> stop_wanted = false;
+std::atomic<int> stop_signal = 0;
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+
+extern "C" void NoteStop(int signal) {
+  if (stop_wanted.exchange(true)) RemoveFilesAndEnd(signal);
+  stop_signal = signal;
+}
+
 } // namespace
+
+OrderlyStop::OrderlyStop() {
+  stop_wanted = false;
+  stop_signal = 0;
+  for (std::size_t i = 0; i < before_.size(); ++i) {
+    before_[i] = std::signal(kStopping[i], NoteStop);
+    if (before_[i] == SIG_IGN) std::signal(kStopping[i], SIG_IGN);
+  }
+}
+
+OrderlyStop::~OrderlyStop() {
+  for (std::size_t i = 0; i < before_.size(); ++i) std::signal(kStopping[i], before_[i]);
+}
+
+const std::atomic<bool>& OrderlyStop::Wanted() { return stop_wanted; }
+
+int OrderlyStop::Signal() { return stop_signal; }
+
+void EndBySignal(int signal) {
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+  std::abort(); // it was blocked
+}
 
 void HandleSignals() {
   for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGILL, SIGTRAP, SIGABRT, SIGFPE, SIGUSR1, SIGSEGV,

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <atomic>
+
 namespace mien {
 
 /// Makes the signals that end a process remove the files that are being filled first, and then end it as they
@@ -11,5 +14,27 @@ namespace mien {
 /// and exit code
 /// 1. Writing past a quota fails as on a full disk, without a signal.
 void HandleSignals();
+
+/// While it lives, the first SIGINT, SIGTERM or SIGHUP is noted and nothing else, so that work can stop in
+/// order; the second ends the process as HandleSignals says. There can be one at a time.
+class OrderlyStop {
+public:
+  OrderlyStop();
+  ~OrderlyStop();
+  OrderlyStop(const OrderlyStop&) = delete;
+  OrderlyStop& operator=(const OrderlyStop&) = delete;
+
+  /// Becomes true with the signal, on whatever thread that is handled.
+  static const std::atomic<bool>& Wanted();
+  /// The signal; 0 without one.
+  static int Signal();
+
+private:
+  using Handler = void (*)(int);
+  std::array<Handler, 3> before_;
+};
+
+/// Ends the process as this signal would have.
+[[noreturn]] void EndBySignal(int signal);
 
 } // namespace mien

@@ -1,12 +1,11 @@
 #include "host/base/text.h"
 #include "host/cli/animation_options.h"
-#include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"
+#include "host/cli/job_options.h"
 #include "host/cli/output.h"
 #include "host/cli/print_solve_report.h"
 #include "host/cli/progress.h"
-#include "host/cli/take_options.h"
 #include "host/cli/terminals.h"
 #include "host/files/standard_streams.h"
 #include "host/inspect/weight_picture.h"
@@ -68,7 +67,6 @@ void Solve(SolveJob job, Output& output) {
 
 } // namespace
 
-// As long as the list of its options, in the order in which help shows them.
 void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   Command command =
       mien.AddCommand("solve", "Solve a take into template weights, and into a character's animation");
@@ -87,59 +85,7 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
       "mien solve take.csv --performer landmarks68 --character arkit52 --onto head.glb -o animated.glb");
   auto job = std::make_shared<SolveJob>();
   job->command = std::move(arguments);
-  command.Add(TakeArgument(), job->take);
-  command.Add(PerformerOption("The markers and, if it has one, the neutral face"), job->performer);
-  AddCharacter(command, job->character, "to animate");
-  AddOutput(command, job->output);
-  AddNeutralOption(command, job->neutral);
-  AddExpression(command, job->expressions);
-  AddTemplates(command, job->only_templates);
-  AddAnimationOptions(command, {.csv_style = job->csv_style,
-                                .onto = job->onto,
-                                .head_node = job->head_node,
-                                .eye_nodes = job->eye_nodes});
-  AddSolver(command, job->solve.solver);
-  command.Add({.names = "--basis",
-               .type = "HEAD.glb|TABLE.csv",
-               .help = "For --solver fit: how faces move with their shapes, from a head with the 52 as morph "
-                       "targets or from a table, instead of from the built-in faces",
-               .may_be_empty = false,
-               .files = "*"},
-              job->basis);
-  command.Add({.names = "--basis-landmarks",
-               .type = "FILE.csv",
-               .help = "For --basis HEAD.glb: where the 68 landmarks are on the head, as landmark,x,y,z; "
-                       "default: HEAD.landmarks.csv beside it",
-               .may_be_empty = false,
-               .files = "*.csv"},
-              job->basis_landmarks);
-  command.AddParsedFlag(
-      {.names = "--no-ranges",
-       .help = "Leave out the ranges of a calibrated performer: weights as they are measured"},
-      [job]() -> Command::Fault {
-        job->ranges = false;
-        return std::nullopt;
-      });
-  command.AddFlag(
-      {.names = "--level-lids",
-       .help = "Take the slow part out of Eye.Close, which lowered eyes cause; a lid that is held half "
-               "shut opens slowly. For calibrated performers"},
-      job->solve.level_lids);
-  AddHeadFit(command, job->solve.head_fit);
-  AddCleaningOptions(command, job->solve);
-  AddOutputRate(command, job->output_rate);
-  AddTakeOptions(command, job->reading);
-  AddTimecode(command, job->timecode);
-  AddReport(command, job->report, "what was done to the take");
-  command.Add({.names = "--frames-report",
-               .type = "FILE.csv",
-               .help =
-                   "Write a row per frame as well: residuals, filled markers, resting parts, flags, whether "
-                   "the head was found",
-               .may_be_empty = false,
-               .files = "*.csv"},
-              job->frames_report);
-  AddView(command, job->view, "the take and its solve: markers, head, curves, and where it is bad");
+  AddSolveOptions(command, *job);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Solve(*job, output); });
 }

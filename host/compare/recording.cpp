@@ -17,8 +17,8 @@ Recording WithoutCurves(const Source& take) {
   recording.format = take.format;
   recording.rate = take.rate;
   recording.timecode = take.timecode;
-  recording.frames = take.frames;
-  recording.times = take.times;
+  recording.frames = {take.frames.begin(), take.frames.end()};
+  recording.times = {take.times.begin(), take.times.end()};
   recording.notes = take.notes;
   return recording;
 }

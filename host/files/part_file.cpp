@@ -6,14 +6,20 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <fcntl.h>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace mien {
 
@@ -52,13 +58,49 @@ void RemoveIfAbandoned(const fs::path& path) {
   close(file);
 }
 
+/// The part files in a folder, of any target.
+std::vector<std::string> ReadParts(const fs::path& folder, std::size_t& entries) {
+  std::vector<std::string> parts;
+  std::error_code unreadable; // then they stay
+  for (fs::directory_iterator entry(folder, unreadable), end; !unreadable && entry != end;
+       entry.increment(unreadable), ++entries)
+    if (std::string name = entry->path().filename().string(); name.ends_with(kEnding))
+      parts.push_back(std::move(name));
+  return parts;
+}
+
+/// The same, but for each output of a batch into a large folder the folder cannot be read anew: what was found
+/// in one counts for a hundred times as long as reading it took. Those of processes that die within that time
+/// stay for the next one that writes the same target.
+std::vector<std::string> PartsIn(const fs::path& folder) {
+  using Clock = std::chrono::steady_clock;
+  struct Found {
+    std::vector<std::string> parts;
+    Clock::time_point until;
+  };
+  constexpr std::size_t kLarge = 1000;
+  static std::mutex mutex;
+  static std::unordered_map<std::string, Found> large_folders;
+  const Clock::time_point start = Clock::now();
+  {
+    const std::lock_guard lock(mutex);
+    const auto found = large_folders.find(folder.native());
+    if (found != large_folders.end() && start < found->second.until) return found->second.parts;
+  }
+  std::size_t entries = 0;
+  std::vector<std::string> parts = ReadParts(folder, entries);
+  if (entries < kLarge) return parts;
+  const Clock::time_point now = Clock::now();
+  const std::lock_guard lock(mutex);
+  large_folders[folder.native()] = {parts, now + 100 * (now - start)};
+  return parts;
+}
+
 void RemoveAbandoned(const fs::path& target) {
   const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
   const std::string name = target.filename().string();
-  std::error_code unreadable; // then they stay
-  for (fs::directory_iterator entry(folder, unreadable), end; !unreadable && entry != end;
-       entry.increment(unreadable))
-    if (IsPartOf(entry->path().filename().native(), name)) RemoveIfAbandoned(entry->path());
+  for (const std::string& part : PartsIn(folder))
+    if (IsPartOf(part, name)) RemoveIfAbandoned(folder / part);
 }
 
 /// A new name is on the disk when its folder is. A file system that cannot do that has the file nevertheless.
@@ -86,7 +128,7 @@ PartFile::PartFile(const fs::path& target, const fs::path& given) : target_(targ
 PartFile::~PartFile() {
   if (!renamed_) {
     stream_.close();
-    unlink(path_.c_str());
+    if (IsStill(descriptor_, path_)) unlink(path_.c_str());
   }
   listed_.reset();
   close(descriptor_); // and only now may others remove what has its name
@@ -131,6 +173,9 @@ void PartFile::Finish() {
 
 void PartFile::Rename() {
   Finish();
+  // Where locks are only known to the machine that has them, as on some shared file systems, another one may
+  // have taken the file for abandoned and have one of this name now.
+  if (!IsStill(descriptor_, path_)) Fail(ENOENT);
   std::error_code error;
   fs::rename(path_, target_, error);
   if (error) Fail(error.value());

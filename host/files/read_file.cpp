@@ -49,6 +49,19 @@ void CheckKind(const struct stat& status, const std::string& file, bool is_stand
     throw InputError(Code::Unreadable, file, "", "this is a device", "name a file that can be read");
 }
 
+/// Reads on; answers how many bytes came, 0 at the end. `before` is how many came before.
+std::size_t ReadSome(int descriptor, char* to, std::size_t size, std::size_t before,
+                     const std::string& file) {
+  for (;;) {
+    const ssize_t got = read(descriptor, to, size);
+    if (got >= 0) return static_cast<std::size_t>(got);
+    if (errno != EINTR)
+      throw InputError(Code::Unreadable, file, "",
+                       fmt::format("cannot be read beyond byte {}: {}", before, SystemsWords(errno)),
+                       "check what it comes from, or copy it again");
+  }
+}
+
 std::string ReadAll(int descriptor, std::size_t expected, const std::string& file,
                     const ReadProgress& progress) {
   constexpr std::size_t kPiece = 1 << 16, kMostAtOnce = 1 << 24; // the latter for the sake of progress
@@ -58,43 +71,68 @@ std::string ReadAll(int descriptor, std::size_t expected, const std::string& fil
   bytes.resize(std::max(kPiece, expected + 1));
   for (;;) {
     if (size == bytes.size()) bytes.resize(2 * size);
-    const ssize_t got = read(descriptor, bytes.data() + size, std::min(bytes.size() - size, kMostAtOnce));
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0)
-      throw InputError(Code::Unreadable, file, "",
-                       fmt::format("cannot be read beyond byte {}: {}", size, SystemsWords(errno)),
-                       "check what it comes from, or copy it again");
+    const std::size_t got =
+        ReadSome(descriptor, bytes.data() + size, std::min(bytes.size() - size, kMostAtOnce), size, file);
     if (got == 0) break;
-    size += static_cast<std::size_t>(got);
+    size += got;
     if (progress) progress(size, expected);
   }
   bytes.resize(size);
   return bytes;
 }
 
+/// What a path names, open; refuses what cannot be read.
+struct OpenFile {
+  explicit OpenFile(const std::filesystem::path& path)
+      : is_standard_input(path == "-"), name(path.empty() ? "an empty path" : InputName(path)),
+        status(StatusOf(path)), descriptor(path, is_standard_input) {
+    if (descriptor.Number() < 0)
+      throw InputError(Code::Unreadable, name, "", "cannot be opened: " + SystemsWords(errno),
+                       "check the file's permissions");
+  }
+
+  bool is_standard_input;
+  std::string name;
+  struct stat status;
+  Descriptor descriptor;
+
+private:
+  struct stat StatusOf(const std::filesystem::path& path) const {
+    struct stat found {};
+    const int failed = is_standard_input ? fstat(STDIN_FILENO, &found) : stat(path.c_str(), &found);
+    if (failed != 0 && (errno == ENOENT || errno == ENOTDIR))
+      throw InputError(Code::NotFound, name, "", "there is no such file", "check the path");
+    if (failed != 0)
+      throw InputError(Code::Unreadable, name, "", "cannot be read: " + SystemsWords(errno),
+                       "name a file that can be read");
+    CheckKind(found, name, is_standard_input);
+    return found;
+  }
+};
+
 } // namespace
 
 std::string ReadFile(const std::filesystem::path& path, const ReadProgress& progress) {
-  const bool is_standard_input = path == "-";
-  const std::string file = path.empty() ? "an empty path" : InputName(path);
-  struct stat status {};
-  const int failed = is_standard_input ? fstat(STDIN_FILENO, &status) : stat(path.c_str(), &status);
-  if (failed != 0 && (errno == ENOENT || errno == ENOTDIR))
-    throw InputError(Code::NotFound, file, "", "there is no such file", "check the path");
-  if (failed != 0)
-    throw InputError(Code::Unreadable, file, "", "cannot be read: " + SystemsWords(errno),
-                     "name a file that can be read");
-  CheckKind(status, file, is_standard_input);
-
-  const Descriptor descriptor(path, is_standard_input);
-  if (descriptor.Number() < 0)
-    throw InputError(Code::Unreadable, file, "", "cannot be opened: " + SystemsWords(errno),
-                     "check the file's permissions");
-  const std::size_t expected = S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) : 0;
+  const OpenFile file(path);
+  const std::size_t expected =
+      S_ISREG(file.status.st_mode) ? static_cast<std::size_t>(file.status.st_size) : 0;
   try {
-    return ReadAll(descriptor.Number(), expected, file, progress);
+    return ReadAll(file.descriptor.Number(), expected, file.name, progress);
   } catch (const std::bad_alloc&) {
-    throw InputError(Code::Memory, file, "", "the file does not fit into memory", "cut it into smaller ones");
+    throw InputError(Code::Memory, file.name, "", "the file does not fit into memory",
+                     "cut it into smaller ones");
+  }
+}
+
+void ReadPieces(const std::filesystem::path& path, const std::function<void(std::string_view)>& take) {
+  constexpr std::size_t kPiece = 1 << 20;
+  const OpenFile file(path);
+  std::string piece(kPiece, '\0');
+  for (std::size_t done = 0;;) {
+    const std::size_t got = ReadSome(file.descriptor.Number(), piece.data(), kPiece, done, file.name);
+    if (got == 0) return;
+    take(std::string_view(piece).substr(0, got));
+    done += got;
   }
 }
 

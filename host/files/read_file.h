@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace mien {
 
@@ -13,5 +14,8 @@ using ReadProgress = std::function<void(std::size_t done, std::size_t total)>;
 /// The whole content of a file; "-" is standard input, which can be read once. Throws InputError for a
 /// missing file, a folder, a device, and a file that cannot be read.
 std::string ReadFile(const std::filesystem::path& path, const ReadProgress& progress = nullptr);
+
+/// The same content piece by piece, for what needs it once and not as a whole.
+void ReadPieces(const std::filesystem::path& path, const std::function<void(std::string_view)>& take);
 
 } // namespace mien

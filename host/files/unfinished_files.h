@@ -11,7 +11,7 @@ namespace mien {
 class UnfinishedFile {
 public:
   /// At a time; further ones are not listed.
-  static constexpr std::size_t kMost = 64;
+  static constexpr std::size_t kMost = 1024;
   /// Bytes of a path, its terminating zero included; longer ones are not listed.
   static constexpr std::size_t kLongest = 4096;
 

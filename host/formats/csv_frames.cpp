@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <numeric>
+#include <span>
 #include <string>
 
 namespace mien {
@@ -33,7 +34,7 @@ std::string Line(std::size_t number) { return fmt::format("line {}", number); }
 
 // Whether the rows are several recordings one after the other, whose times overlap: long runs of rising times
 // that sorting would interleave. `order` is the sorted one.
-bool AreSeveralRecordings(const std::vector<double>& times, const std::vector<std::size_t>& order) {
+bool AreSeveralRecordings(std::span<const double> times, const std::vector<std::size_t>& order) {
   std::vector<std::size_t> run(times.size()); // that each row is in
   for (std::size_t i = 1; i < times.size(); ++i) run[i] = run[i - 1] + (times[i] < times[i - 1] ? 1 : 0);
   std::size_t changes = 0;

@@ -1,6 +1,7 @@
 #include "host/formats/marker_csv.h"
 
 #include "host/base/error.h"
+#include "host/base/number_text.h"
 #include "host/base/text.h"
 #include "host/formats/csv.h"
 #include "host/formats/csv_frames.h"
@@ -368,14 +369,16 @@ void WriteMarkerCsv(const Take& take, std::ostream& out) {
   for (const std::string& name : take.markers) fmt::format_to(to, ",{0}.x,{0}.y,{0}.z", name);
   text.push_back('\n');
   for (std::size_t row = 0; row < take.FrameCount(); ++row) {
-    fmt::format_to(to, "{},{}", take.frames[row], take.times[row]);
+    fmt::format_to(to, "{},", take.frames[row]);
+    AppendNumber(text, take.times[row]);
     if (take.timecode) fmt::format_to(to, ",{}", take.timecode->At(take.times[row] - take.times[0]));
     AppendGaze(take, row, to);
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
-      if (const Point* p = take.At(row, m))
-        fmt::format_to(to, ",{},{},{}", p->x, p->y, p->z);
-      else
-        fmt::format_to(to, ",,,");
+      const Point* const p = take.At(row, m);
+      for (double Point::*const axis : {&Point::x, &Point::y, &Point::z}) {
+        text.push_back(',');
+        if (p) AppendNumber(text, p->*axis);
+      }
     }
     text.push_back('\n');
     out.write(text.data(), static_cast<std::streamsize>(text.size()));

@@ -1,6 +1,7 @@
 #include "host/formats/trc_timing.h"
 
 #include "host/base/error.h"
+#include "host/base/long_vector.h"
 #include "host/formats/input_rate.h"
 #include "host/takes/frame_times.h"
 #include "host/takes/reorder_frames.h"
@@ -22,7 +23,7 @@ namespace {
 
 // Sorts rows that are out of order, if both their numbers and their times rise then.
 bool SortByTime(const Rows& rows, Take& take) {
-  const std::vector<double>& times = take.times;
+  const LongVector<double>& times = take.times;
   if (rows.lacks_numbers ||
       std::any_of(times.begin(), times.end(), [](double time) { return std::isnan(time); }))
     return false;
@@ -92,7 +93,7 @@ void SetRate(const Header& header, const Rows& rows, const std::string& file,
 }
 
 void SetTimes(const Header& header, Take& take) {
-  std::vector<double>& times = take.times;
+  LongVector<double>& times = take.times;
   const auto since = [&](std::int64_t first, std::size_t i) {
     return take.rate.Seconds(take.frames[i] - first);
   };

@@ -1,4 +1,5 @@
 #include "host/base/error.h"
+#include "host/base/number_text.h"
 #include "host/base/text.h"
 #include "host/base/utf8.h"
 #include "host/formats/trc.h"
@@ -58,12 +59,14 @@ void WriteTrc(const Take& take, std::ostream& out) {
   for (std::size_t m = 1; m <= take.MarkerCount(); ++m) fmt::format_to(to, "\tX{0}\tY{0}\tZ{0}", m);
   fmt::format_to(to, "\n\n");
   for (std::size_t frame = 0; frame < take.FrameCount(); ++frame) {
-    fmt::format_to(to, "{}\t{}", take.frames[frame], take.times[frame]);
+    fmt::format_to(to, "{}\t", take.frames[frame]);
+    AppendNumber(text, take.times[frame]);
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
-      if (const Point* p = take.At(frame, m))
-        fmt::format_to(to, "\t{}\t{}\t{}", p->x, p->y, p->z);
-      else
-        fmt::format_to(to, "\t\t\t");
+      const Point* const p = take.At(frame, m);
+      for (double Point::*const axis : {&Point::x, &Point::y, &Point::z}) {
+        text.push_back('\t');
+        if (p) AppendNumber(text, p->*axis);
+      }
     }
     text.push_back('\n');
     out.write(text.data(), static_cast<std::streamsize>(text.size()));

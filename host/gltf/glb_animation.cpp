@@ -4,8 +4,7 @@
 
 namespace mien {
 
-GlbAnimation::GlbAnimation(Glb& glb, const std::vector<double>& times)
-    : glb_(glb), frame_count_(times.size()) {
+GlbAnimation::GlbAnimation(Glb& glb, std::span<const double> times) : glb_(glb), frame_count_(times.size()) {
   for (std::size_t f = 0; f < times.size(); ++f) {
     const auto time = static_cast<float>(times[f] - times[0]);
     if (!times_.empty() && time <= times_.back()) continue;

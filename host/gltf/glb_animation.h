@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,7 +27,7 @@ public:
   /// `times`: of the frames, in seconds and rising. A frame whose time equals the one before as a float has
   /// no key, since each key must be later than the last. The GLB must be one that can be appended to
   /// (glb_data.h), and outlive this.
-  GlbAnimation(Glb& glb, const std::vector<double>& times);
+  GlbAnimation(Glb& glb, std::span<const double> times);
 
   /// How many frames have no key.
   std::size_t LeftOutFrames() const { return frame_count_ - keys_.size(); }

@@ -2,6 +2,7 @@
 
 #include "host/base/statistics.h"
 #include "host/cleaning/rigid_fit.h"
+#include "host/cleaning/rigid_fits.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
@@ -11,8 +12,11 @@ namespace mien {
 
 FaceMotion::FaceMotion(const Take& take, const std::vector<std::size_t>& face) : take_(take) {
   constexpr std::size_t kMostFrames = 500;
-  RigidFit fit(LearnRigidBody(take, face));
   const std::size_t count = std::min(take.FrameCount(), kMostFrames);
+  std::vector<std::optional<VgeAMatrix>> to_face(count);
+  RigidFits fits(LearnRigidBody(take, face), [&](std::size_t i, const std::optional<VgeAMatrix>& motion) {
+    if (motion) to_face[i] = InverseOfOrthogonalAxes(*motion);
+  });
   RigidBody::Points seen(face.size());
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t frame = i * take.FrameCount() / count;
@@ -20,10 +24,13 @@ FaceMotion::FaceMotion(const Take& take, const std::vector<std::size_t>& face) :
       const Point* const p = take.At(frame, face[m]);
       seen[m] = p ? std::optional(*p) : std::nullopt;
     }
-    if (const auto motion = fit.Solve(seen)) {
-      frames_.push_back(frame);
-      to_face_.push_back(InverseOfOrthogonalAxes(*motion));
-    }
+    fits.Add(i, seen);
+  }
+  fits.Finish();
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!to_face[i]) continue;
+    frames_.push_back(i * take.FrameCount() / count);
+    to_face_.push_back(*to_face[i]);
   }
 }
 

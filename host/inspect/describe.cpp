@@ -123,8 +123,8 @@ TakeDescription Describe(const Take& take) {
   d.events = take.events;
   d.notes = Messages(take.notes);
   if (IsOnePlace(take)) d.notes.emplace_back("all markers are in one place in every frame");
-  d.frame_numbers = take.frames;
-  d.times = take.times;
+  d.frame_numbers = {take.frames.begin(), take.frames.end()};
+  d.times = {take.times.begin(), take.times.end()};
   d.like_names = LikeNames(take.markers);
   if (d.frames > 0) {
     d.first_frame = take.frames.front();

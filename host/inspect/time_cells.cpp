@@ -8,7 +8,7 @@
 
 namespace mien {
 
-TimeCells::TimeCells(const std::vector<double>& times, std::size_t name_columns, const Terminal& terminal)
+TimeCells::TimeCells(std::span<const double> times, std::size_t name_columns, const Terminal& terminal)
     : times_(times), name_columns_(name_columns) {
   constexpr std::size_t kFewest = 20, kMost = 200;
   const std::size_t beside = 2 + name_columns + 1 + 2; // the margin, the name, a blank, the two bars

@@ -3,6 +3,7 @@
 #include "host/inspect/terminal.h"
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace mien {
 class TimeCells {
 public:
   /// `times`: of the frames, at least one; must outlive this. `name_columns`: of the widest name.
-  TimeCells(const std::vector<double>& times, std::size_t name_columns, const Terminal& terminal);
+  TimeCells(std::span<const double> times, std::size_t name_columns, const Terminal& terminal);
 
   std::size_t Count() const { return cells_; }
   std::size_t CellOf(std::size_t frame) const { return frame * cells_ / times_.size(); }
@@ -28,7 +29,7 @@ public:
   std::string Axis(double duration_s) const;
 
 private:
-  const std::vector<double>& times_;
+  std::span<const double> times_;
   std::size_t name_columns_, cells_;
 };
 

@@ -32,7 +32,7 @@ void KeepMain(std::vector<DrawnWeight>& weights) {
 // The picture of at least one weight.
 class Picture {
 public:
-  Picture(const std::vector<double>& times, const std::vector<DrawnWeight>& weights, const Terminal& terminal)
+  Picture(std::span<const double> times, const std::vector<DrawnWeight>& weights, const Terminal& terminal)
       : weights_(weights), utf8_(terminal.utf8), duration_s_(times.back() - times.front()),
         cells_(times, NameColumns(weights), terminal) {
     for (const DrawnWeight& weight : weights)
@@ -94,7 +94,7 @@ private:
 
 } // namespace
 
-std::string WeightPicture(const std::vector<double>& times, std::vector<DrawnWeight> weights,
+std::string WeightPicture(std::span<const double> times, std::vector<DrawnWeight> weights,
                           const Terminal& terminal) {
   if (times.empty()) return "";
   KeepMain(weights);

@@ -3,6 +3,7 @@
 #include "host/inspect/terminal.h"
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,7 +22,7 @@ struct DrawnWeight {
 /// line that marks their cells, and below all are times. Empty if no weight moves.
 ///
 /// Of weights that move by the same range, the first. `times` has an element per frame.
-std::string WeightPicture(const std::vector<double>& times, std::vector<DrawnWeight> weights,
+std::string WeightPicture(std::span<const double> times, std::vector<DrawnWeight> weights,
                           const Terminal& terminal);
 
 } // namespace mien

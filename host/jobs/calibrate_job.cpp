@@ -91,7 +91,7 @@ CalibrateResult Run(const CalibrateJob& job, const JobProgress& progress) {
           RecordPoses(take, of_take.animation, performer, result.neutral.pose, marks, InputName(job.poses));
     solved.push_back(std::move(of_take.animation));
     performer.calibration.takes.push_back(
-        {std::filesystem::path(InputName(name)).filename().string(), Sha256(file.Bytes())});
+        {std::filesystem::path(InputName(name)).filename().string(), Sha256(file)});
   }
 
   result.templates = Calibrate(solved, performer, marks);

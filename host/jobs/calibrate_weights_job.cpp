@@ -82,8 +82,7 @@ CalibrateWeightsResult Run(const CalibrateWeightsJob& job, const JobProgress& pr
     }
     result.take_notes.emplace_back(take.file, std::move(take.notes));
     recorded.push_back(ToAnimation(take));
-    ranges.takes.push_back(
-        {std::filesystem::path(InputName(name)).filename().string(), Sha256(file.Bytes())});
+    ranges.takes.push_back({std::filesystem::path(InputName(name)).filename().string(), Sha256(file)});
   }
   const auto kind_of = [](const Animation& take) {
     return take.layout.shapes.empty() ? WeightKind::Templates : WeightKind::Shapes;

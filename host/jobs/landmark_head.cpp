@@ -59,8 +59,9 @@ std::size_t CountOf(const Places& places) {
 } // namespace
 
 LandmarkHead SolveLandmarkHead(const std::string& path, const ReadOptions& reading,
-                               const std::optional<double>& smooth_gaze_hz, const JobProgress& progress) {
-  const MappedFile file(path, ReadingProgress(progress));
+                               const std::optional<double>& smooth_gaze_hz, const JobProgress& progress,
+                               FileAccess access) {
+  const MappedFile file(path, ReadingProgress(progress), access);
   const std::string name = InputName(path);
   const Take take = ReadPoints(file.Bytes(), name, reading);
   const std::size_t landmarks = LandmarkCount(take.markers);

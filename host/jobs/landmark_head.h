@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/animation/animation.h"
+#include "host/files/mapped_file.h"
 #include "host/formats/read_take.h"
 #include "host/jobs/job_progress.h"
 #include "host/solve/gaze_report.h"
@@ -25,7 +26,7 @@ struct LandmarkHead {
 /// also for a take of other markers. `smooth_gaze_hz` is the cutoff of a low-pass filter on the eyes.
 LandmarkHead SolveLandmarkHead(const std::string& path, const ReadOptions& reading,
                                const std::optional<double>& smooth_gaze_hz = std::nullopt,
-                               const JobProgress& progress = nullptr);
+                               const JobProgress& progress = nullptr, FileAccess access = FileAccess::Map);
 
 /// How the frames of two recordings fit each other.
 struct JoinedFrames {

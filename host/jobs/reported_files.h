@@ -1,7 +1,9 @@
 #pragma once
 
+#include "host/files/file_state.h"
 #include "host/solve/solve_report_json.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,5 +15,15 @@ void AddFile(std::vector<ReportedFile>& files, const std::string& role, const st
 
 /// Adds the output, if it is a file that can be read again.
 void AddOutput(std::vector<ReportedFile>& files, const std::string& output);
+
+// Hashes that stand in a report are those of the bytes that were used. Both throw InputError where somebody
+// has changed a file meanwhile.
+
+/// That the file still is what it was `before` it was read.
+void RequireUnchanged(const std::string& file, const std::optional<FileState>& before);
+
+/// That the files still have their hashes, which were made before they were read. Those in `ignored_role`
+/// are not looked at.
+void RequireUnchanged(const std::vector<ReportedFile>& files, std::string_view ignored_role);
 
 } // namespace mien

@@ -1,6 +1,7 @@
 #include "host/jobs/retarget_job.h"
 
 #include "host/animation/resample.h"
+#include "host/base/long_vector.h"
 #include "host/base/text.h"
 #include "host/character/character_file.h"
 #include "host/files/mapped_file.h"
@@ -23,6 +24,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace mien {
@@ -84,9 +86,9 @@ void CheckFilters(const RetargetJob& job, const FrameRate& rate) {
 /// Angles of eyes, and the weights of shapes that turn them.
 void SmoothGaze(WeightTake& take, double cutoff_hz) {
   constexpr std::size_t kAngles = 4; // in each frame
-  std::vector<double> angles;
+  LongVector<double> angles;
   for (const Eyes& eyes : take.eyes)
-    for (const EyeAngles& eye : eyes) angles.insert(angles.end(), {eye.yaw, eye.pitch});
+    for (const EyeAngles& eye : eyes) angles.append(std::array{eye.yaw, eye.pitch});
   if (!angles.empty()) SmoothWeights(angles, kAngles, take.frames, take.rate, cutoff_hz);
   for (std::size_t f = 0; f < take.eyes.size(); ++f)
     for (std::size_t eye = 0; eye < 2; ++eye)
@@ -95,7 +97,7 @@ void SmoothGaze(WeightTake& take, double cutoff_hz) {
   const std::size_t names = take.names.size();
   for (std::size_t n = 0; n < names; ++n) {
     if (!take.names[n].starts_with("eyeLook")) continue;
-    std::vector<double> weights;
+    LongVector<double> weights;
     for (std::size_t f = 0; f < take.frames.size(); ++f) weights.push_back(take.Weight(f, n));
     SmoothWeights(weights, 1, take.frames, take.rate, cutoff_hz);
     for (std::size_t f = 0; f < take.frames.size(); ++f) take.weights[f * names + n] = weights[f];
@@ -134,7 +136,7 @@ Animation AnimationOf(const RetargetJob& job, bool character, RetargetResult& re
                                           .face = job.reading.face,
                                           .input_rate = job.reading.input_rate,
                                           .mesh = job.mesh},
-                                         job.smooth_gaze_hz, progress);
+                                         job.smooth_gaze_hz, progress, job.access);
     result.joined = JoinHead(*result.landmarks, InputName(job.weights), animation);
   }
   if (!are_templates && character) {
@@ -149,14 +151,14 @@ Animation AnimationOf(const RetargetJob& job, bool character, RetargetResult& re
   return animation;
 }
 
-std::vector<ReportedFile> FilesOf(const RetargetJob& job, const MappedFile& weights) {
-  std::vector<ReportedFile> files = {{"weights", job.weights, Sha256(weights.Bytes())}};
+/// The files that go into it; the hash of the weights is still missing.
+std::vector<ReportedFile> InputsOf(const RetargetJob& job) {
+  std::vector<ReportedFile> files = {{"weights", job.weights, ""}};
   AddFile(files, "landmarks", job.landmarks);
   AddFile(files, "ranges", job.ranges);
   AddFile(files, "character", job.character, BuiltInCharacters());
   if (!job.character.empty()) AddFile(files, "map", job.map, BuiltInWeightMaps());
   AddFile(files, "head", job.onto);
-  AddOutput(files, job.output);
   return files;
 }
 
@@ -170,9 +172,15 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 
+  const bool has_record = !job.report.empty() || job.hash_files;
+  const std::optional<FileState> weights_state = has_record ? StateOf(job.weights) : std::nullopt;
+  std::vector<ReportedFile> files;
+  if (has_record) files = InputsOf(job);
+
   std::optional<Character> character;
   if (!job.character.empty()) character = LoadCharacter(job.character);
-  const MappedFile file(job.weights, ReadingProgress(progress));
+  const MappedFile file(job.weights, ReadingProgress(progress), job.access);
+  if (has_record) RequireUnchanged(job.weights, weights_state);
   RetargetResult result;
   result.take = ReadWeights(file.Bytes(), InputName(job.weights), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
@@ -192,7 +200,13 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
     character = LoadCharacter("arkit52");
   result.written = WriteAnimation(animation, character ? &*character : nullptr, std::move(output), progress);
 
-  if (!job.report.empty() || job.hash_files) result.files = FilesOf(job, file);
+  if (has_record) {
+    RequireUnchanged(job.weights, weights_state);
+    RequireUnchanged(files, "weights");
+    files[0].sha256 = Sha256(file);
+    AddOutput(files, job.output);
+    result.files = std::move(files);
+  }
   if (!job.report.empty())
     WriteWhole(job.report,
                [&](std::ostream& out) { out << RetargetReportAsJson(job, result).Text() << '\n'; });

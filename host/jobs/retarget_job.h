@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/files/mapped_file.h"
 #include "host/formats/mesh_space.h"
 #include "host/jobs/animation_choice.h"
 #include "host/jobs/job_progress.h"
@@ -50,9 +51,10 @@ struct RetargetJob {
   std::string head_node; ///< .glb, .vrm: the node of that head which turns with the head; may be empty
   std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb, .vrm: those that turn with the eyes
 
-  std::string report;               ///< a JSON file about what was done; may be empty
-  std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
-  bool hash_files = false;          ///< answer `files` even without a report
+  std::string report;                  ///< a JSON file about what was done; may be empty
+  std::vector<std::string> command;    ///< the arguments that led here, for the report; may be empty
+  bool hash_files = false;             ///< answer `files` even without a report
+  FileAccess access = FileAccess::Map; ///< to the weights and the landmarks
 };
 
 struct RetargetResult {

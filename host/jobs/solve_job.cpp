@@ -103,11 +103,17 @@ void CheckExpressions(const SolveJob& job, AnimationFormat format) {
     throw UsageError("expression", "--templates leaves out what expressions act on: the shapes");
 }
 
+/// The character's file or name: of formats that need one, a built-in one unless another is named.
+std::string CharacterNameOf(const SolveJob& job, AnimationFormat format) {
+  if (job.character.empty() && format == AnimationFormat::LiveLinkCsv) return "arkit52";
+  if (job.character.empty() && format == AnimationFormat::Vrma) return "vrm1";
+  return job.character;
+}
+
 std::optional<Character> CharacterOf(const SolveJob& job, AnimationFormat format) {
-  if (job.character.empty() && format == AnimationFormat::LiveLinkCsv) return LoadCharacter("arkit52");
-  if (job.character.empty() && format == AnimationFormat::Vrma) return LoadCharacter("vrm1");
-  if (job.character.empty()) return std::nullopt;
-  Character character = LoadCharacter(job.character);
+  const std::string name = CharacterNameOf(job, format);
+  if (name.empty()) return std::nullopt;
+  Character character = LoadCharacter(name);
   if (format == AnimationFormat::ShapeCsv)
     for (const std::string& shape : character.Shapes())
       if (shape == "frame" || shape == "time" || shape == "timecode")
@@ -169,17 +175,16 @@ void CheckSettings(const Performer& performer, const SolveOptions& options) {
                                           Quoted(performer.name), brows));
 }
 
-/// The files that went into the solve and the one that came out of it.
-std::vector<ReportedFile> FilesOf(const SolveJob& job, const MappedFile& take, const std::string& character) {
-  std::vector<ReportedFile> files = {{"take", job.take, Sha256(take.Bytes())}};
+/// The files that go into the solve; the take's hash is still missing.
+std::vector<ReportedFile> InputsOf(const SolveJob& job, AnimationFormat format) {
+  std::vector<ReportedFile> files = {{"take", job.take, ""}};
   AddFile(files, "performer", job.performer, BuiltInPerformers());
-  AddFile(files, "character", character, BuiltInCharacters());
+  AddFile(files, "character", CharacterNameOf(job, format), BuiltInCharacters());
   AddFile(files, "head", job.onto);
   AddFile(files, "basis", job.basis);
   if (const std::string landmarks = BasisLandmarks(job);
       !job.basis_landmarks.empty() || std::filesystem::exists(landmarks))
     AddFile(files, "basis_landmarks", landmarks);
-  AddOutput(files, job.output);
   return files;
 }
 
@@ -258,12 +263,18 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   for (const std::string& report : {job.report, job.frames_report, job.view})
     if (!report.empty()) CheckWritable(report);
 
+  const bool has_record = !job.report.empty() || !job.view.empty() || job.hash_files;
+  const std::optional<FileState> take_state = has_record ? StateOf(job.take) : std::nullopt;
+  std::vector<ReportedFile> files;
+  if (has_record) files = InputsOf(job, format);
+
   Performer performer = LoadPerformer(job.performer);
   if (job.ranges) CheckSettings(performer, job.solve);
   const std::optional<Character> character = CharacterOf(job, format);
   AnimationOutput output = OutputOf(choice);
   const std::optional<ShapeBasis> basis = BasisOf(job);
-  const MappedFile take_file(job.take, ReadingProgress(progress));
+  const MappedFile take_file(job.take, ReadingProgress(progress), job.access);
+  if (has_record) RequireUnchanged(job.take, take_state); // half a take is not worth solving
   SolveResult result;
   result.take = ReadPoints(take_file.Bytes(), InputName(job.take), job.reading);
   if (progress) progress(JobStage::Preparing, 0, 0);
@@ -298,8 +309,13 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   if (!job.frames_report.empty())
     WriteWhole(job.frames_report,
                [&](std::ostream& out) { WriteFramesCsv(result.take, result.report, out); });
-  if (!job.report.empty() || !job.view.empty() || job.hash_files)
-    result.files = FilesOf(job, take_file, job.character.empty() ? result.character : job.character);
+  if (has_record) {
+    RequireUnchanged(job.take, take_state);
+    RequireUnchanged(files, "take");
+    files[0].sha256 = Sha256(take_file);
+    AddOutput(files, job.output);
+    result.files = std::move(files);
+  }
   if (!job.report.empty())
     WriteWhole(job.report, [&](std::ostream& out) { WriteSolveReport(RecordOf(job, result), out); });
   if (!job.view.empty())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/animation/animation.h"
+#include "host/files/mapped_file.h"
 #include "host/formats/read_take.h"
 #include "host/jobs/animation_choice.h"
 #include "host/jobs/job_progress.h"
@@ -53,8 +54,9 @@ struct SolveJob {
   std::string head_node; ///< .glb, .vrm: the node of that head which turns with the performer's; may be empty
   std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb, .vrm: those that turn with the eyes
 
-  std::vector<std::string> command; ///< the arguments that led here, for the report; may be empty
-  bool hash_files = false;          ///< answer `files` even without a report
+  std::vector<std::string> command;    ///< the arguments that led here, for the report; may be empty
+  bool hash_files = false;             ///< answer `files` even without a report
+  FileAccess access = FileAccess::Map; ///< to the take
 };
 
 struct SolveResult {

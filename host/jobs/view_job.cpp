@@ -58,8 +58,8 @@ ViewPage PageOfWeights(const ViewJob& job, std::string_view bytes, ViewResult& r
   page.rate = take.rate;
   page.timecode = take.timecode;
   page.timecode_offset_s = take.timecode_offset_s;
-  page.frames = take.frames;
-  page.times = take.times;
+  page.frames = {take.frames.begin(), take.frames.end()};
+  page.times = {take.times.begin(), take.times.end()};
   HeadNodes nodes;
   if (!job.head_node.empty()) nodes.head = job.head_node;
   nodes.eyes = job.eye_nodes;

@@ -4,6 +4,8 @@
 #include "mien/base/affine.h"
 
 #include <algorithm>
+#include <cstring>
+#include <span>
 
 namespace mien {
 
@@ -45,6 +47,10 @@ double BetweenTheEyes(const Performer& performer, const NeutralPose& neutral) {
   return 0;
 }
 
+bool AreSame(const std::vector<double>& a, const std::vector<double>& b) {
+  return a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+}
+
 } // namespace
 
 std::vector<std::string> AnchorsOf(std::size_t part, const Performer& performer, const NeutralPose& neutral,
@@ -68,55 +74,73 @@ std::vector<std::string> AnchorsOf(std::size_t part, const Performer& performer,
 LocalAnchors::LocalAnchors(const Take& anchors, const std::vector<Point>& rest)
     : ways_(anchors.FrameCount()) {
   struct Sight {
-    std::size_t frame, marker;
+    std::size_t marker;
     Way off; // its place on the neutral face
   };
-  std::vector<Sight> sights; // in frames that see two or more
-  std::vector<double> in_frame(anchors.FrameCount(), 0), of_marker(rest.size(), 0);
+  struct Frame {
+    std::size_t frame, end; // its sights: those from the end of the one before to `end`
+    double count;
+  };
+  LongVector<Sight> sights; // in frames that see two or more
+  LongVector<Frame> frames; // those
+  std::vector<double> of_marker(rest.size(), 0);
   for (std::size_t f = 0; f < anchors.FrameCount(); ++f) {
     const std::size_t before = sights.size();
     for (std::size_t m = 0; m < rest.size(); ++m)
       if (const Point* const p = anchors.At(f, m))
-        sights.push_back({f, m, {p->x - rest[m].x, p->y - rest[m].y, p->z - rest[m].z}});
+        sights.push_back({m, {p->x - rest[m].x, p->y - rest[m].y, p->z - rest[m].z}});
     if (sights.size() < before + 2) sights.resize(before);
-    for (std::size_t i = before; i < sights.size(); ++i) ++in_frame[f], ++of_marker[sights[i].marker];
-    if (sights.size() > before) ways_[f] = Way{};
+    for (std::size_t i = before; i < sights.size(); ++i) ++of_marker[sights[i].marker];
+    if (sights.size() > before)
+      frames.push_back({f, sights.size(), static_cast<double>(sights.size() - before)});
   }
 
   // Each anchor's way is the common one, and a steady distance of its own, which is neither noise nor to be
   // missed when the anchor is hidden. The two are found in turns, which is exact at once where all anchors
   // are seen.
-  std::vector<Way> own(rest.size(), Way{});
-  const auto find_ways = [&](std::size_t axis) {
-    for (auto& way : ways_)
-      if (way) (*way)[axis] = 0;
-    for (const auto& [f, m, off] : sights) (*ways_[f])[axis] += (off[axis] - own[m][axis]) / in_frame[f];
-  };
-  const auto find_own = [&](std::size_t axis) {
-    for (Way& way : own) way[axis] = 0;
-    for (const auto& [f, m, off] : sights) own[m][axis] += (off[axis] - (*ways_[f])[axis]) / of_marker[m];
-    double mean = 0;
-    for (const Way& way : own) mean += way[axis] / static_cast<double>(own.size());
-    for (Way& way : own) way[axis] -= mean;
+  const auto visit_frames = [&](std::size_t axis, const std::vector<double>& own, const auto& visit) {
+    std::size_t first = 0;
+    for (const auto& [f, end, count] : frames) {
+      double way = 0;
+      for (std::size_t i = first; i < end; ++i) way += (sights[i].off[axis] - own[sights[i].marker]) / count;
+      visit(f, std::span<const Sight>(sights.subspan(first, end - first)), count, way);
+      first = end;
+    }
   };
   constexpr int kRounds = 20; // each leaves a quarter of the error where every frame sees two of three
   for (std::size_t axis = 0; axis < 3; ++axis) {
-    for (int round = 0; round < kRounds; ++round) find_ways(axis), find_own(axis);
-    find_ways(axis);
-    double frames = 0, sum = 0, squares = 0, noise = 0;
-    for (const auto& way : ways_)
-      if (way) ++frames, sum += (*way)[axis], squares += (*way)[axis] * (*way)[axis];
-    for (const auto& [f, m, off] : sights) {
-      const double difference = off[axis] - own[m][axis] - (*ways_[f])[axis];
-      noise += difference * difference / (in_frame[f] - 1) / in_frame[f]; // of a mean of so many
+    std::vector<double> own(rest.size(), 0), before = own, next = own;
+    for (int round = 0; round < kRounds; ++round) {
+      std::fill(next.begin(), next.end(), 0);
+      visit_frames(axis, own, [&](std::size_t, std::span<const Sight> seen, double, double way) {
+        for (const auto& [m, off] : seen) next[m] += (off[axis] - way) / of_marker[m];
+      });
+      double mean = 0;
+      for (const double way : next) mean += way / static_cast<double>(next.size());
+      for (double& way : next) way -= mean;
+      // Rounds that find the same again, or the last two in turns, as roundings may have it, are skipped.
+      const bool is_same = AreSame(next, own), is_before = round > 0 && AreSame(next, before);
+      before.swap(own), own.swap(next);
+      if (is_same) break;
+      if (is_before) round += (kRounds - 1 - round) / 2 * 2;
     }
-    const double scatter = frames > 0 ? squares - sum * sum / frames : 0;
+    double sum = 0, squares = 0, noise = 0;
+    visit_frames(axis, own, [&](std::size_t f, std::span<const Sight> seen, double count, double way) {
+      if (!ways_[f]) ways_[f] = Way{};
+      (*ways_[f])[axis] = way;
+      sum += way, squares += way * way;
+      for (const auto& [m, off] : seen) {
+        const double difference = off[axis] - own[m] - way;
+        noise += difference * difference / (count - 1) / count; // of a mean of so many
+      }
+    });
+    const double scatter = frames.empty() ? 0 : squares - sum * sum / static_cast<double>(frames.size());
     gain_[axis] = scatter > 0 ? std::clamp(1 - noise / scatter, 0.0, 1.0) : 0;
   }
   FillUnseen(anchors.times);
 }
 
-void LocalAnchors::FillUnseen(const std::vector<double>& times) {
+void LocalAnchors::FillUnseen(std::span<const double> times) {
   std::optional<std::size_t> last; // the last frame that sees two
   for (std::size_t f = 0; f < ways_.size(); ++f) {
     if (!ways_[f]) continue;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/base/point.h"
 #include "host/performer/performer.h"
 #include "host/performer/rigid_head.h"
@@ -8,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -47,9 +49,9 @@ public:
 private:
   using Way = std::array<double, 3>;
 
-  void FillUnseen(const std::vector<double>& times);
+  void FillUnseen(std::span<const double> times);
 
-  std::vector<std::optional<Way>>
+  LongVector<std::optional<Way>>
       ways_; // by frame; after FillUnseen nothing only in a take that never sees two
   std::array<double, 3> gain_ = {};
 };

@@ -17,6 +17,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 
@@ -31,27 +32,32 @@ std::ptrdiff_t Count(const std::vector<bool>& frames) {
 /// Which frames the pose was taken from, of those that `markers` has, and how far each part strays from it in
 /// them.
 void NoteFrames(Neutral& neutral, const Take& take, const Performer& performer,
-                const StabilisedMarkers& markers, const std::vector<bool>& frames) {
-  for (std::size_t f = 0; f < frames.size(); ++f)
-    if (frames[f] && markers.HeadIsFound(f)) neutral.frames.push_back(markers.Number(f));
-  for (std::size_t part = 0; part < performer.holders.size(); ++part) {
-    double squares = 0, count = 0;
+                const StabilisedMarkers& markers, const std::vector<bool>& use) {
+  const std::vector<std::size_t> frames = FramesOf(use);
+  for (const std::size_t f : frames)
+    if (markers.HeadIsFound(f)) neutral.frames.push_back(markers.Number(f));
+  std::vector<std::size_t> indices, parts;
+  std::vector<VgeTVector> places;
+  for (std::size_t part = 0; part < performer.holders.size(); ++part)
     for (const auto& holder : performer.holders[part])
       for (const std::string& name : holder) {
         const auto place = neutral.pose.find(name);
         if (place == neutral.pose.end()) continue;
-        const std::size_t marker = *take.FindMarker(name);
-        const auto& [x, y, z] = place->second;
-        for (std::size_t f = 0; f < frames.size(); ++f) {
-          const auto p = frames[f] ? markers.At(f, marker) : std::nullopt;
-          if (!p) continue;
-          const VgeTVector off = Difference(*p, {x, y, z});
-          squares += Dot(off, off);
-          ++count;
-        }
+        indices.push_back(*take.FindMarker(name));
+        parts.push_back(part);
+        places.push_back({place->second.x, place->second.y, place->second.z});
       }
-    if (count > 0) neutral.spread_mm[part] = std::sqrt(squares / count);
-  }
+  std::vector<std::vector<double>> squares(indices.size());
+  markers.ForEachPlace(indices, frames, [&](std::size_t i, std::size_t, const VgeTVector& p) {
+    const VgeTVector off = Difference(p, places[i]);
+    squares[i].push_back(Dot(off, off));
+  });
+  // One marker after another, although the frames are walked over once: so the sum is always the same.
+  std::array<double, 9> sums{}, counts{};
+  for (std::size_t i = 0; i < indices.size(); ++i)
+    for (const double square : squares[i]) sums[parts[i]] += square, ++counts[parts[i]];
+  for (std::size_t part = 0; part < sums.size(); ++part)
+    if (counts[part] > 0) neutral.spread_mm[part] = std::sqrt(sums[part] / counts[part]);
 }
 
 /// `file` and `place` state where the range was given.
@@ -82,8 +88,10 @@ Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange
 
 /// Gives the eyes the places that they have over all frames with the eyes at ease, whatever the mouth does in
 /// them. Each frame is measured against the eye's own anchors, as it is when it is solved.
-void UseEyesAtEase(NeutralPose& pose, const StabilisedMarkers& markers, const std::vector<bool>& eyes_at_ease,
-                   const Performer& performer, const RigidHead& rigid) {
+void UseEyesAtEase(NeutralPose& pose, const Take& take, const StabilisedMarkers& markers,
+                   const std::vector<bool>& eyes_at_ease, const Performer& performer,
+                   const RigidHead& rigid) {
+  const std::vector<std::size_t> at_ease = FramesOf(eyes_at_ease);
   const VgeAMatrix head = NeutralHead(performer, pose), to_head = InverseOfOrthogonalAxes(head);
   const NeutralPose common = pose;
   for (const std::size_t part : {kLeftEye, kRightEye}) {
@@ -101,18 +109,21 @@ void UseEyesAtEase(NeutralPose& pose, const StabilisedMarkers& markers, const st
       names.insert(names.end(), holder.begin(), holder.end());
     const std::vector<std::string>& iris = performer.irises[part - kLeftEye];
     names.insert(names.end(), iris.begin(), iris.end());
-    const Take lids = markers.Carried(names, to_head);
-    for (std::size_t m = 0; m < names.size(); ++m) {
+    const std::vector<std::size_t> lids = MarkerIndices(take, names);
+    struct Column {
       std::vector<double> x, y, z;
-      for (std::size_t f = 0; f < lids.FrameCount(); ++f) {
-        const Point* const p = lids.At(f, m);
-        if (!p || !eyes_at_ease[f]) continue;
-        const Point q = local ? local->Measure(*p, f) : *p;
-        x.push_back(q.x), y.push_back(q.y), z.push_back(q.z);
-      }
+    };
+    std::vector<Column> columns(names.size());
+    markers.ForEachPlace(lids, at_ease, [&](std::size_t i, std::size_t f, const VgeTVector& place) {
+      const VgeTVector p = TransformPoint(to_head, place);
+      const Point q = local ? local->Measure({p.x, p.y, p.z}, f) : Point{p.x, p.y, p.z};
+      columns[i].x.push_back(q.x), columns[i].y.push_back(q.y), columns[i].z.push_back(q.z);
+    });
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      auto& [x, y, z] = columns[i];
       if (x.empty()) continue;
       const VgeTVector q = TransformPoint(head, {Median(x), Median(y), Median(z)});
-      pose[names[m]] = {q.x, q.y, q.z};
+      pose[names[i]] = {q.x, q.y, q.z};
     }
   }
 }
@@ -145,7 +156,7 @@ Neutral Found(const Take& take, const Performer& performer, const RigidHead* rig
   };
   if (Count(at_rest.stricter) >= kFewest) neutral.stricter = pose_of(at_rest.stricter);
   neutral.pose = pose_of(at_rest.whole);
-  if (rigid) UseEyesAtEase(neutral.pose, markers, at_rest.eyes, performer, *rigid);
+  if (rigid) UseEyesAtEase(neutral.pose, take, markers, at_rest.eyes, performer, *rigid);
   neutral.how = fmt::format("the median of {} rest frames", Count(at_rest.whole));
   NoteFrames(neutral, take, performer, markers, at_rest.whole);
   return neutral;

@@ -5,42 +5,36 @@
 #include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <optional>
-#include <utility>
+#include <vector>
 
 namespace mien {
 
 namespace {
 
-/// The value below which the given fraction of the sorted `values` lies, interpolated between neighbours.
-double Percentile(const std::vector<double>& sorted, double fraction) {
-  const double at = fraction * static_cast<double>(sorted.size() - 1);
-  const auto below = static_cast<std::size_t>(at);
-  const std::size_t above = std::min(below + 1, sorted.size() - 1);
-  return sorted[below] + (at - static_cast<double>(below)) * (sorted[above] - sorted[below]);
-}
+using Openings = std::vector<std::optional<double>>;
 
-/// Whether each frame's opening lies between two percentiles of all.
+/// Whether a frame's opening lies between two percentiles of all.
 class Usual {
 public:
-  explicit Usual(std::vector<std::optional<double>> openings) : openings_(std::move(openings)) {
-    for (const auto& opening : openings_)
-      if (opening) sorted_.push_back(*opening);
-    std::sort(sorted_.begin(), sorted_.end());
+  Usual(const Openings& openings, double low, double high) : openings_(openings) {
+    std::vector<double> measured;
+    for (const auto& opening : openings)
+      if (opening) measured.push_back(*opening);
+    if (measured.empty()) return;
+    low_ = Percentile(measured, low), high_ = Percentile(measured, high);
   }
 
   /// True where the opening is never measured: what nobody sees cannot be unusual.
-  bool Between(double low, double high, std::size_t f) const {
-    if (sorted_.empty()) return true;
-    return openings_[f] && *openings_[f] >= Percentile(sorted_, low) &&
-           *openings_[f] <= Percentile(sorted_, high);
+  bool operator()(std::size_t f) const {
+    if (!low_) return true;
+    return openings_[f] && *openings_[f] >= *low_ && *openings_[f] <= *high_;
   }
 
 private:
-  std::vector<std::optional<double>> openings_;
-  std::vector<double> sorted_;
+  const Openings& openings_;
+  std::optional<double> low_, high_;
 };
 
 /// Which frames have the eyes and the mouth between these percentiles of the take.
@@ -57,11 +51,11 @@ RestFrames::RestFrames(const StabilisedMarkers& markers, const Take& take, const
     return MarkerIndices(take, performer.holders[part][h]);
   };
   const auto height = [&](std::size_t f, const std::vector<std::size_t>& of) -> std::optional<double> {
-    std::vector<double> heights;
+    double sum = 0, count = 0;
     for (const std::size_t m : of)
-      if (const auto p = markers.At(f, m)) heights.push_back(Dot(*p, up));
-    if (heights.empty()) return std::nullopt;
-    return Mean(heights);
+      if (const auto p = markers.At(f, m)) sum += Dot(*p, up), ++count;
+    if (count == 0) return std::nullopt;
+    return sum / count;
   };
   // Without markers on the lower lid, the height of the upper one has to do.
   const auto opening = [&](std::size_t f, const auto& upper, const auto& lower) -> std::optional<double> {
@@ -76,28 +70,25 @@ RestFrames::RestFrames(const StabilisedMarkers& markers, const Take& take, const
   const Opening lids[2] = {{holder(kLeftEye, kUpperEyeHolder), holder(kLeftEye, kLowerEyeHolder)},
                            {holder(kRightEye, kUpperEyeHolder), holder(kRightEye, kLowerEyeHolder)}};
   const Opening lips = {holder(kMouth, kUpperMouthHolder), holder(kMouth, kLowerMouthHolder)};
-  std::vector<std::optional<double>> openings_of_eyes(markers.FrameCount()),
-      openings_of_mouth(markers.FrameCount());
+  Openings of_eyes(markers.FrameCount()), of_mouth(markers.FrameCount());
   for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
-    std::vector<double> openings;
+    double sum = 0, count = 0;
     for (const Opening& eye : lids)
-      if (const auto measured = opening(f, eye.upper, eye.lower)) openings.push_back(*measured);
-    if (!openings.empty()) openings_of_eyes[f] = Mean(openings);
-    openings_of_mouth[f] = opening(f, lips.upper, lips.lower);
+      if (const auto measured = opening(f, eye.upper, eye.lower)) sum += *measured, ++count;
+    if (count > 0) of_eyes[f] = sum / count;
+    of_mouth[f] = opening(f, lips.upper, lips.lower);
   }
 
-  const Usual eyes_of_take(std::move(openings_of_eyes)), mouth_of_take(std::move(openings_of_mouth));
-  const auto eyes_within = [&](const Strictness& s, std::size_t f) {
-    return eyes_of_take.Between(s.eyes_low, s.eyes_high, f);
+  const auto fill = [&](const Strictness& s, std::vector<bool>& both, std::vector<bool>* eyes_alone) {
+    const Usual of_eyes_is(of_eyes, s.eyes_low, s.eyes_high), of_mouth_is(of_mouth, 0, s.mouth_high);
+    for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
+      const bool is_at_ease = of_eyes_is(f);
+      both.push_back(is_at_ease && of_mouth_is(f));
+      if (eyes_alone) eyes_alone->push_back(is_at_ease);
+    }
   };
-  const auto within = [&](const Strictness& s, std::size_t f) {
-    return eyes_within(s, f) && mouth_of_take.Between(0, s.mouth_high, f);
-  };
-  for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
-    eyes.push_back(eyes_within(kUsual, f));
-    whole.push_back(within(kUsual, f));
-    stricter.push_back(within(kStricter, f));
-  }
+  fill(kUsual, whole, &eyes);
+  fill(kStricter, stricter, nullptr);
 }
 
 } // namespace mien

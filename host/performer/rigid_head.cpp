@@ -1,6 +1,7 @@
 #include "host/performer/rigid_head.h"
 
 #include "host/base/statistics.h"
+#include "host/cleaning/rigid_fits.h"
 #include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
 
@@ -24,7 +25,10 @@ public:
       : take_(take) {
     constexpr std::size_t kMostFrames = 1000; // as many as the body is learned from
     const std::size_t count = std::min(take.FrameCount(), kMostFrames);
-    RigidFit fit(head);
+    std::vector<std::optional<VgeAMatrix>> to_head(count);
+    RigidFits fits(head, [&](std::size_t i, const std::optional<VgeAMatrix>& motion) {
+      if (motion) to_head[i] = InverseOfOrthogonalAxes(*motion);
+    });
     RigidBody::Points seen(head_markers.size());
     for (std::size_t i = 0; i < count; ++i) {
       const std::size_t frame = i * take.FrameCount() / count;
@@ -32,18 +36,34 @@ public:
         const Point* const p = take.At(frame, head_markers[m]);
         seen[m] = p ? std::optional(*p) : std::nullopt;
       }
-      if (const auto motion = fit.Solve(seen)) {
-        frames_.push_back(frame);
-        to_head_.push_back(InverseOfOrthogonalAxes(*motion));
-      }
+      fits.Add(i, seen);
+    }
+    fits.Finish();
+    for (std::size_t i = 0; i < count; ++i) {
+      if (!to_head[i]) continue;
+      frames_.push_back(i * take.FrameCount() / count);
+      to_head_.push_back(*to_head[i]);
     }
   }
 
-  std::optional<double> Of(std::size_t marker) const {
-    std::vector<VgeTVector> places;
-    for (std::size_t i = 0; i < frames_.size(); ++i)
-      if (const Point* p = take_.At(frames_[i], marker))
-        places.push_back(TransformPoint(to_head_[i], {p->x, p->y, p->z}));
+  /// Of each of these markers. A few at a time, so that a take of many needs little memory for them, and yet
+  /// is walked over only a few times.
+  std::vector<std::optional<double>> Of(const std::vector<std::size_t>& markers) const {
+    constexpr std::size_t kAtOnce = 64;
+    std::vector<std::optional<double>> strays;
+    for (std::size_t first = 0; first < markers.size(); first += kAtOnce) {
+      std::vector<std::vector<VgeTVector>> places(std::min(kAtOnce, markers.size() - first));
+      for (std::size_t i = 0; i < frames_.size(); ++i)
+        for (std::size_t m = 0; m < places.size(); ++m)
+          if (const Point* p = take_.At(frames_[i], markers[first + m]))
+            places[m].push_back(TransformPoint(to_head_[i], {p->x, p->y, p->z}));
+      for (const std::vector<VgeTVector>& of_marker : places) strays.push_back(Of(of_marker));
+    }
+    return strays;
+  }
+
+private:
+  std::optional<double> Of(const std::vector<VgeTVector>& places) const {
     if (places.empty() || places.size() * 2 < frames_.size()) return std::nullopt;
     std::vector<double> x, y, z, squares;
     for (const VgeTVector& p : places) x.push_back(p.x), y.push_back(p.y), z.push_back(p.z);
@@ -56,7 +76,6 @@ public:
     return std::sqrt(Quantile(squares, 0.9) / kNineTenths);
   }
 
-private:
   const Take& take_;
   std::vector<std::size_t> frames_;
   std::vector<VgeAMatrix> to_head_;
@@ -67,26 +86,33 @@ private:
 std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& performer) {
   constexpr std::size_t kFewest = 4;
   RigidHead head;
+  std::optional<RigidBody> of_head_alone;
   head.markers = performer.rigid;
   if (head.markers.empty() && performer.head.size() >= 3) {
     head.markers = performer.head;
     const std::vector<std::size_t> of_head = MarkerIndices(take, performer.head);
-    const RigidBody body = LearnRigidBody(take, of_head);
-    const Straying straying(take, body, of_head);
+    of_head_alone = LearnRigidBody(take, of_head);
+    const Straying straying(take, *of_head_alone, of_head);
     const std::vector<std::string> of_face = performer.FaceMarkers();
+    std::vector<std::size_t> others;
     for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
       const std::string& name = take.markers[m];
-      if (Contains(head.markers, name) || Contains(of_face, name) || Contains(performer.irises[0], name) ||
-          Contains(performer.irises[1], name))
-        continue;
-      const auto strays = straying.Of(m);
-      if (strays && *strays <= 2 * body.noise_mm) head.markers.push_back(name);
+      if (!Contains(head.markers, name) && !Contains(of_face, name) && !Contains(performer.irises[0], name) &&
+          !Contains(performer.irises[1], name))
+        others.push_back(m);
+    }
+    const std::vector<std::optional<double>> strays = straying.Of(others);
+    for (std::size_t i = 0; i < others.size(); ++i) {
+      const std::string& name = take.markers[others[i]];
+      if (strays[i] && *strays[i] <= 2 * of_head_alone->noise_mm && !Contains(head.markers, name))
+        head.markers.push_back(name);
     }
     // In an order of their own: that of the take's markers must make no difference.
     std::sort(head.markers.begin() + static_cast<std::ptrdiff_t>(performer.head.size()), head.markers.end());
   }
   if (head.markers.size() < kFewest) return std::nullopt;
-  head.body = LearnRigidBody(take, MarkerIndices(take, head.markers));
+  const bool is_alone = of_head_alone && head.markers.size() == performer.head.size();
+  head.body = is_alone ? *std::move(of_head_alone) : LearnRigidBody(take, MarkerIndices(take, head.markers));
   if (std::count_if(head.body.places.begin(), head.body.places.end(), [](const auto& place) {
         return place.has_value();
       }) < static_cast<std::ptrdiff_t>(kFewest))

@@ -1,12 +1,21 @@
 #include "host/performer/stabilised_markers.h"
 
 #include "host/base/statistics.h"
+#include "host/cleaning/rigid_fits.h"
 #include "host/takes/marker_indices.h"
-#include "mien/base/affine.h"
 
 #include <algorithm>
+#include <array>
 
 namespace mien {
+
+std::vector<std::size_t> FramesOf(const std::vector<bool>& use) {
+  std::vector<std::size_t> frames;
+  frames.reserve(static_cast<std::size_t>(std::count(use.begin(), use.end(), true)));
+  for (std::size_t f = 0; f < use.size(); ++f)
+    if (use[f]) frames.push_back(f);
+  return frames;
+}
 
 StabilisedMarkers::StabilisedMarkers(const Take& take, const Performer& performer, const FrameSpan& frames,
                                      const RigidHead* rigid)
@@ -52,20 +61,43 @@ Take StabilisedMarkers::Carried(const std::vector<std::string>& names, const Vge
 
 NeutralPose StabilisedMarkers::Pose(const std::vector<bool>& use, const MiddleOf& middle_of) const {
   NeutralPose pose;
+  const auto places = Places(indices_, use, middle_of);
   for (std::size_t m = 0; m < names_.size(); ++m)
-    if (const auto p = Place(indices_[m], use, middle_of)) pose[names_[m]] = *p;
+    if (places[m]) pose[names_[m]] = *places[m];
   return pose;
 }
 
-std::optional<Point> StabilisedMarkers::Place(std::size_t marker, const std::vector<bool>& use,
-                                              const MiddleOf& middle_of) const {
-  std::vector<double> x, y, z;
-  for (std::size_t f = 0; f < frames_.Count(); ++f) {
-    if (!use[f]) continue;
-    if (const auto p = At(f, marker)) x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
+// A few markers at a time, so that a long take needs little memory for them, and yet walks over its frames
+// only a few times.
+std::vector<std::optional<Point>> StabilisedMarkers::Places(const std::vector<std::size_t>& markers,
+                                                            const std::vector<bool>& use,
+                                                            const MiddleOf& middle_of) const {
+  constexpr std::size_t kAtOnce = 16;
+  const std::vector<std::size_t> frames = FramesOf(use);
+  struct Column {
+    LongVector<double> x, y, z;
+  };
+  std::array<Column, kAtOnce> columns;
+  std::vector<double> values;
+  const auto middle = [&](const LongVector<double>& column) {
+    values.resize(column.size());
+    std::copy(column.begin(), column.end(), values.begin());
+    return middle_of(values);
+  };
+  std::vector<std::optional<Point>> places(markers.size());
+  for (std::size_t first = 0; first < markers.size(); first += kAtOnce) {
+    const auto some = std::span(markers).subspan(first, std::min(kAtOnce, markers.size() - first));
+    for (auto& [x, y, z] : columns) x.clear(), y.clear(), z.clear();
+    ForEachPlace(some, frames, [&](std::size_t i, std::size_t, const VgeTVector& p) {
+      auto& [x, y, z] = columns[i];
+      x.push_back(p.x), y.push_back(p.y), z.push_back(p.z);
+    });
+    for (std::size_t i = 0; i < some.size(); ++i) {
+      const auto& [x, y, z] = columns[i];
+      if (!x.empty()) places[first + i] = Point{middle(x), middle(y), middle(z)};
+    }
   }
-  if (x.empty()) return std::nullopt;
-  return Point{middle_of(x), middle_of(y), middle_of(z)};
+  return places;
 }
 
 RigidMotion::Markers StabilisedMarkers::HeadMarkers(std::size_t f) const {
@@ -84,7 +116,9 @@ void StabilisedMarkers::SolveHeads(const RigidMotion::Markers& reference) {
 }
 
 void StabilisedMarkers::FitHeads(const RigidHead& rigid) {
-  RigidFit fit(rigid.body);
+  RigidFits fits(rigid.body, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
+    heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
+  });
   const std::vector<std::size_t> indices = MarkerIndices(take_, rigid.markers);
   RigidBody::Points seen(indices.size());
   for (std::size_t f = 0; f < frames_.Count(); ++f) {
@@ -92,9 +126,9 @@ void StabilisedMarkers::FitHeads(const RigidHead& rigid) {
       const Point* const p = take_.At(frames_.first + f, indices[m]);
       seen[m] = p ? std::optional(*p) : std::nullopt;
     }
-    const auto head = fit.Solve(seen);
-    heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
+    fits.Add(f, seen);
   }
+  fits.Finish();
 }
 
 // A single frame's noise would be in every head frame; two rounds through the median take it out. More do
@@ -111,7 +145,8 @@ void StabilisedMarkers::RemoveHeadMotion() {
   SolveHeads(reference);
   const std::vector<bool> all(frames_.Count(), true);
   for (int round = 0; round < 2; ++round) {
-    for (std::size_t slot = 0; slot < head_.size(); ++slot) reference[slot] = Place(head_[slot], all, Median);
+    const auto places = Places(head_, all, Median);
+    std::copy(places.begin(), places.end(), reference.begin());
     SolveHeads(reference);
   }
 }

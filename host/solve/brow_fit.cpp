@@ -48,22 +48,41 @@ Weights BestOf(double uu, double ud, double dd, double wu, double wd) {
 
 } // namespace
 
-void FitBrows(const VFace& face, const VFaceState& solved, VFaceTemplateState& weights) {
+BrowFit::BrowFit(const VFace& face) {
   constexpr int kUp = 0, kDown = 1;
   for (const int p : {kLeftBrow, kRightBrow}) {
     const VFacePart& part = face.mParts[p];
-    double uu = 0, ud = 0, dd = 0, wu = 0, wd = 0;
+    Brow& brow = brows_[p == kLeftBrow ? 0 : 1];
+    brow.first_point = 7 * p;
+    brow.first_column = FaceBatch::kFirstTemplate[p];
     for (int j = 0; j < part.mPointCount; ++j) {
       const VgeTVector& rest = part.mDefaultPoints[j];
       const VgeTVector up = Difference(part.mTemplates[kUp]->mPoints[j], rest),
-                       down = Difference(part.mTemplates[kDown]->mPoints[j], rest),
-                       way = Difference(solved.mParts[p].mPoints[j], rest);
-      uu += Dot(up, up), ud += Dot(up, down), dd += Dot(down, down);
-      wu += Dot(way, up), wd += Dot(way, down);
+                       down = Difference(part.mTemplates[kDown]->mPoints[j], rest);
+      brow.uu += Dot(up, up), brow.ud += Dot(up, down), brow.dd += Dot(down, down);
+      brow.rest.push_back(rest), brow.up.push_back(up), brow.down.push_back(down);
     }
-    const Weights best = BestOf(uu, ud, dd, wu, wd);
-    weights.mParts[p].mWeights[kUp] = best.up;
-    weights.mParts[p].mWeights[kDown] = best.down;
+  }
+}
+
+void BrowFit::Fit(std::size_t frames, const FramePoints<const double>& points,
+                  const FrameColumns<double>& weights) const {
+  for (const Brow& brow : brows_) {
+    const double* first_point = points.first + brow.first_point * points.point_stride;
+    double* up = weights.first + brow.first_column * weights.column_stride;
+    for (std::size_t f = 0; f < frames; ++f) {
+      double wu = 0, wd = 0;
+      const double* point = first_point;
+      for (std::size_t j = 0; j < brow.rest.size(); ++j, point += points.point_stride) {
+        const VgeTVector at = {point[0], point[points.axis_stride], point[2 * points.axis_stride]};
+        const VgeTVector way = Difference(at, brow.rest[j]);
+        wu += Dot(way, brow.up[j]), wd += Dot(way, brow.down[j]);
+      }
+      const Weights best = BestOf(brow.uu, brow.ud, brow.dd, wu, wd);
+      up[0] = best.up;
+      up[weights.column_stride] = best.down;
+      first_point += points.frame_stride, up += weights.frame_stride;
+    }
   }
 }
 

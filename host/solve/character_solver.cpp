@@ -3,6 +3,8 @@
 #include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/character/arkit_names.h"
+#include "mien/character/character_face.h"
+#include "mien/face/face.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -20,16 +22,22 @@ void SetLocal(VCharacterFaceClusterState& to, const ClusterTransform& from) {
   to.mLocalS = from.scale;
 }
 
-} // namespace
-
-CharacterSolver::CharacterSolver(const Character& character, const ExpressionWeights& expressions)
-    : range_(character.range), gaze_(GazeShapesOf(character)) {
+/// A face whose catalogue contains the character's expressions.
+std::unique_ptr<VFace> FaceOf(const Character& character) {
+  auto face = std::make_unique<VFace>();
   for (const Character::Expression& expression : character.expressions) {
-    const int e = face_->CreateExpression(expression.name.c_str());
-    face_->mExpressions[e]->mTemplateState.Copy(expression.templates);
+    const int e = face->CreateExpression(expression.name.c_str());
+    face->mExpressions[e]->mTemplateState.Copy(expression.templates);
   }
+  return face;
+}
+
+/// The weight of every expression of the face.
+std::vector<double> WeightsOf(const ExpressionWeights& expressions, const Character& character,
+                              const VFace& face) {
+  std::vector<double> weights(static_cast<std::size_t>(face.mExpressions.GetCount()));
   for (const auto& [name, weight] : expressions) {
-    const int e = face_->ExpressionIndexByName(name.c_str());
+    const int e = face.ExpressionIndexByName(name.c_str());
     if (e < 0) {
       std::vector<std::string> known;
       for (const Character::Expression& expression : character.expressions) known.push_back(expression.name);
@@ -38,24 +46,21 @@ CharacterSolver::CharacterSolver(const Character& character, const ExpressionWei
                        known.empty() ? "add it to a character file, which mien character save writes"
                                      : fmt::format("name one of: {}", fmt::join(known, ", ")));
     }
-    expressions_.mWeights[e] += weight;
+    weights[static_cast<std::size_t>(e)] += weight;
   }
-  character_ = std::make_unique<VCharacterFace>(*face_); // with a define state for the expressions above
-  AddParts(character);
-  AddDefinitions(character);
-  shapes_.emplace(*character_, *face_);
+  return weights;
 }
 
-// Each pointer belongs, from the moment it is added, to a list that is destroyed with the face or the state.
-void CharacterSolver::AddParts(const Character& character) {
+// Each pointer belongs, from the moment it is added, to a list that is destroyed with the definition.
+void AddParts(VCharacterFace& definition, const Character& character) {
   for (std::size_t p = 0; p < character.parts.size(); ++p) {
     const Character::Part& part = character.parts[p];
     VCharacterFacePartCluster* cluster_part = nullptr;
     if (part.clusters.empty())
-      character_->mParts.Add(new VCharacterFacePart(part.name));
+      definition.mParts.Add(new VCharacterFacePart(part.name));
     else
-      character_->mParts.Add(cluster_part = new VCharacterFacePartCluster(part.name));
-    VCharacterFacePart& added = *character_->mParts[static_cast<int>(p)];
+      definition.mParts.Add(cluster_part = new VCharacterFacePartCluster(part.name));
+    VCharacterFacePart& added = *definition.mParts[static_cast<int>(p)];
     for (const std::string& name : part.shapes) {
       auto* const shape = new VCharacterFaceShape;
       added.mShapes.Add(shape);
@@ -68,7 +73,6 @@ void CharacterSolver::AddParts(const Character& character) {
       auto* const rest = new VCharacterFaceClusterState;
       cluster_part->mRestClusters.mClusters.Add(rest);
       SetLocal(*rest, cluster.rest);
-      state_->mClusters[p].mClusters.Add(new VCharacterFaceClusterState);
     }
     for (std::size_t s = 0; s < part.shapes.size(); ++s) {
       auto* const set =
@@ -85,14 +89,10 @@ void CharacterSolver::AddParts(const Character& character) {
         SetLocal(*cluster, target);
       }
     }
-    VCharacterFaceClusterState& root = state_->mClusters[p].mRoot;
-    root.mGlobalT = part.root.translation;
-    root.mGlobalR = part.root.rotation;
-    root.mGlobalS = part.root.scale;
   }
 }
 
-void CharacterSolver::AddDefinitions(const Character& character) {
+void AddDefinitions(VCharacterFace& definition, const Character& character) {
   std::map<std::string_view, std::pair<std::size_t, std::size_t>> places; // part and column by shape
   for (std::size_t p = 0; p < character.parts.size(); ++p)
     for (std::size_t s = 0; s < character.parts[p].shapes.size(); ++s)
@@ -105,47 +105,95 @@ void CharacterSolver::AddDefinitions(const Character& character) {
   };
   for (std::size_t f = 0; f < character.templates.size(); ++f)
     for (std::size_t t = 0; t < character.templates[f].size(); ++t)
-      define(*character_->mTemplateStates[f][static_cast<int>(t)], character.templates[f][t]);
+      define(*definition.mTemplateStates[f][static_cast<int>(t)], character.templates[f][t]);
   for (std::size_t e = 0; e < character.expressions.size(); ++e)
-    define(*character_->mExpressionStates[static_cast<int>(e)], character.expressions[e].shapes);
+    define(*definition.mExpressionStates[static_cast<int>(e)], character.expressions[e].shapes);
+}
+
+/// The part's clusters and their root, for the results.
+void AddClusters(VCharacterFaceClusterSetState& set, const Character::Part& part) {
+  for (std::size_t c = 0; c < part.clusters.size(); ++c) set.mClusters.Add(new VCharacterFaceClusterState);
+  set.mRoot.mGlobalT = part.root.translation;
+  set.mRoot.mGlobalR = part.root.rotation;
+  set.mRoot.mGlobalS = part.root.scale;
+}
+
+} // namespace
+
+CharacterSolver::CharacterSolver(const Character& character, const ExpressionWeights& expressions)
+    : names_(character.Shapes()), range_(character.range), gaze_(GazeShapesOf(character)) {
+  const std::unique_ptr<VFace> face = FaceOf(character);
+  expressions_ = WeightsOf(expressions, character, *face);
+  VCharacterFace definition(*face); // with a define state for the expressions
+  AddParts(definition, character);
+  AddDefinitions(definition, character);
+  shapes_.emplace(definition, *face);
+  clusters_.emplace(definition);
+
+  frame_templates_.resize(Templates());
+  frame_shapes_.resize(Shapes());
+  shapes_before_ = {0};
+  for (std::size_t p = 0; p < character.parts.size(); ++p) {
+    const Character::Part& part = character.parts[p];
+    shapes_before_.push_back(shapes_before_.back() + part.shapes.size());
+    AddClusters(state_->mClusters[p], part);
+  }
 }
 
 void CharacterSolver::UseFitted(const std::vector<std::string>& names) {
   fitted_.clear();
-  shapes_->Solve(*state_, VFaceTemplateState(), expressions_);
-  for (int p = 0; p < character_->mParts.GetCount(); ++p)
-    for (int s = 0; s < character_->mParts[p]->mShapes.GetCount(); ++s) {
-      const auto meaning = FindArkitName(character_->mParts[p]->mShapes[s]->GetLabel());
-      if (!meaning) continue;
-      const auto name = std::find(names.begin(), names.end(), kArkitNames[meaning->name]);
-      if (name != names.end())
-        fitted_.push_back({.part = static_cast<std::size_t>(p),
-                           .shape = static_cast<std::size_t>(s),
-                           .fitted = static_cast<std::size_t>(name - names.begin()),
-                           .expressions = state_->mWeights[p][s]});
-    }
+  fitted_names_ = names.size();
+  const std::vector<double> no_templates(Templates());
+  shapes_->Solve(frame_shapes_.data(), no_templates.data(), expressions_.data(), 0, 1);
+  for (std::size_t s = 0; s < names_.size(); ++s) {
+    const auto meaning = FindArkitName(names_[s]);
+    if (!meaning) continue;
+    const auto name = std::find(names.begin(), names.end(), kArkitNames[meaning->name]);
+    if (name != names.end())
+      fitted_.push_back({.shape = s,
+                         .fitted = static_cast<std::size_t>(name - names.begin()),
+                         .expressions = frame_shapes_[s]});
+  }
 }
 
-const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& templates, const Eyes* eyes,
-                                                  std::span<const double> fitted) {
-  shapes_->Solve(*state_, templates, expressions_);
-  for (const FittedShape& shape : fitted_)
-    state_->mWeights[shape.part][shape.shape] = fitted[shape.fitted] + shape.expressions;
+void CharacterSolver::Adjust(double* shapes, const Eyes* eyes, const double* fitted) const {
+  for (const FittedShape& shape : fitted_) shapes[shape.shape] = fitted[shape.fitted] + shape.expressions;
   if (eyes)
     for (const GazeShape& shape : gaze_) {
       double angle = 0;
       for (std::size_t eye = 0; eye < 2; ++eye)
         angle += shape.eyes[eye] * (shape.is_vertical ? (*eyes)[eye].pitch : (*eyes)[eye].yaw);
       const double weight = angle / shape.full;
-      if (weight > 0) state_->mWeights[shape.part][shape.shape] += weight;
+      if (weight > 0) shapes[shapes_before_[shape.part] + shape.shape] += weight;
     }
   if (range_)
-    for (int p = 0; p < character_->mParts.GetCount(); ++p)
-      for (int s = 0; s < character_->mParts[p]->mShapes.GetCount(); ++s) {
-        double& weight = state_->mWeights[p][s];
-        weight = std::clamp(weight, range_->least, range_->most);
-      }
-  character_->Character2ClusterSolve(state_->mClusters, *state_);
+    for (std::size_t s = 0; s < Shapes(); ++s) shapes[s] = std::clamp(shapes[s], range_->least, range_->most);
+}
+
+void CharacterSolver::SolveShapes(std::span<double> shapes, const double* templates, const Eyes* eyes,
+                                  const double* fitted) {
+  if (shapes.empty()) return;
+  const std::size_t frames = shapes.size() / Shapes();
+  shapes_->Solve(shapes.data(), templates, expressions_.data(), 0, frames);
+  for (std::size_t f = 0; f < frames; ++f)
+    Adjust(shapes.data() + f * Shapes(), eyes ? eyes + f : nullptr, fitted + f * fitted_names_);
+}
+
+const VCharacterFaceClusterSetState* CharacterSolver::SolveClusters(const double* shapes) {
+  for (std::size_t p = 0; p + 1 < shapes_before_.size(); ++p)
+    clusters_->SolvePart(&state_->mClusters[p], shapes + shapes_before_[p], static_cast<int>(p));
+  return state_->mClusters;
+}
+
+const VCharacterFaceState& CharacterSolver::Solve(const VFaceTemplateState& templates, const Eyes* eyes,
+                                                  std::span<const double> fitted) {
+  for (std::size_t t = 0; t < templates_.size(); ++t)
+    frame_templates_[t] = templates.mParts[templates_[t].part].mWeights[templates_[t].slot];
+  SolveShapes(frame_shapes_, frame_templates_.data(), eyes, fitted.data());
+  for (std::size_t p = 0; p + 1 < shapes_before_.size(); ++p)
+    std::copy(frame_shapes_.data() + shapes_before_[p], frame_shapes_.data() + shapes_before_[p + 1],
+              state_->mWeights[p]);
+  SolveClusters(frame_shapes_.data());
   return *state_;
 }
 

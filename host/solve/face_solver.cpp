@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/text.h"
 #include "host/performer/neutral_head.h"
+#include "mien/actor/actor_face.h"
 #include "mien/base/affine.h"
 #include "mien/base/bounded_text.h"
 #include "mien/face/face.h"
@@ -27,10 +28,12 @@ void CheckWithinAKilometre(const Performer& performer, const NeutralPose& neutra
                          "give its position in millimetres");
 }
 
+/// The frames that are solved before their residuals are measured, so that their points stay in the cache.
+constexpr std::size_t kBlock = 32;
+
 } // namespace
 
-FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral, BrowMethod brows)
-    : brows_(brows) {
+FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral, BrowMethod brows) {
   CheckWithinAKilometre(performer, neutral);
   neutral_head_ = mien::NeutralHead(performer, neutral);
   const VgeAMatrix to_head = InverseOfOrthogonalAxes(neutral_head_);
@@ -45,18 +48,21 @@ FaceSolver::FaceSolver(const Performer& performer, const NeutralPose& neutral, B
     markers_.push_back(name);
     rest_.push_back({p_head.x, p_head.y, p_head.z});
   }
-  SetUpActor(performer);
+  SetUpBatch(performer);
+  if (brows == BrowMethod::Fit) brow_fit_.emplace(*GetGlobalFace());
 }
 
 // The library's set-up on the neutral pose, upright around the origin: head space.
-void FaceSolver::SetUpActor(const Performer& performer) {
+void FaceSolver::SetUpBatch(const Performer& performer) {
+  const auto actor = std::make_unique<VActorFace>();
+  std::vector<std::unique_ptr<VActorFacePartMarker>> entries; // the actor's groups do not own them
   VFaceMarkerSetState reference;
   for (std::size_t slot = 0; slot < markers_.size(); ++slot) {
     auto marker = std::make_unique<VFaceMarker>();
     CopyBounded(marker->mName, markers_[slot].c_str());
     marker->mIndex = static_cast<int>(slot);
     reference.mPositions[slot] = {rest_[slot].x, rest_[slot].y, rest_[slot].z};
-    actor_->mMarkers.Add(marker.release());
+    actor->mMarkers.Add(marker.release());
   }
 
   for (std::size_t p = 0; p < performer.holders.size(); ++p)
@@ -65,47 +71,55 @@ void FaceSolver::SetUpActor(const Performer& performer) {
         const auto slot =
             static_cast<std::size_t>(std::find(markers_.begin(), markers_.end(), name) - markers_.begin());
         if (slot == markers_.size()) continue; // left out
-        entries_.push_back(std::make_unique<VActorFacePartMarker>());
-        entries_.back()->mMarker = actor_->mMarkers[static_cast<int>(slot)];
-        actor_->mParts[p].mGroups[h].Add(
-            entries_.back().get()); // a part's holders are its marker groups, in order
+        entries.push_back(std::make_unique<VActorFacePartMarker>());
+        entries.back()->mMarker = actor->mMarkers[static_cast<int>(slot)];
+        actor->mParts[p].mGroups[h].Add(
+            entries.back().get()); // a part's holders are its marker groups, in order
         markers_of_[p].push_back(slot);
       }
 
-  actor_->SetupFindVolumes(&reference);
-  actor_->SetupMarkerLocalFromGlobalPosition(&reference);
-  actor_->SetupComputeNormalisedPosition();
-  actor_->SetupResetWeights();
-  actor_->SetupComputeWeights();
+  actor->SetupFindVolumes(&reference);
+  actor->SetupMarkerLocalFromGlobalPosition(&reference);
+  actor->SetupComputeNormalisedPosition();
+  actor->SetupResetWeights();
+  actor->SetupComputeWeights();
+  batch_ = std::make_unique<const FaceBatch>(*actor, *GetGlobalFace(), reference);
+  points_.resize(kBlock * FaceBatch::kPoints * 3);
 }
 
 const FaceSolver::Frame& FaceSolver::Solve(const std::vector<Point>& places) {
-  // In the head's frame already: the set's own frame stays the identity.
-  for (std::size_t slot = 0; slot < places.size(); ++slot)
-    frame_set_.mPositions[slot] = {places[slot].x, places[slot].y, places[slot].z};
-  actor_->Actor2FaceSolve(&solved_, &frame_set_);
-  GetGlobalFace()->Face2TemplateSolve(&frame_.weights, &solved_);
-  if (brows_ == BrowMethod::Fit) FitBrows(*GetGlobalFace(), solved_, frame_.weights);
-  MeasureResiduals();
+  std::array<double, FaceBatch::kTemplates> weights;
+  SolveFrames(places, weights, std::span(&frame_.residual_mm, 1));
+  auto weight = weights.begin();
+  for (std::size_t p = 0; p < 9; ++p) {
+    const int end = p < 8 ? FaceBatch::kFirstTemplate[p + 1] : FaceBatch::kTemplates;
+    for (int j = 0; j < end - FaceBatch::kFirstTemplate[p]; ++j)
+      frame_.weights.mParts[p].mWeights[j] = *weight++;
+  }
   return frame_;
 }
 
-void FaceSolver::MeasureResiduals() {
-  const VFace& face = *GetGlobalFace();
-  face.Template2FaceSolve(&given_back_, &frame_.weights);
-  for (std::size_t p = 0; p < frame_.residual_mm.size(); ++p) {
-    frame_.residual_mm[p] = 0;
-    if (markers_of_[p].empty()) continue;
-    const VgeAMatrix& volume =
-        actor_->mParts[p].mMarkerSet.mTransform; // from the part's space to millimetres
-    const int points = face.mParts[p].mPointCount;
-    double squares = 0;
-    for (int j = 0; j < points; ++j) {
-      const VgeTVector off = TransformDirection(
-          volume, Difference(solved_.mParts[p].mPoints[j], given_back_.mParts[p].mPoints[j]));
-      squares += Dot(off, off);
-    }
-    frame_.residual_mm[p] = std::sqrt(squares / points);
+void FaceSolver::SolveFrames(std::span<const Point> places, std::span<double> weights,
+                             std::span<std::array<double, 9>> residual_mm) {
+  static_assert(sizeof(Point) == 3 * sizeof(double) && sizeof(residual_mm[0]) == 9 * sizeof(double));
+  constexpr std::ptrdiff_t kAxis = kBlock; // the points of a block's frames are beside each other
+  for (std::size_t first = 0; first < residual_mm.size(); first += kBlock) {
+    const std::size_t frames = std::min(kBlock, residual_mm.size() - first);
+    // In the head's frame already: the input has no heads.
+    const FaceBatchInput input = {.frames = frames,
+                                  .markers = {markers_.empty() ? nullptr : &places[first * markers_.size()].x,
+                                              3 * static_cast<std::ptrdiff_t>(markers_.size())},
+                                  .head_markers = {},
+                                  .heads = {}};
+    const FrameColumns<double> of_frames = {&weights[first * FaceBatch::kTemplates], FaceBatch::kTemplates};
+    const FramePoints<const double> points = {points_.data(), 1, 3 * kAxis, kAxis};
+    batch_->Solve(input, {.heads = {},
+                          .head_valid = nullptr,
+                          .points = {points_.data(), 1, 3 * kAxis, kAxis},
+                          .weights = of_frames});
+    if (brow_fit_) brow_fit_->Fit(frames, points, of_frames);
+    batch_->Residuals(frames, points, {of_frames.first, of_frames.frame_stride},
+                      {residual_mm[first].data(), 9});
   }
 }
 

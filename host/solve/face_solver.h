@@ -3,19 +3,21 @@
 #include "host/performer/performer.h"
 #include "host/solve/brow_fit.h"
 #include "host/takes/take.h"
-#include "mien/actor/actor_face.h"
+#include "mien/batch/face_batch.h"
 #include "mien/face/template_state.h"
 
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace mien {
 
-/// Turns the places of a performer's markers, with the head's motion removed, into template weights. A frame
-/// allocates nothing.
+/// Turns the places of a performer's markers, with the head's motion removed, into template weights. Frames
+/// allocate nothing.
 class FaceSolver {
 public:
   /// Sets the performer up on the neutral pose. Throws InputError where the pose does not determine which way
@@ -48,20 +50,23 @@ public:
   /// `places`: of each marker, in the head's frame (size: markers).
   const Frame& Solve(const std::vector<Point>& places);
 
+  /// What Solve gives for each of several frames, in a fraction of the time. `places`: frame by frame (size:
+  /// frames x markers). Writes the weights in the order of TemplateColumns (size: frames x templates), and
+  /// each frame's residuals (size: frames).
+  void SolveFrames(std::span<const Point> places, std::span<double> weights,
+                   std::span<std::array<double, 9>> residual_mm);
+
 private:
-  void SetUpActor(const Performer& performer);
-  void MeasureResiduals();
+  void SetUpBatch(const Performer& performer);
 
   VgeAMatrix neutral_head_;
-  BrowMethod brows_;
   std::vector<std::string> markers_; // by their slot in the marker set
   std::vector<Point> rest_;
   std::array<std::vector<std::size_t>, 9> markers_of_;
   std::vector<std::string> left_out_;
-  std::unique_ptr<VActorFace> actor_ = std::make_unique<VActorFace>();
-  std::vector<std::unique_ptr<VActorFacePartMarker>> entries_; // of the actor's groups, which do not own them
-  VFaceMarkerSetState frame_set_;
-  VFaceState solved_, given_back_;
+  std::unique_ptr<const FaceBatch> batch_;
+  std::optional<BrowFit> brow_fit_; // nothing where the library's weights stay
+  std::vector<double> points_;      // of the frames that are being solved
   Frame frame_;
 };
 

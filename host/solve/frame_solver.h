@@ -8,7 +8,11 @@
 #include "host/solve/head_solver.h"
 #include "host/solve/template_ranges.h"
 
+#include <array>
+#include <cstddef>
+#include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace mien {
@@ -49,9 +53,16 @@ public:
   /// See HeadSolver::Solve.
   std::optional<VgeAMatrix> FindHead(const RigidBody::Points& seen) { return head_.Solve(seen); }
 
-  /// See FaceSolver::Solve. The ranges are not applied.
-  const FaceSolver::Frame& SolveFace(const std::vector<Point>& places_head) {
-    return face_.Solve(places_head);
+  /// See HeadSolver::SolveAll.
+  void FindHeads(const Take& markers,
+                 const std::function<void(std::size_t, const std::optional<VgeAMatrix>&)>& found) {
+    head_.SolveAll(markers, found);
+  }
+
+  /// See FaceSolver::SolveFrames. The ranges are not applied.
+  void SolveFaces(std::span<const Point> places_head, std::span<double> weights,
+                  std::span<std::array<double, 9>> residual_mm) {
+    face_.SolveFrames(places_head, weights, residual_mm);
   }
 
   /// See CharacterSolver::Solve. There must be a character.

@@ -1,5 +1,6 @@
 #include "host/solve/head_solver.h"
 
+#include "host/cleaning/rigid_fits.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
@@ -58,13 +59,35 @@ HeadSolver::HeadSolver(const Performer& performer, const NeutralPose& neutral, c
 
 std::optional<VgeAMatrix> HeadSolver::Solve(const RigidBody::Points& seen) {
   if (!RemovesMotion()) return neutral_head_;
+  if (fit_) return OfFit(fit_->Solve(seen));
   RigidMotion::Markers head;
-  if (!fit_) {
-    std::copy(seen.begin(), seen.end(), head.begin());
-    return motion_.Solve(head);
-  }
-  const std::optional<VgeAMatrix> fitted = fit_->Solve(seen);
+  std::copy(seen.begin(), seen.end(), head.begin());
+  return motion_.Solve(head);
+}
+
+void HeadSolver::SolveAll(
+    const Take& markers,
+    const std::function<void(std::size_t frame, const std::optional<VgeAMatrix>& head)>& found) {
+  RigidBody::Points seen(markers.MarkerCount());
+  const auto for_each_frame = [&](const auto& visit) {
+    for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
+      for (std::size_t m = 0; m < seen.size(); ++m) {
+        const Point* const p = markers.At(f, m);
+        seen[m] = p ? std::optional(*p) : std::nullopt;
+      }
+      visit(f);
+    }
+  };
+  if (!fit_) return for_each_frame([&](std::size_t f) { found(f, Solve(seen)); });
+  RigidFits fits(fit_->Body(),
+                 [&](std::size_t f, const std::optional<VgeAMatrix>& fitted) { found(f, OfFit(fitted)); });
+  for_each_frame([&](std::size_t f) { fits.Add(f, seen); });
+  fits.Finish();
+}
+
+std::optional<VgeAMatrix> HeadSolver::OfFit(const std::optional<VgeAMatrix>& fitted) {
   if (!fitted || !removes_motion_) return fitted;
+  RigidMotion::Markers head;
   // The library finds the head from its markers where the fit has them: rigid ones.
   for (std::size_t slot = 0; slot < head.size(); ++slot)
     if (reference_[slot]) {

@@ -4,8 +4,11 @@
 #include "host/cleaning/rigid_motion.h"
 #include "host/performer/performer.h"
 #include "host/performer/rigid_head.h"
+#include "host/takes/take.h"
 #include "mien/base/geometry.h"
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -48,7 +51,14 @@ public:
   /// Markers. Nothing if too few of them are seen.
   std::optional<VgeAMatrix> Solve(const RigidBody::Points& seen);
 
+  /// Solves all frames of a take of the Markers, with the bits of Solve, but several at once. Calls `found` once
+  /// for each frame, in any order.
+  void SolveAll(const Take& markers,
+                const std::function<void(std::size_t frame, const std::optional<VgeAMatrix>& head)>& found);
+
 private:
+  std::optional<VgeAMatrix> OfFit(const std::optional<VgeAMatrix>& fitted);
+
   VgeAMatrix neutral_head_;
   std::vector<std::string> head_markers_, markers_, left_out_;
   RigidMotion::Markers reference_;

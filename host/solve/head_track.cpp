@@ -102,35 +102,28 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
   track.fills = FillGaps(markers, slots, options.head_fill);
   if (options.smooth_positions_hz) SmoothPositions(markers, slots, *options.smooth_positions_hz);
 
-  std::vector<RigidBody::Points> frames(markers.FrameCount(), RigidBody::Points(slots.size()));
-  for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
-    RigidBody::Points& seen = frames[f];
-    for (const std::size_t slot : slots) {
-      const Point* const p = markers.At(f, slot);
-      seen[slot] = p ? std::optional(*p) : std::nullopt;
-    }
-    const auto solved = solver.FindHead(seen);
-    track.known[f] = solved.has_value();
-    if (solved) track.heads[f] = *solved;
-  }
+  solver.FindHeads(markers, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
+    track.known[f] = found.has_value();
+    if (found) track.heads[f] = *found;
+  });
   if (const RigidFit* fit = head.Fit())
-    track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, frames);
+    track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, markers);
   FillUnknown(take, track);
   return track;
 }
 
 Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers) {
-  Take stable = PickMarkers(take, MarkerIndices(take, markers));
-  for (std::size_t f = 0; f < stable.FrameCount(); ++f) {
+  const std::vector<std::size_t> indices = MarkerIndices(take, markers);
+  Take stable = WithoutFrames(take, indices);
+  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
+    stable.AddFrame(take.frames[f], take.times[f]);
+    if (!track.known[f]) continue;
     const VgeAMatrix to_head = InverseOfOrthogonalAxes(track.heads[f]);
-    for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
-      const Point* const p = stable.At(f, m);
+    for (std::size_t m = 0; m < indices.size(); ++m) {
+      const Point* const p = take.At(f, indices[m]);
       if (!p) continue;
       const VgeTVector p_head = TransformPoint(to_head, {p->x, p->y, p->z});
-      if (track.known[f])
-        stable.Set(f, m, {p_head.x, p_head.y, p_head.z}, stable.OriginAt(f, m));
-      else
-        stable.Clear(f, m);
+      stable.Set(f, m, {p_head.x, p_head.y, p_head.z}, take.OriginAt(f, indices[m]));
     }
   }
   return stable;

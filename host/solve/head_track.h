@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
 #include "host/solve/frame_solver.h"
@@ -18,7 +19,7 @@ struct HeadTrack {
   /// From a face that looks along +z, x to its left, y up, into the take (size: frames). Where the markers do
   /// not determine it, interpolated between the frames around; at the ends of the take as in the nearest
   /// frame.
-  std::vector<VgeAMatrix> heads;
+  LongVector<VgeAMatrix> heads;
   std::vector<bool> known; ///< whether the markers determine the head (size: frames)
 
   double calmed = 0; ///< see CalmMotion

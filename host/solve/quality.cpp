@@ -1,6 +1,7 @@
 #include "host/solve/quality.h"
 
 #include "host/base/face_parts.h"
+#include "host/base/long_vector.h"
 #include "mien/base/affine.h"
 #include "mien/face/face.h"
 
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 namespace mien {
 
@@ -28,7 +30,7 @@ const Point* SeenAt(const Take& face, std::size_t frame, std::size_t marker) {
 /// Collects the flags of single frames; frames that are close together become one flag.
 class Stretches {
 public:
-  explicit Stretches(const std::vector<double>& times) : times_(times) {}
+  explicit Stretches(std::span<const double> times) : times_(times) {}
 
   /// `flag` is of one frame. Frames rise.
   void Add(QualityFlag flag) {
@@ -45,7 +47,7 @@ public:
   const std::vector<QualityFlag>& Flags() const { return flags_; }
 
 private:
-  const std::vector<double>& times_;
+  const std::span<const double> times_;
   std::vector<QualityFlag> flags_;
 };
 
@@ -79,18 +81,21 @@ public:
   void Find(std::vector<QualityFlag>& flags) const {
     const std::vector<TemplateColumn>& templates = solved_.layout.templates;
     const double lid = Travel({kLeftEye, 0, "LeftEye.Close"});
-    for (std::size_t c = 0; c < templates.size(); ++c) {
-      constexpr double kLeast = 0.5; // less may be noise, and matters less
-      const double lids = lid / Travel(templates[c]);
-      const auto part = static_cast<std::size_t>(templates[c].part);
-      for (std::size_t f = 1; f < solved_.frames.size(); ++f) {
+    std::vector<double> lids;
+    for (const TemplateColumn& column : templates) lids.push_back(lid / Travel(column));
+    std::vector<std::vector<QualityFlag>> of_column(templates.size());
+    for (std::size_t f = 1; f < solved_.frames.size(); ++f)
+      for (std::size_t c = 0; c < templates.size(); ++c) {
+        constexpr double kLeast = 0.5; // less may be noise, and matters less
         const double change = solved_.Weight(f, c) - solved_.Weight(f - 1, c);
         if (!(std::fabs(change) >= kLeast)) continue;
-        if (std::fabs(change) <= lids * LargestShareOfLid(solved_.times[f] - solved_.times[f - 1])) continue;
+        if (std::fabs(change) <= lids[c] * LargestShareOfLid(solved_.times[f] - solved_.times[f - 1]))
+          continue;
+        const auto part = static_cast<std::size_t>(templates[c].part);
         if (Stays(f, c) && IsSeen(f - 1, part) && IsSeen(f, part))
-          flags.push_back({FlagKind::Jump, part, templates[c].name, {}, f - 1, f, change});
+          of_column[c].push_back({FlagKind::Jump, part, templates[c].name, {}, f - 1, f, change});
       }
-    }
+    for (const auto& found : of_column) flags.insert(flags.end(), found.begin(), found.end());
   }
 
 private:
@@ -104,7 +109,7 @@ private:
   /// change, and on the other after it. False if the take begins or ends in that time.
   bool Stays(std::size_t frame, std::size_t column) const {
     constexpr double kHold_s = 0.2; // after it a blink is over
-    const std::vector<double>& times = solved_.times;
+    const LongVector<double>& times = solved_.times;
     const double before = solved_.Weight(frame - 1, column), after = solved_.Weight(frame, column);
     const double middle = before + (after - before) / 2;
     const auto is_after = [&](std::size_t f) {
@@ -126,16 +131,18 @@ private:
 
 /// Brows and `Whistle` have no limit. They are not exactly 1 for long.
 void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
-  for (std::size_t c = 0; c < solved.layout.templates.size(); ++c) {
-    const TemplateColumn& column = solved.layout.templates[c];
-    Stretches at_limit(solved.times);
-    for (std::size_t f = 0; f < solved.frames.size(); ++f)
+  const std::vector<TemplateColumn>& templates = solved.layout.templates;
+  std::vector<Stretches> at_limit(templates.size(), Stretches(solved.times));
+  for (std::size_t f = 0; f < solved.frames.size(); ++f)
+    for (std::size_t c = 0; c < templates.size(); ++c)
       if (solved.Weight(f, c) == 1)
-        at_limit.Add({FlagKind::Limit, static_cast<std::size_t>(column.part), column.name, {}, f, f, 0});
+        at_limit[c].Add(
+            {FlagKind::Limit, static_cast<std::size_t>(templates[c].part), templates[c].name, {}, f, f, 0});
+  for (std::size_t c = 0; c < templates.size(); ++c) {
     // The peak of an expression touches the limit for a moment. A shut eye is at its limit, and loses
     // nothing.
-    const double long_s = column.name.ends_with("Eye.Close") ? 3 : 0.5;
-    for (QualityFlag flag : at_limit.Flags()) {
+    const double long_s = templates[c].name.ends_with("Eye.Close") ? 3 : 0.5;
+    for (QualityFlag flag : at_limit[c].Flags()) {
       flag.size = solved.times[flag.last] - solved.times[flag.first];
       if (flag.size >= long_s) flags.push_back(std::move(flag));
     }
@@ -151,22 +158,28 @@ public:
     parts_.resize(rest_.size());
     for (std::size_t part = 0; part < 9; ++part)
       for (const std::size_t m : solver.MarkersOf(part)) parts_[m].push_back(part);
+    neighbours_.resize(rest_.size());
     for (std::size_t m = 0; m < rest_.size(); ++m) {
-      nearest_.push_back(kNever);
+      constexpr double kLeast_mm = 5; // noise could confuse markers that rest nearer to each other
       for (std::size_t n = 0; n < rest_.size(); ++n)
-        if (const double apart = Apart(m, n); apart > 0) nearest_[m] = std::min(nearest_[m], apart);
+        if (const double apart = Distance(rest_[m], rest_[n]); apart >= kLeast_mm)
+          neighbours_[m].push_back({n, apart, AreOnTwoSides(m, n)});
+      std::sort(neighbours_[m].begin(), neighbours_[m].end(),
+                [](const Neighbour& a, const Neighbour& b) { return a.apart < b.apart; });
+      half_way_.push_back(neighbours_[m].empty() ? kNever : neighbours_[m].front().apart / 2);
     }
   }
 
   void Find(std::vector<QualityFlag>& flags) const {
     std::vector<Stretches> stretches(rest_.size(), Stretches(face_.times));
-    for (std::size_t f = 0; f < face_.FrameCount(); ++f)
+    Strays strays;
+    for (std::size_t f = 0; f < face_.FrameCount(); ++f) {
+      FindStrays(f, strays);
       for (std::size_t m = 0; m < rest_.size(); ++m) {
-        const Point* const p = SeenAt(face_, f, m);
-        if (!p) continue;
-        const double off = Distance(Vector(*p), rest_[m]);
-        if (off <= nearest_[m] / 2) continue; // nearer to its own place than to any other
-        const std::optional<Other> other = InPlaceOf(f, m, Vector(*p));
+        if (!strays[m]) continue;
+        const double off = Distance(*strays[m], rest_[m]);
+        if (off <= half_way_[m]) continue;
+        const std::optional<Other> other = InPlaceOf(strays, m, off);
         if (!other || (other->kind == FlagKind::Swap && other->marker < m)) continue; // of a swap once
         stretches[m].Add({other->kind,
                           parts_[m].front(),
@@ -176,6 +189,7 @@ public:
                           f,
                           off});
       }
+    }
     for (const Stretches& of_marker : stretches)
       flags.insert(flags.end(), of_marker.Flags().begin(), of_marker.Flags().end());
   }
@@ -186,11 +200,26 @@ private:
     std::size_t marker;
   };
 
-  /// How far apart two markers rest; 0 if noise could confuse them.
-  double Apart(std::size_t m, std::size_t n) const {
-    constexpr double kLeast_mm = 5;
-    const double apart = Distance(rest_[m], rest_[n]);
-    return apart >= kLeast_mm ? apart : 0;
+  /// A marker that rests `apart` from another.
+  struct Neighbour {
+    std::size_t marker;
+    double apart;
+    bool on_other_side;
+  };
+
+  /// By marker: where it was seen, if another place may be as near as its own; nothing for most.
+  using Strays = std::vector<std::optional<VgeTVector>>;
+
+  void FindStrays(std::size_t frame, Strays& strays) const {
+    strays.assign(rest_.size(), std::nullopt);
+    for (std::size_t m = 0; m < rest_.size(); ++m) {
+      const Point* const p = face_.At(frame, m);
+      if (!p) continue;
+      const VgeTVector way = Difference(Vector(*p), rest_[m]);
+      constexpr double kSurely = 1 - 1e-12; // saves the root
+      if (Dot(way, way) <= kSurely * half_way_[m] * half_way_[m]) continue;
+      if (SeenAt(face_, frame, m)) strays[m] = Vector(*p);
+    }
   }
 
   bool AreOnTwoSides(std::size_t m, std::size_t n) const {
@@ -202,28 +231,34 @@ private:
            !any_of([&](std::size_t part) { return drives(n, part); });
   }
 
-  /// Whether markers `m`, which is at `p`, and `n` have exchanged places. Expressions move neighbours in the
-  /// same direction, or bring them together as shutting an eye does, but not past each other by three
-  /// quarters of their distance at rest.
-  bool AreSwapped(std::size_t frame, std::size_t m, const VgeTVector& p, std::size_t n) const {
-    const Point* const seen = SeenAt(face_, frame, n);
-    if (!seen) return false;
-    const VgeTVector q = Vector(*seen), way = Difference(rest_[m], rest_[n]);
-    return Distance(p, rest_[n]) < Distance(p, rest_[m]) && Distance(q, rest_[m]) < Distance(q, rest_[n]) &&
-           Dot(Difference(p, q), way) < -0.75 * Dot(way, way);
+  /// Whether markers `m`, which is nearer to the place of `n` than to its own, and `n` have exchanged places.
+  /// Expressions move neighbours in the same direction, or bring them together as shutting an eye does, but
+  /// not past each other by three quarters of their distance at rest.
+  bool AreSwapped(const Strays& strays, std::size_t m, std::size_t n) const {
+    if (!strays[n]) return false;
+    const VgeTVector way = Difference(rest_[m], rest_[n]);
+    return Dot(Difference(*strays[m], *strays[n]), way) < -0.75 * Dot(way, way) &&
+           Distance(*strays[n], rest_[m]) < Distance(*strays[n], rest_[n]);
   }
 
-  /// The marker whose place `m`, which is at `p`, has: the nearest of those that it is swapped with, else the
-  /// nearest of the other side.
-  std::optional<Other> InPlaceOf(std::size_t frame, std::size_t m, const VgeTVector& p) const {
-    std::optional<Other> found;
-    double nearest = kNever;
+  /// The marker whose place `m`, which is `off` its own, has: the nearest of those that it is swapped with,
+  /// else the nearest of the other side. Of equally near ones the first.
+  std::optional<Other> InPlaceOf(const Strays& strays, std::size_t m, double off) const {
+    // Both kinds need a place that is nearer than the marker's own or a third of the way from it: no place is
+    // that rests more than twice as far from the marker's own as the marker is.
+    constexpr double kReach = 2.001, kSurely = 1 + 1e-12; // the sums are rounded
     for (const FlagKind kind : {FlagKind::Swap, FlagKind::Mislabel}) {
-      for (std::size_t n = 0; n < rest_.size(); ++n) {
-        const double apart = Apart(m, n), off = Distance(p, rest_[n]);
-        if (apart == 0 || off >= nearest) continue;
-        if (kind == FlagKind::Swap ? AreSwapped(frame, m, p, n) : off < apart / 3 && AreOnTwoSides(m, n))
-          found = {kind, n}, nearest = off;
+      std::optional<Other> found;
+      double nearest = kind == FlagKind::Swap ? off : kNever;
+      for (const auto& [n, apart, on_other_side] : neighbours_[m]) {
+        if (apart > kReach * off) break;
+        if (kind == FlagKind::Mislabel && !on_other_side) continue;
+        const VgeTVector way = Difference(*strays[m], rest_[n]);
+        if (Dot(way, way) > kSurely * nearest * nearest) continue; // most need no root
+        if (kind == FlagKind::Swap && !AreSwapped(strays, m, n)) continue;
+        const double to = Length(way);
+        if (kind == FlagKind::Mislabel && !(to < apart / 3)) continue;
+        if (to < nearest || (found && to == nearest && n < found->marker)) found = {kind, n}, nearest = to;
       }
       if (found) return found;
     }
@@ -233,8 +268,9 @@ private:
   const Take& face_;
   const FaceSolver& solver_;
   std::vector<VgeTVector> rest_;
-  std::vector<std::vector<std::size_t>> parts_; // that a marker drives
-  std::vector<double> nearest_;                 // how far from the nearest marker it rests
+  std::vector<std::vector<std::size_t>> parts_;    // that a marker drives
+  std::vector<std::vector<Neighbour>> neighbours_; // of each marker, by how far apart they rest
+  std::vector<double> half_way_;                   // to the nearest of them
 };
 
 // --- Grades.

@@ -16,7 +16,7 @@ Residuals::Residuals(const Take& face, const FaceSolver& solver, SolveReport& re
   }
 }
 
-void Residuals::Add(std::size_t frame, const FaceSolver::Frame& solved) {
+void Residuals::Add(std::size_t frame, const std::array<double, 9>& residual_mm) {
   SolveReport::Frame worst = {.frame = frame};
   for (std::size_t p = 0; p < report_.parts.size(); ++p) {
     SolveReport::Part& part = report_.parts[p];
@@ -26,7 +26,7 @@ void Residuals::Add(std::size_t frame, const FaceSolver::Frame& solved) {
       continue; // at rest there is no residual
     }
     if (gone > 0) ++part.partial_frames;
-    const double residual = solved.residual_mm[p];
+    const double residual = residual_mm[p];
     squares_[p] += residual * residual;
     if (residual > part.worst_mm) part.worst_mm = residual, part.worst_frame = frame;
     if (residual > worst.residual_mm) worst.residual_mm = residual, worst.part = p;
@@ -40,12 +40,13 @@ std::size_t Residuals::Gaps(std::size_t frame, std::size_t part) const {
       std::count_if(markers.begin(), markers.end(), [&](std::size_t m) { return !face_.At(frame, m); }));
 }
 
-SolveReport::FrameQuality Residuals::QualityOf(std::size_t frame, const FaceSolver::Frame& solved) const {
+SolveReport::FrameQuality Residuals::QualityOf(std::size_t frame,
+                                               const std::array<double, 9>& residual_mm) const {
   SolveReport::FrameQuality quality;
   for (std::size_t p = 0; p < quality.residual_mm.size(); ++p)
     quality.residual_mm[p] = Gaps(frame, p) == report_.parts[p].markers
                                  ? std::numeric_limits<double>::quiet_NaN()
-                                 : solved.residual_mm[p];
+                                 : residual_mm[p];
   for (std::size_t m = 0; m < face_.MarkerCount(); ++m)
     if (face_.OriginAt(frame, m) == Origin::Filled) ++quality.filled_markers;
   return quality;

@@ -18,11 +18,11 @@ public:
   /// outlive this.
   Residuals(const Take& face, const FaceSolver& solver, SolveReport& report);
 
-  /// Each frame once, in order.
-  void Add(std::size_t frame, const FaceSolver::Frame& solved);
+  /// Each frame once, in order. `residual_mm`: as in FaceSolver::Frame.
+  void Add(std::size_t frame, const std::array<double, 9>& residual_mm);
 
   /// The same of one frame, for who keeps all of them; all but `head_known`.
-  SolveReport::FrameQuality QualityOf(std::size_t frame, const FaceSolver::Frame& solved) const;
+  SolveReport::FrameQuality QualityOf(std::size_t frame, const std::array<double, 9>& residual_mm) const;
 
   /// After the last frame.
   void Finish();

@@ -5,7 +5,7 @@
 
 namespace mien {
 
-void SmoothWeights(std::vector<double>& weights, std::size_t columns, const std::vector<std::int64_t>& frames,
+void SmoothWeights(LongVector<double>& weights, std::size_t columns, std::span<const std::int64_t> frames,
                    const FrameRate& rate, double cutoff_hz) {
   LowPass filter(cutoff_hz, rate);
   const std::vector<FrameSpan> unbroken = UnbrokenSpans(frames);

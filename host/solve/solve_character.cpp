@@ -1,12 +1,29 @@
 #include "host/solve/solve_character.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <span>
+
 namespace mien {
+
+namespace {
+
+void AddClusters(Animation& animation, const Character& character,
+                 const VCharacterFaceClusterSetState* sets) {
+  for (std::size_t p = 0; p < character.parts.size(); ++p)
+    for (int c = 0; c < sets[p].mClusters.GetCount(); ++c) {
+      const VCharacterFaceClusterState& cluster = *sets[p].mClusters[c];
+      animation.local_clusters.push_back({cluster.mLocalT, cluster.mLocalR, cluster.mLocalS});
+      animation.global_clusters.push_back({cluster.mGlobalT, cluster.mGlobalR, cluster.mGlobalS});
+    }
+}
+
+} // namespace
 
 void SolveCharacter(Animation& animation, const Character& character, const ExpressionWeights& expressions,
                     const FittedShapes* fitted) {
   CharacterSolver solver(character, expressions);
   if (fitted) solver.UseFitted(fitted->names);
-  const std::size_t frames = animation.frames.size();
   animation.layout.character = character.name;
   animation.layout.shapes = character.Shapes();
   animation.layout.clusters.clear();
@@ -16,33 +33,26 @@ void SolveCharacter(Animation& animation, const Character& character, const Expr
       animation.layout.clusters.push_back({part.name, cluster.name});
       animation.layout.rest_clusters.push_back(cluster.rest);
     }
-  animation.shape_weights.clear();
-  animation.shape_weights.reserve(frames * animation.layout.shapes.size());
+  const std::size_t frames = animation.frames.size(), shapes = solver.Shapes();
+  animation.shape_weights.resize(frames * shapes);
   animation.local_clusters.clear();
   animation.local_clusters.reserve(frames * animation.layout.clusters.size());
   animation.global_clusters.clear();
   animation.global_clusters.reserve(frames * animation.layout.clusters.size());
 
-  VFaceTemplateState templates;
-  for (std::size_t f = 0; f < frames; ++f) {
-    for (std::size_t t = 0; t < animation.layout.templates.size(); ++t) {
-      const auto& [part, slot, name] = animation.layout.templates[t];
-      templates.mParts[part].mWeights[slot] = animation.Weight(f, t);
-    }
-    const VCharacterFaceState& state = solver.Solve(
-        templates, animation.eyes.empty() ? nullptr : &animation.eyes[f],
-        fitted ? std::span(fitted->weights).subspan(f * fitted->names.size(), fitted->names.size())
-               : std::span<const double>());
-    for (std::size_t p = 0; p < character.parts.size(); ++p) {
-      const Character::Part& part = character.parts[p];
-      animation.shape_weights.insert(animation.shape_weights.end(), state.mWeights[p],
-                                     state.mWeights[p] + part.shapes.size());
-      for (std::size_t c = 0; c < part.clusters.size(); ++c) {
-        const VCharacterFaceClusterState& cluster = *state.mClusters[p].mClusters[static_cast<int>(c)];
-        animation.local_clusters.push_back({cluster.mLocalT, cluster.mLocalR, cluster.mLocalS});
-        animation.global_clusters.push_back({cluster.mGlobalT, cluster.mGlobalR, cluster.mGlobalS});
-      }
-    }
+  constexpr std::size_t kBlock = 64; // whose weights stay in the cache
+  for (std::size_t f = 0; f < frames; f += kBlock) {
+    const std::size_t count = std::min(kBlock, frames - f);
+    const auto of_block = [&](const auto& values, std::size_t columns) {
+      return values.subspan(f * columns, count * columns).data();
+    };
+    const std::span<double> block = animation.shape_weights.subspan(f * shapes, count * shapes);
+    solver.SolveShapes(block, of_block(animation.weights, solver.Templates()),
+                       animation.eyes.empty() ? nullptr : of_block(animation.eyes, 1),
+                       fitted ? of_block(fitted->weights, fitted->names.size()) : nullptr);
+    if (!animation.layout.clusters.empty())
+      for (std::size_t i = 0; i < count; ++i)
+        AddClusters(animation, character, solver.SolveClusters(block.data() + i * shapes));
   }
 }
 

@@ -7,7 +7,8 @@
 
 namespace mien {
 
-/// Fills in what the character makes of a solved take: its shapes and clusters. `expressions` is added to
+/// Fills in what the character makes of a solved take, whose templates are those of TemplateColumns: its shapes
+/// and clusters. `expressions` is added to
 /// every frame. `fitted` are weights of shapes that take the place of those from templates; null for none.
 /// Throws as CharacterSolver does.
 void SolveCharacter(Animation& animation, const Character& character,

@@ -1,6 +1,7 @@
 #include "host/solve/solve_gaze.h"
 
 #include "host/base/face_parts.h"
+#include "host/base/long_vector.h"
 #include "host/base/statistics.h"
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/low_pass.h"
@@ -158,8 +159,8 @@ void Limit(std::vector<SeenEyes>& seen, GazeReport& report) {
 
 /// The angles of every frame: gaps are filled or at rest, as those of markers are. The eyes are two markers
 /// whose x is the yaw and whose y is the pitch.
-std::vector<Eyes> Complete(const std::vector<SeenEyes>& seen, const Take& take, const SolveOptions& options,
-                           GazeReport& report) {
+LongVector<Eyes> Complete(const std::vector<SeenEyes>& seen, const Take& take, const SolveOptions& options,
+                          GazeReport& report) {
   constexpr double kLongestFilled_s = 0.5; // longer than blinks
   Take angles({"left", "right"});
   angles.rate = take.rate;
@@ -173,7 +174,7 @@ std::vector<Eyes> Complete(const std::vector<SeenEyes>& seen, const Take& take, 
   if (options.smooth_gaze_hz) SmoothPositions(angles, {0, 1}, *options.smooth_gaze_hz);
   const std::vector<Point> rest(2, {0, 0, 0});
   const RestInGaps places(angles, rest, options.fade_s);
-  std::vector<Eyes> eyes(seen.size());
+  LongVector<Eyes> eyes(seen.size());
   for (std::size_t f = 0; f < seen.size(); ++f) {
     for (std::size_t eye = 0; eye < 2; ++eye) {
       const Point p = places.At(f, eye);
@@ -185,7 +186,7 @@ std::vector<Eyes> Complete(const std::vector<SeenEyes>& seen, const Take& take, 
   return eyes;
 }
 
-void ReportRange(const std::vector<Eyes>& all, GazeReport& report) {
+void ReportRange(const LongVector<Eyes>& all, GazeReport& report) {
   std::vector<double> yaws, pitches;
   for (const Eyes& eyes : all)
     for (const auto& [yaw, pitch] : eyes) {
@@ -196,7 +197,7 @@ void ReportRange(const std::vector<Eyes>& all, GazeReport& report) {
   report.high = {.yaw = Quantile(yaws, 0.95), .pitch = Quantile(pitches, 0.95)};
 }
 
-void ReportLids(const std::vector<Eyes>& all, const Closing& closing, GazeReport& report) {
+void ReportLids(const LongVector<Eyes>& all, const Closing& closing, GazeReport& report) {
   constexpr double kStraight = 3.5 * kDegree, kDown = 10.5 * kDegree; // eyeLookDown up to 0.1, from 0.3
   constexpr std::size_t kFewest = 10;
   double down = 0, straight = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/fit/shape_basis.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer.h"
@@ -17,7 +18,7 @@ namespace mien {
 /// Shape weights that come from the markers and not from templates.
 struct FittedShapes {
   std::vector<std::string> names; ///< of the 52
-  std::vector<double> weights;    ///< (size: frames x names)
+  LongVector<double> weights;     ///< (size: frames x names)
   FitReport report;
 };
 

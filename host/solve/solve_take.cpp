@@ -16,10 +16,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <numeric>
+#include <span>
 #include <string>
+#include <vector>
 
 namespace mien {
 
@@ -73,6 +76,30 @@ void CheckLength(double mm, const Take& take, std::int64_t frame, const std::str
                      "check the unit of the take's positions, and the neutral pose");
 }
 
+/// Solves all frames, some of them at once, and writes their weights. `residuals(frame, residual_mm)` is
+/// called for each in order; `progress` as by SolveTake.
+template <class OnResiduals>
+void SolveFaces(FrameSolver& solver, const RestInGaps& places, const Take& take, std::size_t markers,
+                Animation& animation, const std::function<void(std::size_t, std::size_t)>& progress,
+                OnResiduals residuals) {
+  constexpr std::size_t kAtOnce = 64;
+  const std::size_t frames = take.FrameCount(), templates = animation.layout.templates.size();
+  std::vector<Point> places_head(kAtOnce * markers);
+  std::vector<std::array<double, 9>> residual_mm(kAtOnce);
+  animation.weights.resize(frames * templates);
+  for (std::size_t first = 0; first < frames; first += kAtOnce) {
+    const std::size_t count = std::min(kAtOnce, frames - first);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (progress) progress(first + i, frames);
+      for (std::size_t m = 0; m < markers; ++m) places_head[i * markers + m] = places.At(first + i, m);
+    }
+    solver.SolveFaces(std::span(places_head).first(count * markers),
+                      animation.weights.subspan(first * templates, count * templates),
+                      std::span(residual_mm).first(count));
+    for (std::size_t i = 0; i < count; ++i) residuals(first + i, residual_mm[i]);
+  }
+}
+
 } // namespace
 
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
@@ -116,25 +143,19 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   animation.layout.timecode = take.timecode;
   animation.frames = take.frames;
   animation.times = take.times;
-  animation.weights.reserve(take.FrameCount() * animation.layout.templates.size());
   animation.heads = std::move(track.heads);
   solved.head_known = std::move(track.known);
 
   Residuals residuals(face, solver.Face(), report);
-  std::vector<Point> places_head(face.MarkerCount());
-  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
-    if (progress) progress(f, take.FrameCount());
-    for (std::size_t m = 0; m < places_head.size(); ++m) places_head[m] = places.At(f, m);
-    const FaceSolver::Frame& frame = solver.SolveFace(places_head);
-    for (const auto& [part, slot, name] : animation.layout.templates)
-      animation.weights.push_back(frame.weights.mParts[part].mWeights[slot]);
-    for (std::size_t p = 0; p < report.parts.size(); ++p)
-      CheckLength(frame.residual_mm[p], take, take.frames[f], report.parts[p].name);
-    residuals.Add(f, frame);
-    if (!options.keep_frames) continue;
-    report.per_frame.push_back(residuals.QualityOf(f, frame));
-    report.per_frame.back().head_known = solved.head_known[f];
-  }
+  SolveFaces(solver, places, take, face.MarkerCount(), animation, progress,
+             [&](std::size_t f, const std::array<double, 9>& residual_mm) {
+               for (std::size_t p = 0; p < report.parts.size(); ++p)
+                 CheckLength(residual_mm[p], take, take.frames[f], report.parts[p].name);
+               residuals.Add(f, residual_mm);
+               if (!options.keep_frames) return;
+               report.per_frame.push_back(residuals.QualityOf(f, residual_mm));
+               report.per_frame.back().head_known = solved.head_known[f];
+             });
   report.frames = take.FrameCount();
   residuals.Finish();
   std::array<double, 9> residual_mm{};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/base/error.h"
+#include "host/base/long_vector.h"
 #include "host/base/point.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/gaze.h"
@@ -56,9 +57,9 @@ struct Take {
 
   /// Marker names in the file's order, UTF-8. Complete before the first AddFrame; renaming one later is fine.
   std::vector<std::string> markers;
-  std::vector<std::int64_t> frames; ///< each frame's number in the file: rising, not always from 1, may skip
-  std::vector<double> times;        ///< each frame's time in seconds: rising, not always from 0
-  std::vector<TakeEvent> events;    ///< by time
+  LongVector<std::int64_t> frames; ///< each frame's number in the file: rising, not always from 1, may skip
+  LongVector<double> times;        ///< each frame's time in seconds: rising, not always from 0
+  std::vector<TakeEvent> events;   ///< by time
 
   /// The millimetres of a Sighting's residual of 1; above 0 where the file has sightings. Set before the
   /// first AddFrame.
@@ -66,7 +67,7 @@ struct Take {
 
   /// Where the file has directions of the eyes beside the markers: their axes. Set before the first AddFrame.
   std::optional<GazeAxes> gaze_axes;
-  std::vector<Gaze> gaze; ///< (size: frames, or 0 without gaze_axes)
+  LongVector<Gaze> gaze; ///< (size: frames, or 0 without gaze_axes)
 
   /// What the reader forgave or noticed, for the user: "line 7: 7 keys instead of 8", "frames missing: 3
   /// after frame 57".
@@ -78,14 +79,10 @@ struct Take {
 
   /// Appends a frame in which every marker is a gap. Returns its index.
   std::size_t AddFrame(std::int64_t number, double time) {
-    if (frames.empty()) block_bits_ = BlockBits(markers.size());
-    if (frames.size() >> block_bits_ == blocks_.size()) blocks_.emplace_back();
-    Block& block = blocks_.back();
-    const std::size_t size = block.positions.size() + markers.size();
-    if (block.positions.capacity() < size && blocks_.size() > 1) block.Reserve(*this);
-    block.positions.resize(size);
-    block.origins.resize(size, Origin::None);
-    if (HasSightings()) block.sightings.resize(size);
+    const std::size_t size = positions_.size() + markers.size();
+    positions_.resize(size);
+    origins_.resize(size, Origin::None);
+    if (HasSightings()) sightings_.resize(size);
     frames.push_back(number);
     times.push_back(time);
     if (gaze_axes) gaze.emplace_back();
@@ -94,33 +91,28 @@ struct Take {
 
   /// Takes back the last AddFrame.
   void RemoveLastFrame() {
-    Block& block = blocks_.back();
-    const std::size_t size = block.positions.size() - markers.size();
-    block.positions.resize(size);
-    block.origins.resize(size);
-    if (HasSightings()) block.sightings.resize(size);
+    const std::size_t size = positions_.size() - markers.size();
+    positions_.resize(size);
+    origins_.resize(size);
+    if (HasSightings()) sightings_.resize(size);
     frames.pop_back();
     times.pop_back();
     if (gaze_axes) gaze.pop_back();
-    if (frames.size() == ((blocks_.size() - 1) << block_bits_)) blocks_.pop_back();
   }
 
   /// The position at a frame and marker, both by index; null for a gap. Valid until the next AddFrame.
   const Point* At(std::size_t frame, std::size_t marker) const {
-    const Block& block = blocks_[frame >> block_bits_];
-    const std::size_t i = IndexInBlock(frame, marker);
-    return block.origins[i] == Origin::None ? nullptr : &block.positions[i];
+    const std::size_t i = Index(frame, marker);
+    return origins_[i] == Origin::None ? nullptr : &positions_[i];
   }
 
-  Origin OriginAt(std::size_t frame, std::size_t marker) const {
-    return blocks_[frame >> block_bits_].origins[IndexInBlock(frame, marker)];
-  }
+  Origin OriginAt(std::size_t frame, std::size_t marker) const { return origins_[Index(frame, marker)]; }
 
   /// What the cameras report about a position; nothing for a position that they did not measure, and in a
   /// take without sightings.
   std::optional<Sighting> SightingAt(std::size_t frame, std::size_t marker) const {
     if (!HasSightings() || OriginAt(frame, marker) != Origin::Measured) return std::nullopt;
-    return blocks_[frame >> block_bits_].sightings[IndexInBlock(frame, marker)];
+    return sightings_[Index(frame, marker)];
   }
 
   /// The cameras that the file names for a position, as Sighting has them: also for a computed one, as
@@ -129,21 +121,18 @@ struct Take {
   std::uint8_t CamerasAt(std::size_t frame, std::size_t marker) const {
     const Origin origin = OriginAt(frame, marker);
     if (!HasSightings() || (origin != Origin::Measured && origin != Origin::Computed)) return 0;
-    return blocks_[frame >> block_bits_].sightings[IndexInBlock(frame, marker)].cameras;
+    return sightings_[Index(frame, marker)].cameras;
   }
 
   /// `position` must be finite, `origin` not None.
   void Set(std::size_t frame, std::size_t marker, const Point& position, Origin origin = Origin::Measured) {
-    Block& block = blocks_[frame >> block_bits_];
-    const std::size_t i = IndexInBlock(frame, marker);
-    block.positions[i] = position;
-    block.origins[i] = origin;
+    const std::size_t i = Index(frame, marker);
+    positions_[i] = position;
+    origins_[i] = origin;
   }
 
   /// Makes a gap.
-  void Clear(std::size_t frame, std::size_t marker) {
-    blocks_[frame >> block_bits_].origins[IndexInBlock(frame, marker)] = Origin::None;
-  }
+  void Clear(std::size_t frame, std::size_t marker) { origins_[Index(frame, marker)] = Origin::None; }
 
   /// All markers of one frame, to write them at once (sizes: markers; sightings empty in a take without).
   struct Row {
@@ -152,10 +141,9 @@ struct Take {
     std::span<Sighting> sightings;
   };
   Row RowOf(std::size_t frame) {
-    Block& block = blocks_[frame >> block_bits_];
-    const std::size_t first = IndexInBlock(frame, 0), count = markers.size();
-    return {std::span(block.positions).subspan(first, count), std::span(block.origins).subspan(first, count),
-            HasSightings() ? std::span(block.sightings).subspan(first, count) : std::span<Sighting>()};
+    const std::size_t first = Index(frame, 0), count = markers.size();
+    return {positions_.subspan(first, count), origins_.subspan(first, count),
+            HasSightings() ? sightings_.subspan(first, count) : std::span<Sighting>()};
   }
 
   /// Index of the marker with exactly this name, letter case included: some takes have two markers
@@ -167,35 +155,12 @@ struct Take {
   }
 
 private:
-  // Consecutive frames, frame-major (size: frames x markers). A long take has many blocks: growing moves none
-  // of them, and each is written while it is in the cache.
-  struct Block {
-    std::vector<Point> positions;
-    std::vector<Origin> origins;
-    std::vector<Sighting> sightings; // empty in a take without
+  std::size_t Index(std::size_t frame, std::size_t marker) const { return frame * markers.size() + marker; }
 
-    void Reserve(const Take& take) {
-      const std::size_t size = take.markers.size() << take.block_bits_;
-      positions.reserve(size);
-      origins.reserve(size);
-      if (take.HasSightings()) sightings.reserve(size);
-    }
-  };
-
-  // The binary logarithm of the number of frames in a block.
-  static int BlockBits(std::size_t markers) {
-    constexpr std::size_t kMostPoints = 1 << 15; // 24 bytes each
-    int bits = 0;
-    while (bits < 15 && (markers << (bits + 1)) <= kMostPoints) ++bits;
-    return bits;
-  }
-  std::size_t IndexInBlock(std::size_t frame, std::size_t marker) const {
-    const std::size_t in_block = frame & ((std::size_t{1} << block_bits_) - 1);
-    return in_block * markers.size() + marker;
-  }
-
-  std::vector<Block> blocks_;
-  int block_bits_ = 0;
+  // Frame by frame (size: frames x markers).
+  LongVector<Point> positions_;
+  LongVector<Origin> origins_;
+  LongVector<Sighting> sightings_; // empty in a take without
 };
 
 } // namespace mien

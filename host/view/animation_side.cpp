@@ -1,5 +1,6 @@
 #include "host/view/animation_side.h"
 
+#include "host/base/long_vector.h"
 #include "host/base/rotation.h"
 #include "host/gltf/glb_data.h"
 #include "host/gltf/vrm.h"
@@ -42,11 +43,14 @@ void TurnRound(Glb& glb) {
 std::vector<ViewCurves> CurvesOf(const Animation& animation) {
   const AnimationLayout& layout = animation.layout;
   std::vector<ViewCurves> curves;
-  const auto add = [&](const char* name, WeightKind kind, const std::vector<double>& weights) {
+  const auto add = [&](const char* name, WeightKind kind, const LongVector<double>& weights) {
     std::vector<std::string> names = layout.WeightNames(kind);
     if (!names.empty())
-      curves.push_back(
-          {.name = name, .unit = "", .step = kWeightStep, .curves = std::move(names), .values = weights});
+      curves.push_back({.name = name,
+                        .unit = "",
+                        .step = kWeightStep,
+                        .curves = std::move(names),
+                        .values = {weights.begin(), weights.end()}});
   };
   add(kTemplates, WeightKind::Templates, animation.weights);
   add(kShapes, WeightKind::Shapes, animation.shape_weights);
@@ -122,8 +126,8 @@ ViewPage PageOf(const Animation& animation, ViewSide side) {
   page.rate = animation.layout.rate;
   page.timecode = animation.layout.timecode;
   page.timecode_offset_s = animation.layout.timecode_offset_s;
-  page.frames = animation.frames;
-  page.times = animation.times;
+  page.frames = {animation.frames.begin(), animation.frames.end()};
+  page.times = {animation.times.begin(), animation.times.end()};
   page.sides.push_back(std::move(side));
   return page;
 }

@@ -103,8 +103,8 @@ ViewPage PageOf(const Take& take, ViewSide side) {
   page.title = take.name;
   page.rate = take.rate;
   page.timecode = take.timecode;
-  page.frames = take.frames;
-  page.times = take.times;
+  page.frames = {take.frames.begin(), take.frames.end()};
+  page.times = {take.times.begin(), take.times.end()};
   page.sides.push_back(std::move(side));
   return page;
 }

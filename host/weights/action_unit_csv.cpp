@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <span>
 #include <utility>
 
 namespace mien {
@@ -123,8 +124,7 @@ WeightTake ReadActionUnitCsv(std::string_view bytes, const std::string& file,
     NoteUnlikelyUnit(clock, csv.Columns()[*frame_columns.time], frame_columns.units_per_second);
   take.SetClock(std::move(clock));
   for (std::size_t f = 0; f < take.frames.size(); ++f) {
-    const auto row = rows.begin() + static_cast<std::ptrdiff_t>((order.empty() ? f : order[f]) * shapes);
-    take.weights.insert(take.weights.end(), row, row + static_cast<std::ptrdiff_t>(shapes));
+    take.weights.append(std::span(rows).subspan((order.empty() ? f : order[f]) * shapes, shapes));
   }
   take.notes.push_back({Code::Assumed, "",
                         fmt::format("action units of 0 to 5 are taken as {} of the 52, alike on both sides",

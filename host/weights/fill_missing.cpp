@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <span>
 #include <vector>
 
 namespace mien {
@@ -11,7 +12,7 @@ namespace {
 
 // One weight or angle over time, which `value(frame)` refers to.
 template <class Value>
-void Fill(const std::vector<double>& times, double fade_s, const Value& value) {
+void Fill(std::span<const double> times, double fade_s, const Value& value) {
   constexpr double kNever = std::numeric_limits<double>::infinity();
   const std::size_t count = times.size();
   for (std::size_t first = 0; first < count; ++first) {
@@ -51,8 +52,8 @@ std::size_t FillMissing(WeightTake& take, double fade_s) {
   const std::size_t names = take.names.size();
   std::size_t frames = 0;
   for (std::size_t f = 0; f < take.frames.size(); ++f) {
-    const double* const row = take.weights.data() + f * names;
-    if (std::any_of(row, row + names, [](double weight) { return std::isnan(weight); })) ++frames;
+    const auto row = take.weights.subspan(f * names, names);
+    if (std::any_of(row.begin(), row.end(), [](double weight) { return std::isnan(weight); })) ++frames;
   }
   for (std::size_t n = 0; n < names && frames > 0; ++n)
     Fill(take.times, fade_s, [&](std::size_t f) -> double& { return take.weights[f * names + n]; });

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <limits>
 #include <numbers>
+#include <span>
 #include <string_view>
 
 namespace mien {
@@ -85,12 +86,11 @@ void WeightColumns::Finish(const std::vector<std::size_t>& order, WeightTake& ta
   const std::size_t weights = Names().size();
   take.names = Names();
   if (order.empty()) {
-    take.weights = std::move(weights_);
+    take.weights = weights_;
   } else {
     take.weights.reserve(weights_.size());
     for (const std::size_t row : order) {
-      const auto first = weights_.begin() + static_cast<std::ptrdiff_t>(row * weights);
-      take.weights.insert(take.weights.end(), first, first + static_cast<std::ptrdiff_t>(weights));
+      take.weights.append(std::span(weights_).subspan(row * weights, weights));
     }
   }
   weights_ = {};

@@ -2,6 +2,7 @@
 
 #include "host/animation/eye_angles.h"
 #include "host/base/error.h"
+#include "host/base/long_vector.h"
 #include "host/base/point.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
@@ -28,14 +29,14 @@ struct WeightTake {
 
   /// Of the 52 in their usual spelling, of others as the file spells them; each once.
   std::vector<std::string> names;
-  std::vector<std::int64_t> frames; ///< numbers: rising, may skip
-  std::vector<double> times;        ///< (size: frames) seconds: rising, not always from 0
-  std::vector<double> weights;      ///< (size: frames x names)
-  std::vector<Eyes> eyes;           ///< (size: frames, or 0 if the file has no angles of eyes)
-  std::vector<HeadAngles> heads;    ///< (size: frames, or 0 if the file has no angles of the head)
+  LongVector<std::int64_t> frames; ///< numbers: rising, may skip
+  LongVector<double> times;        ///< (size: frames) seconds: rising, not always from 0
+  LongVector<double> weights;      ///< (size: frames x names)
+  LongVector<Eyes> eyes;           ///< (size: frames, or 0 if the file has no angles of eyes)
+  LongVector<HeadAngles> heads;    ///< (size: frames, or 0 if the file has no angles of the head)
   /// (size: frames, or 0 if the file does not say) how far the head is from its place at rest, in millimetres: x to
   /// its left, y up, z out of the face at rest.
-  std::vector<Point> head_places;
+  LongVector<Point> head_places;
   std::string angles; ///< what the file has them in: "degrees (largest 23.4)"; empty without angles
 
   std::vector<Note> notes; ///< what the reader forgave or noticed

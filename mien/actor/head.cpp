@@ -14,9 +14,6 @@ template class VArrayTemplate<VActorFaceRBTriangle*, 16>;
 
 namespace {
 
-/// A triangle counts only if its smallest angle is above 10 degrees: noise turns the frame of a thinner one.
-constexpr double kSineOf10Degrees = 0.17364817766693033;
-
 template <class Record>
 void Free(VArrayTemplate<Record*, 16>& list) {
   for (int i = 0; i < list.GetCount(); ++i) std::free(list[i]);

@@ -11,6 +11,9 @@
 
 namespace mien::detail {
 
+/// A triangle of head markers counts only if its smallest angle is above 10 degrees: noise turns the frame of a thinner one.
+inline constexpr double kSineOf10Degrees = 0.17364817766693033;
+
 /// The unit quaternion of the upper 3 x 3, a proper rotation. Computed from the largest of the four
 /// components, whose square is at least 1/4, so that the divisor is never near zero.
 inline VgeQuaternion QuaternionOf(const double (&m)[4][4]) {

@@ -1,29 +1,12 @@
 #include "mien/base/elementary.h"
+#include "mien/base/euler_axes.h"
 #include "mien/base/geometry.h"
 
 #include <cmath>
 
 using namespace mien;
 
-// One derivation applies to all six orders. With the axes renamed to i, j, k (first, middle, last), the
-// rotation is R = Rk * Rj * Ri as in the order XYZ. In an odd permutation the renamed axes are left-handed,
-// which reverses every angle: its sine changes sign (`handedness`). With s and c for sine and cosine, and f,
-// m, l for the three angles:
-//
-//            column i    column j                 column k
-//   row i    cm * cl     cl * sm * sf - sl * cf   cl * sm * cf + sl * sf
-//   row j    cm * sl     sl * sm * sf + cl * cf   sl * sm * cf - cl * sf
-//   row k    -sm         cm * sf                  cm * cf
-
 namespace {
-
-struct Axes {
-  int i, j, k;
-  double handedness;
-};
-
-constexpr Axes kAxes[6] = {{0, 1, 2, 1},  {0, 2, 1, -1}, {1, 2, 0, 1},
-                           {1, 0, 2, -1}, {2, 0, 1, 1},  {2, 1, 0, -1}}; // XYZ XZY YZX YXZ ZXY ZYX
 
 constexpr double kRadiansPerDegree = 0.017453292519943295;
 
@@ -35,27 +18,19 @@ double Degrees(double radians) {
 } // namespace
 
 void VTxRotationOrder::V2M(VgeRMatrix& out, const VgeRVector& in) const {
-  const auto [i, j, k, handedness] = kAxes[mOrder];
-  const double angles[3] = {in.x, in.y, in.z};
-  const auto [first, cf] = SineAndCosineOfDegrees(angles[i]);
-  const auto [middle, cm] = SineAndCosineOfDegrees(angles[j]);
-  const auto [last, cl] = SineAndCosineOfDegrees(angles[k]);
-  const double sf = handedness * first, sm = handedness * middle, sl = handedness * last;
+  const auto [xs, xc] = SineAndCosineOfDegrees(in.x);
+  const auto [ys, yc] = SineAndCosineOfDegrees(in.y);
+  const auto [zs, zc] = SineAndCosineOfDegrees(in.z);
+  double m[3][3];
+  detail::SetRotation(m, detail::kEulerAxes[mOrder], {{xs, xc}, {ys, yc}, {zs, zc}});
 
   out.Init();
-  out.m[i][i] = cm * cl;
-  out.m[i][j] = cm * sl;
-  out.m[i][k] = -sm;
-  out.m[j][i] = cl * sm * sf - sl * cf;
-  out.m[j][j] = sl * sm * sf + cl * cf;
-  out.m[j][k] = cm * sf;
-  out.m[k][i] = cl * sm * cf + sl * sf;
-  out.m[k][j] = sl * sm * cf - cl * sf;
-  out.m[k][k] = cm * cf;
+  for (int column = 0; column < 3; ++column)
+    for (int row = 0; row < 3; ++row) out.m[column][row] = m[column][row];
 }
 
 void VTxRotationOrder::M2V(VgeRVector& out, const VgeRMatrix& in) const {
-  const auto [i, j, k, handedness] = kAxes[mOrder];
+  const auto [i, j, k, handedness] = detail::kEulerAxes[mOrder];
   const auto& m = in.m;
 
   // A cosine of the middle angle below this is zero with rounding errors.

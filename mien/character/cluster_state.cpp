@@ -1,6 +1,7 @@
 #include "mien/character/cluster_state.h"
 
 #include "mien/base/affine.h"
+#include "mien/character/cluster_transform.h"
 
 #include <new>
 
@@ -38,31 +39,26 @@ VCharacterFaceClusterSetState::~VCharacterFaceClusterSetState() {
 
 namespace {
 
-/// The root's global transform: rotation * scaling, and the translation.
-VgeAMatrix RootTransform(const VCharacterFaceClusterState& root) {
-  VgeAMatrix m;
-  const double scale[3] = {root.mGlobalS.x, root.mGlobalS.y, root.mGlobalS.z};
+VgeAMatrix MatrixOf(const detail::Root<double>& root) {
+  VgeAMatrix matrix;
   for (int column = 0; column < 3; ++column)
-    for (int row = 0; row < 3; ++row) m.m[column][row] = root.mGlobalR.m[column][row] * scale[column];
-  SetColumn(m, 3, root.mGlobalT);
-  return m;
+    for (int row = 0; row < 3; ++row) matrix.m[column][row] = root.axes[column][row];
+  SetColumn(matrix, 3, {root.translation[0], root.translation[1], root.translation[2]});
+  return matrix;
 }
 
 } // namespace
 
 void VCharacterFaceClusterSetState::ComputeGlobalZpx() {
-  const VgeAMatrix root = RootTransform(mRoot);
-  const VgeSVector& s = mRoot.mGlobalS;
+  const detail::Root<double> root(mRoot);
   for (int c = 0; c < mClusters.GetCount(); ++c) {
-    VCharacterFaceClusterState& cluster = *mClusters[c];
-    SetPoint(cluster.mGlobalT, TransformPoint(root, cluster.mLocalT));
-    SetProduct(cluster.mGlobalR, mRoot.mGlobalR, cluster.mLocalR);
-    cluster.mGlobalS = VgeSVector(cluster.mLocalS.x * s.x, cluster.mLocalS.y * s.y, cluster.mLocalS.z * s.z);
+    const detail::Transform<double> global = detail::Global(root, detail::LocalOf(*mClusters[c]));
+    detail::SetGlobal(*mClusters[c], detail::LanesOf(global), 0);
   }
 }
 
 void VCharacterFaceClusterSetState::ComputeLocalZpx() {
-  const VgeAMatrix from_root = InverseOfOrthogonalAxes(RootTransform(mRoot));
+  const VgeAMatrix from_root = InverseOfOrthogonalAxes(MatrixOf(detail::Root<double>(mRoot)));
   const VgeSVector& s = mRoot.mGlobalS;
   for (int c = 0; c < mClusters.GetCount(); ++c) {
     VCharacterFaceClusterState& cluster = *mClusters[c];

@@ -1,10 +1,11 @@
 #include "mien/base/affine.h"
-#include "mien/base/elementary.h"
 #include "mien/character/character_face.h"
+#include "mien/character/cluster_transform.h"
 
 #include <cmath>
 
 using namespace mien;
+using namespace mien::detail;
 
 namespace {
 
@@ -38,48 +39,20 @@ void VCharacterFace::Character2ClusterSolve(VCharacterFaceClusterSetState* set,
   const auto& definition = *static_cast<const VCharacterFacePartCluster*>(mParts[part]);
   if (!definition.mClusterSolveEnabled) return;
   const double* const weights = state.mWeights[part];
-  const VTxRotationOrder xyz;
 
   for (int c = 0; c < set->mClusters.GetCount(); ++c) {
     const VCharacterFaceClusterState& rest = *definition.mRestClusters.mClusters[c];
     const bool rest_is_moderate = IsModerate(rest);
     const VgeRMatrix from_rest = Transposed(rest.mLocalR);
-    VgeTVector translation = {0, 0, 0};
-    VgeRVector angles;
-    VgeSVector logarithms(0, 0, 0);
+    Offset<double> sum = {};
     for (int s = 0; s < definition.mShapes.GetCount(); ++s) {
       if (!definition.mShapes[s]->mDrivesClusters) continue;
-      const double w = weights[s];
       const VCharacterFaceClusterState& target = *definition.mShapeClusters[s]->mClusters[c];
       // 0 times a finite offset: adding it to sums that start from 0.0 changes nothing.
-      if (w == 0 && rest_is_moderate && IsModerate(target)) continue;
-
-      translation.x += w * (target.mLocalT.x - rest.mLocalT.x);
-      translation.y += w * (target.mLocalT.y - rest.mLocalT.y);
-      translation.z += w * (target.mLocalT.z - rest.mLocalT.z);
-
-      VgeRMatrix turn;
-      SetProduct(turn, from_rest, target.mLocalR);
-      VgeRVector offset;
-      xyz.M2V(offset, turn);
-      angles.x += w * offset.x;
-      angles.y += w * offset.y;
-      angles.z += w * offset.z;
-
-      logarithms.x += w * Log(target.mLocalS.x / rest.mLocalS.x);
-      logarithms.y += w * Log(target.mLocalS.y / rest.mLocalS.y);
-      logarithms.z += w * Log(target.mLocalS.z / rest.mLocalS.z);
+      if (weights[s] == 0 && rest_is_moderate && IsModerate(target)) continue;
+      AddWeighted(sum, weights[s], OffsetOf(target, rest, from_rest));
     }
-
-    VCharacterFaceClusterState& out = *set->mClusters[c];
-    SetPoint(out.mLocalT, {translation.x + rest.mLocalT.x, translation.y + rest.mLocalT.y,
-                           translation.z + rest.mLocalT.z});
-    VgeRMatrix turn;
-    xyz.V2M(turn, angles);
-    out.mLocalR.Init();
-    SetProduct(out.mLocalR, rest.mLocalR, turn);
-    out.mLocalS = VgeSVector(Exp(logarithms.x) * rest.mLocalS.x, Exp(logarithms.y) * rest.mLocalS.y,
-                             Exp(logarithms.z) * rest.mLocalS.z);
+    SetLocal(*set->mClusters[c], LanesOf(Moved(LocalOf(rest), sum)), 0);
   }
   set->ComputeGlobalZpx();
 }

@@ -24,7 +24,8 @@ set(sees_mien/base mien/base)
 set(sees_mien/face mien/base mien/face)
 set(sees_mien/actor mien/base mien/face mien/actor)
 set(sees_mien/character mien/base mien/face mien/character)
-set(sees_mien/mien.h mien/base mien/face mien/actor mien/character)
+set(sees_mien/batch mien/base mien/face mien/actor mien/batch)
+set(sees_mien/mien.h mien/base mien/face mien/actor mien/character mien/batch)
 
 # Folders that use nothing of the host but base come first; each line lists only folders of the lines above
 # it.
@@ -48,10 +49,11 @@ set(sees_host/compare   base takes formats weights compare)
 set(sees_host/view      base takes inspect performer character gltf animation solve weights compare view)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit face animation
                         solve calibrate weights compare view jobs)
+set(sees_host/batch     base files formats solve jobs batch)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit face animation
-                        solve calibrate weights compare view jobs cli)
+                        solve calibrate weights compare view jobs batch cli)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit face animation solve calibrate
-               weights compare view jobs cli)
+               weights compare view jobs batch cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
 endforeach()

@@ -18,6 +18,8 @@ foreach(header IN LISTS headers)
   foreach(line IN LISTS lines)
     if(line MATCHES "^namespace ([A-Za-z0-9_:]+)")
       set(namespace ${CMAKE_MATCH_1})
+    elseif(line MATCHES "^(struct|class) [A-Za-z0-9_]+(<[A-Za-z0-9_, ]*>)?::") # of a class, defined outside of it
+      continue()
     elseif(line MATCHES "^(struct|class|enum class) ([A-Za-z0-9_]+)")
       set(name "${namespace}::${CMAKE_MATCH_2}")
       math(EXPR classes "${classes} + 1")

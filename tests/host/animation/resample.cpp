@@ -65,8 +65,8 @@ TEST(Resample, NothingGoesBeyondItsNeighbours) {
   const std::vector<double> weights = {0, 0, 1, 1, 0.2, 0.9, 0, 0};
   mien::Animation take = Shapes({0, 1, 1.25, 2, 3, 3.5, 5, 6}, weights);
   take.eyes.assign(8, {mien::EyeAngles{0.25, -0.5}, mien::EyeAngles{0.125, 0}});
-  std::vector<double> fitted = weights;
-  const std::vector<double> times = take.times;
+  mien::LongVector<double> fitted = weights;
+  const mien::LongVector<double> times = take.times;
   Resample(take, {64, 1}, "w", &fitted);
   ASSERT_EQ(take.frames.size(), 6U * 64 + 1);
   for (std::size_t f = 0; f < take.times.size(); ++f) {
@@ -121,7 +121,7 @@ TEST(Resample, ATurningHeadKeepsItsOwnFramesAndHasNoKink) {
     order.V2M(rotation, {angles[f][0], angles[f][1], angles[f][2]});
     for (int column = 0; column < 3; ++column) std::copy_n(rotation.m[column], 3, take.heads[f].m[column]);
   }
-  const std::vector<VgeAMatrix> before = take.heads;
+  const mien::LongVector<VgeAMatrix> before = take.heads;
   Resample(take, {1000, 1}, "w");
   ASSERT_EQ(take.heads.size(), 2001U);
   for (std::size_t f = 0; f < 5; ++f) EXPECT_NEAR(AngleBetween(take.heads[500 * f], before[f]), 0, 1e-5);

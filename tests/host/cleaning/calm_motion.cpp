@@ -51,18 +51,20 @@ RigidBody BodyOf(std::size_t count, double sigma) {
 /// A body that goes a known way, filmed with noise of `sigma` per axis.
 struct Filmed {
   template <class Way>
-  Filmed(std::size_t points, double sigma, std::size_t count, Way way) : fit(BodyOf(points, sigma)) {
+  Filmed(std::size_t points, double sigma, std::size_t count, Way way)
+      : fit(BodyOf(points, sigma)), frames(std::vector<std::string>(points, "point")) {
     tests::Random random(11);
     for (std::size_t f = 0; f < count; ++f) {
       truth.push_back(way(static_cast<double>(f)));
       RigidBody::Points seen;
+      frames.AddFrame(static_cast<std::int64_t>(f), static_cast<double>(f));
       for (const auto& place : fit.Body().places) {
         Point p = Carried(truth.back(), *place);
         for (double* axis : {&p.x, &p.y, &p.z}) *axis += sigma * Normal(random);
+        frames.Set(f, seen.size(), p);
         seen.emplace_back(p);
       }
       motions.push_back(fit.Solve(seen).value());
-      frames.push_back(seen);
     }
     found = motions;
   }
@@ -71,7 +73,7 @@ struct Filmed {
   double Calm() { return Calm({{0, motions.size()}}); }
 
   /// The root of the mean square of how far a motion puts the body's places from where they are.
-  double Error(const std::vector<VgeAMatrix>& of) const {
+  double Error(const mien::LongVector<VgeAMatrix>& of) const {
     double squares = 0, count = 0;
     for (std::size_t f = 2; f + 2 < of.size(); ++f)
       for (const auto& place : fit.Body().places) {
@@ -82,8 +84,8 @@ struct Filmed {
   }
 
   RigidFit fit;
-  std::vector<VgeAMatrix> truth, found, motions; // found: before they are calmed
-  std::vector<RigidBody::Points> frames;
+  mien::LongVector<VgeAMatrix> truth, found, motions; // found: before they are calmed
+  mien::Take frames;
 };
 
 } // namespace
@@ -218,11 +220,12 @@ TEST(CalmMotion, WithoutASpanOfFiveNothingIsDone) {
 TEST(CalmMotion, HiddenPointsAreNoTrouble) {
   Filmed take(8, 0.3, 400, [](double) { return VgeAMatrix(); });
   for (std::size_t f = 0; f < 400; ++f) {
-    take.frames[f][f % 8].reset();
-    if (f % 50 < 10) take.frames[f] = RigidBody::Points(8);
+    take.frames.Clear(f, f % 8);
+    for (std::size_t m = 0; m < 8 && f % 50 < 10; ++m) take.frames.Clear(f, m);
   }
   EXPECT_NEAR(take.Calm(), 1, 0.15);
   Filmed unseen(8, 0.3, 20, [](double) { return VgeAMatrix(); });
-  for (auto& frame : unseen.frames) frame = RigidBody::Points(8);
+  for (std::size_t f = 0; f < 20; ++f)
+    for (std::size_t m = 0; m < 8; ++m) unseen.frames.Clear(f, m);
   EXPECT_EQ(unseen.Calm(), 0);
 }

@@ -302,6 +302,9 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
   Save("puppet.json", ReadFile(kSamples / "puppet.character.json"));
   Save("head.glb", ReadFile(kSamples / "head.glb"));
   Save("markers.csv", ReadFile(kSamples / "markers.csv"));
+  Save("takes.csv", "take,performer,output\ntake.csv,landmarks68,batch.csv\n");
+  std::filesystem::create_directory(work_ / "takes");
+  Save("takes/a.csv", take_);
   Save("solved.csv", ReadFile(kSamples / "mesh/weights_phone.csv"));
   for (const char* const weights : {"before.csv", "after.csv", "expected.csv"})
     EXPECT_EQ(Run({"solve", "take.csv", "-p", "landmarks68", "-o", weights}).exit_code, 0);
@@ -324,7 +327,10 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
       if (heading != "Examples:" || line == heading) continue;
       EXPECT_EQ(word, "mien");
       Arguments example;
-      while (words >> word) example.push_back(word);
+      while (words >> word) {
+        std::erase(word, '\''); // which a shell takes away
+        example.push_back(word);
+      }
       const Ran ran = Run(example);
       EXPECT_EQ(ran.exit_code, 0) << line << '\n' << ran.err;
     }

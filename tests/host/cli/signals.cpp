@@ -1,5 +1,6 @@
 #include "host/cli/signals.h"
 
+#include "host/files/mapped_file.h"
 #include "host/files/read_file.h"
 #include "host/files/whole_file.h"
 #include "tests/host/input_error.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -112,4 +114,55 @@ TEST_F(Signals, ASignalAfterAFailedOrFinishedWriteRemovesNothing) {
   EXPECT_TRUE(fs::exists(folder_ / ("w.csv" + ending)));
   EXPECT_TRUE(fs::exists(folder_ / "none" / ("w.csv" + ending)));
   EXPECT_EQ(ReadFile(folder_ / "w.csv"), "new");
+}
+
+TEST_F(Signals, AMappedFileThatIsCutShortEndsTheProcessWithAMessage) {
+  const fs::path path = Write("take.csv", std::string(100'000, 'x')), messages = folder_ / "messages";
+  Process process([&] {
+    if (!freopen(messages.c_str(), "w", stderr)) return 127;
+    mien::HandleSignals();
+    const mien::MappedFile file(path);
+    fs::resize_file(path, 0);
+    const volatile char* const bytes = file.Bytes().data();
+    return bytes[50'000] == 'x' ? 2 : 3;
+  });
+  EXPECT_EQ(process.Wait().exit_code, 1);
+  EXPECT_EQ(ReadFile(messages),
+            "mien: a file was cut short while it was being read; try again when it is complete\n");
+}
+
+TEST_F(Signals, AnOrderlyStopNotesTheFirstAndTheSecondEndsTheProcess) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    Process process([&] {
+      std::signal(signal, SIG_DFL);
+      mien::HandleSignals();
+      const mien::OrderlyStop stop;
+      if (mien::OrderlyStop::Wanted() || mien::OrderlyStop::Signal() != 0) return 1;
+      std::raise(signal);
+      if (!mien::OrderlyStop::Wanted() || mien::OrderlyStop::Signal() != signal) return 2;
+      WriteWhole(folder_ / "w.csv", [&](std::ostream& out) {
+        out << "half" << std::flush;
+        std::raise(signal);
+      });
+      return 3;
+    });
+    EXPECT_EQ(process.Wait().signal, signal);
+    EXPECT_THAT(Files(), ElementsAre());
+  }
+}
+
+TEST_F(Signals, AfterAnOrderlyStopTheyEndTheProcessAsBefore) {
+  Process process([&] {
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGHUP, SIG_IGN);
+    mien::HandleSignals();
+    {
+      const mien::OrderlyStop stop;
+      std::raise(SIGHUP); // which the parent has ignored
+      if (mien::OrderlyStop::Wanted()) return 1;
+      std::raise(SIGTERM);
+    }
+    mien::EndBySignal(mien::OrderlyStop::Signal());
+  });
+  EXPECT_EQ(process.Wait().signal, SIGTERM);
 }

@@ -919,13 +919,15 @@ TEST_F(SolveIntoAPipe, AnInterruptionLeavesTheFormerReportAndNoLitter) {
   EXPECT_THAT(Files(), ElementsAre("markers.csv", "markers.performer.json", "r.json"));
 }
 
-// The report's hash reads the take once more.
+// Before the report is written, the take must still be what was solved.
 TEST_F(SolveIntoAPipe, ATakeCutShortMeanwhileIsTheInputsFault) {
   Write("r.json", "former");
   const auto [end, printed] = End([&](const Process&) { fs::resize_file(folder_ / "markers.csv", 0); });
   EXPECT_EQ(end.signal, 0);
   EXPECT_EQ(end.exit_code, 1);
-  EXPECT_EQ(printed, "mien: a file was cut short while it was being read; try again when it is complete\n");
+  EXPECT_EQ(
+      printed,
+      "mien: markers.csv: the file was changed while it was used; try again when nothing writes to it\n");
   EXPECT_EQ(Saved("r.json"), "former");
   EXPECT_THAT(Files(), ElementsAre("markers.csv", "markers.performer.json", "r.json"));
 }

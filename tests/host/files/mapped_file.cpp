@@ -47,6 +47,15 @@ TEST_F(MappedFileTest, GivesTheFilesBytesWhateverItsSize) {
   }
 }
 
+// Of a mapped file they would be gone, and reading them would raise SIGBUS.
+TEST_F(MappedFileTest, BytesOfACopyStayWhateverHappensToTheFile) {
+  const std::string bytes = Bytes(300000);
+  const std::filesystem::path path = Write("any", bytes);
+  const MappedFile copy(path, nullptr, mien::FileAccess::Copy);
+  std::filesystem::resize_file(path, 0);
+  EXPECT_TRUE(copy.Bytes() == bytes);
+}
+
 TEST_F(MappedFileTest, ReadsAPipeToItsEnd) {
   const std::filesystem::path pipe = folder_ / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

@@ -2,6 +2,7 @@
 
 #include "host/files/read_file.h"
 #include "host/files/whole_file.h"
+#include "tests/host/input_error.h"
 #include "tests/host/process.h"
 #include "tests/host/temporary_folder.h"
 
@@ -108,4 +109,28 @@ TEST_F(PartFiles, AreNotWrittenThroughALink) {
   mien::WriteWhole(target_, [](std::ostream& out) { out << "new"; });
   EXPECT_EQ(mien::ReadFile(precious), "former");
   EXPECT_EQ(mien::ReadFile(target_), "new");
+}
+
+// A large folder is not read anew for each file, but what was found in it is still removed.
+TEST_F(PartFiles, OfADeadWriterAreRemovedFromALargeFolder) {
+  for (int i = 0; i < 1500; ++i) Write(std::to_string(i), "");
+  for (const char* name : {"w.csv.1.part", "v.csv.1.part", "v.csv.2.part"}) Write(name, "half");
+  mien::CheckWritable(target_);
+  EXPECT_FALSE(fs::exists(folder_ / "w.csv.1.part"));
+  EXPECT_TRUE(fs::exists(folder_ / "v.csv.1.part")) << "another target's";
+  mien::CheckWritable(folder_ / "v.csv");
+  EXPECT_FALSE(fs::exists(folder_ / "v.csv.1.part"));
+  EXPECT_FALSE(fs::exists(folder_ / "v.csv.2.part"));
+}
+
+TEST_F(PartFiles, ThatSomebodyElseHasReplacedAreNotRenamed) {
+  auto part = std::make_unique<PartFile>(target_, target_);
+  part->Stream() << "ours";
+  fs::remove(folder_ / Name());
+  Write(Name(), "theirs, half");
+  EXPECT_EQ(InputErrorOf([&] { part->Rename(); }).substr(0, target_.string().size() + 19),
+            target_.string() + ": cannot be written");
+  EXPECT_FALSE(fs::exists(target_));
+  part.reset();
+  EXPECT_THAT(Files(), ElementsAre(Name())) << "nor removed";
 }

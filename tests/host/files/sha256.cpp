@@ -1,7 +1,11 @@
 #include "host/files/sha256.h"
 
+#include "host/base/error.h"
+
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <set>
 #include <string>
 
@@ -15,6 +19,20 @@ TEST(Sha256, IsTheStandards) {
             "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
   EXPECT_EQ(Sha256(std::string(1000000, 'a')),
             "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
+}
+
+TEST(Sha256, OfAFileIsThatOfItsBytes) {
+  const std::filesystem::path file = std::filesystem::temp_directory_path() / "mien_sha256_of_a_file";
+  for (const std::size_t size : {0u, 1u, 1u << 20, (1u << 20) + 1, 10'000'000u}) { // pieces are of 2^20 bytes
+    std::string bytes(size, 'x');
+    for (std::size_t i = 0; i < size; i += 1000) bytes[i] = static_cast<char>(i / 1000);
+    std::ofstream(file, std::ios::binary) << bytes;
+    EXPECT_EQ(mien::Sha256OfFile(file), Sha256(bytes)) << size;
+    EXPECT_EQ(Sha256(mien::MappedFile(file)), Sha256(bytes)) << size;
+  }
+  std::filesystem::remove(file);
+  EXPECT_THROW(mien::Sha256OfFile(file), mien::InputError);
+  EXPECT_THROW(mien::Sha256OfFile("/"), mien::InputError);
 }
 
 // Files hold any byte: nothing ends at a zero, and none is negative.

@@ -46,7 +46,7 @@ MorphNode Node(std::size_t node, std::vector<std::string> targets, std::vector<d
 
 TEST(GlbAnimation, TimesBeginAtZeroAndHaveBounds) {
   Glb glb = HeadOf(R"("a")");
-  GlbAnimation animation(glb, {10, 10.25, 10.5});
+  GlbAnimation animation(glb, std::vector<double>{10, 10.25, 10.5});
   animation.AddWeights(Node(0, {"a"}, {0}), Weight);
   animation.Finish("take", {});
   const Json input = (*Sampler(glb, 0, "weights"))["input"];
@@ -57,7 +57,7 @@ TEST(GlbAnimation, TimesBeginAtZeroAndHaveBounds) {
 
 TEST(GlbAnimation, HasItsNameAndExtrasAndComesLast) {
   Glb glb = HeadOf(R"("a")", R"(,"animations":[{"name":"idle"}])");
-  GlbAnimation animation(glb, {0});
+  GlbAnimation animation(glb, std::vector<double>{0});
   animation.AddWeights(Node(0, {"a"}, {0}), Weight);
   EXPECT_THAT(glb.json["animations"], SizeIs(1)) << "not there before it is finished";
   animation.Finish("take", {{"rate", "30"}});
@@ -69,7 +69,7 @@ TEST(GlbAnimation, HasItsNameAndExtrasAndComesLast) {
 
 TEST(GlbAnimation, FramesThatFloatsCannotTellApartHaveNoKey) {
   Glb glb = HeadOf(R"("a")");
-  GlbAnimation animation(glb, {1e6, 1e6 + 100, std::nextafter(1e6 + 100, 2e6), 1e6 + 101});
+  GlbAnimation animation(glb, std::vector<double>{1e6, 1e6 + 100, std::nextafter(1e6 + 100, 2e6), 1e6 + 101});
   EXPECT_EQ(animation.LeftOutFrames(), 1u);
   std::set<std::size_t> asked;
   animation.AddWeights(Node(0, {"a"}, {0}), [&](std::size_t f, std::size_t t) {
@@ -84,7 +84,7 @@ TEST(GlbAnimation, FramesThatFloatsCannotTellApartHaveNoKey) {
 
 TEST(GlbAnimation, NodesThatShareTargetsAndDefaultsShareOneCurve) {
   Glb glb = HeadOf(R"("a","b")");
-  GlbAnimation animation(glb, {0, 1});
+  GlbAnimation animation(glb, std::vector<double>{0, 1});
   const MorphNode first = Node(0, {"a", "b"}, {0, 0});
   animation.AddWeights(first, Weight);
   animation.AddWeights({1, first.targets, first.defaults}, Weight);
@@ -132,7 +132,7 @@ TEST(GlbAnimation, RotationsGoTheShortWayFromFrameToFrame) {
 
 TEST(GlbAnimation, ATransformIsThreeCurves) {
   Glb glb = HeadOf(R"("a")");
-  GlbAnimation animation(glb, {0, 1});
+  GlbAnimation animation(glb, std::vector<double>{0, 1});
   animation.AddTransform(0, [](std::size_t f) {
     ClusterTransform transform;
     transform.translation = VgeTVector{1.0 * static_cast<double>(f), 2, 3};

@@ -10,11 +10,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <utility>
+#include <vector>
 
-using mien::FitBrows;
+using mien::BrowFit;
+using mien::FaceBatch;
 using mien::kLeftBrow;
 using mien::kRightBrow;
 
@@ -56,9 +59,10 @@ double Error(const VFace& face, const VFaceState& solved, int p, double u, doubl
 }
 
 std::pair<double, double> Fitted(const VFace& face, const VFaceState& solved, int p = kLeftBrow) {
-  VFaceTemplateState weights;
-  FitBrows(face, solved, weights);
-  return {weights.mParts[p].mWeights[kUp], weights.mParts[p].mWeights[kDown]};
+  double weights[FaceBatch::kTemplates];
+  BrowFit(face).Fit(1, {&solved.mParts[0].mPoints[0].x, 0, 4}, {weights});
+  const int column = FaceBatch::kFirstTemplate[p];
+  return {weights[column + kUp], weights[column + kDown]};
 }
 
 /// That no weights between the bounds are better than these.
@@ -72,7 +76,7 @@ void ExpectBest(const VFace& face, const VFaceState& solved, int p, const std::p
 
 } // namespace
 
-TEST(FitBrows, FindsBothWeightsOfABrowThatTheyMakeUp) {
+TEST(BrowFit, FindsBothWeightsOfABrowThatTheyMakeUp) {
   const VFace& face = *GetGlobalFace();
   tests::Random random(1);
   for (int round = 0; round < 200; ++round) {
@@ -87,7 +91,7 @@ TEST(FitBrows, FindsBothWeightsOfABrowThatTheyMakeUp) {
 }
 
 // By closeness a raised brow leaves a part to Down, and none of it is exact.
-TEST(FitBrows, ARaisedBrowHasUpAlone) {
+TEST(BrowFit, ARaisedBrowHasUpAlone) {
   const VFace& face = *GetGlobalFace();
   for (const double amount : {0.0, 0.1, 0.5, 1.0, 1.5}) {
     const auto [up, none_down] = Fitted(face, Brows(face, amount, 0));
@@ -99,7 +103,7 @@ TEST(FitBrows, ARaisedBrowHasUpAlone) {
   }
 }
 
-TEST(FitBrows, EachBrowIsItsOwn) {
+TEST(BrowFit, EachBrowIsItsOwn) {
   const VFace& face = *GetGlobalFace();
   const VFaceState solved = Brows(face, 0.75, 0.25, kRightBrow);
   EXPECT_EQ(Fitted(face, solved, kLeftBrow), std::pair(0.0, 0.0));
@@ -108,23 +112,47 @@ TEST(FitBrows, EachBrowIsItsOwn) {
   EXPECT_NEAR(down, 0.25, kRounding);
 }
 
-TEST(FitBrows, OtherPartsAndSlotsKeepTheirWeights) {
+TEST(BrowFit, OtherPartsKeepTheirWeights) {
   const VFace& face = *GetGlobalFace();
-  VFaceTemplateState weights;
-  for (VFacePartTemplateState& part : weights.mParts)
-    for (double& weight : part.mWeights) weight = 7;
-  FitBrows(face, Brows(face, 0.5, 0), weights);
-  for (int p = 0; p < 9; ++p)
-    for (int slot = 0; slot < 25; ++slot)
-      if ((p != kLeftBrow && p != kRightBrow) || slot > kDown)
-        EXPECT_EQ(weights.mParts[p].mWeights[slot], 7) << p << ' ' << slot;
-      else
-        EXPECT_NE(weights.mParts[p].mWeights[slot], 7) << p << ' ' << slot;
+  double weights[FaceBatch::kTemplates];
+  std::fill(std::begin(weights), std::end(weights), 7);
+  const VFaceState solved = Brows(face, 0.5, 0);
+  BrowFit(face).Fit(1, {&solved.mParts[0].mPoints[0].x, 0, 4}, {weights});
+  for (int c = 0; c < FaceBatch::kTemplates; ++c)
+    if (c < FaceBatch::kFirstTemplate[kLeftBrow] || c >= FaceBatch::kFirstTemplate[kRightBrow + 1])
+      EXPECT_EQ(weights[c], 7) << c;
+    else
+      EXPECT_NE(weights[c], 7) << c;
+}
+
+// However the caller's arrays are laid out.
+TEST(BrowFit, EachFrameHasItsOwnWeights) {
+  const VFace& face = *GetGlobalFace();
+  constexpr std::size_t kFrames = 7;
+  std::vector<double> points(kFrames * 63 * 3), weights(kFrames * FaceBatch::kTemplates);
+  tests::Random random(3);
+  std::vector<VFaceState> solved;
+  for (std::size_t f = 0; f < kFrames; ++f) {
+    solved.push_back(Brows(face, random.Between(-1, 3), random.Between(-1, 3)));
+    for (std::size_t i = 0; i < 63; ++i) {
+      const VgeTVector& p = solved[f].mParts[i / 7].mPoints[i % 7];
+      points[(3 * i) * kFrames + f] = p.x;
+      points[(3 * i + 1) * kFrames + f] = p.y;
+      points[(3 * i + 2) * kFrames + f] = p.z;
+    }
+  }
+  BrowFit(face).Fit(kFrames, {points.data(), 1, 3 * kFrames, kFrames}, {weights.data(), 1, kFrames});
+  for (std::size_t f = 0; f < kFrames; ++f)
+    for (const int p : {kLeftBrow, kRightBrow}) {
+      const auto column = static_cast<std::size_t>(FaceBatch::kFirstTemplate[p]);
+      EXPECT_EQ(std::pair(weights[column * kFrames + f], weights[(column + 1) * kFrames + f]),
+                Fitted(face, solved[f], p));
+    }
 }
 
 // --- Beyond the bounds the best of what is within them: on each edge and in each corner.
 
-TEST(FitBrows, BeyondABoundTheOtherWeightIsTheBestBesideIt) {
+TEST(BrowFit, BeyondABoundTheOtherWeightIsTheBestBesideIt) {
   const VFace& face = *GetGlobalFace();
   for (const double u : {-1.5, -0.1, 0.7, 2.1, 4.0})
     for (const double d : {-1.5, -0.1, 0.7, 2.1, 4.0}) {
@@ -141,7 +169,7 @@ TEST(FitBrows, BeyondABoundTheOtherWeightIsTheBestBesideIt) {
 }
 
 // A brow that comes in or out, or goes any way that no template goes.
-TEST(FitBrows, IsTheBestOfAnyBrow) {
+TEST(BrowFit, IsTheBestOfAnyBrow) {
   const VFace& face = *GetGlobalFace();
   tests::Random random(2);
   for (int round = 0; round < 60; ++round) {
@@ -154,7 +182,7 @@ TEST(FitBrows, IsTheBestOfAnyBrow) {
 
 // --- A face of a caller's own, whose brow templates do not tell two ways.
 
-TEST(FitBrows, TemplatesThatGoOneWayShareIt) {
+TEST(BrowFit, TemplatesThatGoOneWayShareIt) {
   const auto face = std::make_unique<VFace>();
   VFacePart& part = face->mParts[kLeftBrow];
   for (const double factor : {1.0, 0.5, -1.0, 1e-9}) { // of Up's way is Down's
@@ -171,7 +199,7 @@ TEST(FitBrows, TemplatesThatGoOneWayShareIt) {
   }
 }
 
-TEST(FitBrows, ATemplateThatDoesNotMoveHasNoWeight) {
+TEST(BrowFit, ATemplateThatDoesNotMoveHasNoWeight) {
   const auto face = std::make_unique<VFace>();
   VFacePart& part = face->mParts[kLeftBrow];
   const VFaceState raised = Brows(*face, 0.5, 0);
@@ -183,7 +211,7 @@ TEST(FitBrows, ATemplateThatDoesNotMoveHasNoWeight) {
 }
 
 // Or a brow that nobody could measure would pass for one at rest.
-TEST(FitBrows, APointThatIsNotFiniteGivesNoNumber) {
+TEST(BrowFit, APointThatIsNotFiniteGivesNoNumber) {
   const VFace& face = *GetGlobalFace();
   for (const double value :
        {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {

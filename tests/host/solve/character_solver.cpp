@@ -18,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <thread>
 #include <utility>
@@ -545,6 +546,56 @@ TEST(CharacterSolver, ExpressionsAreFoundByTheirExactNames) {
   EXPECT_EQ(CharacterSolver(character, {{"Shapes", 1}}).Solve({}).mWeights[0][1], 3);
   EXPECT_EQ(CharacterSolver(character, {{"SHAPES1", 1}}).Solve({}).mWeights[0][0], 8);
   EXPECT_THROW(CharacterSolver(character, {{"SHAPES", 1}}), mien::InputError);
+}
+
+// --- Many frames at once.
+
+// Every number of frames to 20; shapes that are fitted, that follow the eyes, and that are limited.
+TEST(CharacterSolver, ManyFramesHaveTheBitsOfEachAlone) {
+  for (std::uint64_t seed = 0; seed < 63; ++seed) {
+    Invented invented(seed + 300);
+    tests::HardNumbers numbers(seed, seed % 2 == 0 ? 0 : 9);
+    const Character character = seed % 3 == 0 ? mien::LoadCharacter("arkit52") : invented.AnyCharacter();
+    ExpressionWeights expressions;
+    for (const Character::Expression& expression : character.expressions)
+      if (invented.Chance(0.5)) expressions.emplace_back(expression.name, invented.Weight());
+    CharacterSolver one(character, expressions), many(character, expressions);
+    const std::vector<std::string> names = {"jawOpen", "browInnerUp", "nobody"};
+    if (seed % 2 == 0) one.UseFitted(names), many.UseFitted(names);
+
+    const std::size_t frames = seed % 21;
+    std::vector<VFaceTemplateState> states(frames);
+    std::vector<double> templates, fitted;
+    std::vector<mien::Eyes> eyes(frames);
+    for (std::size_t f = 0; f < frames; ++f) {
+      for (const mien::TemplateColumn& column : mien::TemplateColumns()) {
+        double& weight = states[f].mParts[column.part].mWeights[column.slot];
+        weight = numbers.Below(3) == 0 ? 0 : numbers.Weight();
+        templates.push_back(weight);
+      }
+      for (std::size_t i = 0; i < names.size(); ++i) fitted.push_back(numbers.Between(0, 1));
+      for (auto& eye : eyes[f]) eye.yaw = numbers.Between(-1, 1), eye.pitch = numbers.Between(-1, 1);
+    }
+    const bool has_eyes = seed % 4 < 2;
+    std::vector<double> shapes(frames * many.Shapes(), 0.5);
+    many.SolveShapes(shapes, templates.data(), has_eyes ? eyes.data() : nullptr, fitted.data());
+    for (std::size_t f = 0; f < frames; ++f) {
+      SCOPED_TRACE(testing::Message() << "seed " << seed << ", frame " << f);
+      const double* const row = shapes.data() + f * many.Shapes();
+      const VCharacterFaceState& state = one.Solve(states[f], has_eyes ? &eyes[f] : nullptr,
+                                                   std::span(fitted).subspan(f * names.size(), names.size()));
+      const VCharacterFaceClusterSetState* const sets = many.SolveClusters(row);
+      for (std::size_t p = 0, i = 0; p < character.parts.size(); ++p) {
+        for (std::size_t s = 0; s < character.parts[p].shapes.size(); ++s, ++i)
+          ASSERT_TRUE(tests::SameBits(row[i], state.mWeights[p][s])) << "part " << p << ", shape " << s;
+        for (int c = 0; c < state.mClusters[p].mClusters.GetCount(); ++c)
+          for (int column = 0; column < 3; ++column)
+            for (int r = 0; r < 3; ++r)
+              ASSERT_TRUE(tests::SameBits(sets[p].mClusters[c]->mGlobalR.m[column][r],
+                                          state.mClusters[p].mClusters[c]->mGlobalR.m[column][r]));
+      }
+    }
+  }
 }
 
 // --- Any number at once.

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -133,6 +134,35 @@ TEST(FaceSolver, EachFrameStandsForItself) {
   const FaceSolver::Frame again = Solve(solver, Grimace());
   EXPECT_EQ(WeightsOf(again), WeightsOf(first));
   EXPECT_EQ(again.residual_mm, first.residual_mm);
+}
+
+// A take's frames, however many, have the bits that a live stream has for each of them.
+TEST(FaceSolver, ManyFramesAreSolvedAsEachAlone) {
+  tests::Random random(9);
+  for (const mien::BrowMethod brows : {mien::BrowMethod::Fit, mien::BrowMethod::Core}) {
+    FaceSolver solver(PlainPerformer(), PlainFace(), brows);
+    for (const std::size_t frames : {0u, 1u, 7u, 8u, 31u, 32u, 33u, 100u}) {
+      const std::size_t markers = solver.Markers().size();
+      std::vector<Point> places;
+      for (std::size_t f = 0; f < frames; ++f)
+        for (const Point& p : Places(solver, Grimace()))
+          places.push_back(
+              {p.x + random.Between(-4, 4), p.y + random.Between(-4, 4), p.z + random.Between(-4, 4)});
+      std::vector<double> weights(frames * 23);
+      std::vector<std::array<double, 9>> residual_mm(frames);
+      solver.SolveFrames(places, weights, residual_mm);
+      for (std::size_t f = 0; f < frames; ++f) {
+        const auto first = places.begin() + static_cast<std::ptrdiff_t>(f * markers);
+        const FaceSolver::Frame& alone =
+            solver.Solve(std::vector<Point>(first, first + static_cast<std::ptrdiff_t>(markers)));
+        std::size_t column = f * 23;
+        for (const auto& [part, slot, name] : mien::TemplateColumns())
+          ASSERT_EQ(weights[column++], alone.weights.mParts[part].mWeights[slot])
+              << name << " in frame " << f;
+        ASSERT_EQ(residual_mm[f], alone.residual_mm) << f;
+      }
+    }
+  }
 }
 
 TEST(FaceSolver, SolvesAPerformerWithAsManyMarkersAsTheFaceHolds) {

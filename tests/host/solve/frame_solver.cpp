@@ -147,8 +147,8 @@ TEST(FrameSolver, HoldsALostHeadAndRestsTheFace) {
   const SolvedFrame lost = solver.Solve(MarkersOf(take, 1, solver));
   EXPECT_FALSE(lost.head_known);
   EXPECT_EQ(lost.head, seen);
-  FrameSolver fresh(PlainPerformer(), PlainFace());
-  const auto at_rest = fresh.SolveFace(fresh.Face().RestPlaces());
+  mien::FaceSolver fresh(PlainPerformer(), PlainFace());
+  const auto at_rest = fresh.Solve(fresh.RestPlaces());
   for (int p = 0; p < 9; ++p)
     EXPECT_TRUE(std::equal(std::begin(lost.face.weights.mParts[p].mWeights),
                            std::end(lost.face.weights.mParts[p].mWeights),
@@ -166,7 +166,8 @@ TEST(FrameSolver, AMarkerThatIsNotSeenIsAtItsPlaceOnTheNeutralFace) {
   hidden.head = at_rest.head;
   for (std::size_t m = 0; m < hidden.face.size(); ++m) hidden.face[m].reset();
   const auto rested = solver.Solve(hidden).face.residual_mm;
-  EXPECT_EQ(rested, solver.SolveFace(solver.Face().RestPlaces()).residual_mm);
+  mien::FaceSolver face(PlainPerformer(), PlainFace());
+  EXPECT_EQ(rested, face.Solve(face.RestPlaces()).residual_mm);
 }
 
 // A head that cannot be found is taken as still, as in a take.

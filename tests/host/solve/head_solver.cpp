@@ -2,6 +2,7 @@
 
 #include "host/performer/neutral_head.h"
 #include "tests/host/rigid_face.h"
+#include "tests/host/same_bits.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -161,4 +162,31 @@ TEST(HeadSolver, NamesTheHeadMarkersThatTheNeutralPoseLacks) {
   NeutralPose neutral = RigidFace();
   neutral.erase("H2"), neutral.erase("EyeInL");
   EXPECT_THAT(Solver(&rigid, RigidPerformer(), neutral).LeftOut(), ElementsAre("H2"));
+}
+
+// With the fit and without it, in frames that show everything, too little, and a marker that slipped.
+TEST(HeadSolver, SolvesManyFramesAsItSolvesEach) {
+  tests::Random random(96);
+  const RigidHead rigid = Learned();
+  for (const RigidHead* const by : {&rigid, static_cast<const RigidHead*>(nullptr)}) {
+    HeadSolver solver = Solver(by);
+    std::vector<RigidBody::Points> frames;
+    mien::Take markers(solver.Markers());
+    for (std::size_t f = 0; f < 21; ++f) {
+      frames.push_back(Seen(solver, AnyMotion(random)));
+      if (f % 4 == 1) frames.back()[f % 5].reset();
+      if (auto& slipped = frames.back()[f % 3]; slipped && f % 5 == 2) slipped->x += 15;
+      if (f % 7 == 3) frames.back().assign(frames.back().size(), std::nullopt);
+      markers.AddFrame(static_cast<std::int64_t>(f), static_cast<double>(f));
+      for (std::size_t m = 0; m < frames.back().size(); ++m)
+        if (const auto& p = frames.back()[m]) markers.Set(f, m, *p);
+    }
+    std::size_t count = 0;
+    solver.SolveAll(markers, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
+      ++count;
+      EXPECT_TRUE(tests::SameBits(head, solver.Solve(frames[f]))) << f;
+      EXPECT_EQ(head.has_value(), f % 7 != 3) << f;
+    });
+    EXPECT_EQ(count, frames.size());
+  }
 }

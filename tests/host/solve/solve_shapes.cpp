@@ -72,7 +72,7 @@ struct Solved {
 
   double At(std::size_t frame, const std::string& shape) const {
     const auto s = std::find(fitted.names.begin(), fitted.names.end(), shape) - fitted.names.begin();
-    return fitted.weights.at(frame * fitted.names.size() + static_cast<std::size_t>(s));
+    return fitted.weights[frame * fitted.names.size() + static_cast<std::size_t>(s)];
   }
 };
 

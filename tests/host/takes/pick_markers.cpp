@@ -79,3 +79,12 @@ TEST(PickMarkers, MayPickNoneOrAllOrOneTwice) {
   for (std::size_t f = 0; f < take.FrameCount(); ++f)
     EXPECT_TRUE(tests::Same(twice.At(f, 0), twice.At(f, 1))) << f;
 }
+
+TEST(WithoutFrames, HasTheMarkersAndTheAxesAlone) {
+  const Take take = FullTake(), none = mien::WithoutFrames(take, {3, 0});
+  EXPECT_THAT(none.markers, ElementsAre("D", "A"));
+  EXPECT_EQ(none.FrameCount(), 0u);
+  EXPECT_EQ(none.name, take.name);
+  EXPECT_EQ(none.axes, take.axes);
+  EXPECT_EQ(none.rate, take.rate);
+}
