@@ -35,15 +35,7 @@ struct BatchEvents {
 /// were stopped or never begun have no event.
 void RunBatch(const Batch& batch, const BatchEvents& events);
 
-/// Calls `work` for each index below `count`, on so many threads; fewer where the system gives no more. The
-/// number of the thread comes first. `work` must not throw.
-void OnThreads(std::size_t threads, std::size_t count,
-               const std::function<void(std::size_t thread, std::size_t index)>& work);
-
 /// Makes the folders that outputs go into and that are missing. Where that fails the line will say so.
 void MakeOutputFolders(const std::vector<BatchLine>& lines);
-
-/// The processors that this process may use.
-std::size_t UsableProcessors();
 
 } // namespace mien

@@ -1,3 +1,4 @@
+#include "host/base/parallel.h"
 #include "host/base/text.h"
 #include "host/batch/batch_line.h"
 #include "host/batch/cost.h"
@@ -171,7 +172,7 @@ void RunBatchCommand(const BatchOptions& options, Output& output) {
                  .job_of = [&reader](const BatchLine& line) { return reader.JobOf(line); }};
   if (options.threads && (*options.threads < 1 || *options.threads > kMostThreads))
     throw UsageError("jobs", fmt::format("{} is not from 1 to {}", *options.threads, kMostThreads));
-  batch.threads = options.threads ? static_cast<std::size_t>(*options.threads) : UsableProcessors();
+  batch.threads = options.threads ? static_cast<std::size_t>(*options.threads) : AvailableThreads();
   SetCosts(batch.lines);
   if (options.shard.count > 1)
     batch.lines = ShardOf(std::move(batch.lines), options.shard.index, options.shard.count);

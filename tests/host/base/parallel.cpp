@@ -14,6 +14,19 @@
 
 using mien::ForRanges;
 
+TEST(OnThreads, EachIndexIsWorkedOnOnceByAThreadOfANumberBelowTheirs) {
+  for (const std::size_t threads : {1U, 2U, 9U}) {
+    std::vector<std::atomic<int>> times(50);
+    std::atomic<bool> fits = true;
+    mien::OnThreads(threads, times.size(), [&](std::size_t thread, std::size_t index) {
+      ++times[index];
+      if (thread >= threads) fits = false;
+    });
+    for (const std::atomic<int>& count : times) EXPECT_EQ(count, 1);
+    EXPECT_TRUE(fits);
+  }
+}
+
 TEST(ForRanges, EveryIndexIsInOneRangeForAnyNumberOfThreads) {
   for (const std::size_t threads : {0U, 1U, 2U, 7U, 50U})
     for (const std::size_t count : {0U, 1U, 9U, 10U, 11U, 1000U}) {

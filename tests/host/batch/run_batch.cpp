@@ -120,17 +120,3 @@ TEST_F(RunBatchTest, StopsWithinTheLinesThatRun) {
   EXPECT_FALSE(Has("out/3.csv"));
   EXPECT_THAT(Outputs(), SizeIs(4)) << "of two lines; no part files";
 }
-
-TEST_F(RunBatchTest, EachIndexIsWorkedOnOnce) {
-  for (const std::size_t threads : {1u, 2u, 9u}) {
-    std::vector<std::atomic<int>> times(50);
-    std::atomic<bool> fits = true;
-    mien::OnThreads(threads, times.size(), [&](std::size_t thread, std::size_t index) {
-      ++times[index];
-      if (thread >= threads) fits = false;
-    });
-    for (const std::atomic<int>& count : times) EXPECT_EQ(count, 1);
-    EXPECT_TRUE(fits);
-  }
-  EXPECT_GE(mien::UsableProcessors(), 1u);
-}
