@@ -146,6 +146,11 @@ struct Take {
             HasSightings() ? sightings_.subspan(first, count) : std::span<Sighting>()};
   }
 
+  /// All positions and their origins, frame by frame (size: frames x markers), for a reader outside. The position of a
+  /// gap has no meaning. Valid until the next AddFrame.
+  const Point* Positions() const { return positions_.data(); }
+  const Origin* Origins() const { return origins_.data(); }
+
   /// Index of the marker with exactly this name, letter case included: some takes have two markers
   /// "Rcheek_up" and "Rcheek_Up". Of equal names the first.
   std::optional<std::size_t> FindMarker(std::string_view marker) const {
