@@ -432,7 +432,12 @@ typedef enum mien_animation_array {
   MIEN_ANIMATION_LOCAL_SCALES = 9,         /**< double, frames x clusters x 3 */
   MIEN_ANIMATION_GLOBAL_TRANSLATIONS = 10, /**< double, frames x clusters x 3: in the character's space */
   MIEN_ANIMATION_GLOBAL_ROTATIONS = 11,    /**< double, frames x clusters x 3 x 3 */
-  MIEN_ANIMATION_GLOBAL_SCALES = 12        /**< double, frames x clusters x 3 */
+  MIEN_ANIMATION_GLOBAL_SCALES = 12,       /**< double, frames x clusters x 3 */
+  /** double, frames of the take x 9: how far the markers of each part of the face are from what the weights give back,
+   * in millimetres; NaN where the part rests. 0 frames for retargeted weights. */
+  MIEN_ANIMATION_RESIDUALS = 13,
+  MIEN_ANIMATION_HEAD_KNOWN =
+      14 /**< uint8, frames of the take: whether the markers show the head; likewise */
 } mien_animation_array;
 /** #MIEN_ANIMATION_HEAD_MOTION is computed at the first call for it, which counts as a change of the handle. */
 MIEN_HOST_API mien_status mien_animation_get_array(mien_animation* animation, mien_animation_array which,

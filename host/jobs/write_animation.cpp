@@ -56,6 +56,16 @@ std::size_t ValuesOf(const AnimationLayout& layout, AnimationFormat format) {
 
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
                                 AnimationOutput output, const JobProgress& progress) {
+  WrittenAnimation written;
+  const std::string path = output.path;
+  WriteWhole(path, [&](std::ostream& out) {
+    written = WriteAnimation(animation, character, std::move(output), out, progress);
+  });
+  return written;
+}
+
+WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
+                                AnimationOutput output, std::ostream& to, const JobProgress& progress) {
   const AnimationLayout& layout = animation.layout;
   WrittenAnimation written;
   written.path = output.path;
@@ -89,9 +99,7 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
     }
   };
   const std::size_t values = ValuesOf(layout, output.format) * animation.frames.size();
-  WriteWhole(output.path, [&](std::ostream& out) {
-    WriteWithProgress(out, values, values > 0 ? progress : nullptr, write);
-  });
+  WriteWithProgress(to, values, values > 0 ? progress : nullptr, write);
   if (written.head) written.missing_shapes = MissedShapes(*written.head, animation, character);
   return written;
 }

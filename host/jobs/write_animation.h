@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -49,5 +50,10 @@ struct WrittenAnimation {
 /// one. Of the stages `progress` gets the writing, of formats that are text. Throws InputError.
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
                                 AnimationOutput output, const JobProgress& progress = nullptr);
+
+/// The same to a stream; `output.path` is its name for messages. What is written before a failure stays written.
+WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
+                                AnimationOutput output, std::ostream& out,
+                                const JobProgress& progress = nullptr);
 
 } // namespace mien
