@@ -82,7 +82,8 @@ public:
     return {data_ + first, count};
   }
 
-  /// Where all values are, for a reader outside: valid until the size changes. Touches none; see SpooledMemory.
+  /// Where all values are, for a reader outside: valid until the size changes. Touches none; see
+  /// SpooledMemory.
   const T* data() const { return data_; }
 
   /// All values: for those of which a recording has few per frame.

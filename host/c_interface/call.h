@@ -14,7 +14,8 @@ namespace mien {
 /// That the caller's progress callback asked to stop.
 struct CallCancelled {};
 
-/// Turns the exception that is being handled into a status and, unless `errors` is null, a list. Never throws.
+/// Turns the exception that is being handled into a status and, unless `errors` is null, a list. Never
+/// throws.
 mien_status ReportException(mien_messages** errors) noexcept;
 
 /// Whether this is the list that stands for all errors when there is no memory for one: it is never freed.
@@ -42,14 +43,15 @@ auto CallNew(mien_messages** errors, const Body& body) noexcept -> typename decl
   }
 }
 
-/// The caller's callback as a job calls it; null without one. The callback is called for a part of the reports only.
-/// Throws a UsageError where the struct is none.
+/// The caller's callback as a job calls it; null without one. The callback is called for a part of the
+/// reports only. Throws a UsageError where the struct is none.
 JobProgress ProgressOf(const mien_progress* progress);
 
 /// A text of the caller. Throws a UsageError where it is null, empty or not UTF-8.
 std::string RequireText(const char* text, const char* argument);
 
-/// The path of a file, and not of a standard stream, which a library leaves to its program. Throws a UsageError.
+/// The path of a file, and not of a standard stream, which a library leaves to its program. Throws a
+/// UsageError.
 std::string RequirePath(const char* path, const char* argument);
 
 /// What RequirePath refuses.

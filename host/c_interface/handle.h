@@ -10,8 +10,8 @@
 
 namespace mien {
 
-/// What every handle begins with: a word that says which kind it is, so that a handle of another kind and one that was
-/// freed are recognised. `Self` has `kKind`, its name in the header, and `kWord`.
+/// What every handle begins with: a word that says which kind it is, so that a handle of another kind and one
+/// that was freed are recognised. `Self` has `kKind`, its name in the header, and `kWord`.
 template <class Self>
 class Handle {
 public:

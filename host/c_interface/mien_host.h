@@ -6,25 +6,28 @@
  * The C interface of mien: recorded faces in, animations of characters out, in a program of any language.
  * C11, and C++ as well. docs/c-interface.md has the concepts and complete programs.
  *
- * **Handles.** All objects are opaque. What a function named `..._new`, `..._read`, `..._solve` and the like
- * returns belongs to the caller, who frees it with the function of its kind; freeing NULL does nothing. Other
- * pointers that functions return belong to a handle and are valid as long as it exists, unless stated otherwise.
- * No handle needs another one to stay: a solve may outlive its take, its performer and its character.
+ * **Handles.** All objects are opaque. What a function named `..._new`, `..._read`, `..._solve` and the
+ * like returns belongs to the caller, who frees it with the function of its kind; freeing NULL does
+ * nothing. Other pointers that functions return belong to a handle and are valid as long as it exists,
+ * unless stated otherwise. No handle needs another one to stay: a solve may outlive its take, its
+ * performer and its character.
  *
- * **Failures.** No exception leaves the library, and nothing is kept between calls outside handles. A function that
- * can fail returns NULL, or a status other than #MIEN_OK. Its last argument, `errors`, may be NULL; otherwise
- * it is set to a list of what is wrong, which the caller frees, or to NULL where nothing is. Calls that make no
- * sense are failures too, of #MIEN_USAGE: NULL where a handle must be, a handle of another kind, a size that does
- * not fit. A handle that was freed is recognised where its memory is not in use again, which nobody can promise.
+ * **Failures.** No exception leaves the library, and nothing is kept between calls outside handles. A
+ * function that can fail returns NULL, or a status other than #MIEN_OK. Its last argument, `errors`, may
+ * be NULL; otherwise it is set to a list of what is wrong, which the caller frees, or to NULL where
+ * nothing is. Calls that make no sense are failures too, of #MIEN_USAGE: NULL where a handle must be, a
+ * handle of another kind, a size that does not fit. A handle that was freed is recognised where its memory
+ * is not in use again, which nobody can promise.
  *
- * **Threads.** Any number of handles may be used on any threads at once. One handle is used by one thread at a time;
- * functions whose handle is `const` may run at once for the same handle.
+ * **Threads.** Any number of handles may be used on any threads at once. One handle is used by one thread
+ * at a time; functions whose handle is `const` may run at once for the same handle.
  *
- * **Structs** that may grow begin with `struct_size`, which the caller sets to the struct's size: the INIT macros do.
- * A library that is newer or older than the caller's header then fills or reads what both know.
+ * **Structs** that may grow begin with `struct_size`, which the caller sets to the struct's size: the INIT
+ * macros do. A library that is newer or older than the caller's header then fills or reads what both know.
  *
- * **Text** is UTF-8 and ends in a 0 byte. **Lengths** are millimetres, **times** seconds, **angles** radians, unless
- * stated otherwise. **Matrices** are for column vectors: element [row][column], the translation in column 3.
+ * **Text** is UTF-8 and ends in a 0 byte. **Lengths** are millimetres, **times** seconds, **angles**
+ * radians, unless stated otherwise. **Matrices** are for column vectors: element [row][column], the
+ * translation in column 3.
  */
 
 #include <stddef.h>
@@ -42,10 +45,11 @@
 extern "C" {
 #endif
 
-/** The version of this interface. It grows with additions; a change that breaks programs renames the library. */
+/** The version of this interface. It grows with additions; a change that breaks programs renames the
+ * library. */
 #define MIEN_HOST_VERSION 1
 
-/** The version of the interface that the loaded library has: at least that of the header it was built with. */
+/** The version of the interface that the loaded library has. */
 MIEN_HOST_API uint32_t mien_host_version(void);
 /** The version of mien: "0.1.0". */
 MIEN_HOST_API const char* mien_version(void);
@@ -115,8 +119,8 @@ typedef enum mien_type {
   MIEN_UINT8 = 2   /**< uint8_t */
 } mien_type;
 
-/** A view of values that a handle owns; nothing is copied. Element [i][j]... is at `(const char*)data + i * strides[0]
- * + j * strides[1] + ...`. Valid as long as the handle. */
+/** A view of values that a handle owns; nothing is copied. Element [i][j]... is at `(const char*)data + i *
+ * strides[0] + j * strides[1] + ...`. Valid as long as the handle. */
 typedef struct mien_array {
   size_t struct_size;
   const void* data; /**< NULL where there is no element */
@@ -141,8 +145,9 @@ typedef enum mien_stage {
 /** Reports how far a call is, on the thread that made the call, at most some hundred times per stage. */
 typedef struct mien_progress {
   size_t struct_size;
-  /** `done` of `total` bytes, frames or values; 0 of 0 where that is not known. Anything but 0 stops the call, which
-   * then fails with #MIEN_CANCELLED and leaves no file behind. It must not throw and not jump out. */
+  /** `done` of `total` bytes, frames or values; 0 of 0 where that is not known. Anything but 0 stops the
+   * call, which then fails with #MIEN_CANCELLED and leaves no file behind. It must not throw and not jump
+   * out. */
   int (*report)(void* user, mien_stage stage, size_t done, size_t total);
   void* user; /**< handed to `report` */
 } mien_progress;
@@ -152,8 +157,9 @@ typedef struct mien_progress {
 
 /** @name Settings
  * The options of the command `mien`, by their names without dashes: `mien solve --smooth 6` is
- * `mien_settings_set(settings, "smooth", "6", &errors)`. `mien SOLVE --help` and docs/ explain them. Options that name
- * what handles and arguments stand for here (the take, the performer, the output) do not exist. */
+ * `mien_settings_set(settings, "smooth", "6", &errors)`. `mien SOLVE --help` and docs/ explain them.
+ * Options that name what handles and arguments stand for here (the take, the performer, the output) do not
+ * exist. */
 /**@{*/
 typedef enum mien_step {
   MIEN_STEP_READ = 0, /**< reading a take: strict, face, input-rate, image, face-width, mirrored */
@@ -169,9 +175,9 @@ typedef enum mien_step {
 
 /** Settings of a step, all at their defaults. */
 MIEN_HOST_API mien_settings* mien_settings_new(mien_step step, mien_messages** errors);
-/** Sets an option, in place of what it was set to before. The value of a flag is "true" or "false". NULL sets the
- * default again. A value that the option does not take changes nothing and fails; so does an unknown name, and the
- * error has the nearest one. */
+/** Sets an option, in place of what it was set to before. The value of a flag is "true" or "false". NULL
+ * sets the default again. A value that the option does not take changes nothing and fails; so does an
+ * unknown name, and the error has the nearest one. */
 MIEN_HOST_API mien_status mien_settings_set(mien_settings* settings, const char* name, const char* value,
                                             mien_messages** errors);
 /** Adds a value to an option that may be given several times, such as "expression". */
@@ -201,16 +207,18 @@ MIEN_HOST_API mien_status mien_settings_free(mien_settings* settings);
 /** @name Takes */
 /**@{*/
 
-/** Reads a file: C3D, TRC, landmarks or markers as CSV or JSON; its content decides. `settings` (#MIEN_STEP_READ) and
- * `progress` may be NULL here and everywhere. */
+/** Reads a file: C3D, TRC, landmarks or markers as CSV or JSON; its content decides. `settings`
+ * (#MIEN_STEP_READ) and `progress` may be NULL here and everywhere. */
 MIEN_HOST_API mien_take* mien_take_read(const char* path, const mien_settings* settings,
                                         const mien_progress* progress, mien_messages** errors);
-/** The same from a file's bytes, which are not needed afterwards. `name` is the file's name for messages and titles. */
+/** The same from a file's bytes, which are not needed afterwards. `name` is the file's name for messages
+ * and titles. */
 MIEN_HOST_API mien_take* mien_take_read_memory(const void* bytes, size_t size, const char* name,
                                                const mien_settings* settings, const mien_progress* progress,
                                                mien_messages** errors);
 
-/** A take that a program holds in memory. Strides are bytes; a stride of 0 stands for that of consecutive doubles. */
+/** A take that a program holds in memory. Strides are bytes; a stride of 0 stands for that of consecutive
+ * doubles. */
 typedef struct mien_take_arrays {
   size_t struct_size;
   const char* name;           /**< for titles and messages; NULL: "take" */
@@ -230,7 +238,8 @@ typedef struct mien_take_arrays {
 #define MIEN_TAKE_ARRAYS_INIT                                                                                \
   { .struct_size = sizeof(mien_take_arrays) }
 
-/** A copy of the arrays as a take. Positions that are infinite, or beyond a kilometre, become gaps with a note. */
+/** A copy of the arrays as a take. Positions that are infinite, or beyond a kilometre, become gaps with a
+ * note. */
 MIEN_HOST_API mien_take* mien_take_from_arrays(const mien_take_arrays* arrays, mien_messages** errors);
 
 typedef enum mien_take_array {
@@ -277,8 +286,8 @@ MIEN_HOST_API mien_status mien_take_event(const mien_take* take, size_t index, m
 /** What the reader noticed or corrected. Belongs to the take; NULL for NULL. */
 MIEN_HOST_API const mien_messages* mien_take_notes(const mien_take* take);
 
-/** Writes .c3d, .trc or .csv, by the path's ending. The file is read back and compared before it gets its name. `lost`,
- * if not NULL, is set to notes on what the format cannot hold, which the caller frees. */
+/** Writes .c3d, .trc or .csv, by the path's ending. The file is read back and compared before it gets its
+ * name. `lost`, if not NULL, is set to notes on what the format cannot hold, which the caller frees. */
 MIEN_HOST_API mien_status mien_take_write(const mien_take* take, const char* path,
                                           const mien_settings* settings, const mien_progress* progress,
                                           mien_messages** lost, mien_messages** errors);
@@ -292,13 +301,14 @@ MIEN_HOST_API mien_status mien_take_free(mien_take* take);
 /** @name Performers */
 /**@{*/
 
-/** A built-in performer by its name, such as "landmarks68" or "landmarks478", or a performer file by its path. */
+/** A built-in performer by its name, such as "landmarks68" or "landmarks478", or a performer file by its
+ * path. */
 MIEN_HOST_API mien_performer* mien_performer_load(const char* name_or_path, mien_messages** errors);
 /** A performer file's text. `name` is its name for messages. */
 MIEN_HOST_API mien_performer* mien_performer_from_json(const char* json, size_t size, const char* name,
                                                        mien_messages** errors);
-/** The performer with the neutral face of a take (`mien performer`). `settings` (#MIEN_STEP_CALIBRATE): neutral,
- * head-fit, name. */
+/** The performer with the neutral face of a take (`mien performer`). `settings` (#MIEN_STEP_CALIBRATE):
+ * neutral, head-fit, name. */
 MIEN_HOST_API mien_performer* mien_performer_with_neutral(const mien_performer* performer,
                                                           const mien_take* take,
                                                           const mien_settings* settings,
@@ -308,8 +318,8 @@ MIEN_HOST_API mien_performer* mien_performer_with_neutral(const mien_performer* 
  * (#MIEN_STEP_CALIBRATE): neutral, name. */
 MIEN_HOST_API mien_performer* mien_performer_guess(const mien_take* take, const mien_settings* settings,
                                                    const mien_progress* progress, mien_messages** errors);
-/** The performer with the neutral face and the ranges that takes show (`mien calibrate`). With the setting "poses", the
- * first take is a guided one. */
+/** The performer with the neutral face and the ranges that takes show (`mien calibrate`). With the setting
+ * "poses", the first take is a guided one. */
 MIEN_HOST_API mien_performer* mien_performer_calibrate(const mien_performer* performer,
                                                        const mien_take* const* takes, size_t take_count,
                                                        const mien_settings* settings,
@@ -321,7 +331,7 @@ MIEN_HOST_API size_t mien_performer_marker_count(const mien_performer* performer
 MIEN_HOST_API const char* mien_performer_marker(const mien_performer* performer, size_t index);
 /** A performer file's text. */
 MIEN_HOST_API mien_text* mien_performer_to_json(const mien_performer* performer, mien_messages** errors);
-/** What the call noticed that made it: on the neutral face, the poses, the guess. Belongs to the performer. */
+/** What the call that made it noticed: on the neutral face, the poses, the guess. Belongs to the performer. */
 MIEN_HOST_API const mien_messages* mien_performer_notes(const mien_performer* performer);
 
 /** What calibration found out about one template. */
@@ -351,8 +361,8 @@ MIEN_HOST_API mien_character* mien_character_load(const char* name_or_path, mien
 /** A character file's text. `name` is its name for messages. */
 MIEN_HOST_API mien_character* mien_character_from_json(const char* json, size_t size, const char* name,
                                                        mien_messages** errors);
-/** A first character for a head, from the names of the morph targets of a .glb (`mien character from-glb`). `name` is
- * the character's; NULL: the file's name. */
+/** A first character for a head, from the names of the morph targets of a .glb (`mien character from-glb`).
+ * `name` is the character's; NULL: the file's name. */
 MIEN_HOST_API mien_character* mien_character_from_head(const char* path, const char* name,
                                                        mien_messages** errors);
 /** A first character for shapes of these names. */
@@ -379,18 +389,20 @@ MIEN_HOST_API mien_animation* mien_solve(const mien_take* take, const mien_perfo
                                          const mien_character* character, const mien_settings* settings,
                                          const mien_progress* progress, mien_messages** errors);
 
-/** Recorded weights from a file, cleaned and put onto a character if one is given (`mien retarget`). `settings`:
- * #MIEN_STEP_RETARGET. */
+/** Recorded weights from a file, cleaned and put onto a character if one is given (`mien retarget`).
+ * `settings`: #MIEN_STEP_RETARGET. */
 MIEN_HOST_API mien_animation* mien_retarget(const char* path, const mien_character* character,
                                             const mien_settings* settings, const mien_progress* progress,
                                             mien_messages** errors);
-/** The same from a file's bytes, which are not needed afterwards. `name` is the file's name for messages and titles. */
+/** The same from a file's bytes, which are not needed afterwards. `name` is the file's name for messages
+ * and titles. */
 MIEN_HOST_API mien_animation* mien_retarget_memory(const void* bytes, size_t size, const char* name,
                                                    const mien_character* character,
                                                    const mien_settings* settings,
                                                    const mien_progress* progress, mien_messages** errors);
 
-/** Weights that a program holds in memory. Strides are bytes; a stride of 0 stands for that of consecutive doubles. */
+/** Weights that a program holds in memory. Strides are bytes; a stride of 0 stands for that of consecutive
+ * doubles. */
 typedef struct mien_weight_arrays {
   size_t struct_size;
   const char* name;         /**< for titles and messages; NULL: "weights" */
@@ -419,13 +431,13 @@ typedef enum mien_animation_array {
   MIEN_ANIMATION_TIMES = 1,         /**< double, frames: seconds, as in the take */
   MIEN_ANIMATION_WEIGHTS = 2,       /**< double, frames x templates */
   MIEN_ANIMATION_SHAPE_WEIGHTS = 3, /**< double, frames x shapes */
-  /** double, frames x 4 x 4: from a face that looks along +z, x to its left, y up, to its place in the take */
+  /** double, frames x 4 x 4: from a face that looks along +z, x to its left, y up, to where it is */
   MIEN_ANIMATION_HEADS = 4,
-  /** double, frames x 4 x 4: the head's motion from the neutral pose, in the axes of the neutral face: x to its left,
-   * y up, z out of it. This is what files have. */
+  /** double, frames x 4 x 4: the head's motion from the neutral pose, in the axes of the neutral face: x to
+   * its left, y up, z out of it. This is what files have. */
   MIEN_ANIMATION_HEAD_MOTION = 5,
-  /** double, frames x 2 x 2, or 0 frames where it is not known where the eyes look: the left and the right eye's yaw
-   * (to the performer's left) and pitch (down) */
+  /** double, frames x 2 x 2, or 0 frames where it is not known where the eyes look: the left and the right
+   * eye's yaw (to the performer's left) and pitch (down) */
   MIEN_ANIMATION_EYES = 6,
   MIEN_ANIMATION_LOCAL_TRANSLATIONS = 7,   /**< double, frames x clusters x 3: relative to the part's root */
   MIEN_ANIMATION_LOCAL_ROTATIONS = 8,      /**< double, frames x clusters x 3 x 3 */
@@ -433,13 +445,14 @@ typedef enum mien_animation_array {
   MIEN_ANIMATION_GLOBAL_TRANSLATIONS = 10, /**< double, frames x clusters x 3: in the character's space */
   MIEN_ANIMATION_GLOBAL_ROTATIONS = 11,    /**< double, frames x clusters x 3 x 3 */
   MIEN_ANIMATION_GLOBAL_SCALES = 12,       /**< double, frames x clusters x 3 */
-  /** double, frames of the take x 9: how far the markers of each part of the face are from what the weights give back,
-   * in millimetres; NaN where the part rests. 0 frames for retargeted weights. */
+  /** double, frames of the take x 9: how far the markers of each part of the face are from what the weights
+   * give back, in millimetres; NaN where the part rests. 0 frames for retargeted weights. */
   MIEN_ANIMATION_RESIDUALS = 13,
   MIEN_ANIMATION_HEAD_KNOWN =
       14 /**< uint8, frames of the take: whether the markers show the head; likewise */
 } mien_animation_array;
-/** #MIEN_ANIMATION_HEAD_MOTION is computed at the first call for it, which counts as a change of the handle. */
+/** #MIEN_ANIMATION_HEAD_MOTION is computed at the first call for it, which counts as a change of the
+ * handle. */
 MIEN_HOST_API mien_status mien_animation_get_array(mien_animation* animation, mien_animation_array which,
                                                    mien_array* array, mien_messages** errors);
 
@@ -489,10 +502,10 @@ MIEN_HOST_API mien_status mien_animation_free(mien_animation* animation);
  * Solves frames as they arrive, without those that follow. A frame allocates nothing. */
 /**@{*/
 
-/** A solver for a performer. The neutral face is the performer's own; with `take`, a recording of the same markers, it is
- * found there unless the performer has one, and so is how the markers move with the skull. `take` and `character` may be
- * NULL. `settings`: #MIEN_STEP_SOLVE; those that need the frames that follow (smoothing, filling, output-rate) have no
- * effect. */
+/** A solver for a performer. The neutral face is the performer's own; with `take`, a recording of the same
+ * markers, it is found there unless the performer has one, and so is how the markers move with the skull.
+ * `take` and `character` may be NULL. `settings`: #MIEN_STEP_SOLVE; those that need the frames that follow
+ * (smoothing, filling, output-rate) have no effect. */
 MIEN_HOST_API mien_frame_solver* mien_frame_solver_new(const mien_performer* performer, const mien_take* take,
                                                        const mien_character* character,
                                                        const mien_settings* settings, mien_messages** errors);
@@ -516,8 +529,8 @@ typedef enum mien_frame_array {
   MIEN_FRAME_GLOBAL_ROTATIONS = 11,    /**< double, clusters x 3 x 3 */
   MIEN_FRAME_GLOBAL_SCALES = 12        /**< double, clusters x 3 */
 } mien_frame_array;
-/** Where the results are: the same memory for every frame, so that one call serves for the life of the solver. Before
- * the first frame it has the neutral face. */
+/** Where the results are: the same memory for every frame, so that one call serves for the life of the
+ * solver. Before the first frame it has the neutral face. */
 MIEN_HOST_API mien_status mien_frame_solver_get_array(const mien_frame_solver* solver, mien_frame_array which,
                                                       mien_array* array, mien_messages** errors);
 MIEN_HOST_API size_t mien_frame_solver_name_count(const mien_frame_solver* solver, mien_names which);
@@ -525,9 +538,10 @@ MIEN_HOST_API size_t mien_frame_solver_name_count(const mien_frame_solver* solve
 MIEN_HOST_API const char* mien_frame_solver_name(const mien_frame_solver* solver, mien_names which,
                                                  size_t index);
 
-/** Solves a frame and fills the arrays. `markers`: consecutive x, y, z of each marker, millimetres; NaN where it is not
- * seen (size: marker_count x 3). `time`: seconds, above that of the frame before. Fails for a `marker_count` that is not
- * the solver's, and for infinite positions and times; the arrays then stay as they are. */
+/** Solves a frame and fills the arrays. `markers`: consecutive x, y, z of each marker, millimetres; NaN
+ * where it is not seen (size: marker_count x 3). `time`: seconds, above that of the frame before. Fails
+ * for a `marker_count` that is not the solver's, and for infinite positions and times; the arrays then
+ * stay as they are. */
 MIEN_HOST_API mien_status mien_frame_solver_solve(mien_frame_solver* solver, const double* markers,
                                                   size_t marker_count, double time, mien_messages** errors);
 MIEN_HOST_API mien_status mien_frame_solver_free(mien_frame_solver* solver);

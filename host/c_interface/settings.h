@@ -16,8 +16,8 @@
 
 namespace mien {
 
-/// What the options of all steps are read into. Those of the step count; the others keep their defaults. Members that
-/// name what handles stand for are not used.
+/// What the options of all steps are read into. Those of the step count; the others keep their defaults.
+/// Members that name what handles stand for are not used.
 struct StepSettings {
   ReadOptions reading;
   SolveJob solve;
@@ -60,7 +60,8 @@ private:
 
 namespace mien {
 
-/// The settings of a step: the caller's, or the defaults for null. Throws a UsageError for those of another step.
+/// The settings of a step: the caller's, or the defaults for null. Throws a UsageError for those of another
+/// step.
 const StepSettings& SettingsOf(const mien_settings* settings, mien_step step);
 
 } // namespace mien

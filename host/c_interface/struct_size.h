@@ -9,8 +9,8 @@
 
 namespace mien {
 
-// Structs of a caller who may know an older or a newer version of them. The size that version 1 has is the least; what a
-// newer caller knows beyond ours must be 0.
+// Structs of a caller who may know an older or a newer version of them. The size that version 1 has is the
+// least; what a newer caller knows beyond ours must be 0.
 
 /// Fills as much of a caller's struct as the caller knows. #MIEN_USAGE where it is none.
 template <class Struct>
@@ -24,7 +24,8 @@ mien_status FillStruct(Struct* out, const Struct& values, std::size_t least = si
   return MIEN_OK;
 }
 
-/// A caller's struct as we know it. Throws a UsageError where it is none. `argument` is its name in the header.
+/// A caller's struct as we know it. Throws a UsageError where it is none. `argument` is its name in the
+/// header.
 template <class Struct>
 Struct ReadStruct(const Struct* in, const char* argument, std::size_t least = sizeof(Struct)) {
   if (!in) throw UsageError(argument, "this is NULL");

@@ -17,8 +17,8 @@ void AddSolveOptions(Command& command, SolveJob& job);
 /// The same of `mien retarget`.
 void AddRetargetOptions(Command& command, RetargetJob& job);
 
-/// The options of `mien calibrate` that say how takes are measured: not those that name files and read takes, but
-/// --poses.
+/// The options of `mien calibrate` that say how takes are measured: not those that name files and read takes,
+/// but --poses.
 void AddMeasuringOptions(Command& command, CalibrateJob& job);
 
 /// The options of `mien convert` that say which part of a take is written.

@@ -12,8 +12,8 @@
 
 namespace mien {
 
-/// A performer who is calibrated with takes in memory, one after the other. Of the job's settings, the members count
-/// that name neither takes nor what is read and written, but for the table of poses.
+/// A performer who is calibrated with takes in memory, one after the other. Of the job's settings, the
+/// members count that name neither takes nor what is read and written, but for the table of poses.
 class PerformerCalibration {
 public:
   /// `settings` must outlive it.
@@ -25,7 +25,8 @@ public:
   /// Records the take that was added last as one of those that the ranges come from.
   void Record(CalibrationRecord::TakeFile take) { performer_.calibration.takes.push_back(std::move(take)); }
 
-  /// Measures the ranges. To be called once, after at least one take. Throws InputError where none is trusted.
+  /// Measures the ranges. To be called once, after at least one take. Throws InputError where none is
+  /// trusted.
   CalibrateResult Measure();
 
   /// The performer, calibrated after Measure.

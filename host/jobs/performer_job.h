@@ -28,8 +28,8 @@ struct PerformerJob {
 /// InputError; of Code::Usage where settings do not fit each other.
 Neutral Run(const PerformerJob& job, const JobProgress& progress = nullptr);
 
-/// Gives a performer the neutral face of a take in memory, and answers it. Of `settings`, the members count that are not
-/// files. Throws InputError.
+/// Gives a performer the neutral face of a take in memory, and answers it. Of `settings`, the members count
+/// that are not files. Throws InputError.
 Neutral TakeNeutral(const PerformerJob& settings, const Take& take, Performer& performer);
 
 } // namespace mien

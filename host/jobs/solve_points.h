@@ -39,8 +39,8 @@ void CheckSolve(const SolveJob& settings, AnimationFormat format);
 /// Throws a UsageError where the performer's ranges were measured with other settings.
 void CheckSolve(const SolveJob& settings, const Performer& performer);
 
-/// All that is done to a take between reading and writing: its neutral face, the head, the weights, the shapes,
-/// the output's rate. Throws InputError.
+/// All that is done to a take between reading and writing: its neutral face, the head, the weights, the
+/// shapes, the output's rate. Throws InputError.
 SolvedPoints SolvePoints(SolveInputs inputs, const JobProgress& progress = nullptr);
 
 } // namespace mien

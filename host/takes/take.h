@@ -146,8 +146,8 @@ struct Take {
             HasSightings() ? sightings_.subspan(first, count) : std::span<Sighting>()};
   }
 
-  /// All positions and their origins, frame by frame (size: frames x markers), for a reader outside. The position of a
-  /// gap has no meaning. Valid until the next AddFrame.
+  /// All positions and their origins, frame by frame (size: frames x markers), for a reader outside. The
+  /// position of a gap has no meaning. Valid until the next AddFrame.
   const Point* Positions() const { return positions_.data(); }
   const Origin* Origins() const { return origins_.data(); }
 
