@@ -204,6 +204,11 @@ MIEN_HOST_API mien_status mien_settings_option(const mien_settings* settings, si
 MIEN_HOST_API mien_status mien_settings_free(mien_settings* settings);
 /**@}*/
 
+/** Frames per second as a fraction, from text as the command takes it: "120", "30000/1001", or "29.97", which
+ * stands for the latter. Fails for what is no rate. */
+MIEN_HOST_API mien_status mien_rate_from_text(const char* text, int64_t* numerator, int64_t* denominator,
+                                              mien_messages** errors);
+
 /** @name Takes */
 /**@{*/
 
@@ -301,6 +306,8 @@ MIEN_HOST_API mien_status mien_take_free(mien_take* take);
 /** @name Performers */
 /**@{*/
 
+/** The name of a built-in performer, by index; NULL beyond the last. Valid as long as the library is loaded. */
+MIEN_HOST_API const char* mien_performer_built_in(size_t index);
 /** A built-in performer by its name, such as "landmarks68" or "landmarks478", or a performer file by its
  * path. */
 MIEN_HOST_API mien_performer* mien_performer_load(const char* name_or_path, mien_messages** errors);
@@ -331,7 +338,7 @@ MIEN_HOST_API size_t mien_performer_marker_count(const mien_performer* performer
 MIEN_HOST_API const char* mien_performer_marker(const mien_performer* performer, size_t index);
 /** A performer file's text. */
 MIEN_HOST_API mien_text* mien_performer_to_json(const mien_performer* performer, mien_messages** errors);
-/** What the call that made it noticed: on the neutral face, the poses, the guess. Belongs to the performer. */
+/** What the call that made it noticed: on the neutral face, the poses, the guess. */
 MIEN_HOST_API const mien_messages* mien_performer_notes(const mien_performer* performer);
 
 /** What calibration found out about one template. */
@@ -356,6 +363,8 @@ MIEN_HOST_API mien_status mien_performer_free(mien_performer* performer);
 /** @name Characters */
 /**@{*/
 
+/** The name of a built-in character, by index; NULL beyond the last. Valid as long as the library is loaded. */
+MIEN_HOST_API const char* mien_character_built_in(size_t index);
 /** A built-in character by its name, such as "arkit52" or "vrm1", or a character file by its path. */
 MIEN_HOST_API mien_character* mien_character_load(const char* name_or_path, mien_messages** errors);
 /** A character file's text. `name` is its name for messages. */
