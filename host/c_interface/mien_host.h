@@ -68,7 +68,7 @@ typedef struct mien_frame_solver mien_frame_solver; /**< solves one frame after 
 
 /** How a call went. */
 typedef enum mien_status {
-  MIEN_OK = 0,
+  MIEN_OK = 0,        /**< it succeeded */
   MIEN_INPUT = 1,     /**< a file or data is at fault */
   MIEN_USAGE = 2,     /**< the call, or a setting, is at fault */
   MIEN_LIMIT = 3,     /**< a stated limit is exceeded */
@@ -306,7 +306,7 @@ MIEN_HOST_API mien_status mien_take_free(mien_take* take);
 /** @name Performers */
 /**@{*/
 
-/** The name of a built-in performer, by index; NULL beyond the last. Valid as long as the library is loaded. */
+/** The name of a built-in performer, by index; NULL beyond the last. Valid while the library is loaded. */
 MIEN_HOST_API const char* mien_performer_built_in(size_t index);
 /** A built-in performer by its name, such as "landmarks68" or "landmarks478", or a performer file by its
  * path. */
@@ -363,7 +363,7 @@ MIEN_HOST_API mien_status mien_performer_free(mien_performer* performer);
 /** @name Characters */
 /**@{*/
 
-/** The name of a built-in character, by index; NULL beyond the last. Valid as long as the library is loaded. */
+/** The name of a built-in character, by index; NULL beyond the last. Valid while the library is loaded. */
 MIEN_HOST_API const char* mien_character_built_in(size_t index);
 /** A built-in character by its name, such as "arkit52" or "vrm1", or a character file by its path. */
 MIEN_HOST_API mien_character* mien_character_load(const char* name_or_path, mien_messages** errors);
