@@ -25,6 +25,9 @@
  * **Structs** that may grow begin with `struct_size`, which the caller sets to the struct's size: the INIT
  * macros do. A library that is newer or older than the caller's header then fills or reads what both know.
  *
+ * **Numbers** that stand for a choice are constants of an enumeration in an `int32_t`, so that a wrong one
+ * is an error and not undefined behaviour.
+ *
  * **Text** is UTF-8 and ends in a 0 byte. **Lengths** are millimetres, **times** seconds, **angles**
  * radians, unless stated otherwise. **Matrices** are for column vectors: element [row][column], the
  * translation in column 3.
@@ -67,7 +70,7 @@ typedef struct mien_frame_solver mien_frame_solver; /**< solves one frame after 
 /**@}*/
 
 /** How a call went. */
-typedef enum mien_status {
+enum {
   MIEN_OK = 0,        /**< it succeeded */
   MIEN_INPUT = 1,     /**< a file or data is at fault */
   MIEN_USAGE = 2,     /**< the call, or a setting, is at fault */
@@ -75,7 +78,8 @@ typedef enum mien_status {
   MIEN_MEMORY = 4,    /**< memory ran out */
   MIEN_CANCELLED = 5, /**< the progress callback stopped it */
   MIEN_INTERNAL = 6   /**< a defect of mien */
-} mien_status;
+};
+typedef int32_t mien_status;
 
 /** @name Messages */
 /**@{*/
@@ -113,11 +117,12 @@ MIEN_HOST_API mien_status mien_text_free(mien_text* text);
 
 /** @name Arrays */
 /**@{*/
-typedef enum mien_type {
+enum {
   MIEN_DOUBLE = 0, /**< double */
   MIEN_INT64 = 1,  /**< int64_t */
   MIEN_UINT8 = 2   /**< uint8_t */
-} mien_type;
+};
+typedef int32_t mien_type;
 
 /** A view of values that a handle owns; nothing is copied. Element [i][j]... is at `(const char*)data + i *
  * strides[0] + j * strides[1] + ...`. Valid as long as the handle. */
@@ -135,12 +140,13 @@ typedef struct mien_array {
 
 /** @name Progress */
 /**@{*/
-typedef enum mien_stage {
+enum {
   MIEN_READING = 0,   /**< a file's bytes */
   MIEN_PREPARING = 1, /**< finding the neutral face */
   MIEN_SOLVING = 2,   /**< frames */
   MIEN_WRITING = 3    /**< values */
-} mien_stage;
+};
+typedef int32_t mien_stage;
 
 /** Reports how far a call is, on the thread that made the call, at most some hundred times per stage. */
 typedef struct mien_progress {
@@ -161,7 +167,7 @@ typedef struct mien_progress {
  * Options that name what handles and arguments stand for here (the take, the performer, the output) do not
  * exist. */
 /**@{*/
-typedef enum mien_step {
+enum {
   MIEN_STEP_READ = 0, /**< reading a take: strict, face, input-rate, image, face-width, mirrored */
   MIEN_STEP_SOLVE =
       1, /**< `mien solve`: neutral, solver, basis, smooth, fill, output-rate, expression, ... */
@@ -171,7 +177,8 @@ typedef enum mien_step {
       3, /**< `mien calibrate`, `mien performer`: poses, name, neutral, head-fit, fill, smooth, ... */
   MIEN_STEP_CONVERT = 4, /**< writing a take: frames, markers, timecode */
   MIEN_STEP_WRITE = 5    /**< writing an animation: csv-style, templates, onto, head, eyes */
-} mien_step;
+};
+typedef int32_t mien_step;
 
 /** Settings of a step, all at their defaults. */
 MIEN_HOST_API mien_settings* mien_settings_new(mien_step step, mien_messages** errors);
@@ -247,17 +254,18 @@ typedef struct mien_take_arrays {
  * note. */
 MIEN_HOST_API mien_take* mien_take_from_arrays(const mien_take_arrays* arrays, mien_messages** errors);
 
-typedef enum mien_take_array {
+enum {
   MIEN_TAKE_POSITIONS = 0, /**< double, frames x markers x 3: millimetres; NaN in gaps */
   MIEN_TAKE_ORIGINS =
       1, /**< uint8, frames x markers: 0 gap, 1 measured, 2 computed by the program that wrote it */
   MIEN_TAKE_FRAMES = 2, /**< int64, frames: each frame's number in the file; rising, may skip */
   MIEN_TAKE_TIMES = 3   /**< double, frames: seconds; rising, not always from 0 */
-} mien_take_array;
+};
+typedef int32_t mien_take_array;
 MIEN_HOST_API mien_status mien_take_get_array(const mien_take* take, mien_take_array which, mien_array* array,
                                               mien_messages** errors);
 
-typedef enum mien_take_text {
+enum {
   MIEN_TAKE_NAME = 0,
   MIEN_TAKE_FILE = 1,    /**< its path as it was given */
   MIEN_TAKE_FORMAT = 2,  /**< "C3D" */
@@ -265,7 +273,8 @@ typedef enum mien_take_text {
   MIEN_TAKE_UNIT = 4,    /**< of lengths in the file: "m" */
   MIEN_TAKE_AXES = 5,    /**< what the format says about them: "+y up, ..." */
   MIEN_TAKE_TIMECODE = 6 /**< of the first frame: "10:02:59:29@30" */
-} mien_take_text;
+};
+typedef int32_t mien_take_text;
 /** "" where the take has none; NULL if the call makes no sense. */
 MIEN_HOST_API const char* mien_take_get_text(const mien_take* take, mien_take_text which);
 
@@ -435,7 +444,7 @@ MIEN_HOST_API mien_animation* mien_retarget_arrays(const mien_weight_arrays* arr
                                                    const mien_settings* settings,
                                                    const mien_progress* progress, mien_messages** errors);
 
-typedef enum mien_animation_array {
+enum {
   MIEN_ANIMATION_FRAMES = 0,        /**< int64, frames: numbers as in the take */
   MIEN_ANIMATION_TIMES = 1,         /**< double, frames: seconds, as in the take */
   MIEN_ANIMATION_WEIGHTS = 2,       /**< double, frames x templates */
@@ -459,32 +468,35 @@ typedef enum mien_animation_array {
   MIEN_ANIMATION_RESIDUALS = 13,
   MIEN_ANIMATION_HEAD_KNOWN =
       14 /**< uint8, frames of the take: whether the markers show the head; likewise */
-} mien_animation_array;
+};
+typedef int32_t mien_animation_array;
 /** #MIEN_ANIMATION_HEAD_MOTION is computed at the first call for it, which counts as a change of the
  * handle. */
 MIEN_HOST_API mien_status mien_animation_get_array(mien_animation* animation, mien_animation_array which,
                                                    mien_array* array, mien_messages** errors);
 
-typedef enum mien_names {
+enum {
   MIEN_TEMPLATE_NAMES = 0,     /**< "Mouth.Open": the columns of the weights */
   MIEN_SHAPE_NAMES = 1,        /**< "jawOpen": the columns of the shape weights */
   MIEN_CLUSTER_NAMES = 2,      /**< "jawBone" */
   MIEN_CLUSTER_PART_NAMES = 3, /**< of each cluster, the character's part that it belongs to */
   MIEN_FACE_PART_NAMES = 4     /**< "Mouth": the nine parts, in the order of residuals */
-} mien_names;
+};
+typedef int32_t mien_names;
 MIEN_HOST_API size_t mien_animation_name_count(const mien_animation* animation, mien_names which);
 /** NULL beyond the last. */
 MIEN_HOST_API const char* mien_animation_name(const mien_animation* animation, mien_names which,
                                               size_t index);
 
-typedef enum mien_animation_text {
+enum {
   MIEN_ANIMATION_TAKE = 0,      /**< the take's name */
   MIEN_ANIMATION_PERFORMER = 1, /**< the performer's name; empty for retargeted weights */
   MIEN_ANIMATION_CHARACTER = 2, /**< the character's name; empty without one */
   MIEN_ANIMATION_TIMECODE = 3,  /**< of the first frame: "10:02:59:29@30"; empty without one */
   MIEN_ANIMATION_REPORT = 4,    /**< what was done and how well it follows, as JSON: the command's --report */
   MIEN_ANIMATION_NEUTRAL = 5    /**< how the neutral face was found; empty for retargeted weights */
-} mien_animation_text;
+};
+typedef int32_t mien_animation_text;
 /** NULL if the call makes no sense. */
 MIEN_HOST_API const char* mien_animation_get_text(const mien_animation* animation, mien_animation_text which);
 
@@ -522,7 +534,7 @@ MIEN_HOST_API size_t mien_frame_solver_marker_count(const mien_frame_solver* sol
 /** A marker that ::mien_frame_solver_solve takes, by index, in its order; NULL beyond the last. */
 MIEN_HOST_API const char* mien_frame_solver_marker(const mien_frame_solver* solver, size_t index);
 
-typedef enum mien_frame_array {
+enum {
   MIEN_FRAME_WEIGHTS = 0,       /**< double, templates */
   MIEN_FRAME_SHAPE_WEIGHTS = 1, /**< double, shapes */
   MIEN_FRAME_HEAD = 2,          /**< double, 4 x 4: as #MIEN_ANIMATION_HEADS */
@@ -537,7 +549,8 @@ typedef enum mien_frame_array {
   MIEN_FRAME_GLOBAL_TRANSLATIONS = 10, /**< double, clusters x 3 */
   MIEN_FRAME_GLOBAL_ROTATIONS = 11,    /**< double, clusters x 3 x 3 */
   MIEN_FRAME_GLOBAL_SCALES = 12        /**< double, clusters x 3 */
-} mien_frame_array;
+};
+typedef int32_t mien_frame_array;
 /** Where the results are: the same memory for every frame, so that one call serves for the life of the
  * solver. Before the first frame it has the neutral face. */
 MIEN_HOST_API mien_status mien_frame_solver_get_array(const mien_frame_solver* solver, mien_frame_array which,

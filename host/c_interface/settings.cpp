@@ -120,10 +120,14 @@ void mien_settings::Parse() {
   std::vector<std::string> arguments;
   for (const Option& option : options)
     for (const std::string& text : option.texts) {
-      if (!option.description.type.empty())
-        arguments.insert(arguments.end(), {"--" + option.name, text});
-      else if (text == "true")
-        arguments.push_back("--" + option.name);
+      const std::string name = "--" + option.name;
+      if (option.description.type.empty()) {
+        if (text == "true") arguments.push_back(name);
+      } else if (text.empty()) { // the parser would take what follows for the value
+        arguments.insert(arguments.end(), {name, text});
+      } else {
+        arguments.push_back(fmt::format("{}={}", name, text));
+      }
     }
   values = {};
   parser_->Parse(arguments);

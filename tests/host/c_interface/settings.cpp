@@ -113,6 +113,6 @@ TEST(CSettings, OfAnotherStepAreRefused) {
   EXPECT_FALSE(mien_take_read("x.csv", SettingsOf(MIEN_STEP_SOLVE, {}).get(), nullptr, errors));
   EXPECT_EQ(errors.Status(), MIEN_USAGE);
   EXPECT_STREQ(errors.At(0).place, "settings");
-  EXPECT_FALSE(mien_settings_new(static_cast<mien_step>(99), errors));
+  EXPECT_FALSE(mien_settings_new(99, errors));
   EXPECT_EQ(errors.Status(), MIEN_USAGE);
 }
