@@ -33,6 +33,7 @@
  * translation in column 3.
  */
 
+/* NOLINTBEGIN(modernize-*): this is C */
 #include <stddef.h>
 #include <stdint.h>
 
@@ -572,5 +573,7 @@ MIEN_HOST_API mien_status mien_frame_solver_free(mien_frame_solver* solver);
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
+
+/* NOLINTEND(modernize-*) */
 
 #endif /* MIEN_HOST_H */

@@ -1,7 +1,7 @@
 #include "host/jobs/solve_job.h"
 
-#include "host/character/character_file.h"
 #include "host/base/text.h"
+#include "host/character/character_file.h"
 #include "host/files/mapped_file.h"
 #include "host/files/sha256.h"
 #include "host/files/standard_streams.h"
