@@ -20,32 +20,38 @@ import mien
 from mien._library import lib
 
 command, take_file, runs = sys.argv[1], sys.argv[2], int(sys.argv[3]) if len(sys.argv) > 3 else 7
-SCRIPT = ("import sys, mien\n"
-          "mien.solve(mien.read(sys.argv[1]), 'landmarks68', 'arkit52').write(sys.argv[2])\n")
+SCRIPT = ("import resource, sys, mien\n"
+          "user_seconds = lambda: resource.getrusage(resource.RUSAGE_SELF).ru_utime\n"
+          "imported = user_seconds()\n"
+          "mien.solve(mien.read(sys.argv[1]), 'landmarks68', 'arkit52').write(sys.argv[2])\n"
+          "print(user_seconds() - imported)\n")
 
 
 def user_seconds(arguments):
+    """Those of the whole process, and what it prints."""
     before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime
-    subprocess.run(arguments, check=True, stderr=subprocess.DEVNULL)
-    return resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before
+    done = subprocess.run(arguments, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    return resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before, done.stdout
 
 
 with tempfile.TemporaryDirectory() as folder:
     outputs = [os.path.join(folder, name) for name in ("command.csv", "python.csv")]
     calls = {
         "the command": [command, "solve", take_file, "-p", "landmarks68", "-c", "arkit52", "-o", outputs[0], "--quiet"],
-        "Python": [sys.executable, "-c", SCRIPT, take_file, outputs[1]],
-        "Python, import alone": [sys.executable, "-c", "import mien"]}
-    seconds = {name: [] for name in calls}
+        "Python, whole process": [sys.executable, "-c", SCRIPT, take_file, outputs[1]]}
+    seconds = {name: [] for name in (*calls, "Python after import")}
     for _ in range(runs):
         for name, arguments in calls.items():
-            seconds[name].append(user_seconds(arguments))
+            whole, printed = user_seconds(arguments)
+            seconds[name].append(whole)
+        seconds["Python after import"].append(float(printed))
     with open(outputs[0], "rb") as a, open(outputs[1], "rb") as b:
         assert a.read() == b.read(), "the files differ"
 medians = {name: statistics.median(times) for name, times in seconds.items()}
 for name, median in medians.items():
     print(f"{name:22} {median:8.3f} s of user time")
-print(f"Python over the command: {100 * (medians['Python'] / medians['the command'] - 1):+.1f} %")
+for name in list(medians)[1:]:
+    print(f"{name} over the command: {100 * (medians[name] / medians['the command'] - 1):+.1f} %")
 
 with open(take_file, "rb") as file:
     start = b"".join(file.readline() for _ in range(1001))

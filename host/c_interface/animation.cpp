@@ -75,6 +75,13 @@ mien_array ArrayOf(mien_animation& own, mien_animation_array which) {
   throw UsageError("which", "there is no such array");
 }
 
+/// Null where there is no memory for it.
+const char* ReportTextOf(const mien_animation& own) noexcept {
+  try {
+    return own.Report().c_str();
+  } catch (...) { return nullptr; }
+}
+
 } // namespace
 
 mien_status mien_animation_get_array(mien_animation* animation, mien_animation_array which, mien_array* array,
@@ -102,7 +109,7 @@ const char* mien_animation_get_text(const mien_animation* animation, mien_animat
   case MIEN_ANIMATION_TIMECODE:
     return animation->timecode.c_str();
   case MIEN_ANIMATION_REPORT:
-    return animation->report.c_str();
+    return ReportTextOf(*animation);
   case MIEN_ANIMATION_NEUTRAL:
     return animation->neutral.c_str();
   }

@@ -7,6 +7,8 @@
 #include "host/character/character.h"
 #include "host/solve/solve_report.h"
 
+#include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -25,8 +27,20 @@ struct mien_animation : mien::Handle<mien_animation> {
   const mien::LayoutNames names;
   const std::string timecode; ///< as text
 
-  std::string report, neutral;                          ///< as JSON; how it was found
+  /// Makes the report as JSON, which may take a third of the time of a solve: see Report.
+  std::function<std::string()> make_report;
+  std::string neutral;                                  ///< how it was found
   std::vector<mien::SolveReport::FrameQuality> quality; ///< (size: frames of the take, or 0)
   mien::LongVector<VgeAMatrix> head_motion;             ///< empty until somebody asks for it
   mien_messages notes;
+
+  /// The report, made at the first call, on any thread.
+  const std::string& Report() const {
+    std::call_once(report_made_, [this] { report_ = make_report(); });
+    return report_;
+  }
+
+private:
+  mutable std::once_flag report_made_;
+  mutable std::string report_;
 };

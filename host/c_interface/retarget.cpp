@@ -33,7 +33,7 @@ std::unique_ptr<mien_animation> Retarget(const mien_character* character, const 
   Animation animation = RetargetWeights(job, onto, result, progress);
   result.written.frames = animation.frames.size();
   auto answer = std::make_unique<mien_animation>(std::move(animation), onto, result.take.file);
-  answer->report = RetargetReportAsJson(job, result).Text() + "\n";
+  answer->make_report = [text = RetargetReportAsJson(job, result).Text() + "\n"] { return text; };
   answer->notes.Add(result.take.notes, result.take.file);
   if (result.landmarks) answer->notes.Add(result.landmarks->notes, result.landmarks->file);
   return answer;

@@ -9,22 +9,49 @@
 #include "host/jobs/take_timecode.h"
 #include "host/solve/solve_report_json.h"
 
+#include <memory>
 #include <optional>
 
 using namespace mien;
 
 namespace {
 
-std::string ReportOf(const SolveJob& job, const Take& take, const SolvedPoints& solved) {
-  const SolveRecord record = {.command = {},
-                              .files = {},
-                              .take = &take,
-                              .neutral = &solved.neutral,
-                              .options = &job.solve,
-                              .report = &solved.report,
-                              .output_rate = job.output_rate};
-  return SolveReportAsJson(record).Text() + "\n";
+/// What the report says of the take: all but the positions, which are the caller's.
+Take FactsOf(const Take& take) {
+  Take facts(take.markers);
+  facts.file = take.file;
+  facts.name = take.name;
+  facts.format = take.format;
+  facts.flavour = take.flavour;
+  facts.unit = take.unit;
+  facts.axes = take.axes;
+  facts.rate = take.rate;
+  facts.timecode = take.timecode;
+  facts.frames = take.frames;
+  facts.times = take.times;
+  facts.notes = take.notes;
+  return facts;
 }
+
+/// What a report is made from.
+struct ReportParts {
+  Take take; ///< without positions
+  Neutral neutral;
+  SolveReport report;
+  SolveOptions options;
+  std::optional<FrameRate> output_rate;
+
+  std::string AsJson() const {
+    const SolveRecord record = {.command = {},
+                                .files = {},
+                                .take = &take,
+                                .neutral = &neutral,
+                                .options = &options,
+                                .report = &report,
+                                .output_rate = output_rate};
+    return SolveReportAsJson(record).Text() + "\n";
+  }
+};
 
 std::unique_ptr<mien_animation> Solve(const SolveJob& job, const Take& take, const Performer& performer,
                                       const Character* character, const JobProgress& progress) {
@@ -40,10 +67,13 @@ std::unique_ptr<mien_animation> Solve(const SolveJob& job, const Take& take, con
                                      .keep_frames = true},
                                     progress);
   auto answer = std::make_unique<mien_animation>(std::move(solved.animation), character, take.file);
-  answer->report = ReportOf(job, take, solved);
   answer->neutral = solved.neutral.how;
   answer->notes.Add(solved.neutral.notes, take.file);
   answer->quality = std::move(solved.report.per_frame);
+  solved.report.per_frame.clear();
+  const auto parts = std::make_shared<const ReportParts>(ReportParts{
+      FactsOf(take), std::move(solved.neutral), std::move(solved.report), job.solve, job.output_rate});
+  answer->make_report = [parts] { return parts->AsJson(); };
   return answer;
 }
 
