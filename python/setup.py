@@ -39,7 +39,7 @@ def build_library() -> Path:
         build = str(OUT / "cmake")
         subprocess.run(
             ["cmake", "-S", str(ROOT), "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
-             "-DMIEN_BUILD_TESTS=OFF", *shlex.split(os.environ.get("CMAKE_ARGS", ""))],
+             "-DMIEN_BUILD_TESTS=OFF", "-DMIEN_BUILD_VIEWER=OFF", *shlex.split(os.environ.get("CMAKE_ARGS", ""))],
             check=True)
     subprocess.run(["cmake", "--build", build, "--target", "mien_host_c"], check=True)
     return Path(build) / "host" / "c_interface" / LIBRARY

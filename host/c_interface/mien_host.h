@@ -494,8 +494,9 @@ enum {
   MIEN_ANIMATION_PERFORMER = 1, /**< the performer's name; empty for retargeted weights */
   MIEN_ANIMATION_CHARACTER = 2, /**< the character's name; empty without one */
   MIEN_ANIMATION_TIMECODE = 3,  /**< of the first frame: "10:02:59:29@30"; empty without one */
-  MIEN_ANIMATION_REPORT = 4,    /**< what was done and how well it follows, as JSON: the command's --report */
-  MIEN_ANIMATION_NEUTRAL = 5    /**< how the neutral face was found; empty for retargeted weights */
+  /** what was done and how well it follows, as JSON: the command's --report. It is made at the first call */
+  MIEN_ANIMATION_REPORT = 4,
+  MIEN_ANIMATION_NEUTRAL = 5 /**< how the neutral face was found; empty for retargeted weights */
 };
 typedef int32_t mien_animation_text;
 /** NULL if the call makes no sense. */
