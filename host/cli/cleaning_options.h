@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/cli/command.h"
+#include "host/jobs/causal_job.h"
 #include "host/solve/solve_options.h"
 
 #include <optional>
@@ -20,5 +21,12 @@ void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& 
 /// --brows, --fill, --fill-head, --head-tolerance, --keep-slipped, --fade, --smooth and --smooth-weights.
 /// `options` must outlive the parsing.
 void AddCleaningOptions(Command& command, SolveOptions& options);
+
+/// --causal and what is only for it: --hold, --face-hold, --face-fade and --one-euro; for markers also --neutral-take
+/// and --learn. `job` must outlive the parsing.
+void AddCausalOptions(Command& command, CausalJob& job, bool markers);
+
+/// The same without --causal, for a stream, which is causal anyway.
+void AddStreamOptions(Command& command, CausalJob& job, bool markers);
 
 } // namespace mien

@@ -55,6 +55,7 @@ void AddSolveOptions(Command& command, SolveJob& job) {
       job.solve.level_lids);
   AddHeadFit(command, job.solve.head_fit);
   AddCleaningOptions(command, job.solve);
+  AddCausalOptions(command, job.causal, true);
   AddOutputRate(command, job.output_rate);
   AddTakeOptions(command, job.reading);
   AddTimecode(command, job.timecode);
@@ -112,6 +113,7 @@ void AddRetargetOptions(Command& command, RetargetJob& job) {
                    .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
                   job.swap_sides);
   AddWeightCleaning(command, job.fade_s, job.smooth_weights_hz, job.smooth_gaze_hz);
+  AddCausalOptions(command, job.causal, false);
   AddOutputRate(command, job.output_rate);
   AddReadingOptions(command, job.reading.strict, job.reading.face, job.reading.input_rate);
   AddMeshOptions(command, job.mesh);

@@ -9,6 +9,7 @@
 #include "host/files/sha256.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
+#include "host/jobs/causal_solve.h"
 #include "host/jobs/output_place.h"
 #include "host/jobs/retarget_report.h"
 #include "host/jobs/take_timecode.h"
@@ -151,6 +152,28 @@ Animation AnimationOf(const RetargetJob& job, bool character, RetargetResult& re
   return animation;
 }
 
+/// The weights solved frame by frame, with the shapes of a character, if there is one.
+Animation SolveStream(const RetargetJob& job, const std::optional<Character>& character,
+                      RetargetResult& result, const JobProgress& progress) {
+  WeightTake& take = result.take;
+  if (job.timecode) {
+    take.timecode = RequireTimecode(*job.timecode, take.rate);
+    take.timecode_offset_s = 0;
+  }
+  std::vector<Range> ranges;
+  if (!job.ranges.empty()) {
+    ranges = ReadRanges(ReadFile(job.ranges), InputName(job.ranges)).ranges;
+    WeightTake names; // what becomes of the ranges
+    names.names = take.names;
+    result.ranges = ApplyRanges(ranges, names);
+  }
+  CausallySolved solved = SolveCausally(job, take, ranges, character, progress);
+  result.causal = {solved.learning_frames, solved.lost_frames, solved.unknown_heads};
+  if (solved.animation.layout.shapes.empty() && !character && job.csv_style == CsvStyle::LiveLink)
+    throw UsageError("csv-style", "the file has weights of templates; name a --character for livelink");
+  return std::move(solved.animation);
+}
+
 /// The files that go into it; the hash of the weights is still missing.
 std::vector<ReportedFile> InputsOf(const RetargetJob& job) {
   std::vector<ReportedFile> files = {{"weights", job.weights, ""}};
@@ -169,6 +192,7 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   AnimationChoice choice = ChoiceOf(job);
   FormatOf(choice);
   CheckSettings(job);
+  CheckCausal(job);
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 
@@ -186,13 +210,16 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   if (progress) progress(JobStage::Preparing, 0, 0);
   if (result.take.HasTemplates() && !character && FormatOf(choice) == AnimationFormat::Vrma)
     character = LoadCharacter("vrm1");
-  Clean(job, result);
-  Animation animation = AnimationOf(job, character.has_value(), result, progress);
-  choice.has_shapes = character || !animation.layout.shapes.empty();
-  if (character) {
-    result.character = character->name;
-    SolveCharacter(animation, *character, job.expressions);
+  Animation animation;
+  if (job.causal.on) {
+    animation = SolveStream(job, character, result, progress);
+  } else {
+    Clean(job, result);
+    animation = AnimationOf(job, character.has_value(), result, progress);
+    if (character) SolveCharacter(animation, *character, job.expressions);
   }
+  choice.has_shapes = character || !animation.layout.shapes.empty();
+  if (character) result.character = character->name;
   animation.CheckFinite(InputName(job.weights));
   AnimationOutput output = OutputOf(choice);
   // The simple head has the shapes of a character.

@@ -13,6 +13,7 @@
 #include "host/fit/head_basis.h"
 #include "host/fit/head_landmarks.h"
 #include "host/fit/shape_basis.h"
+#include "host/jobs/causal_solve.h"
 #include "host/jobs/output_place.h"
 #include "host/jobs/read_points.h"
 #include "host/jobs/reported_files.h"
@@ -67,14 +68,16 @@ void CheckPlaces(const SolveJob& job) {
                       {"character", job.character},
                       {"onto", job.onto},
                       {"basis", job.basis},
-                      {"basis-landmarks", landmarks}});
+                      {"basis-landmarks", landmarks},
+                      {"neutral-take", job.causal.neutral_take}});
   const std::pair<const std::string&, std::string_view> inputs[] = {
       {job.take, "the take"},
       {job.performer, "the performer file"},
       {job.character, "the character file"},
       {job.onto, "the head"},
       {job.basis, "the basis"},
-      {landmarks, "the table of the basis's landmarks"}};
+      {landmarks, "the table of the basis's landmarks"},
+      {job.causal.neutral_take, "the neutral take"}};
   for (const auto& [input, what] : inputs) {
     RefuseOverwriting(job.output, input, what);
     RefuseOverwriting(job.report, input, what, "report");
@@ -179,6 +182,7 @@ void CheckSettings(const Performer& performer, const SolveOptions& options) {
 std::vector<ReportedFile> InputsOf(const SolveJob& job, AnimationFormat format) {
   std::vector<ReportedFile> files = {{"take", job.take, ""}};
   AddFile(files, "performer", job.performer, BuiltInPerformers());
+  AddFile(files, "neutral_take", job.causal.neutral_take);
   AddFile(files, "character", CharacterNameOf(job, format), BuiltInCharacters());
   AddFile(files, "head", job.onto);
   AddFile(files, "basis", job.basis);
@@ -259,6 +263,7 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   const AnimationFormat format = FormatOf(choice);
   CheckExpressions(job, format);
   CheckSolver(job, format);
+  CheckCausal(job);
   CheckWritable(job.output);
   for (const std::string& report : {job.report, job.frames_report, job.view})
     if (!report.empty()) CheckWritable(report);
@@ -286,20 +291,25 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   result.performer = performer.name;
   result.ranges = performer.ranges;
   if (!job.ranges) performer.ranges.clear();
-  Solution solution =
-      SolveParts(job, performer, basis ? &*basis : nullptr, character.has_value(), progress, result);
-  std::optional<FittedShapes>& fitted = solution.fitted;
-  const auto add_shapes = [&](Animation& animation) {
-    if (character) SolveCharacter(animation, *character, job.expressions, fitted ? &*fitted : nullptr);
-  };
-  if (character) result.character = character->name;
-
-  result.animation = std::move(solution.take.animation);
+  Solution solution;
   std::optional<Animation> own_frames; // which the page shows, whatever the output's rate
-  if (job.output_rate && !job.view.empty()) add_shapes(own_frames.emplace(result.animation));
-  if (job.output_rate)
-    Resample(result.animation, *job.output_rate, InputName(job.take), fitted ? &fitted->weights : nullptr);
-  add_shapes(result.animation);
+  if (job.causal.on) {
+    CausallySolved solved = SolveCausally(job, result.take, performer, character, basis, progress);
+    result.causal = {solved.learning_frames, solved.lost_frames, solved.unknown_heads};
+    result.animation = std::move(solved.animation);
+  } else {
+    solution = SolveParts(job, performer, basis ? &*basis : nullptr, character.has_value(), progress, result);
+    std::optional<FittedShapes>& fitted = solution.fitted;
+    const auto add_shapes = [&](Animation& animation) {
+      if (character) SolveCharacter(animation, *character, job.expressions, fitted ? &*fitted : nullptr);
+    };
+    result.animation = std::move(solution.take.animation);
+    if (job.output_rate && !job.view.empty()) add_shapes(own_frames.emplace(result.animation));
+    if (job.output_rate)
+      Resample(result.animation, *job.output_rate, InputName(job.take), fitted ? &fitted->weights : nullptr);
+    add_shapes(result.animation);
+  }
+  if (character) result.character = character->name;
   result.animation.CheckFinite(InputName(job.take));
   const std::optional<Glb> onto = job.view.empty() ? std::nullopt : output.onto;
   const HeadNodes nodes = output.nodes;

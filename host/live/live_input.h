@@ -45,7 +45,7 @@ struct LiveInput {
   double arrival_s = 0;                 ///< of the packet, on a monotonic clock
   std::optional<double> source_s;       ///< the source's own time, from any zero
   std::optional<LiveTimecode> timecode; ///< used for the time before `source_s` is
-  bool lost = false;                    ///< the source says that it does not see the face; the rest is not read
+  bool lost = false; ///< the source says that it does not see the face; the rest is not read
 
   /// LiveKind::Markers: in millimetres, right-handed axes of the source; nothing where not seen (size: names).
   /// Missing entries are not seen, surplus ones are not read.
@@ -54,8 +54,9 @@ struct LiveInput {
   /// LiveKind::Weights: NaN where missing (size: names, as above).
   std::vector<double> weights;
   std::optional<HeadAngles> head; ///< how the head is turned
-  std::optional<Point> head_place; ///< in millimetres from its place at rest: x to its left, y up, z out of the face
-  std::optional<Eyes> eyes;        ///< how the eyes are turned
+  std::optional<Point>
+      head_place;           ///< in millimetres from its place at rest: x to its left, y up, z out of the face
+  std::optional<Eyes> eyes; ///< how the eyes are turned
 };
 
 } // namespace mien

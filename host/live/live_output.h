@@ -23,12 +23,12 @@ struct LiveOutput {
   double timecode_offset_s = 0;     ///< by which the first frame is later than `timecode`
   double arrival_s = 0;             ///< of the packet that it was made of
 
-  std::vector<double> weights;         ///< of the templates (size: layout.templates; may be empty)
-  std::vector<double> shapes;          ///< of the character, or of the source (size: layout.shapes)
-  std::vector<ClusterTransform> local; ///< relative to their root (size: layout.clusters)
+  std::vector<double> weights;          ///< of the templates (size: layout.templates; may be empty)
+  std::vector<double> shapes;           ///< of the character, or of the source (size: layout.shapes)
+  std::vector<ClusterTransform> local;  ///< relative to their root (size: layout.clusters)
   std::vector<ClusterTransform> global; ///< in the character's space (size: layout.clusters)
-  VgeAMatrix head;        ///< from a face that looks along +z, x to its left, y up, to where the head is
-  VgeAMatrix head_motion; ///< from the neutral pose, in the neutral face's axes, millimetres
+  VgeAMatrix head;          ///< from a face that looks along +z, x to its left, y up, to where the head is
+  VgeAMatrix head_motion;   ///< from the neutral pose, in the neutral face's axes, millimetres
   std::optional<Eyes> eyes; ///< nothing where the source never shows where they look
 
   bool learning = false;   ///< the neutral face is not known yet: all weights are 0

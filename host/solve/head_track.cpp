@@ -19,8 +19,38 @@ namespace mien {
 
 namespace {
 
-/// Interpolates rigid transforms: `a` at fraction 0, `b` at 1; the turn is even, the path straight.
-VgeAMatrix Between(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
+void FillUnknown(const Take& take, HeadTrack& track) {
+  const std::size_t count = track.heads.size();
+  std::size_t last = count; // the last known frame; none yet
+  for (std::size_t f = 0; f < count; ++f) {
+    if (!track.known[f]) continue;
+    for (std::size_t i = last == count ? 0 : last + 1; i < f; ++i) {
+      const double fraction =
+          last == count ? 1 : (take.times[i] - take.times[last]) / (take.times[f] - take.times[last]);
+      track.heads[i] =
+          last == count ? track.heads[f] : RigidBetween(track.heads[last], track.heads[f], fraction);
+    }
+    last = f;
+  }
+  if (last != count)
+    std::fill(track.heads.begin() + static_cast<std::ptrdiff_t>(last), track.heads.end(), track.heads[last]);
+}
+
+/// Frames with a known head that follow each other without a break.
+std::vector<FrameSpan> KnownSpans(const Take& take, const HeadTrack& track) {
+  std::vector<FrameSpan> known;
+  for (const auto& [first, end] : UnbrokenSpans(take.frames))
+    for (std::size_t f = first; f < end; ++f) {
+      if (!track.known[f]) continue;
+      if (known.empty() || known.back().end != f || f == first) known.push_back({f, f});
+      known.back().end = f + 1;
+    }
+  return known;
+}
+
+} // namespace
+
+VgeAMatrix RigidBetween(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
   const VgeQuaternion from(RotationOf(a));
   const VgeQuaternion to = QuaternionNear(from, RotationOf(b));
   const double cosine = from.x * to.x + from.y * to.y + from.z * to.z + from.w * to.w;
@@ -44,36 +74,6 @@ VgeAMatrix Between(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
             {p.x + (q.x - p.x) * fraction, p.y + (q.y - p.y) * fraction, p.z + (q.z - p.z) * fraction});
   return between;
 }
-
-void FillUnknown(const Take& take, HeadTrack& track) {
-  const std::size_t count = track.heads.size();
-  std::size_t last = count; // the last known frame; none yet
-  for (std::size_t f = 0; f < count; ++f) {
-    if (!track.known[f]) continue;
-    for (std::size_t i = last == count ? 0 : last + 1; i < f; ++i) {
-      const double fraction =
-          last == count ? 1 : (take.times[i] - take.times[last]) / (take.times[f] - take.times[last]);
-      track.heads[i] = last == count ? track.heads[f] : Between(track.heads[last], track.heads[f], fraction);
-    }
-    last = f;
-  }
-  if (last != count)
-    std::fill(track.heads.begin() + static_cast<std::ptrdiff_t>(last), track.heads.end(), track.heads[last]);
-}
-
-/// Frames with a known head that follow each other without a break.
-std::vector<FrameSpan> KnownSpans(const Take& take, const HeadTrack& track) {
-  std::vector<FrameSpan> known;
-  for (const auto& [first, end] : UnbrokenSpans(take.frames))
-    for (std::size_t f = first; f < end; ++f) {
-      if (!track.known[f]) continue;
-      if (known.empty() || known.back().end != f || f == first) known.push_back({f, f});
-      known.back().end = f + 1;
-    }
-  return known;
-}
-
-} // namespace
 
 std::size_t HeadTrack::UnknownFrames() const {
   return static_cast<std::size_t>(std::count(known.begin(), known.end(), false));

@@ -29,6 +29,9 @@ struct HeadTrack {
   std::size_t UnknownFrames() const;
 };
 
+/// Interpolates rigid transforms: `a` at fraction 0, `b` at 1; the turn is even, the path straight.
+VgeAMatrix RigidBetween(const VgeAMatrix& a, const VgeAMatrix& b, double fraction);
+
 /// The take must have the solver's markers.
 HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& options);
 

@@ -20,19 +20,23 @@ void AddClusters(Animation& animation, const Character& character,
 
 } // namespace
 
+void SetCharacter(AnimationLayout& layout, const Character& character) {
+  layout.character = character.name;
+  layout.shapes = character.Shapes();
+  layout.clusters.clear();
+  layout.rest_clusters.clear();
+  for (const Character::Part& part : character.parts)
+    for (const Character::Cluster& cluster : part.clusters) {
+      layout.clusters.push_back({part.name, cluster.name});
+      layout.rest_clusters.push_back(cluster.rest);
+    }
+}
+
 void SolveCharacter(Animation& animation, const Character& character, const ExpressionWeights& expressions,
                     const FittedShapes* fitted) {
   CharacterSolver solver(character, expressions);
   if (fitted) solver.UseFitted(fitted->names);
-  animation.layout.character = character.name;
-  animation.layout.shapes = character.Shapes();
-  animation.layout.clusters.clear();
-  animation.layout.rest_clusters.clear();
-  for (const Character::Part& part : character.parts)
-    for (const Character::Cluster& cluster : part.clusters) {
-      animation.layout.clusters.push_back({part.name, cluster.name});
-      animation.layout.rest_clusters.push_back(cluster.rest);
-    }
+  SetCharacter(animation.layout, character);
   const std::size_t frames = animation.frames.size(), shapes = solver.Shapes();
   animation.shape_weights.resize(frames * shapes);
   animation.local_clusters.clear();

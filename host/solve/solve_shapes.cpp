@@ -183,10 +183,7 @@ std::vector<std::size_t> ShownShapes(const LaidBasis& laid, const Observer& obse
 struct FitOfTake {
   Take markers;                     ///< in the head's frame, without the gaps that can be filled
   std::vector<std::size_t> columns; ///< of the markers, those that are fitted
-  ShapeFit fit;
-  std::vector<double> gains;        ///< against damping (size: the fit's shapes)
-  std::vector<std::size_t> decided; ///< of the fit's shapes, those that are kept
-  double most = 0;                  ///< a weight
+  LearnedShapeFit learned;
 };
 
 /// The take's markers in the head's frame.
@@ -206,26 +203,31 @@ std::vector<double> GainsOf(const ShapeFit& fit) {
 
 /// Of the fit's shapes those that it decides; the templates of the parts take over the others.
 std::vector<std::size_t> DecidedShapes(const LaidBasis& laid, const std::vector<std::size_t>& shapes,
-                                       const Performer& performer, FittedShapes& fitted) {
+                                       const Performer& performer, std::vector<std::string>& names,
+                                       FitReport& report) {
   std::vector<std::size_t> decided;
   for (std::size_t i = 0; i < shapes.size(); ++i) {
     const std::string& name = laid.shapes[shapes[i]];
     if (IsFromParts(name, performer)) {
-      fitted.report.from_parts.push_back(name);
+      report.from_parts.push_back(name);
       continue;
     }
     decided.push_back(i);
-    fitted.names.push_back(name);
-    if (name == "mouthClose") fitted.report.unmeasured.push_back(name);
+    names.push_back(name);
+    if (name == "mouthClose") report.unmeasured.push_back(name);
   }
-  fitted.report.fitted = fitted.names;
+  report.fitted = names;
   return decided;
 }
 
 FitOfTake SetUp(const SolvedTake& solved, const Take& take, const Performer& performer,
-                const Neutral& neutral, const FillPlan& fill, const ShapeBasis& basis, Observer& observer,
-                FittedShapes& fitted) {
-  FitReport& report = fitted.report;
+                const Neutral& neutral, const FillPlan& fill, const ShapeBasis* given) {
+  Observer observer = ObserverOf(SchemeOf(performer));
+  const ShapeBasis built_in = given ? ShapeBasis() : LoadBasis(observer.basis);
+  const ShapeBasis& basis = given ? *given : built_in;
+  FitReport report;
+  report.basis = basis.name;
+  report.notes = basis.notes;
   Take stable = StableMarkers(solved, take, performer);
   std::vector<std::size_t> all(stable.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
@@ -252,31 +254,35 @@ FitOfTake SetUp(const SolvedTake& solved, const Take& take, const Performer& per
   }
   ShapeFit fit(std::move(points), observer.settings);
   std::vector<double> gains = GainsOf(fit);
+  std::vector<std::string> markers, names;
+  for (const LaidBasis::Marker& marker : laid.markers) markers.push_back(marker.name);
+  std::vector<std::size_t> decided = DecidedShapes(laid, shapes, performer, names, report);
   return {.markers = std::move(stable),
           .columns = std::move(columns),
-          .fit = std::move(fit),
-          .gains = std::move(gains),
-          .decided = DecidedShapes(laid, shapes, performer, fitted),
-          .most = observer.settings.most};
+          .learned = {.markers = std::move(markers),
+                      .fit = std::move(fit),
+                      .gains = std::move(gains),
+                      .decided = std::move(decided),
+                      .most = observer.settings.most,
+                      .names = std::move(names),
+                      .report = std::move(report)}};
 }
 
 /// Frame by frame: a frame's fit begins at the one before.
 void SolveFrames(FitOfTake& of_take, FittedShapes& fitted,
                  const std::function<void(std::size_t, std::size_t)>& progress) {
-  const std::size_t frames = of_take.markers.FrameCount();
+  const std::size_t frames = of_take.markers.FrameCount(), names = of_take.learned.names.size();
   std::vector<std::optional<Point>> seen(of_take.columns.size());
   double squares = 0;
-  fitted.weights.reserve(frames * of_take.decided.size());
+  fitted.weights.resize(frames * names);
   for (std::size_t f = 0; f < frames; ++f) {
     if (progress) progress(f, frames);
     for (std::size_t m = 0; m < seen.size(); ++m) {
       const Point* const p = of_take.markers.At(f, of_take.columns[m]);
       seen[m] = p ? std::optional(*p) : std::nullopt;
     }
-    const std::vector<double>& weights = of_take.fit.Solve(seen);
-    for (const std::size_t shape : of_take.decided)
-      fitted.weights.push_back(std::min(of_take.gains[shape] * weights[shape], of_take.most));
-    const double residual = of_take.fit.Residual();
+    of_take.learned.Solve(seen, fitted.weights.subspan(f * names, names));
+    const double residual = of_take.learned.fit.Residual();
     squares += residual * residual;
   }
   if (frames > 0) fitted.report.residual_mm = std::sqrt(squares / static_cast<double>(frames));
@@ -284,16 +290,24 @@ void SolveFrames(FitOfTake& of_take, FittedShapes& fitted,
 
 } // namespace
 
+void LearnedShapeFit::Solve(std::span<const std::optional<Point>> seen, std::span<double> weights) {
+  const std::vector<double>& fitted = fit.Solve(seen);
+  for (std::size_t i = 0; i < decided.size(); ++i)
+    weights[i] = std::min(gains[decided[i]] * fitted[decided[i]], most);
+}
+
+LearnedShapeFit LearnShapeFit(const SolvedTake& solved, const Take& take, const Performer& performer,
+                              const Neutral& neutral, const SolveOptions& options, const ShapeBasis* basis) {
+  return SetUp(solved, take, performer, neutral, options.face_fill, basis).learned;
+}
+
 FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
                          const Neutral& neutral, const SolveOptions& options, const ShapeBasis* basis,
                          const std::function<void(std::size_t, std::size_t)>& progress) {
-  Observer observer = ObserverOf(SchemeOf(performer));
-  const ShapeBasis built_in = basis ? ShapeBasis() : LoadBasis(observer.basis);
-  const ShapeBasis& used = basis ? *basis : built_in;
+  FitOfTake of_take = SetUp(solved, take, performer, neutral, options.face_fill, basis);
   FittedShapes fitted;
-  fitted.report.basis = used.name;
-  fitted.report.notes = used.notes;
-  FitOfTake of_take = SetUp(solved, take, performer, neutral, options.face_fill, used, observer, fitted);
+  fitted.names = of_take.learned.names;
+  fitted.report = of_take.learned.report;
   SolveFrames(of_take, fitted, progress);
   if (options.smooth_weights_hz)
     SmoothWeights(fitted.weights, fitted.names.size(), take.frames, take.rate, *options.smooth_weights_hz);

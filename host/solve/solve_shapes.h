@@ -2,6 +2,7 @@
 
 #include "host/base/long_vector.h"
 #include "host/fit/shape_basis.h"
+#include "host/fit/shape_fit.h"
 #include "host/performer/neutral.h"
 #include "host/performer/performer.h"
 #include "host/solve/fit_report.h"
@@ -9,7 +10,10 @@
 #include "host/solve/solve_take.h"
 #include "host/takes/take.h"
 
+#include <cstddef>
 #include <functional>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,6 +25,26 @@ struct FittedShapes {
   LongVector<double> weights;     ///< (size: frames x names)
   FitReport report;
 };
+
+/// What SolveShapes fits the frames of a take with: for these frames, or later ones of the same markers.
+struct LearnedShapeFit {
+  std::vector<std::string> markers; ///< in the order of the fit's points
+  ShapeFit fit;
+  std::vector<double> gains;        ///< against damping (size: the fit's shapes)
+  std::vector<std::size_t> decided; ///< of the fit's shapes, those that are kept
+  double most = 0;                  ///< a weight
+  std::vector<std::string> names;   ///< of the 52 (size: decided)
+  FitReport report;
+
+  /// The weights of a frame (size: names) from the places of the markers in the head's frame (size: markers; nothing
+  /// for a hidden one). Allocates nothing.
+  void Solve(std::span<const std::optional<Point>> seen, std::span<double> weights);
+};
+
+/// Learns it from a solved take. `basis` and what it throws as for SolveShapes.
+LearnedShapeFit LearnShapeFit(const SolvedTake& solved, const Take& take, const Performer& performer,
+                              const Neutral& neutral, const SolveOptions& options,
+                              const ShapeBasis* basis = nullptr);
 
 /// Fits all of the 52 shapes that the markers show to all markers at once (ShapeFit), on a basis that is laid
 /// onto the performer's neutral face (LayBasis).
