@@ -21,6 +21,10 @@ bool IsUsable(const LiveTimecode& timecode) {
          timecode.count <= kMostCount;
 }
 
+double FractionOf(const LiveTimecode& timecode) {
+  return timecode.fraction >= 0 && timecode.fraction < 1 ? timecode.fraction : 0;
+}
+
 } // namespace
 
 std::optional<double> LiveClock::SourceTime(const LiveInput& input) {
@@ -30,6 +34,7 @@ std::optional<double> LiveClock::SourceTime(const LiveInput& input) {
       first_ = Timecode{
           .count = input.timecode->count, .rate = input.timecode->rate, .drop = input.timecode->drop};
       last_count_ = input.timecode->count;
+      first_fraction_ = FractionOf(*input.timecode);
     } else {
       kind_ = input.source_s && IsTime(*input.source_s) ? Kind::Source : Kind::Arrival;
     }
@@ -43,8 +48,10 @@ std::optional<double> LiveClock::SourceTime(const LiveInput& input) {
   else if (timecode.count - last_count_ > day / 2 && days_ > 0)
     --days_; // a late frame of the day before
   last_count_ = timecode.count;
-  const double fraction = timecode.fraction >= 0 && timecode.fraction < 1 ? timecode.fraction : 0;
-  return first_->rate.Seconds(timecode.count + days_ * day) + fraction / first_->rate.Hz();
+  const double fraction = FractionOf(timecode);
+  // Whole counts from the first one, so that times have no rounding of hours.
+  return first_->rate.Seconds(timecode.count + days_ * day - first_->count) +
+         (fraction - first_fraction_) / first_->rate.Hz();
 }
 
 LiveClock::Order LiveClock::Take(const LiveInput& input) {
@@ -101,15 +108,18 @@ void LiveClock::Advance(double time_s) {
   }
   constexpr double kMissing = 1.6; // of an interval: less is jitter
   constexpr double kMostAtOnce = 1e6;
+  constexpr double kShare = 0.05;      // of an interval in the usual one
+  constexpr std::size_t kMostGaps = 8; // so many in a row are no gaps: the usual interval is wrong
   const double intervals = passed_s / interval_s_;
-  if (intervals >= kMissing)
+  if (intervals < kMissing) {
+    interval_s_ += kShare * (passed_s - interval_s_);
+    gaps_in_a_row_ = 0;
+  } else if (++gaps_in_a_row_ < kMostGaps) {
     dropped_ += static_cast<std::size_t>(std::llround(std::min(intervals, kMostAtOnce))) - 1;
-  // A frame's interval counts for a twentieth; that of a gap is no usual one.
-  constexpr double kShare = 0.05;
-  if (intervals < kMissing) interval_s_ += kShare * (passed_s - interval_s_);
-  // Where the first interval was shorter than usual, every one seems to be a gap.
-  else
-    interval_s_ *= 1 + kShare;
+  } else {
+    interval_s_ = passed_s;
+    gaps_in_a_row_ = 0;
+  }
 }
 
 // A network delays packets by chance, but some hardly at all: of each window the least delay counts.

@@ -58,10 +58,11 @@ private:
 
   Kind kind_ = Kind::None;
   std::optional<Timecode> first_;
+  double first_fraction_ = 0;
   double first_source_s_ = 0; // the source's time at time 0
   std::int64_t last_count_ = 0, days_ = 0;
   double time_s_ = -1, arrival_s_ = 0;
-  std::size_t late_in_a_row_ = 0;
+  std::size_t late_in_a_row_ = 0, gaps_in_a_row_ = 0;
   double interval_s_ = 0;
   std::size_t dropped_ = 0, restarts_ = 0;
 

@@ -167,17 +167,16 @@ std::optional<MarkerSolver::Vector> MarkerSolver::InHead(std::span<const std::op
 
 void MarkerSolver::FollowAnchors(std::span<const std::optional<Point>> seen) {
   for (AnchoredPart& part : parts_) {
-    Vector way = {};
+    // In the order of LocalAnchors, for the same bits.
     double count = 0;
-    for (std::size_t m = 0; m < part.columns.size(); ++m)
-      if (const std::optional<Vector> place = InHead(seen, part.columns[m])) {
-        for (std::size_t axis = 0; axis < 3; ++axis)
-          way[axis] += (*place)[axis] - part.learned.rest[m][axis] - part.learned.own[m][axis];
-        ++count;
-      }
+    for (const auto& column : part.columns) count += InHead(seen, column).has_value();
     if (count < 2) continue;
-    for (std::size_t axis = 0; axis < 3; ++axis)
-      part.way[axis] = part.learned.gain[axis] * (way[axis] / count);
+    Vector way = {};
+    for (std::size_t m = 0; m < part.columns.size(); ++m)
+      if (const std::optional<Vector> place = InHead(seen, part.columns[m]))
+        for (std::size_t axis = 0; axis < 3; ++axis)
+          way[axis] += ((*place)[axis] - part.learned.rest[m][axis] - part.learned.own[m][axis]) / count;
+    for (std::size_t axis = 0; axis < 3; ++axis) part.way[axis] = part.learned.gain[axis] * way[axis];
   }
 }
 

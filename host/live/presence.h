@@ -6,7 +6,8 @@ namespace mien {
 
 /// How much of what was seen last still counts, 0 to 1, when only the past is known. What is missing counts in full
 /// for the hold time; then it fades to 0 in the fade time. What comes back fades in, in the fade time, from where it
-/// was. So a gap that is shorter than the hold time changes nothing.
+/// was: the first frame with it has the share of the last one without. So where no frame without it is beyond the hold
+/// time, nothing changes.
 ///
 /// Smooth: the share has no slope at either end of a fade. What is there from the first step counts at once.
 class Presence {
@@ -18,13 +19,14 @@ public:
     if (!started_) level_ = seen ? 1 : 0;
     started_ = true;
     if (seen) {
-      if (level_ < 1) level_ = Limited(level_ + Faded(elapsed_s));
+      if (was_seen_ || fade_s_ <= 0) level_ = Limited(level_ + Faded(elapsed_s));
       missing_s_ = 0;
     } else {
       const double before = missing_s_;
       missing_s_ += elapsed_s;
       if (missing_s_ > hold_s_) level_ = Limited(level_ - Faded(missing_s_ - std::max(before, hold_s_)));
     }
+    was_seen_ = seen;
     return level_ * level_ * (3 - 2 * level_);
   }
 
@@ -37,7 +39,7 @@ private:
 
   double hold_s_, fade_s_;
   double level_ = 0, missing_s_ = 0;
-  bool started_ = false;
+  bool started_ = false, was_seen_ = false;
 };
 
 } // namespace mien

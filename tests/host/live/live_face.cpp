@@ -148,32 +148,29 @@ TEST(LiveFace, FitsTheHeadAsATakeDoesWithWhatItLearnedFromIt) {
   ExpectSameWeights(SolveCausally(take, setup).animation, whole);
 }
 
-// The two eyes of this take shift as a whole, which the anchors beside them show.
-TEST(LiveFace, MeasuresEyesAgainstTheirAnchorsFrameByFrame) {
+// One eye of this take shifts as a whole, which the anchors beside it show.
+TEST(LiveFace, MeasuresEyesAgainstTheirAnchorsAsATakeDoes) {
   tests::Random random(33);
   Take take = tests::EmptyRigidTake();
   const Performer performer = tests::RigidPerformer();
-  for (int f = 0; f < 120; ++f) {
+  for (int f = 0; f < 60; ++f) {
     NeutralPose face = tests::RigidFace();
-    const double shift_mm = 2 * std::sin(f * 0.9);
-    for (const char* name : {"EyeInL", "EyeOutL", "LidUpL", "LidLowL"}) face[name].y += shift_mm;
+    for (const char* name : {"EyeInL", "EyeOutL", "LidUpL", "LidLowL"}) face[name].y += 2 * std::sin(f * 0.9);
     for (auto& [name, p] : face) p.x += random.Between(-0.02, 0.02), p.y += random.Between(-0.02, 0.02);
-    Film(take, face);
+    take.frames[Film(take, face)] = 3 * f; // so that the head is not calmed
   }
+  mien::SolveOptions uncleaned;
+  uncleaned.head_tolerance_mm.reset();
+  const mien::RigidHead rigid = LearnRigidHead(take, performer).value();
+  const NeutralPose pose = FindNeutral(take, performer, std::nullopt, &rigid).pose;
+  const mien::SolvedTake whole = SolveTake(take, performer, pose, uncleaned, &rigid);
+  ASSERT_FALSE(whole.report.anchored.empty());
+  EXPECT_GT(
+      std::ranges::max(whole.report.anchored, {}, [](const auto& part) { return part.gain[1]; }).gain[1],
+      0.9);
   LiveSetup setup = SetupOf(performer);
   setup.neutral_take = std::make_shared<const Take>(take);
-  const Animation measured = SolveCausally(take, setup).animation;
-  setup.causal.head_fit = mien::HeadFit::Markers; // without anchors
-  const Animation unmeasured = SolveCausally(take, setup).animation;
-  const auto close = [](const Animation& animation) {
-    double most = 0;
-    for (std::size_t t = 0; t < animation.layout.templates.size(); ++t)
-      if (animation.layout.templates[t].name.starts_with("LeftEye"))
-        for (std::size_t f = 0; f < animation.frames.size(); ++f)
-          most = std::max(most, std::fabs(animation.Weight(f, t)));
-    return most;
-  };
-  EXPECT_LT(close(measured), 0.5 * close(unmeasured));
+  ExpectSameWeights(SolveCausally(take, setup).animation, whole.animation);
 }
 
 TEST(LiveFace, LearnsTheNeutralFaceFromTheFirstSeconds) {
@@ -213,7 +210,7 @@ TEST(LiveFace, AMissingMarkerIsHeldAndThenComesToRest) {
   Take take = EmptyTake();
   NeutralPose open = PlainFace();
   open["Chin"].y -= 6, open["LipLow"].y -= 6;
-  for (int f = 0; f < 31; ++f) Film(take, open);
+  for (int f = 0; f < 36; ++f) Film(take, open);
   for (std::size_t f = 1; f < 30; ++f) Hide(take, f, {"Chin", "LipLow"});
   LiveSetup setup = SetupOf(PerformerAtRest());
   const Animation animation = SolveCausally(take, setup).animation;
@@ -221,7 +218,7 @@ TEST(LiveFace, AMissingMarkerIsHeldAndThenComesToRest) {
   EXPECT_TRUE(std::ranges::equal(weights(0), weights(2))) << "held for a tenth of a second";
   EXPECT_LT(Largest(weights(6)), Largest(weights(0)));
   EXPECT_LT(Largest(weights(20)), 0.01) << "at rest after 0.35 s";
-  EXPECT_GT(Largest(weights(30)), Largest(weights(29))) << "and fades in again";
+  EXPECT_GT(Largest(weights(33)), Largest(weights(30))) << "and fades in again";
 }
 
 TEST(LiveFace, ALostFaceIsHeldFadesAndComesBack) {
@@ -318,7 +315,7 @@ TEST(LiveFace, RefusesNamesBeyondItsLimitsAndSetupsThatDoNotFit) {
   source.names.assign(LiveFace::kMostNames + 1, "m");
   EXPECT_THAT(InputErrorOf([&] { LiveFace(source, setup); }), HasSubstr("4097 names"));
   source.names = {"H1", "Chin"};
-  EXPECT_THAT(InputErrorOf([&] { LiveFace(source, setup); }), HasSubstr("lacks"));
+  EXPECT_THAT(InputErrorOf([&] { LiveFace(source, setup); }), HasSubstr("has no marker \"H2\""));
   EXPECT_THAT(InputErrorOf([&] { LiveFace(SourceOf(EmptyTake()), LiveSetup()); }),
               HasSubstr("need a performer"));
   LiveSetup fit = setup;

@@ -119,13 +119,16 @@ TEST_F(LiveSessionFiles, ARecordingSolvesCausallyToWhatWentOut) {
       const std::string place = Place("take" + std::to_string(++tries));
       const std::size_t before = outputs;
       session.StartRecording(face, place);
+      const std::uint64_t lost_before = session.Statistics(face).lost;
       Play(session, face, take, 40, 300);
+      const std::uint64_t lost = session.Statistics(face).lost - lost_before;
       session.StopRecording(face);
       Play(session, face, take, 300, 320);
 
       const Take recorded = ReadRecorded(place + ".csv");
       const CausallySolved solved = SolveCausally(recorded, setup);
-      EXPECT_EQ(solved.lost_frames, 27u) << "of the sample, and while nothing came";
+      EXPECT_EQ(solved.lost_frames, lost) << "of the sample, and while nothing came";
+      EXPECT_GT(lost, 10u);
       const std::string written = mien::ReadFile(place + ".out.csv");
       EXPECT_TRUE(written == Csv(solved.animation, mien::WeightKind::Shapes)) << fit << resampled;
       EXPECT_GT(outputs - before, 200u);
@@ -158,7 +161,7 @@ TEST_F(LiveSessionFiles, ARecordingHasTheFramesThatTheNeutralFaceWasLearnedFrom)
       mien::ReadFile(Place("later.out.csv")) ==
       Csv(SolveCausally(ReadRecorded(Place("later.csv")), with_take).animation, mien::WeightKind::Shapes));
   const CausallySolved second = SolveCausally(ReadRecorded(Place("later-2.csv")), setup);
-  EXPECT_GT(second.learning_frames, 50u);
+  EXPECT_GT(second.learning_frames, 40u);
   EXPECT_TRUE(mien::ReadFile(Place("later-2.out.csv")) == Csv(second.animation, mien::WeightKind::Shapes));
 }
 
@@ -413,9 +416,9 @@ TEST(LiveSession, SurvivesAnything) {
     session.AddFace({.name = "m", .kind = LiveKind::Markers, .names = take.markers}, setup);
   session.AddFace({.name = "w", .kind = LiveKind::Weights, .names = {"jawOpen", "eyeBlinkLeft"}}, weights);
   LiveInput input;
-  for (int i = 0; i < 20000; ++i) {
+  for (int i = 0; i < 6000; ++i) {
     input.face = static_cast<std::size_t>(random.Between(0, 3.2));
-    input.arrival_s = random.Between(0, 1) < 0.01 ? any() : i * 0.01;
+    input.arrival_s = random.Between(0, 1) < 0.01 ? std::nan("") : i * 0.01;
     input.source_s.reset(), input.timecode.reset(), input.head.reset(), input.head_place.reset(),
         input.eyes.reset();
     if (random.Between(0, 1) < 0.5) input.source_s = random.Between(0, 1) < 0.1 ? any() : i * 0.01;
@@ -438,11 +441,12 @@ TEST(LiveSession, SurvivesAnything) {
     input.head = mien::HeadAngles{any(), any(), any()};
     input.head_place = mien::Point{any(), any(), any()};
     input.eyes = mien::Eyes{mien::EyeAngles{any(), any()}, mien::EyeAngles{any(), any()}};
-    session.Feed(input);
-    if (i % 10 == 0) session.Advance(i * 0.01 + random.Between(0, 2));
+    if (i % 1000 < 800) session.Feed(input); // and then two seconds of silence
+    if (i % 10 == 0) session.Advance(i * 0.01);
     if (i % 500 == 499) session.NeutralNow(static_cast<std::size_t>(random.Between(0, 3)));
   }
   EXPECT_TRUE(finite);
-  EXPECT_GT(session.Statistics(0).used, 3000u);
+  EXPECT_GT(session.Statistics(0).used, 500u);
+  EXPECT_GT(session.Statistics(2).used, 500u);
   EXPECT_GT(session.Statistics(0).failed_learnings + session.Statistics(0).unusable_numbers, 0u);
 }

@@ -14,6 +14,7 @@ TEST(Presence, IsNothingBeforeAnythingWasSeenAndFadesInThen) {
   Presence presence(0.5, 1);
   EXPECT_EQ(presence.Step(false, 0), 0);
   EXPECT_EQ(presence.Step(false, 10), 0);
+  EXPECT_EQ(presence.Step(true, 0.5), 0) << "it may have been missing until now";
   EXPECT_EQ(presence.Step(true, 0.5), 0.5);
   EXPECT_EQ(presence.Step(true, 0.5), 1);
 }
@@ -42,6 +43,7 @@ TEST(Presence, ComesBackFromWhereItWas) {
   Presence presence(0, 1);
   presence.Step(true, 0);
   EXPECT_EQ(presence.Step(false, 0.5), 0.5);
+  EXPECT_EQ(presence.Step(true, 100), 0.5);
   EXPECT_EQ(presence.Step(true, 0.25), 0.75 * 0.75 * (3 - 1.5));
   EXPECT_EQ(presence.Step(true, 0.25), 1);
   EXPECT_EQ(presence.Step(false, 0.5), 0.5) << "the next gap is held and faded anew";
