@@ -49,8 +49,8 @@ LiveSetup SetupOf(const std::string& performer, const Take& neutral, mien::Shape
   return setup;
 }
 
-/// Feeds frames at 60 a second of the source's clock, and prints how long each took. `fill(frame, input)` sets the
-/// numbers.
+/// Feeds frames at 60 a second of the source's clock, and prints how long each took. `fill(frame, input)`
+/// sets the numbers.
 template <class Fill>
 void Measure(const char* what, const mien::LiveSource& source, const LiveSetup& setup, int frames,
              Fill fill) {

@@ -14,7 +14,8 @@ void AddSolver(Command& command, ShapeSolver& solver);
 /// --head-fit. `fit` must outlive the parsing.
 void AddHeadFit(Command& command, HeadFit& fit);
 
-/// --fade, --smooth-weights and --smooth-gaze of recorded weights. What they are read into must outlive the parsing.
+/// --fade, --smooth-weights and --smooth-gaze of recorded weights. What they are read into must outlive the
+/// parsing.
 void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& smooth_weights_hz,
                        std::optional<double>& smooth_gaze_hz);
 
@@ -22,8 +23,8 @@ void AddWeightCleaning(Command& command, double& fade_s, std::optional<double>& 
 /// `options` must outlive the parsing.
 void AddCleaningOptions(Command& command, SolveOptions& options);
 
-/// --causal and what is only for it: --hold, --face-hold, --face-fade and --one-euro; for markers also --neutral-take
-/// and --learn. `job` must outlive the parsing.
+/// --causal and what is only for it: --hold, --face-hold, --face-fade and --one-euro; for markers also
+/// --neutral-take and --learn. `job` must outlive the parsing.
 void AddCausalOptions(Command& command, CausalJob& job, bool markers);
 
 /// The same without --causal, for a stream, which is causal anyway.

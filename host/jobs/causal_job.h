@@ -11,8 +11,8 @@ namespace mien {
 /// The causal settings of a job, beside those that it has for a whole take as well.
 struct CausalJob {
   bool on = false; ///< solve as a stream would be: without the frames to come
-  std::string
-      neutral_take; ///< what the face is learned from; empty for the performer's own pose or the first seconds
+  /// What the face is learned from; empty for the performer's own pose, or the first seconds.
+  std::string neutral_take;
 
   // Nothing for the default of CausalSettings.
   std::optional<double> learn_s, hold_s, face_hold_s, face_fade_s;

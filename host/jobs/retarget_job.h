@@ -34,8 +34,8 @@ struct RetargetJob {
   ExpressionWeights expressions; ///< of the character, added to every frame
 
   WeightReadOptions reading;
-  /// A take of face landmarks of the same recording, which the head and the eyes come from; may be empty, or the file
-  /// of weights itself. `mesh` is how it is read.
+  /// A take of face landmarks of the same recording, which the head and the eyes come from; may be empty, or
+  /// the file of weights itself. `mesh` is how it is read.
   std::string landmarks;
   MeshOptions mesh;
   std::string ranges;      ///< a ranges file, by the names of the weights in their file; may be empty

@@ -14,15 +14,16 @@ struct OneEuroSettings {
   double beta = 0;      ///< how much the cutoff rises, in hertz per unit and second; 0 or more
 };
 
-/// What is done to a stream of frames, and in the same way to a take that is solved causally: a frame's result
-/// depends only on itself and on frames before it.
+/// What is done to a stream of frames, and in the same way to a take that is solved causally: a frame's
+/// result depends only on itself and on frames before it.
 struct CausalSettings {
   BrowMethod brows = BrowMethod::Fit;
   ShapeSolver solver = ShapeSolver::Parts;
   HeadFit head_fit = HeadFit::Take;
   bool gaze = true; ///< whether to find where the eyes look from the performer's irises
 
-  /// The neutral face, where neither a take nor the performer has one: that of the first seconds of the stream.
+  /// The neutral face, where neither a take nor the performer has one: that of the first seconds of the
+  /// stream.
   double learn_s = 2;
 
   double hold_s = 0.1;  ///< for which a marker, or a weight of a source, that is missing keeps its place

@@ -35,14 +35,15 @@ struct LearnedFace {
   std::optional<LearnedShapeFit> fit; ///< with ShapeSolver::Fit
 };
 
-/// Learns a face from a take: its rigid head, neutral face, anchors and shape fit are those with which SolveTake
-/// and SolveShapes solve that take. Throws as these and FindNeutral do. The take must have the performer's markers.
+/// Learns a face from a take: its rigid head, neutral face, anchors and shape fit are those with which
+/// SolveTake and SolveShapes solve that take. Throws as these and FindNeutral do. The take must have the
+/// performer's markers.
 LearnedFace LearnFace(const Take& take, const Performer& performer, const std::optional<FrameRange>& neutral,
                       const CausalSettings& settings, const ShapeBasis* basis = nullptr);
 
-/// Learns a face from the neutral pose that a performer file has, where no take is there to learn from. The head is
-/// fitted to the markers that the performer calls rigid, all trusted alike; brows and eyes have no anchors. Throws
-/// InputError where the pose does not determine a solve.
+/// Learns a face from the neutral pose that a performer file has, where no take is there to learn from. The
+/// head is fitted to the markers that the performer calls rigid, all trusted alike; brows and eyes have no
+/// anchors. Throws InputError where the pose does not determine a solve.
 LearnedFace LearnFaceOfPose(const Performer& performer, const CausalSettings& settings,
                             const ShapeBasis* basis = nullptr);
 

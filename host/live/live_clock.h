@@ -10,12 +10,12 @@
 
 namespace mien {
 
-/// The times of a face's frames: the source's timecode, or else its own time, or else the arrival, from 0 at the first
-/// frame. What the first frame has decides; a later frame without it is timed by its arrival.
+/// The times of a face's frames: the source's timecode, or else its own time, or else the arrival, from 0 at
+/// the first frame. What the first frame has decides; a later frame without it is timed by its arrival.
 ///
-/// A timecode that falls by more than half a day has passed midnight. A source's time that falls by more than a
-/// second, rises by more than a minute, or is behind in ten frames one after another was set anew: times go on from
-/// the last one by what passed between the arrivals.
+/// A timecode that falls by more than half a day has passed midnight. A source's time that falls by more than
+/// a second, rises by more than a minute, or is behind in ten frames one after another was set anew: times go
+/// on from the last one by what passed between the arrivals.
 class LiveClock {
 public:
   /// What a frame's time says about it.

@@ -41,16 +41,16 @@ struct LiveSetup {
   bool swap_sides = false;          ///< exchange left and right
 };
 
-/// One face of a stream, from what its source delivers to what goes out. A take that is solved causally goes through
-/// the same object, so the results are the same, to the bit.
+/// One face of a stream, from what its source delivers to what goes out. A take that is solved causally goes
+/// through the same object, so the results are the same, to the bit.
 ///
-/// A frame without any usable marker or weight, and one that the source calls lost, is a frame without the face: the
-/// result of the last frame is held, and then fades to rest and comes back as Presence says, with
+/// A frame without any usable marker or weight, and one that the source calls lost, is a frame without the
+/// face: the result of the last frame is held, and then fades to rest and comes back as Presence says, with
 /// CausalSettings::face_hold_s and face_fade_s. While the face is lost, nothing else changes.
 ///
-/// With CausalSettings::output_rate, frames come out at first time + n / rate. Each lies on the straight line between
-/// the two frames around it (the head turns evenly), and so comes out with the later one: at most one frame of the
-/// source late. Where two frames are more than a second apart, nothing comes out between them.
+/// With CausalSettings::output_rate, frames come out at first time + n / rate. Each lies on the straight line
+/// between the two frames around it (the head turns evenly), and so comes out with the later one: at most one
+/// frame of the source late. Where two frames are more than a second apart, nothing comes out between them.
 ///
 /// A frame allocates nothing once the face is learned and each set of seen head markers has occurred.
 class LiveFace {
@@ -59,8 +59,8 @@ public:
   static constexpr std::size_t kLongestName = 255; ///< bytes
   static constexpr double kMostOutput_hz = 1000;
 
-  /// Throws InputError for more names than kMostNames, for a setup that does not fit the names, and for what is
-  /// learned from (LearnFace).
+  /// Throws InputError for more names than kMostNames, for a setup that does not fit the names, and for what
+  /// is learned from (LearnFace).
   LiveFace(const LiveSource& source, const LiveSetup& setup);
   ~LiveFace();
   LiveFace(const LiveFace&) = delete;
@@ -78,13 +78,13 @@ public:
   /// What the face was learned from; null where that was no take.
   const Take* LearnedFrom() const { return learned_from_.get(); }
 
-  /// Takes a frame, and returns what of it can be used: `lost` is set where that is nothing, positions beyond a
-  /// kilometre, weights beyond a million, and angles beyond half a turn (of the eyes: a quarter) are missing. Valid until
-  /// the next call.
+  /// Takes a frame, and returns what of it can be used: `lost` is set where that is nothing, positions beyond
+  /// a kilometre, weights beyond a million, and angles beyond half a turn (of the eyes: a quarter) are
+  /// missing. Valid until the next call.
   const LiveInput& Receive(const LiveInput& input);
 
-  /// Solves the frame that was received: `frame` and `time_s` are above those of the one before. `output` gets what
-  /// comes out; each is valid until it returns.
+  /// Solves the frame that was received: `frame` and `time_s` are above those of the one before. `output`
+  /// gets what comes out; each is valid until it returns.
   void Solve(std::int64_t frame, double time_s, const std::function<void(const LiveOutput&)>& output);
 
   /// Learns the neutral face again, from the frames to come. Nothing for weights, but what Restart does.

@@ -24,8 +24,8 @@ enum class LiveKind {
 struct LiveSource {
   std::string name; ///< of the face, for people; any bytes
   LiveKind kind = LiveKind::Markers;
-  /// Of markers, or of weights (any spelling of the 52, or others), in the order of LiveInput's numbers. Of equal
-  /// names the first counts.
+  /// Of markers, or of weights (any spelling of the 52, or others), in the order of LiveInput's numbers. Of
+  /// equal names the first counts.
   std::vector<std::string> names;
 };
 
@@ -47,8 +47,8 @@ struct LiveInput {
   std::optional<LiveTimecode> timecode; ///< used for the time before `source_s` is
   bool lost = false; ///< the source says that it does not see the face; the rest is not read
 
-  /// LiveKind::Markers: in millimetres, right-handed axes of the source; nothing where not seen (size: names).
-  /// Missing entries are not seen, surplus ones are not read.
+  /// LiveKind::Markers: in millimetres, right-handed axes of the source; nothing where not seen (size:
+  /// names). Missing entries are not seen, surplus ones are not read.
   std::vector<std::optional<Point>> markers;
 
   /// LiveKind::Weights: NaN where missing (size: names, as above).

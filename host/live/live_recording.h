@@ -20,17 +20,18 @@ namespace mien {
 /// Writes what comes in of a face and what goes out, frame by frame, beside each other:
 ///
 /// - PLACE.csv: what came in, as marker CSV, or as a table of weights and angles
-/// - PLACE.out.csv: what went out, as `mien solve` writes it: the shapes, or without a character the templates
+/// - PLACE.out.csv: what went out, as `mien solve` writes it: the shapes, or without a character the
+///   templates
 /// - PLACE.neutral.csv: the frames that the neutral face was learned from, if it was from the stream
 /// - PLACE.events.csv: `time,event`, once there is one
 ///
-/// Each row is in the hands of the system before the next frame: what ends the process leaves files that can be read,
-/// the last row at most cut short. Numbers have the fewest digits that read back to the same doubles, so that solving
-/// PLACE.csv causally, with the same settings, gives PLACE.out.csv byte by byte.
+/// Each row is in the hands of the system before the next frame: what ends the process leaves files that can
+/// be read, the last row at most cut short. Numbers have the fewest digits that read back to the same
+/// doubles, so that solving PLACE.csv causally, with the same settings, gives PLACE.out.csv byte by byte.
 class LiveRecording {
 public:
-  /// Begins it. `learned_from` may be null. Throws InputError where a file exists already or cannot be written, and for names that a table cannot
-  /// hold.
+  /// Begins it. `learned_from` may be null. Throws InputError where a file exists already or cannot be
+  /// written, and for names that a table cannot hold.
   LiveRecording(const std::string& place, const LiveSource& source, const AnimationLayout& layout,
                 const Take* learned_from);
 

@@ -14,11 +14,11 @@
 
 namespace mien {
 
-/// Faces from any number of live sources, each with its own performer: frames go in, weights come out, at once
-/// and in the same thread. Has no clock, sockets or threads of its own; one thread at a time uses it.
+/// Faces from any number of live sources, each with its own performer: frames go in, weights come out, at
+/// once and in the same thread. Has no clock, sockets or threads of its own; one thread at a time uses it.
 ///
-/// Nothing that a source sends makes it throw, or use memory without bounds: what a frame has in excess is not
-/// read, numbers that are no position or weight are missing ones, and both are counted.
+/// Nothing that a source sends makes it throw, or use memory without bounds: what a frame has in excess is
+/// not read, numbers that are no position or weight are missing ones, and both are counted.
 class LiveSession {
 public:
   static constexpr std::size_t kMostFaces = 64;
@@ -28,8 +28,8 @@ public:
   explicit LiveSession(std::function<void(const LiveOutput&)> on_output);
   ~LiveSession();
 
-  /// Takes up a face. Throws InputError where its setup does not fit its names, for more than kMostFaces faces,
-  /// and for names beyond the limits of LiveFace. Returns its number, which is not used again.
+  /// Takes up a face. Throws InputError where its setup does not fit its names, for more than kMostFaces
+  /// faces, and for names beyond the limits of LiveFace. Returns its number, which is not used again.
   std::size_t AddFace(const LiveSource& source, const LiveSetup& setup);
 
   /// Ends its recording and forgets it. Later frames of it are counted as unknown.
@@ -51,8 +51,9 @@ public:
   };
   Verdict Feed(const LiveInput& input);
 
-  /// Lets time pass: a face of which nothing came for `silent_s` is lost, and gets frames in which it is, so that it
-  /// fades to rest. To be called some 30 times a second. `now_s` is on the clock of LiveInput::arrival_s.
+  /// Lets time pass: a face of which nothing came for `silent_s` is lost, and gets frames in which it is, so
+  /// that it fades to rest. To be called some 30 times a second. `now_s` is on the clock of
+  /// LiveInput::arrival_s.
   void Advance(double now_s);
 
   /// Restarts a face: its neutral face is learned from the frames of the next seconds.
@@ -67,9 +68,9 @@ public:
   /// Restarts a face with another performer, or other settings. Throws as AddFace does; then nothing changes.
   void SwitchPerformer(std::size_t face, const LiveSetup& setup);
 
-  /// Begins to write what comes in and what goes out of a face (LiveRecording), and restarts its filters, so that
-  /// a causal solve of what is recorded gives what goes out. `place` is a path without an ending. Throws InputError
-  /// where a file cannot be written, or exists.
+  /// Begins to write what comes in and what goes out of a face (LiveRecording), and restarts its filters, so
+  /// that a causal solve of what is recorded gives what goes out. `place` is a path without an ending. Throws
+  /// InputError where a file cannot be written, or exists.
   void StartRecording(std::size_t face, const std::string& place);
   void StopRecording(std::size_t face);
 

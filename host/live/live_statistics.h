@@ -10,8 +10,8 @@
 
 namespace mien {
 
-/// How many times a latency occurred, in classes of a fixed number: from 1 microsecond up, eight to an octave, so that
-/// a quantile is at most 9 % too large; the last class has all from 64 s on.
+/// How many times a latency occurred, in classes of a fixed number: from 1 microsecond up, eight to an
+/// octave, so that a quantile is at most 9 % too large; the last class has all from 64 s on.
 class LatencyHistogram {
 public:
   void Add(double seconds) {

@@ -21,16 +21,16 @@ namespace mien {
 
 /// Solves the markers of a stream, frame by frame, with what was learned of the face before:
 ///
-/// 1. The head is fitted. Where the markers do not determine it, it keeps its last pose, and all markers count as
-///    missing.
-/// 2. The face's markers are brought into the head's frame; those of brows and eyes are measured against their
-///    anchors. While fewer than two of these are seen, the anchors deviate as they did last.
+/// 1. The head is fitted. Where the markers do not determine it, it keeps its last pose, and all markers
+///    count as missing.
+/// 2. The face's markers are brought into the head's frame; those of brows and eyes are measured against
+///    their anchors. While fewer than two of these are seen, the anchors deviate as they did last.
 /// 3. A missing marker keeps its place, and then comes to rest (Presence).
 /// 4. The parts are solved, and the performer's ranges applied.
-/// 5. The eyes look where the irises show, by the rules of SolveGaze. Where these do not show it, the eyes keep their
-///    direction for half a second, longer than a blink, and then look straight ahead.
-/// 6. With ShapeSolver::Fit, the shapes are fitted. A marker that is missing for longer than the hold time is left
-///    out.
+/// 5. The eyes look where the irises show, by the rules of SolveGaze. Where these do not show it, the eyes
+///    keep their direction for half a second, longer than a blink, and then look straight ahead.
+/// 6. With ShapeSolver::Fit, the shapes are fitted. A marker that is missing for longer than the hold time is
+///    left out.
 /// 7. Weights and angles are smoothed, if asked for.
 ///
 /// A frame allocates nothing once each set of seen head markers has occurred.
@@ -49,8 +49,8 @@ public:
   /// Which of the stream's markers it solves from (indices).
   const std::vector<std::size_t>& Used() const { return used_; }
 
-  /// Solves the next frame (size: names), `elapsed_s` after the one before. Sets everything of the moment but its
-  /// time and the presence of the face.
+  /// Solves the next frame (size: names), `elapsed_s` after the one before. Sets everything of the moment but
+  /// its time and the presence of the face.
   void Solve(std::span<const std::optional<Point>> seen, double elapsed_s, LiveMoment& moment);
 
   /// Forgets all frames before.

@@ -10,8 +10,9 @@
 
 namespace mien {
 
-/// One-Euro filters of some values (G. Casiez, N. Roussel, D. Vogel, "1 € filter: a simple speed-based low-pass
-/// filter for noisy input in interactive systems", CHI 2012), one for each. The speed is filtered at 1 Hz.
+/// One-Euro filters of some values (G. Casiez, N. Roussel, D. Vogel, "1 € filter: a simple speed-based
+/// low-pass filter for noisy input in interactive systems", CHI 2012), one for each. The speed is filtered at
+/// 1 Hz.
 ///
 /// At rest a value lags by 1 / (2 pi cutoff) seconds: by 160 ms at 1 Hz, less the faster it moves.
 class OneEuroFilters {

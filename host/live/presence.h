@@ -4,10 +4,10 @@
 
 namespace mien {
 
-/// How much of what was seen last still counts, 0 to 1, when only the past is known. What is missing counts in full
-/// for the hold time; then it fades to 0 in the fade time. What comes back fades in, in the fade time, from where it
-/// was: the first frame with it has the share of the last one without. So where no frame without it is beyond the hold
-/// time, nothing changes.
+/// How much of what was seen last still counts, 0 to 1, when only the past is known. What is missing counts
+/// in full for the hold time; then it fades to 0 in the fade time. What comes back fades in, in the fade
+/// time, from where it was: the first frame with it has the share of the last one without. So where no frame
+/// without it is beyond the hold time, nothing changes.
 ///
 /// Smooth: the share has no slope at either end of a fade. What is there from the first step counts at once.
 class Presence {

@@ -12,7 +12,8 @@ namespace mien {
 
 namespace {
 
-/// Feeds all frames of a recording to a face, and collects what comes out. `fill(frame, input)` fills in a frame.
+/// Feeds all frames of a recording to a face, and collects what comes out. `fill(frame, input)` fills in a
+/// frame.
 template <class Fill>
 CausallySolved Solve(LiveFace& face, std::span<const std::int64_t> numbers, std::span<const double> times,
                      const std::function<void(std::size_t, std::size_t)>& progress, Fill fill) {

@@ -23,19 +23,20 @@ struct WeightSolverSetup {
   const WeightMap* map = nullptr; ///< from weights to templates; null: they keep their names
 };
 
-/// Makes templates, or shapes, of the weights of a stream, frame by frame, in the order of a retargeted recording:
-/// the performer's ranges, sides, missing weights (Presence), smoothing, the eyes, the map. A frame allocates nothing.
+/// Makes templates, or shapes, of the weights of a stream, frame by frame, in the order of a retargeted
+/// recording: the performer's ranges, sides, missing weights (Presence), smoothing, the eyes, the map. A
+/// frame allocates nothing.
 ///
-/// The eyes are turned by the source's angles; before the first of these by its eight eyeLook shapes, if it has
-/// them all.
+/// The eyes are turned by the source's angles; before the first of these by its eight eyeLook shapes, if it
+/// has them all.
 class WeightSolver {
 public:
   /// `names` are those of the stream's weights. Throws InputError where the map uses none of them.
   WeightSolver(const std::vector<std::string>& names, const WeightSolverSetup& setup,
                const CausalSettings& settings);
 
-  /// Of the moment's values: the 52 in their usual spelling, others as they are. Empty where the templates are set
-  /// instead.
+  /// Of the moment's values: the 52 in their usual spelling, others as they are. Empty where the templates
+  /// are set instead.
   const std::vector<std::string>& ValueNames() const { return value_names_; }
   bool HasTemplates() const { return has_templates_; }
 
@@ -45,8 +46,8 @@ public:
   /// Whether a frame has any weight.
   bool SeesFace(const LiveInput& input) const;
 
-  /// Solves the next frame, `elapsed_s` after the one before. Sets everything of the moment but its time and the
-  /// presence of the face. A weight that is NaN is missing; angles are finite.
+  /// Solves the next frame, `elapsed_s` after the one before. Sets everything of the moment but its time and
+  /// the presence of the face. A weight that is NaN is missing; angles are finite.
   void Solve(const LiveInput& input, double elapsed_s, LiveMoment& moment);
 
   /// Forgets all frames before.

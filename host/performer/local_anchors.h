@@ -41,8 +41,8 @@ public:
   /// Along x, y and z: 0 to 1.
   const std::array<double, 3>& Gain() const { return gain_; }
 
-  /// How far each anchor is steadily from its place on the neutral face, beside what all of them deviate: along x,
-  /// y and z (size: markers).
+  /// How far each anchor is steadily from its place on the neutral face, beside what all of them deviate:
+  /// along x, y and z (size: markers).
   const std::vector<std::array<double, 3>>& Own() const { return own_; }
 
   /// A point beside the anchors, in the head's frame, without their common deviation. In frames without two

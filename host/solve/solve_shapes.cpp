@@ -47,8 +47,8 @@ Observer ObserverOf(LandmarkScheme scheme) {
           .basis = BuiltInBasis::TwoHeads};
 }
 
-/// The frames in which the face is at rest: the neutral ones, or without them the tenth in which the templates
-/// have the least weight.
+/// The frames in which the face is at rest: the neutral ones, or without them the tenth in which the
+/// templates have the least weight.
 std::vector<bool> RestFramesOf(const Animation& animation, const Neutral& neutral) {
   const std::size_t frames = animation.frames.size(), columns = animation.layout.templates.size();
   std::vector<bool> at_rest(frames);

@@ -36,8 +36,8 @@ struct LearnedShapeFit {
   std::vector<std::string> names;   ///< of the 52 (size: decided)
   FitReport report;
 
-  /// The weights of a frame (size: names) from the places of the markers in the head's frame (size: markers; nothing
-  /// for a hidden one). Allocates nothing.
+  /// The weights of a frame (size: names) from the places of the markers in the head's frame (size: markers;
+  /// nothing for a hidden one). Allocates nothing.
   void Solve(std::span<const std::optional<Point>> seen, std::span<double> weights);
 };
 
@@ -49,10 +49,10 @@ LearnedShapeFit LearnShapeFit(const SolvedTake& solved, const Take& take, const 
 /// Fits all of the 52 shapes that the markers show to all markers at once (ShapeFit), on a basis that is laid
 /// onto the performer's neutral face (LayBasis).
 ///
-/// Landmarks that a tracker found in video are trusted as they deserve: their depth, which is a guess, by half;
-/// the contour of the jaw, which slides along the skin, by three tenths; and each eye and the mouth may be
-/// shifted as a whole. Markers are trusted in full. A marker that is more than twice as noisy as the others is
-/// trusted less.
+/// Landmarks that a tracker found in video are trusted as they deserve: their depth, which is a guess, by
+/// half; the contour of the jaw, which slides along the skin, by three tenths; and each eye and the mouth may
+/// be shifted as a whole. Markers are trusted in full. A marker that is more than twice as noisy as the
+/// others is trusted less.
 ///
 /// Damping takes something from every weight, most from shapes that hardly move. Each is multiplied by what
 /// gives it back to a shape that acts alone, at most by 1.5: more would amplify mistakes. So a shape at its
@@ -63,12 +63,13 @@ LearnedShapeFit LearnShapeFit(const SolvedTake& solved, const Take& take, const 
 /// The inertia is that of a random walk: it grows with the rate of the take, and with the square of the
 /// markers' noise above half a millimetre, to four times.
 ///
-/// Left out are shapes of which the markers leave an uncertainty above 0.7, that is, half of the variance; gaze,
-/// which lids only hint at; and `eyeBlink` and `eyeSquint` where the eyes have markers: there the parts'
-/// templates, which measure lids against each other, follow as well or better on all takes.
+/// Left out are shapes of which the markers leave an uncertainty above 0.7, that is, half of the variance;
+/// gaze, which lids only hint at; and `eyeBlink` and `eyeSquint` where the eyes have markers: there the
+/// parts' templates, which measure lids against each other, follow as well or better on all takes.
 ///
 /// Gaps are filled, and the weights smoothed, as the options ask. `basis` is null for the built-in ones: two
-/// heads for landmarks, one for markers. Throws InputError as LayBasis does. `progress(done, total)` is called before each frame.
+/// heads for landmarks, one for markers. Throws InputError as LayBasis does. `progress(done, total)` is
+/// called before each frame.
 FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
                          const Neutral& neutral, const SolveOptions& options,
                          const ShapeBasis* basis = nullptr,

@@ -11,8 +11,8 @@
 
 namespace mien {
 
-/// The angles of the eyes that the eight eyeLook shapes mean: a weight of 1 is 35 degrees in, out or down, or 25 up,
-/// as in host/character/gaze_shapes.h.
+/// The angles of the eyes that the eight eyeLook shapes mean: a weight of 1 is 35 degrees in, out or down, or
+/// 25 up, as in host/character/gaze_shapes.h.
 class EyesOfShapes {
 public:
   /// Nothing where one of the eight is not among these names.
@@ -25,8 +25,8 @@ private:
   std::array<std::array<std::size_t, 4>, 2> columns_{};
 };
 
-/// Gives a take without angles of the eyes those that its eyeLook shapes mean. Nothing without all eight of these
-/// shapes, and where the take has angles. Returns whether it did.
+/// Gives a take without angles of the eyes those that its eyeLook shapes mean. Nothing without all eight of
+/// these shapes, and where the take has angles. Returns whether it did.
 bool SetEyesOfShapes(WeightTake& take);
 
 } // namespace mien

@@ -30,12 +30,13 @@ std::vector<std::string> BuiltInWeightMaps();
 /// A map for weights of these names, frame by frame. A frame allocates nothing.
 class MappedTemplates {
 public:
-  /// `unused` gets the names that no template uses. Throws InputError if there is no name that the map uses; `file`
-  /// is for the message.
+  /// `unused` gets the names that no template uses. Throws InputError if there is no name that the map uses;
+  /// `file` is for the message.
   MappedTemplates(const WeightMap& map, const std::vector<std::string>& names, const std::string& file,
                   std::vector<std::string>& unused);
 
-  /// Template weights, none below 0 (size: templates), from those of a frame without missing values (size: names).
+  /// Template weights, none below 0 (size: templates), from those of a frame without missing values (size:
+  /// names).
   void Apply(std::span<const double> weights, std::span<double> templates) const;
 
 private:

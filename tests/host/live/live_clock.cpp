@@ -75,7 +75,8 @@ TEST(LiveClock, GoesOnWhereTheSourceStartsAgain) {
   EXPECT_EQ(clock.Restarts(), 1u);
 }
 
-// A source that stopped its clock while nothing was sent, and frames were inserted instead, is not late for ever.
+// A source that stopped its clock while nothing was sent, and frames were inserted instead, is not late for
+// ever.
 TEST(LiveClock, GoesOnWhereEveryFrameIsLate) {
   LiveClock clock;
   clock.Take(At(10, 0));

@@ -103,7 +103,8 @@ void ExpectSameWeights(const Animation& a, const Animation& b) {
 
 } // namespace
 
-// Where nothing is missing and nothing needs the frames to come, a stream gives what the take gives, to the bit.
+// Where nothing is missing and nothing needs the frames to come, a stream gives what the take gives, to the
+// bit.
 TEST(LiveFace, GivesWhatATakeGivesWhereNothingIsCleaned) {
   const Take take = Talk(40);
   mien::SolveOptions uncleaned;
@@ -122,8 +123,8 @@ TEST(LiveFace, GivesWhatATakeGivesWhereNothingIsCleaned) {
   EXPECT_GT(Largest(whole.weights), 0.1);
 }
 
-// With a fit of the head that is learned from the same take, its calm and the anchors apart. No two frames follow each
-// other, so nothing is calmed; brows and eyes have no rigid neighbours.
+// With a fit of the head that is learned from the same take, its calm and the anchors apart. No two frames
+// follow each other, so nothing is calmed; brows and eyes have no rigid neighbours.
 TEST(LiveFace, FitsTheHeadAsATakeDoesWithWhatItLearnedFromIt) {
   tests::Random random(32);
   Take take = EmptyTake({"TempleL", "TempleR"});

@@ -97,7 +97,8 @@ Take ReadRecorded(const std::string& path) { return mien::ReadTake(mien::ReadFil
 
 } // namespace
 
-// The promise of a recording: solving what came in, with the same settings, gives what went out, byte by byte.
+// The promise of a recording: solving what came in, with the same settings, gives what went out, byte by
+// byte.
 TEST_F(LiveSessionFiles, ARecordingSolvesCausallyToWhatWentOut) {
   const Take take = Landmarks();
   const auto performer = std::make_shared<const mien::Performer>(mien::LoadPerformer("landmarks68"));

@@ -44,7 +44,8 @@ WeightTake Recording(std::vector<std::string> names, std::size_t frames) {
 
 } // namespace
 
-// Of a recording without gaps it makes what a retarget makes, to the bit: ranges, sides, map, eyes, character.
+// Of a recording without gaps it makes what a retarget makes, to the bit: ranges, sides, map, eyes,
+// character.
 TEST(WeightSolver, GivesWhatARetargetGivesWhereNothingIsMissing) {
   const WeightTake take = Recording({"jawOpen", "mouthSmileLeft", "mouthSmileRight", "eyeBlinkLeft"}, 30);
   const std::vector<mien::Range> ranges = {
