@@ -91,7 +91,7 @@ LearnedFace LearnFaceOfPose(const Performer& performer, const CausalSettings& se
   take.file = performer.file;
   take.rate = {30, 1};
   take.AddFrame(1, 0);
-  const NeutralPose& pose = std::get<NeutralPose>(performer.neutral);
+  const auto& pose = std::get<NeutralPose>(performer.neutral);
   for (std::size_t m = 0; m < take.MarkerCount(); ++m)
     if (const auto place = pose.find(take.markers[m]); place != pose.end()) take.Set(0, m, place->second);
   Neutral neutral = FindNeutral(take, performer, std::nullopt);

@@ -37,7 +37,7 @@ public:
 private:
   static constexpr double kFirst_s = 1e-6;
   static constexpr double kToAnOctave = 8;
-  static constexpr std::size_t kClasses = 26 * 8; // 2^26 microseconds are 67 s
+  static constexpr std::size_t kClasses = std::size_t{26} * 8; // 2^26 microseconds are 67 s
 
   static std::size_t ClassOf(double seconds) {
     if (!(seconds > kFirst_s)) return 0;
