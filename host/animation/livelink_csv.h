@@ -1,10 +1,8 @@
 #pragma once
 
+#include "host/animation/arkit_columns.h"
 #include "host/animation/csv_animation_writer.h"
-#include "host/character/arkit_names.h"
 
-#include <array>
-#include <cstddef>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -32,7 +30,7 @@ public:
 
 private:
   const AnimationLayout& layout_;
-  std::array<std::vector<std::size_t>, kArkitNames.size()> columns_; // the shapes that mean each of the 52
+  const ArkitColumns columns_;
   std::optional<double> start_; // added to a frame's time; known from the first frame on
 };
 

@@ -47,14 +47,17 @@ set(sees_host/calibrate base files takes formats performer fit animation calibra
 set(sees_host/weights   base files takes formats performer character animation weights)
 set(sees_host/live      base files takes formats cleaning performer character fit animation solve weights live)
 set(sees_host/compare   base takes formats weights compare)
+set(sees_host/wire      base takes formats character weights animation solve live wire)
+set(sees_host/net       base net)
 set(sees_host/view      base takes inspect performer character gltf animation solve weights compare view)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit face animation
                         solve calibrate weights live compare view jobs)
+set(sees_host/stream    base files takes formats performer character weights animation solve live wire net jobs stream)
 set(sees_host/batch     base files formats solve jobs batch)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit face animation
-                        solve calibrate weights live compare view jobs batch cli)
+                        solve calibrate weights live wire net stream compare view jobs batch cli)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit face animation solve calibrate
-               weights live compare view jobs batch cli)
+               weights live wire net compare view jobs stream batch cli)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
 endforeach()
