@@ -1,0 +1,79 @@
+// The rows of a page that shows a stream: a sweep, in which the newest frame overwrites the oldest.
+
+import type { LiveFrame } from "../data/contract";
+import type { MovedNode } from "../scene/animated_head";
+
+/** What a side shows, column by column as it was decoded. All have a row for each row of the sweep. */
+export interface SideTables {
+  groups: Float32Array[]; // in the order of the side's data
+  positions?: Float32Array;
+  states?: Uint8Array;
+  motion?: Float32Array | undefined;
+  moved: MovedNode[];
+}
+
+/** A value of `values`, as a number of the table: what is missing or no number is NaN. */
+const numberAt = (values: ArrayLike<number | null> | undefined, index: number): number => values?.[index] ?? NaN;
+
+export class Sweep {
+  private next = 0;
+  /** Rows behind the newest one that show nothing, so that old and new curves stay apart. */
+  private readonly gap: number;
+
+  constructor(
+    private readonly rows: number,
+    private readonly sides: SideTables[],
+  ) {
+    this.gap = Math.min(rows - 1, Math.ceil(rows / 50));
+  }
+
+  /** Writes a frame and returns its row. The frames of all sides that come together share a row. */
+  write(frames: LiveFrame[]): number {
+    const row = this.next;
+    this.next = (row + 1) % this.rows;
+    for (const frame of frames) {
+      const tables = this.sides[frame.side];
+      if (tables) this.writeSide(tables, frame, row);
+    }
+    for (const { groups } of this.sides) {
+      for (let ahead = 1; ahead <= this.gap; ++ahead) {
+        const at = (row + ahead) % this.rows;
+        for (const values of groups) for (let i = at; i < values.length; i += this.rows) values[i] = NaN;
+      }
+    }
+    return row;
+  }
+
+  private writeSide(tables: SideTables, frame: LiveFrame, row: number): void {
+    tables.groups.forEach((values, g) => this.fill(values, row, frame.groups[g]));
+    if (tables.motion) this.fill(tables.motion, row, frame.head_motion);
+    tables.moved.forEach((moved, m) => {
+      const now = frame.moved?.[m];
+      for (const what of ["rotation", "translation", "scale"] as const) {
+        const values = moved[what];
+        if (values) this.fill(values, row, now?.[what]);
+      }
+    });
+    if (tables.positions && tables.states) this.writeMarkers(tables.positions, tables.states, frame, row);
+  }
+
+  /** A marker that is not seen stays where it was, in the state of a gap. */
+  private writeMarkers(positions: Float32Array, states: Uint8Array, frame: LiveFrame, row: number): void {
+    const before = (row + this.rows - 1) % this.rows;
+    const markers = states.length / this.rows;
+    for (let marker = 0; marker < markers; ++marker) {
+      const isSeen = !Number.isNaN(numberAt(frame.positions, marker * 3));
+      states[marker * this.rows + row] = isSeen ? (frame.states?.[marker] ?? 1) : 0;
+      for (let axis = 0; axis < 3; ++axis) {
+        const column = (marker * 3 + axis) * this.rows;
+        positions[column + row] = isSeen ? numberAt(frame.positions, marker * 3 + axis) : positions[column + before];
+      }
+    }
+  }
+
+  private fill(values: Float32Array, row: number, now: ArrayLike<number | null> | undefined): void {
+    for (let column = 0; column * this.rows < values.length; ++column) {
+      values[column * this.rows + row] = numberAt(now, column);
+    }
+  }
+}
