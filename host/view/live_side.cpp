@@ -128,9 +128,9 @@ std::string LiveSide::FrameEvent(std::size_t side, std::string_view clock, const
   now.heads[0] = frame.head;
   if (frame.eyes && !now.eyes.empty()) now.eyes[0] = *frame.eyes;
 
-  std::string out =
-      fmt::format(R"({{"side":{},"number":{},"clock":{},"groups":[)", side, frame.number,
-                  nlohmann::json(clock).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace));
+  std::string out = fmt::format(
+      R"({{"side":{},"number":{},"time":{:.4f},"clock":{},"groups":[)", side, frame.number, frame.time,
+      nlohmann::json(clock).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace));
   bool is_first = true;
   const auto begin_group = [&] {
     if (!is_first) out += ',';

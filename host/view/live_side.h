@@ -53,8 +53,8 @@ private:
   AnimatedHead head_;              ///< of it
 };
 
-/// The page of these sides, which shows the last `frames` frames of a stream at this rate and gets them from
-/// `events`, a path on its own server.
+/// The page of these sides, which shows the last `frames` / `rate` seconds of a stream and gets it from `events`, a
+/// path on its own server.
 ViewPage LivePageOf(std::string title, const FrameRate& rate, std::size_t frames, std::string events,
                     std::span<const LiveSide* const> sides);
 

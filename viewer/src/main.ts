@@ -251,6 +251,7 @@ async function start(): Promise<void> {
   if (data.live) {
     const stream = startLive(data.live, {
       rows: timeline.count,
+      rowsPerSecond: data.rate[0] / data.rate[1],
       sides: tables,
       groups,
       show: (row) => {

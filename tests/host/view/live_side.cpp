@@ -115,6 +115,7 @@ TEST(LiveSide, AFrameHasANumberForEachColumnOfThePage) {
   const Json event = Json::parse(text);
   EXPECT_EQ(event["side"], 3);
   EXPECT_EQ(event["number"], 12);
+  EXPECT_EQ(event["time"], 0.2);
   ASSERT_EQ(event["groups"].size(), shown["groups"].size());
   for (std::size_t g = 0; g < event["groups"].size(); ++g)
     EXPECT_EQ(event["groups"][g].size(), shown["groups"][g]["curves"].size()) << shown["groups"][g]["name"];

@@ -117,6 +117,7 @@ export interface LiveData {
 export interface LiveFrame {
   side: number;
   number: number;
+  time: number; // seconds, rising; of all sides on one clock
   clock: string;
   groups: (number | null)[][];
   positions?: (number | null)[]; // x, y, z of each marker

@@ -9,6 +9,7 @@ import { Sweep } from "./sweep";
 
 export interface LivePage {
   rows: number;
+  rowsPerSecond: number;
   sides: SideTables[];
   groups: CurveGroup[];
   /** Shows a row of the tables. */
@@ -26,24 +27,16 @@ const measureMs = 500;
 
 /** Receives until the page is closed. Returns what freezes the picture, or lets it go on. */
 export function startLive(live: LiveData, page: LivePage): { freeze(frozen: boolean): void } {
-  const sweep = new Sweep(page.rows, page.sides);
+  const sweep = new Sweep(page.rows, page.rowsPerSecond, page.sides);
   let waiting: LiveFrame[] = [];
   let frozen = false;
   let shown = 0;
 
-  // All frames are written, those between two pictures too; a frame of a side that is there already begins a row.
+  // All frames are written, those between two pictures too.
   const showWaiting = () => {
     if (!waiting.length) return;
     let row = 0;
-    let together: LiveFrame[] = [];
-    for (const frame of waiting) {
-      if (together.some((other) => other.side === frame.side)) {
-        row = sweep.write(together);
-        together = [];
-      }
-      together.push(frame);
-    }
-    row = sweep.write(together);
+    for (const frame of waiting) row = sweep.write(frame);
     byId("live-clock").textContent = waiting[waiting.length - 1].clock;
     if (shown === 0) page.arrange();
     page.show(row);

@@ -15,33 +15,61 @@ export interface SideTables {
 /** A value of `values`, as a number of the table: what is missing or no number is NaN. */
 const numberAt = (values: ArrayLike<number | null> | undefined, index: number): number => values?.[index] ?? NaN;
 
+/** Frames that are further apart are not joined by a line. */
+const longestPause = 0.25; // seconds
+
 export class Sweep {
-  private next = 0;
+  /** The row of the newest frame, counted on from sweep to sweep; its time; and the newest rows of the sides. */
+  private newest = -1;
+  private newestTime = -Infinity;
+  private readonly newestOfSides: number[];
+  /** The time of row 0. */
+  private start = 0;
   /** Rows behind the newest one that show nothing, so that old and new curves stay apart. */
   private readonly gap: number;
 
   constructor(
     private readonly rows: number,
+    private readonly rowsPerSecond: number,
     private readonly sides: SideTables[],
   ) {
     this.gap = Math.min(rows - 1, Math.ceil(rows / 50));
+    this.newestOfSides = sides.map(() => -1);
   }
 
-  /** Writes a frame and returns its row. The frames of all sides that come together share a row. */
-  write(frames: LiveFrame[]): number {
-    const row = this.next;
-    this.next = (row + 1) % this.rows;
-    for (const frame of frames) {
-      const tables = this.sides[frame.side];
-      if (tables) this.writeSide(tables, frame, row);
+  /**
+   * Writes a frame into the row of its time and returns that row. Rows that were skipped, because frames come less
+   * often, show the same. Behind a pause, or where the clock begins anew, the sweep goes on with a gap.
+   */
+  write(frame: LiveFrame): number {
+    const pause = frame.time - this.newestTime;
+    if (!(pause >= 0 && pause <= longestPause)) {
+      const next = this.newest < 0 ? 0 : this.newest + this.gap;
+      this.start = frame.time - next / this.rowsPerSecond;
+      this.newest = next - 1;
+      this.newestOfSides.fill(this.newest);
     }
+    const row = Math.max(this.newest, Math.floor((frame.time - this.start) * this.rowsPerSecond + 1e-6));
+    const tables = this.sides[frame.side];
+    if (tables) {
+      const skipped = row - this.newestOfSides[frame.side] - 1;
+      const first = skipped > 0 && skipped <= longestPause * this.rowsPerSecond ? row - skipped : row;
+      for (let at = first; at <= row; ++at) this.writeSide(tables, frame, at % this.rows);
+      this.newestOfSides[frame.side] = row;
+    }
+    if (row > this.newest) this.clearAhead(row);
+    this.newest = row;
+    this.newestTime = frame.time;
+    return row % this.rows;
+  }
+
+  private clearAhead(row: number): void {
     for (const { groups } of this.sides) {
       for (let ahead = 1; ahead <= this.gap; ++ahead) {
         const at = (row + ahead) % this.rows;
         for (const values of groups) for (let i = at; i < values.length; i += this.rows) values[i] = NaN;
       }
     }
-    return row;
   }
 
   private writeSide(tables: SideTables, frame: LiveFrame, row: number): void {

@@ -34,6 +34,7 @@ function frameOf(n: number): LiveFrame {
   return {
     side: 0,
     number: n,
+    time: 2 + n / 30,
     clock: `10:00:00:${String(n).padStart(2, "0")}`,
     groups: [curves.Templates.map((_, c) => (c === 4 ? 0 : waveAt(c, n)))],
     positions: Array.from({ length: markers }, (_, m) => markerAt(m, markers, n)).flat(),
@@ -107,7 +108,7 @@ test("a head follows the stream", async (context) => {
   const opened = await openAddress(browser, server.address);
   await waitForReaders(server);
   const groups = (side.groups ?? []).map((group) => group.curves.map((_, c) => ((c * 7) % 10) / 10));
-  server.send("frame", { side: 0, number: 1, clock: "one", groups, head_motion: [0, 0.5, 0, Math.sqrt(0.75), 0, 0, 0] });
+  server.send("frame", { side: 0, number: 1, time: 0, clock: "one", groups, head_motion: [0, 0.5, 0, Math.sqrt(0.75), 0, 0, 0] });
   await waitForClock(opened, "one");
   const drivers = side.head?.morphs?.[0].drivers ?? [];
   const expected = drivers.map((driver, target) => {
