@@ -57,11 +57,13 @@ Columns FindColumns(const std::vector<std::string>& shapes) {
 
 LiveLinkCsvWriter::LiveLinkCsvWriter(const AnimationLayout& layout, std::ostream& out)
     : CsvAnimationWriter(out), layout_(layout), columns_(FindColumns(layout.shapes)) {
-  fmt::format_to(Row(), "Timecode,BlendShapeCount");
+  Rows header;
+  const fmt::appender row(header);
+  fmt::format_to(row, "Timecode,BlendShapeCount");
   for (const std::string_view name : kArkitNames)
-    fmt::format_to(Row(), ",{}{}", static_cast<char>(name[0] - 'a' + 'A'), name.substr(1));
-  fmt::format_to(Row(), ",{}", fmt::join(kAngles, ","));
-  EndRow();
+    fmt::format_to(row, ",{}{}", static_cast<char>(name[0] - 'a' + 'A'), name.substr(1));
+  fmt::format_to(row, ",{}", fmt::join(kAngles, ","));
+  WriteHeader(header);
 }
 
 std::vector<std::string> LiveLinkCsvWriter::Missing() const {
@@ -71,29 +73,30 @@ std::vector<std::string> LiveLinkCsvWriter::Missing() const {
   return missing;
 }
 
-void LiveLinkCsvWriter::Frame(const AnimationFrame& frame) {
-  // A timecode may count 29.97 numbers per second; its seconds are those that its numbers show.
-  if (!start_)
-    start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() + layout_.timecode_offset_s - frame.time : 0;
-  AppendTimeOfDay(Row(), *start_ + frame.time);
-  fmt::format_to(Row(), ",{}", columns_.size() + std::size(kAngles));
+// A timecode may count 29.97 numbers per second; its seconds are those that its numbers show.
+void LiveLinkCsvWriter::Begin(const AnimationFrame& first) {
+  start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() + layout_.timecode_offset_s - first.time : 0;
+}
+
+void LiveLinkCsvWriter::AppendRow(Rows& rows, const AnimationFrame& frame) const {
+  AppendTimeOfDay(fmt::appender(rows), start_ + frame.time);
+  fmt::format_to(fmt::appender(rows), ",{}", columns_.size() + std::size(kAngles));
   for (const std::vector<std::size_t>& shapes : columns_) {
     double sum = 0;
     for (const std::size_t s : shapes) sum += frame.shape_weights[s];
-    AppendTenDecimals(shapes.empty() ? 0 : WithoutSignOfZero(sum / static_cast<double>(shapes.size())));
+    AppendTenDecimals(rows, shapes.empty() ? 0 : WithoutSignOfZero(sum / static_cast<double>(shapes.size())));
   }
   VgeRVector degrees;
   const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
   roll_first.M2V(degrees, RotationOf(layout_.HeadMotion(frame.head)));
   constexpr double kRadians = std::numbers::pi / 180;
   for (const double angle : {degrees.y, degrees.x, degrees.z})
-    AppendTenDecimals(WithoutSignOfZero(angle * kRadians));
+    AppendTenDecimals(rows, WithoutSignOfZero(angle * kRadians));
   for (std::size_t eye = 0; eye < kEyes; ++eye) {
     const auto& [yaw, pitch] = frame.eyes ? (*frame.eyes)[eye] : EyeAngles();
     for (const double angle : {-yaw, pitch, 0.0})
-      AppendTenDecimals(WithoutSignOfZero(angle)); // yaw to the performer's right
+      AppendTenDecimals(rows, WithoutSignOfZero(angle)); // yaw to the performer's right
   }
-  EndRow();
 }
 
 } // namespace mien

@@ -28,12 +28,13 @@ public:
   /// Those of the 52 names that no shape of the layout means, in their order.
   std::vector<std::string> Missing() const;
 
-  void Frame(const AnimationFrame& frame) override;
-
 private:
+  void Begin(const AnimationFrame& first) override;
+  void AppendRow(Rows& rows, const AnimationFrame& frame) const override;
+
   const AnimationLayout& layout_;
   std::array<std::vector<std::size_t>, kArkitNames.size()> columns_; // the shapes that mean each of the 52
-  std::optional<double> start_; // added to a frame's time; known from the first frame on
+  double start_ = 0;                                                 // added to a frame's time
 };
 
 } // namespace mien

@@ -130,6 +130,13 @@ public:
     size_ = size; // where it shrinks
   }
 
+  /// Appends values without touching them, so that several threads can make them at once. Each must be written
+  /// before it is read.
+  void extend(std::size_t count) {
+    if (size_ + count > capacity_) Grow(size_ + count);
+    size_ += count;
+  }
+
   void reserve(std::size_t size) {
     if (size > capacity_ && size <= kMostOnHeap) Grow(size);
   }

@@ -1,5 +1,6 @@
 #include "host/cleaning/fill_gaps.h"
 
+#include "host/base/parallel.h"
 #include "host/cleaning/rigid_motion.h"
 #include "host/takes/gaps.h"
 #include "mien/base/affine.h"
@@ -242,26 +243,28 @@ std::size_t FilledMarker::FilledFrames() const {
   return std::accumulate(filled_by.begin(), filled_by.end(), std::size_t{0});
 }
 
-std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers,
-                                   const FillPlan& plan) {
+std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers, const FillPlan& plan,
+                                   std::size_t threads) {
   // All fills are computed before any is stored, so that filled positions are not used as neighbours.
   struct Fill {
     std::size_t marker;
     std::size_t first;
     Filler::Places places;
   };
-  std::vector<Fill> fills;
-  std::vector<FilledMarker> report;
+  std::vector<std::vector<Fill>> fills(markers.size());
+  std::vector<FilledMarker> report(markers.size());
   const std::vector<std::vector<FrameSpan>> gaps = GapsOfAll(take);
-  for (const std::size_t m : markers) {
-    FilledMarker& entry = report.emplace_back();
+  const Take& unfilled = take; // which several threads read
+  OnThreads(threads, markers.size(), [&](std::size_t, std::size_t i) {
+    const std::size_t m = markers[i];
+    FilledMarker& entry = report[i];
     entry.marker = take.markers[m];
     for (const FrameSpan& gap : gaps[m]) {
       ++entry.gaps;
       entry.gap_frames += gap.Count();
       entry.longest_gap = std::max(entry.longest_gap, gap.Count());
       const double seconds = SecondsUnseen(take, gap);
-      const Filler filler(take, m, gap);
+      const Filler filler(unfilled, m, gap);
       for (const auto& [method, longest_s] : plan) {
         // Allow a quarter of a frame: times are often rounded, for instance to milliseconds.
         if (seconds > longest_s + take.rate.Seconds(1) / 4) continue;
@@ -270,14 +273,15 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
             std::count_if(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }));
         if (filled == 0) continue;
         entry.filled_by[static_cast<std::size_t>(method)] += filled;
-        fills.push_back({m, gap.first, std::move(places)});
+        fills[i].push_back({m, gap.first, std::move(places)});
         break;
       }
     }
-  }
-  for (const auto& [marker, first, places] : fills)
-    for (std::size_t i = 0; i < places.size(); ++i)
-      if (places[i]) take.Set(first + i, marker, *places[i], Origin::Filled);
+  });
+  for (const std::vector<Fill>& of_marker : fills)
+    for (const auto& [marker, first, places] : of_marker)
+      for (std::size_t i = 0; i < places.size(); ++i)
+        if (places[i]) take.Set(first + i, marker, *places[i], Origin::Filled);
   return report;
 }
 

@@ -5,6 +5,7 @@
 #include "host/cli/output.h"
 #include "host/cli/progress.h"
 #include "host/cli/take_options.h"
+#include "host/cli/threads_option.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/calibrate_job.h"
 #include "host/jobs/calibrate_weights_job.h"
@@ -190,8 +191,10 @@ void AddCalibrateCommand(Command& mien) {
   AddHeadFit(command, job.solve.head_fit);
   AddCleaningOptions(command, job.solve);
   AddTakeOptions(command, job.reading);
+  AddThreads(command, job.solve.threads);
   command.AddOutputOptions();
   command.OnRun([options](Output& output_to) {
+    options->job.reading.threads = options->job.solve.threads;
     if (options->list_poses) return ListPoses(output_to);
     RequireOptions(options->job);
     if (options->job.performer.empty()) return CalibrateWeights(options->job, output_to);

@@ -5,6 +5,7 @@
 #include "host/cli/job_options.h"
 #include "host/cli/output.h"
 #include "host/cli/progress.h"
+#include "host/cli/threads_option.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/retarget_job.h"
 #include "host/jobs/retarget_report.h"
@@ -111,6 +112,7 @@ void AddRetargetCommand(Command& mien, std::vector<std::string> arguments) {
   auto job = std::make_shared<RetargetJob>();
   job->command = std::move(arguments);
   AddRetargetOptions(command, *job);
+  AddThreads(command, job->threads);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Retarget(*job, output); });
 }

@@ -7,6 +7,7 @@
 #include "host/cli/print_solve_report.h"
 #include "host/cli/progress.h"
 #include "host/cli/terminals.h"
+#include "host/cli/threads_option.h"
 #include "host/files/standard_streams.h"
 #include "host/inspect/weight_picture.h"
 #include "host/jobs/solve_job.h"
@@ -86,8 +87,12 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   auto job = std::make_shared<SolveJob>();
   job->command = std::move(arguments);
   AddSolveOptions(command, *job);
+  AddThreads(command, job->solve.threads);
   command.AddOutputOptions();
-  command.OnRun([job](Output& output) { Solve(*job, output); });
+  command.OnRun([job](Output& output) {
+    job->reading.threads = job->solve.threads;
+    Solve(*job, output);
+  });
 }
 
 } // namespace mien

@@ -77,7 +77,8 @@ CalibrateResult Run(const CalibrateJob& job, const JobProgress& progress) {
     const std::optional<RigidHead> rigid =
         job.solve.head_fit == HeadFit::Take ? LearnRigidHead(take, performer) : std::nullopt;
     if (first) {
-      result.neutral = FindNeutral(take, performer, job.neutral, rigid ? &*rigid : nullptr);
+      result.neutral =
+          FindNeutral(take, performer, job.neutral, rigid ? &*rigid : nullptr, job.solve.threads);
       performer.neutral =
           result.neutral.pose; // that of all takes, as it will be of those that are solved later
     }

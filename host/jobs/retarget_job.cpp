@@ -191,14 +191,15 @@ RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   choice.has_shapes = character || !animation.layout.shapes.empty();
   if (character) {
     result.character = character->name;
-    SolveCharacter(animation, *character, job.expressions);
+    SolveCharacter(animation, *character, job.expressions, nullptr, job.threads);
   }
-  animation.CheckFinite(InputName(job.weights));
+  animation.CheckFinite(InputName(job.weights), job.threads);
   AnimationOutput output = OutputOf(choice);
   // The simple head has the shapes of a character.
   if (!character && choice.has_shapes && output.format == AnimationFormat::Glb && !output.onto)
     character = LoadCharacter("arkit52");
-  result.written = WriteAnimation(animation, character ? &*character : nullptr, std::move(output), progress);
+  result.written =
+      WriteAnimation(animation, character ? &*character : nullptr, std::move(output), progress, job.threads);
 
   if (has_record) {
     RequireUnchanged(job.weights, weights_state);

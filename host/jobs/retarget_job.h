@@ -33,6 +33,7 @@ struct RetargetJob {
   ExpressionWeights expressions; ///< of the character, added to every frame
 
   WeightReadOptions reading;
+  std::size_t threads = 1; ///< that work on the animation; every number gives the same bytes
   /// A take of face landmarks of the same recording, which the head and the eyes come from; may be empty, or the file
   /// of weights itself. `mesh` is how it is read.
   std::string landmarks;

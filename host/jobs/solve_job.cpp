@@ -216,7 +216,8 @@ Solution SolveParts(const SolveJob& job, const Performer& performer, const Shape
                     const JobProgress& progress, SolveResult& result) {
   const std::optional<RigidHead> rigid =
       job.solve.head_fit == HeadFit::Take ? LearnRigidHead(result.take, performer) : std::nullopt;
-  result.neutral = FindNeutral(result.take, performer, job.neutral, rigid ? &*rigid : nullptr);
+  result.neutral =
+      FindNeutral(result.take, performer, job.neutral, rigid ? &*rigid : nullptr, job.solve.threads);
   if (job.neutral && !performer.ranges.empty())
     result.neutral.notes.push_back(
         {Code::Doubtful, "",
@@ -290,7 +291,8 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
       SolveParts(job, performer, basis ? &*basis : nullptr, character.has_value(), progress, result);
   std::optional<FittedShapes>& fitted = solution.fitted;
   const auto add_shapes = [&](Animation& animation) {
-    if (character) SolveCharacter(animation, *character, job.expressions, fitted ? &*fitted : nullptr);
+    if (character)
+      SolveCharacter(animation, *character, job.expressions, fitted ? &*fitted : nullptr, job.solve.threads);
   };
   if (character) result.character = character->name;
 
@@ -300,11 +302,11 @@ SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   if (job.output_rate)
     Resample(result.animation, *job.output_rate, InputName(job.take), fitted ? &fitted->weights : nullptr);
   add_shapes(result.animation);
-  result.animation.CheckFinite(InputName(job.take));
+  result.animation.CheckFinite(InputName(job.take), job.solve.threads);
   const std::optional<Glb> onto = job.view.empty() ? std::nullopt : output.onto;
   const HeadNodes nodes = output.nodes;
-  result.written =
-      WriteAnimation(result.animation, character ? &*character : nullptr, std::move(output), progress);
+  result.written = WriteAnimation(result.animation, character ? &*character : nullptr, std::move(output),
+                                  progress, job.solve.threads);
 
   if (!job.frames_report.empty())
     WriteWhole(job.frames_report,

@@ -55,7 +55,7 @@ std::size_t ValuesOf(const AnimationLayout& layout, AnimationFormat format) {
 } // namespace
 
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
-                                AnimationOutput output, const JobProgress& progress) {
+                                AnimationOutput output, const JobProgress& progress, std::size_t threads) {
   const AnimationLayout& layout = animation.layout;
   WrittenAnimation written;
   written.path = output.path;
@@ -70,12 +70,12 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
     case AnimationFormat::ShapeCsv: {
       const bool shapes = output.format == AnimationFormat::ShapeCsv;
       WeightCsvWriter writer(layout, shapes ? WeightKind::Shapes : WeightKind::Templates, out);
-      return Write(animation, writer);
+      return Write(animation, writer, threads);
     }
     case AnimationFormat::LiveLinkCsv: {
       LiveLinkCsvWriter writer(layout, out);
       written.missing_shapes = writer.Missing();
-      return Write(animation, writer);
+      return Write(animation, writer, threads);
     }
     case AnimationFormat::Json:
       return WriteAnimationJson(animation, out);

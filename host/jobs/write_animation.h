@@ -48,6 +48,7 @@ struct WrittenAnimation {
 /// Writes the whole file, or none. `character` is the one that the animation was solved for; null without
 /// one. Of the stages `progress` gets the writing, of formats that are text. Throws InputError.
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
-                                AnimationOutput output, const JobProgress& progress = nullptr);
+                                AnimationOutput output, const JobProgress& progress = nullptr,
+                                std::size_t threads = 1);
 
 } // namespace mien

@@ -1,5 +1,6 @@
 #include "host/solve/head_track.h"
 
+#include "host/base/parallel.h"
 #include "host/base/rotation.h"
 #include "host/cleaning/calm_motion.h"
 #include "host/cleaning/low_pass.h"
@@ -86,7 +87,7 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
   track.known.assign(take.FrameCount(), true);
   if (!head.RemovesMotion()) return track;
 
-  Take markers = PickMarkers(take, MarkerIndices(take, head.Markers()));
+  Take markers = PickMarkers(take, MarkerIndices(take, head.Markers()), options.threads);
   std::vector<std::size_t> slots(markers.MarkerCount());
   std::iota(slots.begin(), slots.end(), std::size_t{0});
   if (options.head_tolerance_mm) {
@@ -97,35 +98,40 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
         places[guarded.size()] = head.Reference()[slot];
         guarded.push_back(*marker);
       }
-    track.slipped = TakeOutSlipped(markers, guarded, places, *options.head_tolerance_mm);
+    track.slipped = TakeOutSlipped(markers, guarded, places, *options.head_tolerance_mm, options.threads);
   }
-  track.fills = FillGaps(markers, slots, options.head_fill);
+  track.fills = FillGaps(markers, slots, options.head_fill, options.threads);
   if (options.smooth_positions_hz) SmoothPositions(markers, slots, *options.smooth_positions_hz);
 
-  solver.FindHeads(markers, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
+  solver.FindHeads(markers, options.threads, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
     track.known[f] = found.has_value();
     if (found) track.heads[f] = *found;
   });
   if (const RigidFit* fit = head.Fit())
-    track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, markers);
+    track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, markers, options.threads);
   FillUnknown(take, track);
   return track;
 }
 
-Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers) {
+Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers,
+               std::size_t threads) {
   const std::vector<std::size_t> indices = MarkerIndices(take, markers);
   Take stable = WithoutFrames(take, indices);
-  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
-    stable.AddFrame(take.frames[f], take.times[f]);
-    if (!track.known[f]) continue;
-    const VgeAMatrix to_head = InverseOfOrthogonalAxes(track.heads[f]);
-    for (std::size_t m = 0; m < indices.size(); ++m) {
-      const Point* const p = take.At(f, indices[m]);
-      if (!p) continue;
-      const VgeTVector p_head = TransformPoint(to_head, {p->x, p->y, p->z});
-      stable.Set(f, m, {p_head.x, p_head.y, p_head.z}, take.OriginAt(f, indices[m]));
+  stable.AddFrames(take.FrameCount());
+  ForRanges(threads, take.FrameCount(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    for (std::size_t f = first; f < end; ++f) {
+      stable.frames[f] = take.frames[f];
+      stable.times[f] = take.times[f];
+      const Take::Row row = stable.RowOf(f);
+      const VgeAMatrix to_head = InverseOfOrthogonalAxes(track.heads[f]);
+      for (std::size_t m = 0; m < indices.size(); ++m) {
+        const Point* const p = track.known[f] ? take.At(f, indices[m]) : nullptr;
+        const VgeTVector p_head = p ? TransformPoint(to_head, {p->x, p->y, p->z}) : VgeTVector();
+        row.positions[m] = {p_head.x, p_head.y, p_head.z};
+        row.origins[m] = p ? take.OriginAt(f, indices[m]) : Origin::None;
+      }
     }
-  }
+  });
   return stable;
 }
 

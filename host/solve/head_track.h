@@ -34,6 +34,7 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
 
 /// The markers of these names in the head's frame: of a face that looks along +z, x to its left, y up. In
 /// frames without a known head they are gaps.
-Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers);
+Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers,
+               std::size_t threads = 1);
 
 } // namespace mien

@@ -5,6 +5,8 @@
 #include "host/solve/character_solver.h"
 #include "host/solve/solve_shapes.h"
 
+#include <cstddef>
+
 namespace mien {
 
 /// Fills in what the character makes of a solved take, whose templates are those of TemplateColumns: its shapes
@@ -12,6 +14,7 @@ namespace mien {
 /// every frame. `fitted` are weights of shapes that take the place of those from templates; null for none.
 /// Throws as CharacterSolver does.
 void SolveCharacter(Animation& animation, const Character& character,
-                    const ExpressionWeights& expressions = {}, const FittedShapes* fitted = nullptr);
+                    const ExpressionWeights& expressions = {}, const FittedShapes* fitted = nullptr,
+                    std::size_t threads = 1);
 
 } // namespace mien

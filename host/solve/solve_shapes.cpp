@@ -1,6 +1,7 @@
 #include "host/solve/solve_shapes.h"
 
 #include "host/base/face_parts.h"
+#include "host/base/parallel.h"
 #include "host/base/statistics.h"
 #include "host/cleaning/fill_gaps.h"
 #include "host/fit/landmark_scheme.h"
@@ -102,10 +103,10 @@ NeutralPose RestOf(const Take& stable, const Performer& performer, const Neutral
 
 /// The standard deviation of each marker's coordinates from frame to frame (size: markers). A quarter of the
 /// second differences are small in any take: in these the face hardly moves. 0 for a marker without them.
-std::vector<double> NoiseOf(const Take& stable) {
+std::vector<double> NoiseOf(const Take& stable, std::size_t threads) {
   constexpr double kQuarter = 0.3186; // the lower quarter of |x| for a standard deviation of 1
-  std::vector<double> noise;
-  for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
+  std::vector<double> noise(stable.MarkerCount());
+  OnThreads(threads, stable.MarkerCount(), [&](std::size_t, std::size_t m) {
     std::array<std::vector<double>, 3> bends;
     for (std::size_t f = 1; f + 1 < stable.FrameCount(); ++f) {
       const Point *const a = stable.At(f - 1, m), *const b = stable.At(f, m), *const c = stable.At(f + 1, m);
@@ -119,8 +120,8 @@ std::vector<double> NoiseOf(const Take& stable) {
       const double deviation = bend.empty() ? 0 : Quantile(bend, 0.25) / (std::sqrt(6.0) * kQuarter);
       squares += deviation * deviation / 3;
     }
-    noise.push_back(std::sqrt(squares));
-  }
+    noise[m] = std::sqrt(squares);
+  });
   return noise;
 }
 
@@ -190,10 +191,11 @@ struct FitOfTake {
 };
 
 /// The take's markers in the head's frame.
-Take StableMarkers(const SolvedTake& solved, const Take& take, const Performer& performer) {
+Take StableMarkers(const SolvedTake& solved, const Take& take, const Performer& performer,
+                   std::size_t threads) {
   const HeadTrack track = {
       .heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
-  return Stabilise(take, track, FitMarkers(take, performer));
+  return Stabilise(take, track, FitMarkers(take, performer), threads);
 }
 
 /// Against what damping took from each weight, up to a limit.
@@ -223,16 +225,16 @@ std::vector<std::size_t> DecidedShapes(const LaidBasis& laid, const std::vector<
 }
 
 FitOfTake SetUp(const SolvedTake& solved, const Take& take, const Performer& performer,
-                const Neutral& neutral, const FillPlan& fill, const ShapeBasis& basis, Observer& observer,
-                FittedShapes& fitted) {
+                const Neutral& neutral, const SolveOptions& options, const ShapeBasis& basis,
+                Observer& observer, FittedShapes& fitted) {
   FitReport& report = fitted.report;
-  Take stable = StableMarkers(solved, take, performer);
+  Take stable = StableMarkers(solved, take, performer, options.threads);
   std::vector<std::size_t> all(stable.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
-  const std::vector<double> noise = NoiseOf(stable);
+  const std::vector<double> noise = NoiseOf(stable, options.threads);
   std::vector<double> sorted = noise;
   if (!sorted.empty()) report.noise_mm = Median(sorted);
-  FillGaps(stable, all, fill);
+  FillGaps(stable, all, options.face_fill, options.threads);
   const NeutralPose rest = RestOf(stable, performer, neutral, solved.animation);
   LaidBasis laid = LayBasis(basis, performer, rest);
   report.markers = laid.markers.size();
@@ -293,7 +295,7 @@ FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Perfo
   FittedShapes fitted;
   fitted.report.basis = used.name;
   fitted.report.notes = used.notes;
-  FitOfTake of_take = SetUp(solved, take, performer, neutral, options.face_fill, used, observer, fitted);
+  FitOfTake of_take = SetUp(solved, take, performer, neutral, options, used, observer, fitted);
   SolveFrames(of_take, fitted, progress);
   if (options.smooth_weights_hz)
     SmoothWeights(fitted.weights, fitted.names.size(), take.frames, take.rate, *options.smooth_weights_hz);

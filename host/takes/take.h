@@ -89,6 +89,20 @@ struct Take {
     return frames.size() - 1;
   }
 
+  /// Appends frames that have no values yet. The caller must write all of them, also of gaps: `frames`, `times`,
+  /// RowOf, and `gaze` of a take with gaze_axes. Different threads may write different frames. Returns the index
+  /// of the first.
+  std::size_t AddFrames(std::size_t count) {
+    const std::size_t first = frames.size();
+    positions_.extend(count * markers.size());
+    origins_.extend(count * markers.size());
+    if (HasSightings()) sightings_.extend(count * markers.size());
+    frames.extend(count);
+    times.extend(count);
+    if (gaze_axes) gaze.extend(count);
+    return first;
+  }
+
   /// Takes back the last AddFrame.
   void RemoveLastFrame() {
     const std::size_t size = positions_.size() - markers.size();
