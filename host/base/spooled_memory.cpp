@@ -151,10 +151,11 @@ void SpooledMemory::Keep(std::size_t piece) const {
   const State before = states_[piece].exchange(State::Kept, std::memory_order_relaxed);
   if (before == State::Kept) return; // another thread was faster
   std::size_t end = piece + 1;
-  if (piece > 0 && states_[piece - 1].load(std::memory_order_relaxed) == State::Kept)
+  if (before == State::Dropped && piece > 0 &&
+      states_[piece - 1].load(std::memory_order_relaxed) == State::Kept)
     for (const std::size_t most = std::min(pieces_, piece + kAhead / piece_); end < most; ++end) {
-      State same = before;
-      if (!states_[end].compare_exchange_strong(same, State::Kept, std::memory_order_relaxed)) break;
+      State dropped = State::Dropped;
+      if (!states_[end].compare_exchange_strong(dropped, State::Kept, std::memory_order_relaxed)) break;
     }
   madvise(static_cast<char*>(data_) + piece * piece_, (end - piece) * piece_,
           before == State::New ? MADV_POPULATE_WRITE : MADV_POPULATE_READ);

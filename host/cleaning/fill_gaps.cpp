@@ -13,6 +13,7 @@
 #include <cmath>
 #include <numeric>
 #include <optional>
+#include <span>
 #include <tuple>
 #include <utility>
 
@@ -247,41 +248,51 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
                                    std::size_t threads) {
   // All fills are computed before any is stored, so that filled positions are not used as neighbours.
   struct Fill {
-    std::size_t marker;
-    std::size_t first;
-    Filler::Places places;
+    std::size_t slot; // in `markers`
+    FrameSpan gap;
+    FillMethod method = FillMethod::None;
+    Filler::Places places = {};
   };
-  std::vector<std::vector<Fill>> fills(markers.size());
+  std::vector<Fill> fills;
   std::vector<FilledMarker> report(markers.size());
   const std::vector<std::vector<FrameSpan>> gaps = GapsOfAll(take);
-  const Take& unfilled = take; // which several threads read
-  OnThreads(threads, markers.size(), [&](std::size_t, std::size_t i) {
-    const std::size_t m = markers[i];
-    FilledMarker& entry = report[i];
-    entry.marker = take.markers[m];
-    for (const FrameSpan& gap : gaps[m]) {
+  for (std::size_t slot = 0; slot < markers.size(); ++slot) {
+    FilledMarker& entry = report[slot];
+    entry.marker = take.markers[markers[slot]];
+    for (const FrameSpan& gap : gaps[markers[slot]]) {
       ++entry.gaps;
       entry.gap_frames += gap.Count();
       entry.longest_gap = std::max(entry.longest_gap, gap.Count());
-      const double seconds = SecondsUnseen(take, gap);
-      const Filler filler(unfilled, m, gap);
+      fills.push_back({.slot = slot, .gap = gap});
+    }
+  }
+  // One walk over the take for all markers.
+  std::stable_sort(fills.begin(), fills.end(),
+                   [](const Fill& a, const Fill& b) { return a.gap.first < b.gap.first; });
+  constexpr std::size_t kGapsAtOnce = 64;
+  const Take& unfilled = take; // which several threads read
+  ForRanges(threads, fills.size(), kGapsAtOnce, [&](std::size_t first, std::size_t end) {
+    for (Fill& fill : std::span(fills).subspan(first, end - first)) {
+      const double seconds = SecondsUnseen(unfilled, fill.gap);
+      const Filler filler(unfilled, markers[fill.slot], fill.gap);
       for (const auto& [method, longest_s] : plan) {
         // Allow a quarter of a frame: times are often rounded, for instance to milliseconds.
-        if (seconds > longest_s + take.rate.Seconds(1) / 4) continue;
+        if (seconds > longest_s + unfilled.rate.Seconds(1) / 4) continue;
         Filler::Places places = filler.Fill(method, markers);
-        const auto filled = static_cast<std::size_t>(
-            std::count_if(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }));
-        if (filled == 0) continue;
-        entry.filled_by[static_cast<std::size_t>(method)] += filled;
-        fills[i].push_back({m, gap.first, std::move(places)});
+        if (std::none_of(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }))
+          continue;
+        fill.method = method;
+        fill.places = std::move(places);
         break;
       }
     }
   });
-  for (const std::vector<Fill>& of_marker : fills)
-    for (const auto& [marker, first, places] : of_marker)
-      for (std::size_t i = 0; i < places.size(); ++i)
-        if (places[i]) take.Set(first + i, marker, *places[i], Origin::Filled);
+  for (const auto& [slot, gap, method, places] : fills)
+    for (std::size_t i = 0; i < places.size(); ++i)
+      if (places[i]) {
+        take.Set(gap.first + i, markers[slot], *places[i], Origin::Filled);
+        ++report[slot].filled_by[static_cast<std::size_t>(method)];
+      }
   return report;
 }
 

@@ -22,13 +22,15 @@ StabilisedMarkers::StabilisedMarkers(const Take& take, const Performer& performe
     : take_(take), names_(performer.Markers()), indices_(MarkerIndices(take, names_)),
       head_(MarkerIndices(take, performer.head)), frames_(frames), threads_(threads),
       heads_(frames.Count(), VgeAMatrix()) {
-  if (frames_.Count() > 1) { // one frame has no motion
-    if (rigid)
-      FitHeads(*rigid);
-    else if (head_.size() >= 3)
-      RemoveHeadMotion();
-  }
-  KeepPlaces();
+  const bool moves = frames_.Count() > 1; // one frame has no motion
+  if (moves && !rigid && head_.size() >= 3) RemoveHeadMotion();
+  places_.extend(indices_.size() * frames_.Count());
+  ForRanges(threads_, frames_.Count(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    if (moves && rigid) FitHeads(*rigid, first, end);
+    KeepPlaces(first, end);
+  });
+  columns_.resize(take.MarkerCount());
+  for (std::size_t column = 0; column < indices_.size(); ++column) columns_[indices_[column]] = column;
 }
 
 bool StabilisedMarkers::AnyIsSeen() const {
@@ -119,42 +121,34 @@ void StabilisedMarkers::SolveHeads(const RigidMotion::Markers& reference) {
   });
 }
 
-void StabilisedMarkers::FitHeads(const RigidHead& rigid) {
+void StabilisedMarkers::FitHeads(const RigidHead& rigid, std::size_t first, std::size_t end) {
   const std::vector<std::size_t> indices = MarkerIndices(take_, rigid.markers);
-  ForRanges(threads_, frames_.Count(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
-    RigidFits fits(rigid.body, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
-      heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
-    });
-    RigidBody::Points seen(indices.size());
-    for (std::size_t f = first; f < end; ++f) {
-      for (std::size_t m = 0; m < indices.size(); ++m) {
-        const Point* const p = take_.At(frames_.first + f, indices[m]);
-        seen[m] = p ? std::optional(*p) : std::nullopt;
-      }
-      fits.Add(f, seen);
-    }
-    fits.Finish();
+  RigidFits fits(rigid.body, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
+    heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
   });
+  RigidBody::Points seen(indices.size());
+  for (std::size_t f = first; f < end; ++f) {
+    for (std::size_t m = 0; m < indices.size(); ++m) {
+      const Point* const p = take_.At(frames_.first + f, indices[m]);
+      seen[m] = p ? std::optional(*p) : std::nullopt;
+    }
+    fits.Add(f, seen);
+  }
+  fits.Finish();
 }
 
-void StabilisedMarkers::KeepPlaces() {
-  std::vector<std::optional<std::size_t>> columns(take_.MarkerCount());
-  for (std::size_t column = 0; column < indices_.size(); ++column) columns[indices_[column]] = column;
-  places_.extend(indices_.size() * frames_.Count());
+void StabilisedMarkers::KeepPlaces(std::size_t first, std::size_t end) {
   constexpr std::size_t kInCache = 32; // frames
-  ForRanges(threads_, frames_.Count(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
-    for (std::size_t from = first; from < end; from += kInCache) {
-      const std::size_t count = std::min(kInCache, end - from);
-      for (std::size_t column = 0; column < indices_.size(); ++column) {
-        const auto places = places_.subspan(column * frames_.Count() + from, count);
-        for (std::size_t i = 0; i < count; ++i) {
-          const auto p = FromTake(from + i, indices_[column]);
-          places[i] = p ? std::optional(Point{p->x, p->y, p->z}) : std::nullopt;
-        }
+  for (std::size_t from = first; from < end; from += kInCache) {
+    const std::size_t count = std::min(kInCache, end - from);
+    for (std::size_t column = 0; column < indices_.size(); ++column) {
+      const auto places = places_.subspan(column * frames_.Count() + from, count);
+      for (std::size_t i = 0; i < count; ++i) {
+        const auto p = FromTake(from + i, indices_[column]);
+        places[i] = p ? std::optional(Point{p->x, p->y, p->z}) : std::nullopt;
       }
     }
-  });
-  columns_ = std::move(columns);
+  }
 }
 
 // A single frame's noise would be in every head frame; two rounds through the median take it out. More do

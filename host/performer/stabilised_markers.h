@@ -73,9 +73,9 @@ private:
   std::optional<VgeTVector> FromTake(std::size_t f, std::size_t marker) const;
   RigidMotion::Markers HeadMarkers(std::size_t f) const;
   void SolveHeads(const RigidMotion::Markers& reference);
-  void FitHeads(const RigidHead& rigid);
+  void FitHeads(const RigidHead& rigid, std::size_t first, std::size_t end);
   void RemoveHeadMotion();
-  void KeepPlaces();
+  void KeepPlaces(std::size_t first, std::size_t end);
 
   const Take& take_;
   std::vector<std::string> names_;
