@@ -3,6 +3,7 @@ one run and the peak memory of the process in megabytes.
 
     /usr/bin/python3 read_takes.py c3d FILE POINTS FRAMES
     /usr/bin/python3 read_takes.py csv FILE
+    /usr/bin/python3 read_takes.py landmarks FILE (only the columns that mien reads)
     /usr/bin/python3 read_takes.py json FILE      (a result a line)
 """
 
@@ -36,7 +37,9 @@ else:
     import pandas
 
     start = time.perf_counter()
-    table = pandas.read_csv(path, skipinitialspace=True)
+    wanted = ("frame", "face_id", "timestamp", "confidence", "success")
+    is_read = lambda name: name in wanted or name.startswith(("gaze_", "X_", "Y_", "Z_"))
+    table = pandas.read_csv(path, skipinitialspace=True, usecols=is_read if kind == "landmarks" else None)
     seen = table.size
 seconds = time.perf_counter() - start
 assert seen > 0

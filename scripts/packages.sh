@@ -25,7 +25,8 @@ install_packages() {
 }
 
 # The packages that the library and the command are built with.
-build_packages=(cmake ninja-build g++ libcli11-dev libfmt-dev libssl-dev nlohmann-json3-dev zlib1g-dev)
+build_packages=(cmake ninja-build g++ libasio-dev libcli11-dev libcpp-httplib-dev libfmt-dev libssl-dev nlohmann-json3-dev pkg-config \
+  zlib1g-dev)
 
 # Node.js, with which the viewer is built. Debian's packages conflict with a Node.js from elsewhere.
 node_packages=()

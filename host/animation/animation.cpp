@@ -1,6 +1,7 @@
 #include "host/animation/animation.h"
 
 #include "host/base/error.h"
+#include "host/base/parallel.h"
 #include "host/base/text.h"
 #include "mien/base/affine.h"
 
@@ -86,8 +87,10 @@ bool Animation::HeadMoves() const {
   return false;
 }
 
-void Animation::CheckFinite(const std::string& file) const {
-  for (std::size_t f = 0; f < frames.size(); ++f) mien::CheckFinite(layout, Frame(f), times[0], file);
+void Animation::CheckFinite(const std::string& file, std::size_t threads) const {
+  ForRanges(threads, frames.size(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    for (std::size_t f = first; f < end; ++f) mien::CheckFinite(layout, Frame(f), times[0], file);
+  });
 }
 
 } // namespace mien

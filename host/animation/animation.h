@@ -108,7 +108,7 @@ struct Animation {
   bool HeadMoves() const;
 
   /// CheckFinite of every frame.
-  void CheckFinite(const std::string& file) const;
+  void CheckFinite(const std::string& file, std::size_t threads = 1) const;
 };
 
 } // namespace mien

@@ -1,26 +1,67 @@
 #include "host/animation/csv_animation_writer.h"
 
 #include "host/base/number_text.h"
+#include "host/base/parallel.h"
+
+#include <algorithm>
+#include <vector>
 
 namespace mien {
 
+void CsvAnimationWriter::Frame(const AnimationFrame& frame) {
+  if (!has_begun_) Begin(frame);
+  has_begun_ = true;
+  row_.clear();
+  AppendRow(row_, frame);
+  row_.push_back('\n');
+  Write(row_);
+}
+
+void CsvAnimationWriter::Frames(const Animation& animation, std::size_t threads) {
+  constexpr std::size_t kRowsAtOnce = 64, kTurns = 8; // turns of each thread before their rows are written
+  const std::size_t frames = animation.frames.size();
+  if (frames > 0 && !has_begun_) Begin(animation.Frame(0));
+  has_begun_ = frames > 0 || has_begun_;
+  std::vector<Rows> of_turns(std::max<std::size_t>(threads, 1) * kTurns);
+  for (std::size_t first = 0; first < frames; first += of_turns.size() * kRowsAtOnce) {
+    const std::size_t turns = std::min(of_turns.size(), (frames - first + kRowsAtOnce - 1) / kRowsAtOnce);
+    OnThreads(threads, turns, [&](std::size_t, std::size_t turn) {
+      of_turns[turn].clear();
+      const std::size_t from = first + turn * kRowsAtOnce;
+      for (std::size_t f = from; f < std::min(from + kRowsAtOnce, frames); ++f) {
+        AppendRow(of_turns[turn], animation.Frame(f));
+        of_turns[turn].push_back('\n');
+      }
+    });
+    for (std::size_t turn = 0; turn < turns; ++turn) Write(of_turns[turn]);
+  }
+}
+
 void CsvAnimationWriter::End() { out_.flush(); }
 
-void CsvAnimationWriter::AppendNumber(double number) {
-  row_.push_back(',');
-  mien::AppendNumber(row_, number);
+void CsvAnimationWriter::WriteHeader(const Rows& row) {
+  Write(row);
+  out_.put('\n');
 }
 
-void CsvAnimationWriter::AppendTenDecimals(double number) {
+void CsvAnimationWriter::AppendNumber(Rows& rows, double number) {
+  rows.push_back(',');
+  mien::AppendNumber(rows, number);
+}
+
+void CsvAnimationWriter::AppendTenDecimals(Rows& rows, double number) {
   char digits[kLongestWithTenDecimals];
-  row_.push_back(',');
-  row_.append(digits, WriteTenDecimals(digits, number));
+  rows.push_back(',');
+  rows.append(digits, WriteTenDecimals(digits, number));
 }
 
-void CsvAnimationWriter::EndRow() {
-  row_.push_back('\n');
-  out_.write(row_.data(), static_cast<std::streamsize>(row_.size()));
-  row_.clear();
+void CsvAnimationWriter::Write(const Rows& rows) {
+  out_.write(rows.data(), static_cast<std::streamsize>(rows.size()));
+}
+
+void Write(const Animation& animation, CsvAnimationWriter& writer, std::size_t threads) {
+  writer.Frames(animation, threads);
+  writer.End();
 }
 
 } // namespace mien

@@ -2,8 +2,9 @@
 
 #include "host/base/rotation.h"
 
-#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <iterator>
 #include <numbers>
 #include <string_view>
@@ -31,69 +32,47 @@ void AppendTimeOfDay(fmt::appender row, double seconds) {
 /// A number that ten decimals, as these apps write them, round to 0 has no sign.
 double WithoutSignOfZero(double value) { return std::fabs(value) < 0.5e-10 ? 0.0 : value; }
 
-/// The shapes that mean each of the 52 names.
-using Columns = std::array<std::vector<std::size_t>, kArkitNames.size()>;
-
-Columns FindColumns(const std::vector<std::string>& shapes) {
-  Columns columns, halves;
-  for (std::size_t s = 0; s < shapes.size(); ++s)
-    if (const auto match = FindArkitName(shapes[s]))
-      (match->half == ArkitMatch::Half::Both ? columns : halves)[match->name].push_back(s);
-  for (std::size_t c = 0; c < columns.size(); ++c) {
-    // Of several spellings, the name itself, otherwise the first.
-    const auto exact = std::find_if(columns[c].begin(), columns[c].end(),
-                                    [&](std::size_t s) { return shapes[s] == kArkitNames[c]; });
-    if (exact != columns[c].end())
-      columns[c] = {*exact};
-    else if (!columns[c].empty())
-      columns[c].resize(1);
-    else
-      columns[c] = halves[c];
-  }
-  return columns;
-}
-
 } // namespace
 
 LiveLinkCsvWriter::LiveLinkCsvWriter(const AnimationLayout& layout, std::ostream& out)
-    : CsvAnimationWriter(out), layout_(layout), columns_(FindColumns(layout.shapes)) {
-  fmt::format_to(Row(), "Timecode,BlendShapeCount");
+    : CsvAnimationWriter(out), layout_(layout), columns_(layout.shapes) {
+  Rows header;
+  const fmt::appender row(header);
+  fmt::format_to(row, "Timecode,BlendShapeCount");
   for (const std::string_view name : kArkitNames)
-    fmt::format_to(Row(), ",{}{}", static_cast<char>(name[0] - 'a' + 'A'), name.substr(1));
-  fmt::format_to(Row(), ",{}", fmt::join(kAngles, ","));
-  EndRow();
+    fmt::format_to(row, ",{}{}", static_cast<char>(name[0] - 'a' + 'A'), name.substr(1));
+  fmt::format_to(row, ",{}", fmt::join(kAngles, ","));
+  WriteHeader(header);
 }
 
 std::vector<std::string> LiveLinkCsvWriter::Missing() const {
   std::vector<std::string> missing;
-  for (std::size_t c = 0; c < columns_.size(); ++c)
-    if (columns_[c].empty()) missing.emplace_back(kArkitNames[c]);
+  for (std::size_t c = 0; c < kArkitNames.size(); ++c)
+    if (!columns_.Has(c)) missing.emplace_back(kArkitNames[c]);
   return missing;
 }
 
-void LiveLinkCsvWriter::Frame(const AnimationFrame& frame) {
-  // A timecode may count 29.97 numbers per second; its seconds are those that its numbers show.
-  if (!start_)
-    start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() + layout_.timecode_offset_s - frame.time : 0;
-  AppendTimeOfDay(Row(), *start_ + frame.time);
-  fmt::format_to(Row(), ",{}", columns_.size() + std::size(kAngles));
-  for (const std::vector<std::size_t>& shapes : columns_) {
-    double sum = 0;
-    for (const std::size_t s : shapes) sum += frame.shape_weights[s];
-    AppendTenDecimals(shapes.empty() ? 0 : WithoutSignOfZero(sum / static_cast<double>(shapes.size())));
-  }
+// A timecode may count 29.97 numbers per second; its seconds are those that its numbers show.
+void LiveLinkCsvWriter::Begin(const AnimationFrame& first) {
+  start_ = layout_.timecode ? layout_.timecode->SecondsOfDay() + layout_.timecode_offset_s - first.time : 0;
+}
+
+void LiveLinkCsvWriter::AppendRow(Rows& rows, const AnimationFrame& frame) const {
+  AppendTimeOfDay(fmt::appender(rows), start_ + frame.time);
+  fmt::format_to(fmt::appender(rows), ",{}", kArkitNames.size() + std::size(kAngles));
+  for (std::size_t c = 0; c < kArkitNames.size(); ++c)
+    AppendTenDecimals(rows, WithoutSignOfZero(columns_.Weight(c, frame.shape_weights)));
   VgeRVector degrees;
   const VTxRotationOrder roll_first = {.mOrder = 4}; // z, x, y
   roll_first.M2V(degrees, RotationOf(layout_.HeadMotion(frame.head)));
   constexpr double kRadians = std::numbers::pi / 180;
   for (const double angle : {degrees.y, degrees.x, degrees.z})
-    AppendTenDecimals(WithoutSignOfZero(angle * kRadians));
+    AppendTenDecimals(rows, WithoutSignOfZero(angle * kRadians));
   for (std::size_t eye = 0; eye < kEyes; ++eye) {
     const auto& [yaw, pitch] = frame.eyes ? (*frame.eyes)[eye] : EyeAngles();
     for (const double angle : {-yaw, pitch, 0.0})
-      AppendTenDecimals(WithoutSignOfZero(angle)); // yaw to the performer's right
+      AppendTenDecimals(rows, WithoutSignOfZero(angle)); // yaw to the performer's right
   }
-  EndRow();
 }
 
 } // namespace mien

@@ -1,11 +1,8 @@
 #pragma once
 
+#include "host/animation/arkit_columns.h"
 #include "host/animation/csv_animation_writer.h"
-#include "host/character/arkit_names.h"
 
-#include <array>
-#include <cstddef>
-#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,7 +16,7 @@ namespace mien {
 /// midnight. A column has the shape of the animation that means its name (FindArkitName), or the mean of its
 /// two halves; 0 without one. The head's angles are radians from the neutral pose, with roll applied first:
 /// yaw is positive to its own left, pitch downward, roll towards its own right shoulder. The angles of the
-/// eyes are 0: the face has no gaze.
+/// eyes are 0 where the animation does not have them.
 class LiveLinkCsvWriter : public CsvAnimationWriter {
 public:
   /// Writes the header. `layout` and `out` must outlive this.
@@ -28,12 +25,13 @@ public:
   /// Those of the 52 names that no shape of the layout means, in their order.
   std::vector<std::string> Missing() const;
 
-  void Frame(const AnimationFrame& frame) override;
-
 private:
+  void Begin(const AnimationFrame& first) override;
+  void AppendRow(Rows& rows, const AnimationFrame& frame) const override;
+
   const AnimationLayout& layout_;
-  std::array<std::vector<std::size_t>, kArkitNames.size()> columns_; // the shapes that mean each of the 52
-  std::optional<double> start_; // added to a frame's time; known from the first frame on
+  const ArkitColumns columns_;
+  double start_ = 0; // added to a frame's time
 };
 
 } // namespace mien

@@ -9,21 +9,23 @@ namespace mien {
 WeightCsvWriter::WeightCsvWriter(const AnimationLayout& layout, WeightKind weights, std::ostream& out)
     : CsvAnimationWriter(out), weights_(weights), timecode_(layout.timecode),
       timecode_offset_s_(layout.timecode_offset_s) {
-  fmt::format_to(Row(), "frame,time{}", timecode_ ? ",timecode" : "");
-  for (const std::string& name : layout.WeightNames(weights)) fmt::format_to(Row(), ",{}", CsvField(name));
-  EndRow();
+  Rows header;
+  fmt::format_to(fmt::appender(header), "frame,time{}", timecode_ ? ",timecode" : "");
+  for (const std::string& name : layout.WeightNames(weights))
+    fmt::format_to(fmt::appender(header), ",{}", CsvField(name));
+  WriteHeader(header);
 }
 
-void WeightCsvWriter::Frame(const AnimationFrame& frame) {
-  if (!first_time_) first_time_ = frame.time;
-  fmt::format_to(Row(), "{}", frame.number);
-  AppendNumber(frame.time);
+void WeightCsvWriter::Begin(const AnimationFrame& first) { first_time_ = first.time; }
+
+void WeightCsvWriter::AppendRow(Rows& rows, const AnimationFrame& frame) const {
+  fmt::format_to(fmt::appender(rows), "{}", frame.number);
+  AppendNumber(rows, frame.time);
   if (timecode_) {
-    fmt::format_to(Row(), ",");
-    timecode_->AppendTo(Row(), frame.time - *first_time_ + timecode_offset_s_);
+    rows.push_back(',');
+    timecode_->AppendTo(fmt::appender(rows), frame.time - first_time_ + timecode_offset_s_);
   }
-  for (const double weight : frame.WeightsOf(weights_)) AppendNumber(weight);
-  EndRow();
+  for (const double weight : frame.WeightsOf(weights_)) AppendNumber(rows, weight);
 }
 
 } // namespace mien

@@ -16,13 +16,14 @@ public:
   /// Writes the header. `weights` selects templates or shapes. `out` must outlive this.
   WeightCsvWriter(const AnimationLayout& layout, WeightKind weights, std::ostream& out);
 
-  void Frame(const AnimationFrame& frame) override;
-
 private:
+  void Begin(const AnimationFrame& first) override;
+  void AppendRow(Rows& rows, const AnimationFrame& frame) const override;
+
   WeightKind weights_;
   std::optional<Timecode> timecode_;
-  double timecode_offset_s_ = 0;     // of the first frame
-  std::optional<double> first_time_; // of the first frame; known from then on
+  double timecode_offset_s_ = 0; // of the first frame
+  double first_time_ = 0;        // of the first frame
 };
 
 } // namespace mien

@@ -82,6 +82,10 @@ public:
     return {data_ + first, count};
   }
 
+  /// Where all values are, for a reader outside: valid until the size changes. Touches none; see
+  /// SpooledMemory.
+  const T* data() const { return data_; }
+
   /// All values: for those of which a recording has few per frame.
   operator std::span<const T>() const { return subspan(0, size_); }
 
@@ -128,6 +132,13 @@ public:
       size_ = end;
     }
     size_ = size; // where it shrinks
+  }
+
+  /// Appends values without touching them, so that several threads can make them at once. Each must be written
+  /// before it is read.
+  void extend(std::size_t count) {
+    if (size_ + count > capacity_) Grow(size_ + count);
+    size_ += count;
   }
 
   void reserve(std::size_t size) {

@@ -16,6 +16,9 @@ std::size_t AvailableThreads();
 void OnThreads(std::size_t threads, std::size_t count,
                const std::function<void(std::size_t thread, std::size_t index)>& work);
 
+/// Frames that are worth a turn of a thread. Ranges of so many share no word of a std::vector<bool>.
+inline constexpr std::size_t kFramesAtOnce = 512;
+
 /// Calls `work(first, end)` for ranges that together make up 0 to `count`, as OnThreads does for indices. No range
 /// is longer than `longest` (above 0), and the ranges do not depend on the number of threads: where each writes
 /// only results of its own, the results do not depend on it either.

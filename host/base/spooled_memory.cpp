@@ -5,11 +5,11 @@
 #include <cstdlib>
 #include <deque>
 #include <fcntl.h>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace mien {
@@ -36,7 +36,7 @@ int OpenWithoutName() {
 
 } // namespace
 
-/// What the process keeps: the pieces in the order in which they were touched. Like the heap, there is one.
+/// What the process keeps: runs of pieces in the order in which they were touched. Like the heap, there is one.
 class KeptPages {
 public:
   static KeptPages& Instance() {
@@ -44,32 +44,37 @@ public:
     return kept;
   }
 
-  void Add(const SpooledMemory& memory, std::size_t piece) {
+  /// Keeps the pieces from `first` to `end`, which have just been fetched.
+  void Add(const SpooledMemory& memory, std::size_t first, std::size_t end) {
     const std::lock_guard lock(mutex_);
-    const auto before = memory.states_[piece].exchange(SpooledMemory::State::Kept, std::memory_order_relaxed);
-    if (before == SpooledMemory::State::Kept) return; // another thread was faster
-    memory.Fetch(piece, before == SpooledMemory::State::New);
-    pieces_.emplace_back(&memory, piece);
-    bytes_ += memory.piece_;
-    touched_ += memory.piece_;
+    const std::size_t bytes = (end - first) * memory.piece_;
+    const auto newest = runs_.rbegin(), last = newest + std::min(std::ssize(runs_), kAtOnce);
+    const auto grows = std::find_if(newest, last, [&](const Run& run) {
+      return run.memory == &memory && run.end == first && run.Bytes() < kLongestRun;
+    });
+    if (grows != last)
+      grows->end = end;
+    else
+      runs_.push_back({&memory, first, end});
+    bytes_ += bytes;
+    touched_ += bytes;
     if (touched_ > kReadMeanwhile) {
       for (const ReadPages* const pages : read_) pages->Drop();
       touched_ = 0;
     }
-    while (bytes_ > kMostBytes && pieces_.size() > 1) {
-      const auto [oldest, index] = pieces_.front();
-      pieces_.pop_front();
-      bytes_ -= oldest->piece_;
-      oldest->states_[index].store(SpooledMemory::State::Dropped, std::memory_order_relaxed);
-      oldest->Drop(index);
+    while (bytes_ > kMostBytes && runs_.size() > 1) {
+      const Run oldest = runs_.front();
+      runs_.pop_front();
+      bytes_ -= oldest.Bytes();
+      oldest.memory->Drop(oldest.first, oldest.end);
     }
   }
 
   void Forget(const SpooledMemory& memory) {
     const std::lock_guard lock(mutex_);
-    std::erase_if(pieces_, [&](const auto& piece) { return piece.first == &memory; });
+    std::erase_if(runs_, [&](const Run& run) { return run.memory == &memory; });
     bytes_ = 0;
-    for (const auto& [other, piece] : pieces_) bytes_ += other->piece_;
+    for (const Run& run : runs_) bytes_ += run.Bytes();
   }
 
   void Add(const ReadPages& pages) {
@@ -86,12 +91,23 @@ public:
   std::mutex& Mutex() { return mutex_; }
 
 private:
+  // Pieces that follow each other and are dropped by one call: each call makes all processors that run the
+  // process forget their addresses.
+  struct Run {
+    const SpooledMemory* memory;
+    std::size_t first, end;
+
+    std::size_t Bytes() const { return (end - first) * memory->piece_; }
+  };
+
   static constexpr std::size_t kMostBytes = std::size_t{32} << 20;
+  static constexpr std::size_t kLongestRun = std::size_t{2} << 20;
+  static constexpr std::ptrdiff_t kAtOnce = 8; // runs that grow: several lists, several threads
   static constexpr std::size_t kReadMeanwhile = std::size_t{4} << 20; // text is a few times as long
 
   std::mutex mutex_;
-  std::deque<std::pair<const SpooledMemory*, std::size_t>> pieces_;
-  std::size_t bytes_ = 0, touched_ = 0; // of pieces: all; since pages were last dropped
+  std::deque<Run> runs_;
+  std::size_t bytes_ = 0, touched_ = 0; // of runs: all; since pages were last dropped
   std::vector<const ReadPages*> read_;
 };
 
@@ -128,21 +144,32 @@ bool SpooledMemory::Grow(std::size_t bytes) {
   return true;
 }
 
-void SpooledMemory::Keep(std::size_t piece) const { KeptPages::Instance().Add(*this, piece); }
-
-// One call for all pages of a piece is much cheaper than a fault for each. Systems that do not know it, before
-// Linux 5.14, do without.
-void SpooledMemory::Fetch(std::size_t piece, bool to_write) const {
-  madvise(static_cast<char*>(data_) + piece * piece_, piece_,
-          to_write ? MADV_POPULATE_WRITE : MADV_POPULATE_READ);
+// One call for all pages of several pieces is much cheaper than a fault for each page. Whoever uses one piece
+// after the other will need the next ones. Systems that do not know the call, before Linux 5.14, do without.
+void SpooledMemory::Keep(std::size_t piece) const {
+  constexpr std::size_t kAhead = std::size_t{1} << 20;
+  const State before = states_[piece].exchange(State::Kept, std::memory_order_relaxed);
+  if (before == State::Kept) return; // another thread was faster
+  std::size_t end = piece + 1;
+  if (before == State::Dropped && piece > 0 &&
+      states_[piece - 1].load(std::memory_order_relaxed) == State::Kept)
+    for (const std::size_t most = std::min(pieces_, piece + kAhead / piece_); end < most; ++end) {
+      State dropped = State::Dropped;
+      if (!states_[end].compare_exchange_strong(dropped, State::Kept, std::memory_order_relaxed)) break;
+    }
+  madvise(static_cast<char*>(data_) + piece * piece_, (end - piece) * piece_,
+          before == State::New ? MADV_POPULATE_WRITE : MADV_POPULATE_READ);
+  KeptPages::Instance().Add(*this, piece, end);
 }
 
 // Pages of a shared mapping keep their contents in the page cache. A fault also maps the pages around it, up
 // to 64 KB, so those at the borders go as well: dropping is never wrong.
-void SpooledMemory::Drop(std::size_t piece) const {
+void SpooledMemory::Drop(std::size_t first_piece, std::size_t end_piece) const {
+  for (std::size_t piece = first_piece; piece < end_piece; ++piece)
+    states_[piece].store(State::Dropped, std::memory_order_relaxed);
   constexpr std::size_t kAround = 16 * kPage;
-  const std::size_t first = piece * piece_ / kAround * kAround;
-  const std::size_t end = std::min(((piece + 1) * piece_ + kAround - 1) / kAround * kAround, Size());
+  const std::size_t first = first_piece * piece_ / kAround * kAround;
+  const std::size_t end = std::min((end_piece * piece_ + kAround - 1) / kAround * kAround, Size());
   madvise(static_cast<char*>(data_) + first, end - first, MADV_DONTNEED);
 }
 

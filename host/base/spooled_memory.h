@@ -41,8 +41,7 @@ private:
   friend class KeptPages;
   enum class State : char { New, Kept, Dropped };
   void Keep(std::size_t piece) const;
-  void Fetch(std::size_t piece, bool to_write) const;
-  void Drop(std::size_t piece) const;
+  void Drop(std::size_t first_piece, std::size_t end_piece) const;
 
   const std::size_t piece_;
   int file_ = -1;

@@ -1,5 +1,6 @@
 #include "host/cleaning/calm_motion.h"
 
+#include "host/base/parallel.h"
 #include "host/base/statistics.h"
 #include "host/cleaning/rigid_fits.h"
 #include "mien/base/affine.h"
@@ -28,10 +29,20 @@ struct OfPlace {
   VgeTVector place, on_parabola;
 };
 
-/// Calls `visit(f, of_places)` for each frame of the spans that has two more on each side, with what it shows
+/// The spans in parts that are not longer than a turn of a thread: each with the two frames on each side that
+/// the parabola of its first and its last frame needs.
+std::vector<FrameSpan> PartsOf(const std::vector<FrameSpan>& spans) {
+  std::vector<FrameSpan> parts;
+  for (const auto& [first, end] : spans)
+    for (std::size_t f = first; f + 2 * kReach < end; f += kFramesAtOnce)
+      parts.push_back({f, std::min(f + kFramesAtOnce + 2 * kReach, end)});
+  return parts;
+}
+
+/// Calls `visit(f, of_places)` for each frame of the part that has two more on each side, with what it shows
 /// of each of `places`.
 template <class Visit>
-void ForEachFrame(const LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>& spans,
+void ForEachFrame(const LongVector<VgeAMatrix>& motions, const FrameSpan& part,
                   const std::vector<Point>& places, Visit visit) {
   std::array<std::vector<VgeTVector>, kParabola.size()> carried; // by frame, the next one over the oldest
   for (auto& of_frame : carried) of_frame.resize(places.size());
@@ -40,20 +51,18 @@ void ForEachFrame(const LongVector<VgeAMatrix>& motions, const std::vector<Frame
       carried[f % carried.size()][m] = Carried(motions[f], places[m]);
   };
   std::vector<OfPlace> of_places(places.size());
-  for (const auto& [first, end] : spans) {
-    for (std::size_t f = first; f < std::min(first + 2 * kReach, end); ++f) carry(f);
-    for (std::size_t f = first + kReach; f + kReach < end; ++f) {
-      carry(f + kReach);
-      for (std::size_t m = 0; m < places.size(); ++m) {
-        VgeTVector sum = {0, 0, 0};
-        for (std::size_t i = 0; i < kParabola.size(); ++i) {
-          const VgeTVector& p = carried[(f + i - kReach) % carried.size()][m];
-          sum = {sum.x + kParabola[i] * p.x, sum.y + kParabola[i] * p.y, sum.z + kParabola[i] * p.z};
-        }
-        of_places[m] = {carried[f % carried.size()][m], sum};
+  for (std::size_t f = part.first; f < std::min(part.first + 2 * kReach, part.end); ++f) carry(f);
+  for (std::size_t f = part.first + kReach; f + kReach < part.end; ++f) {
+    carry(f + kReach);
+    for (std::size_t m = 0; m < places.size(); ++m) {
+      VgeTVector sum = {0, 0, 0};
+      for (std::size_t i = 0; i < kParabola.size(); ++i) {
+        const VgeTVector& p = carried[(f + i - kReach) % carried.size()][m];
+        sum = {sum.x + kParabola[i] * p.x, sum.y + kParabola[i] * p.y, sum.z + kParabola[i] * p.z};
       }
-      visit(f, of_places);
+      of_places[m] = {carried[f % carried.size()][m], sum};
     }
+    visit(f, of_places);
   }
 }
 
@@ -86,7 +95,7 @@ double NoiseVariance(const LongVector<VgeAMatrix>& motions, const std::vector<Fr
 } // namespace
 
 double CalmMotion(LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>& spans, const RigidFit& fit,
-                  const Take& seen) {
+                  const Take& seen, std::size_t threads) {
   RigidBody even = fit.Body(); // all of its points are where a rigid body has them, nearly
   std::erase_if(even.places, [](const auto& place) { return !place.has_value(); });
   even.spread_mm.assign(even.places.size(), 1);
@@ -94,14 +103,25 @@ double CalmMotion(LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>&
   std::vector<Point> places;
   for (const auto& place : even.places) places.push_back(*place);
 
-  double squares = 0, count = 0;
-  ForEachFrame(motions, spans, places, [&](std::size_t, const std::vector<OfPlace>& of_places) {
-    for (const auto& [place, on_parabola] : of_places) {
-      const VgeTVector apart = Difference(place, on_parabola);
-      squares += Dot(apart, apart);
-      ++count;
-    }
+  // Threads find the squares, one after the other adds them up: so the sum is always the same.
+  const std::vector<FrameSpan> parts = PartsOf(spans);
+  std::vector<std::size_t> before = {0}; // squares of the parts before
+  for (const FrameSpan& part : parts)
+    before.push_back(before.back() + (part.Count() - 2 * kReach) * places.size());
+  LongVector<double> of_parts;
+  of_parts.extend(before.back());
+  OnThreads(threads, parts.size(), [&](std::size_t, std::size_t i) {
+    std::size_t at = before[i];
+    ForEachFrame(motions, parts[i], places, [&](std::size_t, const std::vector<OfPlace>& of_places) {
+      for (const auto& [place, on_parabola] : of_places) {
+        const VgeTVector apart = Difference(place, on_parabola);
+        of_parts[at++] = Dot(apart, apart);
+      }
+    });
   });
+  double squares = 0;
+  for (const double square : of_parts) squares += square;
+  const auto count = static_cast<double>(of_parts.size());
   if (!(squares > 0)) return 0;
 
   // Of the points' 3n errors the six freedoms of a motion take up six: so much noise is in the motion, and
@@ -112,19 +132,21 @@ double CalmMotion(LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>&
   const double share = std::clamp(explained * count / squares, 0.0, 1.0);
 
   LongVector<VgeAMatrix> calm = motions;
-  RigidFits fits(even, [&](std::size_t f, const std::optional<VgeAMatrix>& motion) {
-    if (motion) calm[f] = *motion;
+  OnThreads(threads, parts.size(), [&](std::size_t, std::size_t i) {
+    RigidFits fits(even, [&](std::size_t f, const std::optional<VgeAMatrix>& motion) {
+      if (motion) calm[f] = *motion;
+    });
+    RigidBody::Points moved(places.size());
+    ForEachFrame(motions, parts[i], places, [&](std::size_t f, const std::vector<OfPlace>& of_places) {
+      for (std::size_t m = 0; m < places.size(); ++m) {
+        const auto& [from, to] = of_places[m];
+        moved[m] = Point{from.x + share * (to.x - from.x), from.y + share * (to.y - from.y),
+                         from.z + share * (to.z - from.z)};
+      }
+      fits.Add(f, moved);
+    });
+    fits.Finish();
   });
-  RigidBody::Points moved(places.size());
-  ForEachFrame(motions, spans, places, [&](std::size_t f, const std::vector<OfPlace>& of_places) {
-    for (std::size_t m = 0; m < places.size(); ++m) {
-      const auto& [from, to] = of_places[m];
-      moved[m] = Point{from.x + share * (to.x - from.x), from.y + share * (to.y - from.y),
-                       from.z + share * (to.z - from.z)};
-    }
-    fits.Add(f, moved);
-  });
-  fits.Finish();
   motions = std::move(calm);
   return share;
 }

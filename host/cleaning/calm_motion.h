@@ -23,6 +23,6 @@ namespace mien {
 /// the body's points. `spans` are known motions that follow each other without a break. Spans shorter than five stay as
 /// they are, and so do the first two and the last two motions of each. Returns the share, 0 to 1.
 double CalmMotion(LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>& spans, const RigidFit& fit,
-                  const Take& seen);
+                  const Take& seen, std::size_t threads = 1);
 
 } // namespace mien

@@ -1,5 +1,6 @@
 #include "host/cleaning/fill_gaps.h"
 
+#include "host/base/parallel.h"
 #include "host/cleaning/rigid_motion.h"
 #include "host/takes/gaps.h"
 #include "mien/base/affine.h"
@@ -12,6 +13,7 @@
 #include <cmath>
 #include <numeric>
 #include <optional>
+#include <span>
 #include <tuple>
 #include <utility>
 
@@ -242,42 +244,55 @@ std::size_t FilledMarker::FilledFrames() const {
   return std::accumulate(filled_by.begin(), filled_by.end(), std::size_t{0});
 }
 
-std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers,
-                                   const FillPlan& plan) {
+std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers, const FillPlan& plan,
+                                   std::size_t threads) {
   // All fills are computed before any is stored, so that filled positions are not used as neighbours.
   struct Fill {
-    std::size_t marker;
-    std::size_t first;
-    Filler::Places places;
+    std::size_t slot; // in `markers`
+    FrameSpan gap;
+    FillMethod method = FillMethod::None;
+    Filler::Places places = {};
   };
   std::vector<Fill> fills;
-  std::vector<FilledMarker> report;
+  std::vector<FilledMarker> report(markers.size());
   const std::vector<std::vector<FrameSpan>> gaps = GapsOfAll(take);
-  for (const std::size_t m : markers) {
-    FilledMarker& entry = report.emplace_back();
-    entry.marker = take.markers[m];
-    for (const FrameSpan& gap : gaps[m]) {
+  for (std::size_t slot = 0; slot < markers.size(); ++slot) {
+    FilledMarker& entry = report[slot];
+    entry.marker = take.markers[markers[slot]];
+    for (const FrameSpan& gap : gaps[markers[slot]]) {
       ++entry.gaps;
       entry.gap_frames += gap.Count();
       entry.longest_gap = std::max(entry.longest_gap, gap.Count());
-      const double seconds = SecondsUnseen(take, gap);
-      const Filler filler(take, m, gap);
+      fills.push_back({.slot = slot, .gap = gap});
+    }
+  }
+  // One walk over the take for all markers.
+  std::stable_sort(fills.begin(), fills.end(),
+                   [](const Fill& a, const Fill& b) { return a.gap.first < b.gap.first; });
+  constexpr std::size_t kGapsAtOnce = 64;
+  const Take& unfilled = take; // which several threads read
+  ForRanges(threads, fills.size(), kGapsAtOnce, [&](std::size_t first, std::size_t end) {
+    for (Fill& fill : std::span(fills).subspan(first, end - first)) {
+      const double seconds = SecondsUnseen(unfilled, fill.gap);
+      const Filler filler(unfilled, markers[fill.slot], fill.gap);
       for (const auto& [method, longest_s] : plan) {
         // Allow a quarter of a frame: times are often rounded, for instance to milliseconds.
-        if (seconds > longest_s + take.rate.Seconds(1) / 4) continue;
+        if (seconds > longest_s + unfilled.rate.Seconds(1) / 4) continue;
         Filler::Places places = filler.Fill(method, markers);
-        const auto filled = static_cast<std::size_t>(
-            std::count_if(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }));
-        if (filled == 0) continue;
-        entry.filled_by[static_cast<std::size_t>(method)] += filled;
-        fills.push_back({m, gap.first, std::move(places)});
+        if (std::none_of(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }))
+          continue;
+        fill.method = method;
+        fill.places = std::move(places);
         break;
       }
     }
-  }
-  for (const auto& [marker, first, places] : fills)
+  });
+  for (const auto& [slot, gap, method, places] : fills)
     for (std::size_t i = 0; i < places.size(); ++i)
-      if (places[i]) take.Set(first + i, marker, *places[i], Origin::Filled);
+      if (places[i]) {
+        take.Set(gap.first + i, markers[slot], *places[i], Origin::Filled);
+        ++report[slot].filled_by[static_cast<std::size_t>(method)];
+      }
   return report;
 }
 

@@ -81,6 +81,7 @@ struct FilledMarker {
 ///
 /// Uses times, not frame numbers, so that speeds are correct if the recording dropped frames. Returns what
 /// was done for each of `markers`.
-std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers, const FillPlan& plan);
+std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& markers, const FillPlan& plan,
+                                   std::size_t threads = 1);
 
 } // namespace mien

@@ -61,8 +61,7 @@ std::vector<double> Leverages(const RigidBody& body) {
 class Learning {
 public:
   Learning(const Take& take, const std::vector<std::size_t>& markers) : markers_(markers.size()) {
-    constexpr std::size_t kMostFrames = 1000;
-    const std::size_t count = std::min(take.FrameCount(), kMostFrames);
+    const std::size_t count = std::min(take.FrameCount(), kMostLearnedFrames);
     for (std::size_t i = 0; i < count; ++i) {
       const std::size_t frame = i * take.FrameCount() / count;
       RigidBody::Points points(markers.size());

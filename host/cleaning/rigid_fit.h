@@ -33,6 +33,9 @@ private:
   FitFrames frame_;
 };
 
+/// The most frames of a take that LearnRigidBody looks at: evenly spread over it, from the first on.
+inline constexpr std::size_t kMostLearnedFrames = 1000;
+
 /// Learns the body of these markers (indices) from a whole take. Its frame has the take's axes and the body's
 /// pose in the frame in which most of the markers are visible.
 ///

@@ -1,10 +1,13 @@
 #include "host/cleaning/slipped_markers.h"
 
+#include "host/base/long_vector.h"
+#include "host/base/parallel.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -69,19 +72,43 @@ std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference
   return best;
 }
 
+/// In each frame, the motion of all markers that it shows: most frames need no other.
+LongVector<std::optional<VgeAMatrix>> MotionsOfAll(std::size_t frames, const Markers& reference,
+                                                   const std::function<Markers(std::size_t)>& seen_in,
+                                                   std::size_t threads) {
+  LongVector<std::optional<VgeAMatrix>> motions;
+  motions.extend(frames);
+  std::vector<std::optional<RigidMotion>> bodies(std::max<std::size_t>(threads, 1)); // by thread
+  OnThreads(threads, (frames + kFramesAtOnce - 1) / kFramesAtOnce,
+            [&](std::size_t thread, std::size_t range) {
+              if (!bodies[thread]) bodies[thread].emplace(reference);
+              const std::size_t first = range * kFramesAtOnce;
+              for (std::size_t f = first; f < std::min(first + kFramesAtOnce, frames); ++f)
+                motions[f] = bodies[thread]->Solve(seen_in(f));
+            });
+  return motions;
+}
+
 } // namespace
 
 SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& markers, const Markers& reference,
-                              double tolerance_mm) {
+                              double tolerance_mm, std::size_t threads) {
+  const auto seen_in = [&](std::size_t frame) {
+    Markers seen;
+    for (std::size_t slot = 0; slot < markers.size(); ++slot)
+      if (reference[slot])
+        if (const Point* const p = std::as_const(take).At(frame, markers[slot])) seen[slot] = *p;
+    return seen;
+  };
+  const LongVector<std::optional<VgeAMatrix>> motions_of_all =
+      MotionsOfAll(take.FrameCount(), reference, seen_in, threads);
   RigidMotion body(reference);
   SlippedMarkers report;
   std::vector<SlippedMarker> slipped(markers.size());
   std::optional<VgeAMatrix> before; // the motion of the last frame that had one
   for (std::size_t frame = 0; frame < take.FrameCount(); ++frame) {
-    Markers seen;
-    for (std::size_t slot = 0; slot < markers.size(); ++slot)
-      if (const Point* p = take.At(frame, markers[slot]); p && reference[slot]) seen[slot] = *p;
-    const std::optional<VgeAMatrix> of_all = body.Solve(seen);
+    const Markers seen = seen_in(frame);
+    const std::optional<VgeAMatrix>& of_all = motions_of_all[frame];
     if (!of_all) continue; // too few markers to find the head
     const std::optional<VgeAMatrix> motion = BestMotion(body, reference, seen, *of_all, tolerance_mm, before);
     if (!motion) {

@@ -36,6 +36,7 @@ struct SlippedMarkers {
 /// is kept; sets that turn the head by more than a right angle since the previous frame are used only if
 /// there are no others. If no set fits, all markers stay, because it is unknown which are correct.
 SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& markers,
-                              const RigidMotion::Markers& reference, double tolerance_mm);
+                              const RigidMotion::Markers& reference, double tolerance_mm,
+                              std::size_t threads = 1);
 
 } // namespace mien

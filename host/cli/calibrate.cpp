@@ -2,9 +2,11 @@
 #include "host/cli/cleaning_options.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"
+#include "host/cli/job_options.h"
 #include "host/cli/output.h"
 #include "host/cli/progress.h"
 #include "host/cli/take_options.h"
+#include "host/cli/threads_option.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/calibrate_job.h"
 #include "host/jobs/calibrate_weights_job.h"
@@ -177,21 +179,12 @@ void AddCalibrateCommand(Command& mien) {
   command.Add(output, job.output);
   command.AddFlag({.names = "--list-poses", .help = "Print the poses of a guided take and exit"},
                   options->list_poses);
-  command.Add({.names = "--poses",
-               .type = "MARKS.csv",
-               .help =
-                   "Where the first take shows which pose: a table with the columns pose, from and to, in "
-                   "frame numbers, or pose, from_s and to_s, in seconds",
-               .may_be_empty = false,
-               .files = "*.csv"},
-              job.poses);
-  command.Add({.names = "--name", .type = "NAME", .help = "The performer's name in the file"}, job.name);
-  AddNeutralOption(command, job.neutral);
-  AddHeadFit(command, job.solve.head_fit);
-  AddCleaningOptions(command, job.solve);
+  AddMeasuringOptions(command, job);
   AddTakeOptions(command, job.reading);
+  AddThreads(command, job.solve.threads);
   command.AddOutputOptions();
   command.OnRun([options](Output& output_to) {
+    options->job.reading.threads = options->job.solve.threads;
     if (options->list_poses) return ListPoses(output_to);
     RequireOptions(options->job);
     if (options->job.performer.empty()) return CalibrateWeights(options->job, output_to);

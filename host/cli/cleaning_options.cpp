@@ -154,4 +154,65 @@ void AddCleaningOptions(Command& command, SolveOptions& options) {
             [&options](double hz) -> Command::Fault { return options.smooth_gaze_hz = hz, std::nullopt; });
 }
 
+void AddCausalOptions(Command& command, CausalJob& job, bool markers) {
+  command.AddFlag({.names = "--causal",
+                   .help = "Use only each frame and earlier ones, as mien live does",
+                   .group = kGroup},
+                  job.on);
+  AddStreamOptions(command, job, markers);
+}
+
+void AddStreamOptions(Command& command, CausalJob& job, bool markers) {
+  const CausalSettings usual;
+  const auto seconds = [&](const std::string& name, const std::string& help, double by_default,
+                           std::optional<double>& to) {
+    AddNumber(command, name, "S", fmt::format("{}", by_default),
+              fmt::format("{}; default: {}", help, by_default),
+              [&to](double value) -> Command::Fault { return to = value, std::nullopt; });
+  };
+  if (markers) {
+    command.Add(
+        {.names = "--neutral-take",
+         .type = "TAKE",
+         .help = "For a causal solve: a take with the same markers, from which the neutral face and the head "
+                 "are learned; default: the performer file's neutral face, or the first seconds",
+         .may_be_empty = false,
+         .group = kGroup,
+         .files = "*"},
+        job.neutral_take);
+    seconds("--learn",
+            "For a causal solve: learn the neutral face from this many seconds if nothing else has it",
+            usual.learn_s, job.learn_s);
+  }
+  seconds("--hold", "For a causal solve: how long a missing marker or weight keeps its value", usual.hold_s,
+          job.hold_s);
+  seconds("--face-hold", "For a causal solve: how long a lost face is held", usual.face_hold_s,
+          job.face_hold_s);
+  seconds("--face-fade", "For a causal solve: how long a lost face takes to fade to rest, and to return",
+          usual.face_fade_s, job.face_fade_s);
+  command.AddParsed(
+      {.names = "--one-euro",
+       .type = "HZ[:BETA]",
+       .help = "For a causal solve: smooth each weight with a One-Euro filter of this cutoff, which rises by "
+               "BETA for each unit per second. Weights then lag",
+       .group = kGroup},
+      [&job](const std::string& text) -> Command::Fault {
+        OneEuroSettings settings;
+        const char* const end = text.data() + text.size();
+        auto [at, error] = std::from_chars(text.data(), end, settings.cutoff_hz);
+        bool fits = error == std::errc() && settings.cutoff_hz > 0 && std::isfinite(settings.cutoff_hz);
+        if (fits && at != end) {
+          fits = *at == ':';
+          const auto beta = std::from_chars(at + 1, end, settings.beta);
+          fits = fits && beta.ec == std::errc() && beta.ptr == end && settings.beta >= 0 &&
+                 std::isfinite(settings.beta);
+        }
+        if (!fits)
+          return fmt::format("{} is not a cutoff in HZ above 0, such as 2, or with a BETA, 2:0.5",
+                             Quoted(text));
+        job.one_euro = settings;
+        return std::nullopt;
+      });
+}
+
 } // namespace mien

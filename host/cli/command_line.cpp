@@ -40,6 +40,7 @@ void SetUp(CLI::App& app, CommandDescription& mien, Output& output,
   AddConvertCommand(root);
   AddSolveCommand(root, arguments);
   AddRetargetCommand(root, arguments);
+  AddLiveCommand(root);
   AddBatchCommand(root);
   AddViewCommand(root, arguments);
   AddCompareCommand(root, arguments);

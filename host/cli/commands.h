@@ -15,6 +15,7 @@ void AddCompareCommand(Command& mien, std::vector<std::string> arguments); ///< 
 void AddConvertCommand(Command& mien);
 void AddHelpCommand(Command& mien);
 void AddInfoCommand(Command& mien);
+void AddLiveCommand(Command& mien);
 void AddPerformerCommand(Command& mien);
 // `arguments` are those that were typed, for the report.
 void AddRetargetCommand(Command& mien, std::vector<std::string> arguments);

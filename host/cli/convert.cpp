@@ -1,6 +1,7 @@
 #include "host/base/text.h"
 #include "host/cli/commands.h"
 #include "host/cli/file_options.h"
+#include "host/cli/job_options.h"
 #include "host/cli/output.h"
 #include "host/cli/progress.h"
 #include "host/cli/take_options.h"
@@ -58,18 +59,7 @@ void AddConvertCommand(Command& mien) {
                .required = true,
                .files = "*"},
               job->output);
-  AddFrameRange(command,
-                {.names = "--frames", .type = "FRAME|FROM-TO", .help = "Keep these frames only, by number"},
-                job->frames);
-  command.Add({.names = "--markers",
-               .type = "NAME,...",
-               .help = "Keep these markers only, in this order; may be given more than once"},
-              job->markers, ',');
-  command.Add({.names = "--timecode",
-               .type = "HH:MM:SS:FF[@RATE]",
-               .help = "The timecode of the first frame that is written. RATE is its counts per second; "
-                       "default: the take's rate"},
-              job->timecode);
+  AddPartOptions(command, *job);
   AddTakeOptions(command, job->reading);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Convert(*job, output); });

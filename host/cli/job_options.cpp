@@ -55,6 +55,7 @@ void AddSolveOptions(Command& command, SolveJob& job) {
       job.solve.level_lids);
   AddHeadFit(command, job.solve.head_fit);
   AddCleaningOptions(command, job.solve);
+  AddCausalOptions(command, job.causal, true);
   AddOutputRate(command, job.output_rate);
   AddTakeOptions(command, job.reading);
   AddTimecode(command, job.timecode);
@@ -112,11 +113,42 @@ void AddRetargetOptions(Command& command, RetargetJob& job) {
                    .help = "Exchange left and right: for a mirrored video, or a program that confuses them"},
                   job.swap_sides);
   AddWeightCleaning(command, job.fade_s, job.smooth_weights_hz, job.smooth_gaze_hz);
+  AddCausalOptions(command, job.causal, false);
   AddOutputRate(command, job.output_rate);
   AddReadingOptions(command, job.reading.strict, job.reading.face, job.reading.input_rate);
   AddMeshOptions(command, job.mesh);
   AddTimecode(command, job.timecode);
   AddReport(command, job.report, "what was read and done");
+}
+
+void AddMeasuringOptions(Command& command, CalibrateJob& job) {
+  command.Add({.names = "--poses",
+               .type = "MARKS.csv",
+               .help =
+                   "Where the first take shows which pose: a table with the columns pose, from and to, in "
+                   "frame numbers, or pose, from_s and to_s, in seconds",
+               .may_be_empty = false,
+               .files = "*.csv"},
+              job.poses);
+  command.Add({.names = "--name", .type = "NAME", .help = "The performer's name in the file"}, job.name);
+  AddNeutralOption(command, job.neutral);
+  AddHeadFit(command, job.solve.head_fit);
+  AddCleaningOptions(command, job.solve);
+}
+
+void AddPartOptions(Command& command, ConvertJob& job) {
+  AddFrameRange(command,
+                {.names = "--frames", .type = "FRAME|FROM-TO", .help = "Keep these frames only, by number"},
+                job.frames);
+  command.Add({.names = "--markers",
+               .type = "NAME,...",
+               .help = "Keep these markers only, in this order; may be given more than once"},
+              job.markers, ',');
+  command.Add({.names = "--timecode",
+               .type = "HH:MM:SS:FF[@RATE]",
+               .help = "The timecode of the first frame that is written. RATE is its counts per second; "
+                       "default: the take's rate"},
+              job.timecode);
 }
 
 } // namespace mien

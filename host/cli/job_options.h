@@ -1,6 +1,8 @@
 #pragma once
 
 #include "host/cli/command.h"
+#include "host/jobs/calibrate_job.h"
+#include "host/jobs/convert_job.h"
 #include "host/jobs/retarget_job.h"
 #include "host/jobs/solve_job.h"
 
@@ -14,5 +16,12 @@ void AddSolveOptions(Command& command, SolveJob& job);
 
 /// The same of `mien retarget`.
 void AddRetargetOptions(Command& command, RetargetJob& job);
+
+/// The options of `mien calibrate` that say how takes are measured: not those that name files and read takes,
+/// but --poses.
+void AddMeasuringOptions(Command& command, CalibrateJob& job);
+
+/// The options of `mien convert` that say which part of a take is written.
+void AddPartOptions(Command& command, ConvertJob& job);
 
 } // namespace mien

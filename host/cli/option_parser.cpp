@@ -25,6 +25,10 @@ OptionParser::~OptionParser() = default;
 
 const CommandDescription& OptionParser::Description() const { return parser_->description; }
 
+void OptionParser::RequireNothing() {
+  for (CLI::Option* option : parser_->app.get_options()) option->required(false);
+}
+
 void OptionParser::Parse(const std::vector<std::string>& arguments) {
   try {
     parser_->app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend())); // the last one first

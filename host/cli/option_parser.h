@@ -21,6 +21,9 @@ public:
 
   const CommandDescription& Description() const;
 
+  /// From now on, what the command requires may be left out: a program gives it in another way.
+  void RequireNothing();
+
   /// Reads what the arguments give; everything else stays as it is. May be called any number of times. Throws
   /// an InputError of Code::Usage.
   void Parse(const std::vector<std::string>& arguments);

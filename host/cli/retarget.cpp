@@ -5,7 +5,9 @@
 #include "host/cli/job_options.h"
 #include "host/cli/output.h"
 #include "host/cli/progress.h"
+#include "host/cli/threads_option.h"
 #include "host/files/standard_streams.h"
+#include "host/jobs/causal_solve.h"
 #include "host/jobs/retarget_job.h"
 #include "host/jobs/retarget_report.h"
 
@@ -71,13 +73,17 @@ void Retarget(RetargetJob job, Output& output) {
   output.Remark(take.notes, take.file);
   if (!take.angles.empty() && !result.landmarks) output.Line("angles", take.angles);
   if (!job.ranges.empty()) PrintRanges(job, result.ranges, output);
+  if (result.causal)
+    output.Line("solve",
+                fmt::format("causal: each frame from itself and earlier ones; the face is lost in {}",
+                            Count(result.causal->lost_frames, "frame")));
   if (result.missing_frames > 0)
     output.Line("gaps", fmt::format("weights are missing in {} of {} frames: they go to rest there",
                                     result.missing_frames, take.frames.size()));
   if (result.landmarks) PrintLandmarks(*result.landmarks, result.joined, output);
   const bool looks = result.landmarks && result.landmarks->gaze != GazeSource::None;
   if (result.eyes_of_shapes && !looks) output.Line("gaze", "from the eyeLook shapes");
-  if ((job.eye_nodes || job.smooth_gaze_hz) && take.eyes.empty() && !looks)
+  if (!result.causal && (job.eye_nodes || job.smooth_gaze_hz) && take.eyes.empty() && !looks)
     output.Remark({Code::Missing, "", "the file does not say where the eyes look"}, take.file);
   if (!result.character.empty()) output.Line("character", result.character);
   if (!result.unused.empty())
@@ -87,7 +93,9 @@ void Retarget(RetargetJob job, Output& output) {
                                      SummaryOf(result.written)));
   output.Remark(NotesOn(result.written), job.output);
   if (!job.report.empty() && !IsStandardOutput(job.report)) output.Line("wrote", job.report);
-  if (output.json) output.Result(RetargetReportAsJson(job, result));
+  if (!output.json) return;
+  output.Result(result.causal ? AsJson(*result.causal, take.frames.size(), result.written.frames)
+                              : RetargetReportAsJson(job, result));
 }
 
 } // namespace
@@ -111,6 +119,7 @@ void AddRetargetCommand(Command& mien, std::vector<std::string> arguments) {
   auto job = std::make_shared<RetargetJob>();
   job->command = std::move(arguments);
   AddRetargetOptions(command, *job);
+  AddThreads(command, job->threads);
   command.AddOutputOptions();
   command.OnRun([job](Output& output) { Retarget(*job, output); });
 }

@@ -7,8 +7,10 @@
 #include "host/cli/print_solve_report.h"
 #include "host/cli/progress.h"
 #include "host/cli/terminals.h"
+#include "host/cli/threads_option.h"
 #include "host/files/standard_streams.h"
 #include "host/inspect/weight_picture.h"
+#include "host/jobs/causal_solve.h"
 #include "host/jobs/solve_job.h"
 
 #include <fmt/format.h>
@@ -40,6 +42,24 @@ std::string PictureOf(const SolveResult& result) {
   return WeightPicture(animation.times, std::move(weights), StandardErrorTerminal());
 }
 
+void PrintCausalSolve(const SolveResult& result, Output& output) {
+  const Take& take = result.take;
+  const CausalResult& causal = *result.causal;
+  output.Line("take", fmt::format("{}: {} at {} Hz, {}", take.name, Count(take.FrameCount(), "frame"),
+                                  ToText(take.rate), Count(take.MarkerCount(), "marker")));
+  output.Remark(take.notes, take.file);
+  output.Line("performer", result.performer);
+  output.Line("solve", "causal: each frame from itself and earlier ones");
+  if (causal.learning_frames > 0)
+    output.Line("neutral", fmt::format("learned from the first {}, in which all weights are 0",
+                                       Count(causal.learning_frames, "frame")));
+  if (causal.unknown_heads > 0)
+    output.Line("head", fmt::format("not found in {}: it keeps its last pose there",
+                                    Count(causal.unknown_heads, "frame")));
+  if (causal.lost_frames > 0)
+    output.Line("face", fmt::format("lost in {}", Count(causal.lost_frames, "frame")));
+}
+
 void Solve(SolveJob job, Output& output) {
   output.RequireFreeStandardOutput(job.output);
   output.RequireFreeStandardOutput(job.report, "report");
@@ -51,8 +71,12 @@ void Solve(SolveJob job, Output& output) {
     return Run(job, std::ref(progress));
   }();
 
-  PrintSolveReport(job, result, output);
-  if ((job.eye_nodes || job.solve.smooth_gaze_hz) && result.report.gaze.source == GazeSource::None)
+  if (result.causal)
+    PrintCausalSolve(result, output);
+  else
+    PrintSolveReport(job, result, output);
+  if (!result.causal && (job.eye_nodes || job.solve.smooth_gaze_hz) &&
+      result.report.gaze.source == GazeSource::None)
     output.Remark({Code::Missing, "", "the take does not show where the eyes look"}, job.take);
   if (!result.character.empty()) output.Line("character", result.character);
   if (!IsStandardOutput(job.output))
@@ -62,7 +86,9 @@ void Solve(SolveJob job, Output& output) {
   for (const std::string& report : {job.report, job.frames_report, job.view})
     if (!report.empty() && !IsStandardOutput(report)) output.Line("wrote", report);
   if (output.ShowsPictures()) output.Picture(PictureOf(result));
-  if (output.json) output.Result(SolveReportAsJson(RecordOf(job, result)));
+  if (!output.json) return;
+  output.Result(result.causal ? AsJson(*result.causal, result.take.FrameCount(), result.written.frames)
+                              : SolveReportAsJson(RecordOf(job, result)));
 }
 
 } // namespace
@@ -86,8 +112,12 @@ void AddSolveCommand(Command& mien, std::vector<std::string> arguments) {
   auto job = std::make_shared<SolveJob>();
   job->command = std::move(arguments);
   AddSolveOptions(command, *job);
+  AddThreads(command, job->solve.threads);
   command.AddOutputOptions();
-  command.OnRun([job](Output& output) { Solve(*job, output); });
+  command.OnRun([job](Output& output) {
+    job->reading.threads = job->solve.threads;
+    Solve(*job, output);
+  });
 }
 
 } // namespace mien

@@ -1,6 +1,8 @@
 #include "host/files/mapped_file.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -10,6 +12,7 @@
 namespace mien {
 
 MappedFile::MappedFile(const std::filesystem::path& path, const ReadProgress& progress, FileAccess access) {
+  if (access == FileAccess::Copy && Copy(path, progress)) return;
   // Only a regular file is opened here: opening a pipe and closing it again ends it. "-" is standard input.
   std::error_code not_there;
   const bool maps =
@@ -41,8 +44,37 @@ MappedFile::MappedFile(const std::filesystem::path& path, const ReadProgress& pr
 
 MappedFile::~MappedFile() { Unmap(); }
 
+// What a file gets while it is copied is not missed: whoever copies looks whether it has changed.
+bool MappedFile::Copy(const std::filesystem::path& path, const ReadProgress& progress) {
+  constexpr std::size_t kLong = 1 << 20, kPiece = 1 << 17;
+  std::error_code not_there;
+  if (path == "-" || !std::filesystem::is_regular_file(path, not_there)) return false;
+  const std::uintmax_t size = std::filesystem::file_size(path, not_there);
+  if (not_there || size < kLong) return false;
+  copy_.emplace(kPiece);
+  if (!copy_->Grow(size)) {
+    copy_.reset();
+    return false;
+  }
+  char* const data = static_cast<char*>(copy_->Data());
+  std::size_t done = 0;
+  ReadPieces(path, [&](std::string_view bytes) {
+    while (!bytes.empty() && done < size) {
+      copy_->Touch(done / kPiece);
+      const std::size_t count = std::min({bytes.size(), kPiece - done % kPiece, std::size_t{size} - done});
+      std::memcpy(data + done, bytes.data(), count);
+      bytes.remove_prefix(count);
+      done += count;
+    }
+    if (progress) progress(done, size);
+  });
+  bytes_ = {data, done};
+  pages_.emplace(data, done);
+  return true;
+}
+
 void MappedFile::Unmap() {
-  if (!pages_) return;
+  if (!pages_ || copy_) return;
   pages_.reset();
   munmap(const_cast<char*>(bytes_.data()), bytes_.size());
 }

@@ -14,7 +14,7 @@ namespace mien {
 /// How a file's bytes come into memory.
 enum class FileAccess {
   Map,  ///< in place, so that they take no memory of their own
-  Copy, ///< read: nothing that happens to the file afterwards changes them
+  Copy, ///< copied, a long file into SpooledMemory: nothing that happens to the file afterwards changes them
 };
 
 /// A file's bytes. A pipe and standard input ("-"), which cannot be mapped, are read.
@@ -37,12 +37,14 @@ public:
   void EachPart(const std::function<void(std::string_view part)>& use) const;
 
 private:
+  bool Copy(const std::filesystem::path& path, const ReadProgress& progress);
   void Fetch(const ReadProgress& progress) const;
   void Unmap();
 
   std::string_view bytes_;
-  std::string read_;               // the bytes where they are not mapped
-  std::optional<ReadPages> pages_; // of the mapping
+  std::string read_;                  // the bytes where they are not mapped
+  std::optional<SpooledMemory> copy_; // the same of a long file
+  std::optional<ReadPages> pages_;    // of the mapping or the copy
 };
 
 } // namespace mien

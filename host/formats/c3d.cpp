@@ -61,7 +61,8 @@ bool IsC3d(std::string_view bytes) {
          Byte(bytes[processor]) <= kIntelCode + 2;
 }
 
-Take ReadC3d(std::string_view bytes, const std::string& file, const std::optional<FrameRate>& input_rate) {
+Take ReadC3d(std::string_view bytes, const std::string& file, const std::optional<FrameRate>& input_rate,
+             std::size_t threads) {
   std::vector<Note> notes;
   const Header header = ReadHeader(bytes, file, notes);
   Parameters parameters(header, notes);
@@ -83,7 +84,7 @@ Take ReadC3d(std::string_view bytes, const std::string& file, const std::optiona
   const double first_time = take.rate.Seconds(timing.first_frame - 1);
   take.events = ReadEvents(header, parameters, take.rate, first_time, take.notes);
   take.residual_mm = layout.scale * unit_mm;
-  ReadFrames(header, layout, unit_mm, timing.first_frame, take);
+  ReadFrames(header, layout, unit_mm, timing.first_frame, threads, take);
   return take;
 }
 

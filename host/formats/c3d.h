@@ -3,6 +3,7 @@
 #include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
 
+#include <cstddef>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -25,9 +26,10 @@ bool IsC3d(std::string_view bytes);
 /// Frame `n` is at (n - 1) / rate seconds, whatever the file's first number. Analog samples are skipped.
 /// Where header and parameters disagree, the values count with which the data fill the file; a note says so.
 ///
-/// `input_rate` is the rate of a file that gives none, 100 Hz otherwise.
+/// `input_rate` is the rate of a file that gives none, 100 Hz otherwise. `threads` read at the same time; any
+/// number of them read the same take.
 Take ReadC3d(std::string_view bytes, const std::string& file,
-             const std::optional<FrameRate>& input_rate = std::nullopt);
+             const std::optional<FrameRate>& input_rate = std::nullopt, std::size_t threads = 1);
 
 /// Writes floats for Intel, in millimetres: positions in single precision, frames from the take's first to
 /// its last number, missing ones as frames of gaps.

@@ -1,10 +1,12 @@
 #include "host/formats/c3d_frames.h"
 
 #include "host/base/error.h"
+#include "host/base/parallel.h"
 #include "host/takes/far_positions.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <string_view>
@@ -19,19 +21,33 @@ struct Oddities {
   std::uint64_t zero = 0;       // exactly (0, 0, 0)
   FarPositions far;
   std::uint64_t no_word = 0; // the fourth number is NaN or what no 16-bit word can be
+
+  void Add(const Oddities& later) {
+    not_finite += later.not_finite;
+    zero += later.zero;
+    far.Add(later.far);
+    no_word += later.no_word;
+  }
 };
 
-// The frames from `at` on. What differs between the encodings is known at compile time.
+// The frames from `begin` to `end` of the data that start at `at`. What differs between the encodings is known
+// at compile time.
 template <Processor kProcessor, bool kReal>
-Oddities ReadFrames(const char* at, const Layout& layout, double scale_mm, std::int64_t first, Take& take) {
+Oddities ReadFrames(const char* at, const Layout& layout, double scale_mm, std::int64_t first,
+                    std::size_t begin, std::size_t end, Take& take) {
   constexpr std::size_t kNumber = kReal ? 4 : 2;
   const std::size_t points = layout.points;
   const std::size_t rest = layout.analog * kNumber;
   Oddities odd;
-  for (std::uint64_t frame = 0; frame < layout.frames; ++frame, at += rest) {
+  at += begin * (4 * points * kNumber + rest);
+  for (std::size_t frame = begin; frame < end; ++frame, at += rest) {
     const std::int64_t number = first + static_cast<std::int64_t>(frame);
-    const std::size_t index = take.AddFrame(number, take.rate.Seconds(number - 1));
-    const Take::Row row = take.RowOf(index);
+    take.frames[frame] = number;
+    take.times[frame] = take.rate.Seconds(number - 1);
+    const Take::Row row = take.RowOf(frame);
+    std::fill(row.positions.begin(), row.positions.end(), Point());
+    std::fill(row.origins.begin(), row.origins.end(), Origin::None);
+    std::fill(row.sightings.begin(), row.sightings.end(), Sighting());
     Point* const positions = row.positions.data();
     Origin* const origins = row.origins.data();
     Sighting* const sightings = row.sightings.empty() ? nullptr : row.sightings.data();
@@ -81,24 +97,29 @@ Oddities ReadFrames(const char* at, const Layout& layout, double scale_mm, std::
 
 template <bool kReal>
 Oddities ReadFrames(const Header& header, const Layout& layout, double scale_mm, std::int64_t first,
-                    Take& take) {
+                    std::size_t threads, Take& take) {
   const char* const at = header.bytes.data() + layout.Begin();
-  switch (header.processor) {
-  case Processor::Intel:
-    return ReadFrames<Processor::Intel, kReal>(at, layout, scale_mm, first, take);
-  case Processor::Dec:
-    return ReadFrames<Processor::Dec, kReal>(at, layout, scale_mm, first, take);
-  case Processor::Sgi:
-    break;
-  }
-  return ReadFrames<Processor::Sgi, kReal>(at, layout, scale_mm, first, take);
+  const auto read_frames = header.processor == Processor::Intel ? ReadFrames<Processor::Intel, kReal>
+                           : header.processor == Processor::Dec ? ReadFrames<Processor::Dec, kReal>
+                                                                : ReadFrames<Processor::Sgi, kReal>;
+  const auto frames = static_cast<std::size_t>(layout.frames);
+  take.AddFrames(frames);
+  std::vector<Oddities> of_ranges((frames + kFramesAtOnce - 1) / kFramesAtOnce);
+  ForRanges(threads, frames, kFramesAtOnce, [&](std::size_t begin, std::size_t end) {
+    of_ranges[begin / kFramesAtOnce] = read_frames(at, layout, scale_mm, first, begin, end, take);
+  });
+  Oddities odd;
+  for (const Oddities& of_range : of_ranges) odd.Add(of_range);
+  return odd;
 }
 
 } // namespace
 
-void ReadFrames(const Header& header, const Layout& layout, double unit_mm, std::int64_t first, Take& take) {
-  const Oddities odd = layout.real ? ReadFrames<true>(header, layout, unit_mm, first, take)
-                                   : ReadFrames<false>(header, layout, layout.scale * unit_mm, first, take);
+void ReadFrames(const Header& header, const Layout& layout, double unit_mm, std::int64_t first,
+                std::size_t threads, Take& take) {
+  const Oddities odd = layout.real
+                           ? ReadFrames<true>(header, layout, unit_mm, first, threads, take)
+                           : ReadFrames<false>(header, layout, layout.scale * unit_mm, first, threads, take);
   const auto note = [&](Code code, std::uint64_t count, std::string_view what) {
     if (count > 0) take.notes.push_back({code, "", fmt::format("{}, taken as gaps: {}", what, count)});
   };

@@ -41,7 +41,7 @@ struct Format {
 constexpr Format kFormats[] = {
     {"C3D", "optical capture, .c3d", IsC3d,
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {
-       return ReadC3d(bytes, file, options.input_rate);
+       return ReadC3d(bytes, file, options.input_rate, options.threads);
      }},
     {"TRC", "tab-separated text that starts with PathFileType", IsTrc,
      [](std::string_view bytes, const std::string& file, const ReadOptions& options) {

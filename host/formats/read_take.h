@@ -4,6 +4,7 @@
 #include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -17,6 +18,7 @@ struct ReadOptions {
   std::optional<std::int64_t> face = {}; ///< of several faces in a file, the one to read; the first without
   std::optional<FrameRate> input_rate = {}; ///< for a file that has neither times nor a rate
   MeshOptions mesh = {};                    ///< for the landmarks of a face mesh
+  std::size_t threads = 1; ///< that read formats whose frames can be read independently; the takes are equal
 };
 
 /// Reads a take from a file. Its content decides the format, not the file's ending. In every format,

@@ -54,4 +54,13 @@ AnimationOutput OutputOf(const AnimationChoice& choice) {
   return output;
 }
 
+void CheckColumns(const Character& character, AnimationFormat format) {
+  if (format != AnimationFormat::ShapeCsv) return;
+  for (const std::string& shape : character.Shapes())
+    if (shape == "frame" || shape == "time" || shape == "timecode")
+      throw InputError(Code::Duplicate, character.file, "/parts",
+                       fmt::format("the shape {} has the name of a .csv column", Quoted(shape)),
+                       "rename it, or write .json");
+}
+
 } // namespace mien

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/character/character.h"
 #include "host/jobs/write_animation.h"
 
 #include <optional>
@@ -31,5 +32,8 @@ AnimationFormat FormatOf(const AnimationChoice& choice);
 
 /// Where the animation goes. Reads the head that it goes onto. Throws InputError.
 AnimationOutput OutputOf(const AnimationChoice& choice);
+
+/// Throws InputError for a character whose shapes cannot all be columns of the format.
+void CheckColumns(const Character& character, AnimationFormat format);
 
 } // namespace mien

@@ -14,10 +14,7 @@
 
 namespace mien {
 
-CharacterFromHead Run(const CharacterFromHeadJob& job) {
-  RefuseOverwriting(job.output, job.head, "the head");
-  RequireUtf8(job.name, "name");
-  CheckWritable(job.output);
+CharacterFromHead CharacterOfHead(const CharacterFromHeadJob& job) {
   MorphTargets targets = FindMorphTargets(ReadGlb(ReadFile(job.head), InputName(job.head)));
   const std::vector<std::string> names = targets.Names();
   if (names.empty())
@@ -26,8 +23,16 @@ CharacterFromHead Run(const CharacterFromHeadJob& job) {
   const std::string stem = std::filesystem::path(job.head).stem().string();
   const bool has_name = !IsStandardInput(job.head) && !stem.empty() && IsUtf8(stem);
   HeadMatch match = MatchHead(!job.name.empty() ? job.name : has_name ? stem : "head", names);
-  WriteWhole(job.output, [&](std::ostream& out) { WriteCharacter(match.character, out); });
   return {std::move(match), names.size(), std::move(targets.notes)};
+}
+
+CharacterFromHead Run(const CharacterFromHeadJob& job) {
+  RefuseOverwriting(job.output, job.head, "the head");
+  RequireUtf8(job.name, "name");
+  CheckWritable(job.output);
+  CharacterFromHead made = CharacterOfHead(job);
+  WriteWhole(job.output, [&](std::ostream& out) { WriteCharacter(made.match.character, out); });
+  return made;
 }
 
 void Run(const SaveCharacterJob& job) {

@@ -25,6 +25,9 @@ struct CharacterFromHead {
 /// Throws InputError; of Code::Usage where settings do not fit each other.
 CharacterFromHead Run(const CharacterFromHeadJob& job);
 
+/// The same without writing it.
+CharacterFromHead CharacterOfHead(const CharacterFromHeadJob& settings);
+
 /// Writes a built-in character to a file, or a character file again.
 struct SaveCharacterJob {
   std::string character; ///< a file, or a built-in's name; "-" is standard input

@@ -26,15 +26,14 @@ TakeFormat FormatOf(const std::string& output) {
 
 } // namespace
 
-ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
-  RefuseOverwriting(job.output, job.take, "the take");
-  const TakeFormat format = FormatOf(job.output);
-  CheckWritable(job.output);
-  Take take =
-      ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
+Take PartToWrite(const ConvertJob& job, Take take) {
   if (job.frames || !job.markers.empty()) take = PartOfTake(take, job.frames, job.markers);
   if (job.timecode) take.timecode = RequireTimecode(*job.timecode, take.rate);
+  return take;
+}
 
+ConvertedBytes ConvertBytes(const Take& take, const std::string& output, const JobProgress& progress) {
+  const TakeFormat format = FormatOf(output);
   std::ostringstream file;
   const auto write = [&](std::ostream& out) { WriteTake(take, format, out); };
   if (format == TakeFormat::C3d)
@@ -42,9 +41,19 @@ ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
   else
     WriteWithProgress(file, take.FrameCount() * (1 + 3 * take.MarkerCount()), progress, write);
   if (progress) progress(JobStage::Writing, 0, 0); // how long comparing takes is not known
-  std::vector<Note> lost = WhatWasLost(take, ReadTake(file.view(), job.output));
-  WriteWhole(job.output, [&](std::ostream& out) { out << file.view(); });
-  return {std::move(take), format, std::move(lost)};
+  std::vector<Note> lost = WhatWasLost(take, ReadTake(file.view(), output));
+  return {std::move(file).str(), format, std::move(lost)};
+}
+
+ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
+  RefuseOverwriting(job.output, job.take, "the take");
+  FormatOf(job.output);
+  CheckWritable(job.output);
+  Take take = PartToWrite(job, ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(),
+                                        InputName(job.take), job.reading));
+  ConvertedBytes file = ConvertBytes(take, job.output, progress);
+  WriteWhole(job.output, [&](std::ostream& out) { out << file.bytes; });
+  return {std::move(take), file.format, std::move(file.lost)};
 }
 
 } // namespace mien

@@ -34,4 +34,18 @@ struct ConvertResult {
 /// Throws InputError; of Code::Usage where settings do not fit each other or the take.
 ConvertResult Run(const ConvertJob& job, const JobProgress& progress = nullptr);
 
+/// A take in memory as a file's bytes, and what the format cannot hold.
+struct ConvertedBytes {
+  std::string bytes;
+  TakeFormat format;
+  std::vector<Note> lost;
+};
+
+/// What a job writes of a take: the frames and markers that it asks for.
+Take PartToWrite(const ConvertJob& settings, Take take);
+
+/// Writes a take as the file of a name: its ending chooses the format. Throws InputError.
+ConvertedBytes ConvertBytes(const Take& take, const std::string& output,
+                            const JobProgress& progress = nullptr);
+
 } // namespace mien

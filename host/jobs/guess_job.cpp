@@ -38,13 +38,7 @@ void RefuseKnownMarkers(const Take& take) {
 
 } // namespace
 
-PerformerGuess Run(const GuessJob& job, const JobProgress& progress) {
-  RefuseOverwriting(job.output, job.take, "the take");
-  RequireUtf8(job.name, "name");
-  CheckWritable(job.output);
-  const Take take =
-      ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
-  if (progress) progress(JobStage::Preparing, 0, 0);
+PerformerGuess GuessFor(const GuessJob& job, const Take& take) {
   RefuseKnownMarkers(take);
   PerformerGuess guess = GuessPerformer(take);
   if (!job.name.empty()) guess.performer.name = job.name;
@@ -52,6 +46,17 @@ PerformerGuess Run(const GuessJob& job, const JobProgress& progress) {
   const Neutral neutral = FindNeutral(take, guess.performer, job.neutral, rigid ? &*rigid : nullptr);
   NeutralHead(guess.performer, neutral.pose); // throws where the take could not be solved with it
   if (job.neutral) guess.performer.neutral = neutral.pose;
+  return guess;
+}
+
+PerformerGuess Run(const GuessJob& job, const JobProgress& progress) {
+  RefuseOverwriting(job.output, job.take, "the take");
+  RequireUtf8(job.name, "name");
+  CheckWritable(job.output);
+  const Take take =
+      ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
+  if (progress) progress(JobStage::Preparing, 0, 0);
+  PerformerGuess guess = GuessFor(job, take);
   WriteWhole(job.output, [&](std::ostream& out) { WritePerformer(guess.performer, out); });
   return guess;
 }

@@ -4,6 +4,7 @@
 #include "host/guess/guess_performer.h"
 #include "host/jobs/job_progress.h"
 #include "host/takes/frame_range.h"
+#include "host/takes/take.h"
 
 #include <optional>
 #include <string>
@@ -22,5 +23,8 @@ struct GuessJob {
 /// Answers what was proposed. A file with which the take could not be solved is not written. Throws
 /// InputError; of Code::Usage where settings do not fit each other.
 PerformerGuess Run(const GuessJob& job, const JobProgress& progress = nullptr);
+
+/// The proposal for a take in memory. Of `settings`, the members count that are not files. Throws InputError.
+PerformerGuess GuessFor(const GuessJob& settings, const Take& take);
 
 } // namespace mien

@@ -13,15 +13,7 @@
 
 namespace mien {
 
-Neutral Run(const PerformerJob& job, const JobProgress& progress) {
-  RefuseReadingTwice({{"take", job.take}, {"performer", job.performer}});
-  RefuseOverwriting(job.output, job.take, "the take"); // a performer file may be renewed in its place
-  RequireUtf8(job.name, "name");
-  CheckWritable(job.output);
-  Performer performer = LoadPerformer(job.performer);
-  const Take take =
-      ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
-  if (progress) progress(JobStage::Preparing, 0, 0);
+Neutral TakeNeutral(const PerformerJob& job, const Take& take, Performer& performer) {
   CheckMarkers(performer, take);
   Performer seen = performer; // the file keeps its irises
   LeaveOutMissingIrises(seen, take);
@@ -40,6 +32,19 @@ Neutral Run(const PerformerJob& job, const JobProgress& progress) {
   }
   performer.neutral = neutral.pose;
   if (!job.name.empty()) performer.name = job.name;
+  return neutral;
+}
+
+Neutral Run(const PerformerJob& job, const JobProgress& progress) {
+  RefuseReadingTwice({{"take", job.take}, {"performer", job.performer}});
+  RefuseOverwriting(job.output, job.take, "the take"); // a performer file may be renewed in its place
+  RequireUtf8(job.name, "name");
+  CheckWritable(job.output);
+  Performer performer = LoadPerformer(job.performer);
+  const Take take =
+      ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(), InputName(job.take), job.reading);
+  if (progress) progress(JobStage::Preparing, 0, 0);
+  Neutral neutral = TakeNeutral(job, take, performer);
   WriteWhole(job.output, [&](std::ostream& out) { WritePerformer(performer, out); });
   return neutral;
 }

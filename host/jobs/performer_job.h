@@ -3,8 +3,10 @@
 #include "host/formats/read_take.h"
 #include "host/jobs/job_progress.h"
 #include "host/performer/neutral.h"
+#include "host/performer/performer.h"
 #include "host/solve/solve_options.h"
 #include "host/takes/frame_range.h"
+#include "host/takes/take.h"
 
 #include <optional>
 #include <string>
@@ -25,5 +27,9 @@ struct PerformerJob {
 /// Answers the neutral face that was saved. A file with which no take could be solved is not written. Throws
 /// InputError; of Code::Usage where settings do not fit each other.
 Neutral Run(const PerformerJob& job, const JobProgress& progress = nullptr);
+
+/// Gives a performer the neutral face of a take in memory, and answers it. Of `settings`, the members count
+/// that are not files. Throws InputError.
+Neutral TakeNeutral(const PerformerJob& settings, const Take& take, Performer& performer);
 
 } // namespace mien

@@ -3,6 +3,7 @@
 #include "host/files/mapped_file.h"
 #include "host/formats/mesh_space.h"
 #include "host/jobs/animation_choice.h"
+#include "host/jobs/causal_job.h"
 #include "host/jobs/job_progress.h"
 #include "host/jobs/landmark_head.h"
 #include "host/jobs/reported_files.h"
@@ -33,12 +34,14 @@ struct RetargetJob {
   ExpressionWeights expressions; ///< of the character, added to every frame
 
   WeightReadOptions reading;
-  /// A take of face landmarks of the same recording, which the head and the eyes come from; may be empty, or the file
-  /// of weights itself. `mesh` is how it is read.
+  std::size_t threads = 1; ///< that work on the animation; every number gives the same bytes
+  /// A take of face landmarks of the same recording, which the head and the eyes come from; may be empty, or
+  /// the file of weights itself. `mesh` is how it is read.
   std::string landmarks;
   MeshOptions mesh;
   std::string ranges;      ///< a ranges file, by the names of the weights in their file; may be empty
   bool swap_sides = false; ///< exchange left and right
+  CausalJob causal;        ///< frame by frame, as a stream
   double fade_s = 0.25;    ///< in which missing weights come to rest
   std::optional<double> smooth_weights_hz; ///< cutoff of the low-pass filter; nothing for none
   std::optional<double> smooth_gaze_hz;    ///< the same for where the eyes look
@@ -60,6 +63,7 @@ struct RetargetJob {
 struct RetargetResult {
   WeightTake take; ///< filled and smoothed, at its own rate
   AppliedRanges ranges;
+  std::optional<CausalResult> causal;    ///< of a causal solve, whose `take` is as the file has it
   std::size_t missing_frames = 0;        ///< in which a weight was missing, and was filled
   bool eyes_of_shapes = false;           ///< the eyes' angles are those that the eyeLook shapes mean
   std::string character;                 ///< name; empty without one

@@ -4,6 +4,7 @@
 #include "host/files/mapped_file.h"
 #include "host/formats/read_take.h"
 #include "host/jobs/animation_choice.h"
+#include "host/jobs/causal_job.h"
 #include "host/jobs/job_progress.h"
 #include "host/jobs/write_animation.h"
 #include "host/performer/neutral.h"
@@ -38,6 +39,7 @@ struct SolveJob {
   std::optional<std::string> timecode; ///< of the first frame, in place of the take's own: "10:02:59:29@30"
   std::optional<FrameRange> neutral; ///< the frames of the neutral face; by default the performer's, or found
   SolveOptions solve;
+  CausalJob causal; ///< in place of what `solve` says of cleaning
   /// ShapeSolver::Fit: a head (.glb) whose shapes move as the performer's, or a table of these (.csv); empty
   /// for the built-in ones.
   std::string basis;
@@ -64,8 +66,9 @@ struct SolveResult {
   std::string performer; ///< names
   std::string character; ///< empty without one
   Neutral neutral;
-  std::vector<Range> ranges; ///< of the performer, also those that were not applied
-  SolveReport report;        ///< has `per_frame` where the job asks for a frames report, or its options do
+  std::vector<Range> ranges;          ///< of the performer, also those that were not applied
+  std::optional<CausalResult> causal; ///< of a causal solve, which leaves `neutral` and `report` empty
+  SolveReport report; ///< has `per_frame` where the job asks for a frames report, or its options do
   Animation animation;
   WrittenAnimation written;
   /// The files that went in and came out; empty where neither `report` nor `hash_files` asks for them.

@@ -55,7 +55,18 @@ std::size_t ValuesOf(const AnimationLayout& layout, AnimationFormat format) {
 } // namespace
 
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
-                                AnimationOutput output, const JobProgress& progress) {
+                                AnimationOutput output, const JobProgress& progress, std::size_t threads) {
+  WrittenAnimation written;
+  const std::string path = output.path;
+  WriteWhole(path, [&](std::ostream& out) {
+    written = WriteAnimation(animation, character, std::move(output), out, progress, threads);
+  });
+  return written;
+}
+
+WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
+                                AnimationOutput output, std::ostream& to, const JobProgress& progress,
+                                std::size_t threads) {
   const AnimationLayout& layout = animation.layout;
   WrittenAnimation written;
   written.path = output.path;
@@ -70,12 +81,12 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
     case AnimationFormat::ShapeCsv: {
       const bool shapes = output.format == AnimationFormat::ShapeCsv;
       WeightCsvWriter writer(layout, shapes ? WeightKind::Shapes : WeightKind::Templates, out);
-      return Write(animation, writer);
+      return Write(animation, writer, threads);
     }
     case AnimationFormat::LiveLinkCsv: {
       LiveLinkCsvWriter writer(layout, out);
       written.missing_shapes = writer.Missing();
-      return Write(animation, writer);
+      return Write(animation, writer, threads);
     }
     case AnimationFormat::Json:
       return WriteAnimationJson(animation, out);
@@ -89,9 +100,7 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
     }
   };
   const std::size_t values = ValuesOf(layout, output.format) * animation.frames.size();
-  WriteWhole(output.path, [&](std::ostream& out) {
-    WriteWithProgress(out, values, values > 0 ? progress : nullptr, write);
-  });
+  WriteWithProgress(to, values, values > 0 ? progress : nullptr, write);
   if (written.head) written.missing_shapes = MissedShapes(*written.head, animation, character);
   return written;
 }

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,12 @@ struct WrittenAnimation {
 /// Writes the whole file, or none. `character` is the one that the animation was solved for; null without
 /// one. Of the stages `progress` gets the writing, of formats that are text. Throws InputError.
 WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
-                                AnimationOutput output, const JobProgress& progress = nullptr);
+                                AnimationOutput output, const JobProgress& progress = nullptr,
+                                std::size_t threads = 1);
+
+/// The same to a stream; `output.path` is its name for messages. What is written before a failure stays written.
+WrittenAnimation WriteAnimation(const Animation& animation, const Character* character,
+                                AnimationOutput output, std::ostream& out,
+                                const JobProgress& progress = nullptr, std::size_t threads = 1);
 
 } // namespace mien

@@ -72,7 +72,7 @@ std::vector<std::string> AnchorsOf(std::size_t part, const Performer& performer,
 }
 
 LocalAnchors::LocalAnchors(const Take& anchors, const std::vector<Point>& rest)
-    : ways_(anchors.FrameCount()) {
+    : ways_(anchors.FrameCount()), own_(rest.size()) {
   struct Sight {
     std::size_t marker;
     Way off; // its place on the neutral face
@@ -124,6 +124,7 @@ LocalAnchors::LocalAnchors(const Take& anchors, const std::vector<Point>& rest)
       if (is_same) break;
       if (is_before) round += (kRounds - 1 - round) / 2 * 2;
     }
+    for (std::size_t m = 0; m < rest.size(); ++m) own_[m][axis] = own[m];
     double sum = 0, squares = 0, noise = 0;
     visit_frames(axis, own, [&](std::size_t f, std::span<const Sight> seen, double count, double way) {
       if (!ways_[f]) ways_[f] = Way{};

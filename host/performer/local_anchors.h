@@ -41,6 +41,10 @@ public:
   /// Along x, y and z: 0 to 1.
   const std::array<double, 3>& Gain() const { return gain_; }
 
+  /// How far each anchor is steadily from its place on the neutral face, beside what all of them deviate:
+  /// along x, y and z (size: markers).
+  const std::vector<std::array<double, 3>>& Own() const { return own_; }
+
   /// A point beside the anchors, in the head's frame, without their common deviation. In frames without two
   /// visible anchors, the deviation is interpolated between the frames around; at the ends it is that of the
   /// nearest frame.
@@ -54,6 +58,7 @@ private:
   LongVector<std::optional<Way>>
       ways_; // by frame; after FillUnseen nothing only in a take that never sees two
   std::array<double, 3> gain_ = {};
+  std::vector<Way> own_; // (size: markers)
 };
 
 } // namespace mien

@@ -52,7 +52,7 @@ void NoteFrames(Neutral& neutral, const Take& take, const Performer& performer,
     const VgeTVector off = Difference(p, places[i]);
     squares[i].push_back(Dot(off, off));
   });
-  // One marker after another, although the frames are walked over once: so the sum is always the same.
+  // One marker after another, although threads walk over several at once: so the sum is always the same.
   std::array<double, 9> sums{}, counts{};
   for (std::size_t i = 0; i < indices.size(); ++i)
     for (const double square : squares[i]) sums[parts[i]] += square, ++counts[parts[i]];
@@ -62,7 +62,8 @@ void NoteFrames(Neutral& neutral, const Take& take, const Performer& performer,
 
 /// `file` and `place` state where the range was given.
 Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange& range,
-                  const RigidHead* rigid, const std::string& file, std::string_view place) {
+                  const RigidHead* rigid, const std::string& file, std::string_view place,
+                  std::size_t threads) {
   const FrameSpan frames = FramesIn(range, take.frames);
   if (frames.Count() == 0)
     throw InputError(
@@ -73,7 +74,7 @@ Neutral AverageOf(const Take& take, const Performer& performer, const FrameRange
   neutral.how = frames.Count() == 1 ? fmt::format("frame {}", take.frames[frames.first])
                                     : fmt::format("the average of frames {} to {}", take.frames[frames.first],
                                                   take.frames[frames.end - 1]);
-  const StabilisedMarkers markers(take, performer, frames, rigid);
+  const StabilisedMarkers markers(take, performer, frames, rigid, threads);
   if (markers.HeadIsNeverFound() && markers.AnyIsSeen())
     throw InputError(
         Code::Unsolvable, file, place,
@@ -128,8 +129,8 @@ void UseEyesAtEase(NeutralPose& pose, const Take& take, const StabilisedMarkers&
   }
 }
 
-Neutral Found(const Take& take, const Performer& performer, const RigidHead* rigid) {
-  const StabilisedMarkers markers(take, performer, {0, take.FrameCount()}, rigid);
+Neutral Found(const Take& take, const Performer& performer, const RigidHead* rigid, std::size_t threads) {
+  const StabilisedMarkers markers(take, performer, {0, take.FrameCount()}, rigid, threads);
 
   const std::vector<bool> all(take.FrameCount(), true);
   Neutral neutral;
@@ -137,7 +138,8 @@ Neutral Found(const Take& take, const Performer& performer, const RigidHead* rig
   neutral.how = fmt::format("the median of all {} frames", take.FrameCount());
   if (neutral.pose.empty()) return neutral;
 
-  const RestFrames at_rest(markers, take, performer, Column(NeutralHead(performer, neutral.pose), 1));
+  const RestFrames at_rest(markers, take, performer, Column(NeutralHead(performer, neutral.pose), 1),
+                           threads);
   constexpr std::ptrdiff_t kFewest = 5; // a median of fewer would have the noise of one or two frames
   if (Count(at_rest.whole) < kFewest) {
     neutral.notes.push_back(
@@ -181,15 +183,15 @@ void NoteStrangeSize(Neutral& neutral) {
 } // namespace
 
 Neutral FindNeutral(const Take& take, const Performer& performer, const std::optional<FrameRange>& asked,
-                    const RigidHead* rigid) {
+                    const RigidHead* rigid, std::size_t threads) {
   if (IsOnePlace(take))
     throw InputError(Code::Unsolvable, take.file, "", "all markers are in one place in every frame",
                      "export the take again");
   Neutral neutral;
   if (asked) {
-    neutral = AverageOf(take, performer, *asked, rigid, take.file, "");
+    neutral = AverageOf(take, performer, *asked, rigid, take.file, "", threads);
   } else if (const auto* range = std::get_if<FrameRange>(&performer.neutral)) {
-    neutral = AverageOf(take, performer, *range, rigid, performer.file, "/neutral/frames");
+    neutral = AverageOf(take, performer, *range, rigid, performer.file, "/neutral/frames", threads);
   } else if (const auto* pose = std::get_if<NeutralPose>(&performer.neutral)) {
     const std::vector<std::string> names = performer.Markers();
     if (std::none_of(names.begin(), names.end(),
@@ -199,7 +201,7 @@ Neutral FindNeutral(const Take& take, const Performer& performer, const std::opt
                        "write the pose again with `mien performer`");
     neutral = {.pose = *pose, .how = "the performer file's", .notes = {}};
   } else {
-    neutral = Found(take, performer, rigid);
+    neutral = Found(take, performer, rigid, threads);
   }
 
   if (neutral.pose.empty())

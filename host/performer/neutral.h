@@ -6,6 +6,7 @@
 #include "host/takes/take.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -52,8 +53,9 @@ struct Neutral {
 /// word. The average of all frames is biased by every raised brow and open mouth.
 ///
 /// The take must have the performer's markers (CheckMarkers). Throws InputError for frames that are not in
-/// the take, and if no marker of the performer is visible in the pose.
+/// the take, and if no marker of the performer is visible in the pose. Any number of
+/// `threads` find the same.
 Neutral FindNeutral(const Take& take, const Performer& performer, const std::optional<FrameRange>& asked,
-                    const RigidHead* rigid = nullptr);
+                    const RigidHead* rigid = nullptr, std::size_t threads = 1);
 
 } // namespace mien

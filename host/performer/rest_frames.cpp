@@ -1,6 +1,7 @@
 #include "host/performer/rest_frames.h"
 
 #include "host/base/face_parts.h"
+#include "host/base/parallel.h"
 #include "host/base/statistics.h"
 #include "host/takes/marker_indices.h"
 #include "mien/base/affine.h"
@@ -46,7 +47,7 @@ constexpr Strictness kUsual = {0.3, 0.8, 0.5}, kStricter = {0.55, 0.8, 0.15};
 } // namespace
 
 RestFrames::RestFrames(const StabilisedMarkers& markers, const Take& take, const Performer& performer,
-                       const VgeTVector& up) {
+                       const VgeTVector& up, std::size_t threads) {
   const auto holder = [&](std::size_t part, std::size_t h) {
     return MarkerIndices(take, performer.holders[part][h]);
   };
@@ -71,13 +72,15 @@ RestFrames::RestFrames(const StabilisedMarkers& markers, const Take& take, const
                            {holder(kRightEye, kUpperEyeHolder), holder(kRightEye, kLowerEyeHolder)}};
   const Opening lips = {holder(kMouth, kUpperMouthHolder), holder(kMouth, kLowerMouthHolder)};
   Openings of_eyes(markers.FrameCount()), of_mouth(markers.FrameCount());
-  for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
-    double sum = 0, count = 0;
-    for (const Opening& eye : lids)
-      if (const auto measured = opening(f, eye.upper, eye.lower)) sum += *measured, ++count;
-    if (count > 0) of_eyes[f] = sum / count;
-    of_mouth[f] = opening(f, lips.upper, lips.lower);
-  }
+  ForRanges(threads, markers.FrameCount(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    for (std::size_t f = first; f < end; ++f) {
+      double sum = 0, count = 0;
+      for (const Opening& eye : lids)
+        if (const auto measured = opening(f, eye.upper, eye.lower)) sum += *measured, ++count;
+      if (count > 0) of_eyes[f] = sum / count;
+      of_mouth[f] = opening(f, lips.upper, lips.lower);
+    }
+  });
 
   const auto fill = [&](const Strictness& s, std::vector<bool>& both, std::vector<bool>* eyes_alone) {
     const Usual of_eyes_is(of_eyes, s.eyes_low, s.eyes_high), of_mouth_is(of_mouth, 0, s.mouth_high);

@@ -5,6 +5,7 @@
 #include "host/takes/take.h"
 #include "mien/base/geometry.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace mien {
@@ -17,7 +18,7 @@ namespace mien {
 struct RestFrames {
   /// `up` in the head's frame.
   RestFrames(const StabilisedMarkers& markers, const Take& take, const Performer& performer,
-             const VgeTVector& up);
+             const VgeTVector& up, std::size_t threads = 1);
 
   std::vector<bool>
       whole; ///< the eyes as open as usual (30th to 80th percentile), the mouth at most so (50th)

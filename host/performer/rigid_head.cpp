@@ -23,8 +23,7 @@ class Straying {
 public:
   Straying(const Take& take, const RigidBody& head, const std::vector<std::size_t>& head_markers)
       : take_(take) {
-    constexpr std::size_t kMostFrames = 1000; // as many as the body is learned from
-    const std::size_t count = std::min(take.FrameCount(), kMostFrames);
+    const std::size_t count = std::min(take.FrameCount(), kMostLearnedFrames);
     std::vector<std::optional<VgeAMatrix>> to_head(count);
     RigidFits fits(head, [&](std::size_t i, const std::optional<VgeAMatrix>& motion) {
       if (motion) to_head[i] = InverseOfOrthogonalAxes(*motion);
@@ -81,9 +80,25 @@ private:
   std::vector<VgeAMatrix> to_head_;
 };
 
+/// The frames of a long take that a body is learned from.
+Take LearnedFrames(const Take& take) {
+  Take learned(take.markers);
+  for (std::size_t i = 0; i < kMostLearnedFrames; ++i) {
+    const std::size_t frame = i * take.FrameCount() / kMostLearnedFrames;
+    learned.AddFrame(take.frames[frame], take.times[frame]);
+    for (std::size_t m = 0; m < take.MarkerCount(); ++m)
+      if (const Point* const p = take.At(frame, m)) learned.Set(i, m, *p);
+  }
+  return learned;
+}
+
 } // namespace
 
-std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& performer) {
+std::optional<RigidHead> LearnRigidHead(const Take& whole, const Performer& performer) {
+  // These frames are looked at several times, and are all over the take.
+  const bool is_long = performer.rigid.empty() && whole.FrameCount() > kMostLearnedFrames;
+  const std::optional<Take> learned = is_long ? std::optional(LearnedFrames(whole)) : std::nullopt;
+  const Take& take = learned ? *learned : whole;
   constexpr std::size_t kFewest = 4;
   RigidHead head;
   std::optional<RigidBody> of_head_alone;

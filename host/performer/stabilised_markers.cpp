@@ -5,7 +5,7 @@
 #include "host/takes/marker_indices.h"
 
 #include <algorithm>
-#include <array>
+#include <utility>
 
 namespace mien {
 
@@ -18,20 +18,25 @@ std::vector<std::size_t> FramesOf(const std::vector<bool>& use) {
 }
 
 StabilisedMarkers::StabilisedMarkers(const Take& take, const Performer& performer, const FrameSpan& frames,
-                                     const RigidHead* rigid)
+                                     const RigidHead* rigid, std::size_t threads)
     : take_(take), names_(performer.Markers()), indices_(MarkerIndices(take, names_)),
-      head_(MarkerIndices(take, performer.head)), frames_(frames), heads_(frames.Count(), VgeAMatrix()) {
-  if (frames_.Count() == 1) return; // one frame has no motion
-  if (rigid)
-    FitHeads(*rigid);
-  else if (head_.size() >= 3)
-    RemoveHeadMotion();
+      head_(MarkerIndices(take, performer.head)), frames_(frames), threads_(threads),
+      heads_(frames.Count(), VgeAMatrix()) {
+  const bool moves = frames_.Count() > 1; // one frame has no motion
+  if (moves && !rigid && head_.size() >= 3) RemoveHeadMotion();
+  places_.extend(indices_.size() * frames_.Count());
+  ForRanges(threads_, frames_.Count(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    if (moves && rigid) FitHeads(*rigid, first, end);
+    KeepPlaces(first, end);
+  });
+  columns_.resize(take.MarkerCount());
+  for (std::size_t column = 0; column < indices_.size(); ++column) columns_[indices_[column]] = column;
 }
 
 bool StabilisedMarkers::AnyIsSeen() const {
   for (std::size_t f = frames_.first; f < frames_.end; ++f)
     for (const std::size_t m : indices_)
-      if (take_.At(f, m)) return true;
+      if (take_.OriginAt(f, m) != Origin::None) return true;
   return false;
 }
 
@@ -40,6 +45,13 @@ bool StabilisedMarkers::HeadIsNeverFound() const {
 }
 
 std::optional<VgeTVector> StabilisedMarkers::At(std::size_t f, std::size_t marker) const {
+  if (columns_.empty() || !columns_[marker]) return FromTake(f, marker);
+  const std::optional<Point>& place = places_[*columns_[marker] * frames_.Count() + f];
+  if (!place) return std::nullopt;
+  return VgeTVector{place->x, place->y, place->z};
+}
+
+std::optional<VgeTVector> StabilisedMarkers::FromTake(std::size_t f, std::size_t marker) const {
   const Point* p = take_.At(frames_.first + f, marker);
   if (!p || !heads_[f]) return std::nullopt;
   return TransformPoint(*heads_[f], {p->x, p->y, p->z});
@@ -48,14 +60,20 @@ std::optional<VgeTVector> StabilisedMarkers::At(std::size_t f, std::size_t marke
 Take StabilisedMarkers::Carried(const std::vector<std::string>& names, const VgeAMatrix& to) const {
   Take carried(names);
   const std::vector<std::size_t> indices = MarkerIndices(take_, names);
-  for (std::size_t f = 0; f < frames_.Count(); ++f) {
-    carried.AddFrame(take_.frames[frames_.first + f], take_.times[frames_.first + f]);
-    for (std::size_t m = 0; m < indices.size(); ++m)
-      if (const auto p = At(f, indices[m])) {
-        const VgeTVector q = TransformPoint(to, *p);
-        carried.Set(f, m, {q.x, q.y, q.z});
+  carried.AddFrames(frames_.Count());
+  ForRanges(threads_, frames_.Count(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    for (std::size_t f = first; f < end; ++f) {
+      carried.frames[f] = take_.frames[frames_.first + f];
+      carried.times[f] = take_.times[frames_.first + f];
+      const Take::Row row = carried.RowOf(f);
+      for (std::size_t m = 0; m < indices.size(); ++m) {
+        const auto p = At(f, indices[m]);
+        const VgeTVector q = p ? TransformPoint(to, *p) : VgeTVector();
+        row.positions[m] = {q.x, q.y, q.z};
+        row.origins[m] = p ? Origin::Measured : Origin::None;
       }
-  }
+    }
+  });
   return carried;
 }
 
@@ -67,36 +85,18 @@ NeutralPose StabilisedMarkers::Pose(const std::vector<bool>& use, const MiddleOf
   return pose;
 }
 
-// A few markers at a time, so that a long take needs little memory for them, and yet walks over its frames
-// only a few times.
 std::vector<std::optional<Point>> StabilisedMarkers::Places(const std::vector<std::size_t>& markers,
                                                             const std::vector<bool>& use,
                                                             const MiddleOf& middle_of) const {
-  constexpr std::size_t kAtOnce = 16;
   const std::vector<std::size_t> frames = FramesOf(use);
-  struct Column {
-    LongVector<double> x, y, z;
-  };
-  std::array<Column, kAtOnce> columns;
-  std::vector<double> values;
-  const auto middle = [&](const LongVector<double>& column) {
-    values.resize(column.size());
-    std::copy(column.begin(), column.end(), values.begin());
-    return middle_of(values);
-  };
   std::vector<std::optional<Point>> places(markers.size());
-  for (std::size_t first = 0; first < markers.size(); first += kAtOnce) {
-    const auto some = std::span(markers).subspan(first, std::min(kAtOnce, markers.size() - first));
-    for (auto& [x, y, z] : columns) x.clear(), y.clear(), z.clear();
-    ForEachPlace(some, frames, [&](std::size_t i, std::size_t, const VgeTVector& p) {
-      auto& [x, y, z] = columns[i];
-      x.push_back(p.x), y.push_back(p.y), z.push_back(p.z);
-    });
-    for (std::size_t i = 0; i < some.size(); ++i) {
-      const auto& [x, y, z] = columns[i];
-      if (!x.empty()) places[first + i] = Point{middle(x), middle(y), middle(z)};
-    }
-  }
+  OnThreads(threads_, markers.size(), [&](std::size_t, std::size_t i) {
+    std::vector<double> x, y, z;
+    for (std::vector<double>* const axis : {&x, &y, &z}) axis->reserve(frames.size());
+    for (const std::size_t f : frames)
+      if (const auto p = At(f, markers[i])) x.push_back(p->x), y.push_back(p->y), z.push_back(p->z);
+    if (!x.empty()) places[i] = Point{middle_of(x), middle_of(y), middle_of(z)};
+  });
   return places;
 }
 
@@ -108,20 +108,26 @@ RigidMotion::Markers StabilisedMarkers::HeadMarkers(std::size_t f) const {
 }
 
 void StabilisedMarkers::SolveHeads(const RigidMotion::Markers& reference) {
-  RigidMotion motion(reference);
-  for (std::size_t f = 0; f < frames_.Count(); ++f) {
-    const auto head = motion.Solve(HeadMarkers(f));
-    heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
-  }
+  std::vector<std::optional<RigidMotion>> motions(
+      std::max<std::size_t>(threads_, 1)); // each remembers the sets of markers that it saw
+  const std::size_t ranges = (frames_.Count() + kFramesAtOnce - 1) / kFramesAtOnce;
+  OnThreads(threads_, ranges, [&](std::size_t thread, std::size_t range) {
+    if (!motions[thread]) motions[thread].emplace(reference);
+    const std::size_t first = range * kFramesAtOnce, end = std::min(first + kFramesAtOnce, frames_.Count());
+    for (std::size_t f = first; f < end; ++f) {
+      const auto head = motions[thread]->Solve(HeadMarkers(f));
+      heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
+    }
+  });
 }
 
-void StabilisedMarkers::FitHeads(const RigidHead& rigid) {
+void StabilisedMarkers::FitHeads(const RigidHead& rigid, std::size_t first, std::size_t end) {
+  const std::vector<std::size_t> indices = MarkerIndices(take_, rigid.markers);
   RigidFits fits(rigid.body, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
     heads_[f] = head ? std::optional(InverseOfOrthogonalAxes(*head)) : std::nullopt;
   });
-  const std::vector<std::size_t> indices = MarkerIndices(take_, rigid.markers);
   RigidBody::Points seen(indices.size());
-  for (std::size_t f = 0; f < frames_.Count(); ++f) {
+  for (std::size_t f = first; f < end; ++f) {
     for (std::size_t m = 0; m < indices.size(); ++m) {
       const Point* const p = take_.At(frames_.first + f, indices[m]);
       seen[m] = p ? std::optional(*p) : std::nullopt;
@@ -129,6 +135,20 @@ void StabilisedMarkers::FitHeads(const RigidHead& rigid) {
     fits.Add(f, seen);
   }
   fits.Finish();
+}
+
+void StabilisedMarkers::KeepPlaces(std::size_t first, std::size_t end) {
+  constexpr std::size_t kInCache = 32; // frames
+  for (std::size_t from = first; from < end; from += kInCache) {
+    const std::size_t count = std::min(kInCache, end - from);
+    for (std::size_t column = 0; column < indices_.size(); ++column) {
+      const auto places = places_.subspan(column * frames_.Count() + from, count);
+      for (std::size_t i = 0; i < count; ++i) {
+        const auto p = FromTake(from + i, indices_[column]);
+        places[i] = p ? std::optional(Point{p->x, p->y, p->z}) : std::nullopt;
+      }
+    }
+  }
 }
 
 // A single frame's noise would be in every head frame; two rounds through the median take it out. More do

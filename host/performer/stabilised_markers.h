@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/base/long_vector.h"
+#include "host/base/parallel.h"
 #include "host/cleaning/rigid_motion.h"
 #include "host/performer/performer.h"
 #include "host/performer/rigid_head.h"
@@ -28,9 +29,10 @@ std::vector<std::size_t> FramesOf(const std::vector<bool>& use);
 /// frame, nothing is removed.
 class StabilisedMarkers {
 public:
-  /// `rigid` may be null: then the head is found from the head markers. The take must outlive this.
+  /// `rigid` may be null: then the head is found from the head markers. The take must outlive this. `threads`
+  /// work at the same time here and in all that is asked.
   StabilisedMarkers(const Take& take, const Performer& performer, const FrameSpan& frames,
-                    const RigidHead* rigid);
+                    const RigidHead* rigid, std::size_t threads = 1);
 
   std::size_t FrameCount() const { return frames_.Count(); }
   /// The number of a frame in the take.
@@ -54,32 +56,39 @@ public:
   NeutralPose Pose(const std::vector<bool>& use, const MiddleOf& middle_of) const;
 
   /// Calls `visit(i, f, place)` for each marker i of `markers` (indices in the take) in each frame f of
-  /// `frames` that shows it and the head, frame by frame, with its place in the head's frame.
+  /// `frames` that shows it and the head, with its place in the head's frame: frame by frame for a marker, and
+  /// several markers at the same time on different threads.
   template <class Visit>
   void ForEachPlace(std::span<const std::size_t> markers, const std::vector<std::size_t>& frames,
                     Visit visit) const {
-    for (const std::size_t f : frames) {
-      if (!heads_[f]) continue;
-      for (std::size_t i = 0; i < markers.size(); ++i)
-        if (const Point* const p = take_.At(frames_.first + f, markers[i]))
-          visit(i, f, TransformPoint(*heads_[f], {p->x, p->y, p->z}));
-    }
+    OnThreads(threads_, markers.size(), [&](std::size_t, std::size_t i) {
+      for (const std::size_t f : frames)
+        if (const auto place = At(f, markers[i])) visit(i, f, *place);
+    });
   }
 
 private:
   std::vector<std::optional<Point>> Places(const std::vector<std::size_t>& markers,
                                            const std::vector<bool>& use, const MiddleOf& middle_of) const;
+  std::optional<VgeTVector> FromTake(std::size_t f, std::size_t marker) const;
   RigidMotion::Markers HeadMarkers(std::size_t f) const;
   void SolveHeads(const RigidMotion::Markers& reference);
-  void FitHeads(const RigidHead& rigid);
+  void FitHeads(const RigidHead& rigid, std::size_t first, std::size_t end);
   void RemoveHeadMotion();
+  void KeepPlaces(std::size_t first, std::size_t end);
 
   const Take& take_;
   std::vector<std::string> names_;
   std::vector<std::size_t> indices_; // of names_
   std::vector<std::size_t> head_;
   FrameSpan frames_;
+  std::size_t threads_;
   LongVector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
+
+  // The places of names_ in the head's frame, marker by marker: whoever wants a few markers of all frames does
+  // not walk over all of the take (size: markers x frames; empty until all heads are found).
+  LongVector<std::optional<Point>> places_;
+  std::vector<std::optional<std::size_t>> columns_; // in places_, by the marker's index in the take
 };
 
 } // namespace mien

@@ -83,7 +83,7 @@ void FaceSolver::SetUpBatch(const Performer& performer) {
   actor->SetupComputeNormalisedPosition();
   actor->SetupResetWeights();
   actor->SetupComputeWeights();
-  batch_ = std::make_unique<const FaceBatch>(*actor, *GetGlobalFace(), reference);
+  batch_ = std::make_shared<const FaceBatch>(*actor, *GetGlobalFace(), reference);
   points_.resize(kBlock * FaceBatch::kPoints * 3);
 }
 

@@ -17,7 +17,7 @@
 namespace mien {
 
 /// Turns the places of a performer's markers, with the head's motion removed, into template weights. Frames
-/// allocate nothing.
+/// allocate nothing. Each thread needs one of its own: a copy, which shares the set-up.
 class FaceSolver {
 public:
   /// Sets the performer up on the neutral pose. Throws InputError where the pose does not determine which way
@@ -64,9 +64,9 @@ private:
   std::vector<Point> rest_;
   std::array<std::vector<std::size_t>, 9> markers_of_;
   std::vector<std::string> left_out_;
-  std::unique_ptr<const FaceBatch> batch_;
-  std::optional<BrowFit> brow_fit_; // nothing where the library's weights stay
-  std::vector<double> points_;      // of the frames that are being solved
+  std::shared_ptr<const FaceBatch> batch_; // is only read
+  std::optional<BrowFit> brow_fit_;        // nothing where the library's weights stay
+  std::vector<double> points_;             // of the frames that are being solved
   Frame frame_;
 };
 

@@ -54,9 +54,9 @@ public:
   std::optional<VgeAMatrix> FindHead(const RigidBody::Points& seen) { return head_.Solve(seen); }
 
   /// See HeadSolver::SolveAll.
-  void FindHeads(const Take& markers,
-                 const std::function<void(std::size_t, const std::optional<VgeAMatrix>&)>& found) {
-    head_.SolveAll(markers, found);
+  void FindHeads(const Take& markers, std::size_t threads,
+                 const std::function<void(std::size_t, const std::optional<VgeAMatrix>&)>& found) const {
+    head_.SolveAll(markers, threads, found);
   }
 
   /// See FaceSolver::SolveFrames. The ranges are not applied.

@@ -1,5 +1,6 @@
 #include "host/solve/head_solver.h"
 
+#include "host/base/parallel.h"
 #include "host/cleaning/rigid_fits.h"
 #include "mien/base/affine.h"
 
@@ -59,33 +60,49 @@ HeadSolver::HeadSolver(const Performer& performer, const NeutralPose& neutral, c
 
 std::optional<VgeAMatrix> HeadSolver::Solve(const RigidBody::Points& seen) {
   if (!RemovesMotion()) return neutral_head_;
-  if (fit_) return OfFit(fit_->Solve(seen));
+  if (fit_) return OfFit(fit_->Solve(seen), motion_);
+  return Solve(seen, motion_);
+}
+
+std::optional<VgeAMatrix> HeadSolver::Solve(const RigidBody::Points& seen, RigidMotion& motion) const {
+  if (!RemovesMotion()) return neutral_head_;
   RigidMotion::Markers head;
   std::copy(seen.begin(), seen.end(), head.begin());
-  return motion_.Solve(head);
+  return motion.Solve(head);
 }
 
 void HeadSolver::SolveAll(
-    const Take& markers,
-    const std::function<void(std::size_t frame, const std::optional<VgeAMatrix>& head)>& found) {
-  RigidBody::Points seen(markers.MarkerCount());
-  const auto for_each_frame = [&](const auto& visit) {
-    for (std::size_t f = 0; f < markers.FrameCount(); ++f) {
+    const Take& markers, std::size_t threads,
+    const std::function<void(std::size_t frame, const std::optional<VgeAMatrix>& head)>& found) const {
+  std::vector<std::optional<RigidMotion>> motions(
+      std::max<std::size_t>(threads, 1)); // each remembers the sets of markers that it saw
+  const auto solve = [&](std::size_t thread, std::size_t range) {
+    if (!motions[thread]) motions[thread].emplace(reference_);
+    RigidMotion& motion = *motions[thread];
+    std::optional<RigidFits> fits;
+    if (fit_)
+      fits.emplace(fit_->Body(), [&](std::size_t f, const std::optional<VgeAMatrix>& fitted) {
+        found(f, OfFit(fitted, motion));
+      });
+    RigidBody::Points seen(markers.MarkerCount());
+    const std::size_t first = range * kFramesAtOnce;
+    for (std::size_t f = first; f < std::min(first + kFramesAtOnce, markers.FrameCount()); ++f) {
       for (std::size_t m = 0; m < seen.size(); ++m) {
         const Point* const p = markers.At(f, m);
         seen[m] = p ? std::optional(*p) : std::nullopt;
       }
-      visit(f);
+      if (fits)
+        fits->Add(f, seen);
+      else
+        found(f, Solve(seen, motion));
     }
+    if (fits) fits->Finish();
   };
-  if (!fit_) return for_each_frame([&](std::size_t f) { found(f, Solve(seen)); });
-  RigidFits fits(fit_->Body(),
-                 [&](std::size_t f, const std::optional<VgeAMatrix>& fitted) { found(f, OfFit(fitted)); });
-  for_each_frame([&](std::size_t f) { fits.Add(f, seen); });
-  fits.Finish();
+  OnThreads(threads, (markers.FrameCount() + kFramesAtOnce - 1) / kFramesAtOnce, solve);
 }
 
-std::optional<VgeAMatrix> HeadSolver::OfFit(const std::optional<VgeAMatrix>& fitted) {
+std::optional<VgeAMatrix> HeadSolver::OfFit(const std::optional<VgeAMatrix>& fitted,
+                                            RigidMotion& motion) const {
   if (!fitted || !removes_motion_) return fitted;
   RigidMotion::Markers head;
   // The library finds the head from its markers where the fit has them: rigid ones.
@@ -95,7 +112,7 @@ std::optional<VgeAMatrix> HeadSolver::OfFit(const std::optional<VgeAMatrix>& fit
           TransformPoint(*fitted, {reference_[slot]->x, reference_[slot]->y, reference_[slot]->z});
       head[slot] = Point{p.x, p.y, p.z};
     }
-  return motion_.Solve(head);
+  return motion.Solve(head);
 }
 
 } // namespace mien

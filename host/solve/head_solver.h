@@ -52,12 +52,14 @@ public:
   std::optional<VgeAMatrix> Solve(const RigidBody::Points& seen);
 
   /// Solves all frames of a take of the Markers, with the bits of Solve, but several at once. Calls `found` once
-  /// for each frame, in any order.
-  void SolveAll(const Take& markers,
-                const std::function<void(std::size_t frame, const std::optional<VgeAMatrix>& head)>& found);
+  /// for each frame, in any order and from any of the threads.
+  void
+  SolveAll(const Take& markers, std::size_t threads,
+           const std::function<void(std::size_t frame, const std::optional<VgeAMatrix>& head)>& found) const;
 
 private:
-  std::optional<VgeAMatrix> OfFit(const std::optional<VgeAMatrix>& fitted);
+  std::optional<VgeAMatrix> Solve(const RigidBody::Points& seen, RigidMotion& motion) const;
+  std::optional<VgeAMatrix> OfFit(const std::optional<VgeAMatrix>& fitted, RigidMotion& motion) const;
 
   VgeAMatrix neutral_head_;
   std::vector<std::string> head_markers_, markers_, left_out_;

@@ -1,5 +1,6 @@
 #include "host/solve/head_track.h"
 
+#include "host/base/parallel.h"
 #include "host/base/rotation.h"
 #include "host/cleaning/calm_motion.h"
 #include "host/cleaning/low_pass.h"
@@ -19,8 +20,38 @@ namespace mien {
 
 namespace {
 
-/// Interpolates rigid transforms: `a` at fraction 0, `b` at 1; the turn is even, the path straight.
-VgeAMatrix Between(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
+void FillUnknown(const Take& take, HeadTrack& track) {
+  const std::size_t count = track.heads.size();
+  std::size_t last = count; // the last known frame; none yet
+  for (std::size_t f = 0; f < count; ++f) {
+    if (!track.known[f]) continue;
+    for (std::size_t i = last == count ? 0 : last + 1; i < f; ++i) {
+      const double fraction =
+          last == count ? 1 : (take.times[i] - take.times[last]) / (take.times[f] - take.times[last]);
+      track.heads[i] =
+          last == count ? track.heads[f] : RigidBetween(track.heads[last], track.heads[f], fraction);
+    }
+    last = f;
+  }
+  if (last != count)
+    std::fill(track.heads.begin() + static_cast<std::ptrdiff_t>(last), track.heads.end(), track.heads[last]);
+}
+
+/// Frames with a known head that follow each other without a break.
+std::vector<FrameSpan> KnownSpans(const Take& take, const HeadTrack& track) {
+  std::vector<FrameSpan> known;
+  for (const auto& [first, end] : UnbrokenSpans(take.frames))
+    for (std::size_t f = first; f < end; ++f) {
+      if (!track.known[f]) continue;
+      if (known.empty() || known.back().end != f || f == first) known.push_back({f, f});
+      known.back().end = f + 1;
+    }
+  return known;
+}
+
+} // namespace
+
+VgeAMatrix RigidBetween(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
   const VgeQuaternion from(RotationOf(a));
   const VgeQuaternion to = QuaternionNear(from, RotationOf(b));
   const double cosine = from.x * to.x + from.y * to.y + from.z * to.z + from.w * to.w;
@@ -45,36 +76,6 @@ VgeAMatrix Between(const VgeAMatrix& a, const VgeAMatrix& b, double fraction) {
   return between;
 }
 
-void FillUnknown(const Take& take, HeadTrack& track) {
-  const std::size_t count = track.heads.size();
-  std::size_t last = count; // the last known frame; none yet
-  for (std::size_t f = 0; f < count; ++f) {
-    if (!track.known[f]) continue;
-    for (std::size_t i = last == count ? 0 : last + 1; i < f; ++i) {
-      const double fraction =
-          last == count ? 1 : (take.times[i] - take.times[last]) / (take.times[f] - take.times[last]);
-      track.heads[i] = last == count ? track.heads[f] : Between(track.heads[last], track.heads[f], fraction);
-    }
-    last = f;
-  }
-  if (last != count)
-    std::fill(track.heads.begin() + static_cast<std::ptrdiff_t>(last), track.heads.end(), track.heads[last]);
-}
-
-/// Frames with a known head that follow each other without a break.
-std::vector<FrameSpan> KnownSpans(const Take& take, const HeadTrack& track) {
-  std::vector<FrameSpan> known;
-  for (const auto& [first, end] : UnbrokenSpans(take.frames))
-    for (std::size_t f = first; f < end; ++f) {
-      if (!track.known[f]) continue;
-      if (known.empty() || known.back().end != f || f == first) known.push_back({f, f});
-      known.back().end = f + 1;
-    }
-  return known;
-}
-
-} // namespace
-
 std::size_t HeadTrack::UnknownFrames() const {
   return static_cast<std::size_t>(std::count(known.begin(), known.end(), false));
 }
@@ -86,7 +87,7 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
   track.known.assign(take.FrameCount(), true);
   if (!head.RemovesMotion()) return track;
 
-  Take markers = PickMarkers(take, MarkerIndices(take, head.Markers()));
+  Take markers = PickMarkers(take, MarkerIndices(take, head.Markers()), options.threads);
   std::vector<std::size_t> slots(markers.MarkerCount());
   std::iota(slots.begin(), slots.end(), std::size_t{0});
   if (options.head_tolerance_mm) {
@@ -97,35 +98,40 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
         places[guarded.size()] = head.Reference()[slot];
         guarded.push_back(*marker);
       }
-    track.slipped = TakeOutSlipped(markers, guarded, places, *options.head_tolerance_mm);
+    track.slipped = TakeOutSlipped(markers, guarded, places, *options.head_tolerance_mm, options.threads);
   }
-  track.fills = FillGaps(markers, slots, options.head_fill);
+  track.fills = FillGaps(markers, slots, options.head_fill, options.threads);
   if (options.smooth_positions_hz) SmoothPositions(markers, slots, *options.smooth_positions_hz);
 
-  solver.FindHeads(markers, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
+  solver.FindHeads(markers, options.threads, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
     track.known[f] = found.has_value();
     if (found) track.heads[f] = *found;
   });
   if (const RigidFit* fit = head.Fit())
-    track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, markers);
+    track.calmed = CalmMotion(track.heads, KnownSpans(take, track), *fit, markers, options.threads);
   FillUnknown(take, track);
   return track;
 }
 
-Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers) {
+Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers,
+               std::size_t threads) {
   const std::vector<std::size_t> indices = MarkerIndices(take, markers);
   Take stable = WithoutFrames(take, indices);
-  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
-    stable.AddFrame(take.frames[f], take.times[f]);
-    if (!track.known[f]) continue;
-    const VgeAMatrix to_head = InverseOfOrthogonalAxes(track.heads[f]);
-    for (std::size_t m = 0; m < indices.size(); ++m) {
-      const Point* const p = take.At(f, indices[m]);
-      if (!p) continue;
-      const VgeTVector p_head = TransformPoint(to_head, {p->x, p->y, p->z});
-      stable.Set(f, m, {p_head.x, p_head.y, p_head.z}, take.OriginAt(f, indices[m]));
+  stable.AddFrames(take.FrameCount());
+  ForRanges(threads, take.FrameCount(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    for (std::size_t f = first; f < end; ++f) {
+      stable.frames[f] = take.frames[f];
+      stable.times[f] = take.times[f];
+      const Take::Row row = stable.RowOf(f);
+      const VgeAMatrix to_head = InverseOfOrthogonalAxes(track.heads[f]);
+      for (std::size_t m = 0; m < indices.size(); ++m) {
+        const Point* const p = track.known[f] ? take.At(f, indices[m]) : nullptr;
+        const VgeTVector p_head = p ? TransformPoint(to_head, {p->x, p->y, p->z}) : VgeTVector();
+        row.positions[m] = {p_head.x, p_head.y, p_head.z};
+        row.origins[m] = p ? take.OriginAt(f, indices[m]) : Origin::None;
+      }
     }
-  }
+  });
   return stable;
 }
 

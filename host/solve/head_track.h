@@ -29,11 +29,15 @@ struct HeadTrack {
   std::size_t UnknownFrames() const;
 };
 
+/// Interpolates rigid transforms: `a` at fraction 0, `b` at 1; the turn is even, the path straight.
+VgeAMatrix RigidBetween(const VgeAMatrix& a, const VgeAMatrix& b, double fraction);
+
 /// The take must have the solver's markers.
 HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& options);
 
 /// The markers of these names in the head's frame: of a face that looks along +z, x to its left, y up. In
 /// frames without a known head they are gaps.
-Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers);
+Take Stabilise(const Take& take, const HeadTrack& track, const std::vector<std::string>& markers,
+               std::size_t threads = 1);
 
 } // namespace mien

@@ -2,6 +2,7 @@
 
 #include "host/base/face_parts.h"
 #include "host/base/long_vector.h"
+#include "host/base/parallel.h"
 #include "mien/base/affine.h"
 #include "mien/face/face.h"
 
@@ -9,7 +10,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
+#include <optional>
 #include <span>
 
 namespace mien {
@@ -153,7 +156,8 @@ void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
 
 class MarkerPlaces {
 public:
-  MarkerPlaces(const Take& face, const FaceSolver& solver) : face_(face), solver_(solver) {
+  MarkerPlaces(const Take& face, const FaceSolver& solver, std::size_t threads)
+      : face_(face), solver_(solver) {
     for (const Point& p : solver.RestPlaces()) rest_.push_back(Vector(p));
     parts_.resize(rest_.size());
     for (std::size_t part = 0; part < 9; ++part)
@@ -168,12 +172,18 @@ public:
                 [](const Neighbour& a, const Neighbour& b) { return a.apart < b.apart; });
       half_way_.push_back(neighbours_[m].empty() ? kNever : neighbours_[m].front().apart / 2);
     }
+    stray_.resize(face.FrameCount());
+    ForRanges(threads, face.FrameCount(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+      Strays strays;
+      for (std::size_t f = first; f < end; ++f) stray_[f] = FindStrays(f, strays);
+    });
   }
 
   void Find(std::vector<QualityFlag>& flags) const {
     std::vector<Stretches> stretches(rest_.size(), Stretches(face_.times));
     Strays strays;
     for (std::size_t f = 0; f < face_.FrameCount(); ++f) {
+      if (!stray_[f]) continue;
       FindStrays(f, strays);
       for (std::size_t m = 0; m < rest_.size(); ++m) {
         if (!strays[m]) continue;
@@ -210,7 +220,9 @@ private:
   /// By marker: where it was seen, if another place may be as near as its own; nothing for most.
   using Strays = std::vector<std::optional<VgeTVector>>;
 
-  void FindStrays(std::size_t frame, Strays& strays) const {
+  /// Returns whether there are any.
+  bool FindStrays(std::size_t frame, Strays& strays) const {
+    bool any = false;
     strays.assign(rest_.size(), std::nullopt);
     for (std::size_t m = 0; m < rest_.size(); ++m) {
       const Point* const p = face_.At(frame, m);
@@ -218,8 +230,11 @@ private:
       const VgeTVector way = Difference(Vector(*p), rest_[m]);
       constexpr double kSurely = 1 - 1e-12; // saves the root
       if (Dot(way, way) <= kSurely * half_way_[m] * half_way_[m]) continue;
-      if (SeenAt(face_, frame, m)) strays[m] = Vector(*p);
+      if (!SeenAt(face_, frame, m)) continue;
+      strays[m] = Vector(*p);
+      any = true;
     }
+    return any;
   }
 
   bool AreOnTwoSides(std::size_t m, std::size_t n) const {
@@ -271,6 +286,7 @@ private:
   std::vector<std::vector<std::size_t>> parts_;    // that a marker drives
   std::vector<std::vector<Neighbour>> neighbours_; // of each marker, by how far apart they rest
   std::vector<double> half_way_;                   // to the nearest of them
+  std::vector<bool> stray_;                        // the frames with strays
 };
 
 // --- Grades.
@@ -356,11 +372,19 @@ std::string StatementOf(const QualityFlag& flag) {
 }
 
 Quality AssessQuality(const Animation& solved, const Take& face, bool head_motion_removed,
-                      const FaceSolver& solver, const std::array<double, 9>& residual_mm) {
+                      const FaceSolver& solver, const std::array<double, 9>& residual_mm,
+                      std::size_t threads) {
   Quality quality;
-  Jumps(solved, face, solver).Find(quality.flags);
-  FindLimits(solved, quality.flags);
-  if (head_motion_removed) MarkerPlaces(face, solver).Find(quality.flags);
+  std::array<std::vector<QualityFlag>, 3> flags;
+  std::optional<MarkerPlaces> places;
+  if (head_motion_removed) places.emplace(face, solver, threads);
+  OnThreads(threads, flags.size(), [&](std::size_t, std::size_t kind) {
+    if (kind == 0) Jumps(solved, face, solver).Find(flags[0]);
+    if (kind == 1) FindLimits(solved, flags[1]);
+    if (kind == 2 && places) places->Find(flags[2]);
+  });
+  for (std::vector<QualityFlag>& of_kind : flags)
+    std::move(of_kind.begin(), of_kind.end(), std::back_inserter(quality.flags));
   std::stable_sort(quality.flags.begin(), quality.flags.end(),
                    [](const QualityFlag& a, const QualityFlag& b) { return a.first < b.first; });
   SetGrades(solver, residual_mm, quality);

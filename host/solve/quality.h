@@ -95,6 +95,7 @@ struct Quality {
 ///
 /// Frames of the same flag that are at most 0.1 s apart make one flag.
 Quality AssessQuality(const Animation& solved, const Take& face, bool head_motion_removed,
-                      const FaceSolver& solver, const std::array<double, 9>& residual_mm);
+                      const FaceSolver& solver, const std::array<double, 9>& residual_mm,
+                      std::size_t threads = 1);
 
 } // namespace mien

@@ -36,8 +36,9 @@ void Residuals::Add(std::size_t frame, const std::array<double, 9>& residual_mm)
 
 std::size_t Residuals::Gaps(std::size_t frame, std::size_t part) const {
   const std::vector<std::size_t>& markers = solver_.MarkersOf(part);
-  return static_cast<std::size_t>(
-      std::count_if(markers.begin(), markers.end(), [&](std::size_t m) { return !face_.At(frame, m); }));
+  return static_cast<std::size_t>(std::count_if(markers.begin(), markers.end(), [&](std::size_t m) {
+    return face_.OriginAt(frame, m) == Origin::None;
+  }));
 }
 
 SolveReport::FrameQuality Residuals::QualityOf(std::size_t frame,

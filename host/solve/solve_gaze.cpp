@@ -6,6 +6,7 @@
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/low_pass.h"
 #include "host/cleaning/rest_in_gaps.h"
+#include "host/solve/gaze_limits.h"
 #include "mien/base/affine.h"
 
 #include <algorithm>
@@ -21,8 +22,6 @@ namespace mien {
 namespace {
 
 constexpr double kDegree = std::numbers::pi / 180;
-constexpr double kIrisRadius_mm = 10.5; // from the eye's centre: sqrt(12^2 - 5.85^2)
-constexpr double kClosed = 0.7;         // of Close: a lid that follows lowered eyes reads up to 0.6
 
 /// Of both eyes in one frame; nothing for one that does not show where it looks.
 using SeenEyes = std::array<std::optional<EyeAngles>, 2>;
@@ -37,7 +36,7 @@ public:
     }
   }
   double At(std::size_t frame, std::size_t eye) const { return animation_.Weight(frame, columns_[eye]); }
-  bool IsClosed(std::size_t frame, std::size_t eye) const { return At(frame, eye) >= kClosed; }
+  bool IsClosed(std::size_t frame, std::size_t eye) const { return At(frame, eye) >= kClosedEye; }
 
 private:
   const Animation& animation_;
@@ -143,13 +142,12 @@ void SubtractNeutral(std::vector<SeenEyes>& seen, const Take& take, const Neutra
 }
 
 void Limit(std::vector<SeenEyes>& seen, GazeReport& report) {
-  constexpr double kMost = 50 * kDegree; // an eye turns by 45 to 50 degrees
   for (SeenEyes& eyes : seen) {
     bool clipped = false;
     for (auto& eye : eyes) {
       if (!eye) continue;
-      const EyeAngles limited = {.yaw = std::clamp(eye->yaw, -kMost, kMost),
-                                 .pitch = std::clamp(eye->pitch, -kMost, kMost)};
+      const EyeAngles limited = {.yaw = std::clamp(eye->yaw, -kMostEyeAngle, kMostEyeAngle),
+                                 .pitch = std::clamp(eye->pitch, -kMostEyeAngle, kMostEyeAngle)};
       clipped |= limited != *eye;
       eye = limited;
     }
@@ -161,7 +159,6 @@ void Limit(std::vector<SeenEyes>& seen, GazeReport& report) {
 /// whose x is the yaw and whose y is the pitch.
 LongVector<Eyes> Complete(const std::vector<SeenEyes>& seen, const Take& take, const SolveOptions& options,
                           GazeReport& report) {
-  constexpr double kLongestFilled_s = 0.5; // longer than blinks
   Take angles({"left", "right"});
   angles.rate = take.rate;
   for (std::size_t f = 0; f < seen.size(); ++f) {
@@ -170,7 +167,7 @@ LongVector<Eyes> Complete(const std::vector<SeenEyes>& seen, const Take& take, c
       if (seen[f][eye]) angles.Set(f, eye, {seen[f][eye]->yaw, seen[f][eye]->pitch, 0});
     report.measured_frames += seen[f][0] || seen[f][1];
   }
-  FillGaps(angles, {0, 1}, {{FillMethod::Linear, kLongestFilled_s}});
+  FillGaps(angles, {0, 1}, {{FillMethod::Linear, kBlinkGap_s}});
   if (options.smooth_gaze_hz) SmoothPositions(angles, {0, 1}, *options.smooth_gaze_hz);
   const std::vector<Point> rest(2, {0, 0, 0});
   const RestInGaps places(angles, rest, options.fade_s);

@@ -3,6 +3,7 @@
 #include "host/cleaning/fill_gaps.h"
 #include "host/solve/brow_fit.h"
 
+#include <cstddef>
 #include <optional>
 
 namespace mien {
@@ -45,6 +46,7 @@ struct SolveOptions {
       smooth_positions_hz;                 ///< cutoff of the low-pass filter on the markers; nothing for none
   std::optional<double> smooth_weights_hz; ///< the same on the template weights
 
+  std::size_t threads = 1;  ///< that work on the take; every number gives the same bits
   bool keep_frames = false; ///< keep what each frame's quality is: SolveReport::per_frame
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
 #include "host/performer/calibration.h"
@@ -53,9 +54,9 @@ struct SolveReport {
   };
 
   std::size_t frames = 0;
-  std::vector<FrameQuality> per_frame; ///< (size: frames with SolveOptions::keep_frames, else 0)
-  std::vector<RigidMarker> rigid;      ///< empty where the head markers alone tell the head's motion
-  double head_calmed = 0;              ///< see CalmMotion
+  LongVector<FrameQuality> per_frame; ///< (size: frames with SolveOptions::keep_frames, else 0)
+  std::vector<RigidMarker> rigid;     ///< empty where the head markers alone tell the head's motion
+  double head_calmed = 0;             ///< see CalmMotion
   std::vector<AnchoredPart> anchored;
   std::vector<NeutralDoubt> neutral_doubts;
   std::vector<Range> ranges; ///< that were applied to the weights

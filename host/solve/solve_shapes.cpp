@@ -1,6 +1,7 @@
 #include "host/solve/solve_shapes.h"
 
 #include "host/base/face_parts.h"
+#include "host/base/parallel.h"
 #include "host/base/statistics.h"
 #include "host/cleaning/fill_gaps.h"
 #include "host/fit/landmark_scheme.h"
@@ -47,8 +48,8 @@ Observer ObserverOf(LandmarkScheme scheme) {
           .basis = BuiltInBasis::TwoHeads};
 }
 
-/// The frames in which the face is at rest: the neutral ones, or without them the tenth in which the templates
-/// have the least weight.
+/// The frames in which the face is at rest: the neutral ones, or without them the tenth in which the
+/// templates have the least weight.
 std::vector<bool> RestFramesOf(const Animation& animation, const Neutral& neutral) {
   const std::size_t frames = animation.frames.size(), columns = animation.layout.templates.size();
   std::vector<bool> at_rest(frames);
@@ -102,10 +103,10 @@ NeutralPose RestOf(const Take& stable, const Performer& performer, const Neutral
 
 /// The standard deviation of each marker's coordinates from frame to frame (size: markers). A quarter of the
 /// second differences are small in any take: in these the face hardly moves. 0 for a marker without them.
-std::vector<double> NoiseOf(const Take& stable) {
+std::vector<double> NoiseOf(const Take& stable, std::size_t threads) {
   constexpr double kQuarter = 0.3186; // the lower quarter of |x| for a standard deviation of 1
-  std::vector<double> noise;
-  for (std::size_t m = 0; m < stable.MarkerCount(); ++m) {
+  std::vector<double> noise(stable.MarkerCount());
+  OnThreads(threads, stable.MarkerCount(), [&](std::size_t, std::size_t m) {
     std::array<std::vector<double>, 3> bends;
     for (std::size_t f = 1; f + 1 < stable.FrameCount(); ++f) {
       const Point *const a = stable.At(f - 1, m), *const b = stable.At(f, m), *const c = stable.At(f + 1, m);
@@ -119,8 +120,8 @@ std::vector<double> NoiseOf(const Take& stable) {
       const double deviation = bend.empty() ? 0 : Quantile(bend, 0.25) / (std::sqrt(6.0) * kQuarter);
       squares += deviation * deviation / 3;
     }
-    noise.push_back(std::sqrt(squares));
-  }
+    noise[m] = std::sqrt(squares);
+  });
   return noise;
 }
 
@@ -183,17 +184,15 @@ std::vector<std::size_t> ShownShapes(const LaidBasis& laid, const Observer& obse
 struct FitOfTake {
   Take markers;                     ///< in the head's frame, without the gaps that can be filled
   std::vector<std::size_t> columns; ///< of the markers, those that are fitted
-  ShapeFit fit;
-  std::vector<double> gains;        ///< against damping (size: the fit's shapes)
-  std::vector<std::size_t> decided; ///< of the fit's shapes, those that are kept
-  double most = 0;                  ///< a weight
+  LearnedShapeFit learned;
 };
 
 /// The take's markers in the head's frame.
-Take StableMarkers(const SolvedTake& solved, const Take& take, const Performer& performer) {
+Take StableMarkers(const SolvedTake& solved, const Take& take, const Performer& performer,
+                   std::size_t threads) {
   const HeadTrack track = {
       .heads = solved.animation.heads, .known = solved.head_known, .slipped = {}, .fills = {}};
-  return Stabilise(take, track, FitMarkers(take, performer));
+  return Stabilise(take, track, FitMarkers(take, performer), threads);
 }
 
 /// Against what damping took from each weight, up to a limit.
@@ -206,33 +205,38 @@ std::vector<double> GainsOf(const ShapeFit& fit) {
 
 /// Of the fit's shapes those that it decides; the templates of the parts take over the others.
 std::vector<std::size_t> DecidedShapes(const LaidBasis& laid, const std::vector<std::size_t>& shapes,
-                                       const Performer& performer, FittedShapes& fitted) {
+                                       const Performer& performer, std::vector<std::string>& names,
+                                       FitReport& report) {
   std::vector<std::size_t> decided;
   for (std::size_t i = 0; i < shapes.size(); ++i) {
     const std::string& name = laid.shapes[shapes[i]];
     if (IsFromParts(name, performer)) {
-      fitted.report.from_parts.push_back(name);
+      report.from_parts.push_back(name);
       continue;
     }
     decided.push_back(i);
-    fitted.names.push_back(name);
-    if (name == "mouthClose") fitted.report.unmeasured.push_back(name);
+    names.push_back(name);
+    if (name == "mouthClose") report.unmeasured.push_back(name);
   }
-  fitted.report.fitted = fitted.names;
+  report.fitted = names;
   return decided;
 }
 
 FitOfTake SetUp(const SolvedTake& solved, const Take& take, const Performer& performer,
-                const Neutral& neutral, const FillPlan& fill, const ShapeBasis& basis, Observer& observer,
-                FittedShapes& fitted) {
-  FitReport& report = fitted.report;
-  Take stable = StableMarkers(solved, take, performer);
+                const Neutral& neutral, const FillPlan& fill, std::size_t threads, const ShapeBasis* given) {
+  Observer observer = ObserverOf(SchemeOf(performer));
+  const ShapeBasis built_in = given ? ShapeBasis() : LoadBasis(observer.basis);
+  const ShapeBasis& basis = given ? *given : built_in;
+  FitReport report;
+  report.basis = basis.name;
+  report.notes = basis.notes;
+  Take stable = StableMarkers(solved, take, performer, threads);
   std::vector<std::size_t> all(stable.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
-  const std::vector<double> noise = NoiseOf(stable);
+  const std::vector<double> noise = NoiseOf(stable, threads);
   std::vector<double> sorted = noise;
   if (!sorted.empty()) report.noise_mm = Median(sorted);
-  FillGaps(stable, all, fill);
+  FillGaps(stable, all, fill, threads);
   const NeutralPose rest = RestOf(stable, performer, neutral, solved.animation);
   LaidBasis laid = LayBasis(basis, performer, rest);
   report.markers = laid.markers.size();
@@ -252,31 +256,35 @@ FitOfTake SetUp(const SolvedTake& solved, const Take& take, const Performer& per
   }
   ShapeFit fit(std::move(points), observer.settings);
   std::vector<double> gains = GainsOf(fit);
+  std::vector<std::string> markers, names;
+  for (const LaidBasis::Marker& marker : laid.markers) markers.push_back(marker.name);
+  std::vector<std::size_t> decided = DecidedShapes(laid, shapes, performer, names, report);
   return {.markers = std::move(stable),
           .columns = std::move(columns),
-          .fit = std::move(fit),
-          .gains = std::move(gains),
-          .decided = DecidedShapes(laid, shapes, performer, fitted),
-          .most = observer.settings.most};
+          .learned = {.markers = std::move(markers),
+                      .fit = std::move(fit),
+                      .gains = std::move(gains),
+                      .decided = std::move(decided),
+                      .most = observer.settings.most,
+                      .names = std::move(names),
+                      .report = std::move(report)}};
 }
 
 /// Frame by frame: a frame's fit begins at the one before.
 void SolveFrames(FitOfTake& of_take, FittedShapes& fitted,
                  const std::function<void(std::size_t, std::size_t)>& progress) {
-  const std::size_t frames = of_take.markers.FrameCount();
+  const std::size_t frames = of_take.markers.FrameCount(), names = of_take.learned.names.size();
   std::vector<std::optional<Point>> seen(of_take.columns.size());
   double squares = 0;
-  fitted.weights.reserve(frames * of_take.decided.size());
+  fitted.weights.resize(frames * names);
   for (std::size_t f = 0; f < frames; ++f) {
     if (progress) progress(f, frames);
     for (std::size_t m = 0; m < seen.size(); ++m) {
       const Point* const p = of_take.markers.At(f, of_take.columns[m]);
       seen[m] = p ? std::optional(*p) : std::nullopt;
     }
-    const std::vector<double>& weights = of_take.fit.Solve(seen);
-    for (const std::size_t shape : of_take.decided)
-      fitted.weights.push_back(std::min(of_take.gains[shape] * weights[shape], of_take.most));
-    const double residual = of_take.fit.Residual();
+    of_take.learned.Solve(seen, fitted.weights.subspan(f * names, names));
+    const double residual = of_take.learned.fit.Residual();
     squares += residual * residual;
   }
   if (frames > 0) fitted.report.residual_mm = std::sqrt(squares / static_cast<double>(frames));
@@ -284,16 +292,24 @@ void SolveFrames(FitOfTake& of_take, FittedShapes& fitted,
 
 } // namespace
 
+void LearnedShapeFit::Solve(std::span<const std::optional<Point>> seen, std::span<double> weights) {
+  const std::vector<double>& fitted = fit.Solve(seen);
+  for (std::size_t i = 0; i < decided.size(); ++i)
+    weights[i] = std::min(gains[decided[i]] * fitted[decided[i]], most);
+}
+
+LearnedShapeFit LearnShapeFit(const SolvedTake& solved, const Take& take, const Performer& performer,
+                              const Neutral& neutral, const SolveOptions& options, const ShapeBasis* basis) {
+  return SetUp(solved, take, performer, neutral, options.face_fill, options.threads, basis).learned;
+}
+
 FittedShapes SolveShapes(const SolvedTake& solved, const Take& take, const Performer& performer,
                          const Neutral& neutral, const SolveOptions& options, const ShapeBasis* basis,
                          const std::function<void(std::size_t, std::size_t)>& progress) {
-  Observer observer = ObserverOf(SchemeOf(performer));
-  const ShapeBasis built_in = basis ? ShapeBasis() : LoadBasis(observer.basis);
-  const ShapeBasis& used = basis ? *basis : built_in;
+  FitOfTake of_take = SetUp(solved, take, performer, neutral, options.face_fill, options.threads, basis);
   FittedShapes fitted;
-  fitted.report.basis = used.name;
-  fitted.report.notes = used.notes;
-  FitOfTake of_take = SetUp(solved, take, performer, neutral, options.face_fill, used, observer, fitted);
+  fitted.names = of_take.learned.names;
+  fitted.report = of_take.learned.report;
   SolveFrames(of_take, fitted, progress);
   if (options.smooth_weights_hz)
     SmoothWeights(fitted.weights, fitted.names.size(), take.frames, take.rate, *options.smooth_weights_hz);

@@ -1,6 +1,8 @@
 #include "host/solve/solve_take.h"
 
 #include "host/base/error.h"
+#include "host/base/long_vector.h"
+#include "host/base/parallel.h"
 #include "host/cleaning/low_pass.h"
 #include "host/cleaning/rest_in_gaps.h"
 #include "host/performer/local_anchors.h"
@@ -12,14 +14,17 @@
 #include "host/solve/smooth_weights.h"
 #include "host/solve/template_ranges.h"
 #include "host/takes/marker_indices.h"
+#include "host/takes/pick_markers.h"
 #include "mien/base/affine.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <numeric>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -39,26 +44,39 @@ std::vector<std::string> Irises(const Performer& performer) {
 std::vector<SolveReport::AnchoredPart>
 MeasureAgainstAnchors(Take& face, Take& irises, const Take& take, const HeadTrack& track,
                       const Performer& performer, const NeutralPose& neutral, const RigidHead& rigid,
-                      const FaceSolver& solver) {
+                      const FaceSolver& solver, std::size_t threads) {
   std::vector<SolveReport::AnchoredPart> anchored;
-  const VgeAMatrix to_head = InverseOfOrthogonalAxes(solver.NeutralHead());
+  std::vector<std::string> all; // the anchors of any part
   for (const std::size_t part : kAnchoredParts) {
     const std::vector<std::string> anchors = AnchorsOf(part, performer, neutral, rigid);
     if (anchors.empty()) continue;
+    anchored.push_back({part, anchors, {}});
+    for (const std::string& anchor : anchors)
+      if (std::find(all.begin(), all.end(), anchor) == all.end()) all.push_back(anchor);
+  }
+  const Take stable = Stabilise(take, track, all, threads);
+  const VgeAMatrix to_head = InverseOfOrthogonalAxes(solver.NeutralHead());
+  std::vector<std::optional<LocalAnchors>> locals(anchored.size());
+  OnThreads(threads, anchored.size(), [&](std::size_t, std::size_t i) {
     std::vector<Point> rest;
-    for (const std::string& anchor : anchors) {
+    for (const std::string& anchor : anchored[i].anchors) {
       const Point& p = neutral.at(anchor);
       const VgeTVector p_head = TransformPoint(to_head, {p.x, p.y, p.z});
       rest.push_back({p_head.x, p_head.y, p_head.z});
     }
-    const LocalAnchors local(Stabilise(take, track, anchors), rest);
-    anchored.push_back({part, anchors, local.Gain()});
-    const auto measure = [&local](Take& markers, const std::vector<std::size_t>& of_part) {
-      for (std::size_t f = 0; f < markers.FrameCount(); ++f)
-        for (const std::size_t m : of_part)
-          if (const Point* const p = markers.At(f, m))
-            markers.Set(f, m, local.Measure(*p, f), markers.OriginAt(f, m));
+    locals[i].emplace(PickMarkers(stable, MarkerIndices(stable, anchored[i].anchors)), rest);
+    anchored[i].gain = locals[i]->Gain();
+  });
+  for (std::size_t i = 0; i < anchored.size(); ++i) {
+    const auto measure = [&](Take& markers, const std::vector<std::size_t>& of_part) {
+      ForRanges(threads, markers.FrameCount(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+        for (std::size_t f = first; f < end; ++f)
+          for (const std::size_t m : of_part)
+            if (const Point* const p = markers.At(f, m))
+              markers.Set(f, m, locals[i]->Measure(*p, f), markers.OriginAt(f, m));
+      });
     };
+    const std::size_t part = anchored[i].part;
     measure(face, solver.MarkersOf(part));
     if (part == kLeftEye || part == kRightEye)
       measure(irises, MarkerIndices(irises, performer.irises[part - kLeftEye]));
@@ -76,28 +94,40 @@ void CheckLength(double mm, const Take& take, std::int64_t frame, const std::str
                      "check the unit of the take's positions, and the neutral pose");
 }
 
-/// Solves all frames, some of them at once, and writes their weights. `residuals(frame, residual_mm)` is
-/// called for each in order; `progress` as by SolveTake.
-template <class OnResiduals>
-void SolveFaces(FrameSolver& solver, const RestInGaps& places, const Take& take, std::size_t markers,
-                Animation& animation, const std::function<void(std::size_t, std::size_t)>& progress,
-                OnResiduals residuals) {
+/// Solves all frames, some of them at once, and writes their weights. Returns each frame's residuals. `progress`
+/// as by SolveTake.
+LongVector<std::array<double, 9>> SolveFaces(const FaceSolver& solver, const RestInGaps& places,
+                                             const Take& take, std::size_t markers, Animation& animation,
+                                             std::size_t threads,
+                                             const std::function<void(std::size_t, std::size_t)>& progress) {
   constexpr std::size_t kAtOnce = 64;
   const std::size_t frames = take.FrameCount(), templates = animation.layout.templates.size();
-  std::vector<Point> places_head(kAtOnce * markers);
-  std::vector<std::array<double, 9>> residual_mm(kAtOnce);
-  animation.weights.resize(frames * templates);
-  for (std::size_t first = 0; first < frames; first += kAtOnce) {
-    const std::size_t count = std::min(kAtOnce, frames - first);
+  LongVector<std::array<double, 9>> residual_mm;
+  residual_mm.extend(frames);
+  animation.weights.extend(frames * templates);
+  struct Scratch {
+    FaceSolver solver;
+    std::vector<Point> places_head;
+  };
+  std::vector<std::optional<Scratch>> of_threads(std::max<std::size_t>(threads, 1));
+  std::atomic<std::size_t> done = 0; // frames, by all threads
+  if (progress && frames > 0) progress(0, frames);
+  OnThreads(threads, (frames + kAtOnce - 1) / kAtOnce, [&](std::size_t thread, std::size_t block) {
+    std::optional<Scratch>& scratch = of_threads[thread];
+    if (!scratch) scratch.emplace(Scratch{solver, std::vector<Point>(kAtOnce * markers)});
+    const std::size_t first = block * kAtOnce, count = std::min(kAtOnce, frames - first);
+    const std::size_t done_before = done;
     for (std::size_t i = 0; i < count; ++i) {
-      if (progress) progress(first + i, frames);
-      for (std::size_t m = 0; m < markers; ++m) places_head[i * markers + m] = places.At(first + i, m);
+      if (progress && thread == 0 && done_before + i > 0) progress(done_before + i, frames);
+      for (std::size_t m = 0; m < markers; ++m)
+        scratch->places_head[i * markers + m] = places.At(first + i, m);
     }
-    solver.SolveFaces(std::span(places_head).first(count * markers),
-                      animation.weights.subspan(first * templates, count * templates),
-                      std::span(residual_mm).first(count));
-    for (std::size_t i = 0; i < count; ++i) residuals(first + i, residual_mm[i]);
-  }
+    scratch->solver.SolveFrames(std::span(scratch->places_head).first(count * markers),
+                                animation.weights.subspan(first * templates, count * templates),
+                                residual_mm.subspan(first, count));
+    done += count;
+  });
+  return residual_mm;
 }
 
 } // namespace
@@ -124,14 +154,14 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   report.left_out.insert(report.left_out.end(), solver.Head().LeftOut().begin(),
                          solver.Head().LeftOut().end());
 
-  Take face = Stabilise(take, track, solver.Face().Markers());
-  solved.irises = Stabilise(take, track, Irises(performer));
+  Take face = Stabilise(take, track, solver.Face().Markers(), options.threads);
+  solved.irises = Stabilise(take, track, Irises(performer), options.threads);
   if (solver.Head().Fit())
-    report.anchored =
-        MeasureAgainstAnchors(face, solved.irises, take, track, performer, neutral, *rigid, solver.Face());
+    report.anchored = MeasureAgainstAnchors(face, solved.irises, take, track, performer, neutral, *rigid,
+                                            solver.Face(), options.threads);
   std::vector<std::size_t> all(face.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
-  report.face_fills = FillGaps(face, all, options.face_fill);
+  report.face_fills = FillGaps(face, all, options.face_fill, options.threads);
   if (options.smooth_positions_hz) SmoothPositions(face, all, *options.smooth_positions_hz);
   const RestInGaps places(face, solver.Face().RestPlaces(), options.fade_s);
 
@@ -147,20 +177,22 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   solved.head_known = std::move(track.known);
 
   Residuals residuals(face, solver.Face(), report);
-  SolveFaces(solver, places, take, face.MarkerCount(), animation, progress,
-             [&](std::size_t f, const std::array<double, 9>& residual_mm) {
-               for (std::size_t p = 0; p < report.parts.size(); ++p)
-                 CheckLength(residual_mm[p], take, take.frames[f], report.parts[p].name);
-               residuals.Add(f, residual_mm);
-               if (!options.keep_frames) return;
-               report.per_frame.push_back(residuals.QualityOf(f, residual_mm));
-               report.per_frame.back().head_known = solved.head_known[f];
-             });
+  const LongVector<std::array<double, 9>> of_frames =
+      SolveFaces(solver.Face(), places, take, face.MarkerCount(), animation, options.threads, progress);
+  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
+    for (std::size_t p = 0; p < report.parts.size(); ++p)
+      CheckLength(of_frames[f][p], take, take.frames[f], report.parts[p].name);
+    residuals.Add(f, of_frames[f]);
+    if (!options.keep_frames) continue;
+    report.per_frame.push_back(residuals.QualityOf(f, of_frames[f]));
+    report.per_frame.back().head_known = solved.head_known[f];
+  }
   report.frames = take.FrameCount();
   residuals.Finish();
   std::array<double, 9> residual_mm{};
   for (std::size_t p = 0; p < residual_mm.size(); ++p) residual_mm[p] = report.parts[p].rms_mm;
-  report.quality = AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm);
+  report.quality =
+      AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm, options.threads);
   const TemplateRanges ranges(performer.ranges);
   ranges.Apply(animation);
   report.ranges = ranges.Applied();

@@ -23,13 +23,17 @@ void TemplateRanges::Apply(VFaceTemplateState& weights) const {
   }
 }
 
+void TemplateRanges::Apply(std::span<double> weights) const {
+  for (std::size_t r = 0; r < applied_.size(); ++r) {
+    double& weight = weights[columns_[r]];
+    weight = applied_[r].Read(weight);
+  }
+}
+
 void TemplateRanges::Apply(Animation& animation) const {
   const std::size_t columns = animation.layout.templates.size();
   for (std::size_t f = 0; f < animation.frames.size(); ++f)
-    for (std::size_t r = 0; r < applied_.size(); ++r) {
-      double& weight = animation.weights[f * columns + columns_[r]];
-      weight = applied_[r].Read(weight);
-    }
+    Apply(animation.weights.subspan(f * columns, columns));
 }
 
 } // namespace mien

@@ -4,6 +4,7 @@
 #include "host/performer/calibration.h"
 #include "mien/face/template_state.h"
 
+#include <span>
 #include <vector>
 
 namespace mien {
@@ -18,6 +19,7 @@ public:
   const std::vector<Range>& Applied() const { return applied_; }
 
   void Apply(VFaceTemplateState& weights) const;
+  void Apply(std::span<double> weights) const; ///< of one frame, in the order of TemplateColumns
   void Apply(Animation& animation) const;
 
 private:

@@ -10,6 +10,11 @@ void FarPositions::Add(std::string_view marker, std::string_view what, std::int6
   if (++count_ == 1) first_ = fmt::format("{} in {} {}", Quoted(marker), what, number);
 }
 
+void FarPositions::Add(const FarPositions& later) {
+  if (count_ == 0) first_ = later.first_;
+  count_ += later.count_;
+}
+
 void FarPositions::AppendTo(std::vector<Note>& notes) const {
   if (count_ > 0)
     notes.push_back(

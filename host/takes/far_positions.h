@@ -26,6 +26,9 @@ public:
   /// Takes up a marker's; `what` and `number` say where it stands: "line", 12.
   void Add(std::string_view marker, std::string_view what, std::int64_t number);
 
+  /// Takes up those of a later part of the file.
+  void Add(const FarPositions& later);
+
   void AppendTo(std::vector<Note>& notes) const;
 
 private:

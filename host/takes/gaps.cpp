@@ -16,7 +16,7 @@ void AddGap(std::vector<FrameSpan>& gaps, std::size_t frame) {
 std::vector<FrameSpan> GapsOf(const Take& take, std::size_t marker) {
   std::vector<FrameSpan> gaps;
   for (std::size_t f = 0; f < take.FrameCount(); ++f)
-    if (!take.At(f, marker)) AddGap(gaps, f);
+    if (take.OriginAt(f, marker) == Origin::None) AddGap(gaps, f);
   return gaps;
 }
 
@@ -24,7 +24,7 @@ std::vector<std::vector<FrameSpan>> GapsOfAll(const Take& take) {
   std::vector<std::vector<FrameSpan>> gaps(take.MarkerCount());
   for (std::size_t f = 0; f < take.FrameCount(); ++f)
     for (std::size_t m = 0; m < gaps.size(); ++m)
-      if (!take.At(f, m)) AddGap(gaps[m], f);
+      if (take.OriginAt(f, m) == Origin::None) AddGap(gaps[m], f);
   return gaps;
 }
 

@@ -1,5 +1,7 @@
 #include "host/takes/pick_markers.h"
 
+#include "host/base/parallel.h"
+
 namespace mien {
 
 Take WithoutFrames(const Take& take, const std::vector<std::size_t>& markers) {
@@ -16,13 +18,21 @@ Take WithoutFrames(const Take& take, const std::vector<std::size_t>& markers) {
   return picked;
 }
 
-Take PickMarkers(const Take& take, const std::vector<std::size_t>& markers) {
+Take PickMarkers(const Take& take, const std::vector<std::size_t>& markers, std::size_t threads) {
   Take picked = WithoutFrames(take, markers);
-  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
-    picked.AddFrame(take.frames[f], take.times[f]);
-    for (std::size_t i = 0; i < markers.size(); ++i)
-      if (const Point* p = take.At(f, markers[i])) picked.Set(f, i, *p, take.OriginAt(f, markers[i]));
-  }
+  picked.AddFrames(take.FrameCount());
+  ForRanges(threads, take.FrameCount(), kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    for (std::size_t f = first; f < end; ++f) {
+      picked.frames[f] = take.frames[f];
+      picked.times[f] = take.times[f];
+      const Take::Row row = picked.RowOf(f);
+      for (std::size_t i = 0; i < markers.size(); ++i) {
+        const Point* const p = take.At(f, markers[i]);
+        row.positions[i] = p ? *p : Point();
+        row.origins[i] = take.OriginAt(f, markers[i]);
+      }
+    }
+  });
   return picked;
 }
 

@@ -89,6 +89,20 @@ struct Take {
     return frames.size() - 1;
   }
 
+  /// Appends frames that have no values yet. The caller must write all of them, also of gaps: `frames`, `times`,
+  /// RowOf, and `gaze` of a take with gaze_axes. Different threads may write different frames. Returns the index
+  /// of the first.
+  std::size_t AddFrames(std::size_t count) {
+    const std::size_t first = frames.size();
+    positions_.extend(count * markers.size());
+    origins_.extend(count * markers.size());
+    if (HasSightings()) sightings_.extend(count * markers.size());
+    frames.extend(count);
+    times.extend(count);
+    if (gaze_axes) gaze.extend(count);
+    return first;
+  }
+
   /// Takes back the last AddFrame.
   void RemoveLastFrame() {
     const std::size_t size = positions_.size() - markers.size();
@@ -145,6 +159,11 @@ struct Take {
     return {positions_.subspan(first, count), origins_.subspan(first, count),
             HasSightings() ? sightings_.subspan(first, count) : std::span<Sighting>()};
   }
+
+  /// All positions and their origins, frame by frame (size: frames x markers), for a reader outside. The
+  /// position of a gap has no meaning. Valid until the next AddFrame.
+  const Point* Positions() const { return positions_.data(); }
+  const Origin* Origins() const { return origins_.data(); }
 
   /// Index of the marker with exactly this name, letter case included: some takes have two markers
   /// "Rcheek_up" and "Rcheek_Up". Of equal names the first.

@@ -40,7 +40,7 @@ void TurnRound(Glb& glb) {
 
 } // namespace
 
-std::vector<ViewCurves> CurvesOf(const Animation& animation) {
+std::vector<ViewCurves> CurvesOf(const Animation& animation, bool has_head) {
   const AnimationLayout& layout = animation.layout;
   std::vector<ViewCurves> curves;
   const auto add = [&](const char* name, WeightKind kind, const LongVector<double>& weights) {
@@ -54,7 +54,7 @@ std::vector<ViewCurves> CurvesOf(const Animation& animation) {
   };
   add(kTemplates, WeightKind::Templates, animation.weights);
   add(kShapes, WeightKind::Shapes, animation.shape_weights);
-  if (animation.HeadMoves()) {
+  if (has_head) {
     curves.push_back(HeadCurves(animation,
                                 {.name = "Head",
                                  .unit = "deg",
@@ -113,7 +113,7 @@ ViewSide SideOfAnimation(const Animation& animation) {
   add("Rate", ToText(layout.rate) + " Hz");
   if (layout.timecode) add("Timecode", ToText(*layout.timecode));
   side.facts.push_back(std::move(facts));
-  side.curves = CurvesOf(animation);
+  side.curves = CurvesOf(animation, animation.HeadMoves());
   if (animation.HeadMoves())
     for (std::size_t f = 0; f < animation.frames.size(); ++f)
       side.head_motion.push_back(animation.HeadMotion(f));

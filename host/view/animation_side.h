@@ -11,8 +11,8 @@
 namespace mien {
 
 /// The curves of an animation: templates, shapes, the head's turn and motion from the neutral pose, where the
-/// eyes look. Those that it does not have are left out.
-std::vector<ViewCurves> CurvesOf(const Animation& animation);
+/// eyes look. Those that it does not have are left out, and those of the head without `has_head`.
+std::vector<ViewCurves> CurvesOf(const Animation& animation, bool has_head);
 
 /// A head that follows an animation (AnimateHead, AnimateFace), without a place. An avatar that looks along -z is
 /// turned round.

@@ -65,6 +65,7 @@ public:
       for (const ViewDifference& curve : page_.differences) curves.push_back(Difference(curve));
       page["comparison"] = {{"text", page_.alignment}, {"curves", std::move(curves)}};
     }
+    if (!page_.events.empty()) page["live"] = {{"events", page_.events}};
     return page;
   }
 
@@ -213,6 +214,16 @@ private:
   PageData data_;
 };
 
+/// The part of the viewer before its data. The policy in it lets a page request nothing; one that shows a stream
+/// may ask its own server.
+std::string BeforeData(std::string_view viewer, bool is_live) {
+  std::string text(viewer);
+  constexpr std::string_view kRequests = "connect-src blob:";
+  if (const std::size_t at = text.find(kRequests); is_live && at != std::string::npos)
+    text.insert(at + kRequests.size(), " 'self'");
+  return text;
+}
+
 /// JSON that may stand in a script element: no tag begins or ends in it.
 std::string InScript(const Json& json) {
   const std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -233,7 +244,7 @@ void WriteViewPage(const ViewPage& page, std::string_view viewer, std::ostream& 
   Writer writer(page);
   const std::string data = InScript(writer.Page());
   const std::size_t at_data = viewer.find(kData), at_bytes = viewer.find(kBytes, at_data);
-  out << viewer.substr(0, at_data) << data
+  out << BeforeData(viewer.substr(0, at_data), !page.events.empty()) << data
       << viewer.substr(at_data + kData.size(), at_bytes - at_data - kData.size()) << writer.Base64()
       << viewer.substr(at_bytes + kBytes.size());
 }

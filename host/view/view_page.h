@@ -111,6 +111,10 @@ struct ViewPage {
   std::string alignment;            ///< of two sides: how they were aligned
   std::vector<ViewDifference> differences;
 
+  /// Of a page that shows a stream: the path on its own server where it gets frames (live_side.h), each of which
+  /// takes the place of one of `frames`. Empty for a page that has everything in it.
+  std::string events;
+
   /// Kept for the heads of the sides, which refer to them. Other heads refer to animations of the caller's.
   std::vector<std::shared_ptr<const Animation>> animations;
 };

@@ -15,26 +15,38 @@ constexpr double kSideways = 35 * kDegree, kDown = 35 * kDegree, kUp = 25 * kDeg
 
 } // namespace
 
-bool SetEyesOfShapes(WeightTake& take) {
-  if (!take.eyes.empty()) return false;
+std::optional<EyesOfShapes> EyesOfShapes::Among(const std::vector<std::string>& names) {
   constexpr std::string_view kNames[2][4] = {
       // towards the performer's left and right, down, up
       {"eyeLookOutLeft", "eyeLookInLeft", "eyeLookDownLeft", "eyeLookUpLeft"},
       {"eyeLookInRight", "eyeLookOutRight", "eyeLookDownRight", "eyeLookUpRight"}};
-  std::array<std::array<std::size_t, 4>, 2> columns{};
+  EyesOfShapes eyes;
   for (const std::size_t eye : {0U, 1U})
     for (std::size_t i = 0; i < 4; ++i) {
-      const auto found = std::find(take.names.begin(), take.names.end(), kNames[eye][i]);
-      if (found == take.names.end()) return false;
-      columns[eye][i] = static_cast<std::size_t>(found - take.names.begin());
+      const auto found = std::find(names.begin(), names.end(), kNames[eye][i]);
+      if (found == names.end()) return std::nullopt;
+      eyes.columns_[eye][i] = static_cast<std::size_t>(found - names.begin());
     }
+  return eyes;
+}
+
+Eyes EyesOfShapes::At(std::span<const double> weights) const {
+  Eyes eyes;
+  for (const std::size_t eye : {0U, 1U}) {
+    const auto weight = [&](std::size_t i) { return weights[columns_[eye][i]]; };
+    eyes[eye] = {.yaw = kSideways * (weight(0) - weight(1)), .pitch = kDown * weight(2) - kUp * weight(3)};
+  }
+  return eyes;
+}
+
+bool SetEyesOfShapes(WeightTake& take) {
+  if (!take.eyes.empty()) return false;
+  const std::optional<EyesOfShapes> eyes = EyesOfShapes::Among(take.names);
+  if (!eyes) return false;
+  const std::size_t names = take.names.size();
   take.eyes.resize(take.frames.size());
   for (std::size_t f = 0; f < take.frames.size(); ++f)
-    for (const std::size_t eye : {0U, 1U}) {
-      const auto weight = [&](std::size_t i) { return take.Weight(f, columns[eye][i]); };
-      take.eyes[f][eye] = {.yaw = kSideways * (weight(0) - weight(1)),
-                           .pitch = kDown * weight(2) - kUp * weight(3)};
-    }
+    take.eyes[f] = eyes->At(take.weights.subspan(f * names, names));
   return true;
 }
 

@@ -69,37 +69,40 @@ WeightMap LoadWeightMap(const std::string& name_or_path) {
 
 std::vector<std::string> BuiltInWeightMaps() { return NamesOf(kBuiltIn); }
 
-std::vector<double> TemplatesOf(const WeightTake& take, const WeightMap& map,
-                                std::vector<std::string>& unused) {
-  struct Term {
-    std::size_t column, name;
-    double factor;
-  };
-  std::vector<Term> terms;
-  std::vector<bool> used(take.names.size());
+MappedTemplates::MappedTemplates(const WeightMap& map, const std::vector<std::string>& names,
+                                 const std::string& file, std::vector<std::string>& unused) {
+  std::vector<bool> used(names.size());
   for (std::size_t t = 0; t < map.templates.size(); ++t)
     for (const auto& term : map.templates[t]) {
-      const auto found = std::find(take.names.begin(), take.names.end(), term.first);
-      if (found == take.names.end()) continue;
-      const auto name = static_cast<std::size_t>(found - take.names.begin());
-      terms.push_back({t, name, term.second});
+      const auto found = std::find(names.begin(), names.end(), term.first);
+      if (found == names.end()) continue;
+      const auto name = static_cast<std::size_t>(found - names.begin());
+      terms_.push_back({t, name, term.second});
       used[name] = true;
     }
-  if (terms.empty())
-    throw InputError(Code::Unmatched, take.file, "",
-                     fmt::format("the weight map {} uses none of its weights: {}", Quoted(map.name),
-                                 SomeQuoted(take.names)),
-                     "name a map of these weights with --map");
+  if (terms_.empty())
+    throw InputError(
+        Code::Unmatched, file, "",
+        fmt::format("the weight map {} uses none of its weights: {}", Quoted(map.name), SomeQuoted(names)),
+        "name a map of these weights with --map");
   for (std::size_t n = 0; n < used.size(); ++n)
-    if (!used[n]) unused.push_back(take.names[n]);
+    if (!used[n]) unused.push_back(names[n]);
+}
 
-  const std::size_t columns = map.templates.size();
+void MappedTemplates::Apply(std::span<const double> weights, std::span<double> templates) const {
+  std::fill(templates.begin(), templates.end(), 0);
+  for (const Term& term : terms_) templates[term.column] += term.factor * weights[term.name];
+  std::transform(templates.begin(), templates.end(), templates.begin(),
+                 [](double weight) { return std::max(weight, 0.0); });
+}
+
+std::vector<double> TemplatesOf(const WeightTake& take, const WeightMap& map,
+                                std::vector<std::string>& unused) {
+  const MappedTemplates mapped(map, take.names, take.file, unused);
+  const std::size_t columns = map.templates.size(), names = take.names.size();
   std::vector<double> templates(take.frames.size() * columns);
-  for (std::size_t f = 0; f < take.frames.size(); ++f) {
-    double* const row = templates.data() + f * columns;
-    for (const Term& term : terms) row[term.column] += term.factor * take.Weight(f, term.name);
-    std::transform(row, row + columns, row, [](double weight) { return std::max(weight, 0.0); });
-  }
+  for (std::size_t f = 0; f < take.frames.size(); ++f)
+    mapped.Apply(take.weights.subspan(f * names, names), std::span(templates).subspan(f * columns, columns));
   return templates;
 }
 

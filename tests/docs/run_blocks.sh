@@ -3,11 +3,13 @@
 #
 #   run_blocks.sh FILE SOURCE_FOLDER SCRATCH_FOLDER
 #
-# Blocks fenced as ```sh are run by bash; those fenced as ```cpp that have a main are compiled and run. They
-# run in the order of the file, in one scratch folder that links to the source tree's entries and receives all
-# output. A cpp block is saved as program.cpp, or under the name that follows on its fence (```cpp
-# open_mouth.cpp). Blocks that must not be run have another fence: ```console, ```text. The environment
-# determines which mien the blocks use: PATH, CMAKE_PREFIX_PATH, PKG_CONFIG_PATH, LD_LIBRARY_PATH, CXX.
+# Blocks fenced as ```sh are run by bash; those fenced as ```cpp that have a main are compiled and run; those
+# fenced as ```python are run by the virtual environment `venv` that an earlier block made. They run in the
+# order of the file, in one scratch folder that links to the source tree's entries and receives all output. A
+# cpp or python block is saved as program.cpp or program.py, or under the name that follows on its fence
+# (```cpp open_mouth.cpp). Blocks that must not be run have another fence: ```console, ```text. The environment
+# determines which mien the blocks use: PATH, CMAKE_PREFIX_PATH, PKG_CONFIG_PATH, LD_LIBRARY_PATH, CXX,
+# MIEN_CMAKE_BUILD.
 #
 # In a table with a column "what to type", every `mien ...` is a command as well.
 set -euo pipefail
@@ -20,8 +22,8 @@ for entry in "$source"/*; do
 done
 export MIEN_TEST_RUNNING=1 # scripts/test does nothing in a block, which may be part of a run of it
 
-# One file per block: NNNN.sh or NNNN.cpp, with NNNN its line in the document. NNNN.name has the file name of
-# a cpp block.
+# One file per block: NNNN.sh, NNNN.cpp or NNNN.python, with NNNN its line in the document. NNNN.name has the
+# file name of a program.
 awk -v blocks="$scratch/blocks" '
   out != "" && /^[ ]*```[ ]*$/ { close(out); out = ""; next }
   out != "" { print substr($0, indent + 1) > out; next }
@@ -42,12 +44,13 @@ awk -v blocks="$scratch/blocks" '
     indent = index($0, "`") - 1
     fence = substr($0, indent + 4)
     split(fence, word, " ")
-    if (word[1] != "sh" && word[1] != "cpp") { other = 1; next }
+    program = word[1] == "cpp" ? "program.cpp" : word[1] == "python" ? "program.py" : ""
+    if (word[1] != "sh" && program == "") { other = 1; next }
     at = sprintf("%s/%04d", blocks, NR)
     out = at "." word[1]
     printf "" > out
-    if (word[1] == "cpp") {
-      print (word[2] != "" ? word[2] : "program.cpp") > (at ".name")
+    if (program != "") {
+      print (word[2] != "" ? word[2] : program) > (at ".name")
       close(at ".name")
     }
   }
@@ -65,13 +68,18 @@ exit 0'
 commands=0 programs=0 fragments=0
 cd "$scratch/tree"
 shopt -s nullglob
-for block in "$scratch"/blocks/*.sh "$scratch"/blocks/*.cpp; do echo "$block"; done | sort >"$scratch/order"
+for block in "$scratch"/blocks/*.sh "$scratch"/blocks/*.cpp "$scratch"/blocks/*.python; do echo "$block"; done | sort >"$scratch/order"
 while read -r block; do
   line=$(basename "${block%.*}")
   echo "--- $file:$((10#$line))"
   if [[ $block == *.sh ]]; then
     commands=$((commands + 1))
     bash -c "$strict" bash "$block" </dev/null
+  elif [[ $block == *.python ]]; then
+    name=$(<"${block%.python}.name")
+    cp "$block" "$name"
+    programs=$((programs + 1))
+    venv/bin/python "$name" </dev/null
   else
     name=$(<"${block%.cpp}.name")
     cp "$block" "$name"

@@ -45,15 +45,22 @@ set(sees_host/animation base takes character gltf face animation)
 set(sees_host/solve     base takes cleaning performer character fit animation solve)
 set(sees_host/calibrate base files takes formats performer fit animation calibrate)
 set(sees_host/weights   base files takes formats performer character animation weights)
+set(sees_host/live      base files takes formats cleaning performer character fit animation solve weights live)
 set(sees_host/compare   base takes formats weights compare)
+set(sees_host/wire      base takes formats character weights animation solve live wire)
+set(sees_host/net       base net)
 set(sees_host/view      base takes inspect performer character gltf animation solve weights compare view)
 set(sees_host/jobs      base files takes formats cleaning inspect performer guess character gltf fit face animation
-                        solve calibrate weights compare view jobs)
+                        solve calibrate weights live compare view jobs)
+set(sees_host/stream    base files takes formats performer character weights animation solve live wire net view jobs
+                        stream)
 set(sees_host/batch     base files formats solve jobs batch)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit face animation
-                        solve calibrate weights compare view jobs batch cli)
+                        solve calibrate weights live wire net stream compare view jobs batch cli)
+set(sees_host/c_interface base files takes formats cleaning performer guess character fit animation solve calibrate
+                        weights jobs cli c_interface)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit face animation solve calibrate
-               weights compare view jobs batch cli)
+               weights live wire net compare view jobs stream batch cli c_interface)
   list(TRANSFORM sees_host/${folder} PREPEND host/)
   list(APPEND sees_host/${folder} mien)
 endforeach()

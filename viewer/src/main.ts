@@ -18,6 +18,8 @@ import type { FlagOfSide } from "./facts/findings_panel";
 import { fillFindings } from "./facts/findings_panel";
 import type { MarkerShares } from "./facts/markers_panel";
 import { fillMarkers } from "./facts/markers_panel";
+import { startLive } from "./live/live";
+import type { SideTables } from "./live/sweep";
 import { View } from "./scene/view";
 import { startSplitter } from "./splitter";
 import { Tabs } from "./tabs";
@@ -44,6 +46,7 @@ function showHeader(data: PageData, timeline: Timeline): void {
   document.title = `${data.title} – mien`;
   byId("title").textContent = data.title;
   byId("title").title = data.title;
+  if (data.live) return; // the stream says how long and how fast it is
   const hz = data.rate[0] / data.rate[1];
   const tenths = Math.round(timeline.duration * 10);
   const length = `${Math.floor(tenths / 600)}:${((tenths % 600) / 10).toFixed(1).padStart(4, "0")}`;
@@ -68,6 +71,7 @@ async function start(): Promise<void> {
   const groups = makeGroups(sides);
   showHeader(data, timeline);
   byId("page").classList.toggle("two-sides", sides.length > 1);
+  byId("page").classList.toggle("live", data.live !== undefined);
 
   const partOfMarker = new Map<string, string>();
   for (const { markers } of sides) {
@@ -82,14 +86,18 @@ async function start(): Promise<void> {
   const tabs = new Tabs();
   const worst = sides.flatMap((side, s) => (side.worst ?? []).map((frame) => ({ ...frame, side: s })));
   const comparisonPanel = data.comparison && tabs.add("Compare", data.comparison.curves.length);
-  fillFacts(tabs.add("Facts"), sides, data.comparison?.text);
+  const factsPanel = tabs.add("Facts");
+  fillFacts(factsPanel, sides, data.comparison?.text);
   const goToFlag = (flag: FlagOfSide) => {
     playback.pause();
     if (flag.curve) showCurve(flag.curve[0], flag.curve[1], false);
     playback.seek(flag.first);
     window_.follow(timeline.seconds(playback.frame));
   };
-  fillFindings(tabs.add("Findings", worst.length + flags.length), worst, flags, sides.length, playback, goToFlag);
+  if (!data.live) {
+    const findings = tabs.add("Findings", worst.length + flags.length);
+    fillFindings(findings, worst, flags, sides.length, playback, goToFlag);
+  }
   const markerCount = sides.reduce((sum, side) => sum + (side.markers?.names.length ?? 0), 0);
   const markersPanel = tabs.add("Markers", markerCount);
 
@@ -149,8 +157,11 @@ async function start(): Promise<void> {
   };
   byId("previous-flag").addEventListener("click", () => stepToFlag(-1));
   byId("next-flag").addEventListener("click", () => stepToFlag(1));
+  const freeze = byId("live-freeze");
   const keys: Key[] = [
-    { keys: [" "], label: "Space", text: "play or pause", run: () => playback.toggle() },
+    data.live
+      ? { keys: [" "], label: "Space", text: "freeze the picture, or let it go on", run: () => freeze.click() }
+      : { keys: [" "], label: "Space", text: "play or pause", run: () => playback.toggle() },
     { keys: ["ArrowLeft"], label: "←", text: "one frame back", run: () => playback.step(-1) },
     { keys: ["ArrowRight"], label: "→", text: "one frame on", run: () => playback.step(1) },
     { keys: ["Shift+ArrowLeft"], label: "Shift ←", text: "10 frames back", run: () => playback.step(-10) },
@@ -181,16 +192,20 @@ async function start(): Promise<void> {
       showProblem(problem);
     }
   };
+  const tables: SideTables[] = sides.map(() => ({ groups: [], moved: [] }));
   const motions: (Float32Array | undefined)[] = [];
   const shares: MarkerShares[] = [];
   for (const [s, side] of sides.entries()) {
     await attempt(async () => {
-      motions[s] = side.head_motion && (await reader.floats(side.head_motion));
+      tables[s].motion = motions[s] = side.head_motion && (await reader.floats(side.head_motion));
       const { markers } = side;
       if (!markers) return;
       const states = await reader.octets(markers.states);
       shares.push({ side: s, data: markers, states });
-      if (view.works) view.addMarkers(s, markers, await reader.floats(markers.positions), states, motions[s]);
+      if (!view.works) return;
+      const positions = await reader.floats(markers.positions);
+      Object.assign(tables[s], { positions, states });
+      view.addMarkers(s, markers, positions, states, motions[s]);
     });
   }
   for (const [s, { head }] of sides.entries()) {
@@ -208,6 +223,7 @@ async function start(): Promise<void> {
     for (const group of side.groups ?? []) {
       await attempt(async () => {
         const values = await reader.floats(group.values);
+        tables[s].groups.push(values);
         addValues(groups, s, group, values);
         view.addGroup(s, group.name, group.values.rows, values);
         const model = groups.find((candidate) => candidate.name === group.name);
@@ -227,10 +243,30 @@ async function start(): Promise<void> {
           scale: node.scale && (await reader.floats(node.scale)),
         });
       }
+      tables[s].moved = moved;
       view.setMoved(s, moved);
     });
   }
   view.finish();
+  if (data.live) {
+    const stream = startLive(data.live, {
+      rows: timeline.count,
+      rowsPerSecond: data.rate[0] / data.rate[1],
+      sides: tables,
+      groups,
+      show: (row) => {
+        playback.seek(row);
+        plot.redraw();
+      },
+      showFacts: (facts) => {
+        factsPanel.replaceChildren();
+        fillFacts(factsPanel, [{ name: "", facts }], undefined);
+      },
+      arrange: () => view.arrange(),
+      selectCurves: selectDefault,
+    });
+    onToggle(freeze, (pressed) => stream.freeze(pressed));
+  }
   timings.allDecodedMs = performance.now();
   finished();
 }

@@ -56,8 +56,9 @@ protected:
 } // namespace
 
 TEST_F(Completion, OffersCommands) {
-  EXPECT_THAT(Offered({""}), UnorderedElementsAre("info", "convert", "solve", "retarget", "batch", "view",
-                                                  "compare", "performer", "calibrate", "character", "help"));
+  EXPECT_THAT(Offered({""}),
+              UnorderedElementsAre("info", "convert", "solve", "retarget", "live", "batch", "view", "compare",
+                                   "performer", "calibrate", "character", "help"));
   EXPECT_THAT(Offered({"c"}), UnorderedElementsAre("convert", "compare", "calibrate", "character"));
   EXPECT_THAT(Offered({"character", ""}), UnorderedElementsAre("from-glb", "save"));
   EXPECT_THAT(Offered({"help", "s"}), UnorderedElementsAre("solve"));

@@ -306,6 +306,7 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
   std::filesystem::create_directory(work_ / "takes");
   Save("takes/a.csv", take_);
   Save("solved.csv", ReadFile(kSamples / "mesh/weights_phone.csv"));
+  EXPECT_EQ(Run({"performer", "take.csv", "-p", "landmarks68", "-o", "ada.json"}).exit_code, 0);
   for (const char* const weights : {"before.csv", "after.csv", "expected.csv"})
     EXPECT_EQ(Run({"solve", "take.csv", "-p", "landmarks68", "-o", weights}).exit_code, 0);
   std::vector<Arguments> commands = {{}}; // mien itself; each help adds the commands that it lists
@@ -330,6 +331,12 @@ TEST_F(Command, EveryHelpHasAnExampleAndTheExamplesWork) {
       while (words >> word) {
         std::erase(word, '\''); // which a shell takes away
         example.push_back(word);
+      }
+      if (example[0] == "live") {
+        example.insert(example.end(), {"--for", "0.2"}); // else until it is stopped
+        for (std::string& argument : example)            // any port that is free
+          for (const std::string port : {"phone:11111", "tracker:11573"})
+            if (argument == port) argument = port.substr(0, port.find(':')) + ":0";
       }
       const Ran ran = Run(example);
       EXPECT_EQ(ran.exit_code, 0) << line << '\n' << ran.err;

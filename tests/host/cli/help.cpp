@@ -41,7 +41,7 @@ Arguments With(Arguments arguments, const Arguments& more) {
 } // namespace
 
 TEST_F(HelpCommand, PrintsWhatHelpOfTheCommandPrints) {
-  ASSERT_EQ(Commands().size(), 14u);
+  ASSERT_EQ(Commands().size(), 15u);
   for (const Arguments& command : Commands()) {
     const Ran ran = Run(With({"help"}, command));
     EXPECT_EQ(ran.exit_code, 0) << testing::PrintToString(command);

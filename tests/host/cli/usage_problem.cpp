@@ -47,7 +47,8 @@ TEST_F(UsageProblems, AMistypedCommandGetsTheNearest) {
       {{"help", "sovle"}, "mien has no command \"sovle\"; did you mean solve?"},
       {{"help", "character", "sav"}, "mien character has no command \"sav\"; did you mean save?"},
       {{"take.csv"},
-       "mien has no command \"take.csv\"; its commands are info, convert, solve, retarget, batch, view, "
+       "mien has no command \"take.csv\"; its commands are info, convert, solve, retarget, live, batch, "
+       "view, "
        "compare, "
        "performer, calibrate, character, help"},
       {{"help", "solve", "x"}, "mien solve has no commands"}};

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -49,11 +50,19 @@ TEST_F(MappedFileTest, GivesTheFilesBytesWhateverItsSize) {
 
 // Of a mapped file they would be gone, and reading them would raise SIGBUS.
 TEST_F(MappedFileTest, BytesOfACopyStayWhateverHappensToTheFile) {
-  const std::string bytes = Bytes(300000);
-  const std::filesystem::path path = Write("any", bytes);
-  const MappedFile copy(path, nullptr, mien::FileAccess::Copy);
-  std::filesystem::resize_file(path, 0);
-  EXPECT_TRUE(copy.Bytes() == bytes);
+  for (const std::size_t size : {300'000u, 5'000'001u}) { // a long one has pages of its own
+    const std::string bytes = Bytes(size);
+    const std::filesystem::path path = Write("any", bytes);
+    std::size_t done = 0;
+    const MappedFile copy(
+        path, [&](std::size_t read, std::size_t) { done = read; }, mien::FileAccess::Copy);
+    EXPECT_EQ(done, size);
+    std::filesystem::resize_file(path, 0);
+    EXPECT_TRUE(copy.Bytes() == bytes);
+    std::string parts;
+    copy.EachPart([&](std::string_view part) { parts += part; });
+    EXPECT_TRUE(parts == bytes);
+  }
 }
 
 TEST_F(MappedFileTest, ReadsAPipeToItsEnd) {

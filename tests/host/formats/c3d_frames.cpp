@@ -155,3 +155,32 @@ TEST(C3dFrames, NotesHaveCodes) {
                           IsNote(Code::Doubtful, "", "positions at exactly (0, 0, 0)"),
                           IsNote(Code::InvalidValue, "", "positions whose residual is NaN")));
 }
+
+// The oddities are in different threads' frames: the first of them counts, and all are counted.
+TEST(C3dFrames, AnyNumberOfThreadsReadsTheSameTake) {
+  for (const bool real : {false, true}) {
+    C3dBuilder file;
+    file.Encode(C3dBuilder::kIntel, real);
+    file.Frames(2000, 3);
+    file.Texts("POINT", "LABELS", {"A", "B", "C"});
+    for (std::size_t f = 0; f < 2000; ++f)
+      for (std::size_t m = 0; m < 3; ++m) {
+        file.frames[f][m] = {double(f), double(m + 1), 3, double((f + m) % 256)};
+        if (f % 7 == m) file.frames[f][m][3] = -1;
+        if (f % 501 == 500 && m == 1) file.frames[f][m] = {0, 0, 0, 1};
+        if (real && f % 640 == 600) file.frames[f][m][0] = m == 0 ? kNan : 3e7;
+        if (real && f % 900 == 899) file.frames[f][m][3] = kNan;
+      }
+    const std::string bytes = file.Bytes();
+    const Take one = mien::ReadTake(bytes, "take.c3d", {.threads = 1});
+    EXPECT_EQ(one.notes.size(), real ? 4u : 1u);
+    for (const std::size_t threads : {2u, 7u}) {
+      const Take many = mien::ReadTake(bytes, "take.c3d", {.threads = threads});
+      EXPECT_EQ(Cells(many), Cells(one));
+      EXPECT_EQ(many.frames, one.frames);
+      EXPECT_EQ(many.times, one.times);
+      ASSERT_EQ(many.notes.size(), one.notes.size());
+      for (std::size_t i = 0; i < one.notes.size(); ++i) EXPECT_EQ(many.notes[i].what, one.notes[i].what);
+    }
+  }
+}

@@ -2,16 +2,21 @@
 
 #include "host/files/read_file.h"
 #include "host/fit/shape_basis.h"
+#include "host/formats/read_take.h"
+#include "host/formats/write_take.h"
 #include "host/gltf/glb.h"
 #include "host/jobs/output_place.h"
 #include "tests/host/basis_head.h"
 #include "tests/host/input_error.h"
 #include "tests/host/temporary_folder.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -43,6 +48,41 @@ protected:
     job.performer = "landmarks68";
     job.output = folder_ / output;
     return job;
+  }
+
+  /// A sample, several times behind itself: so long that several threads share each of its stages. Every marker is
+  /// hidden now and then, for a moment or for seconds; sometimes all are.
+  std::string LongTake(const std::string& sample, mien::TakeFormat format) const {
+    const mien::Take take = mien::ReadTake(kSamples / sample);
+    mien::Take many(take.markers);
+    many.rate = take.rate;
+    for (std::size_t f = 0; f < 5 * take.FrameCount(); ++f) {
+      const auto number = static_cast<std::int64_t>(f + 1);
+      many.AddFrame(number, take.rate.Seconds(number - 1));
+      for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
+        const mien::Point* const p = take.At(f % take.FrameCount(), m);
+        const bool hidden = (f + 31 * m) % 401 < 1 + m % 90 || f % 700 > 690;
+        if (p && !hidden) many.Set(f, m, *p);
+      }
+    }
+    std::ostringstream bytes;
+    WriteTake(many, format, bytes);
+    return Write(sample + (format == mien::TakeFormat::C3d ? ".c3d" : ".csv"), bytes.str()).string();
+  }
+
+  /// The sample of landmarks as its tracker writes it, several times behind itself.
+  std::string LongLandmarks() const {
+    std::istringstream sample(ReadFile(kSamples / "landmarks.csv"));
+    std::string header, text;
+    std::getline(sample, header);
+    std::vector<std::string> rows;
+    for (std::string row; std::getline(sample, row);) rows.push_back(row);
+    for (std::size_t f = 0; f < 5 * rows.size(); ++f) {
+      const std::string& row = rows[f % rows.size()];
+      const std::size_t behind_time = row.find(',', row.find(',') + 1);
+      text += fmt::format("\n{}, {:.3f}{}", f + 1, static_cast<double>(f) / 30, row.substr(behind_time));
+    }
+    return Write("long.csv", header + text + "\n").string();
   }
 
   /// The code and the place of the one problem that a job ends with.
@@ -310,6 +350,70 @@ TEST_F(SolveJobs, ReportHowFarEachStageIs) {
     EXPECT_GE(values, of) << output;
     EXPECT_LT(values, of + of / 10) << output;
   }
+}
+
+TEST_F(SolveJobs, GiveTheSameBytesForAnyNumberOfThreads) {
+  SolveJob markers = Job("m.csv");
+  markers.take = LongTake("markers.csv", mien::TakeFormat::C3d);
+  markers.performer = (kSamples / "markers.performer.json").string();
+  markers.report = folder_ / "report.json";
+  markers.frames_report = folder_ / "frames.csv";
+  SolveJob by_head = markers;
+  by_head.solve.head_fit = mien::HeadFit::Markers;
+  by_head.solve.smooth_positions_hz = 6;
+  SolveJob clusters = markers;
+  clusters.character = (kSamples / "puppet.character.json").string();
+  clusters.output = folder_ / "m.json";
+  SolveJob head = clusters;
+  head.output = folder_ / "m.glb";
+  SolveJob landmarks = Job("l.csv");
+  landmarks.take = LongLandmarks();
+  landmarks.character = "arkit52";
+  landmarks.csv_style = mien::CsvStyle::LiveLink;
+  landmarks.timecode = "10:00:00:00@30";
+  landmarks.report = folder_ / "report.json";
+  SolveJob fitted = landmarks;
+  fitted.take = LongTake("landmarks.csv", mien::TakeFormat::MarkerCsv);
+  fitted.csv_style.reset();
+  fitted.solve.solver = mien::ShapeSolver::Fit;
+  for (SolveJob job : {markers, by_head, clusters, head, landmarks, fitted}) {
+    SCOPED_TRACE(job.output);
+    std::vector<std::string> files[3]; // by the number of threads
+    constexpr std::size_t kThreads[] = {1, 2, 7};
+    for (std::size_t i = 0; i < 3; ++i) {
+      job.solve.threads = job.reading.threads = kThreads[i];
+      mien::Run(job);
+      for (const std::string& path : {job.output, job.report, job.frames_report})
+        files[i].push_back(path.empty() ? "" : ReadFile(path));
+    }
+    EXPECT_GT(files[0][0].size(), 1000u);
+    for (std::size_t i = 1; i < 3; ++i)
+      for (std::size_t file = 0; file < files[0].size(); ++file)
+        EXPECT_TRUE(files[i][file] == files[0][file]) << kThreads[i] << " threads, file " << file;
+  }
+}
+
+// Only the calling thread reports, in order, so a program may show it or stop there.
+TEST_F(SolveJobs, ReportFromTheCallingThreadHoweverManyThreadsThereAre) {
+  SolveJob job = Job("w.csv");
+  job.take = LongLandmarks();
+  job.solve.threads = 4;
+  const std::thread::id caller = std::this_thread::get_id();
+  std::size_t before = 0;
+  mien::Run(job, [&](JobStage stage, std::size_t done, std::size_t) {
+    EXPECT_EQ(std::this_thread::get_id(), caller);
+    if (stage != JobStage::Solving) return;
+    EXPECT_GE(done, before);
+    before = done;
+  });
+  struct Stop {};
+  std::filesystem::remove(job.output);
+  EXPECT_THROW(mien::Run(job,
+                         [](JobStage stage, std::size_t, std::size_t) {
+                           if (stage == JobStage::Solving) throw Stop();
+                         }),
+               Stop);
+  EXPECT_FALSE(std::filesystem::exists(job.output));
 }
 
 TEST_F(SolveJobs, GiveTheSameFileWithProgressAndWithout) {

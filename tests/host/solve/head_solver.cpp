@@ -182,7 +182,7 @@ TEST(HeadSolver, SolvesManyFramesAsItSolvesEach) {
         if (const auto& p = frames.back()[m]) markers.Set(f, m, *p);
     }
     std::size_t count = 0;
-    solver.SolveAll(markers, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
+    solver.SolveAll(markers, 1, [&](std::size_t f, const std::optional<VgeAMatrix>& head) {
       ++count;
       EXPECT_TRUE(tests::SameBits(head, solver.Solve(frames[f]))) << f;
       EXPECT_EQ(head.has_value(), f % 7 != 3) << f;

@@ -23,6 +23,7 @@ TEST(ViewerPage, IsWholeAndHasThePlacesOfItsDataOnce) {
   for (const char* word : {"MIEN_DATA", "MIEN_BYTES"}) EXPECT_EQ(Count(*page, word), 1) << word;
   EXPECT_EQ(Count(*page, "\n<script id=\"mien-data\" type=\"application/json\">MIEN_DATA</script>\n"), 1);
   EXPECT_EQ(Count(*page, "\n<script id=\"mien-bytes\" type=\"text/plain\">MIEN_BYTES</script>\n"), 1);
+  EXPECT_EQ(Count(*page, "connect-src blob:;"), 1) << "where a page of a stream may ask its own server";
 }
 
 } // namespace

@@ -62,15 +62,18 @@ export function addValues(groups: CurveGroup[], side: number, data: GroupData, v
   data.curves.forEach((name, column) => {
     const curve = byName.get(name);
     if (!curve) return;
-    const own = values.subarray(column * rows, (column + 1) * rows);
-    const isFirst = curve.values.every((other) => other === undefined);
-    curve.values[side] = own;
-    const { low, high, deviation } = statistics(own);
-    if (isFirst) curve.motion = deviation;
-    if (Number.isNaN(low)) return;
-    curve.low = Number.isNaN(curve.low) ? low : Math.min(curve.low, low);
-    curve.high = Number.isNaN(curve.high) ? high : Math.max(curve.high, high);
+    curve.values[side] = values.subarray(column * rows, (column + 1) * rows);
+    measure(curve);
   });
+}
+
+/** Finds a curve's range and motion in its values. */
+export function measure(curve: Curve): void {
+  const sides = curve.values.flatMap((own) => (own ? [statistics(own)] : []));
+  const present = sides.filter(({ low }) => !Number.isNaN(low));
+  curve.low = present.length ? Math.min(...present.map(({ low }) => low)) : NaN;
+  curve.high = present.length ? Math.max(...present.map(({ high }) => high)) : NaN;
+  curve.motion = sides[0]?.deviation ?? 0;
 }
 
 export function statistics(values: Float32Array): { low: number; high: number; deviation: number } {

@@ -107,6 +107,31 @@ export interface ComparedCurve {
   lag_frames: number | null;
 }
 
+/** A page of a stream. Its rows are those of a sweep: the newest frame overwrites the oldest. */
+export interface LiveData {
+  /** Where the page gets the stream's events from: a path of its own server. */
+  events: string;
+}
+
+/** An event "frame": what a side shows, in the order of its data. null is a missing number. */
+export interface LiveFrame {
+  side: number;
+  number: number;
+  time: number; // seconds, rising; of all sides on one clock
+  clock: string;
+  groups: (number | null)[][];
+  positions?: (number | null)[]; // x, y, z of each marker
+  states?: number[];
+  head_motion?: number[];
+  moved?: { rotation?: number[]; translation?: number[]; scale?: number[] }[];
+}
+
+/** An event "status": facts about the stream, shown instead of those in the page. */
+export interface LiveStatus {
+  summary: string;
+  facts: { title: string; rows: [string, string][] }[];
+}
+
 export interface PageData {
   format: string;
   generator: string;
@@ -118,4 +143,5 @@ export interface PageData {
   times: ArrayPlace;
   sides: SideData[];
   comparison?: { text: string; curves: ComparedCurve[] };
+  live?: LiveData;
 }

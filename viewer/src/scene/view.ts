@@ -113,7 +113,7 @@ export class View {
   }
 
   /** Places the sides beside each other, and the camera so that it sees all. */
-  private arrange(): void {
+  arrange(): void {
     if (!this.stage) return;
     const boxes = this.sides.map((side) => side.box(this.shown));
     const filled = boxes.filter((box) => !box.isEmpty());

@@ -31,17 +31,26 @@ export interface Opened {
   faults: string[];
 }
 
-/** Opens a page file in a new window. Unless `waits` is false, waits until everything is decoded. */
+/** Opens a page file in a new window, offline. Unless `waits` is false, waits until everything is decoded. */
 export async function openFile(
   browser: Browser,
   path: string,
   options: BrowserContextOptions = {},
   waits = true,
 ): Promise<Opened> {
+  return openAddress(browser, pathToFileURL(path).href, { offline: true, ...options }, waits);
+}
+
+/** The same of a page on a server of this machine, which may ask that server for "events" and nothing else. */
+export async function openAddress(
+  browser: Browser,
+  address: string,
+  options: BrowserContextOptions = {},
+  waits = true,
+): Promise<Opened> {
   const context = await browser.newContext({
     viewport: { width: 1000, height: 600 }, // small pages are drawn faster by software
     colorScheme: "dark",
-    offline: true,
     ...options,
   });
   context.setDefaultTimeout(90000); // drawing by software is slow on a busy machine
@@ -54,14 +63,16 @@ export async function openFile(
   });
   page.on("pageerror", (error) => faults.push(String(error)));
   page.on("request", (request) => {
-    if (!/^(file|blob|data):/.test(request.url()) || (request.url().startsWith("file:") && request.resourceType() !== "document")) {
-      faults.push(`requested ${request.url().slice(0, 100)}`);
-    }
+    const url = request.url();
+    if (/^(blob|data):/.test(url)) return;
+    if (request.resourceType() === "document" && (url.startsWith("file:") || url === address)) return;
+    if (address.startsWith("http:") && url === new URL("events", address).href) return;
+    faults.push(`requested ${url.slice(0, 100)}`);
   });
   await page.addInitScript(() => {
     document.addEventListener("securitypolicyviolation", (event) => console.error(`violates ${event.violatedDirective}`));
   });
-  await page.goto(pathToFileURL(path).href);
+  await page.goto(address);
   if (waits) {
     await page.waitForFunction(() => window.mien !== undefined);
     await page.evaluate(() => window.mien?.ready);

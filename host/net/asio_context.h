@@ -1,0 +1,14 @@
+#pragma once
+
+#include "host/net/event_loop.h"
+
+#include <asio/io_context.hpp>
+
+namespace mien {
+
+/// In a header of its own, because asio takes seconds to compile.
+struct EventLoop::Context {
+  asio::io_context io{1}; // one thread
+};
+
+} // namespace mien

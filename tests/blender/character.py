@@ -1,0 +1,171 @@
+"""A rigger poses bones and shape keys and names the frames; the exported character repeats the poses.
+
+blender --background --factory-startup --python character.py -- ADD_ON.zip MIEN SAMPLES OUT
+"""
+
+import json
+import math
+import os
+import subprocess
+import sys
+
+import bpy
+import numpy
+from mathutils import Euler
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import add_on
+from add_on import Comparison, equal
+
+ZIP, MIEN, SAMPLES, OUT = add_on.arguments()
+
+# Frame: name, {bone: (location, Euler angles in degrees, scale)}, {shape key: value}
+POSES = {
+    10: ("Mouth.Open", {"jaw": ((0, 0.01, 0), (25, 0, 0), (1, 1, 1)), "lip": ((0.002, 0, 0.001), (0, 5, 0), (1, 1, 1))},
+         {"jaw fix": 0.7}),
+    20: ("LeftEye.Close", {"lid.L": ((0, 0, 0), (-40, 3, 8), (1, 1.2, 1)),
+                           "root": ((0, 0.02, 0.01), (0, 10, 5), (1, 1, 1))}, {}),
+    30: ("mouthPucker", {"lip": ((0, 0.004, 0), (0, 0, 0), (0.7, 1, 0.9))}, {"puckerFix": 0.5}),
+    40: ("Content", {"lip": ((0, 0, 0.01), (0, 0, 0), (1, 1, 1))}, {"eyeBlinkRight": 0.25}),
+    50: ("Nothing", {}, {}),
+}
+# What reaches each pose at full strength: the weights of the face's templates.
+WEIGHTS = {10: {"Mouth.Open": 1}, 20: {"LeftEye.Close": 1}, 30: {"Mouth.Whistle": 1.25}}
+
+
+def make_rig():
+    """An armature that is turned and scaled in the scene, with a posed parent, and a mesh with shape keys."""
+    add_on.empty_scene()
+    armature = bpy.data.objects.new("Rig", bpy.data.armatures.new("Rig"))
+    bpy.context.scene.collection.objects.link(armature)
+    armature.rotation_euler, armature.scale = (0, 0, 0.7), (2, 2, 2)
+    bpy.context.view_layer.objects.active = armature
+    bpy.ops.object.mode_set(mode="EDIT")
+    edit = armature.data.edit_bones
+    for name, parent, head, tail in (("neck", None, (0, 0, 1), (0, 0.01, 1.1)),
+                                     ("jaw", "neck", (0, 0, 1.1), (0, -0.1, 1.05)),
+                                     ("lip", "jaw", (0, -0.1, 1.05), (0.01, -0.12, 1.06)),
+                                     ("lid.L", "neck", (0.03, -0.08, 1.15), (0.03, -0.1, 1.14)),
+                                     ("root", None, (0.1, 0, 1.2), (0.1, -0.1, 1.3)),
+                                     ("still", None, (1, 0, 0), (1, 0, 1))):
+        bone = edit.new(name)
+        bone.head, bone.tail, bone.parent = head, tail, edit[parent] if parent else None
+    bpy.ops.object.mode_set(mode="OBJECT")
+    armature.pose.bones["jaw"].rotation_mode = "XYZ"
+    armature.pose.bones["lip"].rotation_mode = "AXIS_ANGLE"
+
+    mesh = bpy.data.meshes.new("Skin")
+    mesh.from_pydata([(0, 0, 0), (1, 0, 0), (0, 1, 0)], [], [(0, 1, 2)])
+    skin = bpy.data.objects.new("Skin", mesh)
+    skin.parent = armature
+    skin.modifiers.new("Armature", "ARMATURE").object = armature
+    for bone in armature.data.bones:
+        skin.vertex_groups.new(name=bone.name).add([0, 1, 2], 1, "REPLACE")
+    bpy.context.scene.collection.objects.link(skin)
+    for key in ("Basis", "eyeBlinkRight", "jaw fix", "puckerFix"):
+        skin.shape_key_add(name=key)
+    return armature, skin
+
+
+def set_pose(armature, skin, frame):
+    _, bones, keys = POSES.get(frame, ("", {}, {}))
+    for bone in armature.pose.bones:
+        location, angles, scale = bones.get(bone.name, ((0, 0, 0), (0, 0, 0), (1, 1, 1)))
+        turn = Euler([math.radians(angle) for angle in angles]).to_quaternion()
+        bone.location, bone.scale = location, scale
+        bone.rotation_quaternion, bone.rotation_euler = turn, turn.to_euler()
+        axis, angle = turn.to_axis_angle()
+        bone.rotation_axis_angle = (angle, *axis)
+        for path in ("location", "scale", "rotation_quaternion", "rotation_euler", "rotation_axis_angle"):
+            bone.keyframe_insert(path, frame=frame)
+    for key in skin.data.shape_keys.key_blocks[1:]:
+        key.value = keys.get(key.name, 0)
+        key.keyframe_insert("value", frame=frame)
+
+
+def shown(armature, skin):
+    """The pose that Blender shows: (each bone's matrix in the armature, each key's value)."""
+    evaluated = bpy.context.evaluated_depsgraph_get()
+    return ({bone.name: numpy.array(bone.matrix) for bone in armature.evaluated_get(evaluated).pose.bones},
+            {key.name: key.value for key in skin.data.shape_keys.key_blocks[1:]})
+
+
+def motions(armature):
+    """Each bone's motion from its rest, in the scene: whatever its axes are."""
+    world = armature.matrix_world
+    shown = armature.evaluated_get(bpy.context.evaluated_depsgraph_get())
+    return {bone.name: numpy.array(world @ bone.matrix @ bone.bone.matrix_local.inverted() @ world.inverted())
+            for bone in shown.pose.bones}
+
+
+def check_glb(path, table, expected):
+    """The command moves the nodes of the rig's .glb as the poses do."""
+    bpy.context.scene.frame_set(1)  # at rest
+    glb, animated = f"{OUT}/rig.glb", f"{OUT}/rig.animated.glb"
+    bpy.ops.export_scene.gltf(filepath=glb, use_selection=True, export_animations=False)
+    subprocess.run([MIEN, "retarget", table, "-c", path, "--onto", glb, "-o", animated, "-q"], check=True)
+    add_on.empty_scene()
+    bpy.context.scene.render.fps = 25
+    armature = next(thing for thing in add_on.add_head(animated) if thing.type == "ARMATURE")
+    compared = Comparison("bones of the .glb", 1e-5)  # which has single precision, through several products
+    for row, frame in enumerate(WEIGHTS):
+        bpy.context.scene.frame_set(row + 1)
+        shown = motions(armature)
+        for name, matrix in expected[frame].items():
+            compared.add(matrix, shown[name], f"{POSES[frame][0]}, {name}")
+    compared.end(3 * 6 * 16)
+
+
+def main():
+    add_on.install(ZIP)
+    armature, skin = make_rig()
+    add_on.select([armature, skin])
+    path, scene = f"{OUT}/rig.character.json", bpy.context.scene
+    equal(bpy.ops.export_anim.mien_character(filepath=path), {"FINISHED"}, "export without poses")
+    for frame in [1, *POSES]:
+        set_pose(armature, skin, frame)
+        if frame in POSES:
+            scene.timeline_markers.new(POSES[frame][0], frame=frame)
+    posed, moved = {}, {}
+    for frame in POSES:
+        scene.frame_set(frame)
+        posed[frame], moved[frame] = shown(armature, skin), motions(armature)
+
+    scene.frame_set(33)
+    equal(bpy.ops.export_anim.mien_character(filepath=path), {"FINISHED"}, "export")
+    equal(scene.frame_current, 33, "the current frame")
+    with open(path, encoding="utf-8") as file:
+        character = json.load(file)
+    equal(sorted(character["parts"]["bones"]["clusters"]["rest"]), ["jaw", "lid.L", "lip", "root"], "bones that poses move")
+    equal(character["templates"]["RightEye"], {"Close": {"eyeBlinkRight": 1}}, "a shape key of the 52 names")
+    equal(list(character["expressions"]), ["Content"], "expressions")
+
+    # The weights that reach the poses, and one of the other action's frames between them.
+    names = sorted({name for weights in WEIGHTS.values() for name in weights})
+    table = f"{OUT}/rig.csv"
+    with open(table, "w", encoding="utf-8") as file:
+        file.write(f"frame,time,{','.join(names)}\n")
+        for row, weights in enumerate([{}, *WEIGHTS.values()]):
+            cells = ",".join(str(weights.get(name, 0)) for name in names)
+            file.write(f"{row + 1},{row / 25},{cells}\n")
+    settings = scene.mien
+    settings.take, settings.character, settings.character_file = table, "file", path
+    for again in range(2):  # the second time over the first one's action
+        equal(bpy.ops.mien.solve(), {"FINISHED"}, "retarget")
+        compared = Comparison("bones", 2e-6)  # of matrices in metres, through Blender's single precision
+        keys = Comparison("shape keys", 1e-6)
+        for row, frame in enumerate(WEIGHTS):
+            scene.frame_set(row + 2)
+            bones, values = shown(armature, skin)
+            for name, matrix in bones.items():
+                compared.add(posed[frame][0][name], matrix, f"{POSES[frame][0]}, {name}")
+            for name, value in values.items():
+                keys.add(posed[frame][1][name], value, f"{POSES[frame][0]}, {name}")
+        compared.end(3 * 6 * 16)
+        keys.end(9)
+    kept = [track.name for track in armature.animation_data.nla_tracks]
+    equal(kept, ["RigAction"], "the rigger's own action plays on below")
+    check_glb(path, table, moved)
+
+
+main()

@@ -1,0 +1,400 @@
+#!/usr/bin/python3
+"""mien live among other programs: packets made with Python's struct, OSC received and sent by liblo. Loopback only.
+
+    live.py MIEN SAMPLES [--flood-seconds S] [--only NAME]
+
+Every port is chosen by the system; mien reports its own.
+"""
+
+import argparse
+import csv
+import hashlib
+import json
+import math
+import os
+import pathlib
+import random
+import shutil
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+import liblo
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "host", "wire", "packets"))
+import make_packets  # noqa: E402
+from make_packets import NAMES_IN_PACKET as NAMES, WEIGHTS, phone, tracker, face_points  # noqa: E402
+
+checks = 0
+
+
+def check(holds, what):
+    global checks
+    checks += 1
+    if not holds:
+        raise SystemExit(f"FAILED: {what}")
+
+
+class Live:
+    """A running `mien live --json`: its events, and the ports of its sources in their order."""
+
+    def __init__(self, *options, stdin=subprocess.DEVNULL, prefix=()):
+        self.process = subprocess.Popen([*prefix, MIEN, "live", "--json", *options], stdin=stdin, stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE, text=True)
+        self.events, self.ports = [], []
+        wanted = sum(":0" in option for flag, option in zip(options, options[1:]) if flag == "--in")
+        wanted += "--control" in options
+        while len(self.ports) < wanted:
+            line = self.process.stdout.readline()
+            if not line:
+                raise SystemExit("mien live ended: " + self.process.stderr.read())
+            event = json.loads(line)
+            self.ports.append(event["port"])
+        self.reader = threading.Thread(target=self.read, daemon=True)
+        self.reader.start()
+
+    def read(self):
+        for line in self.process.stdout:
+            self.events.append(json.loads(line))
+
+    def end(self):
+        """Ends it in order, and answers the summary."""
+        if self.process.poll() is None:
+            self.process.terminate()  # not SIGINT, which a shell that starts this in the background makes ignored
+        return self.summary()
+
+    def summary(self):
+        self.process.wait(30)
+        self.reader.join(10)
+        errors = self.process.stderr.read()
+        check("Sanitizer" not in errors, errors)
+        check(self.events and self.events[-1].get("command") == "live", f"mien live ends with its result: {errors}")
+        check(self.events[-1]["errors"] == [], str(self.events[-1]["errors"]))
+        return self.events[-1]["result"]
+
+
+def receiver():
+    udp = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    udp.bind(("127.0.0.1", 0))
+    udp.settimeout(10)
+    return udp, udp.getsockname()[1]
+
+
+def sender(port):
+    udp = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    udp.connect(("127.0.0.1", port))
+    return udp
+
+
+def stamped(packet, frame):
+    """A phone's packet with another time: counts of 60 a second."""
+    name = struct.unpack_from(">i", packet, 41)[0]
+    return packet[:45 + name] + struct.pack(">i", frame) + packet[49 + name:]
+
+
+PHONE = phone("Ada", [WEIGHTS[name] for name in NAMES] + [0.25, -0.125, 0.0625] + [0.0] * 6)
+
+
+def every_value_reaches_an_independent_receiver():
+    """A phone's packets come out as the VMC protocol, which liblo receives: each of the 52, exactly."""
+    server = liblo.Server()
+    frames, weights, head, order = [], {}, [], []
+
+    def received(path, arguments):
+        if path == "/VMC/Ext/Blend/Val":
+            weights[arguments[0]] = arguments[1]
+        elif path == "/VMC/Ext/Blend/Apply":
+            frames.append(dict(weights))
+        elif path == "/VMC/Ext/Bone/Pos" and arguments[0] == "Head":
+            head.append(arguments[4:])
+        order.append(path)
+
+    server.add_method(None, None, received)
+    live = Live("--in", "phone:0", "--out", f"vmc:127.0.0.1:{server.port}")
+    phone_app = sender(live.ports[0])
+    for frame in range(30):
+        phone_app.send(stamped(PHONE, 1000 + frame))
+        server.recv(20)
+        while server.recv(5):
+            pass
+    check(len(frames) == 30, f"{len(frames)} of 30 frames arrived")
+    check(frames[-1] == WEIGHTS, "every weight arrives as it was sent")
+    check(order[-1] == "/VMC/Ext/Blend/Apply", "Apply is the last")
+    x, y, z, w = head[-1]
+    # Yaw 0.25, pitch -0.125, roll 0.0625, roll first, in axes of which x is the other way round.
+    def turn(axis, angle):
+        return [math.sin(angle / 2) * (axis == i) for i in range(3)] + [math.cos(angle / 2)]
+    def times(a, b):
+        return [a[3] * b[0] + a[0] * b[3] + a[1] * b[2] - a[2] * b[1], a[3] * b[1] - a[0] * b[2] + a[1] * b[3] + a[2] * b[0],
+                a[3] * b[2] + a[0] * b[1] - a[1] * b[0] + a[2] * b[3], a[3] * b[3] - a[0] * b[0] - a[1] * b[1] - a[2] * b[2]]
+    wanted = times(turn(1, 0.25), times(turn(0, -0.125), turn(2, 0.0625)))
+    check(all(abs(a - b) < 1e-6 for a, b in zip((x, -y, -z, w), wanted)), f"the head is turned as it was sent: {head[-1]}")
+    result = live.end()
+    check(result["faces"][0]["used"] == 30, "the statistics count the frames")
+
+
+def tools_of_liblo_understand_each_other_with_us():
+    """oscsend sends a frame of VMC, and oscdump shows what comes out as an array."""
+    _, port = receiver()
+    dump = subprocess.Popen(["stdbuf", "-oL", "oscdump", str(port + 1)], stdout=subprocess.PIPE, text=True)
+    live = Live("--in", "vmc:0", "--out", f"osc:127.0.0.1:{port + 1}?address=/face", "--control", "0")
+    time.sleep(0.3)
+    send = ["oscsend", "127.0.0.1", str(live.ports[0])]
+    subprocess.run([*send, "/VMC/Ext/Blend/Val", "sf", "JawOpen", "0.625"], check=True)
+    subprocess.run([*send, "/VMC/Ext/Blend/Apply"], check=True)
+    line = dump.stdout.readline()
+    while "/face/blendshapes" not in line:
+        line = dump.stdout.readline()
+    dump.kill()
+    values = [float(value) for value in line.split("f" * 52)[1].split()]
+    check(len(values) == 52 and values[47] == 0.625 and sum(values) == 0.625, f"jawOpen is the 48th of the array: {line}")
+    subprocess.run(["oscsend", "127.0.0.1", str(live.ports[1]), "/mien/quit"], check=True)
+    live.summary()
+
+
+def packets_that_are_lost_doubled_and_swapped_are_counted(seconds):
+    """1,000 a second of which 5 % are lost, doubled and swapped, and some garbage: no stall, no growth."""
+    udp, port = receiver()
+    udp.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 22)
+    live = Live("--in", "phone:0", "--out", f"phone:127.0.0.1:{port}")
+    phone_app = sender(live.ports[0])
+    chance = random.Random(1)
+    rate, sent, frame, held = 1000, 0, 0, None
+    lost = doubled = swapped = garbage = 0
+    memory, arrivals = [], []
+
+    def listen():
+        while True:
+            try:
+                udp.recv(2000)
+            except (TimeoutError, OSError):
+                return
+            arrivals.append(time.monotonic())
+
+    listener = threading.Thread(target=listen, daemon=True)
+    listener.start()
+    start = time.monotonic()
+    count = int(seconds * rate)
+    for i in range(count):
+        while time.monotonic() < start + i / rate:
+            time.sleep(0.0005)
+        frame += 1
+        # The packet's clock has 60 counts a second; the fraction of a count goes on in thousandths.
+        counts = 1000000 + frame * 60 / rate
+        packet = bytearray(stamped(PHONE, int(counts)))
+        name = struct.unpack_from(">i", packet, 41)[0]
+        struct.pack_into(">f", packet, 49 + name, counts - int(counts))
+        roll = chance.random()
+        if roll < 0.05:
+            lost += 1
+        elif roll < 0.10:
+            doubled += 1
+            phone_app.send(packet)
+            phone_app.send(packet)
+        elif roll < 0.15 and held is None:
+            held = packet
+            continue
+        elif roll < 0.16:
+            garbage += 1
+            phone_app.send(bytes(chance.randrange(256) for _ in range(chance.randrange(400))))
+            phone_app.send(packet)
+        else:
+            phone_app.send(packet)
+        if held is not None:
+            phone_app.send(held)
+            held, swapped = None, swapped + (roll >= 0.05)  # a lost packet overtakes nothing
+        if i % rate == 0:
+            with open(f"/proc/{live.process.pid}/statm") as statm:
+                memory.append(int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE"))
+    ended = time.monotonic()
+    time.sleep(0.5)
+    result = live.end()
+    udp.close()
+    listener.join(15)
+    face = result["faces"][0]
+    check(face["late"] >= swapped * 0.99 - 2, f"{face['late']} late of {swapped} swapped")
+    check(face["duplicates"] >= doubled * 0.99 - 2, f"{face['duplicates']} doubled of {doubled}")
+    check(face["dropped"] > 0, "lost packets are counted")
+    faults = sum(result["sources"][0]["faults"].values())
+    check(faults >= garbage * 0.9, f"{faults} faults of {garbage} packets of garbage")
+    check(result["sources"][0]["flooded"] == 0, "nothing came too fast")
+    arrivals = [arrival for arrival in arrivals if arrival <= ended]  # a face that is lost then fades
+    gaps = sorted(b - a for a, b in zip(arrivals, arrivals[1:]))
+    settled = memory[len(memory) // 5:]
+    growth = max(settled) - min(settled)
+    check(growth <= 512 * 1024, f"memory grew by {growth} bytes: {memory}")
+    check(gaps[-1] < 1, f"a gap of {gaps[-1]:.3f} s")
+    print(f"  {seconds} s: {count} packets, {lost} lost, {doubled} doubled, {swapped} swapped, {garbage} garbage; out "
+          f"{len(arrivals)}, longest gap {1000 * gaps[-1]:.1f} ms, latency {face['latency_ms']}, memory "
+          f"{min(settled) >> 20} MB, growth {growth >> 10} KB")
+
+
+def lines_through(*options, replay):
+    run = subprocess.run([MIEN, "live", "-q", "--in", f"replay:{replay}?speed=max", *options, "--out", "lines:-"],
+                         capture_output=True, text=True, timeout=300)
+    check(run.returncode == 0, run.stderr)
+    return run.stdout
+
+
+def a_replay_is_a_causal_solve_to_the_bit():
+    """On one core and on two; with parts and with the fit."""
+    cores = sorted(os.sched_getaffinity(0))
+    for solver in ("parts", "fit"):
+        options = ["-p", "landmarks68", "-c", "arkit52", "--solver", solver]
+        hashes = set()
+        for used in ({cores[0]}, set(cores[:2])):
+            run = subprocess.run(["taskset", "-c", ",".join(map(str, used)), MIEN, "live", "-q", "--in",
+                                  f"replay:{SAMPLES}/landmarks.csv?speed=max", *options, "--out", "lines:-"],
+                                 capture_output=True, text=True, timeout=300)
+            check(run.returncode == 0, run.stderr)
+            hashes.add(hashlib.sha256(run.stdout.encode()).hexdigest())
+        check(len(hashes) == 1, f"one core and two differ with {solver}")
+        with tempfile.TemporaryDirectory() as folder:
+            table = os.path.join(folder, "solve.csv")
+            subprocess.run([MIEN, "solve", "-q", f"{SAMPLES}/landmarks.csv", *options, "--causal", "-o", table], check=True)
+            with open(table) as file:
+                rows = list(csv.DictReader(file))
+        lines = [json.loads(line) for line in run.stdout.splitlines()]
+        check(len(rows) == len(lines) > 100, f"{len(rows)} rows, {len(lines)} lines")
+        for row, line in zip(rows, lines):
+            for name, weight in line["weights"].items():
+                check(float(row[name]) == weight, f"frame {line['frame']}: {name} {row[name]} {weight}")
+        check(any(weight != 0 for line in lines for weight in line["weights"].values()), "weights move")
+
+
+def numbers_of_lines_come_back_to_the_same_doubles():
+    chance = random.Random(2)
+    sent = [{name: chance.random() * 10 ** chance.randrange(-12, 3) for name in WEIGHTS} for _ in range(50)]
+    text = "".join(json.dumps({"face": "ada", "time": i / 60, "weights": weights}) + "\n" for i, weights in enumerate(sent))
+    run = subprocess.run([MIEN, "live", "-q", "--in", "lines:-", "--out", "lines:-"], input=text, capture_output=True,
+                         text=True, timeout=60)
+    check(run.returncode == 0, run.stderr)
+    lines = [json.loads(line) for line in run.stdout.splitlines()]
+    check([line["weights"] for line in lines] == sent, "weights of lines come back")
+    check(all(line["face"] == "ada" for line in lines), "and so does the face's name")
+
+
+def several_faces_go_to_their_performers():
+    """Two faces of a tracker in each packet, and a phone beside them."""
+    udp, port = receiver()
+    live = Live("--in", "tracker:0", "--in", "phone:0", "--out", f"phone:127.0.0.1:{port}", "--learn", "0.2")
+    camera, phone_app = sender(live.ports[0]), sender(live.ports[1])
+    seen = set()
+    for frame in range(60):
+        points = face_points()
+        for i in range(65 - 3, 66):  # the lower lip drops
+            points[i] = [points[i][0], points[i][1] - 0.002 * frame, points[i][2]]
+        packet = b"".join(struct.pack("<d", 10 + frame / 60) + tracker(face, points)[8:] for face in (0, 7))
+        camera.send(packet)
+        phone_app.send(stamped(PHONE, 1000 + frame))
+        time.sleep(1 / 120)
+    udp.settimeout(0.5)
+    try:
+        while True:
+            packet = udp.recv(2000)
+            size = struct.unpack_from(">i", packet, 41)[0]
+            seen.add(packet[45:45 + size])
+    except TimeoutError:
+        pass
+    check(seen == {b"0", b"7", b"Ada"}, f"three faces come out: {seen}")
+    result = live.end()
+    check([face["source"] for face in result["faces"]] in ([1, 1, 2], [2, 1, 1]), str(result["faces"]))
+
+
+def a_recording_survives_a_kill():
+    """SIGKILL while it records, again and again: what was recorded opens, and is whole up to its last row."""
+    with tempfile.TemporaryDirectory() as folder:
+        for round_ in range(5):
+            place = os.path.join(folder, f"take{round_}")
+            live = Live("--in", f"replay:{SAMPLES}/landmarks.csv?loop&speed=4", "-p", "landmarks68", "-c", "arkit52", "--learn",
+                        "0.5", "--out", f"record:{place}")
+            time.sleep(1.0 + 0.13 * round_)
+            live.process.kill()
+            live.process.wait()
+            for read in (["info", place + ".csv"], ["retarget", place + ".out.csv", "-o", place + ".again.csv"]):
+                run = subprocess.run([MIEN, *read], capture_output=True, text=True)
+                check(run.returncode == 0, f"{read[1]} opens: {run.stderr}")
+            with open(place + ".csv") as file:
+                rows = file.read().split("\n")
+            check(len(rows) > 30, f"{len(rows)} rows were recorded")
+
+
+def the_recording_solves_to_what_went_out():
+    with tempfile.TemporaryDirectory() as folder:
+        place = os.path.join(folder, "take")
+        run = subprocess.run([MIEN, "live", "-q", "--in", f"replay:{SAMPLES}/landmarks.csv?speed=max", "-p", "landmarks68", "-c",
+                              "arkit52", "--out", f"record:{place}"], capture_output=True, text=True, timeout=120)
+        check(run.returncode == 0, run.stderr)
+        again = os.path.join(folder, "again.csv")
+        subprocess.run([MIEN, "solve", "-q", place + ".csv", "-p", "landmarks68", "-c", "arkit52", "--causal", "-o", again],
+                       check=True)
+        with open(place + ".out.csv", "rb") as one, open(again, "rb") as other:
+            check(one.read() == other.read(), "the recording's causal solve is what went out")
+
+
+def words_of_packets_cannot_steer_a_terminal():
+    live = subprocess.Popen([MIEN, "live", "--in", "phone:0", "--for", "1.5"], stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
+    line = live.stderr.readline()
+    port = int(line.split()[-1])
+    sender(port).send(phone("\x1b]0;owned\x07\x1b[2J\u202e", [0.5] * 61))
+    text = live.communicate(timeout=30)[1]
+    check(b"\x1b" not in text and b"\x07" not in text and "\u202e".encode() not in text and b"face" in text, str(text))
+
+
+def nothing_is_received_from_elsewhere_unless_asked():
+    live = Live("--in", "phone:0")
+    with open(f"/proc/{live.process.pid}/net/udp") as file:
+        listening = [line.split()[1] for line in file.readlines()[1:]]
+    own = [address for address in listening if address.endswith(f":{live.ports[0]:04X}")]
+    check(own == [f"0100007F:{live.ports[0]:04X}"], f"it listens on loopback alone: {own}")
+    live.end()
+
+
+def packets_of_the_tests_are_as_the_script_makes_them():
+    kept = pathlib.Path(make_packets.__file__).parent
+    with tempfile.TemporaryDirectory() as folder:
+        made = pathlib.Path(folder)
+        make_packets.main(made)
+        for path in made.iterdir():
+            check(path.read_bytes() == (kept / path.name).read_bytes(), f"{path.name} is up to date")
+
+
+def main():
+    for test, arguments in TESTS:
+        if ONLY and ONLY != test.__name__:
+            continue
+        print(test.__name__.replace("_", " "), flush=True)
+        test(*arguments)
+    print(f"{checks} checks")
+    if checks == 0:
+        raise SystemExit("nothing was checked")
+
+
+parser = argparse.ArgumentParser()
+parser.add_argument("mien")
+parser.add_argument("samples")
+parser.add_argument("--flood-seconds", type=float, default=20)
+parser.add_argument("--only")
+options = parser.parse_args()
+MIEN, SAMPLES, ONLY = options.mien, options.samples, options.only
+for tool in ("oscsend", "oscdump", "taskset"):
+    if not shutil.which(tool):
+        raise SystemExit(f"{tool} is not installed")
+TESTS = [
+    (packets_of_the_tests_are_as_the_script_makes_them, ()),
+    (every_value_reaches_an_independent_receiver, ()),
+    (tools_of_liblo_understand_each_other_with_us, ()),
+    (numbers_of_lines_come_back_to_the_same_doubles, ()),
+    (several_faces_go_to_their_performers, ()),
+    (a_replay_is_a_causal_solve_to_the_bit, ()),
+    (the_recording_solves_to_what_went_out, ()),
+    (a_recording_survives_a_kill, ()),
+    (words_of_packets_cannot_steer_a_terminal, ()),
+    (nothing_is_received_from_elsewhere_unless_asked, ()),
+    (packets_that_are_lost_doubled_and_swapped_are_counted, (options.flood_seconds,)),
+]
+main()
