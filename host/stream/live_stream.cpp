@@ -30,6 +30,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <optional>
+#include <span>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -374,8 +375,9 @@ void LiveStream::Impl::Send(const LiveOutput& output) {
   // The page uses the neutral face to place markers and head, once it is known.
   if (std::exchange(face->learning, output.learning) && !output.learning) ShowOnPages(*face);
   for (const Sink& sink : sinks) {
-    static const std::vector<std::optional<Point>> no_markers;
-    if (sink.page) sink.page->Send(output, fed && fed->face == output.face ? fed->markers : no_markers);
+    std::span<const std::optional<Point>> markers;
+    if (fed && fed->face == output.face) markers = fed->markers;
+    if (sink.page) sink.page->Send(output, markers);
   }
   for (std::size_t s = 0; s < sinks.size(); ++s) {
     if (!face->writers[s]) continue;

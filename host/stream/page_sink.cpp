@@ -87,7 +87,7 @@ bool PageSink::Show(const LiveSession& session, std::size_t face, const LiveSour
   return true;
 }
 
-void PageSink::Send(const LiveOutput& output, const std::vector<std::optional<Point>>& markers) {
+void PageSink::Send(const LiveOutput& output, std::span<const std::optional<Point>> markers) {
   if (server_.Readers() == 0) return;
   for (std::size_t s = 0; s < shown_.size(); ++s) {
     Shown& shown = shown_[s];

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,7 @@ public:
 
   /// Sends a frame of a face; `markers` are the positions from its source (may be empty). At most 60 frames
   /// per second are sent, and none while no browser is connected.
-  void Send(const LiveOutput& output, const std::vector<std::optional<Point>>& markers);
+  void Send(const LiveOutput& output, std::span<const std::optional<Point>> markers);
 
   /// Sends the summary and the facts that the page shows.
   void SendStatus(const std::string& summary, const std::vector<ViewFacts>& facts);
