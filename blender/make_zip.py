@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the add-on's zip: make_zip.py VERSION PACKAGE_FOLDER OUT.zip LIBRARY...
 
-PACKAGE_FOLDER is that of the Python package `mien`; each LIBRARY is put into it under its own name.
+PACKAGE_FOLDER is the folder of the Python package `mien`; each LIBRARY is put into it under its own name.
 """
 
 import pathlib

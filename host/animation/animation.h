@@ -47,7 +47,7 @@ struct AnimationLayout {
   std::vector<std::string> WeightNames(WeightKind kind) const;
 
   /// The head's motion from the neutral pose, in the axes of the neutral face: x to its left, y up, z out of
-  /// it. `head` is that of an AnimationFrame.
+  /// it. `head`: AnimationFrame::head.
   VgeAMatrix HeadMotion(const VgeAMatrix& head) const;
 };
 

@@ -20,7 +20,7 @@ struct BatchDefaults {
 };
 
 /// Makes the lines of a manifest jobs, by the options of mien solve and mien retarget themselves: a name in the
-/// manifest is that of an option without its dashes. "take" is what the command reads, and "command" is
+/// manifest is an option without its dashes. "take" is what the command reads, and "command" is
 /// "solve", the default, or "retarget".
 ///
 /// In a pattern for outputs {name} is the take's file name without its ending and {folder} that of its folder.

@@ -12,7 +12,7 @@ namespace mien {
 /// The options of a command without the command line: a line of a batch names them, and they mean the same.
 class OptionParser {
 public:
-  /// `name` is that of the command in messages: "mien solve". `add` adds the options; what they are read into
+  /// `name` is the command's name in messages: "mien solve". `add` adds the options; what they are read into
   /// must outlive the parser.
   OptionParser(const std::string& name, const std::function<void(Command&)>& add);
   ~OptionParser();

@@ -48,7 +48,7 @@ public:
   void Remark(const Note& note, std::string_view file = "");
   void Remark(const std::vector<Note>& notes, std::string_view file = "");
 
-  /// What the command was asked for, on standard output; with --json nothing. Throws InputError where it
+  /// The result of the command, on standard output; with --json nothing. Throws InputError where it
   /// cannot be written.
   void Print(std::string_view text) const;
 

@@ -188,7 +188,7 @@ void PrintResiduals(const Take& take, const SolveReport& report, const Output& o
   if (!worst.empty()) output.Line("", fmt::format("the worst frames are {}", fmt::join(worst, ", ")));
 }
 
-/// What the fit of all shapes is based on, and what it cannot tell.
+/// What the fit of all shapes is based on, and what it cannot determine.
 void PrintFit(const FitReport& fit, Output& output) {
   if (fit.basis.empty()) return;
   output.Line("fit",

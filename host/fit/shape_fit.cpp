@@ -156,7 +156,7 @@ const std::vector<double>& ShapeFit::Solve(std::span<const std::optional<Point>>
     Descend();
     return weights_;
   }
-  // Without a frame before, the inertia is that of a face which has always made this expression.
+  // Without a frame before, the inertia assumes a face that has always made this expression.
   std::fill(weights_.begin(), weights_.end(), 0.0);
   constexpr int kMostRounds = 200;
   for (int round = 0; round < kMostRounds; ++round) {

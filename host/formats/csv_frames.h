@@ -48,7 +48,7 @@ public:
   bool LeaveOutIfCut(CsvReader& csv, Take& take);
 
   /// After the last row: sorts the frames by time, or without times by number, and sets the rate. Notes rows
-  /// that were out of order and numbers that are all the same. Returns the place of each frame before (size:
+  /// that were out of order and numbers that are all equal. Returns the place of each frame before (size:
   /// frames); empty where the order did not change.
   std::vector<std::size_t> Finish(const CsvReader& csv, Take& take, double fastest_hz = kFastestMarkersHz);
 

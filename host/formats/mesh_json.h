@@ -27,7 +27,7 @@ bool HasFacePoints(std::string_view bytes);
 
 /// Of several faces, reads the one at `face` in the list, from 0; without it the first. `input_rate` is for
 /// results without times. A file that is cut short loses its last result, with a note. Besides the take,
-/// memory is that of one face. Throws InputError for other numbers of points, and for results that have
+/// it needs memory for one face. Throws InputError for other numbers of points, and for results that have
 /// weights alone.
 Take ReadMeshJson(std::string_view bytes, const std::string& file,
                   std::optional<std::int64_t> face = std::nullopt,

@@ -18,7 +18,7 @@ struct Rows {
   std::vector<Note> notes;
   bool zeros = false; ///< there is a position 0 0 0
 
-  /// Where the frames' own numbers do not tell them apart: the number to count from, and why.
+  /// Where the frames' own numbers are not distinct: the number to count from, and why.
   std::optional<std::int64_t> number_from;
   Note unnumbered;
   bool lacks_numbers = false; ///< in some row, whose frame is 0 in the take

@@ -20,8 +20,8 @@ public:
   std::size_t Count(const JsonAt& index) const;
 
   /// The numbers of an accessor, element by element (size: elements x components); finite. `components`: 1, 3,
-  /// 4, or 16 for a matrix, column by column; an accessor of other elements is refused, and one that has not
-  /// `count` elements, if that is given. Without data, which glTF defines as zeros, `count` must be given: any
+  /// 4, or 16 for a matrix, column by column; an accessor of other elements is refused, and so is one
+  /// without exactly `count` elements, if that is given. Without data, which glTF defines as zeros, `count` must be given: any
   /// number of elements could stand there.
   std::vector<double> Numbers(const JsonAt& index, std::size_t components,
                               std::optional<std::size_t> count = std::nullopt) const;

@@ -25,7 +25,7 @@ struct FrameMarkers {
 
 struct SolvedFrame {
   VgeAMatrix head;         ///< from a face that looks along +z, x to its left, y up, to where the head is
-  bool head_known = false; ///< else `head` is that of the last frame with a known one, or the neutral one
+  bool head_known = false; ///< else `head` is the last known one, or the neutral one
   FaceSolver::Frame face;  ///< its weights are those of the performer's ranges
   const VCharacterFaceState* character = nullptr; ///< nothing without a character; valid until the next frame
 };

@@ -19,8 +19,8 @@ namespace mien {
 /// all rigid markers. Each frame by itself: nothing is known of the frames before.
 class HeadSolver {
 public:
-  /// `neutral_head` is NeutralHead(performer, neutral). `rigid` may be null: then the head markers tell the
-  /// head.
+  /// `neutral_head` is NeutralHead(performer, neutral). `rigid` may be null: then the head markers
+  /// determine the head.
   HeadSolver(const Performer& performer, const NeutralPose& neutral, const VgeAMatrix& neutral_head,
              const RigidHead* rigid = nullptr);
 

@@ -55,7 +55,7 @@ struct SolveReport {
 
   std::size_t frames = 0;
   LongVector<FrameQuality> per_frame; ///< (size: frames with SolveOptions::keep_frames, else 0)
-  std::vector<RigidMarker> rigid;     ///< empty where the head markers alone tell the head's motion
+  std::vector<RigidMarker> rigid;     ///< empty where the head markers alone determine the head's motion
   double head_calmed = 0;             ///< see CalmMotion
   std::vector<AnchoredPart> anchored;
   std::vector<NeutralDoubt> neutral_doubts;
