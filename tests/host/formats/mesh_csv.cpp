@@ -75,24 +75,6 @@ std::string Interleaved(std::size_t point, std::size_t axis) {
   return fmt::format("{}_{}", kAxes[axis], point);
 }
 
-// The face of MeshFace, moved, up to the place in the image that is the origin.
-void ExpectFace(const Take& take, std::size_t frame, double shift) {
-  const std::vector<Point> face = MeshFace(take.MarkerCount());
-  for (std::size_t i = 0; i < face.size(); ++i) {
-    const Point* const p = take.At(frame, i);
-    ASSERT_NE(p, nullptr) << "frame " << frame << " point " << i;
-    EXPECT_NEAR(p->x, 320 + face[i].x + shift, 1e-9); // rounding of the table's decimals: 1e-13 of 640 mm
-    EXPECT_NEAR(p->y, -180 + face[i].y, 1e-9);
-    EXPECT_NEAR(p->z, face[i].z, 1e-9);
-  }
-}
-
-ReadOptions With640x360() {
-  ReadOptions options;
-  options.mesh.image = {{640, 360}};
-  return options;
-}
-
 } // namespace
 
 TEST(MeshCsv, EveryLayoutOfColumnsIsTheSameTake) {

@@ -2,6 +2,9 @@
 
 #include "host/base/point.h"
 #include "host/formats/mesh_mirror.h"
+#include "host/formats/read_take.h"
+
+#include <gtest/gtest.h>
 
 #include <cstddef>
 #include <vector>
@@ -32,4 +35,23 @@ inline std::vector<mien::Point> MeshFace(std::size_t points = mien::kMeshPoints)
 /// The face as a tracker sees it in an image of this many millimetres: parts of its width and height.
 inline mien::Point InImage(const mien::Point& p, double width = 640, double height = 360) {
   return {0.5 + p.x / width, 0.5 - p.y / height, -p.z / width};
+}
+
+/// Reads a take that a tracker saw in such an image.
+inline mien::ReadOptions With640x360() {
+  mien::ReadOptions options;
+  options.mesh.image = {{640, 360}};
+  return options;
+}
+
+/// Checks that a frame of a take, read with With640x360, has the face, `shift` millimetres to the left.
+inline void ExpectFace(const mien::Take& take, std::size_t frame, double shift) {
+  const std::vector<mien::Point> face = MeshFace(take.MarkerCount());
+  for (std::size_t i = 0; i < face.size(); ++i) {
+    const mien::Point* const p = take.At(frame, i);
+    ASSERT_NE(p, nullptr) << "frame " << frame << " point " << i;
+    EXPECT_NEAR(p->x, 320 + face[i].x + shift, 1e-9); // rounding of the text's decimals: 1e-13 of 640 mm
+    EXPECT_NEAR(p->y, -180 + face[i].y, 1e-9);
+    EXPECT_NEAR(p->z, face[i].z, 1e-9);
+  }
 }

@@ -53,23 +53,6 @@ std::string PythonResult(double shift) {
          "\"facial_transformation_matrixes\":[[[1,0,0,0],[0,1,0,0],[0,0,1,-50],[0,0,0,1]]]";
 }
 
-ReadOptions With640x360() {
-  ReadOptions options;
-  options.mesh.image = {{640, 360}};
-  return options;
-}
-
-void ExpectFace(const Take& take, std::size_t frame, double shift) {
-  const std::vector<Point> face = MeshFace(take.MarkerCount());
-  for (std::size_t i = 0; i < face.size(); ++i) {
-    const Point* const p = take.At(frame, i);
-    ASSERT_NE(p, nullptr) << "frame " << frame << " point " << i;
-    EXPECT_NEAR(p->x, 320 + face[i].x + shift, 1e-9); // rounding of the text's decimals: 1e-13 of 640 mm
-    EXPECT_NEAR(p->y, -180 + face[i].y, 1e-9);
-    EXPECT_NEAR(p->z, face[i].z, 1e-9);
-  }
-}
-
 } // namespace
 
 TEST(MeshJson, EveryFormOfResultsIsTheSameTake) {
