@@ -34,6 +34,7 @@ struct LiveOutput {
   bool learning = false;   ///< the neutral face is not known yet: all weights are 0
   bool face_seen = false;  ///< otherwise the face is lost: its last result is held, then fades to rest
   bool head_known = false; ///< otherwise it keeps its last pose
+  bool eyes_known = false; ///< this frame shows where they look; otherwise `eyes` is kept, then fades
   std::size_t unseen = 0;  ///< markers of the solve, or weights of the source, that the frame lacks
   double presence = 0;     ///< the share of what was measured in the weights: 1, less while a lost face fades
 

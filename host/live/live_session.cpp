@@ -198,6 +198,11 @@ void LiveSession::StartRecording(std::size_t face, const std::string& place) {
 
 void LiveSession::StopRecording(std::size_t face) { impl_->Require(face).recording.reset(); }
 
+bool LiveSession::IsRecording(std::size_t face) const {
+  const auto& recording = impl_->Require(face).recording;
+  return recording && recording->IsWhole();
+}
+
 const LiveStatistics& LiveSession::Statistics(std::size_t face) const {
   return impl_->Require(face).statistics;
 }

@@ -76,6 +76,7 @@ public:
   /// Throws InputError where a file cannot be written, or exists.
   void StartRecording(std::size_t face, const std::string& place);
   void StopRecording(std::size_t face);
+  bool IsRecording(std::size_t face) const;
 
   const LiveStatistics& Statistics(std::size_t face) const;
 

@@ -236,6 +236,7 @@ void MarkerSolver::SolveEyes(std::span<const std::optional<Point>> seen, double 
     moment.eyes[eye] = {.yaw = share * last_eyes_[eye].yaw, .pitch = share * last_eyes_[eye].pitch};
   }
   moment.has_eyes = true;
+  moment.eyes_known = eyes[0].has_value();
 }
 
 void MarkerSolver::FitShapes(std::span<const std::optional<Point>> seen, double elapsed_s,
