@@ -8,7 +8,8 @@
 
 namespace mien {
 
-/// What came out for a frame, kept for a caller. Its arrays stay in place as long as their sizes are the same.
+/// What came out for a frame, kept for a caller. Its arrays stay in place as long as their sizes are the
+/// same.
 struct FrameResult {
   LiveOutput output;
   Eyes eyes;                           ///< NaN where the source never shows them

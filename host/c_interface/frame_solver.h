@@ -17,8 +17,8 @@ struct mien_frame_solver : mien::Handle<mien_frame_solver> {
   static constexpr const char* kKind = "mien_frame_solver";
   static constexpr std::uint64_t kWord = 0x6d69656e'6672616d;
 
-  /// `candidates` are the markers that there may be. The setup has a neutral face. Throws InputError as LiveFace
-  /// does.
+  /// `candidates` are the markers that there may be. The setup has a neutral face. Throws InputError as
+  /// LiveFace does.
   mien_frame_solver(const std::vector<std::string>& candidates, const mien::LiveSetup& setup);
 
   mien::LiveFace face; ///< its layout does not change, since the neutral face is known
@@ -28,8 +28,8 @@ struct mien_frame_solver : mien::Handle<mien_frame_solver> {
   mien::FrameResult result; ///< of the last frame, always in the same place
   double time = -std::numeric_limits<double>::infinity();
 
-  /// `places` are consecutive coordinates (size: markers x 3). Allocates nothing once each set of visible head
-  /// markers has occurred.
+  /// `places` are consecutive coordinates (size: markers x 3). Allocates nothing once each set of visible
+  /// head markers has occurred.
   void Solve(const double* places, double time_s);
 
 private:

@@ -517,15 +517,15 @@ MIEN_HOST_API mien_status mien_animation_free(mien_animation* animation);
 /**@}*/
 
 /** @name Frame by frame
- * Solves frames as they arrive, without later frames: each is, to the bit, the frame of `mien solve --causal`.
- * Solving a frame allocates no memory once each set of visible head markers has occurred. */
+ * Solves frames as they arrive, without later frames: each is, to the bit, the frame of `mien solve
+ * --causal`. Solving a frame allocates no memory once each set of visible head markers has occurred. */
 /**@{*/
 
 /** Makes a solver for a performer. The neutral face is the performer's own, or is found in `take`, a
  * recording with the same markers, which also shows how the markers move with the skull. `take` and
- * `character` may be NULL. `settings`: #MIEN_STEP_SOLVE, as for a causal solve that learns from `take`: solver,
- * hold, fade, face-hold, face-fade, one-euro, ...; those that need later frames (smoothing, filling) or other
- * frames than those that arrive (output-rate, learn) have no effect. */
+ * `character` may be NULL. `settings`: #MIEN_STEP_SOLVE, as for a causal solve that learns from `take`:
+ * solver, hold, fade, face-hold, face-fade, one-euro, ...; those that need later frames (smoothing, filling)
+ * or other frames than those that arrive (output-rate, learn) have no effect. */
 MIEN_HOST_API mien_frame_solver* mien_frame_solver_new(const mien_performer* performer, const mien_take* take,
                                                        const mien_character* character,
                                                        const mien_settings* settings, mien_messages** errors);
@@ -565,8 +565,8 @@ MIEN_HOST_API const char* mien_frame_solver_name(const mien_frame_solver* solver
 /** Solves a frame and fills the arrays. `markers`: consecutive x, y, z of each marker, millimetres; NaN
  * where it is not seen (size: marker_count x 3). `time`: seconds, later than the previous frame. A missing
  * marker keeps its place for a moment and then fades to rest; a frame without any is one without the face,
- * which fades as a whole (docs/live.md). Fails for a `marker_count` that is not the solver's, and for infinite
- * positions and times; the arrays then stay as they are. */
+ * which fades as a whole (docs/live.md). Fails for a `marker_count` that is not the solver's, and for
+ * infinite positions and times; the arrays then stay as they are. */
 MIEN_HOST_API mien_status mien_frame_solver_solve(mien_frame_solver* solver, const double* markers,
                                                   size_t marker_count, double time, mien_messages** errors);
 MIEN_HOST_API mien_status mien_frame_solver_free(mien_frame_solver* solver);
@@ -574,10 +574,10 @@ MIEN_HOST_API mien_status mien_frame_solver_free(mien_frame_solver* solver);
 
 /** @name Live
  * Faces that move now, from any number of sources: frames go in, results come out, at once. Like a frame
- * solver, and also: sources of weights, a neutral face that is learned from the first seconds, clocks, late and
- * doubled frames, silent sources, recordings, statistics. docs/live.md explains all of these; the command
- * `mien live` is made of them. There are no threads and sockets. A frame allocates no memory once its kind has
- * occurred, except while the neutral face is being learned. */
+ * solver, and also: sources of weights, a neutral face that is learned from the first seconds, clocks, late
+ * and doubled frames, silent sources, recordings, statistics. docs/live.md explains all of these; the
+ * command `mien live` is made of them. There are no threads and sockets. A frame allocates no memory once
+ * its kind has occurred, except while the neutral face is being learned. */
 /**@{*/
 
 enum {
@@ -624,8 +624,8 @@ MIEN_HOST_API size_t mien_live_name_count(const mien_live* live, size_t face, mi
 MIEN_HOST_API const char* mien_live_name(const mien_live* live, size_t face, mien_names which, size_t index);
 
 /** What a source delivers for one face in one frame. Numbers may be anything: those that are infinite, or too
- * large to be positions (a kilometre), weights (a million) or angles (half a turn, for the eyes a quarter), are
- * counted and missing. Nothing of it is needed after the call. */
+ * large to be positions (a kilometre), weights (a million) or angles (half a turn, for the eyes a quarter),
+ * are counted and missing. Nothing of it is needed after the call. */
 typedef struct mien_live_frame {
   size_t struct_size;
   size_t face;    /**< its number */
@@ -666,9 +666,10 @@ typedef int32_t mien_live_verdict;
  * out succeed as well; they have no results. Fails for a face or a `value_count` that is wrong. */
 MIEN_HOST_API mien_status mien_live_feed(mien_live* live, const mien_live_frame* frame,
                                          mien_live_verdict* verdict, mien_messages** errors);
-/** Handles silent sources: a face that got no frame for a quarter of a second, or three frames if that is longer,
- * is lost, and frames without it are inserted so that it fades to rest. Their results replace those of the call
- * before. Call it about 30 times per second. `now`: seconds on the clock of mien_live_frame::arrival. */
+/** Handles silent sources: a face that got no frame for a quarter of a second, or three frames if that is
+ * longer, is lost, and frames without it are inserted so that it fades to rest. Their results replace those
+ * of the call before. Call it about 30 times per second. `now`: seconds on the clock of
+ * mien_live_frame::arrival. */
 MIEN_HOST_API mien_status mien_live_advance(mien_live* live, double now, mien_messages** errors);
 
 /** A result of the last ::mien_live_feed or ::mien_live_advance. */
@@ -696,15 +697,15 @@ MIEN_HOST_API mien_status mien_live_get_result(const mien_live* live, size_t ind
 MIEN_HOST_API mien_status mien_live_get_array(const mien_live* live, size_t index, mien_frame_array which,
                                               mien_array* array, mien_messages** errors);
 
-/** Learns the neutral face of a face of markers from its next frames, in which the performer keeps still. Does
- * nothing to weights. */
+/** Learns the neutral face of a face of markers from its next frames, in which the performer keeps still.
+ * Does nothing to weights. */
 MIEN_HOST_API mien_status mien_live_neutral_now(mien_live* live, size_t face, mien_messages** errors);
 /** 1 leaves out all frames that come in, until it is called with 0. */
 MIEN_HOST_API mien_status mien_live_pause(mien_live* live, int32_t paused, mien_messages** errors);
 /** Starts to record what comes in and what goes out: PLACE.csv, PLACE.out.csv, and where needed
- * PLACE.neutral.csv and PLACE.events.csv (docs/live.md). Resets what is held, faded or smoothed, so that a causal
- * solve of PLACE.csv with the same settings gives PLACE.out.csv, byte for byte. `place`: a path without an
- * ending. Fails where one of the files exists or cannot be written. */
+ * PLACE.neutral.csv and PLACE.events.csv (docs/live.md). Resets what is held, faded or smoothed, so that a
+ * causal solve of PLACE.csv with the same settings gives PLACE.out.csv, byte for byte. `place`: a path
+ * without an ending. Fails where one of the files exists or cannot be written. */
 MIEN_HOST_API mien_status mien_live_start_recording(mien_live* live, size_t face, const char* place,
                                                     mien_messages** errors);
 /** Does nothing without a recording. */
@@ -712,7 +713,8 @@ MIEN_HOST_API mien_status mien_live_stop_recording(mien_live* live, size_t face,
 /** Marks this moment in a face's recording, if there is one. */
 MIEN_HOST_API mien_status mien_live_mark(mien_live* live, size_t face, const char* label,
                                          mien_messages** errors);
-/** Adds the time from a frame's arrival to sending its result, which the program measures, to the statistics. */
+/** Adds the time from a frame's arrival to sending its result, which the program measures, to the
+ * statistics. */
 MIEN_HOST_API mien_status mien_live_add_latency(mien_live* live, size_t face, double seconds,
                                                 mien_messages** errors);
 

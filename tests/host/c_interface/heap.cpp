@@ -26,8 +26,8 @@ std::vector<std::vector<double>> FramesOf(const TakeHandle& take, const std::vec
   return frames;
 }
 
-/// Calls `solve(frame)` twice for each frame, and expects that the second time nothing is allocated: then every
-/// set of visible head markers has occurred.
+/// Calls `solve(frame)` twice for each frame, and expects that the second time nothing is allocated: then
+/// every set of visible head markers has occurred.
 template <class SolveFrame>
 void ExpectNoAllocations(const std::vector<std::vector<double>>& frames, const SolveFrame& solve) {
   for (const std::vector<double>& frame : frames) ASSERT_EQ(solve(frame), MIEN_OK);
