@@ -40,7 +40,7 @@ class Timecode:
     drop: bool = False
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)  # arrays have no truth value
 class LiveFrame:
     """A result: a face at one moment. It has its own arrays, which later frames do not change."""
 

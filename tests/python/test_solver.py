@@ -40,6 +40,17 @@ def test_frames_are_to_the_bit_those_of_a_causal_solve(samples, landmarks, posit
     assert np.ptp(animation.shapes[:, jaw]) > 0.3
 
 
+def test_frames_are_to_the_bit_those_of_the_command(samples, command, table, landmarks, tmp_path):
+    path = samples / "landmarks.csv"
+    command("solve", path, "-p", "landmarks68", "-c", "arkit52", "--solver", "fit", "--one-euro", "3:1", "--causal",
+            "--neutral-take", path, "-o", tmp_path / "causal.csv")
+    names, rows = table(tmp_path / "causal.csv")
+    solver = mien.Solver("landmarks68", "arkit52", take=landmarks, solver="fit", one_euro="3:1")
+    shapes = [solver.solve(dict(zip(landmarks.markers, points)), time).shapes.copy()
+              for points, time in zip(landmarks.positions, landmarks.times)]
+    assert list(solver.shape_names) == names and same_bits(shapes, rows[:, 2:])
+
+
 def test_eyes_and_clusters_are_to_the_bit_those_of_a_causal_solve(samples, markers):
     mesh = mien.read(samples / "mesh" / "wide.csv")
     looking = mien.solve(mesh, "landmarks478", causal=True, neutral_take=samples / "mesh" / "wide.csv")

@@ -121,6 +121,17 @@ TEST(CFrameSolver, FollowsTheEyes) {
   ASSERT_GT(ArrayOf(animation, MIEN_ANIMATION_EYES).shape[0], 0u);
   EXPECT_GT(stream.ExpectFramesOf(animation), 500u);
   EXPECT_EQ(At<std::uint8_t>(ArrayOf(stream.solver, MIEN_FRAME_KNOWN), {1}), 1);
+  const std::vector<double> last = ValuesOf(ArrayOf(stream.solver, MIEN_FRAME_EYES));
+  EXPECT_NE(last, std::vector<double>(4, 0));
+  for (std::size_t m = 0; m < stream.columns.size(); ++m)
+    if (stream.columns[m] >= 468) stream.frame[3 * m] = kNaN; // the irises
+  const double after = stream.TimeOf(mien_take_frame_count(stream.take.get()) - 1) + 0.4;
+  ASSERT_EQ(mien_frame_solver_solve(stream.solver.get(), stream.frame.data(), stream.columns.size(), after,
+                                    nullptr),
+            MIEN_OK);
+  EXPECT_EQ(At<std::uint8_t>(ArrayOf(stream.solver, MIEN_FRAME_KNOWN), {0}), 1);
+  EXPECT_EQ(At<std::uint8_t>(ArrayOf(stream.solver, MIEN_FRAME_KNOWN), {1}), 0);
+  EXPECT_EQ(ValuesOf(ArrayOf(stream.solver, MIEN_FRAME_EYES)), last); // kept for half a second
   Stream without("mesh/wide.csv", LoadPerformer("landmarks478"), nullptr, {{"no-gaze", "true"}});
   EXPECT_EQ(without.Solve(0), MIEN_OK);
   EXPECT_TRUE(std::isnan(At<double>(ArrayOf(without.solver, MIEN_FRAME_EYES), {0, 0})));
