@@ -517,8 +517,8 @@ MIEN_HOST_API mien_status mien_animation_free(mien_animation* animation);
 /**@}*/
 
 /** @name Frame by frame
- * Solves frames as they arrive, without later frames: each is, to the bit, the frame of `mien solve
- * --causal`. Solving a frame allocates no memory once each set of visible head markers has occurred. */
+ * Solves frames as they arrive, without later frames. The results are, to the bit, those of the command
+ * `mien solve --causal`. A frame allocates no memory once each set of visible head markers has occurred. */
 /**@{*/
 
 /** Makes a solver for a performer. The neutral face is the performer's own, or is found in `take`, a

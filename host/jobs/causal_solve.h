@@ -23,12 +23,12 @@ void CheckCausal(const RetargetJob& job);
 /// For programs. `frames` were read, `written` frames written.
 JsonValue AsJson(const CausalResult& causal, std::size_t frames, std::size_t written);
 
-/// What a job's settings mean for a face of markers: all of its setup but the performer, the character and the
-/// basis. Reads the job's neutral take. Throws InputError.
+/// What a job's settings mean for a face of markers: all of its setup but the performer, the character and
+/// the basis. Reads the job's neutral take. Throws InputError.
 LiveSetup SetupOf(const SolveJob& job);
 
-/// The same for a face of weights: all of its setup but the ranges and the character. The map is read if there
-/// is going to be a character.
+/// The same for a face of weights: all of its setup but the ranges and the character. The map is read if
+/// there is going to be a character.
 LiveSetup SetupOf(const RetargetJob& job, bool has_character);
 
 /// Solves a take. `character` may be null: then there are no shapes and clusters. `performer` has only the
