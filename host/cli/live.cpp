@@ -114,6 +114,7 @@ void RunLive(const LiveJob& job, Output& output) {
   std::mutex mutex; // for `shown`
   std::string shown;
   StatusLine* line = nullptr;
+  std::vector<Problem> faults;
   LiveStream stream(loop, job, [&](const Note& note) {
     if (line)
       line->Above([&] { output.Remark(note); });
@@ -151,10 +152,11 @@ void RunLive(const LiveJob& job, Output& output) {
       });
     if (output.json) loop.Every(1s, [&] { output.Event(StatusAsJson(stream, job)); });
     loop.Run();
-    stream.Finish();
+    faults = stream.Finish();
     line = nullptr;
   }
   Summarise(stream, job, output);
+  if (!faults.empty()) throw InputError(faults);
 }
 
 /// The values of --in and --out, for the help.

@@ -115,6 +115,7 @@ bool Set(StreamSink& sink, const std::string& name, const std::string& value) {
     sink.source = number;
     return true;
   }
+  if (name == "clusters" && sink.kind == Sink::Lines && value.empty()) return sink.clusters = true;
   if (name != "address" || sink.kind != Sink::Osc) return false;
   sink.address = value;
   return value.size() > 1 && value.starts_with('/') && !value.ends_with('/') && value.size() <= 100;
@@ -182,8 +183,9 @@ StreamSink ParseStreamSink(const std::string& text) {
   for (const auto& [name, value] : split.settings)
     if (!Set(sink, name, value))
       RefuseSetting(text, name,
-                    sink.kind == Sink::Osc ? std::vector<std::string>{"source=N", "address=/NAME"}
-                                           : std::vector<std::string>{"source=N"});
+                    sink.kind == Sink::Osc     ? std::vector<std::string>{"source=N", "address=/NAME"}
+                    : sink.kind == Sink::Lines ? std::vector<std::string>{"source=N", "clusters"}
+                                               : std::vector<std::string>{"source=N"});
   return sink;
 }
 

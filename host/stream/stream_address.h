@@ -37,6 +37,7 @@ struct StreamSink {
   std::uint16_t port = 0;        ///< for datagrams, and of Page, where 0 is any free port
   std::string file;              ///< of Lines and Record; "-" is standard output
   std::string address = "/mien"; ///< of Osc: the beginning of its addresses
+  bool clusters = false;         ///< of Lines: also the transforms of the character's clusters
 
   std::optional<std::size_t> source;
 

@@ -41,6 +41,8 @@ TEST(StreamAddress, ReadsSinks) {
   EXPECT_EQ(ParseStreamSink("page:8080").port, 8080);
   EXPECT_FALSE(ParseStreamSink("page:0").IsDatagrams());
   EXPECT_EQ(ParseStreamSink("lines:-").file, "-");
+  EXPECT_FALSE(ParseStreamSink("lines:-").clusters);
+  EXPECT_TRUE(ParseStreamSink("lines:out.jsonl?source=2&clusters").clusters);
   EXPECT_EQ(ParseStreamSink("record:shows/one").file, "shows/one");
 }
 
@@ -51,7 +53,7 @@ TEST(StreamAddress, RefusesWhatCannotBeMeantAndSaysWhatCould) {
     EXPECT_THROW(ParseStreamSource(text), InputError) << text;
   for (const char* text : {"", "vmc:39539", "vmc::39539", "vmc:host:0", "vmc:host:x", "record:-",
                            "record:", "lines:", "vmc:h:1?source=0", "vmc:h:1?address=/x", "osc:h:1?address=x",
-                           "page:", "page:host:8080"})
+                           "page:", "page:host:8080", "vmc:h:1?clusters", "lines:-?clusters=1"})
     EXPECT_THROW(ParseStreamSink(text), InputError) << text;
   try {
     ParseStreamSource("fone:1");
