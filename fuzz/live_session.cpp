@@ -4,9 +4,10 @@
 // Frames come in runs of a moving face, so that a few bytes suffice to learn it; between and within them, positions,
 // weights, times and timecodes are anything.
 
+#include "host/live/live_session.h"
+
 #include "host/base/error.h"
 #include "host/character/character_file.h"
-#include "host/live/live_session.h"
 #include "tests/host/plain_face.h"
 
 #include <algorithm>
@@ -39,6 +40,19 @@ void Require(bool holds) {
   if (!holds) std::abort();
 }
 
+mien::NeutralPose FaceWithIrises() {
+  mien::NeutralPose face = tests::PlainFace();
+  face["IrisL"] = {16, 48, 91};
+  face["IrisR"] = {-16, 48, 91};
+  return face;
+}
+
+mien::Performer PerformerWithIrises() {
+  mien::Performer performer = tests::PlainPerformer();
+  performer.irises = {{{"IrisL"}, {"IrisR"}}};
+  return performer;
+}
+
 /// What does not change between sequences.
 struct Fixed {
   std::shared_ptr<const mien::Character> arkit =
@@ -48,13 +62,13 @@ struct Fixed {
   std::shared_ptr<const mien::WeightMap> map =
       std::make_shared<const mien::WeightMap>(mien::LoadWeightMap("arkit52"));
   std::shared_ptr<const mien::Performer> learning =
-      std::make_shared<const mien::Performer>(tests::PlainPerformer());
+      std::make_shared<const mien::Performer>(PerformerWithIrises());
   std::shared_ptr<const mien::Performer> at_rest = AtRest();
   std::string folder = MakeFolder();
 
   static std::shared_ptr<const mien::Performer> AtRest() {
-    mien::Performer performer = tests::PlainPerformer();
-    performer.neutral = tests::PlainFace();
+    mien::Performer performer = PerformerWithIrises();
+    performer.neutral = FaceWithIrises();
     performer.rigid = performer.head;
     return std::make_shared<const mien::Performer>(performer);
   }
@@ -115,7 +129,9 @@ private:
       LiveSetup setup = Setup();
       const LiveSource source = Source(!setup.performer);
       const std::size_t number = session_.AddFace(source, setup);
-      faces_.push_back({.number = number, .source = source, .has_rate = setup.causal.output_rate.has_value()});
+      faces_.push_back(
+          {.number = number, .source = source, .has_rate = setup.causal.output_rate.has_value()});
+      if (bytes_.ConsumeBool()) Record(number);
       break;
     }
     case 8:
@@ -134,8 +150,7 @@ private:
     }
     case 11:
     case 12:
-      places_.push_back(fixed_.folder + "/" + std::to_string(places_.size() % 3));
-      session_.StartRecording(Face(), places_.back());
+      Record(Face());
       break;
     case 13:
       session_.StopRecording(Face());
@@ -152,12 +167,22 @@ private:
     }
   }
 
-  std::size_t Face() { return bytes_.ConsumeIntegralInRange<std::size_t>(0, 5); }
+  /// At a place that may be in use.
+  void Record(std::size_t face) {
+    places_.push_back(fixed_.folder + "/" + std::to_string(places_.size() % 8));
+    session_.StartRecording(face, places_.back());
+  }
+
+  /// The number of a face, or one that is not used.
+  std::size_t Face() {
+    const auto index = bytes_.ConsumeIntegralInRange<std::size_t>(0, faces_.size());
+    return index < faces_.size() ? faces_[index].number : 1000;
+  }
 
   /// Any number, of every kind.
   double Number() {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    constexpr std::array kKinds = {0.0,  -0.0,  1.0,   1e6,    -1e6,   1e7,       1e300,
+    constexpr std::array kKinds = {0.0,   -0.0,   1.0,    1e6,    -1e6,      1e7,       1e300,
                                    1e308, -1e300, 5e-324, 1e-300, kInfinity, -kInfinity};
     const auto kind = bytes_.ConsumeIntegralInRange<std::size_t>(0, 2 * kKinds.size());
     if (kind < kKinds.size()) return kKinds[kind];
@@ -183,6 +208,7 @@ private:
     causal.face_hold_s = bytes_.ConsumeFloatingPointInRange(0.0, 1.0);
     causal.face_fade_s = bytes_.ConsumeFloatingPointInRange(0.0, 1.0);
     if (bytes_.ConsumeBool()) causal.head_fit = mien::HeadFit::Markers;
+    if (bytes_.ConsumeIntegralInRange(0, 7) == 0) causal.solver = mien::ShapeSolver::Fit;
     if (bytes_.ConsumeBool())
       causal.smooth = mien::OneEuroSettings{.cutoff_hz = bytes_.ConsumeFloatingPointInRange(0.01, 100.0),
                                             .beta = bytes_.ConsumeFloatingPointInRange(0.0, 100.0)};
@@ -202,7 +228,7 @@ private:
     if (weights)
       source.names.insert(source.names.end(), {"jawOpen", "eyeBlinkLeft", "eyeLookInRight", "custom"});
     else
-      for (const auto& [name, place] : tests::PlainFace()) source.names.push_back(name);
+      for (const auto& [name, place] : FaceWithIrises()) source.names.push_back(name);
     return source;
   }
 
@@ -226,7 +252,7 @@ private:
     const double phase = 0.1 * frames_;
     for (const Known& known : faces_) {
       if (known.number != face) continue;
-      const mien::NeutralPose pose = tests::PlainFace();
+      const mien::NeutralPose pose = FaceWithIrises();
       for (const std::string& name : known.source.names) {
         const auto place = pose.find(name);
         input.weights.push_back(0.5 + 0.5 * std::sin(phase));
@@ -251,17 +277,18 @@ private:
     input.arrival_s = bytes_.ConsumeIntegralInRange(0, 7) == 0 ? Number() : now_s_;
     if (bytes_.ConsumeBool()) input.source_s = bytes_.ConsumeBool() ? Number() : now_s_;
     if (bytes_.ConsumeIntegralInRange(0, 3) == 0)
-      input.timecode = mien::LiveTimecode{.count = bytes_.ConsumeIntegral<std::int64_t>(),
-                                          .fraction = Number(),
-                                          .rate = {bytes_.ConsumeIntegral<std::int64_t>() >>
-                                                       bytes_.ConsumeIntegralInRange(0, 63),
-                                                   bytes_.ConsumeIntegralInRange<std::int64_t>(-1, 1001)},
-                                          .drop = bytes_.ConsumeBool()};
+      input.timecode = mien::LiveTimecode{
+          .count = bytes_.ConsumeIntegral<std::int64_t>(),
+          .fraction = Number(),
+          .rate = {bytes_.ConsumeIntegral<std::int64_t>() >> bytes_.ConsumeIntegralInRange(0, 63),
+                   bytes_.ConsumeIntegralInRange<std::int64_t>(-1, 1001)},
+          .drop = bytes_.ConsumeBool()};
     input.lost = bytes_.ConsumeIntegralInRange(0, 7) == 0;
     for (int change = bytes_.ConsumeIntegralInRange(0, 8); change > 0; --change) {
       const auto at = bytes_.ConsumeIntegralInRange<std::size_t>(0, 40);
       if (at < input.markers.size())
-        input.markers[at] = bytes_.ConsumeBool() ? std::optional(mien::Point{Number(), Number(), Number()}) : std::nullopt;
+        input.markers[at] =
+            bytes_.ConsumeBool() ? std::optional(mien::Point{Number(), Number(), Number()}) : std::nullopt;
       if (at < input.weights.size()) input.weights[at] = Number();
     }
     if (bytes_.ConsumeBool()) {
@@ -290,7 +317,8 @@ private:
       for (const mien::ClusterTransform& cluster : *clusters)
         Require(std::isfinite(cluster.translation.x) && std::isfinite(cluster.rotation.m[0][0]) &&
                 std::isfinite(cluster.scale.x));
-    Require(output.presence >= 0 && output.presence <= 1 && std::isfinite(output.time_s) && output.time_s >= 0);
+    Require(output.presence >= 0 && output.presence <= 1 && std::isfinite(output.time_s) &&
+            output.time_s >= 0);
     for (Known& known : faces_) {
       if (known.number != output.face) continue;
       Require(output.time_s > known.time_s);

@@ -122,7 +122,7 @@ struct Face {
   std::size_t number = 0; // in the session
   bool seen = false, learning = false;
   std::size_t recordings = 0;
-  bool is_recorded = false; // until its recording stops, or fails
+  bool is_recorded = false;                           // until its recording stops, or fails
   std::vector<std::unique_ptr<PacketWriter>> writers; // (size: sinks) null: nothing is sent
 };
 
@@ -185,7 +185,7 @@ struct LiveStream::Impl {
   std::size_t ended = 0; // sources
   double last_advance_s = 0;
   bool recording = false, paused = false, sent = false;
-  std::vector<Problem> faults; // of files
+  std::vector<Problem> faults;    // of files
   const LiveInput* fed = nullptr; // the one that the session is solving
 };
 
@@ -426,15 +426,16 @@ void LiveStream::Impl::StopRecordings() {
 /// Reports files that can no longer be written. The stream continues.
 void LiveStream::Impl::CheckFiles() {
   for (Face& face : faces)
-    if (const std::optional<Problem>& fault = session.RecordingFault(face.number); fault && face.is_recorded) {
+    if (const std::optional<Problem>& fault = session.RecordingFault(face.number);
+        fault && face.is_recorded) {
       face.is_recorded = false;
       Fail(InputError(*fault));
-      recording = std::any_of(faces.begin(), faces.end(), [](const Face& other) { return other.is_recorded; });
+      recording =
+          std::any_of(faces.begin(), faces.end(), [](const Face& other) { return other.is_recorded; });
     }
   for (Sink& sink : sinks) {
     if (!sink.lines || sink.lines->Error() == 0 || std::exchange(sink.has_failed, true)) continue;
-    const std::string what =
-        "cannot be written: " + std::generic_category().message(sink.lines->Error());
+    const std::string what = "cannot be written: " + std::generic_category().message(sink.lines->Error());
     if (sink.lines->Error() == EPIPE) // the reader has enough
       remark({Code::Ignored, "", fmt::format("{} {}; no more lines are sent", sink.spec.text, what)});
     else
@@ -532,7 +533,8 @@ void LiveStream::Control(const OscMessage& message) {
     TogglePause();
   else if (message.address == "/mien/mark")
     Mark(message.Begins("s") ? std::string(message.arguments[0].text) : "");
-  else if (message.address == "/mien/performer" && index_at(0) && (message.arguments.size() == 1 || index_at(1)))
+  else if (message.address == "/mien/performer" && index_at(0) &&
+           (message.arguments.size() == 1 || index_at(1)))
     SwitchPerformer(*index_at(0), index_at(1));
   else if (message.address == "/mien/quit")
     impl_->loop.Stop();

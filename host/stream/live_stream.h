@@ -47,7 +47,8 @@ public:
 
   // For the keyboard and for OSC. `source` is an index of LiveJob::sources whose faces are affected; without it,
   // all are.
-  void NeutralNow(std::optional<std::size_t> source = {}); ///< faces with markers learn their neutral face again
+  void
+  NeutralNow(std::optional<std::size_t> source = {}); ///< faces with markers learn their neutral face again
   void ToggleRecording(); ///< at the place of the record sink; without one, only a remark
   void TogglePause();
   void Mark(const std::string& label);

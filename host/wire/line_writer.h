@@ -21,7 +21,7 @@ public:
 
 private:
   struct Cluster {
-    std::string start;                                    // {"part":"jaw","cluster":"jawBone"
+    std::string start;                                                // {"part":"jaw","cluster":"jawBone"
     std::array<VgeQuaternion, 2> before = {VgeQuaternion(0, 0, 0, 1), // the last rotations: local, global
                                            VgeQuaternion(0, 0, 0, 1)};
   };

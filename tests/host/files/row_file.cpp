@@ -39,7 +39,8 @@ TEST_F(RowFiles, EachRowIsInTheFileAtOnce) {
 
 TEST_F(RowFiles, NoFileIsOverwritten) {
   Write("rows.csv", "former");
-  EXPECT_THAT(InputErrorOf([&] { RowFile file(Place("rows.csv")); }), HasSubstr("a file with this name exists"));
+  EXPECT_THAT(InputErrorOf([&] { RowFile file(Place("rows.csv")); }),
+              HasSubstr("a file with this name exists"));
   EXPECT_EQ(ReadFile(Place("rows.csv")), "former");
   EXPECT_THAT(InputErrorOf([&] { RowFile file(Place("no/rows.csv")); }),
               HasSubstr("cannot be created: No such file or directory"));

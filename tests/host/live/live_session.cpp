@@ -264,8 +264,8 @@ TEST_F(LiveSessionFiles, AFaceGoesOnWhenItsRecordingCannot) {
   setup.causal.learn_s = 0;
   std::size_t outputs = 0;
   LiveSession session([&](const LiveOutput&) { ++outputs; });
-  const std::size_t face = session.AddFace(
-      {.name = "m", .kind = LiveKind::Markers, .names = tests::EmptyTake().markers}, setup);
+  const std::size_t face =
+      session.AddFace({.name = "m", .kind = LiveKind::Markers, .names = tests::EmptyTake().markers}, setup);
   LiveInput input;
   input.face = face;
   for (const auto& [name, p] : tests::PlainFace()) input.markers.emplace_back(p);
