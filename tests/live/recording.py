@@ -7,7 +7,7 @@ import subprocess
 import tempfile
 import time
 
-from running import MIEN, SAMPLES, Live, check, mien, rows_of, wait_until
+from running import MIEN, SAMPLES, Live, check, mien, rows_of
 
 
 def a_recording_survives_a_kill():
