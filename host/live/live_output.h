@@ -17,7 +17,7 @@ namespace mien {
 /// Belongs to the session, which fills it again for each frame.
 struct LiveOutput {
   std::size_t face = 0;
-  std::int64_t frame = 0; ///< from 1, rising
+  std::int64_t frame = 0; ///< from 1, rising; with an output rate, from 1 again when the face restarts
   double time_s = 0;      ///< rising: the source's clock where it has one, from 0 at its first frame
   std::optional<Timecode> timecode; ///< of the face's first frame; this frame's is timecode->At(time_s)
   double timecode_offset_s = 0;     ///< by which the first frame is later than `timecode`
