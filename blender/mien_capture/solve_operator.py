@@ -5,6 +5,7 @@ from bpy.props import StringProperty
 from bpy_extras.io_utils import ImportHelper
 
 from . import onto_character, solving
+from .command_options import in_words_of_the_panel
 
 
 def _count(number, one, several=None):
@@ -106,8 +107,10 @@ class MIEN_OT_solve(bpy.types.Operator):
         return {"FINISHED"}
 
     def _fail(self, context, error):
-        context.scene.mien.report, context.scene.mien.report_is_error = str(error), True
-        self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, str(error))
+        settings = context.scene.mien
+        settings.report = in_words_of_the_panel(str(error), settings.bl_rna.properties)
+        settings.report_is_error = True
+        self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, settings.report)
         return False
 
 

@@ -31,6 +31,8 @@ class Request:
     read: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
     solve: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
     retarget: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
+    calibrate: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
+    neutral: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
     markers: bool = False  # whether the markers are wanted as well
 
 
@@ -76,19 +78,19 @@ def _performer(request, take):
     return performer
 
 
-def performer_file(request, kind, name):
+def performer_file(request, kind, name, poses=""):
     """(the text of a performer file, notes): the performer with the neutral face of the take ("neutral"), with the
-    ranges that it shows as well ("calibrate"), or a first one for unknown markers ("guess")."""
-    take, options = mien.read(request.path, **request.read), {"name": name}
-    if "neutral" in request.solve:
-        options["neutral"] = request.solve["neutral"]
+    ranges that it shows as well ("calibrate"; `poses` is the path of a guided take's table of poses, or empty), or a
+    first one for unknown markers ("guess")."""
+    take = mien.read(request.path, **request.read)
     if kind == "guess":
-        made = mien.Performer.guess(take, **options)
+        made = mien.Performer.guess(take, name=name, **request.neutral)
     elif kind == "neutral":
-        made = mien.Performer.load(_performer(request, take)).with_neutral(take, **options)
+        made = mien.Performer.load(_performer(request, take)).with_neutral(take, name=name, **request.neutral)
     else:
-        made = mien.calibrate(take, _performer(request, take), **options)
-    ranges = [f"{found.name}: {found.low:.3g} to {found.high:.3g}" for found in made.ranges if found.trusted]
+        made = mien.calibrate(take, _performer(request, take), name=name, poses=poses or None, **request.calibrate)
+    ranges = [f"{found.name}: {found.low:.3g} to {found.high:.3g}" if found.trusted else
+              f"{found.name}: not applied: {found.why}" for found in made.ranges if found.trusted or found.seen]
     return made.to_json(), [*map(str, made.notes), *ranges]
 
 

@@ -196,32 +196,6 @@ def phone():
         assert "expressions" not in json.load(file), "the timecode was taken for a pose"
 
 
-CHOICES = (
-    # take, the panel's choices, the command's options
-    ("landmarks.csv", {"solver": "fit", "neutral": "1-10", "smooth": 6, "smooth_weights": 5, "ranges": False},
-     ("solve", "-p", "landmarks68", "-c", "arkit52", "--solver", "fit", "--neutral", "1-10", "--smooth", "6",
-      "--smooth-weights", "5", "--no-ranges")),
-    ("mesh/wide.csv", {"image": (1280, 720), "mirrored": True, "smooth_gaze": 1},
-     ("solve", "-p", "landmarks478", "-c", "arkit52", "--image", "1280x720", "--mirrored", "--smooth-gaze", "1")),
-    ("mesh/results.json", {"weights": True, "swap_sides": True, "smooth_weights": 1},
-     ("retarget", "-c", "arkit52", "--swap-sides", "--smooth-weights", "1")),
-)
-
-
-def choices():
-    """The panel's choices do what the command's options do."""
-    for place, (take, chosen, options) in enumerate(CHOICES):
-        verb, *others = options
-        subprocess.run([MIEN, verb, f"{SAMPLES}/{take}", *others, "-q", "-o", f"{OUT}/choice{place}.json"], check=True)
-        fresh_head()
-        settings = bpy.context.scene.mien
-        settings.take = f"{SAMPLES}/{take}"
-        for name, value in chosen.items():
-            setattr(settings, name, value)
-        equal(bpy.ops.mien.solve(), {"FINISHED"}, take)
-        check_weights(solved(f"choice{place}"), {})
-
-
 def performers():
     """A performer of unknown markers, and of known ones with a neutral face, which the next solve uses."""
     fresh_head()
@@ -247,7 +221,6 @@ def main():
     picture()
     markers()
     phone()
-    choices()
     performers()
     print("all done")
 
