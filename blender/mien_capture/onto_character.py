@@ -72,7 +72,7 @@ def put(context, capture, targets):
     for mover, cluster in moving:
         mover.move(every.of(mover.block), frames, cluster)
     outcome.meshes, outcome.bones = len(meshes), len(movers)
-    outcome.notes += every.notes()
+    outcome.notes += every.notes() + _held(targets.objects, meshes, turning, moving)
     if shows_markers:
         markers_in_scene.show(context, capture, frames, start, rate)
     if targets.sets_scene:
@@ -96,6 +96,31 @@ class _Actions:
     def notes(self):
         return [f"the action {keys.kept} of {block.name} keeps playing, in the non-linear animation editor"
                 for block, keys in self._keys.items() if keys.kept]
+
+
+def _held(objects, meshes, turning, moving):
+    """Notes on what Blender shows in the place of the key frames."""
+    notes = []
+    for shape_keys, driven in meshes.items():
+        owner = shape_keys.user.name
+        data = shape_keys.animation_data
+        paths = {curve.data_path for curve in data.drivers if not curve.mute}
+        for what, fix, names in (
+                ("drivers move", "remove the drivers", [name for name in driven if _value_path(name) in paths]),
+                ("muted:", "tick them", [name for name in driven if shape_keys.key_blocks[name].mute])):
+            if names:
+                notes.append(f"{owner}: {what} {', '.join(names)}, not the key frames; {fix} in the list of shape keys")
+        if not shape_keys.use_relative:
+            notes.append(f"{owner}: its shape keys are absolute, and their values have no effect; tick Relative")
+    notes += [f"{thing.name}: shows only its active shape key; turn off the pin below the list of shape keys"
+              for thing in objects if thing.type == "MESH" and thing.show_only_shape_key
+              and thing.data.shape_keys in meshes]
+    for mover, translated in [(mover, shifts is not None) for mover, _, shifts in turning] + [
+            (mover, True) for mover, _ in moving]:
+        held = mover.held_by(translated)
+        if held:
+            notes.append(f"{mover.label}: {' and '.join(held)} may hold it")
+    return notes
 
 
 def _bind_meshes(capture, objects, outcome):
@@ -182,7 +207,11 @@ def _write_weights(shape_keys, driven, frames, capture, keys, outcome):
     for name, column in driven.items():
         key, values = shape_keys.key_blocks[name], capture.weights[:, column]
         _widen(key, values, outcome)
-        keys.write(f'key_blocks["{bpy.utils.escape_identifier(name)}"].value', frames, values)
+        keys.write(_value_path(name), frames, values)
+
+
+def _value_path(name):
+    return f'key_blocks["{bpy.utils.escape_identifier(name)}"].value'
 
 
 def _widen(key, values, outcome):

@@ -35,7 +35,7 @@ class MIEN_OT_performer(bpy.types.Operator, ExportHelper):
             name = bpy.path.display_name_from_filepath(path)
             text, notes = solving.performer_file(settings.request(), self.kind, name, bpy.path.abspath(self.poses))
             solving.write_whole(path, text)
-        except (solving.Refused, solving.Error, OSError) as error:
+        except (solving.Refused, solving.Error) as error:
             message = in_words_of_the_panel(str(error), settings.bl_rna.properties)
             settings.report, settings.report_is_error = message, True
             self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, message)

@@ -1,5 +1,6 @@
 """From a file to a capture, with the Python package `mien`: the only module that imports it."""
 
+import contextlib
 import dataclasses
 import fractions
 import json
@@ -37,7 +38,7 @@ class Request:
 
 
 class Refused(Exception):
-    """Settings are missing; the text says what to choose."""
+    """A setting is missing or wrong; the text says what to choose."""
 
 
 def capture(request, progress=None):
@@ -196,7 +197,13 @@ def check_character(text, name):
 
 
 def write_whole(path, text):
-    """Writes a file: all of it, or none."""
-    with open(f"{path}.part", "w", encoding="utf-8") as file:
-        file.write(text)
-    os.replace(f"{path}.part", path)
+    """Writes a file: all of it, or none. Raises Refused if it cannot be written."""
+    part = f"{path}.part"
+    try:
+        with open(part, "w", encoding="utf-8") as file:
+            file.write(text)
+        os.replace(part, path)
+    except OSError as error:
+        with contextlib.suppress(OSError):
+            os.remove(part)
+        raise Refused(f"{path}: the file cannot be written ({error.strerror}); choose another folder or name") from None

@@ -8,7 +8,6 @@ OUT has landmarks.json, markers.c3d, markers.json and phone.json of the command.
 import json
 import math
 import os
-import subprocess
 import sys
 from fractions import Fraction
 
@@ -196,32 +195,12 @@ def phone():
         assert "expressions" not in json.load(file), "the timecode was taken for a pose"
 
 
-def performers():
-    """A performer of unknown markers, and of known ones with a neutral face, which the next solve uses."""
-    fresh_head()
-    settings = bpy.context.scene.mien
-    settings.take, path = f"{SAMPLES}/markers.csv", f"{OUT}/guessed.json"
-    equal(bpy.ops.mien.performer(filepath=path, kind="neutral"), {"CANCELLED"}, "unknown markers")
-    equal(bpy.ops.mien.performer(filepath=path, kind="guess"), {"FINISHED"}, "a guess")
-    equal((settings.performer, settings.performer_file), ("file", path), "the panel's performer")
-    settings.performer, settings.take, path = "auto", f"{SAMPLES}/landmarks.csv", f"{OUT}/neutral.json"
-    settings.neutral = "1-10"
-    equal(bpy.ops.mien.performer(filepath=path, kind="neutral"), {"FINISHED"}, "a neutral face")
-    subprocess.run([MIEN, "performer", settings.take, "-p", "landmarks68", "--neutral", "1-10", "--name", "neutral",
-                    "-o", f"{OUT}/by_command.json", "-q"], check=True)
-    with open(path, encoding="utf-8") as saved, open(f"{OUT}/by_command.json", encoding="utf-8") as expected:
-        equal(saved.read(), expected.read(), "the saved performer")
-    equal(bpy.ops.mien.solve(), {"FINISHED"}, "solve")
-    equal(os.path.exists(f"{path}.part"), False, "an unfinished file")
-
-
 def main():
     add_on.install(ZIP)
     landmarks()
     picture()
     markers()
     phone()
-    performers()
     print("all done")
 
 
