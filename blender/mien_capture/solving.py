@@ -61,7 +61,8 @@ def capture(request, progress=None):
     try:
         animation = mien.retarget(request.path, character=character, **request.retarget, **watch)
     except mien.Error as error:
-        if no_take is not None and error.problems[0].code in _NO_WEIGHTS:
+        first = error.problems[0]
+        if no_take is not None and first.code in _NO_WEIGHTS and first.file == request.path:
             raise no_take from None
         raise
     return _capture(animation, character, None, False)
