@@ -1,5 +1,6 @@
 """Which properties of the panel are which options of the command, and their values."""
 
+import dataclasses
 import re
 
 import bpy
@@ -72,10 +73,13 @@ def _value(settings, name):
     return True if shown.type == "BOOLEAN" else value  # those that are ticked by default are "no" options
 
 
-def in_words_of_the_panel(text, properties):
-    """A message of the command's, with labels of the panel in the place of options: "--image" is "Image", and so is a
-    line's "image: "."""
+def message_of(error, properties):
+    """The text of an error. One of the package's has labels of the panel in the place of options: "Image", not "--image".
+    """
+    if not hasattr(error, "problems"):
+        return str(error)
     labels = {option_of(name).replace("_", "-"): properties[name].name for name in STEPS if name != "ranges_file"}
     labels["ranges"] = properties["ranges_file"].name
-    text = re.sub(r"--([a-z]+(?:-[a-z]+)*)", lambda found: labels.get(found[1], found[0]), text)
-    return re.sub(r"(?m)^([a-z]+(?:-[a-z]+)*)(?=: )", lambda found: labels.get(found[1], found[0]), text)
+    problems = [problem if problem.file else dataclasses.replace(problem, place=labels.get(problem.place, problem.place))
+                for problem in error.problems]
+    return re.sub(r"--([a-z]+(?:-[a-z]+)*)", lambda found: labels.get(found[1], found[0]), "\n".join(map(str, problems)))

@@ -14,8 +14,8 @@ from .movers import Bone, Object
 _SLIDER_LIMIT = 10  # Blender's
 
 
-class NothingToDrive(Exception):
-    """Nothing in the targets has the name of anything in the capture."""
+class CannotDrive(Exception):
+    """Nothing in the targets has the name of anything in the capture, or Blender does not let it be animated."""
 
 
 @dataclasses.dataclass
@@ -45,14 +45,15 @@ class Outcome:
 
 
 def put(context, capture, targets):
-    """Puts `capture` onto `targets`; returns the Outcome. Raises NothingToDrive before anything is changed."""
+    """Puts `capture` onto `targets`; returns the Outcome. Raises CannotDrive before anything is changed."""
     outcome = Outcome(frames=len(capture.times), notes=list(capture.notes))
     meshes = _bind_meshes(capture, targets.objects, outcome)
     turning = _turning(capture, targets, meshes)
     moving = _bind_clusters(capture, targets.objects, outcome)
     shows_markers = targets.shows_markers and capture.markers is not None
     if not meshes and not turning and not moving and not shows_markers:
-        raise NothingToDrive(_nothing(capture, targets.objects))
+        raise CannotDrive(_nothing(capture, targets.objects))
+    _check_animatable([*meshes, *(mover.block for mover, *_ in turning), *(mover.block for mover, _ in moving)])
     scene = context.scene
     start = scene_time.first_frame(capture.numbers)
     rate = scene_time.set_rate(scene, capture.rate) if targets.sets_scene else scene_time.scene_rate(scene)
@@ -81,6 +82,23 @@ def put(context, capture, targets):
     return outcome
 
 
+def _check_animatable(blocks):
+    """Raises CannotDrive for a data-block that cannot have a new action, or would not keep it."""
+    for block in blocks:
+        name = _owner(block).name
+        if block.library:
+            raise CannotDrive(f"{name}: this is linked from {block.library.filepath}, so its animation would not be saved; "
+                              "make it local (Object > Relations > Make Local), or deselect it")
+        if block.animation_data and block.animation_data.use_tweak_mode:
+            raise CannotDrive(f"{name}: its action is being edited in the non-linear animation editor; leave the tweak "
+                              "mode (Tab in that editor)")
+
+
+def _owner(block):
+    """The data-block that a user knows by its name: the mesh of shape keys."""
+    return block.user if isinstance(block, bpy.types.Key) and block.user else block
+
+
 class _Actions:
     """The new action of each data-block."""
 
@@ -89,8 +107,7 @@ class _Actions:
 
     def of(self, block):
         if block not in self._keys:
-            owner = block.user.name if isinstance(block, bpy.types.Key) and block.user else block.name
-            self._keys[block] = KeyFrames(block, f"{self._capture.name}: {owner}", self._capture)
+            self._keys[block] = KeyFrames(block, f"{self._capture.name}: {_owner(block).name}", self._capture)
         return self._keys[block]
 
     def notes(self):
@@ -102,16 +119,16 @@ def _held(objects, meshes, turning, moving):
     """Notes on what Blender shows in the place of the key frames."""
     notes = []
     for shape_keys, driven in meshes.items():
-        owner = shape_keys.user.name
-        data = shape_keys.animation_data
-        paths = {curve.data_path for curve in data.drivers if not curve.mute}
-        for what, fix, names in (
-                ("drivers move", "remove the drivers", [name for name in driven if _value_path(name) in paths]),
-                ("muted:", "tick them", [name for name in driven if shape_keys.key_blocks[name].mute])):
-            if names:
-                notes.append(f"{owner}: {what} {', '.join(names)}, not the key frames; {fix} in the list of shape keys")
+        owner = _owner(shape_keys).name
+        paths = {curve.data_path for curve in shape_keys.animation_data.drivers if not curve.mute}
+        by_drivers = [name for name in driven if _value_path(name) in paths]
+        muted = [name for name in driven if shape_keys.key_blocks[name].mute]
+        if by_drivers:
+            notes.append(f"{owner}: drivers replace the key frames of {', '.join(by_drivers)}; delete the drivers")
+        if muted:
+            notes.append(f"{owner}: muted shape keys do not move: {', '.join(muted)}; tick them in the list of shape keys")
         if not shape_keys.use_relative:
-            notes.append(f"{owner}: its shape keys are absolute, and their values have no effect; tick Relative")
+            notes.append(f"{owner}: its shape keys are absolute, so their values have no effect; tick Relative")
     notes += [f"{thing.name}: shows only its active shape key; turn off the pin below the list of shape keys"
               for thing in objects if thing.type == "MESH" and thing.show_only_shape_key
               and thing.data.shape_keys in meshes]

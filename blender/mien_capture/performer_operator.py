@@ -5,7 +5,7 @@ from bpy.props import EnumProperty, StringProperty
 from bpy_extras.io_utils import ExportHelper
 
 from . import solving
-from .command_options import in_words_of_the_panel
+from .command_options import message_of
 
 
 class MIEN_OT_performer(bpy.types.Operator, ExportHelper):
@@ -36,7 +36,7 @@ class MIEN_OT_performer(bpy.types.Operator, ExportHelper):
             text, notes = solving.performer_file(settings.request(), self.kind, name, bpy.path.abspath(self.poses))
             solving.write_whole(path, text)
         except (solving.Refused, solving.Error) as error:
-            message = in_words_of_the_panel(str(error), settings.bl_rna.properties)
+            message = message_of(error, settings.bl_rna.properties)
             settings.report, settings.report_is_error = message, True
             self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, message)
             return {"CANCELLED"}

@@ -5,7 +5,7 @@ from bpy.props import StringProperty
 from bpy_extras.io_utils import ImportHelper
 
 from . import onto_character, solving
-from .command_options import in_words_of_the_panel
+from .command_options import message_of
 
 
 def _count(number, one, several=None):
@@ -94,10 +94,10 @@ class MIEN_OT_solve(bpy.types.Operator):
             things = [bpy.data.objects[name] for name in self._names if name in bpy.data.objects]
             try:
                 outcome = onto_character.put(context, self._job.capture, context.scene.mien.targets(things))
-            except (onto_character.NothingToDrive, solving.Refused) as nothing:
+            except (onto_character.CannotDrive, solving.Refused) as nothing:
                 error = nothing
         if error is not None:
-            if not isinstance(error, (solving.Error, solving.Refused, onto_character.NothingToDrive)):
+            if not isinstance(error, (solving.Error, solving.Refused, onto_character.CannotDrive)):
                 raise error
             self._fail(context, error)
             return {"CANCELLED"}
@@ -108,7 +108,7 @@ class MIEN_OT_solve(bpy.types.Operator):
 
     def _fail(self, context, error):
         settings = context.scene.mien
-        settings.report = in_words_of_the_panel(str(error), settings.bl_rna.properties)
+        settings.report = message_of(error, settings.bl_rna.properties)
         settings.report_is_error = True
         self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, settings.report)
         return False

@@ -14,6 +14,7 @@ from . import axes, mien  # make_zip.py puts the package `mien` beside this file
 from .capture import Capture, Cluster, Markers, Transforms
 
 Error = mien.Error
+_SHOWN = 5  # markers in a message
 
 AUTO = "auto"
 _LANDMARKS = {68: "landmarks68", 468: "landmarks478", 478: "landmarks478"}  # performers by the number of markers
@@ -55,8 +56,11 @@ def capture(request, progress=None):
         except mien.Error as error:
             no_take = error
     if take is not None:
-        animation = mien.solve(take, performer=_performer(request, take), character=character, **request.solve,
-                               **watch)
+        try:
+            animation = mien.solve(take, performer=_performer(request, take), character=character, **request.solve,
+                                   **watch)
+        except mien.Error as error:
+            raise _with_markers(error, take) from None
         return _capture(animation, character, take, request.markers)
     try:
         animation = mien.retarget(request.path, character=character, **request.retarget, **watch)
@@ -74,10 +78,21 @@ def _performer(request, take):
     landmarks = {f"lm{i}" for i in range(len(take.markers))}
     performer = _LANDMARKS.get(len(take.markers)) if set(take.markers) == landmarks else None
     if performer is None:
-        first = ", ".join(take.markers[:3])
-        raise Refused(f"no built-in performer has the {len(take.markers)} markers of the take ({first}, ...): "
-                      "choose the performer file that defines them, or make one (Save performer > Unknown markers)")
+        raise Refused(f"{request.path}: no built-in performer has the {_markers_of(take)}; choose the performer file that "
+                      "defines them, or make one (Save performer > Unknown markers)")
     return performer
+
+
+def _markers_of(take):
+    shown = ", ".join(take.markers[:_SHOWN])
+    return f"{len(take.markers)} markers of the take ({shown}{', ...' if len(take.markers) > _SHOWN else ''})"
+
+
+def _with_markers(error, take):
+    """The error of a solve. Where it refers to a command that lists the markers, the text lists some of them."""
+    text = str(error)
+    without = text.replace("; `mien info` lists the markers that it has", "")
+    return error if without == text else Refused(f"{without}\nchoose the performer of the {_markers_of(take)}")
 
 
 def performer_file(request, kind, name, poses=""):

@@ -303,7 +303,7 @@ def check_panel(panel, command_options):
     print(f"{len(properties)} settings are shown, {stated} defaults compared")
 
 
-def check_words(command_options):
+def check_words():
     """A message of the command's names what the artist sees."""
     make_targets(["jawOpen"])
     settings = bpy.context.scene.mien
@@ -322,7 +322,7 @@ def main():
     add_on.install(ZIP)
     command_options = sys.modules[f"{add_on.NAME}.command_options"]
     check_panel(sys.modules[f"{add_on.NAME}.panel"], command_options)
-    check_words(command_options)
+    check_words()
     write_files()
     check_cases(command_options)
     print("all done")
