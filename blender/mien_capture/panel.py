@@ -28,23 +28,27 @@ class _Panel:
 
 
 class _Options(_Panel):
-    """A part of the panel that shows properties one below the other. `joined`: a heading, and properties below it."""
+    """A part of the panel that shows properties one below the other. `joined`: a heading, and properties below it.
+    `split`: names are on the left, which leaves less room for those of check boxes."""
 
     bl_parent_id = "MIEN_PT_capture"
     bl_options = {"DEFAULT_CLOSED"}
     shown = ()
     joined = ("", ())
+    split = True
 
     def draw(self, context):
         settings, layout = context.scene.mien, self.layout
-        layout.use_property_split = True
+        layout.use_property_split = self.split
         layout.use_property_decorate = False
         for name in self.shown:
             layout.prop(settings, name)
         heading, names = self.joined
-        column = layout.column(heading=heading, align=True)
-        for name in names:
-            column.prop(settings, name)
+        if names:
+            column = layout.column(align=True)
+            column.label(text=heading)
+            for name in names:
+                column.prop(settings, name)
 
 
 class MIEN_PT_capture(_Panel, bpy.types.Panel):
@@ -136,6 +140,7 @@ class MIEN_PT_file(_Options, bpy.types.Panel):
 class MIEN_PT_scene(_Options, bpy.types.Panel):
     bl_label = "Scene"
     shown = ("sets_scene", "markers")
+    split = False
 
 
 class MIEN_PT_character(_Panel, bpy.types.Panel):

@@ -51,12 +51,12 @@ class MIEN_PG_settings(bpy.types.PropertyGroup):
     level_lids: BoolProperty(name="Level lids", description="Removes from Eye.Close what lowered eyes cause; "
                              "for calibrated performers")
 
-    fill: StringProperty(name="Fill gaps", description="How gaps of face markers are filled: methods (hold, linear, cubic, "
+    fill: StringProperty(name="Fill", description="How gaps of face markers are filled: methods (hold, linear, cubic, "
                          "pattern) in the order in which they are tried, each with the longest gap in seconds, or none. "
                          "Empty: cubic:0.15,pattern:0.5")
-    fill_head: StringProperty(name="Fill head gaps", description="The same for the markers on the head. "
+    fill_head: StringProperty(name="Fill head", description="The same for the markers on the head. "
                               "Empty: pattern:2")
-    head_tolerance: FloatProperty(name="Head tolerance", default=6, min=0, soft_max=30, description="Leaves out a head "
+    head_tolerance: FloatProperty(name="Tolerance", default=6, min=0, soft_max=30, description="Leaves out a head "
                                   "marker in frames in which it is further than this from its place, in millimetres")
     keep_slipped: BoolProperty(name="Keep slipped", description="Uses all head markers, however far they are from their "
                                "places")
@@ -78,7 +78,7 @@ class MIEN_PG_settings(bpy.types.PropertyGroup):
     mirrored: BoolProperty(name="Mirrored", description="The video was mirrored, as selfie cameras show it: exchanges left "
                            "and right")
 
-    weights: BoolProperty(name="Recorded weights", description="Uses the weights of a file with landmarks and weights")
+    weights: BoolProperty(name="Use weights", description="Uses the weights of a file with landmarks and weights")
     map: StringProperty(name="Map", description="For a character: what the recorded weights mean to the face's templates, "
                         "as a map file. Empty: arkit52", subtype="FILE_PATH")
     ranges_file: StringProperty(name="Ranges", subtype="FILE_PATH",

@@ -280,7 +280,7 @@ def check_panel(panel, command_options):
                               preferences=SimpleNamespace(system=SimpleNamespace(ui_scale=1)))
     for drawn in panel.CLASSES:
         drawn.draw(SimpleNamespace(layout=Layout(shown), shown=getattr(drawn, "shown", ()),
-                                   joined=getattr(drawn, "joined", ("", ()))), context)
+                                   joined=getattr(drawn, "joined", ("", ())), split=True), context)
     properties = {name: one for name, one in settings.bl_rna.properties.items()
                   if name not in ("rna_type", "name") and not one.is_hidden}
     equal(shown, set(properties), "what the panel shows")
@@ -315,7 +315,7 @@ def check_words():
     assert 'there is no expression "Smile"' in settings.report, settings.report
     settings.expression, settings.fill = "", "cubik:1"
     equal(bpy.ops.mien.solve(), {"CANCELLED"}, "an unknown method")
-    assert settings.report.startswith('Fill gaps: "cubik:1" is not'), settings.report
+    assert settings.report.startswith('Fill: "cubik:1" is not'), settings.report
 
 
 def main():
