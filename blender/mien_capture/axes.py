@@ -9,9 +9,9 @@ METRES = 0.001  # in a millimetre
 TO_BLENDER = numpy.array([[1.0, 0, 0], [0, 0, -1], [0, 1, 0]])
 
 
-def points(positions):
-    """(... x 3) millimetres of the face's axes, in metres of Blender's."""
-    return positions @ TO_BLENDER.T * METRES
+def points(positions, scene):
+    """(... x 3) millimetres of the face's axes, in Blender's axes and the scene's unit, which is a metre by default."""
+    return positions @ TO_BLENDER.T * (METRES / scene.unit_settings.scale_length)
 
 
 def rotations(matrices):

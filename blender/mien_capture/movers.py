@@ -33,7 +33,7 @@ class Bone:
         self._bone.rotation_axis_angle = (0, 0, 1, 0)
 
     def turn(self, keys, frames, motions, shifts=None):
-        """Turns it about the scene's axes. `motions`: (frames x 3 x 3); `shifts`: metres, (frames x 3)."""
+        """Turns it about the scene's axes. `motions`: (frames x 3 x 3); `shifts`: (frames x 3) in the scene."""
         world = numpy.array(self.block.matrix_world.to_3x3() @ self._bone.bone.matrix_local.to_3x3())
         own = _normalised(world)
         self._write_rotation(keys, frames, axes.quaternions(own.T @ motions @ own))

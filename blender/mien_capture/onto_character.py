@@ -48,7 +48,7 @@ def put(context, capture, targets):
     """Puts `capture` onto `targets`; returns the Outcome. Raises CannotDrive before anything is changed."""
     outcome = Outcome(frames=len(capture.times), notes=list(capture.notes))
     meshes = _bind_meshes(capture, targets.objects, outcome)
-    turning = _turning(capture, targets, meshes)
+    turning = _turning(capture, targets, meshes, context.scene)
     moving = _bind_clusters(capture, targets.objects, outcome)
     shows_markers = targets.shows_markers and capture.markers is not None
     if not meshes and not turning and not moving and not shows_markers:
@@ -166,11 +166,11 @@ def _follows_eyes(meshes):
     return any(meant and meant[0].startswith("eyeLook") for meant in meanings)
 
 
-def _turning(capture, targets, meshes):
+def _turning(capture, targets, meshes, scene):
     """[(mover, rotations, shifts)] of the head and the eyes, in Blender's axes."""
     turning = []
     if targets.head and capture.head is not None:
-        shifts = axes.points(capture.head[:, :3, 3]) if targets.head_moves else None
+        shifts = axes.points(capture.head[:, :3, 3], scene) if targets.head_moves else None
         turning.append((targets.head, axes.rotations(capture.head[:, :3, :3]), shifts))
     if capture.eyes is not None:
         eyes = targets.eyes

@@ -174,14 +174,14 @@ def check_moves(animation):
             add_on.select([block])
         settings = bpy.context.scene.mien
         settings.take, settings.head, settings.head_bone = f"{SAMPLES}/landmarks.csv", block, bone
-        for moving in (False, True, True):  # the third solve replaces the second
+        for moving, metre in ((False, 1), (True, 1), (True, 100)):  # the third scene is in centimetres
             rest = place_of(block, bone)
-            settings.head_moves = moving
+            settings.head_moves, bpy.context.scene.unit_settings.scale_length = moving, 1 / metre
             equal(bpy.ops.mien.solve(), {"FINISHED"}, settings.report)
-            compared = Comparison(f"places of {bone or 'an object'}", 2e-6)  # metres, in single precision
+            compared = Comparison(f"places of {bone or 'an object'}", 2e-6)  # in single precision
             for index in add_on.ten_of(len(animation["times"])):
                 bpy.context.scene.frame_set(bpy.context.scene.frame_start + index)
-                move = moves[index] if moving else numpy.zeros(3)
+                move = moves[index] * metre if moving else numpy.zeros(3)
                 compared.add(rest + move, place_of(block, bone), f"frame {index}")
             compared.end(30)
             add_on.put_at_rest(block)

@@ -4,7 +4,6 @@ and what keeps a shape key or a bone where it is.
 blender --background --factory-startup --python life.py -- ADD_ON.zip MIEN SAMPLES OUT
 """
 
-import json
 import os
 import shutil
 import sys
@@ -204,6 +203,23 @@ def held_shape_keys():
     equal(plays(face, "eyeBlinkLeft", 5), True, "without its driver, the key plays")
 
 
+def sliders():
+    """Blender limits a shape key to its slider, which the add-on widens to what the weights need, at most to its limit."""
+    table = f"{OUT}/life.weights.csv"
+    with open(table, "w", encoding="utf-8") as file:
+        file.write("frame,time,jawOpen,mouthLeft,mouthRight\n1,0,-0.73,1.62,0.2\n2,0.04,0.4,12.5,0.3\n")
+    settings, face = fresh_head(table)
+    settings.character = "none"
+    keys = face.data.shape_keys.key_blocks
+    keys["mouthRight"].slider_max = 2.5
+    report = solve()
+    for name, least, most in (("jawOpen", -0.8, 1), ("mouthLeft", 0, 10), ("mouthRight", 0, 2.5)):
+        assert numpy.allclose((keys[name].slider_min, keys[name].slider_max), (least, most)), name
+    bpy.context.scene.frame_set(1)
+    assert numpy.allclose((keys["jawOpen"].value, keys["mouthLeft"].value), (-0.73, 1.62), atol=1e-6), "played"
+    assert "weights of mouthLeft range from 1.6 to 12.5; Blender limits them to -10 to 10" in report, report
+
+
 def held_bones():
     """Constraints, and "Move" of a bone that is connected to its parent."""
     add_on.empty_scene()
@@ -272,7 +288,7 @@ def in_edit_mode():
 
 def main():
     add_on.install(ZIP)
-    for part in (registered_twice, updated, saved_and_reopened, other_formats, wrong_files, shared_mesh, held_shape_keys,
+    for part in (registered_twice, updated, saved_and_reopened, other_formats, wrong_files, shared_mesh, sliders, held_shape_keys,
                  held_bones, not_animatable, in_edit_mode):
         part()
         print(f"-- {part.__name__}", flush=True)
