@@ -44,6 +44,14 @@ def quaternions(matrices):
     return found
 
 
+def axis_angles(quats):
+    """(frames x 4) angle in radians and axis, of (frames x 4) quaternions w, x, y, z. Where nothing turns, the axis is z."""
+    sines = numpy.linalg.norm(quats[:, 1:], axis=1)
+    still = sines < 1e-12  # Blender's own conversion, in single precision, loses turns of less than 0.0003
+    turns = numpy.where(still[:, None], (0, 0, 1), quats[:, 1:] / numpy.where(still, 1, sines)[:, None])
+    return numpy.column_stack([2 * numpy.arctan2(sines, quats[:, 0]), turns])
+
+
 def matrices(quats):
     """(... x 3 x 3) of (... x 4) quaternions x, y, z, w."""
     q = numpy.asarray(quats) / numpy.linalg.norm(quats, axis=-1, keepdims=True)

@@ -107,15 +107,14 @@ def _write_turns(keys, path, mode, frames, quaternions):
     if mode == "QUATERNION":
         keys.write_vector(path + "quaternion", frames, quaternions)
         return
+    if mode == "AXIS_ANGLE":
+        keys.write_vector(path + "axis_angle", frames, axes.axis_angles(quaternions))
+        return
     rows, last = [], None
     for quaternion in map(Quaternion, quaternions):
-        if mode == "AXIS_ANGLE":
-            axis, angle = quaternion.to_axis_angle()
-            rows.append((angle, *axis))
-        else:
-            last = quaternion.to_euler(mode, last) if last else quaternion.to_euler(mode)
-            rows.append(tuple(last))
-    keys.write_vector(path + ("axis_angle" if mode == "AXIS_ANGLE" else "euler"), frames, numpy.array(rows))
+        last = quaternion.to_euler(mode, last) if last else quaternion.to_euler(mode)
+        rows.append(tuple(last))
+    keys.write_vector(path + "euler", frames, numpy.array(rows))
 
 
 def rest_in_parent(bone):
