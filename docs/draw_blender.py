@@ -1,7 +1,8 @@
 """Draws docs/blender.png: the sample head in Blender, driven by the sample take, and the add-on's panel.
 
 BLENDER_USER_SCRIPTS=$(mktemp -d) xvfb-run -a -s "-screen 0 1200x760x24" blender --enable-event-simulate \\
-  --factory-startup -p 0 0 1200 760 --python docs/draw_blender.py -- build/release/blender/mien_capture-*.zip docs/blender.png
+  --factory-startup -p 0 0 1200 760 --python docs/draw_blender.py -- \\
+  build/release/blender/mien_capture-*.zip docs/blender.png
 
 Run it from the source tree.
 """

@@ -74,12 +74,12 @@ def _value(settings, name):
 
 
 def message_of(error, properties):
-    """The text of an error. One of the package's has labels of the panel in the place of options: "Image", not "--image".
-    """
+    """The text of an error. One of the package's has the panel's labels instead of options: "Image", not "--image"."""
     if not hasattr(error, "problems"):
         return str(error)
     labels = {option_of(name).replace("_", "-"): properties[name].name for name in STEPS if name != "ranges_file"}
     labels["ranges"] = properties["ranges_file"].name
-    problems = [problem if problem.file else dataclasses.replace(problem, place=labels.get(problem.place, problem.place))
-                for problem in error.problems]
-    return re.sub(r"--([a-z]+(?:-[a-z]+)*)", lambda found: labels.get(found[1], found[0]), "\n".join(map(str, problems)))
+    lines = [str(problem if problem.file
+                 else dataclasses.replace(problem, place=labels.get(problem.place, problem.place)))
+             for problem in error.problems]
+    return re.sub(r"--([a-z]+(?:-[a-z]+)*)", lambda found: labels.get(found[1], found[0]), "\n".join(lines))

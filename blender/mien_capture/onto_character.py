@@ -87,8 +87,8 @@ def _check_animatable(blocks):
     for block in blocks:
         name = _owner(block).name
         if block.library:
-            raise CannotDrive(f"{name}: this is linked from {block.library.filepath}, so its animation would not be saved; "
-                              "make it local (Object > Relations > Make Local), or deselect it")
+            raise CannotDrive(f"{name}: this is linked from {block.library.filepath}, so its animation would not be "
+                              "saved; make it local (Object > Relations > Make Local), or deselect it")
         if block.animation_data and block.animation_data.use_tweak_mode:
             raise CannotDrive(f"{name}: its action is being edited in the non-linear animation editor; leave the tweak "
                               "mode (Tab in that editor)")
@@ -126,7 +126,8 @@ def _held(objects, meshes, turning, moving):
         if by_drivers:
             notes.append(f"{owner}: drivers replace the key frames of {', '.join(by_drivers)}; delete the drivers")
         if muted:
-            notes.append(f"{owner}: muted shape keys do not move: {', '.join(muted)}; tick them in the list of shape keys")
+            notes.append(f"{owner}: muted shape keys do not move: {', '.join(muted)}; tick them in the list of shape "
+                         "keys")
         if not shape_keys.use_relative:
             notes.append(f"{owner}: its shape keys are absolute, so their values have no effect; tick Relative")
     notes += [f"{thing.name}: shows only its active shape key; turn off the pin below the list of shape keys"

@@ -78,8 +78,8 @@ def _performer(request, take):
     landmarks = {f"lm{i}" for i in range(len(take.markers))}
     performer = _LANDMARKS.get(len(take.markers)) if set(take.markers) == landmarks else None
     if performer is None:
-        raise Refused(f"{request.path}: no built-in performer has the {_markers_of(take)}; choose the performer file that "
-                      "defines them, or make one (Save performer > Unknown markers)")
+        raise Refused(f"{request.path}: no built-in performer has the {_markers_of(take)}; choose the performer file "
+                      "that defines them, or make one (Save performer > Unknown markers)")
     return performer
 
 

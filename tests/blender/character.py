@@ -141,7 +141,8 @@ def check_command(arguments, what, armature, skin):
             expected = (Matrix.Translation(local["translation"][index][column])
                         @ Quaternion((w, x, y, z)).to_matrix().to_4x4()
                         @ Matrix.Diagonal([*local["scale"][index][column], 1]))
-            bones.add(numpy.array(expected), in_parent(shown[cluster["cluster"]]), f"frame {index}, {cluster['cluster']}")
+            name = cluster["cluster"]
+            bones.add(numpy.array(expected), in_parent(shown[name]), f"frame {index}, {name}")
         values = {key.name: key.value for key in skin.data.shape_keys.key_blocks}
         for name, weight in zip(animation["shapes"]["names"], animation["shapes"]["weights"][index]):
             if name in values:

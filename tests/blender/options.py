@@ -80,7 +80,8 @@ CASES = (
     (PAIR, {"mirrored": True}, ["--mirrored"]),
     (PAIR, {"smooth_gaze": 0.3}, ["--smooth-gaze", "0.3"]),
     (NAMED, {"smooth_weights": 0.7}, ["--smooth-weights", "0.7"]),
-    (NAMED, {"output_rate": "25", "timecode": "01:00:00:00@25"}, ["--output-rate", "25", "--timecode", "01:00:00:00@25"]),
+    (NAMED, {"output_rate": "25", "timecode": "01:00:00:00@25"},
+     ["--output-rate", "25", "--timecode", "01:00:00:00@25"]),
     (PUPPETS, {"output_rate": "60", "fade": 0.5, "expression": "Stern=-0.5"},
      ["--output-rate", "60", "--fade", "0.5", "--expression", "Stern=-0.5"]),
     (ONTO_PUPPET, {"expression": "Content=1"}, ["--expression", "Content=1"]),
@@ -104,7 +105,8 @@ def write_rows(path, rows):
 def write_gaps():
     """Long gaps of a lip and of two head markers, and a head marker that slips by 12 mm."""
     header, *rows = rows_of(f"{SAMPLES}/markers.csv")
-    for name, first, last in (("LipLowerMid", 60, 100), ("ChinMid", 60, 100), ("HeadTop", 120, 165), ("HeadL", 150, 200)):
+    for name, first, last in (("LipLowerMid", 60, 100), ("ChinMid", 60, 100), ("HeadTop", 120, 165),
+                              ("HeadL", 150, 200)):
         column = header.index(f"{name}.x")
         for row in rows[first:last]:
             row[column:column + 3] = "", "", ""
@@ -129,8 +131,8 @@ def write_basis():
     points = values[:, :3]
     add_on.empty_scene()
     mesh = bpy.data.meshes.new("Basis")
-    every = range(len(points))
-    mesh.from_pydata([(x, -z, y) for x, y, z in points], [], [(i, (i + 1) % len(points), (i + 2) % len(points)) for i in every])
+    triangles = [(i, i + 1, i + 2) for i in range(len(points) - 2)]
+    mesh.from_pydata([(x, -z, y) for x, y, z in points], [], triangles)
     thing = bpy.data.objects.new("Basis", mesh)
     bpy.context.scene.collection.objects.link(thing)
     thing.shape_key_add(name="Basis")
@@ -220,7 +222,8 @@ def check(case, properties, options, compared, snapped):
     else:
         equal(head.animation_data and head.animation_data.action, None, f"{name}: the head")
     start = animation.get("timecode") or ""
-    equal([marker.name for marker in bpy.context.scene.timeline_markers], [start.partition("@")[0]] if start else [], name)
+    markers = [marker.name for marker in bpy.context.scene.timeline_markers]
+    equal(markers, [start.partition("@")[0]] if start else [], name)
     return weights, times, head_motion, start
 
 
