@@ -126,6 +126,8 @@ class MIEN_OT_import(bpy.types.Operator, ImportHelper):
         settings = context.scene.mien
         for name in ("performer", "character", "solver", "markers", "sets_scene"):
             self.layout.prop(settings, name)
+            if name + "_file" in settings.bl_rna.properties and getattr(settings, name) == "file":
+                self.layout.prop(settings, name + "_file", text="File")
 
     def execute(self, context):
         context.scene.mien.take = self.filepath

@@ -284,6 +284,11 @@ def check_panel(panel, command_options):
     for drawn in panel.CLASSES:
         drawn.draw(SimpleNamespace(layout=Layout(shown), shown=getattr(drawn, "shown", ()),
                                    joined=getattr(drawn, "joined", ("", ())), split=True), context)
+    imported = set()
+    import_panel = sys.modules[f"{add_on.NAME}.solve_operator"].MIEN_OT_import.draw
+    import_panel(SimpleNamespace(layout=Layout(imported)), context)
+    equal(imported, {"performer", "performer_file", "character", "character_file", "solver", "markers", "sets_scene"},
+          "what the file browser shows")
     properties = {name: one for name, one in settings.bl_rna.properties.items()
                   if name not in ("rna_type", "name") and not one.is_hidden}
     equal(shown, set(properties), "what the panel shows")
