@@ -296,6 +296,11 @@ def check_panel(panel, command_options):
         assert one.description and not one.description.endswith("."), f"{name} has no tooltip, or one with a full stop"
     mien = sys.modules[f"{add_on.NAME}.mien"]
     stated = 0
+    for step in ("read", "solve", "retarget", "calibrate"):
+        options = {option.name for option in mien.options(step)}
+        for name, steps in command_options.STEPS.items():
+            given = step in steps or (step == "retarget" and name in ("image", "face_width", "mirrored"))
+            equal(given, command_options.option_of(name) in options, f"{step} has {name}")
     for name, steps in command_options.STEPS.items():
         for step in steps:
             step = "calibrate" if step == "neutral" else step
