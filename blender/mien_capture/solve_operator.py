@@ -31,12 +31,17 @@ class MIEN_OT_solve(bpy.types.Operator):
     bl_idname = "mien.solve"
     bl_label = "Solve"
     bl_options = {"REGISTER", "UNDO"}
+    _running = False  # beside the interface
 
     def invoke(self, context, _event):
         if bpy.app.background:
             return self.execute(context)
+        if MIEN_OT_solve._running:
+            self.report({"WARNING"}, "a take is being solved; Esc cancels it")
+            return {"CANCELLED"}
         if not self._prepare(context):
             return {"CANCELLED"}
+        MIEN_OT_solve._running = True
         self._job.start()
         manager = context.window_manager
         manager.progress_begin(0, 100)
@@ -63,6 +68,7 @@ class MIEN_OT_solve(bpy.types.Operator):
         self._end(context)
 
     def _end(self, context):
+        MIEN_OT_solve._running = False
         manager = context.window_manager
         manager.event_timer_remove(self._timer)
         manager.progress_end()
@@ -81,14 +87,23 @@ class MIEN_OT_solve(bpy.types.Operator):
             settings.targets([])
         except solving.Refused as refusal:
             return self._fail(context, refusal)
-        # Their names: while the solve runs, an undo replaces objects, and the user may delete some.
+        # Their names: while the solve runs, an undo replaces objects, and the user may delete some, or go to another
+        # scene.
         self._names = [thing.name for thing in context.selected_objects]
+        self._scene = context.scene.name
         return True
 
     def _finish(self, context):
-        if self._job.cancelled:
+        scene = bpy.data.scenes.get(self._scene)
+        if self._job.cancelled or scene is None:
             self.report({"INFO"}, "cancelled; nothing was changed")
             return {"CANCELLED"}
+        if scene == context.scene:
+            return self._put(context)
+        with context.temp_override(scene=scene, view_layer=scene.view_layers[0]):
+            return self._put(context)
+
+    def _put(self, context):
         error = self._job.error
         if error is None:
             things = [bpy.data.objects[name] for name in self._names if name in bpy.data.objects]

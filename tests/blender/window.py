@@ -128,6 +128,18 @@ def steps():
     yield 0.5
     equal(state(), solved, "after one redo")
 
+    # A second solve is refused while one runs, which ends in its own scene although another one is shown by then.
+    first, other = bpy.context.scene, bpy.data.scenes.new("Other")
+    first.render.fps = 24
+    solve()
+    with view():
+        equal(bpy.ops.mien.solve("INVOKE_DEFAULT"), {"CANCELLED"}, "a second solve beside the first")
+    bpy.context.window_manager.windows[0].scene = other
+    yield from until(lambda: ends, "the solve goes on")
+    equal(ends.pop(), {"FINISHED"}, "the solve of the scene that is not shown")
+    equal((bpy.context.scene.name, first.render.fps, other.render.fps, other.frame_end), ("Other", 30, 24, 250), "scenes")
+    equal((first.mien.report.splitlines()[0], other.mien.report), (solved[3], ""), "reports")
+
 
 def run():
     """A step each time that Blender has nothing else to do; leaves without questions about unsaved changes."""
