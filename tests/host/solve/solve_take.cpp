@@ -937,7 +937,7 @@ TEST(SolveReport, SwappedLidsAreFlaggedHoweverTheWeightsAreSmoothed) {
   SolveOptions smooth;
   smooth.smooth_weights_hz = 6;
   for (const SolveOptions& options : {SolveOptions(), smooth}) {
-    const std::vector<mien::QualityFlag> flags = Solve(take, options).report.quality.flags;
+    const mien::QualityFlags flags = Solve(take, options).report.quality.flags;
     ASSERT_THAT(flags, SizeIs(1));
     EXPECT_EQ(flags[0].kind, mien::FlagKind::Swap);
     EXPECT_THAT(flags[0].markers, ElementsAre("LidUpL", "LidUpR"));
