@@ -1,6 +1,7 @@
 #include "host/solve/solve_shapes.h"
 
 #include "host/base/face_parts.h"
+#include "host/base/long_vector.h"
 #include "host/base/parallel.h"
 #include "host/base/statistics.h"
 #include "host/cleaning/fill_gaps.h"
@@ -16,14 +17,18 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 
 namespace mien {
 
 namespace {
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 /// What the markers are, and how they are weighed.
 struct Observer {
@@ -101,19 +106,45 @@ NeutralPose RestOf(const Take& stable, const Performer& performer, const Neutral
   return rest;
 }
 
+/// All positions, marker by marker (size: markers x frames); NaN for gaps. Reading them so from the take would
+/// fetch all of it for each marker.
+LongVector<Point> PlacesByMarker(const Take& take, std::size_t threads) {
+  constexpr Point kGap = {kNone, kNone, kNone};
+  const std::size_t frames = take.FrameCount();
+  LongVector<Point> places;
+  places.extend(take.MarkerCount() * frames);
+  ForRanges(threads, frames, kFramesAtOnce, [&](std::size_t first, std::size_t end) {
+    constexpr std::size_t kInCache = 32; // frames
+    for (std::size_t from = first; from < end; from += kInCache) {
+      const std::size_t count = std::min(kInCache, end - from);
+      for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
+        const std::span<Point> of_marker = places.subspan(m * frames + from, count);
+        for (std::size_t i = 0; i < count; ++i) {
+          const Point* const p = take.At(from + i, m);
+          of_marker[i] = p ? *p : kGap;
+        }
+      }
+    }
+  });
+  return places;
+}
+
 /// The standard deviation of each marker's coordinates from frame to frame (size: markers). A quarter of the
 /// second differences are small in any take: in these the face hardly moves. 0 for a marker without them.
 std::vector<double> NoiseOf(const Take& stable, std::size_t threads) {
   constexpr double kQuarter = 0.3186; // the lower quarter of |x| for a standard deviation of 1
+  const std::size_t frames = stable.FrameCount();
+  const LongVector<Point> places = PlacesByMarker(stable, threads);
   std::vector<double> noise(stable.MarkerCount());
   OnThreads(threads, stable.MarkerCount(), [&](std::size_t, std::size_t m) {
     std::array<std::vector<double>, 3> bends;
-    for (std::size_t f = 1; f + 1 < stable.FrameCount(); ++f) {
-      const Point *const a = stable.At(f - 1, m), *const b = stable.At(f, m), *const c = stable.At(f + 1, m);
-      if (!a || !b || !c) continue;
-      bends[0].push_back(std::fabs(a->x - 2 * b->x + c->x));
-      bends[1].push_back(std::fabs(a->y - 2 * b->y + c->y));
-      bends[2].push_back(std::fabs(a->z - 2 * b->z + c->z));
+    for (std::size_t f = 1; f + 1 < frames; ++f) {
+      const std::span<const Point> around = places.subspan(m * frames + f - 1, 3);
+      const Point &a = around[0], &b = around[1], &c = around[2];
+      if (std::isnan(a.x) || std::isnan(b.x) || std::isnan(c.x)) continue;
+      bends[0].push_back(std::fabs(a.x - 2 * b.x + c.x));
+      bends[1].push_back(std::fabs(a.y - 2 * b.y + c.y));
+      bends[2].push_back(std::fabs(a.z - 2 * b.z + c.z));
     }
     double squares = 0;
     for (std::vector<double>& bend : bends) {
