@@ -187,8 +187,7 @@ void FindLimits(const Animation& solved, FoundFlags& flags) {
 
 class MarkerPlaces {
 public:
-  MarkerPlaces(const Take& face, const FaceSolver& solver, std::size_t threads)
-      : face_(face), solver_(solver) {
+  MarkerPlaces(const Take& face, const FaceSolver& solver, std::size_t threads) : face_(face) {
     for (const Point& p : solver.RestPlaces()) rest_.push_back(Vector(p));
     parts_.resize(rest_.size());
     for (std::size_t part = 0; part < 9; ++part)
@@ -304,7 +303,6 @@ private:
   }
 
   const Take& face_;
-  const FaceSolver& solver_;
   std::vector<VgeTVector> rest_;
   std::vector<std::vector<std::size_t>> parts_;    // that a marker drives
   std::vector<std::vector<Neighbour>> neighbours_; // of each marker, by how far apart they rest
