@@ -100,8 +100,7 @@ bool JsonEvents::parse_error(std::size_t /*at*/, const std::string& /*token*/,
   return false;
 }
 
-JsonStream::JsonStream(std::string_view bytes)
-    : bytes_(bytes), has_nan_(HasNan(bytes)), at_(bytes.data()) {}
+JsonStream::JsonStream(std::string_view bytes) : bytes_(bytes), has_nan_(HasNan(bytes)), at_(bytes.data()) {}
 
 std::size_t JsonStream::Line() const {
   return 1 + static_cast<std::size_t>(std::count(bytes_.data(), at_, '\n'));
