@@ -7,9 +7,9 @@
 
 #include "host/cleaning/rigid_fits.h"
 #include "host/performer/neutral.h"
+#include "host/performer/neutral_head.h"
 #include "host/performer/performer_file.h"
 #include "host/performer/rigid_head.h"
-#include "host/solve/frame_solver.h"
 #include "host/solve/head_track.h"
 #include "host/takes/marker_indices.h"
 #include "samples/synthetic_performance.h"
@@ -87,8 +87,8 @@ bool TimeTake(const char* name, const Take& take, const mien::Performer& perform
   const double learned = Time(take, [&] { LearnRigidHead(take, performer); });
   const double found = Time(take, [&] { FindNeutral(take, performer, std::nullopt, &rigid); });
   const double tracked = Time(take, [&] {
-    mien::FrameSolver solver(performer, neutral, &rigid);
-    TrackHead(take, solver, {});
+    const mien::HeadSolver head(performer, neutral, NeutralHead(performer, neutral), &rigid);
+    TrackHead(take, head, {});
   });
   std::printf("| %s, %zu rigid | %.2f | %.2f | %.2f | %.3f | %.3f |\n", name, rigid.markers.size(), learned,
               found, tracked, Time(take, fit_each), Time(take, fit_many));

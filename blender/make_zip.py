@@ -39,6 +39,11 @@ def replaced(data, old, new):
 def main():
     version, package, out, *libraries = sys.argv[1:]
     with zipfile.ZipFile(out, "w", zipfile.ZIP_DEFLATED) as archive:
+        # The folder's own entry lets Blender remove an earlier version. It would otherwise write into the library of a
+        # running one, and crash.
+        folder = zipfile.ZipInfo(f"{ADD_ON.name}/", TIME)
+        folder.external_attr = 0o40755 << 16
+        archive.writestr(folder, b"")
         for name, data in contents(version, pathlib.Path(package), [pathlib.Path(path) for path in libraries]):
             info = zipfile.ZipInfo(f"{ADD_ON.name}/{name}", TIME)
             info.external_attr, info.compress_type = 0o644 << 16, zipfile.ZIP_DEFLATED

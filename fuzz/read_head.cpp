@@ -8,6 +8,7 @@
 #include "host/gltf/head_surface.h"
 #include "host/gltf/morph_targets.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -91,7 +92,9 @@ void ReadHead(std::string_view bytes) {
     for (const auto& head_node : {std::optional<std::string>(), std::optional<std::string>("Head")}) {
       const auto animated = Animated(head, head_node);
       if (!animated) continue;
-      Require(animated->binary.starts_with(head.binary) && animated->further_chunks == head.further_chunks);
+      Require(animated->binary.size() >= head.binary.size() &&
+              std::equal(head.binary.begin(), head.binary.end(), animated->binary.begin()) &&
+              animated->further_chunks == head.further_chunks);
       const auto animations = head.json.find("animations");
       Require(animated->json["animations"].size() ==
               (animations == head.json.end() ? 0 : animations->size()) + 1);

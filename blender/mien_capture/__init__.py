@@ -9,7 +9,14 @@ bl_info = {
     "category": "Import-Export",
 }
 
+import sys
+
 import bpy
+
+# Blender updates an add-on without a restart: what the earlier version imported must not be found again.
+for _name in [name for name in sys.modules if name.startswith(f"{__name__}.")]:
+    del sys.modules[_name]
+    globals().pop(_name.rpartition(".")[2], None)
 
 from . import character_export, panel, performer_operator, settings, solve_operator
 

@@ -9,9 +9,9 @@ METRES = 0.001  # in a millimetre
 TO_BLENDER = numpy.array([[1.0, 0, 0], [0, 0, -1], [0, 1, 0]])
 
 
-def points(positions):
-    """(... x 3) millimetres of the face's axes, in metres of Blender's."""
-    return positions @ TO_BLENDER.T * METRES
+def points(positions, scene):
+    """(... x 3) millimetres of the face's axes, in Blender's axes and the scene's unit, which is a metre by default."""
+    return positions @ TO_BLENDER.T * (METRES / scene.unit_settings.scale_length)
 
 
 def rotations(matrices):
@@ -42,6 +42,14 @@ def quaternions(matrices):
     flips = numpy.einsum("fi,fi->f", found[1:], found[:-1]) < 0
     found[1:] *= numpy.cumprod(numpy.where(flips, -1, 1))[:, None]
     return found
+
+
+def axis_angles(quats):
+    """(frames x 4) angle in radians and axis, of (frames x 4) quaternions w, x, y, z. Where nothing turns, the axis is z."""
+    sines = numpy.linalg.norm(quats[:, 1:], axis=1)
+    still = sines < 1e-12  # Blender's own conversion, in single precision, loses turns of less than 0.0003
+    turns = numpy.where(still[:, None], (0, 0, 1), quats[:, 1:] / numpy.where(still, 1, sines)[:, None])
+    return numpy.column_stack([2 * numpy.arctan2(sines, quats[:, 0]), turns])
 
 
 def matrices(quats):

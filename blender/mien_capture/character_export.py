@@ -183,16 +183,16 @@ class MIEN_OT_export_character(bpy.types.Operator, ExportHelper):
     filter_glob: StringProperty(default="*.json", options={"HIDDEN"})
 
     def execute(self, context):
+        path = bpy.path.abspath(self.filepath)
         try:
-            name = bpy.path.display_name_from_filepath(self.filepath)
-            text, notes = export(context, context.selected_objects, name)
-            solving.write_whole(self.filepath, text)
-        except (NothingToExport, solving.Error, OSError) as error:
+            text, notes = export(context, context.selected_objects, bpy.path.display_name_from_filepath(path))
+            solving.write_whole(path, text)
+        except (NothingToExport, solving.Refused, solving.Error) as error:
             self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, str(error))
             return {"CANCELLED"}
         for note in notes:
             self.report({"WARNING"}, note)
-        self.report({"INFO"}, f"wrote {self.filepath}")
+        self.report({"INFO"}, f"wrote {path}")
         return {"FINISHED"}
 
 

@@ -16,22 +16,22 @@ def show(context, capture, frames, start, rate):
     A marker is hidden in its gaps. `frames` are those of the animation; the markers have their own times, which
     begin with the same frame `start`.
     """
-    markers = capture.markers
+    markers, unit = capture.markers, context.scene.unit_settings.scale_length
     _remove(capture.name)
     collection = bpy.data.collections.new(f"{capture.name}: markers")
     collection[_TAKE] = capture.name
     context.scene.collection.children.link(collection)
     parent = bpy.data.objects.new(f"{capture.name}: markers", None)
-    parent.empty_display_size = 0.05
+    parent.empty_display_size = 0.05 / unit
     collection.objects.link(parent)
     if len(frames) != len(markers.times) or not numpy.array_equal(capture.times, markers.times):
         frames = scene_time.places(markers.times, rate, start)
     for column, name in enumerate(markers.names):
         empty = bpy.data.objects.new(name, None)
-        empty.empty_display_type, empty.empty_display_size = "SPHERE", _SIZE
+        empty.empty_display_type, empty.empty_display_size = "SPHERE", _SIZE / unit
         empty.parent = parent
         collection.objects.link(empty)
-        _write(empty, frames, axes.points(markers.positions[:, column]), capture)
+        _write(empty, frames, axes.points(markers.positions[:, column], context.scene), capture)
     return parent
 
 

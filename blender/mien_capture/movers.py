@@ -33,7 +33,7 @@ class Bone:
         self._bone.rotation_axis_angle = (0, 0, 1, 0)
 
     def turn(self, keys, frames, motions, shifts=None):
-        """Turns it about the scene's axes. `motions`: (frames x 3 x 3); `shifts`: metres, (frames x 3)."""
+        """Turns it about the scene's axes. `motions`: (frames x 3 x 3); `shifts`: (frames x 3) in the scene."""
         world = numpy.array(self.block.matrix_world.to_3x3() @ self._bone.bone.matrix_local.to_3x3())
         own = _normalised(world)
         self._write_rotation(keys, frames, axes.quaternions(own.T @ motions @ own))
@@ -51,20 +51,14 @@ class Bone:
         keys.write_vector(self._path + "scale", frames, motion.scales / rest.scales)
 
     def _write_rotation(self, keys, frames, quaternions):
-        mode = self._bone.rotation_mode
-        if mode == "QUATERNION":
-            keys.write_vector(self._path + "rotation_quaternion", frames, quaternions)
-            return
-        rows, last = [], None
-        for quaternion in map(Quaternion, quaternions):
-            if mode == "AXIS_ANGLE":
-                axis, angle = quaternion.to_axis_angle()
-                rows.append((angle, *axis))
-            else:
-                last = quaternion.to_euler(mode, last) if last else quaternion.to_euler(mode)
-                rows.append(tuple(last))
-        name = "rotation_axis_angle" if mode == "AXIS_ANGLE" else "rotation_euler"
-        keys.write_vector(self._path + name, frames, numpy.array(rows))
+        _write_turns(keys, self._path + "rotation_", self._bone.rotation_mode, frames, quaternions)
+
+    def held_by(self, translated):
+        """What may keep it where it is, for a report; empty if there is nothing."""
+        held = _constraints(self._bone)
+        if translated and self._bone.bone.use_connect:
+            held.append("the connection to its parent (Connected, in edit mode)")
+        return held
 
 
 class Object:
@@ -75,25 +69,52 @@ class Object:
         self.label = thing.name
 
     def rest(self):
-        """Puts it at rest, and lets it turn by quaternions."""
-        self.block.rotation_mode = "QUATERNION"
+        """Puts it at rest. It turns by Euler angles or by quaternions: there is no delta of an axis and an angle."""
+        if self.block.rotation_mode == "AXIS_ANGLE":
+            self.block.rotation_mode = "QUATERNION"
         self.block.delta_location, self.block.delta_scale = (0, 0, 0), (1, 1, 1)
-        self.block.delta_rotation_quaternion = (1, 0, 0, 0)
+        self.block.delta_rotation_quaternion, self.block.delta_rotation_euler = (1, 0, 0, 0), (0, 0, 0)
 
     def turn(self, keys, frames, motions, shifts=None):
         parents = numpy.array((self.block.matrix_world @ self.block.matrix_basis.inverted()).to_3x3())
         across = _normalised(parents)
-        keys.write_vector("delta_rotation_quaternion", frames, axes.quaternions(across.T @ motions @ across))
+        self._write_rotation(keys, frames, axes.quaternions(across.T @ motions @ across))
         if shifts is not None:
             keys.write_vector("delta_location", frames, shifts @ numpy.linalg.inv(parents).T)
 
     def move(self, keys, frames, cluster):
         rest, motion = cluster.rest, cluster.motion
-        own = numpy.array(self.block.rotation_quaternion.to_matrix())
+        own = numpy.array(self.block.matrix_basis.to_quaternion().to_matrix())
         turns = axes.rotations(rest.rotations[0].T @ motion.rotations)
         keys.write_vector("delta_location", frames, (motion.translations - rest.translations) @ axes.TO_BLENDER.T)
-        keys.write_vector("delta_rotation_quaternion", frames, axes.quaternions(own @ turns @ own.T))
+        self._write_rotation(keys, frames, axes.quaternions(own @ turns @ own.T))
         keys.write_vector("delta_scale", frames, (motion.scales / rest.scales)[:, [0, 2, 1]])
+
+    def _write_rotation(self, keys, frames, quaternions):
+        _write_turns(keys, "delta_rotation_", self.block.rotation_mode, frames, quaternions)
+
+    def held_by(self, _translated):
+        return _constraints(self.block)
+
+
+def _constraints(owner):
+    return [f"the constraint {constraint.name}" for constraint in owner.constraints
+            if not constraint.mute and constraint.influence > 0]
+
+
+def _write_turns(keys, path, mode, frames, quaternions):
+    """The curves of a rotation in a rotation mode. `path` ends before "quaternion", "euler" or "axis_angle"."""
+    if mode == "QUATERNION":
+        keys.write_vector(path + "quaternion", frames, quaternions)
+        return
+    if mode == "AXIS_ANGLE":
+        keys.write_vector(path + "axis_angle", frames, axes.axis_angles(quaternions))
+        return
+    rows, last = [], None
+    for quaternion in map(Quaternion, quaternions):
+        last = quaternion.to_euler(mode, last) if last else quaternion.to_euler(mode)
+        rows.append(tuple(last))
+    keys.write_vector(path + "euler", frames, numpy.array(rows))
 
 
 def rest_in_parent(bone):

@@ -14,8 +14,8 @@ from .movers import Bone, Object
 _SLIDER_LIMIT = 10  # Blender's
 
 
-class NothingToDrive(Exception):
-    """Nothing in the targets has the name of anything in the capture."""
+class CannotDrive(Exception):
+    """Nothing in the targets has the name of anything in the capture, or Blender does not let it be animated."""
 
 
 @dataclasses.dataclass
@@ -45,14 +45,15 @@ class Outcome:
 
 
 def put(context, capture, targets):
-    """Puts `capture` onto `targets`; returns the Outcome. Raises NothingToDrive before anything is changed."""
+    """Puts `capture` onto `targets`; returns the Outcome. Raises CannotDrive before anything is changed."""
     outcome = Outcome(frames=len(capture.times), notes=list(capture.notes))
     meshes = _bind_meshes(capture, targets.objects, outcome)
-    turning = _turning(capture, targets, meshes)
+    turning = _turning(capture, targets, meshes, context.scene)
     moving = _bind_clusters(capture, targets.objects, outcome)
     shows_markers = targets.shows_markers and capture.markers is not None
     if not meshes and not turning and not moving and not shows_markers:
-        raise NothingToDrive(_nothing(capture, targets.objects))
+        raise CannotDrive(_nothing(capture, targets.objects))
+    _check_animatable([*meshes, *(mover.block for mover, *_ in turning), *(mover.block for mover, _ in moving)])
     scene = context.scene
     start = scene_time.first_frame(capture.numbers)
     rate = scene_time.set_rate(scene, capture.rate) if targets.sets_scene else scene_time.scene_rate(scene)
@@ -72,13 +73,30 @@ def put(context, capture, targets):
     for mover, cluster in moving:
         mover.move(every.of(mover.block), frames, cluster)
     outcome.meshes, outcome.bones = len(meshes), len(movers)
-    outcome.notes += every.notes()
+    outcome.notes += every.notes() + _held(targets.objects, meshes, turning, moving)
     if shows_markers:
         markers_in_scene.show(context, capture, frames, start, rate)
     if targets.sets_scene:
         _set_range(scene, capture, frames)
     scene.frame_set(int(frames[0]))
     return outcome
+
+
+def _check_animatable(blocks):
+    """Raises CannotDrive for a data-block that cannot have a new action, or would not keep it."""
+    for block in blocks:
+        name = _owner(block).name
+        if block.library:
+            raise CannotDrive(f"{name}: this is linked from {block.library.filepath}, so its animation would not be "
+                              "saved; make it local (Object > Relations > Make Local), or deselect it")
+        if block.animation_data and block.animation_data.use_tweak_mode:
+            raise CannotDrive(f"{name}: its action is being edited in the non-linear animation editor; leave the tweak "
+                              "mode (Tab in that editor)")
+
+
+def _owner(block):
+    """The data-block that a user knows by its name: the mesh of shape keys."""
+    return block.user if isinstance(block, bpy.types.Key) and block.user else block
 
 
 class _Actions:
@@ -89,13 +107,38 @@ class _Actions:
 
     def of(self, block):
         if block not in self._keys:
-            owner = block.user.name if isinstance(block, bpy.types.Key) and block.user else block.name
-            self._keys[block] = KeyFrames(block, f"{self._capture.name}: {owner}", self._capture)
+            self._keys[block] = KeyFrames(block, f"{self._capture.name}: {_owner(block).name}", self._capture)
         return self._keys[block]
 
     def notes(self):
         return [f"the action {keys.kept} of {block.name} keeps playing, in the non-linear animation editor"
                 for block, keys in self._keys.items() if keys.kept]
+
+
+def _held(objects, meshes, turning, moving):
+    """Notes on what Blender shows in the place of the key frames."""
+    notes = []
+    for shape_keys, driven in meshes.items():
+        owner = _owner(shape_keys).name
+        paths = {curve.data_path for curve in shape_keys.animation_data.drivers if not curve.mute}
+        by_drivers = [name for name in driven if _value_path(name) in paths]
+        muted = [name for name in driven if shape_keys.key_blocks[name].mute]
+        if by_drivers:
+            notes.append(f"{owner}: drivers replace the key frames of {', '.join(by_drivers)}; delete the drivers")
+        if muted:
+            notes.append(f"{owner}: muted shape keys do not move: {', '.join(muted)}; tick them in the list of shape "
+                         "keys")
+        if not shape_keys.use_relative:
+            notes.append(f"{owner}: its shape keys are absolute, so their values have no effect; tick Relative")
+    notes += [f"{thing.name}: shows only its active shape key; turn off the pin below the list of shape keys"
+              for thing in objects if thing.type == "MESH" and thing.show_only_shape_key
+              and thing.data.shape_keys in meshes]
+    for mover, translated in [(mover, shifts is not None) for mover, _, shifts in turning] + [
+            (mover, True) for mover, _ in moving]:
+        held = mover.held_by(translated)
+        if held:
+            notes.append(f"{mover.label}: {' and '.join(held)} may hold it")
+    return notes
 
 
 def _bind_meshes(capture, objects, outcome):
@@ -124,11 +167,11 @@ def _follows_eyes(meshes):
     return any(meant and meant[0].startswith("eyeLook") for meant in meanings)
 
 
-def _turning(capture, targets, meshes):
+def _turning(capture, targets, meshes, scene):
     """[(mover, rotations, shifts)] of the head and the eyes, in Blender's axes."""
     turning = []
     if targets.head and capture.head is not None:
-        shifts = axes.points(capture.head[:, :3, 3]) if targets.head_moves else None
+        shifts = axes.points(capture.head[:, :3, 3], scene) if targets.head_moves else None
         turning.append((targets.head, axes.rotations(capture.head[:, :3, :3]), shifts))
     if capture.eyes is not None:
         eyes = targets.eyes
@@ -182,7 +225,11 @@ def _write_weights(shape_keys, driven, frames, capture, keys, outcome):
     for name, column in driven.items():
         key, values = shape_keys.key_blocks[name], capture.weights[:, column]
         _widen(key, values, outcome)
-        keys.write(f'key_blocks["{bpy.utils.escape_identifier(name)}"].value', frames, values)
+        keys.write(_value_path(name), frames, values)
+
+
+def _value_path(name):
+    return f'key_blocks["{bpy.utils.escape_identifier(name)}"].value'
 
 
 def _widen(key, values, outcome):

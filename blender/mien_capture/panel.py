@@ -27,6 +27,30 @@ class _Panel:
     bl_category = "mien"
 
 
+class _Options(_Panel):
+    """A part of the panel that shows properties one below the other. `joined`: a heading, and properties below it.
+    `split`: names are on the left, which leaves less room for those of check boxes."""
+
+    bl_parent_id = "MIEN_PT_capture"
+    bl_options = {"DEFAULT_CLOSED"}
+    shown = ()
+    joined = ("", ())
+    split = True
+
+    def draw(self, context):
+        settings, layout = context.scene.mien, self.layout
+        layout.use_property_split = self.split
+        layout.use_property_decorate = False
+        for name in self.shown:
+            layout.prop(settings, name)
+        heading, names = self.joined
+        if names:
+            column = layout.column(align=True)
+            column.label(text=heading)
+            for name in names:
+                column.prop(settings, name)
+
+
 class MIEN_PT_capture(_Panel, bpy.types.Panel):
     bl_label = "Face capture"
 
@@ -42,7 +66,12 @@ class MIEN_PT_capture(_Panel, bpy.types.Panel):
         layout.prop(settings, "character")
         if settings.character == "file":
             layout.prop(settings, "character_file", text="File")
+        if settings.character != "none":
+            layout.prop(settings, "expression")
         layout.prop(settings, "solver")
+        if settings.solver == "fit":
+            layout.prop(settings, "basis")
+            layout.prop(settings, "basis_landmarks")
         selected = [thing.name for thing in context.selected_objects if thing.type in {"MESH", "ARMATURE"}]
         layout.label(text="Onto: " + (", ".join(selected) or "nothing is selected"))
         layout.operator(MIEN_OT_solve.bl_idname, text="Solve", icon="PLAY")
@@ -82,32 +111,36 @@ class MIEN_PT_head(_Panel, bpy.types.Panel):
         layout.prop(settings, "head_moves")
 
 
-class MIEN_PT_cleaning(_Panel, bpy.types.Panel):
+class MIEN_PT_neutral(_Options, bpy.types.Panel):
+    bl_label = "Neutral face and ranges"
+    shown = ("neutral", "ranges", "level_lids")
+
+
+class MIEN_PT_cleaning(_Options, bpy.types.Panel):
     bl_label = "Cleaning"
-    bl_parent_id = "MIEN_PT_capture"
-    bl_options = {"DEFAULT_CLOSED"}
-
-    def draw(self, context):
-        settings, layout = context.scene.mien, self.layout
-        layout.use_property_split = True
-        layout.use_property_decorate = False
-        layout.prop(settings, "neutral")
-        column = layout.column(heading="Smooth", align=True)
-        for name in ("smooth", "smooth_weights", "smooth_gaze"):
-            column.prop(settings, name)
-        for name in ("ranges", "level_lids", "image", "mirrored", "input_rate", "weights", "swap_sides", "ranges_file"):
-            layout.prop(settings, name)
+    shown = ("fill", "fill_head", "head_tolerance", "keep_slipped", "fade", "gaze")
+    joined = ("Smooth", ("smooth", "smooth_weights", "smooth_gaze"))
 
 
-class MIEN_PT_scene(_Panel, bpy.types.Panel):
+class MIEN_PT_mesh(_Options, bpy.types.Panel):
+    bl_label = "478 landmarks"
+    shown = ("image", "face_width", "mirrored")
+
+
+class MIEN_PT_weights(_Options, bpy.types.Panel):
+    bl_label = "Recorded weights"
+    shown = ("weights", "map", "ranges_file", "landmarks", "swap_sides")
+
+
+class MIEN_PT_file(_Options, bpy.types.Panel):
+    bl_label = "Frames and time"
+    shown = ("face", "input_rate", "output_rate", "timecode")
+
+
+class MIEN_PT_scene(_Options, bpy.types.Panel):
     bl_label = "Scene"
-    bl_parent_id = "MIEN_PT_capture"
-    bl_options = {"DEFAULT_CLOSED"}
-
-    def draw(self, context):
-        settings, layout = context.scene.mien, self.layout
-        layout.prop(settings, "sets_scene")
-        layout.prop(settings, "markers")
+    shown = ("sets_scene", "markers")
+    split = False
 
 
 class MIEN_PT_character(_Panel, bpy.types.Panel):
@@ -121,4 +154,5 @@ class MIEN_PT_character(_Panel, bpy.types.Panel):
         layout.operator(MIEN_OT_export_character.bl_idname, text="Export", icon="EXPORT")
 
 
-CLASSES = (MIEN_PT_capture, MIEN_PT_report, MIEN_PT_head, MIEN_PT_cleaning, MIEN_PT_scene, MIEN_PT_character)
+CLASSES = (MIEN_PT_capture, MIEN_PT_report, MIEN_PT_head, MIEN_PT_neutral, MIEN_PT_cleaning, MIEN_PT_mesh,
+           MIEN_PT_weights, MIEN_PT_file, MIEN_PT_scene, MIEN_PT_character)

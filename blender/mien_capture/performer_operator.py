@@ -5,6 +5,7 @@ from bpy.props import EnumProperty, StringProperty
 from bpy_extras.io_utils import ExportHelper
 
 from . import solving
+from .command_options import message_of
 
 
 class MIEN_OT_performer(bpy.types.Operator, ExportHelper):
@@ -20,17 +21,25 @@ class MIEN_OT_performer(bpy.types.Operator, ExportHelper):
         ("calibrate", "Neutral face and ranges", "This person's blinks then read 1; needs half a minute of talking"),
         ("neutral", "Neutral face", "The pose that all weights are measured from"),
         ("guess", "Unknown markers", "Guesses where on the face the markers are; check the file before you use it")))
+    poses: StringProperty(name="Poses", description="For a guided take: a table of the frames of each pose, as mien "
+                          "calibrate --poses has it. Empty: only blinks are measured")
+
+    def draw(self, _context):
+        self.layout.prop(self, "kind")
+        if self.kind == "calibrate":
+            self.layout.prop(self, "poses")
 
     def execute(self, context):
-        settings = context.scene.mien
+        settings, path = context.scene.mien, bpy.path.abspath(self.filepath)
         try:
-            name = bpy.path.display_name_from_filepath(self.filepath)
-            text, notes = solving.performer_file(settings.request(), self.kind, name)
-            solving.write_whole(self.filepath, text)
-        except (solving.Refused, solving.Error, OSError) as error:
-            settings.report, settings.report_is_error = str(error), True
-            self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, str(error))
+            name = bpy.path.display_name_from_filepath(path)
+            text, notes = solving.performer_file(settings.request(), self.kind, name, bpy.path.abspath(self.poses))
+            solving.write_whole(path, text)
+        except (solving.Refused, solving.Error) as error:
+            message = message_of(error, settings.bl_rna.properties)
+            settings.report, settings.report_is_error = message, True
+            self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, message)
             return {"CANCELLED"}
-        settings.performer, settings.performer_file = "file", self.filepath
-        settings.report, settings.report_is_error = "\n".join([f"wrote {self.filepath}", *notes]), False
+        settings.performer, settings.performer_file = "file", path
+        settings.report, settings.report_is_error = "\n".join([f"wrote {path}", *notes]), False
         return {"FINISHED"}

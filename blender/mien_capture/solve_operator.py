@@ -5,6 +5,7 @@ from bpy.props import StringProperty
 from bpy_extras.io_utils import ImportHelper
 
 from . import onto_character, solving
+from .command_options import message_of
 
 
 def _count(number, one, several=None):
@@ -30,12 +31,17 @@ class MIEN_OT_solve(bpy.types.Operator):
     bl_idname = "mien.solve"
     bl_label = "Solve"
     bl_options = {"REGISTER", "UNDO"}
+    _running = False  # beside the interface
 
     def invoke(self, context, _event):
         if bpy.app.background:
             return self.execute(context)
+        if MIEN_OT_solve._running:
+            self.report({"WARNING"}, "a take is being solved; Esc cancels it")
+            return {"CANCELLED"}
         if not self._prepare(context):
             return {"CANCELLED"}
+        MIEN_OT_solve._running = True
         self._job.start()
         manager = context.window_manager
         manager.progress_begin(0, 100)
@@ -62,6 +68,7 @@ class MIEN_OT_solve(bpy.types.Operator):
         self._end(context)
 
     def _end(self, context):
+        MIEN_OT_solve._running = False
         manager = context.window_manager
         manager.event_timer_remove(self._timer)
         manager.progress_end()
@@ -80,23 +87,32 @@ class MIEN_OT_solve(bpy.types.Operator):
             settings.targets([])
         except solving.Refused as refusal:
             return self._fail(context, refusal)
-        # Their names: while the solve runs, an undo replaces objects, and the user may delete some.
+        # Their names: while the solve runs, an undo replaces objects, and the user may delete some, or go to another
+        # scene.
         self._names = [thing.name for thing in context.selected_objects]
+        self._scene = context.scene.name
         return True
 
     def _finish(self, context):
-        if self._job.cancelled:
+        scene = bpy.data.scenes.get(self._scene)
+        if self._job.cancelled or scene is None:
             self.report({"INFO"}, "cancelled; nothing was changed")
             return {"CANCELLED"}
+        if scene == context.scene:
+            return self._put(context)
+        with context.temp_override(scene=scene, view_layer=scene.view_layers[0]):
+            return self._put(context)
+
+    def _put(self, context):
         error = self._job.error
         if error is None:
             things = [bpy.data.objects[name] for name in self._names if name in bpy.data.objects]
             try:
                 outcome = onto_character.put(context, self._job.capture, context.scene.mien.targets(things))
-            except (onto_character.NothingToDrive, solving.Refused) as nothing:
+            except (onto_character.CannotDrive, solving.Refused) as nothing:
                 error = nothing
         if error is not None:
-            if not isinstance(error, (solving.Error, solving.Refused, onto_character.NothingToDrive)):
+            if not isinstance(error, (solving.Error, solving.Refused, onto_character.CannotDrive)):
                 raise error
             self._fail(context, error)
             return {"CANCELLED"}
@@ -106,8 +122,10 @@ class MIEN_OT_solve(bpy.types.Operator):
         return {"FINISHED"}
 
     def _fail(self, context, error):
-        context.scene.mien.report, context.scene.mien.report_is_error = str(error), True
-        self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, str(error))
+        settings = context.scene.mien
+        settings.report = message_of(error, settings.bl_rna.properties)
+        settings.report_is_error = True
+        self.report({"ERROR"} if not bpy.app.background else {"WARNING"}, settings.report)
         return False
 
 
@@ -123,6 +141,8 @@ class MIEN_OT_import(bpy.types.Operator, ImportHelper):
         settings = context.scene.mien
         for name in ("performer", "character", "solver", "markers", "sets_scene"):
             self.layout.prop(settings, name)
+            if name + "_file" in settings.bl_rna.properties and getattr(settings, name) == "file":
+                self.layout.prop(settings, name + "_file", text="File")
 
     def execute(self, context):
         context.scene.mien.take = self.filepath

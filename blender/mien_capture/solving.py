@@ -1,5 +1,6 @@
 """From a file to a capture, with the Python package `mien`: the only module that imports it."""
 
+import contextlib
 import dataclasses
 import fractions
 import json
@@ -13,6 +14,7 @@ from . import axes, mien  # make_zip.py puts the package `mien` beside this file
 from .capture import Capture, Cluster, Markers, Transforms
 
 Error = mien.Error
+_SHOWN = 5  # markers in a message
 
 AUTO = "auto"
 _LANDMARKS = {68: "landmarks68", 468: "landmarks478", 478: "landmarks478"}  # performers by the number of markers
@@ -31,11 +33,13 @@ class Request:
     read: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
     solve: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
     retarget: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
+    calibrate: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
+    neutral: typing.Dict[str, typing.Any] = dataclasses.field(default_factory=dict)
     markers: bool = False  # whether the markers are wanted as well
 
 
 class Refused(Exception):
-    """Settings are missing; the text says what to choose."""
+    """A setting is missing or wrong; the text says what to choose."""
 
 
 def capture(request, progress=None):
@@ -52,13 +56,17 @@ def capture(request, progress=None):
         except mien.Error as error:
             no_take = error
     if take is not None:
-        animation = mien.solve(take, performer=_performer(request, take), character=character, **request.solve,
-                               **watch)
+        try:
+            animation = mien.solve(take, performer=_performer(request, take), character=character, **request.solve,
+                                   **watch)
+        except mien.Error as error:
+            raise _with_markers(error, take) from None
         return _capture(animation, character, take, request.markers)
     try:
         animation = mien.retarget(request.path, character=character, **request.retarget, **watch)
     except mien.Error as error:
-        if no_take is not None and error.problems[0].code in _NO_WEIGHTS:
+        first = error.problems[0]
+        if no_take is not None and first.code in _NO_WEIGHTS and first.file == request.path:
             raise no_take from None
         raise
     return _capture(animation, character, None, False)
@@ -70,25 +78,36 @@ def _performer(request, take):
     landmarks = {f"lm{i}" for i in range(len(take.markers))}
     performer = _LANDMARKS.get(len(take.markers)) if set(take.markers) == landmarks else None
     if performer is None:
-        first = ", ".join(take.markers[:3])
-        raise Refused(f"no built-in performer has the {len(take.markers)} markers of the take ({first}, ...): "
-                      "choose the performer file that defines them, or make one (Save performer > Unknown markers)")
+        raise Refused(f"{request.path}: no built-in performer has the {_markers_of(take)}; choose the performer file "
+                      "that defines them, or make one (Save performer > Unknown markers)")
     return performer
 
 
-def performer_file(request, kind, name):
+def _markers_of(take):
+    shown = ", ".join(take.markers[:_SHOWN])
+    return f"{len(take.markers)} markers of the take ({shown}{', ...' if len(take.markers) > _SHOWN else ''})"
+
+
+def _with_markers(error, take):
+    """The error of a solve. Where it refers to a command that lists the markers, the text lists some of them."""
+    text = str(error)
+    without = text.replace("; `mien info` lists the markers that it has", "")
+    return error if without == text else Refused(f"{without}\nchoose the performer of the {_markers_of(take)}")
+
+
+def performer_file(request, kind, name, poses=""):
     """(the text of a performer file, notes): the performer with the neutral face of the take ("neutral"), with the
-    ranges that it shows as well ("calibrate"), or a first one for unknown markers ("guess")."""
-    take, options = mien.read(request.path, **request.read), {"name": name}
-    if "neutral" in request.solve:
-        options["neutral"] = request.solve["neutral"]
+    ranges that it shows as well ("calibrate"; `poses` is the path of a guided take's table of poses, or empty), or a
+    first one for unknown markers ("guess")."""
+    take = mien.read(request.path, **request.read)
     if kind == "guess":
-        made = mien.Performer.guess(take, **options)
+        made = mien.Performer.guess(take, name=name, **request.neutral)
     elif kind == "neutral":
-        made = mien.Performer.load(_performer(request, take)).with_neutral(take, **options)
+        made = mien.Performer.load(_performer(request, take)).with_neutral(take, name=name, **request.neutral)
     else:
-        made = mien.calibrate(take, _performer(request, take), **options)
-    ranges = [f"{found.name}: {found.low:.3g} to {found.high:.3g}" for found in made.ranges if found.trusted]
+        made = mien.calibrate(take, _performer(request, take), name=name, poses=poses or None, **request.calibrate)
+    ranges = [f"{found.name}: {found.low:.3g} to {found.high:.3g}" if found.trusted else
+              f"{found.name}: not applied: {found.why}" for found in made.ranges if found.trusted or found.seen]
     return made.to_json(), [*map(str, made.notes), *ranges]
 
 
@@ -194,7 +213,13 @@ def check_character(text, name):
 
 
 def write_whole(path, text):
-    """Writes a file: all of it, or none."""
-    with open(f"{path}.part", "w", encoding="utf-8") as file:
-        file.write(text)
-    os.replace(f"{path}.part", path)
+    """Writes a file: all of it, or none. Raises Refused if it cannot be written."""
+    part = f"{path}.part"
+    try:
+        with open(part, "w", encoding="utf-8") as file:
+            file.write(text)
+        os.replace(part, path)
+    except OSError as error:
+        with contextlib.suppress(OSError):
+            os.remove(part)
+        raise Refused(f"{path}: the file cannot be written ({error.strerror}); choose another folder or name") from None

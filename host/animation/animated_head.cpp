@@ -1,6 +1,7 @@
 #include "host/animation/animated_head.h"
 
 #include "host/base/error.h"
+#include "host/base/long_vector.h"
 #include "host/base/rotation.h"
 #include "host/face/face_glb.h"
 #include "host/gltf/glb_data.h"
@@ -103,19 +104,19 @@ AnimatedHead::Turning TurnOf(const TurningNode& turning,
 // --- Onto an avatar
 
 /// The avatar's expressions in all frames (size: frames x expressions).
-std::vector<double> ExpressionsOf(const Animation& animation, const HeadBinding& binding) {
-  std::vector<double> expressions;
+LongVector<double> ExpressionsOf(const Animation& animation, const HeadBinding& binding) {
+  LongVector<double> expressions;
   for (std::size_t f = 0; f < animation.frames.size(); ++f) {
     const AnimationFrame frame = animation.Frame(f);
     const std::vector<double> shown = binding.vrm->Solve(frame.WeightsOf(binding.weights), frame.eyes);
-    expressions.insert(expressions.end(), shown.begin(), shown.end());
+    expressions.append(shown);
   }
   return expressions;
 }
 
 /// Likewise, where expressions move some of the targets. `expressions`: of the avatar, in all frames.
 AnimatedHead::Morphs ExpressedMorphsOf(const Animation& animation, WeightKind kind, const BoundNode& bound,
-                                       const std::shared_ptr<const std::vector<double>>& expressions) {
+                                       const std::shared_ptr<const LongVector<double>>& expressions) {
   const std::size_t count = expressions->size() / animation.frames.size();
   return {bound.node, nullptr,
           [&animation, kind, bound, expressions, count](std::size_t frame, std::size_t target) {
@@ -195,7 +196,7 @@ AnimatedHead AnimateHead(const Animation& animation, Glb glb, const HeadNodes& n
   const std::shared_ptr<const VrmBinding> vrm =
       binding.vrm ? std::make_shared<const VrmBinding>(*binding.vrm) : nullptr;
   const auto expressions =
-      vrm ? std::make_shared<const std::vector<double>>(ExpressionsOf(animation, binding)) : nullptr;
+      vrm ? std::make_shared<const LongVector<double>>(ExpressionsOf(animation, binding)) : nullptr;
   for (const BoundNode& node : binding.nodes)
     head.morphs.push_back(node.expressions.empty()
                               ? MorphsOf(animation, binding.weights, node)

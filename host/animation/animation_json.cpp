@@ -2,8 +2,10 @@
 
 #include "host/base/json_text.h"
 #include "host/base/long_vector.h"
+#include "host/base/parallel.h"
 #include "host/base/rotation.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 #include <string>
@@ -21,15 +23,25 @@ void Append(std::string& text, const VgeQuaternion& q) {
   AppendJsonNumbers(text, std::array{q.x, q.y, q.z, q.w});
 }
 
-/// A list with a line per frame, which `append(text, frame)` writes.
+/// A list with a line per frame, which `append(text, frame)` writes. With one thread, it is called for one frame
+/// after the other.
 template <class Function>
-void WriteFrames(std::ostream& out, std::size_t frames, const Function& append) {
-  std::string line;
+void WriteFrames(std::ostream& out, std::size_t frames, std::size_t threads, const Function& append) {
+  constexpr std::size_t kLinesAtOnce = 64, kTurns = 8; // turns of each thread before their lines are written
+  std::vector<std::string> of_turns(std::max<std::size_t>(threads, 1) * kTurns);
   out << '[';
-  for (std::size_t f = 0; f < frames; ++f) {
-    line = f == 0 ? "\n    " : ",\n    ";
-    append(line, f);
-    out << line;
+  for (std::size_t first = 0; first < frames; first += of_turns.size() * kLinesAtOnce) {
+    const std::size_t turns = std::min(of_turns.size(), (frames - first + kLinesAtOnce - 1) / kLinesAtOnce);
+    OnThreads(threads, turns, [&](std::size_t, std::size_t turn) {
+      std::string& lines = of_turns[turn];
+      lines.clear();
+      const std::size_t from = first + turn * kLinesAtOnce;
+      for (std::size_t f = from; f < std::min(from + kLinesAtOnce, frames); ++f) {
+        lines += f == 0 ? "\n    " : ",\n    ";
+        append(lines, f);
+      }
+    });
+    for (std::size_t turn = 0; turn < turns; ++turn) out << of_turns[turn];
   }
   out << ']';
 }
@@ -53,9 +65,9 @@ void WriteNumbers(std::ostream& out, std::string_view key, const LongVector<Numb
 }
 
 void WriteWeights(std::ostream& out, const std::vector<std::string>& names, const LongVector<double>& weights,
-                  std::size_t frames) {
+                  std::size_t frames, std::size_t threads) {
   out << "{\n    \"names\": " << JsonValue(names).Text() << ",\n    \"weights\": ";
-  WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
+  WriteFrames(out, frames, threads, [&](std::string& line, std::size_t f) {
     AppendJsonNumbers(line, weights.subspan(f * names.size(), names.size()));
   });
   out << "\n  }";
@@ -65,9 +77,10 @@ void WriteWeights(std::ostream& out, const std::vector<std::string>& names, cons
 /// writes.
 template <class Function>
 void WriteClusters(std::ostream& out, const Animation& animation,
-                   const LongVector<ClusterTransform>& transforms, const Function& append) {
+                   const LongVector<ClusterTransform>& transforms, std::size_t threads,
+                   const Function& append) {
   const std::size_t clusters = animation.layout.clusters.size();
-  WriteFrames(out, animation.frames.size(), [&](std::string& line, std::size_t f) {
+  WriteFrames(out, animation.frames.size(), threads, [&](std::string& line, std::size_t f) {
     line.push_back('[');
     for (std::size_t c = 0; c < clusters; ++c) {
       if (c > 0) line.push_back(',');
@@ -78,26 +91,27 @@ void WriteClusters(std::ostream& out, const Animation& animation,
 }
 
 void WriteTransforms(std::ostream& out, const Animation& animation,
-                     const LongVector<ClusterTransform>& transforms) {
+                     const LongVector<ClusterTransform>& transforms, std::size_t threads) {
   out << "{ \"translation\": ";
-  WriteClusters(out, animation, transforms, [](std::string& line, const ClusterTransform& t, std::size_t) {
-    Append(line, t.translation);
-  });
+  WriteClusters(
+      out, animation, transforms, threads,
+      [](std::string& line, const ClusterTransform& t, std::size_t) { Append(line, t.translation); });
   out << ",\n      \"rotation\": ";
   std::vector<VgeQuaternion> before(animation.layout.clusters.size(), VgeQuaternion(0, 0, 0, 1));
-  WriteClusters(out, animation, transforms, [&](std::string& line, const ClusterTransform& t, std::size_t c) {
-    before[c] = QuaternionNear(before[c], t.rotation);
-    Append(line, before[c]);
-  });
+  WriteClusters(out, animation, transforms, 1,
+                [&](std::string& line, const ClusterTransform& t, std::size_t c) {
+                  before[c] = QuaternionNear(before[c], t.rotation);
+                  Append(line, before[c]);
+                });
   out << ",\n      \"scale\": ";
-  WriteClusters(out, animation, transforms,
+  WriteClusters(out, animation, transforms, threads,
                 [](std::string& line, const ClusterTransform& t, std::size_t) { Append(line, t.scale); });
   out << " }";
 }
 
 } // namespace
 
-void WriteAnimationJson(const Animation& animation, std::ostream& out) {
+void WriteAnimationJson(const Animation& animation, std::ostream& out, std::size_t threads) {
   const AnimationLayout& layout = animation.layout;
   const std::size_t frames = animation.frames.size();
   const auto member = [&out](std::string_view key, const JsonValue& value) {
@@ -116,12 +130,12 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
 
   out << "  \"head\": {\n    \"rotation\": ";
   VgeQuaternion before(0, 0, 0, 1);
-  WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
+  WriteFrames(out, frames, 1, [&](std::string& line, std::size_t f) { // each from the one before
     before = QuaternionNear(before, RotationOf(animation.HeadMotion(f)));
     Append(line, before);
   });
   out << ",\n    \"translation\": ";
-  WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
+  WriteFrames(out, frames, threads, [&](std::string& line, std::size_t f) {
     const VgeAMatrix motion = animation.HeadMotion(f);
     Append(line, VgeTVector{motion.m[3][0], motion.m[3][1], motion.m[3][2]});
   });
@@ -131,7 +145,7 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
     out << "  \"eyes\": {\n    \"left\": ";
     for (const std::size_t eye : {0U, 1U}) {
       if (eye == 1) out << ",\n    \"right\": ";
-      WriteFrames(out, frames, [&](std::string& line, std::size_t f) {
+      WriteFrames(out, frames, threads, [&](std::string& line, std::size_t f) {
         AppendJsonNumbers(line, std::array{animation.eyes[f][eye].yaw, animation.eyes[f][eye].pitch});
       });
     }
@@ -139,17 +153,17 @@ void WriteAnimationJson(const Animation& animation, std::ostream& out) {
   }
 
   out << "  \"templates\": ";
-  WriteWeights(out, layout.WeightNames(WeightKind::Templates), animation.weights, frames);
+  WriteWeights(out, layout.WeightNames(WeightKind::Templates), animation.weights, frames, threads);
   if (!layout.character.empty() || !layout.shapes.empty()) {
     out << ",\n  \"shapes\": ";
-    WriteWeights(out, layout.shapes, animation.shape_weights, frames);
+    WriteWeights(out, layout.shapes, animation.shape_weights, frames, threads);
     std::vector<JsonValue> clusters;
     for (const auto& [part, name] : layout.clusters)
       clusters.push_back(JsonObject({{"part", part}, {"cluster", name}}));
     out << ",\n  \"clusters\": {\n    \"names\": " << JsonList(clusters).Text() << ",\n    \"local\": ";
-    WriteTransforms(out, animation, animation.local_clusters);
+    WriteTransforms(out, animation, animation.local_clusters, threads);
     out << ",\n    \"global\": ";
-    WriteTransforms(out, animation, animation.global_clusters);
+    WriteTransforms(out, animation, animation.global_clusters, threads);
     out << "\n  }";
   }
   out << "\n}\n";

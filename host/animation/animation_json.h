@@ -2,6 +2,7 @@
 
 #include "host/animation/animation.h"
 
+#include <cstddef>
 #include <ostream>
 
 namespace mien {
@@ -30,7 +31,8 @@ namespace mien {
 /// The head's motion is from the neutral pose, in the axes of the neutral face, in millimetres. Rotations are
 /// quaternions, with the sign that is closer to the previous frame. "character", "shapes" and "clusters" are
 /// present if the animation has a character, "timecode" (of the first frame) if the take has one. Numbers are
-/// written with the fewest digits that read back to the same doubles; they must be finite.
-void WriteAnimationJson(const Animation& animation, std::ostream& out);
+/// written with the fewest digits that read back to the same doubles; they must be finite. The bytes are the same for
+/// any number of threads.
+void WriteAnimationJson(const Animation& animation, std::ostream& out, std::size_t threads = 1);
 
 } // namespace mien

@@ -22,7 +22,7 @@ namespace {
 /// fixed axis, which are the steps between the control points of a Bezier curve (Kim, Kim and Shin, 1995).
 class RotationCurve {
 public:
-  RotationCurve(std::span<const double> times, std::vector<VgeRMatrix> rotations)
+  RotationCurve(std::span<const double> times, LongVector<VgeRMatrix> rotations)
       : times_(times), rotations_(std::move(rotations)) {
     std::array<std::vector<double>, 3> secants; // angular velocities, in the axes of both ends
     for (std::size_t i = 0; i + 1 < rotations_.size(); ++i) {
@@ -65,7 +65,7 @@ private:
   }
 
   const std::span<const double> times_;
-  std::vector<VgeRMatrix> rotations_;
+  LongVector<VgeRMatrix> rotations_;
   std::array<std::vector<double>, 3> velocities_;
 };
 
@@ -103,11 +103,20 @@ public:
 
   /// Weights (size: frames x columns).
   void Weights(LongVector<double>& weights) const {
+    constexpr std::size_t kAtOnce = 4; // columns for which the weights are fetched once
     const std::size_t columns = weights.size() / old_times_.size();
     LongVector<double> resampled(new_times.size() * columns);
-    for (std::size_t c = 0; c < columns; ++c)
-      Curve([&](std::size_t f) { return weights[f * columns + c]; },
-            [&](std::size_t f) -> double& { return resampled[f * columns + c]; });
+    for (std::size_t first = 0; first < columns; first += kAtOnce) {
+      const std::size_t count = std::min(kAtOnce, columns - first);
+      std::vector<std::vector<double>> values(count, std::vector<double>(old_times_.size()));
+      for (std::size_t f = 0; f < old_times_.size(); ++f)
+        for (std::size_t c = 0; c < count; ++c) values[c][f] = weights[f * columns + first + c];
+      std::vector<MonotoneCubic> curves;
+      for (std::vector<double>& of_column : values) curves.emplace_back(old_times_, std::move(of_column));
+      for (std::size_t f = 0; f < new_times.size(); ++f)
+        for (std::size_t c = 0; c < count; ++c)
+          resampled[f * columns + first + c] = curves[c].At(new_times[f], intervals_[f]);
+    }
     weights = std::move(resampled);
   }
 
@@ -122,7 +131,7 @@ public:
   }
 
   void Heads(LongVector<VgeAMatrix>& heads) const {
-    std::vector<VgeRMatrix> rotations;
+    LongVector<VgeRMatrix> rotations;
     for (const VgeAMatrix& head : heads) rotations.push_back(RotationOf(head));
     const RotationCurve turns(old_times_, std::move(rotations));
     LongVector<VgeAMatrix> resampled(new_times.size());
@@ -136,12 +145,12 @@ public:
     heads = std::move(resampled);
   }
 
-  std::vector<std::int64_t> frames; // numbers of the new ones
-  std::vector<double> new_times;
+  LongVector<std::int64_t> frames; // numbers of the new ones
+  LongVector<double> new_times;
 
 private:
   const std::span<const double> old_times_;
-  std::vector<std::size_t> intervals_; // of the old times, that each new one is in
+  LongVector<std::size_t> intervals_; // of the old times, that each new one is in
 };
 
 } // namespace
@@ -154,8 +163,8 @@ void Resample(Animation& animation, const FrameRate& rate, const std::string& fi
   if (fitted) resampler.Weights(*fitted);
   resampler.Angles(animation.eyes);
   resampler.Heads(animation.heads);
-  animation.frames = resampler.frames;
-  animation.times = resampler.new_times;
+  animation.frames = std::move(resampler.frames);
+  animation.times = std::move(resampler.new_times);
   animation.layout.rate = rate;
 }
 

@@ -6,6 +6,8 @@
 /// steps with one number, except for the choice among several NaNs.
 ///
 /// A comparison gives a mask, true or false in each lane: for `double` a bool.
+///
+/// The library has lanes of its own, which are not installed: the host uses what is.
 
 #include <cmath>
 #include <cstddef>

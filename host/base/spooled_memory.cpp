@@ -1,5 +1,7 @@
 #include "host/base/spooled_memory.h"
 
+#include "host/base/read_pages.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -87,6 +89,11 @@ public:
     std::erase(read_, &pages);
   }
 
+  void DropRead() {
+    const std::lock_guard lock(mutex_);
+    for (const ReadPages* const pages : read_) pages->Drop();
+  }
+
   /// Held while a memory grows: nothing of it is dropped meanwhile.
   std::mutex& Mutex() { return mutex_; }
 
@@ -148,15 +155,18 @@ bool SpooledMemory::Grow(std::size_t bytes) {
 // after the other will need the next ones. Systems that do not know the call, before Linux 5.14, do without.
 void SpooledMemory::Keep(std::size_t piece) const {
   constexpr std::size_t kAhead = std::size_t{1} << 20;
+  constexpr std::size_t kNewAhead = std::size_t{1}
+                                    << 18; // of many lists that grow together, each has as much
   const State before = states_[piece].exchange(State::Kept, std::memory_order_relaxed);
   if (before == State::Kept) return; // another thread was faster
   std::size_t end = piece + 1;
-  if (before == State::Dropped && piece > 0 &&
-      states_[piece - 1].load(std::memory_order_relaxed) == State::Kept)
-    for (const std::size_t most = std::min(pieces_, piece + kAhead / piece_); end < most; ++end) {
-      State dropped = State::Dropped;
-      if (!states_[end].compare_exchange_strong(dropped, State::Kept, std::memory_order_relaxed)) break;
+  if (piece > 0 && states_[piece - 1].load(std::memory_order_relaxed) == State::Kept) {
+    const std::size_t ahead = (before == State::Dropped ? kAhead : kNewAhead) / piece_;
+    for (const std::size_t most = std::min(pieces_, piece + ahead); end < most; ++end) {
+      State alike = before;
+      if (!states_[end].compare_exchange_strong(alike, State::Kept, std::memory_order_relaxed)) break;
     }
+  }
   madvise(static_cast<char*>(data_) + piece * piece_, (end - piece) * piece_,
           before == State::New ? MADV_POPULATE_WRITE : MADV_POPULATE_READ);
   KeptPages::Instance().Add(*this, piece, end);
@@ -178,6 +188,8 @@ ReadPages::ReadPages(const void* data, std::size_t bytes) : data_(data), bytes_(
 }
 
 ReadPages::~ReadPages() { KeptPages::Instance().Forget(*this); }
+
+void DropReadPages() { KeptPages::Instance().DropRead(); }
 
 void ReadPages::Drop() const { madvise(const_cast<void*>(data_), bytes_, MADV_DONTNEED); }
 

@@ -1,50 +1,40 @@
 #pragma once
 
-#include "host/animation/animation.h"
+#include "host/c_interface/frame_result.h"
 #include "host/c_interface/handle.h"
 #include "host/c_interface/layout_names.h"
-#include "host/character/character.h"
-#include "host/solve/frame_solver.h"
+#include "host/live/live_face.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
-#include <memory>
 #include <string>
 #include <vector>
 
-/// Solves one frame after another, as they arrive.
+/// Solves one frame after another, as they arrive: a live face with one source of markers.
 struct mien_frame_solver : mien::Handle<mien_frame_solver> {
   static constexpr const char* kKind = "mien_frame_solver";
   static constexpr std::uint64_t kWord = 0x6d69656e'6672616d;
 
-  static constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+  /// `candidates` are the markers that there may be. The setup has a neutral face. Throws InputError as
+  /// LiveFace does.
+  mien_frame_solver(const std::vector<std::string>& candidates, const mien::LiveSetup& setup);
 
-  mien_frame_solver(std::unique_ptr<mien::FrameSolver> made, const mien::Performer& performer,
-                    const mien::Character* character);
-
-  const mien::AnimationLayout layout; ///< names
+  mien::LiveFace face; ///< its layout does not change, since the neutral face is known
   const mien::LayoutNames names;
-  std::vector<std::string> markers; ///< of the head and of the face, each once
+  std::vector<std::string> markers; ///< that it uses, in the order of the candidates
 
-  // Of the last frame, always in the same places.
-  std::vector<double> weights, shape_weights;
-  VgeAMatrix head, head_motion;
-  mien::Eyes eyes = {{{kNaN, kNaN}, {kNaN, kNaN}}};
-  std::array<double, 9> residuals_mm = {};
-  std::array<std::uint8_t, 2> known = {}; ///< the head, the eyes
-  std::vector<mien::ClusterTransform> local_clusters, global_clusters;
+  mien::FrameResult result; ///< of the last frame, always in the same place
   double time = -std::numeric_limits<double>::infinity();
 
-  /// `places` are consecutive coordinates (size: markers x 3). Allocates nothing.
-  void Solve(const double* places);
+  /// `places` are consecutive coordinates (size: markers x 3). Allocates nothing once each set of visible
+  /// head markers has occurred.
+  void Solve(const double* places, double time_s);
 
 private:
-  void TakeOver(const mien::SolvedFrame& frame);
-
-  std::unique_ptr<mien::FrameSolver> solver_;
-  std::vector<std::size_t> shapes_of_parts_;             // of the character, how many each part has
-  std::vector<std::size_t> head_markers_, face_markers_; // indices in `markers`
-  mien::FrameMarkers seen_;
+  std::vector<std::size_t> columns_; // of `markers` in the candidates
+  mien::LiveInput input_;
+  std::int64_t frame_ = 0;
+  const std::function<void(const mien::LiveOutput&)> keep_; // made once: a frame allocates nothing
 };

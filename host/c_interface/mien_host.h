@@ -49,7 +49,7 @@ extern "C" {
 
 /** The version of this interface. It grows with additions; a change that breaks programs renames the
  * library. */
-#define MIEN_HOST_VERSION 1
+#define MIEN_HOST_VERSION 2
 
 /** The version of the interface that the loaded library has. */
 MIEN_HOST_API uint32_t mien_host_version(void);
@@ -66,6 +66,7 @@ typedef struct mien_performer mien_performer;       /**< the markers of a face, 
 typedef struct mien_character mien_character;       /**< shapes and clusters, and what drives them */
 typedef struct mien_animation mien_animation;       /**< a solved take, or retargeted weights */
 typedef struct mien_frame_solver mien_frame_solver; /**< solves one frame after another, as they arrive */
+typedef struct mien_live mien_live;                 /**< faces that move now */
 /**@}*/
 
 /** How a call went. */
@@ -516,16 +517,19 @@ MIEN_HOST_API mien_status mien_animation_free(mien_animation* animation);
 /**@}*/
 
 /** @name Frame by frame
- * Solves frames as they arrive, without later frames. Solving a frame allocates no memory. */
+ * Solves frames as they arrive, without later frames. The results are, to the bit, those of the command
+ * `mien solve --causal`. A frame allocates no memory once each set of visible head markers has occurred. */
 /**@{*/
 
 /** Makes a solver for a performer. The neutral face is the performer's own, or is found in `take`, a
  * recording with the same markers, which also shows how the markers move with the skull. `take` and
- * `character` may be NULL. `settings`: #MIEN_STEP_SOLVE; those that need later frames (smoothing, filling,
- * output-rate) have no effect. */
+ * `character` may be NULL. `settings`: #MIEN_STEP_SOLVE, as for a causal solve that learns from `take`:
+ * solver, hold, fade, face-hold, face-fade, one-euro, ...; those that need later frames (smoothing, filling)
+ * or other frames than those that arrive (output-rate, learn) have no effect. */
 MIEN_HOST_API mien_frame_solver* mien_frame_solver_new(const mien_performer* performer, const mien_take* take,
                                                        const mien_character* character,
                                                        const mien_settings* settings, mien_messages** errors);
+/** How many markers it uses: of the head, the parts of the face, their anchors, the irises, the fit. */
 MIEN_HOST_API size_t mien_frame_solver_marker_count(const mien_frame_solver* solver);
 /** The name of a marker, by index, in the order of ::mien_frame_solver_solve; NULL beyond the last. */
 MIEN_HOST_API const char* mien_frame_solver_marker(const mien_frame_solver* solver, size_t index);
@@ -535,10 +539,12 @@ enum {
   MIEN_FRAME_SHAPE_WEIGHTS = 1, /**< double, shapes */
   MIEN_FRAME_HEAD = 2,          /**< double, 4 x 4: as #MIEN_ANIMATION_HEADS */
   MIEN_FRAME_HEAD_MOTION = 3,   /**< double, 4 x 4: as #MIEN_ANIMATION_HEAD_MOTION */
-  MIEN_FRAME_EYES = 4,          /**< double, 2 x 2: as #MIEN_ANIMATION_EYES; NaN where not known */
+  MIEN_FRAME_EYES = 4, /**< double, 2 x 2: as #MIEN_ANIMATION_EYES; NaN if the source never shows them */
   MIEN_FRAME_RESIDUALS =
       5, /**< double, 9: how far the markers of each part are from what the weights give back */
-  MIEN_FRAME_KNOWN = 6, /**< uint8, 2: whether this frame's markers show the head, and where the eyes look */
+  /** uint8, 2: whether this frame shows the head, and where the eyes look. The head otherwise keeps its last
+   * pose; the eyes keep their direction for half a second, and then look straight ahead. */
+  MIEN_FRAME_KNOWN = 6,
   MIEN_FRAME_LOCAL_TRANSLATIONS = 7,   /**< double, clusters x 3 */
   MIEN_FRAME_LOCAL_ROTATIONS = 8,      /**< double, clusters x 3 x 3 */
   MIEN_FRAME_LOCAL_SCALES = 9,         /**< double, clusters x 3 */
@@ -557,12 +563,196 @@ MIEN_HOST_API const char* mien_frame_solver_name(const mien_frame_solver* solver
                                                  size_t index);
 
 /** Solves a frame and fills the arrays. `markers`: consecutive x, y, z of each marker, millimetres; NaN
- * where it is not seen (size: marker_count x 3). `time`: seconds, later than the previous frame. Fails
- * for a `marker_count` that is not the solver's, and for infinite positions and times; the arrays then
- * stay as they are. */
+ * where it is not seen (size: marker_count x 3). `time`: seconds, later than the previous frame. A missing
+ * marker keeps its place for a moment and then fades to rest; a frame without any is one without the face,
+ * which fades as a whole (docs/live.md). Fails for a `marker_count` that is not the solver's, and for
+ * infinite positions and times; the arrays then stay as they are. */
 MIEN_HOST_API mien_status mien_frame_solver_solve(mien_frame_solver* solver, const double* markers,
                                                   size_t marker_count, double time, mien_messages** errors);
 MIEN_HOST_API mien_status mien_frame_solver_free(mien_frame_solver* solver);
+/**@}*/
+
+/** @name Live
+ * Faces that move now, from any number of sources: frames go in, results come out, at once. Like a frame
+ * solver, and also: sources of weights, a neutral face that is learned from the first seconds, clocks, late
+ * and doubled frames, silent sources, recordings, statistics. docs/live.md explains all of these; the
+ * command `mien live` is made of them. There are no threads and sockets. A frame allocates no memory once
+ * its kind has occurred, except while the neutral face is being learned. */
+/**@{*/
+
+enum {
+  MIEN_LIVE_MARKERS = 0, /**< positions of markers or landmarks */
+  MIEN_LIVE_WEIGHTS = 1  /**< weights that a phone or a tracker has measured itself */
+};
+typedef int32_t mien_live_kind;
+
+/** A face, and how it is solved. Nothing of it is needed after the call. */
+typedef struct mien_live_face {
+  size_t struct_size;
+  mien_live_kind kind;
+  const char* name; /**< for titles and messages; NULL: "face" */
+  const char* const*
+      names;         /**< of the markers or the weights, in the order of their values (size: name_count) */
+  size_t name_count; /**< 1 to 4,096; each of at most 255 bytes */
+  const mien_performer* performer; /**< of markers; NULL for weights */
+  /** With the same markers: the neutral face is found in it, and which markers move with the skull. NULL: the
+   * performer's own neutral face, or if there is none, it is learned from the first two seconds (setting
+   * "learn"), in which all weights are 0. NULL for weights. */
+  const mien_take* take;
+  const mien_character* character; /**< NULL: weights of templates come out, or the source's own shapes */
+  /** #MIEN_STEP_SOLVE for markers, #MIEN_STEP_RETARGET for weights, as for a causal solve; settings that need
+   * later frames are errors. NULL: the defaults. */
+  const mien_settings* settings;
+} mien_live_face;
+#define MIEN_LIVE_FACE_INIT                                                                                  \
+  { .struct_size = sizeof(mien_live_face) }
+
+MIEN_HOST_API mien_live* mien_live_new(mien_messages** errors);
+/** Adds a face; at most 64. Sets `number`, which no other face of this handle gets. */
+MIEN_HOST_API mien_status mien_live_add(mien_live* live, const mien_live_face* face, size_t* number,
+                                        mien_messages** errors);
+/** Ends a face and its recording. */
+MIEN_HOST_API mien_status mien_live_remove(mien_live* live, size_t face, mien_messages** errors);
+/** Restarts a face of markers with another performer, and with a take or NULL as in ::mien_live_face. If it
+ * fails, the face stays as it is. Names of templates and shapes stay the same. */
+MIEN_HOST_API mien_status mien_live_switch_performer(mien_live* live, size_t face,
+                                                     const mien_performer* performer, const mien_take* take,
+                                                     mien_messages** errors);
+MIEN_HOST_API size_t mien_live_name_count(const mien_live* live, size_t face, mien_names which);
+/** The name of a template, shape or cluster of a face's results, or of a part; NULL beyond the last. Valid
+ * until the face is removed. */
+MIEN_HOST_API const char* mien_live_name(const mien_live* live, size_t face, mien_names which, size_t index);
+
+/** What a source delivers for one face in one frame. Numbers may be anything: those that are infinite, or too
+ * large to be positions (a kilometre), weights (a million) or angles (half a turn, for the eyes a quarter),
+ * are counted and missing. Nothing of it is needed after the call. */
+typedef struct mien_live_frame {
+  size_t struct_size;
+  size_t face;    /**< its number */
+  double arrival; /**< seconds, when it arrived by the program's clock; never falls */
+  double time;    /**< seconds, when it was measured by the source's clock, from any zero; NaN: unknown */
+  /** Where a source has a timecode, it takes precedence over `time`: counts since midnight, a fraction of a
+   * count, and counts per second. */
+  int64_t timecode;
+  double timecode_fraction;
+  int64_t timecode_rate_numerator; /**< 0: there is no timecode */
+  int64_t timecode_rate_denominator;
+  int32_t timecode_drop; /**< 1 for drop-frame counting; the timecode is the count of frames nevertheless */
+  int32_t lost;          /**< 1: the source does not see the face; the members below are not read */
+  /** Markers: x, y, z of each, millimetres, right-handed axes of the source. Weights: one of each. In the
+   * order of mien_live_face::names; NaN where missing. */
+  const double* values;
+  size_t value_count; /**< name_count x 3 for markers, name_count for weights */
+  const double*
+      head; /**< weights only: its yaw (to its left), pitch (down), roll (to its right), radians; or NULL */
+  const double*
+      head_place;     /**< weights only: x to its left, y up, z forward, millimetres from rest; or NULL */
+  const double* eyes; /**< weights only: 2 x 2, as #MIEN_ANIMATION_EYES; or NULL */
+} mien_live_frame;
+#define MIEN_LIVE_FRAME_INIT                                                                                 \
+  { .struct_size = sizeof(mien_live_frame) }
+
+/** What became of a frame. */
+enum {
+  MIEN_LIVE_USED = 0,      /**< there are results: one, or with the setting "output-rate" none or several */
+  MIEN_LIVE_PAUSED = 1,    /**< left out by ::mien_live_pause */
+  MIEN_LIVE_DUPLICATE = 2, /**< left out: it has the time of the frame before */
+  MIEN_LIVE_LATE = 3,      /**< left out: its time is before that of the frame before */
+  MIEN_LIVE_UNUSABLE = 4   /**< left out: `arrival` is not a time */
+};
+typedef int32_t mien_live_verdict;
+
+/** Solves a frame; its results replace those of the call before. `verdict` may be NULL. Frames that are left
+ * out succeed as well; they have no results. Fails for a face or a `value_count` that is wrong. */
+MIEN_HOST_API mien_status mien_live_feed(mien_live* live, const mien_live_frame* frame,
+                                         mien_live_verdict* verdict, mien_messages** errors);
+/** Handles silent sources: a face that got no frame for a quarter of a second, or three frames if that is
+ * longer, is lost, and frames without it are inserted so that it fades to rest. Their results replace those
+ * of the call before. Call it about 30 times per second. `now`: seconds on the clock of
+ * mien_live_frame::arrival. */
+MIEN_HOST_API mien_status mien_live_advance(mien_live* live, double now, mien_messages** errors);
+
+/** A result of the last ::mien_live_feed or ::mien_live_advance. */
+typedef struct mien_live_result {
+  size_t struct_size;
+  size_t face;
+  int64_t frame;      /**< from 1, rising */
+  double time;        /**< seconds, rising: the source's clock where it has one, from 0 at its first frame */
+  double arrival;     /**< mien_live_frame::arrival of the frame that it was made of */
+  double presence;    /**< the share of what was measured in the weights: 1, less while a lost face fades */
+  size_t unseen;      /**< markers that the solve uses, or weights, that the frame lacks */
+  int32_t learning;   /**< 1: the neutral face is not known yet, and all weights are 0 */
+  int32_t face_seen;  /**< 0: the face is lost; its last result is held, and then fades to rest */
+  int32_t head_known; /**< 0: the head keeps its last pose */
+  int32_t eyes_known; /**< 0: the eyes keep their direction, and then look straight ahead */
+} mien_live_result;
+#define MIEN_LIVE_RESULT_INIT                                                                                \
+  { .struct_size = sizeof(mien_live_result) }
+
+MIEN_HOST_API size_t mien_live_result_count(const mien_live* live); /**< 0 for NULL */
+/** Fills `result`; #MIEN_USAGE for an index that is too large. */
+MIEN_HOST_API mien_status mien_live_get_result(const mien_live* live, size_t index, mien_live_result* result);
+/** An array of a result, as of a frame solver. Its memory is valid until the next call of ::mien_live_feed or
+ * ::mien_live_advance. #MIEN_FRAME_RESIDUALS are 0 for weights and lost faces. */
+MIEN_HOST_API mien_status mien_live_get_array(const mien_live* live, size_t index, mien_frame_array which,
+                                              mien_array* array, mien_messages** errors);
+
+/** Learns the neutral face of a face of markers from its next frames, in which the performer keeps still.
+ * Does nothing to weights. */
+MIEN_HOST_API mien_status mien_live_neutral_now(mien_live* live, size_t face, mien_messages** errors);
+/** 1 leaves out all frames that come in, until it is called with 0. */
+MIEN_HOST_API mien_status mien_live_pause(mien_live* live, int32_t paused, mien_messages** errors);
+/** Starts to record what comes in and what goes out: PLACE.csv, PLACE.out.csv, and where needed
+ * PLACE.neutral.csv and PLACE.events.csv (docs/live.md). Resets what is held, faded or smoothed, so that a
+ * causal solve of PLACE.csv with the same settings gives PLACE.out.csv, byte for byte. `place`: a path
+ * without an ending. Fails where one of the files exists or cannot be written. */
+MIEN_HOST_API mien_status mien_live_start_recording(mien_live* live, size_t face, const char* place,
+                                                    mien_messages** errors);
+/** Does nothing without a recording. If the last one ended by itself, because a file could not be written, this
+ * fails and says which and why; the face goes on, and mien_live_statistics::recording is 0 from then on. */
+MIEN_HOST_API mien_status mien_live_stop_recording(mien_live* live, size_t face, mien_messages** errors);
+/** Marks this moment in a face's recording, if there is one. */
+MIEN_HOST_API mien_status mien_live_mark(mien_live* live, size_t face, const char* label,
+                                         mien_messages** errors);
+/** Adds the time from a frame's arrival to sending its result, which the program measures, to the
+ * statistics. */
+MIEN_HOST_API mien_status mien_live_add_latency(mien_live* live, size_t face, double seconds,
+                                                mien_messages** errors);
+
+/** A face's counts so far: of frames, unless stated otherwise. */
+typedef struct mien_live_statistics {
+  size_t struct_size;
+  uint64_t received;         /**< from the source */
+  uint64_t used;             /**< of these, what the solve got */
+  uint64_t duplicates;       /**< left out: at the time of the frame before */
+  uint64_t late;             /**< left out: before the frame before */
+  uint64_t unusable;         /**< left out: without a usable time */
+  uint64_t paused;           /**< left out by ::mien_live_pause */
+  uint64_t dropped;          /**< missing, judged by the times of the others */
+  uint64_t inserted;         /**< without the face, while nothing came */
+  uint64_t sent;             /**< results */
+  uint64_t lost;             /**< used or inserted, without the face */
+  uint64_t head_unknown;     /**< with the face, but without a known head */
+  uint64_t poor;             /**< in which the markers of a part are off by more than 5 mm */
+  uint64_t unseen;           /**< markers or weights that frames with the face lacked */
+  uint64_t unusable_numbers; /**< positions, weights and angles that are infinite or too large */
+  uint64_t failed_learnings; /**< how often frames did not determine a neutral face */
+  uint64_t source_restarts;  /**< how often the source's clock was reset */
+  double rate;               /**< of the source now, per second; 0 if unknown */
+  double drift_ppm;      /**< how much faster the source's clock is, in parts per million; NaN if unknown */
+  uint64_t latencies;    /**< how many ::mien_live_add_latency has added */
+  double latency_median; /**< seconds, at most 9 % too large; 0 without latencies */
+  double latency_p99;    /**< the 99th percentile, likewise */
+  int32_t recording;     /**< 1: it is being recorded; 0: it is not, or no longer, for want of space */
+} mien_live_statistics;
+#define MIEN_LIVE_STATISTICS_INIT                                                                            \
+  { .struct_size = sizeof(mien_live_statistics) }
+
+/** Fills `statistics`; #MIEN_USAGE for an unknown face. */
+MIEN_HOST_API mien_status mien_live_get_statistics(const mien_live* live, size_t face,
+                                                   mien_live_statistics* statistics);
+/** Ends all recordings. */
+MIEN_HOST_API mien_status mien_live_free(mien_live* live);
 /**@}*/
 
 #ifdef __cplusplus

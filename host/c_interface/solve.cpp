@@ -96,6 +96,7 @@ mien_animation* mien_solve(const mien_take* take, const mien_performer* performe
     const mien_character* const with = RequireOrNull(character, "character");
     SolveJob job = SettingsOf(settings, MIEN_STEP_SOLVE).solve;
     job.character = with ? "character" : "";
+    job.access = FileAccess::Copy; // to the neutral take, which may be shortened during the read
     std::optional<Take> with_timecode;
     if (job.timecode) {
       with_timecode = *from;

@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <limits>
+#include <memory>
 #include <string_view>
 
 using namespace mien;
@@ -31,7 +32,8 @@ std::string TimecodeOf(const Take& take) { return take.timecode ? ToText(*take.t
 } // namespace
 
 mien_take::mien_take(Take read)
-    : take(MarkGaps(std::move(read))), timecode(TimecodeOf(take)), notes(take.notes, take.file) {}
+    : shared(std::make_shared<const Take>(MarkGaps(std::move(read)))), take(*shared),
+      timecode(TimecodeOf(take)), notes(take.notes, take.file) {}
 
 mien_take* mien_take_read(const char* path, const mien_settings* settings, const mien_progress* progress,
                           mien_messages** errors) {

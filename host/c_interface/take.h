@@ -4,6 +4,7 @@
 #include "host/c_interface/messages.h"
 #include "host/takes/take.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -14,7 +15,8 @@ struct mien_take : mien::Handle<mien_take> {
 
   explicit mien_take(mien::Take read);
 
-  const mien::Take take;
+  const std::shared_ptr<const mien::Take> shared; ///< with the faces that are learned from it
+  const mien::Take& take;
   const std::string timecode; ///< as text
   const mien_messages notes;
 };

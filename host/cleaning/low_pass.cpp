@@ -60,38 +60,54 @@ void LowPass::Filter(std::span<double> values) {
 
 namespace {
 
-/// The stretches with the marker, without a gap or a dropped frame in between.
-std::vector<FrameSpan> SeenSpans(const Take& take, std::size_t marker,
-                                 const std::vector<FrameSpan>& unbroken) {
-  std::vector<FrameSpan> seen;
-  for (const FrameSpan& span : unbroken)
-    for (std::size_t f = span.first; f < span.end; ++f) {
-      if (!take.At(f, marker)) continue;
-      if (f > span.first && take.At(f - 1, marker))
-        ++seen.back().end;
-      else
-        seen.push_back({f, f + 1});
+/// A marker's positions in the frames in which it is there, and these frames: stretches without a gap or a
+/// dropped frame.
+struct SeenMarker {
+  std::vector<FrameSpan> stretches;
+  std::vector<double> axes[3]; // of one stretch after the other
+
+  /// Frames rise. `follows` says whether the frame before is the one before in the recording.
+  void Add(std::size_t frame, const Point& p, bool follows) {
+    if (follows && !stretches.empty() && stretches.back().end == frame)
+      ++stretches.back().end;
+    else
+      stretches.push_back({frame, frame + 1});
+    axes[0].push_back(p.x), axes[1].push_back(p.y), axes[2].push_back(p.z);
+  }
+
+  void Filter(LowPass& filter) {
+    std::size_t begin = 0;
+    for (const FrameSpan& stretch : stretches) {
+      for (std::vector<double>& values : axes)
+        filter.Filter(std::span(values).subspan(begin, stretch.Count()));
+      begin += stretch.Count();
     }
-  return seen;
-}
+  }
+};
 
 } // namespace
 
 void SmoothPositions(Take& take, const std::vector<std::size_t>& markers, double cutoff_hz) {
   LowPass filter(cutoff_hz, take.rate);
   const std::vector<FrameSpan> unbroken = UnbrokenSpans(take.frames);
-  std::vector<double> axis[3];
-  for (const std::size_t m : markers)
-    for (const auto& [first, end] : SeenSpans(take, m, unbroken)) {
-      for (auto& values : axis) values.clear();
-      for (std::size_t f = first; f < end; ++f) {
-        const Point& p = *take.At(f, m);
-        axis[0].push_back(p.x), axis[1].push_back(p.y), axis[2].push_back(p.z);
+  constexpr std::size_t kAtOnce = 4; // markers for which the take is fetched once
+  for (std::size_t begin = 0; begin < markers.size(); begin += kAtOnce) {
+    const auto group = std::span(markers).subspan(begin, std::min(kAtOnce, markers.size() - begin));
+    std::vector<SeenMarker> seen(group.size());
+    for (const FrameSpan& span : unbroken)
+      for (std::size_t f = span.first; f < span.end; ++f)
+        for (std::size_t i = 0; i < group.size(); ++i)
+          if (const Point* const p = take.At(f, group[i])) seen[i].Add(f, *p, f > span.first);
+    for (SeenMarker& marker : seen) marker.Filter(filter);
+    std::vector<std::size_t> done(group.size()); // positions
+    for (std::size_t f = 0; f < take.FrameCount(); ++f)
+      for (std::size_t i = 0; i < group.size(); ++i) {
+        const Origin origin = take.OriginAt(f, group[i]);
+        if (origin == Origin::None) continue;
+        const std::size_t at = done[i]++;
+        take.Set(f, group[i], {seen[i].axes[0][at], seen[i].axes[1][at], seen[i].axes[2][at]}, origin);
       }
-      for (auto& values : axis) filter.Filter(values);
-      for (std::size_t f = first; f < end; ++f)
-        take.Set(f, m, {axis[0][f - first], axis[1][f - first], axis[2][f - first]}, take.OriginAt(f, m));
-    }
+  }
 }
 
 } // namespace mien

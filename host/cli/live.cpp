@@ -52,15 +52,19 @@ void CheckPlaces(const LiveJob& job, const Output& output) {
   if (recordings > 1) throw UsageError("out", "there can be one recording");
 }
 
+bool IsLoopback(const std::string& address) { return address.starts_with("127.") || address == "::1"; }
+
 /// The addresses of the stream: a program that chose port 0 needs them.
 void Announce(const LiveStream& stream, const LiveJob& job, Output& output) {
   const std::vector<StreamedSource> sources = stream.Sources();
   for (std::size_t s = 0; s < sources.size(); ++s) {
     if (sources[s].port == 0) continue;
-    output.Line("listening",
-                fmt::format("{} at {} port {}", job.sources[s].text, job.listen, sources[s].port));
+    const StreamSource& source = job.sources[s];
+    output.Line("listening", fmt::format("{} at {} port {}", source.text, job.listen, sources[s].port));
+    if (source.IsOfPhone() && IsLoopback(job.listen))
+      output.Line("", "phones cannot reach this address; --listen 0.0.0.0 opens the port to the network");
     output.Event(JsonObject({{"event", "listening"},
-                             {"source", job.sources[s].text},
+                             {"source", source.text},
                              {"address", job.listen},
                              {"port", sources[s].port}}));
   }
@@ -114,6 +118,7 @@ void RunLive(const LiveJob& job, Output& output) {
   std::mutex mutex; // for `shown`
   std::string shown;
   StatusLine* line = nullptr;
+  std::vector<Problem> faults;
   LiveStream stream(loop, job, [&](const Note& note) {
     if (line)
       line->Above([&] { output.Remark(note); });
@@ -151,10 +156,11 @@ void RunLive(const LiveJob& job, Output& output) {
       });
     if (output.json) loop.Every(1s, [&] { output.Event(StatusAsJson(stream, job)); });
     loop.Run();
-    stream.Finish();
+    faults = stream.Finish();
     line = nullptr;
   }
   Summarise(stream, job, output);
+  if (!faults.empty()) throw InputError(faults);
 }
 
 /// The values of --in and --out, for the help.
@@ -170,6 +176,7 @@ void Describe(Command& command) {
        {"replay:take.csv", "Any take or recorded weights, played as if live; with ?speed=2, ?speed=max, "
                            "?loop, or both: ?speed=2&loop"}});
   command.Details("A source can have its own performer and character: 'tracker:11573?performer=ada.json'. "
+                  "The ports above are the usual ones and may be left out: 'phone'. "
                   "Port 0 stands for any free port. --out is one of these. It may be given more than once:",
                   {{"vmc:HOST:39539", "The VMC protocol: the 52 shapes, or the expressions of -c vrm1"},
                    {"phone:HOST:11111", "Packets of phone face-capture apps"},
@@ -178,8 +185,8 @@ void Describe(Command& command) {
                    {"lines:-, lines:FILE", "A line of JSON per frame"},
                    {"record:PLACE", "PLACE.csv for the input, and PLACE.out.csv for the output"}});
   command.Details("Without --listen, other machines cannot reach any of these ports.");
-  command.Example("mien live --in phone:11111 --out vmc:127.0.0.1:39539");
-  command.Example("mien live --in tracker:11573 -p ada.json --out vmc:127.0.0.1:39539 --out record:show");
+  command.Example("mien live --in phone --out vmc");
+  command.Example("mien live --in tracker -p ada.json --out vmc --out record:show");
   command.Example("mien live --in replay:take.csv?loop -p landmarks68 --out lines:-");
 }
 

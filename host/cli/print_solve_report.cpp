@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <numbers>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -224,22 +225,29 @@ void PrintGrade(const SolveReport& report, const Output& output) {
 
 /// A line for each statement, with all its frames; what is wrong for certain comes first.
 void PrintFlags(const Take& take, const SolveReport& report, const Output& output) {
-  std::vector<QualityFlag> flags = report.quality.flags;
-  std::stable_sort(flags.begin(), flags.end(), [](const auto& a, const auto& b) { return a.kind < b.kind; });
-  std::vector<std::pair<std::string, std::vector<std::string>>> lines;
-  for (const QualityFlag& flag : flags) {
-    const std::int64_t first = take.frames[flag.first], last = take.frames[flag.last];
-    const std::string statement = StatementOf(flag);
-    auto line = std::find_if(lines.begin(), lines.end(), [&](const auto& l) { return l.first == statement; });
-    if (line == lines.end()) line = lines.insert(lines.end(), {statement, {}});
-    line->second.push_back(flag.kind == FlagKind::Jump ? fmt::format("{} ({:+.2f})", last, flag.size)
-                           : first == last             ? std::to_string(first)
-                                                       : fmt::format("{}-{}", first, last));
-  }
   constexpr std::size_t kShownLines = 10, kShownStretches = 5;
+  struct Line {
+    std::string statement;
+    std::vector<std::string> stretches; // empty after those that are shown
+  };
+  std::vector<Line> lines;
+  std::unordered_map<std::string, std::size_t> of_statements;
+  for (const FlagKind kind : {FlagKind::Swap, FlagKind::Mislabel, FlagKind::Jump, FlagKind::Limit})
+    for (const QualityFlag& flag : report.quality.flags) {
+      if (flag.kind != kind) continue;
+      const auto [found, is_new] = of_statements.try_emplace(StatementOf(flag), lines.size());
+      if (is_new) lines.push_back({found->first, {}});
+      if (found->second >= kShownLines) continue;
+      std::string& stretch = lines[found->second].stretches.emplace_back();
+      if (lines[found->second].stretches.size() > kShownStretches) continue;
+      const std::int64_t first = take.frames[flag.first], last = take.frames[flag.last];
+      stretch = flag.kind == FlagKind::Jump ? fmt::format("{} ({:+.2f})", last, flag.size)
+                : first == last             ? std::to_string(first)
+                                            : fmt::format("{}-{}", first, last);
+    }
   for (std::size_t i = 0; i < lines.size() && i < kShownLines; ++i)
     output.Line(i == 0 ? "flags" : "",
-                fmt::format("{}, frames {}", lines[i].first, Some(lines[i].second, kShownStretches)));
+                fmt::format("{}, frames {}", lines[i].statement, Some(lines[i].stretches, kShownStretches)));
   if (lines.empty()) output.Line("flags", "none");
   if (lines.size() > kShownLines) output.Line("", fmt::format("and {} more", lines.size() - kShownLines));
 }

@@ -42,8 +42,8 @@ AlignBy ChooseBy(const Recording& a, const Recording& b, const std::optional<Ali
 
 /// Where a recording has the moment at a position, if it has it. `i` is a frame not after the moment, unless
 /// it is the first, and moves on to it.
-std::optional<Alignment::Moment> Find(const std::vector<double>& positions,
-                                      const std::vector<std::int64_t>& frames, double position,
+std::optional<Alignment::Moment> Find(const LongVector<double>& positions,
+                                      const LongVector<std::int64_t>& frames, double position,
                                       std::size_t& i) {
   while (i + 1 < positions.size() && positions[i + 1] <= position) ++i;
   if (std::abs(positions[i] - position) <= kSame) return Alignment::Moment{0, i, true};
@@ -111,7 +111,7 @@ Alignment Align(const Recording& a, const Recording& b, const AlignOptions& opti
   else if (alignment.by == AlignBy::Timecode)
     alignment.b_starts = TimecodeDifference(a, b) * hz;
   const auto positions = [&](const Recording& recording, double first) {
-    std::vector<double> all(recording.frames.size());
+    LongVector<double> all(recording.frames.size());
     for (std::size_t f = 0; f < all.size(); ++f)
       all[f] = first + (alignment.by == AlignBy::Frames
                             ? static_cast<double>(recording.frames[f] - recording.frames[0])

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/compare/recording.h"
 
 #include <cstddef>
@@ -37,8 +38,8 @@ struct Alignment {
   double b_starts = 0;      ///< frames of A by which B's first frame is later than A's, without the offset
 
   /// Of the frames, on one scale: frames of A since its first one (sizes: frames).
-  std::vector<double> positions_a, positions_b;
-  std::vector<Moment> moments;        ///< by frame; at least one
+  LongVector<double> positions_a, positions_b;
+  LongVector<Moment> moments;         ///< by frame; at least one
   std::size_t only_a = 0, only_b = 0; ///< frames whose moment the other one does not have
   std::size_t interpolated = 0;       ///< of the moments, those that are not exact
 

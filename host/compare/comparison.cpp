@@ -1,12 +1,14 @@
 #include "host/compare/comparison.h"
 
 #include "host/base/error.h"
+#include "host/base/long_vector.h"
 #include "host/base/monotone_cubic.h"
 #include "host/base/text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <span>
 #include <unordered_map>
 #include <utility>
 
@@ -14,20 +16,20 @@ namespace mien {
 
 namespace {
 
-using Moments = std::vector<Alignment::Moment>;
+using Moments = LongVector<Alignment::Moment>;
 
 /// The part of A that B has as well.
 void KeepFrames(Recording& a, const Moments& moments) {
   const std::size_t old_frames = a.frames.size();
   if (moments.size() == old_frames) return;
   for (Curve& curve : a.curves) {
-    std::vector<double> kept;
+    LongVector<double> kept;
     for (std::size_t from = 0; from < curve.values.size(); from += old_frames)
       for (const Alignment::Moment& moment : moments) kept.push_back(curve.values[from + moment.a]);
     curve.values = std::move(kept);
   }
-  std::vector<std::int64_t> frames;
-  std::vector<double> times;
+  LongVector<std::int64_t> frames;
+  LongVector<double> times;
   for (const Alignment::Moment& moment : moments) {
     frames.push_back(a.frames[moment.a]);
     times.push_back(a.times[moment.a]);
@@ -39,7 +41,7 @@ void KeepFrames(Recording& a, const Moments& moments) {
 
 /// The values of B at A's moments, one coordinate of a marker or one curve.
 std::vector<double> ReadAt(const Alignment& alignment, std::vector<double> values, bool straight) {
-  const std::vector<double>& at = alignment.positions_b;
+  const LongVector<double>& at = alignment.positions_b;
   std::vector<double> read;
   read.reserve(alignment.moments.size());
   const auto exact = [&](const Alignment::Moment& moment) { read.push_back(values[moment.b]); };
@@ -72,12 +74,10 @@ std::vector<double> ReadAt(const Alignment& alignment, std::vector<double> value
 void BringOnto(Recording& b, const Recording& a, const Alignment& alignment) {
   const std::size_t old_frames = b.frames.size();
   for (Curve& curve : b.curves) {
-    std::vector<double> all;
+    LongVector<double> all;
     for (std::size_t from = 0; from < curve.values.size(); from += old_frames) {
-      const auto first = curve.values.begin() + static_cast<std::ptrdiff_t>(from);
-      const std::vector<double> read =
-          ReadAt(alignment, {first, first + static_cast<std::ptrdiff_t>(old_frames)}, curve.IsMarker());
-      all.insert(all.end(), read.begin(), read.end());
+      const std::span<const double> values = std::as_const(curve.values).subspan(from, old_frames);
+      all.append(ReadAt(alignment, {values.begin(), values.end()}, curve.IsMarker()));
     }
     curve.values = std::move(all);
   }

@@ -47,7 +47,7 @@ private:
 
 /// The correlation of A with B so many frames later, for each lag from -most to most; 0 where there is none,
 /// or where too few frames overlap.
-std::vector<double> Correlations(const Curve& a, const Curve& b, const std::vector<std::int64_t>& frames,
+std::vector<double> Correlations(const Curve& a, const Curve& b, const LongVector<std::int64_t>& frames,
                                  std::int64_t most, std::size_t fewest) {
   std::vector<double> correlations;
   Pairs pairs;
@@ -96,7 +96,7 @@ double Distance(const Curve& a, const Curve& b, std::size_t frame, std::size_t f
 
 } // namespace
 
-CurveDifference Difference(const Curve& a, const Curve& b, const std::vector<std::int64_t>& frames,
+CurveDifference Difference(const Curve& a, const Curve& b, const LongVector<std::int64_t>& frames,
                            const FrameRate& rate) {
   CurveDifference difference;
   double squares = 0;

@@ -30,7 +30,7 @@ struct CurveDifference {
 };
 
 /// `a` and `b` have the same frames, with these numbers, at `rate`.
-CurveDifference Difference(const Curve& a, const Curve& b, const std::vector<std::int64_t>& frames,
+CurveDifference Difference(const Curve& a, const Curve& b, const LongVector<std::int64_t>& frames,
                            const FrameRate& rate);
 
 /// A difference on one scale for all units, for sorting and for limits: of a weight the difference itself, of

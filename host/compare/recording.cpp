@@ -1,8 +1,11 @@
 #include "host/compare/recording.h"
 
+#include <algorithm>
 #include <limits>
 #include <numbers>
+#include <span>
 #include <unordered_set>
+#include <vector>
 
 namespace mien {
 
@@ -17,17 +20,26 @@ Recording WithoutCurves(const Source& take) {
   recording.format = take.format;
   recording.rate = take.rate;
   recording.timecode = take.timecode;
-  recording.frames = {take.frames.begin(), take.frames.end()};
-  recording.times = {take.times.begin(), take.times.end()};
+  recording.frames = take.frames;
+  recording.times = take.times;
   recording.notes = take.notes;
   return recording;
 }
 
 template <class Value>
-std::vector<double> ValuesOf(std::size_t frames, const Value& value) {
-  std::vector<double> values(frames);
+LongVector<double> ValuesOf(std::size_t frames, const Value& value) {
+  LongVector<double> values(frames);
   for (std::size_t f = 0; f < frames; ++f) values[f] = value(f);
   return values;
+}
+
+/// Calls `write(first, count)` for ranges of frames: what is written curve by curve is then fetched once for many
+/// frames, however many curves there are, and what is read frame by frame comes from a cache.
+template <class Write>
+void InRanges(std::size_t frames, const Write& write) {
+  constexpr std::size_t kAtOnce = 512;
+  for (std::size_t first = 0; first < frames; first += kAtOnce)
+    write(first, std::min(kAtOnce, frames - first));
 }
 
 } // namespace
@@ -43,9 +55,16 @@ Recording RecordingOf(const WeightTake& take) {
   recording.timecode_offset_s = take.timecode_offset_s;
   const std::size_t frames = take.frames.size();
   const char* const group = take.HasTemplates() ? "Templates" : "Shapes";
-  for (std::size_t n = 0; n < take.names.size(); ++n)
-    recording.curves.push_back(
-        {group, take.names[n], "", ValuesOf(frames, [&](std::size_t f) { return take.Weight(f, n); })});
+  for (const std::string& name : take.names) {
+    recording.curves.push_back({group, name, "", {}});
+    recording.curves.back().values.extend(frames);
+  }
+  InRanges(frames, [&](std::size_t first, std::size_t count) {
+    for (std::size_t n = 0; n < take.names.size(); ++n) {
+      const std::span<double> values = recording.curves[n].values.subspan(first, count);
+      for (std::size_t i = 0; i < count; ++i) values[i] = take.Weight(first + i, n);
+    }
+  });
   const auto add_angle = [&](const char* of, const char* name, const auto& radians) {
     recording.curves.push_back(
         {of, name, "deg", ValuesOf(frames, [&](std::size_t f) { return radians(f) * kDegrees; })});
@@ -68,19 +87,28 @@ Recording RecordingOf(const Take& take) {
   Recording recording = WithoutCurves(take);
   recording.kind = RecordingKind::Take;
   const std::size_t frames = take.FrameCount();
+  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
   std::unordered_set<std::string> names;
+  std::vector<std::size_t> columns; // of the curves
   for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
     if (!names.insert(take.markers[m]).second) continue;
-    Curve marker = {"Markers", take.markers[m], "mm",
-                    std::vector<double>(3 * frames, std::numeric_limits<double>::quiet_NaN())};
-    for (std::size_t f = 0; f < frames; ++f)
-      if (const Point* const p = take.At(f, m)) {
-        marker.values[f] = p->x;
-        marker.values[frames + f] = p->y;
-        marker.values[2 * frames + f] = p->z;
-      }
-    recording.curves.push_back(std::move(marker));
+    recording.curves.push_back({"Markers", take.markers[m], "mm", {}});
+    recording.curves.back().values.extend(3 * frames);
+    columns.push_back(m);
   }
+  InRanges(frames, [&](std::size_t first, std::size_t count) {
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+      LongVector<double>& values = recording.curves[c].values;
+      const std::span<double> x = values.subspan(first, count), y = values.subspan(frames + first, count),
+                              z = values.subspan(2 * frames + first, count);
+      for (std::size_t i = 0; i < count; ++i) {
+        const Point* const p = take.At(first + i, columns[c]);
+        x[i] = p ? p->x : kNone;
+        y[i] = p ? p->y : kNone;
+        z[i] = p ? p->z : kNone;
+      }
+    }
+  });
   return recording;
 }
 

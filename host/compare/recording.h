@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/takes/frame_rate.h"
 #include "host/takes/take.h"
 #include "host/takes/timecode.h"
@@ -27,7 +28,7 @@ struct Curve {
 
   /// NaN where there is none (size: frames). Of a marker all x, then all y, then all z (size: 3 x frames); a
   /// gap is NaN in all three.
-  std::vector<double> values;
+  LongVector<double> values;
 
   bool IsMarker() const { return unit == "mm"; }
 };
@@ -40,8 +41,8 @@ struct Recording {
   FrameRate rate;
   std::optional<Timecode> timecode; ///< of the first frame
   double timecode_offset_s = 0;     ///< by which the first frame is later than that
-  std::vector<std::int64_t> frames; ///< numbers: rising, may skip
-  std::vector<double> times;        ///< (size: frames) seconds: rising, not always from 0
+  LongVector<std::int64_t> frames;  ///< numbers: rising, may skip
+  LongVector<double> times;         ///< (size: frames) seconds: rising, not always from 0
   std::vector<Curve> curves;        ///< no two with the same group and name
   std::vector<Note> notes;          ///< the reader's
 

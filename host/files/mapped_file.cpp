@@ -87,13 +87,14 @@ void MappedFile::EachPart(const std::function<void(std::string_view)>& use) cons
   }
 }
 
-// Has a byte of each page fetched.
+// One call for a whole part is several times faster than touching its pages, which systems before Linux 5.14 need.
 void MappedFile::Fetch(const ReadProgress& progress) const {
   std::size_t done = 0;
   EachPart([&](std::string_view part) {
     constexpr std::size_t kPage = 4096;             // may be larger: then some are touched twice
     const volatile char* const bytes = part.data(); // volatile: what is read is not used
-    for (std::size_t i = 0; i < part.size(); i += kPage) static_cast<void>(bytes[i]);
+    if (madvise(const_cast<char*>(part.data()), part.size(), MADV_POPULATE_READ) != 0)
+      for (std::size_t i = 0; i < part.size(); i += kPage) static_cast<void>(bytes[i]);
     done += part.size();
     progress(done, bytes_.size());
   });

@@ -1,6 +1,7 @@
 #include "host/formats/json_stream.h"
 
 #include "host/base/parse_json.h"
+#include "host/base/read_pages.h"
 
 #include <fmt/format.h>
 
@@ -79,6 +80,17 @@ private:
   bool in_string_ = false, is_escaped_ = false;
 };
 
+// Looks through the text part by part, of which only one is in memory at a time.
+bool HasNan(std::string_view text) {
+  constexpr std::size_t kPart = std::size_t{1} << 22;
+  for (std::size_t at = 0; at < text.size(); at += kPart) {
+    if (text.substr(at, kPart + NanCursor::kNan.size() - 1).find(NanCursor::kNan) != std::string_view::npos)
+      return true;
+    if (text.size() > kPart) DropReadPages();
+  }
+  return false;
+}
+
 } // namespace
 
 bool JsonEvents::parse_error(std::size_t /*at*/, const std::string& /*token*/,
@@ -88,8 +100,7 @@ bool JsonEvents::parse_error(std::size_t /*at*/, const std::string& /*token*/,
   return false;
 }
 
-JsonStream::JsonStream(std::string_view bytes)
-    : bytes_(bytes), has_nan_(bytes.find(NanCursor::kNan) != std::string_view::npos), at_(bytes.data()) {}
+JsonStream::JsonStream(std::string_view bytes) : bytes_(bytes), has_nan_(HasNan(bytes)), at_(bytes.data()) {}
 
 std::size_t JsonStream::Line() const {
   return 1 + static_cast<std::size_t>(std::count(bytes_.data(), at_, '\n'));

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -105,7 +106,8 @@ Glb ReadGlb(std::string_view bytes, const std::string& file) {
   glb.file = file;
   glb.json = ParseGlbJson(chunks[0].data, kHeading + kChunkHeading, file);
   std::size_t known = 1;
-  if (chunks.size() > known && chunks[known].type == kBinaryChunk) glb.binary = chunks[known++].data;
+  if (chunks.size() > known && chunks[known].type == kBinaryChunk)
+    glb.binary = LongVector<char>(std::span<const char>(chunks[known++].data));
   for (std::size_t c = known; c < chunks.size(); ++c)
     if (chunks[c].data.size() % 4 != 0)
       fail(chunks[c].at,
@@ -152,7 +154,11 @@ void WriteGlb(const Glb& glb, std::ostream& out) {
     const std::string padding((4 - glb.binary.size() % 4) % 4, '\0');
     write(NumberBytes(static_cast<std::uint32_t>(glb.binary.size() + padding.size())));
     write(kBinaryChunk);
-    write(glb.binary);
+    constexpr std::size_t kAtOnce = std::size_t{1} << 16;
+    for (std::size_t at = 0; at < glb.binary.size(); at += kAtOnce) {
+      const std::span<const char> piece = glb.binary.subspan(at, std::min(kAtOnce, glb.binary.size() - at));
+      write({piece.data(), piece.size()});
+    }
     write(padding);
   }
   write(glb.further_chunks);

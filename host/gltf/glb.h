@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/base/long_vector.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
@@ -15,7 +17,7 @@ namespace mien {
 // NOLINTNEXTLINE(bugprone-exception-escape): that of the JSON, whose move promises not to throw, and does not
 struct Glb {
   nlohmann::ordered_json json; ///< an object, its "asset" of version 2
-  std::string binary;          ///< the data of buffer 0; empty without such a chunk
+  LongVector<char> binary;     ///< the data of buffer 0, curves included; empty without such a chunk
   std::string further_chunks;  ///< the chunks behind these, with their headings
   std::string file;            ///< its name, for messages
 };

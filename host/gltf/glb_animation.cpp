@@ -2,7 +2,19 @@
 
 #include "host/base/rotation.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 namespace mien {
+
+namespace {
+
+void Put(std::span<float> values, std::initializer_list<double> components) {
+  std::transform(components.begin(), components.end(), values.begin(),
+                 [](double component) { return static_cast<float>(component); });
+}
+
+} // namespace
 
 GlbAnimation::GlbAnimation(Glb& glb, std::span<const double> times) : glb_(glb), frame_count_(times.size()) {
   for (std::size_t f = 0; f < times.size(); ++f) {
@@ -28,47 +40,39 @@ GlbAnimation::AddWeightSampler(std::size_t targets,
                                const std::function<double(std::size_t frame, std::size_t target)>& weight) {
   GlbLength(0, glb_.binary.size() + keys_.size() * targets * sizeof(float), 0,
             glb_.file); // before they are there
-  std::vector<float> values;
-  values.reserve(keys_.size() * targets);
-  for (const std::size_t f : keys_)
-    for (std::size_t t = 0; t < targets; ++t) values.push_back(static_cast<float>(weight(f, t)));
-  return AddSampler(values, ElementType::Scalar);
+  return AddSampler(targets, ElementType::Scalar, [&](std::size_t f, std::span<float> values) {
+    for (std::size_t t = 0; t < targets; ++t) values[t] = static_cast<float>(weight(f, t));
+  });
 }
 
 void GlbAnimation::AddTranslation(std::size_t node,
                                   const std::function<VgeTVector(std::size_t frame)>& translation) {
-  std::vector<float> values;
-  values.reserve(3 * keys_.size());
-  for (const std::size_t f : keys_) {
+  const auto fill = [&](std::size_t f, std::span<float> values) {
     const VgeTVector t = translation(f);
-    for (const double component : {t.x, t.y, t.z}) values.push_back(static_cast<float>(component));
-  }
-  AddChannel(node, "translation", AddSampler(values, ElementType::Vec3));
+    Put(values, {t.x, t.y, t.z});
+  };
+  AddChannel(node, "translation", AddSampler(3, ElementType::Vec3, fill));
 }
 
 void GlbAnimation::AddRotation(std::size_t node,
                                const std::function<VgeRMatrix(std::size_t frame)>& rotation) {
-  std::vector<float> values;
-  values.reserve(4 * keys_.size());
   VgeQuaternion last(0, 0, 0, 1);
-  for (const std::size_t f : keys_) {
+  const auto fill = [&](std::size_t f, std::span<float> values) {
     last = QuaternionNear(last, rotation(f));
-    for (const double component : {last.x, last.y, last.z, last.w})
-      values.push_back(static_cast<float>(component));
-  }
-  AddChannel(node, "rotation", AddSampler(values, ElementType::Vec4));
+    Put(values, {last.x, last.y, last.z, last.w});
+  };
+  AddChannel(node, "rotation", AddSampler(4, ElementType::Vec4, fill));
 }
 
 void GlbAnimation::AddTransform(std::size_t node,
                                 const std::function<ClusterTransform(std::size_t frame)>& transform) {
   AddTranslation(node, [&](std::size_t f) { return transform(f).translation; });
-  std::vector<float> scales;
-  for (const std::size_t f : keys_) {
-    const VgeSVector s = transform(f).scale;
-    for (const double component : {s.x, s.y, s.z}) scales.push_back(static_cast<float>(component));
-  }
   AddRotation(node, [&](std::size_t f) { return transform(f).rotation; });
-  AddChannel(node, "scale", AddSampler(scales, ElementType::Vec3));
+  const auto fill = [&](std::size_t f, std::span<float> values) {
+    const VgeSVector s = transform(f).scale;
+    Put(values, {s.x, s.y, s.z});
+  };
+  AddChannel(node, "scale", AddSampler(3, ElementType::Vec3, fill));
 }
 
 void GlbAnimation::Finish(const std::string& name, Json extras) {
@@ -79,9 +83,13 @@ void GlbAnimation::Finish(const std::string& name, Json extras) {
             {"extras", std::move(extras)}});
 }
 
-std::size_t GlbAnimation::AddSampler(const std::vector<float>& values, ElementType type) {
+std::size_t
+GlbAnimation::AddSampler(std::size_t row_size, ElementType type,
+                         const std::function<void(std::size_t frame, std::span<float> values)>& fill) {
   if (!input_) input_ = AppendFloats(glb_, times_, ElementType::Scalar, Bounds::With);
-  const std::size_t output = AppendFloats(glb_, values, type, Bounds::Without);
+  const std::size_t output =
+      AppendRows(glb_, keys_.size(), row_size, type,
+                 [&](std::size_t key, std::span<float> values) { fill(keys_[key], values); });
   samplers_.push_back({{"input", *input_}, {"interpolation", "LINEAR"}, {"output", output}});
   return samplers_.size() - 1;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/character/character.h"
 #include "host/gltf/glb.h"
 #include "host/gltf/glb_data.h"
@@ -59,13 +60,14 @@ private:
 
   std::size_t AddWeightSampler(std::size_t targets,
                                const std::function<double(std::size_t frame, std::size_t target)>& weight);
-  std::size_t AddSampler(const std::vector<float>& values, ElementType type);
+  std::size_t AddSampler(std::size_t row_size, ElementType type,
+                         const std::function<void(std::size_t frame, std::span<float> values)>& fill);
   void AddChannel(std::size_t node, const char* path, std::size_t sampler);
 
   Glb& glb_;
   std::size_t frame_count_;
-  std::vector<std::size_t> keys_;    // frames
-  std::vector<float> times_;         // s, from the first (size: keys)
+  LongVector<std::size_t> keys_;     // frames
+  LongVector<float> times_;          // s, from the first (size: keys)
   std::optional<std::size_t> input_; // the accessor of the times, once there is a curve
   std::map<std::pair<decltype(MorphNode::targets), decltype(MorphNode::defaults)>, std::size_t>
       weights_; // samplers by lists

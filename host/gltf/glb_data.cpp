@@ -43,15 +43,25 @@ void AppendNumber(std::string& bytes, std::uint32_t number, int size) {
   for (int byte = 0; byte < size; ++byte) bytes.push_back(static_cast<char>(number >> 8 * byte & 0xFF));
 }
 
-/// `stride`: bytes from an element to the next; 0 where they are as long as they need.
-std::size_t AppendView(Glb& glb, const std::string& bytes, ViewTarget target, std::size_t stride = 0) {
+/// A view of the next `length` bytes of the data, which the caller appends. `stride`: bytes from an element to
+/// the next; 0 where they are as long as they need.
+std::size_t BeginView(Glb& glb, std::size_t length, ViewTarget target, std::size_t stride = 0) {
   glb.binary.resize((glb.binary.size() + 3) / 4 * 4);
-  Json view = {{"buffer", 0}, {"byteOffset", glb.binary.size()}, {"byteLength", bytes.size()}};
+  Json view = {{"buffer", 0}, {"byteOffset", glb.binary.size()}, {"byteLength", length}};
   if (stride > 0) view["byteStride"] = stride;
   if (target != ViewTarget::None) view["target"] = static_cast<int>(target);
-  glb.binary += bytes;
-  glb.json["buffers"][0]["byteLength"] = glb.binary.size();
+  glb.json["buffers"][0]["byteLength"] = glb.binary.size() + length;
   return AppendTo(glb, "bufferViews", std::move(view));
+}
+
+std::size_t AppendView(Glb& glb, const std::string& bytes, ViewTarget target, std::size_t stride = 0) {
+  const std::size_t view = BeginView(glb, bytes.size(), target, stride);
+  glb.binary.append(std::span<const char>(bytes));
+  return view;
+}
+
+Json FloatAccessor(std::size_t view, std::size_t count, const char* type) {
+  return {{"bufferView", view}, {"componentType", kFloat}, {"count", count}, {"type", type}};
 }
 
 /// The least and the largest value of each of an accessor's components.
@@ -107,12 +117,24 @@ std::size_t AppendFloats(Glb& glb, std::span<const float> values, ElementType ty
   std::string bytes;
   bytes.reserve(4 * values.size());
   for (const float value : values) AppendNumber(bytes, std::bit_cast<std::uint32_t>(value), 4);
-  Json accessor = {{"bufferView", AppendView(glb, bytes, target)},
-                   {"componentType", kFloat},
-                   {"count", values.size() / size},
-                   {"type", name}};
+  Json accessor = FloatAccessor(AppendView(glb, bytes, target), values.size() / size, name);
   if (bounds == Bounds::With) AddBounds(accessor, values, size);
   return AppendTo(glb, "accessors", std::move(accessor));
+}
+
+std::size_t AppendRows(Glb& glb, std::size_t rows, std::size_t row_size, ElementType type,
+                       const std::function<void(std::size_t row, std::span<float> values)>& fill) {
+  const auto [name, size] = NameOf(type);
+  const std::size_t view = BeginView(glb, 4 * rows * row_size, ViewTarget::None);
+  std::vector<float> values(row_size);
+  std::string bytes;
+  for (std::size_t row = 0; row < rows; ++row) {
+    fill(row, values);
+    bytes.clear();
+    for (const float value : values) AppendNumber(bytes, std::bit_cast<std::uint32_t>(value), 4);
+    glb.binary.append(std::span<const char>(bytes));
+  }
+  return AppendTo(glb, "accessors", FloatAccessor(view, rows * row_size / size, name));
 }
 
 std::size_t AppendIndices(Glb& glb, std::span<const std::uint16_t> indices) {

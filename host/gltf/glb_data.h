@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -37,7 +38,12 @@ std::size_t AppendTo(Glb& glb, const char* key, nlohmann::ordered_json element);
 std::size_t AppendFloats(Glb& glb, std::span<const float> values, ElementType type, Bounds bounds,
                          ViewTarget target = ViewTarget::None);
 
-/// The same for the vertex indices of triangles.
+/// The same for `rows` of `row_size` floats, whole elements, which `fill(row, values)` writes one after the other:
+/// for curves, which grow with a recording.
+std::size_t AppendRows(Glb& glb, std::size_t rows, std::size_t row_size, ElementType type,
+                       const std::function<void(std::size_t row, std::span<float> values)>& fill);
+
+/// The same as AppendFloats for the vertex indices of triangles.
 std::size_t AppendIndices(Glb& glb, std::span<const std::uint16_t> indices);
 
 /// Normalised integers, which stand for numbers from -1 to 1: a short for 32767 steps, a byte for 127. Of

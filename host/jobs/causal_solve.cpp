@@ -94,9 +94,7 @@ JsonValue AsJson(const CausalResult& causal, std::size_t frames, std::size_t wri
                             {"unknown_heads", causal.unknown_heads}});
 }
 
-CausallySolved SolveCausally(const SolveJob& job, const Take& take, const Performer& performer,
-                             const Character* character, const ShapeBasis* basis,
-                             const JobProgress& progress) {
+LiveSetup SetupOf(const SolveJob& job) {
   LiveSetup setup;
   setup.causal = SettingsOf(job.causal);
   setup.causal.brows = job.solve.brows;
@@ -105,29 +103,41 @@ CausallySolved SolveCausally(const SolveJob& job, const Take& take, const Perfor
   setup.causal.gaze = job.solve.gaze;
   setup.causal.fade_s = job.solve.fade_s;
   setup.causal.output_rate = job.output_rate;
-  setup.character = Shared(character);
   setup.expressions = job.expressions;
-  setup.performer = Shared(&performer);
-  setup.basis = Shared(basis);
   if (const std::string& path = job.causal.neutral_take; !path.empty()) {
     const MappedFile file(path, {}, job.access);
     setup.neutral_take = std::make_shared<const Take>(ReadPoints(file.Bytes(), InputName(path), job.reading));
     setup.neutral = job.neutral;
   }
+  return setup;
+}
+
+LiveSetup SetupOf(const RetargetJob& job, bool has_character) {
+  LiveSetup setup;
+  setup.causal = SettingsOf(job.causal);
+  setup.causal.fade_s = job.fade_s;
+  setup.causal.output_rate = job.output_rate;
+  setup.expressions = job.expressions;
+  setup.swap_sides = job.swap_sides;
+  if (has_character) setup.map = std::make_shared<const WeightMap>(LoadWeightMap(job.map));
+  return setup;
+}
+
+CausallySolved SolveCausally(const SolveJob& job, const Take& take, const Performer& performer,
+                             const Character* character, const ShapeBasis* basis,
+                             const JobProgress& progress) {
+  LiveSetup setup = SetupOf(job);
+  setup.character = Shared(character);
+  setup.performer = Shared(&performer);
+  setup.basis = Shared(basis);
   return SolveCausally(take, setup, Solving(progress));
 }
 
 CausallySolved SolveCausally(const RetargetJob& job, const WeightTake& take, const std::vector<Range>& ranges,
                              const Character* character, const JobProgress& progress) {
-  LiveSetup setup;
-  setup.causal = SettingsOf(job.causal);
-  setup.causal.fade_s = job.fade_s;
-  setup.causal.output_rate = job.output_rate;
+  LiveSetup setup = SetupOf(job, character != nullptr);
   setup.character = Shared(character);
-  setup.expressions = job.expressions;
   setup.weight_ranges = ranges;
-  setup.swap_sides = job.swap_sides;
-  if (character) setup.map = std::make_shared<const WeightMap>(LoadWeightMap(job.map));
   return SolveCausally(take, setup, Solving(progress));
 }
 

@@ -4,6 +4,7 @@
 #include "host/jobs/job_progress.h"
 #include "host/jobs/retarget_job.h"
 #include "host/jobs/solve_job.h"
+#include "host/live/live_face.h"
 #include "host/live/solve_causally.h"
 
 #include <cstddef>
@@ -21,6 +22,14 @@ void CheckCausal(const RetargetJob& job);
 
 /// For programs. `frames` were read, `written` frames written.
 JsonValue AsJson(const CausalResult& causal, std::size_t frames, std::size_t written);
+
+/// What a job's settings mean for a face of markers: all of its setup but the performer, the character and
+/// the basis. Reads the job's neutral take. Throws InputError.
+LiveSetup SetupOf(const SolveJob& job);
+
+/// The same for a face of weights: all of its setup but the ranges and the character. The map is read if
+/// there is going to be a character.
+LiveSetup SetupOf(const RetargetJob& job, bool has_character);
 
 /// Solves a take. `character` may be null: then there are no shapes and clusters. `performer` has only the
 /// ranges to apply. `basis` is the job's; null for the built-in ones. Throws InputError as LiveFace does.

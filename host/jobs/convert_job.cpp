@@ -2,6 +2,7 @@
 
 #include "host/base/text.h"
 #include "host/files/mapped_file.h"
+#include "host/files/spooled_text.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
@@ -10,8 +11,11 @@
 
 #include <fmt/format.h>
 
-#include <sstream>
+#include <ostream>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace mien {
 
@@ -24,6 +28,26 @@ TakeFormat FormatOf(const std::string& output) {
                                          Quoted(output)));
 }
 
+/// What a take becomes as a file.
+struct Converted {
+  TakeFormat format;
+  std::vector<Note> lost;
+};
+
+/// Writes a take as the file of a name, and compares it with what a reader finds there.
+Converted Convert(const Take& take, const std::string& output, SpooledText& file,
+                  const JobProgress& progress) {
+  const TakeFormat format = FormatOf(output);
+  std::ostream stream(&file);
+  const auto write = [&](std::ostream& out) { WriteTake(take, format, out); };
+  if (format == TakeFormat::C3d)
+    write(stream);
+  else
+    WriteWithProgress(stream, take.FrameCount() * (1 + 3 * take.MarkerCount()), progress, write);
+  if (progress) progress(JobStage::Writing, 0, 0); // how long comparing takes is not known
+  return {format, WhatWasLost(take, ReadTake(file.Text(), output))};
+}
+
 } // namespace
 
 Take PartToWrite(const ConvertJob& job, Take take) {
@@ -33,16 +57,9 @@ Take PartToWrite(const ConvertJob& job, Take take) {
 }
 
 ConvertedBytes ConvertBytes(const Take& take, const std::string& output, const JobProgress& progress) {
-  const TakeFormat format = FormatOf(output);
-  std::ostringstream file;
-  const auto write = [&](std::ostream& out) { WriteTake(take, format, out); };
-  if (format == TakeFormat::C3d)
-    write(file);
-  else
-    WriteWithProgress(file, take.FrameCount() * (1 + 3 * take.MarkerCount()), progress, write);
-  if (progress) progress(JobStage::Writing, 0, 0); // how long comparing takes is not known
-  std::vector<Note> lost = WhatWasLost(take, ReadTake(file.view(), output));
-  return {std::move(file).str(), format, std::move(lost)};
+  SpooledText file;
+  Converted converted = Convert(take, output, file, progress);
+  return {std::string(file.Text()), converted.format, std::move(converted.lost)};
 }
 
 ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
@@ -51,9 +68,13 @@ ConvertResult Run(const ConvertJob& job, const JobProgress& progress) {
   CheckWritable(job.output);
   Take take = PartToWrite(job, ReadTake(MappedFile(job.take, ReadingProgress(progress)).Bytes(),
                                         InputName(job.take), job.reading));
-  ConvertedBytes file = ConvertBytes(take, job.output, progress);
-  WriteWhole(job.output, [&](std::ostream& out) { out << file.bytes; });
-  return {std::move(take), file.format, std::move(file.lost)};
+  SpooledText file;
+  Converted converted = Convert(take, job.output, file, progress);
+  WriteWhole(job.output, [&](std::ostream& out) {
+    file.EachPart(
+        [&](std::string_view part) { out.write(part.data(), static_cast<std::streamsize>(part.size())); });
+  });
+  return {std::move(take), converted.format, std::move(converted.lost)};
 }
 
 } // namespace mien

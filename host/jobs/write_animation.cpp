@@ -89,7 +89,7 @@ WrittenAnimation WriteAnimation(const Animation& animation, const Character* cha
       return Write(animation, writer, threads);
     }
     case AnimationFormat::Json:
-      return WriteAnimationJson(animation, out);
+      return WriteAnimationJson(animation, out, threads);
     case AnimationFormat::Glb:
       written.head = output.onto
                          ? WriteAnimationOntoHead(animation, std::move(*output.onto), output.nodes, out)

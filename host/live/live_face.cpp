@@ -308,7 +308,7 @@ void LiveFace::Fade(bool seen, double elapsed_s) {
   now_ = solved_;
   const double share = now_.presence = presence_.Step(seen, elapsed_s);
   if (!seen) {
-    now_.head_known = false;
+    now_.head_known = now_.eyes_known = false;
     now_.residual_mm = {};
     now_.unseen = markers_ ? markers_->Used().size() : source_.names.size();
   }
@@ -365,6 +365,7 @@ void LiveFace::SendAt(double time_s, std::int64_t frame, const LiveMoment& momen
   output_.learning = moment.learning;
   output_.face_seen = moment.face_seen;
   output_.head_known = moment.head_known;
+  output_.eyes_known = moment.eyes_known;
   output_.unseen = moment.unseen;
   output_.presence = moment.presence;
   output_.residual_mm = moment.residual_mm;

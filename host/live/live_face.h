@@ -86,6 +86,10 @@ public:
   const Character* CharacterInUse() const { return setup_.character.get(); } ///< null without one
   bool MayShowEyes() const { return solved_.has_eyes || !markers_; } ///< false: no frame will have them
 
+  /// Which of the source's markers the solve uses (indices). Valid until the face learns again; null until
+  /// the neutral face is known, and for weights.
+  const std::vector<std::size_t>* UsedMarkers() const { return markers_ ? &markers_->Used() : nullptr; }
+
   /// The take that the face was learned from; null if there was none.
   const Take* LearnedFrom() const { return learned_from_.get(); }
 

@@ -19,7 +19,7 @@ struct LiveMoment {
   bool has_eyes = false;
 
   // As in LiveOutput.
-  bool learning = false, face_seen = false, head_known = false;
+  bool learning = false, face_seen = false, head_known = false, eyes_known = false;
   std::size_t unseen = 0;
   double presence = 0;
   std::array<double, 9> residual_mm{};

@@ -17,7 +17,7 @@ namespace mien {
 /// Belongs to the session, which fills it again for each frame.
 struct LiveOutput {
   std::size_t face = 0;
-  std::int64_t frame = 0; ///< from 1, rising
+  std::int64_t frame = 0; ///< from 1, rising; with an output rate, from 1 again when the face restarts
   double time_s = 0;      ///< rising: the source's clock where it has one, from 0 at its first frame
   std::optional<Timecode> timecode; ///< of the face's first frame; this frame's is timecode->At(time_s)
   double timecode_offset_s = 0;     ///< by which the first frame is later than `timecode`
@@ -34,6 +34,7 @@ struct LiveOutput {
   bool learning = false;   ///< the neutral face is not known yet: all weights are 0
   bool face_seen = false;  ///< otherwise the face is lost: its last result is held, then fades to rest
   bool head_known = false; ///< otherwise it keeps its last pose
+  bool eyes_known = false; ///< this frame shows where they look; otherwise `eyes` is kept, then fades
   std::size_t unseen = 0;  ///< markers of the solve, or weights of the source, that the frame lacks
   double presence = 0;     ///< the share of what was measured in the weights: 1, less while a lost face fades
 

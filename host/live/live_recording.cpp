@@ -11,6 +11,8 @@
 #include <cmath>
 #include <filesystem>
 #include <iterator>
+#include <limits>
+#include <system_error>
 #include <unordered_set>
 
 namespace mien {
@@ -43,29 +45,36 @@ void CheckColumns(const LiveSource& source, const std::string& file) {
 
 } // namespace
 
-LiveRecording::LiveRecording(const std::string& place, const LiveSource& source,
-                             const AnimationLayout& layout, const Take* learned_from)
-    : place_(place), source_(source), layout_(layout) {
-  CheckColumns(source, place + ".csv");
+void LiveRecording::CheckFree(const std::string& place) {
   for (const char* const ending : {".csv", ".out.csv", ".neutral.csv", ".events.csv"})
     if (std::error_code error; std::filesystem::exists(place + ending, error))
       throw InputError(Code::Unwritable, place + ending, "", "a file with this name exists",
                        "choose another place, or move the file");
-  in_ = Create(place + ".csv");
-  out_ = Create(place + ".out.csv");
-  if (!learned_from) return;
-  std::ofstream neutral = Create(place + ".neutral.csv");
-  WriteMarkerCsv(*learned_from, neutral);
-  neutral.flush();
-  whole_ = neutral.good();
 }
 
-std::ofstream LiveRecording::Create(const std::string& path) {
-  std::ofstream file(path, std::ios::binary);
-  if (!file)
-    throw InputError(Code::Unwritable, path, "", "the file cannot be created",
-                     "check the folder and its permissions");
-  return file;
+LiveRecording::LiveRecording(const std::string& place, const LiveSource& source,
+                             const AnimationLayout& layout, const Take* learned_from)
+    : place_(place), source_(source), layout_(layout) {
+  CheckColumns(source, place + ".csv");
+  CheckFree(place);
+  std::optional<RowFile> neutral;
+  try {
+    in_.emplace(place + ".csv");
+    out_.emplace(place + ".out.csv");
+    if (!learned_from) return;
+    std::ostringstream rows;
+    WriteMarkerCsv(*learned_from, rows);
+    neutral.emplace(place + ".neutral.csv");
+    if (!neutral->Append(rows.view())) throw InputError(*neutral->Fault());
+  } catch (const InputError&) {
+    for (auto* const file : {&in_, &out_, &neutral})
+      if (*file) (*file)->Remove();
+    throw;
+  }
+}
+
+void LiveRecording::Append(RowFile& file, std::string_view rows) {
+  if (!file.Append(rows)) fault_ = file.Fault();
 }
 
 // The headers, once the first frame is known.
@@ -89,11 +98,11 @@ void LiveRecording::Begin(double time_s) {
   writer_.emplace(layout_,
                   layout_.character.empty() && !layout_.templates.empty() ? WeightKind::Templates
                                                                           : WeightKind::Shapes,
-                  out_);
+                  out_rows_);
 }
 
 void LiveRecording::In(const LiveInput& input, std::int64_t frame, double time_s) {
-  if (!whole_) return;
+  if (fault_) return;
   if (!first_time_s_) Begin(time_s);
   fmt::format_to(std::back_inserter(row_), "{},", frame);
   AppendNumber(row_, time_s);
@@ -133,14 +142,12 @@ void LiveRecording::WriteWeights(const LiveInput& input) {
 
 void LiveRecording::WriteRow() {
   row_.push_back('\n');
-  in_.write(row_.data(), static_cast<std::streamsize>(row_.size()));
-  in_.flush();
+  Append(*in_, {row_.data(), row_.size()});
   row_.clear();
-  whole_ = whole_ && in_.good();
 }
 
 void LiveRecording::Out(const LiveOutput& output) {
-  if (!whole_ || !writer_) return;
+  if (fault_ || !writer_) return;
   writer_->Frame({.number = output.frame,
                   .time = output.time_s,
                   .head = output.head,
@@ -149,17 +156,22 @@ void LiveRecording::Out(const LiveOutput& output) {
                   .eyes = output.eyes ? &*output.eyes : nullptr,
                   .local_clusters = output.local,
                   .global_clusters = output.global});
-  writer_->End();
-  whole_ = out_.good();
+  Append(*out_, out_rows_.view());
+  out_rows_.str("");
 }
 
 void LiveRecording::Event(double time_s, std::string_view label) {
-  if (!whole_) return;
+  if (fault_) return;
   constexpr std::size_t kMostBytes = 200;
   fmt::memory_buffer row;
-  if (!events_) {
-    events_ = Create(place_ + ".events.csv");
-    fmt::format_to(std::back_inserter(row), "time,event\n");
+  try {
+    if (!events_) {
+      events_.emplace(place_ + ".events.csv");
+      fmt::format_to(std::back_inserter(row), "time,event\n");
+    }
+  } catch (const InputError& error) { // the stream does not end for that
+    fault_ = error.Problems()[0];
+    return;
   }
   AppendNumber(row, time_s);
   std::string text(label.substr(0, kMostBytes));
@@ -167,9 +179,7 @@ void LiveRecording::Event(double time_s, std::string_view label) {
       text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
       ' ');
   fmt::format_to(std::back_inserter(row), ",{}\n", CsvField(text));
-  events_->write(row.data(), static_cast<std::streamsize>(row.size()));
-  events_->flush();
-  whole_ = events_->good();
+  Append(*events_, {row.data(), row.size()});
 }
 
 } // namespace mien

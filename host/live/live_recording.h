@@ -2,6 +2,8 @@
 
 #include "host/animation/animation.h"
 #include "host/animation/weight_csv.h"
+#include "host/base/error.h"
+#include "host/files/row_file.h"
 #include "host/live/live_input.h"
 #include "host/live/live_output.h"
 #include "host/takes/take.h"
@@ -9,9 +11,8 @@
 #include <fmt/format.h>
 
 #include <cstdint>
-#include <fstream>
-#include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -28,10 +29,16 @@ namespace mien {
 /// Each row is handed to the operating system before the next frame. If the process is killed, the files are
 /// readable; only the last row may be incomplete. Numbers have the fewest digits that read back as the same
 /// doubles, so a causal solve of PLACE.csv with the same settings reproduces PLACE.out.csv byte for byte.
+///
+/// If a row cannot be written, such as on a full disk, all files end with their last whole row, and nothing
+/// more is written.
 class LiveRecording {
 public:
+  /// Throws InputError if one of the files exists.
+  static void CheckFree(const std::string& place);
+
   /// Starts the recording. `learned_from` may be null. Throws InputError if a file exists or cannot be
-  /// written, and for names that a table cannot hold.
+  /// written, and for names that a table cannot hold; then it leaves no file.
   LiveRecording(const std::string& place, const LiveSource& source, const AnimationLayout& layout,
                 const Take* learned_from);
 
@@ -44,25 +51,25 @@ public:
 
   const std::string& Place() const { return place_; }
 
-  /// Whether everything was written. After a failure, such as a full disk, nothing more is written.
-  bool IsWhole() const { return whole_; }
+  /// Which file cannot be written, and why; empty while all is well.
+  const std::optional<Problem>& Fault() const { return fault_; }
 
 private:
   void Begin(double time_s);
   void WriteRow();
   void WriteWeights(const LiveInput& input);
-  static std::ofstream Create(const std::string& path);
+  void Append(RowFile& file, std::string_view rows);
 
   std::string place_;
   LiveSource source_;
   AnimationLayout layout_; // its timecode is of the first frame that is recorded
-  std::ofstream in_, out_;
-  std::optional<std::ofstream> events_;
+  std::optional<RowFile> in_, out_, events_;
+  std::ostringstream out_rows_; // that writer_ has written, and out_ has not
   std::optional<WeightCsvWriter> writer_;
   fmt::memory_buffer row_;
   std::optional<double> first_time_s_;
   double fraction_ = 0; // of a count, that the timecode leaves out
-  bool whole_ = true;
+  std::optional<Problem> fault_;
 };
 
 } // namespace mien

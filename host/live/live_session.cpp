@@ -26,6 +26,7 @@ struct LiveSession::Impl {
     std::string place;   // of the recording, without the number of its part
     int part = 0;
     std::unique_ptr<LiveRecording> recording;
+    std::optional<Problem> recording_fault;
     LiveStatistics statistics;
     std::function<void(const LiveOutput&)> send; // made once: a frame allocates nothing
   };
@@ -48,6 +49,7 @@ struct LiveSession::Impl {
     LiveStatistics& statistics = face.statistics;
     statistics.lost += usable.lost;
     face.face->Solve(face.frame, time_s, face.send);
+    EndFaultyRecording(face);
     statistics.unusable_numbers = face.face->UnusableNumbers();
     statistics.failed_learnings = face.face->FailedLearnings();
   }
@@ -73,10 +75,25 @@ struct LiveSession::Impl {
                                            solved.Layout(), learned_from);
   }
 
+  static void EndFaultyRecording(Face& face) {
+    if (!face.recording || !face.recording->Fault()) return;
+    face.recording_fault = face.recording->Fault();
+    face.recording.reset();
+  }
+
+  /// Continues a recording, if there is one, in the files of its next part.
+  static void BeginNextPart(Face& face) {
+    if (!face.recording) return;
+    face.recording.reset();
+    try {
+      face.recording = Begin(face, *face.face, face.place, ++face.part);
+    } catch (const InputError& error) { face.recording_fault = error.Problems()[0]; }
+  }
+
   std::function<void(const LiveOutput&)> on_output;
   std::vector<std::unique_ptr<Face>> faces;
   std::size_t next_number = 0;
-  bool paused = false;
+  bool paused = false, was_paused = false;
 };
 
 LiveSession::LiveSession(std::function<void(const LiveOutput&)> on_output) : impl_(std::make_unique<Impl>()) {
@@ -141,6 +158,9 @@ LiveSession::Verdict LiveSession::Feed(const LiveInput& input) {
 
 void LiveSession::Advance(double now_s) {
   if (impl_->paused) return;
+  // Nobody knows how long the sources were silent during a pause.
+  if (std::exchange(impl_->was_paused, false))
+    for (const auto& face : impl_->faces) face->last_arrival_s = std::max(face->last_arrival_s, now_s);
   constexpr double kLeast_s = 0.25, kIntervals = 3, kShortest_s = 1.0 / 240, kLongest_s = 0.1;
   for (const auto& face : impl_->faces) {
     if (face->frame == 0) continue;
@@ -167,15 +187,18 @@ void LiveSession::NeutralNow(std::size_t face) {
   if (found.source.kind != LiveKind::Markers) return;
   found.face->Learn();
   found.setup.neutral_take = nullptr; // from now on from the stream
-  if (!found.recording) return;
-  found.recording = Impl::Begin(found, *found.face, found.place, ++found.part);
+  Impl::BeginNextPart(found);
 }
 
-void LiveSession::Pause(bool paused) { impl_->paused = paused; }
+void LiveSession::Pause(bool paused) {
+  impl_->paused = paused;
+  impl_->was_paused |= paused;
+}
 
 void LiveSession::Mark(std::size_t face, const std::string& label) {
   Impl::Face& found = impl_->Require(face);
   if (found.recording) found.recording->Event(found.clock.Time(), label);
+  Impl::EndFaultyRecording(found);
 }
 
 void LiveSession::SwitchPerformer(std::size_t face, const LiveSetup& setup) {
@@ -184,7 +207,7 @@ void LiveSession::SwitchPerformer(std::size_t face, const LiveSetup& setup) {
   found.face = std::move(other);
   found.setup = setup;
   found.face->SetTimecode(found.clock.First());
-  if (found.recording) found.recording = Impl::Begin(found, *found.face, found.place, ++found.part);
+  Impl::BeginNextPart(found);
 }
 
 void LiveSession::StartRecording(std::size_t face, const std::string& place) {
@@ -192,11 +215,18 @@ void LiveSession::StartRecording(std::size_t face, const std::string& place) {
   auto recording = Impl::Begin(found, *found.face, place, 1);
   found.face->Restart();
   found.recording = std::move(recording);
+  found.recording_fault.reset();
   found.place = place;
   found.part = 1;
 }
 
 void LiveSession::StopRecording(std::size_t face) { impl_->Require(face).recording.reset(); }
+
+bool LiveSession::IsRecording(std::size_t face) const { return impl_->Require(face).recording != nullptr; }
+
+const std::optional<Problem>& LiveSession::RecordingFault(std::size_t face) const {
+  return impl_->Require(face).recording_fault;
+}
 
 const LiveStatistics& LiveSession::Statistics(std::size_t face) const {
   return impl_->Require(face).statistics;

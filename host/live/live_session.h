@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/animation/animation.h"
+#include "host/base/error.h"
 #include "host/live/live_face.h"
 #include "host/live/live_input.h"
 #include "host/live/live_output.h"
@@ -9,6 +10,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,8 +25,8 @@ class LiveSession {
 public:
   static constexpr std::size_t kMostFaces = 64;
 
-  /// `on_output` gets each resulting frame during Feed and Advance. It may call any function of the session
-  /// except Feed and Advance.
+  /// `on_output` gets each resulting frame during Feed and Advance. It may call only const functions of the
+  /// session.
   explicit LiveSession(std::function<void(const LiveOutput&)> on_output);
   ~LiveSession();
 
@@ -76,6 +78,11 @@ public:
   /// Throws InputError where a file cannot be written, or exists.
   void StartRecording(std::size_t face, const std::string& place);
   void StopRecording(std::size_t face);
+  bool IsRecording(std::size_t face) const;
+
+  /// Why the face's last recording ended by itself: a file, or one of the next part, could not be written.
+  /// The face goes on without it. Empty if it did not.
+  const std::optional<Problem>& RecordingFault(std::size_t face) const;
 
   const LiveStatistics& Statistics(std::size_t face) const;
 

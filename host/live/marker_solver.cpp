@@ -37,20 +37,21 @@ bool IsFinite(const VgeAMatrix& m) {
 
 MarkerSolver::MarkerSolver(const std::vector<std::string>& names, const Performer& performer,
                            LearnedFace learned, const CausalSettings& settings)
-    : learned_(std::move(learned)),
-      solver_(performer, learned_.neutral.pose, learned_.rigid ? &*learned_.rigid : nullptr, settings.brows),
-      ranges_(performer.ranges), hold_s_(settings.hold_s), head_(solver_.Face().NeutralHead()),
-      places_(solver_.Face().Markers().size()), looking_{Presence(kBlinkGap_s, settings.fade_s),
-                                                         Presence(kBlinkGap_s, settings.fade_s)} {
+    : learned_(std::move(learned)), face_solver_(performer, learned_.neutral.pose, settings.brows),
+      head_solver_(performer, learned_.neutral.pose, face_solver_.NeutralHead(),
+                   learned_.rigid ? &*learned_.rigid : nullptr),
+      ranges_(performer.ranges), hold_s_(settings.hold_s), head_(face_solver_.NeutralHead()),
+      places_(face_solver_.Markers().size()), looking_{Presence(kBlinkGap_s, settings.fade_s),
+                                                       Presence(kBlinkGap_s, settings.fade_s)} {
   const Columns columns(names);
   const auto use = [&](const std::string& name) {
     const std::optional<std::size_t> column = columns.Of(name);
     if (column) used_.push_back(*column);
     return column;
   };
-  for (const std::string& name : solver_.Head().Markers()) head_columns_.push_back(use(name));
+  for (const std::string& name : head_solver_.Markers()) head_columns_.push_back(use(name));
   head_seen_.resize(head_columns_.size());
-  if (solver_.Head().Fit())
+  if (head_solver_.Fit())
     for (const LearnedFace::PartAnchors& anchors : learned_.anchors) {
       AnchoredPart& part = parts_.emplace_back();
       part.learned = anchors;
@@ -62,7 +63,7 @@ MarkerSolver::MarkerSolver(const std::vector<std::string>& names, const Performe
     return std::nullopt;
   };
 
-  const FaceSolver& face = solver_.Face();
+  const FaceSolver& face = face_solver_;
   for (std::size_t m = 0; m < face.Markers().size(); ++m) {
     const Point& rest = face.RestPlaces()[m];
     face_.push_back({.column = use(face.Markers()[m]),
@@ -114,7 +115,7 @@ void MarkerSolver::Restart() {
   head_ = NeutralHead();
   for (AnchoredPart& part : parts_) part.way = {};
   for (std::size_t m = 0; m < face_.size(); ++m) {
-    const Point& rest = solver_.Face().RestPlaces()[m];
+    const Point& rest = face_solver_.RestPlaces()[m];
     face_[m].presence.Restart();
     face_[m].last = {rest.x, rest.y, rest.z};
   }
@@ -148,7 +149,7 @@ void MarkerSolver::Solve(std::span<const std::optional<Point>> seen, double elap
 void MarkerSolver::FindHead(std::span<const std::optional<Point>> seen, LiveMoment& moment) {
   for (std::size_t i = 0; i < head_columns_.size(); ++i)
     head_seen_[i] = head_columns_[i] ? seen[*head_columns_[i]] : std::nullopt;
-  const std::optional<VgeAMatrix> found = solver_.FindHead(head_seen_);
+  const std::optional<VgeAMatrix> found = head_solver_.Solve(head_seen_);
   head_known_ = found && IsFinite(*found);
   if (head_known_) head_ = *found;
   to_head_ = InverseOfOrthogonalAxes(head_);
@@ -193,7 +194,7 @@ void MarkerSolver::SolveParts(std::span<const std::optional<Point>> seen, double
     const std::optional<Vector> place = InHead(seen, marker.column);
     if (place) marker.last = Measured(*place, marker.part);
     const double share = marker.presence.Step(place.has_value(), elapsed_s);
-    const Point& rest = solver_.Face().RestPlaces()[m];
+    const Point& rest = face_solver_.RestPlaces()[m];
     // In full without a rounding.
     const auto between = [share](double at_rest, double last) {
       return share < 1 ? at_rest + (last - at_rest) * share : last;
@@ -201,7 +202,7 @@ void MarkerSolver::SolveParts(std::span<const std::optional<Point>> seen, double
     places_[m] = {between(rest.x, marker.last[0]), between(rest.y, marker.last[1]),
                   between(rest.z, marker.last[2])};
   }
-  solver_.SolveFaces(places_, moment.templates, residual_mm_);
+  face_solver_.SolveFrames(places_, moment.templates, residual_mm_);
   moment.residual_mm = residual_mm_[0];
   ranges_.Apply(std::span(moment.templates));
 }
@@ -236,6 +237,7 @@ void MarkerSolver::SolveEyes(std::span<const std::optional<Point>> seen, double 
     moment.eyes[eye] = {.yaw = share * last_eyes_[eye].yaw, .pitch = share * last_eyes_[eye].pitch};
   }
   moment.has_eyes = true;
+  moment.eyes_known = eyes[0].has_value();
 }
 
 void MarkerSolver::FitShapes(std::span<const std::optional<Point>> seen, double elapsed_s,

@@ -7,7 +7,8 @@
 #include "host/live/one_euro.h"
 #include "host/live/presence.h"
 #include "host/performer/performer.h"
-#include "host/solve/frame_solver.h"
+#include "host/solve/face_solver.h"
+#include "host/solve/head_solver.h"
 #include "host/solve/template_ranges.h"
 
 #include <array>
@@ -36,11 +37,11 @@ namespace mien {
 /// Solving a frame allocates nothing once each set of visible head markers has occurred.
 class MarkerSolver {
 public:
-  /// `names` are those of the stream's markers. Throws InputError as FrameSolver does.
+  /// `names` are those of the stream's markers. Throws InputError as FaceSolver does.
   MarkerSolver(const std::vector<std::string>& names, const Performer& performer, LearnedFace learned,
                const CausalSettings& settings);
 
-  const VgeAMatrix& NeutralHead() const { return solver_.Face().NeutralHead(); }
+  const VgeAMatrix& NeutralHead() const { return face_solver_.NeutralHead(); }
   const NeutralPose& Neutral() const { return learned_.neutral.pose; }
   bool ShowsEyes() const { return !irises_.empty(); }
 
@@ -92,7 +93,8 @@ private:
   void FitShapes(std::span<const std::optional<Point>> seen, double elapsed_s, LiveMoment& moment);
 
   LearnedFace learned_;
-  FrameSolver solver_;
+  FaceSolver face_solver_;
+  HeadSolver head_solver_;
   TemplateRanges ranges_;
   double hold_s_;
   std::vector<std::optional<std::size_t>> head_columns_;

@@ -127,6 +127,7 @@ void WeightSolver::TurnEyes(const LiveInput& input, double elapsed_s, LiveMoment
     moment.eyes = eyes_of_shapes_->At(weights_);
   }
   moment.has_eyes = has_angles_ || eyes_of_shapes_;
+  moment.eyes_known = has_angles_ ? has_angles : eyes_of_shapes_.has_value();
 }
 
 } // namespace mien

@@ -5,6 +5,8 @@
 #include "host/takes/marker_indices.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace mien {
@@ -46,9 +48,9 @@ bool StabilisedMarkers::HeadIsNeverFound() const {
 
 std::optional<VgeTVector> StabilisedMarkers::At(std::size_t f, std::size_t marker) const {
   if (columns_.empty() || !columns_[marker]) return FromTake(f, marker);
-  const std::optional<Point>& place = places_[*columns_[marker] * frames_.Count() + f];
-  if (!place) return std::nullopt;
-  return VgeTVector{place->x, place->y, place->z};
+  const Point& place = places_[*columns_[marker] * frames_.Count() + f];
+  if (std::isnan(place.x)) return std::nullopt;
+  return VgeTVector{place.x, place.y, place.z};
 }
 
 std::optional<VgeTVector> StabilisedMarkers::FromTake(std::size_t f, std::size_t marker) const {
@@ -139,13 +141,15 @@ void StabilisedMarkers::FitHeads(const RigidHead& rigid, std::size_t first, std:
 
 void StabilisedMarkers::KeepPlaces(std::size_t first, std::size_t end) {
   constexpr std::size_t kInCache = 32; // frames
+  constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+  constexpr Point kNone = {kNaN, kNaN, kNaN};
   for (std::size_t from = first; from < end; from += kInCache) {
     const std::size_t count = std::min(kInCache, end - from);
     for (std::size_t column = 0; column < indices_.size(); ++column) {
       const auto places = places_.subspan(column * frames_.Count() + from, count);
       for (std::size_t i = 0; i < count; ++i) {
         const auto p = FromTake(from + i, indices_[column]);
-        places[i] = p ? std::optional(Point{p->x, p->y, p->z}) : std::nullopt;
+        places[i] = p ? Point{p->x, p->y, p->z} : kNone;
       }
     }
   }

@@ -86,8 +86,9 @@ private:
   LongVector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
 
   // The places of names_ in the head's frame, marker by marker: whoever wants a few markers of all frames does
-  // not walk over all of the take (size: markers x frames; empty until all heads are found).
-  LongVector<std::optional<Point>> places_;
+  // not walk over all of the take (size: markers x frames; empty until all heads are found). x is NaN where there
+  // is none.
+  LongVector<Point> places_;
   std::vector<std::optional<std::size_t>> columns_; // in places_, by the marker's index in the take
 };
 

@@ -25,19 +25,30 @@ std::string Flag(const QualityFlag& flag) {
   return text;
 }
 
-/// The flags of each frame.
-std::vector<std::string> FlagsOf(const SolveReport& report) {
-  std::vector<std::string> flags(report.per_frame.size());
-  for (const QualityFlag& flag : report.quality.flags)
-    for (std::size_t f = flag.first; f <= flag.last && f < flags.size(); ++f)
-      flags[f] += (flags[f].empty() ? "" : " ") + Flag(flag);
-  return flags;
-}
+/// The flags of one frame after the other.
+class FlagsOfFrames {
+public:
+  explicit FlagsOfFrames(const QualityFlags& flags) : flags_(flags) {}
+
+  /// Frames rise by 1.
+  std::string Of(std::size_t frame) {
+    std::erase_if(now_, [frame](const QualityFlag& flag) { return flag.last < frame; });
+    for (; next_ < flags_.size() && flags_[next_].first <= frame; ++next_) now_.push_back(flags_[next_]);
+    std::string text;
+    for (const QualityFlag& flag : now_) text += (text.empty() ? "" : " ") + Flag(flag);
+    return text;
+  }
+
+private:
+  const QualityFlags& flags_; // by their first frame
+  std::size_t next_ = 0;
+  std::vector<QualityFlag> now_;
+};
 
 } // namespace
 
 void WriteFramesCsv(const Take& take, const SolveReport& report, std::ostream& out) {
-  const std::vector<std::string> flags = FlagsOf(report);
+  FlagsOfFrames flags(report.quality.flags);
   out << "frame,time,timecode";
   for (const SolveReport::Part& part : report.parts) out << ",residual_mm." << part.name;
   out << ",filled_markers,resting,flags,head_known\n";
@@ -57,7 +68,7 @@ void WriteFramesCsv(const Take& take, const SolveReport& report, std::ostream& o
         fmt::format_to(to, ",{}", frame.residual_mm[p]);
       }
     }
-    fmt::format_to(to, ",{},{},{},{}\n", frame.filled_markers, fmt::join(resting, " "), CsvField(flags[f]),
+    fmt::format_to(to, ",{},{},{},{}\n", frame.filled_markers, fmt::join(resting, " "), CsvField(flags.Of(f)),
                    frame.head_known ? 1 : 0);
     out.write(row.data(), static_cast<std::streamsize>(row.size()));
   }

@@ -80,8 +80,7 @@ std::size_t HeadTrack::UnknownFrames() const {
   return static_cast<std::size_t>(std::count(known.begin(), known.end(), false));
 }
 
-HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& options) {
-  const HeadSolver& head = solver.Head();
+HeadTrack TrackHead(const Take& take, const HeadSolver& head, const SolveOptions& options) {
   HeadTrack track;
   track.heads.assign(take.FrameCount(), head.NeutralHead());
   track.known.assign(take.FrameCount(), true);
@@ -103,7 +102,7 @@ HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& o
   track.fills = FillGaps(markers, slots, options.head_fill, options.threads);
   if (options.smooth_positions_hz) SmoothPositions(markers, slots, *options.smooth_positions_hz);
 
-  solver.FindHeads(markers, options.threads, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
+  head.SolveAll(markers, options.threads, [&](std::size_t f, const std::optional<VgeAMatrix>& found) {
     track.known[f] = found.has_value();
     if (found) track.heads[f] = *found;
   });

@@ -3,7 +3,7 @@
 #include "host/base/long_vector.h"
 #include "host/cleaning/fill_gaps.h"
 #include "host/cleaning/slipped_markers.h"
-#include "host/solve/frame_solver.h"
+#include "host/solve/head_solver.h"
 #include "host/solve/solve_options.h"
 #include "host/takes/take.h"
 #include "mien/base/geometry.h"
@@ -33,7 +33,7 @@ struct HeadTrack {
 VgeAMatrix RigidBetween(const VgeAMatrix& a, const VgeAMatrix& b, double fraction);
 
 /// The take must have the solver's markers.
-HeadTrack TrackHead(const Take& take, FrameSolver& solver, const SolveOptions& options);
+HeadTrack TrackHead(const Take& take, const HeadSolver& head, const SolveOptions& options);
 
 /// The markers of these names in the head's frame: of a face that looks along +z, x to its left, y up. In
 /// frames without a known head they are gaps.

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <limits>
 #include <optional>
 #include <span>
@@ -30,29 +29,60 @@ const Point* SeenAt(const Take& face, std::size_t frame, std::size_t marker) {
   return face.OriginAt(frame, marker) == Origin::Filled ? nullptr : face.At(frame, marker);
 }
 
-/// Collects the flags of single frames; frames that are close together become one flag.
+/// What becomes a QualityFlag: its names are still indices.
+struct FoundFlag {
+  FlagKind kind;
+  std::size_t part;
+  std::size_t weight;     // of a jump and a limit: the column
+  std::size_t markers[2]; // of a swap and a mislabel
+  std::size_t first, last;
+  double size;
+};
+
+/// By their first frame.
+using FoundFlags = LongVector<FoundFlag>;
+
+/// Collects the flags of single frames, of each weight or marker by itself; frames that are close together become
+/// one flag.
 class Stretches {
 public:
-  explicit Stretches(std::span<const double> times) : times_(times) {}
+  Stretches(std::span<const double> times, std::size_t curves, FoundFlags& flags)
+      : times_(times), flags_(flags), latest_(curves) {}
 
   /// `flag` is of one frame. Frames rise.
-  void Add(QualityFlag flag) {
+  void Add(std::size_t curve, const FoundFlag& flag) {
     // Noise moves a marker or a weight away for a frame or two.
     constexpr double kBreak_s = 0.1;
-    if (!flags_.empty() && times_[flag.first] - times_[flags_.back().last] <= kBreak_s) {
-      flags_.back().last = flag.last;
-      flags_.back().size = std::max(flags_.back().size, flag.size);
+    std::optional<std::size_t>& latest = latest_[curve];
+    if (latest && times_[flag.first] - times_[flags_[*latest].last] <= kBreak_s) {
+      flags_[*latest].last = flag.last;
+      flags_[*latest].size = std::max(flags_[*latest].size, flag.size);
     } else {
-      flags_.push_back(std::move(flag));
+      latest = flags_.size();
+      flags_.push_back(flag);
     }
   }
 
-  const std::vector<QualityFlag>& Flags() const { return flags_; }
-
 private:
   const std::span<const double> times_;
-  std::vector<QualityFlag> flags_;
+  FoundFlags& flags_;
+  std::vector<std::optional<std::size_t>> latest_; // flag of each curve
 };
+
+QualityFlag Named(const FoundFlag& found, const Animation& solved, const FaceSolver& solver) {
+  QualityFlag flag = {.kind = found.kind,
+                      .part = found.part,
+                      .weight = {},
+                      .markers = {},
+                      .first = found.first,
+                      .last = found.last,
+                      .size = found.size};
+  if (found.kind == FlagKind::Jump || found.kind == FlagKind::Limit)
+    flag.weight = solved.layout.templates[found.weight].name;
+  else
+    for (const std::size_t marker : found.markers) flag.markers.push_back(solver.Markers()[marker]);
+  return flag;
+}
 
 // --- Jumps.
 
@@ -81,24 +111,25 @@ public:
   Jumps(const Animation& solved, const Take& face, const FaceSolver& solver)
       : solved_(solved), face_(face), solver_(solver) {}
 
-  void Find(std::vector<QualityFlag>& flags) const {
+  void Find(FoundFlags& flags) const {
     const std::vector<TemplateColumn>& templates = solved_.layout.templates;
     const double lid = Travel({kLeftEye, 0, "LeftEye.Close"});
     std::vector<double> lids;
     for (const TemplateColumn& column : templates) lids.push_back(lid / Travel(column));
-    std::vector<std::vector<QualityFlag>> of_column(templates.size());
-    for (std::size_t f = 1; f < solved_.frames.size(); ++f)
+    for (std::size_t f = 1; f < solved_.frames.size(); ++f) {
+      const std::span<const double> two =
+          solved_.weights.subspan((f - 1) * templates.size(), 2 * templates.size());
       for (std::size_t c = 0; c < templates.size(); ++c) {
         constexpr double kLeast = 0.5; // less may be noise, and matters less
-        const double change = solved_.Weight(f, c) - solved_.Weight(f - 1, c);
+        const double change = two[templates.size() + c] - two[c];
         if (!(std::fabs(change) >= kLeast)) continue;
         if (std::fabs(change) <= lids[c] * LargestShareOfLid(solved_.times[f] - solved_.times[f - 1]))
           continue;
         const auto part = static_cast<std::size_t>(templates[c].part);
         if (Stays(f, c) && IsSeen(f - 1, part) && IsSeen(f, part))
-          of_column[c].push_back({FlagKind::Jump, part, templates[c].name, {}, f - 1, f, change});
+          flags.push_back({FlagKind::Jump, part, c, {}, f - 1, f, change});
       }
-    for (const auto& found : of_column) flags.insert(flags.end(), found.begin(), found.end());
+    }
   }
 
 private:
@@ -133,22 +164,22 @@ private:
 // --- Weights at their limit.
 
 /// Brows and `Whistle` have no limit. They are not exactly 1 for long.
-void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
+void FindLimits(const Animation& solved, FoundFlags& flags) {
   const std::vector<TemplateColumn>& templates = solved.layout.templates;
-  std::vector<Stretches> at_limit(templates.size(), Stretches(solved.times));
-  for (std::size_t f = 0; f < solved.frames.size(); ++f)
+  FoundFlags stretches;
+  Stretches at_limit(solved.times, templates.size(), stretches);
+  for (std::size_t f = 0; f < solved.frames.size(); ++f) {
+    const std::span<const double> weights = solved.weights.subspan(f * templates.size(), templates.size());
     for (std::size_t c = 0; c < templates.size(); ++c)
-      if (solved.Weight(f, c) == 1)
-        at_limit[c].Add(
-            {FlagKind::Limit, static_cast<std::size_t>(templates[c].part), templates[c].name, {}, f, f, 0});
-  for (std::size_t c = 0; c < templates.size(); ++c) {
+      if (weights[c] == 1)
+        at_limit.Add(c, {FlagKind::Limit, static_cast<std::size_t>(templates[c].part), c, {}, f, f, 0});
+  }
+  for (FoundFlag flag : stretches) {
     // The peak of an expression touches the limit for a moment. A shut eye is at its limit, and loses
     // nothing.
-    const double long_s = templates[c].name.ends_with("Eye.Close") ? 3 : 0.5;
-    for (QualityFlag flag : at_limit[c].Flags()) {
-      flag.size = solved.times[flag.last] - solved.times[flag.first];
-      if (flag.size >= long_s) flags.push_back(std::move(flag));
-    }
+    const double long_s = templates[flag.weight].name.ends_with("Eye.Close") ? 3 : 0.5;
+    flag.size = solved.times[flag.last] - solved.times[flag.first];
+    if (flag.size >= long_s) flags.push_back(flag);
   }
 }
 
@@ -156,8 +187,7 @@ void FindLimits(const Animation& solved, std::vector<QualityFlag>& flags) {
 
 class MarkerPlaces {
 public:
-  MarkerPlaces(const Take& face, const FaceSolver& solver, std::size_t threads)
-      : face_(face), solver_(solver) {
+  MarkerPlaces(const Take& face, const FaceSolver& solver, std::size_t threads) : face_(face) {
     for (const Point& p : solver.RestPlaces()) rest_.push_back(Vector(p));
     parts_.resize(rest_.size());
     for (std::size_t part = 0; part < 9; ++part)
@@ -179,29 +209,20 @@ public:
     });
   }
 
-  void Find(std::vector<QualityFlag>& flags) const {
-    std::vector<Stretches> stretches(rest_.size(), Stretches(face_.times));
-    Strays strays;
-    for (std::size_t f = 0; f < face_.FrameCount(); ++f) {
-      if (!stray_[f]) continue;
-      FindStrays(f, strays);
-      for (std::size_t m = 0; m < rest_.size(); ++m) {
-        if (!strays[m]) continue;
-        const double off = Distance(*strays[m], rest_[m]);
-        if (off <= half_way_[m]) continue;
-        const std::optional<Other> other = InPlaceOf(strays, m, off);
-        if (!other || (other->kind == FlagKind::Swap && other->marker < m)) continue; // of a swap once
-        stretches[m].Add({other->kind,
-                          parts_[m].front(),
-                          "",
-                          {solver_.Markers()[m], solver_.Markers()[other->marker]},
-                          f,
-                          f,
-                          off});
+  void Find(FoundFlags& flags, std::size_t threads) const {
+    Stretches stretches(face_.times, rest_.size(), flags);
+    std::vector<std::vector<FoundFlag>> of_ranges(8 * std::max<std::size_t>(threads, 1));
+    const std::size_t at_once = of_ranges.size() * kFramesAtOnce;
+    for (std::size_t begin = 0; begin < face_.FrameCount(); begin += at_once) {
+      ForRanges(threads, std::min(at_once, face_.FrameCount() - begin), kFramesAtOnce,
+                [&](std::size_t first, std::size_t end) {
+                  FindInFrames(begin + first, begin + end, of_ranges[first / kFramesAtOnce]);
+                });
+      for (std::vector<FoundFlag>& of_range : of_ranges) {
+        for (const FoundFlag& flag : of_range) stretches.Add(flag.markers[0], flag);
+        of_range.clear();
       }
     }
-    for (const Stretches& of_marker : stretches)
-      flags.insert(flags.end(), of_marker.Flags().begin(), of_marker.Flags().end());
   }
 
 private:
@@ -256,6 +277,23 @@ private:
            Distance(*strays[n], rest_[m]) < Distance(*strays[n], rest_[n]);
   }
 
+  /// The flags of single frames, by frame and marker.
+  void FindInFrames(std::size_t first, std::size_t end, std::vector<FoundFlag>& flags) const {
+    Strays strays;
+    for (std::size_t f = first; f < end; ++f) {
+      if (!stray_[f]) continue;
+      FindStrays(f, strays);
+      for (std::size_t m = 0; m < rest_.size(); ++m) {
+        if (!strays[m]) continue;
+        const double off = Distance(*strays[m], rest_[m]);
+        if (off <= half_way_[m]) continue;
+        const std::optional<Other> other = InPlaceOf(strays, m, off);
+        if (!other || (other->kind == FlagKind::Swap && other->marker < m)) continue; // of a swap once
+        flags.push_back({other->kind, parts_[m].front(), 0, {m, other->marker}, f, f, off});
+      }
+    }
+  }
+
   /// The marker whose place `m`, which is `off` its own, has: the nearest of those that it is swapped with,
   /// else the nearest of the other side. Of equally near ones the first.
   std::optional<Other> InPlaceOf(const Strays& strays, std::size_t m, double off) const {
@@ -281,7 +319,6 @@ private:
   }
 
   const Take& face_;
-  const FaceSolver& solver_;
   std::vector<VgeTVector> rest_;
   std::vector<std::vector<std::size_t>> parts_;    // that a marker drives
   std::vector<std::vector<Neighbour>> neighbours_; // of each marker, by how far apart they rest
@@ -343,50 +380,28 @@ std::string_view ToText(Grade grade) {
   return "";
 }
 
-std::string_view ToText(FlagKind kind) {
-  switch (kind) {
-  case FlagKind::Swap:
-    return "swap";
-  case FlagKind::Mislabel:
-    return "mislabel";
-  case FlagKind::Jump:
-    return "jump";
-  case FlagKind::Limit:
-    break;
-  }
-  return "limit";
-}
-
-std::string StatementOf(const QualityFlag& flag) {
-  switch (flag.kind) {
-  case FlagKind::Swap:
-    return fmt::format("{} and {} are swapped", flag.markers[0], flag.markers[1]);
-  case FlagKind::Mislabel:
-    return fmt::format("{} is where {} belongs", flag.markers[0], flag.markers[1]);
-  case FlagKind::Jump:
-    return fmt::format("{} jumps", flag.weight);
-  case FlagKind::Limit:
-    break;
-  }
-  return fmt::format("{} stays at its limit", flag.weight);
-}
-
 Quality AssessQuality(const Animation& solved, const Take& face, bool head_motion_removed,
                       const FaceSolver& solver, const std::array<double, 9>& residual_mm,
                       std::size_t threads) {
   Quality quality;
-  std::array<std::vector<QualityFlag>, 3> flags;
+  std::array<FoundFlags, 3> flags;
   std::optional<MarkerPlaces> places;
   if (head_motion_removed) places.emplace(face, solver, threads);
-  OnThreads(threads, flags.size(), [&](std::size_t, std::size_t kind) {
+  OnThreads(threads, 2, [&](std::size_t, std::size_t kind) {
     if (kind == 0) Jumps(solved, face, solver).Find(flags[0]);
     if (kind == 1) FindLimits(solved, flags[1]);
-    if (kind == 2 && places) places->Find(flags[2]);
   });
-  for (std::vector<QualityFlag>& of_kind : flags)
-    std::move(of_kind.begin(), of_kind.end(), std::back_inserter(quality.flags));
-  std::stable_sort(quality.flags.begin(), quality.flags.end(),
-                   [](const QualityFlag& a, const QualityFlag& b) { return a.first < b.first; });
+  if (places) places->Find(flags[2], threads);
+  std::array<std::size_t, 3> next = {};
+  while (true) { // merges them: of those with one first frame, jumps come first
+    std::optional<std::size_t> least;
+    for (std::size_t kind = 0; kind < flags.size(); ++kind)
+      if (next[kind] < flags[kind].size() &&
+          (!least || flags[kind][next[kind]].first < flags[*least][next[*least]].first))
+        least = kind;
+    if (!least) break;
+    quality.flags.push_back(Named(flags[*least][next[*least]++], solved, solver));
+  }
   SetGrades(solver, residual_mm, quality);
   return quality;
 }

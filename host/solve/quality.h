@@ -2,6 +2,7 @@
 
 #include "host/animation/animation.h"
 #include "host/solve/face_solver.h"
+#include "host/solve/quality_flags.h"
 #include "host/takes/take.h"
 
 #include <array>
@@ -21,45 +22,13 @@ enum class Grade {
   Poor, ///< "poor": above Quality::kPoorAbove
 };
 
-enum class FlagKind {
-  Swap,     ///< "swap": two markers have exchanged places
-  Mislabel, ///< "mislabel": a marker is where a marker of the other side of the face belongs
-  Jump,     ///< "jump": a weight changes faster than a face moves, and stays
-  Limit,    ///< "limit": a weight stays at its upper limit; what the face does beyond it is lost
-};
-
 std::string_view ToText(Grade grade); ///< "good"; empty for None
-std::string_view ToText(FlagKind kind);
-
-/// Frames of a solved take that somebody should look at.
-struct QualityFlag {
-  FlagKind kind = FlagKind::Swap;
-  std::size_t part = 0;
-
-  /// Jump, Limit: the template, as TemplateColumn::name has it: "LeftEye.Close".
-  std::string weight;
-
-  /// Swap: the two. Mislabel: the marker, and the one whose place it has in `first`.
-  std::vector<std::string> markers;
-
-  /// Indices of frames. A Jump is from `first` to `last`, which is the frame after it.
-  std::size_t first = 0, last = 0;
-
-  /// Jump: the change of the weight, with its sign. Limit: seconds. Swap, Mislabel: the largest distance, in
-  /// millimetres, of the (first) marker from its own place on the neutral face.
-  double size = 0;
-
-  bool operator==(const QualityFlag&) const = default;
-};
-
-/// What a flag says, without its frames: "LeftEye.Close jumps".
-std::string StatementOf(const QualityFlag& flag);
 
 /// The result of AssessQuality.
 struct Quality {
   static constexpr double kGoodBelow = 0.03, kPoorAbove = 0.1;
 
-  std::vector<QualityFlag> flags; ///< by their first frame
+  QualityFlags flags; ///< by their first frame
 
   /// Distance between the outer eye corners on the neutral face, in millimetres. No performer has markers
   /// there, so it is 1.35 times the distance between the middles of the eyes' markers; without those, 1.45

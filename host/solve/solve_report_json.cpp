@@ -2,6 +2,9 @@
 
 #include "host/base/json_text.h"
 
+#include <string>
+#include <string_view>
+
 namespace mien {
 
 namespace {
@@ -105,16 +108,19 @@ JsonValue QualityOf(const Quality& quality) {
                             {"poor_above", Quality::kPoorAbove}});
 }
 
+JsonValue FlagAsJson(const QualityFlag& flag, const Take& take, const SolveReport& report) {
+  return JsonObject({{"kind", ToText(flag.kind)},
+                     {"part", report.parts[flag.part].name},
+                     {"template", flag.weight.empty() ? JsonValue(nullptr) : flag.weight},
+                     {"markers", flag.markers},
+                     {"first_frame", take.frames[flag.first]},
+                     {"last_frame", take.frames[flag.last]},
+                     {"size", flag.size}});
+}
+
 JsonValue Flags(const Take& take, const SolveReport& report) {
   std::vector<JsonValue> flags;
-  for (const QualityFlag& flag : report.quality.flags)
-    flags.push_back(JsonObject({{"kind", ToText(flag.kind)},
-                                {"part", report.parts[flag.part].name},
-                                {"template", flag.weight.empty() ? JsonValue(nullptr) : flag.weight},
-                                {"markers", flag.markers},
-                                {"first_frame", take.frames[flag.first]},
-                                {"last_frame", take.frames[flag.last]},
-                                {"size", flag.size}}));
+  for (const QualityFlag& flag : report.quality.flags) flags.push_back(FlagAsJson(flag, take, report));
   return JsonListOnLines(flags);
 }
 
@@ -197,7 +203,9 @@ JsonValue FilesAsJson(const std::vector<ReportedFile>& files) {
   return JsonObjectOnLines(members);
 }
 
-JsonValue SolveReportAsJson(const SolveRecord& record) {
+namespace {
+
+JsonValue ReportAsJson(const SolveRecord& record, const JsonValue& flags) {
   const Take& take = *record.take;
   const SolveReport& report = *record.report;
   const Neutral& neutral = *record.neutral;
@@ -212,7 +220,7 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
                                      {"markers", Fills(report.face_fills)},
                                      {"left_out", report.left_out},
                                      {"quality", QualityOf(report.quality)},
-                                     {"flags", Flags(take, report)},
+                                     {"flags", flags},
                                      {"parts", Parts(take, report)},
                                      {"worst_frames", WorstFrames(take, report)}};
   if (report.gaze.source != GazeSource::None) members.push_back({"gaze", GazeOf(report.gaze)});
@@ -221,8 +229,23 @@ JsonValue SolveReportAsJson(const SolveRecord& record) {
   return JsonObjectOnLines(members);
 }
 
+} // namespace
+
+JsonValue SolveReportAsJson(const SolveRecord& record) {
+  return ReportAsJson(record, Flags(*record.take, *record.report));
+}
+
 void WriteSolveReport(const SolveRecord& record, std::ostream& out) {
-  out << SolveReportAsJson(record).Text() << '\n';
+  const std::string flags(1, '\x01'); // which is in no JSON: there may be several flags per frame
+  const std::string text = ReportAsJson(record, JsonValue::Written(flags)).Text();
+  const std::size_t at = text.find(flags);
+  out << std::string_view(text).substr(0, at) << '[';
+  bool is_first = true;
+  for (const QualityFlag& flag : record.report->quality.flags) {
+    out << (is_first ? "\n    " : ",\n    ") << FlagAsJson(flag, *record.take, *record.report).Text();
+    is_first = false;
+  }
+  out << (is_first ? "]" : "\n  ]") << std::string_view(text).substr(at + flags.size()) << '\n';
 }
 
 } // namespace mien

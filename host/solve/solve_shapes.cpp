@@ -101,26 +101,49 @@ NeutralPose RestOf(const Take& stable, const Performer& performer, const Neutral
   return rest;
 }
 
+/// How much a marker's way bends in each frame, per axis: the sizes of its second differences.
+class Bends {
+public:
+  /// The marker's position in the next frame; null for a gap.
+  void Add(const Point* p) {
+    if (p && seen_ >= 2) {
+      const auto& [a, b] = before_;
+      axes_[0].push_back(std::fabs(a.x - 2 * b.x + p->x));
+      axes_[1].push_back(std::fabs(a.y - 2 * b.y + p->y));
+      axes_[2].push_back(std::fabs(a.z - 2 * b.z + p->z));
+    }
+    seen_ = p ? seen_ + 1 : 0;
+    if (p) before_ = {before_[1], *p};
+  }
+
+  /// The standard deviation of the coordinates; 0 without bends. Changes their order.
+  double Deviation() {
+    constexpr double kQuarter = 0.3186; // the lower quarter of |x| for a standard deviation of 1
+    double squares = 0;
+    for (std::vector<double>& bends : axes_) {
+      const double deviation = bends.empty() ? 0 : Quantile(bends, 0.25) / (std::sqrt(6.0) * kQuarter);
+      squares += deviation * deviation / 3;
+    }
+    return std::sqrt(squares);
+  }
+
+private:
+  std::array<std::vector<double>, 3> axes_;
+  std::array<Point, 2> before_ = {}; // the last one second
+  std::size_t seen_ = 0;             // frames up to the last one without a gap
+};
+
 /// The standard deviation of each marker's coordinates from frame to frame (size: markers). A quarter of the
 /// second differences are small in any take: in these the face hardly moves. 0 for a marker without them.
 std::vector<double> NoiseOf(const Take& stable, std::size_t threads) {
-  constexpr double kQuarter = 0.3186; // the lower quarter of |x| for a standard deviation of 1
+  constexpr std::size_t kByAllThreads = 4; // markers, whose bends are on the heap, for one walk over the take
+  const std::size_t at_once = std::max<std::size_t>(kByAllThreads / std::max<std::size_t>(threads, 1), 1);
   std::vector<double> noise(stable.MarkerCount());
-  OnThreads(threads, stable.MarkerCount(), [&](std::size_t, std::size_t m) {
-    std::array<std::vector<double>, 3> bends;
-    for (std::size_t f = 1; f + 1 < stable.FrameCount(); ++f) {
-      const Point *const a = stable.At(f - 1, m), *const b = stable.At(f, m), *const c = stable.At(f + 1, m);
-      if (!a || !b || !c) continue;
-      bends[0].push_back(std::fabs(a->x - 2 * b->x + c->x));
-      bends[1].push_back(std::fabs(a->y - 2 * b->y + c->y));
-      bends[2].push_back(std::fabs(a->z - 2 * b->z + c->z));
-    }
-    double squares = 0;
-    for (std::vector<double>& bend : bends) {
-      const double deviation = bend.empty() ? 0 : Quantile(bend, 0.25) / (std::sqrt(6.0) * kQuarter);
-      squares += deviation * deviation / 3;
-    }
-    noise[m] = std::sqrt(squares);
+  ForRanges(threads, stable.MarkerCount(), at_once, [&](std::size_t first, std::size_t end) {
+    std::vector<Bends> bends(end - first);
+    for (std::size_t f = 0; f < stable.FrameCount(); ++f)
+      for (std::size_t m = first; m < end; ++m) bends[m - first].Add(stable.At(f, m));
+    for (std::size_t m = first; m < end; ++m) noise[m] = bends[m - first].Deviation();
   });
   return noise;
 }

@@ -6,7 +6,8 @@
 #include "host/cleaning/low_pass.h"
 #include "host/cleaning/rest_in_gaps.h"
 #include "host/performer/local_anchors.h"
-#include "host/solve/frame_solver.h"
+#include "host/solve/face_solver.h"
+#include "host/solve/head_solver.h"
 #include "host/solve/head_track.h"
 #include "host/solve/level_lids.h"
 #include "host/solve/quality.h"
@@ -135,14 +136,15 @@ LongVector<std::array<double, 9>> SolveFaces(const FaceSolver& solver, const Res
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,
                      const SolveOptions& options, const RigidHead* rigid,
                      const std::function<void(std::size_t, std::size_t)>& progress) {
-  FrameSolver solver(performer, neutral, rigid, options.brows);
+  const FaceSolver solver(performer, neutral, options.brows);
+  const HeadSolver head(performer, neutral, solver.NeutralHead(), rigid);
   SolvedTake solved;
   SolveReport& report = solved.report;
 
-  HeadTrack track = TrackHead(take, solver, options);
-  report.head_motion_removed = solver.Head().RemovesMotion();
+  HeadTrack track = TrackHead(take, head, options);
+  report.head_motion_removed = head.RemovesMotion();
   report.frames_without_head = track.UnknownFrames();
-  if (const RigidFit* const fit = solver.Head().Fit())
+  if (const RigidFit* const fit = head.Fit())
     for (std::size_t m = 0; m < rigid->markers.size(); ++m)
       report.rigid.push_back({rigid->markers[m], fit->Body().spread_mm[m]});
   report.head_calmed = track.calmed;
@@ -150,25 +152,24 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   for (const SlippedMarker& marker : report.slipped.markers)
     CheckLength(marker.furthest_mm, take, marker.first_frame, marker.marker);
   report.head_fills = std::move(track.fills);
-  report.left_out = solver.Face().LeftOut();
-  report.left_out.insert(report.left_out.end(), solver.Head().LeftOut().begin(),
-                         solver.Head().LeftOut().end());
+  report.left_out = solver.LeftOut();
+  report.left_out.insert(report.left_out.end(), head.LeftOut().begin(), head.LeftOut().end());
 
-  Take face = Stabilise(take, track, solver.Face().Markers(), options.threads);
+  Take face = Stabilise(take, track, solver.Markers(), options.threads);
   solved.irises = Stabilise(take, track, Irises(performer), options.threads);
-  if (solver.Head().Fit())
+  if (head.Fit())
     report.anchored = MeasureAgainstAnchors(face, solved.irises, take, track, performer, neutral, *rigid,
-                                            solver.Face(), options.threads);
+                                            solver, options.threads);
   std::vector<std::size_t> all(face.MarkerCount());
   std::iota(all.begin(), all.end(), std::size_t{0});
   report.face_fills = FillGaps(face, all, options.face_fill, options.threads);
   if (options.smooth_positions_hz) SmoothPositions(face, all, *options.smooth_positions_hz);
-  const RestInGaps places(face, solver.Face().RestPlaces(), options.fade_s);
+  const RestInGaps places(face, solver.RestPlaces(), options.fade_s);
 
   Animation& animation = solved.animation;
   animation.layout.take = take.name;
   animation.layout.performer = performer.name;
-  animation.layout.neutral_head = solver.Face().NeutralHead();
+  animation.layout.neutral_head = solver.NeutralHead();
   animation.layout.rate = take.rate;
   animation.layout.timecode = take.timecode;
   animation.frames = take.frames;
@@ -176,9 +177,9 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   animation.heads = std::move(track.heads);
   solved.head_known = std::move(track.known);
 
-  Residuals residuals(face, solver.Face(), report);
+  Residuals residuals(face, solver, report);
   const LongVector<std::array<double, 9>> of_frames =
-      SolveFaces(solver.Face(), places, take, face.MarkerCount(), animation, options.threads, progress);
+      SolveFaces(solver, places, take, face.MarkerCount(), animation, options.threads, progress);
   for (std::size_t f = 0; f < take.FrameCount(); ++f) {
     for (std::size_t p = 0; p < report.parts.size(); ++p)
       CheckLength(of_frames[f][p], take, take.frames[f], report.parts[p].name);
@@ -192,7 +193,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   std::array<double, 9> residual_mm{};
   for (std::size_t p = 0; p < residual_mm.size(); ++p) residual_mm[p] = report.parts[p].rms_mm;
   report.quality =
-      AssessQuality(animation, face, report.head_motion_removed, solver.Face(), residual_mm, options.threads);
+      AssessQuality(animation, face, report.head_motion_removed, solver, residual_mm, options.threads);
   const TemplateRanges ranges(performer.ranges);
   ranges.Apply(animation);
   report.ranges = ranges.Applied();

@@ -4,6 +4,7 @@
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
+#include "host/live/live_recording.h"
 #include "host/live/live_session.h"
 #include "host/net/line_input.h"
 #include "host/net/udp_receiver.h"
@@ -87,6 +88,7 @@ struct Source {
   std::unique_ptr<PacketReader> reader;
   std::unique_ptr<UdpReceiver> receiver;
   std::unique_ptr<LineInput> lines;
+  std::size_t performer = 0; // that its faces start with
   std::vector<std::optional<std::size_t>>
       faces; // the session's number of each face of the reader; empty if it was refused
   std::uint64_t cut_lines = 0;
@@ -107,6 +109,7 @@ struct Sink {
   std::unique_ptr<PageSink> page;
   std::optional<std::size_t> face; // the only one that it sends, if ShowsOneFace
   bool has_refused = false;        // a face, and said so
+  bool has_failed = false;         // to write, and said so
 
   bool ShowsOneFace() const {
     return spec.kind == StreamSink::Kind::Vmc || spec.kind == StreamSink::Kind::Osc;
@@ -119,6 +122,7 @@ struct Face {
   std::size_t number = 0; // in the session
   bool seen = false, learning = false;
   std::size_t recordings = 0;
+  bool is_recorded = false;                           // until its recording stops, or fails
   std::vector<std::unique_ptr<PacketWriter>> writers; // (size: sinks) null: nothing is sent
 };
 
@@ -150,6 +154,8 @@ struct LiveStream::Impl {
   void Advance();
   void StartRecording(Face& face);
   void StopRecordings();
+  void CheckFiles();
+  void Fail(const InputError& error);
   void Remark(const InputError& error) const {
     for (const Problem& problem : error.Problems()) remark({problem.code, "", Message(problem)});
   }
@@ -178,8 +184,8 @@ struct LiveStream::Impl {
   std::function<void(const OscMessage&)> on_control;
   std::size_t ended = 0; // sources
   double last_advance_s = 0;
-  std::size_t performer = 0;
   bool recording = false, paused = false, sent = false;
+  std::vector<Problem> faults;    // of files
   const LiveInput* fed = nullptr; // the one that the session is solving
 };
 
@@ -194,6 +200,7 @@ void LiveStream::Impl::OpenSinks() {
     sink.spec = spec;
     if (spec.kind == StreamSink::Kind::Record) {
       CheckWritable(spec.file + ".csv");
+      LiveRecording::CheckFree(spec.file);
       recording = true;
     } else if (spec.kind == StreamSink::Kind::Lines) {
       sink.descriptor = OpenForLines(spec.file);
@@ -245,6 +252,7 @@ void LiveStream::Impl::EndSource() {
 }
 
 void LiveStream::Impl::Advance() {
+  CheckFiles();
   // Replays at full speed are never silent.
   if (std::all_of(job.sources.begin(), job.sources.end(),
                   [](const StreamSource& source) { return source.speed == 0; }))
@@ -301,7 +309,7 @@ std::optional<std::size_t> LiveStream::Impl::TakeUp(std::size_t index, const Liv
     Face face;
     face.source = index;
     face.live = live;
-    face.number = session.AddFace(live, setups.Of(spec, live, performer));
+    face.number = session.AddFace(live, setups.Of(spec, live, sources[index]->performer));
     faces.push_back(std::move(face));
     SetUpWriters(faces.back());
     if (recording) StartRecording(faces.back());
@@ -350,7 +358,11 @@ std::unique_ptr<PacketWriter> LiveStream::Impl::WriterOf(Sink& sink, const Face&
   case StreamSink::Kind::Osc:
     return std::make_unique<OscArrayWriter>(layout, sink.spec.address);
   case StreamSink::Kind::Lines:
-    return std::make_unique<LineWriter>(layout, face.live.name);
+    if (sink.spec.clusters && layout.clusters.empty() && !std::exchange(sink.has_refused, true))
+      remark({Code::Ignored, "",
+              fmt::format("{}: the character of {} has no clusters", Quoted(sink.spec.text),
+                          Quoted(job.sources[face.source].text))});
+    return std::make_unique<LineWriter>(layout, face.live.name, sink.spec.clusters);
   case StreamSink::Kind::Page:
   case StreamSink::Kind::Record:
     break;
@@ -399,11 +411,41 @@ void LiveStream::Impl::StartRecording(Face& face) {
   if (++face.recordings > 1) place += fmt::format("-again{}", face.recordings);
   try {
     session.StartRecording(face.number, place);
-  } catch (const InputError& error) { Remark(error); }
+    face.is_recorded = true;
+  } catch (const InputError& error) { Fail(error); }
 }
 
 void LiveStream::Impl::StopRecordings() {
-  for (const Face& face : faces) session.StopRecording(face.number);
+  CheckFiles();
+  for (Face& face : faces) {
+    session.StopRecording(face.number);
+    face.is_recorded = false;
+  }
+}
+
+/// Reports files that can no longer be written. The stream continues.
+void LiveStream::Impl::CheckFiles() {
+  for (Face& face : faces)
+    if (const std::optional<Problem>& fault = session.RecordingFault(face.number);
+        fault && face.is_recorded) {
+      face.is_recorded = false;
+      Fail(InputError(*fault));
+      recording =
+          std::any_of(faces.begin(), faces.end(), [](const Face& other) { return other.is_recorded; });
+    }
+  for (Sink& sink : sinks) {
+    if (!sink.lines || sink.lines->Error() == 0 || std::exchange(sink.has_failed, true)) continue;
+    const std::string what = "cannot be written: " + std::generic_category().message(sink.lines->Error());
+    if (sink.lines->Error() == EPIPE) // the reader has enough
+      remark({Code::Ignored, "", fmt::format("{} {}; no more lines are sent", sink.spec.text, what)});
+    else
+      Fail(InputError(Code::Unwritable, sink.spec.file, "", what, "choose another place"));
+  }
+}
+
+void LiveStream::Impl::Fail(const InputError& error) {
+  Remark(error);
+  faults.insert(faults.end(), error.Problems().begin(), error.Problems().end());
 }
 
 void LiveStream::Impl::OpenControl() {
@@ -429,9 +471,10 @@ LiveStream::LiveStream(EventLoop& loop, const LiveJob& job, std::function<void(c
 
 LiveStream::~LiveStream() = default;
 
-void LiveStream::NeutralNow() {
+void LiveStream::NeutralNow(std::optional<std::size_t> source) {
   for (const Face& face : impl_->faces)
-    if (face.live.kind == LiveKind::Markers) impl_->session.NeutralNow(face.number);
+    if (face.live.kind == LiveKind::Markers && (!source || face.source == *source))
+      impl_->session.NeutralNow(face.number);
 }
 
 bool LiveStream::IsRecording() const { return impl_->recording; }
@@ -455,12 +498,15 @@ void LiveStream::Mark(const std::string& label) {
   for (const Face& face : impl_->faces) impl_->session.Mark(face.number, label);
 }
 
-void LiveStream::SwitchPerformer(std::size_t performer) {
+void LiveStream::SwitchPerformer(std::size_t performer, std::optional<std::size_t> source) {
   if (performer >= impl_->job.performers.size())
     return impl_->remark({Code::NotFound, "", fmt::format("there is no performer {}", performer + 1)});
-  impl_->performer = performer;
+  if (source && *source >= impl_->sources.size())
+    return impl_->remark({Code::NotFound, "", fmt::format("there is no source {}", *source + 1)});
+  for (std::size_t s = 0; s < impl_->sources.size(); ++s)
+    if (!source || s == *source) impl_->sources[s]->performer = performer;
   for (Face& face : impl_->faces) {
-    if (face.live.kind != LiveKind::Markers) continue;
+    if (face.live.kind != LiveKind::Markers || (source && face.source != *source)) continue;
     try {
       impl_->session.SwitchPerformer(face.number,
                                      impl_->setups.Of(impl_->job.sources[face.source], face.live, performer));
@@ -470,17 +516,26 @@ void LiveStream::SwitchPerformer(std::size_t performer) {
 }
 
 void LiveStream::Control(const OscMessage& message) {
-  if (message.address == "/mien/neutral")
+  // Counted from 1, as in messages and in ?source=N.
+  const auto index_at = [&](std::size_t argument) -> std::optional<std::size_t> {
+    if (message.arguments.size() <= argument || !message.arguments[argument].IsNumber()) return std::nullopt;
+    const double number = message.arguments[argument].number;
+    if (!(number >= 1 && number <= 1000)) return std::nullopt;
+    return static_cast<std::size_t>(number) - 1;
+  };
+  if (message.address == "/mien/neutral" && message.arguments.empty())
     NeutralNow();
+  else if (message.address == "/mien/neutral" && index_at(0))
+    NeutralNow(index_at(0));
   else if (message.address == "/mien/record")
     ToggleRecording();
   else if (message.address == "/mien/pause")
     TogglePause();
   else if (message.address == "/mien/mark")
     Mark(message.Begins("s") ? std::string(message.arguments[0].text) : "");
-  else if (message.address == "/mien/performer" && message.Begins("f") && message.arguments[0].number >= 1 &&
-           message.arguments[0].number <= 1000)
-    SwitchPerformer(static_cast<std::size_t>(message.arguments[0].number) - 1);
+  else if (message.address == "/mien/performer" && index_at(0) &&
+           (message.arguments.size() == 1 || index_at(1)))
+    SwitchPerformer(*index_at(0), index_at(1));
   else if (message.address == "/mien/quit")
     impl_->loop.Stop();
 }
@@ -534,10 +589,11 @@ std::uint64_t LiveStream::DroppedBySinks() const {
   return dropped;
 }
 
-void LiveStream::Finish() {
-  impl_->StopRecordings();
+std::vector<Problem> LiveStream::Finish() {
   for (const Sink& sink : impl_->sinks)
     if (sink.lines) sink.lines->Finish();
+  impl_->StopRecordings();
+  return impl_->faults;
 }
 
 } // namespace mien

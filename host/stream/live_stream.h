@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -44,14 +45,18 @@ public:
   LiveStream(const LiveStream&) = delete;
   LiveStream& operator=(const LiveStream&) = delete;
 
-  // For the keyboard and for OSC. Each affects all faces.
-  void NeutralNow();      ///< faces with markers learn their neutral face again
+  // For the keyboard and for OSC. `source` is an index of LiveJob::sources whose faces are affected; without it,
+  // all are.
+  void
+  NeutralNow(std::optional<std::size_t> source = {}); ///< faces with markers learn their neutral face again
   void ToggleRecording(); ///< at the place of the record sink; without one, only a remark
   void TogglePause();
   void Mark(const std::string& label);
-  void SwitchPerformer(std::size_t performer); ///< an index of LiveJob::performers; otherwise a remark
+  /// `performer` is an index of LiveJob::performers; otherwise there is only a remark. 0 selects a source's own
+  /// performer, where it has one.
+  void SwitchPerformer(std::size_t performer, std::optional<std::size_t> source = {});
 
-  bool IsRecording() const;
+  bool IsRecording() const; ///< also before the first face appears
   bool IsPaused() const;
 
   std::uint16_t ControlPort() const;            ///< 0 if there is none
@@ -62,8 +67,9 @@ public:
   std::vector<StreamedFace> Faces() const;
   std::uint64_t DroppedBySinks() const; ///< packets and lines that were not accepted immediately
 
-  /// Stops recordings and writes buffered output. Call it after the loop has ended.
-  void Finish();
+  /// Stops recordings and writes buffered output. Call it after the loop has ended. Returns the files that could
+  /// not be written completely, and why.
+  std::vector<Problem> Finish();
 
 private:
   void Control(const OscMessage& message);

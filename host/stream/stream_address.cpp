@@ -20,26 +20,36 @@ namespace {
 using Source = StreamSource::Kind;
 using Sink = StreamSink::Kind;
 
-constexpr std::pair<std::string_view, Source> kSources[] = {
-    {"phone", Source::Phone},     {"phone-json", Source::PhoneText},
-    {"tracker", Source::Tracker}, {"vmc", Source::Vmc},
-    {"osc", Source::Osc},         {"lines", Source::Lines},
-    {"replay", Source::Replay}};
-constexpr std::pair<std::string_view, Sink> kSinks[] = {{"vmc", Sink::Vmc},     {"phone", Sink::Phone},
-                                                        {"osc", Sink::Osc},     {"page", Sink::Page},
-                                                        {"lines", Sink::Lines}, {"record", Sink::Record}};
+/// What a source or sink begins with, and the port that its protocol usually has; 0 for none.
+template <class Kind>
+struct Protocol {
+  std::string_view name;
+  Kind kind;
+  std::uint16_t usual_port = 0;
+};
+
+constexpr Protocol<Source> kSources[] = {{"phone", Source::Phone, 11111},
+                                         {"phone-json", Source::PhoneText, 49983},
+                                         {"tracker", Source::Tracker, 11573},
+                                         {"vmc", Source::Vmc, 39539},
+                                         {"osc", Source::Osc},
+                                         {"lines", Source::Lines},
+                                         {"replay", Source::Replay}};
+constexpr Protocol<Sink> kSinks[] = {{"vmc", Sink::Vmc, 39539}, {"phone", Sink::Phone, 11111},
+                                     {"osc", Sink::Osc},        {"page", Sink::Page},
+                                     {"lines", Sink::Lines},    {"record", Sink::Record}};
 
 [[noreturn]] void Refuse(const std::string& what, const std::string& fix) {
   throw InputError(Code::Usage, "", "", what, fix);
 }
 
 template <class Kind, std::size_t size>
-Kind KindOf(const std::string& text, std::string_view name,
-            const std::pair<std::string_view, Kind> (&kinds)[size]) {
-  std::vector<std::string> names;
-  for (const auto& [known, kind] : kinds) {
-    if (name == known) return kind;
-    names.emplace_back(known);
+const Protocol<Kind>& ProtocolOf(const std::string& text, std::string_view name,
+                                 const Protocol<Kind> (&protocols)[size]) {
+  std::vector<std::string_view> names;
+  for (const Protocol<Kind>& protocol : protocols) {
+    if (name == protocol.name) return protocol;
+    names.push_back(protocol.name);
   }
   Refuse(Quoted(text) + " does not begin with a known kind",
          fmt::format("write one of {} and a colon", fmt::join(names, ", ")));
@@ -115,6 +125,7 @@ bool Set(StreamSink& sink, const std::string& name, const std::string& value) {
     sink.source = number;
     return true;
   }
+  if (name == "clusters" && sink.kind == Sink::Lines && value.empty()) return sink.clusters = true;
   if (name != "address" || sink.kind != Sink::Osc) return false;
   sink.address = value;
   return value.size() > 1 && value.starts_with('/') && !value.ends_with('/') && value.size() <= 100;
@@ -134,13 +145,16 @@ StreamSource ParseStreamSource(const std::string& text) {
   const std::size_t colon = std::min(split.place.find(':'), split.place.size());
   StreamSource source;
   source.text = text;
-  source.kind = KindOf(text, split.place.substr(0, colon), kSources);
+  const Protocol<Source>& protocol = ProtocolOf(text, split.place.substr(0, colon), kSources);
+  source.kind = protocol.kind;
   const std::string rest = split.place.substr(std::min(colon + 1, split.place.size()));
   if (source.kind == Source::Replay) {
     if (rest.empty()) Refuse(Quoted(text) + " names no file", "write replay:FILE");
     source.file = rest;
   } else if (source.kind == Source::Lines && rest == "-") {
     source.file = rest;
+  } else if (colon == split.place.size() && protocol.usual_port != 0) {
+    source.port = protocol.usual_port;
   } else {
     source.port = RequirePort(text, rest);
   }
@@ -160,7 +174,8 @@ StreamSink ParseStreamSink(const std::string& text) {
   const std::size_t colon = std::min(split.place.find(':'), split.place.size());
   StreamSink sink;
   sink.text = text;
-  sink.kind = KindOf(text, split.place.substr(0, colon), kSinks);
+  const Protocol<Sink>& protocol = ProtocolOf(text, split.place.substr(0, colon), kSinks);
+  sink.kind = protocol.kind;
   const std::string rest = split.place.substr(std::min(colon + 1, split.place.size()));
   if (sink.kind == Sink::Lines || sink.kind == Sink::Record) {
     if (rest.empty()) Refuse(Quoted(text) + " names no file", "write lines:-, lines:FILE or record:PLACE");
@@ -168,7 +183,10 @@ StreamSink ParseStreamSink(const std::string& text) {
       Refuse("a recording is several files and cannot go to standard output", "write record:PLACE");
     sink.file = rest;
   } else if (sink.kind == Sink::Page) {
-    sink.port = RequirePort(text, rest);
+    if (colon < split.place.size()) sink.port = RequirePort(text, rest);
+  } else if (colon == split.place.size() && protocol.usual_port != 0) {
+    sink.host = "127.0.0.1";
+    sink.port = protocol.usual_port;
   } else {
     const std::size_t last = rest.rfind(':');
     if (last == std::string::npos || last == 0)
@@ -182,8 +200,9 @@ StreamSink ParseStreamSink(const std::string& text) {
   for (const auto& [name, value] : split.settings)
     if (!Set(sink, name, value))
       RefuseSetting(text, name,
-                    sink.kind == Sink::Osc ? std::vector<std::string>{"source=N", "address=/NAME"}
-                                           : std::vector<std::string>{"source=N"});
+                    sink.kind == Sink::Osc     ? std::vector<std::string>{"source=N", "address=/NAME"}
+                    : sink.kind == Sink::Lines ? std::vector<std::string>{"source=N", "clusters"}
+                                               : std::vector<std::string>{"source=N"});
   return sink;
 }
 

@@ -9,7 +9,8 @@
 namespace mien {
 
 /// Where a live face comes from, as a user writes it: KIND:PORT, lines:-, replay:FILE, and settings after a
-/// question mark: "phone:11111?performer=ada.json", "replay:take.csv?speed=2&loop".
+/// question mark: "phone:11111?performer=ada.json", "replay:take.csv?speed=2&loop". A protocol with a usual port
+/// needs no other: "phone".
 struct StreamSource {
   enum class Kind { Phone, PhoneText, Tracker, Vmc, Osc, Lines, Replay };
 
@@ -24,10 +25,11 @@ struct StreamSource {
       face; ///< for this source only; `face`: use only the face of this name
 
   bool IsDatagrams() const { return file.empty(); }
+  bool IsOfPhone() const { return kind == Kind::Phone || kind == Kind::PhoneText; }
 };
 
 /// Where a live face goes: KIND:HOST:PORT, page:PORT, lines:-, lines:FILE, record:PLACE; with `source`, only
-/// the faces of that source, counted from 1.
+/// the faces of that source, counted from 1. "vmc" and "phone" alone are this machine and the usual port.
 struct StreamSink {
   enum class Kind { Vmc, Phone, Osc, Page, Lines, Record };
 
@@ -37,6 +39,7 @@ struct StreamSink {
   std::uint16_t port = 0;        ///< for datagrams, and of Page, where 0 is any free port
   std::string file;              ///< of Lines and Record; "-" is standard output
   std::string address = "/mien"; ///< of Osc: the beginning of its addresses
+  bool clusters = false;         ///< of Lines: also the transforms of the character's clusters
 
   std::optional<std::size_t> source;
 

@@ -90,7 +90,7 @@ ViewMarkers MarkersOf(const Recording& recording) {
   markers.states.resize(frames * count, MarkerState::Gap);
   for (std::size_t m = 0; m < count; ++m)
     for (std::size_t f = 0; f < frames; ++f) {
-      const std::vector<double>& at = recording.curves[m].values;
+      const LongVector<double>& at = recording.curves[m].values;
       if (std::isnan(at[f])) continue;
       markers.positions[f * count + m] = {static_cast<float>(at[f]), static_cast<float>(at[frames + f]),
                                           static_cast<float>(at[2 * frames + f])};
@@ -130,8 +130,8 @@ ViewPage PageOf(const Comparison& comparison) {
   page.rate = a.rate;
   page.timecode = a.timecode;
   page.timecode_offset_s = a.timecode_offset_s;
-  page.frames = a.frames;
-  page.times = a.times;
+  page.frames = {a.frames.begin(), a.frames.end()};
+  page.times = {a.times.begin(), a.times.end()};
   page.sides.push_back(SideOf(a, comparison.frames_a, comparison.only_a, page));
   page.sides.push_back(SideOf(b, comparison.frames_b, comparison.only_b, page));
   page.alignment = comparison.alignment.Text();

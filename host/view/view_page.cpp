@@ -59,6 +59,7 @@ public:
     }
     page["frames"] = Column(1, [&](std::size_t f) { return static_cast<double>(page_.frames[f]); });
     page["times"] = Column(kSecondStep, [&](std::size_t f) { return page_.times[f]; });
+    page["sides"] = Json::array(); // a live page is empty before the first face
     for (const ViewSide& side : page_.sides) page["sides"].push_back(Side(side));
     if (page_.sides.size() > 1) {
       Json curves = Json::array();

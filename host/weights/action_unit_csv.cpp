@@ -1,5 +1,6 @@
 #include "host/weights/action_unit_csv.h"
 
+#include "host/base/long_vector.h"
 #include "host/base/text.h"
 #include "host/formats/csv.h"
 #include "host/formats/csv_faces.h"
@@ -18,7 +19,6 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <span>
 #include <utility>
 
 namespace mien {
@@ -58,14 +58,14 @@ public:
   }
 
   // Appends the current row's weights; `seen`: otherwise all are missing.
-  void ReadRow(CsvReader& csv, bool seen, std::vector<double>& weights) {
+  void ReadRow(CsvReader& csv, bool seen, LongVector<double>& weights) {
     row_.clear();
     for (const auto& [column, sides, factor] : columns_) {
       const double value = csv.NumberIfAny(column).value_or(kNone);
       if (seen && !std::isfinite(value)) gaps_.Add(csv, column);
       row_.insert(row_.end(), sides, seen && std::isfinite(value) ? value * factor : kNone);
     }
-    weights.insert(weights.end(), row_.begin(), row_.end());
+    weights.append(row_);
   }
 
   void AppendTo(std::vector<Note>& notes) const { gaps_.AppendTo(notes); }
@@ -100,7 +100,7 @@ WeightTake ReadActionUnitCsv(std::string_view bytes, const std::string& file,
   CsvFrames frames(csv, frame_columns, input_rate);
   Units units(csv, take);
   Take clock; // without markers
-  std::vector<double> rows;
+  LongVector<double> rows;
   const std::size_t shapes = take.names.size();
   constexpr double kLeastConfidence = 0.5;
   while (csv.Next()) {
@@ -123,9 +123,8 @@ WeightTake ReadActionUnitCsv(std::string_view bytes, const std::string& file,
   if (frame_columns.time)
     NoteUnlikelyUnit(clock, csv.Columns()[*frame_columns.time], frame_columns.units_per_second);
   take.SetClock(std::move(clock));
-  for (std::size_t f = 0; f < take.frames.size(); ++f) {
-    take.weights.append(std::span(rows).subspan((order.empty() ? f : order[f]) * shapes, shapes));
-  }
+  for (std::size_t f = 0; f < take.frames.size(); ++f)
+    take.weights.append(rows.subspan((order.empty() ? f : order[f]) * shapes, shapes));
   take.notes.push_back({Code::Assumed, "",
                         fmt::format("action units of 0 to 5 are taken as {} of the 52, alike on both sides",
                                     Count(shapes, "shape"))});

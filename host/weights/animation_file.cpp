@@ -2,12 +2,14 @@
 
 #include "host/base/json_file.h"
 #include "host/base/rotation.h"
+#include "host/weights/regular_animation_file.h"
 #include "host/weights/weight_names.h"
 
 #include <fmt/format.h>
 
 #include <cmath>
 #include <cstddef>
+#include <optional>
 #include <utility>
 
 namespace mien {
@@ -178,7 +180,8 @@ bool IsAnimationFile(std::string_view bytes) {
 }
 
 WeightTake ReadAnimationFile(std::string_view bytes, const std::string& file) {
-  return Reader(bytes, file).Read();
+  if (std::optional<WeightTake> take = ReadRegularAnimationFile(bytes)) return std::move(*take);
+  return Reader(bytes, file).Read(); // which finds what is wrong
 }
 
 } // namespace mien

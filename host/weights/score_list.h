@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/weights/weight_names.h"
 #include "host/weights/weight_take.h"
 
@@ -31,7 +32,7 @@ private:
 
   WeightNames names_;
   std::unordered_map<std::string, std::optional<std::size_t>> weights_; // by the names as written
-  std::vector<Score> scores_;
+  LongVector<Score> scores_;
 };
 
 } // namespace mien

@@ -10,13 +10,16 @@
 namespace mien {
 namespace {
 
-std::vector<double> InOrderOf(const std::vector<std::string>& templates, const WeightTake& take) {
-  std::vector<double> weights(take.frames.size() * templates.size());
-  for (std::size_t n = 0; n < take.names.size(); ++n) {
-    const auto found = std::find(templates.begin(), templates.end(), take.names[n]);
-    const auto column = static_cast<std::size_t>(found - templates.begin());
-    for (std::size_t f = 0; f < take.frames.size(); ++f)
-      weights[f * templates.size() + column] = take.Weight(f, n);
+LongVector<double> InOrderOf(const std::vector<std::string>& templates, const WeightTake& take) {
+  std::vector<std::size_t> columns;
+  for (const std::string& name : take.names)
+    columns.push_back(
+        static_cast<std::size_t>(std::find(templates.begin(), templates.end(), name) - templates.begin()));
+  LongVector<double> weights(take.frames.size() * templates.size());
+  for (std::size_t f = 0; f < take.frames.size(); ++f) {
+    const auto from = take.weights.subspan(f * columns.size(), columns.size());
+    const auto to = weights.subspan(f * templates.size(), templates.size());
+    for (std::size_t n = 0; n < columns.size(); ++n) to[columns[n]] = from[n];
   }
   return weights;
 }

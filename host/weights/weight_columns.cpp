@@ -11,6 +11,7 @@
 #include <numbers>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace mien {
 namespace {
@@ -56,6 +57,7 @@ WeightColumns::WeightColumns(const CsvReader& csv, const std::vector<std::size_t
       fields_.push_back({c, *weight});
     }
   }
+  has_angles_ = !angles.empty();
   for (const Field& angle : angles) fields_.push_back({angle.column, Names().size() + angle.index});
   std::sort(fields_.begin(), fields_.end(),
             [](const Field& a, const Field& b) { return a.column < b.column; });
@@ -68,16 +70,14 @@ void WeightColumns::ReadRow(CsvReader& csv) {
     row_[field.index] = std::isfinite(value) ? value : kNone;
     if (!std::isfinite(value)) gaps_.Add(csv, field.column);
   }
-  const auto angles = row_.begin() + static_cast<std::ptrdiff_t>(Names().size());
-  if (rows_ == 0) weights_.reserve((csv.LikelyRowsLeft() + 1) * Names().size());
-  weights_.insert(weights_.end(), row_.begin(), angles);
-  angles_.insert(angles_.end(), angles, row_.end());
+  weights_.append(std::span(row_).first(Names().size()));
+  if (has_angles_) angles_.append(std::span(row_).last(kAngles));
   ++rows_;
 }
 
 void WeightColumns::RemoveLastRow() {
   weights_.resize(weights_.size() - Names().size());
-  angles_.resize(angles_.size() - kAngles);
+  if (has_angles_) angles_.resize(angles_.size() - kAngles);
   --rows_;
 }
 
@@ -86,12 +86,9 @@ void WeightColumns::Finish(const std::vector<std::size_t>& order, WeightTake& ta
   const std::size_t weights = Names().size();
   take.names = Names();
   if (order.empty()) {
-    take.weights = weights_;
+    take.weights = std::move(weights_);
   } else {
-    take.weights.reserve(weights_.size());
-    for (const std::size_t row : order) {
-      take.weights.append(std::span(weights_).subspan(row * weights, weights));
-    }
+    for (const std::size_t row : order) take.weights.append(weights_.subspan(row * weights, weights));
   }
   weights_ = {};
   angles_ = {};
@@ -101,13 +98,14 @@ void WeightColumns::Finish(const std::vector<std::size_t>& order, WeightTake& ta
 }
 
 void WeightColumns::SetAngles(const std::vector<std::size_t>& order, WeightTake& take) const {
+  if (!has_angles_) return;
   const auto has = [this](std::size_t angle) { return has_angle_[angle] && has_angle_[angle + 1]; };
   const bool has_eyes = has(kLeftEye) && has(kRightEye), has_head = has(kHead) && has_angle_[kHead + 2];
 
   double eye = 0, head = 0; // the largest of the eyes' angles, and of the head's
   bool rolls = false;       // an eye
   for (std::size_t r = 0; r < rows_; ++r) {
-    const double* const angles = &angles_[r * kAngles];
+    const auto angles = angles_.subspan(r * kAngles, kAngles);
     for (std::size_t a = 0; a < kAngles; ++a) {
       double& largest = a < kLeftEye ? head : eye;
       if (std::fabs(angles[a]) > largest) largest = std::fabs(angles[a]);
@@ -126,7 +124,7 @@ void WeightColumns::SetAngles(const std::vector<std::size_t>& order, WeightTake&
     take.angles = fmt::format("{} (largest {:.3g})", degrees ? "degrees" : "radians", std::fmax(eye, head));
 
   for (std::size_t f = 0; f < rows_; ++f) {
-    const double* const row = &angles_[(order.empty() ? f : order[f]) * kAngles];
+    const auto row = angles_.subspan((order.empty() ? f : order[f]) * kAngles, kAngles);
     const auto angle = [&](std::size_t a) { return row[a] * unit; };
     if (has_head) take.heads.push_back({angle(kHead), angle(kHead + 1), angle(kHead + 2)});
     if (!has_eyes) continue;
@@ -141,9 +139,11 @@ void WeightColumns::SetAngles(const std::vector<std::size_t>& order, WeightTake&
 
 void NoteUnlikelyWeights(WeightTake& take) {
   constexpr double kUnlikely = 5;
+  constexpr std::size_t kAtOnce = 4096;
   double most = 0;
-  for (const double weight : take.weights)
-    if (std::fabs(weight) > most) most = std::fabs(weight); // not of NaN
+  for (std::size_t i = 0; i < take.weights.size(); i += kAtOnce)
+    for (const double weight : take.weights.subspan(i, std::min(kAtOnce, take.weights.size() - i)))
+      if (std::fabs(weight) > most) most = std::fabs(weight); // not of NaN
   if (most > kUnlikely)
     take.notes.push_back(
         {Code::Doubtful, "",

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/formats/csv.h"
 #include "host/formats/csv_gaps.h"
 #include "host/weights/weight_names.h"
@@ -50,9 +51,10 @@ private:
   WeightNames names_;
   std::vector<Field> fields_; // from left to right
   std::array<bool, kAngles> has_angle_{};
+  bool has_angles_ = false; // any
   std::vector<double> row_; // weights, then angles
   std::size_t rows_ = 0;
-  std::vector<double> weights_, angles_; // of all rows
+  LongVector<double> weights_, angles_; // of all rows
   CsvGaps gaps_;
 };
 

@@ -96,13 +96,13 @@ void MappedTemplates::Apply(std::span<const double> weights, std::span<double> t
                  [](double weight) { return std::max(weight, 0.0); });
 }
 
-std::vector<double> TemplatesOf(const WeightTake& take, const WeightMap& map,
-                                std::vector<std::string>& unused) {
+LongVector<double> TemplatesOf(const WeightTake& take, const WeightMap& map,
+                               std::vector<std::string>& unused) {
   const MappedTemplates mapped(map, take.names, take.file, unused);
   const std::size_t columns = map.templates.size(), names = take.names.size();
-  std::vector<double> templates(take.frames.size() * columns);
+  LongVector<double> templates(take.frames.size() * columns);
   for (std::size_t f = 0; f < take.frames.size(); ++f)
-    mapped.Apply(take.weights.subspan(f * names, names), std::span(templates).subspan(f * columns, columns));
+    mapped.Apply(take.weights.subspan(f * names, names), templates.subspan(f * columns, columns));
   return templates;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/base/long_vector.h"
 #include "host/weights/weight_take.h"
 
 #include <cstddef>
@@ -50,7 +51,7 @@ private:
 /// Template weights, none below 0, from those of a take without missing values (size: frames x templates).
 /// Weights that the take does not have are 0. `unused` gets the names of the take that no template uses.
 /// Throws InputError if there is no name that the map uses.
-std::vector<double> TemplatesOf(const WeightTake& take, const WeightMap& map,
-                                std::vector<std::string>& unused);
+LongVector<double> TemplatesOf(const WeightTake& take, const WeightMap& map,
+                               std::vector<std::string>& unused);
 
 } // namespace mien

@@ -31,10 +31,40 @@ void AppendMember(std::string& line, std::string_view key, double number) {
 
 } // namespace
 
-LineWriter::LineWriter(const AnimationLayout& layout, std::string_view face)
+LineWriter::LineWriter(const AnimationLayout& layout, std::string_view face, bool clusters)
     : has_shapes_(!layout.shapes.empty()), start_("{\"face\":" + PrintableJson(JsonValue(face).Text())) {
   for (const std::string& name : layout.WeightNames(has_shapes_ ? WeightKind::Shapes : WeightKind::Templates))
     names_.push_back(PrintableJson(JsonValue(name).Text()) + ":");
+  if (!clusters) return;
+  for (const ClusterColumn& column : layout.clusters)
+    clusters_.push_back({.start = "{\"part\":" + PrintableJson(JsonValue(column.part).Text()) +
+                                  ",\"cluster\":" + PrintableJson(JsonValue(column.name).Text())});
+}
+
+void LineWriter::AppendTransform(const ClusterTransform& transform, VgeQuaternion& before) {
+  const auto& [translation, rotation, scale] = transform;
+  before = QuaternionNear(before, rotation);
+  line_ += "{\"translation\":";
+  AppendJsonNumbers(line_, std::array{translation.x, translation.y, translation.z});
+  line_ += ",\"rotation\":";
+  AppendJsonNumbers(line_, std::array{before.x, before.y, before.z, before.w});
+  line_ += ",\"scale\":";
+  AppendJsonNumbers(line_, std::array{scale.x, scale.y, scale.z});
+  line_ += '}';
+}
+
+void LineWriter::AppendClusters(const LiveOutput& output) {
+  line_ += ",\"clusters\":[";
+  for (std::size_t c = 0; c < clusters_.size(); ++c) {
+    if (c > 0) line_ += ',';
+    line_ += clusters_[c].start;
+    line_ += ",\"local\":";
+    AppendTransform(output.local[c], clusters_[c].before[0]);
+    line_ += ",\"global\":";
+    AppendTransform(output.global[c], clusters_[c].before[1]);
+    line_ += '}';
+  }
+  line_ += ']';
 }
 
 void LineWriter::Write(const LiveOutput& output, const Send& send) {
@@ -67,6 +97,7 @@ void LineWriter::Write(const LiveOutput& output, const Send& send) {
     AppendMember(line_, ",\"pitch\":", right.pitch * kDegrees);
     line_ += "}]";
   }
+  if (!clusters_.empty()) AppendClusters(output);
   line_ += "}\n";
   send(line_);
 }

@@ -15,6 +15,7 @@ from ._library import lib as _lib
 from .animation import Animation, Clusters, Transforms, retarget, solve
 from .character import Character, characters
 from .errors import ClosedError, Error, FileError, FileMissingError, InputError, Note, OutOfMemoryError, Problem
+from .live import Live, LiveFace, LiveFrame, LiveStatistics, Timecode
 from .performer import Performer, Range, calibrate, performers
 from .solver import SolvedFrame, Solver
 from .take import Event, Gap, Take, read
@@ -23,7 +24,7 @@ __version__: str = _lib.version().decode("ascii")
 
 __all__ = [
     "Animation", "Character", "ClosedError", "Clusters", "Error", "Event", "FileError", "FileMissingError", "Gap",
-    "InputError", "Note", "Option", "OptionValue", "OutOfMemoryError", "Performer", "Problem", "ProgressFunction",
-    "Range", "Rate", "SolvedFrame", "Solver", "Take", "Transforms", "calibrate", "characters", "options", "performers",
-    "read", "retarget", "solve",
+    "InputError", "Live", "LiveFace", "LiveFrame", "LiveStatistics", "Note", "Option", "OptionValue",
+    "OutOfMemoryError", "Performer", "Problem", "ProgressFunction", "Range", "Rate", "SolvedFrame", "Solver", "Take",
+    "Timecode", "Transforms", "calibrate", "characters", "options", "performers", "read", "retarget", "solve",
 ]

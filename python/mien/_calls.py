@@ -61,6 +61,8 @@ class Owner:
     """
 
     _handle: Optional[Handle] = None
+    _title: Optional[str] = None
+    """The name of the class in errors, where it has another one for users."""
 
     def _adopt(self: Self, pointer: int, free: Callable[[int], int]) -> Self:
         self._handle = Handle(pointer, free)
@@ -71,7 +73,7 @@ class Owner:
         """The handle. Callers must keep it in a variable while they use it: another thread may close this object."""
         handle = self._handle
         if handle is None:
-            raise ClosedError([Problem("usage", "", type(self).__name__, "this is closed",
+            raise ClosedError([Problem("usage", "", self._title or type(self).__name__, "this is closed",
                                        "use it before close() and inside its with block")])
         return handle
 

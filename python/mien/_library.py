@@ -4,11 +4,11 @@ from __future__ import annotations
 
 import ctypes
 import os
-from ctypes import c_char_p, c_double, c_int, c_int32, c_int64, c_size_t, c_ssize_t, c_uint32, c_void_p
+from ctypes import c_char_p, c_double, c_int, c_int32, c_int64, c_size_t, c_ssize_t, c_uint32, c_uint64, c_void_p
 from pathlib import Path
 from typing import Any, Callable, Optional, Tuple
 
-INTERFACE_VERSION = 1
+INTERFACE_VERSION = 2
 
 
 class Message(ctypes.Structure):
@@ -58,6 +58,34 @@ class Range(ctypes.Structure):
                 ("seen", c_int32), ("trusted", c_int32), ("why", c_char_p)]
 
 
+class LiveFaceStruct(ctypes.Structure):
+    _fields_ = [("struct_size", c_size_t), ("kind", c_int32), ("name", c_char_p), ("names", ctypes.POINTER(c_char_p)),
+                ("name_count", c_size_t), ("performer", c_void_p), ("take", c_void_p), ("character", c_void_p),
+                ("settings", c_void_p)]
+
+
+class LiveFrameStruct(ctypes.Structure):
+    _fields_ = [("struct_size", c_size_t), ("face", c_size_t), ("arrival", c_double), ("time", c_double),
+                ("timecode", c_int64), ("timecode_fraction", c_double), ("timecode_rate_numerator", c_int64),
+                ("timecode_rate_denominator", c_int64), ("timecode_drop", c_int32), ("lost", c_int32),
+                ("values", c_void_p), ("value_count", c_size_t), ("head", c_void_p), ("head_place", c_void_p),
+                ("eyes", c_void_p)]
+
+
+class LiveResult(ctypes.Structure):
+    _fields_ = [("struct_size", c_size_t), ("face", c_size_t), ("frame", c_int64), ("time", c_double),
+                ("arrival", c_double), ("presence", c_double), ("unseen", c_size_t), ("learning", c_int32),
+                ("face_seen", c_int32), ("head_known", c_int32), ("eyes_known", c_int32)]
+
+
+class LiveStatisticsStruct(ctypes.Structure):
+    _fields_ = [("struct_size", c_size_t)] + [(name, c_uint64) for name in (
+        "received", "used", "duplicates", "late", "unusable", "paused", "dropped", "inserted", "sent", "lost",
+        "head_unknown", "poor", "unseen", "unusable_numbers", "failed_learnings", "source_restarts")] + [
+            ("rate", c_double), ("drift_ppm", c_double), ("latencies", c_uint64), ("latency_median", c_double),
+            ("latency_p99", c_double), ("recording", c_int32)]
+
+
 OK = 0  # the status of a call that did not fail
 
 # Steps of settings, by their commands.
@@ -73,6 +101,7 @@ TAKE_NAME, TAKE_FILE, TAKE_FORMAT, TAKE_FLAVOUR, TAKE_UNIT, TAKE_AXES, TAKE_TIME
 TEMPLATE_NAMES, SHAPE_NAMES, CLUSTER_NAMES, CLUSTER_PART_NAMES, FACE_PART_NAMES = range(5)
 (FRAME_WEIGHTS, FRAME_SHAPE_WEIGHTS, FRAME_HEAD, FRAME_HEAD_MOTION, FRAME_EYES, FRAME_RESIDUALS, FRAME_KNOWN,
  FRAME_LOCAL_TRANSLATIONS) = range(8)
+LIVE_MARKERS, LIVE_WEIGHTS = range(2)
 # For clusters, local rotations and scales follow, then the same three in the character's space.
 
 _errors = ctypes.POINTER(c_void_p)
@@ -156,6 +185,25 @@ _FUNCTIONS: Tuple[Tuple[Any, ...], ...] = (
     ("frame_solver_name", c_char_p, c_void_p, c_int, c_size_t),
     ("frame_solver_solve", c_int, c_void_p, c_void_p, c_size_t, c_double, _errors),
     ("frame_solver_free", c_int, c_void_p),
+    ("live_new", c_void_p, _errors),
+    ("live_add", c_int, c_void_p, ctypes.POINTER(LiveFaceStruct), ctypes.POINTER(c_size_t), _errors),
+    ("live_remove", c_int, c_void_p, c_size_t, _errors),
+    ("live_switch_performer", c_int, c_void_p, c_size_t, c_void_p, c_void_p, _errors),
+    ("live_name_count", c_size_t, c_void_p, c_size_t, c_int),
+    ("live_name", c_char_p, c_void_p, c_size_t, c_int, c_size_t),
+    ("live_feed", c_int, c_void_p, ctypes.POINTER(LiveFrameStruct), ctypes.POINTER(c_int32), _errors),
+    ("live_advance", c_int, c_void_p, c_double, _errors),
+    ("live_result_count", c_size_t, c_void_p),
+    ("live_get_result", c_int, c_void_p, c_size_t, ctypes.POINTER(LiveResult)),
+    ("live_get_array", c_int, c_void_p, c_size_t, c_int, _array, _errors),
+    ("live_neutral_now", c_int, c_void_p, c_size_t, _errors),
+    ("live_pause", c_int, c_void_p, c_int32, _errors),
+    ("live_start_recording", c_int, c_void_p, c_size_t, c_char_p, _errors),
+    ("live_stop_recording", c_int, c_void_p, c_size_t, _errors),
+    ("live_mark", c_int, c_void_p, c_size_t, c_char_p, _errors),
+    ("live_add_latency", c_int, c_void_p, c_size_t, c_double, _errors),
+    ("live_get_statistics", c_int, c_void_p, c_size_t, ctypes.POINTER(LiveStatisticsStruct)),
+    ("live_free", c_int, c_void_p),
 )
 
 

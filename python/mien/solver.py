@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import ctypes
 import threading
-from typing import Any, Mapping, NoReturn, Optional, Sequence, Tuple, Union
+from typing import Mapping, NoReturn, Optional, Sequence, Tuple, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
@@ -13,9 +13,9 @@ from ._calls import Errors, OptionValue, Owner, Path, Rate, array_of, created, n
 from ._library import (CLUSTER_NAMES, CLUSTER_PART_NAMES, FACE_PART_NAMES, FRAME_EYES, FRAME_HEAD, FRAME_HEAD_MOTION,
                        FRAME_KNOWN, FRAME_LOCAL_TRANSLATIONS, FRAME_RESIDUALS, FRAME_SHAPE_WEIGHTS, FRAME_WEIGHTS,
                        SHAPE_NAMES, TEMPLATE_NAMES, lib)
+from ._values import Values
 from .animation import Clusters, Transforms
 from .character import Character, character_of
-from .errors import misuse
 from .performer import Performer, performer_of
 from .take import Take
 
@@ -32,7 +32,7 @@ class SolvedFrame:
     head_motion: NDArray[np.float64]
     """(4, 4): like a frame of `Animation.head_motion`."""
     eyes: NDArray[np.float64]
-    """(2, 2): like a frame of `Animation.eyes`; NaN if the directions of the eyes are unknown."""
+    """(2, 2): like a frame of `Animation.eyes`; NaN if the performer has no irises."""
     residuals: NDArray[np.float64]
     """(9,): for each part in `Solver.part_names`, how far its markers are from what the weights reproduce, in mm."""
     clusters: Clusters
@@ -48,7 +48,8 @@ class SolvedFrame:
 
     @property
     def eyes_known(self) -> bool:
-        """Whether this frame's markers show where the eyes look."""
+        """Whether this frame's markers show where the eyes look; otherwise they keep their direction for half a second,
+        and then look straight ahead."""
         return bool(self._known[1])
 
     def copy(self) -> SolvedFrame:
@@ -63,7 +64,8 @@ class SolvedFrame:
 
 
 class Solver(Owner):
-    """Solves frames as they arrive, without later frames: markers in, weights out.
+    """Solves frames as they arrive, without later frames: markers in, weights out. A frame is, to the bit, that of
+    `solve` with ``causal=True`` and ``neutral_take``.
 
     performer: a performer, the name of a built-in one, or the path of a performer file.
     character: the same for the character; without one, frames have weights of templates and no shapes.
@@ -71,8 +73,9 @@ class Solver(Owner):
         take. It also shows how the markers move with the skull.
     rate: frames per second, for frames that are solved without a time. The default is the take's rate, or 60.
 
-    Options are those of ``mien solve``, see ``mien.options("solve")``. Those that need later frames (smooth, fill,
-    output_rate, ...) have no effect. Raises `InputError`.
+    Options are those of a causal solve, see ``mien.options("solve")``: solver, hold, fade, face_hold, face_fade,
+    one_euro, ... Those that need later frames (smooth, fill, ...) or other frames (output_rate, learn) have no effect.
+    Raises `InputError`.
 
     One frame is solved at a time: threads that share a solver wait for each other.
     """
@@ -88,9 +91,8 @@ class Solver(Owner):
         self._adopt(created(errors, lib.frame_solver_new(*handles, chosen, errors)), lib.frame_solver_free)
         handle = self._open
         self._markers = names_of(lib.frame_solver_marker_count(handle), lambda i: lib.frame_solver_marker(handle, i))
-        self._rows = {name: row for row, name in enumerate(self._markers)}
-        self._points = np.full((len(self._markers), 3), np.nan)
-        self._address = ctypes.c_void_p(self._points.ctypes.data)
+        self._values = Values(self._markers, (3,), "points")
+        self._address = self._values.address
         self._count = len(self._markers)
         self._errors = ctypes.c_void_p()
         self._errors_address = ctypes.byref(self._errors)
@@ -130,6 +132,7 @@ class Solver(Owner):
 
         points: (markers, 3), millimetres, in the order of `markers`, NaN for one that is not seen; or a mapping of
             names to three numbers, in which a marker that is not seen is missing or None. Other names are ignored.
+            Such a marker keeps its place for a moment and then fades to rest.
         time: seconds, later than the previous frame. The default is the previous time plus one step of the rate.
 
         Raises `InputError` for a wrong shape, an infinite position, or a time that is not later; `frame` then does not
@@ -137,15 +140,7 @@ class Solver(Owner):
         """
         handle = self._open
         with self._lock:
-            place = self._points
-            if isinstance(points, Mapping):
-                self._fill(points)
-            else:
-                if type(points) is not np.ndarray:
-                    points = self._array(points)
-                if points.shape != place.shape:
-                    raise misuse(f"the array has the shape {points.shape}", f"pass {place.shape}", "points")
-                self._copy(points)
+            self._values.take(points)
             if time is None:
                 time = self._time + self._step
             if lib.frame_solver_solve(handle, self._address, self._count, time, self._errors_address):
@@ -155,30 +150,6 @@ class Solver(Owner):
 
     def __repr__(self) -> str:
         return "<mien.Solver, closed>" if self.closed else f"<mien.Solver of {len(self._markers)} markers>"
-
-    def _fill(self, points: Mapping[str, Sequence[float]]) -> None:
-        self._points.fill(np.nan)
-        rows = self._rows
-        for name, point in points.items():
-            row = rows.get(name)
-            if row is not None and point is not None:
-                try:
-                    self._points[row] = point
-                except (TypeError, ValueError) as fault:
-                    raise misuse(f"{name}: {fault}", "pass three numbers, or None", "points") from fault
-
-    def _copy(self, points: "NDArray[Any]") -> None:
-        try:
-            np.copyto(self._points, points, casting="same_kind")
-        except TypeError as fault:
-            raise misuse(f"the elements are {points.dtype}", "pass real numbers", "points") from fault
-
-    @staticmethod
-    def _array(points: ArrayLike) -> NDArray[np.float64]:
-        try:
-            return np.asarray(points, np.float64)
-        except (TypeError, ValueError) as fault:
-            raise misuse(f"this is not an array of numbers: {fault}", "pass markers x 3", "points") from fault
 
     def _fail(self) -> NoReturn:
         raise Errors(self._errors).exception()

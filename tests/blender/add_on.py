@@ -42,6 +42,16 @@ def select(objects):
         thing.select_set(thing in objects)
 
 
+def put_at_rest(block):
+    """Takes the add-on's action from an object, and what it left."""
+    block.animation_data_clear()
+    block.delta_location, block.delta_scale = (0, 0, 0), (1, 1, 1)
+    block.delta_rotation_quaternion, block.delta_rotation_euler = (1, 0, 0, 0), (0, 0, 0)
+    for bone in block.pose.bones if block.pose else ():
+        bone.matrix_basis.identity()
+    bpy.context.view_layer.update()
+
+
 def ten_of(count):
     return sorted({step * (count - 1) // 9 for step in range(10)})
 

@@ -124,7 +124,8 @@ def check_bones(animation):
 
 
 def check_objects(animation):
-    """Eyeballs below a head below a turned parent; each has a rotation of its own."""
+    """Eyeballs below a head below a turned parent; each has a rotation of its own, which keeps its mode. The head has
+    an action of the user's, which keeps playing."""
     add_on.empty_scene()
     things = {}
     for name, parent, angles in (("Body", None, (0.3, 0, 1)), ("Skull", "Body", (0.1, 0.5, -0.2)),
@@ -132,21 +133,58 @@ def check_objects(animation):
         things[name] = thing = bpy.data.objects.new(name, None)
         bpy.context.scene.collection.objects.link(thing)
         thing.parent, thing.rotation_euler, thing.location = things.get(parent), angles, (0.1, 0.2, 0.3)
+    things["Skull"].rotation_mode, things["LeftEye"].rotation_mode = "ZYX", "QUATERNION"
+    things["RightEye"].rotation_mode = "AXIS_ANGLE"
+    things["Skull"].keyframe_insert("rotation_euler", frame=1)
+    things["Skull"].rotation_euler = (9, 9, 9)  # what the action does not show
     add_on.select(list(things.values()))
     settings = bpy.context.scene.mien
     settings.head = things["Skull"]
     names = {"head": "Skull", "left": "LeftEye", "right": "RightEye"}
+    bpy.context.scene.frame_set(3)
     own = [tuple(thing.matrix_basis.to_euler()) for thing in things.values()]
-    for again in range(2):  # the second run begins from the first one's pose
-        bpy.context.scene.frame_set(3)
-        if again:
-            for thing in things.values():
-                thing.delta_rotation_quaternion = (1, 0, 0, 0)
-                thing.animation_data_clear()
-            bpy.context.view_layer.update()
-            now = [tuple(thing.matrix_basis.to_euler()) for thing in things.values()]
-            assert numpy.allclose(own, now, atol=1e-6), "the objects' own rotation was changed"
+    for _ in range(2):
         check(animation, "objects", lambda name: object_axes(things[names[name]]))
+        for thing in things.values():
+            add_on.put_at_rest(thing)
+        now = [tuple(thing.matrix_basis.to_euler()) for thing in things.values()]
+        assert numpy.allclose(own, now, atol=1e-6), "the objects' own rotation was changed"
+    modes = [things[name].rotation_mode for name in ("Skull", "LeftEye", "RightEye")]
+    equal(modes, ["ZYX", "QUATERNION", "QUATERNION"], "modes; there is no delta of an axis and an angle")
+
+
+def place_of(block, bone):
+    bpy.context.view_layer.update()
+    shown = block.evaluated_get(bpy.context.evaluated_depsgraph_get())
+    return numpy.array((shown.matrix_world @ shown.pose.bones[bone].matrix if bone else shown.matrix_world).translation)
+
+
+def check_moves(animation):
+    """With "Move", a bone of a turned and scaled armature, and an object below a scaled parent, move as the head."""
+    moves = numpy.array(animation["head"]["translation"]) @ numpy.array(Z_UP.to_3x3()).T / 1000
+    furthest = numpy.abs(moves).max()
+    assert furthest > 0.02, f"the head moves by {furthest} m only"
+    for bone in ("head", "DEF-eye.L", ""):
+        block = make_rig({})
+        if not bone:
+            body, block = block, bpy.data.objects.new("Skull", None)
+            body.scale = (2, 0.5, 3)
+            bpy.context.scene.collection.objects.link(block)
+            block.parent, block.location = body, (0.1, 0.2, 0.3)
+            add_on.select([block])
+        settings = bpy.context.scene.mien
+        settings.take, settings.head, settings.head_bone = f"{SAMPLES}/landmarks.csv", block, bone
+        for moving, metre in ((False, 1), (True, 1), (True, 100)):  # the third scene is in centimetres
+            rest = place_of(block, bone)
+            settings.head_moves, bpy.context.scene.unit_settings.scale_length = moving, 1 / metre
+            equal(bpy.ops.mien.solve(), {"FINISHED"}, settings.report)
+            compared = Comparison(f"places of {bone or 'an object'}", 2e-6)  # in single precision
+            for index in add_on.ten_of(len(animation["times"])):
+                bpy.context.scene.frame_set(bpy.context.scene.frame_start + index)
+                move = moves[index] * metre if moving else numpy.zeros(3)
+                compared.add(rest + move, place_of(block, bone), f"frame {index}")
+            compared.end(30)
+            add_on.put_at_rest(block)
 
 
 def check_clusters():
@@ -191,6 +229,8 @@ def main():
     animation = write_phone()
     check_bones(animation)
     check_objects(animation)
+    with open(f"{OUT}/landmarks.json", encoding="utf-8") as file:
+        check_moves(json.load(file))
     check_clusters()
     print("all done")
 

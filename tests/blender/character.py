@@ -11,7 +11,7 @@ import sys
 
 import bpy
 import numpy
-from mathutils import Euler
+from mathutils import Euler, Matrix, Quaternion
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import add_on
@@ -116,6 +116,67 @@ def check_glb(path, table, expected):
     compared.end(3 * 6 * 16)
 
 
+def in_parent(bone):
+    """A bone's transform in its parent, as the command has it; a root's axes have y up."""
+    if bone.parent:
+        return numpy.array(bone.parent.matrix.inverted() @ bone.matrix)
+    y_up = numpy.array(bone.matrix)
+    y_up[:3] = numpy.array([[1.0, 0, 0], [0, 0, 1], [0, -1, 0]]) @ y_up[:3]
+    return y_up
+
+
+def check_command(arguments, what, armature, skin):
+    """Bones and shape keys are those of the command, in ten frames or all of them."""
+    subprocess.run([MIEN, *arguments, "-o", f"{OUT}/rig.json", "-q"], check=True)
+    with open(f"{OUT}/rig.json", encoding="utf-8") as file:
+        animation = json.load(file)
+    clusters, local = animation["clusters"]["names"], animation["clusters"]["local"]
+    bones, keys = Comparison(f"bones {what}", 2e-6), Comparison(f"shape keys {what}", 1e-6)
+    indices = add_on.ten_of(len(animation["times"]))
+    for index in indices:
+        bpy.context.scene.frame_set(bpy.context.scene.frame_start + index)
+        shown = armature.evaluated_get(bpy.context.evaluated_depsgraph_get()).pose.bones
+        for column, cluster in enumerate(clusters):
+            x, y, z, w = local["rotation"][index][column]
+            expected = (Matrix.Translation(local["translation"][index][column])
+                        @ Quaternion((w, x, y, z)).to_matrix().to_4x4()
+                        @ Matrix.Diagonal([*local["scale"][index][column], 1]))
+            name = cluster["cluster"]
+            bones.add(numpy.array(expected), in_parent(shown[name]), f"frame {index}, {name}")
+        values = {key.name: key.value for key in skin.data.shape_keys.key_blocks}
+        for name, weight in zip(animation["shapes"]["names"], animation["shapes"]["weights"][index]):
+            if name in values:
+                keys.add(weight, values[name], f"frame {index}, {name}")
+    bones.end(len(indices) * 4 * 16)
+    keys.end(len(indices) * 3)
+
+
+def check_expression(path, table, armature, skin):
+    """A pose under any other name is an expression: with its weight, bones and keys are those of the command."""
+    settings = bpy.context.scene.mien
+    for given, weights in (("Content=1", [1]), ("Content=0.5", [0.5]), ("Content=0.25, Content=0.5", [0.25, 0.5])):
+        settings.expression = given
+        equal(bpy.ops.mien.solve(), {"FINISHED"}, settings.report)
+        options = [part for weight in weights for part in ("--expression", f"Content={weight}")]
+        check_command(["retarget", table, "-c", path, *options], f"with {given}", armature, skin)
+        bpy.context.scene.frame_set(1)  # where nothing else moves: the rigger's pose, times the weight
+        value = skin.data.shape_keys.key_blocks["eyeBlinkRight"].value
+        assert abs(value - 0.25 * sum(weights)) < 1e-6, value
+        assert numpy.allclose(armature.pose.bones["lip"].location, (0, 0, 0.01 * sum(weights)), atol=1e-6), given
+    settings.expression = "Contnet=1"
+    equal(bpy.ops.mien.solve(), {"CANCELLED"}, "an unknown expression")
+    assert f"{path}:/expressions" in settings.report and "name one of: Content" in settings.report, settings.report
+    settings.expression = ""
+
+
+def check_take(path, armature, skin):
+    """A take on the exported character."""
+    settings = bpy.context.scene.mien
+    settings.take = f"{SAMPLES}/landmarks.csv"
+    equal(bpy.ops.mien.solve(), {"FINISHED"}, settings.report)
+    check_command(["solve", settings.take, "-p", "landmarks68", "-c", path], "of a take", armature, skin)
+
+
 def main():
     add_on.install(ZIP)
     armature, skin = make_rig()
@@ -165,6 +226,8 @@ def main():
         keys.end(9)
     kept = [track.name for track in armature.animation_data.nla_tracks]
     equal(kept, ["RigAction"], "the rigger's own action plays on below")
+    check_expression(path, table, armature, skin)
+    check_take(path, armature, skin)
     check_glb(path, table, moved)
 
 

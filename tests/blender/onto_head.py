@@ -8,7 +8,6 @@ OUT has landmarks.json, markers.c3d, markers.json and phone.json of the command.
 import json
 import math
 import os
-import subprocess
 import sys
 from fractions import Fraction
 
@@ -196,59 +195,12 @@ def phone():
         assert "expressions" not in json.load(file), "the timecode was taken for a pose"
 
 
-CHOICES = (
-    # take, the panel's choices, the command's options
-    ("landmarks.csv", {"solver": "fit", "neutral": "1-10", "smooth": 6, "smooth_weights": 5, "ranges": False},
-     ("solve", "-p", "landmarks68", "-c", "arkit52", "--solver", "fit", "--neutral", "1-10", "--smooth", "6",
-      "--smooth-weights", "5", "--no-ranges")),
-    ("mesh/wide.csv", {"image": (1280, 720), "mirrored": True, "smooth_gaze": 1},
-     ("solve", "-p", "landmarks478", "-c", "arkit52", "--image", "1280x720", "--mirrored", "--smooth-gaze", "1")),
-    ("mesh/results.json", {"weights": True, "swap_sides": True, "smooth_weights": 1},
-     ("retarget", "-c", "arkit52", "--swap-sides", "--smooth-weights", "1")),
-)
-
-
-def choices():
-    """The panel's choices do what the command's options do."""
-    for place, (take, chosen, options) in enumerate(CHOICES):
-        verb, *others = options
-        subprocess.run([MIEN, verb, f"{SAMPLES}/{take}", *others, "-q", "-o", f"{OUT}/choice{place}.json"], check=True)
-        fresh_head()
-        settings = bpy.context.scene.mien
-        settings.take = f"{SAMPLES}/{take}"
-        for name, value in chosen.items():
-            setattr(settings, name, value)
-        equal(bpy.ops.mien.solve(), {"FINISHED"}, take)
-        check_weights(solved(f"choice{place}"), {})
-
-
-def performers():
-    """A performer of unknown markers, and of known ones with a neutral face, which the next solve uses."""
-    fresh_head()
-    settings = bpy.context.scene.mien
-    settings.take, path = f"{SAMPLES}/markers.csv", f"{OUT}/guessed.json"
-    equal(bpy.ops.mien.performer(filepath=path, kind="neutral"), {"CANCELLED"}, "unknown markers")
-    equal(bpy.ops.mien.performer(filepath=path, kind="guess"), {"FINISHED"}, "a guess")
-    equal((settings.performer, settings.performer_file), ("file", path), "the panel's performer")
-    settings.performer, settings.take, path = "auto", f"{SAMPLES}/landmarks.csv", f"{OUT}/neutral.json"
-    settings.neutral = "1-10"
-    equal(bpy.ops.mien.performer(filepath=path, kind="neutral"), {"FINISHED"}, "a neutral face")
-    subprocess.run([MIEN, "performer", settings.take, "-p", "landmarks68", "--neutral", "1-10", "--name", "neutral",
-                    "-o", f"{OUT}/by_command.json", "-q"], check=True)
-    with open(path, encoding="utf-8") as saved, open(f"{OUT}/by_command.json", encoding="utf-8") as expected:
-        equal(saved.read(), expected.read(), "the saved performer")
-    equal(bpy.ops.mien.solve(), {"FINISHED"}, "solve")
-    equal(os.path.exists(f"{path}.part"), False, "an unfinished file")
-
-
 def main():
     add_on.install(ZIP)
     landmarks()
     picture()
     markers()
     phone()
-    choices()
-    performers()
     print("all done")
 
 

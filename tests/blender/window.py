@@ -17,6 +17,7 @@ import add_on
 from add_on import equal
 
 ZIP, MIEN, SAMPLES, OUT = add_on.arguments()
+TAB = 186, 245  # pixels from the upper right corner of the window
 WAIT = 60  # seconds for a step, which takes one
 
 
@@ -65,6 +66,23 @@ def until(reached, what):
         yield 0.1
 
 
+def open_panels():
+    """All parts of the panel are unfolded, so that Blender draws them."""
+    classes = sys.modules[f"{add_on.NAME}.panel"].CLASSES
+    for panel in reversed(classes):
+        bpy.utils.unregister_class(panel)
+    for panel in classes:
+        panel.bl_options = set()
+        bpy.utils.register_class(panel)
+
+
+def show_tab():
+    """Clicks on the sidebar's tab "mien"."""
+    window = bpy.context.window_manager.windows[0]
+    for kind, value in (("MOUSEMOVE", "NOTHING"), ("LEFTMOUSE", "PRESS"), ("LEFTMOUSE", "RELEASE")):
+        simulate(kind, value, window.width - TAB[0], window.height - TAB[1])
+
+
 def steps():
     for thing in list(bpy.data.objects):
         bpy.data.objects.remove(thing)
@@ -78,7 +96,13 @@ def steps():
     settings.take, settings.head = f"{SAMPLES}/landmarks.csv", bpy.data.objects["face"]
     with view():
         bpy.context.area.spaces[0].show_region_ui = True
+        bpy.ops.view3d.view_axis(type="FRONT")
+        bpy.ops.view3d.view_all()
         bpy.ops.ed.undo_push(message="the scene")
+    open_panels()
+    yield 0.5
+    show_tab()
+    yield 0.5
     before, ends = state(), record_ends()
 
     solve()
@@ -103,6 +127,18 @@ def steps():
         bpy.ops.ed.redo()
     yield 0.5
     equal(state(), solved, "after one redo")
+
+    # A second solve is refused while one runs, which ends in its own scene although another one is shown by then.
+    first, other = bpy.context.scene, bpy.data.scenes.new("Other")
+    first.render.fps = 24
+    solve()
+    with view():
+        equal(bpy.ops.mien.solve("INVOKE_DEFAULT"), {"CANCELLED"}, "a second solve beside the first")
+    bpy.context.window_manager.windows[0].scene = other
+    yield from until(lambda: ends, "the solve goes on")
+    equal(ends.pop(), {"FINISHED"}, "the solve of the scene that is not shown")
+    equal((bpy.context.scene.name, first.render.fps, other.render.fps, other.frame_end), ("Other", 30, 24, 250), "scenes")
+    equal((first.mien.report.splitlines()[0], other.mien.report), (solved[3], ""), "reports")
 
 
 def run():

@@ -1,4 +1,4 @@
-# The header's functions, the library's symbols and the document agree, and so do the document's program and the sample.
+# The header's functions, the library's symbols and the document agree, and so do the document's programs and the samples.
 #
 #   cmake -DROOT=folder -DNM=nm -DLIBRARY=libmien_host.so -P agreement.cmake
 
@@ -57,11 +57,13 @@ foreach(name IN LISTS named)
     fault("docs/c-interface.md names ${name}, which the header does not have")
   endif()
 endforeach()
-file(READ ${ROOT}/samples/first_weights.c program)
-string(FIND "${document}" "${program}" at)
-if(at EQUAL -1)
-  fault("the program of docs/c-interface.md is not samples/first_weights.c")
-endif()
+foreach(name first_weights live_weights)
+  file(READ ${ROOT}/samples/${name}.c program)
+  string(FIND "${document}" "${program}" at)
+  if(at EQUAL -1)
+    fault("a program of docs/c-interface.md is not samples/${name}.c")
+  endif()
+endforeach()
 
 message("${count} functions, ${faults} faults")
 if(faults OR count LESS 50)

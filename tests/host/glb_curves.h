@@ -36,10 +36,12 @@ inline std::vector<float> Floats(const mien::Glb& glb, const Json& accessor_inde
   EXPECT_EQ(offset % 4, 0u);
   EXPECT_LE(offset + 4 * count, Number(glb.json["buffers"][0]["byteLength"]));
   std::vector<float> floats;
+  EXPECT_LE(offset + 4 * count, glb.binary.size());
+  if (::testing::Test::HasFailure()) return floats;
   for (std::size_t i = 0; i < count; ++i) {
     std::uint32_t bits = 0;
     for (std::size_t byte = 4; byte-- > 0;)
-      bits = bits << 8 | static_cast<unsigned char>(glb.binary.at(offset + 4 * i + byte));
+      bits = bits << 8 | static_cast<unsigned char>(glb.binary[offset + 4 * i + byte]);
     floats.push_back(std::bit_cast<float>(bits));
   }
   return floats;

@@ -3,6 +3,7 @@
 // Heads as other programs write them, from a few characters of JSON.
 
 #include "host/gltf/glb.h"
+#include "tests/host/glb_binary.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -16,7 +17,7 @@ inline mien::Glb Head(const std::string& nodes, const std::string& meshes = "[]"
   return {nlohmann::ordered_json::parse(R"({"asset":{"version":"2.0","generator":"theirs"},"nodes":)" +
                                         nodes + R"(,"meshes":)" + meshes +
                                         R"(,"buffers":[{"byteLength":3,"name":"b"}])" + more + "}"),
-          "abc", "", "h.glb"};
+          Binary("abc"), "", "h.glb"};
 }
 
 /// A mesh with morph targets with these names (as JSON: "a", "b").

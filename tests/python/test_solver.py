@@ -23,15 +23,51 @@ def positions(landmarks):
         return landmarks.positions[:, [landmarks.markers.index(marker) for marker in solver.markers]]
 
 
-def test_frames_are_those_of_the_solved_take(landmarks, positions, solver):
-    animation = mien.solve(landmarks, "landmarks68", "arkit52")
-    solved = np.array([solver.solve(points).weights.copy() for points in positions])
-    assert solved.shape == animation.weights.shape
-    complete = np.isfinite(positions).all(axis=(1, 2))
-    assert 350 < complete.sum() < len(landmarks)  # gaps are filled from both sides, which a solver cannot do
-    # The take's head is calmed over time as well, which moves the weights by hundredths.
-    assert np.abs(solved - animation.weights)[complete].max() < 0.02
-    assert np.ptp(solved[:, solver.template_names.index("Mouth.Open")]) > 0.3
+@pytest.mark.parametrize("options", [{}, {"solver": "fit", "one_euro": "3:1", "hold": 0.05, "face_fade": 0.2}])
+def test_frames_are_to_the_bit_those_of_a_causal_solve(samples, landmarks, positions, options):
+    path = samples / "landmarks.csv"
+    animation = mien.solve(landmarks, "landmarks68", "arkit52", causal=True, neutral_take=path, **options)
+    with mien.Solver("landmarks68", "arkit52", take=landmarks, **options) as solver:
+        columns = [landmarks.markers.index(marker) for marker in solver.markers]
+        frames = [solver.solve(points, time).copy()
+                  for points, time in zip(landmarks.positions[:, columns], landmarks.times)]
+        jaw = solver.shape_names.index("jawOpen")
+    assert np.isnan(positions).any()  # gaps are held, and fade
+    assert same_bits([frame.weights for frame in frames], animation.weights)
+    assert same_bits([frame.shapes for frame in frames], animation.shapes)
+    assert same_bits([frame.head for frame in frames], animation.heads)
+    assert same_bits([frame.head_motion for frame in frames], animation.head_motion)
+    assert np.ptp(animation.shapes[:, jaw]) > 0.3
+
+
+def test_frames_are_to_the_bit_those_of_the_command(samples, command, table, landmarks, tmp_path):
+    path = samples / "landmarks.csv"
+    command("solve", path, "-p", "landmarks68", "-c", "arkit52", "--solver", "fit", "--one-euro", "3:1", "--causal",
+            "--neutral-take", path, "-o", tmp_path / "causal.csv")
+    names, rows = table(tmp_path / "causal.csv")
+    solver = mien.Solver("landmarks68", "arkit52", take=landmarks, solver="fit", one_euro="3:1")
+    shapes = [solver.solve(dict(zip(landmarks.markers, points)), time).shapes.copy()
+              for points, time in zip(landmarks.positions, landmarks.times)]
+    assert list(solver.shape_names) == names and same_bits(shapes, rows[:, 2:])
+
+
+def test_eyes_and_clusters_are_to_the_bit_those_of_a_causal_solve(samples, markers):
+    mesh = mien.read(samples / "mesh" / "wide.csv")
+    looking = mien.solve(mesh, "landmarks478", causal=True, neutral_take=samples / "mesh" / "wide.csv")
+    solver = mien.Solver("landmarks478", take=mesh)
+    frames = [solver.solve(dict(zip(mesh.markers, points)), time).copy()
+              for points, time in zip(mesh.positions, mesh.times)]
+    assert same_bits([frame.eyes for frame in frames], looking.eyes) and frames[0].eyes_known
+    puppet = samples / "puppet.character.json"
+    whole = mien.solve(markers, samples / "markers.performer.json", puppet, causal=True,
+                       neutral_take=samples / "markers.csv").clusters
+    solver = mien.Solver(samples / "markers.performer.json", puppet, take=markers)
+    clusters = [solver.solve(dict(zip(markers.markers, points)), time).copy().clusters
+                for points, time in zip(markers.positions, markers.times)]
+    assert clusters[0].names == whole.names and len(whole.names) > 0
+    for kind in ("translations", "rotations", "scales"):
+        assert same_bits([getattr(frame.world, kind) for frame in clusters], getattr(whole.world, kind))
+        assert same_bits([getattr(frame.local, kind) for frame in clusters], getattr(whole.local, kind))
 
 
 def test_a_performer_with_a_neutral_face_needs_no_take(landmarks):
@@ -64,20 +100,32 @@ def test_points_may_be_lists_other_types_and_named(positions, solver):
     assert np.abs(solver.solve(points.astype(np.float32)).weights - expected).max() < 1e-4
 
 
-def test_markers_that_are_not_seen(landmarks, positions, solver):
-    mouth = mien.solve(landmarks, "landmarks68").weights[:, solver.template_names.index("Mouth.Open")]
-    opened = positions[mouth.argmax()]
-    named = dict(zip(solver.markers, opened))
-    seen = solver.solve(named).weights.copy()
-    missing = opened.copy()
-    missing[solver.markers.index(MARKER)] = np.nan
-    a = solver.solve(missing).weights.copy()
-    del named[MARKER]
-    assert same_bits(solver.solve(named).weights, a)
-    assert same_bits(solver.solve({**named, MARKER: None}).weights, a)
-    assert not same_bits(a, seen)
-    nothing = solver.solve(np.full((43, 3), np.nan))
-    assert not nothing.head_known and np.isfinite(nothing.weights).all()
+def test_markers_that_are_not_seen_are_held_and_fade(landmarks, positions):
+    def after(points, seconds):
+        """The weights `seconds` after an open mouth was seen whole."""
+        solver = mien.Solver("landmarks68", take=landmarks)
+        seen = solver.solve(opened, 0.0).weights.copy()
+        frame = solver.solve(points(solver), seconds)
+        return seen, frame.weights.copy(), frame.head_known
+
+    def without(solver):
+        missing = opened.copy()
+        missing[solver.markers.index(MARKER)] = np.nan
+        return missing
+
+    mouth = mien.solve(landmarks, "landmarks68").weights
+    opened = positions[mouth[:, mien.Solver("landmarks68", take=landmarks).template_names.index("Mouth.Open")].argmax()]
+    seen, held, head_known = after(without, 0.05)
+    assert same_bits(held, seen) and head_known
+    _, faded, _ = after(without, 0.4)
+    assert not same_bits(faded, seen)
+    named = lambda solver: {name: point for name, point in zip(solver.markers, opened) if name != MARKER}
+    assert same_bits(after(named, 0.4)[1], faded)
+    assert same_bits(after(lambda solver: {**named(solver), MARKER: None}, 0.4)[1], faded)
+    nothing = lambda solver: np.full((len(solver.markers), 3), np.nan)
+    _, held, head_known = after(nothing, 0.4)
+    assert same_bits(held, seen) and not head_known
+    assert not after(nothing, 1.1)[1].any()
 
 
 @pytest.mark.parametrize("points", [

@@ -58,7 +58,7 @@ set(sees_host/batch     base files formats solve jobs batch)
 set(sees_host/cli       base files takes formats cleaning inspect performer guess character gltf fit face animation
                         solve calibrate weights live wire net stream compare view jobs batch cli)
 set(sees_host/c_interface base files takes formats cleaning performer guess character fit animation solve calibrate
-                        weights jobs cli c_interface)
+                        weights live jobs cli c_interface)
 foreach(folder base files takes formats cleaning inspect performer guess character gltf fit face animation solve calibrate
                weights live wire net compare view jobs stream batch cli c_interface)
   list(TRANSFORM sees_host/${folder} PREPEND host/)

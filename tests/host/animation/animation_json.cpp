@@ -409,3 +409,12 @@ TEST(AnimationJson, HasTheAnglesOfTheEyesWhereTheTakeShowsThem) {
   EXPECT_EQ(eyes["left"], nlohmann::json::parse("[[0,0],[0.25,-0.5]]"));
   EXPECT_EQ(eyes["right"], nlohmann::json::parse("[[0,0],[-0.125,0.0625]]"));
 }
+
+TEST(AnimationJson, IsTheSameForAnyNumberOfThreads) {
+  const Animation animation = WithCharacter(2'000);
+  for (const std::size_t threads : {2u, 7u}) {
+    std::ostringstream out;
+    WriteAnimationJson(animation, out, threads);
+    EXPECT_TRUE(out.str() == Written(animation)) << threads;
+  }
+}

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -32,6 +33,7 @@ using PerformerHandle = std::unique_ptr<mien_performer, Freed<mien_performer_fre
 using CharacterHandle = std::unique_ptr<mien_character, Freed<mien_character_free>>;
 using AnimationHandle = std::unique_ptr<mien_animation, Freed<mien_animation_free>>;
 using FrameSolverHandle = std::unique_ptr<mien_frame_solver, Freed<mien_frame_solver_free>>;
+using LiveHandle = std::unique_ptr<mien_live, Freed<mien_live_free>>;
 
 /// The errors of a call, given as `errors`.
 class Errors {
@@ -135,6 +137,32 @@ Value At(const mien_array& array, const std::vector<std::size_t>& index) {
   Value value;
   std::memcpy(&value, at, sizeof value);
   return value;
+}
+
+/// One frame of an array whose first axis is frames.
+inline mien_array FrameOf(mien_array array, std::size_t frame) {
+  array.data = static_cast<const char*>(array.data) + static_cast<std::ptrdiff_t>(frame) * array.strides[0];
+  --array.dimensions;
+  std::copy(array.shape + 1, array.shape + 4, array.shape);
+  std::copy(array.strides + 1, array.strides + 4, array.strides);
+  return array;
+}
+
+/// All elements of an array of doubles, the last axis first.
+inline std::vector<double> ValuesOf(const mien_array& array) {
+  std::vector<double> values;
+  const auto add = [&](const auto& self, const char* at, int axis) -> void {
+    if (axis == array.dimensions) {
+      double value = 0;
+      std::memcpy(&value, at, sizeof value);
+      values.push_back(value);
+      return;
+    }
+    for (std::size_t i = 0; i < array.shape[axis]; ++i)
+      self(self, at + static_cast<std::ptrdiff_t>(i) * array.strides[axis], axis + 1);
+  };
+  if (array.data) add(add, static_cast<const char*>(array.data), 0);
+  return values;
 }
 
 inline std::vector<std::size_t> ShapeOf(const mien_array& array) {

@@ -163,6 +163,7 @@ TEST(CHostileCalls, FreeingNullDoesNothing) {
   EXPECT_EQ(mien_character_free(nullptr), MIEN_OK);
   EXPECT_EQ(mien_animation_free(nullptr), MIEN_OK);
   EXPECT_EQ(mien_frame_solver_free(nullptr), MIEN_OK);
+  EXPECT_EQ(mien_live_free(nullptr), MIEN_OK);
 }
 
 // What a cast, or a language without types, can do.
@@ -188,6 +189,8 @@ TEST(CHostileCalls, WithHandlesOfAnotherKindAreErrors) {
   EXPECT_EQ(mien_take_free(reinterpret_cast<mien_take*>(performer.get())), MIEN_USAGE); // it stays
   EXPECT_EQ(mien_performer_free(reinterpret_cast<mien_performer*>(take.get())), MIEN_USAGE);
   EXPECT_EQ(mien_take_frame_count(performer_as_take), 0u);
+  EXPECT_EQ(mien_live_free(reinterpret_cast<mien_live*>(take.get())), MIEN_USAGE);
+  EXPECT_EQ(mien_live_result_count(reinterpret_cast<const mien_live*>(take.get())), 0u);
   EXPECT_STREQ(mien_performer_name(performer.get()), "landmarks68");
 }
 

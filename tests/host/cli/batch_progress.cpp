@@ -60,8 +60,9 @@ TEST(BatchProgress, IsShownOnATerminalBelowWhatIsPrinted) {
   });
   ASSERT_EQ(process.Wait().exit_code, 0);
   const std::string shown = terminal.Shown();
-  EXPECT_THAT(shown, AllOf(HasSubstr("\r\033[Ksolving ["),
-                           HasSubstr("] 0 of 2 takes\r\033[Kdone a\r\n\r\033[Ksolving ["),
+  // The line may be drawn again before the text goes above it, or not.
+  EXPECT_THAT(shown, AllOf(HasSubstr("\r\033[Ksolving ["), HasSubstr("] 0 of 2 takes\r\033[K"),
+                           HasSubstr(" of 2 takes\r\033[Kdone a\r\n\r\033[Ksolving ["),
                            HasSubstr("] 1 of 2 takes"), EndsWith("\r\033[K")));
   // Half a take of 100 frames, then the whole: of the other, as costly, as much time is left.
   EXPECT_THAT(shown, HasSubstr(" frames/s  2 s left"));

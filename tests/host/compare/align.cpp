@@ -40,9 +40,11 @@ TEST(Align, EqualRatesWithoutTimecodesAreAlignedByFrameNumbers) {
 TEST(Align, DroppedFramesAreFoundByTheirNumbersAndNotFilled) {
   mien::Recording a = Frames(6), b = Frames(6);
   for (mien::Recording* const r : {&a, &b}) {
-    const std::ptrdiff_t dropped = r == &a ? 1 : 3; // a has not 2, b not 4
-    r->frames.erase(r->frames.begin() + dropped);
-    r->times.erase(r->times.begin() + dropped);
+    const std::ptrdiff_t dropped = r == &a ? 1 : 3; // a lacks frame 2, b frame 4
+    std::move(r->frames.begin() + dropped + 1, r->frames.end(), r->frames.begin() + dropped);
+    std::move(r->times.begin() + dropped + 1, r->times.end(), r->times.begin() + dropped);
+    r->frames.pop_back();
+    r->times.pop_back();
   }
   for (const AlignBy by : {AlignBy::Frames, AlignBy::Time}) {
     const Alignment alignment = Align(a, b, {.by = by});

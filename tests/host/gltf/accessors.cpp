@@ -1,6 +1,7 @@
 #include "host/gltf/accessors.h"
 
 #include "host/gltf/json_at.h"
+#include "tests/host/glb_binary.h"
 #include "tests/host/input_error.h"
 
 #include <gmock/gmock.h>
@@ -26,7 +27,7 @@ Glb With(const std::string& bytes, const std::string& views, const std::string& 
   return {nlohmann::ordered_json::parse(R"({"buffers":[{"byteLength":)" + std::to_string(bytes.size()) +
                                         R"(}],"bufferViews":)" + views + R"(,"accessors":)" + accessors +
                                         R"(,"use":)" + std::to_string(use) + "}"),
-          bytes, "", "h.glb"};
+          tests::Binary(bytes), "", "h.glb"};
 }
 
 std::vector<double> Numbers(const Glb& glb, std::size_t components,

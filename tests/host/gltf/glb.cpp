@@ -1,6 +1,7 @@
 #include "host/gltf/glb.h"
 
 #include "tests/host/cpu_seconds.h"
+#include "tests/host/glb_binary.h"
 #include "tests/host/input_error.h"
 
 #include <gmock/gmock.h>
@@ -76,7 +77,7 @@ TEST(Glb, HasTheJsonTheBinaryAndTheFurtherChunks) {
   const Glb glb = ReadGlb(WholeFile(), "h.glb");
   EXPECT_EQ(glb.json["asset"]["generator"], "an exporter");
   EXPECT_EQ(glb.json.begin().key(), "zeta") << "members stay in their order";
-  EXPECT_EQ(glb.binary, "\x01\x02\x03\xFF");
+  EXPECT_EQ(tests::BinaryOf(glb), "\x01\x02\x03\xFF");
   EXPECT_EQ(glb.further_chunks, Chunk("XTRA", "whatever") + Chunk("BIN\0"s, "2nd."));
   EXPECT_EQ(glb.file, "h.glb");
 }
@@ -84,26 +85,26 @@ TEST(Glb, HasTheJsonTheBinaryAndTheFurtherChunks) {
 TEST(Glb, NeedsNoBinary) {
   const std::string file = File(JsonChunk(kLeast));
   const Glb glb = ReadGlb(file, "h.glb");
-  EXPECT_EQ(glb.binary, "");
+  EXPECT_EQ(tests::BinaryOf(glb), "");
   EXPECT_EQ(Written(glb), file);
 }
 
 TEST(Glb, AnUnknownChunkInThePlaceOfTheBinaryIsKept) {
   const std::string file = File(JsonChunk(kLeast) + Chunk("XTRA", "1234"));
-  EXPECT_EQ(ReadGlb(file, "h.glb").binary, "");
+  EXPECT_EQ(tests::BinaryOf(ReadGlb(file, "h.glb")), "");
   EXPECT_EQ(Written(ReadGlb(file, "h.glb")), file);
 }
 
 TEST(Glb, FillsChunksUpToAMultipleOfFour) {
   Glb glb = ReadGlb(File(JsonChunk(kLeast)), "h.glb");
   for (const std::size_t size : {1u, 2u, 3u, 4u, 5u}) {
-    glb.binary = std::string(size, 'b');
+    glb.binary = tests::Binary(std::string(size, 'b'));
     glb.json["asset"]["extras"] = std::string(size, 'j');
     const std::string written = Written(glb);
     EXPECT_EQ(written.size() % 4, 0u);
     const Glb again = ReadGlb(written, "again");
     EXPECT_EQ(again.json, glb.json);
-    EXPECT_EQ(again.binary, std::string(size, 'b') + std::string((4 - size % 4) % 4, '\0'));
+    EXPECT_EQ(tests::BinaryOf(again), std::string(size, 'b') + std::string((4 - size % 4) % 4, '\0'));
   }
 }
 
@@ -111,7 +112,7 @@ TEST(Glb, ReadsWhatExportersWriteAgainstTheRules) {
   EXPECT_EQ(ReadGlb(File(Chunk("JSON", kLeast + "\0"s)), "h.glb").json["asset"]["version"], "2.0")
       << "filled up with zeros";
   EXPECT_EQ(ReadGlb(File(Chunk("JSON", kLeast)), "h.glb").json["asset"]["version"], "2.0") << "not filled up";
-  EXPECT_EQ(ReadGlb(File(JsonChunk(kLeast) + Chunk("BIN\0"s, "12345")), "h.glb").binary, "12345");
+  EXPECT_EQ(tests::BinaryOf(ReadGlb(File(JsonChunk(kLeast) + Chunk("BIN\0"s, "12345")), "h.glb")), "12345");
   EXPECT_EQ(ReadGlb(File(JsonChunk("{\n \"asset\": { \"version\" : \"2.1\" }\n}")), "h.glb")
                 .json["asset"]["version"],
             "2.1");

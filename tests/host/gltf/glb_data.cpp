@@ -1,6 +1,7 @@
 #include "host/gltf/glb_data.h"
 
 #include "host/gltf/accessors.h"
+#include "tests/host/glb_binary.h"
 #include "tests/host/glb_curves.h"
 #include "tests/host/head_glb.h"
 #include "tests/host/input_error.h"
@@ -62,7 +63,7 @@ TEST(GlbData, FloatsAreLittleEndianBehindWhatWasThere) {
   Glb glb = HeadOf(R"("a")");
   const std::vector<float> values = {1.f, -2.f};
   EXPECT_EQ(AppendFloats(glb, values, ElementType::Scalar, Bounds::Without), 0u);
-  EXPECT_EQ(glb.binary, std::string("abc\0\0\0\x80\x3F\0\0\0\xC0", 12));
+  EXPECT_EQ(tests::BinaryOf(glb), std::string("abc\0\0\0\x80\x3F\0\0\0\xC0", 12));
   EXPECT_EQ(glb.json["buffers"][0].dump(), R"({"byteLength":12,"name":"b"})");
   EXPECT_EQ(glb.json["bufferViews"].dump(), R"([{"buffer":0,"byteOffset":4,"byteLength":8}])");
   EXPECT_EQ(glb.json["accessors"].dump(),
@@ -73,7 +74,7 @@ TEST(GlbData, NormalisedIntegersAreRoundedAndAlignedToFourBytes) {
   Glb glb = HeadOf(R"("a")");
   const std::vector<float> values = {1.F, -1.F, 0.5F, 0.F, 2.F, -0.1F};
   EXPECT_EQ(AppendPacked(glb, values, Packed::Byte, Bounds::With), 0u);
-  EXPECT_EQ(glb.binary, std::string("abc\0\x7F\x81\x40\0\0\x7F\xF3\0", 12)) << "2 is limited to 1";
+  EXPECT_EQ(tests::BinaryOf(glb), std::string("abc\0\x7F\x81\x40\0\0\x7F\xF3\0", 12)) << "2 is limited to 1";
   EXPECT_EQ(glb.json["bufferViews"][0].dump(),
             R"({"buffer":0,"byteOffset":4,"byteLength":8,"byteStride":4,"target":34962})");
   EXPECT_EQ(glb.json["accessors"][0].dump(),
@@ -93,7 +94,7 @@ TEST(GlbData, ColoursAreFourBytesAVertex) {
   Glb glb = HeadOf(R"("a")");
   const std::vector<std::uint8_t> rgba = {255, 0, 51, 255, 1, 2, 3, 255};
   AppendColours(glb, rgba);
-  EXPECT_EQ(glb.binary, std::string("abc\0\xFF\0\x33\xFF\1\2\3\xFF", 12));
+  EXPECT_EQ(tests::BinaryOf(glb), std::string("abc\0\xFF\0\x33\xFF\1\2\3\xFF", 12));
   EXPECT_EQ(glb.json["accessors"][0].dump(),
             R"({"bufferView":0,"componentType":5121,"normalized":true,"count":2,"type":"VEC4"})");
 }
@@ -150,7 +151,7 @@ TEST(GlbData, IndicesAreTwoBytesEach) {
   Glb glb = HeadOf(R"("a")");
   const std::vector<std::uint16_t> indices = {0, 1, 0xABCD};
   EXPECT_EQ(AppendIndices(glb, indices), 0u);
-  EXPECT_EQ(glb.binary, std::string("abc\0\0\0\1\0\xCD\xAB", 10));
+  EXPECT_EQ(tests::BinaryOf(glb), std::string("abc\0\0\0\1\0\xCD\xAB", 10));
   EXPECT_EQ(glb.json["accessors"].dump(),
             R"([{"bufferView":0,"componentType":5123,"count":3,"type":"SCALAR"}])");
   EXPECT_EQ(glb.json["bufferViews"].dump(), R"([{"buffer":0,"byteOffset":4,"byteLength":6,"target":34963}])");

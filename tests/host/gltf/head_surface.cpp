@@ -33,7 +33,7 @@ using Json = nlohmann::ordered_json;
 /// Two vertices, (1, 2, 3) and (4, 5, 6). Each target moves them along its own way, at accessor 1 and on.
 Glb HeadWith(const std::vector<std::string>& names, const std::vector<std::vector<float>>& moved,
              const std::string& nodes = R"([{"mesh":0}])") {
-  Glb glb{{{"nodes", Json::parse(nodes)}, {"buffers", {{{"byteLength", 0}}}}}, "", "", "h.glb"};
+  Glb glb{{{"nodes", Json::parse(nodes)}, {"buffers", {{{"byteLength", 0}}}}}, {}, "", "h.glb"};
   const std::vector<float> rest = {1, 2, 3, 4, 5, 6};
   AppendFloats(glb, rest, ElementType::Vec3, Bounds::With);
   Json targets = Json::array();

@@ -15,7 +15,7 @@ using testing::SizeIs;
 
 namespace {
 
-Glb File(const std::string& json) { return {nlohmann::ordered_json::parse(json), "", "", "h.glb"}; }
+Glb File(const std::string& json) { return {nlohmann::ordered_json::parse(json), {}, "", "h.glb"}; }
 
 } // namespace
 

@@ -19,7 +19,7 @@ using testing::IsEmpty;
 namespace {
 
 MorphTargets Find(const std::string& json) {
-  return FindMorphTargets(Glb{nlohmann::ordered_json::parse(json), "", "", "h.glb"});
+  return FindMorphTargets(Glb{nlohmann::ordered_json::parse(json), {}, "", "h.glb"});
 }
 
 std::string Error(const std::string& json) {

@@ -22,7 +22,7 @@ using testing::Pair;
 namespace {
 
 Glb Nodes(const std::string& nodes) {
-  return {nlohmann::ordered_json::parse("{\"nodes\":" + nodes + "}"), "", "", "h.glb"};
+  return {nlohmann::ordered_json::parse("{\"nodes\":" + nodes + "}"), {}, "", "h.glb"};
 }
 
 /// The columns of a matrix, to the rounding of a few operations.
@@ -177,7 +177,7 @@ TEST(NodeTree, ALongLineOfParentsIsWalkedWithoutRecursion) {
   auto nodes = nlohmann::ordered_json::array();
   for (std::size_t n = 0; n + 1 < kDeep; ++n) nodes.push_back({{"children", {n + 1}}});
   nodes.push_back(nlohmann::ordered_json::object());
-  const Glb glb{{{"nodes", nodes}}, "", "", "h.glb"};
+  const Glb glb{{{"nodes", nodes}}, {}, "", "h.glb"};
   ExpectColumns(AxesOfParents(glb, kDeep - 1), {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
 }
 

@@ -123,6 +123,20 @@ TEST(LiveFace, GivesWhatATakeGivesWhereNothingIsCleaned) {
   EXPECT_GT(Largest(whole.weights), 0.1);
 }
 
+TEST(LiveFace, AppliesThePerformersRangesAsATakeDoes) {
+  const Take take = Talk(40);
+  Performer calibrated = PerformerAtRest();
+  calibrated.ranges = {{.name = "Mouth.Open", .low = 0.1, .high = 0.6, .seen = 1, .trusted = true}};
+  mien::SolveOptions uncleaned;
+  uncleaned.head_tolerance_mm.reset();
+  LiveSetup setup = SetupOf(calibrated);
+  setup.causal.head_fit = uncleaned.head_fit = mien::HeadFit::Markers;
+  const Animation whole = SolveTake(take, calibrated, PlainFace(), uncleaned).animation,
+                  raw = SolveTake(take, PlainPerformer(), PlainFace(), uncleaned).animation;
+  ExpectSameWeights(SolveCausally(take, setup).animation, whole);
+  EXPECT_FALSE(std::equal(raw.weights.begin(), raw.weights.end(), whole.weights.begin()));
+}
+
 // With a fit of the head that is learned from the same take, its calm and the anchors apart. No two frames
 // follow each other, so nothing is calmed; brows and eyes have no rigid neighbours.
 TEST(LiveFace, FitsTheHeadAsATakeDoesWithWhatItLearnedFromIt) {

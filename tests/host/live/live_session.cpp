@@ -9,16 +9,24 @@
 #include "host/weights/read_weights.h"
 #include "tests/host/input_error.h"
 #include "tests/host/plain_face.h"
+#include "tests/host/process.h"
 #include "tests/host/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <csignal>
+#include <cstddef>
+#include <filesystem>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <sys/resource.h>
+#include <utility>
 #include <vector>
 
 using mien::CausallySolved;
@@ -249,6 +257,88 @@ TEST_F(LiveSessionFiles, ARecordingMarksEventsAndOverwritesNothing) {
   }
 }
 
+// The stream of a face is worth more than its recording.
+TEST_F(LiveSessionFiles, AFaceGoesOnWhenItsRecordingCannot) {
+  LiveSetup setup;
+  setup.performer = PerformerAtRest();
+  setup.causal.learn_s = 0;
+  std::size_t outputs = 0;
+  LiveSession session([&](const LiveOutput&) { ++outputs; });
+  const std::size_t face =
+      session.AddFace({.name = "m", .kind = LiveKind::Markers, .names = tests::EmptyTake().markers}, setup);
+  LiveInput input;
+  input.face = face;
+  for (const auto& [name, p] : tests::PlainFace()) input.markers.emplace_back(p);
+  const auto feed = [&] {
+    input.arrival_s += 0.02;
+    return session.Feed(input);
+  };
+
+  // The next part's name is taken.
+  Write("m-2.out.csv", "former");
+  session.StartRecording(face, Place("m"));
+  feed();
+  EXPECT_TRUE(session.IsRecording(face));
+  EXPECT_FALSE(session.RecordingFault(face));
+  session.SwitchPerformer(face, setup);
+  EXPECT_FALSE(session.IsRecording(face));
+  ASSERT_TRUE(session.RecordingFault(face));
+  EXPECT_EQ(session.RecordingFault(face)->file, Place("m-2.out.csv"));
+  EXPECT_EQ(feed(), Verdict::Used);
+  EXPECT_EQ(mien::ReadFile(Place("m-2.out.csv")), "former");
+  EXPECT_FALSE(std::filesystem::exists(Place("m-2.csv"))) << "nothing is left of a part that did not begin";
+
+  // Its folder is removed before the neutral face is learned again, and before the first mark.
+  for (const bool marks : {false, true}) {
+    const std::filesystem::path folder = folder_ / "gone";
+    std::filesystem::create_directory(folder);
+    session.StartRecording(face, (folder / "m").string());
+    EXPECT_FALSE(session.RecordingFault(face)) << "the last recording's is forgotten";
+    feed();
+    std::filesystem::remove_all(folder);
+    if (marks)
+      session.Mark(face, "here");
+    else
+      session.NeutralNow(face);
+    EXPECT_FALSE(session.IsRecording(face));
+    ASSERT_TRUE(session.RecordingFault(face));
+    EXPECT_EQ(session.RecordingFault(face)->file, (folder / (marks ? "m.events.csv" : "m-2.csv")).string());
+    EXPECT_EQ(feed(), Verdict::Used);
+  }
+  EXPECT_EQ(outputs, session.Statistics(face).used);
+}
+
+// A limit on the size of files stands for a full disk.
+TEST_F(LiveSessionFiles, AFullDiskEndsARecordingWithWholeRows) {
+  const Take take = Landmarks();
+  LiveSetup setup;
+  setup.performer = std::make_shared<const mien::Performer>(mien::LoadPerformer("landmarks68"));
+  setup.neutral_take = std::make_shared<const Take>(take);
+  Process process([&] {
+    const rlimit limit = {20000, 20000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::size_t outputs = 0;
+    LiveSession session([&](const LiveOutput&) { ++outputs; });
+    const std::size_t face =
+        session.AddFace({.name = "web", .kind = LiveKind::Markers, .names = take.markers}, setup);
+    session.StartRecording(face, Place("full"));
+    Play(session, face, take, 0, 60);
+    const std::optional<mien::Problem>& fault = session.RecordingFault(face);
+    if (session.IsRecording(face) || !fault || fault->file != Place("full.csv")) return 1;
+    return outputs == session.Statistics(face).sent && outputs > 50 ? 0 : 2;
+  });
+  ASSERT_EQ(process.Wait().exit_code, 0);
+  const std::string in = mien::ReadFile(Place("full.csv"));
+  EXPECT_LE(in.size(), 20000u);
+  EXPECT_EQ(in.back(), '\n');
+  const std::size_t frames = ReadRecorded(Place("full.csv")).FrameCount();
+  EXPECT_GT(frames, 5u);
+  const std::string out = mien::ReadFile(Place("full.out.csv"));
+  EXPECT_EQ(static_cast<std::size_t>(std::count(out.begin(), out.end(), '\n')), frames + 1)
+      << "the frame whose input cannot be written is in neither file";
+}
+
 TEST(LiveSession, CountsWhatItLeavesOut) {
   std::vector<double> times;
   LiveSession session([&](const LiveOutput& output) { times.push_back(output.time_s); });
@@ -311,6 +401,25 @@ TEST(LiveSession, AFaceOfWhichNothingComesFadesToRest) {
   EXPECT_EQ(session.Feed(input), Verdict::Used);
   ASSERT_EQ(weights.size(), before + 1);
   EXPECT_LT(weights.back(), 0.5) << "it fades in";
+}
+
+TEST(LiveSession, AFaceIsNotLostInAPause) {
+  std::size_t outputs = 0;
+  LiveSession session([&](const LiveOutput&) { ++outputs; });
+  LiveInput input;
+  input.face = session.AddFace({.name = "w", .kind = LiveKind::Weights, .names = {"jawOpen"}}, {});
+  input.weights = {0.5};
+  session.Feed(input);
+  session.Pause(true);
+  input.arrival_s = 5;
+  EXPECT_EQ(session.Feed(input), Verdict::Paused);
+  session.Advance(10);
+  session.Pause(false);
+  session.Advance(10.1);
+  session.Advance(10.2);
+  EXPECT_EQ(outputs, 1u);
+  session.Advance(10.6);
+  EXPECT_GT(outputs, 1u) << "but when nothing comes after it";
 }
 
 TEST(LiveSession, EachFaceHasItsOwnPerformerAndClock) {

@@ -48,15 +48,19 @@ const std::vector<std::string> kHead = {"H1", "H2", "H3", "H4", "H5"};
 
 VgeAMatrix Axes() { return mien::NeutralHead(PlainPerformer(), PlainFace()); }
 
+mien::HeadSolver SolverOf(const mien::Performer& performer, const NeutralPose& neutral,
+                          const mien::RigidHead* rigid = nullptr) {
+  return {performer, neutral, mien::NeutralHead(performer, neutral), rigid};
+}
+
 HeadTrack Track(const Take& take, const mien::Performer& performer, const NeutralPose& neutral,
                 const SolveOptions& options) {
-  mien::FrameSolver solver(performer, neutral);
-  return mien::TrackHead(take, solver, options);
+  return mien::TrackHead(take, SolverOf(performer, neutral), options);
 }
 
 bool RemovesMotion(const mien::Performer& performer = PlainPerformer(),
                    const NeutralPose& neutral = PlainFace()) {
-  return mien::FrameSolver(performer, neutral).Head().RemovesMotion();
+  return SolverOf(performer, neutral).RemovesMotion();
 }
 
 HeadTrack Track(const Take& take, const SolveOptions& options = {}) {
@@ -109,7 +113,7 @@ TEST(HeadTrack, IsTheMotionOfTheHead) {
   EXPECT_THAT(track.known, SizeIs(30));
   EXPECT_EQ(track.UnknownFrames(), 0u);
   EXPECT_TRUE(RemovesMotion());
-  EXPECT_THAT(mien::FrameSolver(PlainPerformer(), PlainFace()).Head().LeftOut(), IsEmpty());
+  EXPECT_THAT(SolverOf(PlainPerformer(), PlainFace()).LeftOut(), IsEmpty());
   EXPECT_THAT(track.slipped.markers, IsEmpty());
   EXPECT_EQ(track.slipped.doubtful_frames, 0u);
   ASSERT_THAT(track.fills, SizeIs(5));
@@ -268,7 +272,7 @@ TEST(HeadTrack, MarkersThatTheNeutralPoseLacksAreTold) {
   Take take = EmptyTake();
   Film(take, PlainFace(), motion);
   const HeadTrack track = Track(take, PlainPerformer(), neutral, {});
-  EXPECT_THAT(mien::FrameSolver(PlainPerformer(), neutral).Head().LeftOut(), ElementsAre("H2", "H4"));
+  EXPECT_THAT(SolverOf(PlainPerformer(), neutral).LeftOut(), ElementsAre("H2", "H4"));
   EXPECT_TRUE(RemovesMotion(PlainPerformer(), neutral));
   EXPECT_LT(Difference(track.heads[0], Product(motion, axes)), kRounding);
 }
@@ -376,8 +380,7 @@ VgeAMatrix TruthOf(std::size_t frame) {
 HeadTrack TrackRigid(const Take& take, const Performer& performer = tests::RigidPerformer(),
                      const SolveOptions& options = {}) {
   const mien::RigidHead rigid = LearnRigidHead(take, performer).value();
-  mien::FrameSolver solver(performer, tests::RigidFace(), &rigid);
-  return mien::TrackHead(take, solver, options);
+  return mien::TrackHead(take, SolverOf(performer, tests::RigidFace(), &rigid), options);
 }
 
 double WorstOf(const HeadTrack& track) {
@@ -419,7 +422,7 @@ TEST(HeadTrack, IsCalmedByTheSameShareInEverySpanOfKnownFrames) {
     Hide(take, f, all); // a head that is lost, and frames that were dropped
   for (std::size_t f = 80; f < 120; ++f) take.frames[f] += 7;
   const mien::RigidHead rigid = LearnRigidHead(take, tests::RigidPerformer()).value();
-  mien::FrameSolver solver(tests::RigidPerformer(), tests::RigidFace(), &rigid);
+  mien::HeadSolver solver = SolverOf(tests::RigidPerformer(), tests::RigidFace(), &rigid);
   const HeadTrack track = mien::TrackHead(take, solver, Unfilled());
   EXPECT_GT(track.calmed, 0.5);
   EXPECT_LE(track.calmed, 1);
@@ -429,7 +432,7 @@ TEST(HeadTrack, IsCalmedByTheSameShareInEverySpanOfKnownFrames) {
       const Point* const p = take.At(f, take.FindMarker(name).value());
       seen.push_back(p ? std::optional(*p) : std::nullopt);
     }
-    const auto raw = solver.FindHead(seen);
+    const auto raw = solver.Solve(seen);
     EXPECT_EQ(track.known[f], raw.has_value());
     const auto near = [f](std::size_t edge) { return f + 2 >= edge && f < edge + 2; };
     const bool stays = f < 2 || f >= 118 || near(80) || (f >= 38 && f < 46);

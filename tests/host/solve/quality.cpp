@@ -72,7 +72,10 @@ public:
   }
 
   Quality Assessed() const { return AssessQuality(animation, face, true, solver, residual_mm); }
-  std::vector<QualityFlag> Flags() const { return Assessed().flags; }
+  std::vector<QualityFlag> Flags() const {
+    const mien::QualityFlags flags = Assessed().flags;
+    return {flags.begin(), flags.end()};
+  }
   std::vector<QualityFlag> Limits() const {
     std::vector<QualityFlag> flags = Flags();
     std::erase_if(flags, [](const QualityFlag& flag) { return flag.kind != FlagKind::Limit; });

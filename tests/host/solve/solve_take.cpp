@@ -225,9 +225,9 @@ TEST(SolveTake, IsTheStepsThatItIsMadeOf) {
   for (const auto& [take, options] :
        {std::pair(OddTake(), fit), {OddTake(), core}, {talk, fit}, {talk, core}}) {
     const Performer performer = PlainPerformer();
-    mien::FrameSolver frames(performer, PlainFace(), nullptr, options.brows);
     FaceSolver solver(performer, PlainFace(), options.brows);
-    const mien::HeadTrack track = TrackHead(take, frames, options);
+    const mien::HeadSolver head(performer, PlainFace(), solver.NeutralHead());
+    const mien::HeadTrack track = TrackHead(take, head, options);
     Take face = Stabilise(take, track, solver.Markers());
     std::vector<std::size_t> all(face.MarkerCount());
     std::iota(all.begin(), all.end(), std::size_t{0});
@@ -818,9 +818,9 @@ TEST(SolveTake, ByARigidHeadIsTheStepsThatItIsMadeOf) {
   const NeutralPose neutral = tests::RigidFace();
   const mien::RigidHead rigid = LearnedFrom(take);
   const SolveOptions options;
-  mien::FrameSolver frames(performer, neutral, &rigid);
   FaceSolver solver(performer, neutral);
-  const mien::HeadTrack track = TrackHead(take, frames, options);
+  const mien::HeadSolver head(performer, neutral, solver.NeutralHead(), &rigid);
+  const mien::HeadTrack track = TrackHead(take, head, options);
   Take face = Stabilise(take, track, solver.Markers());
   const VgeAMatrix to_head = mien::InverseOfOrthogonalAxes(solver.NeutralHead());
   std::vector<std::vector<std::string>> anchored;
@@ -937,7 +937,7 @@ TEST(SolveReport, SwappedLidsAreFlaggedHoweverTheWeightsAreSmoothed) {
   SolveOptions smooth;
   smooth.smooth_weights_hz = 6;
   for (const SolveOptions& options : {SolveOptions(), smooth}) {
-    const std::vector<mien::QualityFlag> flags = Solve(take, options).report.quality.flags;
+    const mien::QualityFlags flags = Solve(take, options).report.quality.flags;
     ASSERT_THAT(flags, SizeIs(1));
     EXPECT_EQ(flags[0].kind, mien::FlagKind::Swap);
     EXPECT_THAT(flags[0].markers, ElementsAre("LidUpL", "LidUpR"));

@@ -1,7 +1,6 @@
 #include "host/solve/template_ranges.h"
 
 #include "host/cleaning/low_pass.h"
-#include "host/solve/frame_solver.h"
 #include "host/solve/solve_take.h"
 #include "tests/host/plain_face.h"
 
@@ -99,23 +98,4 @@ TEST(TemplateRanges, ComeBeforeTheSmoothing) {
 // Jumps and limits are those of what was measured.
 TEST(TemplateRanges, LeaveTheQualityAsItIs) {
   EXPECT_EQ(Solved(Calibrated()).report.quality.flags, Solved(tests::PlainPerformer()).report.quality.flags);
-}
-
-TEST(TemplateRanges, AreAppliedToAStream) {
-  const Take take = Talk();
-  SolveOptions uncleaned;
-  uncleaned.head_tolerance_mm.reset();
-  const Animation whole = Solved(Calibrated(), uncleaned).animation;
-  mien::FrameSolver solver(Calibrated(), tests::PlainFace());
-  for (std::size_t f = 0; f < take.FrameCount(); ++f) {
-    mien::FrameMarkers markers;
-    const auto at = [&](const std::string& name) { return *take.At(f, take.FindMarker(name).value()); };
-    for (const std::string& name : solver.Head().Markers()) markers.head.emplace_back(at(name));
-    for (const std::string& name : solver.Face().Markers()) markers.face.emplace_back(at(name));
-    const mien::SolvedFrame& frame = solver.Solve(markers);
-    for (std::size_t t = 0; t < whole.layout.templates.size(); ++t) {
-      const auto& [part, slot, name] = whole.layout.templates[t];
-      EXPECT_EQ(frame.face.weights.mParts[part].mWeights[slot], whole.Weight(f, t)) << name;
-    }
-  }
 }

@@ -41,17 +41,34 @@ TEST(StreamAddress, ReadsSinks) {
   EXPECT_EQ(ParseStreamSink("page:8080").port, 8080);
   EXPECT_FALSE(ParseStreamSink("page:0").IsDatagrams());
   EXPECT_EQ(ParseStreamSink("lines:-").file, "-");
+  EXPECT_FALSE(ParseStreamSink("lines:-").clusters);
+  EXPECT_TRUE(ParseStreamSink("lines:out.jsonl?source=2&clusters").clusters);
   EXPECT_EQ(ParseStreamSink("record:shows/one").file, "shows/one");
+}
+
+TEST(StreamAddress, KnowsTheUsualPorts) {
+  EXPECT_EQ(ParseStreamSource("phone").port, 11111);
+  EXPECT_EQ(ParseStreamSource("phone-json").port, 49983);
+  EXPECT_EQ(ParseStreamSource("tracker?performer=ada.json").port, 11573);
+  EXPECT_EQ(ParseStreamSource("vmc").port, 39539);
+  const StreamSink vmc = ParseStreamSink("vmc?source=2");
+  EXPECT_EQ(vmc.host, "127.0.0.1");
+  EXPECT_EQ(vmc.port, 39539);
+  EXPECT_EQ(ParseStreamSink("phone").port, 11111);
+  EXPECT_EQ(ParseStreamSink("page").port, 0);
+  for (const char* text : {"osc", "lines", "replay"}) // have none
+    EXPECT_THROW(ParseStreamSource(text), InputError) << text;
+  for (const char* text : {"osc", "lines", "record"}) EXPECT_THROW(ParseStreamSink(text), InputError) << text;
 }
 
 TEST(StreamAddress, RefusesWhatCannotBeMeantAndSaysWhatCould) {
   for (const char* text :
-       {"", "phone", "phone:", "phone:x", "phone:65536", "phone:-1", "fone:1", "replay:", "phone:1?loop",
+       {"", "phone:", "phone:x", "phone:65536", "phone:-1", "fone:1", "replay:", "phone:1?loop",
         "replay:a?speed=0", "replay:a?speed=fast", "phone:1?performer", "lines:file.json"})
     EXPECT_THROW(ParseStreamSource(text), InputError) << text;
   for (const char* text : {"", "vmc:39539", "vmc::39539", "vmc:host:0", "vmc:host:x", "record:-",
                            "record:", "lines:", "vmc:h:1?source=0", "vmc:h:1?address=/x", "osc:h:1?address=x",
-                           "page:", "page:host:8080"})
+                           "page:", "page:host:8080", "vmc:h:1?clusters", "lines:-?clusters=1"})
     EXPECT_THROW(ParseStreamSink(text), InputError) << text;
   try {
     ParseStreamSource("fone:1");

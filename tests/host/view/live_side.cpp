@@ -71,6 +71,13 @@ Page Written(const ViewPage& page) {
 
 } // namespace
 
+// It waits for the first face: its script needs the list, also without any side in it.
+TEST(LiveSide, APageBeforeTheFirstFaceHasAnEmptyListOfSides) {
+  const Page page = Written(mien::LivePageOf("stream", {60, 1}, kRows, "events", {}));
+  EXPECT_EQ(page.data["live"]["events"], "events");
+  EXPECT_EQ(page.data["sides"], Json::array());
+}
+
 TEST(LiveSide, APageOfAStreamHasEverythingButNumbers) {
   const Stream stream;
   const LiveSide side(stream.setup);

@@ -33,7 +33,7 @@ TEST(Arkit52Map, GivesBackTheTemplatesThatTheShapesOfArkit52CameFrom) {
   take.frames = animation.frames;
   take.weights = animation.shape_weights;
   std::vector<std::string> unused;
-  const std::vector<double> templates = TemplatesOf(take, mien::LoadWeightMap("arkit52"), unused);
+  const mien::LongVector<double> templates = TemplatesOf(take, mien::LoadWeightMap("arkit52"), unused);
   ASSERT_EQ(templates.size(), animation.weights.size());
   for (std::size_t i = 0; i < templates.size(); ++i) {
     // Puffing one cheek puffs half of cheekPuff, which puffs half of both.
@@ -56,7 +56,7 @@ TEST(WeightMap, AddsFactorsAndKeepsTemplatesFromFallingBelow0) {
       R"({"format": "mien weight map 1", "name": "m", "templates": {"Mouth.Open": {"a": 2, "b": -1, "z": 1}}})",
       "m.json");
   std::vector<std::string> unused;
-  const std::vector<double> templates = TemplatesOf(take, map, unused);
+  const mien::LongVector<double> templates = TemplatesOf(take, map, unused);
   EXPECT_EQ(templates[0], 0.75);
   EXPECT_EQ(templates[map.templates.size()], 0);
   EXPECT_THAT(unused, ElementsAre("c"));

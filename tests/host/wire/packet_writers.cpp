@@ -12,6 +12,8 @@
 #include "host/wire/vmc_writer.h"
 #include "tests/host/wire/packets.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cmath>
 
 namespace mien {
@@ -155,6 +157,29 @@ TEST(LineWriter, WeightsReadBackToTheSameDouble) {
   frames.Read(lines[0]);
   EXPECT_EQ(frames.inputs.at(0).weights, output.shapes);
   EXPECT_EQ(frames.inputs[0].source_s, 2.5);
+}
+
+TEST(LineWriter, ClustersAreThoseOfTheOutputIfAskedFor) {
+  AnimationLayout layout = ArkitLayout();
+  layout.clusters = {{.part = "jaw", .name = "jawBone"}, {.part = "brows", .name = "browBone"}};
+  LiveOutput output = SampleOutput();
+  output.local.assign(2, {});
+  output.global.assign(2, {});
+  output.local[0].translation = {1.0 / 3, -4, 0.1 + 0.2};
+  output.global[1].scale = {2, 1, 0.5};
+  LineWriter without(layout, "ada"), writer(layout, "ada", true);
+  EXPECT_EQ(Written(without, output).at(0).find("clusters"), std::string::npos);
+  const std::string line = Written(writer, output).at(0);
+  const nlohmann::json clusters = nlohmann::json::parse(line).at("clusters");
+  ASSERT_EQ(clusters.size(), 2u);
+  EXPECT_EQ(clusters[0].at("part"), "jaw");
+  EXPECT_EQ(clusters[0].at("cluster"), "jawBone");
+  EXPECT_EQ(clusters[0].at("local").at("translation"), (std::vector<double>{1.0 / 3, -4, 0.1 + 0.2}));
+  EXPECT_EQ(clusters[0].at("local").at("rotation"), (std::vector<double>{0, 0, 0, 1}));
+  EXPECT_EQ(clusters[1].at("global").at("scale"), (std::vector<double>{2, 1, 0.5}));
+  ReadFrames<LineReader> frames;
+  frames.Read(line);
+  EXPECT_EQ(frames.inputs.at(0).weights, output.shapes) << "readers ignore them";
 }
 
 TEST(LineWriter, NamesCannotSteerATerminal) {

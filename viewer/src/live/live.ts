@@ -76,7 +76,10 @@ export function startLive(live: LiveData, page: LivePage): { freeze(frozen: bool
     byId("summary").textContent = status.summary;
     page.showFacts(status.facts);
   });
-  events.addEventListener("layout", () => location.reload()); // another performer: other names
+  events.addEventListener("layout", () => {
+    events.close(); // what follows has other names: another face, or another performer
+    location.reload();
+  });
   return {
     freeze(now) {
       frozen = now;

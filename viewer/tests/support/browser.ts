@@ -41,7 +41,7 @@ export async function openFile(
   return openAddress(browser, pathToFileURL(path).href, { offline: true, ...options }, waits);
 }
 
-/** The same of a page on a server of this machine, which may ask that server for "events" and nothing else. */
+/** The same of a page on a server of this machine, which may ask that server for its events and nothing else. */
 export async function openAddress(
   browser: Browser,
   address: string,
@@ -66,7 +66,7 @@ export async function openAddress(
     const url = request.url();
     if (/^(blob|data):/.test(url)) return;
     if (request.resourceType() === "document" && (url.startsWith("file:") || url === address)) return;
-    if (address.startsWith("http:") && url === new URL("events", address).href) return;
+    if (address.startsWith("http:") && url.split("?")[0] === new URL("events", address).href) return;
     faults.push(`requested ${url.slice(0, 100)}`);
   });
   await page.addInitScript(() => {
