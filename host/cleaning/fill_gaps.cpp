@@ -2,6 +2,7 @@
 
 #include "host/base/parallel.h"
 #include "host/cleaning/rigid_motion.h"
+#include "host/takes/far_positions.h"
 #include "host/takes/gaps.h"
 #include "mien/base/affine.h"
 
@@ -279,6 +280,8 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
         // Allow a quarter of a frame: times are often rounded, for instance to milliseconds.
         if (seconds > longest_s + unfilled.rate.Seconds(1) / 4) continue;
         Filler::Places places = filler.Fill(method, markers);
+        for (std::optional<Point>& place : places) // that curves overshoot to, or wild neighbours lead to
+          if (place && !IsWithinReach(*place)) place.reset();
         if (std::none_of(places.begin(), places.end(), [](const auto& place) { return place.has_value(); }))
           continue;
         fill.method = method;

@@ -77,7 +77,7 @@ struct FilledMarker {
 /// Linear and Cubic need a position of the marker before and after the gap, Hold before it. Pattern needs
 /// both, or one if the take begins or ends with the gap, and neighbours with positions there and in the gap:
 /// up to five of `markers`, first those visible in most of the gap, then the nearest. Frames of the gap with
-/// fewer than three of them stay empty.
+/// fewer than three of them stay empty, as do those in which a marker would be beyond a kilometre.
 ///
 /// Uses times, not frame numbers, so that speeds are correct if the recording dropped frames. Returns what
 /// was done for each of `markers`.

@@ -1,5 +1,6 @@
 #include "host/cleaning/low_pass.h"
 
+#include "host/takes/far_positions.h"
 #include "host/takes/frame_span.h"
 #include "mien/base/elementary.h"
 
@@ -105,7 +106,8 @@ void SmoothPositions(Take& take, const std::vector<std::size_t>& markers, double
         const Origin origin = take.OriginAt(f, group[i]);
         if (origin == Origin::None) continue;
         const std::size_t at = done[i]++;
-        take.Set(f, group[i], {seen[i].axes[0][at], seen[i].axes[1][at], seen[i].axes[2][at]}, origin);
+        const Point smooth = {seen[i].axes[0][at], seen[i].axes[1][at], seen[i].axes[2][at]};
+        if (IsWithinReach(smooth)) take.Set(f, group[i], smooth, origin);
       }
   }
 }

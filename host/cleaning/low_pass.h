@@ -35,7 +35,8 @@ private:
 };
 
 /// Filters the positions of these markers (indices). Each stretch without a gap or a missing frame number is
-/// filtered separately.
+/// filtered separately. The filter overshoots where a marker leaps: a position that would lie beyond a kilometre
+/// stays as it is.
 void SmoothPositions(Take& take, const std::vector<std::size_t>& markers, double cutoff_hz);
 
 } // namespace mien

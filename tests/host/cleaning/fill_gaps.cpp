@@ -1,5 +1,6 @@
 #include "host/cleaning/fill_gaps.h"
 
+#include "host/takes/far_positions.h"
 #include "host/takes/gaps.h"
 #include "tests/host/decimal_comma.h"
 #include "tests/host/plain_face.h"
@@ -726,4 +727,23 @@ TEST(FillPlan, UsesDecimalPointsInAnyLocale) {
   const auto plan = ParseFillPlan("cubic:0.15");
   ASSERT_TRUE(plan);
   EXPECT_EQ(plan->front().longest_s, 0.15);
+}
+
+// The curve continues the speed with which a marker enters the gap, here beyond a kilometre.
+TEST(FillGaps, NoPositionLeavesTheReach) {
+  const auto fast = [](double seconds, std::size_t) {
+    return Point{9.5e5 - 4e6 * std::max(std::fabs(seconds - 0.3) - 0.1, 0.0), 0, 1};
+  };
+  Take take = tests::TakeAlong({"A"}, Numbers(1, 60), {100, 1}, fast);
+  Hide(take, 0, 20, 39);
+  const std::vector<FilledMarker> report = FillGaps(take, {0}, {{FillMethod::Cubic, 10}});
+  std::size_t empty = 0;
+  for (std::size_t f = 20; f < 39; ++f)
+    if (const Point* const p = take.At(f, 0)) {
+      EXPECT_TRUE(mien::IsWithinReach(*p)) << f;
+    } else {
+      ++empty;
+    }
+  EXPECT_GT(empty, 0u);
+  EXPECT_EQ(report[0].FilledFrames(), 19 - empty);
 }

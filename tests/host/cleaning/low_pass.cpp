@@ -1,5 +1,6 @@
 #include "host/cleaning/low_pass.h"
 
+#include "host/takes/far_positions.h"
 #include "tests/host/take_along.h"
 #include "tests/random.h"
 
@@ -298,4 +299,19 @@ TEST(SmoothPositions, ASinglePositionIsUnchanged) {
   none.rate = k100Hz;
   SmoothPositions(none, {0}, 8);
   EXPECT_EQ(none.FrameCount(), 0u);
+}
+
+// After a leap the filter overshoots by some percent.
+TEST(SmoothPositions, NoPositionLeavesTheReach) {
+  const auto leap = [](double seconds, std::size_t) { return Point{seconds < 0.505 ? -9.9e5 : 9.9e5, 0, 1}; };
+  Take take = TakeAlong({"A"}, Numbers(1, 100), k100Hz, leap);
+  const Take before = take;
+  SmoothPositions(take, {0}, 8);
+  std::size_t kept = 0;
+  for (std::size_t f = 0; f < 100; ++f) {
+    ASSERT_TRUE(mien::IsWithinReach(*take.At(f, 0))) << f;
+    if (f > 50 && f < 70 && take.At(f, 0)->x == before.At(f, 0)->x) ++kept;
+  }
+  EXPECT_GT(kept, 0u);
+  EXPECT_NE(take.At(50, 0)->x, before.At(50, 0)->x);
 }
