@@ -155,8 +155,7 @@ bool SpooledMemory::Grow(std::size_t bytes) {
 // after the other will need the next ones. Systems that do not know the call, before Linux 5.14, do without.
 void SpooledMemory::Keep(std::size_t piece) const {
   constexpr std::size_t kAhead = std::size_t{1} << 20;
-  constexpr std::size_t kNewAhead = std::size_t{1}
-                                    << 18; // of many lists that grow together, each has as much
+  constexpr std::size_t kNewAhead = kAhead / 4; // many lists may grow together, each with as much
   const State before = states_[piece].exchange(State::Kept, std::memory_order_relaxed);
   if (before == State::Kept) return; // another thread was faster
   std::size_t end = piece + 1;

@@ -54,22 +54,10 @@ struct Stream {
 
   /// How many numbers of the solver's frames are, to the bit, those of a causal solve of the take.
   std::size_t ExpectFramesOf(const AnimationHandle& animation) {
-    const std::vector<std::pair<mien_frame_array, mien_animation_array>> pairs = {
-        {MIEN_FRAME_WEIGHTS, MIEN_ANIMATION_WEIGHTS},
-        {MIEN_FRAME_SHAPE_WEIGHTS, MIEN_ANIMATION_SHAPE_WEIGHTS},
-        {MIEN_FRAME_HEAD, MIEN_ANIMATION_HEADS},
-        {MIEN_FRAME_HEAD_MOTION, MIEN_ANIMATION_HEAD_MOTION},
-        {MIEN_FRAME_EYES, MIEN_ANIMATION_EYES},
-        {MIEN_FRAME_LOCAL_TRANSLATIONS, MIEN_ANIMATION_LOCAL_TRANSLATIONS},
-        {MIEN_FRAME_LOCAL_ROTATIONS, MIEN_ANIMATION_LOCAL_ROTATIONS},
-        {MIEN_FRAME_LOCAL_SCALES, MIEN_ANIMATION_LOCAL_SCALES},
-        {MIEN_FRAME_GLOBAL_TRANSLATIONS, MIEN_ANIMATION_GLOBAL_TRANSLATIONS},
-        {MIEN_FRAME_GLOBAL_ROTATIONS, MIEN_ANIMATION_GLOBAL_ROTATIONS},
-        {MIEN_FRAME_GLOBAL_SCALES, MIEN_ANIMATION_GLOBAL_SCALES}};
     std::size_t compared = 0;
     for (std::size_t f = 0; f < mien_take_frame_count(take.get()); ++f) {
       EXPECT_EQ(Solve(f), MIEN_OK);
-      for (const auto& [own, whole] : pairs) {
+      for (const auto& [own, whole] : tests::kFrameArrays) {
         const mien_array all = ArrayOf(animation, whole);
         if (!all.data) continue;
         const std::vector<double> expected = ValuesOf(FrameOf(all, f)), got = ValuesOf(ArrayOf(solver, own));

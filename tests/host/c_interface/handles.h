@@ -125,6 +125,20 @@ inline mien_array ArrayOf(const FrameSolverHandle& solver, mien_frame_array whic
   return array;
 }
 
+/// The arrays of a frame, and those of an animation that have them by frame.
+inline const std::vector<std::pair<mien_frame_array, mien_animation_array>> kFrameArrays = {
+    {MIEN_FRAME_WEIGHTS, MIEN_ANIMATION_WEIGHTS},
+    {MIEN_FRAME_SHAPE_WEIGHTS, MIEN_ANIMATION_SHAPE_WEIGHTS},
+    {MIEN_FRAME_HEAD, MIEN_ANIMATION_HEADS},
+    {MIEN_FRAME_HEAD_MOTION, MIEN_ANIMATION_HEAD_MOTION},
+    {MIEN_FRAME_EYES, MIEN_ANIMATION_EYES},
+    {MIEN_FRAME_LOCAL_TRANSLATIONS, MIEN_ANIMATION_LOCAL_TRANSLATIONS},
+    {MIEN_FRAME_LOCAL_ROTATIONS, MIEN_ANIMATION_LOCAL_ROTATIONS},
+    {MIEN_FRAME_LOCAL_SCALES, MIEN_ANIMATION_LOCAL_SCALES},
+    {MIEN_FRAME_GLOBAL_TRANSLATIONS, MIEN_ANIMATION_GLOBAL_TRANSLATIONS},
+    {MIEN_FRAME_GLOBAL_ROTATIONS, MIEN_ANIMATION_GLOBAL_ROTATIONS},
+    {MIEN_FRAME_GLOBAL_SCALES, MIEN_ANIMATION_GLOBAL_SCALES}};
+
 /// An element of an array.
 template <class Value>
 Value At(const mien_array& array, const std::vector<std::size_t>& index) {

@@ -115,14 +115,7 @@ mien_live_statistics StatisticsOf(const LiveHandle& live, std::size_t face) {
 /// Expects the results so far to be frame `f` of an animation, to the bit.
 void ExpectFrame(const LiveHandle& live, const AnimationHandle& animation, std::size_t f) {
   ASSERT_EQ(mien_live_result_count(live.get()), 1u);
-  for (const auto& [own, whole] : std::vector<std::pair<mien_frame_array, mien_animation_array>>{
-           {MIEN_FRAME_WEIGHTS, MIEN_ANIMATION_WEIGHTS},
-           {MIEN_FRAME_SHAPE_WEIGHTS, MIEN_ANIMATION_SHAPE_WEIGHTS},
-           {MIEN_FRAME_HEAD, MIEN_ANIMATION_HEADS},
-           {MIEN_FRAME_HEAD_MOTION, MIEN_ANIMATION_HEAD_MOTION},
-           {MIEN_FRAME_EYES, MIEN_ANIMATION_EYES},
-           {MIEN_FRAME_LOCAL_TRANSLATIONS, MIEN_ANIMATION_LOCAL_TRANSLATIONS},
-           {MIEN_FRAME_GLOBAL_ROTATIONS, MIEN_ANIMATION_GLOBAL_ROTATIONS}}) {
+  for (const auto& [own, whole] : tests::kFrameArrays) {
     const mien_array all = ArrayOf(animation, whole);
     if (!all.data) continue;
     const std::vector<double> expected = ValuesOf(FrameOf(all, f)), got = ResultOf(live, own);
