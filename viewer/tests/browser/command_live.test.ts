@@ -138,7 +138,7 @@ test("a page shows the numbers that go out", { timeout: 120000 }, async (context
   await live.end();
 
   const sent = readFileSync(join(folder, "sent.jsonl"), "utf8").trimEnd().split("\n");
-  const frames = sent.map((line) => JSON.parse(line) as { time: number; weights: Record<string, number> });
+  const frames = sent.map((line) => JSON.parse(line) as { time: number; seen?: boolean; weights: Record<string, number> });
   const frame = frames.find((each) => `${each.time.toFixed(2)} s` === clock);
   assert.ok(frame, `the frame of ${String(clock)}`);
   assert.deepEqual([...weights.keys()].sort(), Object.keys(frame.weights).sort());
@@ -148,5 +148,6 @@ test("a page shows the numbers that go out", { timeout: 120000 }, async (context
   assert.ok([...weights.values()].some((weight) => weight > 0.05), "the face moves");
   assert.ok(values.some(([name, value]) => name === "Mouth.Open" && /^-?\d\.\d{3}$/.test(value)), String(values));
   assert.ok(marker && marker.place.every((coordinate) => Math.abs(coordinate) < 500), "millimetres in the neutral face's axes");
-  assert.equal(marker.state, 1);
+  // The tracker loses this face for moments.
+  assert.equal(marker.state, frame.seen === false ? 0 : 1);
 });
