@@ -18,17 +18,22 @@ void CsvAnimationWriter::Frame(const AnimationFrame& frame) {
 }
 
 void CsvAnimationWriter::Frames(const Animation& animation, std::size_t threads) {
-  constexpr std::size_t kRowsAtOnce = 64, kTurns = 8; // turns of each thread before their rows are written
+  constexpr std::size_t kBytesOfTurn = std::size_t{64} << 10; // small enough for the core's own cache
+  constexpr std::size_t kTurns = 32;                          // of each thread before their rows are written
   const std::size_t frames = animation.frames.size();
-  if (frames > 0 && !has_begun_) Begin(animation.Frame(0));
-  has_begun_ = frames > 0 || has_begun_;
+  if (frames == 0) return;
+  if (!has_begun_) Begin(animation.Frame(0));
+  has_begun_ = true;
+  row_.clear();
+  AppendRow(row_, animation.Frame(0)); // about as long as all others
+  const std::size_t rows_of_turn = std::max<std::size_t>(kBytesOfTurn / (row_.size() + 1), 1);
   std::vector<Rows> of_turns(std::max<std::size_t>(threads, 1) * kTurns);
-  for (std::size_t first = 0; first < frames; first += of_turns.size() * kRowsAtOnce) {
-    const std::size_t turns = std::min(of_turns.size(), (frames - first + kRowsAtOnce - 1) / kRowsAtOnce);
+  for (std::size_t first = 0; first < frames; first += of_turns.size() * rows_of_turn) {
+    const std::size_t turns = std::min(of_turns.size(), (frames - first + rows_of_turn - 1) / rows_of_turn);
     OnThreads(threads, turns, [&](std::size_t, std::size_t turn) {
       of_turns[turn].clear();
-      const std::size_t from = first + turn * kRowsAtOnce;
-      for (std::size_t f = from; f < std::min(from + kRowsAtOnce, frames); ++f) {
+      const std::size_t from = first + turn * rows_of_turn;
+      for (std::size_t f = from; f < std::min(from + rows_of_turn, frames); ++f) {
         AppendRow(of_turns[turn], animation.Frame(f));
         of_turns[turn].push_back('\n');
       }

@@ -66,13 +66,24 @@ void ForEachFrame(const LongVector<VgeAMatrix>& motions, const FrameSpan& part,
   }
 }
 
+/// The spans in parts of whole threes of frames, of which one is worth a turn of a thread.
+std::vector<FrameSpan> ThreesOf(const std::vector<FrameSpan>& spans) {
+  constexpr std::size_t kLongest = kFramesAtOnce / 3 * 3;
+  std::vector<FrameSpan> parts;
+  for (const auto& [first, end] : spans)
+    for (std::size_t f = first; f < end; f += kLongest) parts.push_back({f, std::min(f + kLongest, end)});
+  return parts;
+}
+
 /// The variance, per axis, of the noise that a motion leaves of a body's points: of what changes from frame
 /// to frame in how far they are off their places. Slow errors, as of skin that moves, have no part in it.
 double NoiseVariance(const LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>& spans,
-                     const RigidBody& body, const Take& seen) {
-  std::vector<double> squares; // the median is not moved by the few that are far off
-  for (const auto& [first, end] : spans)
-    for (std::size_t f = first + 2; f < end; f += 3) {
+                     const RigidBody& body, const Take& seen, std::size_t threads) {
+  const std::vector<FrameSpan> threes = ThreesOf(spans);
+  std::vector<std::vector<double>> of_parts(threes.size());
+  OnThreads(threads, threes.size(), [&](std::size_t, std::size_t part) {
+    std::vector<double>& squares = of_parts[part];
+    for (std::size_t f = threes[part].first + 2; f < threes[part].end; f += 3) {
       const VgeAMatrix to_body[3] = {InverseOfOrthogonalAxes(motions[f - 2]),
                                      InverseOfOrthogonalAxes(motions[f - 1]),
                                      InverseOfOrthogonalAxes(motions[f])};
@@ -87,6 +98,10 @@ double NoiseVariance(const LongVector<VgeAMatrix>& motions, const std::vector<Fr
         squares.push_back(Dot(bend, bend) / 6); // 1 + 4 + 1 times the variance of each
       }
     }
+  });
+  std::vector<double> squares; // the median is not moved by the few that are far off
+  for (const std::vector<double>& of_part : of_parts)
+    squares.insert(squares.end(), of_part.begin(), of_part.end());
   if (squares.empty()) return 0;
   constexpr double kMedian = 2.366; // of a sum of three squares of unit deviation
   return Median(squares) / kMedian;
@@ -128,7 +143,7 @@ double CalmMotion(LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>&
   // missing from what is left beside it. Of white noise the parabola leaves out 1 - 17/35.
   const auto points = static_cast<double>(places.size());
   const double explained =
-      NoiseVariance(motions, spans, fit.Body(), seen) * 6 / (points - 2) * (1 - kParabola[kReach]);
+      NoiseVariance(motions, spans, fit.Body(), seen, threads) * 6 / (points - 2) * (1 - kParabola[kReach]);
   const double share = std::clamp(explained * count / squares, 0.0, 1.0);
 
   LongVector<VgeAMatrix> calm = motions;

@@ -15,8 +15,8 @@ Point Between(const Point& a, const Point& b, double fraction) {
 
 } // namespace
 
-RestInGaps::RestInGaps(const Take& take, const std::vector<Point>& rest, double fade_s)
-    : take_(take), rest_(rest), fade_s_(fade_s), gaps_(GapsOfAll(take)) {}
+RestInGaps::RestInGaps(const Take& take, const std::vector<Point>& rest, double fade_s, std::size_t threads)
+    : take_(take), rest_(rest), fade_s_(fade_s), gaps_(GapsOfAll(take, threads)) {}
 
 Point RestInGaps::At(std::size_t frame, std::size_t marker) const {
   if (const Point* p = take_.At(frame, marker)) return *p;

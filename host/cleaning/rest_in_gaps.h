@@ -18,8 +18,8 @@ namespace mien {
 class RestInGaps {
 public:
   /// `rest`: the markers' positions on the neutral face, in the frame of the take (size: markers). All
-  /// arguments must outlive this object. `fade_s` is in seconds.
-  RestInGaps(const Take& take, const std::vector<Point>& rest, double fade_s);
+  /// arguments must outlive this object. `fade_s` is in seconds. Up to `threads` threads find the gaps.
+  RestInGaps(const Take& take, const std::vector<Point>& rest, double fade_s, std::size_t threads = 1);
 
   /// The marker's position in any frame: the visible one, or the assumed one.
   Point At(std::size_t frame, std::size_t marker) const;

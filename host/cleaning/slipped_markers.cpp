@@ -32,6 +32,11 @@ std::array<double, RigidMotion::kSlots> DistancesFrom(const VgeAMatrix& motion, 
   return distances;
 }
 
+double WorstDistance(const VgeAMatrix& motion, const Markers& reference, const Markers& markers) {
+  const auto distances = DistancesFrom(motion, reference, markers);
+  return *std::max_element(distances.begin(), distances.end());
+}
+
 Markers Only(const Markers& markers, unsigned slots) {
   Markers only;
   for (std::size_t slot = 0; slot < RigidMotion::kSlots; ++slot)
@@ -63,8 +68,7 @@ std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference
       const Markers some = Only(seen, slots);
       const auto motion = slots == all ? of_all : body.Solve(some);
       if (!motion) continue;
-      const auto distances = DistancesFrom(*motion, reference, some);
-      const double worst = *std::max_element(distances.begin(), distances.end());
+      const double worst = WorstDistance(*motion, reference, some);
       if (worst > tolerance_mm) continue;
       const std::pair cost(before && TurnsRound(*before, *motion), worst);
       if (!best || cost < least) best = motion, least = cost;
@@ -72,19 +76,28 @@ std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference
   return best;
 }
 
-/// In each frame, the motion of all markers that it shows: most frames need no other.
-LongVector<std::optional<VgeAMatrix>> MotionsOfAll(std::size_t frames, const Markers& reference,
-                                                   const std::function<Markers(std::size_t)>& seen_in,
-                                                   std::size_t threads) {
-  LongVector<std::optional<VgeAMatrix>> motions;
+/// What a frame shows if no marker slips in it.
+struct OfAllMarkers {
+  std::optional<VgeAMatrix> motion; // nothing if too few markers are visible
+  bool is_good = false;             // all of them are within the tolerance: most frames need no other motion
+};
+
+/// The same for each frame.
+LongVector<OfAllMarkers> MotionsOfAll(std::size_t frames, const Markers& reference,
+                                      const std::function<Markers(std::size_t)>& seen_in, double tolerance_mm,
+                                      std::size_t threads) {
+  LongVector<OfAllMarkers> motions;
   motions.extend(frames);
   std::vector<std::optional<RigidMotion>> bodies(std::max<std::size_t>(threads, 1)); // by thread
   OnThreads(threads, (frames + kFramesAtOnce - 1) / kFramesAtOnce,
             [&](std::size_t thread, std::size_t range) {
               if (!bodies[thread]) bodies[thread].emplace(reference);
               const std::size_t first = range * kFramesAtOnce;
-              for (std::size_t f = first; f < std::min(first + kFramesAtOnce, frames); ++f)
-                motions[f] = bodies[thread]->Solve(seen_in(f));
+              for (std::size_t f = first; f < std::min(first + kFramesAtOnce, frames); ++f) {
+                const Markers seen = seen_in(f);
+                const std::optional<VgeAMatrix> motion = bodies[thread]->Solve(seen);
+                motions[f] = {motion, motion && WorstDistance(*motion, reference, seen) <= tolerance_mm};
+              }
             });
   return motions;
 }
@@ -100,17 +113,21 @@ SlippedMarkers TakeOutSlipped(Take& take, const std::vector<std::size_t>& marker
         if (const Point* const p = std::as_const(take).At(frame, markers[slot])) seen[slot] = *p;
     return seen;
   };
-  const LongVector<std::optional<VgeAMatrix>> motions_of_all =
-      MotionsOfAll(take.FrameCount(), reference, seen_in, threads);
+  const LongVector<OfAllMarkers> motions_of_all =
+      MotionsOfAll(take.FrameCount(), reference, seen_in, tolerance_mm, threads);
   RigidMotion body(reference);
   SlippedMarkers report;
   std::vector<SlippedMarker> slipped(markers.size());
   std::optional<VgeAMatrix> before; // the motion of the last frame that had one
   for (std::size_t frame = 0; frame < take.FrameCount(); ++frame) {
+    const OfAllMarkers& of_all = motions_of_all[frame];
+    if (!of_all.motion) continue;
+    if (of_all.is_good) {
+      before = of_all.motion;
+      continue;
+    }
     const Markers seen = seen_in(frame);
-    const std::optional<VgeAMatrix>& of_all = motions_of_all[frame];
-    if (!of_all) continue; // too few markers to find the head
-    const std::optional<VgeAMatrix> motion = BestMotion(body, reference, seen, *of_all, tolerance_mm, before);
+    const auto motion = BestMotion(body, reference, seen, *of_all.motion, tolerance_mm, before);
     if (!motion) {
       ++report.doubtful_frames;
       continue;

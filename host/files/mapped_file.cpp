@@ -8,8 +8,24 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace mien {
+
+namespace {
+
+constexpr std::size_t kPage = 4096; // the smallest: of a system with larger ones, some are looked at twice
+
+/// Whether the system has all pages of a mapping in memory. False where it does not say.
+bool IsInMemory(std::string_view pages) {
+  std::vector<unsigned char> is_in_memory((pages.size() + kPage - 1) / kPage);
+  if (mincore(const_cast<char*>(pages.data()), pages.size(), is_in_memory.data()) != 0) return false;
+  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const auto end = is_in_memory.begin() + static_cast<std::ptrdiff_t>((pages.size() + page - 1) / page);
+  return std::all_of(is_in_memory.begin(), end, [](unsigned char state) { return (state & 1) != 0; });
+}
+
+} // namespace
 
 MappedFile::MappedFile(const std::filesystem::path& path, const ReadProgress& progress, FileAccess access) {
   if (access == FileAccess::Copy && Copy(path, progress)) return;
@@ -91,9 +107,8 @@ void MappedFile::EachPart(const std::function<void(std::string_view)>& use) cons
 void MappedFile::Fetch(const ReadProgress& progress) const {
   std::size_t done = 0;
   EachPart([&](std::string_view part) {
-    constexpr std::size_t kPage = 4096;             // may be larger: then some are touched twice
     const volatile char* const bytes = part.data(); // volatile: what is read is not used
-    if (madvise(const_cast<char*>(part.data()), part.size(), MADV_POPULATE_READ) != 0)
+    if (!IsInMemory(part) && madvise(const_cast<char*>(part.data()), part.size(), MADV_POPULATE_READ) != 0)
       for (std::size_t i = 0; i < part.size(); i += kPage) static_cast<void>(bytes[i]);
     done += part.size();
     progress(done, bytes_.size());

@@ -23,7 +23,8 @@ enum class FileAccess {
 /// and stops. A batch, which must go on, copies.
 class MappedFile {
 public:
-  /// With `progress`, the file is fetched from its disk here; without, when its bytes are used. Throws
+  /// With `progress`, what the system does not have in memory is fetched from the disk here; without, when the
+  /// bytes are used. Throws
   /// InputError as ReadFile does.
   explicit MappedFile(const std::filesystem::path& path, const ReadProgress& progress = nullptr,
                       FileAccess access = FileAccess::Map);

@@ -47,8 +47,9 @@ void PerformerCalibration::Add(const Take& take, const JobProgress& progress) {
     marks_ = ReadPoseMarks(ReadFile(settings_.poses), InputName(settings_.poses), take);
     result_.notes = MissingPoses(marks_);
   }
-  const std::optional<RigidHead> rigid =
-      settings_.solve.head_fit == HeadFit::Take ? LearnRigidHead(take, performer_) : std::nullopt;
+  const std::optional<RigidHead> rigid = settings_.solve.head_fit == HeadFit::Take
+                                             ? LearnRigidHead(take, performer_, settings_.solve.threads)
+                                             : std::nullopt;
   if (first) {
     result_.neutral =
         FindNeutral(take, performer_, settings_.neutral, rigid ? &*rigid : nullptr, settings_.solve.threads);

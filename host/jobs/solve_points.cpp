@@ -58,8 +58,9 @@ Solution SolveParts(const SolveInputs& inputs, const JobProgress& progress, Solv
   const SolveJob& settings = inputs.settings;
   const Take& take = inputs.take;
   const Performer& performer = solved.performer;
-  const std::optional<RigidHead> rigid =
-      settings.solve.head_fit == HeadFit::Take ? LearnRigidHead(take, performer) : std::nullopt;
+  const std::optional<RigidHead> rigid = settings.solve.head_fit == HeadFit::Take
+                                             ? LearnRigidHead(take, performer, settings.solve.threads)
+                                             : std::nullopt;
   solved.neutral =
       FindNeutral(take, performer, settings.neutral, rigid ? &*rigid : nullptr, settings.solve.threads);
   if (settings.neutral && !performer.ranges.empty())

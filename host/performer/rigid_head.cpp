@@ -1,5 +1,6 @@
 #include "host/performer/rigid_head.h"
 
+#include "host/base/parallel.h"
 #include "host/base/statistics.h"
 #include "host/cleaning/rigid_fits.h"
 #include "host/takes/marker_indices.h"
@@ -47,17 +48,17 @@ public:
 
   /// Of each of these markers. A few at a time, so that a take of many needs little memory for them, and yet
   /// is walked over only a few times.
-  std::vector<std::optional<double>> Of(const std::vector<std::size_t>& markers) const {
-    constexpr std::size_t kAtOnce = 64;
-    std::vector<std::optional<double>> strays;
-    for (std::size_t first = 0; first < markers.size(); first += kAtOnce) {
-      std::vector<std::vector<VgeTVector>> places(std::min(kAtOnce, markers.size() - first));
+  std::vector<std::optional<double>> Of(const std::vector<std::size_t>& markers, std::size_t threads) const {
+    constexpr std::size_t kAtOnce = 16;
+    std::vector<std::optional<double>> strays(markers.size());
+    ForRanges(threads, markers.size(), kAtOnce, [&](std::size_t first, std::size_t end) {
+      std::vector<std::vector<VgeTVector>> places(end - first);
       for (std::size_t i = 0; i < frames_.size(); ++i)
         for (std::size_t m = 0; m < places.size(); ++m)
           if (const Point* p = take_.At(frames_[i], markers[first + m]))
             places[m].push_back(TransformPoint(to_head_[i], {p->x, p->y, p->z}));
-      for (const std::vector<VgeTVector>& of_marker : places) strays.push_back(Of(of_marker));
-    }
+      for (std::size_t m = 0; m < places.size(); ++m) strays[first + m] = Of(places[m]);
+    });
     return strays;
   }
 
@@ -81,23 +82,32 @@ private:
 };
 
 /// The frames of a long take that a body is learned from.
-Take LearnedFrames(const Take& take) {
+Take LearnedFrames(const Take& take, std::size_t threads) {
+  constexpr std::size_t kAtOnce = 64; // they lie far apart: each is fetched by itself
   Take learned(take.markers);
-  for (std::size_t i = 0; i < kMostLearnedFrames; ++i) {
-    const std::size_t frame = i * take.FrameCount() / kMostLearnedFrames;
-    learned.AddFrame(take.frames[frame], take.times[frame]);
-    for (std::size_t m = 0; m < take.MarkerCount(); ++m)
-      if (const Point* const p = take.At(frame, m)) learned.Set(i, m, *p);
-  }
+  learned.AddFrames(kMostLearnedFrames);
+  ForRanges(threads, kMostLearnedFrames, kAtOnce, [&](std::size_t first, std::size_t end) {
+    for (std::size_t i = first; i < end; ++i) {
+      const std::size_t frame = i * take.FrameCount() / kMostLearnedFrames;
+      learned.frames[i] = take.frames[frame];
+      learned.times[i] = take.times[frame];
+      const Take::Row row = learned.RowOf(i);
+      for (std::size_t m = 0; m < take.MarkerCount(); ++m) {
+        const Point* const p = take.At(frame, m);
+        row.positions[m] = p ? *p : Point();
+        row.origins[m] = p ? Origin::Measured : Origin::None;
+      }
+    }
+  });
   return learned;
 }
 
 } // namespace
 
-std::optional<RigidHead> LearnRigidHead(const Take& whole, const Performer& performer) {
+std::optional<RigidHead> LearnRigidHead(const Take& whole, const Performer& performer, std::size_t threads) {
   // These frames are looked at several times, and are all over the take.
   const bool is_long = performer.rigid.empty() && whole.FrameCount() > kMostLearnedFrames;
-  const std::optional<Take> learned = is_long ? std::optional(LearnedFrames(whole)) : std::nullopt;
+  const std::optional<Take> learned = is_long ? std::optional(LearnedFrames(whole, threads)) : std::nullopt;
   const Take& take = learned ? *learned : whole;
   constexpr std::size_t kFewest = 4;
   RigidHead head;
@@ -116,7 +126,7 @@ std::optional<RigidHead> LearnRigidHead(const Take& whole, const Performer& perf
           !Contains(performer.irises[1], name))
         others.push_back(m);
     }
-    const std::vector<std::optional<double>> strays = straying.Of(others);
+    const std::vector<std::optional<double>> strays = straying.Of(others, threads);
     for (std::size_t i = 0; i < others.size(); ++i) {
       const std::string& name = take.markers[others[i]];
       if (strays[i] && *strays[i] <= 2 * of_head_alone->noise_mm && !Contains(head.markers, name))

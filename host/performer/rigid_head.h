@@ -4,6 +4,7 @@
 #include "host/performer/performer.h"
 #include "host/takes/take.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,7 +23,8 @@ struct RigidHead {
 ///
 /// Nothing if there are fewer than four: three markers fit any motion without an error.
 ///
-/// The take must have the performer's markers (CheckMarkers).
-std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& performer);
+/// The take must have the performer's markers (CheckMarkers). What is found does not depend on `threads`.
+std::optional<RigidHead> LearnRigidHead(const Take& take, const Performer& performer,
+                                        std::size_t threads = 1);
 
 } // namespace mien

@@ -17,10 +17,11 @@ Residuals::Residuals(const Take& face, const FaceSolver& solver, SolveReport& re
 }
 
 void Residuals::Add(std::size_t frame, const std::array<double, 9>& residual_mm) {
+  const std::span<const Origin> origins = face_.OriginsOf(frame);
   SolveReport::Frame worst = {.frame = frame};
   for (std::size_t p = 0; p < report_.parts.size(); ++p) {
     SolveReport::Part& part = report_.parts[p];
-    const std::size_t gone = Gaps(frame, p);
+    const std::size_t gone = Gaps(origins, p);
     if (gone == part.markers) {
       if (gone > 0) ++part.rest_frames;
       continue; // at rest there is no residual
@@ -34,22 +35,22 @@ void Residuals::Add(std::size_t frame, const std::array<double, 9>& residual_mm)
   if (worst.residual_mm > 0) frames_.push_back(worst);
 }
 
-std::size_t Residuals::Gaps(std::size_t frame, std::size_t part) const {
+std::size_t Residuals::Gaps(std::span<const Origin> origins, std::size_t part) const {
   const std::vector<std::size_t>& markers = solver_.MarkersOf(part);
-  return static_cast<std::size_t>(std::count_if(markers.begin(), markers.end(), [&](std::size_t m) {
-    return face_.OriginAt(frame, m) == Origin::None;
-  }));
+  return static_cast<std::size_t>(std::count_if(markers.begin(), markers.end(),
+                                                [&](std::size_t m) { return origins[m] == Origin::None; }));
 }
 
 SolveReport::FrameQuality Residuals::QualityOf(std::size_t frame,
                                                const std::array<double, 9>& residual_mm) const {
+  const std::span<const Origin> origins = face_.OriginsOf(frame);
   SolveReport::FrameQuality quality;
   for (std::size_t p = 0; p < quality.residual_mm.size(); ++p)
-    quality.residual_mm[p] = Gaps(frame, p) == report_.parts[p].markers
+    quality.residual_mm[p] = Gaps(origins, p) == report_.parts[p].markers
                                  ? std::numeric_limits<double>::quiet_NaN()
                                  : residual_mm[p];
-  for (std::size_t m = 0; m < face_.MarkerCount(); ++m)
-    if (face_.OriginAt(frame, m) == Origin::Filled) ++quality.filled_markers;
+  quality.filled_markers =
+      static_cast<std::size_t>(std::count(origins.begin(), origins.end(), Origin::Filled));
   return quality;
 }
 

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace mien {
@@ -28,8 +29,8 @@ public:
   void Finish();
 
 private:
-  /// Of a part's markers, those that are gaps in a frame.
-  std::size_t Gaps(std::size_t frame, std::size_t part) const;
+  /// Of a part's markers, those that are gaps in a frame with these origins.
+  std::size_t Gaps(std::span<const Origin> origins, std::size_t part) const;
 
   const Take& face_;
   const FaceSolver& solver_;

@@ -170,7 +170,7 @@ LongVector<Eyes> Complete(const std::vector<SeenEyes>& seen, const Take& take, c
   FillGaps(angles, {0, 1}, {{FillMethod::Linear, kBlinkGap_s}});
   if (options.smooth_gaze_hz) SmoothPositions(angles, {0, 1}, *options.smooth_gaze_hz);
   const std::vector<Point> rest(2, {0, 0, 0});
-  const RestInGaps places(angles, rest, options.fade_s);
+  const RestInGaps places(angles, rest, options.fade_s, options.threads);
   LongVector<Eyes> eyes(seen.size());
   for (std::size_t f = 0; f < seen.size(); ++f) {
     for (std::size_t eye = 0; eye < 2; ++eye) {

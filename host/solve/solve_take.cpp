@@ -164,7 +164,7 @@ SolvedTake SolveTake(const Take& take, const Performer& performer, const Neutral
   std::iota(all.begin(), all.end(), std::size_t{0});
   report.face_fills = FillGaps(face, all, options.face_fill, options.threads);
   if (options.smooth_positions_hz) SmoothPositions(face, all, *options.smooth_positions_hz);
-  const RestInGaps places(face, solver.RestPlaces(), options.fade_s);
+  const RestInGaps places(face, solver.RestPlaces(), options.fade_s, options.threads);
 
   Animation& animation = solved.animation;
   animation.layout.take = take.name;

@@ -12,7 +12,7 @@ namespace mien {
 /// frame numbers do not end a gap.
 std::vector<FrameSpan> GapsOf(const Take& take, std::size_t marker);
 
-/// The same for every marker of the take, in one pass over its frames (size: markers).
-std::vector<std::vector<FrameSpan>> GapsOfAll(const Take& take);
+/// The same for every marker of the take, in one pass over its frames, by up to `threads` threads (size: markers).
+std::vector<std::vector<FrameSpan>> GapsOfAll(const Take& take, std::size_t threads = 1);
 
 } // namespace mien

@@ -160,6 +160,11 @@ struct Take {
             HasSightings() ? sightings_.subspan(first, count) : std::span<Sighting>()};
   }
 
+  /// The origins of all markers in a frame (size: markers).
+  std::span<const Origin> OriginsOf(std::size_t frame) const {
+    return origins_.subspan(Index(frame, 0), markers.size());
+  }
+
   /// All positions and their origins, frame by frame (size: frames x markers), for a reader outside. The
   /// position of a gap has no meaning. Valid until the next AddFrame.
   const Point* Positions() const { return positions_.data(); }

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <iomanip>
 #include <limits>
@@ -131,4 +133,25 @@ TEST(ShapeCsv, WritesDecimalPointsInAnyLocale) {
   const std::string written = WrittenShapes({"a", "b"});
   const DecimalComma german;
   EXPECT_EQ(WrittenShapes({"a", "b"}), written);
+}
+
+TEST(WeightCsv, IsTheSameForAnyNumberOfThreads) {
+  for (const std::size_t shapes : {3u, 12'000u}) { // the rows of the second are longer than a thread's turn
+    Animation animation;
+    for (std::size_t i = 0; i < shapes; ++i) animation.layout.shapes.push_back("s" + std::to_string(i));
+    const std::size_t frames = shapes == 3 ? 30'000 : 200;
+    for (std::size_t f = 0; f < frames; ++f) {
+      animation.frames.push_back(static_cast<std::int64_t>(f));
+      animation.times.push_back(static_cast<double>(f) / 60);
+    }
+    animation.heads.resize(frames);
+    for (std::size_t i = 0; i < frames * shapes; ++i)
+      animation.shape_weights.push_back(static_cast<double>(i % 1009) / 1009);
+    for (const std::size_t threads : {1u, 2u, 7u}) {
+      std::ostringstream out;
+      WeightCsvWriter writer(animation.layout, WeightKind::Shapes, out);
+      Write(animation, writer, threads);
+      EXPECT_TRUE(out.str() == Written(animation, WeightKind::Shapes)) << threads << " threads";
+    }
+  }
 }

@@ -58,3 +58,18 @@ TEST(GapsOfAll, ATakeWithoutFramesOrMarkersHasNone) {
   EXPECT_THAT(GapsOfAll(Take({"A", "B"})), ElementsAre(IsEmpty(), IsEmpty()));
   EXPECT_THAT(GapsOfAll(Take()), IsEmpty());
 }
+
+TEST(GapsOfAll, OfALongTakeAreTheSameForAnyNumberOfThreads) {
+  Take take({"A", "B", "C"});
+  for (std::size_t f = 0; f < 20'000; ++f) {
+    take.AddFrame(static_cast<std::int64_t>(f), static_cast<double>(f));
+    if (f * f % 1009 < 500) take.Set(f, 0, {});
+    if (f < 100 || f > 19'900) take.Set(f, 1, {}); // a gap across nearly all of it
+    if (f % 4096 > 1) take.Set(f, 2, {});
+  }
+  for (const std::size_t threads : {1u, 2u, 7u}) {
+    const auto all = GapsOfAll(take, threads);
+    for (std::size_t m = 0; m < 3; ++m) EXPECT_EQ(all[m], GapsOf(take, m)) << threads << " threads, " << m;
+    EXPECT_THAT(all[1], ElementsAre(FrameSpan{100, 19'901}));
+  }
+}
