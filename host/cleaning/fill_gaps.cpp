@@ -290,16 +290,13 @@ std::vector<FilledMarker> FillGaps(Take& take, const std::vector<std::size_t>& m
       }
     }
   });
-  ForRanges(threads, fills.size(), kGapsAtOnce, [&](std::size_t first, std::size_t end) {
-    for (const Fill& fill : std::span(fills).subspan(first, end - first))
-      for (std::size_t i = 0; i < fill.places.size(); ++i)
-        if (const std::optional<Point>& place = fill.places[i])
-          take.Set(fill.gap.first + i, markers[fill.slot], *place, Origin::Filled);
-  });
-  for (const Fill& fill : fills)
-    report[fill.slot].filled_by[static_cast<std::size_t>(fill.method)] +=
-        static_cast<std::size_t>(std::count_if(fill.places.begin(), fill.places.end(),
-                                               [](const auto& place) { return place.has_value(); }));
+  // By one thread: several would wait for each other in the system, which has most of this work.
+  for (const auto& [slot, gap, method, places] : fills)
+    for (std::size_t i = 0; i < places.size(); ++i)
+      if (places[i]) {
+        take.Set(gap.first + i, markers[slot], *places[i], Origin::Filled);
+        ++report[slot].filled_by[static_cast<std::size_t>(method)];
+      }
   return report;
 }
 
