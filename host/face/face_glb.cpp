@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -23,6 +25,8 @@ using Half = ArkitMatch::Half;
 struct FaceTarget {
   std::string name;
   std::vector<ShapeShare> shares;
+
+  bool operator==(const FaceTarget&) const = default;
 };
 
 std::size_t ShapeNamed(std::string_view name) {
@@ -226,6 +230,28 @@ Glb MakeGlb(const std::vector<FaceTarget>& targets) {
   return glb;
 }
 
+/// What MakeGlb makes, of which the last one is kept: a batch writes the same head with one take after another, and
+/// making it takes longer than solving a short take.
+Glb GlbOf(const std::vector<FaceTarget>& targets) {
+  struct Made {
+    std::vector<FaceTarget> targets;
+    Glb glb;
+  };
+  static std::mutex mutex;
+  static std::shared_ptr<const Made> last;
+  std::shared_ptr<const Made> made;
+  {
+    const std::lock_guard lock(mutex);
+    made = last;
+  }
+  if (!made || made->targets != targets) {
+    made = std::make_shared<const Made>(Made{targets, MakeGlb(targets)});
+    const std::lock_guard lock(mutex);
+    last = made;
+  }
+  return made->glb;
+}
+
 } // namespace
 
 FaceGlb MakeFaceGlb(const Character* character) {
@@ -245,7 +271,7 @@ FaceGlb MakeFaceGlb(const Character* character) {
                             "no template produces a shape of the character: the face shows the templates"});
   }
   if (!face.has_shapes) targets = TargetsOfTemplates();
-  face.glb = MakeGlb(targets);
+  face.glb = GlbOf(targets);
   return face;
 }
 

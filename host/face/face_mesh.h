@@ -45,6 +45,8 @@ struct ShapeShare {
   std::size_t shape; ///< index in kArkitNames
   double weight;
   ArkitMatch::Half half = ArkitMatch::Half::Both;
+
+  bool operator==(const ShapeShare&) const = default;
 };
 
 /// How a piece differs from rest.

@@ -284,6 +284,26 @@ TEST(FaceGlb, ACharacterThatNothingMovesIsShownByTemplates) {
                        "no template produces a shape of the character: the face shows the templates"}));
 }
 
+// The last head is kept, and a program may change what it got.
+TEST(FaceGlb, IsTheSameEachTimeWhateverWasMadeBefore) {
+  const auto text = [](const Character* character) {
+    std::ostringstream out;
+    FaceGlb face = MakeFaceGlb(character);
+    WriteGlb(face.glb, out);
+    face.glb.json["meshes"].clear();
+    return out.str();
+  };
+  const Character arkit = LoadCharacter("arkit52");
+  const std::string templates = text(nullptr), shapes = text(&arkit);
+  EXPECT_NE(templates, shapes);
+  EXPECT_TRUE(text(&arkit) == shapes) << "again";
+  EXPECT_TRUE(text(nullptr) == templates) << "after another";
+  Character halved = arkit;
+  halved.range->most *= 2;
+  EXPECT_TRUE(text(&halved) != shapes) << "a target is another where its limit is";
+  EXPECT_TRUE(text(&arkit) == shapes) << "after one of the same names";
+}
+
 TEST(FaceGlb, TheReaderOfHeadsFindsThe52OnIt) {
   const mien::HeadSurface surface = ReadHeadSurface(Arkit().glb);
   EXPECT_THAT(surface.shapes, ElementsAreArray(kArkitNames));
