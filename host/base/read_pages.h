@@ -2,8 +2,8 @@
 
 namespace mien {
 
-/// Takes the pages of all ReadPages (spooled_memory.h) out of the process's memory: for whoever goes through all of
-/// a text without filling SpooledMemory meanwhile.
+/// Takes the pages of all ReadPages (spooled_memory.h) out of the process's memory: for code that goes through all of
+/// a text and fills no SpooledMemory meanwhile.
 void DropReadPages();
 
 } // namespace mien

@@ -136,7 +136,7 @@ bool SpooledMemory::Grow(std::size_t bytes) {
     return false;
   const std::lock_guard lock(KeptPages::Instance().Mutex());
   if (pieces * piece_ > mapped_) {
-    // Addresses beyond the file cost nothing: twice as many as needed, so that they seldom change.
+    // Addresses beyond the file cost nothing: twice as many as needed, so that they rarely change.
     const std::size_t size = 2 * pieces * piece_;
     auto states = std::make_unique<std::atomic<State>[]>(2 * pieces);
     void* const data = data_ ? mremap(data_, mapped_, size, MREMAP_MAYMOVE)
@@ -151,8 +151,8 @@ bool SpooledMemory::Grow(std::size_t bytes) {
   return true;
 }
 
-// One call for all pages of several pieces is much cheaper than a fault for each page. Whoever uses one piece
-// after the other will need the next ones. Systems that do not know the call, before Linux 5.14, do without.
+// One call for all pages of several pieces is much cheaper than a fault for each page. Code that uses one
+// piece after another will need the next ones. Systems that do not know the call, before Linux 5.14, do without.
 void SpooledMemory::Keep(std::size_t piece) const {
   constexpr std::size_t kAhead = std::size_t{1} << 20;
   constexpr std::size_t kNewAhead = kAhead / 4; // many lists may grow together, each with as much

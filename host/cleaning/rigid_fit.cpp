@@ -138,7 +138,7 @@ private:
     if (usual.empty()) return;
     body.noise_mm = std::sqrt(Median(usual));
 
-    // Six of the 3n errors vanish in the fit. The fewer points there are, the less it can be told which of
+    // Six of the 3n errors vanish in the fit. The fewer points there are, the less certain it is which of
     // them stray: a point that seems to hold still may be one that the fit follows. So each gets a part of
     // the middle one's variance, by that share.
     std::vector<double> sorted;

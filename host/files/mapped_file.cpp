@@ -60,7 +60,7 @@ MappedFile::MappedFile(const std::filesystem::path& path, const ReadProgress& pr
 
 MappedFile::~MappedFile() { Unmap(); }
 
-// What a file gets while it is copied is not missed: whoever copies looks whether it has changed.
+// Bytes that are appended meanwhile are left out: the caller checks whether the file has changed.
 bool MappedFile::Copy(const std::filesystem::path& path, const ReadProgress& progress) {
   constexpr std::size_t kLong = 1 << 20, kPiece = 1 << 17;
   std::error_code not_there;

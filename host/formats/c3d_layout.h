@@ -32,10 +32,10 @@ struct Layout {
   std::uint64_t End() const { return Begin() + frames * FrameSize(); }
 };
 
-/// Header and parameters give most of it twice. Where they disagree, the values count with which the data
+/// Header and parameters give most of it twice. Where they disagree, those values count with which the data
 /// fill the file. The layout has at least one frame, and all frames are within the file. `notes` get choices
-/// and missing values. Throws InputError where there are no points or no frames, and where floats cannot be
-/// told from integers.
+/// and missing values. Throws InputError where there are no points or no frames, and where floats and integers
+/// cannot be distinguished.
 Layout FindLayout(const Header& header, const Parameters& parameters, std::vector<Note>& notes);
 
 } // namespace mien::c3d

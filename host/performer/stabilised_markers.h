@@ -85,9 +85,9 @@ private:
   std::size_t threads_;
   LongVector<std::optional<VgeAMatrix>> heads_; // from the take into the head's frame (size: frames)
 
-  // The places of names_ in the head's frame, marker by marker: whoever wants a few markers of all frames does
-  // not walk over all of the take (size: markers x frames; empty until all heads are found). x is NaN where there
-  // is none.
+  // The places of names_ in the head's frame, marker by marker: so that a few markers of all frames are found
+  // without walking over all of the take (size: markers x frames; empty until all heads are found). x is NaN where
+  // there is none.
   LongVector<Point> places_;
   std::vector<std::optional<std::size_t>> columns_; // in places_, by the marker's index in the take
 };

@@ -22,7 +22,7 @@ public:
   /// Each frame once, in order. `residual_mm`: as in FaceSolver::Frame.
   void Add(std::size_t frame, const std::array<double, 9>& residual_mm);
 
-  /// The same of one frame, for who keeps all of them; all but `head_known`.
+  /// The same of one frame, for a caller that keeps all of them; `head_known` is left out.
   SolveReport::FrameQuality QualityOf(std::size_t frame, const std::array<double, 9>& residual_mm) const;
 
   /// After the last frame.

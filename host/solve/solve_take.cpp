@@ -41,7 +41,7 @@ std::vector<std::string> Irises(const Performer& performer) {
   return irises;
 }
 
-/// Takes from brows and eyes, and the irises in these, what their anchors stray from the head.
+/// Subtracts from brows and eyes, and from their irises, how far their anchors deviate from the head.
 std::vector<SolveReport::AnchoredPart>
 MeasureAgainstAnchors(Take& face, Take& irises, const Take& take, const HeadTrack& track,
                       const Performer& performer, const NeutralPose& neutral, const RigidHead& rigid,

@@ -38,7 +38,7 @@ struct SolvedTake {
 /// The take must have the performer's markers (CheckMarkers). Throws InputError where the neutral pose does
 /// not determine a solve, and where a residual or a slipped head marker is off by a length that no take has.
 /// `rigid` is what LearnRigidHead found in this take, or in another with the same markers; options.head_fit
-/// is for whoever learns it, and is ignored here. `progress(done, total)` is called on the
+/// is for the caller that learns it, and is ignored here. `progress(done, total)` is called on the
 /// calling thread before each frame that this thread solves, with the frames that all threads have done, and may
 /// throw to break off.
 SolvedTake SolveTake(const Take& take, const Performer& performer, const NeutralPose& neutral,

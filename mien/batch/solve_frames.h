@@ -3,8 +3,8 @@
 /// @file
 /// What FaceBatch does, for any width of vectors. Not installed.
 ///
-/// A source file for wide vectors includes it after it has told the compiler that it may use them. All other
-/// headers come before, since what they define also runs on processors without wide vectors.
+/// A source file for wide vectors includes it after it allows the compiler to use them. All other headers come
+/// before, since what they define also runs on processors without wide vectors.
 
 #include "mien/batch/face_batch.h"
 #include "mien/batch/face_constants.h"
