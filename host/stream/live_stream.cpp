@@ -164,6 +164,12 @@ struct LiveStream::Impl {
       if (face.number == number) return &face;
     return nullptr;
   }
+  /// Whether a control names no source or one that exists; remarks on another.
+  bool HasSource(std::optional<std::size_t> source) const {
+    if (!source || *source < sources.size()) return true;
+    remark({Code::NotFound, "", fmt::format("there is no source {}", *source + 1)});
+    return false;
+  }
   const StreamSink* RecordSink() const {
     for (const StreamSink& sink : job.sinks)
       if (sink.kind == StreamSink::Kind::Record) return &sink;
@@ -346,7 +352,7 @@ std::unique_ptr<PacketWriter> LiveStream::Impl::WriterOf(Sink& sink, const Face&
       if (!std::exchange(sink.has_refused, true))
         remark({Code::Ignored, "",
                 fmt::format("{} sends only one face, from {}; choose another source with ?source=N",
-                            Quoted(sink.spec.text), Quoted(job.sources[faces[0].source].text))});
+                            Quoted(sink.spec.text), Quoted(job.sources[FaceOf(*sink.face)->source].text))});
       return nullptr;
     }
   }
@@ -472,6 +478,7 @@ LiveStream::LiveStream(EventLoop& loop, const LiveJob& job, std::function<void(c
 LiveStream::~LiveStream() = default;
 
 void LiveStream::NeutralNow(std::optional<std::size_t> source) {
+  if (!impl_->HasSource(source)) return;
   for (const Face& face : impl_->faces)
     if (face.live.kind == LiveKind::Markers && (!source || face.source == *source))
       impl_->session.NeutralNow(face.number);
@@ -501,8 +508,7 @@ void LiveStream::Mark(const std::string& label) {
 void LiveStream::SwitchPerformer(std::size_t performer, std::optional<std::size_t> source) {
   if (performer >= impl_->job.performers.size())
     return impl_->remark({Code::NotFound, "", fmt::format("there is no performer {}", performer + 1)});
-  if (source && *source >= impl_->sources.size())
-    return impl_->remark({Code::NotFound, "", fmt::format("there is no source {}", *source + 1)});
+  if (!impl_->HasSource(source)) return;
   for (std::size_t s = 0; s < impl_->sources.size(); ++s)
     if (!source || s == *source) impl_->sources[s]->performer = performer;
   for (Face& face : impl_->faces) {

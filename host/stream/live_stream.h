@@ -46,7 +46,7 @@ public:
   LiveStream& operator=(const LiveStream&) = delete;
 
   // For the keyboard and for OSC. `source` is an index of LiveJob::sources whose faces are affected; without it,
-  // all are.
+  // all are. An index without a source is a remark.
   void
   NeutralNow(std::optional<std::size_t> source = {}); ///< faces with markers learn their neutral face again
   void ToggleRecording(); ///< at the place of the record sink; without one, only a remark
