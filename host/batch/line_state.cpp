@@ -153,16 +153,16 @@ std::string NameIn(const fs::path& folder, const BatchLine& line, const std::str
 }
 
 void WriteErrorFile(const BatchLine& line, const fs::path& folder, std::vector<Problem> problems) {
-  for (Problem& problem : problems) problem.file = NameIn(folder, line, problem.file);
-  const JsonValue file = JsonObjectOnLines({{"format", "mien batch error 1"},
-                                            {"tool", "mien " MIEN_VERSION},
-                                            {"command", line.command},
-                                            {"errors", ErrorsAsJson(problems)}});
   try {
+    for (Problem& problem : problems) problem.file = NameIn(folder, line, problem.file);
+    const JsonValue file = JsonObjectOnLines({{"format", "mien batch error 1"},
+                                              {"tool", "mien " MIEN_VERSION},
+                                              {"command", line.command},
+                                              {"errors", ErrorsAsJson(problems)}});
     WriteWhole(ErrorFileOf(line), [&](std::ostream& out) { out << file.Text() << '\n'; });
-  } catch (const std::exception&) {
+  } catch (const std::exception&) { // the place, or the memory, which the line's end reports already
     return;
-  } // the place is at fault: that is what the line's end says already
+  }
 }
 
 } // namespace mien
