@@ -4,7 +4,6 @@
 #include "host/live/live_statistics.h"
 #include "host/net/event_loop.h"
 #include "host/stream/live_job.h"
-#include "host/wire/osc_reader.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -72,8 +71,6 @@ public:
   std::vector<Problem> Finish();
 
 private:
-  void Control(const OscMessage& message);
-
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };
