@@ -136,7 +136,7 @@ bool SpooledMemory::Grow(std::size_t bytes) {
     return false;
   const std::lock_guard lock(KeptPages::Instance().Mutex());
   if (pieces * piece_ > mapped_) {
-    // Addresses beyond the file cost nothing: twice as many as needed, so that they seldom change.
+    // Addresses beyond the file cost nothing: twice as many as needed, so that they rarely change.
     const std::size_t size = 2 * pieces * piece_;
     auto states = std::make_unique<std::atomic<State>[]>(2 * pieces);
     void* const data = data_ ? mremap(data_, mapped_, size, MREMAP_MAYMOVE)

@@ -76,8 +76,7 @@ std::optional<std::string> ChangeOf(const std::string& role, const std::string& 
     if (Sha256OfFile(path) == sha256) return std::nullopt;
   } catch (const InputError&) { return fmt::format("{} cannot be read", Quoted(name)); }
   const bool is_output = role == "output" || role == "report" || role == "frames_report" || role == "view";
-  return fmt::format("{} {}", Quoted(name),
-                     is_output ? "is not what was written" : "is not the same any more");
+  return fmt::format("{} {}", Quoted(name), is_output ? "differs from what was written" : "has changed");
 }
 
 LineState StateByReport(const BatchLine& line, const Json& report, const fs::path& folder, LineCheck check) {

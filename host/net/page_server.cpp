@@ -34,8 +34,8 @@ bool IsThisMachine(std::string_view host) {
          (!host.empty() && host.find_first_not_of("0123456789.") == std::string_view::npos);
 }
 
-/// Without SO_REUSEPORT, the library's default, with which a second server on the same port would take every other
-/// request.
+/// Leaves out SO_REUSEPORT, which the library sets by default: with it, a second server could listen on the same
+/// port and would get some of the requests.
 void SetSocketOptions(socket_t socket) {
   const int yes = 1;
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -124,7 +124,7 @@ struct PageServer::Server {
 PageServer::PageServer(const std::string& address, std::uint16_t port) : server_(std::make_unique<Server>()) {
   httplib::Server& http = server_->http;
   http.set_socket_options(SetSocketOptions);
-  http.set_payload_max_length(1024); // nobody sends anything
+  http.set_payload_max_length(1024); // requests have no body
   // A thread for each browser's events, and some for the pages.
   http.new_task_queue = [] { return new httplib::ThreadPool(kMostReaders + 2); };
   server_->Answer();

@@ -79,7 +79,7 @@ def every_value_reaches_an_independent_receiver():
     check(frames[-1] == WEIGHTS, "every weight arrives as it was sent")
     check(order[-1] == "/VMC/Ext/Blend/Apply", "Apply is the last")
     x, y, z, w = head[-1]
-    # Yaw 0.25, pitch -0.125, roll 0.0625, roll first, in axes of which x is the other way round.
+    # Yaw 0.25, pitch -0.125, roll 0.0625, roll first, in axes whose x points the other way.
     def turn(axis, angle):
         return [math.sin(angle / 2) * (axis == i) for i in range(3)] + [math.cos(angle / 2)]
     def times(a, b):

@@ -52,7 +52,7 @@ def mounted(folder, options):
 
 
 def a_full_disk_ends_the_recording_and_nothing_else():
-    """What was recorded is whole, the stream goes on, and the user reads which file is full."""
+    """What was recorded is whole, the stream continues, and a message names the file."""
     options = ["-p", "landmarks68", "-c", "arkit52"]
     with tempfile.TemporaryDirectory() as name:
         folder, disk = pathlib.Path(name), pathlib.Path(name) / "disk"
@@ -65,7 +65,7 @@ def a_full_disk_ends_the_recording_and_nothing_else():
             status = live.status_with(lambda status: not status["recording"], "the recording ends")
             check(status["faces"][0]["used"] > 30, str(status))
             after = live.status()
-            check(after["faces"][0]["sent"] > status["faces"][0]["sent"] + 100, "the stream goes on")
+            check(after["faces"][0]["sent"] > status["faces"][0]["sent"] + 100, "the stream continues")
             live.process.terminate()
             document = live.document()
             check(document["exit_code"] == 1, "the exit code of an output that cannot be written")
@@ -91,7 +91,7 @@ def a_full_disk_ends_the_recording_and_nothing_else():
             document = live.document()
             files = sorted(error["file"] for error in document["errors"])
             check(document["exit_code"] == 1 and files == [f"{disk}/more.csv", f"{disk}/out.jsonl"], str(document["errors"]))
-            check(document["result"]["faces"][0]["used"] == 360, "and this stream goes on to its end as well")
+            check(document["result"]["faces"][0]["used"] == 360, "and this stream continues to its end as well")
         finally:
             subprocess.run(["umount", "--lazy", str(disk)], check=True)
 

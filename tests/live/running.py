@@ -128,7 +128,7 @@ def receiver():
 
 
 def free_port():
-    """A port for another program, which nobody uses now."""
+    """A port for another program, unused now."""
     udp, port = receiver()
     udp.close()
     return port
