@@ -76,8 +76,7 @@ std::optional<std::string> ChangeOf(const std::string& role, const std::string& 
     if (Sha256OfFile(path) == sha256) return std::nullopt;
   } catch (const InputError&) { return fmt::format("{} cannot be read", Quoted(name)); }
   const bool is_output = role == "output" || role == "report" || role == "frames_report" || role == "view";
-  return fmt::format("{} {}", Quoted(name),
-                     is_output ? "is not what was written" : "is not the same any more");
+  return fmt::format("{} {}", Quoted(name), is_output ? "differs from what was written" : "has changed");
 }
 
 LineState StateByReport(const BatchLine& line, const Json& report, const fs::path& folder, LineCheck check) {
@@ -153,16 +152,16 @@ std::string NameIn(const fs::path& folder, const BatchLine& line, const std::str
 }
 
 void WriteErrorFile(const BatchLine& line, const fs::path& folder, std::vector<Problem> problems) {
-  for (Problem& problem : problems) problem.file = NameIn(folder, line, problem.file);
-  const JsonValue file = JsonObjectOnLines({{"format", "mien batch error 1"},
-                                            {"tool", "mien " MIEN_VERSION},
-                                            {"command", line.command},
-                                            {"errors", ErrorsAsJson(problems)}});
   try {
+    for (Problem& problem : problems) problem.file = NameIn(folder, line, problem.file);
+    const JsonValue file = JsonObjectOnLines({{"format", "mien batch error 1"},
+                                              {"tool", "mien " MIEN_VERSION},
+                                              {"command", line.command},
+                                              {"errors", ErrorsAsJson(problems)}});
     WriteWhole(ErrorFileOf(line), [&](std::ostream& out) { out << file.Text() << '\n'; });
-  } catch (const std::exception&) {
+  } catch (const std::exception&) { // the place, or the memory, which the line's end reports already
     return;
-  } // the place is at fault: that is what the line's end says already
+  }
 }
 
 } // namespace mien

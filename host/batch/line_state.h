@@ -15,13 +15,13 @@ namespace mien {
 /// What the files beside a line's output say of it.
 struct LineState {
   enum class Kind {
-    Done,    ///< the report is there, and all that it says still holds
+    Done,    ///< there is a report, and everything in it is still true
     Failed,  ///< the last attempt left an error
-    Stale,   ///< the report is there, but something is no longer as it says
+    Stale,   ///< there is a report, but something has changed since
     Missing, ///< there is no report that can be read
   };
   Kind kind = Kind::Missing;
-  std::string why = {};               ///< it is stale or missing: "takes/a.c3d is not the same any more"
+  std::string why = {};               ///< it is stale or missing: "takes/a.c3d has changed"
   Grade grade = Grade::None;          ///< of Done
   std::vector<Problem> problems = {}; ///< of Failed
 };
@@ -40,11 +40,11 @@ LineState CheckLine(const BatchLine& line, const std::filesystem::path& folder, 
 /// The path of a file that a manifest in this folder names.
 std::string PathIn(const std::filesystem::path& folder, const std::string& name);
 
-/// The other way round: what the manifest calls a file of a line. Reports and errors have these names, so that
-/// they are the same wherever the batch is started.
+/// The reverse: the manifest's name for a file of a line. Reports and errors have these names, so that they are
+/// the same wherever the batch is started.
 std::string NameIn(const std::filesystem::path& folder, const BatchLine& line, const std::string& path);
 
-/// Replaces a line's error file by the problems of an attempt. Nothing happens where it cannot be written.
+/// Replaces a line's error file by the problems of an attempt. A file that cannot be written is no error.
 void WriteErrorFile(const BatchLine& line, const std::filesystem::path& folder,
                     std::vector<Problem> problems);
 

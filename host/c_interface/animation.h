@@ -32,7 +32,7 @@ struct mien_animation : mien::Handle<mien_animation> {
   std::function<std::string()> make_report;
   std::string neutral;                                       ///< how it was found
   mien::LongVector<mien::SolveReport::FrameQuality> quality; ///< (size: frames of the take, or 0)
-  mien::LongVector<VgeAMatrix> head_motion;                  ///< empty until somebody asks for it
+  mien::LongVector<VgeAMatrix> head_motion;                  ///< empty until it is first requested
   mien_messages notes;
 
   /// The report, made at the first call, on any thread.

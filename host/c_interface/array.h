@@ -18,7 +18,7 @@ mien_array ViewOf(const double* data, std::initializer_list<ArrayAxis> axes);
 mien_array ViewOf(const std::int64_t* data, std::initializer_list<ArrayAxis> axes);
 mien_array ViewOf(const std::uint8_t* data, std::initializer_list<ArrayAxis> axes);
 
-/// Hands a view to the caller. Throws a UsageError where there is no struct for it.
+/// Copies a view into the caller's struct. Throws a UsageError if that is not valid.
 void GiveArray(mien_array* out, const mien_array& view);
 
 } // namespace mien

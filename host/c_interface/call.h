@@ -11,17 +11,17 @@
 
 namespace mien {
 
-/// That the caller's progress callback asked to stop.
+/// Thrown when the caller's progress callback asks to stop.
 struct CallCancelled {};
 
 /// Turns the exception that is being handled into a status and, unless `errors` is null, a list. Never
 /// throws.
 mien_status ReportException(mien_messages** errors) noexcept;
 
-/// Whether this is the list that stands for all errors when there is no memory for one: it is never freed.
+/// Whether this is the constant list that is returned when there is no memory for another; it is never freed.
 bool IsOutOfMemory(const mien_messages* messages);
 
-/// What a function that answers a status does: `body` may throw.
+/// Runs a function that returns a status: `body` may throw.
 template <class Body>
 mien_status CallStatus(mien_messages** errors, const Body& body) noexcept {
   if (errors) *errors = nullptr;
@@ -31,7 +31,7 @@ mien_status CallStatus(mien_messages** errors, const Body& body) noexcept {
   } catch (...) { return ReportException(errors); }
 }
 
-/// What a function that answers a new handle does: `body` answers a unique_ptr and may throw.
+/// Runs a function that returns a new handle: `body` returns a unique_ptr and may throw.
 template <class Body>
 auto CallNew(mien_messages** errors, const Body& body) noexcept -> typename decltype(body())::pointer {
   if (errors) *errors = nullptr;
@@ -43,15 +43,15 @@ auto CallNew(mien_messages** errors, const Body& body) noexcept -> typename decl
   }
 }
 
-/// The caller's callback as a job calls it; null without one. The callback is called for a part of the
-/// reports only. Throws a UsageError where the struct is none.
+/// The caller's callback as a job calls it; null without one. The callback gets only some of the reports.
+/// Throws a UsageError if the struct is not valid.
 JobProgress ProgressOf(const mien_progress* progress);
 
-/// A text of the caller. Throws a UsageError where it is null, empty or not UTF-8.
+/// A text of the caller. Throws a UsageError if it is null, empty or not UTF-8.
 std::string RequireText(const char* text, const char* argument);
 
-/// The path of a file, and not of a standard stream, which a library leaves to its program. Throws a
-/// UsageError.
+/// The path of a file. Throws a UsageError if it is null or empty, and for a standard stream, which a library
+/// leaves to its program.
 std::string RequirePath(const char* path, const char* argument);
 
 /// What RequirePath refuses.

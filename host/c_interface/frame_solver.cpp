@@ -105,7 +105,7 @@ mien_status mien_frame_solver_solve(mien_frame_solver* solver, const double* mar
     if (marker_count != own.markers.size())
       throw UsageError("marker_count", fmt::format("the solver takes {} markers, and not {}",
                                                    own.markers.size(), marker_count));
-    if (!std::isfinite(time)) throw UsageError("time", "this is no time in seconds");
+    if (!std::isfinite(time)) throw UsageError("time", "this is not a time in seconds");
     if (time <= own.time) throw UsageError("time", "times must rise from frame to frame");
     constexpr double kFarthestMm = 1e6; // no face is a kilometre away
     if (const double* const end = markers + 3 * marker_count;

@@ -10,8 +10,8 @@
 
 namespace mien {
 
-/// What every handle begins with: a word that says which kind it is, so that a handle of another kind and one
-/// that was freed are recognised. `Self` has `kKind`, its name in the header, and `kWord`.
+/// The beginning of every handle: a word that identifies its kind, so that handles of other kinds and freed
+/// ones are recognised. `Self` has `kKind`, its name in the header, and `kWord`.
 template <class Self>
 class Handle {
 public:
@@ -31,7 +31,7 @@ template <class Self>
 Self& Require(Self* handle, const char* argument) {
   if (!handle) throw UsageError(argument, "this is NULL");
   if (!handle->IsOne())
-    throw UsageError(argument, fmt::format("this is no {}, or one that was freed", Self::kKind));
+    throw UsageError(argument, fmt::format("this is not a {}, or it was freed", Self::kKind));
   return *handle;
 }
 
@@ -41,13 +41,13 @@ Self* RequireOrNull(Self* handle, const char* argument) {
   return handle ? &Require(handle, argument) : nullptr;
 }
 
-/// For functions that have no errors: the handle, or null where it is none.
+/// For functions that report no errors: the handle, or null if it is not valid.
 template <class Self>
 Self* Known(Self* handle) {
   return handle && handle->IsOne() ? handle : nullptr;
 }
 
-/// What every function that frees a handle does.
+/// Frees a handle. #MIEN_USAGE if it is not valid; null is.
 template <class Self>
 mien_status Free(Self* handle) {
   if (!handle) return MIEN_OK;

@@ -102,7 +102,7 @@ mien_status mien_live_feed(mien_live* live, const mien_live_frame* frame, mien_l
 mien_status mien_live_advance(mien_live* live, double now, mien_messages** errors) {
   return CallStatus(errors, [&] {
     mien_live& own = Require(live, "live");
-    if (!std::isfinite(now)) throw UsageError("now", "this is no time in seconds");
+    if (!std::isfinite(now)) throw UsageError("now", "this is not a time in seconds");
     own.result_count = 0;
     own.session.Advance(now);
   });

@@ -118,7 +118,7 @@ double CalmMotion(LongVector<VgeAMatrix>& motions, const std::vector<FrameSpan>&
   std::vector<Point> places;
   for (const auto& place : even.places) places.push_back(*place);
 
-  // Threads compute the squares, and one adds them in their order: so the sum is always the same.
+  // Threads compute the squares; one thread sums them in order, so that the sum is always the same.
   const std::vector<FrameSpan> parts = PartsOf(spans);
   std::vector<std::size_t> before = {0}; // squares of the parts before
   for (const FrameSpan& part : parts)

@@ -120,7 +120,7 @@ void RunLines(Batch batch, const BatchOptions& options, Output& output) {
           output.Errors(end.problems);
           output.Event(EventAsJson(line, end));
         });
-      } catch (const InputError& error) { // nobody can read any more how it goes
+      } catch (const InputError& error) { // the messages have no reader any longer
         unprintable = error.Problems();
         stop = true;
       }
@@ -255,7 +255,7 @@ void AddRunOptions(Command& command, BatchOptions& options) {
 
 void AddBatchCommand(Command& mien) {
   Command command =
-      mien.AddCommand("batch", "Solve or retarget many takes, and go on where it was interrupted");
+      mien.AddCommand("batch", "Solve or retarget many takes, and resume after an interruption");
   command.Details(
       "A manifest has a line for each take. Its columns, or the names in its JSON objects, are:",
       {{"take", "The file to solve, or of weights to retarget. Paths start from the manifest's folder"},

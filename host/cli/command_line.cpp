@@ -50,7 +50,7 @@ void SetUp(CLI::App& app, CommandDescription& mien, Output& output,
   AddHelpCommand(root);
 }
 
-/// Prints the help or the version where an argument asks for it, whatever is wrong with the others.
+/// Prints the help or the version where an argument asks for it, even if others are wrong.
 bool AnswerQuestion(const CLI::App& app, const CommandDescription& mien, Output& output) {
   bool help = false, help_all = false, version = false;
   const auto has = [](const CLI::Option* option) { return option && option->count() > 0; };

@@ -125,7 +125,7 @@ void RunLive(const LiveJob& job, Output& output) {
     else
       output.Remark(note);
   });
-  const OrderlyStop orderly; // before anyone can know that it runs
+  const OrderlyStop orderly; // before another program can see that it runs
   Announce(stream, job, output);
   Keyboard keyboard(stdin_is_free && !output.json);
   if (keyboard.IsThere()) output.Line("keys", kKeys);

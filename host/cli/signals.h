@@ -24,7 +24,7 @@ public:
   OrderlyStop(const OrderlyStop&) = delete;
   OrderlyStop& operator=(const OrderlyStop&) = delete;
 
-  /// Becomes true with the signal, on whatever thread that is handled.
+  /// Becomes true with the signal, on any thread.
   static const std::atomic<bool>& Wanted();
   /// The signal; 0 without one.
   static int Signal();

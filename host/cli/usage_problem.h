@@ -17,10 +17,10 @@ Problem UsageProblem(const CLI::ParseError& error, const CLI::App& app, const Co
 /// The command that the arguments choose, as far as they do; mien itself where they choose none.
 const CommandDescription& ChosenCommand(const CLI::App& app, const CommandDescription& mien);
 
-/// That a command stands alone that does nothing without one of its own.
+/// For a command that needs one of its own commands after it.
 Problem MissingCommand(const CommandDescription& command);
 
-/// That a command has no command of this name.
+/// For a name that is not a command of `command`.
 Problem UnknownCommand(const CommandDescription& command, const std::string& name);
 
 } // namespace mien

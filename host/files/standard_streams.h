@@ -14,8 +14,8 @@ bool IsStandardOutput(const std::filesystem::path& path);
 /// What messages call an input: "standard input" for "-", any other by its path.
 std::string InputName(const std::filesystem::path& path);
 
-/// Opens the standard streams that are closed, so that no file of ours gets the number of one and is filled
-/// with messages. What is opened in their place refuses to be read or written.
+/// Opens the standard streams that are closed, so that no other file gets the descriptor of one and is filled
+/// with messages. Reading and writing what is opened in their place fails.
 void OccupyClosedStandardStreams();
 
 } // namespace mien

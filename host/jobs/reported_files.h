@@ -16,8 +16,8 @@ void AddFile(std::vector<ReportedFile>& files, const std::string& role, const st
 /// Adds the output, if it is a file that can be read again.
 void AddOutput(std::vector<ReportedFile>& files, const std::string& output);
 
-// Hashes that stand in a report are those of the bytes that were used. Both throw InputError where somebody
-// has changed a file meanwhile.
+// The hashes in a report are of the bytes that were used. Both throw InputError if a file was changed
+// meanwhile.
 
 /// That the file still is what it was `before` it was read.
 void RequireUnchanged(const std::string& file, const std::optional<FileState>& before);

@@ -109,7 +109,7 @@ void LiveClock::Advance(double time_s) {
   constexpr double kMissing = 1.6; // of an interval: less is jitter
   constexpr double kMostAtOnce = 1e6;
   constexpr double kShare = 0.05;      // of an interval in the usual one
-  constexpr std::size_t kMostGaps = 8; // so many in a row are no gaps: the usual interval is wrong
+  constexpr std::size_t kMostGaps = 8; // after this many in a row, the usual interval is taken to be wrong
   const double intervals = passed_s / interval_s_;
   if (intervals < kMissing) {
     interval_s_ += kShare * (passed_s - interval_s_);

@@ -81,7 +81,7 @@ public:
   bool IsRecording(std::size_t face) const;
 
   /// Why the face's last recording ended by itself: a file, or one of the next part, could not be written.
-  /// The face goes on without it. Empty if it did not.
+  /// The face continues without it. Empty if it did not end by itself.
   const std::optional<Problem>& RecordingFault(std::size_t face) const;
 
   const LiveStatistics& Statistics(std::size_t face) const;

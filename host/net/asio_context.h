@@ -6,7 +6,7 @@
 
 namespace mien {
 
-/// In a header of its own, because asio takes seconds to compile.
+/// In a separate header, because asio takes seconds to compile.
 struct EventLoop::Context {
   asio::io_context io{1}; // one thread
 };

@@ -11,7 +11,7 @@ namespace mien {
 
 namespace {
 
-/// Waits for its time again and again; it lives as long as the loop knows of it.
+/// A timer that is set again after each tick. The wait that the loop keeps owns it.
 class Ticks : public std::enable_shared_from_this<Ticks> {
 public:
   Ticks(asio::io_context& io, EventLoop::Clock::duration period, std::function<void()> tick)

@@ -6,8 +6,8 @@
 
 namespace mien {
 
-/// Waits for sockets, descriptors and the clock on one thread, and calls what was registered for them one
-/// after the other. Nothing here may be called from another thread.
+/// Waits for sockets, descriptors and the clock on one thread, and makes the calls that were registered for
+/// them, one at a time. Nothing here may be called from another thread.
 class EventLoop {
 public:
   using Clock = std::chrono::steady_clock;

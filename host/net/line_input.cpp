@@ -7,22 +7,35 @@
 #include <asio/post.hpp>
 #include <cerrno>
 #include <string>
-#include <sys/stat.h>
+#include <sys/epoll.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
 namespace mien {
 
+namespace {
+
+/// A descriptor that is readable while `input` is; -1 for files and devices that are always ready, which the
+/// system refuses to wait for. asio makes what it waits for non-blocking, and `input` may be shared: with
+/// standard output on a terminal, and with the programs that read it next.
+int WatchOf(int input) {
+  const int watch = epoll_create1(EPOLL_CLOEXEC);
+  epoll_event event{};
+  event.events = EPOLLIN;
+  if (watch < 0 || epoll_ctl(watch, EPOLL_CTL_ADD, input, &event) == 0) return watch;
+  close(watch);
+  return -1;
+}
+
+} // namespace
+
 struct LineInput::Reader : std::enable_shared_from_this<Reader> {
   Reader(EventLoop& loop, int input, Events callbacks)
-      : io(loop.Asio().io), stream(io), descriptor(input), events(std::move(callbacks)) {
-    struct stat status {};
-    if (fstat(input, &status) == 0 && S_ISREG(status.st_mode))
-      return; // always ready; the system refuses to wait for it
-    const int own = dup(input);
+      : io(loop.Asio().io), watch(io), descriptor(input), events(std::move(callbacks)) {
+    const int own = WatchOf(input);
     std::error_code error;
-    if (own >= 0) stream.assign(own, error);
+    if (own >= 0) watch.assign(own, error);
     if (own >= 0 && error) close(own);
   }
 
@@ -30,8 +43,8 @@ struct LineInput::Reader : std::enable_shared_from_this<Reader> {
     const auto ready = [self = shared_from_this()](const std::error_code& error) {
       if (!error && !self->ended && self->ReadSome()) self->Wait();
     };
-    if (stream.is_open())
-      stream.async_wait(asio::posix::stream_descriptor::wait_read, ready);
+    if (watch.is_open())
+      watch.async_wait(asio::posix::stream_descriptor::wait_read, ready);
     else
       asio::post(io, [ready] { ready({}); });
   }
@@ -69,7 +82,7 @@ struct LineInput::Reader : std::enable_shared_from_this<Reader> {
   }
 
   asio::io_context& io;
-  asio::posix::stream_descriptor stream;
+  asio::posix::stream_descriptor watch;
   const int descriptor;
   const Events events;
   std::string line;
@@ -85,7 +98,7 @@ LineInput::LineInput(EventLoop& loop, int descriptor, Events events)
 LineInput::~LineInput() {
   reader_->ended = true;
   std::error_code ignored;
-  reader_->stream.close(ignored);
+  reader_->watch.close(ignored);
 }
 
 } // namespace mien

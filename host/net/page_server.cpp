@@ -22,11 +22,11 @@ using namespace std::chrono_literals;
 /// How many events a slow browser may lag behind: four seconds at 60 frames per second.
 constexpr std::size_t kMostEvents = 256;
 
-/// Behind which a browser that is gone is noticed.
+/// The longest time between two writes, the second of which fails once the browser is gone.
 constexpr auto kHeartbeat = 1s;
 
-/// Whether a request's Host is an address or this machine's own name. Any other name may be one that somebody else
-/// has made to point here.
+/// Whether a request's Host is an address or "localhost". Any other name may belong to another site and resolve to
+/// this machine.
 bool IsThisMachine(std::string_view host) {
   if (host.starts_with('[')) return true;
   host = host.substr(0, host.find(':'));
@@ -34,8 +34,8 @@ bool IsThisMachine(std::string_view host) {
          (!host.empty() && host.find_first_not_of("0123456789.") == std::string_view::npos);
 }
 
-/// Without SO_REUSEPORT, the library's default, with which a second server on the same port would take every other
-/// request.
+/// Leaves out SO_REUSEPORT, which the library sets by default: with it, a second server could listen on the same
+/// port and would get some of the requests.
 void SetSocketOptions(socket_t socket) {
   const int yes = 1;
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -50,7 +50,7 @@ struct PageServer::Server {
   mutable std::mutex mutex;
   std::condition_variable more;
   std::shared_ptr<const std::string> page = std::make_shared<std::string>();
-  std::uint64_t version = 0; // of the page
+  std::uint64_t version = 0, newest_version = 0; // of the page, and of the last one that was begun
   std::deque<std::string> events;
   std::uint64_t first = 0; // the number of the first of them
   std::size_t readers = 0;
@@ -124,7 +124,7 @@ struct PageServer::Server {
 PageServer::PageServer(const std::string& address, std::uint16_t port) : server_(std::make_unique<Server>()) {
   httplib::Server& http = server_->http;
   http.set_socket_options(SetSocketOptions);
-  http.set_payload_max_length(1024); // nobody sends anything
+  http.set_payload_max_length(1024); // requests have no body
   // A thread for each browser's events, and some for the pages.
   http.new_task_queue = [] { return new httplib::ThreadPool(kMostReaders + 2); };
   server_->Answer();
@@ -155,7 +155,7 @@ void PageServer::SetPage(const std::function<std::string(const std::string&)>& p
   std::uint64_t version = 0;
   {
     const std::lock_guard lock(server_->mutex);
-    version = server_->version + 1;
+    version = ++server_->newest_version;
   }
   auto text = std::make_shared<const std::string>(page(fmt::format("events?page={}", version)));
   {

@@ -18,7 +18,7 @@ class PageServer {
 public:
   static constexpr std::size_t kMostReaders = 6; ///< browsers that get events; further ones are refused
 
-  /// `address` is one of this machine's, as a number; port 0 is any that is free. Throws InputError where it cannot
+  /// `address` is one of this machine's, as a number; port 0 is any that is free. Throws InputError if it cannot
   /// listen there.
   PageServer(const std::string& address, std::uint16_t port);
   ~PageServer();

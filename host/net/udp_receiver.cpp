@@ -26,12 +26,12 @@ constexpr int kSystemQueue = 1 << 20; // bytes that may wait in the system; it g
 
 void SwitchOn(int socket, int option) {
   const int on = 1;
-  // Without it, times are those of reading, and drops are not known.
+  // If the system refuses, packets have the times at which they are read, and drops are not counted.
   static_cast<void>(setsockopt(socket, SOL_SOCKET, option, &on, sizeof on));
 }
 
-/// When a packet arrived by the system's real-time clock, on the loop's clock. Not for longer ago than a
-/// second: then somebody has set the clock.
+/// Converts an arrival from the system's real-time clock to the loop's. An age of a second or more means that
+/// the clock was set; it counts as 0.
 EventLoop::Clock::time_point OnLoopClock(const timespec& arrived) {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);

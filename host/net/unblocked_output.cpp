@@ -14,7 +14,10 @@ namespace {
 /// Whether a pipe takes at least PIPE_BUF bytes, or a file any number, without waiting.
 bool IsReady(int descriptor, int wait_ms) {
   pollfd poll_for = {descriptor, POLLOUT, 0};
-  return poll(&poll_for, 1, wait_ms) > 0;
+  int ready = 0;
+  do ready = poll(&poll_for, 1, wait_ms);
+  while (ready < 0 && errno == EINTR);
+  return ready > 0;
 }
 
 } // namespace
@@ -54,6 +57,10 @@ void UnblockedOutput::WriteSome() {
 void UnblockedOutput::Finish() {
   constexpr int kWait_ms = 1000;
   while (!kept_.empty() && IsReady(descriptor_, kWait_ms)) WriteSome();
+  dropped_ += static_cast<std::uint64_t>(
+      std::count(kept_.begin() + static_cast<std::ptrdiff_t>(written_), kept_.end(), '\n'));
+  kept_.clear();
+  written_ = 0;
 }
 
 } // namespace mien

@@ -26,10 +26,11 @@ public:
   bool IsBusy() const { return kept_.size() > kMostKept / 4; } ///< a sender that can wait should
   std::uint64_t Dropped() const { return dropped_; }
 
-  /// The error number after which nothing can be written any more; 0 if there was no error.
+  /// The number of the error after which nothing is written; 0 if there was none.
   int Error() const { return error_; }
 
-  /// Writes what is kept, and waits for the reader for at most a second.
+  /// Writes what is kept. A reader that takes nothing for a second gets no more: the lines that are left, the
+  /// first of them perhaps written in part, count as dropped.
   void Finish();
 
 private:

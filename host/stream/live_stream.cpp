@@ -11,6 +11,7 @@
 #include "host/net/udp_sender.h"
 #include "host/net/unblocked_output.h"
 #include "host/stream/face_setups.h"
+#include "host/stream/osc_control.h"
 #include "host/stream/page_sink.h"
 #include "host/stream/replay.h"
 #include "host/wire/line_reader.h"
@@ -141,7 +142,6 @@ struct LiveStream::Impl {
   void OpenSinks();
   void OpenSources();
   void OpenSource(std::size_t index);
-  void OpenControl();
   void Frame(std::size_t source, LiveInput& input);
   std::optional<std::size_t> TakeUp(std::size_t source, const LiveSource& face);
   void SetUpWriters(Face& face);
@@ -164,6 +164,12 @@ struct LiveStream::Impl {
       if (face.number == number) return &face;
     return nullptr;
   }
+  /// Whether a control names no source or one that exists; remarks on another.
+  bool HasSource(std::optional<std::size_t> source) const {
+    if (!source || *source < sources.size()) return true;
+    remark({Code::NotFound, "", fmt::format("there is no source {}", *source + 1)});
+    return false;
+  }
   const StreamSink* RecordSink() const {
     for (const StreamSink& sink : job.sinks)
       if (sink.kind == StreamSink::Kind::Record) return &sink;
@@ -179,9 +185,7 @@ struct LiveStream::Impl {
   std::vector<std::unique_ptr<Source>> sources;
   std::vector<Sink> sinks;
   std::vector<Face> faces;
-  std::unique_ptr<UdpReceiver> control;
-  OscReader control_reader;
-  std::function<void(const OscMessage&)> on_control;
+  std::unique_ptr<OscControl> control;
   std::size_t ended = 0; // sources
   double last_advance_s = 0;
   bool recording = false, paused = false, sent = false;
@@ -346,7 +350,7 @@ std::unique_ptr<PacketWriter> LiveStream::Impl::WriterOf(Sink& sink, const Face&
       if (!std::exchange(sink.has_refused, true))
         remark({Code::Ignored, "",
                 fmt::format("{} sends only one face, from {}; choose another source with ?source=N",
-                            Quoted(sink.spec.text), Quoted(job.sources[faces[0].source].text))});
+                            Quoted(sink.spec.text), Quoted(job.sources[FaceOf(*sink.face)->source].text))});
       return nullptr;
     }
   }
@@ -448,22 +452,12 @@ void LiveStream::Impl::Fail(const InputError& error) {
   faults.insert(faults.end(), error.Problems().begin(), error.Problems().end());
 }
 
-void LiveStream::Impl::OpenControl() {
-  if (!job.control_port) return;
-  control = std::make_unique<UdpReceiver>(
-      loop, job.listen, *job.control_port, [this](std::string_view packet, Clock::time_point) {
-        // A bad packet must not stop the stream, and there is nobody to report it to.
-        static_cast<void>(
-            control_reader.Read(packet, [this](const OscMessage& message) { on_control(message); }));
-      });
-}
-
 LiveStream::LiveStream(EventLoop& loop, const LiveJob& job, std::function<void(const Note&)> remark)
     : impl_(std::make_unique<Impl>(loop, job, std::move(remark))) {
-  impl_->on_control = [this](const OscMessage& message) { Control(message); };
   impl_->OpenSinks();
   impl_->OpenSources();
-  impl_->OpenControl();
+  if (job.control_port)
+    impl_->control = std::make_unique<OscControl>(loop, job.listen, *job.control_port, *this);
   impl_->last_advance_s = Seconds(Clock::now());
   loop.Every(Duration(kAdvance_s), [this] { impl_->Advance(); });
   if (job.for_s) loop.At(Clock::now() + Duration(*job.for_s), [&loop] { loop.Stop(); });
@@ -472,6 +466,7 @@ LiveStream::LiveStream(EventLoop& loop, const LiveJob& job, std::function<void(c
 LiveStream::~LiveStream() = default;
 
 void LiveStream::NeutralNow(std::optional<std::size_t> source) {
+  if (!impl_->HasSource(source)) return;
   for (const Face& face : impl_->faces)
     if (face.live.kind == LiveKind::Markers && (!source || face.source == *source))
       impl_->session.NeutralNow(face.number);
@@ -501,8 +496,7 @@ void LiveStream::Mark(const std::string& label) {
 void LiveStream::SwitchPerformer(std::size_t performer, std::optional<std::size_t> source) {
   if (performer >= impl_->job.performers.size())
     return impl_->remark({Code::NotFound, "", fmt::format("there is no performer {}", performer + 1)});
-  if (source && *source >= impl_->sources.size())
-    return impl_->remark({Code::NotFound, "", fmt::format("there is no source {}", *source + 1)});
+  if (!impl_->HasSource(source)) return;
   for (std::size_t s = 0; s < impl_->sources.size(); ++s)
     if (!source || s == *source) impl_->sources[s]->performer = performer;
   for (Face& face : impl_->faces) {
@@ -513,31 +507,6 @@ void LiveStream::SwitchPerformer(std::size_t performer, std::optional<std::size_
       impl_->SetUpWriters(face);
     } catch (const InputError& error) { impl_->Remark(error); }
   }
-}
-
-void LiveStream::Control(const OscMessage& message) {
-  // Counted from 1, as in messages and in ?source=N.
-  const auto index_at = [&](std::size_t argument) -> std::optional<std::size_t> {
-    if (message.arguments.size() <= argument || !message.arguments[argument].IsNumber()) return std::nullopt;
-    const double number = message.arguments[argument].number;
-    if (!(number >= 1 && number <= 1000)) return std::nullopt;
-    return static_cast<std::size_t>(number) - 1;
-  };
-  if (message.address == "/mien/neutral" && message.arguments.empty())
-    NeutralNow();
-  else if (message.address == "/mien/neutral" && index_at(0))
-    NeutralNow(index_at(0));
-  else if (message.address == "/mien/record")
-    ToggleRecording();
-  else if (message.address == "/mien/pause")
-    TogglePause();
-  else if (message.address == "/mien/mark")
-    Mark(message.Begins("s") ? std::string(message.arguments[0].text) : "");
-  else if (message.address == "/mien/performer" && index_at(0) &&
-           (message.arguments.size() == 1 || index_at(1)))
-    SwitchPerformer(*index_at(0), index_at(1));
-  else if (message.address == "/mien/quit")
-    impl_->loop.Stop();
 }
 
 std::uint16_t LiveStream::ControlPort() const { return impl_->control ? impl_->control->Port() : 0; }

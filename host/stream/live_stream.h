@@ -4,7 +4,6 @@
 #include "host/live/live_statistics.h"
 #include "host/net/event_loop.h"
 #include "host/stream/live_job.h"
-#include "host/wire/osc_reader.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -46,7 +45,7 @@ public:
   LiveStream& operator=(const LiveStream&) = delete;
 
   // For the keyboard and for OSC. `source` is an index of LiveJob::sources whose faces are affected; without it,
-  // all are.
+  // all are. An index without a source is a remark.
   void
   NeutralNow(std::optional<std::size_t> source = {}); ///< faces with markers learn their neutral face again
   void ToggleRecording(); ///< at the place of the record sink; without one, only a remark
@@ -72,8 +71,6 @@ public:
   std::vector<Problem> Finish();
 
 private:
-  void Control(const OscMessage& message);
-
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };

@@ -9,7 +9,7 @@ namespace mien {
 
 namespace {
 
-/// Nothing where the numbers are no quaternion.
+/// Empty if the numbers are not a quaternion.
 std::optional<VgeRMatrix> ReadRotation(const OscMessage& message) {
   if (!message.Begins("ffff")) return std::nullopt;
   const auto number = [&](std::size_t i) { return message.arguments[i].number; };

@@ -37,7 +37,7 @@ inline constexpr std::size_t kDeepestOscBundle = 8;
 /// arrive. Reuses its memory from packet to packet.
 class OscReader {
 public:
-  /// Calls `message` with each message, which is valid during the call. Returns what is wrong with the
+  /// Calls `message` with each message, which is valid during the call. Returns the fault of the
   /// packet, whose earlier messages have been read; nothing if it is valid.
   std::optional<std::string_view> Read(std::string_view packet,
                                        const std::function<void(const OscMessage&)>& message) {

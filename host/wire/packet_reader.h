@@ -58,7 +58,7 @@ protected:
   /// An input of a face with nothing in it. It keeps its memory from packet to packet.
   LiveInput& Start(std::size_t face);
 
-  /// Hands an input that Start began to whoever listens.
+  /// Passes the input that Start began to OnFrame.
   void Emit() { on_frame_(input_); }
 
 private:

@@ -6,7 +6,7 @@
 
 namespace mien {
 
-/// The rotation of a quaternion that a packet has: of any length near 1; nothing for one that is no rotation.
+/// The rotation of a quaternion in a packet, whose length is near 1; empty for any other.
 std::optional<VgeRMatrix> SentRotation(double x, double y, double z, double w);
 
 } // namespace mien

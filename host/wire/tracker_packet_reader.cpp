@@ -41,8 +41,8 @@ Point MeanOf(const Face& face, std::size_t first, std::size_t last) {
   return sum;
 }
 
-/// By which the axes are multiplied so that the left eye is to the left, the brows are above the mouth, and
-/// the nose is in front. Nothing where that is not clear: the head is turned far away, or it is no face.
+/// The factors of the axes, 1 or -1, with which the left eye is to the left, the brows are above the mouth, and
+/// the nose is in front. Empty if that is not clear: the head is turned far away, or the points are not a face.
 std::optional<std::array<double, 3>> SignsOf(const Face& face) {
   const Point right_eye = MeanOf(face, 36, 41), left_eye = MeanOf(face, 42, 47), brows = MeanOf(face, 17, 26),
               mouth = MeanOf(face, 48, 59), nose = face[30];

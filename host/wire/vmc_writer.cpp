@@ -65,7 +65,7 @@ void VmcWriter::Write(const LiveOutput& output, const Send& send) {
 }
 
 void VmcWriter::AddBone(std::string_view bone, const VgeQuaternion& rotation) {
-  // The protocol's x is the other way round.
+  // The protocol's x axis points the other way.
   bundles_.Add("/VMC/Ext/Bone/Pos", {bone, 0.0F, 0.0F, 0.0F, SentNumber(rotation.x), SentNumber(-rotation.y),
                                      SentNumber(-rotation.z), SentNumber(rotation.w)});
 }

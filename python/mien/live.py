@@ -452,9 +452,10 @@ class Live(Owner):
         errors = Errors()
         with self._session.lock:
             checked(errors, lib.live_add(self._open, ctypes.byref(face), ctypes.byref(number), errors))
-        self._faces = {other: known for other, known in self._faces.items() if not known._removed}
         added = LiveFace(self._session, number.value, name or "face", given, row)
-        self._faces[number.value] = added
+        with self._session.lock:  # another thread may add a face at the same time
+            present = {other: known for other, known in self._faces.items() if not known._removed}
+            self._faces = {**present, number.value: added}
         return added
 
     @property

@@ -107,12 +107,12 @@ def steps():
 
     solve()
     simulate("ESC", "PRESS")
-    yield from until(lambda: ends, "the cancelled solve goes on")
+    yield from until(lambda: ends, "the cancelled solve still runs")
     equal((ends.pop(), state()), ({"CANCELLED"}, before), "after Esc")
 
     with view():
         equal(bpy.ops.import_anim.mien(filepath=f"{SAMPLES}/landmarks.csv"), {"FINISHED"}, "import")
-    yield from until(lambda: ends, "the solve goes on")
+    yield from until(lambda: ends, "the solve still runs")
     equal(ends.pop(), {"FINISHED"}, "the second solve")
     solved = state()
     equal(solved[1:], (30, 360, "360 frames, 52 shape keys, 1 mesh, 1 bone or object", True, 1.0), "solved")
@@ -135,7 +135,7 @@ def steps():
     with view():
         equal(bpy.ops.mien.solve("INVOKE_DEFAULT"), {"CANCELLED"}, "a second solve beside the first")
     bpy.context.window_manager.windows[0].scene = other
-    yield from until(lambda: ends, "the solve goes on")
+    yield from until(lambda: ends, "the solve still runs")
     equal(ends.pop(), {"FINISHED"}, "the solve of the scene that is not shown")
     equal((bpy.context.scene.name, first.render.fps, other.render.fps, other.frame_end), ("Other", 30, 24, 250), "scenes")
     equal((first.mien.report.splitlines()[0], other.mien.report), (solved[3], ""), "reports")

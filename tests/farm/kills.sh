@@ -4,7 +4,7 @@
 #
 #   kills.sh MIEN LANDMARKS.csv FOLDER TAKES KILLS [SEED]
 #
-# FOLDER is emptied first. One take in twenty is bad. Prints the seed, with which the kills come at the same times.
+# FOLDER is emptied first. One take in twenty is bad. Prints the seed, with which the kills come at about the same moments.
 set -euo pipefail
 
 mien=$1 landmarks=$2 folder=$3 takes=$4 kills=$5 seed=${6:-$RANDOM}
@@ -42,12 +42,17 @@ run whole
 took=$((${EPOCHREALTIME/./} - start)) # microseconds
 echo "uninterrupted: $((took / 1000)) ms"
 
-# On average half of the batch is done when the last kill comes, so that a faster run does not escape them.
+# Each kill comes when a random number of takes more are done, and after a random part of the time that one takes.
+# Together they leave some of the batch undone, however fast it runs.
+reports() { find killed -name '*.report.json' | wc -l; }
+share=$((takes * 4 / 5 / kills))
 hits=0
 for ((k = 0; k < kills; ++k)); do
+  enough=$(($(reports) + RANDOM % (share + 1)))
   "$mien" batch killed/takes.jsonl --quiet 2>/dev/null &
   batch=$!
-  sleep "$(awk -v r=$((RANDOM * 32768 + RANDOM)) -v us=$((took / kills)) \
+  while [[ $(reports) -lt $enough ]] && kill -0 $batch 2>/dev/null; do :; done
+  sleep "$(awk -v r=$((RANDOM * 32768 + RANDOM)) -v us=$((took / takes)) \
     'BEGIN { printf "%.6f", r / 1073741824 * us / 1e6 }')"
   kill -9 $batch 2>/dev/null || true
   status=0
@@ -55,7 +60,7 @@ for ((k = 0; k < kills; ++k)); do
   [[ $status -ne 137 ]] || hits=$((hits + 1))
 done 2>/dev/null # what the shell says of a killed job
 echo "$hits of $kills kills hit a running batch; left behind:" \
-  "$(find killed -name '*.report.json' | wc -l) reports, $(find killed -name '*.part' | wc -l) part files"
+  "$(reports) reports, $(find killed -name '*.part' | wc -l) part files"
 ((hits * 2 > kills)) || { echo "most kills came too late to show anything"; exit 1; }
 run killed
 

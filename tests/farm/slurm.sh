@@ -43,7 +43,7 @@ until_true() {
   done
 }
 
-# Two ports that nobody listens on.
+# Two unused ports.
 ports=()
 while [[ ${#ports[@]} -lt 2 ]]; do
   port=$((20000 + RANDOM % 20000))
@@ -126,7 +126,7 @@ local_status=0
 
 is_through() { [[ -z $(squeue -h -j "$job" 2>/dev/null) ]]; }
 until_true 300 "end of the array" is_through
-echo "the array is through $((SECONDS - requeued)) s later"
+echo "the array is complete $((SECONDS - requeued)) s later"
 grep -H '^batch ' task_*.log
 
 # The first task was started twice, and went on where it was killed.

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <functional>
 #include <sys/wait.h>
 #include <thread>
@@ -49,10 +50,38 @@ private:
   pid_t id_;
 };
 
-/// Whether `holds` becomes true within ten seconds.
+/// Steps of a child process, each of which the test allows.
+class Steps {
+public:
+  Steps() {
+    if (pipe(ends_) != 0) std::abort();
+  }
+  ~Steps() {
+    close(ends_[0]);
+    close(ends_[1]);
+  }
+  Steps(const Steps&) = delete;
+  Steps& operator=(const Steps&) = delete;
+
+  /// In the child: waits for the next step.
+  void Await() const {
+    char step = 0;
+    if (read(ends_[0], &step, 1) != 1) std::abort();
+  }
+
+  void Allow() const {
+    if (write(ends_[1], "+", 1) != 1) std::abort();
+  }
+
+private:
+  int ends_[2] = {-1, -1};
+};
+
+/// Whether `holds` becomes true within a minute, which is long for any machine.
 template <class Condition>
 bool Eventually(const Condition& holds) {
-  for (int i = 0; i < 2000; ++i) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (std::chrono::steady_clock::now() < end) {
     if (holds()) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }

@@ -144,7 +144,8 @@ def each_message_has_its_effect():
         # The same performer without a neutral pose learns it from the part's first frames.
         check(moves(solves_to_what_went_out(file("-again2-4"), "landmarks68", "-c", "arkit52", *FAST[:2])), "so does the last")
         learned = [line for line in lines_of(lines) if line.get("learning")]
-        check(0.3 <= learned[-1]["time"] - learned[0]["time"] < 0.5, "the face is learned in --learn seconds")
+        since = [line["time"] - learned[0]["time"] for line in learned]
+        check(all(time_s < 0.3 for time_s in since[:-1]) and since[-1] >= 0.3, "the face is learned in --learn seconds")
         check(not any(weight for line in learned for weight in line["weights"].values()), "weights are 0 meanwhile")
         check(any(any(line["weights"].values()) for line in lines_of(lines) if line["frame"] > learned[-1]["frame"]),
               "and move again")
@@ -158,7 +159,7 @@ class Terminal:
     """mien live on a terminal of its own."""
 
     def __init__(self, *options):
-        self.text = ""
+        self.text, self.start = "", 0
         self.process, self.screen = pty.fork()
         if self.process == 0:
             os.environ["TERM"] = "xterm"
@@ -176,18 +177,18 @@ class Terminal:
     def press(self, key):
         os.write(self.screen, key.encode())
 
-    def shows(self, pattern, seconds=20):
+    def shows(self, pattern, seconds=60):
         found = []
 
         def look():
-            found[:] = re.findall(pattern, self.text)
+            found[:] = re.findall(pattern, self.text[self.start:])
             return found
 
         wait_until(look, f"{pattern} in {self.text!r}", seconds)
         return found[-1]
 
     def shows_from_now(self, pattern):
-        self.text = ""
+        self.start = len(self.text)
         self.shows(pattern)
 
     def echoes(self):
@@ -234,7 +235,7 @@ def each_key_has_its_effect():
             live.shows_from_now("recording: ")
             grows(lines)
             live.press("r")
-            live.shows_from_now(r"\rlines:0|\n?lines:0 ada")
+            live.shows_from_now(r"\x1b\[Klines:0 ada")  # without "recording: "
             stays(folder / "take.csv")
             grows(lines)
             live.press("r")
@@ -255,7 +256,9 @@ def each_key_has_its_effect():
             check(moves(solves_to_what_went_out(folder / "take-again2-2", eve)), "until 2 is pressed")
             with open(folder / "take-again2-3.out.csv") as file:
                 learned = list(csv.DictReader(file))
-            check(not moves(learned[:18]) and moves(learned), "n sets the weights to 0 while it learns")
+            start = float(learned[0]["time"])
+            check(not moves([row for row in learned if float(row["time"]) - start < 0.3]) and moves(learned),
+                  "n sets the weights to 0 while it learns")
         finally:
             live.kill()
 
@@ -284,12 +287,15 @@ def two_people_have_their_own_performers():
         send_osc(control, "/mien/neutral", 1)
         wait_until(lambda: len(rows_of(folder / "take-4.out.csv")) > 60, "its neutral face is learned again")
         send_osc(control, "/mien/performer", 2, 7)
+        send_osc(control, "/mien/neutral", 8)
+        wait_until(lambda: len(rows_of(folder / "take-face2.out.csv")) > 200, "much of the other is recorded")
         send_osc(control, "/mien/quit")
         document = live.document()
         for person in people:
             person.end()
         check(document["errors"] == [], str(document["errors"]))
-        check([note["what"] for note in document["notes"]] == ["there is no source 7"], str(document["notes"]))
+        check([note["what"] for note in document["notes"]] == ["there is no source 7", "there is no source 8"],
+              str(document["notes"]))
         faces = document["result"]["faces"]
         check([(face["source"], face["face"]) for face in faces] == [(1, "ada"), (2, "eve")], str(faces))
 

@@ -28,7 +28,7 @@ import liblo
 import control
 import recording
 import running
-from running import MIEN, SAMPLES, Live, check, receiver, sender
+from running import MIEN, SAMPLES, Live, check, free_port, listens, receiver, rows_of, sender, wait_until
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "host", "wire", "packets"))
 import make_packets  # noqa: E402
@@ -58,18 +58,28 @@ def every_value_reaches_an_independent_receiver():
         order.append(path)
 
     server.add_method(None, None, received)
-    live = Live("--in", "phone:0", "--out", f"vmc:127.0.0.1:{server.port}")
+    # Where the test is stopped for longer than a quarter of a second, the last frame is held. Packets ten seconds apart
+    # are later than that.
+    live = Live("--in", "phone:0", "--out", f"vmc:127.0.0.1:{server.port}", "--face-hold", "1000")
     phone_app = sender(live.ports[0])
+
+    def arrived(count):
+        if server.recv(10):
+            while server.recv(0):
+                pass
+        return len(frames) >= count
+
     for frame in range(30):
-        phone_app.send(stamped(PHONE, 1000 + frame))
-        server.recv(20)
-        while server.recv(5):
-            pass
-    check(len(frames) == 30, f"{len(frames)} of 30 frames arrived")
+        phone_app.send(stamped(PHONE, 1000 + 600 * frame))
+        wait_until(lambda: arrived(frame + 1), f"{frame + 1} frames arrive")
+    result = live.end()
+    sent = result["faces"][0]["sent"]
+    wait_until(lambda: arrived(sent), f"all {sent} frames arrive")
+    check(len(frames) == sent, f"{len(frames)} frames arrived of {sent}")
     check(frames[-1] == WEIGHTS, "every weight arrives as it was sent")
     check(order[-1] == "/VMC/Ext/Blend/Apply", "Apply is the last")
     x, y, z, w = head[-1]
-    # Yaw 0.25, pitch -0.125, roll 0.0625, roll first, in axes of which x is the other way round.
+    # Yaw 0.25, pitch -0.125, roll 0.0625, roll first, in axes whose x points the other way.
     def turn(axis, angle):
         return [math.sin(angle / 2) * (axis == i) for i in range(3)] + [math.cos(angle / 2)]
     def times(a, b):
@@ -77,16 +87,15 @@ def every_value_reaches_an_independent_receiver():
                 a[3] * b[2] + a[0] * b[1] - a[1] * b[0] + a[2] * b[3], a[3] * b[3] - a[0] * b[0] - a[1] * b[1] - a[2] * b[2]]
     wanted = times(turn(1, 0.25), times(turn(0, -0.125), turn(2, 0.0625)))
     check(all(abs(a - b) < 1e-6 for a, b in zip((x, -y, -z, w), wanted)), f"the head is turned as it was sent: {head[-1]}")
-    result = live.end()
     check(result["faces"][0]["used"] == 30, "the statistics count the frames")
 
 
-def tools_of_liblo_understand_each_other_with_us():
+def oscsend_and_oscdump_understand_it():
     """oscsend sends a frame of VMC, and oscdump shows what comes out as an array."""
-    _, port = receiver()
-    dump = subprocess.Popen(["stdbuf", "-oL", "oscdump", str(port + 1)], stdout=subprocess.PIPE, text=True)
-    live = Live("--in", "vmc:0", "--out", f"osc:127.0.0.1:{port + 1}?address=/face", "--control", "0")
-    time.sleep(0.3)
+    port = free_port()
+    dump = subprocess.Popen(["stdbuf", "-oL", "oscdump", str(port)], stdout=subprocess.PIPE, text=True)
+    live = Live("--in", "vmc:0", "--out", f"osc:127.0.0.1:{port}?address=/face", "--control", "0")
+    wait_until(lambda: listens(port), "oscdump listens")
     send = ["oscsend", "127.0.0.1", str(live.ports[0])]
     subprocess.run([*send, "/VMC/Ext/Blend/Val", "sf", "JawOpen", "0.625"], check=True)
     subprocess.run([*send, "/VMC/Ext/Blend/Apply"], check=True)
@@ -109,7 +118,7 @@ def packets_that_are_lost_doubled_and_swapped_are_counted(seconds):
     chance = random.Random(1)
     rate, sent, frame, held = 1000, 0, 0, None
     lost = doubled = swapped = garbage = 0
-    memory, arrivals = [], []
+    memory, arrivals, longest_pause = [], [], 0
 
     def listen():
         while True:
@@ -121,11 +130,13 @@ def packets_that_are_lost_doubled_and_swapped_are_counted(seconds):
 
     listener = threading.Thread(target=listen, daemon=True)
     listener.start()
-    start = time.monotonic()
+    start = last = time.monotonic()
     count = int(seconds * rate)
     for i in range(count):
         while time.monotonic() < start + i / rate:
             time.sleep(0.0005)
+        longest_pause = max(longest_pause, time.monotonic() - last)
+        last = time.monotonic()
         frame += 1
         # The packet's clock has 60 counts a second; the fraction of a count goes on in thousandths.
         counts = 1000000 + frame * 60 / rate
@@ -171,7 +182,7 @@ def packets_that_are_lost_doubled_and_swapped_are_counted(seconds):
     settled = memory[len(memory) // 5:]
     growth = max(settled) - min(settled)
     check(growth <= 512 * 1024, f"memory grew by {growth} bytes: {memory}")
-    check(gaps[-1] < 1, f"a gap of {gaps[-1]:.3f} s")
+    check(gaps[-1] < 1 + longest_pause, f"a gap of {gaps[-1]:.3f} s; the sender paused for {longest_pause:.3f} s")
     print(f"  {seconds} s: {count} packets, {lost} lost, {doubled} doubled, {swapped} swapped, {garbage} garbage; out "
           f"{len(arrivals)}, longest gap {1000 * gaps[-1]:.1f} ms, latency {face['latency_ms']}, memory "
           f"{min(settled) >> 20} MB, growth {growth >> 10} KB")
@@ -279,11 +290,17 @@ def several_faces_go_to_their_performers():
 
 
 def words_of_packets_cannot_steer_a_terminal():
-    live = subprocess.Popen([MIEN, "live", "--in", "phone:0", "--for", "1.5"], stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
-    line = live.stderr.readline()
-    port = int(line.split()[-1])
-    sender(port).send(phone("\x1b]0;owned\x07\x1b[2J\u202e", [0.5] * 61))
-    text = live.communicate(timeout=30)[1]
+    with tempfile.TemporaryDirectory() as folder:
+        lines = f"{folder}/out.jsonl"
+        live = subprocess.Popen([MIEN, "live", "--in", "phone:0", "--out", f"lines:{lines}"], stderr=subprocess.PIPE,
+                                stdin=subprocess.DEVNULL)
+        running.running.append(live)
+        line = live.stderr.readline()
+        port = int(line.split()[-1])
+        sender(port).send(phone("\x1b]0;owned\x07\x1b[2J\u202e", [0.5] * 61))
+        wait_until(lambda: rows_of(lines), "the packet is solved")
+        live.terminate()
+        text = live.communicate(timeout=60)[1]
     check(b"\x1b" not in text and b"\x07" not in text and "\u202e".encode() not in text and b"face" in text, str(text))
 
 
@@ -329,7 +346,7 @@ for tool in ("oscsend", "oscdump", "taskset"):
 TESTS = [
     (packets_of_the_tests_are_as_the_script_makes_them, ()),
     (every_value_reaches_an_independent_receiver, ()),
-    (tools_of_liblo_understand_each_other_with_us, ()),
+    (oscsend_and_oscdump_understand_it, ()),
     (numbers_of_lines_come_back_to_the_same_doubles, ()),
     (several_faces_go_to_their_performers, ()),
     (a_replay_is_a_causal_solve_to_the_bit, ()),

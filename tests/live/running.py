@@ -31,7 +31,7 @@ def check(holds, what):
         raise SystemExit(f"FAILED: {what}")
 
 
-def wait_until(holds, what, seconds=20):
+def wait_until(holds, what, seconds=60):
     """Waits until holds() is true, and fails if it does not become true."""
     end = time.monotonic() + seconds
     while not holds():
@@ -125,6 +125,19 @@ def receiver():
     udp.bind(("127.0.0.1", 0))
     udp.settimeout(10)
     return udp, udp.getsockname()[1]
+
+
+def free_port():
+    """A port for another program, unused now."""
+    udp, port = receiver()
+    udp.close()
+    return port
+
+
+def listens(port):
+    """Whether a program of this machine receives datagrams at the port."""
+    lines = [line for kind in ("udp", "udp6") for line in pathlib.Path(f"/proc/net/{kind}").read_text().splitlines()[1:]]
+    return any(line.split()[1].endswith(f":{port:04X}") for line in lines)
 
 
 def sender(port):

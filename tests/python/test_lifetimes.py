@@ -130,7 +130,11 @@ def test_other_threads_run_during_a_call(landmarks):
     try:
         def report(stage, part, of):
             inside.append(turns)
-        mien.solve(landmarks, "landmarks68", progress=report)
+        for _ in range(50):  # on a busy processor, the other thread may have no turn during one of them
+            inside.clear()
+            mien.solve(landmarks, "landmarks68", progress=report)
+            if inside[-1] > inside[0]:
+                break
     finally:
         done.set()
         counter.join()
@@ -143,11 +147,11 @@ def test_a_take_may_be_closed_while_another_thread_solves_it(samples):
 
     def report(*progress):
         started.set()
-        closed.wait(10)
+        closed.wait(60)
 
     worker = threading.Thread(target=lambda: result.append(mien.solve(take, "landmarks68", progress=report)))
     worker.start()
-    assert started.wait(10)
+    assert started.wait(60)
     take.close()
     closed.set()
     worker.join()

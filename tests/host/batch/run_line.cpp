@@ -76,12 +76,12 @@ TEST_F(RunLineTest, WhateverIsNoLongerAsTheReportSaysIsDoneAgain) {
                     report = Saved("a.out.csv.report.json");
 
   WriteTake("a.csv", 31);
-  EXPECT_EQ(Look(line_).why, "\"a.csv\" is not the same any more");
+  EXPECT_EQ(Look(line_).why, "\"a.csv\" has changed");
   Write("a.csv", take);
   fs::remove(folder_ / "a.out.csv");
   EXPECT_EQ(Look(line_).why, "\"a.out.csv\" is not there");
   Write("a.out.csv", output + ' ');
-  EXPECT_EQ(Look(line_).why, "\"a.out.csv\" is not what was written");
+  EXPECT_EQ(Look(line_).why, "\"a.out.csv\" differs from what was written");
   Write("a.out.csv", output);
   EXPECT_EQ(Look(line_).kind, LineState::Kind::Done);
 
@@ -213,7 +213,7 @@ TEST_F(RunLineTest, AnotherInputThatChangesMeanwhileIsAFailure) {
   EXPECT_EQ(end.problems[0].what, "the file was changed while it was used");
   ASSERT_EQ(mien::RunLine(line, folder_, job_of, nullptr).kind, LineEnd::Kind::Done);
   std::ofstream(performer, std::ios::app) << '\n';
-  EXPECT_EQ(Look(line).why, "\"ada.json\" is not the same any more");
+  EXPECT_EQ(Look(line).why, "\"ada.json\" has changed");
 }
 
 TEST_F(RunLineTest, AllOutputsOfALineAreHashed) {
@@ -228,7 +228,7 @@ TEST_F(RunLineTest, AllOutputsOfALineAreHashed) {
   for (const std::string name : {"frames.csv", "own.json"}) {
     const std::string bytes = Saved(name);
     Write(name, "x");
-    EXPECT_EQ(Look(line_).why, '"' + name + "\" is not what was written");
+    EXPECT_EQ(Look(line_).why, '"' + name + "\" differs from what was written");
     Write(name, bytes);
   }
 }

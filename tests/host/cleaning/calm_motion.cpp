@@ -216,7 +216,7 @@ TEST(CalmMotion, WithoutASpanOfFiveNothingIsDone) {
   EXPECT_EQ(none.Calm({}), 0);
 }
 
-// Frames that hide a point tell nothing of its noise; the motion is calmed all the same.
+// Frames that hide a point contain nothing about its noise; the motion is still calmed.
 TEST(CalmMotion, HiddenPointsAreNoTrouble) {
   Filmed take(8, 0.3, 400, [](double) { return VgeAMatrix(); });
   for (std::size_t f = 0; f < 400; ++f) {

@@ -136,7 +136,7 @@ TEST(RigidFit, EachFrameStandsForItself) {
   EXPECT_EQ(fit.Solve(frame), first);
 }
 
-// A cross with arms of 100 mm and of so many: the turn about its length is told by the short ones alone.
+// A cross with arms of 100 mm and of so many: only the short ones show the turn about its length.
 TEST(RigidFit, ABodyBelowATwentiethAsWideAsLongTellsNothing) {
   const auto cross = [](double width) {
     return std::vector<Point>{{100, 0, 0}, {-100, 0, 0}, {0, width, 0}, {0, -width, 0}};
@@ -208,7 +208,7 @@ TEST(RigidFit, IsTheLeastSumOfSquaresByTheInverseSquareOfEachSpread) {
 
 TEST(RigidFit, APointThatStraysMoreCountsLess) {
   RigidBody body = BodyOf(Head());
-  body.noise_mm = 10; // within it, so that the spread alone tells
+  body.noise_mm = 10; // within it, so that only the spread matters
   Points seen = Carry({}, Head());
   seen[2]->y += 1;
   const double as_any = Apart(*RigidFit(body).Solve(seen), {}, Head());

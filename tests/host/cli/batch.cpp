@@ -285,7 +285,7 @@ TEST_F(BatchCommand, ADryRunSaysWhatWouldBeDoneAndWhy) {
   const Ran ran = RunGlob({"--dry-run"});
   EXPECT_EQ(ran.exit_code, 0);
   EXPECT_THAT(ran.out, AllOf(HasSubstr("done       out/1.csv: "),
-                             HasSubstr("stale      out/2.csv: \"takes/2.csv\" is not the same any more\n"),
+                             HasSubstr("stale      out/2.csv: \"takes/2.csv\" has changed\n"),
                              HasSubstr("batch      2 done, 1 stale; ")));
   EXPECT_THAT(RunGlob({"--dry-run", "--set", "smooth=5"}).out,
               HasSubstr("stale      out/1.csv: \"--smooth=5\" is new\n"));

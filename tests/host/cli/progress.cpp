@@ -25,13 +25,16 @@ namespace {
 
 class ProgressTest : public TemporaryFolder {};
 
-/// Work that takes longer than progress waits before it shows.
-int Work(const char* terminal = "xterm", bool quiet = false) {
+/// Takes longer than progress waits before it shows.
+void TakeLong() { std::this_thread::sleep_for(std::chrono::milliseconds(800)); }
+
+/// Work that has no time left to show, so that its line stays the same.
+int Work(const char* terminal = "xterm", bool quiet = false, const std::function<void()>& go_on = TakeLong) {
   setenv("TERM", terminal, 1);
   mien::Progress progress("smile", quiet);
   progress(JobStage::Reading, 90, 100);
-  progress(JobStage::Solving, 42, 100);
-  std::this_thread::sleep_for(std::chrono::milliseconds(800));
+  progress(JobStage::Solving, 100, 100);
+  go_on();
   return 0;
 }
 
@@ -59,8 +62,19 @@ TEST_F(ProgressTest, IsSilentWhereNobodyWatches) {
 }
 
 TEST_F(ProgressTest, ShowsOneLineOnATerminalAndWipesIt) {
-  EXPECT_EQ(Shown([] { return Work(); }),
-            "\r\033[Ksolving smile [############------------------]  42 %\r\033[K");
+  const PseudoTerminal terminal;
+  const Steps steps;
+  Process process([&] {
+    terminal.Become(STDERR_FILENO);
+    return Work("xterm", false, [&] { steps.Await(); });
+  });
+  const std::string line = "\r\033[Ksolving smile [##############################] 100 %";
+  std::string shown;
+  EXPECT_TRUE(Eventually([&] { return (shown += terminal.Shown(10)).size() >= line.size(); }));
+  TakeLong(); // nothing changes meanwhile
+  steps.Allow();
+  EXPECT_EQ(process.Wait().exit_code, 0);
+  EXPECT_EQ(shown + terminal.Shown(), line + "\r\033[K");
 }
 
 TEST_F(ProgressTest, IsSilentInTheBackground) {

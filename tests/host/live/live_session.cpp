@@ -219,7 +219,7 @@ TEST_F(LiveSessionFiles, ARecordingThatIsCutShortOpens) {
       session.AddFace({.name = "web", .kind = LiveKind::Markers, .names = take.markers}, setup);
   session.StartRecording(face, Place("cut"));
   Play(session, face, take, 0, 6);
-  // It is all there although the recording goes on.
+  // All of it is there while the recording continues.
   const std::string bytes = mien::ReadFile(Place("cut.csv"));
   const Take whole = mien::ReadTake(bytes, "cut.csv");
   EXPECT_EQ(whole.FrameCount(), 5u);

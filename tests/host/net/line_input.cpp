@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -17,6 +18,7 @@ using namespace std::chrono_literals;
 struct Lines {
   std::vector<std::string> lines;
   std::size_t cut = 0;
+  bool has_ended = false;
 };
 
 /// All lines of a descriptor, which it closes.
@@ -29,9 +31,14 @@ Lines LinesOf(int descriptor) {
                          all.lines.emplace_back(line);
                          all.cut += is_cut ? 1 : 0;
                        },
-                   .end = [&] { loop.Stop(); }});
-  loop.At(EventLoop::Clock::now() + 10s, [&] { loop.Stop(); });
+                   .end =
+                       [&] {
+                         all.has_ended = true;
+                         loop.Stop();
+                       }});
+  loop.At(EventLoop::Clock::now() + 60s, [&] { loop.Stop(); });
   loop.Run();
+  EXPECT_TRUE(all.has_ended);
   close(descriptor);
   return all;
 }
@@ -59,6 +66,30 @@ TEST(LineInput, ReadsAFileWhichTheSystemCannotWaitFor) {
   const Lines all = LinesOf(dup(fileno(file)));
   std::fclose(file);
   EXPECT_EQ(all.lines, std::vector<std::string>(100, line));
+}
+
+TEST(LineInput, ReadsADeviceWhichTheSystemCannotWaitFor) {
+  EXPECT_TRUE(LinesOf(open("/dev/null", O_RDONLY)).lines.empty());
+}
+
+// Standard input may be the terminal that standard output is, or a pipe that the next program reads.
+TEST(LineInput, LeavesTheDescriptorBlocking) {
+  const int input = PipeWith("one\ntwo\n");
+  EventLoop loop;
+  std::size_t lines = 0;
+  {
+    LineInput reader(loop, input,
+                     {.line =
+                          [&](std::string_view, bool, EventLoop::Clock::time_point) {
+                            ++lines;
+                            EXPECT_EQ(fcntl(input, F_GETFL) & O_NONBLOCK, 0) << "while it is read";
+                          },
+                      .end = [&] { loop.Stop(); }});
+    loop.Run();
+  }
+  EXPECT_EQ(lines, 2U);
+  EXPECT_EQ(fcntl(input, F_GETFL) & O_NONBLOCK, 0) << "afterwards";
+  close(input);
 }
 
 TEST(LineInput, ALineWithoutEndIsCut) {

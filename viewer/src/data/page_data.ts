@@ -1,4 +1,4 @@
-// What the command wrote into the page, as it stands there.
+// What the command wrote into the page, unchanged.
 
 import type { PageData } from "./contract";
 import { format } from "./contract";

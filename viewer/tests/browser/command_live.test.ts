@@ -96,7 +96,8 @@ async function weightsShown(page: Page): Promise<Map<string, number>> {
 }
 
 test("a page that is opened before the first face waits for it", { timeout: 120000 }, async (context) => {
-  const live = Live.start(context, "--in", "lines:0", "--out", "page:0");
+  // Where this process is stopped for a moment, the face does not fade.
+  const live = Live.start(context, "--in", "lines:0", "--out", "page:0", "--face-hold", "1000");
   const port = (await live.event("listening")).port ?? 0;
   const opened = await live.open();
   const { page } = opened;
