@@ -28,7 +28,10 @@ struct LineInput::Reader : std::enable_shared_from_this<Reader> {
 
   void Wait() {
     const auto ready = [self = shared_from_this()](const std::error_code& error) {
-      if (!error && !self->ended && self->ReadSome()) self->Wait();
+      if (self->ended) return;
+      std::error_code ignored;
+      if (error) self->stream.close(ignored); // the system refuses to wait for this, too: /dev/null
+      if (self->ReadSome()) self->Wait();
     };
     if (stream.is_open())
       stream.async_wait(asio::posix::stream_descriptor::wait_read, ready);

@@ -185,7 +185,7 @@ struct LiveStream::Impl {
   std::size_t ended = 0; // sources
   double last_advance_s = 0;
   bool recording = false, paused = false, sent = false;
-  std::vector<Problem> faults;    // of files
+  std::vector<Problem> faults;    // of files that are written or replayed
   const LiveInput* fed = nullptr; // the one that the session is solving
 };
 
@@ -275,12 +275,11 @@ void LiveStream::Impl::ReplayNext(std::size_t index) {
     return loop.At(Clock::now() + 2ms, [this, index] { ReplayNext(index); });
 
   if (source.faces.empty()) source.faces.push_back(TakeUp(index, replay.Source()));
-  if (const auto face = source.faces[0]) {
-    replay.Fill(source.next_frame, source.later_s, source.input);
-    source.input.face = *face;
-    source.input.arrival_s = Seconds(Clock::now());
-    Feed(source.input);
-  }
+  if (!source.faces[0]) return EndSource();
+  replay.Fill(source.next_frame, source.later_s, source.input);
+  source.input.face = *source.faces[0];
+  source.input.arrival_s = Seconds(Clock::now());
+  Feed(source.input);
   ++source.frames;
   if (++source.next_frame == replay.FrameCount()) {
     source.next_frame = 0;
@@ -315,7 +314,10 @@ std::optional<std::size_t> LiveStream::Impl::TakeUp(std::size_t index, const Liv
     if (recording) StartRecording(faces.back());
     return faces.back().number;
   } catch (const InputError& error) {
-    Remark(error); // the other faces continue
+    // The other faces continue. A network may bring faces that nobody named; a replay was named.
+    const bool is_replay = spec.kind == StreamSource::Kind::Replay;
+    if (is_replay) faults.insert(faults.end(), error.Problems().begin(), error.Problems().end());
+    if (!is_replay || job.sources.size() > 1) Remark(error); // alone, it ends the stream, which reports it
     return std::nullopt;
   }
 }
@@ -461,8 +463,8 @@ void LiveStream::Impl::OpenControl() {
 LiveStream::LiveStream(EventLoop& loop, const LiveJob& job, std::function<void(const Note&)> remark)
     : impl_(std::make_unique<Impl>(loop, job, std::move(remark))) {
   impl_->on_control = [this](const OscMessage& message) { Control(message); };
-  impl_->OpenSinks();
   impl_->OpenSources();
+  impl_->OpenSinks(); // what is wrong with the sources is found before a file is emptied
   impl_->OpenControl();
   impl_->last_advance_s = Seconds(Clock::now());
   loop.Every(Duration(kAdvance_s), [this] { impl_->Advance(); });

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -59,6 +60,13 @@ TEST(LineInput, ReadsAFileWhichTheSystemCannotWaitFor) {
   const Lines all = LinesOf(dup(fileno(file)));
   std::fclose(file);
   EXPECT_EQ(all.lines, std::vector<std::string>(100, line));
+}
+
+// Standard input is this device where a service has none.
+TEST(LineInput, TheNullDeviceEndsAtOnce) {
+  const auto start = EventLoop::Clock::now();
+  EXPECT_TRUE(LinesOf(open("/dev/null", O_RDONLY)).lines.empty());
+  EXPECT_LT(EventLoop::Clock::now() - start, 5s) << "it waits for lines that never come";
 }
 
 TEST(LineInput, ALineWithoutEndIsCut) {
