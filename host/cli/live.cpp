@@ -135,6 +135,11 @@ void Summarise(const LiveStream& stream, const LiveJob& job, Output& output) {
     output.Line("face", fmt::format("{} {}", job.sources[face.source].text, SummaryOf(face)));
   const std::vector<StreamedSource> sources = stream.Sources();
   for (std::size_t s = 0; s < sources.size(); ++s)
+    if (sources[s].port != 0 && sources[s].packets == 0)
+      output.Remark({Code::Missing, "",
+                     fmt::format("{}: nothing arrived at {} port {}", job.sources[s].text, job.listen,
+                                 sources[s].port)});
+  for (std::size_t s = 0; s < sources.size(); ++s)
     if (const std::string faults = FaultsOf(sources[s]); !faults.empty())
       output.Remark({Code::Ignored, "", fmt::format("{}: {}", job.sources[s].text, faults)});
   if (const std::uint64_t dropped = stream.DroppedBySinks(); dropped > 0)

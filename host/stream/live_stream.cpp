@@ -1,6 +1,7 @@
 #include "host/stream/live_stream.h"
 
 #include "host/base/text.h"
+#include "host/files/part_file.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
@@ -75,9 +76,7 @@ std::unique_ptr<PacketReader> ReaderOf(const StreamSource& source, PacketReader:
 int OpenForLines(const std::string& file) {
   if (IsStandardOutput(file)) return STDOUT_FILENO;
   const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (descriptor < 0)
-    throw InputError(Code::Unwritable, file, "",
-                     "cannot be written: " + std::generic_category().message(errno), "choose another place");
+  if (descriptor < 0) FailToWrite(file, errno);
   return descriptor;
 }
 

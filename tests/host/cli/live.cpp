@@ -30,10 +30,11 @@ TEST_F(LiveCommand, WithoutACharacterLinesHaveTheTemplates) {
   EXPECT_THAT(Run({"live", "-q", "--in", kReplay, "--out", "lines:-"}).out, HasSubstr("\"Mouth.Open\":"));
 }
 
-TEST_F(LiveCommand, SaysThatAPhoneCannotReachLoopback) {
+TEST_F(LiveCommand, SaysThatAPhoneCannotReachLoopbackAndThatNothingArrived) {
   const Ran phone = Run({"live", "--in", "phone:0", "--for", "0.1"});
   EXPECT_THAT(phone.err, HasSubstr("phone:0 at 127.0.0.1 port "));
   EXPECT_THAT(phone.err, HasSubstr("--listen 0.0.0.0"));
+  EXPECT_THAT(phone.err, HasSubstr("phone:0: nothing arrived at 127.0.0.1 port "));
   EXPECT_THAT(Run({"live", "--in", "tracker:0", "--for", "0.1"}).err,
               AllOf(HasSubstr("tracker:0 at "), Not(HasSubstr("--listen"))));
 }
