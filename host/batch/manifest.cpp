@@ -23,7 +23,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// Throws where no column is one that every manifest has: the first row is data, a comment or another table's.
+/// Throws where no column is one of a manifest: the first row is data, a comment or another table's.
 void RequireHeader(const CsvReader& table, const std::string& file) {
   constexpr std::string_view kUsual[] = {"take", "output", "command", "performer", "character"};
   for (const std::string_view column : table.Columns())
