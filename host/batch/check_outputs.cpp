@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <unordered_map>
@@ -47,6 +48,14 @@ void CheckOutputs(const std::vector<LineOutput>& outputs, const std::vector<Batc
     if (problems.size() < kMost)
       problems.push_back({code, file, output.place, std::move(what), std::move(fix)});
   };
+  const auto name_of = [&](std::size_t number) {
+    const auto line = std::find_if(lines.begin(), lines.end(), [number](const BatchLine& candidate) {
+      return candidate.number == number;
+    });
+    return file.empty() && line != lines.end() ? Quoted(line->take) : fmt::format("line {}", number);
+  };
+  const std::string fix = file.empty() ? "write {name}, and {folder} for takes of one name, into --out"
+                                       : "give each output a place of its own";
   std::unordered_map<std::string, const LineOutput*> writers;
   std::size_t former = 0, latter = 0; // the lines of the last problem: one is enough for them
   for (const LineOutput& output : outputs) {
@@ -54,15 +63,18 @@ void CheckOutputs(const std::vector<LineOutput>& outputs, const std::vector<Batc
     if (is_new || (first->second->line == former && output.line == latter)) continue;
     former = first->second->line, latter = output.line;
     add(Code::Duplicate, output,
-        fmt::format("{} is an output of {} already", Quoted(output.path),
-                    former == latter ? "the same line" : fmt::format("line {}", former)),
-        "give each output a place of its own");
+        file.empty() ? fmt::format("{} is an output of {} and of {}", Quoted(output.path), name_of(former),
+                                   name_of(latter))
+                     : fmt::format("{} is an output of {} already", Quoted(output.path),
+                                   former == latter ? "the same line" : name_of(former)),
+        fix);
   }
   for (const BatchLine& line : lines)
     if (const auto writer = writers.find(places.Of(line.take)); writer != writers.end())
       add(Code::Contradiction, *writer->second,
-          fmt::format("{} is the take of line {}", Quoted(line.take), line.number),
-          "give each output a place of its own");
+          file.empty() ? fmt::format("{} is a take and an output", Quoted(line.take))
+                       : fmt::format("{} is the take of line {}", Quoted(line.take), line.number),
+          file.empty() ? "choose another folder or ending for --out" : fix);
   if (!problems.empty()) throw InputError(problems);
 }
 

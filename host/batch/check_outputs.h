@@ -15,7 +15,8 @@ struct LineOutput {
 };
 
 /// Throws InputError, with all places, where two of the outputs are one file, and where an output is a take of
-/// the batch. `file` is the manifest's name. Links between files are not followed, those between folders are.
+/// the batch. `file` is the manifest's name; if it is empty, a pattern found the takes, and they are named in
+/// place of lines. Links between files are not followed, those between folders are.
 void CheckOutputs(const std::vector<LineOutput>& outputs, const std::vector<BatchLine>& lines,
                   const std::string& file);
 

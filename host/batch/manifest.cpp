@@ -23,10 +23,23 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
+/// Throws where no column is one of a manifest: the first row is data, a comment or another table's.
+void RequireHeader(const CsvReader& table, const std::string& file) {
+  constexpr std::string_view kUsual[] = {"take", "output", "command", "performer", "character"};
+  for (const std::string_view column : table.Columns())
+    for (const std::string_view usual : kUsual)
+      if (EqualIgnoringCase(column, usual)) return;
+  throw InputError(
+      Code::Missing, file, fmt::format("{}", table.Line()), "no column is named take",
+      "name the columns in the first row, such as take,performer,output; to solve takes without a "
+      "manifest, name them with --glob");
+}
+
 /// Of columns the number counts, from 1: "7:2" is the second field of line 7.
 void ReadTable(std::string_view bytes, Manifest& manifest) {
   CsvReader table(bytes, manifest.file);
   const std::vector<std::string_view>& columns = table.Columns();
+  RequireHeader(table, manifest.file);
   for (std::size_t c = 0; c < columns.size(); ++c) {
     const ManifestColumn& column = manifest.columns.emplace_back(
         ManifestColumn{std::string(columns[c]), fmt::format("{}:{}", table.Line(), c + 1)});
@@ -131,6 +144,9 @@ Manifest ReadManifest(std::string_view bytes, const std::string& file) {
   manifest.file = file;
   manifest.folder = std::filesystem::path(file).parent_path();
   const std::size_t first = bytes.find_first_not_of(" \t\r\n");
+  if (first != std::string_view::npos && bytes[first] == '[')
+    throw InputError(Code::Unsupported, file, "", "the manifest is one JSON array",
+                     "write an object in each line, without brackets around them and commas between them");
   if (first != std::string_view::npos && bytes[first] == '{')
     ReadJsonLines(bytes, manifest);
   else
@@ -149,6 +165,11 @@ Manifest FindTakes(const std::string& pattern) {
   for (std::size_t i = 0; failed == 0 && i < found.gl_pathc; ++i)
     if (std::error_code gone; !std::filesystem::is_directory(found.gl_pathv[i], gone))
       takes.emplace_back(found.gl_pathv[i]);
+  std::error_code not_there;
+  if (takes.empty() && std::filesystem::is_directory(pattern, not_there))
+    throw InputError(
+        Code::NotFound, pattern, "", "this is a folder",
+        fmt::format("name the files in it: '{}'", (std::filesystem::path(pattern) / "*").string()));
   if (takes.empty())
     throw InputError(Code::NotFound, pattern, "", "no file has such a name",
                      "check the pattern, and put it in quotes: 'takes/*.c3d'");

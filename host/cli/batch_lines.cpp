@@ -88,6 +88,7 @@ public:
   std::vector<BatchLine> Read() {
     for (const ManifestColumn& column : manifest_.columns) CheckName(column.name, column.place);
     for (const ManifestValue& value : defaults_.values) CheckName(value.name, value.place);
+    CheckDefaultsOfPattern();
     CheckPattern(defaults_.output);
     if (!problems_.empty()) throw InputError(problems_);
     std::vector<BatchLine> read;
@@ -110,18 +111,19 @@ private:
   };
 
   void ReadLine(const ManifestLine& own, std::vector<BatchLine>& read, std::vector<LineOutput>& outputs) {
-    const std::size_t problems = problems_.size();
+    has_fault_ = false;
     Line line = {own, nullptr, {}};
     for (const ManifestValue& value : own.values) CheckName(value.name, value.place);
-    if (problems_.size() > problems) return; // a mistyped name explains what else is missing
+    if (has_fault_) return; // a mistyped name explains what else is missing
     line.command = CommandOf(own);
     if (!line.command) return;
     CollectValues(line);
     std::vector<std::string> command = {"mien", line.command->LastName()};
     for (const OptionDescription& option : line.command->options) Append(line, option, command);
-    if (problems_.size() > problems) return;
+    if (has_fault_) return;
     try {
       const BatchJob job = lines_.Parse(command);
+      std::visit([](const auto& chosen) { CheckSettings(chosen); }, job);
       BatchLine& added = read.emplace_back();
       added.number = own.number;
       std::visit([&](const auto& chosen) { Fill(line, chosen, added, outputs); }, job);
@@ -171,11 +173,23 @@ private:
     const ManifestValue* const take = FindValue(line, kTake);
     if (name == kOutput && !defaults_.output.empty() && take)
       command.push_back("--output=" + Here(OutputOf(defaults_.output, take->texts[0])));
+    else if (option.required && manifest_.file.empty())
+      AddUsage("", fmt::format("there is no {}", name),
+               name == kOutput ? "say where each take goes with --out 'out/{name}.csv'"
+                               : fmt::format("name it with --set {}=...", name));
     else if (option.required)
       Add(Code::Missing, nullptr, line.own, fmt::format("the line gives no {}", name),
           name == kTake     ? "name the file to read"
           : name == kOutput ? "name it in the line, or give --out a pattern for all"
                             : fmt::format("name it in the line, or for all lines with --set {}=...", name));
+  }
+
+  /// A pattern names the takes, and --out where each goes: a value for all would be that of no take.
+  void CheckDefaultsOfPattern() {
+    if (!manifest_.file.empty()) return;
+    if (ValueOf(defaults_.values, kTake)) AddUsage("set", "--glob names the takes", "leave take out");
+    if (ValueOf(defaults_.values, kOutput))
+      AddUsage("set", "all takes would have one output", "name a pattern with --out: 'out/{name}.csv'");
   }
 
   void AppendValue(const Line& line, const OptionDescription& option, const ManifestValue& value,
@@ -245,14 +259,32 @@ private:
     std::vector<std::string> names = {std::string(kCommand)};
     for (const CommandDescription* command : {&lines_.solve_.Description(), &lines_.retarget_.Description()})
       for (const OptionDescription& option : command->options) names.push_back(NameOf(option));
-    const std::optional<std::string> nearest = NearestName(name, names);
-    const std::string fix =
-        nearest ? fmt::format("did you mean {}?", *nearest) : "see mien solve --help for their names";
+    const std::string what = fmt::format("no option is named {}", Quoted(name));
+    const std::string fix = FixOfName(name, NearestName(name, names));
+    has_fault_ = true;
+    if (problems_.size() >= kMostProblems) return;
     if (place.empty())
-      problems_.push_back({Code::Usage, "", "set", fmt::format("no option is named {}", Quoted(name)), fix});
+      AddUsage("set", what, fix);
     else
-      problems_.push_back(
-          {Code::NotFound, manifest_.file, place, fmt::format("no option is named {}", Quoted(name)), fix});
+      problems_.push_back({Code::NotFound, manifest_.file, place, what, fix});
+  }
+
+  /// What to write for a name that no line can give.
+  std::string FixOfName(const std::string& name, const std::optional<std::string>& nearest) const {
+    constexpr std::string_view kOfTheBatch[] = {"threads", "quiet", "json"};
+    if (std::find(std::begin(kOfTheBatch), std::end(kOfTheBatch), name) != std::end(kOfTheBatch))
+      return name == "threads" ? "use mien batch -j" : fmt::format("use mien batch --{}", name);
+    for (const OptionDescription& option : lines_.solve_.Description().options)
+      if (option.Names().front() == '-' + name) return fmt::format("did you mean {}?", NameOf(option));
+    return nearest ? fmt::format("did you mean {}?", *nearest) : "see mien solve --help for their names";
+  }
+
+  /// A problem of the command line, once.
+  void AddUsage(std::string_view option, std::string what, std::string fix) {
+    has_fault_ = true;
+    Problem problem = {Code::Usage, "", std::string(option), std::move(what), std::move(fix)};
+    if (std::find(problems_.begin(), problems_.end(), problem) == problems_.end())
+      problems_.push_back(std::move(problem));
   }
 
   std::string PlaceOf(const ManifestLine& own) const {
@@ -263,16 +295,15 @@ private:
   void Add(Code code, const ManifestValue* value, const ManifestLine& own, std::string what,
            std::string fix) {
     const bool is_of_command_line = value ? value->place.empty() : manifest_.file.empty();
-    Problem problem = {code, manifest_.file, value ? value->place : PlaceOf(own), std::move(what),
-                       std::move(fix)};
-    if (is_of_command_line)
-      problem = {Code::Usage, "", value ? "set" : "", std::move(problem.what), std::move(problem.fix)};
-    if (std::find(problems_.begin(), problems_.end(), problem) == problems_.end())
-      problems_.push_back(std::move(problem));
+    if (is_of_command_line) return AddUsage(value ? "set" : "", std::move(what), std::move(fix));
+    has_fault_ = true;
+    problems_.push_back(
+        {code, manifest_.file, value ? value->place : PlaceOf(own), std::move(what), std::move(fix)});
   }
 
-  /// What the option parser found: "--neutral: ...".
+  /// What the option parser found, "--neutral: ...", or a job, whose place is the setting.
   void AddFaultOf(const Line& line, const Problem& fault) {
+    if (!fault.place.empty()) return AddFaultOfSetting(line, fault);
     std::string_view option = PartBefore(fault.what, ':');
     const bool names_option = option.size() < fault.what.size() && option.starts_with("--");
     if (names_option) option.remove_prefix(2);
@@ -280,11 +311,22 @@ private:
         names_option ? fault.what.substr(2) : fault.what, fault.fix);
   }
 
+  void AddFaultOfSetting(const Line& line, const Problem& fault) {
+    const ManifestValue* const value = FindValue(line, fault.place);
+    const bool is_of_pattern = !value && fault.place == kOutput; // all its outputs have the same fault
+    const auto of_pattern = [](const Problem& problem) { return problem.place == "out"; };
+    if (!is_of_pattern)
+      Add(Code::InvalidValue, value, line.own, fmt::format("{}: {}", fault.place, fault.what), fault.fix);
+    else if (std::none_of(problems_.begin(), problems_.end(), of_pattern))
+      AddUsage("out", fault.what, fault.fix);
+  }
+
   BatchLines& lines_;
   const Manifest& manifest_;
   BatchDefaults defaults_;
   fs::path way_to_here_;
   std::vector<Problem> problems_;
+  bool has_fault_ = false; ///< the line that is read
 };
 
 BatchLines::BatchLines(const Manifest& manifest)

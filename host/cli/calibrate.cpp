@@ -18,6 +18,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace mien {
 
@@ -107,8 +109,34 @@ void Calibrate(const CalibrateJob& job, Output& output) {
                                    {"templates", AsJson(result.templates, "template")}}));
 }
 
+/// Throws for an option that is of no use to weights, unless it states its default.
+void RefuseOptionsOfTakes(const CalibrateJob& job) {
+  const SolveOptions usual;
+  const SolveOptions& solve = job.solve;
+  const std::pair<bool, std::string_view> given[] = {
+      {job.neutral.has_value(), "neutral"},
+      {solve.head_fit != usual.head_fit, "head-fit"},
+      {solve.brows != usual.brows, "brows"},
+      {ToText(solve.face_fill) != ToText(usual.face_fill), "fill"},
+      {ToText(solve.head_fill) != ToText(usual.head_fill), "fill-head"},
+      {!solve.head_tolerance_mm, "keep-slipped"},
+      {solve.head_tolerance_mm != usual.head_tolerance_mm, "head-tolerance"},
+      {solve.fade_s != usual.fade_s, "fade"},
+      {!solve.gaze, "no-gaze"},
+      {solve.smooth_positions_hz.has_value(), "smooth"},
+      {solve.smooth_weights_hz.has_value(), "smooth-weights"},
+      {solve.smooth_gaze_hz.has_value(), "smooth-gaze"},
+      {job.reading.mesh.image.has_value(), "image"},
+      {job.reading.mesh.face_width_mm.has_value(), "face-width"},
+      {job.reading.mesh.mirrored, "mirrored"}};
+  for (const auto& [is_given, option] : given)
+    if (is_given)
+      throw InputError(Code::Usage, "", "", fmt::format("--{} is for --performer", option),
+                       "leave it out for recorded weights");
+}
+
 void CalibrateWeights(const CalibrateJob& options, Output& output) {
-  if (options.neutral) throw InputError(Code::Usage, "", "", "--neutral is for --performer", "");
+  RefuseOptionsOfTakes(options);
   output.RequireFreeStandardOutput(options.output);
   const CalibrateWeightsJob job = {.takes = options.takes,
                                    .poses = options.poses,

@@ -11,6 +11,7 @@
 #include "host/cli/terminals.h"
 #include "host/files/standard_streams.h"
 #include "host/jobs/output_place.h"
+#include "host/live/live_face.h"
 #include "host/net/event_loop.h"
 #include "host/performer/performer_file.h"
 #include "host/stream/live_stream.h"
@@ -36,6 +37,35 @@ using namespace std::chrono_literals;
 
 constexpr char kKeys[] = "n neutral, r record, p pause, m mark, 1-9 performer, q quit";
 
+bool IsLoopback(const std::string& address) {
+  return address.starts_with("127.") || address == "::1" || address == "localhost";
+}
+
+/// Throws where a sink sends to the port of a source: its faces would come back as input, without end.
+void RefuseLoop(const LiveJob& job, const StreamSink& sink) {
+  const bool listens_on_loopback = IsLoopback(job.listen) || job.listen == "0.0.0.0" || job.listen == "::";
+  if (sink.host != job.listen && !(IsLoopback(sink.host) && listens_on_loopback)) return;
+  for (const StreamSource& source : job.sources)
+    if (source.IsDatagrams() && source.port == sink.port)
+      throw UsageError("out", fmt::format("{} sends to port {}, on which --in {} listens; send to the "
+                                          "receiver's port, and listen on another one",
+                                          Quoted(sink.text), sink.port, Quoted(source.text)));
+}
+
+/// Throws where the lines of a sink would replace a file that is read, or go where another sink writes.
+void CheckLines(const LiveJob& job, const StreamSink& sink) {
+  std::vector<std::string> inputs = job.performers;
+  inputs.insert(inputs.end(), {job.character, job.map, job.ranges, job.causal.neutral_take});
+  for (const StreamSource& source : job.sources)
+    inputs.insert(inputs.end(), {source.file, source.performer.value_or(""), source.character.value_or("")});
+  for (const std::string& input : inputs)
+    if (!IsStandardInput(input) && !input.empty()) RefuseOverwriting(sink.file, input, Quoted(input), "out");
+  for (const StreamSink& other : job.sinks)
+    if (&other < &sink && other.kind == StreamSink::Kind::Lines && IsSamePlace(other.file, sink.file))
+      throw UsageError("out", fmt::format("{} and {} write to one place; give each a file of its own",
+                                          Quoted(other.text), Quoted(sink.text)));
+}
+
 void CheckPlaces(const LiveJob& job, const Output& output) {
   if (job.sources.empty()) throw UsageError("in", "name at least one source");
   std::size_t readers = 0, recordings = 0;
@@ -44,15 +74,18 @@ void CheckPlaces(const LiveJob& job, const Output& output) {
   if (readers > 1) throw UsageError("in", "standard input can be read once");
   for (const StreamSink& sink : job.sinks) {
     if (sink.kind == StreamSink::Kind::Record) ++recordings;
-    if (sink.kind == StreamSink::Kind::Lines) output.RequireFreeStandardOutput(sink.file, "out");
+    if (sink.IsDatagrams()) RefuseLoop(job, sink);
+    if (sink.kind != StreamSink::Kind::Lines) continue;
+    output.RequireFreeStandardOutput(sink.file, "out");
+    CheckLines(job, sink);
   }
   for (const StreamSource& source : job.sources)
     if (source.kind == StreamSource::Kind::Lines && job.reading.mesh.mirrored)
       throw UsageError("mirrored", "this is not for landmarks in lines; send them from an unmirrored video");
   if (recordings > 1) throw UsageError("out", "there can be one recording");
+  if (job.output_rate && job.output_rate->Hz() > LiveFace::kMostOutput_hz)
+    throw UsageError("rate", fmt::format("the highest rate is {} Hz", LiveFace::kMostOutput_hz));
 }
-
-bool IsLoopback(const std::string& address) { return address.starts_with("127.") || address == "::1"; }
 
 /// The addresses of the stream: a program that chose port 0 needs them.
 void Announce(const LiveStream& stream, const LiveJob& job, Output& output) {
@@ -101,6 +134,11 @@ void Summarise(const LiveStream& stream, const LiveJob& job, Output& output) {
   for (const StreamedFace& face : stream.Faces())
     output.Line("face", fmt::format("{} {}", job.sources[face.source].text, SummaryOf(face)));
   const std::vector<StreamedSource> sources = stream.Sources();
+  for (std::size_t s = 0; s < sources.size(); ++s)
+    if (sources[s].port != 0 && sources[s].packets == 0)
+      output.Remark({Code::Missing, "",
+                     fmt::format("{}: nothing arrived at {} port {}", job.sources[s].text, job.listen,
+                                 sources[s].port)});
   for (std::size_t s = 0; s < sources.size(); ++s)
     if (const std::string faults = FaultsOf(sources[s]); !faults.empty())
       output.Remark({Code::Ignored, "", fmt::format("{}: {}", job.sources[s].text, faults)});

@@ -117,7 +117,7 @@ int Output::Finish(const std::vector<Problem>& problems) {
           {{"code", ToText(note.code)}, {"file", file}, {"place", note.place}, {"what", note.what}}));
     document_ = JsonObjectOnLines({{"format", "mien result 1"},
                                    {"command", command},
-                                   {"exit_code", exit_code},
+                                   {"exit_code", signal != 0 ? 128 + signal : exit_code},
                                    {"result", result_},
                                    {"notes", JsonListOnLines(notes)},
                                    {"errors", ErrorsAsJson(problems)}})

@@ -1,6 +1,7 @@
 #include "host/files/part_file.h"
 
 #include "host/base/error.h"
+#include "host/base/text.h"
 
 #include <fmt/format.h>
 
@@ -186,6 +187,12 @@ void PartFile::Rename() {
 void PartFile::Fail(int error) const { FailToWrite(given_, error); }
 
 void FailToWrite(const fs::path& path, int error) {
+  const fs::path folder = path.parent_path();
+  std::error_code unknown;
+  if (error == ENOENT && !folder.empty() && !fs::exists(folder, unknown))
+    throw InputError(Code::Unwritable, path.string(), "",
+                     fmt::format("cannot be written: there is no folder {}", Quoted(folder.string())),
+                     "choose another place, or make the folder");
   throw InputError(Code::Unwritable, path.string(), "",
                    "cannot be written: " +
                        (error != 0 ? std::generic_category().message(error) : "writing broke off"),

@@ -66,11 +66,15 @@ std::vector<ReportedFile> InputsOf(const RetargetJob& job) {
 
 } // namespace
 
+void CheckSettings(const RetargetJob& job) {
+  FormatOf(ChoiceOf(job));
+  CheckRetarget(job);
+}
+
 RetargetResult Run(const RetargetJob& job, const JobProgress& progress) {
   CheckPlaces(job);
+  CheckSettings(job);
   AnimationChoice choice = ChoiceOf(job);
-  FormatOf(choice);
-  CheckRetarget(job);
   CheckWritable(job.output);
   if (!job.report.empty()) CheckWritable(job.report);
 

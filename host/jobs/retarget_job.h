@@ -74,6 +74,9 @@ struct RetargetResult {
   WrittenAnimation written;
 };
 
+/// Throws InputError of Code::Usage where settings do not fit each other; reads nothing. Run does so first.
+void CheckSettings(const RetargetJob& job);
+
 /// Throws InputError; of Code::Usage where settings do not fit each other or the file. Any number of jobs may
 /// run at once, on any threads.
 RetargetResult Run(const RetargetJob& job, const JobProgress& progress = nullptr);

@@ -138,11 +138,13 @@ SolveRecord RecordOf(const SolveJob& job, const SolveResult& result) {
           .output_rate = job.output_rate};
 }
 
+void CheckSettings(const SolveJob& job) { CheckSolve(job, FormatOf(ChoiceOf(job))); }
+
 SolveResult Run(const SolveJob& job, const JobProgress& progress) {
   CheckPlaces(job);
+  CheckSettings(job);
   const AnimationChoice choice = ChoiceOf(job);
   const AnimationFormat format = FormatOf(choice);
-  CheckSolve(job, format);
   CheckWritable(job.output);
   for (const std::string& report : {job.report, job.frames_report, job.view})
     if (!report.empty()) CheckWritable(report);

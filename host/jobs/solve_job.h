@@ -75,6 +75,9 @@ struct SolveResult {
   std::vector<ReportedFile> files;
 };
 
+/// Throws InputError of Code::Usage where settings do not fit each other; reads nothing. Run does so first.
+void CheckSettings(const SolveJob& job);
+
 /// Settings are checked before anything is read, and places to write to before anything is solved. Throws
 /// InputError; of Code::Usage where settings do not fit each other or the take. Any number of jobs may run at
 /// once, on any threads.

@@ -9,7 +9,7 @@
 
 namespace mien {
 
-/// Lines from a descriptor, such as standard input: a pipe, a terminal or a file.
+/// Lines from a descriptor, such as standard input: a pipe, a terminal, a file or a device.
 class LineInput {
 public:
   /// The longest line; the rest of a longer one is skipped.

@@ -1,6 +1,7 @@
 #include "host/stream/live_stream.h"
 
 #include "host/base/text.h"
+#include "host/files/part_file.h"
 #include "host/files/standard_streams.h"
 #include "host/files/whole_file.h"
 #include "host/jobs/output_place.h"
@@ -76,9 +77,7 @@ std::unique_ptr<PacketReader> ReaderOf(const StreamSource& source, PacketReader:
 int OpenForLines(const std::string& file) {
   if (IsStandardOutput(file)) return STDOUT_FILENO;
   const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (descriptor < 0)
-    throw InputError(Code::Unwritable, file, "",
-                     "cannot be written: " + std::generic_category().message(errno), "choose another place");
+  if (descriptor < 0) FailToWrite(file, errno);
   return descriptor;
 }
 
@@ -189,7 +188,7 @@ struct LiveStream::Impl {
   std::size_t ended = 0; // sources
   double last_advance_s = 0;
   bool recording = false, paused = false, sent = false;
-  std::vector<Problem> faults;    // of files
+  std::vector<Problem> faults;    // of files that are written or replayed
   const LiveInput* fed = nullptr; // the one that the session is solving
 };
 
@@ -279,12 +278,11 @@ void LiveStream::Impl::ReplayNext(std::size_t index) {
     return loop.At(Clock::now() + 2ms, [this, index] { ReplayNext(index); });
 
   if (source.faces.empty()) source.faces.push_back(TakeUp(index, replay.Source()));
-  if (const auto face = source.faces[0]) {
-    replay.Fill(source.next_frame, source.later_s, source.input);
-    source.input.face = *face;
-    source.input.arrival_s = Seconds(Clock::now());
-    Feed(source.input);
-  }
+  if (!source.faces[0]) return EndSource();
+  replay.Fill(source.next_frame, source.later_s, source.input);
+  source.input.face = *source.faces[0];
+  source.input.arrival_s = Seconds(Clock::now());
+  Feed(source.input);
   ++source.frames;
   if (++source.next_frame == replay.FrameCount()) {
     source.next_frame = 0;
@@ -319,7 +317,10 @@ std::optional<std::size_t> LiveStream::Impl::TakeUp(std::size_t index, const Liv
     if (recording) StartRecording(faces.back());
     return faces.back().number;
   } catch (const InputError& error) {
-    Remark(error); // the other faces continue
+    // The other faces continue. A network may bring faces that nobody named; a replay was named.
+    const bool is_replay = spec.kind == StreamSource::Kind::Replay;
+    if (is_replay) faults.insert(faults.end(), error.Problems().begin(), error.Problems().end());
+    if (!is_replay || job.sources.size() > 1) Remark(error); // alone, it ends the stream, which reports it
     return std::nullopt;
   }
 }
@@ -454,8 +455,8 @@ void LiveStream::Impl::Fail(const InputError& error) {
 
 LiveStream::LiveStream(EventLoop& loop, const LiveJob& job, std::function<void(const Note&)> remark)
     : impl_(std::make_unique<Impl>(loop, job, std::move(remark))) {
-  impl_->OpenSinks();
   impl_->OpenSources();
+  impl_->OpenSinks(); // what is wrong with the sources is found before a file is emptied
   if (job.control_port)
     impl_->control = std::make_unique<OscControl>(loop, job.listen, *job.control_port, *this);
   impl_->last_advance_s = Seconds(Clock::now());

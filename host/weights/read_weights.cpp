@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <vector>
 
 namespace mien {
@@ -33,6 +34,22 @@ struct Layout {
   WeightTake (*read)(std::string_view bytes, const std::string& file, const WeightReadOptions& options);
   bool has_faces = false; // may hold several
 };
+
+// A name of the 52 or of a template.
+bool NamesWeight(std::string_view column) {
+  static const std::vector<TemplateColumn> kTemplates = TemplateColumns();
+  return FindArkitName(column) || std::any_of(kTemplates.begin(), kTemplates.end(),
+                                              [&](const TemplateColumn& t) { return t.name == column; });
+}
+
+// Landmarks may begin with frame,time as well. The columns of a marker CSV, whose format is known by this
+// beginning alone, are known to IsScoreCsv.
+bool IsScoreTable(std::string_view bytes) {
+  const std::vector<std::string_view> columns = CsvColumns(bytes);
+  if (!IsScoreCsv(columns)) return false;
+  const std::optional<std::string_view> take = TakeFormatNameOf(bytes);
+  return !take || take == "marker CSV" || std::any_of(columns.begin(), columns.end(), NamesWeight);
+}
 
 constexpr Layout kLayouts[] = {
     {"phone CSV", "columns Timecode, BlendShapeCount, EyeBlinkLeft, ...",
@@ -63,19 +80,11 @@ constexpr Layout kLayouts[] = {
        return ReadScoreJson(bytes, file, options.face, options.input_rate);
      },
      true},
-    {"score CSV", "columns frame, time, jawOpen, ...",
-     [](std::string_view bytes) { return IsScoreCsv(CsvColumns(bytes)); },
+    {"score CSV", "columns frame, time, jawOpen, ...", IsScoreTable,
      [](std::string_view bytes, const std::string& file, const WeightReadOptions& options) {
        return ReadScoreCsv(bytes, file, options.input_rate);
      }},
 };
-
-// A name of the 52 or of a template.
-bool NamesWeight(std::string_view column) {
-  static const std::vector<TemplateColumn> kTemplates = TemplateColumns();
-  return FindArkitName(column) || std::any_of(kTemplates.begin(), kTemplates.end(),
-                                              [&](const TemplateColumn& t) { return t.name == column; });
-}
 
 bool IsNumber(std::string_view text) {
   return !text.empty() && ValueOf(text).kind == TextNumber::Kind::Number;

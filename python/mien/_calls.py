@@ -16,7 +16,7 @@ import numpy as np
 
 from ._library import OK, STEPS, Array, Message, OptionStruct, Progress, ReportFunction, lib
 from ._views import view
-from .errors import ClosedError, Error, Note, Problem, error_of, misuse
+from .errors import ClosedError, Error, InputError, Note, Problem, error_of, misuse
 
 Path = Union[str, "os.PathLike[str]"]
 """A file's path. ``-`` is a file of that name, not a standard stream."""
@@ -226,6 +226,8 @@ def encoded(text: str, place: str) -> bytes:
 
 
 def encoded_path(path: Path, place: str = "path") -> bytes:
+    if not isinstance(path, (str, bytes, os.PathLike)):
+        raise TypeError(f"{place} must be a name or a path, not {type(path).__name__}")
     value = os.fsencode(path)
     if b"\0" in value:
         raise misuse("the path has a 0 byte", "leave it out", place)
@@ -246,11 +248,15 @@ def taken_text(pointer: int) -> bytes:
 
 
 def bytes_of(data: object, place: str) -> "np.ndarray[Any, np.dtype[np.uint8]]":
-    """The bytes of a buffer, copied only if they are not contiguous."""
+    """The bytes of a buffer, copied only if they are not contiguous. `place` names it if it is none."""
     try:
-        return np.frombuffer(memoryview(data).cast("B"), np.uint8)  # type: ignore[arg-type]
+        buffer = memoryview(data)  # type: ignore[arg-type]
     except TypeError:
-        return np.frombuffer(memoryview(data).tobytes(), np.uint8)  # type: ignore[arg-type]
+        raise TypeError(f"{place} must be a path, bytes or an open file, not {type(data).__name__}") from None
+    try:
+        return np.frombuffer(buffer.cast("B"), np.uint8)
+    except TypeError:
+        return np.frombuffer(buffer.tobytes(), np.uint8)
 
 
 _TYPES = (np.dtype(np.float64), np.dtype(np.int64), np.dtype(np.uint8))
@@ -288,8 +294,11 @@ def parsed_rate(rate: Rate) -> Fraction:
     text = rate if isinstance(rate, str) else number_text(rate)
     numerator, denominator = ctypes.c_int64(), ctypes.c_int64()
     errors = Errors()
-    checked(errors, lib.rate_from_text(encoded(text, "rate"), ctypes.byref(numerator), ctypes.byref(denominator),
-                                       errors))
+    try:
+        checked(errors, lib.rate_from_text(encoded(text, "rate"), ctypes.byref(numerator), ctypes.byref(denominator),
+                                           errors))
+    except InputError as error:  # whose place is the C function's parameter
+        raise misuse(error.problems[0].what, error.problems[0].fix, "rate") from None
     return Fraction(numerator.value, denominator.value)
 
 

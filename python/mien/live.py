@@ -23,7 +23,7 @@ from .animation import Clusters, Transforms
 from .character import Character, character_of
 from .errors import misuse
 from .performer import Performer, performer_of
-from .take import Take
+from .take import Take, open_take
 
 VERDICTS = ("used", "paused", "duplicate", "late", "unusable")
 _DOUBLE = np.dtype(np.float64)
@@ -280,7 +280,7 @@ class LiveFace:
         """Restarts a face of markers with another performer, and with a take to learn from as in `Live.add_markers`. If
         it raises `InputError`, the face stays as it is."""
         who = performer_of(performer)
-        self._session.call(lib.live_switch_performer, self._number, who._open, None if take is None else take._open)
+        self._session.call(lib.live_switch_performer, self._number, who._open, None if take is None else open_take(take))
 
     def start_recording(self, place: Path) -> None:
         """Records what comes in and what goes out in PLACE.csv and PLACE.out.csv, and where needed PLACE.neutral.csv
@@ -388,7 +388,7 @@ class Live(Owner):
         and those with wrong values raise `InputError`.
         """
         who, whom = performer_of(performer), character_of(character)
-        of, learned_from = who._open, None if take is None else take._open
+        of, learned_from = who._open, None if take is None else open_take(take)
         face = LiveFaceStruct(kind=LIVE_MARKERS, performer=of._as_parameter_,
                               take=None if learned_from is None else learned_from._as_parameter_)
         return self._add(face, names, (3,), name, whom, settings("solve", options), (of, learned_from))

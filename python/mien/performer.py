@@ -12,7 +12,7 @@ from ._calls import (Errors, Handle, OptionValue, Owner, Path, ProgressFunction,
                      encoded_path, names_of, notes, settings, taken_text)
 from ._library import Range as RangeStruct, lib
 from .errors import Note, misuse
-from .take import Take
+from .take import Take, open_take
 
 JsonSource = Union[str, bytes, Mapping[str, Any]]
 """The text of a JSON file, or the object that Python's json module reads from it."""
@@ -55,7 +55,7 @@ class Performer(Owner):
 
         `notes` say what was found and what is uncertain. Options: neutral, name. Raises `InputError`.
         """
-        handle, chosen, errors = take._open, settings("calibrate", options), Errors()
+        handle, chosen, errors = open_take(take), settings("calibrate", options), Errors()
         with Work(progress) as work:
             pointer = lib.performer_guess(handle, chosen, work.progress, errors)
         return _performer(errors, pointer)
@@ -66,7 +66,7 @@ class Performer(Owner):
 
         Options: neutral="1-10" (frames; by default found in the take), head_fit, name. Raises `InputError`.
         """
-        handle, own, chosen, errors = take._open, self._open, settings("calibrate", options), Errors()
+        handle, own, chosen, errors = open_take(take), self._open, settings("calibrate", options), Errors()
         with Work(progress) as work:
             pointer = lib.performer_with_neutral(own, handle, chosen, work.progress, errors)
         return _performer(errors, pointer)
@@ -126,10 +126,10 @@ def calibrate(takes: Union[Take, Iterable[Take]], performer: Union[Performer, Pa
     Options: see ``mien.options("calibrate")``: poses (a table's path), name, neutral, ... Raises `InputError`, also
     if no range is trusted. `Performer.ranges` of the result has what was found.
     """
-    chosen_takes = [takes] if isinstance(takes, Take) else list(takes)
+    chosen_takes: List[Any] = [takes] if isinstance(takes, (Take, str, bytes, os.PathLike)) else list(takes)
     if not chosen_takes:
         raise misuse("there is no take", "pass at least one", "takes")
-    handles = [take._open for take in chosen_takes]
+    handles = [open_take(take, "takes") for take in chosen_takes]
     pointers = (ctypes.c_void_p * len(handles))(*(handle._as_parameter_ for handle in handles))
     own, chosen, errors = performer_of(performer)._open, settings("calibrate", options), Errors()
     with Work(progress) as work:

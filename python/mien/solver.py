@@ -17,7 +17,7 @@ from ._values import Values
 from .animation import Clusters, Transforms
 from .character import Character, character_of
 from .performer import Performer, performer_of
-from .take import Take
+from .take import Take, open_take
 
 
 class SolvedFrame:
@@ -84,7 +84,7 @@ class Solver(Owner):
                  take: Optional[Take] = None, rate: Optional[Rate] = None, **options: OptionValue) -> None:
         who, whom, errors = performer_of(performer), character_of(character), Errors()
         chosen = settings("solve", options)
-        handles = who._open, None if take is None else take._open, None if whom is None else whom._open
+        handles = who._open, None if take is None else open_take(take), None if whom is None else whom._open
         if rate is None and take is not None:
             rate = take.rate
         self._step = float(1 / parsed_rate(60 if rate is None else rate))

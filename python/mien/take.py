@@ -11,7 +11,7 @@ from typing import IO, Any, Optional, Sequence, Tuple, Union
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
-from ._calls import (Errors, OptionValue, Owner, Path, ProgressFunction, Rate, Work, array_of, bytes_of, checked,
+from ._calls import (Errors, Handle, OptionValue, Owner, Path, ProgressFunction, Rate, Work, array_of, bytes_of, checked,
                      created, decoded, encoded, encoded_list, encoded_path, names_of, notes, parsed_rate, rate_of,
                      settings, taken_text)
 from ._library import (TAKE_AXES, TAKE_FILE, TAKE_FLAVOUR, TAKE_FORMAT, TAKE_FRAMES, TAKE_NAME, TAKE_ORIGINS,
@@ -246,6 +246,13 @@ def read(source: Source, *, name: Optional[str] = None, progress: Optional[Progr
     return Take()._adopt(created(errors, pointer), lib.take_free)
 
 
+def open_take(take: Take, place: str = "take") -> Handle:
+    """The handle of a take that a caller passes. Callers must keep it in a variable while they use it."""
+    if not isinstance(take, Take):
+        raise TypeError(f"{place} must be a mien.Take, not {type(take).__name__}; mien.read reads a file")
+    return take._open
+
+
 def content_of(source: Any, name: Optional[str], without: str) -> Tuple[NDArray[np.uint8], bytes]:
     """The bytes of a source that is not a path, and its name: that of an open file, otherwise `without`."""
     if hasattr(source, "read"):
@@ -255,7 +262,11 @@ def content_of(source: Any, name: Optional[str], without: str) -> Tuple[NDArray[
         source = source.read()
         if isinstance(source, str):
             source = source.encode("utf-8", "surrogateescape")
-    return bytes_of(source, "source"), encoded(without if name is None else name, "name")
+    if isinstance(source, np.ndarray) and source.dtype.itemsize != 1:
+        raise misuse("this is an array of numbers, not the bytes of a file",
+                     "make a take with Take.from_arrays" if without == "take" else "pass (weights, names, times)",
+                     without)
+    return bytes_of(source, without), encoded(without if name is None else name, "name")
 
 
 def doubles(values: ArrayLike, place: str) -> NDArray[np.float64]:

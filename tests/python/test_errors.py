@@ -68,6 +68,37 @@ def test_arguments_of_another_type_are_type_errors(call):
         call()
 
 
+@pytest.mark.parametrize("call, words", [
+    (lambda m, s: m.read(None), "take must be a path, bytes or an open file, not NoneType"),
+    (lambda m, s: m.solve(5, "landmarks68"), "take must be a path, bytes or an open file, not int"),
+    (lambda m, s: m.retarget(m.retarget(s / "mesh" / "weights.csv")),
+     "weights must be a path, bytes or an open file, not Animation"),
+    (lambda m, s: m.solve(s / "landmarks.csv", None), "performer must be a name or a path, not NoneType"),
+    (lambda m, s: m.solve(s / "landmarks.csv", "landmarks68", 5), "character must be a name or a path, not int"),
+    (lambda m, s: m.calibrate(str(s / "landmarks.csv"), "landmarks68"),
+     "takes must be a mien.Take, not str; mien.read reads a file"),
+    (lambda m, s: m.calibrate([s / "landmarks.csv"], "landmarks68"), "takes must be a mien.Take, not PosixPath"),
+    (lambda m, s: m.Solver("landmarks68", take="take.csv"), "take must be a mien.Take, not str"),
+    (lambda m, s: m.Performer.guess("take.csv"), "take must be a mien.Take, not str")])
+def test_a_type_error_names_the_argument_and_what_it_accepts(samples, call, words):
+    with pytest.raises(TypeError) as raised:
+        call(mien, samples)
+    assert words in str(raised.value)
+
+
+@pytest.mark.parametrize("call, words", [
+    (lambda a: mien.read(a), "take: this is an array of numbers, not the bytes of a file; make a take with "
+                             "Take.from_arrays"),
+    (lambda a: mien.solve(a, "landmarks68"), "make a take with Take.from_arrays"),
+    (lambda a: mien.retarget(a), "weights: this is an array of numbers, not the bytes of a file; pass (weights, names, "
+                                 "times)"),
+    (lambda a: mien.Take.from_arrays(a, ["a"], rate=-1), 'rate: "-1" is not a rate, such as 25, 29.97 or 30000/1001')])
+def test_an_array_where_a_file_belongs_and_a_wrong_rate_are_named(call, words):
+    with pytest.raises(mien.InputError) as raised:
+        call(np.zeros((2, 1, 3)))
+    assert words in str(raised.value)
+
+
 def test_a_misspelt_option_gets_the_nearest_name(landmarks):
     with pytest.raises(mien.InputError, match="smooth"):
         mien.solve(landmarks, "landmarks68", smoth=6)

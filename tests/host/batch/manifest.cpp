@@ -90,6 +90,19 @@ TEST_F(ManifestTest, ProblemsHaveLineAndColumn) {
         "leave it out");
 }
 
+TEST_F(ManifestTest, AFileThatIsNoManifestIsNamedForWhatItIs) {
+  const std::string no_take =
+      "m:1: no column is named take; name the columns in the first row, such as "
+      "take,performer,output; to solve takes without a manifest, name them with --glob";
+  EXPECT_EQ(ErrorOf("takes/a.csv,landmarks68,out/a.csv\n"), no_take);
+  EXPECT_EQ(ErrorOf("# my takes\ntake,output\na,b\n"), no_take);
+  EXPECT_EQ(ErrorOf("hello\n"), no_take);
+  for (const std::string array : {"[{\"take\": \"a\"}]", "\n[\n{\"take\": \"a\"},\n{\"take\": \"b\"}\n]\n"})
+    EXPECT_EQ(ErrorOf(array),
+              "m: the manifest is one JSON array; write an object in each line, without brackets "
+              "around them and commas between them");
+}
+
 TEST_F(ManifestTest, WithoutALineIsAnError) {
   EXPECT_EQ(ErrorOf("take,output\n"), "m: the manifest has no line; write a line for each take");
   EXPECT_EQ(ErrorOf(""), "m: the table is empty; name the columns in the first row");
@@ -118,4 +131,7 @@ TEST_F(ManifestTest, APatternFindsFilesByName) {
   EXPECT_EQ(InputErrorOf([&] { FindTakes(folder + "*.trc"); }),
             folder +
                 "*.trc: no file has such a name; check the pattern, and put it in quotes: 'takes/*.c3d'");
+  const std::string takes = folder_ / "folder.c3d";
+  EXPECT_EQ(InputErrorOf([&] { FindTakes(takes); }),
+            takes + ": this is a folder; name the files in it: '" + takes + "/*'");
 }

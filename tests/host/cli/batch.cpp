@@ -214,10 +214,70 @@ TEST_F(BatchCommand, MistakesAreFoundBeforeAnythingRuns) {
   EXPECT_EQ(error_of("{\"take\": [\"takes/1.csv\", \"takes/2.csv\"], \"output\": \"a.csv\", \"performer\": "
                      "\"landmarks68\"}"),
             "1 mien: m:1:2: \"take\" has several values; give it one\n");
+  EXPECT_EQ(
+      error_of("take,output,performer,csv-style\ntakes/1.csv,a.mp4,landmarks68,\ntakes/2.csv,b.glb,"
+               "landmarks68,livelink\n"),
+      "1 mien: m:2:2: output: \"a.mp4\" does not end in .csv, .json, .glb, .vrm or .vrma, which say what "
+      "to write\nmien: m:3:4: csv-style: this is for .csv\n");
+  EXPECT_EQ(error_of("{\"take\": \"takes/1.csv\", \"output\": \"a.csv\", \"performer\": \"landmarks68\", "
+                     "\"hold\": 1}"),
+            "1 mien: m:1:72: hold: this needs --causal\n");
+  EXPECT_EQ(error_of("take,output,p,threads,json\ntakes/1.csv,a.csv,landmarks68,2,true\n"),
+            "1 mien: m:1:3: no option is named \"p\"; did you mean performer?\n"
+            "mien: m:1:4: no option is named \"threads\"; use mien batch -j\n"
+            "mien: m:1:5: no option is named \"json\"; use mien batch --json\n");
   EXPECT_THAT(error_of("take,output\ntakes/1.csv,a.csv\n", {"--set", "perfomer=landmarks68"}),
               StartsWith("2 mien: --set: no option is named \"perfomer\"; did you mean performer?\n"));
   EXPECT_THAT(error_of("take\ntakes/1.csv\n", {"--set", "performer=landmarks68", "--out", "{nme}.csv"}),
               StartsWith("2 mien: --out: \"{nme}.csv\" has other braces than {name} and {folder}\n"));
+}
+
+// There are no lines to name where a pattern found the takes.
+TEST_F(BatchCommand, MistakesOfAPatternNameTheTakesAndTheOption) {
+  WriteTakes(2);
+  const auto error_of = [&](Arguments more) {
+    more.insert(more.begin(), {"batch", "--glob", "takes/*.csv"});
+    const Ran ran = Run(more);
+    return std::to_string(ran.exit_code) + ' ' + ran.err;
+  };
+  const std::string see = "mien: see mien batch --help\n";
+  EXPECT_EQ(error_of({}), "2 mien: there is no performer; name it with --set performer=...\n"
+                          "mien: there is no output; say where each take goes with --out 'out/{name}.csv'\n" +
+                              see);
+  const Arguments ada = {"--set", "performer=landmarks68"};
+  const auto with = [&](Arguments more) {
+    more.insert(more.end(), ada.begin(), ada.end());
+    return more;
+  };
+  EXPECT_EQ(error_of(with({"--out", "a.csv"})),
+            "1 mien: \"a.csv\" is an output of \"takes/1.csv\" and of \"takes/2.csv\"; write {name}, and "
+            "{folder} for takes of one name, into --out\n");
+  EXPECT_EQ(error_of(with({"--out", "takes/{name}.csv"})),
+            "1 mien: \"takes/1.csv\" is a take and an output; choose another folder or ending for --out\n"
+            "mien: \"takes/2.csv\" is a take and an output; choose another folder or ending for --out\n");
+  EXPECT_EQ(error_of(with({"--out", "{name}.mp4"})),
+            "2 mien: --out: \"1.mp4\" does not end in .csv, .json, .glb, .vrm or .vrma, which say what to "
+            "write\n" +
+                see);
+  EXPECT_EQ(error_of(with({"--set", "output=a.csv"})),
+            "2 mien: --set: all takes would have one output; name a pattern with --out: 'out/{name}.csv'\n" +
+                see);
+  EXPECT_EQ(error_of(with({"--out", "{name}.json", "--set", "take=a.csv"})),
+            "2 mien: --set: --glob names the takes; leave take out\n" + see);
+  EXPECT_EQ(error_of(with({"--out", "{name}.json", "--set", "smooth=6", "--set", "smooth=7"})),
+            "2 mien: --set: \"smooth\" has several values; give it one\n" + see);
+}
+
+TEST_F(BatchCommand, ATakeInPlaceOfAManifestIsOneMessage) {
+  WriteTakes(1);
+  EXPECT_EQ(Run({"batch", "takes/1.csv"}).err,
+            "mien: takes/1.csv:1: no column is named take; name the columns in the first row, such as "
+            "take,performer,output; to solve takes without a manifest, name them with --glob\n");
+  std::string header = "take,output";
+  for (int i = 0; i < 30; ++i) header += ",x" + std::to_string(i);
+  Write("m.csv", header + "\na.csv,b.csv" + std::string(30, ',') + "\n");
+  const std::string err = Run({"batch", "m.csv"}).err;
+  EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 20);
 }
 
 TEST_F(BatchCommand, TheCommandLineIsChecked) {
@@ -416,6 +476,7 @@ TEST_F(BatchCommand, AnInterruptedBatchSaysWhatIsLeftAndLeavesNoLitter) {
     }
     EXPECT_EQ(end.signal, signal) << "a shell sees that it was interrupted";
     const std::vector<Json> documents = JsonLines(Saved("out.json"));
+    EXPECT_EQ(documents.back()["exit_code"], 128 + signal);
     const Json& result = documents.back()["result"];
     EXPECT_EQ(result["done"], documents.size() - 1);
     EXPECT_EQ(result["left"], 60 - result["done"].get<int>());

@@ -91,6 +91,32 @@ TEST_F(CalibrateCommand, RequiresATakeAndAnOutput) {
   }
 }
 
+TEST_F(CalibrateCommand, OptionsOfTakesAreRefusedForRecordedWeights) {
+  for (const std::vector<std::string>& option :
+       std::vector<std::vector<std::string>>{{"--neutral", "1"},
+                                             {"--head-fit", "markers"},
+                                             {"--brows", "core"},
+                                             {"--fill", "none"},
+                                             {"--fill-head", "none"},
+                                             {"--keep-slipped"},
+                                             {"--head-tolerance", "3"},
+                                             {"--fade", "1"},
+                                             {"--no-gaze"},
+                                             {"--smooth", "6"},
+                                             {"--smooth-weights", "6"},
+                                             {"--smooth-gaze", "6"},
+                                             {"--image", "1280x720"},
+                                             {"--face-width", "140"},
+                                             {"--mirrored"}}) {
+    std::vector<std::string> arguments = {"calibrate", "w.csv", "-o", "a.json"};
+    arguments.insert(arguments.end(), option.begin(), option.end());
+    const Ran ran = Run(arguments);
+    EXPECT_EQ(ran.exit_code, 2);
+    EXPECT_THAT(ran.err, StartsWith("mien: " + option[0] +
+                                    " is for --performer; leave it out for recorded weights\n"));
+  }
+}
+
 TEST_F(CalibrateCommand, WithoutAPerformerItMeasuresRecordedWeights) {
   std::string talk = "frame,time_s,eyeBlinkLeft,jawOpen\n";
   for (int f = 0; f < 600; ++f) // a blink every two seconds

@@ -165,6 +165,12 @@ TEST_F(WholeFile, PlacesWhereNothingCanBeWrittenAreRefusedBothBeforeAndAfter) {
   EXPECT_THAT(Files(), ElementsAre("file"));
 }
 
+TEST_F(WholeFile, AMissingFolderIsNamed) {
+  EXPECT_EQ(WriteError(folder_ / "none" / "w.csv"),
+            (folder_ / "none" / "w.csv").string() + ": cannot be written: there is no folder \"" +
+                (folder_ / "none").string() + "\"; choose another place, or make the folder");
+}
+
 TEST_F(WholeFile, AFolderWithoutPermissionIsRefused) {
   const fs::path closed = folder_ / "closed";
   fs::create_directory(closed);

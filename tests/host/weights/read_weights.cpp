@@ -62,6 +62,22 @@ TEST(ReadWeights, ReadsTheSameFromEveryLayout) {
     ExpectTwoFrames(ReadWeights(text, "w"), "score JSON");
 }
 
+// A mesh CSV may begin as what mien solve writes does.
+TEST(ReadWeights, LandmarksThatBeginWithFrameAndTimeAreNoWeights) {
+  std::string header = "frame,time", row = "1,0";
+  for (int i = 0; i < 468; ++i) {
+    for (const char axis : {'x', 'y', 'z'}) header += ',' + std::string(1, axis) + '_' + std::to_string(i);
+    row += ",0.5,0.5,0.1";
+  }
+  const std::string mesh = header + '\n' + row + '\n';
+  EXPECT_EQ(InputErrorOf([&] { ReadWeights(mesh, "w"); }),
+            "w: the file has points (mesh CSV) and no weights; solve them with mien solve, whose output mien "
+            "retarget reads; mien calibrate needs --performer");
+  EXPECT_EQ(mien::WeightLayoutNameOf(mesh), std::nullopt);
+  EXPECT_EQ(ReadWeights("frame,time,Content,Stern\n1,0,0.5,1\n", "w").names.size(), 2U)
+      << "the shapes of any character";
+}
+
 TEST(ReadWeights, ChoosesAFace) {
   const std::string csv = "frame,time_s,face,name,score\n1,0,0,jawOpen,0.5\n1,0,1,jawOpen,0.75\n";
   EXPECT_THAT(ReadWeights(csv, "w", {.face = 1}).weights, ElementsAre(0.75));
