@@ -22,6 +22,14 @@ std::string PlaceIn(std::string_view text, std::size_t at) {
   return fmt::format("{}:{}", line, before.size() - line_start + 1);
 }
 
+/// Whether somebody meant it as JSON: it begins as an object, a list, a text or a comment.
+bool IsMeantAsJson(std::string_view text) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF", kBegins = "{[\"'/";
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  return first != std::string_view::npos && kBegins.find(text[first]) != std::string_view::npos;
+}
+
 } // namespace
 
 JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(file)) {
@@ -35,6 +43,9 @@ JsonFile::JsonFile(std::string_view text, std::string file) : file_(std::move(fi
   const std::string place = PlaceIn(text, fault->at);
   switch (fault->kind) {
   case JsonFault::Kind::Syntax:
+    if (!IsMeantAsJson(text))
+      throw InputError(Code::Syntax, file_, "", "this is not a JSON file: it does not begin with {",
+                       "name a JSON file");
     throw InputError(Code::Syntax, file_, place, "this is not JSON from here on",
                      "look for a missing comma, quote or bracket just before");
   case JsonFault::Kind::Number:

@@ -21,12 +21,13 @@ std::string Fix(const std::string& name, const Take& take, const NameSearch& sea
 
 /// The names of 68 landmarks are also those of the first of 478, which are elsewhere on the face.
 void CheckLandmarks(const Performer& performer, const Take& take) {
-  if (performer.file == "landmarks68" && LandmarkCount(take.markers) == 478)
-    throw InputError(Code::Contradiction, performer.file, "",
-                     fmt::format("this performer has 68 landmarks, and the take {} has {}", Quoted(take.name),
-                                 take.MarkerCount()),
-                     "use the performer landmarks478");
   const std::size_t calibrated = performer.calibration.landmarks, found = LandmarkCount(take.markers);
+  for (const std::size_t built_in : {std::size_t{68}, std::size_t{478}})
+    if (performer.file == fmt::format("landmarks{}", built_in) && found != 0 && found != built_in)
+      throw InputError(Code::Contradiction, performer.file, "",
+                       fmt::format("this performer has {} landmarks, and the take {} has {}", built_in,
+                                   Quoted(take.name), take.MarkerCount()),
+                       fmt::format("use the performer landmarks{}", found));
   if (calibrated == 0 || found == 0 || calibrated == found) return;
   throw InputError(Code::Contradiction, performer.file, "/calibration/landmarks",
                    fmt::format("this performer was calibrated with {} landmarks, and the take {} has {}",

@@ -90,6 +90,14 @@ TEST(JsonFile, WhatIsNotJsonIsPlacedByLineAndColumn) {
         << text;
 }
 
+TEST(JsonFile, AnythingElseIsNotJsonAtAll) {
+  const std::string others[] = {"frame,time,a.x\n", "\xEF\xBB\xBF frame,time", "x",
+                                std::string("\x02P\0\0", 4)};
+  for (const std::string& text : others)
+    EXPECT_EQ(ParseError(text), "p.json: this is not a JSON file: it does not begin with {; name a JSON file")
+        << text;
+}
+
 // JSON allows numbers beyond doubles.
 TEST(JsonFile, ANumberBeyondDoublesIsAnInputError) {
   for (const std::string number : {"1e999", "-1e999", "1e99999999999999999999"})

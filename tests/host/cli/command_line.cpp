@@ -516,7 +516,7 @@ TEST_F(Command, BadHeadsAndCharactersAreNamedWithPlaceAndFix) {
   const std::string head = "head.glb";
   const std::pair<Arguments, std::string> cases[] = {
       {{"-c", "nobody", "-o", "w.csv"}, "nobody: there is no character of this name and no such file; name"},
-      {{"-c", "take.csv", "-o", "w.csv"}, "take.csv:1:"},
+      {{"-c", "take.csv", "-o", "w.csv"}, "take.csv: this is not a JSON file: "},
       {{"--onto", "none.glb", "-o", "w.glb"}, "none.glb: "},
       {{"--onto", "empty.glb", "-o", "w.glb"}, "empty.glb: "},
       {{"--onto", "take.csv", "-o", "w.glb"}, "take.csv: "},
@@ -764,7 +764,7 @@ TEST_F(Command, BadPerformersAreNamedWithPlaceAndFix) {
        "or one of the built-in ones: landmarks68"},
       {"", "mien: "},
       {"folder.json", "mien: folder.json: this is a folder; "},
-      {"take.csv", "mien: take.csv:1:2: this is not JSON from here on; "},
+      {"take.csv", "mien: take.csv: this is not a JSON file: "},
       {"empty.json", "mien: empty.json: the file is empty; "},
       {"broken.json", "mien: broken.json:2:11: this is not JSON from here on; "},
       {"huge.json", "mien: huge.json:"},

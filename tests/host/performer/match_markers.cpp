@@ -166,7 +166,7 @@ TEST(CheckMarkers, RefusesACalibrationWithOtherLandmarks) {
   EXPECT_NO_THROW(CheckMarkers(performer, landmarks(478)));
 }
 
-TEST(CheckMarkers, RefusesThe68LandmarksForAMesh) {
+TEST(CheckMarkers, RefusesABuiltInPerformerForOtherLandmarks) {
   std::vector<std::string> names;
   for (int i = 0; i < 478; ++i) names.push_back("lm" + std::to_string(i));
   Performer performer = PerformerWith("lm8");
@@ -176,4 +176,9 @@ TEST(CheckMarkers, RefusesThe68LandmarksForAMesh) {
             "landmarks478");
   names.resize(68);
   EXPECT_NO_THROW(CheckMarkers(performer, TakeWith(names)));
+  performer.file = "landmarks478";
+  EXPECT_EQ(
+      Error(performer, TakeWith(names)),
+      "landmarks478: this performer has 478 landmarks, and the take \"smile\" has 68; use the performer "
+      "landmarks68");
 }

@@ -219,8 +219,8 @@ TEST(ReadPerformer, TakesAsManyMarkersAsTheFaceHolds) {
 
 // --- What is refused.
 
-TEST(ReadPerformer, NoJsonAtAllIsPlacedByLineAndColumn) {
-  EXPECT_THAT(Error("frame,time,a.x"), StartsWith("p.json:1:2: this is not JSON"));
+TEST(ReadPerformer, WhatIsNotJsonIsRefusedByLineAndColumn) {
+  EXPECT_THAT(Error("frame,time,a.x"), StartsWith("p.json: this is not a JSON file"));
   EXPECT_EQ(Error(""), "p.json: the file is empty; name a JSON file");
   EXPECT_THAT(Error(File().substr(0, 60)), StartsWith("p.json:1:"));
 }
