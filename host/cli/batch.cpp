@@ -217,7 +217,7 @@ void AddLineOptions(Command& command, BatchOptions& options) {
 void AddRunOptions(Command& command, BatchOptions& options) {
   command.Add({.names = "-j,--jobs",
                .type = "N",
-               .help = "How many takes are solved at once; each needs memory. Default: as many as there are "
+               .help = "How many takes are solved at once. Default: as many as there are "
                        "processors that may be used"},
               options.threads);
   command.AddParsed(
