@@ -30,6 +30,7 @@ _TEMPLATES = frozenset(f"{part}.{template}" for parts, templates in (
     (("LeftCheek", "RightCheek"), ("Up", "Out")),
     (("LeftNostril", "RightNostril"), ("Up",))) for part in parts for template in templates)
 _SAME = 1e-6  # of the elements of a transform, and of weights: below, a pose is the rest
+_NO_SIZE = 1e-18  # of the determinant of a bone: below, Blender cannot invert its matrix
 _SHAPES_A_PART = 500
 
 
@@ -74,11 +75,21 @@ def _poses(context, armature, meshes):
     """{name: Pose} of the named frames, as Blender shows them: with constraints and drivers."""
     scene, poses = context.scene, {}
     before = scene.frame_current
-    for name, frame in _named_frames(scene, armature).items():
-        scene.frame_set(frame)
-        poses[name] = _pose(context, armature, meshes)
-    scene.frame_set(before)
+    try:
+        for name, frame in _named_frames(scene, armature).items():
+            scene.frame_set(frame)
+            _check_scales(name, frame, armature)
+            poses[name] = _pose(context, armature, meshes)
+    finally:
+        scene.frame_set(before)
     return poses
+
+
+def _check_scales(name, frame, armature):
+    """Raises NothingToExport for a bone without size: neither its rotation nor its children's place in it exists."""
+    for bone in armature.pose.bones if armature else ():
+        if abs(bone.matrix.determinant()) < _NO_SIZE:
+            raise NothingToExport(f"{name}, frame {frame}: the bone {bone.name} has the scale 0; make it small instead")
 
 
 def _pose(context, armature, meshes):

@@ -260,7 +260,8 @@ def _set_range(scene, capture, frames):
 
 def timecode_marker(scene):
     """The marker that has the timecode of the first frame, None without one."""
-    return scene.timeline_markers.get(scene.get(_MARKER, "").partition("@")[0])
+    timecode = scene.get(_MARKER)
+    return scene.timeline_markers.get(timecode.partition("@")[0]) if timecode else None
 
 
 def timecode_at(scene, frame):

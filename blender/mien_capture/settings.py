@@ -10,7 +10,7 @@ from .movers import Bone, Object
 from .onto_character import Targets
 
 
-def _is_meshless(_settings, thing):
+def _can_turn(_settings, thing):
     return thing.type in {"ARMATURE", "EMPTY", "MESH"}
 
 
@@ -109,17 +109,17 @@ class MIEN_PG_settings(bpy.types.PropertyGroup):
     timecode: StringProperty(name="Timecode", description="The timecode of the first frame, such as 10:02:30:00 or "
                              "10:02:30:00@25. Empty: the take's own")
 
-    head: PointerProperty(type=bpy.types.Object, name="Head", poll=_is_meshless,
+    head: PointerProperty(type=bpy.types.Object, name="Head", poll=_can_turn,
                           description="The object, or the armature with the bone, that turns with the performer's "
                                       "head")
     head_bone: StringProperty(name="Bone", description="The bone that turns with the performer's head. "
                               "Empty: the whole armature turns")
     head_moves: BoolProperty(name="Move", description="The head also moves instead of only turning")
-    left_eye: PointerProperty(type=bpy.types.Object, name="Left eye", poll=_is_meshless,
+    left_eye: PointerProperty(type=bpy.types.Object, name="Left eye", poll=_can_turn,
                               description="The object, or the armature with the bone, that turns with the "
                                           "performer's left eye")
     left_eye_bone: StringProperty(name="Bone", description="The bone that turns with the left eye")
-    right_eye: PointerProperty(type=bpy.types.Object, name="Right eye", poll=_is_meshless,
+    right_eye: PointerProperty(type=bpy.types.Object, name="Right eye", poll=_can_turn,
                                description="The object, or the armature with the bone, that turns with the "
                                            "performer's right eye")
     right_eye_bone: StringProperty(name="Bone", description="The bone that turns with the right eye")

@@ -177,8 +177,33 @@ def check_take(path, armature, skin):
     check_command(["solve", settings.take, "-p", "landmarks68", "-c", path], "of a take", armature, skin)
 
 
+def check_no_size():
+    """A bone that a pose hides by the scale 0 is refused, by name, and the scene stays at its frame."""
+    armature, _ = make_rig()
+    add_on.select([armature])
+    scene, bone = bpy.context.scene, armature.pose.bones["jaw"]
+    for frame, scale in ((1, 1), (10, 0)):
+        bone.scale = (scale,) * 3
+        bone.keyframe_insert("scale", frame=frame)
+    scene.timeline_markers.new("Mouth.Open", frame=10)
+    scene.frame_set(3)
+    try:
+        bpy.ops.export_anim.mien_character(filepath=f"{OUT}/no_size.json")
+    except RuntimeError as error:  # how Blender shows what an operator reports, or raises
+        raise AssertionError(str(error)) from None
+    equal((scene.frame_current, os.path.exists(f"{OUT}/no_size.json")), (3, False), "after a refusal")
+    exporter = sys.modules[f"{add_on.NAME}.character_export"]
+    try:
+        exporter.export(bpy.context, [armature], "rig")
+    except exporter.NothingToExport as refusal:
+        equal(str(refusal), "Mouth.Open, frame 10: the bone jaw has the scale 0; make it small instead", "message")
+    else:
+        raise AssertionError("a bone without size was exported")
+
+
 def main():
     add_on.install(ZIP)
+    check_no_size()
     armature, skin = make_rig()
     add_on.select([armature, skin])
     path, scene = f"{OUT}/rig.character.json", bpy.context.scene

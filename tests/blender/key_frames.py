@@ -16,7 +16,7 @@ from add_on import equal
 
 ZIP, MIEN, SAMPLES, OUT = add_on.arguments()
 KEYS, FRAMES = 52, 3600
-LIMIT = 0.1  # seconds of processor time, which other programs change little
+TIMES = 10  # that writing in bulk is at least faster, in processor time; it is some 40 times
 ONE_BY_ONE = 100  # frames that are also keyed one by one, which takes long
 
 
@@ -65,7 +65,7 @@ def main():
     single = (time.thread_time() - started) / (KEYS * ONE_BY_ONE)
     print(f"{KEYS} x {FRAMES} keys: {bulk:.3f} s in bulk; one by one {single * 1e6:.1f} us a key, which is "
           f"{single * KEYS * FRAMES:.1f} s")
-    assert bulk < LIMIT, f"{bulk:.3f} s, where {LIMIT} s is the limit"
+    assert bulk * TIMES < single * KEYS * FRAMES, f"bulk is not {TIMES} times faster"
 
     first = shape_keys.animation_data.action
     kept = key_frames.KeyFrames(shape_keys, "first", Capture)

@@ -209,6 +209,17 @@ def held_shape_keys():
     equal(plays(face, "eyeBlinkLeft", 5), True, "without its driver, the key plays")
 
 
+def nameless_marker():
+    """A marker of the user's that has no name is not the timecode's: it stays, and the panel shows no timecode."""
+    fresh_head()
+    scene = bpy.context.scene
+    scene.timeline_markers.new("", frame=7)
+    timecode_at = sys.modules[f"{add_on.NAME}.onto_character"].timecode_at
+    equal(timecode_at(scene, 7), None, "timecode")
+    solve()
+    equal([marker.frame for marker in scene.timeline_markers], [7], "the user's marker")
+
+
 def sliders():
     """Blender limits a shape key to its slider, which the add-on widens as far as weights need it, up to a limit."""
     table = f"{OUT}/life.weights.csv"
@@ -294,7 +305,8 @@ def in_edit_mode():
 
 def main():
     add_on.install(ZIP)
-    for part in (registered_twice, updated, saved_and_reopened, other_formats, wrong_files, shared_mesh, sliders,
+    for part in (registered_twice, updated, saved_and_reopened, other_formats, wrong_files, shared_mesh,
+                 nameless_marker, sliders,
                  held_shape_keys, held_bones, not_animatable, in_edit_mode):
         part()
         print(f"-- {part.__name__}", flush=True)
