@@ -92,13 +92,8 @@ std::string PrintableJson(std::string_view document) {
 
 std::string Quoted(std::string_view text) {
   constexpr std::size_t kLongest = 60;
-  std::size_t length = text.size();
-  if (length > kLongest) {
-    length = kLongest;
-    while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
-      --length; // not through the middle of a UTF-8 character
-  }
-  return '"' + Printable(text.substr(0, length)) + (length < text.size() ? "...\"" : "\"");
+  const std::string_view shown = Beginning(text, kLongest);
+  return '"' + Printable(shown) + (shown.size() < text.size() ? "...\"" : "\"");
 }
 
 std::string ShellCommand(const std::vector<std::string>& arguments) {

@@ -29,6 +29,12 @@ bool IsUtf8(std::string_view text) {
   return true;
 }
 
+std::string_view Beginning(std::string_view text, std::size_t most) {
+  if (text.size() <= most) return text;
+  while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0) == 0x80) --most; // a later byte
+  return text.substr(0, most);
+}
+
 std::string FromLatin1(std::string_view text) {
   std::string utf8;
   for (const char c : text) {

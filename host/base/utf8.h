@@ -22,6 +22,9 @@ std::optional<Utf8Character> FirstCharacter(std::string_view text);
 /// never be spelled.
 bool IsUtf8(std::string_view text);
 
+/// The beginning of a text: at most `most` bytes, and no part of a character.
+std::string_view Beginning(std::string_view text, std::size_t most);
+
 /// A text of which each byte is a character of Latin-1, as UTF-8.
 std::string FromLatin1(std::string_view text);
 

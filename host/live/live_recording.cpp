@@ -3,6 +3,7 @@
 #include "host/base/error.h"
 #include "host/base/number_text.h"
 #include "host/base/text.h"
+#include "host/base/utf8.h"
 #include "host/formats/marker_csv.h"
 #include "host/weights/weight_columns.h"
 
@@ -174,7 +175,7 @@ void LiveRecording::Event(double time_s, std::string_view label) {
     return;
   }
   AppendNumber(row, time_s);
-  std::string text(label.substr(0, kMostBytes));
+  std::string text(Beginning(label, kMostBytes));
   std::replace_if(
       text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
       ' ');

@@ -46,7 +46,7 @@ public:
   void In(const LiveInput& input, std::int64_t frame, double time_s);
   void Out(const LiveOutput& output);
 
-  /// At the time of a frame.
+  /// At the time of a frame. The label is cut after 200 bytes; control characters become spaces.
   void Event(double time_s, std::string_view label);
 
   const std::string& Place() const { return place_; }

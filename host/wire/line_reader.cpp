@@ -1,5 +1,7 @@
 #include "host/wire/line_reader.h"
 
+#include "host/base/utf8.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -139,7 +141,7 @@ bool LineReader::ReadMember(JsonCursor& json) {
   } else if (key_ == "names") {
     for (json.BeginArray(); json.NextElement();) {
       json.Text(text_);
-      if (line_.names.size() < kMostPoints) line_.names.push_back(text_.substr(0, kLongestName));
+      if (line_.names.size() < kMostPoints) line_.names.emplace_back(Beginning(text_, kLongestName));
     }
   } else if (key_ == "points") {
     ReadPoints(json);
@@ -191,7 +193,7 @@ void LineReader::ReadWeights(JsonCursor& json) {
     const double weight = json.Number();
     if (line_.weight_count == kMostWeights) continue;
     if (line_.weight_count == line_.weights.size()) line_.weights.emplace_back();
-    line_.weights[line_.weight_count].first.assign(key_, 0, kLongestName);
+    line_.weights[line_.weight_count].first = Beginning(key_, kLongestName);
     line_.weights[line_.weight_count++].second = weight;
   }
 }

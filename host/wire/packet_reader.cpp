@@ -6,17 +6,6 @@
 
 namespace mien {
 
-namespace {
-
-/// The beginning of a name, at most so many bytes, and no half character.
-std::string_view Beginning(std::string_view name, std::size_t most) {
-  if (name.size() <= most) return name;
-  while (most > 0 && (static_cast<unsigned char>(name[most]) & 0xC0U) == 0x80U) --most;
-  return name.substr(0, most);
-}
-
-} // namespace
-
 void PacketReader::Read(std::string_view packet, double arrival_s) {
   ++packets_;
   arrival_s_ = arrival_s;

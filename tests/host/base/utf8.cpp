@@ -44,6 +44,16 @@ TEST(IsUtf8, HoldsForTextsOfWellFormedCharactersAlone) {
   EXPECT_FALSE(IsUtf8("a\xC3"));
 }
 
+TEST(Beginning, EndsBetweenCharacters) {
+  EXPECT_EQ(mien::Beginning("", 0), "");
+  EXPECT_EQ(mien::Beginning("abc", 3), "abc");
+  EXPECT_EQ(mien::Beginning("abc", 2), "ab");
+  const std::string_view text = "a\u4E2D\U0001F600"; // characters of 1, 3 and 4 bytes
+  const std::size_t expected[] = {0, 1, 1, 1, 4, 4, 4, 4, 8};
+  for (std::size_t most = 0; most <= 8; ++most)
+    EXPECT_EQ(mien::Beginning(text, most), text.substr(0, expected[most])) << most;
+}
+
 TEST(FromLatin1, TurnsEachByteIntoItsCharacter) {
   EXPECT_EQ(mien::FromLatin1("aM\xFCnd\x80"), "aM\u00FCnd\u0080");
 }

@@ -243,8 +243,10 @@ TEST_F(LiveSessionFiles, ARecordingMarksEventsAndOverwritesNothing) {
   input.arrival_s = 3.5;
   session.Feed(input);
   session.Mark(face, "clap, \"now\"\n\x1b[31m");
+  session.Mark(face, std::string(199, 'x') + "\u00FC"); // cut before the character that ends at byte 201
   session.StopRecording(face);
-  EXPECT_EQ(mien::ReadFile(Place("w.events.csv")), "time,event\n0.5,\"clap, \"\"now\"\"  [31m\"\n");
+  EXPECT_EQ(mien::ReadFile(Place("w.events.csv")),
+            "time,event\n0.5,\"clap, \"\"now\"\"  [31m\"\n0.5," + std::string(199, 'x') + '\n');
   EXPECT_THAT(InputErrorOf([&] { session.StartRecording(face, Place("w")); }),
               HasSubstr("a file with this name exists"));
   EXPECT_THAT(InputErrorOf([&] { session.StartRecording(face, Place("no/folder/w")); }),
