@@ -64,10 +64,11 @@ protected:
     Process process([&] { return Become(terminal, arguments, environment); });
     std::string shown;
     siginfo_t end{};
-    for (int i = 0; i < 1000 && end.si_pid == 0; ++i) {
+    EXPECT_TRUE(Eventually([&] {
       shown += terminal.Shown(10); // or it would wait for the terminal to be read
       waitid(P_PID, static_cast<id_t>(process.Id()), &end, WEXITED | WNOHANG | WNOWAIT);
-    }
+      return end.si_pid != 0;
+    }));
     process.Wait();
     shown += terminal.Shown();
     for (std::size_t at = 0; (at = shown.find("\r\n", at)) != std::string::npos;) shown.erase(at, 1);
@@ -158,8 +159,11 @@ TEST_F(OnATerminal, WordsOfFilesCannotSteerIt) {
                               {steers, steers},
                               {"convert", "take.csv", "b.csv", steers}}) {
     SCOPED_TRACE(testing::PrintToString(arguments));
-    const std::string shown = Shown(arguments, plain);
+    std::string shown = Shown(arguments, plain);
     EXPECT_THAT(shown, Not(testing::IsEmpty()));
+    // What a command that takes long begins its progress with. No word here has it.
+    const std::string wipe = "\r\033[K";
+    for (std::size_t at = 0; (at = shown.find(wipe, at)) != std::string::npos;) shown.erase(at, wipe.size());
     for (const char* forbidden : {"\x1B", "\u009B", "\u202E", "\u2066", "\u200B", "\xFF"})
       EXPECT_THAT(shown, Not(HasSubstr(forbidden)));
   }
