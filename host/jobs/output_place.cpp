@@ -38,8 +38,10 @@ bool IsSamePlace(const std::string& a, const std::string& b) {
   const auto place = [&](const std::string& name) {
     return name == "-" ? fs::path("/dev/stdout") : fs::absolute(name, no_place);
   };
-  return fs::equivalent(place(a), place(b), no_place) ||
-         fs::weakly_canonical(place(a), no_place) == fs::weakly_canonical(place(b), no_place);
+  if (fs::equivalent(place(a), place(b), no_place)) return true;
+  // Empty for a name that cannot be a place, such as one that is too long: that is not the place of another.
+  const fs::path canonical = fs::weakly_canonical(place(a), no_place);
+  return !canonical.empty() && canonical == fs::weakly_canonical(place(b), no_place);
 }
 
 void RefuseReadingTwice(const std::vector<NamedInput>& inputs) {

@@ -23,6 +23,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace mien {
@@ -102,8 +103,9 @@ std::vector<ReportedFile> InputsOf(const SolveJob& job, AnimationFormat format) 
   AddFile(files, "character", CharacterNameOf(job, format), BuiltInCharacters());
   AddFile(files, "head", job.onto);
   AddFile(files, "basis", job.basis);
+  std::error_code no_file;
   if (const std::string landmarks = BasisLandmarks(job);
-      !job.basis_landmarks.empty() || std::filesystem::exists(landmarks))
+      !job.basis_landmarks.empty() || std::filesystem::exists(landmarks, no_file))
     AddFile(files, "basis_landmarks", landmarks);
   return files;
 }

@@ -93,6 +93,13 @@ TEST_F(OutputPlace, StandardInputThatIsTheOutputIsNotOverwritten) {
   EXPECT_EQ(mien::ReadFile(take), kTake);
 }
 
+TEST_F(OutputPlace, NamesThatAreTooLongAreDifferentPlaces) {
+  const std::string a = folder_ / std::string(300, 'a'), b = folder_ / std::string(300, 'b');
+  EXPECT_FALSE(mien::IsSamePlace(a, b));
+  EXPECT_FALSE(mien::IsSamePlace(a, folder_ / "c"));
+  EXPECT_TRUE(mien::IsSamePlace(folder_ / "c", folder_ / "." / "c"));
+}
+
 TEST_F(OutputPlace, StandardInputIsReadOnce) {
   const auto error = [](const std::vector<mien::NamedInput>& inputs) {
     return InputErrorOf([&] { mien::RefuseReadingTwice(inputs); });
