@@ -4,6 +4,8 @@
 #include "host/c_interface/call.h"
 #include "host/c_interface/cluster_arrays.h"
 
+#include <utility>
+
 using namespace mien;
 
 mien_animation::mien_animation(Animation solved, const Character* of, std::string of_file)
@@ -31,9 +33,12 @@ mien_array ViewOfQuality(const mien_animation& own, mien_animation_array which) 
 }
 
 const LongVector<VgeAMatrix>& HeadMotionOf(mien_animation& own) {
-  if (own.head_motion.empty())
+  if (own.head_motion.empty()) {
+    LongVector<VgeAMatrix> motion; // all of it, or none where memory runs out
     for (std::size_t f = 0; f < own.animation.frames.size(); ++f)
-      own.head_motion.push_back(own.animation.HeadMotion(f));
+      motion.push_back(own.animation.HeadMotion(f));
+    own.head_motion = std::move(motion);
+  }
   return own.head_motion;
 }
 

@@ -13,12 +13,14 @@ const char* NameAt(const std::vector<std::string>& names, size_t index) {
 
 } // namespace
 
-const char* mien_performer_built_in(size_t index) {
+// Where there is no memory for the names, there is none to report it with either: null.
+
+const char* mien_performer_built_in(size_t index) try {
   static const std::vector<std::string> names = mien::BuiltInPerformers();
   return NameAt(names, index);
-}
+} catch (...) { return nullptr; }
 
-const char* mien_character_built_in(size_t index) {
+const char* mien_character_built_in(size_t index) try {
   static const std::vector<std::string> names = mien::BuiltInCharacters();
   return NameAt(names, index);
-}
+} catch (...) { return nullptr; }

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 using namespace mien;
 
@@ -114,17 +115,24 @@ void mien_settings::Set(const std::string& name, std::vector<std::string> texts)
       throw UsageError(name, fmt::format("this is true or false, and not {}", Quoted(text)));
     if (!option.description.files.empty()) RefuseStandardStream(text, name.c_str());
   }
+  StepSettings former = values;
   option.texts.swap(texts);
+  const auto restore = [&] {
+    option.texts.swap(texts);
+    values = std::move(former);
+  };
   try {
     Parse();
   } catch (const InputError& error) {
-    option.texts.swap(texts);
-    Parse();
-    // "--smooth: x is no frequency" of the command line
+    restore();
+    // "--smooth: x is not a frequency" of the command line
     Problem problem = error.Problems().front();
     const std::string before = fmt::format("--{}: ", name);
     if (problem.what.starts_with(before)) problem.what.erase(0, before.size());
     throw InputError(Code::Usage, "", name, problem.what, problem.fix);
+  } catch (...) { // no memory
+    restore();
+    throw;
   }
 }
 

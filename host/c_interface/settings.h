@@ -47,7 +47,7 @@ struct mien_settings : mien::Handle<mien_settings> {
   };
   std::vector<Option> options;
 
-  /// Throws an InputError of Code::Usage, and changes nothing then. No value stands for the default.
+  /// Throws an InputError of Code::Usage. Changes nothing where it throws. No value stands for the default.
   void Set(const std::string& name, std::vector<std::string> texts);
 
   Option& Find(const std::string& name);

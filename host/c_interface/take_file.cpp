@@ -48,8 +48,10 @@ mien_status mien_take_write(const mien_take* take, const char* path, const mien_
 mien_text* mien_take_write_memory(const mien_take* take, const char* ending, const mien_settings* settings,
                                   mien_messages** lost, mien_messages** errors) {
   if (lost) *lost = nullptr;
-  return CallNew(errors, [&] {
+  mien_text* const text = CallNew(errors, [&] {
     const std::string output = "take" + RequireText(ending, "ending");
     return std::make_unique<mien_text>(BytesOf(take, output, settings, nullptr, lost));
   });
+  if (!text) FreeNotes(lost);
+  return text;
 }

@@ -1,5 +1,6 @@
 // What the interface does to the heap: nothing for a frame, and an error where it is exhausted.
 
+#include "host/c_interface/settings.h"
 #include "host/files/read_file.h"
 #include "tests/failing_heap.h"
 #include "tests/host/c_interface/handles.h"
@@ -44,6 +45,19 @@ void ExpectNoAllocations(const std::vector<std::vector<double>>& frames, const S
   }
   EXPECT_EQ(solved, 200u);
   EXPECT_EQ(tests::blocks, before);
+}
+
+/// Calls `call` with each of its first 200 allocations failing in turn. Returns how many of them there were.
+template <class Call>
+int FailEachAllocation(const Call& call) {
+  int failed = 0;
+  for (int failing = 0; failing < 200; ++failing) {
+    tests::grants_left = failing;
+    tests::has_failed = false;
+    call([] { tests::grants_left = -1; });
+    failed += tests::has_failed ? 1 : 0;
+  }
+  return failed;
 }
 
 } // namespace
@@ -129,5 +143,64 @@ TEST(CHeap, ThatIsExhaustedIsAnError) {
     EXPECT_EQ(errors.Status(), MIEN_MEMORY) << failing;
     EXPECT_STREQ(errors.At(0).code, "memory");
   }
+  EXPECT_GT(failed, 10);
+}
+
+TEST(CHeap, ThatIsExhaustedLeavesNoNamesOfBuiltIns) {
+  const int failed = FailEachAllocation([](const auto& grant_all) {
+    const char* const performer = mien_performer_built_in(0);
+    const bool has_failed = tests::has_failed;
+    grant_all();
+    EXPECT_STREQ(performer, has_failed ? nullptr : "landmarks68");
+  });
+  EXPECT_GT(failed, 0);
+}
+
+TEST(CHeap, ThatIsExhaustedLeavesNoPartOfAnArray) {
+  const TakeHandle take = ReadTake(kSamples / "landmarks.csv");
+  const PerformerHandle performer = LoadPerformer("landmarks68");
+  AnimationHandle animation = Solve(take, performer);
+  const int failed = FailEachAllocation([&](const auto& grant_all) {
+    mien_array motion = EmptyArray();
+    const mien_status status =
+        mien_animation_get_array(animation.get(), MIEN_ANIMATION_HEAD_MOTION, &motion, nullptr);
+    grant_all();
+    EXPECT_EQ(status, tests::has_failed ? MIEN_MEMORY : MIEN_OK);
+    EXPECT_EQ(ArrayOf(animation, MIEN_ANIMATION_HEAD_MOTION).shape[0], mien_take_frame_count(take.get()));
+    if (tests::has_failed) animation = Solve(take, performer); // whose array is not made yet
+  });
+  EXPECT_GT(failed, 3);
+}
+
+TEST(CHeap, ThatIsExhaustedLeavesNoNotesOfAFailedWrite) {
+  const TakeHandle take = ReadTake(kSamples / "markers.csv");
+  const Settings settings = SettingsOf(MIEN_STEP_CONVERT, {{"timecode", "10:00:00:00@60"}});
+  mien_messages* lost = nullptr;
+  const Text written(mien_take_write_memory(take.get(), ".trc", settings.get(), &lost, nullptr));
+  EXPECT_TRUE(written);
+  ASSERT_NE(lost, nullptr) << "a case with notes is needed";
+  mien_messages_free(lost);
+  const int failed = FailEachAllocation([&](const auto& grant_all) {
+    mien_text* const text = mien_take_write_memory(take.get(), ".trc", settings.get(), &lost, nullptr);
+    grant_all();
+    EXPECT_EQ(text != nullptr, lost != nullptr);
+    EXPECT_EQ(mien_messages_free(lost), MIEN_OK);
+    EXPECT_EQ(mien_text_free(text), MIEN_OK);
+  });
+  EXPECT_GT(failed, 10);
+}
+
+TEST(CHeap, ThatIsExhaustedLeavesSettingsAsTheyWere) {
+  const Settings settings = SettingsOf(MIEN_STEP_SOLVE, {{"smooth", "6"}, {"fill", "linear:1"}});
+  const auto smooth = [&] { return settings->values.solve.solve.smooth_positions_hz; };
+  ASSERT_EQ(smooth(), 6);
+  const int failed = FailEachAllocation([&](const auto& grant_all) {
+    const mien_status status = mien_settings_set(settings.get(), "smooth", "8", nullptr);
+    grant_all();
+    EXPECT_EQ(status, tests::has_failed ? MIEN_MEMORY : MIEN_OK);
+    EXPECT_EQ(smooth(), tests::has_failed ? 6 : 8);
+    EXPECT_EQ(settings->values.solve.solve.face_fill.size(), 1u);
+    EXPECT_EQ(mien_settings_set(settings.get(), "smooth", "6", nullptr), MIEN_OK);
+  });
   EXPECT_GT(failed, 10);
 }

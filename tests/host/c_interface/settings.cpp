@@ -1,3 +1,4 @@
+#include "host/c_interface/settings.h"
 #include "host/cli/job_options.h"
 #include "host/cli/option_parser.h"
 #include "tests/host/c_interface/handles.h"
@@ -80,19 +81,29 @@ TEST(CSettings, KeepTheirValueWhereANewOneIsRefused) {
   EXPECT_EQ(mien_settings_set(settings.get(), "no-ranges", "yes", errors), MIEN_USAGE);
   EXPECT_EQ(mien_settings_add(settings.get(), "smooth", "7", errors), MIEN_USAGE);
   EXPECT_EQ(mien_settings_add(settings.get(), "smooth", nullptr, errors), MIEN_USAGE);
+  EXPECT_EQ(settings->values.solve.solve.smooth_positions_hz, 6);
+  EXPECT_TRUE(settings->values.solve.ranges);
 }
 
 TEST(CSettings, AreReplacedAddedAndTakenBack) {
   const Settings settings = SettingsOf(MIEN_STEP_SOLVE, {});
+  const mien::SolveJob& job = settings->values.solve;
   Errors errors;
   EXPECT_EQ(mien_settings_set(settings.get(), "no-ranges", "true", errors), MIEN_OK);
+  EXPECT_FALSE(job.ranges);
   EXPECT_EQ(mien_settings_set(settings.get(), "no-ranges", "false", errors), MIEN_OK);
+  EXPECT_TRUE(job.ranges);
   EXPECT_EQ(mien_settings_set(settings.get(), "smooth", "6", errors), MIEN_OK);
   EXPECT_EQ(mien_settings_set(settings.get(), "smooth", "8", errors), MIEN_OK);
+  EXPECT_EQ(job.solve.smooth_positions_hz, 8);
   EXPECT_EQ(mien_settings_set(settings.get(), "smooth", nullptr, errors), MIEN_OK);
+  EXPECT_EQ(job.solve.smooth_positions_hz, std::nullopt);
   EXPECT_EQ(mien_settings_add(settings.get(), "expression", "Smile=1", errors), MIEN_OK);
   EXPECT_EQ(mien_settings_add(settings.get(), "expression", "Frown=0.5", errors), MIEN_OK)
       << errors.AllText();
+  ASSERT_EQ(job.expressions.size(), 2u);
+  EXPECT_EQ(job.expressions[0].first, "Smile");
+  EXPECT_EQ(job.expressions[1].second, 0.5);
 }
 
 TEST(CSettings, TakeValuesThatLookLikeOptions) {
