@@ -54,7 +54,7 @@ private:
   const mien::detail::batch::FrameSolves& solves_;
 };
 
-/// The frames of the take again and again, as a caller has them who reads a recording, and their weights.
+/// The frames of the take again and again, as a program that reads a recording has them, and their weights.
 struct Recording {
   Recording(const Performer& performer, std::size_t frame_count)
       : frames(frame_count), positions(frames * kNumbers), weights(frames * kTemplates) {

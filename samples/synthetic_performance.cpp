@@ -35,7 +35,7 @@ namespace {
 
 constexpr int kFrames = 360;
 constexpr int kRateHz = 30;
-constexpr double kNoiseMm = 0.07; // standard deviation per axis, as of good optical systems
+constexpr double kNoiseMm = 0.07; // standard deviation per axis, as in good optical systems
 
 /// One template that rises smoothly from 0 to its peak and falls back; gestures of one template add up.
 struct Gesture {

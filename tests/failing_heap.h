@@ -44,7 +44,7 @@ void* operator new(std::size_t bytes) {
   return operator new (bytes, std::align_val_t{__STDCPP_DEFAULT_NEW_ALIGNMENT__});
 }
 
-// The standard library's temporary buffers, as of std::stable_sort.
+// The standard library's temporary buffers, such as those of std::stable_sort.
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
   try {
     return operator new(bytes);

@@ -86,7 +86,7 @@ def performer_for(path, stem, markers):
             performer = json.loads(file.read_text())
             without = markers_of(performer) - markers
         except (ValueError, AttributeError, TypeError) as fault:
-            raise Failed(f"{file.name} is no performer file: {fault}") from fault
+            raise Failed(f"{file.name} is not a performer file: {fault}") from fault
         if not without:
             return str(file), performer
         faults.append(f"{file.name} needs {min(without)}")

@@ -45,7 +45,7 @@ class Refused(Exception):
 def capture(request, progress=None):
     """The capture that a Request asks for. `progress(stage, done, total)` may raise to stop the solve.
 
-    What is no take is read as recorded weights; what is neither is refused as a take.
+    A file that is not a take is read as recorded weights; what is neither is refused as a take.
     """
     watch = {"progress": progress} if progress else {}
     character = mien.Character.load(request.character) if request.character else None
@@ -112,7 +112,7 @@ def performer_file(request, kind, name, poses=""):
 
 
 def _capture(animation, character, take, markers):
-    """The one place that knows what an animation of the package looks like."""
+    """The only function that knows the package's animations."""
     head = numpy.asarray(animation.head_motion)
     return Capture(
         name=animation.take,
@@ -130,7 +130,7 @@ def _capture(animation, character, take, markers):
 
 
 def _clusters(clusters, character):
-    """Their rest is in the character's file alone."""
+    """Clusters with their rest, which only the character's file has."""
     if not clusters.names:
         return []
     rests = {(part, name): _transforms(transform)
@@ -208,7 +208,7 @@ def character_of_shapes(names, name):
 
 
 def check_character(text, name):
-    """Raises Error if the text is no character file."""
+    """Raises Error if the text is not a character file."""
     mien.Character.from_json(text, name=name)
 
 

@@ -44,7 +44,7 @@ std::string PathIn(const std::filesystem::path& folder, const std::string& name)
 /// the same wherever the batch is started.
 std::string NameIn(const std::filesystem::path& folder, const BatchLine& line, const std::string& path);
 
-/// Replaces a line's error file by the problems of an attempt. A file that cannot be written is no error.
+/// Replaces a line's error file by the problems of an attempt. A file that cannot be written is not an error.
 void WriteErrorFile(const BatchLine& line, const std::filesystem::path& folder,
                     std::vector<Problem> problems);
 

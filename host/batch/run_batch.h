@@ -31,8 +31,8 @@ struct BatchEvents {
   std::function<bool()> stopped = {};
 };
 
-/// Runs all lines; answers when the last one has ended. A line that fails does not stop the others. Lines that
-/// were stopped or never begun have no event.
+/// Runs all lines; returns when the last one has ended. A line that fails does not stop the others. Lines
+/// that were stopped or never begun have no event.
 void RunBatch(const Batch& batch, const BatchEvents& events);
 
 /// Makes the folders that outputs go into and that are missing. Where that fails the line will say so.

@@ -101,7 +101,7 @@ LineEnd RunLine(const BatchLine& line, const fs::path& folder, const JobOfLine& 
   } catch (const std::bad_alloc&) {
     end = Failed(line, {{Code::Memory, "", "", "memory ran out",
                          "solve fewer takes at once with -j, or cut the take into shorter ones"}});
-  } catch (const std::exception& error) { // a defect; the other lines go on
+  } catch (const std::exception& error) { // a defect; the other lines continue
     end = Failed(line, {{Code::Unsolvable, "", "", error.what(), "report this with the take"}});
   }
   if (end.kind == LineEnd::Kind::Failed) WriteErrorFile(line, folder, end.problems);

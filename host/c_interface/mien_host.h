@@ -692,8 +692,8 @@ typedef struct mien_live_result {
 MIEN_HOST_API size_t mien_live_result_count(const mien_live* live); /**< 0 for NULL */
 /** Fills `result`; #MIEN_USAGE for an index that is too large. */
 MIEN_HOST_API mien_status mien_live_get_result(const mien_live* live, size_t index, mien_live_result* result);
-/** An array of a result, as of a frame solver. Its memory is valid until the next call of ::mien_live_feed or
- * ::mien_live_advance. #MIEN_FRAME_RESIDUALS are 0 for weights and lost faces. */
+/** An array of a result, as for a frame solver. Its memory is valid until the next call of ::mien_live_feed
+ * or ::mien_live_advance. #MIEN_FRAME_RESIDUALS are 0 for weights and lost faces. */
 MIEN_HOST_API mien_status mien_live_get_array(const mien_live* live, size_t index, mien_frame_array which,
                                               mien_array* array, mien_messages** errors);
 
@@ -709,7 +709,7 @@ MIEN_HOST_API mien_status mien_live_pause(mien_live* live, int32_t paused, mien_
 MIEN_HOST_API mien_status mien_live_start_recording(mien_live* live, size_t face, const char* place,
                                                     mien_messages** errors);
 /** Does nothing without a recording. If the last one ended by itself, because a file could not be written, this
- * fails and says which and why; the face goes on, and mien_live_statistics::recording is 0 from then on. */
+ * fails and says which and why; the face continues, and mien_live_statistics::recording is 0 from then on. */
 MIEN_HOST_API mien_status mien_live_stop_recording(mien_live* live, size_t face, mien_messages** errors);
 /** Marks this moment in a face's recording, if there is one. */
 MIEN_HOST_API mien_status mien_live_mark(mien_live* live, size_t face, const char* label,

@@ -17,7 +17,7 @@ using namespace mien;
 
 namespace {
 
-/// Retargets what `read` answers.
+/// Retargets what `read` returns.
 std::unique_ptr<mien_animation> Retarget(const mien_character* character, const mien_settings* settings,
                                          const JobProgress& progress,
                                          const std::function<WeightTake(const RetargetJob&)>& read) {

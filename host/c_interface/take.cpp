@@ -16,7 +16,7 @@ using namespace mien;
 
 namespace {
 
-/// Nothing reads the position of a gap; a caller who sees all positions as one array needs to see it.
+/// Nothing reads the position of a gap; a caller that sees all positions as one array needs to see it.
 Take MarkGaps(Take take) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   for (std::size_t f = 0; f < take.FrameCount(); ++f) {

@@ -11,7 +11,7 @@ using namespace mien;
 
 namespace {
 
-/// A take as the bytes of a file, and the notes on what these lack for a caller who asks.
+/// A take as the bytes of a file, and notes on what these lack, if the caller asks for them.
 std::string BytesOf(const mien_take* take, const std::string& output, const mien_settings* settings,
                     const JobProgress& progress, mien_messages** lost) {
   const ConvertJob& job = SettingsOf(settings, MIEN_STEP_CONVERT).convert;

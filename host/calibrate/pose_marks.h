@@ -22,8 +22,8 @@ struct PoseMark {
 /// from_s and to_s, in seconds of the take's own time; both ends belong to the pose. A pose may be marked
 /// more than once. They are returned by their first frame.
 ///
-/// Throws InputError for a table without marks, a name that is no pose of the list, ends in the wrong order,
-/// a stretch without a frame of the take or that goes beyond it, and two marks with a frame in common.
+/// Throws InputError for a table without marks, a name that is not a pose of the list, ends in the wrong
+/// order, a stretch without a frame of the take or that goes beyond it, and two marks with a frame in common.
 /// `file`: its name for messages.
 std::vector<PoseMark> ReadPoseMarks(std::string_view text, const std::string& file, const Take& take);
 

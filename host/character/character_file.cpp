@@ -107,7 +107,7 @@ private:
 
   void ReadShapes(const Pointer& place, const Json& shapes, Character::Part& part) {
     part.shapes = file_.ReadNames(place, shapes, "shape");
-    std::size_t i = 0; // the index in the file, which also has the elements that are no names
+    std::size_t i = 0; // the index in the file, which also has the elements that are not names
     for (const std::string& shape : part.shapes) {
       while (shapes[i] != shape) ++i;
       const auto [known, is_new] = part_of_shape_.emplace(shape, part.name);

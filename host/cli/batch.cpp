@@ -120,7 +120,7 @@ void RunLines(Batch batch, const BatchOptions& options, Output& output) {
           output.Errors(end.problems);
           output.Event(EventAsJson(line, end));
         });
-      } catch (const InputError& error) { // the messages have no reader any longer
+      } catch (const InputError& error) { // nobody reads the messages anymore
         unprintable = error.Problems();
         stop = true;
       }

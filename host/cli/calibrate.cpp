@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>

@@ -4,7 +4,7 @@
 
 namespace mien {
 
-/// The `mien` command. Answers its exit code (output.h).
+/// The `mien` command. Returns its exit code (output.h).
 int RunCommandLine(int argc, const char* const* argv);
 
 /// What the command and its commands are called, take and do.

@@ -12,8 +12,8 @@ namespace mien {
 
 namespace {
 
-/// The words of a text in lines: the first goes on where `line` ends, each further one begins after `indent`
-/// blanks.
+/// The words of a text in lines: the first continues where `line` ends, each further one begins after
+/// `indent` blanks.
 std::string Wrapped(const std::string& text, std::string line, std::size_t indent, std::size_t columns) {
   std::string lines;
   std::istringstream words(text);

@@ -55,7 +55,7 @@ public:
   /// "result" of the document.
   void Result(JsonValue result) { result_ = std::move(result); }
 
-  /// Errors of a part of the work, while the rest goes on. They have no influence on the exit code.
+  /// Errors of a part of the work, while the rest continues. They have no influence on the exit code.
   void Errors(const std::vector<Problem>& problems) const;
 
   /// A line of JSON on standard output, at once: work with many parts reports each of them when it ends. The
@@ -73,7 +73,7 @@ public:
   /// that goes there as well.
   void RequireFreeStandardOutput(std::string_view output, std::string_view setting = "output") const;
 
-  /// Prints the errors, and with --json the document. Answers the exit code.
+  /// Prints the errors, and with --json the document. Returns the exit code.
   int Finish(const std::vector<Problem>& problems);
 
 private:

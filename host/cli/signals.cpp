@@ -31,8 +31,9 @@ std::atomic<int> stop_signal = 0;
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
 extern "C" void NoteStop(int signal) {
-  if (stop_wanted.exchange(true)) RemoveFilesAndEnd(signal);
-  stop_signal = signal;
+  int none = 0; // the signal is set first: a thread that sees `stop_wanted` also sees it
+  if (!stop_signal.compare_exchange_strong(none, signal)) RemoveFilesAndEnd(signal);
+  stop_wanted = true;
 }
 
 } // namespace

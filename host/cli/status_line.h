@@ -15,8 +15,8 @@ namespace mien {
 /// is not a terminal that can do that, and in the background.
 class StatusLine {
 public:
-  /// `text` answers what to show, at most so many columns wide; empty for nothing yet. It is called on a thread
-  /// of the line's own, and must outlive it.
+  /// `text` returns what to show, at most so many columns wide; empty for nothing yet. It is called on a
+  /// thread of the line's own, and must outlive it.
   StatusLine(std::function<std::string(std::size_t columns)> text, bool quiet);
   ~StatusLine();
   StatusLine(const StatusLine&) = delete;

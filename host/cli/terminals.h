@@ -6,7 +6,7 @@
 
 namespace mien {
 
-/// What standard output shows: its columns, 80 where it is no terminal, and the characters that the
+/// What standard output shows: its columns, 80 where it is not a terminal, and the characters that the
 /// environment asks for.
 Terminal StandardOutputTerminal();
 

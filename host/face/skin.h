@@ -28,7 +28,7 @@ struct LidEdges {
 
 /// The skin in one piece: a grid of rows from the crown to the throat and columns from the middle of the
 /// face to the middle of the back, slit at the eye and between the lips. Behind the lids' edges it ends on
-/// the eyeball, behind the lips it goes on as the inside of the mouth.
+/// the eyeball, behind the lips it continues as the inside of the mouth.
 LidEdges BuildSkin(Surface& head);
 
 } // namespace mien

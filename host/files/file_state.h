@@ -19,7 +19,7 @@ struct FileState {
   bool operator==(const FileState&) const = default;
 };
 
-/// Nothing for what is no regular file, and for one that is not there.
+/// Nothing for what is not a regular file, and for one that does not exist.
 std::optional<FileState> StateOf(const std::filesystem::path& path);
 
 } // namespace mien

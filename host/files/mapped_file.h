@@ -20,7 +20,7 @@ enum class FileAccess {
 /// A file's bytes. A pipe and standard input ("-"), which cannot be mapped, are read.
 ///
 /// A mapped file that somebody shortens meanwhile raises SIGBUS where it is read; the command reports that
-/// and stops. A batch, which must go on, copies.
+/// and stops. A batch, which must continue, copies.
 class MappedFile {
 public:
   /// With `progress`, what the system does not have in memory is fetched from the disk here; without, when the

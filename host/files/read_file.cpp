@@ -40,7 +40,7 @@ private:
 };
 
 /// Refuses what has no content to read. A pipe and a socket have, and so has a terminal where it is standard
-/// input; any other device could go on for ever.
+/// input; any other device could be endless.
 void CheckKind(const struct stat& status, const std::string& file, bool is_standard_input) {
   if (S_ISDIR(status.st_mode))
     throw InputError(Code::Unreadable, file, "", "this is a folder", "name a file in it");

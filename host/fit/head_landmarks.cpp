@@ -36,7 +36,7 @@ HeadLandmarks ReadHeadLandmarks(std::string_view bytes, const std::string& file)
   CsvReader csv(bytes, file);
   constexpr std::string_view kColumns[] = {"landmark", "x", "y", "z"};
   if (!std::equal(std::begin(kColumns), std::end(kColumns), csv.Columns().begin(), csv.Columns().end()))
-    csv.Fail(Code::Syntax, "this is no table of a head's landmarks", kFix);
+    csv.Fail(Code::Syntax, "this is not a table of a head's landmarks", kFix);
   HeadLandmarks read;
   read.file = file;
   while (csv.Next()) {

@@ -25,8 +25,8 @@ LandmarkScheme SchemeOf(const Performer& performer);
 inline constexpr std::size_t kLandmarks68 = 68;
 inline constexpr std::size_t kJawContour = 17; ///< the first ones
 
-/// The marker of each of the 68 landmarks. Nothing for those that are no fixed place of the skin: the ends of
-/// the jaw's contour, which slide along the ear, and of the mesh the whole contour.
+/// The marker of each of the 68 landmarks. Nothing for those that are not at a fixed place on the skin: the
+/// ends of the jaw's contour, which slide along the ear, and of the mesh the whole contour.
 std::array<std::optional<std::string>, kLandmarks68> MarkersOfLandmarks(LandmarkScheme scheme);
 
 /// The markers of a take that shapes can be fitted to, each once: the landmarks of the performer's scheme, then

@@ -23,7 +23,7 @@ std::vector<std::string> ShapesOf(const CsvReader& csv) {
   const auto& columns = csv.Columns();
   constexpr std::string_view kFirst[] = {"point", "x", "y", "z"};
   if (columns.size() < kFirstShape + 3 || !std::equal(std::begin(kFirst), std::end(kFirst), columns.begin()))
-    csv.Fail(Code::Syntax, "this is no table of how points move with shapes", kFix);
+    csv.Fail(Code::Syntax, "this is not a table of how points move with shapes", kFix);
   if ((columns.size() - kFirstShape) % 3 != 0)
     csv.Fail(Code::Missing, "the columns behind z are not three for each shape", kFix);
   std::vector<std::string> shapes;

@@ -97,7 +97,7 @@ std::uint64_t EightCharacters(const char* p) {
   return text ^ kOnes * '0';
 }
 
-// The highest bit of each byte that is no digit.
+// The highest bit of each byte that is not a digit.
 std::uint64_t OtherThanDigits(std::uint64_t text) {
   return (((text & kOnes * 0x7F) + kOnes * (0x80 - 10)) | text) & kOnes * 0x80;
 }
@@ -142,7 +142,7 @@ const char* PlainDecimal(const char* p, const char* end, double& value) {
   std::uint64_t whole = ValueOfDigits(text, digits);
   p += digits;
 
-  while (others == 0) { // the digits behind the point go on
+  while (others == 0) { // there are more digits behind the point
     if (end - p < kBlock) return nullptr;
     text = EightCharacters(p);
     others = OtherThanDigits(text);

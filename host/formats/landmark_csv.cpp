@@ -181,7 +181,7 @@ private:
     }
   }
 
-  // A landmark with a coordinate that is no number or too large.
+  // A landmark with a coordinate that is not a number or too large.
   void NoteGap(std::span<const double> value, std::size_t landmark) {
     bool any_missing = false;
     for (const Coordinate& c : columns_.coordinates)

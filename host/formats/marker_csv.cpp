@@ -120,7 +120,7 @@ private:
       header_.timecode_rate = ParseFrameRate(rate);
       if (!header_.timecode_rate)
         csv_.Fail(Code::InvalidValue,
-                  fmt::format("column {} is {}, and {} is no rate", column + 1, Quoted(columns_[column]),
+                  fmt::format("column {} is {}, and {} is not a rate", column + 1, Quoted(columns_[column]),
                               Quoted(rate)),
                   "write its counts per second behind the @, such as timecode@29.97");
       expected += "@" + rate;
@@ -227,8 +227,8 @@ void SetTimecodeByRows(const CsvReader& csv, const Header& header, const std::ve
     first = parse(rows[0], {30000, 1001}, first_fraction); // a take at 25 Hz with drop
   if (!first)
     throw InputError(Code::InvalidValue, csv.File(), fmt::format("{}", lines[0]),
-                     fmt::format("{}: {} is no time of day at {} counts per second", column, Quoted(rows[0]),
-                                 ToText(rate)),
+                     fmt::format("{}: {} is not a time of day at {} counts per second", column,
+                                 Quoted(rows[0]), ToText(rate)),
                      "write HH:MM:SS:FF, with ; before FF for drop frame, and the rate in the column's name: "
                      "timecode@29.97");
   take.timecode = first;

@@ -68,7 +68,7 @@ private:
     }
   }
 
-  // A point with a coordinate that is no number or too large. One with no coordinate at all is simply lost.
+  // A point with a coordinate that is not a number or too large. One without any coordinate is simply lost.
   void NoteGap(std::size_t point) {
     std::size_t missing = 0;
     std::size_t first = 0; // axis

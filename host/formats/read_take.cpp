@@ -135,7 +135,7 @@ bool IsShapeWeights(const std::vector<std::string_view>& columns) {
   std::string formats;
   for (const Format& format : kFormats)
     formats += fmt::format("{}{} ({})", formats.empty() ? "" : ", ", format.name, format.looks);
-  throw InputError(Code::UnknownFormat, file, "", "this is no take of a known format",
+  throw InputError(Code::UnknownFormat, file, "", "this is not a take of a known format",
                    "the formats that can be read are " + formats);
 }
 

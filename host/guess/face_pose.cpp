@@ -176,7 +176,7 @@ void Straighten(Fitted& pose, const std::vector<VgeTVector>& points) {
       across = {across.x + way.x, across.y + way.y, across.z + way.z};
     }
   const VgeTVector x = Unit(across);
-  constexpr double kMostTurn = 0.9; // cosine of 26 degrees: more is no correction
+  constexpr double kMostTurn = 0.9; // cosine of 26 degrees: more is not a correction
   if (x.x < kMostTurn) return;
   const VgeTVector z = Unit(Cross(x, {0, 1, 0, 0})), y = Cross(z, x);
   double middle = 0, count = 0;

@@ -163,7 +163,7 @@ private:
   void RequireOneFace() const {
     constexpr double kNoFace = -1.5, kDistinct = 0.15;
     constexpr double kSmallest = 0.55,
-                     kLargest = 1.8; // of scales; beyond, it is no human face in millimetres
+                     kLargest = 1.8; // of scales; beyond, it is not a human face in millimetres
     const FacePose& pose = face_.pose;
     if (pose.fit < kNoFace || pose.scale < kSmallest || pose.scale > kLargest)
       throw NoFace(take_, fmt::format("{} are near each other, but not where the markers of a face are",

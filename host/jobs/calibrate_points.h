@@ -12,7 +12,7 @@
 
 namespace mien {
 
-/// A performer who is calibrated with takes in memory, one after the other. Of the job's settings, the
+/// A performer that is calibrated with takes in memory, one after the other. Of the job's settings, the
 /// members count that name neither takes nor what is read and written, but for the table of poses.
 class PerformerCalibration {
 public:

@@ -29,7 +29,7 @@ void CheckPlaces(const CalibrateWeightsJob& job) {
   CheckWritable(job.output);
 }
 
-/// Frames without a face are no evidence: blinks are not measured across them.
+/// Blinks are not measured across frames without a face.
 void LeaveOutLostFrames(WeightTake& take) {
   const std::size_t names = take.names.size();
   std::size_t kept = 0;

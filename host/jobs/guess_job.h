@@ -20,7 +20,7 @@ struct GuessJob {
   std::optional<FrameRange> neutral; ///< the frames of the neutral face; without them the file has none
 };
 
-/// Answers what was proposed. A file with which the take could not be solved is not written. Throws
+/// Returns what was proposed. A file with which the take could not be solved is not written. Throws
 /// InputError; of Code::Usage where settings do not fit each other.
 PerformerGuess Run(const GuessJob& job, const JobProgress& progress = nullptr);
 

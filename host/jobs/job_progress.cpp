@@ -64,7 +64,7 @@ void WriteWithProgress(std::ostream& out, std::size_t total, const JobProgress& 
   if (!progress) return write(out);
   ValueCounter counter(*out.rdbuf(), total, progress);
   std::ostream counted(&counter);
-  counted.exceptions(std::ios::badbit); // else it would swallow what `progress` throws
+  counted.exceptions(std::ios::badbit); // otherwise it would swallow what `progress` throws
   try {
     write(counted);
   } catch (const std::ios::failure&) { out.setstate(std::ios::badbit); } // the disk may be full

@@ -20,8 +20,8 @@ enum class JobStage {
 /// throw to stop the job, which then leaves nothing behind.
 using JobProgress = std::function<void(JobStage stage, std::size_t done, std::size_t total)>;
 
-/// `progress` for what fetches a file's bytes: after the last of them the stage's end is not known. It must
-/// outlive the answer.
+/// `progress` for the reader of a file's bytes: after the last of them, the stage's end is unknown. It must
+/// outlive the result.
 ReadProgress ReadingProgress(const JobProgress& progress);
 
 /// Writes text to `out` through a stream that counts its values by the commas and tabs behind them, and

@@ -24,11 +24,11 @@ struct PerformerJob {
   HeadFit head_fit = HeadFit::Take;
 };
 
-/// Answers the neutral face that was saved. A file with which no take could be solved is not written. Throws
+/// Returns the neutral face that was saved. A file with which no take could be solved is not written. Throws
 /// InputError; of Code::Usage where settings do not fit each other.
 Neutral Run(const PerformerJob& job, const JobProgress& progress = nullptr);
 
-/// Gives a performer the neutral face of a take in memory, and answers it. Of `settings`, the members count
+/// Gives a performer the neutral face of a take in memory, and returns it. Of `settings`, the members count
 /// that are not files. Throws InputError.
 Neutral TakeNeutral(const PerformerJob& settings, const Take& take, Performer& performer);
 

@@ -12,7 +12,7 @@ namespace mien {
 
 namespace {
 
-/// And not the words for what has none.
+/// Rather than the words for a file without one.
 bool IsHash(std::string_view sha256) { return sha256.size() == 64; }
 
 bool IsRegular(const std::string& name) {

@@ -56,7 +56,7 @@ struct RetargetJob {
 
   std::string report;                  ///< a JSON file about what was done; may be empty
   std::vector<std::string> command;    ///< the arguments that led here, for the report; may be empty
-  bool hash_files = false;             ///< answer `files` even without a report
+  bool hash_files = false;             ///< return `files` even without a report
   FileAccess access = FileAccess::Map; ///< to the weights and the landmarks
 };
 
@@ -70,7 +70,7 @@ struct RetargetResult {
   std::vector<std::string> unused;       ///< weights that the map does not use
   std::optional<LandmarkHead> landmarks; ///< where they were named
   JoinedFrames joined;
-  std::vector<ReportedFile> files; ///< that went in and came out; empty where nobody asks for them
+  std::vector<ReportedFile> files; ///< that went in and came out; empty unless they are asked for
   WrittenAnimation written;
 };
 

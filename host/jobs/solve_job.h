@@ -57,7 +57,7 @@ struct SolveJob {
   std::optional<std::pair<std::string, std::string>> eye_nodes; ///< .glb, .vrm: those that turn with the eyes
 
   std::vector<std::string> command;    ///< the arguments that led here, for the report; may be empty
-  bool hash_files = false;             ///< answer `files` even without a report
+  bool hash_files = false;             ///< return `files` even without a report
   FileAccess access = FileAccess::Map; ///< to the take
 };
 

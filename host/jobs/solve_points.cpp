@@ -37,7 +37,7 @@ void CheckSolver(const SolveJob& job, AnimationFormat format) {
     throw UsageError("basis-landmarks", "this is for --basis");
 }
 
-/// Nothing of a cleaning that cannot be done at the take's rate is begun.
+/// A cleaning that cannot be done at the take's rate is refused before any of it is done.
 void CheckFilters(const SolveOptions& options, const Take& take) {
   for (const auto& [setting, cutoff] : {std::pair("smooth", options.smooth_positions_hz),
                                         std::pair("smooth-weights", options.smooth_weights_hz),
@@ -53,7 +53,7 @@ struct Solution {
   std::optional<FittedShapes> fitted;
 };
 
-/// Finds the neutral face and solves. Fills the answer's neutral and report.
+/// Finds the neutral face and solves. Fills the neutral face and the report of `solved`.
 Solution SolveParts(const SolveInputs& inputs, const JobProgress& progress, SolvedPoints& solved) {
   const SolveJob& settings = inputs.settings;
   const Take& take = inputs.take;

@@ -13,8 +13,8 @@ namespace mien {
 
 namespace {
 
-/// Of the shapes without a morph target those that anybody would miss: not the ones that stay 0, nor those
-/// that move clusters.
+/// Of the shapes without a morph target, those whose motion is lost: not those that stay 0, nor those that
+/// move clusters.
 std::vector<std::string> MissedShapes(const HeadCoverage& head, const Animation& animation,
                                       const Character* character) {
   std::vector<std::string> missed;

@@ -31,7 +31,7 @@ MarkerState StateOf(Origin origin) {
 /// Turns the axes that a take is described with so that y is up.
 VgeAMatrix Upright(std::string_view axes) {
   VgeAMatrix turn;
-  if (axes.find("+z up") != std::string_view::npos) { // y becomes -z, away from who looks
+  if (axes.find("+z up") != std::string_view::npos) { // y becomes -z, away from the viewer
     turn.m[1][1] = turn.m[2][2] = 0;
     turn.m[1][2] = -1;
     turn.m[2][1] = 1;

@@ -126,7 +126,7 @@ void RefuseUnnamed(std::string_view bytes, const std::string& file) {
   std::string layouts;
   for (const Layout& layout : kLayouts)
     layouts += fmt::format("{}{} ({})", layouts.empty() ? "" : ", ", layout.name, layout.looks);
-  throw InputError(Code::UnknownFormat, file, "", "these are no weights of a known layout",
+  throw InputError(Code::UnknownFormat, file, "", "these are not weights of a known layout",
                    "the layouts that can be read are " + layouts);
 }
 

@@ -24,7 +24,7 @@ struct Placed {
   Point place;
 };
 
-// Nothing if it is no rotation and translation, with one scale.
+// Nothing if it is not a rotation and translation, with one scale.
 std::optional<Placed> PlacedBy(const ResultPose& pose) {
   const std::vector<double>& m = pose.matrix;
   if (m.size() != 16 || !std::all_of(m.begin(), m.end(), [](double v) { return std::isfinite(v); }))
@@ -78,7 +78,7 @@ void SetMatrices(const std::vector<const ResultPose*>& poses, WeightTake& take) 
   if (wrong > 0)
     take.notes.push_back(
         {Code::InvalidValue, "",
-         fmt::format("in {} the head's matrix is no rotation with a translation, and is ignored",
+         fmt::format("in {} the head's matrix is not a rotation with a translation, and is ignored",
                      Count(wrong, "frame"))});
   if (!first) {
     take.heads.clear();

@@ -14,7 +14,7 @@ namespace mien {
 std::string UsualName(std::string_view written);
 
 /// The weights that a file's names mean. Names of the 52 are recognised in any spelling
-/// (host/character/arkit_names.h); "_neutral", which trackers write beside them, is no weight.
+/// (host/character/arkit_names.h); "_neutral", which trackers write beside them, is not a weight.
 class WeightNames {
 public:
   /// What becomes of a name that is none of the 52.

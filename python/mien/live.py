@@ -426,7 +426,7 @@ class Live(Owner):
 
     @property
     def paused(self) -> bool:
-        """Whether all frames that come in are left out. Set it to pause and to go on."""
+        """Whether all frames that come in are left out. Set it to pause and to continue."""
         return self._paused
 
     @paused.setter

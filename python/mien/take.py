@@ -37,7 +37,7 @@ class Event:
 class Gap:
     """Consecutive frames in which a marker has no position.
 
-    ``start`` and ``stop`` are indices as of a slice: the positions in the gap are
+    ``start`` and ``stop`` are indices as in a slice: the positions in the gap are
     ``take.positions[gap.start:gap.stop, gap.marker_index]``. ``first`` and ``last`` are the numbers of its frames.
     """
 

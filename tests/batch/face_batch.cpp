@@ -434,7 +434,7 @@ TEST(FaceBatch, AHeadThatIsLostInOneFrameIsKnownInItsNeighbours) {
 
 namespace {
 
-/// Frames as a caller has them who solves them one by one: an array of sets in, an array of states out.
+/// Frames as a program that solves them one by one has them: an array of sets in, an array of states out.
 struct Sets {
   explicit Sets(std::vector<VFaceMarkerSetState> frames)
       : film(std::move(frames)), states(film.size()), weights(film.size() * FaceBatch::kTemplates, kNaN) {}

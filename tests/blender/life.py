@@ -150,7 +150,7 @@ def wrong_files():
             ({"take": f"{OUT}/none.c3d"}, f"{OUT}/none.c3d: there is no such file; check the path"),
             ({"take": OUT}, f"{OUT}: this is a folder; name a file in it"),
             ({"take": f"{OUT}/life.empty.c3d"}, f"{OUT}/life.empty.c3d: the file is empty; export the take again"),
-            ({"take": f"{OUT}/life.text.csv"}, f"{OUT}/life.text.csv: this is no take of a known format; the formats"),
+            ({"take": f"{OUT}/life.text.csv"}, f"{OUT}/life.text.csv: this is not a take of a known format; the"),
             ({"take": f"{OUT}/life.cut.trc"}, f"{OUT}/life.cut.trc:"),
             ({"take": f"{SAMPLES}/head.glb"}, f"{SAMPLES}/head.glb: this is a .glb, not a take"),
             ({"take": f"{SAMPLES}/markers.csv"}, f"{SAMPLES}/markers.csv: no built-in performer has the 50 markers of "

@@ -17,7 +17,7 @@ struct ProcessEnd {
 /// A process of the test's own, killed if it still runs when the test is through with it.
 class Process {
 public:
-  /// A copy of this process that calls `work` and exits with what it answers.
+  /// A copy of this process that calls `work` and exits with what it returns.
   explicit Process(const std::function<int()>& work) : id_(fork()) {
     if (id_ == 0) _exit(work());
   }

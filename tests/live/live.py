@@ -138,7 +138,7 @@ def packets_that_are_lost_doubled_and_swapped_are_counted(seconds):
         longest_pause = max(longest_pause, time.monotonic() - last)
         last = time.monotonic()
         frame += 1
-        # The packet's clock has 60 counts a second; the fraction of a count goes on in thousandths.
+        # The packet's clock has 60 counts a second; the fraction of a count is in thousandths.
         counts = 1000000 + frame * 60 / rate
         packet = bytearray(stamped(PHONE, int(counts)))
         name = struct.unpack_from(">i", packet, 41)[0]

@@ -160,7 +160,7 @@ async function start(): Promise<void> {
   const freeze = byId("live-freeze");
   const keys: Key[] = [
     data.live
-      ? { keys: [" "], label: "Space", text: "freeze the picture, or let it go on", run: () => freeze.click() }
+      ? { keys: [" "], label: "Space", text: "freeze the picture, or continue", run: () => freeze.click() }
       : { keys: [" "], label: "Space", text: "play or pause", run: () => playback.toggle() },
     { keys: ["ArrowLeft"], label: "←", text: "one frame back", run: () => playback.step(-1) },
     { keys: ["ArrowRight"], label: "→", text: "one frame on", run: () => playback.step(1) },

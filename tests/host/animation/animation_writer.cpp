@@ -95,7 +95,7 @@ TEST(AnimationWriter, CsvRowsAreWrittenWithTheirFrames) {
   }
 }
 
-// A stream may go on for hours.
+// A stream may last for hours.
 TEST(AnimationWriter, AfterItsLongestRowACsvAllocatesNothing) {
   const AnimationLayout layout = Layout();
   tests::Random random(5);

@@ -236,7 +236,7 @@ TEST(JsonFile, AShortenedPointerKeepsItsCharactersWhole) {
   }
 }
 
-// A key is text from the file: it must not clear the screen or look like a line of ours.
+// A key is text from the file: it must not clear the screen or look like one of mien's own lines.
 TEST(JsonFile, KeysCannotSteerTheTerminal) {
   JsonFile file(R"({"\u001b[2J\n": 1, "\u001b[2J\n": 2})", "p.json");
   file.CheckKeys(JsonFile::Pointer(), file.Root(), {"name"});

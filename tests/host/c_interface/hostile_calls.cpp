@@ -1,4 +1,4 @@
-// Calls that make no sense are answered with errors: null, handles of another kind, handles that were freed,
+// Calls that make no sense return errors: null, handles of another kind, handles that were freed,
 // wrong sizes.
 
 #include "tests/host/c_interface/handles.h"
@@ -20,7 +20,7 @@ namespace {
 
 const std::filesystem::path kSamples = MIEN_SAMPLES_FOLDER;
 
-/// A call that answers null and says at which argument it is at fault.
+/// A call that returns null and names the argument at fault.
 template <class Call>
 void ExpectNull(const char* place, Call call) {
   Errors errors;
@@ -235,7 +235,7 @@ TEST(CHostileCalls, WithWrongSizesAndIndicesAreErrors) {
   });
 }
 
-// A caller who was compiled with a newer header has larger structs.
+// A caller that was compiled with a newer header has larger structs.
 TEST(CHostileCalls, FromNewerCallersFillWhatIsKnown) {
   const TakeHandle take = ReadTake(kSamples / "landmarks.csv");
   struct {

@@ -1,4 +1,5 @@
 #include "host/c_interface/settings.h"
+
 #include "host/cli/job_options.h"
 #include "host/cli/option_parser.h"
 #include "tests/host/c_interface/handles.h"

@@ -304,7 +304,7 @@ TEST_F(BatchCommand, ABadTakeDoesNotStopTheOthersAndTheExitCodeIsOne) {
   const Ran ran = RunGlob({"--quiet"});
   EXPECT_EQ(ran.exit_code, 1);
   EXPECT_THAT(ran.err,
-              AllOf(StartsWith("mien: takes/2.csv: this is no take of a known format;"),
+              AllOf(StartsWith("mien: takes/2.csv: this is not a take of a known format;"),
                     HasSubstr("mien: 1 of 3 lines failed; see their messages, and run the batch again\n")));
   EXPECT_THAT(FilesIn("out"), SizeIs(5));
 }
@@ -372,7 +372,7 @@ TEST_F(BatchCommand, ShardsTogetherDoEveryLineOnceAndTheSummaryMergesThem) {
   const Ran summary = RunGlob({"--summary"});
   EXPECT_EQ(summary.exit_code, 1);
   EXPECT_THAT(summary.out,
-              AllOf(StartsWith("failed     out/4.csv: takes/4.csv: this is no take of a known format"),
+              AllOf(StartsWith("failed     out/4.csv: takes/4.csv: this is not a take of a known format"),
                     HasSubstr("batch      6 done, 1 failed; ")));
   EXPECT_EQ(summary.err, "mien: 1 of 7 lines not done yet; see their messages, and run the batch again\n");
   WriteTake("takes/4.csv", 12);

@@ -721,7 +721,7 @@ TEST_F(Command, BadTakesAreNamedWithPlaceAndFix) {
       {"number.csv", "mien: number.csv:11"},
       {"nan.csv", "mien: nan.csv:11"},
       {"infinite.csv", "mien: infinite.csv:11"},
-      {"binary.csv", "mien: binary.csv: this is no take of a known format; "},
+      {"binary.csv", "mien: binary.csv: this is not a take of a known format; "},
       {"markers.csv", "mien: markers.csv:2"},
       {"/dev/zero", "mien: /dev/zero: this is a device; "},
       {std::string(300, 'a'), "mien: aaa"},

@@ -175,8 +175,8 @@ TEST_F(Convert, WrongUsageIsReported) {
       {{"take.csv", "a.csv", "--frames", "5-3"}, "--frames: \"5-3\" is not FRAME or FROM-TO"},
       {{"take.csv", "a.csv", "--frames", "5-"}, "is not FRAME or FROM-TO"},
       {{"take.csv", "a.csv", "--frames", ""}, "is not FRAME or FROM-TO"},
-      {{"take.csv", "a.csv", "--timecode", "10:00"}, "--timecode: \"10:00\" is no timecode"},
-      {{"take.csv", "a.csv", "--timecode", ""}, "--timecode: \"\" is no timecode"},
+      {{"take.csv", "a.csv", "--timecode", "10:00"}, "--timecode: \"10:00\" is not a timecode"},
+      {{"take.csv", "a.csv", "--timecode", ""}, "--timecode: \"\" is not a timecode"},
       {{"take.csv", "a.csv", "--timecode", "10:02:59:10"}, "(10) unless it follows"},
       {{"take.csv", "a.csv", "--frob"}, "--frob"}};
   for (const auto& [rest, what] : cases) {

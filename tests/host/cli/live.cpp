@@ -119,7 +119,7 @@ TEST_F(LiveCommand, AReplayThatCannotBeSolvedIsAnErrorAndEndsAtOnce) {
             "mien: no built-in performer has these markers; name the performer's file with --performer\n");
   const Ran both = Run({"live", "--in", markers, "--in", kReplay, "--out", "lines:-"});
   EXPECT_EQ(both.exit_code, 1);
-  EXPECT_EQ(std::count(both.out.begin(), both.out.end(), '\n'), 360) << "the other source goes on";
+  EXPECT_EQ(std::count(both.out.begin(), both.out.end(), '\n'), 360) << "the other source continues";
   const Ran other = Run({"live", "--in", kReplay, "--out", "lines:-", "-p",
                          std::string(MIEN_SAMPLES_FOLDER) + "/markers.performer.json"});
   EXPECT_EQ(other.exit_code, 1);

@@ -203,7 +203,7 @@ TEST_F(SolveCommand, WhatCannotBeIsRefusedWithTheOptionsNameAndARightForm) {
       {"--timecode",
        {"", "10", "10:00:00", "24:00:00:00", "10:60:00:00", "10:00:60:00", "10:00:00:30", "10:00:00:-1",
         "10:00:00:00@", "10:00:00:00@0", "10:00:00:30@30", "10:01:00;00", "10:00:00:00 ", "noon"},
-       "is no timecode; write HH:MM:SS:FF with FF below its rate, which is the take's (30) unless it "
+       "is not a timecode; write HH:MM:SS:FF with FF below its rate, which is the take's (30) unless it "
        "follows: "
        "10:02:59:29@30"},
       {"--report", {""}, "the name is empty"},
@@ -585,7 +585,7 @@ TEST_F(SolveCommand, RateFirstFrameAndTimecodeReachEveryOutput) {
                 ElementsAre("frame", "time", "timecode", "Mouth.Open"));
     EXPECT_EQ(csv.rows[0][0], "1000");
     EXPECT_EQ(csv.rows[0][2], "10:02:59;29");
-    EXPECT_EQ(csv.rows[1][2], "10:03:00;02"); // 00 and 01 are no numbers of this minute
+    EXPECT_EQ(csv.rows[1][2], "10:03:00;02"); // 00 and 01 are not numbers of this minute
     EXPECT_EQ(csv.rows[359][0], "1359");
 
     const Json report = Json::parse(Saved("report.json"))["take"];

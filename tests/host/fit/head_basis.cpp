@@ -86,7 +86,7 @@ TEST(HeadBasis, AnyUnitAndAnyTurnGiveTheSameBasis) {
   }
 }
 
-// A grid of 1 mm before the face: teeth behind the lips and the back of the head are no skin that a marker is on.
+// A grid of 1 mm before the face: no marker is on the teeth behind the lips or on the back of the head.
 TEST(HeadBasis, KeepsEvenlySpreadVerticesOfTheFront) {
   ShapeBasis made_of = LoadBasis(BuiltInBasis::OneHead);
   const std::size_t shapes = made_of.shapes.size(), landmarks = 68;

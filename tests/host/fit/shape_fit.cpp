@@ -156,7 +156,7 @@ TEST(ShapeFit, HiddenPointsAreLeftOut) {
   ExpectWeights(fit.Solve(seen), weights, 1e-8);
 }
 
-// What is left of the head's motion, and an eye that a tracker shifts as a whole, are no expression.
+// What is left of the head's motion, and an eye that a tracker shifts as a whole, are not an expression.
 TEST(ShapeFit, RigidMotionAndShiftsOfARegionAreNotShapes) {
   ShapeFitPoints face = Face(60, 6);
   face.regions = {{3, 14, 25, 36, 47}};

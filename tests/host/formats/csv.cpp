@@ -179,7 +179,7 @@ TEST(CsvReader, NumbersAreExactDoubles) {
 
 namespace {
 
-// What std::from_chars makes of a whole field, as bits; nothing where it is no finite number.
+// What std::from_chars makes of a whole field, as bits; nothing where it is not a finite number.
 std::optional<std::uint64_t> Bits(std::string_view field) {
   double value = 0;
   const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);

@@ -84,7 +84,7 @@ TEST(CsvFrames, AFrameColumnThatNeverChangesIsReplacedByACount) {
                                                     "numbered from 1",
                                                     number)));
   }
-  EXPECT_THAT(FramesOf("7,0\n").frames, ElementsAre(7)) << "one row's number is no constant";
+  EXPECT_THAT(FramesOf("7,0\n").frames, ElementsAre(7)) << "one row's number is not a constant";
   // Only what is constant is of no use: a number that stays for a while stands in a wrong row.
   EXPECT_EQ(ProblemOf([] { FramesOf("1,0\n1,0.5\n2,1\n"); }), "wrong-order at 3");
   EXPECT_EQ(ProblemOf([] { ReadTable("frame\n1\n1\n"); }), "wrong-order at 3") << "no times to go by";

@@ -486,16 +486,18 @@ TEST(MarkerCsv, BadTimecodesNameLineAndColumn) {
   };
   EXPECT_EQ(
       error("timecode@25", "10:00:00:25"),
-      "m.csv:2: column \"timecode@25\": \"10:00:00:25\" is no time of day at 25 counts per second; write "
+      "m.csv:2: column \"timecode@25\": \"10:00:00:25\" is not a time of day at 25 counts per second; write "
       "HH:MM:SS:FF, with ; before FF for drop frame, and the rate in the column's name: timecode@29.97");
   for (const char* timecode : {"25:00:00:00", "10:00:00", "36000.5", "10:00:00:00@25", "x"})
-    EXPECT_THAT(error("timecode", timecode), testing::HasSubstr(" is no time of day at 25 counts per second"))
+    EXPECT_THAT(error("timecode", timecode),
+                testing::HasSubstr(" is not a time of day at 25 counts per second"))
         << timecode;
   EXPECT_THAT(error("timecode@25", "10:00:00;00"),
-              testing::HasSubstr(" is no time of day at 25 counts per second"));
-  EXPECT_EQ(error("timecode@x", "10:00:00:00"), "m.csv:1: column 3 is \"timecode@x\", and \"x\" is no rate; "
-                                                "write its counts per second behind the @, such as "
-                                                "timecode@29.97");
+              testing::HasSubstr(" is not a time of day at 25 counts per second"));
+  EXPECT_EQ(error("timecode@x", "10:00:00:00"),
+            "m.csv:1: column 3 is \"timecode@x\", and \"x\" is not a rate; "
+            "write its counts per second behind the @, such as "
+            "timecode@29.97");
 }
 
 TEST(MarkerCsv, MarkersMayBeNamedTimecode) {

@@ -76,10 +76,10 @@ TEST_F(ReadTakeFile, MissingFileIsNamed) {
 
 TEST(ReadTake, TakesAnyBytesAsInput) {
   EXPECT_EQ(MemoryError(" \r\n\t\n"), "t: the file is empty; export the take again");
-  EXPECT_EQ(MemoryError("hello"), "t: this is no take of a known format" + kKnownFormats);
+  EXPECT_EQ(MemoryError("hello"), "t: this is not a take of a known format" + kKnownFormats);
   EXPECT_EQ(MemoryError(std::string("\x02\x50\0\0,\0\n", 7)),
-            "t: this is no take of a known format" + kKnownFormats);
-  EXPECT_EQ(MemoryError("1,0,1,2,3\n"), "t: this is no take of a known format" + kKnownFormats);
+            "t: this is not a take of a known format" + kKnownFormats);
+  EXPECT_EQ(MemoryError("1,0,1,2,3\n"), "t: this is not a take of a known format" + kKnownFormats);
 }
 
 TEST(ReadTake, FilesGivenByMistakeAreNamed) {
@@ -174,7 +174,7 @@ TEST(ReadTake, StrictlyANotesCodeAndPlaceAreTheProblems) {
             "missing at column \"timecode@25\"");
 }
 
-// --- Tables of shape weights, which are no takes.
+// --- Tables of shape weights, which are not takes.
 
 TEST(ReadTakeOfShapeWeights, AreNamedWithTheirRowsTimeAndDropsAcrossMidnight) {
   for (const char* header :

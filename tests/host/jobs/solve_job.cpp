@@ -295,7 +295,8 @@ TEST_F(SolveJobs, FitOnTheUsersHeadOrTable) {
   mien::Run(job);
   EXPECT_EQ(ReadFile(job.output), solved) << "the table is the built-in one";
 
-  job.basis = Write(std::string(248, 'h') + ".glb", head.str()); // the landmarks' name is longer than names may be
+  // With ".landmarks.csv", the name is longer than names may be.
+  job.basis = Write(std::string(248, 'h') + ".glb", head.str());
   EXPECT_EQ(ProblemOf(job), std::pair(Code::NotFound, std::string())) << "the landmarks";
 
   job.basis = Write("scene.glb", "BLENDER-v300");

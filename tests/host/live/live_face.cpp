@@ -205,7 +205,7 @@ TEST(LiveFace, LearnsTheNeutralFaceFromTheFirstSeconds) {
               HasSubstr("the first 2 s do not show the neutral face"));
 }
 
-// A frame depends on nothing that comes later: however a take goes on, what came out stays.
+// A frame depends on nothing that comes later: whatever follows in a take, the output stays.
 TEST(LiveFace, NeverLooksAhead) {
   Take take = Talk(60);
   for (std::size_t f = 20; f < 40; ++f) Hide(take, f, {"Chin", "LidUpL", f % 3 ? "H1" : "H2"});

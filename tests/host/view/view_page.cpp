@@ -106,7 +106,7 @@ TEST(ViewPage, TheTakesOwnUpIsUp) {
   const std::vector<double> at = TableOf(page.bytes, page.data["sides"][0]["markers"]["positions"]);
   EXPECT_NEAR(at[0], 1, 0.025);
   EXPECT_NEAR(at[1], 3, 0.025) << "z";
-  EXPECT_NEAR(at[2], -2, 0.025) << "away from who looks";
+  EXPECT_NEAR(at[2], -2, 0.025) << "away from the viewer";
 }
 
 TEST(ViewPage, CurvesAreKeptToAThousandth) {

@@ -223,7 +223,7 @@ TEST(ReadWeights, FilesOfPointsNameTheCommandThatSolvesThem) {
         << text;
   EXPECT_THAT(
       InputErrorOf([&] { ReadWeights("hello\n", "w"); }),
-      HasSubstr("these are no weights of a known layout; the layouts that can be read are phone CSV"));
+      HasSubstr("these are not weights of a known layout; the layouts that can be read are phone CSV"));
   EXPECT_THAT(InputErrorOf([&] { ReadWeights(" \n", "w"); }), HasSubstr("the file is empty"));
 }
 

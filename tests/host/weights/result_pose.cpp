@@ -117,7 +117,7 @@ TEST(ResultPose, WhatIsNoRotationIsIgnored) {
     const WeightTake take = Read({"[" + Flat(elements) + "]"});
     EXPECT_THAT(take.heads, IsEmpty());
     EXPECT_THAT(take.notes, Contains(IsNote(mien::Code::InvalidValue, "",
-                                            "in 1 frame the head's matrix is no rotation")));
+                                            "in 1 frame the head's matrix is not a rotation")));
   }
 }
 

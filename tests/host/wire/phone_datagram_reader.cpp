@@ -31,7 +31,7 @@ TEST(PhoneDatagramReader, ReadsTextInHundredths) {
   frames.Read(PacketOf("phone.txt"));
   ASSERT_EQ(frames.inputs.size(), 1U);
   ExpectAllWeights(frames, 100);
-  EXPECT_EQ(frames.Faults(), 1U); // trackingStatus is no weight
+  EXPECT_EQ(frames.Faults(), 1U); // trackingStatus is not a weight
   EXPECT_EQ(frames.inputs[0].head->yaw, 20 * kRadians);
   EXPECT_EQ((*frames.inputs[0].eyes)[0].yaw, 2 * kRadians); // the left eye's, which comes second
 }

@@ -78,7 +78,7 @@ test("frames are shown as they come: markers, curves, the clock, facts", async (
   await finish(opened, "live");
 });
 
-test("a frozen picture stays, and goes on with the newest frame", async (context) => {
+test("a frozen picture stays, and continues with the newest frame", async (context) => {
   const server = await LiveServer.start(...livePage());
   context.after(() => server.stop());
   const opened = await openAddress(browser, server.address);
