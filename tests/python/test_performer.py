@@ -84,7 +84,7 @@ def test_calibrate_needs_a_take():
 
 
 @pytest.mark.parametrize("text", ["", "{", "[]", '{"format": "mien performer 1"}', "null", "\udcff", "{" * 100000])
-def test_text_that_is_no_performer_or_character_is_refused(text):
+def test_text_of_neither_a_performer_nor_a_character_is_refused(text):
     for kind in (mien.Performer, mien.Character):
         with pytest.raises(mien.Error) as raised:
             kind.from_json(text, name="mine.json")

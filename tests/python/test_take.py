@@ -203,7 +203,7 @@ def test_from_arrays_refuses_what_does_not_fit(arguments, place):
         assert raised.value.problems[0].place == place
 
 
-def test_one_name_is_no_list_of_names():
+def test_one_name_is_not_a_list_of_names():
     with pytest.raises(TypeError, match="markers must be a sequence of names"):
         mien.Take.from_arrays(POINTS, "abcd", rate=60)
 

@@ -90,7 +90,7 @@ TEST_F(ManifestTest, ProblemsHaveLineAndColumn) {
         "leave it out");
 }
 
-TEST_F(ManifestTest, AFileThatIsNoManifestIsNamedForWhatItIs) {
+TEST_F(ManifestTest, AFileThatIsNotAManifestIsNamedForWhatItIs) {
   const std::string no_take =
       "m:1: no column is named take; name the columns in the first row, such as "
       "take,performer,output; to solve takes without a manifest, name them with --glob";

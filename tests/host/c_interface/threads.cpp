@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kThreads = 4;
 
-/// What each of some threads answers, which all do the same at once.
+/// What each of some threads returns, which all do the same at once.
 template <class Answer>
 std::vector<Answer> AtOnce(const std::function<Answer()>& work) {
   std::vector<Answer> answers(kThreads);

@@ -53,7 +53,7 @@ TEST_F(LiveCommand, RefusesPlacesThatDoNotFitEachOther) {
   EXPECT_EQ(Run({"live", "--in", "replay:no such file"}).exit_code, 1);
 }
 
-TEST_F(LiveCommand, AFaceThatNoPerformerFitsIsReportedAndTheOthersGoOn) {
+TEST_F(LiveCommand, AFaceThatNoPerformerFitsIsReportedAndTheOthersContinue) {
   Write("in.jsonl", "{\"face\":\"a\",\"names\":[\"x\"],\"points\":[[1,2,3]]}\n"
                     "{\"face\":\"b\",\"time\":0,\"weights\":{\"jawOpen\":0.5}}\n");
   const std::string path = folder_ / "in.jsonl";

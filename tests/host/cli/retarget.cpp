@@ -117,7 +117,7 @@ TEST_F(RetargetCommand, WritesAnAnimationForAnyAvatar) {
   EXPECT_THAT(templates.err, HasSubstr("character  vrm1\n")) << "templates are nothing to an avatar";
 }
 
-TEST_F(RetargetCommand, AHeadThatIsNoAvatarDoesNotBecomeOne) {
+TEST_F(RetargetCommand, AHeadThatIsNotAnAvatarDoesNotBecomeOne) {
   const std::string head = std::string(MIEN_SAMPLES_FOLDER) + "/head.glb";
   const Ran ran = Run({"retarget", kPhone, "--onto", head, "-o", "out.vrm"});
   EXPECT_EQ(ran.exit_code, 1);

@@ -75,7 +75,7 @@ TEST_F(UsageProblems, AMistypedOptionGetsTheNearest) {
   for (const auto& [arguments, fault] : cases) EXPECT_EQ(FaultOf(arguments), fault);
 }
 
-TEST_F(UsageProblems, AnOptionBeforeItsCommandIsTold) {
+TEST_F(UsageProblems, AnOptionBeforeItsCommandIsReported) {
   EXPECT_EQ(FaultOf({"--performer", "landmarks68", "solve", "take.csv", "-o", "w.csv"}),
             "--performer stands before the command; write mien solve --performer ...");
 }

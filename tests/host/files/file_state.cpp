@@ -36,7 +36,7 @@ TEST_F(FileStateTest, IsTheSameUntilTheFileChanges) {
   EXPECT_EQ(StateOf(file)->size, 2);
 }
 
-TEST_F(FileStateTest, IsNothingForWhatIsNoRegularFile) {
+TEST_F(FileStateTest, IsNothingForWhatIsNotARegularFile) {
   EXPECT_EQ(StateOf(folder_ / "none"), std::nullopt);
   EXPECT_EQ(StateOf(folder_), std::nullopt);
   EXPECT_EQ(StateOf("/dev/null"), std::nullopt);

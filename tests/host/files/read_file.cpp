@@ -114,7 +114,7 @@ TEST_F(ReadFileTest, MissingFileIsNamed) {
   EXPECT_EQ(Error(below_a_file), below_a_file.string() + ": there is no such file; check the path");
 }
 
-TEST_F(ReadFileTest, FolderIsNoFile) {
+TEST_F(ReadFileTest, FolderIsNotAFile) {
   EXPECT_EQ(Error(folder_), folder_.string() + ": this is a folder; name a file in it");
 }
 

@@ -15,7 +15,7 @@ using mien::Performer;
 using mien::SchemeOf;
 using testing::Optional;
 
-TEST(LandmarkScheme, IsToldByTheNamesOfTheMarkers) {
+TEST(LandmarkScheme, FollowsFromTheNamesOfTheMarkers) {
   EXPECT_EQ(SchemeOf(LoadPerformer("landmarks68")), LandmarkScheme::Points68);
   EXPECT_EQ(SchemeOf(LoadPerformer("landmarks478")), LandmarkScheme::Mesh478);
   Performer performer;
@@ -28,7 +28,7 @@ TEST(LandmarkScheme, IsToldByTheNamesOfTheMarkers) {
   }
 }
 
-TEST(LandmarkScheme, TheEndsOfTheJawsContourAreNoPlacesOfTheSkin) {
+TEST(LandmarkScheme, TheEndsOfTheJawsContourAreNotPlacesOnTheSkin) {
   const auto markers = MarkersOfLandmarks(LandmarkScheme::Points68);
   for (std::size_t i = 0; i < markers.size(); ++i)
     if (i <= 2 || (i >= 14 && i <= 16))

@@ -93,7 +93,7 @@ TEST(OwnPoses, APoseOfBothSidesIsDividedInTheMiddle) {
 }
 
 // The head's fit leaves a rest: the markers that the shape does not move tell it.
-TEST(OwnPoses, ARestOfHeadMotionIsNoShape) {
+TEST(OwnPoses, ARestOfHeadMotionIsNotAShape) {
   LaidBasis basis = Basis();
   CalibrationRecord::Pose pose = Pose("jaw-open", {{"chin", {0, -20, 0}}});
   for (auto& [marker, p] : pose.points) p = {p.x + 1, p.y - 2, p.z + 0.5};

@@ -59,7 +59,7 @@ TEST(C3dEvents, EventsOfTheHeaderCountFromTheFirstFrame) {
   EXPECT_THAT(Read(file).events, IsEmpty());
 }
 
-TEST(C3dEvents, EventTimesThatAreNoPairsAreNotRead) {
+TEST(C3dEvents, EventTimesThatAreNotPairsAreNotRead) {
   C3dBuilder file;
   file.Words("EVENT", "USED", {8});
   file.Reals("EVENT", "TIMES", std::vector<double>(8, 0));

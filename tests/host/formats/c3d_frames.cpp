@@ -117,7 +117,7 @@ TEST(C3dFrames, ResidualsAreMultiplesOfTheScaleInMillimetres) {
   EXPECT_NEAR(take.residual_mm, 83.3333, 5e-5);
 }
 
-TEST(C3dFrames, CoordinatesThatAreNoNumbersAreGaps) {
+TEST(C3dFrames, CoordinatesThatAreNotNumbersAreGaps) {
   for (const double bad : {kNan, std::numeric_limits<double>::infinity()})
     for (std::size_t axis = 0; axis < 3; ++axis) {
       C3dBuilder file;

@@ -59,7 +59,7 @@ TEST(CsvColumns, LoseBlanksQuotesAndByteOrderMark) {
               ElementsAre("frame", "X_0", "a b", "c.d"));
 }
 
-TEST(CsvColumns, EmptyNamesAtTheEndAreNoColumns) {
+TEST(CsvColumns, EmptyNamesAtTheEndAreNotColumns) {
   EXPECT_THAT(CsvColumns("a,,b,, ,\n"), ElementsAre("a", "", "b"));
 }
 
@@ -298,7 +298,7 @@ TEST(CsvReader, FindsEachOfThousandsOfColumns) {
   EXPECT_EQ(csv.Column("d"), std::nullopt);
 }
 
-TEST(CsvReader, WhatIsNoNumberIsShownWithItsPlace) {
+TEST(CsvReader, WhatIsNotANumberIsShownWithItsPlace) {
   const std::string fix = "; write a plain number, such as 12.5";
   for (const std::string field :
        {"abc", "1.2.3", "1e", "1e+", "-", "+", "+-1", "++1", "-+1", ".", "0x10", "1 2", "12mm", "1;2"})
@@ -306,7 +306,7 @@ TEST(CsvReader, WhatIsNoNumberIsShownWithItsPlace) {
   EXPECT_EQ(NumberError(std::string("1\0", 2)), "t.csv:2: column \"n\": \"1?\" is not a number" + fix);
 }
 
-TEST(CsvReader, NanAndInfinityAreNoPositions) {
+TEST(CsvReader, NanAndInfinityAreNotPositions) {
   for (const std::string field : {"nan", "NaN", "-nan", "nan(1)", "inf", "-inf", "Infinity"})
     EXPECT_EQ(NumberError(field), "t.csv:2: column \"n\": \"" + field +
                                       "\" is not a finite number; write a plain number, such as 12.5");
@@ -319,7 +319,7 @@ TEST(CsvReader, NumbersTooLargeOrTooSmallForADoubleAreNotBent) {
                   "\" is beyond the range of a double; write a plain number, such as 12.5");
 }
 
-TEST(CsvReader, EmptyFieldIsNoNumber) {
+TEST(CsvReader, EmptyFieldIsNotANumber) {
   EXPECT_EQ(InputErrorOf([] {
               CsvReader csv("a,b\n1,\n", "t.csv");
               csv.Next();

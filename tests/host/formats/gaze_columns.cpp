@@ -73,7 +73,7 @@ TEST(GazeColumns, AnAppsYawIsPositiveToTheRightAndItsPitchDown) {
   ExpectPoint(gaze.right, {0, -std::sin(0.25), std::cos(0.25)});
 }
 
-TEST(GazeColumns, WhatIsNoAngleOfAnEyeIsNoDirection) {
+TEST(GazeColumns, WhatIsNotAnAngleOfAnEyeIsNotADirection) {
   for (const char* row : {",0", "NaN,0", "0,inf", "1.5,0", "0,-90"})
     EXPECT_FALSE(ReadRow("gaze_angle_x,gaze_angle_y", row).left) << row;
   const Gaze gaze = ReadRow(kEyes, "0.1,0.2,,0.2");

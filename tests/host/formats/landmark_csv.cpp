@@ -587,7 +587,7 @@ TEST(LandmarkCsv, RepeatedAndReversedRowsAreRefused) {
               HasSubstr("face.csv:4: column \"timestamp\": the time 0.02 s comes after 0.04 s"));
 }
 
-TEST(LandmarkCsv, HeaderAloneIsNoTake) {
+TEST(LandmarkCsv, HeaderAloneIsNotATake) {
   EXPECT_EQ(ReadError(Tracked(0).Text()),
             "face.csv:1: there are no frames, only a header; export the take again with its rows");
 }

@@ -103,7 +103,7 @@ TEST(MarkerCsv, ReadsEveryShapeOfTextThatHoldsTheSameTable) {
   }
 }
 
-TEST(MarkerCsv, APositionAtTheOriginIsNoGap) {
+TEST(MarkerCsv, APositionAtTheOriginIsNotAGap) {
   EXPECT_NE(ReadTake("frame,time,A.x,A.y,A.z\n1,0,0,0,0\n", "m.csv").At(0, 0), nullptr);
 }
 
@@ -259,7 +259,7 @@ TEST(MarkerCsv, ACutLastRowIsLeftOutAndNoted) {
   }
 }
 
-TEST(MarkerCsv, NumberedLandmarksOfAMeshAreNoMarkers) {
+TEST(MarkerCsv, NumberedLandmarksOfAMeshAreNotMarkers) {
   const auto table = [](int count, const std::string& prefix, const char* separator) {
     std::string header = "frame,time", row = "\n1,0";
     for (int i = 0; i < count; ++i)

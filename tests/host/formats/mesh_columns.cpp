@@ -29,7 +29,7 @@ TEST(MeshColumns, NamesAreFoundInEverySpelling) {
   EXPECT_EQ(ParsePointColumn("feat_3_z")->family, ParsePointColumn("feat_12_y")->family);
 }
 
-TEST(MeshColumns, DerivedAndOtherColumnsAreNoPoints) {
+TEST(MeshColumns, DerivedAndOtherColumnsAreNotPoints) {
   for (const char* name : {"", "x", "17", "feat_17_xdiff", "feat_17_ztot", "v17", "lm17_visibility", "max_17",
                            "x_17_mean", "x_99999999999999999999999"})
     EXPECT_FALSE(ParsePointColumn(name)) << name;

@@ -213,7 +213,7 @@ TEST(MeshJson, AFileThatIsCutLosesItsLastResult) {
   }
 }
 
-TEST(MeshJson, WhatIsNoResultIsRefusedAtItsLine) {
+TEST(MeshJson, WhatIsNotAResultIsRefusedAtItsLine) {
   const auto error = [](const std::string& text) {
     return InputErrorOf([&] { ReadTake(text, "face.json"); });
   };

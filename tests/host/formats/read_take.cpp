@@ -50,7 +50,7 @@ std::string ShapeError(const std::string& text) {
 
 } // namespace
 
-TEST_F(ReadTakeFile, TellsTheFormatByContentAndNotByEnding) {
+TEST_F(ReadTakeFile, FindsTheFormatByContentAndNotByEnding) {
   const Take take = ReadTake(Write("smile.c3d", kTake));
   EXPECT_EQ(take.name, "smile");
   EXPECT_EQ(take.format, "marker CSV");

@@ -516,7 +516,7 @@ TEST(Trc, TextAmongTheNumbersIsRefusedWithItsPlace) {
 
 // --- Frames and times
 
-TEST(Trc, FramesThatAreMissingAreTold) {
+TEST(Trc, FramesThatAreMissingAreReported) {
   File file =
       WithRows("10\t0.18\t1\t2\t3\t4\t5\t6\n11\t0.20\t1\t2\t3\t4\t5\t6\n15\t0.28\t1\t2\t3\t4\t5\t6\n");
   file.values = "50\t50\t3\t2\tmm\t50\t10\t3\n";
@@ -767,7 +767,7 @@ TEST(Trc, EveryChangedByteIsATakeOrAnError) {
   EXPECT_GT(errors, 100u);
 }
 
-TEST(Trc, BytesThatAreNoTextAreATakeOrAnError) {
+TEST(Trc, BytesThatAreNotTextAreATakeOrAnError) {
   tests::Random random(7);
   constexpr std::string_view kPieces[] = {"\t",     " ",    "\n",       "\r\n",      "1",   "0",
                                           ".5",     ",5",   "nan",      "-",         "inf", "A",

@@ -129,7 +129,7 @@ TEST(HeadSurface, AMeshMayLackAShapeAndATargetItsPositions) {
   EXPECT_THAT(surface.moved[2], ElementsAre(none, up, none, none));
 }
 
-TEST(HeadSurface, RefusesWhatIsNoHeadWithShapes) {
+TEST(HeadSurface, RefusesWhatIsNotAHeadWithShapes) {
   EXPECT_EQ(Error(HeadWith({"a", "b"}, {kFirstUp, kFirstUp})),
             "h.glb: none of the head's morph targets means one of the 52 shapes: \"a\", \"b\"; export a head "
             "whose shape keys have the names of the 52, such as jawOpen");

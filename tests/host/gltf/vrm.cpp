@@ -52,7 +52,7 @@ testing::Matcher<const VrmExpression::Bind&> IsBind(std::size_t node, std::size_
 
 } // namespace
 
-TEST(Vrm, OtherHeadsAreNoAvatars) {
+TEST(Vrm, OtherHeadsAreNotAvatars) {
   EXPECT_FALSE(ReadVrm(Head("[]")));
   EXPECT_FALSE(ReadVrm(Avatar(R"("KHR_materials_unlit":{})")));
   EXPECT_FALSE(ReadVrm(Avatar(R"("VRM":7)")));

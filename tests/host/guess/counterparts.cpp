@@ -37,7 +37,7 @@ TEST(Counterparts, APointFarFromEveryMirrorImageHasNone) {
   EXPECT_EQ(FindCounterparts({}), Counterparts{});
 }
 
-TEST(Counterparts, ACloseLipMarkerIsNoMidLine) {
+TEST(Counterparts, ACloseLipMarkerIsNotAMidLine) {
   EXPECT_EQ(FindCounterparts({{4, 0, 0}, {-4, 1, 0}, {0.5, 0, 0}}), (Counterparts{1, 0, 2}));
   EXPECT_EQ(FindCounterparts({{4, 0, 0}}), (Counterparts{0})) << "alone it is on the mid-line";
   EXPECT_EQ(FindCounterparts({{6, 0, 0}}), (Counterparts{0})) << "put a little beside it";

@@ -178,7 +178,7 @@ TEST(GuessPerformer, FragmentsCopiesAndTheBodyAreUnused) {
                            IsUnused("NoseTip", "drives no part")));
 }
 
-TEST(GuessPerformer, ASecondGroupThatIsNoFaceIsLeftAlone) {
+TEST(GuessPerformer, ASecondGroupThatIsNotAFaceIsLeftAlone) {
   // A grid of markers, more than there are on the face.
   std::vector<std::string> grid;
   for (int i = 0; i < 60; ++i) grid.push_back("grid" + std::to_string(i));
@@ -293,7 +293,7 @@ TEST(GuessPerformer, ATakeWithoutAFaceIsRefused) {
   EXPECT_THAT(refusal(metres), HasSubstr("is the take in another unit?"));
 }
 
-TEST(GuessPerformer, CloudsOfMarkersThatAreNoFaceAreRefused) {
+TEST(GuessPerformer, CloudsOfMarkersThatAreNotAFaceAreRefused) {
   for (std::uint64_t seed = 1; seed <= 5; ++seed) {
     tests::Random random(seed);
     std::vector<std::string> names;

@@ -172,7 +172,7 @@ TEST(Describe, UpIsGuessedFromTheHeightAboveTheOrigin) {
   EXPECT_EQ(Describe(Take({"A"})).axes, "") << "nothing is seen";
 }
 
-TEST(Describe, WhatTheFormatSaysOfTheAxesIsNoGuess) {
+TEST(Describe, WhatTheFormatSaysOfTheAxesIsNotAGuess) {
   Take take({"A"});
   take.axes = "+y up";
   take.AddFrame(1, 0);

@@ -19,7 +19,7 @@ using tests::RichSample;
 using tests::Sample;
 using tests::Seen;
 
-TEST(DescriptionJson, TellsItAllUnrounded) {
+TEST(DescriptionJson, ReportsAllNumbersUnrounded) {
   TakeDescription d = Describe(RichSample());
   d.face = mien::FaceDirections{.left = {1, 0, 0}, .up = {0, 0, 1}, .forward = {0, -1, 0}};
   d.axes = "guess: +z up";

@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(OutputPlace, IsAStreamWhereItIsNoFile) {
+TEST_F(OutputPlace, IsAStreamWhereItIsNotAFile) {
   ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
   fs::create_symlink("/dev/null", folder_ / "link");
   for (const std::string& stream :

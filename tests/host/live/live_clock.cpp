@@ -64,7 +64,7 @@ TEST(LiveClock, ATimecodePassesMidnight) {
   EXPECT_EQ(clock.Restarts(), 0u);
 }
 
-TEST(LiveClock, GoesOnWhereTheSourceStartsAgain) {
+TEST(LiveClock, ContinuesWhereTheSourceStartsAgain) {
   LiveClock clock;
   clock.Take(At(10, 500));
   clock.Take(At(11, 501));
@@ -77,7 +77,7 @@ TEST(LiveClock, GoesOnWhereTheSourceStartsAgain) {
 
 // A source that stopped its clock while nothing was sent, and frames were inserted instead, is not late for
 // ever.
-TEST(LiveClock, GoesOnWhereEveryFrameIsLate) {
+TEST(LiveClock, ContinuesWhereEveryFrameIsLate) {
   LiveClock clock;
   clock.Take(At(10, 0));
   clock.Insert(0.9);

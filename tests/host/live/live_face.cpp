@@ -301,7 +301,7 @@ TEST(LiveFace, NothingComesOutInALongGapOfTheSource) {
   EXPECT_EQ(animation.frames[3], 60000001);
 }
 
-TEST(LiveFace, LeavesOutWhatIsNoPosition) {
+TEST(LiveFace, LeavesOutWhatIsNotAPosition) {
   const Take take = Talk(2);
   LiveFace face(SourceOf(take), SetupOf(PerformerAtRest()));
   LiveInput input;

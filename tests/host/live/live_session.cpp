@@ -260,7 +260,7 @@ TEST_F(LiveSessionFiles, ARecordingMarksEventsAndOverwritesNothing) {
 }
 
 // The stream of a face is worth more than its recording.
-TEST_F(LiveSessionFiles, AFaceGoesOnWhenItsRecordingCannot) {
+TEST_F(LiveSessionFiles, AFaceContinuesWhenItsRecordingCannot) {
   LiveSetup setup;
   setup.performer = PerformerAtRest();
   setup.causal.learn_s = 0;

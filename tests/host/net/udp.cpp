@@ -68,14 +68,14 @@ TEST(Udp, APortThatIsInUseIsRefused) {
       InputError);
 }
 
-TEST(Udp, WhatIsNoAddressIsRefused) {
+TEST(Udp, WhatIsNotAnAddressIsRefused) {
   EventLoop loop;
   for (const char* address : {"", "localhost:1", "1.2.3", "\x1B[2J"})
     EXPECT_THROW(UdpReceiver(loop, address, 0, [](std::string_view, EventLoop::Clock::time_point) {}),
                  InputError);
 }
 
-TEST(Udp, SendingWhereNobodyListensIsNoFault) {
+TEST(Udp, SendingWhereNobodyListensIsNotAFault) {
   EventLoop loop;
   std::uint16_t port = 0;
   {

@@ -54,7 +54,7 @@ TEST(FillMissing, NothingButGapsRests) {
   EXPECT_EQ(take.heads[1].pitch, 0.25);
 }
 
-TEST(FillMissing, AHeadThatTurnsAcrossTheBackGoesOnTurning) {
+TEST(FillMissing, AHeadThatTurnsAcrossTheBackKeepsTurning) {
   mien::WeightTake take;
   take.names = {"jawOpen"};
   take.frames = {1, 2, 3, 4};

@@ -51,7 +51,7 @@ TEST(PhoneCsv, DroppedRowsSkipNumbersAndAreNoted) {
               testing::Contains(IsNote(mien::Code::Missing, "", "frames missing: 1 after frame 2")));
 }
 
-TEST(PhoneCsv, TimesGoOnPastMidnight) {
+TEST(PhoneCsv, TimesContinuePastMidnight) {
   const WeightTake take = Read("23:59:59:58.000,2,0,0\n00:00:00:00.000,2,0,0\n00:00:00:02.000,2,0,0\n");
   EXPECT_THAT(take.times, ElementsAre(0, 2.0 / 60, 4.0 / 60));
   EXPECT_THAT(take.frames, ElementsAre(1, 2, 3));

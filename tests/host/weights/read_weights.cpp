@@ -63,7 +63,7 @@ TEST(ReadWeights, ReadsTheSameFromEveryLayout) {
 }
 
 // A mesh CSV may begin as what mien solve writes does.
-TEST(ReadWeights, LandmarksThatBeginWithFrameAndTimeAreNoWeights) {
+TEST(ReadWeights, LandmarksThatBeginWithFrameAndTimeAreNotWeights) {
   std::string header = "frame,time", row = "1,0";
   for (int i = 0; i < 468; ++i) {
     for (const char axis : {'x', 'y', 'z'}) header += ',' + std::string(1, axis) + '_' + std::to_string(i);

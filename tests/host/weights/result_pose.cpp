@@ -108,7 +108,7 @@ TEST(ResultPose, TheHeadsPlaceIsInMillimetresFromTheFirst) {
             "of the head from matrices (largest 20 degrees), its place in mm from the first frame's");
 }
 
-TEST(ResultPose, WhatIsNoRotationIsIgnored) {
+TEST(ResultPose, WhatIsNotARotationIsIgnored) {
   std::vector<double> skewed = Columns(kHead, {0, 0, -50}), mirrored = skewed, perspective = skewed;
   skewed[4] = 2;
   for (int i = 0; i < 3; ++i) mirrored[static_cast<std::size_t>(i)] *= -1;

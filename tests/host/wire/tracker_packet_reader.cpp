@@ -57,7 +57,7 @@ TEST(TrackerPacketReader, WithoutPointsInSpaceTheFaceIsLost) {
   EXPECT_TRUE(frames.inputs[0].lost);
 }
 
-TEST(TrackerPacketReader, PositionsThatAreNoNumbersAreMissing) {
+TEST(TrackerPacketReader, PositionsThatAreNotNumbersAreMissing) {
   Tracker frames;
   const std::string whole = PacketOf("tracker.bin").substr(0, 1785);
   frames.Read(whole);
@@ -70,7 +70,7 @@ TEST(TrackerPacketReader, PositionsThatAreNoNumbersAreMissing) {
   EXPECT_TRUE(MarkerOf(frames, "lm4"));
 }
 
-TEST(TrackerPacketReader, APacketThatIsNoMultipleOfAFaceIsAFault) {
+TEST(TrackerPacketReader, APacketThatIsNotAMultipleOfAFaceIsAFault) {
   Tracker frames;
   frames.Read(PacketOf("tracker.bin").substr(0, 1785 + 100));
   EXPECT_EQ(frames.inputs.size(), 1U);
