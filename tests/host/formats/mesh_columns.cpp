@@ -55,7 +55,7 @@ TEST(MeshColumns, ATransposedTableIsRefusedAsWhatItIs) {
                                  "point in all frames, and a row per frame is expected",
                                  line)))
         << text;
-  EXPECT_THAT(error("a,b\n1,2\n"), HasSubstr("no take of a known format"));
+  EXPECT_THAT(error("a,b\n1,2\n"), HasSubstr("not a take of a known format"));
 }
 
 TEST(MeshColumns, AMissingPointIsNamedWithWhatIsExpected) {
