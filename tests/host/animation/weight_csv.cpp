@@ -138,6 +138,7 @@ TEST(ShapeCsv, WritesDecimalPointsInAnyLocale) {
 TEST(WeightCsv, IsTheSameForAnyNumberOfThreads) {
   for (const std::size_t shapes : {3u, 12'000u}) { // the rows of the second are longer than a thread's turn
     Animation animation;
+    animation.layout.templates.clear();
     for (std::size_t i = 0; i < shapes; ++i) animation.layout.shapes.push_back("s" + std::to_string(i));
     const std::size_t frames = shapes == 3 ? 30'000 : 200;
     for (std::size_t f = 0; f < frames; ++f) {
