@@ -161,7 +161,7 @@ def wrong_files():
              "\nchoose the performer of the 50 markers of the take (MouthCornerL, "),
             ({"performer": "file", "performer_file": ""}, "choose the performer file"),
             ({"performer": "file", "performer_file": f"{OUT}/life.text.csv"},
-             f"{OUT}/life.text.csv:1:1: this is not JSON"),
+             f"{OUT}/life.text.csv: this is not a JSON file"),
             ({"character": "file", "character_file": f"{SAMPLES}/markers.performer.json"},
              f'{SAMPLES}/markers.performer.json:/format: this is a "performer" file; name a character file here'),
             ({"neutral": "900"}, f"{LANDMARKS}: there are no frames 900 to 900 for the neutral pose; the take goes from "

@@ -54,7 +54,7 @@ TEST(HeadLandmarks, OfTheJawOnlyTheChinIsNeeded) {
 
 TEST(HeadLandmarks, OtherTablesAreRefused) {
   EXPECT_THAT(Error("point,x,y,z\nlm8,1,2,3\n"),
-              HasSubstr("no table of a head's landmarks; write the columns"));
+              HasSubstr("is not a table of a head's landmarks; write the columns"));
   EXPECT_THAT(Error(All() + "lm68,1,2,3\n"),
               HasSubstr(":70: column \"landmark\": \"lm68\" is not one of the 68"));
   EXPECT_THAT(Error(All() + "nose,1,2,3\n"), HasSubstr("\"nose\" is not one of the 68"));

@@ -45,7 +45,7 @@ TEST(ShapeBasis, ReadsARowPerPointAndThreeColumnsPerShape) {
 }
 
 TEST(ShapeBasis, RefusesOtherTables) {
-  EXPECT_THAT(Error("frame,time,A.x,A.y,A.z\n1,0,1,2,3\n"), HasSubstr("no table of how points move"));
+  EXPECT_THAT(Error("frame,time,A.x,A.y,A.z\n1,0,1,2,3\n"), HasSubstr("is not a table of how points move"));
   EXPECT_THAT(Error("point,x,y,z,a.x,a.y,a.z,b.x\np,1,2,3,1,1,1,1\n"), HasSubstr("not three for each shape"));
   EXPECT_THAT(Error("point,x,y,z,a.x,a.z,a.y\np,1,2,3,1,1,1\n"),
               HasSubstr("column 6 is \"a.z\" and not \"a.y\""));
