@@ -149,9 +149,9 @@ TEST(CHeap, ThatIsExhaustedIsAnError) {
 TEST(CHeap, ThatIsExhaustedLeavesNoNamesOfBuiltIns) {
   const int failed = FailEachAllocation([](const auto& grant_all) {
     const char* const performer = mien_performer_built_in(0);
-    const bool has_failed = tests::has_failed;
+    const bool is_refused = tests::has_failed;
     grant_all();
-    EXPECT_STREQ(performer, has_failed ? nullptr : "landmarks68");
+    EXPECT_STREQ(performer, is_refused ? nullptr : "landmarks68");
   });
   EXPECT_GT(failed, 0);
 }
