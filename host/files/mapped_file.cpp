@@ -20,7 +20,7 @@ constexpr std::size_t kPage = 4096; // the smallest: of a system with larger one
 bool IsInMemory(std::string_view pages) {
   std::vector<unsigned char> is_in_memory((pages.size() + kPage - 1) / kPage);
   if (mincore(const_cast<char*>(pages.data()), pages.size(), is_in_memory.data()) != 0) return false;
-  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   const auto end = is_in_memory.begin() + static_cast<std::ptrdiff_t>((pages.size() + page - 1) / page);
   return std::all_of(is_in_memory.begin(), end, [](unsigned char state) { return (state & 1) != 0; });
 }
