@@ -52,8 +52,9 @@ bool TurnsRound(const VgeAMatrix& before, const VgeAMatrix& after) {
 }
 
 /// The motion of the largest set of three or more markers that fits together; of sets of equal size, the one
-/// that fits best. `of_all` is the motion of all of them. If two markers are swapped that have the same distance from a third, these three fit as
-/// well, with the head turned around: such a set is used only if there are no others.
+/// that fits best. `of_all` is the motion of all of them. If two markers are swapped that have the same
+/// distance from a third, these three fit as well, with the head turned around: such a set is used only if
+/// there are no others.
 std::optional<VgeAMatrix> BestMotion(RigidMotion& body, const Markers& reference, const Markers& seen,
                                      const VgeAMatrix& of_all, double tolerance_mm,
                                      const std::optional<VgeAMatrix>& before) {

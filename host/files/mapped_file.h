@@ -24,8 +24,7 @@ enum class FileAccess {
 class MappedFile {
 public:
   /// With `progress`, what the system does not have in memory is fetched from the disk here; without, when the
-  /// bytes are used. Throws
-  /// InputError as ReadFile does.
+  /// bytes are used. Throws InputError as ReadFile does.
   explicit MappedFile(const std::filesystem::path& path, const ReadProgress& progress = nullptr,
                       FileAccess access = FileAccess::Map);
   ~MappedFile();
